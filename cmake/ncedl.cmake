@@ -1,0 +1,50 @@
+# Compiler settings and the helpers that every folder's CMakeLists.txt uses.
+find_program(CCACHE_PROGRAM ccache)
+if(CCACHE_PROGRAM)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
+endif()
+
+set(NCEDL_SANITIZE "" CACHE STRING "Sanitizers to build with, such as address,undefined or thread")
+
+find_package(Threads REQUIRED)
+
+add_library(ncedl_options INTERFACE)
+target_include_directories(ncedl_options INTERFACE ${CMAKE_SOURCE_DIR})
+target_compile_options(ncedl_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+target_link_libraries(ncedl_options INTERFACE Threads::Threads)
+if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+  target_compile_options(ncedl_options INTERFACE -Wthread-safety)
+endif()
+if(NCEDL_SANITIZE)
+  target_compile_options(ncedl_options INTERFACE
+    -fsanitize=${NCEDL_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  target_link_options(ncedl_options INTERFACE -fsanitize=${NCEDL_SANITIZE})
+endif()
+if(WIN32)
+  target_compile_definitions(ncedl_options INTERFACE
+    UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0A00)
+  target_link_options(ncedl_options INTERFACE -static)
+endif()
+
+# ncedl_library(NAME SOURCES... [LINK ...]): the static library of one folder.
+function(ncedl_library name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+  add_library(${name} STATIC ${ARG_SOURCES})
+  target_link_libraries(${name} PUBLIC ncedl_options ${ARG_LINK})
+endfunction()
+
+# ncedl_program(NAME SOURCES... [LINK ...]): one program.
+function(ncedl_program name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE ncedl_options ${ARG_LINK})
+endfunction()
+
+# ncedl_test(NAME SOURCES... [LINK ...]): one GoogleTest program, registered with CTest under its name.
+function(ncedl_test name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE ncedl_options ${ARG_LINK} GTest::gtest GTest::gtest_main)
+  add_test(NAME ${name} COMMAND ${name})
+endfunction()

@@ -1,0 +1,111 @@
+// SerialPort: the communications interface that the serial channel is written against. One object is
+// one device. Owned by the program's main, lent to DownloadApp.
+//
+// Errors: every operation returns false when the system refuses; LastErrorText() then gives the
+// system's text and IsGone() tells whether the device itself has disappeared (USB adapter pulled).
+//
+// Threads: used by one thread at a time, except Interrupt(), which any thread may call.
+//
+// Porting notes: Win32 maps one to one onto the communications functions. POSIX keeps the same
+// meaning on termios; a pseudo-terminal has no modem lines and reads as "not held".
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <span>
+
+#include "services/core/kor_text.h"
+
+namespace kor {
+
+enum class Parity : std::uint8_t { None = 0, Odd = 1, Even = 2, Mark = 3, Space = 4 };
+enum class StopBits : std::uint8_t { One = 0, OnePointFive = 1, Two = 2 };
+enum class LineControl : std::uint8_t { Disable = 0, Enable = 1, Handshake = 2 };
+
+// The device-control block: line parameters and flow control as data.
+struct DeviceControlBlock {
+  std::uint32_t baudRate = 9600; // bits per second
+  std::uint8_t dataBits = 8;     // 5 to 8
+  Parity parity = Parity::None;
+  StopBits stopBits = StopBits::One;
+  bool outxCtsFlow = false;    // output waits while CTS is off
+  bool outxDsrFlow = false;    // output waits while DSR is off
+  bool dsrSensitivity = false; // input is ignored while DSR is off
+  LineControl dtrControl = LineControl::Enable;
+  LineControl rtsControl = LineControl::Enable;
+  bool outX = false; // output stops on a received XOFF
+  bool inX = false;  // XOFF is sent when the input queue fills
+  std::uint8_t xonChar = 17;
+  std::uint8_t xoffChar = 19;
+  friend bool operator==(const DeviceControlBlock&, const DeviceControlBlock&) = default;
+};
+
+// Hold bits of LineStatus.
+enum HoldBit : std::uint32_t {
+  kCtsHold = 1,   // output waits for CTS
+  kDsrHold = 2,   // output waits for DSR
+  kRlsdHold = 4,  // output waits for the receive-line-signal detect
+  kXoffHold = 8,  // output waits because XOFF was received
+  kXoffSent = 16, // XOFF was sent, the far side is held
+};
+
+struct LineStatus {
+  std::uint32_t errors = 0;   // system's error bits since the last call; 0 = none
+  std::uint32_t holds = 0;    // HoldBit values
+  std::uint32_t inQueue = 0;  // bytes received and not yet read
+  std::uint32_t outQueue = 0; // bytes written and not yet sent
+};
+
+struct PortTimeouts {
+  std::uint32_t readInterval = 0xFFFFFFFF; // milliseconds; with zero totals a read returns at once
+  std::uint32_t readMultiplier = 0;
+  std::uint32_t readConstant = 0;
+  std::uint32_t writeMultiplier = 0;
+  std::uint32_t writeConstant = 0; // milliseconds; 0 = no limit
+};
+
+class SerialPort {
+ public:
+  virtual ~SerialPort() = default;
+
+  // Opens the device for exclusive use. name as in the settings ("COM1", a device path).
+  virtual bool Open(const KorText& name) = 0;
+  virtual bool IsOpen() const = 0;
+  virtual bool SetQueueSizes(std::uint32_t input, std::uint32_t output) = 0;
+  virtual bool GetControlBlock(DeviceControlBlock& block) = 0;
+  // Changes the block as a text "baud=9600 parity=N data=8 stop=1" says; members that the text does not
+  // name keep their value, except that no flow control is left on. The device is not touched.
+  virtual bool BuildControlBlock(const KorText& text, DeviceControlBlock& block) = 0;
+  virtual bool SetControlBlock(const DeviceControlBlock& block) = 0;
+  virtual bool SetTimeouts(const PortTimeouts& timeouts) = 0;
+  virtual bool GetStatus(LineStatus& status) = 0;
+  // Returns at once with what has arrived; readCount 0 is no failure.
+  virtual bool Read(std::span<std::uint8_t> to, std::size_t& readCount) = 0;
+  // A partial count is no failure: the line is held or the time-out passed. POSIX never waits here.
+  virtual bool Write(std::span<const std::uint8_t> from, std::size_t& writtenCount) = 0;
+  virtual bool PurgeTransmit() = 0; // drops what was not yet sent, and ends a held output
+  virtual bool PurgeReceive() = 0;
+  virtual bool Close() = 0; // never waits for unsent bytes
+
+  virtual KorText LastErrorText() const = 0;
+  virtual bool IsGone() const = 0;
+
+  // Waits until bytes can be read or wakeUp time has passed; ends early on Interrupt() and when the
+  // device disappears. With no device open it only waits.
+  virtual void WaitReadable(std::chrono::microseconds atMost) = 0;
+  // Ends a WaitReadable or a waiting Write of another thread; the next one too if none waits now.
+  virtual void Interrupt() = 0;
+};
+
+// The text form of BuildControlBlock, for implementations without a system call for it. Baud rates of
+// 110 to 115200 that the settings list names, data 5 to 8, stop 1, 1.5, 2, parity N O E M S (either case).
+// False on anything else; the block is then unchanged.
+bool ParseControlText(const KorText& text, DeviceControlBlock& block);
+
+// Applies a flow-control setting: "Combined", "Hardware", "Xon/Xoff" or "None", compared as they stand;
+// any other text leaves the block as it is. noSoftware suppresses XON/XOFF.
+void ApplyFlowControl(DeviceControlBlock& block, const KorText& setting, bool rtsCts, bool dtrDsr,
+                      bool noSoftware);
+
+} // namespace kor

@@ -1,0 +1,249 @@
+// AppInterface: the one application-wide services object. Messages and the application log, debug
+// modes, folders and property texts, registry values, temporary names, regional settings, and the
+// platform's file and time functions. One derived class per platform (platform/posix,
+// platform/win32); a front end attaches a MessageReporter to show reported messages to the user.
+//
+// It is made by the program's main before anything else and lives for the whole run. Reached through
+// App(). Every operation may be called from any thread.
+//
+// Failures are reported, not thrown: bool, empty text, null or std::nullopt say so, and LastError()
+// keeps the system's number of the calling thread's last failed call.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "services/core/kor_text.h"
+#include "services/core/thread_annotations.h"
+
+namespace kor {
+
+enum class MessageLevel : std::int32_t { Warn = 0, Norm = 1, Fatal = 2, Query = 3, Info = 4 };
+
+struct MessageRecord {
+  MessageLevel level = MessageLevel::Norm;
+  KorText info;    // short caption or context
+  KorText message; // main text
+  KorText details; // optional longer text
+  std::int32_t number = 0; // message number or result; returned by Report
+};
+
+struct DebugMode {
+  KorText group;
+  KorText name; // unique, without regard to case
+  KorText description;
+  std::int32_t kind = 1; // 2: always active; others: only while debugging is enabled
+  std::int32_t value = 0;
+};
+
+// 100 ns steps since 1601-01-01 00:00 UTC (or local time where said so).
+using FileTime = std::uint64_t;
+
+struct SystemTime {
+  int year = 1601, month = 1, day = 1; // month and day from 1
+  int hour = 0, minute = 0, second = 0, millisecond = 0;
+  int dayOfWeek = 1; // 0 = Sunday
+  friend bool operator==(const SystemTime&, const SystemTime&) = default;
+};
+
+struct FileInfo {
+  std::uint64_t size = 0; // bytes
+  FileTime modified = 0;  // UTC
+  bool isFolder = false;
+  bool isHidden = false;  // POSIX: the name starts with "."
+  bool isSystem = false;  // POSIX: neither a plain file nor a folder
+  bool isReadOnly = false;
+};
+
+struct FileEntry {
+  KorText name; // without folder
+  FileInfo info;
+};
+
+struct RegionalSettings {
+  char16_t listSeparator = u',';
+  char16_t decimalSeparator = u'.';
+  char16_t thousandsSeparator = u'\0'; // none
+  char16_t timeSeparator = u':';
+  KorText longDateFormat = u"dd MMMM yyyy";
+  KorText shortDateFormat = u"dd/mm/yyyy";
+};
+
+// What OpenFile is to do with an existing or a missing file.
+enum class FileAccess {
+  Read,       // existing file, reading
+  Write,      // created or emptied, writing
+  ReadWrite,  // created when missing, content kept, reading and writing
+  Append,     // created when missing, every write goes to the end
+  CreateNew,  // must not exist yet, writing
+};
+
+// An open file of the platform. Closes itself when destroyed. One thread at a time.
+class OsFile {
+ public:
+  virtual ~OsFile() = default;
+  // Bytes moved; fewer than asked for at the end of the file or after a failure (see LastError).
+  virtual std::size_t Read(std::span<std::uint8_t> to) = 0;
+  virtual std::size_t Write(std::span<const std::uint8_t> from) = 0;
+  // New position from the start, in bytes; std::nullopt when the platform refuses.
+  virtual std::optional<std::uint64_t> Seek(std::int64_t offset, bool fromEnd) = 0;
+  virtual std::uint64_t Size() = 0;
+  // Hands the content to the disk (fsync, FlushFileBuffers).
+  virtual bool Sync() = 0;
+  // False when the platform reports a late write error.
+  virtual bool Close() = 0;
+};
+
+// Types of GetApplicationPropertyPath and GetApplicationPropertyString.
+enum PropertyType : int {
+  kStartInFolder = 7,    // where KOR.INI was found
+  kVersionText = 8,      // the property string
+  kTemporaryFolder = 9,
+  kSettingsFolder = 10,  // per user, settings files and (Linux) registry.ini
+  kProgramFolder = 11,   // holds diction.ary
+  kDataFolder = 12,      // shared data
+};
+
+class AppInterface {
+ public:
+  using MessageReporter = std::function<std::int32_t(const MessageRecord&)>;
+
+  AppInterface();
+  virtual ~AppInterface();
+  AppInterface(const AppInterface&) = delete;
+  AppInterface& operator=(const AppInterface&) = delete;
+
+  // Sets the application's name and version and fills the folders, the property text and the regional
+  // settings from the platform. Returns an empty text, or what went wrong.
+  virtual KorText Start(const KorText& applicationName, const KorText& version) = 0;
+  const KorText& ApplicationName() const { return applicationName; }
+  const KorText& Version() const { return version; }
+  // The name of the application entry, such as "NCEDL".
+  void SetEntryName(const KorText& name) { entryName = name; }
+  const KorText& EntryName() const { return entryName; }
+
+  // --- Messages -------------------------------------------------------------------------------
+  // Writes the record to the application log, shows it through the reporter when there is one and
+  // returns the reporter's answer, else the record's number.
+  virtual std::int32_t Report(const MessageRecord& record);
+  virtual void DebugWarning(const KorText& message, const KorText& info);
+  virtual void DebugOutput(const KorText& text); // a line for the diagnostic display
+  void SetReporter(MessageReporter reporter);
+  // The application log: a file opened for appending, or none (the start value: texts are dropped).
+  bool OpenLog(const KorText& path);
+  void WriteLog(const KorText& text);
+
+  // --- Debug modes ----------------------------------------------------------------------------
+  void AddDebugMode(const KorText& group, const KorText& name, const KorText& description,
+                    std::int32_t kind = 1);
+  std::int32_t GetDebugMode(const KorText& name);
+  void SetDebugMode(const KorText& name, std::int32_t value);
+  void EnableDebugging(bool enable);
+  // Copies of the modes that are active now (kind 2, or all while debugging is enabled).
+  std::vector<DebugMode> ActiveDebugModes();
+
+  // --- Properties, registry, console options ---------------------------------------------------
+  KorText GetApplicationPropertyPath(int type);
+  KorText GetApplicationPropertyString(int type);
+  void SetApplicationPropertyPath(int type, const KorText& path);
+  void SetApplicationPropertyString(int type, const KorText& text);
+  // "Software\Velmora\Plenova", a blank and the version when one is given, "\" and the sub-key.
+  static KorText RegistryKey(const KorText& subKey, const KorText& version = u"2026");
+  virtual std::optional<std::uint32_t> ReadRegistryNumber(const KorText& key,
+                                                          const KorText& value) = 0;
+  virtual std::optional<KorText> ReadRegistryText(const KorText& key, const KorText& value) = 0;
+  virtual bool WriteRegistryNumber(const KorText& key, const KorText& value,
+                                   std::uint32_t number) = 0;
+  virtual bool WriteRegistryText(const KorText& key, const KorText& value, const KorText& text) = 0;
+  virtual std::vector<KorText> ListRegistrySubKeys(const KorText& key) = 0;
+  std::uint32_t WaitLockPeriod();  // milliseconds; "COMMON" "WaitLockPeriod", default 3000
+  std::uint32_t RegionalCsv();     // "COMMON" "RegionalCSV", default 0
+  void AddConsoleOption(const KorText& name, std::int32_t value);
+  std::int32_t GetConsoleOption(const KorText& name);
+
+  // --- Time and locale -------------------------------------------------------------------------
+  virtual FileTime CurrentFileTime() = 0;                 // UTC
+  virtual FileTime FileTimeToLocal(FileTime utc) = 0;
+  static int CompareFileTimes(FileTime a, FileTime b);    // -1, 0, 1
+  static SystemTime FileTimeToSystemTime(FileTime time);
+  static FileTime SystemTimeToFileTime(const SystemTime& time);
+  SystemTime LocalTime(); // now, in the user's time zone; 2000-01-01 while Reg_Dateless is set
+  virtual KorText FormatDate(const SystemTime& time) = 0; // user's short date
+  virtual KorText FormatTime(const SystemTime& time) = 0; // user's time with seconds
+  virtual std::uint32_t TickCount() = 0;                  // milliseconds, wraps
+  virtual double HighResolutionSeconds() = 0;             // monotonic, sub-microsecond
+  // May be called only where waiting is meant (wait-on-open); the engine never sleeps on it.
+  virtual void SleepMilliseconds(std::uint32_t milliseconds) = 0;
+  virtual void LoadRegionalSettings() = 0;
+  RegionalSettings Regional();
+  void SetRegional(const RegionalSettings& settings);
+  virtual KorText UserName() = 0;
+  virtual KorText OperatingSystem() = 0; // description for the trace header
+  virtual KorText UserLanguage() = 0;    // such as "de-DE"; empty when unknown
+
+  // --- Files -----------------------------------------------------------------------------------
+  virtual std::uint32_t LastError() = 0;
+  virtual void SetLastError(std::uint32_t error) = 0;
+  virtual KorText ErrorText(std::uint32_t error) = 0; // the system's text, without line end
+  virtual std::unique_ptr<OsFile> OpenFile(const KorText& path, FileAccess access) = 0;
+  virtual std::optional<FileInfo> FileAttributes(const KorText& path) = 0;
+  bool FileExists(const KorText& path);   // a plain file
+  bool FolderExists(const KorText& path);
+  virtual bool RemoveFile(const KorText& path) = 0;
+  // Replaces an existing target in one step.
+  virtual bool RenameFile(const KorText& from, const KorText& to) = 0;
+  virtual bool DuplicateFile(const KorText& from, const KorText& to) = 0; // replaces the target
+  virtual bool MakeFolder(const KorText& path) = 0;   // with all missing parents; true if it exists
+  virtual bool RemoveFolder(const KorText& path) = 0; // with its contents
+  virtual bool SetFileModified(const KorText& path, FileTime modified) = 0;
+  // Entries of a folder, in no order, without "." and ".."; std::nullopt when it can't be read.
+  virtual std::optional<std::vector<FileEntry>> ListFolder(const KorText& folder) = 0;
+  // Makes a directory entry change durable (POSIX: syncs the folder); true where not needed.
+  virtual bool SyncFolder(const KorText& folder) = 0;
+  // A path to a file that was not found where it should be, or an empty text.
+  virtual KorText LocateFile(const KorText& name);
+  // Creates an empty file "KOR" + number in the temporary folder and returns its path; empty after
+  // 100000 failed attempts.
+  virtual KorText GetTemporaryFilename();
+
+  // The form a path takes for the platform's calls: the Windows long-path prefix for paths longer than
+  // 228 characters (or longer than 1 while force is set). Relative paths and paths that already
+  // carry the prefix stay as they are, but for "/" turned into "\".
+  static KorText LongPath(const KorText& path, bool force);
+
+ protected:
+  struct Folders {
+    KorText startIn, temporary, settings, program, data;
+  };
+  KorText applicationName;
+  KorText version;
+
+ private:
+  KorText* PropertyFolder(int type) KOR_REQUIRES(mutex);
+  DebugMode* FindMode(const KorText& name) KOR_REQUIRES(mutex);
+  bool IsActive(const DebugMode& mode) const KOR_REQUIRES(mutex);
+
+  Mutex mutex;
+  Mutex logMutex;
+  KorText entryName;
+  Folders folders KOR_GUARDED_BY(mutex);
+  KorText propertyText KOR_GUARDED_BY(mutex);
+  RegionalSettings regional KOR_GUARDED_BY(mutex);
+  std::vector<DebugMode> debugModes KOR_GUARDED_BY(mutex);
+  bool debuggingEnabled KOR_GUARDED_BY(mutex) = false;
+  std::vector<std::pair<KorText, std::int32_t>> consoleOptions KOR_GUARDED_BY(mutex);
+  std::uint64_t nextTemporary KOR_GUARDED_BY(mutex) = 0;
+  MessageReporter reporter KOR_GUARDED_BY(mutex);
+  std::unique_ptr<OsFile> log KOR_GUARDED_BY(logMutex);
+};
+
+// The application's services object. Set once by main (tests: by their fixture) before use.
+AppInterface& App();
+void SetApp(AppInterface* app);
+
+} // namespace kor

@@ -1,0 +1,102 @@
+// FormDialog: what the engine asks of a window; no toolkit here. The front ends (ui/wx, ui/console) and
+// the recording fake of the tests implement it. Owned by the program's main, lent to DownloadApp,
+// and outlives it.
+//
+// Threads: every operation is called on the window's thread, except Post, which any thread may call.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <vector>
+
+#include "services/core/kor_text.h"
+
+namespace kor {
+
+// Indicator lamps, in display order.
+enum Lamp : std::size_t {
+  kLampReceive,
+  kLampWrite,
+  kLampCtsHold,
+  kLampDsrHold,
+  kLampRlsdHold,
+  kLampXoffHold,
+  kLampXoffSent,
+  kLampCount
+};
+
+// Everything a status display shows, taken at one moment.
+struct StatusView {
+  std::int32_t code = 0; // link status, 0 to 38
+  KorText line;          // its text, unpadded; a window shows it padded to 70 characters
+  std::int64_t count = 0; // bytes so far: the position of the progress bar
+  std::int64_t range = 0; // bytes in all; 0 when there is nothing to measure
+  std::array<bool, kLampCount> lamps{};
+};
+
+// The kinds of control a described form can hold.
+enum class FieldKind { Text, Number, Choice, Check, FolderPath, FilePath };
+
+// One control of a form, by its number, which is also its label's number in the dictionary.
+struct FormField {
+  int number = 0;
+  KorText key;   // stable name for scripts, such as "baudrate"
+  KorText label; // English label; a front end with a dictionary shows the entry of number instead
+  FieldKind kind = FieldKind::Text;
+  KorText value;               // Check: "0" or "1"; Choice: one of choices
+  std::vector<KorText> choices;
+  std::int32_t minimum = 0, maximum = 0; // Number
+  KorText browseTitle;                   // FolderPath and FilePath: title of the chooser
+  bool enabled = true;
+};
+
+// A modal form: its caption, its fields and the rule that enables fields as others change.
+struct FormDescription {
+  KorText caption;
+  KorText note; // explanation shown in the form
+  std::vector<FormField> fields;
+  // Called on opening and after each change; sets enabled of the fields.
+  std::function<void(std::vector<FormField>&)> updateEnabled;
+
+  FormField* Find(std::u16string_view key);
+  const FormField* Find(std::u16string_view key) const;
+};
+
+struct FileChoice {
+  enum class Kind { Open, Save } kind = Kind::Open;
+  KorText title;   // "Open NC file"
+  KorText folder;  // where the dialog starts
+  KorText name;    // filled in
+  KorText filters; // "label|pattern|label|pattern"
+};
+
+// The windows that appear while a manual transfer runs.
+enum class EndDialog { Download, Upload };
+
+// The buttons that start manual jobs: send, receive, loop-back test.
+enum class JobButtons { Hidden, Enabled, SendDisabled, Disabled };
+
+enum class MessageStyle { Information, Exclamation };
+
+class FormDialog {
+ public:
+  virtual ~FormDialog() = default;
+
+  virtual void ShowStatus(const StatusView& view) = 0;
+  virtual void AppendMonitor(const KorText& text) = 0; // may hold several lines and parts of lines
+  virtual void SetTitle(const KorText& title) = 0;
+  virtual void ShowEndDialog(EndDialog which, bool shown) = 0;
+  virtual void SetJobButtons(JobButtons state) = 0;
+  virtual void ShowSpecialButton() = 0;
+  // Runs a modal form; true when it was accepted, with the fields' values as the user left them.
+  virtual bool RunForm(FormDescription& form) = 0;
+  virtual std::optional<KorText> ChooseFile(const FileChoice& choice) = 0;
+  virtual void ShowMessage(const KorText& caption, const KorText& text, MessageStyle style) = 0;
+  // Runs the task on the window's thread, in the order of the posts; never waits for it. Tasks that
+  // are still waiting when the window closes are dropped.
+  virtual void Post(std::function<void()> task) = 0;
+};
+
+} // namespace kor
