@@ -44,7 +44,7 @@ class FormatArg {
   FormatArg(char16_t value) : kind(Kind::Character), number(value) {}    // NOLINT
   FormatArg(const KorText& value);                                       // NOLINT
   FormatArg(std::u16string_view value) : kind(Kind::Text), text(value) {} // NOLINT
-  FormatArg(const char16_t* value) : kind(Kind::Text), text(value) {}    // NOLINT
+  FormatArg(const char16_t* value) : kind(Kind::Text), text(value ? value : u"") {} // NOLINT
 
   Kind kind;
   std::uint64_t number = 0; // two's complement for signed values
