@@ -47,6 +47,7 @@ struct FormField {
   FieldKind kind = FieldKind::Text;
   KorText value;               // Check: "0" or "1"; Choice: one of choices
   std::vector<KorText> choices;
+  bool editable = false; // Choice: any other text may be entered as well
   std::int32_t minimum = 0, maximum = 0; // Number
   KorText browseTitle;                   // FolderPath and FilePath: title of the chooser
   bool enabled = true;

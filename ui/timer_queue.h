@@ -18,7 +18,7 @@ namespace kor {
 class TimerQueue {
  public:
   // Creates or replaces the timer of that name. period and now in seconds; the first action is due one
-  // period after now. onEarlier (see below) is called when the new timer is due first.
+  // period after now.
   void Create(const KorText& name, double period, double now, bool started,
               std::function<void()> action);
   void Start(const KorText& name, double now); // due one period after now
@@ -30,8 +30,8 @@ class TimerQueue {
   // once and is due again one period after now.
   void RunDue(double now);
   std::optional<double> NextDue() const;
-  // Called (on the creating thread) when a timer became due earlier than all others: the front end
-  // shortens its wait.
+  // Called, on the thread that did it, when a timer was started: the front end asks NextDue again
+  // and shortens its wait.
   void SetOnEarlier(std::function<void()> callback);
 
  private:
