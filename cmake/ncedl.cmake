@@ -21,6 +21,9 @@ if(NCEDL_SANITIZE)
     -fsanitize=${NCEDL_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   target_link_options(ncedl_options INTERFACE -fsanitize=${NCEDL_SANITIZE})
 endif()
+if(NCEDL_FUZZ)
+  target_compile_options(ncedl_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
 if(WIN32)
   target_compile_definitions(ncedl_options INTERFACE
     UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0A00)
@@ -41,10 +44,34 @@ function(ncedl_program name)
   target_link_libraries(${name} PRIVATE ncedl_options ${ARG_LINK})
 endfunction()
 
-# ncedl_test(NAME SOURCES... [LINK ...]): one GoogleTest program, registered with CTest under its name.
+# ncedl_test(NAME SOURCES... [LINK ...] [LABELS ...] [TIMEOUT seconds]): one GoogleTest program,
+# registered with CTest under its name. The label "threads" has it run under ThreadSanitizer as well;
+# the label "serial" keeps other tests from running beside it.
 function(ncedl_test name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+  cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LINK;LABELS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE ncedl_options ${ARG_LINK} GTest::gtest GTest::gtest_main)
   add_test(NAME ${name} COMMAND ${name})
+  set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABELS}")
+  if(ARG_TIMEOUT)
+    set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT})
+  endif()
+  if("threads" IN_LIST ARG_LABELS)
+    add_dependencies(threads_tests ${name})
+  endif()
+  if("serial" IN_LIST ARG_LABELS)
+    set_tests_properties(${name} PROPERTIES RUN_SERIAL TRUE)
+  endif()
+endfunction()
+
+# ncedl_fuzz(NAME SOURCES... [LINK ...]): one libFuzzer program. Its seeds, fuzz/corpus/NAME, run as a
+# test. Sources define LLVMFuzzerTestOneInput.
+function(ncedl_fuzz name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE ncedl_options ${ARG_LINK})
+  target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+  add_test(NAME ${name}_seeds
+    COMMAND ${name} -runs=0 -timeout=10 ${CMAKE_SOURCE_DIR}/fuzz/corpus/${name})
+  set_tests_properties(${name}_seeds PROPERTIES LABELS fuzz)
 endfunction()

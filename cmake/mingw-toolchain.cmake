@@ -1,0 +1,24 @@
+# Cross-builds the Windows programs with Debian's MinGW-w64 (posix threads, so that std::thread and
+# std::mutex exist) and runs their tests under Wine.
+set(CMAKE_SYSTEM_NAME Windows)
+set(CMAKE_SYSTEM_PROCESSOR x86_64)
+set(triplet x86_64-w64-mingw32)
+
+set(CMAKE_C_COMPILER ${triplet}-gcc-posix)
+set(CMAKE_CXX_COMPILER ${triplet}-g++-posix)
+set(CMAKE_RC_COMPILER ${triplet}-windres)
+
+set(CMAKE_FIND_ROOT_PATH /usr/${triplet})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+
+# One file per program: no DLL to carry along.
+set(CMAKE_FIND_LIBRARY_SUFFIXES .a)
+
+# The 64-bit loader itself: the wrapper /usr/bin/wine asks for a 32-bit Wine that nothing here needs.
+find_program(NCEDL_WINE NAMES wine64 wine PATHS /usr/lib/wine)
+if(NCEDL_WINE)
+  set(CMAKE_CROSSCOMPILING_EMULATOR ${NCEDL_WINE})
+endif()

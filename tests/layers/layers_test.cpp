@@ -1,0 +1,214 @@
+// Walks the source tree and rejects what breaks its layering: an include that a folder may not
+// make, a window or operating-system header outside its folder, a platform condition outside
+// platform/.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kor {
+namespace {
+
+namespace fs = std::filesystem;
+
+// What the files whose path starts with prefix may include. The longest prefix decides.
+struct Layer {
+  std::string_view prefix;
+  std::vector<std::string_view> project; // prefixes of project headers
+  std::vector<std::string_view> system;  // headers in <>, besides those of the standard library
+};
+
+constexpr std::string_view kAnything = "*";
+
+const std::vector<Layer>& Layers() {
+  static const std::vector<Layer> layers = {
+      {"services/core/", {"services/core/"}, {}},
+      {"files/", {"files/", "services/core/"}, {"zlib.h"}},
+      {"services/ini/", {"services/ini/", "services/core/", "files/"}, {}},
+      {"services/dictionary/",
+       {"services/dictionary/", "services/core/", "files/"},
+       {"pugixml.hpp"}},
+      {"ui/", {"ui/", "services/core/"}, {}},
+      {"link/", {"link/", "ui/", "files/", "services/"}, {}},
+      {"app/", {"app/", "link/", "ui/", "files/", "services/"}, {}},
+      {"ui/console/", {"ui/console/", "app/", "link/", "ui/", "services/"}, {}},
+      {"ui/wx/", {"ui/wx/", "app/", "link/", "ui/", "services/"}, {"wx/"}},
+      {"platform/", {"platform/", "services/core/", "link/serial_port.h"}, {kAnything}},
+      {"app/main_", {kAnything}, {kAnything}},
+      {"tools/", {kAnything}, {kAnything}},
+      {"tests/", {kAnything}, {kAnything}},
+      {"bench/", {kAnything}, {kAnything}},
+      {"fuzz/", {kAnything}, {kAnything}},
+  };
+  return layers;
+}
+
+// Headers that only the named folders may include, whatever their layer says.
+struct Reserved {
+  std::string_view header;
+  std::vector<std::string_view> folders;
+};
+
+const std::vector<Reserved>& ReservedHeaders() {
+  static const std::vector<Reserved> reserved = {
+      {"wx/", {"ui/wx/", "app/main_wx"}},
+      {"windows.h", {"platform/"}},
+      {"termios.h", {"platform/"}},
+      {"ui/wx/", {"ui/wx/", "app/main_wx", "tests/"}},
+      {"ui/console/", {"ui/console/", "app/main_", "tests/", "bench/"}},
+      {"platform/", {"platform/", "app/main_", "tools/", "tests/", "bench/", "fuzz/"}},
+      {"tests/", {"tests/", "bench/", "fuzz/"}},
+  };
+  return reserved;
+}
+
+// Headers of the C++ library have neither a folder nor an extension; all others do.
+bool IsStandardHeader(std::string_view name) {
+  return name.find_first_of("./") == std::string_view::npos;
+}
+
+bool StartsWithAny(std::string_view text, const std::vector<std::string_view>& prefixes) {
+  return std::ranges::any_of(prefixes, [text](std::string_view prefix) {
+    return prefix == kAnything || text.starts_with(prefix);
+  });
+}
+
+const Layer* LayerOf(std::string_view file) {
+  const Layer* found = nullptr;
+  for (const Layer& layer : Layers())
+    if (file.starts_with(layer.prefix) && (!found || layer.prefix.size() > found->prefix.size()))
+      found = &layer;
+  return found;
+}
+
+struct Include {
+  std::string header;
+  bool isSystem = false;
+};
+
+std::optional<Include> ParseInclude(std::string_view line) {
+  const std::size_t hash = line.find_first_not_of(" \t");
+  if (hash == std::string_view::npos || line[hash] != '#') return std::nullopt;
+  const std::size_t word = line.find_first_not_of(" \t", hash + 1);
+  if (word == std::string_view::npos || !line.substr(word).starts_with("include"))
+    return std::nullopt;
+  const std::size_t open = line.find_first_of("<\"", word);
+  if (open == std::string_view::npos) return std::nullopt;
+  const bool isSystem = line[open] == '<';
+  const std::size_t close = line.find(isSystem ? '>' : '"', open + 1);
+  if (close == std::string_view::npos) return std::nullopt;
+  return Include{std::string(line.substr(open + 1, close - open - 1)), isSystem};
+}
+
+bool IsPlatformCondition(std::string_view line) {
+  const std::size_t hash = line.find_first_not_of(" \t");
+  if (hash == std::string_view::npos || line[hash] != '#') return false;
+  static constexpr std::string_view kMacros[] = {"_WIN32",    "_WIN64",  "__MINGW",
+                                                 "WIN32",     "__linux", "__unix",
+                                                 "__APPLE__", "_POSIX_", "_MSC_VER"};
+  return std::ranges::any_of(kMacros, [line](std::string_view macro) {
+    return line.find(macro) != std::string_view::npos;
+  });
+}
+
+// What is wrong with one line of a file, or nothing.
+std::string Fault(std::string_view file, std::string_view line) {
+  if (IsPlatformCondition(line) && !file.starts_with("platform/"))
+    return "platform condition outside platform/";
+  const std::optional<Include> include = ParseInclude(line);
+  if (!include) return {};
+  for (const Reserved& reserved : ReservedHeaders())
+    if (include->header.starts_with(reserved.header) && !StartsWithAny(file, reserved.folders))
+      return include->header + " is not for this folder";
+  const Layer* layer = LayerOf(file);
+  if (!layer) return "file in a folder without a layer";
+  if (!include->isSystem)
+    return StartsWithAny(include->header, layer->project) ? "" : include->header + " is above";
+  if (IsStandardHeader(include->header) || StartsWithAny(include->header, layer->system)) return {};
+  return "<" + include->header + "> is no header of the standard library";
+}
+
+std::vector<std::string> SourceFiles() {
+  static constexpr std::string_view kTopFolders[] = {
+      "app", "bench", "files", "fuzz", "link", "platform", "services", "tests", "tools", "ui"};
+  const fs::path root = NCEDL_SOURCE_DIR;
+  std::vector<std::string> files;
+  for (const std::string_view top : kTopFolders) {
+    if (!fs::exists(root / top)) continue;
+    for (const auto& entry : fs::recursive_directory_iterator(root / top)) {
+      const std::string extension = entry.path().extension().string();
+      if (extension == ".h" || extension == ".cpp")
+        files.push_back(fs::relative(entry.path(), root).generic_string());
+    }
+  }
+  std::ranges::sort(files);
+  return files;
+}
+
+TEST(Layers, NoFileIncludesWhatItsFolderMayNot) {
+  const std::vector<std::string> files = SourceFiles();
+  ASSERT_GE(files.size(), 10U) << "no sources under " NCEDL_SOURCE_DIR;
+  for (const std::string& file : files) {
+    std::ifstream stream(fs::path(NCEDL_SOURCE_DIR) / file);
+    ASSERT_TRUE(stream) << file;
+    std::string line;
+    for (int number = 1; std::getline(stream, line); ++number)
+      EXPECT_EQ(Fault(file, line), "") << file << ":" << number << ": " << line;
+  }
+}
+
+TEST(Layers, EveryHeaderGuardsItselfWithPragmaOnce) {
+  for (const std::string& file : SourceFiles()) {
+    if (!file.ends_with(".h")) continue;
+    std::ifstream stream(fs::path(NCEDL_SOURCE_DIR) / file);
+    std::stringstream text;
+    text << stream.rdbuf();
+    EXPECT_NE(text.str().find("\n#pragma once\n"), std::string::npos) << file;
+  }
+}
+
+TEST(Layers, TheRulesCatchWhatTheyAreFor) {
+  struct Case {
+    const char *file, *line;
+    bool allowed;
+  };
+  const Case cases[] = {
+      {"services/core/a.cpp", "#include <vector>", true},
+      {"services/core/a.cpp", "#include \"files/simple_file.h\"", false},
+      {"services/core/a.cpp", "#include <unistd.h>", false},
+      {"files/a.cpp", "#include <zlib.h>", true},
+      {"link/a.cpp", "#include <zlib.h>", false},
+      {"link/a.cpp", "#include \"ui/form_dialog.h\"", true},
+      {"link/a.cpp", "#include \"ui/console/console.h\"", false},
+      {"link/a.cpp", "#include \"app/nce_app.h\"", false},
+      {"link/a.cpp", "#  include \"platform/platform.h\"", false},
+      {"app/a.cpp", "#include \"platform/platform.h\"", false},
+      {"app/main_console.cpp", "#include \"platform/platform.h\"", true},
+      {"app/main_console.cpp", "#include <wx/wx.h>", false},
+      {"app/main_wx.cpp", "#include <wx/wx.h>", true},
+      {"ui/wx/a.cpp", "#include <wx/wx.h>", true},
+      {"ui/console/a.cpp", "#include \"files/simple_file.h\"", false},
+      {"platform/posix/a.cpp", "#include <termios.h>", true},
+      {"platform/posix/a.cpp", "#include \"link/download_app.h\"", false},
+      {"tools/a.cpp", "#include <termios.h>", false},
+      {"tools/a.cpp", "#include \"tests/support/test_app.h\"", false},
+      {"tests/link/a.cpp", "#include <windows.h>", false},
+      {"tests/link/a.cpp", "#include <sys/wait.h>", true},
+      {"unknown/a.cpp", "#include <vector>", false},
+      {"app/a.cpp", "#ifdef _WIN32", false},
+      {"platform/platform.h", "#ifdef _WIN32", true},
+      {"services/core/a.h", "#if defined(__clang__)", true},
+  };
+  for (const Case& example : cases)
+    EXPECT_EQ(Fault(example.file, example.line).empty(), example.allowed)
+        << example.file << ": " << example.line;
+}
+
+} // namespace
+} // namespace kor
