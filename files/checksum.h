@@ -1,0 +1,31 @@
+// FileCrc: the 64-bit file checksum. Polynomial x^64 + x^4 + x^3 + x + 1 in reflected form, least
+// significant bit first, register starting at 0, no final inversion. Beside it a count of the bytes,
+// modulo 2^32. Disk form (12 bytes): count, low half, high half, each a 32-bit little-endian number.
+//
+// A value type: no locking. The free functions may be called from any thread.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+namespace kor {
+
+struct FileCrc {
+  std::uint32_t count = 0; // bytes added so far
+  std::uint32_t low = 0;
+  std::uint32_t high = 0;
+
+  void Add(std::span<const std::uint8_t> bytes);
+  std::uint64_t Value() const { return static_cast<std::uint64_t>(high) << 32 | low; }
+  friend bool operator==(const FileCrc&, const FileCrc&) = default;
+};
+
+// The ways to compute it; all give the same result. Fastest last.
+enum class CrcMethod { Bytewise, Slicing, Folding };
+
+// Folding needs the processor's carry-less multiplication; the others are always there.
+bool CrcMethodAvailable(CrcMethod method);
+// The register after the bytes. A method that is not available is replaced by Slicing.
+std::uint64_t UpdateCrc(CrcMethod method, std::uint64_t crc, std::span<const std::uint8_t> bytes);
+
+} // namespace kor

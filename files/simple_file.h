@@ -1,0 +1,209 @@
+// SimpleFile: the one class through which the system reads and writes files. An object names one file
+// and can be opened and closed repeatedly. It hides whether the bytes live on disk or in memory,
+// whether the file on disk is compressed, the byte-order mark of text files, and the waiting for a
+// file that another process still holds.
+//
+// KorFile is the program's file class: a SimpleFile that can also write safely, beside its target.
+//
+// All system calls go through App(). One thread at a time per object; owned by whoever made it.
+// Failures are reported by results; misuse gives a debug warning and the operation goes on.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "files/checksum.h"
+#include "files/file_result.h"
+#include "files/void_buffer.h"
+#include "services/core/app_interface.h"
+#include "services/core/kor_text.h"
+
+namespace kor {
+
+// Open-mode bits; callers pass them and stored settings name them by value.
+enum OpenMode : std::uint32_t {
+  kFileWrite = 1,   // alone: created or emptied
+  kFileRead = 2,    // with kFileWrite: update; created when missing, content kept
+  kFileText = 4,    // text file: byte-order mark handling
+  kFileUnicode = 8, // with kFileText and kFileWrite: writes a UTF-16 file
+  kFileUtf8 = 16,   // with kFileText and kFileWrite: writes a UTF-8 file
+  kFileAppend = 32, // with kFileWrite: created when missing, every write goes to the end
+  kFileNew = 64,    // with kFileWrite: fails when the file exists
+};
+
+enum class TextEncoding : std::int32_t { EightBit = 0, Utf8 = 1, Utf16 = 2 };
+
+class SimpleFile {
+ public:
+  explicit SimpleFile(const KorText& path = {});
+  // Constructs and opens. The compressed argument has no effect: the opening is always made without
+  // compression. Callers who want it call Open themselves.
+  SimpleFile(const KorText& path, std::uint32_t mode, bool wait, bool compressed);
+  virtual ~SimpleFile(); // closes
+  SimpleFile(const SimpleFile&) = delete;
+  SimpleFile& operator=(const SimpleFile&) = delete;
+
+  const KorText& Name() const { return name; }
+  // Only while closed; an open file keeps its name and gives false.
+  bool SetName(const KorText& path);
+
+  // False when already open, when the name is empty, when the mode is 0, or when it fails; the result
+  // code tells why a compressed file could not be read. With the wait flag it tries for 5 s, and an
+  // empty file opened for reading counts as not there yet: another process may have created it and
+  // not written it so far.
+  // Compressed: a compressed file is inflated (a plain one is read as it is), a written one is
+  // compressed over the target by Close. Not for update or appending.
+  virtual bool Open(std::uint32_t mode, bool wait = false, bool compressed = false,
+                    FileResult* result = nullptr);
+  // False when cached bytes, the disk or the compression failed. A closed file gives false.
+  virtual bool Close();
+
+  bool IsOpen() const { return openMode != 0; }
+  // Open and without a failed write since.
+  bool IsGood() const { return IsOpen() && !writeFailed; }
+  std::uint32_t Mode() const { return openMode; }
+  TextEncoding Encoding() const { return encoding; }
+  bool IsCompressed() const { return compressed; }
+  std::uint64_t Position() const { return position; } // bytes from the start
+  std::uint64_t Size() const { return size; }         // bytes; grows with writes past the end
+  bool AtEnd() const { return position >= size; }
+
+  // Bytes read; fewer than asked for at the end of the file or after a failure. The destination is
+  // cleared first.
+  std::size_t Read(std::span<std::uint8_t> to);
+  // Bytes taken; fewer than given when the disk took fewer. Bytes that the write cache took can still
+  // fail later: Flush and Close tell.
+  std::size_t Write(std::span<const std::uint8_t> from);
+  // New position: offset, or size - offset with the flag. A closed file, or a target before the start
+  // of a file on disk, changes nothing.
+  std::uint64_t Seek(std::uint64_t offset, bool fromEnd = false);
+  // Hands cached bytes to the operating system; a log calls it after each line. False when it failed.
+  bool Flush();
+  // Flush, and then to the disk itself.
+  bool Sync();
+  // Without the write cache every failing write shows at once. To be called before the first write.
+  void UseWriteCache(bool use) { writeCacheAllowed = use; }
+
+  // --- Text --------------------------------------------------------------------------------------
+  // The next line without its end (LF or CR LF; the last may have none), by the file's encoding; an
+  // 8-bit byte becomes the character of the same number. False at the end of the file. A line of more
+  // than `longest` bytes comes back cut, just longer than that, and its rest follows as the next.
+  bool ReadLine(KorText& line, std::size_t longest = KorText::kNone);
+  // In the file's encoding. False when not all bytes were taken.
+  bool WriteText(std::u16string_view text);
+  template <class... Args> bool Print(std::u16string_view format, const Args&... args) {
+    return WriteText(KorText::Format(format, args...));
+  }
+  // From the position to the end of the file; std::nullopt when it can't be read in full.
+  std::optional<std::vector<std::uint8_t>> ReadAll();
+
+  // --- Checksum ----------------------------------------------------------------------------------
+  // The checksum of the whole file as it lies on disk. Only for a closed file. With kFileText in the
+  // mode the mark is recognised, and a UTF-16 file ends with its last whole character.
+  bool GetFileCrc(FileCrc& crc, std::uint32_t mode = kFileRead);
+
+  // --- Memory ------------------------------------------------------------------------------------
+  // Opens over a buffer of its own. Marks are neither looked for nor written; the encoding is that of
+  // the mode's bits. False when already open or the mode is 0.
+  bool OpenMemory(std::uint32_t mode, VoidBuffer own = {});
+  // Opens over a caller's buffer, which has to stay until Close. Writes past its end resize it all
+  // the same, with a debug warning.
+  bool AttachMemory(std::uint32_t mode, VoidBuffer& callers);
+  bool InMemory() const { return memory != nullptr; }
+  // What the memory file holds, up to its size.
+  std::span<const std::uint8_t> MemoryBytes() const;
+  std::size_t MemoryCapacity() const { return memory ? memory->Capacity() : 0; }
+
+ protected:
+  // The file that is actually opened, and deleted by Close when marked as temporary.
+  void SetWorkingPath(const KorText& path, bool temporary);
+  const KorText& WorkingPath() const { return workingPath; }
+
+ private:
+  struct ReadCache {
+    VoidBuffer bytes;
+    std::size_t at = 0;       // position inside the buffer
+    std::size_t valid = 0;    // bytes in it
+    std::uint64_t offset = 0; // where in the file it starts
+  };
+
+  void Reset();
+  bool OpenWorkingFile(std::uint32_t mode, bool wait);
+  bool OpenOnce(std::uint32_t mode, bool refuseEmpty);
+  bool PrepareCompressed(std::uint32_t mode, FileResult& result, bool& done);
+  bool PrepareCompressedRead(std::uint32_t mode, FileResult& result, bool& done);
+  bool PrepareCompressedWrite();
+  void StartReadCache();
+  void HandleMark();
+  void ReadMark();
+  void WriteMark();
+  std::size_t ReadMemory(std::span<std::uint8_t> to);
+  std::size_t ReadCached(std::span<std::uint8_t> to);
+  bool FillReadCache(std::uint64_t offset);
+  std::size_t WriteMemory(std::span<const std::uint8_t> from);
+  bool GrowMemory(std::uint64_t newSize);
+  std::size_t WriteDisk(std::span<const std::uint8_t> from);
+  std::size_t WriteHandle(std::span<const std::uint8_t> from);
+  bool SeekHandle(std::uint64_t target);
+  bool FinishCompressed();
+  // Bytes that follow the position, without moving it; empty at the end.
+  std::span<const std::uint8_t> Peek();
+  void Advance(std::size_t bytes);
+  bool TakeLine(std::vector<std::uint8_t>& raw, std::size_t longest);
+
+  KorText name;
+  KorText workingPath; // differs from the name when a temporary file stands in
+  bool workingPathTemporary = false;
+  std::unique_ptr<OsFile> handle;
+  std::unique_ptr<ReadCache> readCache; // only of text files opened for reading
+  std::unique_ptr<VoidBuffer> writeCache;
+  bool writeCacheAllowed = true;
+  bool writeFailed = false;
+  TextEncoding encoding = TextEncoding::EightBit;
+  std::uint32_t openMode = 0;
+  std::uint64_t position = 0;
+  std::uint64_t size = 0;
+  bool compressed = false;
+  bool targetExisted = true;
+  VoidBuffer ownMemory;
+  VoidBuffer* memory = nullptr; // ownMemory or the caller's; null: on disk
+  std::vector<std::uint8_t> peeked;
+};
+
+// The suffix of a file that is being written beside its target: "NAME.RANDOM.ncedl-part".
+inline constexpr char16_t kPartSuffix[] = u".ncedl-part";
+
+class KorFile : public SimpleFile {
+ public:
+  using SimpleFile::SimpleFile;
+  ~KorFile() override; // discards what was not committed
+
+  // Opens for writing beside the target, in the target's folder. The target is neither touched nor
+  // created before Commit. Every write goes to the operating system at once, so that a full disk
+  // shows by a short write; a caller that writes many small pieces turns the write cache on.
+  // The mode is kFileWrite with any of the text bits. Compressed: Commit compresses.
+  bool OpenSafe(std::uint32_t mode = kFileWrite, bool compressed = false);
+  // Flush, disk, rename over the target, disk for the folder. False when anything failed, also an
+  // earlier write: the older target is whole then and nothing else is left. Closes in either case.
+  bool Commit();
+  // Gives up what was written. Closes.
+  void Discard();
+  // Of a safe write: gives it up, as Discard.
+  bool Close() override;
+  bool IsSafe() const { return safe; }
+
+ private:
+  bool CommitPart();
+
+  bool safe = false;
+  bool compressOnCommit = false;
+};
+
+// Removes the files that writers left beside their targets when they were killed, and keeps those
+// that a living process still writes. Returns how many it removed.
+std::size_t RemoveAbandonedParts(const KorText& folder);
+
+} // namespace kor
