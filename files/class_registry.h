@@ -1,8 +1,9 @@
-// ClassRegistry: what a record's class number stands for. A class registers once, at start, with its
-// number, its name, a factory and the description of its members; a reader creates objects by number.
+// ClassRegistry: what a record's class number stands for. A class registers once, at start, with
+// its number, its name, a factory and the description of its members; a reader creates objects by
+// number.
 //
-// Filled on the main thread before any record is read; after that every operation but Register may be
-// called from any thread. Entries live as long as the registry.
+// Filled on the main thread before any record is read; after that every operation but Register may
+// be called from any thread. Entries live as long as the registry.
 #pragma once
 
 #include <array>
@@ -10,7 +11,6 @@
 #include <deque>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <span>
 #include <string_view>
 #include <utility>

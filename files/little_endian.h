@@ -19,9 +19,17 @@ template <class Number> constexpr void StoreLe(std::uint8_t* to, Number value) {
     to[i] = static_cast<std::uint8_t>(static_cast<std::uint64_t>(value) >> (8 * i));
 }
 
-constexpr std::uint32_t LoadLe32(const std::uint8_t* from) { return LoadLe<std::uint32_t>(from); }
-constexpr std::uint64_t LoadLe64(const std::uint8_t* from) { return LoadLe<std::uint64_t>(from); }
-constexpr void StoreLe32(std::uint8_t* to, std::uint32_t value) { StoreLe(to, value); }
-constexpr void StoreLe64(std::uint8_t* to, std::uint64_t value) { StoreLe(to, value); }
+constexpr std::uint32_t LoadLe32(const std::uint8_t* from) {
+  return LoadLe<std::uint32_t>(from);
+}
+constexpr std::uint64_t LoadLe64(const std::uint8_t* from) {
+  return LoadLe<std::uint64_t>(from);
+}
+constexpr void StoreLe32(std::uint8_t* to, std::uint32_t value) {
+  StoreLe(to, value);
+}
+constexpr void StoreLe64(std::uint8_t* to, std::uint64_t value) {
+  StoreLe(to, value);
+}
 
 } // namespace kor

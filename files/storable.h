@@ -46,9 +46,9 @@ class Storable {
   virtual void TransferMembers(DiskFile& file);
 
   virtual void Reserved10() {}
-  // Adds the object's contents to a checksum; two objects of a class that give the same checksum are
-  // taken for equal by DiskFile::CachedInstance. The meaning of the flag is the class's own; the
-  // stream passes false.
+  // Adds the object's contents to a checksum; two objects of a class that give the same checksum
+  // are taken for equal by DiskFile::CachedInstance. The meaning of the flag is the class's own;
+  // the stream passes false.
   virtual void AddToCrc(CrcRecord&, bool) const {}
   virtual void Reserved12() {}
   virtual void Hook() {}
