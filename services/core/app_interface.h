@@ -152,6 +152,13 @@ class AppInterface {
   KorText GetApplicationPropertyString(int type);
   void SetApplicationPropertyPath(int type, const KorText& path);
   void SetApplicationPropertyString(int type, const KorText& text);
+  // The program's folders under their display names ("CNC", "Database"), as the program paths hand
+  // them over when they are loaded; empty while none was handed over under that name.
+  void SetProgramFolder(const KorText& displayName, const KorText& folder);
+  KorText GetProgramFolder(const KorText& displayName);
+  // What "%PUBLIC%/Documents/" stands for, with a trailing "/". A system without public documents
+  // keeps shared data in the data folder, so that stands in for them.
+  virtual KorText PublicDocumentsFolder() { return GetApplicationPropertyPath(kDataFolder); }
   // "Software\Velmora\Plenova", a blank and the version when one is given, "\" and the sub-key.
   static KorText RegistryKey(const KorText& subKey, const KorText& version = u"2026");
   virtual std::optional<std::uint32_t> ReadRegistryNumber(const KorText& key,
@@ -233,6 +240,7 @@ class AppInterface {
   KorText entryName;
   Folders folders KOR_GUARDED_BY(mutex);
   KorText propertyText KOR_GUARDED_BY(mutex);
+  std::vector<std::pair<KorText, KorText>> programFolders KOR_GUARDED_BY(mutex);
   RegionalSettings regional KOR_GUARDED_BY(mutex);
   std::vector<DebugMode> debugModes KOR_GUARDED_BY(mutex);
   bool debuggingEnabled KOR_GUARDED_BY(mutex) = false;
