@@ -20,7 +20,7 @@
 
 namespace kor {
 
-class CrcRecord;
+struct FileCrc;
 class DiskFile;
 struct MemberDescription;
 
@@ -49,7 +49,7 @@ class Storable {
   // Adds the object's contents to a checksum; two objects of a class that give the same checksum
   // are taken for equal by DiskFile::CachedInstance. The meaning of the flag is the class's own;
   // the stream passes false.
-  virtual void AddToCrc(CrcRecord&, bool) const {}
+  virtual void AddToCrc(FileCrc&, bool) const {}
   virtual void Reserved12() {}
   virtual void Hook() {}
 
