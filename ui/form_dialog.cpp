@@ -1,6 +1,7 @@
 #include "ui/form_dialog.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace kor {
 

@@ -29,8 +29,8 @@ enum Lamp : std::size_t {
 
 // Everything a status display shows, taken at one moment.
 struct StatusView {
-  std::int32_t code = 0; // link status, 0 to 38
-  KorText line;          // its text, unpadded; a window shows it padded to 70 characters
+  std::int32_t code = 0;  // link status, 0 to 38
+  KorText line;           // its text, unpadded; a window shows it padded to 70 characters
   std::int64_t count = 0; // bytes so far: the position of the progress bar
   std::int64_t range = 0; // bytes in all; 0 when there is nothing to measure
   std::array<bool, kLampCount> lamps{};
@@ -45,9 +45,9 @@ struct FormField {
   KorText key;   // stable name for scripts, such as "baudrate"
   KorText label; // English label; a front end with a dictionary shows the entry of number instead
   FieldKind kind = FieldKind::Text;
-  KorText value;               // Check: "0" or "1"; Choice: one of choices
+  KorText value; // Check: "0" or "1"; Choice: one of choices
   std::vector<KorText> choices;
-  bool editable = false; // Choice: any other text may be entered as well
+  bool editable = false;                 // Choice: any other text may be entered as well
   std::int32_t minimum = 0, maximum = 0; // Number
   KorText browseTitle;                   // FolderPath and FilePath: title of the chooser
   bool enabled = true;

@@ -27,9 +27,9 @@ enum class MessageLevel : std::int32_t { Warn = 0, Norm = 1, Fatal = 2, Query = 
 
 struct MessageRecord {
   MessageLevel level = MessageLevel::Norm;
-  KorText info;    // short caption or context
-  KorText message; // main text
-  KorText details; // optional longer text
+  KorText info;            // short caption or context
+  KorText message;         // main text
+  KorText details;         // optional longer text
   std::int32_t number = 0; // message number or result; returned by Report
 };
 
@@ -55,8 +55,8 @@ struct FileInfo {
   std::uint64_t size = 0; // bytes
   FileTime modified = 0;  // UTC
   bool isFolder = false;
-  bool isHidden = false;  // POSIX: the name starts with "."
-  bool isSystem = false;  // POSIX: neither a plain file nor a folder
+  bool isHidden = false; // POSIX: the name starts with "."
+  bool isSystem = false; // POSIX: neither a plain file nor a folder
   bool isReadOnly = false;
 };
 
@@ -76,11 +76,11 @@ struct RegionalSettings {
 
 // What OpenFile is to do with an existing or a missing file.
 enum class FileAccess {
-  Read,       // existing file, reading
-  Write,      // created or emptied, writing
-  ReadWrite,  // created when missing, content kept, reading and writing
-  Append,     // created when missing, every write goes to the end
-  CreateNew,  // must not exist yet, writing
+  Read,      // existing file, reading
+  Write,     // created or emptied, writing
+  ReadWrite, // created when missing, content kept, reading and writing
+  Append,    // created when missing, every write goes to the end
+  CreateNew, // must not exist yet, writing
 };
 
 // An open file of the platform. Closes itself when destroyed. One thread at a time.
@@ -101,12 +101,12 @@ class OsFile {
 
 // Types of GetApplicationPropertyPath and GetApplicationPropertyString.
 enum PropertyType : int {
-  kStartInFolder = 7,    // where KOR.INI was found
-  kVersionText = 8,      // the property string
+  kStartInFolder = 7, // where KOR.INI was found
+  kVersionText = 8,   // the property string
   kTemporaryFolder = 9,
-  kSettingsFolder = 10,  // per user, settings files and (Linux) registry.ini
-  kProgramFolder = 11,   // holds diction.ary
-  kDataFolder = 12,      // shared data
+  kSettingsFolder = 10, // per user, settings files and (Linux) registry.ini
+  kProgramFolder = 11,  // holds diction.ary
+  kDataFolder = 12,     // shared data
 };
 
 class AppInterface {
@@ -168,15 +168,15 @@ class AppInterface {
                                    std::uint32_t number) = 0;
   virtual bool WriteRegistryText(const KorText& key, const KorText& value, const KorText& text) = 0;
   virtual std::vector<KorText> ListRegistrySubKeys(const KorText& key) = 0;
-  std::uint32_t WaitLockPeriod();  // milliseconds; "COMMON" "WaitLockPeriod", default 3000
-  std::uint32_t RegionalCsv();     // "COMMON" "RegionalCSV", default 0
+  std::uint32_t WaitLockPeriod(); // milliseconds; "COMMON" "WaitLockPeriod", default 3000
+  std::uint32_t RegionalCsv();    // "COMMON" "RegionalCSV", default 0
   void AddConsoleOption(const KorText& name, std::int32_t value);
   std::int32_t GetConsoleOption(const KorText& name);
 
   // --- Time and locale -------------------------------------------------------------------------
-  virtual FileTime CurrentFileTime() = 0;                 // UTC
+  virtual FileTime CurrentFileTime() = 0; // UTC
   virtual FileTime FileTimeToLocal(FileTime utc) = 0;
-  static int CompareFileTimes(FileTime a, FileTime b);    // -1, 0, 1
+  static int CompareFileTimes(FileTime a, FileTime b); // -1, 0, 1
   static SystemTime FileTimeToSystemTime(FileTime time);
   static FileTime SystemTimeToFileTime(const SystemTime& time);
   SystemTime LocalTime(); // now, in the user's time zone; 2000-01-01 while Reg_Dateless is set
@@ -199,7 +199,7 @@ class AppInterface {
   virtual KorText ErrorText(std::uint32_t error) = 0; // the system's text, without line end
   virtual std::unique_ptr<OsFile> OpenFile(const KorText& path, FileAccess access) = 0;
   virtual std::optional<FileInfo> FileAttributes(const KorText& path) = 0;
-  bool FileExists(const KorText& path);   // a plain file
+  bool FileExists(const KorText& path); // a plain file
   bool FolderExists(const KorText& path);
   virtual bool RemoveFile(const KorText& path) = 0;
   // Replaces an existing target in one step.

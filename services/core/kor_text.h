@@ -35,15 +35,15 @@ class FormatArg {
   enum class Kind { Signed, Unsigned, Real, Text, Character };
 
   template <class Number>
-    requires(std::is_integral_v<Number> && !std::is_same_v<Number, char16_t>)
-  FormatArg(Number value) // NOLINT(google-explicit-constructor): arguments of Format
+  requires(std::is_integral_v<Number> && !std::is_same_v<Number, char16_t>)
+      FormatArg(Number value) // NOLINT(google-explicit-constructor): arguments of Format
       : kind(std::is_signed_v<Number> ? Kind::Signed : Kind::Unsigned),
         number(static_cast<std::uint64_t>(static_cast<std::int64_t>(value))),
         bytes(sizeof(Number)) {}
-  FormatArg(double value) : kind(Kind::Real), real(value) {}             // NOLINT
-  FormatArg(char16_t value) : kind(Kind::Character), number(value) {}    // NOLINT
-  FormatArg(const KorText& value);                                       // NOLINT
-  FormatArg(std::u16string_view value) : kind(Kind::Text), text(value) {} // NOLINT
+  FormatArg(double value) : kind(Kind::Real), real(value) {}                        // NOLINT
+  FormatArg(char16_t value) : kind(Kind::Character), number(value) {}               // NOLINT
+  FormatArg(const KorText& value);                                                  // NOLINT
+  FormatArg(std::u16string_view value) : kind(Kind::Text), text(value) {}           // NOLINT
   FormatArg(const char16_t* value) : kind(Kind::Text), text(value ? value : u"") {} // NOLINT
 
   Kind kind;
@@ -58,9 +58,9 @@ class KorText {
   static constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 
   KorText() = default;
-  KorText(const char16_t* text) : chars(text ? text : u"") {}       // NOLINT
-  KorText(std::u16string_view text) : chars(text) {}                // NOLINT
-  KorText(std::u16string text) : chars(std::move(text)) {}          // NOLINT
+  KorText(const char16_t* text) : chars(text ? text : u"") {} // NOLINT
+  KorText(std::u16string_view text) : chars(text) {}          // NOLINT
+  KorText(std::u16string text) : chars(std::move(text)) {}    // NOLINT
   KorText(std::size_t count, char16_t c) : chars(count, c) {}
 
   // Each byte becomes the character of the same number (0 to 255).
@@ -130,8 +130,7 @@ class KorText {
   // be "*"); length letters (h l ll I64 z) are accepted and ignored. Widths and precisions count
   // characters. Arguments carry their own type: a directive that does not fit its argument prints
   // the argument in its natural form, a missing argument prints nothing, a surplus one is ignored.
-  template <class... Args>
-  static KorText Format(std::u16string_view format, const Args&... args) {
+  template <class... Args> static KorText Format(std::u16string_view format, const Args&... args) {
     return FormatList(format, {FormatArg(args)...});
   }
   static KorText FormatList(std::u16string_view format, std::initializer_list<FormatArg> args);
