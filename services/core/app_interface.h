@@ -54,6 +54,7 @@ struct SystemTime {
 struct FileInfo {
   std::uint64_t size = 0; // bytes
   FileTime modified = 0;  // UTC
+  bool isFile = false;    // a plain file: neither folder nor device
   bool isFolder = false;
   bool isHidden = false; // POSIX: the name starts with "."
   bool isSystem = false; // POSIX: neither a plain file nor a folder
@@ -74,7 +75,8 @@ struct RegionalSettings {
   KorText shortDateFormat = u"dd/mm/yyyy";
 };
 
-// What OpenFile is to do with an existing or a missing file.
+// What OpenFile is to do with an existing or a missing file. While one holds a file for writing, no
+// other can open it for writing, in this process or another; readers are never kept out.
 enum class FileAccess {
   Read,      // existing file, reading
   Write,     // created or emptied, writing
@@ -132,9 +134,12 @@ class AppInterface {
   // returns the reporter's answer, else the record's number.
   virtual std::int32_t Report(const MessageRecord& record);
   virtual void DebugWarning(const KorText& message, const KorText& info);
-  virtual void DebugOutput(const KorText& text); // a line for the diagnostic display
+  // A line for the diagnostic display: the debugger's output (Windows), or standard error while
+  // debugging is enabled (POSIX). Here: dropped.
+  virtual void DebugOutput(const KorText& text);
   void SetReporter(MessageReporter reporter);
-  // The application log: a file opened for appending, or none (the start value: texts are dropped).
+  // The application log: a file opened for appending, or none (the start value, and after an empty
+  // path: texts are dropped). A text is written in one piece, one byte per character.
   bool OpenLog(const KorText& path);
   void WriteLog(const KorText& text);
 
@@ -144,12 +149,14 @@ class AppInterface {
   std::int32_t GetDebugMode(const KorText& name);
   void SetDebugMode(const KorText& name, std::int32_t value);
   void EnableDebugging(bool enable);
+  bool DebuggingEnabled();
   // Copies of the modes that are active now (kind 2, or all while debugging is enabled).
   std::vector<DebugMode> ActiveDebugModes();
 
   // --- Properties, registry, console options ---------------------------------------------------
   KorText GetApplicationPropertyPath(int type);
   KorText GetApplicationPropertyString(int type);
+  // The folder is kept with a trailing "/", so that a file name can be joined to it as it stands.
   void SetApplicationPropertyPath(int type, const KorText& path);
   void SetApplicationPropertyString(int type, const KorText& text);
   // The program's folders under their display names ("CNC", "Database"), as the program paths hand
@@ -170,7 +177,7 @@ class AppInterface {
   virtual std::vector<KorText> ListRegistrySubKeys(const KorText& key) = 0;
   std::uint32_t WaitLockPeriod(); // milliseconds; "COMMON" "WaitLockPeriod", default 3000
   std::uint32_t RegionalCsv();    // "COMMON" "RegionalCSV", default 0
-  void AddConsoleOption(const KorText& name, std::int32_t value);
+  void AddConsoleOption(const KorText& name, std::int32_t value); // replaces the option of that name
   std::int32_t GetConsoleOption(const KorText& name);
 
   // --- Time and locale -------------------------------------------------------------------------
@@ -178,6 +185,7 @@ class AppInterface {
   virtual FileTime FileTimeToLocal(FileTime utc) = 0;
   static int CompareFileTimes(FileTime a, FileTime b); // -1, 0, 1
   static SystemTime FileTimeToSystemTime(FileTime time);
+  // Years 1601 to 30827. What is no date or time of day gives 0; a time out of range the start of 1601.
   static FileTime SystemTimeToFileTime(const SystemTime& time);
   SystemTime LocalTime(); // now, in the user's time zone; 2000-01-01 while Reg_Dateless is set
   virtual KorText FormatDate(const SystemTime& time) = 0; // user's short date
@@ -204,7 +212,9 @@ class AppInterface {
   virtual bool RemoveFile(const KorText& path) = 0;
   // Replaces an existing target in one step.
   virtual bool RenameFile(const KorText& from, const KorText& to) = 0;
-  virtual bool DuplicateFile(const KorText& from, const KorText& to) = 0; // replaces the target
+  // Copies content and time beside the target and renames the copy over it; the older target stays
+  // whole when that fails.
+  virtual bool DuplicateFile(const KorText& from, const KorText& to);
   virtual bool MakeFolder(const KorText& path) = 0;   // with all missing parents; true if it exists
   virtual bool RemoveFolder(const KorText& path) = 0; // with its contents
   virtual bool SetFileModified(const KorText& path, FileTime modified) = 0;
@@ -212,15 +222,16 @@ class AppInterface {
   virtual std::optional<std::vector<FileEntry>> ListFolder(const KorText& folder) = 0;
   // Makes a directory entry change durable (POSIX: syncs the folder); true where not needed.
   virtual bool SyncFolder(const KorText& folder) = 0;
-  // A path to a file that was not found where it should be, or an empty text.
+  // A path to a file that was not found where it should be, or an empty text: looks for the name, less
+  // its folder, in the start-in, settings, program and data folders.
   virtual KorText LocateFile(const KorText& name);
   // Creates an empty file "KOR" + number in the temporary folder and returns its path; empty after
   // 100000 failed attempts.
   virtual KorText GetTemporaryFilename();
 
   // The form a path takes for the platform's calls: the Windows long-path prefix for paths longer than
-  // 228 characters (or longer than 1 while force is set). Relative paths and paths that already
-  // carry the prefix stay as they are, but for "/" turned into "\".
+  // 228 characters (or longer than 1 while force is set); "/" becomes "\" in them. Shorter paths and
+  // those that begin with a dot stay as they are.
   static KorText LongPath(const KorText& path, bool force);
 
  protected:
@@ -233,6 +244,7 @@ class AppInterface {
  private:
   KorText* PropertyFolder(int type) KOR_REQUIRES(mutex);
   DebugMode* FindMode(const KorText& name) KOR_REQUIRES(mutex);
+  std::uint32_t NextTemporaryNumber();
   bool IsActive(const DebugMode& mode) const KOR_REQUIRES(mutex);
 
   Mutex mutex;
