@@ -1,0 +1,67 @@
+// iniFile: binds program variables to keys of a sectioned text file. Register items, then Read fills
+// the variables (defaults for what is missing) and Write updates the file, keeping every line that
+// belongs to no item. Each call reads the file anew; between calls only the path and the items are
+// kept. Owned by the caller; one thread at a time.
+//
+// The file keeps the encoding it was found in. A new one is 8-bit text, unless it holds characters
+// above 255: it is then written as UTF-8 with its mark, so that no text is lost. Saving writes beside
+// the file and renames, so it needs a folder that can be written to, and a failure leaves the older
+// file whole.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "files/simple_file.h"
+#include "services/core/kor_text.h"
+#include "services/ini/ini_items.h"
+#include "services/ini/ini_lines.h"
+
+namespace kor {
+
+class iniFile {
+ public:
+  using Filter = std::optional<KorText>; // a name that items have to bear; none: all items
+
+  explicit iniFile(KorText filePath) : path(std::move(filePath)) {}
+
+  const KorText& Path() const { return path; }
+  // Null is ignored.
+  void Add(std::unique_ptr<iniStruct> item);
+  // Makes and adds an item.
+  template <class Item, class... Args> void Add(Args&&... args) {
+    Add(std::make_unique<Item>(std::forward<Args>(args)...));
+  }
+
+  // False when the file could not be loaded: every item has its default then.
+  bool Read(const Filter& section = {}, const Filter& key = {}, bool report = false);
+  // Always true, also when saving failed, which is intended: a failure is reported when the flag is
+  // set, and LastSaveSucceeded tells. A file that can't be loaded is written as a new one.
+  bool Write(const Filter& section = {}, const Filter& key = {}, bool report = false);
+
+  // The steps of the two. The lines loaded here are used by the next Read or Write.
+  bool Load(bool report = false);
+  bool Save(bool report = false);
+  // Of the lines that Load has fetched.
+  bool HasSection(const KorText& name) { return lines.Find(name) != nullptr; }
+
+  bool IsWritten() const { return written; } // Write was called
+  bool LastSaveSucceeded() const { return saved; }
+
+ private:
+  void Release();
+  bool Passes(const iniStruct& item, const Filter& section, const Filter& key) const;
+  bool WriteLines();
+  std::uint32_t EncodingMode(const std::vector<const KorText*>& all) const;
+
+  KorText path;
+  std::vector<std::unique_ptr<iniStruct>> items; // in order of registration
+  iniLines lines;
+  TextEncoding encoding = TextEncoding::EightBit; // of the loaded file
+  bool loaded = false;
+  bool written = false;
+  bool saved = false;
+};
+
+} // namespace kor
