@@ -127,8 +127,8 @@ const KorText* ProfileFile::Find(std::u16string_view section, std::u16string_vie
   return inKeys == inSections->second.end() ? nullptr : &inKeys->second;
 }
 
-KorText ProfileFile::GetText(std::u16string_view section, std::u16string_view key,
-                             const KorText& byDefault, std::size_t bufferSize) const {
+KorText ProfileFile::Text(std::u16string_view section, std::u16string_view key,
+                          const KorText& byDefault, std::size_t bufferSize) const {
   if (bufferSize == 0) return {};
   const KorText* value = Find(section, key);
   if (value) return value->Left(bufferSize - 1);
@@ -138,8 +138,8 @@ KorText ProfileFile::GetText(std::u16string_view section, std::u16string_view ke
   return KorText(standard.substr(0, bufferSize - 1));
 }
 
-std::int32_t ProfileFile::GetInteger(std::u16string_view section, std::u16string_view key,
-                                     std::int32_t byDefault) const {
+std::int32_t ProfileFile::Integer(std::u16string_view section, std::u16string_view key,
+                                  std::int32_t byDefault) const {
   const KorText* value = Find(section, key);
   const std::u16string_view digits = value ? Trimmed(*value) : std::u16string_view();
   return digits.empty() ? byDefault : IntegerOf(digits);

@@ -29,19 +29,19 @@ namespace kor {
 class ProfileFile {
  public:
   static constexpr std::uint64_t kLargestProfile = 1u << 20; // bytes
-  static constexpr std::size_t kTextBuffer = 80;              // characters, with the closing zero
+  static constexpr std::size_t kTextBuffer = 80;             // characters, with the closing zero
 
   explicit ProfileFile(const KorText& path);
 
   // Cut to one character less than the buffer holds. The default of a missing key loses its trailing
   // blanks; a key with an empty value gives an empty text.
-  KorText GetText(std::u16string_view section, std::u16string_view key, const KorText& byDefault,
-                  std::size_t bufferSize = kTextBuffer) const;
+  KorText Text(std::u16string_view section, std::u16string_view key, const KorText& byDefault,
+               std::size_t bufferSize = kTextBuffer) const;
   // A sign and digits up to the first other character, with "0x", "0o" or "0b" (lower case) in front
   // of hexadecimal, octal and binary digits; counted modulo 2 to the 32nd. A missing or empty value
   // gives the default, any other text 0.
-  std::int32_t GetInteger(std::u16string_view section, std::u16string_view key,
-                          std::int32_t byDefault) const;
+  std::int32_t Integer(std::u16string_view section, std::u16string_view key,
+                       std::int32_t byDefault) const;
 
  private:
   using Section = std::unordered_map<std::u16string, KorText>; // folded key to value
