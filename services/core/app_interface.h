@@ -92,7 +92,8 @@ class OsFile {
   // Bytes moved; fewer than asked for at the end of the file or after a failure (see LastError).
   virtual std::size_t Read(std::span<std::uint8_t> to) = 0;
   virtual std::size_t Write(std::span<const std::uint8_t> from) = 0;
-  // New position from the start, in bytes; std::nullopt when the platform refuses.
+  // Moves to the offset, or to the end plus the offset (negative: before the end). New position from
+  // the start, in bytes; std::nullopt, after a debug warning, when the platform refuses.
   virtual std::optional<std::uint64_t> Seek(std::int64_t offset, bool fromEnd) = 0;
   virtual std::uint64_t Size() = 0;
   // Hands the content to the disk (fsync, FlushFileBuffers).

@@ -116,6 +116,7 @@ class KorText {
   friend bool operator==(const KorText& a, const KorText& b) = default;
   friend auto operator<=>(const KorText& a, const KorText& b) = default;
   friend bool operator==(const KorText& a, const char16_t* b) { return a.View() == b; }
+  friend bool operator==(const KorText& a, std::u16string_view b) { return a.View() == b; }
 
   // An optional "+" or "-" and then decimal digits up to the first other character; a text that
   // starts with anything else gives 0. Values beyond 32 bits stop at the limit.

@@ -1,0 +1,310 @@
+#include "platform/posix/app_interface_posix.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <utility>
+
+namespace kor {
+
+namespace {
+
+constexpr FileTime kUnixEpoch = 116444736000000000; // 1970-01-01 in file time
+constexpr FileTime kTicksPerSecond = 10000000;
+
+thread_local std::uint32_t lastError = 0;
+
+bool Fail(int error) {
+  lastError = static_cast<std::uint32_t>(error);
+  return false;
+}
+
+bool Checked(int result) {
+  return result == 0 || Fail(errno);
+}
+
+// The path as the system takes it. A zero character would end it early and name another file.
+bool ToNative(const KorText& path, std::string& native) {
+  native = path.ToUtf8();
+  return native.find('\0') == native.npos || Fail(EINVAL);
+}
+
+FileTime FromTimespec(const timespec& time) {
+  return kUnixEpoch + static_cast<FileTime>(time.tv_sec) * kTicksPerSecond +
+         static_cast<FileTime>(time.tv_nsec / 100);
+}
+
+timespec ToTimespec(FileTime time) {
+  const auto ticks = static_cast<std::int64_t>(time - kUnixEpoch);
+  auto seconds = ticks / static_cast<std::int64_t>(kTicksPerSecond);
+  auto rest = ticks % static_cast<std::int64_t>(kTicksPerSecond);
+  if (rest < 0) {
+    rest += static_cast<std::int64_t>(kTicksPerSecond);
+    --seconds;
+  }
+  timespec result{};
+  result.tv_sec = seconds;
+  result.tv_nsec = static_cast<long>(rest * 100);
+  return result;
+}
+
+bool IsDotName(std::string_view name) {
+  return name == "." || name == "..";
+}
+
+std::string_view LastName(std::string_view path) {
+  while (path.size() > 1 && path.back() == '/')
+    path.remove_suffix(1);
+  return path.substr(path.rfind('/') + 1);
+}
+
+FileInfo InfoOf(const struct stat& status, std::string_view name) {
+  FileInfo info;
+  info.isFile = S_ISREG(status.st_mode);
+  info.isFolder = S_ISDIR(status.st_mode);
+  info.isHidden = name.starts_with('.') && !IsDotName(name);
+  info.isSystem = !info.isFile && !info.isFolder;
+  info.isReadOnly = (status.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0;
+  info.size = info.isFile ? static_cast<std::uint64_t>(status.st_size) : 0;
+  info.modified = FromTimespec(status.st_mtim);
+  return info;
+}
+
+class PosixFile : public OsFile {
+ public:
+  PosixFile(int openFile, AppInterface& app) : file(openFile), owner(app) {}
+  ~PosixFile() override { Close(); }
+  PosixFile(const PosixFile&) = delete;
+  PosixFile& operator=(const PosixFile&) = delete;
+
+  std::size_t Read(std::span<std::uint8_t> to) override {
+    return Move(to, [this](auto part) { return ::read(file, part.data(), part.size()); });
+  }
+
+  std::size_t Write(std::span<const std::uint8_t> from) override {
+    return Move(from, [this](auto part) { return ::write(file, part.data(), part.size()); });
+  }
+
+  std::optional<std::uint64_t> Seek(std::int64_t offset, bool fromEnd) override {
+    const off_t position = ::lseek(file, offset, fromEnd ? SEEK_END : SEEK_SET);
+    if (position >= 0) return static_cast<std::uint64_t>(position);
+    Fail(errno);
+    owner.DebugWarning(u"SetFilePointer Failed!", u"FileIO");
+    return std::nullopt;
+  }
+
+  std::uint64_t Size() override {
+    struct stat status {};
+    return Checked(::fstat(file, &status)) ? static_cast<std::uint64_t>(status.st_size) : 0;
+  }
+
+  // A device that can't be synced (EINVAL) holds nothing back.
+  bool Sync() override { return ::fsync(file) == 0 || errno == EINVAL || Fail(errno); }
+
+  bool Close() override {
+    if (file < 0) return true;
+    const int closed = ::close(std::exchange(file, -1));
+    return closed == 0 || errno == EINTR || Fail(errno); // after EINTR the file is closed, too
+  }
+
+ private:
+  // Repeats a transfer until everything is moved, the file ends or the system refuses.
+  template <class Bytes, class Transfer> std::size_t Move(Bytes bytes, Transfer transfer) {
+    std::size_t moved = 0;
+    while (moved < bytes.size()) {
+      const ssize_t count = transfer(bytes.subspan(moved));
+      if (count < 0 && errno == EINTR) continue;
+      if (count < 0) Fail(errno);
+      if (count <= 0) break;
+      moved += static_cast<std::size_t>(count);
+    }
+    return moved;
+  }
+
+  int file;
+  AppInterface& owner;
+};
+
+// Never waits: a pipe without a far end is refused, not waited for.
+int FlagsOf(FileAccess access) {
+  constexpr int kCommon = O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+  switch (access) {
+  case FileAccess::Read:
+    return kCommon | O_RDONLY;
+  case FileAccess::Write:
+    return kCommon | O_WRONLY | O_CREAT;
+  case FileAccess::ReadWrite:
+    return kCommon | O_RDWR | O_CREAT;
+  case FileAccess::Append:
+    return kCommon | O_WRONLY | O_CREAT | O_APPEND;
+  case FileAccess::CreateNew:
+    return kCommon | O_WRONLY | O_CREAT | O_EXCL;
+  }
+  return kCommon | O_RDONLY;
+}
+
+// Only a lock that another holds is a refusal; a file system without locks is none.
+bool LockAs(int file, FileAccess access) {
+  if (access == FileAccess::Read) return true;
+  const int kind = access == FileAccess::Append ? LOCK_SH : LOCK_EX;
+  return ::flock(file, kind | LOCK_NB) == 0 || errno != EWOULDBLOCK || Fail(EBUSY);
+}
+
+// The content goes only once the lock is had.
+bool Prepare(int file, FileAccess access) {
+  struct stat status {};
+  if (!Checked(::fstat(file, &status))) return false;
+  if (S_ISDIR(status.st_mode)) return Fail(EISDIR);
+  if (!LockAs(file, access)) return false;
+  const bool empties = access == FileAccess::Write && S_ISREG(status.st_mode);
+  return !empties || Checked(::ftruncate(file, 0));
+}
+
+bool IsFolder(const std::string& path) {
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+bool MakeNativeFolder(const std::string& path) {
+  if (::mkdir(path.c_str(), 0777) == 0) return true;
+  const int error = errno;
+  if (IsFolder(path)) return true;
+  const std::size_t name = path.find_last_not_of('/');
+  const std::size_t slash = name == path.npos ? name : path.rfind('/', name);
+  if (error != ENOENT || slash == path.npos || slash == 0) return Fail(error);
+  if (!MakeNativeFolder(path.substr(0, slash))) return false;
+  // Another may have made it meanwhile.
+  return ::mkdir(path.c_str(), 0777) == 0 || IsFolder(path) || Fail(errno);
+}
+
+struct CloseFolder {
+  void operator()(DIR* folder) const { ::closedir(folder); }
+};
+using OpenFolder = std::unique_ptr<DIR, CloseFolder>;
+
+// std::nullopt: the entry is gone again. A link that points nowhere counts as what it is itself.
+std::optional<FileEntry> EntryOf(DIR* folder, const char* name) {
+  struct stat status {};
+  if (::fstatat(::dirfd(folder), name, &status, 0) != 0 &&
+      ::fstatat(::dirfd(folder), name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    return std::nullopt;
+  }
+  return FileEntry{KorText::FromUtf8(name), InfoOf(status, name)};
+}
+
+} // namespace
+
+std::uint32_t PosixAppInterface::LastError() {
+  return lastError;
+}
+
+void PosixAppInterface::SetLastError(std::uint32_t error) {
+  lastError = error;
+}
+
+std::unique_ptr<OsFile> PosixAppInterface::OpenFile(const KorText& path, FileAccess access) {
+  std::string native;
+  if (!ToNative(path, native)) return nullptr;
+  int file = -1;
+  do {
+    file = ::open(native.c_str(), FlagsOf(access), 0666);
+  } while (file < 0 && errno == EINTR);
+  if (file < 0) {
+    Fail(errno);
+    return nullptr;
+  }
+  auto opened = std::make_unique<PosixFile>(file, *this);
+  return Prepare(file, access) ? std::move(opened) : nullptr;
+}
+
+std::optional<FileInfo> PosixAppInterface::FileAttributes(const KorText& path) {
+  std::string native;
+  struct stat status {};
+  if (!ToNative(path, native) || !Checked(::stat(native.c_str(), &status))) return std::nullopt;
+  return InfoOf(status, LastName(native));
+}
+
+bool PosixAppInterface::RemoveFile(const KorText& path) {
+  std::string native;
+  return ToNative(path, native) && Checked(::unlink(native.c_str()));
+}
+
+bool PosixAppInterface::RenameFile(const KorText& from, const KorText& to) {
+  std::string nativeFrom, nativeTo;
+  if (!ToNative(from, nativeFrom) || !ToNative(to, nativeTo)) return false;
+  if (::rename(nativeFrom.c_str(), nativeTo.c_str()) == 0) return true;
+  if (errno != EXDEV) return Fail(errno);
+  // Onto another disk: copied beside the target and renamed there, so the target changes in one step.
+  return DuplicateFile(from, to) && RemoveFile(from);
+}
+
+bool PosixAppInterface::MakeFolder(const KorText& path) {
+  std::string native;
+  return ToNative(path, native) && MakeNativeFolder(native);
+}
+
+bool PosixAppInterface::RemoveFolder(const KorText& path) {
+  std::string native;
+  if (!ToNative(path, native)) return false;
+  while (native.size() > 1 && native.ends_with('/'))
+    native.pop_back();
+  struct stat status {};
+  if (!Checked(::lstat(native.c_str(), &status))) return false;
+  // Of a link to a folder only the link goes.
+  if (S_ISLNK(status.st_mode) && IsFolder(native)) return Checked(::unlink(native.c_str()));
+  if (!S_ISDIR(status.st_mode)) return Fail(ENOTDIR);
+  std::error_code error;
+  std::filesystem::remove_all(native, error); // follows no links
+  return !error || Fail(error.value());
+}
+
+bool PosixAppInterface::SetFileModified(const KorText& path, FileTime modified) {
+  std::string native;
+  const timespec times[2] = {{0, UTIME_OMIT}, ToTimespec(modified)};
+  return ToNative(path, native) && Checked(::utimensat(AT_FDCWD, native.c_str(), times, 0));
+}
+
+std::optional<std::vector<FileEntry>> PosixAppInterface::ListFolder(const KorText& folder) {
+  std::string native;
+  if (!ToNative(folder, native)) return std::nullopt;
+  const OpenFolder open(::opendir(native.c_str()));
+  if (!open) {
+    Fail(errno);
+    return std::nullopt;
+  }
+  std::vector<FileEntry> entries;
+  errno = 0;
+  while (const dirent* next = ::readdir(open.get())) {
+    if (!IsDotName(next->d_name)) {
+      if (auto entry = EntryOf(open.get(), next->d_name)) entries.push_back(std::move(*entry));
+    }
+    errno = 0;
+  }
+  if (errno == 0) return entries;
+  Fail(errno);
+  return std::nullopt;
+}
+
+bool PosixAppInterface::SyncFolder(const KorText& folder) {
+  std::string native;
+  if (!ToNative(folder, native)) return false;
+  const int opened =
+      ::open(native.empty() ? "." : native.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (opened < 0) return Fail(errno);
+  PosixFile entries(opened, *this);
+  return entries.Sync();
+}
+
+KorText PosixAppInterface::ErrorText(std::uint32_t error) {
+  char buffer[256] = {};
+  return KorText::FromUtf8(::strerror_r(static_cast<int>(error), buffer, sizeof buffer));
+}
+
+} // namespace kor

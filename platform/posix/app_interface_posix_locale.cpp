@@ -1,0 +1,125 @@
+#include <langinfo.h>
+#include <time.h>
+
+#include "platform/posix/app_interface_posix.h"
+
+namespace kor {
+
+namespace {
+
+constexpr std::u16string_view kNoDateFormat = u"%m/%d/%y"; // what the "C" locale holds
+
+// The date picture ("dd.MM.yyyy") of one strftime letter.
+std::u16string_view PictureOf(char16_t letter) {
+  switch (letter) {
+  case u'd':
+  case u'e':
+    return u"dd";
+  case u'm':
+    return u"MM";
+  case u'y':
+    return u"yy";
+  case u'Y':
+    return u"yyyy";
+  case u'b':
+  case u'h':
+    return u"MMM";
+  case u'B':
+    return u"MMMM";
+  case u'a':
+    return u"ddd";
+  case u'A':
+    return u"dddd";
+  case u'D':
+    return u"MM/dd/yy";
+  case u'F':
+    return u"yyyy-MM-dd";
+  default:
+    return u"";
+  }
+}
+
+KorText DatePicture(const KorText& format) {
+  KorText picture;
+  for (std::size_t i = 0; i < format.Length(); ++i) {
+    if (format[i] != u'%') {
+      picture += format[i];
+      continue;
+    }
+    // Flags and modifiers ("%-d", "%Ey") don't change which part of the date is meant.
+    i = format.View().find_first_not_of(u"-_0^#EO", i + 1);
+    if (i == KorText::kNone) break;
+    picture += PictureOf(format[i]);
+  }
+  return picture;
+}
+
+// The character after the hours of a time format; "%T" and "%r" stand for ":".
+char16_t SeparatorOf(const KorText& timeFormat) {
+  const std::size_t hours = timeFormat.View().find_first_of(u"HIkl");
+  const bool spelled = hours != KorText::kNone && hours > 0 && hours + 1 < timeFormat.Length();
+  return spelled ? timeFormat[hours + 1] : u'\0';
+}
+
+char16_t FirstOr(const KorText& text, char16_t otherwise) {
+  return text.IsEmpty() ? otherwise : text[0];
+}
+
+} // namespace
+
+UserLocale::UserLocale() : handle(nullptr) {}
+
+UserLocale::~UserLocale() {
+  if (handle) ::freelocale(handle);
+}
+
+void UserLocale::Reload() {
+  if (handle) ::freelocale(handle);
+  handle = ::newlocale(LC_ALL_MASK, "", nullptr);
+}
+
+KorText UserLocale::Decoded(const char* text) const {
+  const std::string_view codeset = ::nl_langinfo_l(CODESET, handle);
+  return codeset == "UTF-8" ? KorText::FromUtf8(text) : KorText::FromBytes(text);
+}
+
+KorText UserLocale::Item(int item) const {
+  return handle ? Decoded(::nl_langinfo_l(item, handle)) : KorText();
+}
+
+KorText UserLocale::Format(const char* format, const SystemTime& time) const {
+  if (!handle) return {};
+  tm broken{};
+  broken.tm_year = time.year - 1900;
+  broken.tm_mon = time.month - 1;
+  broken.tm_mday = time.day;
+  broken.tm_hour = time.hour;
+  broken.tm_min = time.minute;
+  broken.tm_sec = time.second;
+  broken.tm_wday = time.dayOfWeek;
+  broken.tm_isdst = -1;
+  char buffer[256];
+  const std::size_t length = ::strftime_l(buffer, sizeof buffer, format, &broken, handle);
+  buffer[length] = '\0';
+  return Decoded(buffer);
+}
+
+// POSIX locales hold neither a list separator nor a long date. Where the comma is the decimal
+// separator a list needs another one, and the semicolon is what is used there.
+void PosixAppInterface::LoadRegionalSettings() {
+  RegionalSettings settings;
+  {
+    Lock lock(localeMutex);
+    userLocale.Reload();
+    settings.decimalSeparator = FirstOr(userLocale.Item(RADIXCHAR), settings.decimalSeparator);
+    settings.thousandsSeparator = FirstOr(userLocale.Item(THOUSEP), settings.thousandsSeparator);
+    const char16_t separator = SeparatorOf(userLocale.Item(T_FMT));
+    if (separator != u'\0') settings.timeSeparator = separator;
+    const KorText date = userLocale.Item(D_FMT);
+    if (!date.IsEmpty() && date != kNoDateFormat) settings.shortDateFormat = DatePicture(date);
+  }
+  if (settings.decimalSeparator == u',') settings.listSeparator = u';';
+  SetRegional(settings);
+}
+
+} // namespace kor

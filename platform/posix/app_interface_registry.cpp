@@ -1,0 +1,215 @@
+#include "platform/posix/app_interface_registry.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <string>
+
+namespace kor {
+
+namespace {
+
+bool IsHexDigit(char16_t c) {
+  return (c >= u'0' && c <= u'9') || (FoldAscii(c) >= u'A' && FoldAscii(c) <= u'F');
+}
+
+bool IsEscape(std::u16string_view text) {
+  return text.size() >= 6 && text.starts_with(u"%u") &&
+         std::all_of(text.begin() + 2, text.begin() + 6, IsHexDigit);
+}
+
+bool IsHigh(char16_t c) {
+  return c >= 0xD800 && c <= 0xDBFF;
+}
+bool IsLow(char16_t c) {
+  return c >= 0xDC00 && c <= 0xDFFF;
+}
+
+// Whether the character at a place can't stand in a line as it is.
+bool NeedsEscape(std::u16string_view text, std::size_t at, bool isName) {
+  const char16_t c = text[at];
+  const bool first = at == 0, last = at + 1 == text.size();
+  if (c < u' ' || c == 0x7F || (c == u' ' && (first || last))) return true;
+  if (isName && (c == u'=' || (first && (c == u'[' || c == u';' || c == u'#')))) return true;
+  if (IsHigh(c)) return last || !IsLow(text[at + 1]);
+  if (IsLow(c)) return first || !IsHigh(text[at - 1]);
+  return IsEscape(text.substr(at));
+}
+
+KorText Escaped(std::u16string_view text, bool isName) {
+  KorText escaped;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (NeedsEscape(text, i, isName)) {
+      escaped += KorText::Format(u"%%u%04X", text[i]);
+    } else {
+      escaped += text[i];
+    }
+  }
+  return escaped;
+}
+
+KorText Unescaped(std::u16string_view text) {
+  KorText plain;
+  while (!text.empty()) {
+    const bool escape = IsEscape(text);
+    if (escape) {
+      const std::string digits = KorText(text.substr(2, 4)).ToBytes();
+      plain += static_cast<char16_t>(std::stoul(digits, nullptr, 16));
+    } else {
+      plain += text[0];
+    }
+    text.remove_prefix(escape ? 6 : 1);
+  }
+  return plain;
+}
+
+std::optional<KorText> SectionOf(const KorText& line) {
+  const KorText text = line.Trimmed();
+  if (!text.StartsWith(u"[") || !text.EndsWith(u"]")) return std::nullopt;
+  return Unescaped(text.Mid(1, text.Length() - 2));
+}
+
+// Where a key's section starts and ends (the next section, or the end of the file); start is the line
+// after its heading.
+struct Section {
+  std::size_t start = KorText::kNone, end = KorText::kNone;
+};
+
+Section FindSection(const std::vector<KorText>& lines, const KorText& key) {
+  Section section;
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    const std::optional<KorText> name = SectionOf(lines[i]);
+    if (!name) continue;
+    if (section.start != KorText::kNone) return {section.start, i};
+    if (name->EqualsNoCase(key)) section = {i + 1, lines.size()};
+  }
+  return section;
+}
+
+std::size_t FindLine(const std::vector<KorText>& lines, const Section& section,
+                     const KorText& value) {
+  if (section.start == KorText::kNone) return KorText::kNone;
+  for (std::size_t i = section.start; i < section.end; ++i) {
+    const std::size_t equals = lines[i].Find(u'=');
+    if (equals == KorText::kNone) continue;
+    if (Unescaped(lines[i].Left(equals).Trimmed()).EqualsNoCase(value)) return i;
+  }
+  return KorText::kNone;
+}
+
+// Puts the line into its section, after the section's last value.
+void InsertLine(std::vector<KorText>& lines, const Section& section, const KorText& key,
+                const KorText& line) {
+  if (section.start == KorText::kNone) {
+    if (!lines.empty()) lines.emplace_back();
+    lines.push_back(u"[" + Escaped(key, false) + u"]");
+    lines.push_back(line);
+    return;
+  }
+  std::size_t at = section.end;
+  while (at > section.start && lines[at - 1].Trimmed().IsEmpty())
+    --at;
+  lines.insert(lines.begin() + static_cast<std::ptrdiff_t>(at), line);
+}
+
+// Keeps two programs from changing the file at once; leaves nothing behind.
+class FolderLock {
+ public:
+  explicit FolderLock(const KorText& folder)
+      : handle(::open(folder.ToUtf8().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+    if (handle >= 0) ::flock(handle, LOCK_EX); // where there are no locks, the rename alone must do
+  }
+  ~FolderLock() {
+    if (handle >= 0) ::close(handle);
+  }
+  FolderLock(const FolderLock&) = delete;
+  FolderLock& operator=(const FolderLock&) = delete;
+
+ private:
+  int handle;
+};
+
+} // namespace
+
+RegistryFile::RegistryFile(AppInterface& owner)
+    : app(owner), folder(owner.GetApplicationPropertyPath(kSettingsFolder)),
+      path(folder + u"registry.ini") {}
+
+std::optional<KorText> RegistryFile::Read(const KorText& key, const KorText& value) {
+  const std::optional<std::vector<KorText>> lines = Load();
+  if (!lines) return std::nullopt;
+  const std::size_t at = FindLine(*lines, FindSection(*lines, key), value);
+  if (at == KorText::kNone) return std::nullopt;
+  const KorText& line = (*lines)[at];
+  return Unescaped(line.Mid(line.Find(u'=') + 1).Trimmed());
+}
+
+bool RegistryFile::Write(const KorText& key, const KorText& value, const KorText& text) {
+  if (!app.MakeFolder(folder)) return false;
+  const FolderLock lock(folder);
+  std::optional<std::vector<KorText>> lines = Load();
+  if (!lines) return false;
+  const KorText line = Escaped(value, true) + u"=" + Escaped(text, false);
+  const Section section = FindSection(*lines, key);
+  const std::size_t at = FindLine(*lines, section, value);
+  if (at != KorText::kNone) {
+    (*lines)[at] = line;
+  } else {
+    InsertLine(*lines, section, key, line);
+  }
+  return Save(*lines);
+}
+
+std::vector<KorText> RegistryFile::SubKeys(const KorText& key) {
+  std::vector<KorText> names;
+  const KorText prefix = key + u"\\";
+  for (const KorText& line : Load().value_or(std::vector<KorText>())) {
+    const std::optional<KorText> section = SectionOf(line);
+    if (!section || !section->StartsWithNoCase(prefix)) continue;
+    const KorText below = section->Mid(prefix.Length());
+    const KorText name = below.Left(below.Find(u'\\'));
+    const bool known = std::any_of(names.begin(), names.end(),
+                                   [&](const KorText& other) { return other.EqualsNoCase(name); });
+    if (!name.IsEmpty() && !known) names.push_back(name);
+  }
+  return names;
+}
+
+// The file's lines; none when there is no file, std::nullopt when it can't be read.
+std::optional<std::vector<KorText>> RegistryFile::Load() {
+  if (!app.FileAttributes(path)) return std::vector<KorText>();
+  const std::unique_ptr<OsFile> file = app.OpenFile(path, FileAccess::Read);
+  if (!file) return std::nullopt;
+  std::string bytes(static_cast<std::size_t>(file->Size()), '\0');
+  if (file->Read({reinterpret_cast<std::uint8_t*>(bytes.data()), bytes.size()}) != bytes.size()) {
+    return std::nullopt;
+  }
+  std::vector<KorText> lines = Split(KorText::FromUtf8(bytes), u'\n');
+  for (KorText& line : lines) {
+    if (line.EndsWith(u"\r")) line.Remove(line.Length() - 1, 1);
+  }
+  if (!lines.empty() && lines.back().IsEmpty()) lines.pop_back();
+  if (!lines.empty() && lines[0].StartsWith(u"\uFEFF")) lines[0].Remove(0, 1);
+  return lines;
+}
+
+bool RegistryFile::Save(const std::vector<KorText>& lines) {
+  std::string bytes;
+  for (const KorText& line : lines)
+    bytes += line.ToUtf8() + "\n";
+  const KorText beside = path + u".new";
+  const std::unique_ptr<OsFile> file = app.OpenFile(beside, FileAccess::Write);
+  if (!file) return false;
+  const bool written = file->Write({reinterpret_cast<const std::uint8_t*>(bytes.data()),
+                                    bytes.size()}) == bytes.size() &&
+                       file->Sync();
+  if (file->Close() && written && app.RenameFile(beside, path)) return app.SyncFolder(folder);
+  const std::uint32_t error = app.LastError();
+  app.RemoveFile(beside);
+  app.SetLastError(error);
+  return false;
+}
+
+} // namespace kor

@@ -1,0 +1,40 @@
+// RegistryFile: registry.ini in the settings folder, which stands in for the registry where the system
+// has none. UTF-8, lines end in LF:
+//
+//   [Software\Velmora\Plenova 2026\COMMON]
+//   WaitLockPeriod=3000
+//
+// A section per key, a line per value, numbers in decimal; keys and value names fold ASCII case. A
+// character that a line can't hold as it is (control characters, blanks at the ends, "=" in a name,
+// half of a surrogate pair) is written as "%u" and four hex digits; any other "%" is itself. Lines
+// of other forms are comments and stay where they are.
+//
+// Every operation reads the file anew, so that what another program wrote counts. Writing replaces the
+// file in one step, under a lock on the settings folder; a file that can't be read is not replaced.
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "services/core/app_interface.h"
+
+namespace kor {
+
+class RegistryFile {
+ public:
+  explicit RegistryFile(AppInterface& app);
+  std::optional<KorText> Read(const KorText& key, const KorText& value);
+  bool Write(const KorText& key, const KorText& value, const KorText& text);
+  // Names of the keys one level below, each once.
+  std::vector<KorText> SubKeys(const KorText& key);
+
+ private:
+  std::optional<std::vector<KorText>> Load();
+  bool Save(const std::vector<KorText>& lines);
+
+  AppInterface& app;
+  KorText folder;
+  KorText path;
+};
+
+} // namespace kor
