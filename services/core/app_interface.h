@@ -221,6 +221,8 @@ class AppInterface {
   virtual bool SetFileModified(const KorText& path, FileTime modified) = 0;
   // Entries of a folder, in no order, without "." and ".."; std::nullopt when it can't be read.
   virtual std::optional<std::vector<FileEntry>> ListFolder(const KorText& folder) = 0;
+  // Whether the platform's file search takes "A" and "a" for the same name.
+  virtual bool FileNamesIgnoreCase() const { return false; }
   // Makes a directory entry change durable (POSIX: syncs the folder); true where not needed.
   virtual bool SyncFolder(const KorText& folder) = 0;
   // A path to a file that was not found where it should be, or an empty text: looks for the name, less

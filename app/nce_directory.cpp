@@ -1,0 +1,56 @@
+#include "app/nce_directory.h"
+
+#include <algorithm>
+
+#include "services/core/app_interface.h"
+
+namespace kor {
+
+namespace {
+
+constexpr std::size_t kEntriesPerPage = 4;
+constexpr std::size_t kNameColumns = 8;
+
+bool HasExtension(const KorText& name, const KorText& suffix) {
+  return App().FileNamesIgnoreCase()
+             ? name.Length() >= suffix.Length() && name.Right(suffix.Length()).EqualsNoCase(suffix)
+             : name.EndsWith(suffix);
+}
+
+bool IsListed(const FileEntry& entry) {
+  return !entry.info.isFolder && !entry.info.isHidden && !entry.info.isSystem &&
+         entry.info.size > 0;
+}
+
+// Without what stands from the last "." on.
+KorText WithoutExtension(const KorText& name) {
+  return name.Left(std::min(name.FindLast(u'.'), name.Length()));
+}
+
+} // namespace
+
+std::vector<KorText> ListNcFiles(const KorText& folder, const KorText& extension) {
+  std::vector<KorText> names;
+  const KorText suffix = u"." + extension;
+  const auto entries = App().ListFolder(folder);
+  if (!entries) return names;
+  for (const FileEntry& entry : *entries)
+    if (HasExtension(entry.name, suffix) && IsListed(entry)) names.push_back(entry.name);
+  std::sort(names.begin(), names.end(), [](const KorText& a, const KorText& b) {
+    const int order = a.CompareNoCase(b);
+    return order != 0 ? order < 0 : a < b;
+  });
+  return names;
+}
+
+KorText DirectoryPage(const std::vector<KorText>& list, std::size_t& at) {
+  if (at >= list.size()) return u"]";
+  KorText page;
+  for (std::size_t n = 0; n < kEntriesPerPage && at < list.size(); ++n, ++at) {
+    const KorText name = WithoutExtension(list[at]).Trimmed().PaddedRight(kNameColumns);
+    page += KorText::Format(u"%2i|%s ", at + 1, name);
+  }
+  return page;
+}
+
+} // namespace kor

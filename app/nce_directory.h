@@ -1,0 +1,19 @@
+// The host's file list as the controller pages through it.
+#pragma once
+
+#include <vector>
+
+#include "services/core/kor_text.h"
+
+namespace kor {
+
+// Names of the folder's files that match "*." + extension, sorted by name without regard to case. Left
+// out: folders, hidden and system files, empty files. The extension is compared as the platform's file
+// search does it. An unreadable folder gives an empty list.
+std::vector<KorText> ListNcFiles(const KorText& folder, const KorText& extension);
+
+// Up to four entries from list[at] on, each as index (from 1, two columns), "|", the name without its
+// extension in at least eight columns, and a blank; at moves past them. "]" when none is left.
+KorText DirectoryPage(const std::vector<KorText>& list, std::size_t& at);
+
+} // namespace kor
