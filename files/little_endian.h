@@ -1,35 +1,73 @@
-// Little-endian numbers in byte buffers, for every disk format of the system. The caller sees to it
-// that the bytes are there.
+// Numbers as bytes, least significant byte first, whatever the machine: the one place where the disk
+// formats turn values into bytes. The pointers need no alignment; the caller sees to it that the bytes
+// are there. Pure functions, any thread.
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <type_traits>
 
 namespace kor {
 
-template <class Number> constexpr Number LoadLe(const std::uint8_t* from) {
-  std::uint64_t value = 0;
-  for (std::size_t i = 0; i < sizeof(Number); ++i)
-    value |= static_cast<std::uint64_t>(from[i]) << (8 * i);
-  return static_cast<Number>(value);
+template <std::size_t Bytes> struct UnsignedOfWidth;
+template <> struct UnsignedOfWidth<1> { using Type = std::uint8_t; };
+template <> struct UnsignedOfWidth<2> { using Type = std::uint16_t; };
+template <> struct UnsignedOfWidth<4> { using Type = std::uint32_t; };
+template <> struct UnsignedOfWidth<8> { using Type = std::uint64_t; };
+
+template <class Unsigned> constexpr Unsigned ReverseBytes(Unsigned value) {
+  Unsigned reversed = 0;
+  for (std::size_t i = 0; i < sizeof(Unsigned); ++i)
+    reversed = static_cast<Unsigned>(reversed << 8 | (value >> (8 * i) & 0xFF));
+  return reversed;
 }
 
-template <class Number> constexpr void StoreLe(std::uint8_t* to, Number value) {
-  for (std::size_t i = 0; i < sizeof(Number); ++i)
-    to[i] = static_cast<std::uint8_t>(static_cast<std::uint64_t>(value) >> (8 * i));
+// Integers and IEEE 754 reals.
+template <class Number> inline Number LoadLe(const std::uint8_t* from) {
+  static_assert(std::is_arithmetic_v<Number>);
+  typename UnsignedOfWidth<sizeof(Number)>::Type raw;
+  std::memcpy(&raw, from, sizeof raw);
+  if constexpr (std::endian::native == std::endian::big) raw = ReverseBytes(raw);
+  return std::bit_cast<Number>(raw);
 }
 
-constexpr std::uint32_t LoadLe32(const std::uint8_t* from) {
+template <class Number> inline void StoreLe(std::uint8_t* to, Number value) {
+  static_assert(std::is_arithmetic_v<Number>);
+  auto raw = std::bit_cast<typename UnsignedOfWidth<sizeof(Number)>::Type>(value);
+  if constexpr (std::endian::native == std::endian::big) raw = ReverseBytes(raw);
+  std::memcpy(to, &raw, sizeof raw);
+}
+
+inline std::uint32_t LoadLe32(const std::uint8_t* from) {
   return LoadLe<std::uint32_t>(from);
 }
-constexpr std::uint64_t LoadLe64(const std::uint8_t* from) {
+inline std::uint64_t LoadLe64(const std::uint8_t* from) {
   return LoadLe<std::uint64_t>(from);
 }
-constexpr void StoreLe32(std::uint8_t* to, std::uint32_t value) {
+inline void StoreLe32(std::uint8_t* to, std::uint32_t value) {
   StoreLe(to, value);
 }
-constexpr void StoreLe64(std::uint8_t* to, std::uint64_t value) {
+inline void StoreLe64(std::uint8_t* to, std::uint64_t value) {
   StoreLe(to, value);
+}
+
+// Runs of UTF-16 units.
+inline void StoreUnitsLe(std::uint8_t* to, const char16_t* from, std::size_t count) {
+  if constexpr (std::endian::native == std::endian::little) {
+    if (count != 0) std::memcpy(to, from, count * sizeof(char16_t));
+  } else {
+    for (std::size_t i = 0; i < count; ++i)
+      StoreLe(to + 2 * i, from[i]);
+  }
+}
+
+// Units whose bytes were read as they lie in a file, in place.
+inline void UnitsFromLe(char16_t* units, std::size_t count) {
+  if constexpr (std::endian::native == std::endian::big)
+    for (std::size_t i = 0; i < count; ++i)
+      units[i] = static_cast<char16_t>(ReverseBytes(static_cast<std::uint16_t>(units[i])));
 }
 
 } // namespace kor
