@@ -1,0 +1,231 @@
+#include "tests/support/process.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <system_error>
+
+namespace kor::support {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+struct Pipe {
+  int read = -1, write = -1;
+  Pipe() {
+    std::array<int, 2> ends{};
+    if (pipe2(ends.data(), O_CLOEXEC) != 0)
+      throw std::system_error(errno, std::generic_category(), "pipe2");
+    read = ends[0];
+    write = ends[1];
+  }
+};
+
+void Close(int& descriptor) {
+  if (descriptor >= 0) close(descriptor);
+  descriptor = -1;
+}
+
+Milliseconds Left(Clock::time_point until) {
+  return std::max(Milliseconds(0),
+                  std::chrono::duration_cast<Milliseconds>(until - Clock::now()) + Milliseconds(1));
+}
+
+std::vector<std::string> Environment(const std::map<std::string, std::string>& added) {
+  std::vector<std::string> all;
+  for (char** entry = environ; *entry != nullptr; ++entry) {
+    const std::string_view text = *entry;
+    if (!added.contains(std::string(text.substr(0, text.find('='))))) all.emplace_back(text);
+  }
+  for (const auto& [name, value] : added)
+    all.push_back(name + "=" + value);
+  return all;
+}
+
+std::vector<char*> Pointers(std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  for (std::string& text : texts)
+    pointers.push_back(text.data());
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+// In the child, between fork and exec: system calls only.
+[[noreturn]] void Become(const Pipe& in, const Pipe& out, const Pipe& err,
+                         const ProcessOptions& options, char* const* arguments,
+                         char* const* environment) {
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  dup2(in.read, STDIN_FILENO);
+  dup2(out.write, STDOUT_FILENO);
+  dup2(err.write, STDERR_FILENO);
+  if (!options.workingFolder.empty() && chdir(options.workingFolder.c_str()) != 0) _exit(126);
+  if (options.largestFile) {
+    const rlimit limit{*options.largestFile, *options.largestFile};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    signal(SIGXFSZ, SIG_IGN); // the write fails instead
+  }
+  execvpe(arguments[0], arguments, environment);
+  _exit(127);
+}
+
+} // namespace
+
+Process::Process(const std::vector<std::string>& commandLine, const ProcessOptions& options) {
+  signal(SIGPIPE, SIG_IGN); // writing to a program that has ended is no reason to end
+  Pipe in, out, err;
+  std::vector<std::string> arguments = commandLine;
+  std::vector<std::string> environment = Environment(options.environment);
+  const std::vector<char*> argumentPointers = Pointers(arguments);
+  const std::vector<char*> environmentPointers = Pointers(environment);
+  id = fork();
+  if (id < 0) throw std::system_error(errno, std::generic_category(), "fork");
+  if (id == 0) Become(in, out, err, options, argumentPointers.data(), environmentPointers.data());
+  Close(in.read);
+  Close(out.write);
+  Close(err.write);
+  input = in.write;
+  output = out.read;
+  diagnostics = err.read;
+  for (const int descriptor : {output, diagnostics})
+    fcntl(descriptor, F_SETFL, O_NONBLOCK); // NOLINT(cppcoreguidelines-pro-type-vararg)
+}
+
+Process::~Process() {
+  if (!exitCode) {
+    kill(id, SIGKILL);
+    waitpid(id, nullptr, 0);
+  }
+  Close(input);
+  Close(output);
+  Close(diagnostics);
+}
+
+void Process::Type(std::string_view line) {
+  const std::string text = std::string(line) + "\n";
+  std::string_view rest = text;
+  while (!rest.empty()) {
+    const ssize_t written = write(input, rest.data(), rest.size());
+    if (written <= 0) return; // it has ended: the next expectation says so
+    rest.remove_prefix(static_cast<std::size_t>(written));
+  }
+}
+
+void Process::CloseInput() {
+  Close(input);
+}
+
+void Process::Drain(int& descriptor, std::string& to) {
+  std::array<char, 65536> piece;
+  while (descriptor >= 0) {
+    const ssize_t count = read(descriptor, piece.data(), piece.size());
+    if (count > 0) {
+      to.append(piece.data(), static_cast<std::size_t>(count));
+    } else if (count == 0 || errno != EAGAIN) {
+      Close(descriptor);
+    } else {
+      return;
+    }
+  }
+}
+
+bool Process::Pump(Milliseconds atMost) {
+  std::array<pollfd, 2> waiting{{{output, POLLIN, 0}, {diagnostics, POLLIN, 0}}};
+  if (output < 0 && diagnostics < 0) return false;
+  poll(waiting.data(), waiting.size(), static_cast<int>(atMost.count()));
+  Drain(output, outputText);
+  Drain(diagnostics, diagnosticsText);
+  return true;
+}
+
+const std::string& Process::Output() {
+  Pump(Milliseconds(0));
+  return outputText;
+}
+
+const std::string& Process::Diagnostics() {
+  Pump(Milliseconds(0));
+  return diagnosticsText;
+}
+
+bool Process::Expect(std::string_view text, Milliseconds atMost) {
+  const auto until = Clock::now() + atMost;
+  while (true) {
+    const bool more = Pump(Milliseconds(0));
+    const std::size_t found = outputText.find(text, searched);
+    if (found != std::string::npos) {
+      searched = found + text.size();
+      return true;
+    }
+    if (!more || Clock::now() >= until) return false;
+    Pump(Left(until));
+  }
+}
+
+bool Process::ExpectDiagnostics(std::string_view text, Milliseconds atMost) {
+  const auto until = Clock::now() + atMost;
+  while (Diagnostics().find(text) == std::string::npos) {
+    if (Clock::now() >= until || !Pump(Left(until))) return false;
+  }
+  return true;
+}
+
+void Process::Signal(int number) {
+  if (!exitCode) kill(id, number);
+}
+
+std::optional<int> Process::WaitForExit(Milliseconds atMost) {
+  const auto until = Clock::now() + atMost;
+  while (!exitCode) {
+    int state = 0;
+    const bool more = Pump(Milliseconds(0));
+    if (waitpid(id, &state, WNOHANG) == id) {
+      exitCode = WIFEXITED(state) ? WEXITSTATUS(state) : 128 + WTERMSIG(state);
+      Pump(Milliseconds(0));
+    } else if (Clock::now() >= until) {
+      return std::nullopt;
+    } else if (more) {
+      Pump(std::min(Left(until), Milliseconds(10)));
+    } else {
+      poll(nullptr, 0, 1); // both streams are closed, the exit follows at once
+    }
+  }
+  return exitCode;
+}
+
+TemporaryFolder::TemporaryFolder() {
+  std::string pattern = (std::filesystem::temp_directory_path() / "ncedl-XXXXXX").string();
+  if (mkdtemp(pattern.data()) == nullptr)
+    throw std::system_error(errno, std::generic_category(), "mkdtemp");
+  path = pattern;
+}
+
+TemporaryFolder::~TemporaryFolder() {
+  std::error_code ignored;
+  std::filesystem::remove_all(path, ignored);
+}
+
+std::string ReadWholeFile(const std::filesystem::path& path) {
+  std::ifstream stream(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+void WriteWholeFile(const std::filesystem::path& path, std::string_view content) {
+  std::ofstream stream(path, std::ios::binary);
+  stream.write(content.data(), static_cast<std::streamsize>(content.size()));
+  stream.close();
+  if (!stream) throw std::runtime_error("can't write " + path.string());
+}
+
+} // namespace kor::support
