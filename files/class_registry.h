@@ -30,21 +30,23 @@ enum class MemberKind : std::uint8_t {
   Signed32,
   Unsigned64,
   Signed64,
+  Real32,
   Real64,
   Flag, // bool, 4 bytes
   Text,
   Date,
   SectionMark,
-  List,     // count, then the elements
-  Compound, // anything else: only the class itself knows
+  List,      // count, then the elements
+  Object,    // a record of its own
+  Reference, // to a shared object
 };
 
 // One member: its name, its kind and the operation that moves it. Made by Member and SectionMark of
 // files/member.h.
 struct MemberDescription {
   std::u16string_view name;
-  MemberKind kind = MemberKind::Compound;
-  MemberKind element = MemberKind::Compound; // of a List
+  MemberKind kind = MemberKind::Object;
+  MemberKind element = MemberKind::Object; // of a List
   void (*transfer)(DiskFile& file, Storable& object) = nullptr;
 };
 

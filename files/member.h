@@ -36,6 +36,8 @@ template <auto Only> struct Last<Only> { using Value = typename Parts<decltype(O
 
 template <class T> constexpr bool kIsList = false;
 template <class T> constexpr bool kIsList<std::vector<T>> = true;
+template <class T> constexpr bool kIsShared = false;
+template <class T> constexpr bool kIsShared<std::shared_ptr<T>> = true;
 
 template <class T> constexpr MemberKind IntegerKind() {
   constexpr bool kSigned = std::is_signed_v<T>;
@@ -56,23 +58,25 @@ template <class T> constexpr MemberKind Kind() {
     return MemberKind::Flag;
   else if constexpr (std::is_integral_v<T>)
     return IntegerKind<T>();
-  else if constexpr (std::same_as<T, double>)
-    return MemberKind::Real64;
+  else if constexpr (std::is_floating_point_v<T>)
+    return sizeof(T) == 4 ? MemberKind::Real32 : MemberKind::Real64;
   else if constexpr (std::same_as<T, KorText>)
     return MemberKind::Text;
   else if constexpr (std::same_as<T, CalendarDate>)
     return MemberKind::Date;
   else if constexpr (kIsList<T>)
     return MemberKind::List;
+  else if constexpr (kIsShared<T>)
+    return MemberKind::Reference;
   else
-    return MemberKind::Compound;
+    return MemberKind::Object;
 }
 
 template <class T> constexpr MemberKind ElementKind() {
   if constexpr (kIsList<T>)
     return Kind<typename T::value_type>();
   else
-    return MemberKind::Compound;
+    return MemberKind::Object;
 }
 
 template <class T> void Move(DiskFile& file, T& value) {
@@ -100,7 +104,7 @@ template <auto First, auto... Path> constexpr MemberDescription Member(std::u16s
 }
 
 constexpr MemberDescription SectionMark() {
-  return {u"", MemberKind::SectionMark, MemberKind::Compound,
+  return {u"", MemberKind::SectionMark, MemberKind::Object,
           [](DiskFile& file, Storable&) { file.SectionMark(); }};
 }
 
