@@ -13,6 +13,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "files/checksum.h"
@@ -55,7 +56,10 @@ class SimpleFile {
   // empty file opened for reading counts as not there yet: another process may have created it and
   // not written it so far.
   // Compressed: a compressed file is inflated (a plain one is read as it is), a written one is
-  // compressed over the target by Close. Not for update or appending.
+  // compressed over the target by Close, which is when the older target is replaced. Not for update
+  // or appending. A compressed file is read from memory, a very large one from a temporary file. In
+  // memory, a text file's first four bytes are gone after Open whatever its mark: stored files rely
+  // on it. A file shorter than the 26 bytes of a signature can't be opened so.
   virtual bool Open(std::uint32_t mode, bool wait = false, bool compressed = false,
                     FileResult* result = nullptr);
   // False when cached bytes, the disk or the compression failed. A closed file gives false.
@@ -118,41 +122,48 @@ class SimpleFile {
   std::size_t MemoryCapacity() const { return memory ? memory->Capacity() : 0; }
 
  protected:
-  // The file that is actually opened, and deleted by Close when marked as temporary.
-  void SetWorkingPath(const KorText& path, bool temporary);
+  // Opens another file in the place of the named one; a temporary one is deleted by Close.
+  bool OpenStandIn(const KorText& path, bool temporary, std::uint32_t mode);
   const KorText& WorkingPath() const { return workingPath; }
+  void KeepWorkingFile() { workingPathTemporary = false; }
 
  private:
   struct ReadCache {
-    VoidBuffer bytes;
+    VoidBuffer bytes;         // its size is the number of valid bytes
     std::size_t at = 0;       // position inside the buffer
-    std::size_t valid = 0;    // bytes in it
-    std::uint64_t offset = 0; // where in the file it starts
+    std::uint64_t offset = 0; // where in the file the buffer starts
+    std::size_t Left() const { return bytes.Size() - at; }
   };
+  enum class Prepared { Plain, Open, Failed };
 
   void Reset();
   bool OpenWorkingFile(std::uint32_t mode, bool wait);
   bool OpenOnce(std::uint32_t mode, bool refuseEmpty);
-  bool PrepareCompressed(std::uint32_t mode, FileResult& result, bool& done);
-  bool PrepareCompressedRead(std::uint32_t mode, FileResult& result, bool& done);
-  bool PrepareCompressedWrite();
-  void StartReadCache();
-  void HandleMark();
-  void ReadMark();
-  void WriteMark();
-  std::size_t ReadMemory(std::span<std::uint8_t> to);
-  std::size_t ReadCached(std::span<std::uint8_t> to);
+  Prepared PrepareCompressed(std::uint32_t mode, bool wait, FileResult& result);
+  Prepared PrepareCompressedRead(std::uint32_t mode, bool wait, FileResult& result);
+  Prepared PrepareCompressedWrite(std::uint32_t mode, FileResult& result);
+  bool FinishCompressed();
+  void RemoveWorkingFile();
+
+  bool ReadMark();
+  bool WriteMark();
+
+  bool StartReadCache();
   bool FillReadCache(std::uint64_t offset);
+  std::size_t ReadCached(std::span<std::uint8_t> to);
+  std::size_t ReadHandle(std::span<std::uint8_t> to);
+  std::size_t ReadMemory(std::span<std::uint8_t> to);
+  std::size_t WriteHandle(std::span<const std::uint8_t> from);
+  std::size_t WriteDisk(std::span<const std::uint8_t> from);
   std::size_t WriteMemory(std::span<const std::uint8_t> from);
   bool GrowMemory(std::uint64_t newSize);
-  std::size_t WriteDisk(std::span<const std::uint8_t> from);
-  std::size_t WriteHandle(std::span<const std::uint8_t> from);
+  void StartMemory(std::uint32_t mode, VoidBuffer& bytes);
+
   bool SeekHandle(std::uint64_t target);
-  bool FinishCompressed();
-  // Bytes that follow the position, without moving it; empty at the end.
+  // Some of the bytes that follow the position, which stays; empty at the end of the file.
   std::span<const std::uint8_t> Peek();
-  void Advance(std::size_t bytes);
-  bool TakeLine(std::vector<std::uint8_t>& raw, std::size_t longest);
+  void Skip(std::size_t bytes);
+  bool TakeLine(std::string& raw, std::size_t longest);
 
   KorText name;
   KorText workingPath; // differs from the name when a temporary file stands in
@@ -167,10 +178,10 @@ class SimpleFile {
   std::uint64_t position = 0;
   std::uint64_t size = 0;
   bool compressed = false;
-  bool targetExisted = true;
+  bool targetExisted = true; // before a compressed file was opened for writing
   VoidBuffer ownMemory;
   VoidBuffer* memory = nullptr; // ownMemory or the caller's; null: on disk
-  std::vector<std::uint8_t> peeked;
+  VoidBuffer peeked;
 };
 
 // The suffix of a file that is being written beside its target: "NAME.RANDOM.ncedl-part".
@@ -185,7 +196,7 @@ class KorFile : public SimpleFile {
   // created before Commit. Every write goes to the operating system at once, so that a full disk
   // shows by a short write; a caller that writes many small pieces turns the write cache on.
   // The mode is kFileWrite with any of the text bits. Compressed: Commit compresses.
-  bool OpenSafe(std::uint32_t mode = kFileWrite, bool compressed = false);
+  bool OpenSafe(std::uint32_t mode = kFileWrite, bool compress = false);
   // Flush, disk, rename over the target, disk for the folder. False when anything failed, also an
   // earlier write: the older target is whole then and nothing else is left. Closes in either case.
   bool Commit();

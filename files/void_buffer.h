@@ -45,6 +45,8 @@ class VoidBuffer {
   bool Reserve(std::size_t bytes) { return bytes <= capacity || SetCapacity(bytes); }
   // Changes the size, growing the memory when needed. New bytes are undefined, or 0 when cleared.
   bool Resize(std::size_t bytes, bool clear = false);
+  // Nothing but zeros. Memory is taken only as it is touched, where the system works that way.
+  bool ResizeZeroed(std::size_t bytes);
   bool Append(std::span<const std::uint8_t> bytes);
   void Clear() { size = 0; } // keeps the memory
   void Free();
@@ -54,16 +56,24 @@ class VoidBuffer {
   // destination, when it fails.
   static bool Compress(std::span<const std::uint8_t> source, VoidBuffer& destination, bool large,
                        int level = kDefaultLevel);
-  // Always a type-1 piece; sources of 0xFFFFFFFF bytes and more are refused.
-  static bool Compress32(std::span<const std::uint8_t> source, VoidBuffer& destination, int level);
+  // Always a type-1 piece; sources of 0xFFFFFFFF bytes and more are refused, and so is one that
+  // comes out longer than the largest result.
+  static bool Compress32(std::span<const std::uint8_t> source, VoidBuffer& destination, int level,
+                         std::size_t largest = static_cast<std::size_t>(-1));
   // Restores a piece of either type. False when the bytes are no compressed piece or are damaged;
   // the destination is empty then. A length that the data cannot produce (zlib expands at most
   // 1032:1) is refused before any memory is taken for it.
   static bool Decompress(std::span<const std::uint8_t> source, VoidBuffer& destination);
-  // The same in place; on failure the buffer stays as it was.
+  // Only a type-1 piece, of at most the largest result.
+  static bool Decompress32(std::span<const std::uint8_t> source, VoidBuffer& destination,
+                           std::size_t largest = static_cast<std::size_t>(-1));
+  // Whether zlib data of this many bytes can inflate to the length.
+  static bool CanInflateTo(std::size_t bytes, std::uint32_t length);
+  // Decompress in place; on failure the buffer stays as it was.
   bool Decompress();
 
  private:
+  bool Overlaps(std::span<const std::uint8_t> bytes) const;
   struct Release {
     void operator()(std::uint8_t* bytes) const { std::free(bytes); }
   };

@@ -1,0 +1,268 @@
+#include "files/compressed_file.h"
+
+#include <algorithm>
+#include <thread>
+
+#include "files/block_workers.h"
+#include "files/container_layout.h"
+#include "files/little_endian.h"
+
+namespace kor {
+namespace {
+
+std::size_t WorkerCount(const CompressOptions& options, std::uint64_t blocks) {
+  const unsigned wanted =
+      options.workers != 0 ? options.workers : std::max(1u, std::thread::hardware_concurrency());
+  return static_cast<std::size_t>(std::clamp<std::uint64_t>(blocks, 1, wanted));
+}
+
+bool GoesOn(const CompressOptions& options, const SimpleFile& source, std::uint64_t done) {
+  return !options.progress || options.progress(done, source.Size());
+}
+
+// Moves blocks through the workers, in order. A fault in an earlier block comes before one in a later
+// block, however far ahead the reading was.
+class BlockRun {
+ public:
+  BlockRun(SimpleFile& file, const CompressOptions& settings, std::size_t workers,
+           BlockWorkers::Step step)
+      : source(file), options(settings), pipe(workers, step) {}
+  virtual ~BlockRun() = default;
+
+  FileResult Run() {
+    for (std::uint64_t block = 0;; ++block) {
+      while (!ended && started - block < pipe.Count())
+        StartNext();
+      if (block == started) return ending;
+      const Place place = places[block % places.size()];
+      if (!pipe.Finish(block))
+        return Fail(options.fault, FileResult::Failure, block, place.offset, StepFault());
+      if (!Take(pipe.Output(block)))
+        return Fail(options.fault, FileResult::DestinationUnwritable, block, place.offset,
+                    u"the destination can't be written");
+      if (!GoesOn(options, source, place.end))
+        return Fail(options.fault, FileResult::Failure, block, place.offset, u"cancelled");
+    }
+  }
+
+ protected:
+  // Fills the input. Sets `more` to false at the regular end; any result but Success is the end too.
+  virtual FileResult ReadBlock(VoidBuffer& input, std::uint64_t block, bool& more) = 0;
+  virtual bool Take(const VoidBuffer& output) = 0;
+  virtual const char16_t* StepFault() const = 0;
+
+  SimpleFile& source;
+  const CompressOptions& options;
+
+ private:
+  struct Place {
+    std::uint64_t offset = 0, end = 0;
+  };
+
+  void StartNext() {
+    Place& place = places[started % places.size()];
+    place.offset = source.Position();
+    bool more = true;
+    ending = ReadBlock(pipe.Input(started), started, more);
+    place.end = source.Position();
+    ended = !more || ending != FileResult::Success;
+    if (!ended) pipe.Start(started++);
+  }
+
+  BlockWorkers pipe;
+  std::vector<Place> places{pipe.Count()};
+  std::uint64_t started = 0;
+  bool ended = false;
+  FileResult ending = FileResult::Success;
+};
+
+// --- Compressing ---------------------------------------------------------------------------------
+
+bool CompressBlock(std::span<const std::uint8_t> input, VoidBuffer& output) {
+  return VoidBuffer::Compress32(input, output, VoidBuffer::kDefaultLevel, kContainerBlock);
+}
+
+class CompressRun : public BlockRun {
+ public:
+  CompressRun(SimpleFile& from, SimpleFile& to, const CompressOptions& settings)
+      : BlockRun(from, settings,
+                 WorkerCount(settings, (from.Size() + kContainerBlock - 1) / kContainerBlock),
+                 CompressBlock),
+        target(to) {}
+
+ protected:
+  FileResult ReadBlock(VoidBuffer& input, std::uint64_t block, bool& more) override {
+    more = !source.AtEnd();
+    if (!more) return FileResult::Success;
+    const std::uint64_t offset = source.Position();
+    const auto count =
+        static_cast<std::size_t>(std::min<std::uint64_t>(kContainerBlock, source.Size() - offset));
+    if (!input.Resize(count))
+      return Fail(options.fault, FileResult::Failure, block, offset, u"not enough memory");
+    if (source.Read(input.Bytes()) == count) return FileResult::Success;
+    return Fail(options.fault, FileResult::SourceUnreadable, block, offset,
+                u"the source can't be read in full");
+  }
+  bool Take(const VoidBuffer& output) override {
+    std::uint8_t length[kBlockLengthSize];
+    StoreLe32(length, static_cast<std::uint32_t>(output.Size()));
+    return target.Write(length) == sizeof length && target.Write(output.Bytes()) == output.Size();
+  }
+  const char16_t* StepFault() const override {
+    return u"the data can't be compressed into a block that readers accept";
+  }
+
+ private:
+  SimpleFile& target;
+};
+
+// --- Restoring -----------------------------------------------------------------------------------
+
+bool InflateBlock(std::span<const std::uint8_t> input, VoidBuffer& output) {
+  return VoidBuffer::Decompress32(input, output, kContainerBlock);
+}
+
+// Where inflated data goes; neither target: nowhere.
+struct Sink {
+  SimpleFile* file = nullptr;
+  VoidBuffer* buffer = nullptr;
+
+  bool Take(std::span<const std::uint8_t> bytes) const {
+    if (buffer != nullptr) return buffer->Append(bytes);
+    return file == nullptr || file->Write(bytes) == bytes.size();
+  }
+};
+
+class RestoreRun : public BlockRun {
+ public:
+  RestoreRun(SimpleFile& from, const Sink& to, const CompressOptions& settings,
+             std::uint64_t blocks)
+      : BlockRun(from, settings, WorkerCount(settings, blocks), InflateBlock), sink(to) {}
+
+ protected:
+  FileResult ReadBlock(VoidBuffer& input, std::uint64_t block, bool& more) override {
+    more = !source.AtEnd();
+    if (!more) return FileResult::Success;
+    const std::uint64_t offset = source.Position();
+    std::uint32_t length = 0;
+    const FileResult result = ReadBlockLength(source, block, length, options.fault);
+    if (result != FileResult::Success) return result;
+    if (!input.Resize(length))
+      return Fail(options.fault, FileResult::Failure, block, offset, u"not enough memory");
+    if (source.Read(input.Bytes()) == length) return FileResult::Success;
+    return Fail(options.fault, FileResult::SourceUnreadable, block, offset,
+                u"the source can't be read in full");
+  }
+  bool Take(const VoidBuffer& output) override { return sink.Take(output.Bytes()); }
+  const char16_t* StepFault() const override { return u"the block's data is damaged"; }
+
+ private:
+  const Sink& sink;
+};
+
+// Blocks of a file, counted only as far as it matters for the number of workers.
+std::uint64_t CountBlocks(SimpleFile& source, std::uint64_t enough) {
+  const std::uint64_t start = source.Position();
+  std::uint64_t blocks = 0;
+  std::uint32_t length = 0;
+  while (blocks < enough && !source.AtEnd() &&
+         ReadBlockLength(source, blocks, length, nullptr) == FileResult::Success) {
+    source.Seek(source.Position() + length);
+    ++blocks;
+  }
+  source.Seek(start);
+  return blocks;
+}
+
+FileResult Restore2005(SimpleFile& source, const Sink& sink, const CompressOptions& options) {
+  const std::uint64_t enough = WorkerCount(options, static_cast<std::uint64_t>(-1));
+  return RestoreRun(source, sink, options, CountBlocks(source, enough)).Run();
+}
+
+FileResult Restore2004(SimpleFile& source, const Sink& sink, const CompressOptions& options) {
+  const std::uint64_t offset = source.Position();
+  VoidBuffer piece;
+  if (!piece.Resize(static_cast<std::size_t>(source.Size() - offset)))
+    return Fail(options.fault, FileResult::Failure, 0, offset, u"not enough memory");
+  if (source.Read(piece.Bytes()) != piece.Size())
+    return Fail(options.fault, FileResult::SourceUnreadable, 0, offset,
+                u"the source can't be read in full");
+  if (!piece.Decompress())
+    return Fail(options.fault, FileResult::Failure, 0, offset, u"the data is damaged");
+  if (!sink.Take(piece.Bytes()))
+    return Fail(options.fault, FileResult::DestinationUnwritable, 0, offset,
+                u"the destination can't be written");
+  return GoesOn(options, source, source.Size())
+             ? FileResult::Success
+             : Fail(options.fault, FileResult::Failure, 0, offset, u"cancelled");
+}
+
+// Opens the target beside itself, lets the work fill it and puts it in its place.
+template <class Work>
+FileResult WriteTarget(SimpleFile& source, const KorText& path, const CompressOptions& options,
+                       Work work) {
+  KorFile target(path);
+  if (!target.OpenSafe())
+    return Fail(options.fault, FileResult::DestinationUnwritable, 0, 0,
+                u"the destination can't be opened for writing");
+  const FileResult result = work(target);
+  if (result != FileResult::Success) return result;
+  source.Close(); // it may be the target
+  if (target.Commit()) return FileResult::Success;
+  return Fail(options.fault, FileResult::DestinationUnwritable, 0, 0,
+              u"the destination can't be replaced");
+}
+
+bool OpenSource(SimpleFile& source, bool wait, const CompressOptions& options) {
+  if (source.Open(kFileRead, wait)) return true;
+  Fail(options.fault, FileResult::SourceUnreadable, 0, 0, u"the source can't be opened");
+  return false;
+}
+
+} // namespace
+
+bool IsCompressedFile(const KorText& path) {
+  SimpleFile file(path);
+  return file.Open(kFileRead) && HasSignature(file);
+}
+
+FileResult CompressFile(const KorText& source, const KorText& destination, bool wait,
+                        const CompressOptions& options) {
+  SimpleFile from(source);
+  if (!OpenSource(from, wait, options)) return FileResult::SourceUnreadable;
+  if (HasSignature(from))
+    return Fail(options.fault, FileResult::WrongKind, 0, 0, u"the file is compressed already");
+  from.Seek(0);
+  return WriteTarget(from, destination, options, [&](SimpleFile& to) {
+    if (to.Write(ContainerSignature(2005)) != kSignatureSize)
+      return Fail(options.fault, FileResult::DestinationUnwritable, 0, 0,
+                  u"the destination can't be written");
+    return CompressRun(from, to, options).Run();
+  });
+}
+
+FileResult DecompressFile(SimpleFile& source, SimpleFile* destination, VoidBuffer* output,
+                          const CompressOptions& options) {
+  if (output != nullptr) output->Clear();
+  int year = 0;
+  FileResult result = ReadSignature(source, year, options.fault);
+  if (result != FileResult::Success) return result;
+  const Sink sink{destination, output};
+  result = year == 2004 ? Restore2004(source, sink, options) : Restore2005(source, sink, options);
+  if (result != FileResult::Success && output != nullptr) output->Clear();
+  return result;
+}
+
+FileResult DecompressFile(const KorText& source, const KorText& destination, bool wait,
+                          const CompressOptions& options) {
+  SimpleFile from(source);
+  if (!OpenSource(from, wait, options)) return FileResult::SourceUnreadable;
+  int year = 0;
+  const FileResult kind = ReadSignature(from, year, options.fault);
+  if (kind != FileResult::Success) return kind;
+  from.Seek(0);
+  return WriteTarget(from, destination, options,
+                     [&](SimpleFile& to) { return DecompressFile(from, &to, nullptr, options); });
+}
+
+} // namespace kor

@@ -1,0 +1,52 @@
+// Paths as the system stores them: relative to a base folder where possible, so that a whole folder
+// tree can be moved. Characters are compared after turning "\" into "/", and without regard to the
+// case of the ASCII letters. Results of the conversions use "/".
+//
+// A base or root that is not given (std::nullopt) is the program folder for a base, and no root. Pure
+// functions but for the warnings; any thread.
+#pragma once
+
+#include <optional>
+
+#include "services/core/kor_text.h"
+
+namespace kor {
+
+using OptionalPath = std::optional<std::u16string_view>;
+
+// Negative, 0 or positive: the difference of the first pair of characters that differs, -1 when a ends
+// first or is absent, 1 when b is. Two absent paths are equal.
+int ComparePaths(OptionalPath a, OptionalPath b);
+
+// "C:" of a drive path, "//server" of a network path, else empty.
+KorText GetPathRoot(std::u16string_view path);
+
+// Whether the path is in the long-path notation, which must not be stored; with the flag, a debug
+// warning says so.
+bool IsUnicodeNotationPath(std::u16string_view path, bool warn);
+
+// "." for the base itself, "./..." below it, "../..." beside it when climbing is allowed and both have
+// the same root (compared without regard to case). A path that fits none of these comes back as it
+// was given. A path below the root folder is cut to the part below it, unless a base was given too
+// and the part still names a folder.
+KorText AbsToRelPath(const KorText& path, OptionalPath base = std::nullopt,
+                     OptionalPath root = std::nullopt, bool allowClimbing = false);
+
+// The way back. A path that begins with one "/" is joined to the root folder, or to the root of the
+// base without one; other paths that don't begin with "." come back with separators changed.
+KorText RelToAbsPath(const KorText& path, OptionalPath base = std::nullopt,
+                     OptionalPath root = std::nullopt);
+
+// Each of / \ + ? * | < > : " becomes "_".
+KorText MakeValidFileName(const KorText& name);
+// The same, and without dots at the end. The user is told of a change unless quiet.
+KorText MakeValidFileName(const KorText& name, bool quiet);
+
+// --- Parts of a path; both separators count ------------------------------------------------------
+KorText FolderOfPath(const KorText& path);   // with the separator; empty for a bare name
+KorText FileNameOfPath(const KorText& path); // after the last separator
+// The path with what follows the last "." of its file name replaced, "." included; a name without
+// one gets the extension appended.
+KorText ReplaceExtension(const KorText& path, const KorText& extension);
+
+} // namespace kor

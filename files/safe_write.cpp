@@ -1,0 +1,101 @@
+// KorFile's safe writing: beside the target, then renamed over it.
+#include <algorithm>
+#include <random>
+
+#include "files/compressed_file.h"
+#include "files/paths.h"
+#include "files/simple_file.h"
+
+namespace kor {
+namespace {
+
+constexpr int kAttempts = 100;
+// Characters of the target's name that the name beside it starts with: file systems limit a name to
+// 255 bytes, and a character takes up to four.
+constexpr std::size_t kNameStart = 50;
+
+KorText PartPath(const KorText& target) {
+  std::random_device random;
+  return FolderOfPath(target) + FileNameOfPath(target).Left(kNameStart) +
+         KorText::Format(u".%08x%08x", random(), random()) + kPartSuffix;
+}
+
+} // namespace
+
+KorFile::~KorFile() {
+  Discard();
+}
+
+bool KorFile::OpenSafe(std::uint32_t mode, bool compress) {
+  if (IsOpen() || Name().IsEmpty() || (mode & (kFileRead | kFileAppend)) != 0) return false;
+  if (App().FolderExists(Name())) return false;
+  UseWriteCache(false);
+  for (int attempt = 0; attempt < kAttempts && !IsOpen(); ++attempt) {
+    const KorText part = PartPath(Name());
+    const bool taken = App().FileAttributes(part).has_value();
+    if (!taken && !OpenStandIn(part, true, mode | kFileWrite | kFileNew)) break;
+    // Someone who clears abandoned files may have taken it for one, just before it was locked.
+    if (IsOpen() && !App().FileExists(part)) SimpleFile::Close();
+  }
+  safe = IsOpen();
+  compressOnCommit = compress;
+  return safe;
+}
+
+bool KorFile::Commit() {
+  if (!safe) return false;
+  const bool good = IsGood() && Flush() && (compressOnCommit || Sync()) && CommitPart();
+  Discard();
+  return good;
+}
+
+bool KorFile::CommitPart() {
+  const KorText part = WorkingPath();
+  if (compressOnCommit) return CompressFile(part, Name(), false) == FileResult::Success;
+  // While it is open it is locked, and nobody takes it for abandoned; but not every system renames
+  // an open file.
+  bool renamed = App().RenameFile(part, Name());
+  if (!renamed) {
+    KeepWorkingFile();
+    renamed = SimpleFile::Close() && App().RenameFile(part, Name());
+    if (!renamed) App().RemoveFile(part);
+  }
+  if (!renamed) return false;
+  KeepWorkingFile();
+  const KorText folder = FolderOfPath(Name());
+  App().SyncFolder(folder.IsEmpty() ? KorText(u".") : folder); // the target is whole either way
+  return true;
+}
+
+void KorFile::Discard() {
+  if (!safe) return;
+  safe = false;
+  SimpleFile::Close();
+  UseWriteCache(true);
+}
+
+bool KorFile::Close() {
+  if (!safe) return SimpleFile::Close();
+  Discard();
+  return true;
+}
+
+std::size_t RemoveAbandonedParts(const KorText& folder) {
+  const auto entries = App().ListFolder(folder);
+  if (!entries) return 0;
+  const KorText prefix = folder.EndsWith(u"/") || folder.EndsWith(u"\\") ? folder : folder + u"/";
+  return static_cast<std::size_t>(
+      std::count_if(entries->begin(), entries->end(), [&](const FileEntry& entry) {
+        if (entry.info.isFolder || !entry.name.EndsWith(kPartSuffix)) return false;
+        const KorText path = prefix + entry.name;
+        // The writer's lock: opening for writing fails while a living process holds the file. Held
+        // here while removing, so that no new writer gets the file.
+        auto lock = App().OpenFile(path, FileAccess::ReadWrite);
+        if (!lock) return false;
+        if (App().RemoveFile(path)) return true;
+        lock.reset(); // not every system removes an open file
+        return App().RemoveFile(path);
+      }));
+}
+
+} // namespace kor
