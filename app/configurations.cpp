@@ -73,8 +73,8 @@ std::vector<Configuration> ListConfigurations(ConfigurationKind kind, const KorT
   for (const KorText& subKey : App().ListRegistrySubKeys(ConfigurationKey(kind))) {
     Configuration entry = ReadEntry(kind, subKey);
     if (entry.path.IsEmpty()) continue;
-    const bool counts = fileName.IsEmpty() ||
-                        (App().FileExists(entry.path + fileName) && !IsListed(list, entry.path));
+    const bool counts = fileName.IsEmpty() || (App().FileExists(entry.path + fileName) &&
+                                               FindFolder(list, entry.path) == list.end());
     if (counts) list.push_back(std::move(entry));
   }
   return list;
