@@ -6,7 +6,8 @@ namespace kor {
 
 unsigned BlockChecksum(std::string_view block) {
   unsigned checksum = 0;
-  for (const char c : block) checksum ^= static_cast<unsigned char>(c);
+  for (const char c : block)
+    checksum ^= static_cast<unsigned char>(c);
   return checksum;
 }
 

@@ -24,21 +24,23 @@ bool IsReservedName(const KorText& name) {
   if (std::any_of(kDevices.begin(), kDevices.end(),
                   [&](const char16_t* device) { return base.EqualsNoCase(device); }))
     return true;
-  return base.Length() == 4 &&
-         (base.StartsWithNoCase(u"COM") || base.StartsWithNoCase(u"LPT")) && base[3] >= u'0' &&
-         base[3] <= u'9';
+  return base.Length() == 4 && (base.StartsWithNoCase(u"COM") || base.StartsWithNoCase(u"LPT")) &&
+         base[3] >= u'0' && base[3] <= u'9';
 }
 
 } // namespace
 
-KorText RequestNumber(const KorText& requestText) { return requestText.Mid(kRequestWord).Trimmed(); }
+KorText RequestNumber(const KorText& requestText) {
+  return requestText.Mid(kRequestWord).Trimmed();
+}
 
 KorText StripLeadingZeros(const KorText& number) {
   return number.Mid(std::min(number.View().find_first_not_of(u'0'), number.Length()));
 }
 
 HybridNumber SplitHybridNumber(KorText number) {
-  while (number.Length() > kHybridDigits && number[0] == u'0') number.Remove(0, 1);
+  while (number.Length() > kHybridDigits && number[0] == u'0')
+    number.Remove(0, 1);
   number = PaddedFront(number.Left(kHybridDigits), kHybridDigits);
   const std::int32_t value = number.ToInteger();
   const std::int32_t endSheet = value % 100;

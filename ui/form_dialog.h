@@ -49,7 +49,7 @@ struct FormField {
   std::vector<KorText> choices;
   bool editable = false;                 // Choice: any other text may be entered as well
   std::int32_t minimum = 0, maximum = 0; // Number
-  KorText browseTitle;                   // FolderPath and FilePath: title of the chooser
+  KorText browseTitle{};                 // FolderPath and FilePath: title of the chooser
   bool enabled = true;
 };
 

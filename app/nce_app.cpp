@@ -1,0 +1,435 @@
+#include "app/nce_app.h"
+
+#include <algorithm>
+
+#include "app/nce_directory.h"
+#include "app/nce_frame.h"
+#include "services/core/app_interface.h"
+
+namespace kor {
+
+namespace {
+
+constexpr std::uint8_t kCarriageReturn = 13;
+constexpr std::int32_t kMostRefusals = 3;
+constexpr std::int64_t kUploadRange = 10000; // of the progress bar; an upload's size is not known
+constexpr std::size_t kShortestData = 4;     // length and checksum digits of an upload line
+
+KorText ModelNameOf(const KorText& commandLine) {
+  return commandLine.IsEmpty() ? KorText(u"NCE") : commandLine;
+}
+
+struct FeatureField {
+  int number;
+  const char16_t* key;
+  const char16_t* label;
+  std::int32_t SpecialFeatures::*member;
+};
+constexpr FeatureField kFeatureFields[] = {
+    {503, u"autoload", u"Autoload sequential files", &SpecialFeatures::autoloadSequential},
+    {505, u"hybrid", u"Use LLLSSES LINDE/NCE hybrid format number", &SpecialFeatures::hybridNumber},
+    {504, u"strip-pc", u"Strip Leading Zeros From PC Filename", &SpecialFeatures::stripPcZeros},
+    {506, u"strip-nce", u"Strip Leading Zeros From NCE Filename", &SpecialFeatures::stripNceZeros},
+};
+constexpr const char16_t* kFeatureNote =
+    u"LLLSSES format comprises a three digit lot number (LLL) , a two digit start sheet (SS) and a "
+    u"two digit end sheet (ES). e.g. 3730417 loads sheets 37304 to 37317";
+
+// A disabled box keeps its check mark and its value.
+void EnableFeatureFields(std::vector<FormField>& fields) {
+  const auto find = [&](int number) {
+    return std::find_if(fields.begin(), fields.end(),
+                        [number](const FormField& field) { return field.number == number; });
+  };
+  const auto autoload = find(503), hybrid = find(505), stripPc = find(504);
+  if (autoload == fields.end() || hybrid == fields.end() || stripPc == fields.end()) return;
+  hybrid->enabled = autoload->value == u"1";
+  stripPc->enabled = !(autoload->value == u"1" && hybrid->value == u"1");
+}
+
+} // namespace
+
+NCEApp::NCEApp(EngineServices engineServices, const KorText& commandLine)
+    : DownloadApp(std::move(engineServices), ModelNameOf(commandLine)),
+      simulation(commandLine.Contains(u"SIMULATION")), model500(commandLine.Contains(u"500")) {
+  settings.fileExtension = u"MPG";
+}
+
+void NCEApp::Transfer(DiskFile& file) {
+  DownloadApp::Transfer(file);
+}
+
+void NCEApp::BuildWindow() {
+  DownloadApp::BuildWindow();
+  SetFeatures(features);
+  services.form->ShowSpecialButton();
+}
+
+// --- Requests ------------------------------------------------------------------------------------------
+
+void NCEApp::Reply(const KorText& text) {
+  channel.SendText(KorText::Format(u"%s%c", text, static_cast<char16_t>(kCarriageReturn)));
+}
+
+void NCEApp::ProcessReceived() {
+  // A reply that the line has not taken yet holds back the next request.
+  while (!channel.IsReplyWaiting()) {
+    const auto line = channel.ExtractLine(kCarriageReturn, false);
+    if (!line) return;
+    if (line->empty()) return; // intended: what follows an empty line waits for the next call
+    Dispatch(KorText::FromBytes(*line));
+  }
+}
+
+// The first test that holds decides; each looks for its text anywhere in the line.
+void NCEApp::Dispatch(const KorText& line) {
+  if (Status() == LinkStatus::Uploading) {
+    OnUploadData(line);
+  } else if (line.Contains(u"~end")) {
+    BreakOffDownload();
+    Reply(u"END");
+  } else if (line.Contains(u"~")) {
+    BreakOffDownload();
+    Reply(u"UDL>");
+  } else if (line.Contains(u"DH")) {
+    OnDirectoryRequest();
+  } else if (line.Contains(u"XYZ")) {
+    OnLoopTest();
+  } else if (line.Contains(u"TH ")) {
+    OnUploadRequest();
+  } else if (line.Contains(u"FH ")) {
+    OnDownloadRequest(line);
+  } else if (line.Contains(u">")) {
+    OnAcknowledge();
+  } else if (line.Contains(u"<")) {
+    OnRefuse();
+  } else if (Status() == LinkStatus::Downloading) {
+    BreakOffDownload();
+  } else {
+    Reply(u"%% Message not recognised by HOST");
+  }
+}
+
+void NCEApp::BreakOffDownload() {
+  if (Status() != LinkStatus::Downloading) return;
+  SetStatus(LinkStatus::DownloadErrors);
+  UpdateStatus();
+  FinishManualJob();
+}
+
+void NCEApp::OnLoopTest() {
+  SetStatus(LinkStatus::LoopBackTest);
+  UpdateStatus();
+  Reply(u"ABCDEFGHIJKLMNOPQRSTUVWXYZ");
+}
+
+// --- Names ---------------------------------------------------------------------------------------------
+
+void NCEApp::ShowNumberTitle() {
+  ShowTitle(modelName + u"  " + numberText);
+}
+
+void NCEApp::ApplyHybridNumber() {
+  const HybridNumber split = SplitHybridNumber(numberText);
+  numberText = split.firstSheet;
+  hybridLastSheet = split.lastSheet;
+}
+
+// The folder carries its own separator.
+KorText NCEApp::MakePcFileName(const KorText& folder) {
+  numberText = RequestNumber(requestText);
+  if (options.hybridNumber != 0) ApplyHybridNumber();
+  const bool chainOfSheets = options.autoloadSequential != 0 && options.hybridNumber != 0;
+  if (options.stripPcZeros != 0 && !chainOfSheets) numberText = StripLeadingZeros(numberText);
+  pcFilePath = folder + numberText + u"." + link.fileExtension;
+  ShowNumberTitle();
+  return pcFilePath;
+}
+
+KorText NCEApp::MakeModel500FileName(const KorText& folder) {
+  numberText = Model500Name(requestText);
+  pcFilePath = folder + numberText; // the name brings its extension
+  ShowNumberTitle();
+  return pcFilePath;
+}
+
+// --- Download ------------------------------------------------------------------------------------------
+
+void NCEApp::OnDownloadRequest(const KorText& line) {
+  requestText = line;
+  DelayDownload();
+}
+
+bool NCEApp::OpenProgram(const KorText& path) {
+  board.SetFileName(path);
+  return NamesFile(numberText) && ReadProgram(path);
+}
+
+void NCEApp::StartDownload() {
+  DiscardUpload();
+  frameText.clear();
+  nakCount = 0;
+  const KorText folder = link.downloadPath;
+  const bool found = (model500 && OpenProgram(MakeModel500FileName(folder))) ||
+                     OpenProgram(MakePcFileName(folder));
+  if (!found) {
+    SetStatus(LinkStatus::DownloadCantOpen);
+    UpdateStatus();
+    Reply(KorText::Format(u"%%%% File %s not found on Host Computer", numberText));
+    return;
+  }
+  const auto size = static_cast<std::int64_t>(program.FileSize());
+  board.SetTotal(size);
+  board.SetCount(0);
+  ShowProgress(0, size);
+  SetStatus(LinkStatus::DownloadPreparation);
+  UpdateStatus();
+  const std::int32_t number = numberText.ToInteger();
+  // Intended: only the form without zeros carries the words.
+  if (options.stripNceZeros != 0)
+    Reply(KorText::Format(u"Download to NCE in progress. &LP %i", number));
+  else
+    Reply(KorText::Format(u"&LP %09i", number));
+}
+
+void NCEApp::OnAcknowledge() {
+  nakCount = 0;
+  switch (Status()) {
+  case LinkStatus::Downloading:
+    SendNextFrame();
+    break;
+  case LinkStatus::DownloadPreparation:
+    SetStatus(LinkStatus::Downloading);
+    UpdateStatus();
+    Reply(KorText::Format(options.stripNceZeros != 0 ? u"Download to NCE in progress. &FH %i"
+                                                     : u"Download to NCE in progress. &FH %09i",
+                          numberText.ToInteger()));
+    break;
+  case LinkStatus::DirectoryListing:
+    SendDirectoryPage();
+    break;
+  case LinkStatus::DownloadCompleted:
+  case LinkStatus::UploadCompleted:
+    if (!simulation) Reply(u"UDL>");
+    break;
+  default:
+    Reply(u">");
+    ++unexpectedAckCount;
+    return;
+  }
+  unexpectedAckCount = 0;
+}
+
+// Whole lines, each followed by "!"; empty lines are never sent.
+std::string NCEApp::NextBlock() {
+  std::string block;
+  while (block.size() <= kFullBlock) {
+    const auto line = program.NextLine();
+    if (!line) break;
+    if (line->empty()) continue;
+    block += *line;
+    block += '!';
+  }
+  return block;
+}
+
+void NCEApp::SendNextFrame() {
+  const std::string block = NextBlock();
+  frameText.clear();
+  if (!block.empty()) {
+    frameText = MakeFrame(block);
+    board.AddCount(static_cast<std::int64_t>(block.size()) + 2);
+    SetStatus(LinkStatus::Downloading);
+    UpdateStatus();
+    ShowProgress(board.Count(), board.Total());
+    channel.SendBytes(frameText);
+  }
+  if (!program.AtEnd()) return;
+  if (options.autoloadSequential != 0 && !IsManualJob())
+    LoadNextSequentialFile();
+  else
+    EndDownload();
+}
+
+void NCEApp::EndDownload() {
+  board.SetCount(board.Total());
+  SetStatus(LinkStatus::DownloadCompleted);
+  UpdateStatus();
+  Reply(u"]");
+  FinishManualJob();
+}
+
+// The next file of the chain follows in the same stream: the controller's next ">" brings its first
+// frame, with no end mark between the files.
+void NCEApp::LoadNextSequentialFile() {
+  const auto next = NextNumber(numberText, options, hybridLastSheet);
+  if (!next) {
+    EndDownload();
+    return;
+  }
+  const KorText path = link.downloadPath + *next + u"." + link.fileExtension;
+  const bool found = App().FileExists(path) && ReadProgram(path);
+  if (!found) {
+    EndDownload();
+    ShowTitle(numberText); // intended: without the model name, as for the files of a chain
+    return;
+  }
+  numberText = *next;
+  pcFilePath = path;
+  board.SetFileName(path);
+  ShowTitle(numberText);
+  const auto size = static_cast<std::int64_t>(program.FileSize());
+  board.SetTotal(size);
+  board.SetCount(0);
+  ShowProgress(0, size);
+  SetStatus(LinkStatus::Downloading);
+  UpdateStatus();
+}
+
+void NCEApp::OnRefuse() {
+  if (Status() != LinkStatus::Downloading) return;
+  if (++nakCount >= kMostRefusals) {
+    SetStatus(LinkStatus::DownloadErrors);
+    ShowProgress(0, 0);
+    UpdateStatus();
+    FinishManualJob();
+    return;
+  }
+  channel.SendBytes(frameText);
+}
+
+bool NCEApp::LoadTransfer(const KorText& path, std::int64_t& size) {
+  frameText.clear();
+  nakCount = 0;
+  if (!ReadProgram(path)) return false;
+  size = static_cast<std::int64_t>(program.FileSize());
+  return true;
+}
+
+// --- Upload --------------------------------------------------------------------------------------------
+
+// Intended: the number is that of the last "FH " request; what follows "TH " plays no part.
+void NCEApp::OnUploadRequest() {
+  const KorText path = MakePcFileName(link.uploadPath);
+  board.SetFileName(path);
+  if (!NamesFile(numberText) || !OpenUpload(path)) {
+    SetStatus(LinkStatus::UploadCantOpen);
+    UpdateStatus();
+    Reply(u"%% Unable to create file on Host Computer");
+    return;
+  }
+  board.SetCount(0);
+  ShowProgress(0, kUploadRange);
+  SetStatus(LinkStatus::Uploading);
+  UpdateStatus();
+  Reply(
+      KorText::Format(u"Upload from NCE  in progress. &TH %s", numberText)); // two blanks intended
+}
+
+void NCEApp::OnUploadData(const KorText& line) {
+  if (line.Contains(u"]")) {
+    OnUploadEnd();
+    return;
+  }
+  if (line.Length() < kShortestData) {
+    Reply(u"<");
+    return;
+  }
+  // Length and checksum digits are stripped and, leniently, not checked.
+  std::string data = line.Mid(2, line.Length() - kShortestData).ToBytes();
+  std::replace(data.begin(), data.end(), '!', '\n');
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(data.data());
+  if (!upload || upload->Write({bytes, data.size()}) != data.size()) {
+    OnUploadFailed();
+    return;
+  }
+  board.AddCount(static_cast<std::int64_t>(line.Length()));
+  ShowProgress(std::min(board.Count(), kUploadRange), kUploadRange);
+  Reply(u">");
+}
+
+void NCEApp::OnUploadFailed() {
+  DiscardUpload();
+  SetStatus(LinkStatus::UploadErrors);
+  ShowProgress(0, 0);
+  UpdateStatus();
+  Reply(u"<");
+  FinishManualJob();
+}
+
+void NCEApp::OnUploadEnd() {
+  if (!CommitUpload()) {
+    OnUploadFailed();
+    return;
+  }
+  SetStatus(LinkStatus::UploadCompleted);
+  ShowProgress(0, 0);
+  UpdateStatus();
+  Reply(u">");
+  FinishManualJob();
+}
+
+// --- Directory -----------------------------------------------------------------------------------------
+
+void NCEApp::OnDirectoryRequest() {
+  SetStatus(LinkStatus::DirectoryListing);
+  UpdateStatus();
+  Reply(u"Directory of Host Computer\nSelect File. &DH");
+  directoryList = ListNcFiles(link.downloadPath, link.fileExtension);
+  directoryRemaining = directoryList.size();
+}
+
+void NCEApp::SendDirectoryPage() {
+  std::size_t at = directoryList.size() - directoryRemaining;
+  Reply(DirectoryPage(directoryList, at));
+  directoryRemaining = directoryList.size() - at;
+}
+
+// --- Simulation ----------------------------------------------------------------------------------------
+
+void NCEApp::PollIdle() {
+  if (!simulation) return;
+  if (Status() == LinkStatus::Waiting) {
+    requestText = u"FH 0000001";
+    DownloadNow();
+  } else {
+    OnAcknowledge();
+  }
+}
+
+// --- Special features ----------------------------------------------------------------------------------
+
+void NCEApp::SetFeatures(const SpecialFeatures& changed) {
+  features = changed;
+  RunOnWorker([this, changed] { options = changed; });
+}
+
+FormDescription NCEApp::SpecialForm() const {
+  FormDescription form;
+  form.caption = u"Special Features";
+  form.note = kFeatureNote;
+  for (const FeatureField& feature : kFeatureFields)
+    form.fields.push_back({feature.number,
+                           feature.key,
+                           feature.label,
+                           FieldKind::Check,
+                           features.*feature.member != 0 ? u"1" : u"0",
+                           {}});
+  form.updateEnabled = EnableFeatureFields;
+  return form;
+}
+
+void NCEApp::AcceptSpecialForm(const FormDescription& form) {
+  SpecialFeatures changed = features;
+  for (const FeatureField& feature : kFeatureFields)
+    if (const FormField* field = form.Find(feature.key))
+      changed.*feature.member = field->value == u"1" ? 1 : 0;
+  SetFeatures(changed);
+}
+
+void NCEApp::SpecialDialog() {
+  FormDescription form = SpecialForm();
+  if (services.form->RunForm(form)) AcceptSpecialForm(form);
+}
+
+} // namespace kor

@@ -1,0 +1,85 @@
+// NCEApp: the host side of the NCE controller's protocol on top of the link engine. The controller
+// sends requests, each ended by CR; every one is answered with one reply line ended by CR.
+//
+// Made once by main. Protocol state belongs to the worker; the special features are edited in the
+// window and handed over before the next poll.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "app/nce_numbers.h"
+#include "link/download_app.h"
+
+namespace kor {
+
+class NCEApp : public DownloadApp {
+ public:
+  static constexpr std::uint32_t kClassId = 103090701;
+
+  // The command line is the application's model name ("NCE" when empty); the texts "SIMULATION" and
+  // "500" anywhere in it switch their modes on.
+  NCEApp(EngineServices engineServices, const KorText& commandLine);
+
+  std::uint32_t ClassId() const override { return kClassId; }
+  void Transfer(DiskFile& file) override;
+
+  void BuildWindow() override;
+  void ProcessReceived() override;
+  void PollIdle() override;
+  void StartDownload() override;
+
+  // --- Window ---------------------------------------------------------------------------------------
+  const SpecialFeatures& Features() const { return features; }
+  void SetFeatures(const SpecialFeatures& changed);
+  // The special-features dialog; the form is also what scripts edit.
+  void SpecialDialog();
+  FormDescription SpecialForm() const;
+  void AcceptSpecialForm(const FormDescription& form);
+
+ protected:
+  bool LoadTransfer(const KorText& path, std::int64_t& size) override;
+
+ private:
+  void Dispatch(const KorText& line);
+  void BreakOffDownload();
+  void OnLoopTest();
+  void OnDownloadRequest(const KorText& line);
+  void OnUploadRequest();
+  void OnUploadData(const KorText& line);
+  void OnUploadEnd();
+  void OnUploadFailed();
+  void OnDirectoryRequest();
+  void OnAcknowledge();
+  void OnRefuse();
+  void Reply(const KorText& text); // the text and CR
+
+  KorText MakePcFileName(const KorText& folder);
+  KorText MakeModel500FileName(const KorText& folder);
+  void ApplyHybridNumber();
+  bool OpenProgram(const KorText& path);
+  std::string NextBlock();
+  void SendNextFrame();
+  void LoadNextSequentialFile();
+  void EndDownload();
+  void SendDirectoryPage();
+  void ShowNumberTitle();
+
+  const bool simulation;
+  const bool model500;
+  SpecialFeatures features; // window's copy: edited and stored
+
+  SpecialFeatures options; // worker's copy
+  KorText requestText;     // last "FH " line
+  KorText numberText;      // number of that request, as the host file is named
+  KorText pcFilePath;      // host file being sent or received
+  std::string frameText;   // last frame, kept for sending again
+  std::int32_t nakCount = 0;
+  std::int32_t unexpectedAckCount = 0;
+  std::int32_t hybridLastSheet = 0;
+  std::vector<KorText> directoryList;
+  std::size_t directoryRemaining = 0;
+};
+
+} // namespace kor

@@ -1,0 +1,570 @@
+#include "link/download_app.h"
+
+#include <algorithm>
+
+#include "services/core/app_interface.h"
+
+namespace kor {
+
+namespace {
+
+constexpr const char16_t* kDisplayTimer = u"DownloadApp::DisplayStatus";
+constexpr const char16_t* kPingTimer = u"DownloadApp::PingNow";
+constexpr const char16_t* kEndOfServeTimer = u"DownloadApp::EndOfServe";
+constexpr const char16_t* kXonTimer = u"DownloadApp::TestXon";
+constexpr const char16_t* kDownloadTimer = u"DownloadApp::DownloadNow";
+constexpr double kDisplayPeriod = 0.1; // seconds
+constexpr double kPingPeriod = 1.0;
+constexpr double kEndOfServePeriod = 5.0;
+constexpr double kXonPeriod = 3.0;
+constexpr char16_t kXon = 17;
+constexpr char16_t kXoff = 19;
+constexpr std::int64_t kLargestChunk = 100; // characters of one feed
+constexpr const char16_t* kLogFailure = u"Unable to write to log file";
+
+double Now() { return App().HighResolutionSeconds(); }
+
+std::size_t NameStart(const KorText& path) {
+  const std::size_t at = path.View().find_last_of(u"/\\");
+  return at == KorText::kNone ? 0 : at + 1;
+}
+
+} // namespace
+
+DownloadApp::DownloadApp(EngineServices engineServices, const KorText& name)
+    : services(std::move(engineServices)), modelName(name),
+      board([this](const KorText& line) { WriteJobLine(line); }),
+      monitor([this] { PostToWindow([this] { services.form->AppendMonitor(monitor.Take()); }); }),
+      channel(*services.port, board, log, monitor, *this) {
+  settings.uploadPath = services.cncFolder;
+  settings.downloadPath = services.cncFolder;
+}
+
+DownloadApp::~DownloadApp() {
+  if (worker) worker->Stop();
+}
+
+// --- Life ----------------------------------------------------------------------------------------------
+
+void DownloadApp::CreateTimer(const char16_t* name, double period, bool started,
+                              void (DownloadApp::*action)()) {
+  timers.Create(name, period, Now(), started, [this, action] { (this->*action)(); });
+}
+
+void DownloadApp::SetUpServices() {
+  CreateTimer(kDisplayTimer, kDisplayPeriod, true, &DownloadApp::DisplayStatus);
+  CreateTimer(kPingTimer, kPingPeriod, false, &DownloadApp::Ping);
+  CreateTimer(kEndOfServeTimer, kEndOfServePeriod, false, &DownloadApp::EndOfServe);
+  timers.Create(kXonTimer, kXonPeriod, Now(), false, [this] {
+    timers.Stop(kXonTimer);
+    RunOnWorker([this] { channel.SendText(KorText(1, kXon)); });
+  });
+}
+
+void DownloadApp::BuildWindow() {
+  settingsPath = App().GetApplicationPropertyPath(kSettingsFolder);
+  if (!settingsPath.IsEmpty() && settingsPath.Last() != u'/') settingsPath += u'/';
+  settingsPath += modelName + u".INI";
+  LoadSettingsOrProfile();
+  link = settings;
+  log.SetJobLog(settings.logFile, settings.writeLog != 0);
+  board.SetMachine(settings.machineName, settings.dncServerRole > 0);
+  RemoveAbandonedUploads();
+  SetStatus(LinkStatus::Waiting);
+  OpenPort(0);
+  UpdateStatus();
+  if (!services.startWorker) return;
+  worker = std::make_unique<CommsMonitor>([this] { return Poll(); }, [this] { WaitIdle(); },
+                                          [this] { services.port->Interrupt(); });
+}
+
+// A stored record that names no COM port is not trusted: it is loaded once more, and then the text
+// profile is read instead.
+void DownloadApp::LoadSettingsOrProfile() {
+  const auto namesPort = [this] { return settings.port.StartsWith(u"COM"); };
+  const bool loaded = LoadSettings();
+  settingsLoadFailed = !loaded || !namesPort();
+  if (loaded && settingsLoadFailed) {
+    settingsLoadFailed = !LoadSettings() || !namesPort();
+    if (settingsLoadFailed)
+      ShowMessage(u"Warning: Bad INI file load", u"Possible loss of settings",
+                  MessageStyle::Exclamation);
+  }
+  if (settingsLoadFailed) ReadSettingsProfile(settingsPath, services.cncFolder, settings);
+  EnsureTrailingSeparators(settings);
+}
+
+bool DownloadApp::LoadSettings() { return false; }
+bool DownloadApp::SaveSettings() { return true; }
+void DownloadApp::Transfer(DiskFile&) {}
+
+// A program that was killed in the middle of an upload left its part file behind.
+void DownloadApp::RemoveAbandonedUploads() {
+  if (!settings.uploadPath.IsEmpty()) RemoveAbandonedParts(settings.uploadPath);
+}
+
+void DownloadApp::Terminate() {
+  if (terminated) return;
+  terminated = true;
+  for (const char16_t* timer : {kXonTimer, kEndOfServeTimer, kPingTimer}) timers.Delete(timer);
+  {
+    const Lock lock(mutex);
+    acceptsTasks = false;
+    tasks.clear();
+  }
+  if (worker) worker->Stop();
+  worker.reset();
+  timers.Delete(kDisplayTimer);
+  timers.Delete(kDownloadTimer);
+  channel.Close();
+  SaveSettings();
+  DiscardUpload();
+  log.StopTrace(u"Application Terminated");
+  services.form->ShowEndDialog(EndDialog::Download, false);
+  services.form->ShowEndDialog(EndDialog::Upload, false);
+}
+
+void DownloadApp::RunDueTimers() { timers.RunDue(Now()); }
+
+// --- Between the threads -------------------------------------------------------------------------------
+
+void DownloadApp::PostToWindow(std::function<void()> task) { services.form->Post(std::move(task)); }
+
+void DownloadApp::RunOnWorker(std::function<void()> task) {
+  {
+    const Lock lock(mutex);
+    if (!acceptsTasks) return;
+    tasks.push_back(std::move(task));
+  }
+  hasTasks = true;
+  services.port->Interrupt();
+}
+
+bool DownloadApp::RunTasks() {
+  if (!hasTasks.exchange(false)) return false;
+  std::deque<std::function<void()>> now;
+  {
+    const Lock lock(mutex);
+    now.swap(tasks);
+  }
+  for (const auto& task : now) task();
+  return !now.empty();
+}
+
+bool DownloadApp::Poll() {
+  const bool worked = RunTasks();
+  return channel.Poll() || worked;
+}
+
+void DownloadApp::WaitIdle() {
+  if (!hasTasks) services.port->WaitReadable(channel.IdleWait());
+}
+
+void DownloadApp::ChangeSettings(const std::function<void(LinkSettings&)>& change) {
+  change(settings);
+  log.SetJobLog(settings.logFile, settings.writeLog != 0);
+  RunOnWorker([this, changed = settings] { link = changed; });
+}
+
+void DownloadApp::ShowMessage(const KorText& caption, const KorText& text, MessageStyle style) {
+  PostToWindow([this, caption, text, style] { services.form->ShowMessage(caption, text, style); });
+}
+
+void DownloadApp::ReportOnce(const KorText& caption, const KorText& text) {
+  {
+    const Lock lock(mutex);
+    if (!reportedFailures.insert(caption + u"\n" + text).second) return;
+  }
+  ShowMessage(caption, text, MessageStyle::Exclamation);
+}
+
+// --- Port ----------------------------------------------------------------------------------------------
+
+void DownloadApp::OpenPort(int noSoftwareFlow) {
+  channel.Open(link, modelName, noSoftwareFlow > 0);
+  if (!channel.IsOpen()) SetStatus(LinkStatus::NoLink);
+  else if (Status() == LinkStatus::NoLink) SetStatus(LinkStatus::Waiting);
+}
+
+void DownloadApp::ReportPortFailure(const KorText& step, const KorText& systemText) {
+  ShowMessage(step, KorText::Format(u"%s\n%s", link.port, systemText), MessageStyle::Information);
+}
+
+void DownloadApp::ShowTitle(const KorText& title) {
+  PostToWindow([this, title] { services.form->SetTitle(title); });
+}
+
+// The exchange that was running is over; its job is logged before the link shows as gone.
+void DownloadApp::OnLinkLost() {
+  timers.Delete(kDownloadTimer);
+  ++delayedDownload;
+  if (Status() == LinkStatus::Downloading) {
+    SetStatus(LinkStatus::DownloadErrors);
+    UpdateStatus();
+  } else if (Status() == LinkStatus::Uploading) {
+    DiscardUpload();
+    SetStatus(LinkStatus::UploadErrors);
+    UpdateStatus();
+  }
+  ShowProgress(0, 0);
+  FinishManualJob();
+  SetStatus(LinkStatus::NoLink);
+  UpdateStatus();
+}
+
+void DownloadApp::OnLinkBack() {
+  SetStatus(LinkStatus::Waiting);
+  UpdateStatus();
+}
+
+// --- Status --------------------------------------------------------------------------------------------
+
+void DownloadApp::UpdateStatus() {
+  const auto code = static_cast<std::int32_t>(Status());
+  // Between two changes the display timer shows the counters; a reply does not wait for that.
+  if (code == shownCode && !EndsJob(Status())) return;
+  shownCode = code;
+  PostToWindow([this, view = board.Form(false)] { services.form->ShowStatus(view); });
+}
+
+void DownloadApp::DisplayStatus() { services.form->ShowStatus(board.Form(true)); }
+
+void DownloadApp::WriteJobLine(const KorText& line) {
+  if (!log.LogJob(line)) {
+    ReportOnce(u"Log", kLogFailure);
+    return;
+  }
+  const Lock lock(mutex);
+  reportedFailures.clear();
+}
+
+void DownloadApp::Ping() {
+  if (pingText.IsEmpty()) return;
+  RunOnWorker([this, text = pingText] { channel.SendText(text); });
+}
+
+void DownloadApp::EndOfServe() {
+  RunOnWorker([this] {
+    if (Status() == LinkStatus::Uploading) CancelUploadNow();
+    SetStatus(LinkStatus::Waiting);
+    UpdateStatus();
+  });
+  if (settings.dncSynchronisation > 0 && settings.dncServerRole == 0) DncClientStep();
+}
+
+void DownloadApp::ReadyForServing() {
+  const bool synchronised = settings.dncSynchronisation > 0;
+  const bool client = synchronised && settings.dncServerRole == 0;
+  RunOnWorker([this, client] {
+    if (Status() == LinkStatus::Uploading) CancelUploadNow();
+    SetStatus(client ? LinkStatus::ClientNoServer : LinkStatus::Waiting);
+    UpdateStatus();
+  });
+  services.form->SetJobButtons(synchronised ? JobButtons::Hidden : JobButtons::Enabled);
+  if (client) DncClientStep();
+  else timers.Stop(kPingTimer);
+}
+
+// --- Settings ------------------------------------------------------------------------------------------
+
+FormDescription DownloadApp::SettingsForm() const {
+  return MakeSettingsForm(settings, OfferedPorts(settings.port, services.probePort));
+}
+
+void DownloadApp::SettingsDialog() {
+  FormDescription form = SettingsForm();
+  while (services.form->RunForm(form)) {
+    const KorText wrong = AcceptSettings(form);
+    if (wrong.IsEmpty()) return;
+    services.form->ShowMessage(form.caption, wrong, MessageStyle::Exclamation);
+  }
+}
+
+KorText DownloadApp::AcceptSettings(const FormDescription& form) {
+  LinkSettings edited = settings;
+  const KorText wrong = ReadSettingsForm(form, edited);
+  if (!wrong.IsEmpty()) return wrong;
+  ChangeSettings([&](LinkSettings& changed) { changed = edited; });
+  RunOnWorker([this] {
+    OpenPort(0);
+    UpdateStatus();
+  });
+  return {};
+}
+
+void DownloadApp::SetHandshake(bool rtsCts, bool dtrDsr) {
+  ChangeSettings([&](LinkSettings& changed) {
+    changed.rtsCtsHandshake = rtsCts ? 1 : 0;
+    changed.dtrDsrHandshake = dtrDsr ? 1 : 0;
+  });
+  RunOnWorker([this] {
+    OpenPort(0);
+    UpdateStatus();
+  });
+}
+
+// --- Delayed download ----------------------------------------------------------------------------------
+
+void DownloadApp::DelayDownload() {
+  timers.Delete(kDownloadTimer);
+  const std::uint32_t mine = ++delayedDownload;
+  if (link.sendSot > 0) channel.SendCharacter(link.sotCharacter, false);
+  if (link.transmitDelay < 1) {
+    DownloadNow();
+    return;
+  }
+  App().DebugOutput(KorText::Format(u"%s %i %s.\n", u"Download delayed for", link.transmitDelay,
+                                    u"second(s)"));
+  board.SetCount(0);
+  SetStatus(LinkStatus::DownloadWaiting);
+  UpdateStatus();
+  timers.Create(kDownloadTimer, link.transmitDelay, Now(), true, [this, mine] {
+    timers.Delete(kDownloadTimer);
+    // A newer request may have replaced this one while the timer was on its way.
+    RunOnWorker([this, mine] {
+      if (mine == delayedDownload) DownloadNow();
+    });
+  });
+}
+
+void DownloadApp::DownloadNow() {
+  timers.Delete(kDownloadTimer);
+  ++delayedDownload;
+  SetStatus(LinkStatus::DownloadPreparation);
+  StartDownload();
+}
+
+// --- Manual transfer -----------------------------------------------------------------------------------
+
+void DownloadApp::ChooseDownloadFile() {
+  FileChoice choice{FileChoice::Kind::Open, u"Open NC file", settings.downloadPath, {}, {}};
+  choice.filters = KorText::Format(u"%s (*.%s)|*.%s|All Files (*.*)|*.*", u"NC files",
+                                   settings.fileExtension, settings.fileExtension);
+  if (const auto chosen = services.form->ChooseFile(choice)) SendFile(*chosen);
+}
+
+void DownloadApp::ChooseUploadFile() {
+  FileChoice choice{FileChoice::Kind::Save, u"Save NC file as", settings.uploadPath, {}, {}};
+  choice.filters = KorText::Format(u"%s (*.%s)|*.%s|All Files (*.*)|*.*", u"NC files",
+                                   settings.fileExtension, settings.fileExtension);
+  if (const auto chosen = services.form->ChooseFile(choice)) ReceiveFile(*chosen);
+}
+
+void DownloadApp::SendFile(const KorText& path) {
+  // Intended: the next dialog opens where this file lay and filters for its kind.
+  const std::size_t nameStart = NameStart(path);
+  const std::size_t dot = path.FindLast(u'.');
+  const bool readable = App().FileExists(path);
+  if (readable) {
+    ChangeSettings([&](LinkSettings& changed) {
+      if (nameStart > 0) changed.downloadPath = path.Left(nameStart);
+      if (dot != KorText::kNone && dot > nameStart) changed.fileExtension = path.Mid(dot + 1);
+    });
+    services.form->SetTitle(KorText::Format(u"%s  %s", modelName, path));
+  }
+  RunOnWorker([this, path] { StartSend(path); });
+}
+
+void DownloadApp::StartSend(const KorText& path) {
+  transferName = path;
+  board.SetFileName(path);
+  std::int64_t size = 0;
+  if (!LoadTransfer(path, size)) {
+    SetStatus(LinkStatus::DownloadCantOpen);
+    UpdateStatus();
+    return;
+  }
+  DiscardUpload();
+  manualJob = true;
+  board.SetCount(0);
+  board.SetTotal(size);
+  ShowProgress(0, size);
+  SetStatus(LinkStatus::Downloading);
+  UpdateStatus();
+  PostToWindow([this] {
+    services.form->SetJobButtons(JobButtons::SendDisabled);
+    services.form->ShowEndDialog(EndDialog::Download, true);
+  });
+}
+
+bool DownloadApp::LoadTransfer(const KorText& path, std::int64_t& size) {
+  SimpleFile file(path);
+  const auto bytes = file.Open(kFileRead) ? file.ReadAll() : std::nullopt;
+  if (!bytes) return false;
+  size = static_cast<std::int64_t>(bytes->size());
+  channel.SetSendSource(std::string(bytes->begin(), bytes->end()));
+  return true;
+}
+
+void DownloadApp::PollIdle() {
+  if (Status() != LinkStatus::Downloading) return;
+  if (channel.SendPosition() < channel.SendLength()) {
+    // About a sixteenth of a second of line time.
+    const std::int64_t chunk = std::min<std::int64_t>(link.baudrate.ToInteger() / 8 / 2,
+                                                      kLargestChunk);
+    if (!channel.QueueCharacters(chunk)) return;
+    const auto sent = static_cast<std::int64_t>(channel.SendPosition());
+    board.SetCount(sent);
+    ShowProgress(sent, static_cast<std::int64_t>(channel.SendLength()));
+    return;
+  }
+  ShowProgress(1, 1);
+  SetStatus(LinkStatus::DownloadCompleted);
+  UpdateStatus();
+  FinishManualJob();
+}
+
+void DownloadApp::FinishManualJob() {
+  if (!manualJob) return;
+  manualJob = false;
+  PostToWindow([this] {
+    services.form->ShowEndDialog(EndDialog::Download, false);
+    services.form->ShowEndDialog(EndDialog::Upload, false);
+    services.form->SetJobButtons(JobButtons::Enabled);
+  });
+}
+
+void DownloadApp::ReceiveFile(const KorText& path) {
+  services.form->SetTitle(KorText::Format(u"%s  %s", modelName, path));
+  RunOnWorker([this, path] { StartReceive(path); });
+}
+
+void DownloadApp::StartReceive(const KorText& path) {
+  if (!OpenUpload(path)) {
+    SetStatus(LinkStatus::UploadCantOpen);
+    UpdateStatus();
+    return;
+  }
+  manualJob = true;
+  board.SetCount(0);
+  SetStatus(LinkStatus::Uploading);
+  UpdateStatus();
+  PostToWindow([this] {
+    services.form->SetJobButtons(JobButtons::Disabled);
+    services.form->ShowEndDialog(EndDialog::Upload, true);
+  });
+}
+
+void DownloadApp::ProcessReceived() {
+  if (Status() == LinkStatus::Uploading && upload) {
+    const std::string_view bytes = channel.Received();
+    const auto* data = reinterpret_cast<const std::uint8_t*>(bytes.data());
+    const bool stored = upload->Write({data, bytes.size()}) == bytes.size();
+    board.AddCount(static_cast<std::int64_t>(bytes.size()));
+    if (!stored) {
+      DiscardUpload();
+      SetStatus(LinkStatus::UploadErrors);
+      UpdateStatus();
+      FinishManualJob();
+    }
+  }
+  if (Status() != LinkStatus::LoopbackFailure) channel.DiscardReceived();
+}
+
+void DownloadApp::CancelDownload() {
+  RunOnWorker([this] {
+    if (Status() != LinkStatus::Downloading) return;
+    channel.SetSendSource({});
+    program.Clear();
+    SetStatus(LinkStatus::DownloadCancelled);
+    ShowProgress(0, 0);
+    UpdateStatus();
+    FinishManualJob();
+  });
+}
+
+void DownloadApp::CancelUpload() {
+  RunOnWorker([this] {
+    if (Status() == LinkStatus::Uploading) CancelUploadNow();
+  });
+}
+
+void DownloadApp::CancelUploadNow() {
+  DiscardUpload();
+  SetStatus(LinkStatus::UploadCancelled);
+  ShowProgress(0, 0);
+  UpdateStatus();
+  FinishManualJob();
+}
+
+void DownloadApp::CompleteUpload() {
+  RunOnWorker([this] {
+    if (Status() != LinkStatus::Uploading) return;
+    SetStatus(CommitUpload() ? LinkStatus::UploadCompleted : LinkStatus::UploadErrors);
+    ShowProgress(0, 0);
+    UpdateStatus();
+    FinishManualJob();
+  });
+}
+
+// --- Transfer file -------------------------------------------------------------------------------------
+
+bool DownloadApp::OpenUpload(const KorText& path) {
+  DiscardUpload();
+  transferName = path;
+  board.SetFileName(path);
+  const auto existing = App().FileAttributes(path);
+  if (existing && (existing->isFolder || existing->isSystem || existing->isReadOnly)) return false;
+  auto file = std::make_unique<KorFile>(path);
+  if (!file->OpenSafe(kFileWrite)) return false;
+  // A download that waits for its delay would break into the upload.
+  timers.Delete(kDownloadTimer);
+  ++delayedDownload;
+  upload = std::move(file);
+  return true;
+}
+
+bool DownloadApp::CommitUpload() {
+  if (!upload) return false;
+  board.SetCount(static_cast<std::int64_t>(upload->Size()));
+  const bool stored = upload->Commit();
+  upload.reset();
+  return stored;
+}
+
+void DownloadApp::DiscardUpload() {
+  if (upload) upload->Discard();
+  upload.reset();
+}
+
+bool DownloadApp::ReadProgram(const KorText& path) {
+  const NcProgram::Result result = program.Read(path);
+  if (result == NcProgram::Result::LineTooLong)
+    ShowMessage(u"Error", u"Not a valid ASCII file.", MessageStyle::Exclamation);
+  return result == NcProgram::Result::Read;
+}
+
+// --- Line tests and logs -------------------------------------------------------------------------------
+
+void DownloadApp::LoopbackTest() {
+  timers.Stop(kDisplayTimer);
+  RunOnWorker([this] {
+    SetStatus(LinkStatus::Waiting);
+    UpdateStatus();
+    channel.StartLoopbackTest();
+    PostToWindow([this] { timers.Start(kDisplayTimer, Now()); });
+  });
+}
+
+void DownloadApp::XonXoffTest() {
+  RunOnWorker([this] { channel.SendText(KorText(1, kXoff)); });
+  timers.Start(kXonTimer, Now());
+}
+
+void DownloadApp::ChooseTraceFile() {
+  FileChoice choice{FileChoice::Kind::Save, u"Save Log File As", {}, {}, {}};
+  choice.filters = KorText::Format(u"%s (*.%s)|*.%s|All Files (*.*)|*.*", u"Log files", u"log",
+                                   u"log");
+  log.StopTrace({});
+  if (const auto chosen = services.form->ChooseFile(choice)) StartTrace(*chosen);
+}
+
+bool DownloadApp::StartTrace(const KorText& path) {
+  if (log.StartTrace(path, settings)) return true;
+  services.form->ShowMessage(u"Log", kLogFailure, MessageStyle::Exclamation);
+  return false;
+}
+
+void DownloadApp::StopTrace() { log.StopTrace(u"End of Logging"); }
+
+} // namespace kor

@@ -1,0 +1,185 @@
+// DownloadApp: the generic serial download application. It owns the settings record, the serial
+// channel and its worker, the timers, the link status, the transfer file and both logs. A derived
+// application supplies the controller's protocol by overriding the virtual operations.
+//
+// Made once by main, which also owns the port and the window that it is lent.
+//
+// Threads. The window's thread runs the operations under "Window" and the timers. The worker
+// (CommsMonitor) runs Poll and everything that touches the channel, the transfer file or the
+// protocol's state; the window reaches those by RunOnWorker, whose tasks run before the next poll, so
+// the window never waits for the worker or the line. The worker reaches the window by FormDialog::Post.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <set>
+
+#include "files/simple_file.h"
+#include "files/storable.h"
+#include "link/comms_log.h"
+#include "link/comms_monitor.h"
+#include "link/link_settings.h"
+#include "link/link_status.h"
+#include "link/monitor_feed.h"
+#include "link/nc_program.h"
+#include "link/serial_channel.h"
+#include "ui/form_dialog.h"
+#include "ui/timer_queue.h"
+
+namespace kor {
+
+// What main lends to the engine; everything outlives it.
+struct EngineServices {
+  SerialPort* port = nullptr;
+  FormDialog* form = nullptr;
+  std::function<bool(const KorText&)> probePort; // whether a port can be opened now
+  KorText cncFolder;                             // default of both NC folders
+  bool startWorker = true; // tests poll by hand
+};
+
+class DownloadApp : public Storable, protected ChannelHost {
+ public:
+  static constexpr std::uint32_t kClassId = 100091201;
+
+  // modelName names the settings file and heads the window title.
+  DownloadApp(EngineServices engineServices, const KorText& modelName);
+  ~DownloadApp() override;
+
+  // --- Operations for a derived application, in slot order -------------------------------------------
+  virtual void SetUpServices();
+  // Loads the settings, opens the port, starts the worker. An override calls this first.
+  virtual void BuildWindow();
+  virtual void SettingsDialog();
+  virtual void Reserved4() {}
+  virtual void OpenPort(int noSoftwareFlow); // worker
+  virtual void ChooseUploadFile();
+  virtual void ChooseDownloadFile();
+  // Stops the timers and the worker, closes the port, saves the settings. Never waits for the line.
+  virtual void Terminate();
+  virtual void Ping();
+  virtual void ProcessReceived(); // worker: consumes what has arrived
+  virtual void PollIdle();        // worker: after every write step
+  virtual void StartDownload() {} // worker
+  virtual bool LoadSettings();    // false when no stored record could be read
+  virtual bool SaveSettings();
+  virtual void DncServerStep() {}
+  virtual void DncClientStep() {}
+
+  // --- Storable --------------------------------------------------------------------------------------
+  std::uint32_t ClassId() const override { return kClassId; }
+  void Transfer(DiskFile& file) override;
+
+  // --- Window -----------------------------------------------------------------------------------------
+  const KorText& ModelName() const { return modelName; }
+  const LinkSettings& Settings() const { return settings; } // the window's copy
+  StatusView CurrentStatus() { return board.Form(false); }
+  TimerQueue& Timers() { return timers; }
+  void RunDueTimers();
+  FormDescription SettingsForm() const;
+  // Takes over an edited form and re-opens the port. An empty text, or what is wrong with a field.
+  KorText AcceptSettings(const FormDescription& form);
+  void SetHandshake(bool rtsCts, bool dtrDsr); // re-opens the port
+  void SendFile(const KorText& path);
+  void ReceiveFile(const KorText& path);
+  void CancelDownload();
+  void CancelUpload();
+  void CompleteUpload();
+  void LoopbackTest();
+  void XonXoffTest();
+  void ChooseTraceFile();
+  bool StartTrace(const KorText& path); // false (and a message) when it can't be written
+  void StopTrace();
+  void SetMonitorShown(bool shown) { monitor.SetShown(shown); }
+  void ReadyForServing();
+
+  // --- Worker ------------------------------------------------------------------------------------------
+  // One pass: the window's tasks, then the channel. True when bytes moved: poll again at once.
+  bool Poll();
+  void WaitIdle();
+  // Any thread. The task runs on the worker before its next poll; dropped when the worker has ended.
+  void RunOnWorker(std::function<void()> task);
+
+ protected:
+  // ChannelHost, on the worker
+  void ConsumeReceived() override { ProcessReceived(); }
+  void FeedTransmitter() override { PollIdle(); }
+  void ReportPortFailure(const KorText& step, const KorText& systemText) override;
+  void ShowTitle(const KorText& title) override;
+  void OnLinkLost() override;
+  void OnLinkBack() override;
+
+  LinkStatus Status() const { return board.Code(); }
+  void SetStatus(LinkStatus code) { board.Set(code); }
+  // Forms the status line (with its job-log line) and has the window show it at once.
+  void UpdateStatus();
+  void ShowProgress(std::int64_t position, std::int64_t range) {
+    board.SetProgress(position, range);
+  }
+  // Sends SOT, then starts the download after the transmit delay.
+  void DelayDownload();
+  void DownloadNow();
+  // A message box once, until the same step has succeeded.
+  void ReportOnce(const KorText& caption, const KorText& text);
+  void ShowMessage(const KorText& caption, const KorText& text, MessageStyle style);
+  void PostToWindow(std::function<void()> task);
+
+  // Makes a chosen file ready to be sent; false when it can't be read. The engine sends its bytes as
+  // they are; an application that sends lines reads those instead.
+  virtual bool LoadTransfer(const KorText& path, std::int64_t& size);
+  bool OpenUpload(const KorText& path); // safe write beside the target
+  // The received program replaces the target. False when it could not be stored whole.
+  bool CommitUpload();
+  void DiscardUpload();
+  // Reads the file's lines; false (with a message when a line is too long) leaves the program empty.
+  bool ReadProgram(const KorText& path);
+  void FinishManualJob();
+  bool IsManualJob() const { return manualJob; }
+  // The window's copy and the worker's change together.
+  void ChangeSettings(const std::function<void(LinkSettings&)>& change);
+
+  const EngineServices services;
+  KorText modelName;
+  KorText settingsPath;
+  bool settingsLoadFailed = false;
+  KorText machineType = u"Unknown";
+  KorText pingText; // sent by the ping timer when not empty
+  LinkSettings settings; // window's copy: edited and stored
+
+  LinkSettings link; // worker's copy
+  CommsLog log;
+  StatusBoard board;
+  MonitorFeed monitor;
+  SerialChannel channel;
+  TimerQueue timers;
+  NcProgram program;    // lines of the file being sent
+  KorText transferName; // full name of the transfer file
+  std::unique_ptr<KorFile> upload;
+
+ private:
+  void DisplayStatus();
+  void EndOfServe();
+  void CancelUploadNow();
+  void StartSend(const KorText& path);
+  void StartReceive(const KorText& path);
+  void LoadSettingsOrProfile();
+  bool RunTasks();
+  void WriteJobLine(const KorText& line);
+  void CreateTimer(const char16_t* name, double period, bool started, void (DownloadApp::*action)());
+  void RemoveAbandonedUploads();
+
+  std::unique_ptr<CommsMonitor> worker;
+  std::atomic<bool> hasTasks{false};
+  std::atomic<std::uint32_t> delayedDownload{0}; // which delayed download may still start
+  std::int32_t shownCode = -1;                   // worker: last status posted to the window
+  bool manualJob = false;                        // worker: an end dialog is shown
+  bool terminated = false;                       // window
+  Mutex mutex;
+  std::deque<std::function<void()>> tasks KOR_GUARDED_BY(mutex);
+  bool acceptsTasks KOR_GUARDED_BY(mutex) = true;
+  std::set<KorText> reportedFailures KOR_GUARDED_BY(mutex);
+};
+
+} // namespace kor

@@ -1,0 +1,264 @@
+#include "link/link_settings.h"
+
+#include <algorithm>
+#include <array>
+
+#include "link/profile_file.h"
+
+namespace kor {
+
+namespace {
+
+constexpr std::array<const char16_t*, 12> kBaudRates{u"110",  u"150",   u"300",   u"600",
+                                                     u"1200", u"2400",  u"4800",  u"9600",
+                                                     u"19200", u"38400", u"57600", u"115200"};
+constexpr std::array<const char16_t*, 5> kParities{u"None", u"Odd", u"Even", u"Mark", u"Space"};
+constexpr std::array<const char16_t*, 2> kDataBits{u"7", u"8"};
+constexpr std::array<const char16_t*, 3> kStopBits{u"1", u"1.5", u"2"};
+constexpr std::array<const char16_t*, 4> kFlowControls{u"Xon/Xoff", u"Hardware", u"None",
+                                                       u"Combined"};
+// All names are three characters wide.
+constexpr std::array<const char16_t*, 32> kControlCodes{
+    u"NUL", u"SOH", u"STX", u"ETX", u"EOT", u"ENQ", u"ACK", u"BEL", u"BS ", u"HT ", u"LF ",
+    u"VT ", u"FF ", u"CR ", u"SO ", u"SI ", u"DLE", u"DC1", u"DC2", u"DC3", u"DC4", u"NAK",
+    u"SYN", u"ETB", u"CAN", u"EM ", u"SUB", u"ESC", u"FS ", u"GS ", u"RS ", u"US "};
+constexpr std::size_t kShiftIn = 15;
+constexpr std::uint8_t kShiftInValue = 31; // intended, see the header
+
+constexpr std::int32_t kMaximumDelay = 999;
+constexpr std::int32_t kMaximumTransmitDelay = 30;
+
+// A form field and the member it edits.
+struct TextField {
+  int number;
+  const char16_t* key;
+  const char16_t* label;
+  FieldKind kind;
+  KorText LinkSettings::* member;
+  std::span<const char16_t* const> (*choices)();
+  const char16_t* browseTitle;
+};
+
+struct NumberField {
+  int number;
+  const char16_t* key;
+  const char16_t* label;
+  std::int32_t LinkSettings::* member;
+  std::int32_t maximum; // 1: a check box
+};
+
+struct CodeField {
+  int number;
+  const char16_t* key;
+  const char16_t* label;
+  std::uint8_t LinkSettings::* member;
+};
+
+const TextField kTextFields[] = {
+    {15221, u"baudrate", u"Baud rate", FieldKind::Choice, &LinkSettings::baudrate, BaudRates, u""},
+    {15222, u"parity", u"Parity", FieldKind::Choice, &LinkSettings::parity, Parities, u""},
+    {15223, u"databits", u"Data bits", FieldKind::Choice, &LinkSettings::databits, DataBits, u""},
+    {15224, u"stopbits", u"Stop bits", FieldKind::Choice, &LinkSettings::stopbits, StopBitTexts,
+     u""},
+    {15241, u"flow-control", u"Flow control", FieldKind::Choice, &LinkSettings::flowControl,
+     FlowControls, u""},
+    {15226, u"upload-path", u"Upload path", FieldKind::FolderPath, &LinkSettings::uploadPath,
+     nullptr, u"Upload Path"},
+    {15228, u"download-path", u"Download path", FieldKind::FolderPath,
+     &LinkSettings::downloadPath, nullptr, u"Download Path"},
+    {15232, u"file-extension", u"File extension", FieldKind::Text, &LinkSettings::fileExtension,
+     nullptr, u""},
+    {15234, u"log-file", u"Log file", FieldKind::FilePath, &LinkSettings::logFile, nullptr,
+     u"Save Log File As"},
+};
+
+const NumberField kNumberFields[] = {
+    {15260, u"send-sot", u"Send SOT", &LinkSettings::sendSot, 1},
+    {15261, u"send-eot", u"Send EOT", &LinkSettings::sendEot, 1},
+    {15246, u"character-delay", u"Character delay (ms)", &LinkSettings::characterDelay,
+     kMaximumDelay},
+    {15247, u"line-delay", u"Line delay (ms)", &LinkSettings::lineDelay, kMaximumDelay},
+    {15249, u"transmit-delay", u"Transmit delay (seconds)", &LinkSettings::transmitDelay,
+     kMaximumTransmitDelay},
+    {15235, u"write-log", u"Write log", &LinkSettings::writeLog, 1},
+};
+
+const CodeField kCodeFields[] = {
+    {15264, u"sot-character", u"SOT character", &LinkSettings::sotCharacter},
+    {15265, u"eot-character", u"EOT character", &LinkSettings::eotCharacter},
+};
+
+std::vector<KorText> Texts(std::span<const char16_t* const> list) {
+  return {list.begin(), list.end()};
+}
+
+KorText ListText(const std::vector<KorText>& choices) {
+  KorText list;
+  for (const KorText& choice : choices) {
+    if (!list.IsEmpty()) list += u", ";
+    list += choice.Trimmed();
+  }
+  return list;
+}
+
+bool Matches(const KorText& choice, const KorText& value) {
+  return choice.Trimmed().EqualsNoCase(value.Trimmed());
+}
+
+// The field's value as its list writes it; an empty text when the list doesn't hold it.
+KorText ListedValue(const FormField& field) {
+  for (const KorText& choice : field.choices)
+    if (Matches(choice, field.value)) return choice;
+  return {};
+}
+
+KorText Refusal(const FormField& field, const KorText& accepted) {
+  return KorText::Format(u"%s can't be \"%s\"; accepted: %s", field.key, field.value, accepted);
+}
+
+KorText ReadTextField(const FormField& field, KorText& value) {
+  if (field.kind == FieldKind::Choice && !field.editable) {
+    const KorText listed = ListedValue(field);
+    if (listed.IsEmpty()) return Refusal(field, ListText(field.choices));
+    value = listed;
+    return {};
+  }
+  value = field.value;
+  return {};
+}
+
+bool IsWholeNumber(const KorText& text) {
+  const std::u16string_view digits = text.View();
+  return !digits.empty() && digits.size() <= 9 &&
+         std::all_of(digits.begin(), digits.end(),
+                     [](char16_t c) { return c >= u'0' && c <= u'9'; });
+}
+
+KorText ReadNumberField(const FormField& field, std::int32_t maximum, std::int32_t& value) {
+  const KorText text = field.value.Trimmed();
+  const std::int32_t number = text.ToInteger();
+  if (!IsWholeNumber(text) || number > maximum)
+    return Refusal(field, KorText::Format(u"0 to %i", maximum));
+  value = number;
+  return {};
+}
+
+KorText ReadCodeField(const FormField& field, std::uint8_t& value) {
+  const auto names = ControlCodeNames();
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (!Matches(names[i], field.value)) continue;
+    // Left alone, an entry keeps the code that it showed.
+    if (NameOfControlCode(value) != KorText(names[i])) value = ControlCodeOfName(i);
+    return {};
+  }
+  if (field.value == NameOfControlCode(value)) return {};
+  return Refusal(field, ListText(Texts(names)));
+}
+
+void EnsureTrailingSeparator(KorText& folder) {
+  if (!folder.IsEmpty() && folder.Last() != u'/' && folder.Last() != u'\\') folder += u'/';
+}
+
+} // namespace
+
+std::span<const char16_t* const> BaudRates() { return kBaudRates; }
+std::span<const char16_t* const> Parities() { return kParities; }
+std::span<const char16_t* const> DataBits() { return kDataBits; }
+std::span<const char16_t* const> StopBitTexts() { return kStopBits; }
+std::span<const char16_t* const> FlowControls() { return kFlowControls; }
+std::span<const char16_t* const> ControlCodeNames() { return kControlCodes; }
+
+std::uint8_t ControlCodeOfName(std::size_t listIndex) {
+  return listIndex == kShiftIn ? kShiftInValue : static_cast<std::uint8_t>(listIndex);
+}
+
+KorText NameOfControlCode(std::uint8_t code) {
+  if (code >= kControlCodes.size() || code == kShiftIn) return KorText::Format(u"%i", code);
+  return kControlCodes[code];
+}
+
+std::vector<KorText> OfferedPorts(const KorText& current,
+                                  const std::function<bool(const KorText&)>& probe) {
+  std::vector<KorText> ports;
+  for (int n = 1; n <= 9; ++n) {
+    const KorText name = KorText::Format(u"COM%i", n);
+    if (name == current || (probe && probe(name))) ports.push_back(name);
+  }
+  return ports;
+}
+
+void ReadSettingsProfile(const KorText& path, const KorText& cncFolder, LinkSettings& settings) {
+  const ProfileFile profile(path);
+  const KorText line = u"Port Settings";
+  settings.port = profile.Text(line, u"port", u"COM1");
+  settings.baudrate = profile.Text(line, u"baudrate", u"2400");
+  settings.parity = profile.Text(line, u"parity", u"None");
+  settings.databits = profile.Text(line, u"databits", u"8");
+  settings.stopbits = profile.Text(line, u"stopbits", u"1");
+  settings.flowControl = profile.Text(line, u"flow control", u"Xon/Xoff");
+  settings.uploadPath = profile.Text(u"Files", u"upload path", cncFolder);
+  settings.downloadPath = profile.Text(u"Files", u"download path", cncFolder);
+  settings.fileExtension = profile.Text(u"Files", u"file extension", settings.fileExtension);
+  settings.transmitDelay = profile.Integer(line, u"transmit delay", 2);
+  settings.logFile = profile.Text(u"Log", u"log file", settings.logFile);
+  settings.writeLog = profile.Integer(u"Log", u"write log", 0);
+  EnsureTrailingSeparators(settings);
+}
+
+void EnsureTrailingSeparators(LinkSettings& settings) {
+  EnsureTrailingSeparator(settings.uploadPath);
+  EnsureTrailingSeparator(settings.downloadPath);
+}
+
+FormDescription MakeSettingsForm(const LinkSettings& settings, const std::vector<KorText>& ports) {
+  FormDescription form;
+  form.caption = u"Download Settings";
+  FormField port{15220, u"port", u"Port", FieldKind::Choice, settings.port, ports};
+  port.editable = true; // a device path, or a port that is not there at the moment
+  form.fields.push_back(port);
+  for (const TextField& text : kTextFields) {
+    FormField field{text.number, text.key, text.label, text.kind, settings.*text.member, {}};
+    if (text.choices) field.choices = Texts(text.choices());
+    // A value from an older file that the list lacks stays selectable.
+    if (text.choices && ListedValue(field).IsEmpty()) field.choices.push_back(field.value);
+    field.browseTitle = text.browseTitle;
+    form.fields.push_back(field);
+  }
+  for (const NumberField& number : kNumberFields) {
+    FormField field{number.number, number.key, number.label,
+                    number.maximum == 1 ? FieldKind::Check : FieldKind::Number,
+                    KorText::Format(u"%i", settings.*number.member), {}};
+    field.maximum = number.maximum;
+    form.fields.push_back(field);
+  }
+  for (const CodeField& code : kCodeFields) {
+    FormField field{code.number, code.key, code.label, FieldKind::Choice,
+                    NameOfControlCode(settings.*code.member), Texts(ControlCodeNames())};
+    form.fields.push_back(field);
+  }
+  return form;
+}
+
+KorText ReadSettingsForm(const FormDescription& form, LinkSettings& settings) {
+  LinkSettings read = settings;
+  KorText wrong;
+  const auto take = [&](const char16_t* key, auto&& reader) {
+    const FormField* field = form.Find(key);
+    if (field && wrong.IsEmpty()) wrong = reader(*field);
+  };
+  take(u"port", [&](const FormField& field) { return ReadTextField(field, read.port); });
+  for (const TextField& text : kTextFields)
+    take(text.key, [&](const FormField& field) { return ReadTextField(field, read.*text.member); });
+  for (const NumberField& number : kNumberFields)
+    take(number.key, [&](const FormField& field) {
+      return ReadNumberField(field, number.maximum, read.*number.member);
+    });
+  for (const CodeField& code : kCodeFields)
+    take(code.key, [&](const FormField& field) { return ReadCodeField(field, read.*code.member); });
+  if (!wrong.IsEmpty()) return wrong;
+  EnsureTrailingSeparators(read);
+  settings = read;
+  return {};
+}
+
+} // namespace kor

@@ -1,0 +1,45 @@
+// NcProgram: an NC file read into memory, handed out line by line. One copy of the bytes is held, no
+// index: a program of 100 MB takes 100 MB. Worker's thread.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "services/core/kor_text.h"
+
+namespace kor {
+
+class NcProgram {
+ public:
+  // A longer line, in characters, is no NC program.
+  static constexpr std::size_t kLongestLine = 24576;
+
+  enum class Result { Read, CantOpen, LineTooLong };
+
+  // Lines end at LF, CR LF or a lone CR (which could not travel: it ends a frame). An 8-bit file's bytes
+  // are kept as they are; of a file with a UTF-8 or UTF-16 mark each character becomes one byte, "?"
+  // above 255. On failure the program is empty.
+  Result Read(const KorText& path);
+  void Clear();
+
+  std::uint64_t FileSize() const { return fileSize; } // bytes on disk
+  std::size_t LineCount() const { return lineCount; }
+  // The next line, without its end; std::nullopt after the last. Valid until the next Read or Clear.
+  std::optional<std::string_view> NextLine();
+  bool AtEnd() const { return position >= bytes.size(); }
+  std::size_t LinesTaken() const { return linesTaken; }
+
+ private:
+  std::string_view LineAt(std::size_t from, std::size_t& next) const;
+  bool CountLines();
+
+  std::vector<std::uint8_t> bytes;
+  std::uint64_t fileSize = 0;
+  std::size_t lineCount = 0;
+  std::size_t linesTaken = 0;
+  std::size_t position = 0;
+};
+
+} // namespace kor

@@ -1,0 +1,416 @@
+#include "link/serial_channel.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "services/core/app_interface.h"
+
+namespace kor {
+
+namespace {
+
+constexpr std::uint8_t kXon = 17;
+constexpr std::uint8_t kXoff = 19;
+constexpr std::uint8_t kLineEnd = 64; // "@": ends the line of the loop-back test
+constexpr const char16_t* kLoopbackMessage = u"LocalTestMessage";
+constexpr double kWriteTimeout = 10.0;   // seconds
+constexpr double kSlowWrite = 5.0;       // seconds
+constexpr std::size_t kTracePiece = 1000; // characters
+constexpr std::size_t kMonitorWrap = 256; // characters
+constexpr std::size_t kMonitorHeld = 4096; // characters that may wait while the line is held
+
+struct HoldName {
+  std::uint32_t bit;
+  Lamp lamp;
+  const char16_t* format;
+};
+constexpr HoldName kHolds[] = {
+    {kCtsHold, kLampCtsHold, u"CTS Hold=%i  "},    {kDsrHold, kLampDsrHold, u"DSR Hold=%i  "},
+    {kRlsdHold, kLampRlsdHold, u"RLS Hold=%i  "},  {kXoffHold, kLampXoffHold, u"XOff Hold=%i  "},
+    {kXoffSent, kLampXoffSent, u"XOff Sent=%i  "},
+};
+
+char16_t ParityLetter(const LinkSettings& settings) {
+  return settings.parity.IsEmpty() ? u'\0' : settings.parity[0];
+}
+
+} // namespace
+
+void AppendEcho(KorText& to, std::uint8_t c) {
+  constexpr const char16_t* kDigits = u"0123456789abcdef";
+  if (c >= 32 && c <= 127) {
+    to += static_cast<char16_t>(c);
+    return;
+  }
+  const char16_t form[] = {u'[', kDigits[c >> 4], kDigits[c & 15], u']'};
+  to += std::u16string_view(form, 4);
+}
+
+SerialChannel::SerialChannel(SerialPort& serialPort, StatusBoard& statusBoard, CommsLog& commsLog,
+                             MonitorFeed& monitorFeed, ChannelHost& channelHost)
+    : port(serialPort), board(statusBoard), log(commsLog), monitor(monitorFeed),
+      host(channelHost) {}
+
+bool SerialChannel::Check(const char16_t* step, bool success) {
+  if (success) {
+    if (!reported.empty()) reported.erase(step);
+    return true;
+  }
+  const KorText text = port.LastErrorText();
+  KorText& last = reported[step];
+  if (!quiet && last != text) host.ReportPortFailure(step, text);
+  last = text;
+  return false;
+}
+
+// --- Opening and closing ---------------------------------------------------------------------------
+
+void SerialChannel::Open(const LinkSettings& newSettings, const KorText& name, bool noSoftware) {
+  settings = &newSettings;
+  applicationName = name;
+  noSoftwareFlow = noSoftware;
+  reported.clear(); // somebody asked for it: every failing step is reported anew
+  if (port.IsOpen()) {
+    port.PurgeTransmit();
+    port.PurgeReceive();
+    Check(u"Close Previous Connection", port.Close());
+  }
+  isLost = !OpenDevice(false);
+  if (isLost) nextRetry = App().HighResolutionSeconds() + kRetryPeriod;
+  host.ShowTitle(title);
+}
+
+// False when the device could not be opened. A device that could not be configured stays open under
+// the title "No Link" and is polled.
+bool SerialChannel::OpenDevice(bool beQuiet) {
+  quiet = beQuiet;
+  title = KorText::Format(u"%s - %s", applicationName, u"No Link");
+  remoteXoff = false; // the way out of a hold that the controller never ends
+  previousHolds = 0;
+  const bool opened = Check(u"Open Comm", port.Open(settings->port));
+  const bool configured = opened && ConfigureDevice();
+  if (opened) {
+    port.PurgeTransmit();
+    port.PurgeReceive();
+  }
+  quiet = false;
+  return opened && (configured || !beQuiet);
+}
+
+bool SerialChannel::ConfigureDevice() {
+  const LinkSettings& s = *settings;
+  const KorText control = KorText::Format(u"baud=%s parity=%c data=%s stop=%s", s.baudrate,
+                                          ParityLetter(s), s.databits, s.stopbits);
+  DeviceControlBlock block;
+  Check(u"Set Comm Buffer Sizes", port.SetQueueSizes(kReceiveSize, kTransmitSize));
+  Check(u"Get Comm State", port.GetControlBlock(block));
+  if (!Check(u"Update Comm State", port.BuildControlBlock(control, block))) return false;
+  block.dsrSensitivity = false;
+  block.xonChar = kXon;
+  block.xoffChar = kXoff;
+  ApplyFlowControl(block, s.flowControl, s.rtsCtsHandshake > 0, s.dtrDsrHandshake > 0,
+                   noSoftwareFlow);
+  if (!Check(u"Set Comm State", port.SetControlBlock(block))) return false;
+  PortTimeouts timeouts;
+  timeouts.writeConstant = static_cast<std::uint32_t>(kWriteTimeout + 1e-9) * 1000;
+  if (!Check(u"Setup_Timeouts", port.SetTimeouts(timeouts))) return false;
+  title = KorText::Format(u"%s %s:%s,%c,%s,%s,%s", applicationName, s.port, s.baudrate,
+                          ParityLetter(s), s.databits, s.stopbits, s.flowControl);
+  return true;
+}
+
+void SerialChannel::Close() {
+  settings = nullptr;
+  isLost = false;
+  if (!port.IsOpen()) return;
+  port.PurgeTransmit();
+  port.PurgeReceive();
+  port.Close();
+}
+
+void SerialChannel::Lose() {
+  port.Close();
+  ForgetTraffic();
+  isLost = true;
+  nextRetry = App().HighResolutionSeconds() + kRetryPeriod;
+  title = KorText::Format(u"%s - %s", applicationName, u"No Link");
+  host.ShowTitle(title);
+  host.OnLinkLost();
+}
+
+// What was on its way belongs to an exchange that the controller has given up by the time the device is
+// back.
+void SerialChannel::ForgetTraffic() {
+  receiveCount = 0;
+  transmitCount = 0;
+  replyQueue.clear();
+  dataToWrite = false;
+  delayUntil.reset();
+}
+
+void SerialChannel::ReopenWhenDue() {
+  if (!isLost || !settings) return;
+  const double now = App().HighResolutionSeconds();
+  if (now < nextRetry) return;
+  if (!OpenDevice(true)) {
+    if (port.IsOpen()) port.Close();
+    nextRetry = now + kRetryPeriod;
+    return;
+  }
+  isLost = false;
+  reported.clear();
+  host.ShowTitle(title);
+  host.OnLinkBack();
+}
+
+// --- Poll ----------------------------------------------------------------------------------------------
+
+bool SerialChannel::CheckStatus() {
+  LineStatus now;
+  if (!Check(u"Comms Status Check", port.GetStatus(now))) {
+    if (port.IsGone()) Lose();
+    return false;
+  }
+  LogHoldChanges(now);
+  status = now;
+  return true;
+}
+
+bool SerialChannel::Poll() {
+  lastPollActive = false;
+  ++pollCounter;
+  if (!port.IsOpen()) {
+    ReopenWhenDue();
+    return false;
+  }
+  if (!CheckStatus()) return false;
+  SetLamps();
+  bool moved = status.inQueue > 0 && Read();
+  if (port.IsOpen() && status.outQueue == 0 && (status.holds & kXoffHold) == 0) {
+    // What a hold or a failure left behind goes on by itself as soon as the line allows it.
+    if (transmitCount > 0 && !remoteXoff) dataToWrite = true;
+    if (WriteStep() > 0) moved = true;
+    host.FeedTransmitter();
+  }
+  if (receiveCount > 0) host.ConsumeReceived();
+  lastPollActive = moved;
+  if (moved || monitorLine.Length() > kMonitorHeld) HandOverMonitor();
+  return moved || (dataToWrite && transmitCount > 0 && status.outQueue == 0 && !remoteXoff);
+}
+
+std::chrono::microseconds SerialChannel::IdleWait() const {
+  using std::chrono::microseconds;
+  constexpr microseconds kIdle(1000), kShortest(50);
+  constexpr std::int64_t kBitsPerByte = 10; // start, 8 data, stop
+  if (delayUntil) {
+    const double left = *delayUntil - App().HighResolutionSeconds();
+    return std::clamp(microseconds(static_cast<std::int64_t>(left * 1e6)), microseconds(0), kIdle);
+  }
+  if (status.outQueue > 0 && settings && (transmitCount > 0 || sendPosition < sendSource.size())) {
+    // The next bytes wait for the device to drain: be back about when it has.
+    const std::int64_t baud = std::max(settings->baudrate.ToInteger(), 1);
+    return std::clamp(microseconds(status.outQueue * kBitsPerByte * 1000000 / baud), kShortest,
+                      kIdle);
+  }
+  return kIdle;
+}
+
+void SerialChannel::SetLamps() {
+  for (const HoldName& hold : kHolds) board.SetLamp(hold.lamp, (status.holds & hold.bit) != 0);
+  // An XOFF that only the engine honours, because the flow control is another one, is a hold too.
+  if (remoteXoff) board.SetLamp(kLampXoffHold, true);
+}
+
+void SerialChannel::LogHoldChanges(const LineStatus& now) {
+  const std::uint32_t changed = now.holds ^ previousHolds;
+  previousHolds = now.holds;
+  if (changed == 0) return;
+  KorText text;
+  for (const HoldName& hold : kHolds)
+    if (changed & hold.bit) text += KorText::Format(hold.format, (now.holds & hold.bit) != 0 ? 1 : 0);
+  log.Trace(text, true);
+}
+
+void SerialChannel::HandOverMonitor() {
+  monitor.Add(monitorLine);
+  monitorLine.Clear();
+}
+
+// --- Receiving -----------------------------------------------------------------------------------------
+
+bool SerialChannel::Read() {
+  if (receiveCount >= kReceiveSize) {
+    board.Set(LinkStatus::OverRun);
+    receiveCount = 0;
+    return false;
+  }
+  if (board.Code() == LinkStatus::OverRun) board.Set(LinkStatus::Waiting);
+  const std::span<std::uint8_t> room = std::span(receiveBuffer).subspan(receiveCount);
+  std::size_t count = 0;
+  if (!Check(u"Read Data", port.Read(room, count))) {
+    if (port.IsGone()) Lose();
+    return false;
+  }
+  if (count == 0) return false;
+  WritePendingTransmit();
+  receiveCount += count;
+  board.SetLamp(kLampReceive, true);
+  EchoReceived(room.first(count));
+  if (board.Code() == LinkStatus::LoopbackFailure) CheckLoopback();
+  host.ConsumeReceived();
+  return true;
+}
+
+void SerialChannel::EchoReceived(std::span<const std::uint8_t> bytes) {
+  KorText echo = u"RX ";
+  for (const std::uint8_t c : bytes) {
+    AppendEcho(echo, c);
+    if (c == kXoff) remoteXoff = true;
+    if (c == kXon) remoteXoff = false;
+  }
+  log.Trace(echo, true);
+  if (monitorLineOpen) {
+    monitorLine += u'\n';
+    monitorLineOpen = false;
+  }
+  monitorLine += echo;
+  monitorLine += u'\n';
+}
+
+// The trace gets sent characters that no formatted reply has traced: SOT, and a file sent by hand.
+void SerialChannel::WritePendingTransmit() {
+  if (pendingTransmit.IsEmpty()) return;
+  const KorText text = u"TX " + pendingTransmit;
+  for (std::size_t at = 0; at < text.Length(); at += kTracePiece) {
+    const KorText piece = text.Mid(at, kTracePiece);
+    log.Trace(piece, false);
+    monitorLine += piece; // intended: the monitor has the characters from the sending already
+  }
+  monitorLine += u'\n';
+  pendingTransmit.Clear();
+}
+
+std::string_view SerialChannel::Received() const {
+  return {reinterpret_cast<const char*>(receiveBuffer.data()), receiveCount};
+}
+
+void SerialChannel::DiscardReceived() { receiveCount = 0; }
+
+std::optional<std::string> SerialChannel::ExtractLine(std::uint8_t end, bool keepEnd) {
+  const auto first = receiveBuffer.begin();
+  const auto last = first + static_cast<std::ptrdiff_t>(receiveCount);
+  const auto found = std::find(first, last, end);
+  if (found == last) return std::nullopt;
+  std::string line;
+  for (auto at = first; at <= found; ++at) {
+    const bool isEnd = at == found;
+    if ((*at >= 32 && *at <= 126) || (isEnd && keepEnd)) line += static_cast<char>(*at);
+  }
+  std::fill(std::copy(found + 1, last, first), last, std::uint8_t{0});
+  receiveCount -= static_cast<std::size_t>(found - first) + 1;
+  return line;
+}
+
+// --- Sending -------------------------------------------------------------------------------------------
+
+std::size_t SerialChannel::WriteStep() {
+  if (!dataToWrite) return 0;
+  const double start = App().HighResolutionSeconds();
+  std::size_t written = 0;
+  if (transmitCount > 0) {
+    Read(); // an XOFF that has arrived is seen before anything goes out
+    if (!port.IsOpen()) return 0;
+    if (!remoteXoff) port.Write(std::span(transmitBuffer).first(transmitCount), written);
+  }
+  dataToWrite = false;
+  if (written == transmitCount && App().HighResolutionSeconds() - start < kSlowWrite) {
+    transmitCount = 0;
+    board.SetLamp(kLampWrite, true);
+  } else {
+    const auto end = transmitBuffer.begin() + static_cast<std::ptrdiff_t>(transmitCount);
+    std::fill(std::copy(transmitBuffer.begin() + static_cast<std::ptrdiff_t>(written), end,
+                        transmitBuffer.begin()),
+              end, std::uint8_t{0});
+    transmitCount -= written;
+  }
+  RefillTransmit();
+  return written;
+}
+
+void SerialChannel::RefillTransmit() {
+  if (replyQueue.empty() || transmitCount == kTransmitSize) return;
+  const std::size_t count = std::min(replyQueue.size(), kTransmitSize - transmitCount);
+  std::memcpy(transmitBuffer.data() + transmitCount, replyQueue.data(), count);
+  transmitCount += count;
+  replyQueue.erase(0, count);
+  dataToWrite = true;
+}
+
+void SerialChannel::SetSendSource(std::string bytes) {
+  sendSource = std::move(bytes);
+  sendPosition = 0;
+  delayUntil.reset();
+}
+
+bool SerialChannel::QueueCharacters(std::int64_t count) {
+  if (status.outQueue > 0 || transmitCount > 0) return false;
+  const double now = App().HighResolutionSeconds();
+  if (!delayUntil) delayUntil = now + settings->characterDelay / 1000.0;
+  if (now < *delayUntil) return false;
+  delayUntil.reset();
+  monitorLine += KorText::Format(u"TX%i ", count);
+  for (std::int64_t i = 0; i < count && sendPosition < sendSource.size(); ++i) {
+    const auto c = static_cast<std::uint8_t>(sendSource[sendPosition++]);
+    transmitBuffer[transmitCount++] = c;
+    AppendEcho(pendingTransmit, c);
+    AppendEcho(monitorLine, c);
+  }
+  monitorLine += u'\n';
+  dataToWrite = true;
+  return true;
+}
+
+void SerialChannel::SendCharacter(std::uint8_t c, bool inLine) {
+  if (replyQueue.empty() && transmitCount < kTransmitSize) transmitBuffer[transmitCount++] = c;
+  else replyQueue += static_cast<char>(c);
+  if (!monitorLineOpen || !inLine) {
+    monitorLine += u"TX ";
+    monitorLineOpen = true;
+  }
+  AppendEcho(pendingTransmit, c);
+  AppendEcho(monitorLine, c);
+  if (c == '\n' || monitorLine.Length() >= kMonitorWrap) {
+    monitorLine += u'\n';
+    monitorLineOpen = false;
+  }
+  dataToWrite = true;
+}
+
+void SerialChannel::SendBytes(std::string_view bytes) {
+  WritePendingTransmit(); // characters sent singly keep their place before this text
+  pendingTransmit = u"TX ";
+  for (const char c : bytes) SendCharacter(static_cast<std::uint8_t>(c), true);
+  log.Trace(pendingTransmit, false);
+  pendingTransmit.Clear();
+}
+
+void SerialChannel::SendText(const KorText& text) {
+  SendBytes(text.Left(std::min(text.Find(u'\0'), text.Length())).ToBytes());
+}
+
+// --- Line test -----------------------------------------------------------------------------------------
+
+void SerialChannel::StartLoopbackTest() {
+  board.Set(LinkStatus::LoopbackFailure);
+  monitorLine += u'\n';
+  // The zero character ends the text, so only the message and the line end go out.
+  SendText(KorText::Format(u"%s%c%c", kLoopbackMessage, static_cast<char16_t>(kLineEnd), u'\0'));
+}
+
+void SerialChannel::CheckLoopback() {
+  const std::optional<std::string> line = ExtractLine(kLineEnd, false);
+  if (line && KorText::FromBytes(*line).Contains(kLoopbackMessage))
+    board.Set(LinkStatus::LoopbackSuccess);
+}
+
+} // namespace kor

@@ -1,0 +1,145 @@
+// SerialChannel: the one serial device through which the engine talks to the controller. Opens and
+// configures it from the settings, polls it, moves bytes between the device and its buffers, honours
+// holds, echoes the traffic to the monitor and the trace, and runs the two line tests.
+//
+// Owned by DownloadApp. Threads: everything runs on the thread that polls (CommsMonitor once it runs,
+// before that the window's), except IsOpen-free status, which lives on the StatusBoard.
+//
+// Nothing here waits for the line. A reply that the transmit buffer can't take stays in a queue
+// behind it and follows in order; a held line leaves bytes waiting and the poll goes on, so closing
+// the program never waits for the line.
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "link/comms_log.h"
+#include "link/link_settings.h"
+#include "link/link_status.h"
+#include "link/monitor_feed.h"
+#include "link/serial_port.h"
+
+namespace kor {
+
+// What the channel asks of the engine. Called on the polling thread.
+class ChannelHost {
+ public:
+  virtual ~ChannelHost() = default;
+  virtual void ConsumeReceived() = 0;
+  virtual void FeedTransmitter() = 0;
+  // A failing step and the system's text for it.
+  virtual void ReportPortFailure(const KorText& step, const KorText& systemText) = 0;
+  virtual void ShowTitle(const KorText& title) = 0;
+  // The device has disappeared; the channel goes on trying to open it, quietly.
+  virtual void OnLinkLost() = 0;
+  virtual void OnLinkBack() = 0;
+};
+
+class SerialChannel {
+ public:
+  static constexpr std::size_t kReceiveSize = 4000;
+  static constexpr std::size_t kTransmitSize = 1000;
+  // Every so many seconds a device that is not there is tried again.
+  static constexpr double kRetryPeriod = 1.0;
+
+  SerialChannel(SerialPort& serialPort, StatusBoard& statusBoard, CommsLog& commsLog,
+                MonitorFeed& monitorFeed, ChannelHost& channelHost);
+
+  // Closes a previous connection and opens the configured one; failing steps are reported. settings
+  // must outlive the connection. applicationName heads the title.
+  void Open(const LinkSettings& settings, const KorText& applicationName, bool noSoftwareFlow);
+  void Close();
+  bool IsOpen() const { return port.IsOpen(); }
+
+  // One pass of status check, read and write. True when bytes moved: poll again at once.
+  bool Poll();
+  // How long an idle worker may wait for bytes before the next poll; at most 1 ms.
+  std::chrono::microseconds IdleWait() const;
+
+  // Moves up to count characters from the send source into the transmit buffer, once the device has
+  // sent everything and the character delay has passed. False when it is not yet time.
+  bool QueueCharacters(std::int64_t count);
+  void SetSendSource(std::string bytes); // position 0
+  std::size_t SendPosition() const { return sendPosition; }
+  std::size_t SendLength() const { return sendSource.size(); }
+
+  void SendCharacter(std::uint8_t c, bool inLine);
+  // Each byte as one character, traced as one text.
+  void SendBytes(std::string_view bytes);
+  // The low byte of each character, up to the first zero character, which ends a formatted text.
+  void SendText(const KorText& text);
+  // True while a long reply is still on its way into the transmit buffer: no further request is
+  // handled until it is in.
+  bool IsReplyWaiting() const { return !replyQueue.empty(); }
+
+  // The first line up to and including end, without the bytes outside 32 to 126 (end itself is kept
+  // when keepEnd is set); std::nullopt when no whole line has arrived. An empty line is an empty text.
+  std::optional<std::string> ExtractLine(std::uint8_t end, bool keepEnd);
+  std::string_view Received() const;
+  void DiscardReceived();
+
+  void StartLoopbackTest(); // status 21 until the message comes back, then 22
+
+ private:
+  bool Read();
+  std::size_t WriteStep();
+  bool CheckStatus();
+  void LogHoldChanges(const LineStatus& now);
+  void SetLamps();
+  void CheckLoopback();
+  void EchoReceived(std::span<const std::uint8_t> bytes);
+  void WritePendingTransmit();
+  void RefillTransmit();
+  void HandOverMonitor();
+  bool OpenDevice(bool quiet);
+  bool ConfigureDevice();
+  void ReopenWhenDue();
+  void Lose();
+  void ForgetTraffic();
+  // Reports a failing step once until it succeeds again or fails with another text.
+  bool Check(const char16_t* step, bool success);
+
+  SerialPort& port;
+  StatusBoard& board;
+  CommsLog& log;
+  MonitorFeed& monitor;
+  ChannelHost& host;
+
+  const LinkSettings* settings = nullptr;
+  KorText applicationName;
+  KorText title;
+  bool noSoftwareFlow = false;
+  bool quiet = false;    // failing steps are not reported: a retry of a lost device
+  bool isLost = false;   // the device could not be opened or has disappeared
+  double nextRetry = 0;  // seconds of the high-resolution clock
+  std::map<KorText, KorText> reported; // step, system text
+
+  LineStatus status;
+  std::uint32_t previousHolds = 0;
+  std::array<std::uint8_t, kReceiveSize> receiveBuffer{};
+  std::size_t receiveCount = 0;
+  std::array<std::uint8_t, kTransmitSize> transmitBuffer{};
+  std::size_t transmitCount = 0;
+  std::string replyQueue; // bytes of a reply longer than the transmit buffer
+  std::string sendSource;
+  std::size_t sendPosition = 0;
+  bool dataToWrite = false;
+  bool remoteXoff = false;
+  std::optional<double> delayUntil; // end of the character delay that runs now
+  std::uint64_t pollCounter = 0;
+  bool lastPollActive = false;
+
+  KorText monitorLine;
+  bool monitorLineOpen = false;
+  KorText pendingTransmit; // echo of sent characters that the trace doesn't have yet
+};
+
+// The echo form of a byte: 32 to 127 as itself, anything else as two hexadecimal digits in brackets.
+void AppendEcho(KorText& to, std::uint8_t c);
+
+} // namespace kor
