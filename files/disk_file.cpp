@@ -674,7 +674,7 @@ bool LoadObject(const KorText& path, Storable& object, const RecordFileOptions& 
   DiskFile file(path, options.format);
   file.ReportErrors(options.report);
   file.SetProgress(options.progress);
-  if (!file.Open(kFileRead, false, true)) return false;
+  if (!file.Open(kFileRead, false, options.compressed)) return false;
   VoidBuffer before = TakeImage(object, options.format);
   if (ReadWhole(file, object)) return true;
   RestoreImage(std::move(before), object, options.format);

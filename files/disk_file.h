@@ -248,7 +248,7 @@ class DiskFile : public KorFile {
 // --- Whole files -----------------------------------------------------------------------------------
 struct RecordFileOptions {
   RecordFormat format;
-  bool compressed = false; // reading takes both; writing compresses
+  bool compressed = false; // reading then takes plain files, too
   bool report = true;      // errors go to App()
   ProgressInfo progress;
 };

@@ -318,7 +318,9 @@ RecordFileDescription DescribeRecordFile(const KorText& path) {
   SimpleFile file(path);
   description.result = FileResult::SourceUnreadable;
   FileResult result = FileResult::Success;
-  if (!file.Open(kFileRead, false, true, &result)) {
+  // A file too short to be a compressed one is no less a record file.
+  if (!file.Open(kFileRead, false, true, &result) &&
+      (result != FileResult::SourceUnreadable || !file.Open(kFileRead))) {
     if (result != FileResult::Success) description.result = result;
     return description;
   }
