@@ -28,7 +28,9 @@ KorFile::~KorFile() {
 
 bool KorFile::OpenSafe(std::uint32_t mode, bool compress) {
   if (IsOpen() || Name().IsEmpty() || (mode & (kFileRead | kFileAppend)) != 0) return false;
-  if (App().FolderExists(Name())) return false;
+  // Folders can't be replaced and devices must not be.
+  const std::optional<FileInfo> target = App().FileAttributes(Name());
+  if (target && !target->isFile) return false;
   UseWriteCache(false);
   for (int attempt = 0; attempt < kAttempts && !IsOpen(); ++attempt) {
     const KorText part = PartPath(Name());

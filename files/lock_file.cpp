@@ -1,0 +1,71 @@
+#include "files/lock_file.h"
+
+#include "files/paths.h"
+#include "files/text_lookup.h"
+
+namespace kor {
+namespace {
+
+constexpr int kProblemText = 290;
+constexpr int kUnableToLockText = 3595;
+constexpr int kLockedByText = 3597;
+
+void SetBusy(const LockAsker* asker, bool busy) {
+  if (asker != nullptr && asker->setBusy) asker->setBusy(busy);
+}
+
+bool AskForRetry(const LockAsker* asker, const KorText& message) {
+  if (asker == nullptr || !asker->ask) return false;
+  SetBusy(asker, false);
+  const LockAnswer answer = asker->ask(LookUpText(kProblemText, u"Problem"), message);
+  SetBusy(asker, true);
+  return answer == LockAnswer::Retry;
+}
+
+KorText LockOwner(const KorText& path) {
+  SimpleFile file(path);
+  KorText owner;
+  if (file.Open(kFileRead | kFileText)) file.ReadLine(owner);
+  return owner;
+}
+
+// Making the file is what takes the lock: only one of two who try at once succeeds.
+bool MakeLockFile(SimpleFile& file, const KorText& userName) {
+  if (!file.Open(kFileWrite | kFileText | kFileNew)) return false;
+  const bool written = file.WriteText(userName.IsEmpty() ? App().UserName() : userName);
+  if (file.Close() && written) return true;
+  App().RemoveFile(file.Name());
+  return false;
+}
+
+std::unique_ptr<SimpleFile> TakeLock(const KorText& name, const KorText& path,
+                                     const LockAsker* asker, const KorText& userName) {
+  auto lock = std::make_unique<SimpleFile>(path);
+  for (;;) {
+    if (!App().FileExists(path) && MakeLockFile(*lock, userName)) return lock;
+    const KorText message =
+        App().FileExists(path)
+            ? KorText::Format(u"%s\n\n%s %s", name,
+                              LookUpText(kLockedByText, u"The file is already locked by"),
+                              LockOwner(path))
+            : KorText::Format(u"%s\n\n%s", name,
+                              LookUpText(kUnableToLockText, u"Unable to lock the file"));
+    if (!AskForRetry(asker, message)) return nullptr;
+  }
+}
+
+} // namespace
+
+std::unique_ptr<SimpleFile> LockFile(const KorText& name, const LockAsker* asker,
+                                     const KorText& extension, const KorText& userName) {
+  SetBusy(asker, true);
+  auto lock = TakeLock(name, ReplaceExtension(name, extension), asker, userName);
+  SetBusy(asker, false);
+  return lock;
+}
+
+bool UnlockFile(std::unique_ptr<SimpleFile> lock) {
+  return lock && App().RemoveFile(lock->Name());
+}
+
+} // namespace kor
