@@ -1,0 +1,335 @@
+#include "platform/win32/app_interface_win32.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/win32/wide_text.h"
+
+namespace kor {
+
+namespace {
+
+// The calling thread's last failure; GetLastError itself changes with every call in between.
+thread_local DWORD lastError = 0;
+
+bool Fail(DWORD error) {
+  lastError = error;
+  return false;
+}
+
+bool Checked(BOOL result) {
+  return result || Fail(GetLastError());
+}
+
+FileTime ToFileTime(const FILETIME& time) {
+  return (static_cast<FileTime>(time.dwHighDateTime) << 32) | time.dwLowDateTime;
+}
+
+// Takes WIN32_FIND_DATAW and WIN32_FILE_ATTRIBUTE_DATA.
+template <class FileData> FileInfo InfoOf(const FileData& data) {
+  FileInfo info;
+  const auto has = [&](DWORD bits) { return (data.dwFileAttributes & bits) != 0; };
+  info.isFolder = has(FILE_ATTRIBUTE_DIRECTORY);
+  info.isFile = !has(FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_DEVICE);
+  info.isHidden = has(FILE_ATTRIBUTE_HIDDEN);
+  info.isSystem = has(FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_DEVICE);
+  info.isReadOnly = has(FILE_ATTRIBUTE_READONLY);
+  info.size = (static_cast<std::uint64_t>(data.nFileSizeHigh) << 32) | data.nFileSizeLow;
+  info.modified = ToFileTime(data.ftLastWriteTime);
+  return info;
+}
+
+std::wstring FullPath(const std::wstring& path) {
+  std::wstring full(GetFullPathNameW(path.c_str(), 0, nullptr, nullptr), L'\0');
+  full.resize(
+      GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
+  return full;
+}
+
+bool IsDevice(const std::wstring& path) {
+  return FullPath(path).starts_with(L"\\\\.\\");
+}
+
+class Win32File : public OsFile {
+ public:
+  Win32File(HANDLE openFile, AppInterface& app) : file(openFile), owner(app) {}
+  ~Win32File() override { Close(); }
+  Win32File(const Win32File&) = delete;
+  Win32File& operator=(const Win32File&) = delete;
+
+  std::size_t Read(std::span<std::uint8_t> to) override {
+    return Move(to, [this](auto part, DWORD& count) {
+      return ReadFile(file, part.data(), static_cast<DWORD>(part.size()), &count, nullptr);
+    });
+  }
+
+  std::size_t Write(std::span<const std::uint8_t> from) override {
+    return Move(from, [this](auto part, DWORD& count) {
+      return WriteFile(file, part.data(), static_cast<DWORD>(part.size()), &count, nullptr);
+    });
+  }
+
+  std::optional<std::uint64_t> Seek(std::int64_t offset, bool fromEnd) override {
+    LARGE_INTEGER distance{}, position{};
+    distance.QuadPart = offset;
+    if (Checked(SetFilePointerEx(file, distance, &position, fromEnd ? FILE_END : FILE_BEGIN))) {
+      return static_cast<std::uint64_t>(position.QuadPart);
+    }
+    owner.DebugWarning(u"SetFilePointer Failed!", u"FileIO");
+    return std::nullopt;
+  }
+
+  std::uint64_t Size() override {
+    LARGE_INTEGER size{};
+    return Checked(GetFileSizeEx(file, &size)) ? static_cast<std::uint64_t>(size.QuadPart) : 0;
+  }
+
+  bool Sync() override { return Checked(FlushFileBuffers(file)); }
+
+  bool Close() override {
+    if (file == INVALID_HANDLE_VALUE) return true;
+    return Checked(CloseHandle(std::exchange(file, INVALID_HANDLE_VALUE)));
+  }
+
+ private:
+  // Repeats a transfer until everything is moved, the file ends or the system refuses.
+  template <class Bytes, class Transfer> std::size_t Move(Bytes bytes, Transfer transfer) {
+    constexpr std::size_t kLargest = 1 << 30; // counts are 32 bits
+    std::size_t moved = 0;
+    while (moved < bytes.size()) {
+      DWORD count = 0;
+      const std::size_t wanted = std::min(bytes.size() - moved, kLargest);
+      if (!Checked(transfer(bytes.subspan(moved, wanted), count)) || count == 0) break;
+      moved += count;
+    }
+    return moved;
+  }
+
+  HANDLE file;
+  AppInterface& owner;
+};
+
+struct OpenForm {
+  DWORD rights, share, disposition;
+};
+
+OpenForm FormOf(FileAccess access) {
+  constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+  switch (access) {
+  case FileAccess::Read:
+    return {GENERIC_READ, kShareAll, OPEN_EXISTING};
+  case FileAccess::Write:
+    return {GENERIC_WRITE, FILE_SHARE_READ, OPEN_ALWAYS};
+  case FileAccess::ReadWrite:
+    return {GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, OPEN_ALWAYS};
+  case FileAccess::Append:
+    // Without the right to write elsewhere every write goes to the end, whoever else appends.
+    return {FILE_APPEND_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE,
+            FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_ALWAYS};
+  case FileAccess::CreateNew:
+    return {GENERIC_WRITE, FILE_SHARE_READ, CREATE_NEW};
+  }
+  return {GENERIC_READ, kShareAll, OPEN_EXISTING};
+}
+
+HANDLE OpenNative(const std::wstring& path, const OpenForm& form, DWORD flags) {
+  return CreateFileW(path.c_str(), form.rights, form.share, nullptr, form.disposition, flags,
+                     nullptr);
+}
+
+bool IsFolder(const std::wstring& path) {
+  const DWORD attributes = GetFileAttributesW(path.c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+struct CloseFind {
+  using pointer = HANDLE;
+  void operator()(HANDLE find) const { FindClose(find); }
+};
+using OpenFind = std::unique_ptr<HANDLE, CloseFind>;
+
+// Calls visit for each entry of a folder until it says false. False: the folder can't be read, or visit
+// gave up.
+template <class Visit> bool ForEachEntry(const std::wstring& folder, Visit visit) {
+  WIN32_FIND_DATAW data{};
+  const std::wstring pattern =
+      folder + (folder.ends_with(L'\\') || folder.ends_with(L'/') ? L"*" : L"\\*");
+  const HANDLE first = FindFirstFileExW(pattern.c_str(), FindExInfoBasic, &data,
+                                        FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH);
+  if (first == INVALID_HANDLE_VALUE) {
+    // A drive's root without a single entry has not even "." in it.
+    return GetLastError() == ERROR_FILE_NOT_FOUND ? IsFolder(folder) || Fail(ERROR_PATH_NOT_FOUND)
+                                                  : Fail(GetLastError());
+  }
+  const OpenFind find(first);
+  do {
+    const std::wstring_view name = data.cFileName;
+    if (name != L"." && name != L".." && !visit(data)) return false;
+  } while (FindNextFileW(first, &data));
+  return GetLastError() == ERROR_NO_MORE_FILES || Fail(GetLastError());
+}
+
+bool RemoveNativeFolder(const std::wstring& folder);
+
+// Of a link to a folder only the link goes.
+bool RemoveEntry(const std::wstring& folder, const WIN32_FIND_DATAW& entry) {
+  const std::wstring path = folder + L"\\" + entry.cFileName;
+  const DWORD attributes = entry.dwFileAttributes;
+  if ((attributes & FILE_ATTRIBUTE_READONLY) != 0) {
+    SetFileAttributesW(path.c_str(), attributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY));
+  }
+  if ((attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) return Checked(DeleteFileW(path.c_str()));
+  if ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
+    return Checked(RemoveDirectoryW(path.c_str()));
+  }
+  return RemoveNativeFolder(path);
+}
+
+bool RemoveNativeFolder(const std::wstring& folder) {
+  return ForEachEntry(folder, [&](const auto& entry) { return RemoveEntry(folder, entry); }) &&
+         Checked(RemoveDirectoryW(folder.c_str()));
+}
+
+} // namespace
+
+std::uint32_t Win32AppInterface::LastError() {
+  return lastError;
+}
+
+void Win32AppInterface::SetLastError(std::uint32_t error) {
+  lastError = error;
+}
+
+// The path as the system takes it. A zero character would end it early and name another file.
+bool Win32AppInterface::ToNative(const KorText& path, std::wstring& native) {
+  if (path.Find(u'\0') != KorText::kNone) return Fail(ERROR_INVALID_NAME);
+  native = ToWide(path);
+  const bool force = GetDebugMode(u"AlwaysUseLongPathSupport") != 0;
+  if (LongPath(path, force) == path) return true;
+  const std::wstring full = FullPath(native);
+  native = full.starts_with(L"\\\\.\\") ? full : ToWide(LongPath(FromWide(full), true));
+  return true;
+}
+
+std::unique_ptr<OsFile> Win32AppInterface::OpenFile(const KorText& path, FileAccess access) {
+  std::wstring native;
+  if (!ToNative(path, native)) return nullptr;
+  if (IsDevice(native)) {
+    Fail(ERROR_INVALID_NAME);
+    return nullptr;
+  }
+  const HANDLE handle = OpenNative(native, FormOf(access), FILE_ATTRIBUTE_NORMAL);
+  if (handle == INVALID_HANDLE_VALUE) {
+    Fail(GetLastError());
+    return nullptr;
+  }
+  auto file = std::make_unique<Win32File>(handle, *this);
+  // Emptied here, not by the call that opens: that one refuses hidden files.
+  if (access == FileAccess::Write && !Checked(SetEndOfFile(handle))) return nullptr;
+  return file;
+}
+
+std::optional<FileInfo> Win32AppInterface::FileAttributes(const KorText& path) {
+  std::wstring native;
+  WIN32_FILE_ATTRIBUTE_DATA data{};
+  if (!ToNative(path, native) ||
+      !Checked(GetFileAttributesExW(native.c_str(), GetFileExInfoStandard, &data))) {
+    return std::nullopt;
+  }
+  if (IsDevice(native)) data.dwFileAttributes = FILE_ATTRIBUTE_DEVICE;
+  return InfoOf(data);
+}
+
+bool Win32AppInterface::RemoveFile(const KorText& path) {
+  std::wstring native;
+  return ToNative(path, native) && Checked(DeleteFileW(native.c_str()));
+}
+
+bool Win32AppInterface::RenameFile(const KorText& from, const KorText& to) {
+  std::wstring nativeFrom, nativeTo;
+  if (!ToNative(from, nativeFrom) || !ToNative(to, nativeTo)) return false;
+  if (MoveFileExW(nativeFrom.c_str(), nativeTo.c_str(),
+                  MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
+    return true;
+  }
+  if (GetLastError() != ERROR_NOT_SAME_DEVICE) return Fail(GetLastError());
+  // Onto another disk: copied beside the target and renamed there, so the target changes in one step.
+  return DuplicateFile(from, to) && RemoveFile(from);
+}
+
+bool Win32AppInterface::MakeFolder(const KorText& path) {
+  std::wstring native;
+  if (!ToNative(path, native)) return false;
+  if (CreateDirectoryW(native.c_str(), nullptr)) return true;
+  const DWORD error = GetLastError();
+  if (IsFolder(native)) return true;
+  const std::size_t name = path.View().find_last_not_of(u"/\\");
+  if (error != ERROR_PATH_NOT_FOUND || name == KorText::kNone) return Fail(error);
+  const std::size_t separator = path.View().find_last_of(u"/\\", name);
+  if (separator == KorText::kNone || separator == 0) return Fail(error);
+  if (!MakeFolder(path.Left(separator))) return false;
+  // Another may have made it meanwhile.
+  return CreateDirectoryW(native.c_str(), nullptr) || IsFolder(native) || Fail(GetLastError());
+}
+
+bool Win32AppInterface::RemoveFolder(const KorText& path) {
+  std::wstring native;
+  if (!ToNative(path, native)) return false;
+  while (native.size() > 3 && (native.ends_with(L'/') || native.ends_with(L'\\'))) {
+    native.pop_back();
+  }
+  const DWORD attributes = GetFileAttributesW(native.c_str());
+  if (attributes == INVALID_FILE_ATTRIBUTES) return Fail(GetLastError());
+  if ((attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) return Fail(ERROR_DIRECTORY);
+  if ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
+    return Checked(RemoveDirectoryW(native.c_str()));
+  }
+  return RemoveNativeFolder(native);
+}
+
+bool Win32AppInterface::SetFileModified(const KorText& path, FileTime modified) {
+  std::wstring native;
+  if (!ToNative(path, native)) return false;
+  constexpr OpenForm kForm = {
+      FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, OPEN_EXISTING};
+  const HANDLE handle = OpenNative(native, kForm, FILE_FLAG_BACKUP_SEMANTICS); // folders, too
+  if (handle == INVALID_HANDLE_VALUE) return Fail(GetLastError());
+  Win32File file(handle, *this);
+  const FILETIME time = {static_cast<DWORD>(modified), static_cast<DWORD>(modified >> 32)};
+  return Checked(SetFileTime(handle, nullptr, nullptr, &time));
+}
+
+std::optional<std::vector<FileEntry>> Win32AppInterface::ListFolder(const KorText& folder) {
+  std::wstring native;
+  if (folder.IsEmpty()) Fail(ERROR_PATH_NOT_FOUND);
+  if (folder.IsEmpty() || !ToNative(folder, native)) return std::nullopt;
+  std::vector<FileEntry> entries;
+  const bool complete = ForEachEntry(native, [&](const WIN32_FIND_DATAW& data) {
+    entries.push_back({FromWide(data.cFileName), InfoOf(data)});
+    return true;
+  });
+  if (!complete) return std::nullopt;
+  return entries;
+}
+
+// Renaming with write-through is all that NTFS asks for.
+bool Win32AppInterface::SyncFolder(const KorText&) {
+  return true;
+}
+
+KorText Win32AppInterface::ErrorText(std::uint32_t error) {
+  wchar_t* text = nullptr;
+  const DWORD length = FormatMessageW(
+      FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
+      nullptr, error, 0, reinterpret_cast<wchar_t*>(&text), 0, nullptr);
+  std::wstring_view line(text ? text : L"", length);
+  while (line.ends_with(L'\n') || line.ends_with(L'\r'))
+    line.remove_suffix(1);
+  const KorText result = FromWide(line);
+  LocalFree(text);
+  return result;
+}
+
+} // namespace kor
