@@ -1,0 +1,13 @@
+// The system's terminal for the console program.
+#pragma once
+
+#include <memory>
+
+#include "ui/terminal.h"
+
+namespace kor {
+
+// To be made before any other thread is started: POSIX signals are taken by a thread of its own.
+std::unique_ptr<Terminal> MakeConsoleTerminal();
+
+} // namespace kor

@@ -1,0 +1,95 @@
+#include "platform/console_terminal.h"
+
+#include <csignal>
+#include <mutex>
+#include <thread>
+
+#include <cerrno>
+#include <pthread.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace kor {
+
+namespace {
+
+// Writes everything; a reader that is slow is waited for, one that is gone is forgotten.
+void WriteAll(int descriptor, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t count = ::write(descriptor, text.data(), text.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0 && errno == EAGAIN) {
+      pollfd ready{descriptor, POLLOUT, 0};
+      ::poll(&ready, 1, -1);
+      continue;
+    }
+    if (count <= 0) return;
+    text.remove_prefix(static_cast<std::size_t>(count));
+  }
+}
+
+class PosixTerminal : public Terminal {
+ public:
+  PosixTerminal() {
+    // Every later thread inherits the blocked signals; the signal thread takes them by waiting.
+    sigemptyset(&endSignals);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&endSignals, signal);
+    pthread_sigmask(SIG_BLOCK, &endSignals, nullptr);
+    std::signal(SIGPIPE, SIG_IGN);
+  }
+  ~PosixTerminal() override {
+    if (keysStarted) ::tcsetattr(STDIN_FILENO, TCSANOW, &before);
+  }
+
+  bool IsInteractive() const override {
+    return ::isatty(STDIN_FILENO) == 1 && ::isatty(STDOUT_FILENO) == 1;
+  }
+
+  void StartKeys() override {
+    if (::tcgetattr(STDIN_FILENO, &before) != 0) return;
+    termios keys = before;
+    keys.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+    keysStarted = ::tcsetattr(STDIN_FILENO, TCSANOW, &keys) == 0;
+  }
+
+  int Columns() const override {
+    constexpr int kUsual = 80;
+    winsize size{};
+    return ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col
+                                                                             : kUsual;
+  }
+
+  std::size_t Read(std::span<char> to) override {
+    for (;;) {
+      const ssize_t count = ::read(STDIN_FILENO, to.data(), to.size());
+      if (count > 0) return static_cast<std::size_t>(count);
+      if (count == 0 || (errno != EINTR && errno != EAGAIN)) return 0;
+      pollfd ready{STDIN_FILENO, POLLIN, 0};
+      ::poll(&ready, 1, -1);
+    }
+  }
+
+  void Write(std::string_view text) override { WriteAll(STDOUT_FILENO, text); }
+  void WriteError(std::string_view text) override { WriteAll(STDERR_FILENO, text); }
+
+  void OnEnd(std::function<void()> onEnd) override {
+    // Lives to the end of the process: a signal may come at any time.
+    std::thread([signals = endSignals, onEnd = std::move(onEnd)] {
+      int signal = 0;
+      while (sigwait(&signals, &signal) == 0) onEnd();
+    }).detach();
+  }
+
+ private:
+  sigset_t endSignals;
+  termios before{};
+  bool keysStarted = false;
+};
+
+} // namespace
+
+std::unique_ptr<Terminal> MakeConsoleTerminal() { return std::make_unique<PosixTerminal>(); }
+
+} // namespace kor

@@ -1,0 +1,87 @@
+#include "platform/console_terminal.h"
+
+#include <windows.h>
+
+namespace kor {
+
+namespace {
+
+// Windows calls the control handler on a thread of its own and knows no user pointer.
+std::function<void()> endHandler;
+
+BOOL WINAPI OnControl(DWORD) {
+  if (!endHandler) return FALSE;
+  endHandler();
+  return TRUE;
+}
+
+bool IsConsole(HANDLE handle) {
+  DWORD mode = 0;
+  return GetConsoleMode(handle, &mode) != 0;
+}
+
+void WriteAll(HANDLE handle, std::string_view text) {
+  while (!text.empty()) {
+    DWORD count = 0;
+    const auto wanted = static_cast<DWORD>(text.size());
+    if (!WriteFile(handle, text.data(), wanted, &count, nullptr) || count == 0) return;
+    text.remove_prefix(count);
+  }
+}
+
+class Win32Terminal : public Terminal {
+ public:
+  Win32Terminal()
+      : input(GetStdHandle(STD_INPUT_HANDLE)), output(GetStdHandle(STD_OUTPUT_HANDLE)),
+        diagnostics(GetStdHandle(STD_ERROR_HANDLE)) {
+    SetConsoleOutputCP(CP_UTF8);
+    SetConsoleCP(CP_UTF8);
+  }
+  ~Win32Terminal() override {
+    if (keysStarted) SetConsoleMode(input, before);
+  }
+
+  bool IsInteractive() const override { return IsConsole(input) && IsConsole(output); }
+
+  void StartKeys() override {
+    DWORD outputMode = 0;
+    if (GetConsoleMode(output, &outputMode))
+      SetConsoleMode(output, outputMode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+    if (!GetConsoleMode(input, &before)) return;
+    const DWORD keys =
+        before & ~static_cast<DWORD>(ENABLE_LINE_INPUT | ENABLE_ECHO_INPUT);
+    keysStarted = SetConsoleMode(input, keys) != 0;
+  }
+
+  int Columns() const override {
+    constexpr int kUsual = 80;
+    CONSOLE_SCREEN_BUFFER_INFO info{};
+    if (!GetConsoleScreenBufferInfo(output, &info)) return kUsual;
+    return info.srWindow.Right - info.srWindow.Left + 1;
+  }
+
+  std::size_t Read(std::span<char> to) override {
+    DWORD count = 0;
+    const auto room = static_cast<DWORD>(to.size());
+    return ReadFile(input, to.data(), room, &count, nullptr) ? count : 0;
+  }
+
+  void Write(std::string_view text) override { WriteAll(output, text); }
+  void WriteError(std::string_view text) override { WriteAll(diagnostics, text); }
+
+  void OnEnd(std::function<void()> onEnd) override {
+    endHandler = std::move(onEnd);
+    SetConsoleCtrlHandler(OnControl, TRUE);
+  }
+
+ private:
+  HANDLE input, output, diagnostics;
+  DWORD before = 0;
+  bool keysStarted = false;
+};
+
+} // namespace
+
+std::unique_ptr<Terminal> MakeConsoleTerminal() { return std::make_unique<Win32Terminal>(); }
+
+} // namespace kor

@@ -1,0 +1,155 @@
+#include "ui/console/commands.h"
+
+#include <algorithm>
+
+namespace kor {
+
+const Commands::Command Commands::kCommands[] = {
+    {u"status", u"", u"show the link status", &Commands::Status},
+    {u"send", u"FILE", u"send a file by hand", &Commands::Send},
+    {u"receive", u"FILE", u"receive into a file by hand", &Commands::Receive},
+    {u"complete", u"", u"end a receipt and keep the file", &Commands::Complete},
+    {u"cancel", u"", u"give up the running transfer", &Commands::Cancel},
+    {u"loopback", u"", u"test the port with a loop-back plug", &Commands::Loopback},
+    {u"xon", u"", u"hold the controller for three seconds", &Commands::Xon},
+    {u"monitor", u"on|off", u"show what travels on the line", &Commands::Monitor},
+    {u"trace", u"FILE|off", u"write the communications trace", &Commands::Trace},
+    {u"rts", u"on|off", u"RTS/CTS handshake; re-opens the port", &Commands::Rts},
+    {u"dtr", u"on|off", u"DTR/DSR handshake; re-opens the port", &Commands::Dtr},
+    {u"settings", u"", u"show the settings", &Commands::Settings},
+    {u"set", u"KEY VALUE", u"change a setting; re-opens the port", &Commands::Set},
+    {u"special", u"[NAME on|off]", u"show or change the special features", &Commands::Special},
+    {u"help", u"", u"show the commands", &Commands::Help},
+    {u"quit", u"", u"end the program", &Commands::Quit},
+};
+
+void Commands::Run(const KorText& line) {
+  const std::size_t blank = std::min(line.View().find_first_of(u" \t"), line.Length());
+  const KorText name = line.Left(blank);
+  const auto found = std::find_if(std::begin(kCommands), std::end(kCommands),
+                                  [&](const Command& command) {
+                                    return name.EqualsNoCase(command.name);
+                                  });
+  if (found == std::end(kCommands)) {
+    console.Print(KorText::Format(u"unknown command \"%s\"; \"help\" lists them", name));
+    return;
+  }
+  const KorText argument = line.Mid(blank).Trimmed();
+  const KorText wanted = found->arguments;
+  if (argument.IsEmpty() && !wanted.IsEmpty() && wanted[0] != u'[') {
+    console.Print(KorText::Format(u"usage: %s %s", found->name, wanted));
+    return;
+  }
+  (this->*found->handler)(argument);
+}
+
+std::optional<bool> Commands::Switch(const KorText& command, const KorText& argument) {
+  if (argument.EqualsNoCase(u"on")) return true;
+  if (argument.EqualsNoCase(u"off")) return false;
+  console.Print(KorText::Format(u"usage: %s on|off", command));
+  return std::nullopt;
+}
+
+void Commands::Status(const KorText&) {
+  const StatusView view = app.CurrentStatus();
+  console.Print(KorText::Format(u"status %i %s", view.code, view.line));
+}
+
+void Commands::Send(const KorText& argument) { app.SendFile(argument); }
+void Commands::Receive(const KorText& argument) { app.ReceiveFile(argument); }
+void Commands::Complete(const KorText&) { app.CompleteUpload(); }
+
+void Commands::Cancel(const KorText&) {
+  app.CancelDownload();
+  app.CancelUpload();
+}
+
+void Commands::Loopback(const KorText&) { app.LoopbackTest(); }
+void Commands::Xon(const KorText&) { app.XonXoffTest(); }
+
+void Commands::Monitor(const KorText& argument) {
+  const auto on = Switch(u"monitor", argument);
+  if (!on) return;
+  console.SetMonitorOn(*on);
+  app.SetMonitorShown(*on);
+}
+
+void Commands::Trace(const KorText& argument) {
+  if (argument.EqualsNoCase(u"off")) app.StopTrace();
+  else app.StartTrace(argument);
+}
+
+void Commands::Rts(const KorText& argument) {
+  if (const auto on = Switch(u"rts", argument))
+    app.SetHandshake(*on, app.Settings().dtrDsrHandshake > 0);
+}
+
+void Commands::Dtr(const KorText& argument) {
+  if (const auto on = Switch(u"dtr", argument))
+    app.SetHandshake(app.Settings().rtsCtsHandshake > 0, *on);
+}
+
+void Commands::PrintForm(const FormDescription& form) {
+  for (const FormField& field : form.fields) {
+    const KorText value = field.kind != FieldKind::Check ? field.value
+                          : field.value == u"1"          ? KorText(u"on")
+                                                         : KorText(u"off");
+    console.Print(KorText::Format(u"%-16s %s", field.key, value));
+  }
+}
+
+void Commands::Settings(const KorText&) {
+  PrintForm(MakeSettingsForm(app.Settings(), {}));
+  console.Print(KorText::Format(u"%-16s %s", u"rts",
+                                app.Settings().rtsCtsHandshake > 0 ? u"on" : u"off"));
+  console.Print(KorText::Format(u"%-16s %s", u"dtr",
+                                app.Settings().dtrDsrHandshake > 0 ? u"on" : u"off"));
+}
+
+// The form of the settings dialog, with one field edited. Probing the ports is for a list only.
+void Commands::Set(const KorText& argument) {
+  const std::size_t blank = std::min(argument.View().find_first_of(u" \t"), argument.Length());
+  const KorText key = argument.Left(blank);
+  FormDescription form = MakeSettingsForm(app.Settings(), {});
+  FormField* field = form.Find(key);
+  if (!field) {
+    console.Print(KorText::Format(u"unknown setting \"%s\"; \"settings\" lists them", key));
+    return;
+  }
+  field->value = argument.Mid(blank).Trimmed();
+  if (field->kind == FieldKind::Check) {
+    if (field->value.EqualsNoCase(u"on")) field->value = u"1";
+    if (field->value.EqualsNoCase(u"off")) field->value = u"0";
+  }
+  const KorText wrong = app.AcceptSettings(form);
+  if (!wrong.IsEmpty()) console.Print(wrong);
+}
+
+void Commands::Special(const KorText& argument) {
+  FormDescription form = app.SpecialForm();
+  if (argument.IsEmpty()) {
+    PrintForm(form);
+    return;
+  }
+  const std::size_t blank = std::min(argument.View().find_first_of(u" \t"), argument.Length());
+  FormField* field = form.Find(argument.Left(blank));
+  if (!field) {
+    console.Print(KorText::Format(u"unknown feature \"%s\"; \"special\" lists them",
+                                  argument.Left(blank)));
+    return;
+  }
+  const auto on = Switch(u"special " + field->key, argument.Mid(blank).Trimmed());
+  if (!on) return;
+  field->value = *on ? u"1" : u"0";
+  app.AcceptSpecialForm(form);
+}
+
+void Commands::Help(const KorText&) {
+  for (const Command& command : kCommands)
+    console.Print(KorText::Format(u"%-9s %-14s %s", command.name, command.arguments,
+                                  command.help));
+}
+
+void Commands::Quit(const KorText&) { console.Quit(); }
+
+} // namespace kor

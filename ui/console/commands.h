@@ -1,0 +1,51 @@
+// The console's commands, a line each. Window's thread.
+#pragma once
+
+#include "app/nce_app.h"
+#include "ui/console/console_front_end.h"
+
+namespace kor {
+
+class Commands {
+ public:
+  Commands(NCEApp& nceApp, ConsoleFrontEnd& frontEnd) : app(nceApp), console(frontEnd) {}
+
+  // Runs one line. An unknown or malformed command answers what to do instead.
+  void Run(const KorText& line);
+
+ private:
+  using Handler = void (Commands::*)(const KorText& argument);
+  struct Command {
+    const char16_t* name;
+    const char16_t* arguments; // as help shows them
+    const char16_t* help;
+    Handler handler;
+  };
+  static const Command kCommands[];
+
+  void Status(const KorText& argument);
+  void Send(const KorText& argument);
+  void Receive(const KorText& argument);
+  void Complete(const KorText& argument);
+  void Cancel(const KorText& argument);
+  void Loopback(const KorText& argument);
+  void Xon(const KorText& argument);
+  void Monitor(const KorText& argument);
+  void Trace(const KorText& argument);
+  void Rts(const KorText& argument);
+  void Dtr(const KorText& argument);
+  void Settings(const KorText& argument);
+  void Set(const KorText& argument);
+  void Special(const KorText& argument);
+  void Help(const KorText& argument);
+  void Quit(const KorText& argument);
+
+  // Whether the argument is "on" or "off"; anything else is answered and gives nothing.
+  std::optional<bool> Switch(const KorText& command, const KorText& argument);
+  void PrintForm(const FormDescription& form);
+
+  NCEApp& app;
+  ConsoleFrontEnd& console;
+};
+
+} // namespace kor

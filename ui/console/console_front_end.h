@@ -1,0 +1,86 @@
+// ConsoleFrontEnd: the engine's window on a terminal, and its loop. On a terminal it keeps a live status
+// line above a prompt and lets the monitor's text scroll above both; piped, it writes a line for each
+// change of status. Messages go to standard error as "caption: text".
+//
+// Owned by main. All but Post and Quit run on the thread that calls Run: the window's thread.
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "ui/console/status_line.h"
+#include "ui/form_dialog.h"
+#include "ui/terminal.h"
+#include "ui/timer_queue.h"
+
+namespace kor {
+
+class ConsoleFrontEnd : public FormDialog {
+ public:
+  explicit ConsoleFrontEnd(Terminal& systemTerminal);
+  ~ConsoleFrontEnd() override;
+
+  // Each line of standard input goes to onLine. Runs until Quit; timers are run as they fall due.
+  void Run(TimerQueue& timers, std::function<void(const KorText&)> onLine);
+  void Quit() { Quitter()(); } // any thread
+  // Ends Run; may be called by any thread at any time, also after the front end has gone.
+  std::function<void()> Quitter() const;
+
+  // A line of answer to a command, on standard output.
+  void Print(const KorText& line);
+  bool IsMonitorOn() const { return monitorOn; }
+  void SetMonitorOn(bool on);
+
+  // FormDialog
+  void ShowStatus(const StatusView& view) override;
+  void AppendMonitor(const KorText& text) override;
+  void SetTitle(const KorText& title) override;
+  void ShowEndDialog(EndDialog, bool) override {} // the commands complete and cancel do their work
+  void SetJobButtons(JobButtons) override {}
+  void ShowSpecialButton() override {}
+  bool RunForm(FormDescription&) override { return false; } // set and special edit the forms
+  std::optional<KorText> ChooseFile(const FileChoice&) override { return std::nullopt; }
+  void ShowMessage(const KorText& caption, const KorText& text, MessageStyle style) override;
+  void Post(std::function<void()> task) override;
+
+ private:
+  // What the reading thread shares with the loop; it outlives the front end while the reader is stuck
+  // in a read that never ends.
+  struct Shared {
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::deque<std::function<void()>> tasks;
+    bool quit = false;
+    bool closed = false;
+  };
+
+  void StartReader();
+  void TakeInput(const std::string& bytes);
+  void TakeKey(char c);
+  void CompleteLine();
+  void RunTasks();
+  void WaitForWork(const TimerQueue& timers);
+  void PrintLine(std::string_view line);
+  void EraseLive();
+  void DrawLive();
+
+  Terminal& terminal;
+  const bool interactive;
+  std::shared_ptr<Shared> shared = std::make_shared<Shared>();
+  std::function<void(const KorText&)> lineHandler;
+  std::string input; // the line being typed
+  StatusView shown;
+  bool hasStatus = false;
+  KorText title;
+  RateMeter meter;
+  bool monitorOn = false;
+  std::string monitorRest; // monitor text after the last line end
+  std::string liveLine;    // as drawn; empty when nothing is
+};
+
+} // namespace kor
