@@ -10,6 +10,7 @@
 #include "platform/win32/app_interface_win32.h"
 #else
 #include "platform/posix/app_interface_posix.h"
+#include "platform/posix/serial_port_posix.h"
 #endif
 
 namespace kor {
@@ -18,6 +19,7 @@ namespace kor {
 using PlatformAppInterface = Win32AppInterface;
 #else
 using PlatformAppInterface = PosixAppInterface;
+using PlatformSerialPort = PosixSerialPort;
 #endif
 
 // The words of the command line after the program's name. Windows takes them from the system, in

@@ -1,0 +1,105 @@
+// PosixSerialPort: SerialPort on Linux terminals. Owned by the program's main; threads as SerialPort says.
+//
+// No operation waits for the line. What the kernel does itself: RTS/CTS handshake, sending XOFF when
+// its input fills. What this class does, since the kernel can't or would hide it:
+// - A received XOFF stops the driver's output from Read, and the byte still reaches the caller; the
+//   kernel's own handling would swallow XON and XOFF.
+// - DSR: output stops while DSR is off (outxDsrFlow), input is dropped while DSR is off (dsrSensitivity).
+//   The modem lines are looked at no more often than every 20 ms: on a USB adapter that is a
+//   transfer over the bus.
+// - DTR under handshake stays on: input is read all the time, so it never has to hold the far side.
+// While output is stopped by XOFF or DSR, Write takes nothing.
+//
+// 1.5 stop bits are 2 with more than 5 data bits: no UART has a real half there, and whoever expects
+// 1.5 accepts 2. Settings that the hardware doesn't take (read back after setting; the rate may be off
+// by 3 %) are refused with "Invalid argument", and the earlier ones stay. A pseudo-terminal has no line:
+// it takes every setting, has no modem lines and never holds for them.
+//
+// kRlsdHold and kXoffSent never show: no setting waits for the former, the kernel keeps the latter to
+// itself. Error bits have the Win32 values: 1 input overflow, 2 overrun, 4 parity, 8 framing, 16 break.
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <optional>
+
+#include "link/serial_port.h"
+
+namespace kor {
+
+class PosixSerialPort : public SerialPort {
+ public:
+  PosixSerialPort();
+  ~PosixSerialPort() override;
+  PosixSerialPort(const PosixSerialPort&) = delete;
+  PosixSerialPort& operator=(const PosixSerialPort&) = delete;
+
+  // The device of SerialDevicePath(name) (serial_names.h), locked with flock and, unless it is a
+  // pseudo-terminal, with TIOCEXCL. It is raw from here on.
+  bool Open(const KorText& name) override;
+  bool IsOpen() const override { return device.IsValid(); }
+  // The kernel's queues have fixed sizes (4095 bytes in, 4096 out, more on some adapters).
+  bool SetQueueSizes(std::uint32_t input, std::uint32_t output) override;
+  bool GetControlBlock(DeviceControlBlock& block) override;
+  bool BuildControlBlock(const KorText& text, DeviceControlBlock& block) override;
+  bool SetControlBlock(const DeviceControlBlock& block) override;
+  bool SetTimeouts(const PortTimeouts& timeouts) override; // nothing waits: true while open
+  bool GetStatus(LineStatus& status) override;
+  bool Read(std::span<std::uint8_t> to, std::size_t& readCount) override;
+  bool Write(std::span<const std::uint8_t> from, std::size_t& writtenCount) override;
+  bool PurgeTransmit() override;
+  bool PurgeReceive() override;
+  bool Close() override;
+  KorText LastErrorText() const override;
+  bool IsGone() const override { return gone; }
+  void WaitReadable(std::chrono::microseconds atMost) override;
+  void Interrupt() override;
+
+ private:
+  class Descriptor {
+   public:
+    explicit Descriptor(int toOwn = -1) : number(toOwn) {}
+    ~Descriptor() { Reset(); }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    Descriptor& operator=(Descriptor&& other) noexcept;
+    bool Reset(); // closes; false when the system refuses
+    bool IsValid() const { return number >= 0; }
+    int Get() const { return number; }
+
+   private:
+    int number;
+  };
+
+  bool Fail(int error); // keeps the error for LastErrorText and IsGone; returns false
+  bool RequireOpen();
+  bool Claim(const Descriptor& opened);
+  bool MakeRaw(const Descriptor& opened);
+  void ShortenLatency();
+  bool LineTook(const DeviceControlBlock& block);
+  void SetModemOutputs(const DeviceControlBlock& block);
+  void RefreshLines();
+  void RefreshErrorCounts();
+  std::uint32_t Holds() const;
+  bool DsrIsOff() const;
+  void WatchXoff(std::span<const std::uint8_t> bytes);
+  void UpdateOutputStop();
+  void SpeedUpClose();
+
+  Descriptor device;
+  Descriptor wake;            // eventfd of Interrupt; never replaced
+  DeviceControlBlock current; // as last set
+  bool isPseudoTerminal = false;
+  bool hasModemLines = false;  // until TIOCMGET says that there are none
+  bool hasErrorCounts = false; // the same for TIOCGICOUNT
+  int modemLines = 0;          // TIOCM_ bits
+  std::chrono::steady_clock::time_point linesRead{};
+  std::array<int, 5> errorCounts{}; // in the order of the error bits
+  std::uint32_t newErrors = 0;
+  bool xoffReceived = false;
+  bool outputStopped = false; // TCOOFF is in force
+  int lastError = 0;
+  bool gone = false;
+};
+
+} // namespace kor
