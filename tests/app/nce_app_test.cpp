@@ -1,0 +1,410 @@
+#include <gtest/gtest.h>
+
+#include "app/nce_frame.h"
+#include "tests/support/nce_link.h"
+
+namespace kor {
+namespace {
+
+class NceAppTest : public ::testing::Test {
+ protected:
+  void Features(const SpecialFeatures& features) {
+    link.link->SetFeatures(features);
+    link.Run();
+  }
+  // Acknowledges until the end mark or an empty answer; what came is joined.
+  std::string FetchRest() {
+    std::string all;
+    for (int i = 0; i < 10000; ++i) {
+      const std::string answer = link.Ask(">");
+      all += answer;
+      if (answer.empty() || answer.find("]\r") != std::string::npos) break;
+    }
+    return all;
+  }
+  // A whole download: the replies up to "&FH", then the stream.
+  std::string Fetch(std::string_view request) {
+    std::string all = link.Ask(request);
+    all += link.Ask(">");
+    all += FetchRest();
+    return all;
+  }
+
+  NceLink link;
+};
+
+TEST_F(NceAppTest, AnswersEachRequestByteForByte) {
+  link.Start();
+  const struct {
+    std::string_view request, reply;
+    int code;
+  } cases[] = {
+      {"XYZ\r", "ABCDEFGHIJKLMNOPQRSTUVWXYZ\r", 2},
+      {"..XYZ..\r", "ABCDEFGHIJKLMNOPQRSTUVWXYZ\r", 2},
+      {"xyz\r", "%% Message not recognised by HOST\r", 2},
+      {"FH\r", "%% Message not recognised by HOST\r", 2},
+      {"~\r", "UDL>\r", 2},
+      {"ABC~endDEF\r", "END\r", 2},
+      {"A>B\r", ">\r", 2},
+      {"<\r", "", 2},
+      {"X\x01Y\x80Z\r", "ABCDEFGHIJKLMNOPQRSTUVWXYZ\r", 2},
+      {"DH\r", "Directory of Host Computer\nSelect File. &DH\r", 3},
+      {"FH 0000123\r", "%% File 0000123 not found on Host Computer\r", 9},
+      {"XYZ\r>\r", "ABCDEFGHIJKLMNOPQRSTUVWXYZ\r>\r", 2},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(link.Send(c.request), c.reply) << c.request;
+    EXPECT_EQ(link.Code(), c.code) << c.request;
+  }
+}
+
+TEST_F(NceAppTest, AnEmptyLineHoldsTheRestBackUntilTheNextCall) {
+  link.Start();
+  link.port.TakeWritten();
+  link.port.Deliver("\rXYZ\r");
+  link.link->ProcessReceived(); // nothing read yet
+  link.Run();
+  EXPECT_EQ(link.port.TakeWritten(), "ABCDEFGHIJKLMNOPQRSTUVWXYZ\r");
+}
+
+TEST_F(NceAppTest, DownloadsAProgramInFrames) {
+  link.PutProgram(u"0000123.MPG", u"G90\r\n\r\nX10\r\n");
+  link.Start();
+  EXPECT_EQ(link.Ask("FH 0000123"), "&LP 000000123\r");
+  EXPECT_EQ(link.Code(), 8);
+  EXPECT_EQ(link.Ask(">"), "Download to NCE in progress. &FH 000000123\r");
+  EXPECT_EQ(link.Ask(">"), "08G90!X10!17\r]\r");
+  EXPECT_EQ(link.Code(), 18);
+  EXPECT_EQ(link.Line(), u"Download Completed " + link.Folder() + u"0000123.MPG - 12 bytes");
+  EXPECT_EQ(link.Ask(">"), "UDL>\r");
+  link.form.RunPosted();
+  EXPECT_EQ(link.form.Title(), u"NCE  0000123");
+}
+
+TEST_F(NceAppTest, BlocksHoldWholeLinesUpToAHundredCharacters) {
+  KorText thirtyLines;
+  for (int i = 0; i < 30; ++i) thirtyLines += u"X12345678\n";
+  link.PutProgram(u"7.MPG", thirtyLines);
+  link.Start();
+  link.Ask("FH 7");
+  link.Ask(">");
+  for (int frame = 0; frame < 3; ++frame) {
+    const std::string answer = link.Ask(">");
+    EXPECT_EQ(answer.substr(0, 2), "64");
+    EXPECT_EQ(answer.size(), frame < 2 ? 105u : 107u); // the last brings the end mark along
+  }
+}
+
+TEST_F(NceAppTest, AProgramOfEmptyLinesEndsAtOnce) {
+  link.PutProgram(u"1.MPG", u"\n\r\n\n");
+  link.Start();
+  EXPECT_EQ(Fetch("FH 1"), "&LP 000000001\rDownload to NCE in progress. &FH 000000001\r]\r");
+  EXPECT_EQ(link.Code(), 18);
+}
+
+TEST_F(NceAppTest, ALineLongerThanTheTransmitBufferTravelsWholeAndInOrder) {
+  KorText line;
+  for (int i = 0; i < 24576; ++i) line += static_cast<char16_t>(u'A' + i % 26);
+  link.PutProgram(u"1.MPG", line + u"\nEND\n");
+  link.Start();
+  const std::string block = line.ToBytes() + "!";
+  EXPECT_EQ(Fetch("FH 1"), "&LP 000000001\rDownload to NCE in progress. &FH 000000001\r" +
+                               MakeFrame(block) + MakeFrame("END!") + "]\r");
+}
+
+TEST_F(NceAppTest, ALineBeyondTheLimitIsRefusedWithoutSendingAnything) {
+  link.PutProgram(u"1.MPG", KorText(24577, u'X'));
+  link.Start();
+  EXPECT_EQ(link.Ask("FH 1"), "%% File 1 not found on Host Computer\r");
+  ASSERT_EQ(link.form.messages.size(), 1u);
+  EXPECT_EQ(link.form.messages[0].caption, u"Error");
+  EXPECT_EQ(link.form.messages[0].text, u"Not a valid ASCII file.");
+}
+
+TEST_F(NceAppTest, EveryByteOfAProgramTravelsUnchanged) {
+  KorText bytes;
+  for (char16_t c = 0; c < 256; ++c)
+    if (c != u'\n' && c != u'\r') bytes += c;
+  link.PutProgram(u"1.MPG", bytes);
+  link.Start();
+  link.Ask("FH 1");
+  link.Ask(">");
+  EXPECT_EQ(link.Ask(">"), MakeFrame(bytes.ToBytes() + "!") + "]\r");
+}
+
+TEST_F(NceAppTest, SendsAFrameAtMostThreeTimes) {
+  link.PutProgram(u"1.MPG", KorText(120, u'X') + u"\nY\n");
+  link.Start();
+  link.Ask("FH 1");
+  link.Ask(">");
+  const std::string frame = link.Ask(">");
+  EXPECT_EQ(link.Ask("<"), frame);
+  EXPECT_EQ(link.Ask("<"), frame);
+  EXPECT_EQ(link.Ask("<"), "");
+  EXPECT_EQ(link.Code(), 14);
+  EXPECT_EQ(link.Ask(">"), ">\r");
+}
+
+TEST_F(NceAppTest, AnAcknowledgementForgivesEarlierRefusals) {
+  link.PutProgram(u"1.MPG", KorText(120, u'X') + u"\n" + KorText(120, u'Y') + u"\nZ\n");
+  link.Start();
+  link.Ask("FH 1");
+  link.Ask(">");
+  link.Ask(">");
+  link.Ask("<");
+  link.Ask("<");
+  const std::string second = link.Ask(">");
+  EXPECT_EQ(link.Ask("<"), second);
+  EXPECT_EQ(link.Ask("<"), second);
+}
+
+TEST_F(NceAppTest, AnUnknownLineDuringADownloadBreaksItOffSilently) {
+  for (const auto& [line, reply] : {std::pair{"nonsense", ""}, {"~", "UDL>\r"}, {"~end", "END\r"}}) {
+    NceLink fresh;
+    fresh.PutProgram(u"1.MPG", u"A\n");
+    fresh.Start();
+    fresh.Ask("FH 1");
+    fresh.Ask(">");
+    EXPECT_EQ(fresh.Ask(line), reply);
+    EXPECT_EQ(fresh.Code(), 14);
+  }
+}
+
+TEST_F(NceAppTest, NumbersProgramsByTheOptions) {
+  const struct {
+    SpecialFeatures features; // autoload, strip PC, strip NCE, hybrid
+    std::string request;
+    KorText file;
+    std::string reply;
+  } cases[] = {
+      {{}, "FH 0000123", u"0000123.MPG", "&LP 000000123\r"},
+      {{0, 1, 0, 0}, "FH 0000123", u"123.MPG", "&LP 000000123\r"},
+      {{0, 1, 1, 0}, "FH 0000123", u"123.MPG", "Download to NCE in progress. &LP 123\r"},
+      {{0, 1, 0, 0}, "FH 0000000", u".MPG", "&LP 000000000\r"},
+      {{}, "FH    42  ", u"42.MPG", "&LP 000000042\r"},
+      {{0, 0, 0, 1}, "FH 3730417", u"37304.MPG", "&LP 000037304\r"},
+      {{0, 1, 0, 1}, "FH 0730417", u"7304.MPG", "&LP 000007304\r"},
+      {{1, 1, 0, 1}, "FH 730417", u"07304.MPG", "&LP 000007304\r"},
+      {{0, 0, 0, 1}, "FH 0003730417", u"37304.MPG", "&LP 000037304\r"},
+      {{0, 0, 0, 1}, "FH 12345678", u"12345.MPG", "&LP 000012345\r"},
+  };
+  for (const auto& c : cases) {
+    NceLink fresh;
+    fresh.PutProgram(c.file, u"A\n");
+    fresh.Start();
+    fresh.link->SetFeatures(c.features);
+    EXPECT_EQ(fresh.Ask(c.request), c.reply) << c.request;
+  }
+}
+
+TEST_F(NceAppTest, The500ModelLooksForTheHNameFirst) {
+  link.PutProgram(u"H0000001.C23", u"H\n");
+  link.PutProgram(u"0000124.MPG", u"M\n");
+  link.Start(u"500");
+  EXPECT_EQ(link.Ask("FH 0000123"), "&LP 000000000\r"); // the H form reads as 0
+  EXPECT_EQ(link.Ask("FH 0000124"), "&LP 000000124\r");
+  EXPECT_EQ(link.Ask("FH 5"), "%% File 5 not found on Host Computer\r");
+}
+
+TEST_F(NceAppTest, AutoloadJoinsTheFollowingNumbersIntoOneStream) {
+  for (const char16_t* name : {u"0000123.MPG", u"124.MPG", u"125.MPG", u"0000126.MPG"})
+    link.PutProgram(name, KorText(name).Left(7) + u"\n");
+  link.Start();
+  Features({1, 0, 0, 0});
+  EXPECT_EQ(Fetch("FH 0000123"),
+            "&LP 000000123\rDownload to NCE in progress. &FH 000000123\r" +
+                MakeFrame("0000123!") + MakeFrame("124.MPG!") + MakeFrame("125.MPG!") + "]\r");
+  link.form.RunPosted();
+  EXPECT_EQ(link.form.Title(), u"125"); // the unchanged number alone
+}
+
+TEST_F(NceAppTest, ALotOfSheetsEndsAtItsLastOrAtTheFirstMissingSheet) {
+  for (int sheet = 37304; sheet <= 37320; ++sheet)
+    if (sheet != 37310) link.PutProgram(KorText::Format(u"%i.MPG", sheet), u"S\n");
+  link.Start();
+  Features({1, 0, 0, 1});
+  const std::string start = "&LP 000037304\rDownload to NCE in progress. &FH 000037304\r";
+  std::string six;
+  for (int i = 0; i < 6; ++i) six += MakeFrame("S!");
+  EXPECT_EQ(Fetch("FH 3730417"), start + six + "]\r");
+  EXPECT_EQ(Fetch("FH 3730405"), start + MakeFrame("S!") + MakeFrame("S!") + "]\r");
+  EXPECT_EQ(Fetch("FH 3730401"), start + MakeFrame("S!") + "]\r"); // ends before it starts
+}
+
+TEST_F(NceAppTest, NumbersThatLeaveTheFolderNameNoFile) {
+  link.app.Put(link.app.Path(u"x.MPG"), u"secret\n");
+  link.PutProgram(u"sub/x.MPG", u"below\n");
+  link.Start();
+  for (const char* number : {"../x", "/etc/x", "C:x", "..", ".", "sub/x", "..\\x", "CON", "nul",
+                             "com1", "LPT9.a"}) {
+    EXPECT_EQ(link.Ask(std::string("FH ") + number),
+              std::string("%% File ") + number + " not found on Host Computer\r");
+    EXPECT_EQ(link.Ask("TH 1"), "%% Unable to create file on Host Computer\r") << number;
+    EXPECT_EQ(link.Code(), 10);
+  }
+  EXPECT_EQ(link.app.Names(link.Folder()), std::vector<KorText>{u"sub/"});
+}
+
+TEST_F(NceAppTest, StoresAnUploadUnderTheLastRequestedNumber) {
+  link.Start();
+  link.Ask("FH 0000123");
+  EXPECT_EQ(link.Ask("TH 0000124"), "Upload from NCE  in progress. &TH 0000123\r");
+  EXPECT_EQ(link.Ask("08G90!X10!17"), ">\r");
+  EXPECT_EQ(link.Ask("04AB!C7"), ">\r"); // checked leniently, cut at both ends
+  EXPECT_EQ(link.Ask("abc"), "<\r");
+  EXPECT_EQ(link.Ask("~end"), ">\r"); // data like any other line: nothing is left of it
+  EXPECT_FALSE(link.app.Content(link.Folder() + u"0000123.MPG"));
+  EXPECT_EQ(link.Ask("06]"), ">\r");
+  EXPECT_EQ(link.Code(), 19);
+  EXPECT_EQ(link.app.Content(link.Folder() + u"0000123.MPG"), u"G90\nX10\nAB\n");
+  EXPECT_EQ(link.Line(),
+            u"Upload Completed " + link.Folder() + u"0000123.MPG - 11 bytes in file.");
+  EXPECT_EQ(link.Ask(">"), "UDL>\r");
+}
+
+TEST_F(NceAppTest, ABrokenUploadLeavesTheOlderProgramAndNothingElse) {
+  const auto startUpload = [](NceLink& fresh) {
+    fresh.PutProgram(u"1.MPG", u"old\n");
+    fresh.Start();
+    fresh.Ask("FH 1");
+    fresh.Ask("TH 1");
+    fresh.Ask("08G90!X10!17");
+  };
+  const struct {
+    const char* what;
+    std::function<void(NceLink&)> breakIt;
+    int code;
+  } cases[] = {
+      {"cancelled",
+       [](NceLink& fresh) {
+         fresh.link->CancelUpload();
+         fresh.Run();
+       },
+       17},
+      {"full disk",
+       [](NceLink& fresh) {
+         fresh.app.LimitWrites(2);
+         EXPECT_EQ(fresh.Ask("08G90!X10!17"), "<\r");
+       },
+       15},
+      {"no sync at the end",
+       [](NceLink& fresh) {
+         fresh.app.FailSync(true);
+         EXPECT_EQ(fresh.Ask("02]"), "<\r");
+       },
+       15},
+      {"no rename at the end",
+       [](NceLink& fresh) {
+         fresh.app.FailRename(true);
+         EXPECT_EQ(fresh.Ask("02]"), "<\r");
+       },
+       15},
+      {"cable pulled",
+       [](NceLink& fresh) {
+         fresh.port.SetPresent(false);
+         fresh.Run();
+       },
+       0},
+      {"program ended", [](NceLink& fresh) { fresh.link->Terminate(); }, 13},
+  };
+  for (const auto& c : cases) {
+    NceLink fresh;
+    startUpload(fresh);
+    c.breakIt(fresh);
+    EXPECT_EQ(fresh.Code(), c.code) << c.what;
+    fresh.app.ClearFaults();
+    EXPECT_EQ(fresh.app.Content(fresh.Folder() + u"1.MPG"), u"old\n") << c.what;
+    EXPECT_EQ(fresh.app.Names(fresh.Folder()), std::vector<KorText>{u"1.MPG"}) << c.what;
+  }
+}
+
+TEST_F(NceAppTest, RefusesAnUploadThatCantBeStored) {
+  link.Start();
+  link.app.RefuseOpening(u"cnc/", true);
+  link.Ask("FH 1");
+  EXPECT_EQ(link.Ask("TH 1"), "%% Unable to create file on Host Computer\r");
+  EXPECT_EQ(link.Code(), 10);
+}
+
+TEST_F(NceAppTest, PagesThroughTheDirectory) {
+  for (const char16_t* name : {u"3730417.MPG", u"20.MPG", u"101.MPG", u"other.TXT"})
+    link.PutProgram(name, u"A\n");
+  link.PutProgram(u"empty.MPG", u"");
+  link.PutProgram(u"folder.MPG/x", u"A\n");
+  link.Start();
+  link.Ask("DH");
+  EXPECT_EQ(link.Ask(">"), " 1|101       2|20        3|3730417  \r");
+  EXPECT_EQ(link.Ask(">"), "]\r");
+  for (int i = 0; i < 6; ++i) link.PutProgram(KorText::Format(u"b%i.MPG", i), u"A\n");
+  link.Ask("DH");
+  EXPECT_EQ(link.Ask(">").substr(0, 14), " 1|101       2");
+  EXPECT_EQ(link.Ask(">"), " 5|b1        6|b2        7|b3        8|b4       \r");
+  EXPECT_EQ(link.Ask(">"), " 9|b5       \r");
+  EXPECT_EQ(link.Ask(">"), "]\r");
+}
+
+TEST_F(NceAppTest, WaitsTheTransmitDelayAndStartsTheNewestRequestOnce) {
+  link.PutProgram(u"1.MPG", u"A\n");
+  link.PutProgram(u"2.MPG", u"A\n");
+  link.Start({}, u"transmit delay=3\n");
+  const auto after = [this](double seconds) {
+    link.app.Advance(seconds);
+    link.link->RunDueTimers();
+    link.port.TakeWritten();
+    link.Run();
+    return link.port.TakeWritten();
+  };
+  EXPECT_EQ(link.Ask("FH 1"), "");
+  EXPECT_EQ(link.Code(), 5);
+  EXPECT_EQ(after(2.9), "");
+  link.Ask("FH 2"); // starts the delay afresh
+  EXPECT_EQ(after(2.9), "");
+  EXPECT_EQ(after(0.2), "&LP 000000002\r");
+  EXPECT_EQ(after(10), "");
+}
+
+TEST_F(NceAppTest, SimulationAcknowledgesItsOwnFrames) {
+  link.PutProgram(u"0000001.MPG", u"A\n");
+  link.Start(u"SIMULATION");
+  for (int i = 0; i < 10; ++i) link.Run();
+  EXPECT_EQ(link.port.Written(), "&LP 000000001\rDownload to NCE in progress. &FH 000000001\r" +
+                                     MakeFrame("A!") + "]\r");
+  EXPECT_EQ(link.Code(), 18);
+}
+
+TEST_F(NceAppTest, SpecialFeaturesFollowTheRulesOfTheirDialog) {
+  link.Start();
+  FormDescription form = link.link->SpecialForm();
+  const auto enabled = [&](const char16_t* autoload, const char16_t* hybrid) {
+    form.Find(u"autoload")->value = autoload;
+    form.Find(u"hybrid")->value = hybrid;
+    form.updateEnabled(form.fields);
+    return std::pair(form.Find(u"hybrid")->enabled, form.Find(u"strip-pc")->enabled);
+  };
+  EXPECT_EQ(enabled(u"0", u"0"), std::pair(false, true));
+  EXPECT_EQ(enabled(u"1", u"0"), std::pair(true, true));
+  EXPECT_EQ(enabled(u"1", u"1"), std::pair(true, false));
+  EXPECT_EQ(enabled(u"0", u"1"), std::pair(false, true));
+  link.form.onForm = [](FormDescription& shown) {
+    shown.Find(u"strip-nce")->value = u"1";
+    return true;
+  };
+  link.link->SpecialDialog();
+  EXPECT_EQ(link.link->Features().stripNceZeros, 1);
+  EXPECT_TRUE(link.form.specialShown);
+}
+
+TEST_F(NceAppTest, AFileSentByHandGoesOutInFrames) {
+  link.app.Put(link.app.Path(u"elsewhere/part.NC"), u"G90\nX10\n");
+  link.Start();
+  link.link->SendFile(link.app.Path(u"elsewhere/part.NC"));
+  link.Run();
+  EXPECT_EQ(link.Code(), 12);
+  EXPECT_EQ(link.Ask(">"), "08G90!X10!17\r]\r");
+  EXPECT_EQ(link.Code(), 18);
+  EXPECT_EQ(link.link->Settings().fileExtension, u"NC");
+  EXPECT_EQ(link.link->Settings().downloadPath, link.app.Path(u"elsewhere/"));
+}
+
+} // namespace
+} // namespace kor

@@ -1,0 +1,68 @@
+// NceLink: a whole NCEApp on a scripted line, with a hand-moved clock and no thread: the test polls.
+#pragma once
+
+#include <memory>
+
+#include "app/nce_app.h"
+#include "tests/support/fake_serial_port.h"
+#include "tests/support/recording_form.h"
+#include "tests/support/test_app.h"
+
+namespace kor {
+
+class NceLink {
+ public:
+  NceLink() {
+    port.UseClock([this] { return app.HighResolutionSeconds(); },
+                  [this](double seconds) { app.Advance(seconds); });
+    app.MakeFolder(Folder());
+  }
+
+  // profile: lines of the settings file's "Port Settings", which go before the usual ones.
+  void Start(const KorText& commandLine = {}, const KorText& profile = {}) {
+    const KorText model = commandLine.IsEmpty() ? KorText(u"NCE") : commandLine;
+    app.Put(app.Path(u"settings/") + model + u".INI",
+            u"[Port Settings]\n" + profile + u"transmit delay=0\n");
+    EngineServices services;
+    services.port = &port;
+    services.form = &form;
+    services.cncFolder = Folder();
+    services.startWorker = false;
+    link = std::make_unique<NCEApp>(services, commandLine);
+    link->SetUpServices();
+    link->BuildWindow();
+    Run();
+  }
+
+  KorText Folder() const { return app.Root() + u"cnc/"; }
+  void PutProgram(const KorText& name, const KorText& content) {
+    app.Put(Folder() + name, content);
+  }
+
+  // Polls until the link is idle, at most so many times.
+  void Run(int polls = 1000) {
+    while (polls-- > 0 && link->Poll()) {
+    }
+    form.RunPosted();
+  }
+
+  // What the link sends in answer to bytes on the line.
+  std::string Send(std::string_view bytes) {
+    port.TakeWritten();
+    port.Deliver(bytes);
+    Run();
+    return port.TakeWritten();
+  }
+  // A request and its CR.
+  std::string Ask(std::string_view request) { return Send(std::string(request) + "\r"); }
+
+  std::int32_t Code() { return link->CurrentStatus().code; }
+  KorText Line() { return link->CurrentStatus().line; }
+
+  TestApp app;
+  FakeSerialPort port;
+  RecordingForm form;
+  std::unique_ptr<NCEApp> link;
+};
+
+} // namespace kor

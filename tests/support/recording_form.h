@@ -1,0 +1,78 @@
+// RecordingForm: a window that keeps what the engine asked of it. Posted tasks wait until RunPosted.
+#pragma once
+
+#include <deque>
+#include <map>
+
+#include "services/core/thread_annotations.h"
+#include "ui/form_dialog.h"
+
+namespace kor {
+
+class RecordingForm : public FormDialog {
+ public:
+  struct Message {
+    KorText caption, text;
+    MessageStyle style;
+  };
+
+  void ShowStatus(const StatusView& view) override {
+    if (statuses.empty() || statuses.back().line != view.line) statuses.push_back(view);
+    last = view;
+  }
+  void AppendMonitor(const KorText& text) override { monitor += text; }
+  void SetTitle(const KorText& newTitle) override { titles.push_back(newTitle); }
+  void ShowEndDialog(EndDialog which, bool shown) override { endDialogs[which] = shown; }
+  void SetJobButtons(JobButtons state) override { buttons = state; }
+  void ShowSpecialButton() override { specialShown = true; }
+  bool RunForm(FormDescription& form) override { return onForm && onForm(form); }
+  std::optional<KorText> ChooseFile(const FileChoice& choice) override {
+    choices.push_back(choice);
+    return chosen;
+  }
+  void ShowMessage(const KorText& caption, const KorText& text, MessageStyle style) override {
+    messages.push_back({caption, text, style});
+  }
+  void Post(std::function<void()> task) override {
+    const Lock lock(mutex);
+    posted.push_back(std::move(task));
+  }
+
+  void RunPosted() {
+    for (;;) {
+      std::deque<std::function<void()>> now;
+      {
+        const Lock lock(mutex);
+        now.swap(posted);
+      }
+      if (now.empty()) return;
+      for (const auto& task : now) task();
+    }
+  }
+  KorText Title() const { return titles.empty() ? KorText() : titles.back(); }
+  // The codes of the statuses shown, in order, without repeats.
+  std::vector<std::int32_t> Codes() const {
+    std::vector<std::int32_t> codes;
+    for (const StatusView& view : statuses)
+      if (codes.empty() || codes.back() != view.code) codes.push_back(view.code);
+    return codes;
+  }
+
+  std::vector<StatusView> statuses;
+  StatusView last;
+  KorText monitor;
+  std::vector<KorText> titles;
+  std::map<EndDialog, bool> endDialogs;
+  JobButtons buttons = JobButtons::Enabled;
+  bool specialShown = false;
+  std::function<bool(FormDescription&)> onForm;
+  std::vector<FileChoice> choices;
+  std::optional<KorText> chosen;
+  std::vector<Message> messages;
+
+ private:
+  Mutex mutex;
+  std::deque<std::function<void()>> posted KOR_GUARDED_BY(mutex);
+};
+
+} // namespace kor
