@@ -1,0 +1,71 @@
+// What the file tests share: byte texts, whole files in and out.
+#pragma once
+
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "files/simple_file.h"
+#include "tests/support/test_app.h"
+
+namespace kor {
+
+using Bytes = std::vector<std::uint8_t>;
+
+inline std::span<const std::uint8_t> AsBytes(std::string_view text) {
+  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+
+inline Bytes BytesOf(std::string_view text) {
+  return Bytes(text.begin(), text.end());
+}
+
+// "EF BB BF" to bytes.
+inline Bytes FromHex(std::string_view hex) {
+  Bytes bytes;
+  for (std::size_t at = hex.find_first_not_of(' '); at < hex.size();
+       at = hex.find_first_not_of(' ', at + 2)) {
+    bytes.push_back(
+        static_cast<std::uint8_t>(std::stoi(std::string(hex.substr(at, 2)), nullptr, 16)));
+  }
+  return bytes;
+}
+
+inline KorText TextOf(std::span<const std::uint8_t> bytes) {
+  return KorText::FromBytes({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+}
+
+// The same bytes for the same seed; `alphabet` 256: noise, few: text-like.
+inline Bytes MakeBytes(std::size_t count, unsigned alphabet, unsigned seed = 1) {
+  std::minstd_rand random(seed);
+  Bytes bytes(count);
+  for (auto& byte : bytes)
+    byte = static_cast<std::uint8_t>('0' + (random() >> 8) % alphabet);
+  return bytes;
+}
+
+class FileTest : public testing::Test {
+ protected:
+  KorText Put(std::u16string_view name, std::span<const std::uint8_t> bytes) {
+    app.Put(app.Path(name), TextOf(bytes));
+    return app.Path(name);
+  }
+  std::optional<Bytes> Get(const KorText& path) {
+    const auto content = app.Content(path);
+    if (!content) return std::nullopt;
+    return BytesOf(content->ToBytes());
+  }
+  // Everything in the test's own folder and the temporary folder.
+  std::vector<KorText> Leftovers() {
+    std::vector<KorText> names = app.Names(app.Path(u"work"));
+    for (const KorText& name : app.Names(app.Path(u"temp")))
+      names.push_back(u"temp/" + name);
+    return names;
+  }
+
+  TestApp app;
+};
+
+} // namespace kor

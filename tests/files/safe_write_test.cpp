@@ -1,0 +1,209 @@
+#include "files/lock_file.h"
+#include "files/paths.h"
+#include "tests/files/file_test_support.h"
+
+namespace kor {
+namespace {
+
+class SafeWriteTest : public FileTest {
+ protected:
+  SafeWriteTest() { app.MakeFolder(app.Path(u"work")); }
+  const KorText path = app.Path(u"work/O00123");
+};
+
+TEST_F(SafeWriteTest, TargetChangesOnlyWithCommit) {
+  app.Put(path, u"older");
+  KorFile file(path);
+  ASSERT_TRUE(file.OpenSafe());
+  EXPECT_TRUE(file.WriteText(u"newer"));
+  EXPECT_EQ(app.Content(path), u"older");
+  const std::vector<KorText> names = app.Names(app.Path(u"work"));
+  ASSERT_EQ(names.size(), 2u);
+  EXPECT_TRUE(names[1].StartsWith(u"O00123.") && names[1].EndsWith(u".ncedl-part"))
+      << names[1].ToUtf8();
+  EXPECT_TRUE(file.Commit());
+  EXPECT_EQ(app.Content(path), u"newer");
+  EXPECT_EQ(Leftovers(), std::vector<KorText>{u"O00123"});
+}
+
+TEST_F(SafeWriteTest, EveryOtherWayOutLeavesNothing) {
+  app.Put(path, u"older");
+  for (const int way : {0, 1, 2}) {
+    {
+      KorFile file(path);
+      ASSERT_TRUE(file.OpenSafe(kFileWrite | kFileText, way == 2));
+      file.WriteText(u"newer");
+      if (way == 0) file.Discard();
+      if (way == 1) file.Close();
+      EXPECT_EQ(file.Commit(), way == 2);
+    }
+    if (way == 2) continue;
+    EXPECT_EQ(Leftovers(), std::vector<KorText>{u"O00123"});
+    EXPECT_EQ(app.Content(path), u"older");
+  }
+  KorFile file(path);
+  ASSERT_TRUE(file.Open(kFileRead, false, true)) << "the last way compressed";
+  EXPECT_EQ(file.ReadAll(), BytesOf("newer"));
+}
+
+TEST_F(SafeWriteTest, FullDiskShowsInTheWriteThatDoesNotFit) {
+  app.Put(path, u"older");
+  KorFile file(path);
+  ASSERT_TRUE(file.OpenSafe());
+  app.LimitWrites(12);
+  EXPECT_TRUE(file.WriteText(u"line one\r\n"));
+  EXPECT_FALSE(file.WriteText(u"line two\r\n"));
+  app.LimitWrites(std::nullopt);
+  EXPECT_FALSE(file.Commit()) << "what is missing can't be made up for";
+  EXPECT_EQ(app.Content(path), u"older");
+  EXPECT_EQ(Leftovers(), std::vector<KorText>{u"O00123"});
+}
+
+// Power goes after each change in turn: the target is the older or the newer one, whole, and after the
+// next start nothing else is there.
+TEST_F(SafeWriteTest, PowerCutAtAnyStep) {
+  for (const bool compress : {false, true}) {
+    bool committed = false;
+    for (int step = 0; !committed; ++step) {
+      app.Put(path, u"older");
+      app.CutPowerAfter(step);
+      {
+        KorFile file(path);
+        committed =
+            file.OpenSafe(kFileWrite, compress) && file.WriteText(u"newer") && file.Commit();
+      }
+      app.ClearFaults();
+      RemoveAbandonedParts(app.Path(u"work"));
+      EXPECT_EQ(Leftovers(), std::vector<KorText>{u"O00123"}) << step;
+      SimpleFile read(path);
+      ASSERT_TRUE(read.Open(kFileRead));
+      const KorText content = TextOf(*read.ReadAll());
+      EXPECT_TRUE(compress || content == u"older" || content == u"newer") << content.ToUtf8();
+      EXPECT_FALSE(committed && content == u"older");
+      ASSERT_LT(step, 50);
+    }
+  }
+}
+
+TEST_F(SafeWriteTest, FaultsOfSyncCloseAndRenameKeepTheOlderFile) {
+  const std::function<void(bool)> faults[] = {[&](bool on) { app.FailSync(on); },
+                                              [&](bool on) { app.FailRename(on); }};
+  for (const auto& fail : faults) {
+    app.Put(path, u"older");
+    KorFile file(path);
+    ASSERT_TRUE(file.OpenSafe());
+    file.WriteText(u"newer");
+    fail(true);
+    EXPECT_FALSE(file.Commit());
+    fail(false);
+    EXPECT_EQ(app.Content(path), u"older");
+    EXPECT_EQ(Leftovers(), std::vector<KorText>{u"O00123"});
+  }
+}
+
+TEST_F(SafeWriteTest, TargetThatIsNoFileIsRefused) {
+  EXPECT_FALSE(KorFile(app.Path(u"work")).OpenSafe());
+  EXPECT_FALSE(KorFile(app.Path(u"missing/f")).OpenSafe());
+  EXPECT_FALSE(KorFile(path).OpenSafe(kFileRead | kFileWrite));
+}
+
+TEST_F(SafeWriteTest, LongNamesHaveRoomBeside) {
+  const KorText longPath = app.Path(u"work/") + KorText(120, u'\u00E9');
+  KorFile file(longPath);
+  ASSERT_TRUE(file.OpenSafe());
+  file.WriteText(u"x");
+  EXPECT_TRUE(file.Commit());
+  EXPECT_EQ(app.Content(longPath), u"x");
+}
+
+TEST_F(SafeWriteTest, AbandonedPartsGoLivingOnesStay) {
+  KorFile living(path);
+  ASSERT_TRUE(living.OpenSafe());
+  for (const char16_t* name :
+       {u"O1.0123456789abcdef.ncedl-part", u"O2.ncedl-part", u"O3.ncedl-part.nc"})
+    app.Put(app.Path(u"work/") + name, u"half");
+  app.MakeFolder(app.Path(u"work/folder.ncedl-part"));
+  EXPECT_EQ(RemoveAbandonedParts(app.Path(u"work")), 2u);
+  EXPECT_EQ(RemoveAbandonedParts(app.Path(u"no such folder")), 0u);
+  EXPECT_TRUE(living.WriteText(u"done"));
+  EXPECT_TRUE(living.Commit());
+  EXPECT_EQ(Leftovers(),
+            (std::vector<KorText>{u"O00123", u"O3.ncedl-part.nc", u"folder.ncedl-part/"}));
+  EXPECT_EQ(app.Content(path), u"done");
+}
+
+// --- Lock files ----------------------------------------------------------------------------------
+
+class LockFileTest : public FileTest {
+ protected:
+  LockFileTest() { app.MakeFolder(app.Path(u"work")); }
+
+  // Answers the questions in turn, and may change something before the answer.
+  LockAsker Asker(std::vector<LockAnswer> answers, std::function<void()> meanwhile = {}) {
+    return {[this, answers, meanwhile](const KorText& heading, const KorText& message) {
+              EXPECT_FALSE(busy) << "a question lifts the busy state";
+              headings.push_back(heading);
+              questions.push_back(message);
+              if (meanwhile) meanwhile();
+              return answers.at(questions.size() - 1);
+            },
+            [this](bool on) { busy = on; }};
+  }
+
+  const KorText name = app.Path(u"work/jobs.v2/set.DAT");
+  const KorText lockPath = app.Path(u"work/jobs.v2/set.LOK");
+  std::vector<KorText> questions, headings;
+  bool busy = false;
+};
+
+TEST_F(LockFileTest, LockIsAFileWithTheUsersName) {
+  app.MakeFolder(app.Path(u"work/jobs.v2"));
+  for (const char16_t* user : {u"", u"anna"}) {
+    auto lock = LockFile(name, nullptr, u".LOK", user);
+    ASSERT_TRUE(lock);
+    EXPECT_EQ(app.Content(lockPath), *user ? user : u"tester");
+    EXPECT_FALSE(LockFile(name, nullptr)) << "held already, and nobody to ask";
+    EXPECT_TRUE(UnlockFile(std::move(lock)));
+    EXPECT_FALSE(app.FileExists(lockPath));
+  }
+}
+
+TEST_F(LockFileTest, RetryUntilTheOtherIsDone) {
+  app.Put(lockPath, u"anna");
+  const LockAsker asker = Asker({LockAnswer::Retry, LockAnswer::Retry}, [&] {
+    if (questions.size() == 2) app.RemoveFile(lockPath);
+  });
+  EXPECT_TRUE(LockFile(name, &asker));
+  EXPECT_EQ(questions, std::vector(2, name + u"\n\nThe file is already locked by anna"));
+  EXPECT_EQ(headings[0], u"Problem");
+  EXPECT_FALSE(busy);
+}
+
+TEST_F(LockFileTest, CancelGivesUp) {
+  app.Put(lockPath, u"anna");
+  const LockAsker asker = Asker({LockAnswer::Cancel});
+  EXPECT_FALSE(LockFile(name, &asker));
+  EXPECT_FALSE(busy);
+  EXPECT_EQ(app.Content(lockPath), u"anna");
+}
+
+TEST_F(LockFileTest, LockThatCannotBeMadeIsAskedForToo) {
+  const LockAsker asker = Asker({LockAnswer::Retry, LockAnswer::Cancel}); // the folder is missing
+  EXPECT_FALSE(LockFile(name, &asker));
+  EXPECT_EQ(questions, std::vector(2, name + u"\n\nUnable to lock the file"));
+}
+
+TEST_F(LockFileTest, FullDiskLeavesNoHalfLock) {
+  app.MakeFolder(app.Path(u"work/jobs.v2"));
+  app.LimitWrites(2);
+  EXPECT_FALSE(LockFile(name, nullptr));
+  EXPECT_FALSE(app.FileExists(lockPath));
+}
+
+TEST(LockFileName, OnlyTheLastExtensionOfTheNameIsReplaced) {
+  EXPECT_EQ(ReplaceExtension(u"C:\\a.b\\name", u".LOK"), u"C:\\a.b\\name.LOK");
+  EXPECT_EQ(ReplaceExtension(u"/x/a.tar.gz", u".LOK"), u"/x/a.tar.LOK");
+}
+
+} // namespace
+} // namespace kor

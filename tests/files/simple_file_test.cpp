@@ -1,0 +1,440 @@
+#include "files/simple_file.h"
+
+#include <functional>
+
+#include "files/compressed_file.h"
+#include "tests/files/file_test_support.h"
+
+namespace kor {
+namespace {
+
+class SimpleFileTest : public FileTest {};
+
+// --- Waiting -------------------------------------------------------------------------------------
+
+// Lets something happen while a file waits.
+class WaitingApp : public TestApp {
+ public:
+  std::function<void(int sleeps)> onSleep;
+  void SleepMilliseconds(std::uint32_t milliseconds) override {
+    EXPECT_EQ(milliseconds, 100u);
+    TestApp::SleepMilliseconds(milliseconds);
+    if (onSleep) onSleep(++sleeps);
+  }
+  int sleeps = 0;
+};
+
+TEST(SimpleFileWait, EmptyOrMissingFileIsGivenUpAfterFiveSeconds) {
+  for (const bool exists : {true, false}) {
+    WaitingApp app;
+    if (exists) app.Put(app.Path(u"f"), u"");
+    const std::uint32_t start = app.TickCount();
+    SimpleFile file(app.Path(u"f"));
+    EXPECT_FALSE(file.Open(kFileRead, true));
+    EXPECT_EQ(app.TickCount() - start, 5000u);
+  }
+}
+
+TEST(SimpleFileWait, FileThatIsWrittenMeanwhileOpens) {
+  WaitingApp app;
+  app.Put(app.Path(u"f"), u"");
+  app.onSleep = [&](int sleeps) {
+    if (sleeps == 3) app.Put(app.Path(u"f"), u"text");
+  };
+  SimpleFile file(app.Path(u"f"));
+  EXPECT_TRUE(file.Open(kFileRead | kFileText, true));
+  EXPECT_EQ(app.sleeps, 3);
+  EXPECT_EQ(file.Size(), 4u);
+}
+
+TEST(SimpleFileWait, ClockThatJumpsEndsTheWaitOnce) {
+  WaitingApp app;
+  app.onSleep = [&](int) { app.Advance(-2.0); }; // back, so that the unsigned difference is huge
+  SimpleFile file(app.Path(u"f"));
+  EXPECT_FALSE(file.Open(kFileRead, true));
+  EXPECT_EQ(app.sleeps, 1);
+}
+
+TEST(SimpleFileWait, EmptyFileOpensAtOnceForUpdateAndWithoutTheFlag) {
+  WaitingApp app;
+  app.Put(app.Path(u"f"), u"");
+  SimpleFile file(app.Path(u"f"));
+  EXPECT_TRUE(file.Open(kFileRead | kFileWrite, true));
+  EXPECT_TRUE(file.Close());
+  EXPECT_TRUE(file.Open(kFileRead, false));
+  EXPECT_EQ(app.sleeps, 0);
+}
+
+// --- Opening and marks ---------------------------------------------------------------------------
+
+TEST_F(SimpleFileTest, OpenIsRefused) {
+  SimpleFile nameless;
+  EXPECT_FALSE(nameless.Open(kFileWrite));
+  SimpleFile file(app.Path(u"f"));
+  EXPECT_FALSE(file.Open(0));
+  EXPECT_FALSE(file.Open(kFileText));
+  EXPECT_FALSE(file.Open(kFileRead));
+  EXPECT_FALSE(file.Close());
+  EXPECT_TRUE(file.Open(kFileWrite));
+  EXPECT_FALSE(file.Open(kFileRead)) << "already open";
+  EXPECT_FALSE(SimpleFile(app.Path(u"f")).Open(kFileWrite)) << "another holds it";
+}
+
+TEST_F(SimpleFileTest, ConstructingFormOpensWithoutCompression) {
+  SimpleFile file(app.Path(u"f"), kFileWrite, false, true);
+  EXPECT_TRUE(file.IsOpen());
+  EXPECT_FALSE(file.IsCompressed());
+}
+
+TEST_F(SimpleFileTest, MarkDecidesTheEncoding) {
+  struct {
+    const char* hex;
+    TextEncoding encoding;
+    std::uint64_t onDisk, inMemory; // positions after opening
+  } const cases[] = {
+      {"EF BB BF 61 62 63", TextEncoding::Utf8, 3, 4}, // memory files are not put back
+      {"EF BB BF", TextEncoding::Utf8, 3, 3},
+      {"FF FE", TextEncoding::Utf16, 2, 2},
+      {"FF FE 61 00 62 00", TextEncoding::Utf16, 2, 4},
+      {"FE FF 00 61", TextEncoding::EightBit, 0, 4},
+      {"61 62 63 64 65", TextEncoding::EightBit, 0, 4},
+      {"EF BB", TextEncoding::EightBit, 0, 2},
+      {"", TextEncoding::EightBit, 0, 0},
+  };
+  for (const auto& c : cases) {
+    const KorText path = Put(u"f", FromHex(c.hex));
+    SimpleFile plain(path), update(path);
+    ASSERT_TRUE(plain.Open(kFileRead | kFileText));
+    EXPECT_EQ(plain.Encoding(), c.encoding) << c.hex;
+    EXPECT_EQ(plain.Position(), c.onDisk) << c.hex;
+    const auto rest = plain.ReadAll();
+    ASSERT_TRUE(rest);
+    EXPECT_EQ(rest->size(), plain.Size() - c.onDisk) << c.hex;
+    if (plain.Size() > 0) {
+      ASSERT_TRUE(update.Open(kFileRead | kFileWrite | kFileText));
+      EXPECT_EQ(update.Position(), c.onDisk) << c.hex;
+      update.Close();
+    }
+    plain.Close();
+    ASSERT_EQ(CompressFile(path, path, false), FileResult::Success);
+    SimpleFile packed(path);
+    ASSERT_TRUE(packed.Open(kFileRead | kFileText, false, true));
+    EXPECT_TRUE(packed.InMemory());
+    EXPECT_EQ(packed.Encoding(), c.encoding) << c.hex;
+    EXPECT_EQ(packed.Position(), c.inMemory) << c.hex;
+  }
+  EXPECT_TRUE(app.Warnings().empty());
+}
+
+TEST_F(SimpleFileTest, TextFilesAreWrittenInTheEncodingOfTheirMode) {
+  struct {
+    std::uint32_t mode;
+    const char* hex;
+  } const cases[] = {
+      {kFileWrite, "41 E9 3F 0D 0A"},
+      {kFileWrite | kFileText, "41 E9 3F 0D 0A"},
+      {kFileWrite | kFileText | kFileUtf8, "EF BB BF 41 C3 A9 E2 82 AC 0D 0A"},
+      {kFileWrite | kFileText | kFileUnicode, "FF FE 41 00 E9 00 AC 20 0D 00 0A 00"},
+      {kFileWrite | kFileUnicode, "41 E9 3F 0D 0A"}, // not a text file: no encoding
+      {kFileWrite | kFileRead | kFileText | kFileUtf8, "EF BB BF 41 C3 A9 E2 82 AC 0D 0A"},
+  };
+  for (const auto& c : cases) {
+    SimpleFile file(app.Path(u"f"));
+    app.RemoveFile(app.Path(u"f"));
+    ASSERT_TRUE(file.Open(c.mode));
+    EXPECT_TRUE(file.Print(u"%s\r\n", u"A\u00E9\u20AC"));
+    EXPECT_TRUE(file.Close());
+    EXPECT_EQ(Get(app.Path(u"f")), FromHex(c.hex)) << c.mode;
+  }
+}
+
+// --- Reading and writing -------------------------------------------------------------------------
+
+// The same random reads, writes and seeks on a file and on a plain vector of bytes.
+void CompareWithModel(SimpleFile& file, Bytes model, unsigned seed) {
+  const bool writes = (file.Mode() & kFileWrite) != 0;
+  std::minstd_rand random(seed);
+  std::size_t position = static_cast<std::size_t>(file.Position());
+  for (int step = 0; step < 3000; ++step) {
+    const std::size_t count = random() % (step % 50 == 0 ? 70000 : 300);
+    if (const auto kind = random() % 3; kind == 0) {
+      const std::size_t target = random() % (model.size() + 1);
+      const bool fromEnd = random() % 2 == 0;
+      position = fromEnd ? model.size() - target : target;
+      ASSERT_EQ(file.Seek(target, fromEnd), position);
+    } else if (kind == 1 && writes) {
+      const Bytes bytes = MakeBytes(count, 90, static_cast<unsigned>(step));
+      if (model.size() < position + count) model.resize(position + count);
+      std::copy(bytes.begin(), bytes.end(), model.begin() + static_cast<std::ptrdiff_t>(position));
+      ASSERT_EQ(file.Write(bytes), count);
+      position += count;
+    } else if (position < model.size()) { // at the end a memory file warns
+      Bytes bytes(count, 0xCC);
+      const std::size_t expected = std::min(count, model.size() - position);
+      ASSERT_EQ(file.Read(bytes), expected);
+      const auto from = model.begin() + static_cast<std::ptrdiff_t>(position);
+      ASSERT_TRUE(
+          std::equal(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(expected), from));
+      ASSERT_TRUE(std::all_of(bytes.begin() + static_cast<std::ptrdiff_t>(expected), bytes.end(),
+                              [](std::uint8_t byte) { return byte == 0; }));
+      position += expected;
+    }
+    ASSERT_EQ(file.Position(), position);
+    ASSERT_EQ(file.Size(), model.size());
+  }
+  if (!writes) return;
+  file.Seek(0);
+  EXPECT_EQ(file.ReadAll(), model);
+}
+
+TEST_F(SimpleFileTest, EveryKindOfFileReadsAndWritesAlike) {
+  const Bytes content = MakeBytes(200000, 90);
+  const KorText path = Put(u"f", content);
+  SimpleFile file(path);
+  for (const std::uint32_t mode : {+kFileRead, kFileRead | kFileText, kFileRead | kFileWrite}) {
+    ASSERT_TRUE(file.Open(mode));
+    CompareWithModel(file, content, mode);
+    EXPECT_TRUE(file.Close());
+    Put(u"f", content);
+  }
+  ASSERT_TRUE(file.OpenMemory(kFileRead | kFileWrite, VoidBuffer(content)));
+  CompareWithModel(file, content, 9);
+  EXPECT_TRUE(app.Warnings().empty());
+}
+
+TEST_F(SimpleFileTest, FlushedBytesAreInTheFileBeforeClose) {
+  SimpleFile log(app.Path(u"log"));
+  ASSERT_TRUE(log.Open(kFileWrite | kFileAppend));
+  log.WriteText(u"one\r\n");
+  EXPECT_TRUE(log.Flush());
+  EXPECT_EQ(app.Content(app.Path(u"log")), u"one\r\n");
+  log.Close();
+  ASSERT_TRUE(log.Open(kFileWrite | kFileAppend));
+  EXPECT_EQ(log.Position(), 5u);
+  log.WriteText(u"two\r\n");
+  log.Close();
+  EXPECT_EQ(app.Content(app.Path(u"log")), u"one\r\ntwo\r\n");
+}
+
+TEST_F(SimpleFileTest, FullDiskShowsAtFlushAndClose) {
+  SimpleFile file(app.Path(u"f"));
+  ASSERT_TRUE(file.Open(kFileWrite));
+  app.LimitWrites(10);
+  EXPECT_EQ(file.Write(MakeBytes(8, 9)), 8u);
+  EXPECT_TRUE(file.Flush());
+  file.Write(MakeBytes(8, 9));
+  EXPECT_FALSE(file.Flush());
+  EXPECT_FALSE(file.IsGood());
+  EXPECT_EQ(file.Write(MakeBytes(1, 9)), 0u);
+  EXPECT_FALSE(file.Close());
+}
+
+TEST_F(SimpleFileTest, SeekBeforeTheStartWarnsAndStays) {
+  SimpleFile file(Put(u"f", AsBytes("abc")));
+  ASSERT_TRUE(file.Open(kFileRead));
+  file.Seek(2);
+  EXPECT_EQ(file.Seek(4, true), 2u);
+  EXPECT_EQ(app.Warnings().at(0), (TestApp::Warning{u"SetFilePointer Failed!", u"FileIO"}));
+  file.Close();
+  EXPECT_EQ(file.Seek(1), 0u) << "closed";
+}
+
+// --- Memory --------------------------------------------------------------------------------------
+
+TEST_F(SimpleFileTest, MemoryGrowsInSteps) {
+  SimpleFile file;
+  ASSERT_TRUE(file.OpenMemory(kFileWrite));
+  EXPECT_EQ(file.Write(MakeBytes(0x1FFFFF, 9)), 0x1FFFFFu);
+  EXPECT_EQ(file.MemoryCapacity(), 0x200000u);
+  file.Write(MakeBytes(1, 9));
+  EXPECT_EQ(file.MemoryCapacity(), 0x300000u);
+}
+
+TEST_F(SimpleFileTest, GapInMemoryIsZero) {
+  SimpleFile file;
+  ASSERT_TRUE(file.OpenMemory(kFileWrite, VoidBuffer(AsBytes("abcdefgh"))));
+  file.Seek(100);
+  file.WriteText(u"x");
+  Bytes expected = BytesOf("abcdefgh");
+  expected.resize(100);
+  expected.push_back('x');
+  EXPECT_EQ(Bytes(file.MemoryBytes().begin(), file.MemoryBytes().end()), expected);
+}
+
+TEST_F(SimpleFileTest, CallersBufferIsResizedWithAWarning) {
+  VoidBuffer buffer(AsBytes("abc"));
+  SimpleFile file;
+  ASSERT_TRUE(file.AttachMemory(kFileRead | kFileWrite, buffer));
+  file.WriteText(u"xyz");
+  EXPECT_TRUE(app.Warnings().empty());
+  file.WriteText(u"123");
+  EXPECT_EQ(app.Warnings().at(0),
+            (TestApp::Warning{u"SimpleFile", u"RamFile is not mine to resize"}));
+  file.Close();
+  EXPECT_EQ(TextOf(buffer.Bytes()), u"xyz123");
+}
+
+TEST_F(SimpleFileTest, BadMemoryReadsWarn) {
+  const TestApp::Warning badRead{u"SimpleFile", u"Bad ram read"};
+  SimpleFile file;
+  ASSERT_TRUE(file.OpenMemory(kFileRead, VoidBuffer(AsBytes("abc"))));
+  Bytes bytes(4, 1);
+  file.Seek(10);
+  EXPECT_EQ(file.Read(bytes), 0u);
+  EXPECT_EQ(bytes, Bytes(4, 0));
+  EXPECT_EQ(file.Position(), 3u) << "falls back by the negative count";
+  EXPECT_EQ(file.Read(bytes), 0u);
+  EXPECT_EQ(app.Warnings(), (std::vector{badRead, badRead}));
+  file.Close();
+  EXPECT_EQ(file.Read(bytes), 0u) << "a closed file reads nothing and says nothing";
+  ASSERT_TRUE(file.OpenMemory(kFileWrite));
+  EXPECT_EQ(file.Write({}), 0u);
+  EXPECT_EQ(app.Warnings().back(), (TestApp::Warning{u"SimpleFile", u"Bad ram write"}));
+}
+
+// --- Lines ---------------------------------------------------------------------------------------
+
+std::vector<KorText> ReadLines(SimpleFile& file, std::size_t longest = KorText::kNone) {
+  std::vector<KorText> lines;
+  KorText line;
+  while (file.ReadLine(line, longest))
+    lines.push_back(line);
+  return lines;
+}
+
+TEST_F(SimpleFileTest, LinesEndWithLfOrCrLf) {
+  struct {
+    const char* content;
+    std::vector<KorText> lines;
+  } const cases[] = {
+      {"", {}},
+      {"\n", {u""}},
+      {"a", {u"a"}},
+      {"a\r\nb\nc", {u"a", u"b", u"c"}},
+      {"a\rb\r\r\n\r\n\nz\r", {u"a\rb\r", u"", u"", u"z\r"}},
+      {"\xE9\xFF\n", {u"\u00E9\u00FF"}},
+  };
+  for (const auto& c : cases) {
+    const KorText path = Put(u"f", AsBytes(c.content));
+    for (const std::uint32_t mode : {kFileRead | kFileText, +kFileRead, kFileRead | kFileWrite}) {
+      SimpleFile file(path);
+      ASSERT_TRUE(file.Open(mode));
+      EXPECT_EQ(ReadLines(file), c.lines) << c.content << " mode " << mode;
+    }
+  }
+  EXPECT_TRUE(app.Warnings().empty());
+}
+
+TEST_F(SimpleFileTest, LinesOfEveryEncodingComeBackAcrossTheCacheBorders) {
+  std::vector<KorText> lines;
+  for (unsigned i = 0; i < 3000; ++i) {
+    // U+0A0D and U+0D0A hold the bytes of line ends in UTF-16.
+    lines.push_back(KorText::Format(u"N%i \u0A0D\u0D0AG01 X%i %s", i, i * 37,
+                                    KorText(i % 101, static_cast<char16_t>(u'\u00C0' + i % 64))));
+  }
+  for (const std::uint32_t encoding : {+kFileUtf8, +kFileUnicode}) {
+    for (const char16_t* end : {u"\r\n", u"\n"}) {
+      SimpleFile file(app.Path(u"f"));
+      ASSERT_TRUE(file.Open(kFileWrite | kFileText | encoding));
+      for (const KorText& line : lines)
+        file.WriteText(line + end);
+      ASSERT_TRUE(file.Close());
+      for (const std::uint32_t mode : {kFileRead | kFileText, kFileRead | kFileWrite | kFileText}) {
+        ASSERT_TRUE(file.Open(mode));
+        EXPECT_EQ(ReadLines(file), lines);
+        file.Close();
+      }
+    }
+  }
+}
+
+TEST_F(SimpleFileTest, OverlongLineComesCut) {
+  const KorText path = Put(u"f", AsBytes("12345\r\n1234567890\n12345\n"));
+  SimpleFile file(path);
+  ASSERT_TRUE(file.Open(kFileRead | kFileText));
+  const std::vector<KorText> lines = ReadLines(file, 5);
+  ASSERT_GE(lines.size(), 3u);
+  EXPECT_EQ(lines[0], u"12345");
+  EXPECT_GT(lines[1].Length(), 5u);
+  EXPECT_EQ(lines.back(), u"12345");
+}
+
+TEST_F(SimpleFileTest, ReadingOnAfterALineIsInStep) {
+  SimpleFile file(Put(u"f", AsBytes("first\r\nsecond\nrest of it")));
+  for (const std::uint32_t mode : {+kFileRead, kFileRead | kFileText, kFileRead | kFileWrite}) {
+    ASSERT_TRUE(file.Open(mode));
+    KorText line;
+    EXPECT_TRUE(file.ReadLine(line));
+    EXPECT_EQ(file.Position(), 7u);
+    EXPECT_TRUE(file.ReadLine(line));
+    EXPECT_EQ(line, u"second");
+    EXPECT_EQ(file.ReadAll(), BytesOf("rest of it"));
+    file.Close();
+  }
+}
+
+TEST_F(SimpleFileTest, ReadAllToldOfAReadFault) {
+  SimpleFile file(Put(u"f", MakeBytes(1000, 9)));
+  app.LimitReads(500);
+  ASSERT_TRUE(file.Open(kFileRead));
+  EXPECT_EQ(file.ReadAll(), std::nullopt);
+}
+
+// --- Compressed ----------------------------------------------------------------------------------
+
+TEST_F(SimpleFileTest, CompressedFileIsWrittenAndReadTransparently) {
+  const KorText path = app.Path(u"work/f");
+  app.MakeFolder(app.Path(u"work"));
+  const Bytes content = MakeBytes(100000, 10);
+  SimpleFile file(path);
+  ASSERT_TRUE(file.Open(kFileWrite, false, true));
+  EXPECT_EQ(file.Write(content), content.size());
+  EXPECT_TRUE(file.Close());
+  EXPECT_EQ(Leftovers(), std::vector<KorText>{u"f"});
+  EXPECT_TRUE(IsCompressedFile(path));
+  EXPECT_LT(Get(path)->size(), content.size() / 2);
+  FileResult result = FileResult::Failure;
+  ASSERT_TRUE(file.Open(kFileRead, false, true, &result));
+  EXPECT_EQ(result, FileResult::Success);
+  EXPECT_EQ(file.ReadAll(), content);
+  file.Close();
+  EXPECT_EQ(Leftovers(), std::vector<KorText>{u"f"});
+}
+
+TEST_F(SimpleFileTest, CompressedOpenTellsPlainFromDamaged) {
+  const Bytes plain = BytesOf("a plain file that is longer than a signature");
+  SimpleFile file(Put(u"f", plain));
+  FileResult result = FileResult::Failure;
+  ASSERT_TRUE(file.Open(kFileRead, false, true, &result));
+  EXPECT_EQ(result, FileResult::Success);
+  EXPECT_FALSE(file.IsCompressed());
+  EXPECT_EQ(file.ReadAll(), plain);
+  file.Close();
+  Put(u"f", AsBytes("KOR Compressed FILE \xA9 2005 and so on"));
+  EXPECT_FALSE(file.Open(kFileRead, false, true, &result));
+  EXPECT_EQ(result, FileResult::Corrupt);
+  app.RemoveFile(app.Path(u"f"));
+  EXPECT_FALSE(file.Open(kFileRead, false, true, &result));
+  EXPECT_EQ(result, FileResult::SourceUnreadable);
+}
+
+TEST_F(SimpleFileTest, FailedCompressedWriteKeepsTheOlderFile) {
+  const KorText path = app.Path(u"work/f");
+  for (const bool existed : {true, false}) {
+    if (existed)
+      app.Put(path, u"older");
+    else
+      app.RemoveFile(path);
+    SimpleFile file(path);
+    ASSERT_TRUE(file.Open(kFileWrite, false, true));
+    file.Write(MakeBytes(1000, 10));
+    app.FailRename(true);
+    EXPECT_FALSE(file.Close());
+    app.ClearFaults();
+    EXPECT_EQ(Leftovers(), existed ? std::vector<KorText>{u"f"} : std::vector<KorText>{});
+    EXPECT_EQ(app.Content(path), existed ? std::optional<KorText>(u"older") : std::nullopt);
+  }
+}
+
+} // namespace
+} // namespace kor
