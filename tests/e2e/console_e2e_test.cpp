@@ -1,0 +1,225 @@
+// ncedl-console as a process on a pseudo-terminal, with the test as the controller: what the user, the
+// line, the disk and the system may do to it.
+#include <gtest/gtest.h>
+
+#include <signal.h>
+
+#include <functional>
+#include <memory>
+#include <random>
+#include <string>
+
+#include "tests/support/host_process.h"
+
+namespace kor {
+namespace {
+
+using support::FarEnd;
+using support::HostFolders;
+using support::Milliseconds;
+using support::Process;
+using Clock = std::chrono::steady_clock;
+
+constexpr const char* kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
+constexpr const char* kXon = "\x11";
+constexpr const char* kXoff = "\x13";
+
+std::string Program(std::size_t lines) {
+  std::string text;
+  for (std::size_t i = 1; i <= lines; ++i)
+    text += "N" + std::to_string(i * 10) + " G01 X1000.000 Y2000.000\n";
+  return text;
+}
+
+class ConsoleE2e : public testing::Test {
+ protected:
+  void StartHost(const std::vector<std::string>& arguments = {}) {
+    host = folders.Start("ncedl-console", arguments);
+    ASSERT_TRUE(host->Expect(" 1 Waiting...")) << host->Diagnostics();
+  }
+  void StartServing() {
+    line = std::make_unique<FarEnd>(folders.Line());
+    StartHost();
+    ASSERT_EQ(line->Exchange("XYZ"), kAlphabet);
+  }
+  void BeginDownload(const std::string& number) {
+    ASSERT_EQ(line->Exchange("FH " + number), "&LP 00" + number);
+    ASSERT_EQ(line->Exchange(">"), "Download to NCE in progress. &FH 00" + number);
+    ASSERT_NE(line->Exchange(">"), "");
+  }
+  void BeginUpload(const std::string& number) {
+    line->Exchange("FH " + number); // an upload is named by the last download request
+    ASSERT_EQ(line->Exchange("TH 1"), "Upload from NCE  in progress. &TH " + number);
+  }
+  void Quit() {
+    host->Type("quit");
+    EXPECT_EQ(host->WaitForExit(), 0) << host->Diagnostics();
+  }
+
+  HostFolders folders{NCEDL_PROGRAMS};
+  std::unique_ptr<FarEnd> line;
+  std::unique_ptr<Process> host;
+};
+
+TEST_F(ConsoleE2e, ServesAndTellsItsStatusWhenPiped) {
+  StartServing();
+  EXPECT_TRUE(host->Expect(" 2 Loop Back Test\n"));
+  host->Type("status");
+  EXPECT_TRUE(host->Expect("status 2 Loop Back Test\n"));
+  EXPECT_EQ(line->Exchange("FH 404"), "%% File 404 not found on Host Computer");
+  EXPECT_TRUE(host->Expect(" 9 Download could not open/read from"));
+  host->CloseInput(); // the end of input is no reason to end
+  EXPECT_EQ(line->Exchange("XYZ"), kAlphabet);
+  host->Signal(SIGTERM);
+  EXPECT_EQ(host->WaitForExit(), 0);
+}
+
+// Whatever the line does, the program ends within a second by its own steps.
+TEST_F(ConsoleE2e, EndsWithinASecondInEveryStateByEveryWay) {
+  support::WriteWholeFile(folders.Download("0000123.MPG"), Program(40000));
+  struct State {
+    const char* name;
+    std::function<void()> reach;
+  };
+  const State states[] = {
+      {"idle", [] {}},
+      {"held by XOFF", [this] { line->Send(std::string(kXoff) + "XYZ\rDH\r"); }},
+      {"in mid-download", [this] { BeginDownload("0000123"); }},
+      {"in mid-upload", [this] { BeginUpload("0000123"); }},
+      {"a line that never drains",
+       [this] { host->Type("send " + folders.Download("0000123.MPG")); }},
+  };
+  const std::pair<const char*, std::function<void()>> ways[] = {
+      {"quit", [this] { host->Type("quit"); }},
+      {"SIGINT", [this] { host->Signal(SIGINT); }},
+      {"SIGTERM", [this] { host->Signal(SIGTERM); }},
+  };
+  for (const State& state : states) {
+    for (const auto& [way, end] : ways) {
+      SCOPED_TRACE(std::string(state.name) + ", " + way);
+      StartServing();
+      state.reach();
+      const Clock::time_point begin = Clock::now();
+      end();
+      EXPECT_EQ(host->WaitForExit(), 0) << host->Diagnostics();
+      EXPECT_LT(Clock::now() - begin, std::chrono::seconds(1));
+    }
+  }
+  EXPECT_EQ(folders.UploadNames(), std::vector<std::string>());
+}
+
+TEST_F(ConsoleE2e, AHeldReplyGoesOutWholeWhenTheLineIsFree) {
+  StartServing();
+  line->Send(std::string(kXoff) + "XYZ\r");
+  EXPECT_EQ(line->Receive("\r", Milliseconds(300)), "");
+  line->Send(kXon);
+  EXPECT_EQ(line->Receive(), std::string(kAlphabet) + "\r");
+  Quit();
+}
+
+TEST_F(ConsoleE2e, AKilledUploadLeavesTheOldProgramAndTheNextStartCleansUp) {
+  support::WriteWholeFile(folders.Upload("7.MPG"), "OLD\n");
+  StartServing();
+  BeginUpload("7");
+  ASSERT_EQ(line->Exchange("04NEW!5C"), ">");
+  host->Signal(SIGKILL);
+  ASSERT_EQ(host->WaitForExit(), 128 + SIGKILL);
+  line->Abandon();
+  EXPECT_EQ(support::ReadWholeFile(folders.Upload("7.MPG")), "OLD\n");
+  EXPECT_EQ(folders.UploadNames().size(), 2U) << "the temporary file that the next start removes";
+  StartHost();
+  EXPECT_EQ(line->Exchange("XYZ"), kAlphabet);
+  EXPECT_EQ(folders.UploadNames(), std::vector<std::string>{"7.MPG"});
+  Quit();
+}
+
+TEST_F(ConsoleE2e, AFullDiskEndsAnUploadAndLeavesTheOldProgram) {
+  support::WriteWholeFile(folders.Upload("7.MPG"), "OLD\n");
+  line = std::make_unique<FarEnd>(folders.Line());
+  support::ProcessOptions options = folders.Options();
+  options.largestFile = 100'000;
+  host = std::make_unique<Process>(folders.Program("ncedl-console"), options);
+  ASSERT_TRUE(host->Expect(" 1 Waiting..."));
+  BeginUpload("7");
+  const std::string block(200, 'X');
+  std::string reply = ">";
+  int accepted = 0;
+  while (reply == ">" && accepted < 1000) {
+    reply = line->Exchange("C8" + block + "!!00");
+    ++accepted;
+  }
+  EXPECT_EQ(reply, "<");
+  EXPECT_TRUE(host->Expect(" 15 Upload Error(s)"));
+  EXPECT_EQ(folders.UploadNames(), std::vector<std::string>{"7.MPG"});
+  EXPECT_EQ(support::ReadWholeFile(folders.Upload("7.MPG")), "OLD\n");
+  EXPECT_EQ(line->Exchange("XYZ"), kAlphabet);
+  Quit();
+}
+
+TEST_F(ConsoleE2e, ADeviceThatVanishesIsServedAgainWhenItIsBack) {
+  support::WriteWholeFile(folders.Download("0000123.MPG"), Program(1000));
+  StartServing();
+  BeginDownload("0000123");
+  line.reset();
+  ASSERT_TRUE(host->Expect(" 0 No Link"));
+  // Long enough for a report per attempt to show itself.
+  EXPECT_FALSE(host->Expect(" 1 Waiting...", Milliseconds(2500)));
+  const std::string reports = host->Diagnostics();
+  EXPECT_EQ(std::count(reports.begin(), reports.end(), '\n'), 1) << reports;
+  const FarEnd taken(folders.Line() + "-other"); // the device's number is another one now
+  line = std::make_unique<FarEnd>(folders.Line());
+  const Clock::time_point back = Clock::now();
+  std::string reply;
+  while (reply != kAlphabet && Clock::now() - back < std::chrono::seconds(3)) {
+    line->Send("XYZ\r");
+    reply = line->Receive("\r", Milliseconds(100));
+    if (reply.ends_with('\r')) reply.pop_back();
+  }
+  EXPECT_EQ(reply, kAlphabet);
+  EXPECT_LT(Clock::now() - back, std::chrono::seconds(2));
+  EXPECT_EQ(host->Diagnostics(), reports);
+  Quit();
+}
+
+TEST_F(ConsoleE2e, RandomBytesAreSurvivedAndTheNextGoodRequestIsAnswered) {
+  StartServing();
+  std::mt19937 random(20261121);
+  std::uniform_int_distribution<int> byte(0, 255), length(1, 6000);
+  for (int round = 0; round < 40; ++round) {
+    std::string noise(static_cast<std::size_t>(length(random)), '\0');
+    for (char& c : noise)
+      c = static_cast<char>(byte(random));
+    line->Send(noise);
+    line->Discard();
+  }
+  line->Send(std::string(kXon) + "\r]\r\r");
+  line->Receive("never", Milliseconds(200));
+  EXPECT_EQ(line->Exchange("XYZ"), kAlphabet);
+  Quit();
+}
+
+TEST_F(ConsoleE2e, SettingsOfNonsenseGiveDefaultsAndAreReplacedAtTheEnd) {
+  support::WriteWholeFile(folders.SettingsFile(), std::string("\0\xFF[Port Set\r\n=\n[", 18));
+  StartServing();
+  host->Type("settings");
+  EXPECT_TRUE(host->Expect("baudrate         2400\n"));
+  host->Type("set baudrate 19200");
+  Quit();
+  StartServing();
+  host->Type("settings");
+  EXPECT_TRUE(host->Expect("baudrate         19200\n"));
+  Quit();
+}
+
+TEST_F(ConsoleE2e, AnUploadFolderThatIsNotThereIsAnsweredAsTheControllerKnowsIt) {
+  std::filesystem::remove(folders.Upload(""));
+  support::WriteWholeFile(folders.Path("", "up"), "no folder");
+  StartServing();
+  line->Exchange("FH 7");
+  EXPECT_EQ(line->Exchange("TH 7"), "%% Unable to create file on Host Computer");
+  EXPECT_TRUE(host->Expect(" 10 Upload could not open/write to"));
+  Quit();
+}
+
+} // namespace
+} // namespace kor
