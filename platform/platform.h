@@ -8,6 +8,7 @@
 
 #if defined(_WIN32)
 #include "platform/win32/app_interface_win32.h"
+#include "platform/win32/serial_port_win32.h"
 #else
 #include "platform/posix/app_interface_posix.h"
 #include "platform/posix/serial_port_posix.h"
@@ -17,6 +18,7 @@ namespace kor {
 
 #if defined(_WIN32)
 using PlatformAppInterface = Win32AppInterface;
+using PlatformSerialPort = Win32SerialPort;
 #else
 using PlatformAppInterface = PosixAppInterface;
 using PlatformSerialPort = PosixSerialPort;

@@ -1,0 +1,302 @@
+#include "platform/win32/serial_port_win32.h"
+
+#include <windows.h>
+
+#include <mmsystem.h>
+
+#include <algorithm>
+#include <array>
+#include <string>
+#include <utility>
+
+#include "services/core/app_interface.h"
+
+namespace kor {
+
+namespace {
+
+const wchar_t* Wide(const KorText& text) {
+  static_assert(sizeof(wchar_t) == sizeof(char16_t));
+  return reinterpret_cast<const wchar_t*>(text.CStr());
+}
+
+HANDLE OpenDevice(const KorText& name) {
+  return ::CreateFileW(Wide(name), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
+                       FILE_ATTRIBUTE_NORMAL, nullptr);
+}
+
+bool IsComName(const KorText& name) {
+  const KorText digits = name.Mid(3);
+  return name.StartsWithNoCase(u"COM") && !digits.IsEmpty() &&
+         std::ranges::all_of(digits.View(), [](char16_t c) { return c >= u'0' && c <= u'9'; });
+}
+
+constexpr DWORD kErrorNoSuchDevice = 433; // not in every compiler's headers
+
+// What drivers answer once the adapter is out of its socket. Not ERROR_OPERATION_ABORTED: a cancelled
+// write gives it, and so does a line error on a port that is set to stop at errors.
+bool MeansGone(DWORD error) {
+  constexpr std::array<DWORD, 9> kGone = {
+      ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED,  ERROR_BAD_COMMAND,
+      ERROR_GEN_FAILURE,    ERROR_DEV_NOT_EXIST,  kErrorNoSuchDevice,
+      ERROR_IO_DEVICE,      ERROR_DEVICE_REMOVED, ERROR_DEVICE_NOT_CONNECTED};
+  return std::ranges::find(kGone, error) != kGone.end();
+}
+
+void ToSystem(const DeviceControlBlock& block, DCB& dcb) {
+  dcb.BaudRate = block.baudRate;
+  dcb.ByteSize = block.dataBits;
+  dcb.Parity = static_cast<BYTE>(block.parity);
+  dcb.StopBits = static_cast<BYTE>(block.stopBits);
+  dcb.fOutxCtsFlow = block.outxCtsFlow;
+  dcb.fOutxDsrFlow = block.outxDsrFlow;
+  dcb.fDsrSensitivity = block.dsrSensitivity;
+  dcb.fDtrControl = static_cast<DWORD>(block.dtrControl) & 3;
+  dcb.fRtsControl = static_cast<DWORD>(block.rtsControl) & 3;
+  dcb.fOutX = block.outX;
+  dcb.fInX = block.inX;
+  dcb.XonChar = static_cast<char>(block.xonChar);
+  dcb.XoffChar = static_cast<char>(block.xoffChar);
+}
+
+DeviceControlBlock FromSystem(const DCB& dcb) {
+  DeviceControlBlock block;
+  block.baudRate = dcb.BaudRate;
+  block.dataBits = dcb.ByteSize;
+  block.parity = static_cast<Parity>(dcb.Parity);
+  block.stopBits = static_cast<StopBits>(dcb.StopBits);
+  block.outxCtsFlow = dcb.fOutxCtsFlow != 0;
+  block.outxDsrFlow = dcb.fOutxDsrFlow != 0;
+  block.dsrSensitivity = dcb.fDsrSensitivity != 0;
+  block.dtrControl = static_cast<LineControl>(dcb.fDtrControl);
+  block.rtsControl = static_cast<LineControl>(dcb.fRtsControl); // 3, toggle, passes unchanged
+  block.outX = dcb.fOutX != 0;
+  block.inX = dcb.fInX != 0;
+  block.xonChar = static_cast<std::uint8_t>(dcb.XonChar);
+  block.xoffChar = static_cast<std::uint8_t>(dcb.XoffChar);
+  return block;
+}
+
+DCB EmptyBlock() {
+  DCB dcb{};
+  dcb.DCBlength = sizeof(DCB);
+  dcb.fBinary = TRUE; // the only mode that the system has
+  return dcb;
+}
+
+std::uint32_t HoldsOf(const COMSTAT& line) {
+  std::uint32_t holds = 0;
+  if (line.fCtsHold) holds |= kCtsHold;
+  if (line.fDsrHold) holds |= kDsrHold;
+  if (line.fRlsdHold) holds |= kRlsdHold;
+  if (line.fXoffHold) holds |= kXoffHold;
+  if (line.fXoffSent) holds |= kXoffSent;
+  return holds;
+}
+
+} // namespace
+
+struct Win32SerialPort::State {
+  HANDLE device = INVALID_HANDLE_VALUE;
+  HANDLE wake = ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
+  DCB dcb = EmptyBlock();
+  DWORD laterErrors = 0; // seen by WaitReadable, for the next GetStatus
+  DWORD lastError = 0;
+  bool gone = false;
+
+  Mutex mutex;
+  HANDLE writer KOR_GUARDED_BY(mutex) = nullptr; // the thread that is inside WriteFile
+
+  ~State() { ::CloseHandle(wake); }
+};
+
+// While it lives Interrupt can find the thread that writes.
+class Win32SerialPort::WriterMark {
+ public:
+  explicit WriterMark(State& ofPort) : state(ofPort) {
+    HANDLE thread = nullptr;
+    ::DuplicateHandle(::GetCurrentProcess(), ::GetCurrentThread(), ::GetCurrentProcess(), &thread,
+                      THREAD_TERMINATE, FALSE, 0);
+    Lock lock(state.mutex);
+    state.writer = thread;
+  }
+  ~WriterMark() {
+    Lock lock(state.mutex);
+    if (state.writer) ::CloseHandle(state.writer);
+    state.writer = nullptr;
+  }
+  WriterMark(const WriterMark&) = delete;
+  WriterMark& operator=(const WriterMark&) = delete;
+
+ private:
+  State& state;
+};
+
+Win32SerialPort::Win32SerialPort() : state(std::make_unique<State>()) {}
+
+Win32SerialPort::~Win32SerialPort() {
+  Close();
+}
+
+bool Win32SerialPort::Succeed(bool success) {
+  if (success) return true;
+  state->lastError = ::GetLastError();
+  state->gone = MeansGone(state->lastError);
+  return false;
+}
+
+KorText Win32SerialPort::LastErrorText() const {
+  return App().ErrorText(state->lastError & 0xFFFF);
+}
+
+bool Win32SerialPort::IsGone() const {
+  return state->gone;
+}
+
+// --- Opening and closing --------------------------------------------------------------------------
+
+bool Win32SerialPort::Open(const KorText& name) {
+  Close();
+  HANDLE device = OpenDevice(name);
+  if (device == INVALID_HANDLE_VALUE && ::GetLastError() == ERROR_FILE_NOT_FOUND && IsComName(name))
+    device = OpenDevice(KorText(u"\\\\.\\") + name);
+  if (!Succeed(device != INVALID_HANDLE_VALUE)) {
+    // In use by another program; only on an open port does it tell of a pulled adapter.
+    if (state->lastError == ERROR_ACCESS_DENIED) state->gone = false;
+    return false;
+  }
+  state->device = device;
+  state->dcb = EmptyBlock();
+  state->laterErrors = 0;
+  state->gone = false;
+  ::timeBeginPeriod(1);
+  return true;
+}
+
+bool Win32SerialPort::IsOpen() const {
+  return state->device != INVALID_HANDLE_VALUE;
+}
+
+bool Win32SerialPort::Close() {
+  if (!IsOpen()) return true;
+  ::timeEndPeriod(1);
+  // The system would wait in CloseHandle for bytes that a held line doesn't take.
+  ::PurgeComm(state->device, PURGE_TXABORT | PURGE_TXCLEAR | PURGE_RXABORT | PURGE_RXCLEAR);
+  return Succeed(::CloseHandle(std::exchange(state->device, INVALID_HANDLE_VALUE)));
+}
+
+// --- Settings -------------------------------------------------------------------------------------
+
+bool Win32SerialPort::SetQueueSizes(std::uint32_t input, std::uint32_t output) {
+  return Succeed(::SetupComm(state->device, input, output));
+}
+
+bool Win32SerialPort::GetControlBlock(DeviceControlBlock& block) {
+  DCB dcb = EmptyBlock();
+  if (!Succeed(::GetCommState(state->device, &dcb))) return false;
+  state->dcb = dcb;
+  block = FromSystem(dcb);
+  return true;
+}
+
+bool Win32SerialPort::BuildControlBlock(const KorText& text, DeviceControlBlock& block) {
+  DCB dcb = state->dcb;
+  ToSystem(block, dcb);
+  if (!Succeed(::BuildCommDCBW(Wide(text), &dcb))) return false;
+  state->dcb = dcb;
+  block = FromSystem(dcb);
+  return true;
+}
+
+bool Win32SerialPort::SetControlBlock(const DeviceControlBlock& block) {
+  DCB dcb = state->dcb;
+  ToSystem(block, dcb);
+  return Succeed(::SetCommState(state->device, &dcb));
+}
+
+bool Win32SerialPort::SetTimeouts(const PortTimeouts& timeouts) {
+  COMMTIMEOUTS system{timeouts.readInterval, timeouts.readMultiplier, timeouts.readConstant,
+                      timeouts.writeMultiplier, timeouts.writeConstant};
+  return Succeed(::SetCommTimeouts(state->device, &system));
+}
+
+// --- Traffic --------------------------------------------------------------------------------------
+
+bool Win32SerialPort::GetStatus(LineStatus& status) {
+  DWORD errors = 0;
+  COMSTAT line{};
+  if (!Succeed(::ClearCommError(state->device, &errors, &line))) return false;
+  status.errors = errors | std::exchange(state->laterErrors, DWORD{0});
+  status.holds = HoldsOf(line);
+  status.inQueue = line.cbInQue;
+  status.outQueue = line.cbOutQue;
+  return true;
+}
+
+bool Win32SerialPort::Read(std::span<std::uint8_t> to, std::size_t& readCount) {
+  DWORD count = 0;
+  readCount = 0;
+  if (!Succeed(
+          ::ReadFile(state->device, to.data(), static_cast<DWORD>(to.size()), &count, nullptr)))
+    return false;
+  readCount = count;
+  return true;
+}
+
+bool Win32SerialPort::Write(std::span<const std::uint8_t> from, std::size_t& writtenCount) {
+  DWORD count = 0;
+  writtenCount = 0;
+  WriterMark mark(*state);
+  if (::WaitForSingleObject(state->wake, 0) == WAIT_OBJECT_0) return true; // interrupted before
+  const bool written = ::WriteFile(state->device, from.data(), static_cast<DWORD>(from.size()),
+                                   &count, nullptr) != FALSE;
+  if (!written && ::GetLastError() == ERROR_OPERATION_ABORTED &&
+      ::WaitForSingleObject(state->wake, 0) == WAIT_OBJECT_0)
+    return true;
+  if (!Succeed(written)) return false;
+  writtenCount = count;
+  return true;
+}
+
+bool Win32SerialPort::PurgeTransmit() {
+  if (!Succeed(::PurgeComm(state->device, PURGE_TXCLEAR))) return false;
+  ::EscapeCommFunction(state->device, SETXON); // as if XON had been received
+  return true;
+}
+
+bool Win32SerialPort::PurgeReceive() {
+  return Succeed(::PurgeComm(state->device, PURGE_RXCLEAR));
+}
+
+// --- Waiting --------------------------------------------------------------------------------------
+
+// True also when the device doesn't answer: the caller has to see that.
+bool Win32SerialPort::HasInput() {
+  DWORD errors = 0;
+  COMSTAT line{};
+  if (!IsOpen()) return false;
+  if (!::ClearCommError(state->device, &errors, &line)) return true;
+  state->laterErrors |= errors;
+  return line.cbInQue > 0;
+}
+
+void Win32SerialPort::WaitReadable(std::chrono::microseconds atMost) {
+  const auto until = std::chrono::steady_clock::now() + atMost;
+  while (!HasInput() && std::chrono::steady_clock::now() < until)
+    if (::WaitForSingleObject(state->wake, 1) == WAIT_OBJECT_0) return;
+}
+
+// The writing thread may be just before or behind the call that waits, where there is nothing to
+// cancel yet: the event stays set for it, and the cancelling is repeated until it has left.
+void Win32SerialPort::Interrupt() {
+  ::SetEvent(state->wake);
+  for (int i = 0; i < 100; ++i) {
+    {
+      Lock lock(state->mutex);
+      if (!state->writer || ::CancelSynchronousIo(state->writer)) return;
+    }
+    ::Sleep(1);
+  }
+}
+
+} // namespace kor
