@@ -125,6 +125,16 @@ void AppInterface::WriteLog(const KorText& text) {
   if (log) log->Write({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
 }
 
+void AppInterface::SetFailureNotice(const KorText& text) {
+  Lock lock(mutex);
+  failureNotice = text;
+}
+
+KorText AppInterface::FailureNotice() {
+  Lock lock(mutex);
+  return failureNotice;
+}
+
 // --- Debug modes --------------------------------------------------------------------------------
 
 DebugMode* AppInterface::FindMode(const KorText& name) {

@@ -143,6 +143,10 @@ class AppInterface {
   // path: texts are dropped). A text is written in one piece, one byte per character.
   bool OpenLog(const KorText& path);
   void WriteLog(const KorText& text);
+  // The notice for a failure that nothing else explains, in the user's language. The dictionary sets it
+  // when it is loaded; empty before.
+  void SetFailureNotice(const KorText& text);
+  KorText FailureNotice();
 
   // --- Debug modes ----------------------------------------------------------------------------
   void AddDebugMode(const KorText& group, const KorText& name, const KorText& description,
@@ -255,6 +259,7 @@ class AppInterface {
   KorText entryName;
   Folders folders KOR_GUARDED_BY(mutex);
   KorText propertyText KOR_GUARDED_BY(mutex);
+  KorText failureNotice KOR_GUARDED_BY(mutex);
   std::vector<std::pair<KorText, KorText>> programFolders KOR_GUARDED_BY(mutex);
   RegionalSettings regional KOR_GUARDED_BY(mutex);
   std::vector<DebugMode> debugModes KOR_GUARDED_BY(mutex);
