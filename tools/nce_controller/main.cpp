@@ -1,0 +1,125 @@
+// nce-controller: the machine controller's side of the line, to try cabling and settings without
+// tying up a machine, and to drive the demonstration and the end-to-end tests.
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <iostream>
+#include <memory>
+
+#include "platform/platform.h"
+#include "platform/terminals.h"
+#include "tools/nce_controller/byte_device.h"
+#include "tools/nce_controller/device_line.h"
+#include "tools/nce_controller/fault_line.h"
+#include "tools/nce_controller/flow_line.h"
+#include "tools/nce_controller/options.h"
+#include "tools/nce_controller/runner.h"
+
+namespace kor::controller {
+namespace {
+
+std::atomic<bool> stopWanted = false;
+std::atomic<int> stopSignal = 0;
+static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<int>::is_always_lock_free);
+
+constexpr int kStopSignals[] = {
+    SIGINT,
+    SIGTERM,
+#ifdef SIGHUP
+    SIGHUP,
+#endif
+#ifdef SIGPIPE
+    SIGPIPE,
+#endif
+};
+
+extern "C" void OnStopSignal(int number) {
+  stopSignal = number;
+  stopWanted = true;
+}
+
+int UsageError(const std::string& text) {
+  std::cerr << "nce-controller: " << text << "\nnce-controller --help lists what there is\n";
+  return static_cast<int>(Outcome::Usage);
+}
+
+std::unique_ptr<ByteDevice> OpenDevice(const Options& options, std::string& error) {
+  if (options.port)
+    return OpenPortDevice(std::make_unique<PlatformSerialPort>(), *options.port, options.line,
+                          error);
+  KorText reason;
+  auto terminal = OpenPseudoTerminal(*options.pseudoTerminal, reason);
+  error = reason.ToUtf8();
+  return terminal ? MakePseudoTerminalDevice(std::move(terminal)) : nullptr;
+}
+
+Time FromSeconds(double seconds) {
+  return std::chrono::duration_cast<Time>(std::chrono::duration<double>(seconds));
+}
+
+SessionSettings MakeSessionSettings(const Options& options) {
+  SessionSettings settings;
+  settings.timeout = FromSeconds(options.timeout);
+  settings.byteTime = options.line.BytesTime(1);
+  settings.retries = options.Retries();
+  settings.verify = options.verify || options.errorRate > 0;
+  settings.sendsXon = options.line.flow == FlowControl::XonXoff;
+  return settings;
+}
+
+RunnerSettings MakeRunnerSettings(const Options& options) {
+  RunnerSettings settings;
+  settings.isJson = options.isJson;
+  settings.showsProgress =
+      options.progress == ProgressMode::Always || (options.progress == ProgressMode::OnTerminal &&
+                                                   StreamIsTerminal(StandardStream::Diagnostics));
+  settings.readsBack = options.verify || options.errorRate > 0;
+  settings.knowsSpeed = options.port || options.isPaced;
+  settings.seed = options.seed;
+  settings.line = options.line;
+  return settings;
+}
+
+Outcome RunOnDevice(ByteDevice& device, const Options& options) {
+  DeviceLine cable(device, options.line, options.pseudoTerminal && options.isPaced, stopWanted);
+  FaultLine faulty(cable, options.errorRate, options.seed);
+  const bool hasFaults = options.errorRate > 0;
+  Line& carried = hasFaults ? static_cast<Line&>(faulty) : cable;
+  FlowLine held(carried);
+  const bool isHeld = options.line.flow == FlowControl::XonXoff;
+  Line& line = isHeld ? static_cast<Line&>(held) : carried;
+  Session session(line, MakeSessionSettings(options));
+  Runner runner(session, line, hasFaults ? &faulty : nullptr, MakeRunnerSettings(options),
+                std::cout, std::cerr);
+  Outcome outcome = Outcome::Done;
+  if (options.WaitHost() > 0) outcome = runner.AwaitHost(options.WaitHost());
+  return outcome == Outcome::Done ? runner.Run(options.command) : outcome;
+}
+
+int Main(const std::vector<KorText>& arguments) {
+  PlatformAppInterface app;
+  SetApp(&app);
+  const ParsedOptions parsed = ParseOptions(arguments);
+  const Options& options = parsed.options;
+  if (!parsed.error.empty()) return UsageError(parsed.error);
+  if (options.wantsHelp) std::cout << HelpText();
+  if (options.wantsVersion) std::cout << "nce-controller 26.0.0\n";
+  if (options.wantsHelp || options.wantsVersion) return 0;
+  for (const int number : kStopSignals)
+    std::signal(number, OnStopSignal);
+  std::string error;
+  const auto device = OpenDevice(options, error);
+  if (!device) {
+    std::cerr << "nce-controller: " << error << std::endl;
+    return static_cast<int>(Outcome::SystemFailed);
+  }
+  const Outcome outcome = RunOnDevice(*device, options);
+  return outcome == Outcome::Stopped ? 128 + stopSignal.load() : static_cast<int>(outcome);
+}
+
+} // namespace
+} // namespace kor::controller
+
+int main(int argc, char** argv) {
+  return kor::controller::Main(kor::ProgramArguments(argc, argv));
+}

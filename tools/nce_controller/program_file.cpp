@@ -1,0 +1,37 @@
+#include "tools/nce_controller/program_file.h"
+
+#include <span>
+
+#include "services/core/app_interface.h"
+
+namespace kor::controller {
+namespace {
+
+std::string Failure(const KorText& path) {
+  return path.ToUtf8() + ": " + App().ErrorText(App().LastError()).ToUtf8();
+}
+
+} // namespace
+
+std::string LoadProgram(const KorText& path, std::string& content) {
+  const auto file = App().OpenFile(path, FileAccess::Read);
+  if (!file) return Failure(path);
+  content.resize(static_cast<std::size_t>(file->Size()));
+  const std::span bytes(reinterpret_cast<std::uint8_t*>(content.data()), content.size());
+  if (file->Read(bytes) != content.size()) return Failure(path);
+  return {};
+}
+
+std::string StoreProgram(const KorText& path, std::string_view content) {
+  const KorText beside = path + u".new";
+  const auto file = App().OpenFile(beside, FileAccess::Write);
+  if (!file) return Failure(beside);
+  const std::span bytes(reinterpret_cast<const std::uint8_t*>(content.data()), content.size());
+  const bool isWritten = file->Write(bytes) == content.size() && file->Sync() && file->Close();
+  if (isWritten && App().RenameFile(beside, path)) return {};
+  std::string failure = Failure(path);
+  App().RemoveFile(beside);
+  return failure;
+}
+
+} // namespace kor::controller
