@@ -1,0 +1,79 @@
+// TextEntry, TextLanguage, TextCatagory: what a dictionary is made of. They live in the arrays of a
+// TextHolder, which owns them; one thread at a time.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "files/disk_file.h"
+#include "files/storable.h"
+#include "services/core/kor_text.h"
+
+namespace kor {
+
+// "2026-11-21", the form of dates in translation files; empty for no date.
+KorText DateText(const CalendarDate& date);
+std::optional<CalendarDate> ParseDateText(std::u16string_view text); // an empty text is no date
+
+class TextLanguage : public Storable {
+ public:
+  static constexpr std::uint32_t kClassId = 100095002;
+
+  std::uint32_t ClassId() const override { return kClassId; }
+  void Transfer(DiskFile& file) override;
+  // The name alone when there is no folder, else "Deutsch (de-DE - 1031:1252)".
+  KorText DisplayText() const;
+
+  KorText name;               // in its own language
+  KorText folder;             // its code, such as "de-DE"; part of file names
+  std::uint32_t lcid = 0;     // Windows locale identifier
+  std::uint32_t codepage = 0; // Windows code page
+};
+
+// The name is spelled so in stored data's documentation and stays.
+class TextCatagory : public Storable {
+ public:
+  static constexpr std::uint32_t kClassId = 100095003;
+
+  std::uint32_t ClassId() const override { return kClassId; }
+  void Transfer(DiskFile& file) override;
+
+  std::int32_t id = 0;
+  KorText name;
+  CalendarDate date;
+};
+
+class TextEntry : public Storable {
+ public:
+  static constexpr std::uint32_t kClassId = 100095001;
+  // Text numbers go from 0 to this; the offset table has a place for each up to the highest in use.
+  static constexpr std::int32_t kHighestNumber = 999999;
+
+  std::uint32_t ClassId() const override { return kClassId; }
+  void Transfer(DiskFile& file) override;
+
+  // The translation, or the phrase where it is missing or empty; -1: the phrase.
+  const KorText& TextFor(std::int32_t language) const;
+  const KorText& Translation(std::size_t language) const; // empty where it is missing
+  void SetTranslation(std::size_t language, const KorText& text);
+  CalendarDate LatestModification() const;
+  void AddModification(const CalendarDate& date); // no date, or one already there, is left out
+
+  // "TXTPOS_" and the phrase's letters A-Z a-z and digits, a run of blanks as one "_". Longer than 32
+  // characters, before the prefix is put on, it keeps its first and last 16.
+  static KorText MakeTextPosition(std::u16string_view phrase);
+
+  std::vector<KorText> translations; // by language index; may be shorter than the languages
+  std::vector<CalendarDate> modified;
+  KorText phrase;       // the source text, English
+  KorText comment;      // note for translators
+  KorText textPosition; // "TXTPOS_..."
+  std::int32_t id = 0;
+  std::int32_t categoryId = 0;
+  std::int32_t importance = 0;
+  CalendarDate created;
+  std::uint32_t carried = 0; // a value of older programs, kept as it was read
+};
+
+} // namespace kor

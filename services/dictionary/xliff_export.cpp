@@ -1,0 +1,117 @@
+// TextHolder's XLIFF 1.2 export: one file per language, for translators.
+#include <algorithm>
+#include <pugixml.hpp>
+#include <span>
+#include <string>
+
+#include "services/dictionary/text_holder.h"
+
+namespace kor {
+namespace {
+
+class StringWriter : public pugi::xml_writer {
+ public:
+  explicit StringWriter(std::string& target) : text(target) {}
+  void write(const void* data, std::size_t size) override {
+    text.append(static_cast<const char*>(data), size);
+  }
+
+ private:
+  std::string& text;
+};
+
+void SetAttribute(pugi::xml_node node, const char* name, const KorText& value) {
+  node.append_attribute(name).set_value(value.ToUtf8().c_str());
+}
+
+void AppendText(pugi::xml_node parent, const char* name, const KorText& text) {
+  const pugi::xml_node child = parent.append_child(name);
+  if (!text.IsEmpty()) child.text().set(text.ToUtf8().c_str());
+}
+
+void AppendContext(pugi::xml_node parent, const char* type, const KorText& value) {
+  AppendText(parent, "context", value);
+  parent.last_child().append_attribute("context-type").set_value(type);
+}
+
+void AppendUnit(pugi::xml_node group, const TextEntry& entry, std::size_t language) {
+  pugi::xml_node unit = group.append_child("trans-unit");
+  SetAttribute(unit, "id", KorText::Format(u"%i", entry.id));
+  SetAttribute(unit, "resname", entry.textPosition);
+  SetAttribute(unit, "restype", {});
+  AppendText(unit, "source", entry.phrase);
+  AppendText(unit, "target", entry.Translation(language));
+  pugi::xml_node context = unit.append_child("context-group");
+  SetAttribute(context, "name", u"TransMetaData");
+  AppendContext(context, "x-importance", KorText::Format(u"%i", entry.importance));
+  AppendContext(context, "x-modified", DateText(entry.LatestModification()));
+  AppendText(unit, "note", entry.comment);
+}
+
+// The categories, and a nameless one for each number that an entry has and they lack.
+std::vector<TextCatagory> AllCategories(std::span<const TextCatagory> known,
+                                        std::span<const TextEntry> entries) {
+  std::vector<TextCatagory> all(known.begin(), known.end());
+  for (const TextEntry& entry : entries) {
+    const auto at = std::ranges::lower_bound(all, entry.categoryId, {}, &TextCatagory::id);
+    if (at == all.end() || at->id != entry.categoryId)
+      all.insert(at, TextCatagory())->id = entry.categoryId;
+  }
+  return all;
+}
+
+void AppendGroup(pugi::xml_node body, const TextCatagory& category,
+                 std::span<const TextEntry> entries, std::size_t language) {
+  pugi::xml_node group;
+  for (const TextEntry& entry : entries) {
+    if (entry.categoryId != category.id) continue;
+    if (!group) {
+      group = body.append_child("group");
+      SetAttribute(group, "id", KorText::Format(u"%i", category.id));
+      SetAttribute(group, "restype", category.name);
+    }
+    AppendUnit(group, entry, language);
+  }
+}
+
+} // namespace
+
+bool TextHolder::ExportXLIFF(const KorText& folder, const TitledProgress& progress) {
+  if (!MayExport(u"Export XLIFF")) return false;
+  const auto size = static_cast<double>(languages.size());
+  for (std::size_t i = 0; i < languages.size(); ++i) {
+    if (progress && !progress(u"Export as XLIFF", static_cast<double>(i), size)) return false;
+    if (!WriteXLIFF(KorText::Format(u"%s/dictionary_%s.xlf", folder, languages[i].folder), i))
+      return false;
+  }
+  if (progress) progress(u"Export as XLIFF", size, size);
+  return true;
+}
+
+bool TextHolder::WriteXLIFF(const KorText& target, std::size_t language) const {
+  pugi::xml_document document;
+  pugi::xml_node declaration = document.append_child(pugi::node_declaration);
+  SetAttribute(declaration, "version", u"1.0");
+  SetAttribute(declaration, "encoding", u"UTF-8");
+  pugi::xml_node xliff = document.append_child("xliff");
+  SetAttribute(xliff, "version", u"1.2");
+  pugi::xml_node file = xliff.append_child("file");
+  SetAttribute(file, "source-language", u"en-uk");
+  SetAttribute(file, "target-language", languages[language].folder);
+  SetAttribute(file, "datatype", u"plaintext");
+  SetAttribute(file, "original", u"diction.ary");
+  AppendText(file.append_child("header"), "note",
+             u"Contains UI text for Plenova Applications and Services.");
+  pugi::xml_node body = file.append_child("body");
+  for (const TextCatagory& category : AllCategories(categories, entries))
+    AppendGroup(body, category, entries, language);
+
+  std::string text;
+  StringWriter writer(text);
+  document.save(writer, "  ", pugi::format_default, pugi::encoding_utf8);
+  KorFile out(target);
+  const std::span bytes(reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
+  return out.OpenSafe() && out.Write(bytes) == bytes.size() && out.Commit();
+}
+
+} // namespace kor
