@@ -16,16 +16,13 @@ namespace kor {
 
 namespace {
 
+using posix::Environment;
+
 constexpr FileTime kUnixEpoch = 116444736000000000; // 1970-01-01 in file time
 constexpr FileTime kTicksPerSecond = 10000000;
 constexpr const char16_t* kPathsFile = u"KOR.INI";
 constexpr const char16_t* kDictionaryFile = u"diction.ary";
 constexpr const char16_t* kSystemDataFolder = u"/var/lib/ncedl";
-
-KorText Environment(const char* name) {
-  const char* value = std::getenv(name);
-  return value ? KorText::FromUtf8(value) : KorText();
-}
 
 // The environment's folder variables count only when absolute.
 KorText EnvironmentFolder(const char* name) {
@@ -186,24 +183,6 @@ FileTime PosixAppInterface::FileTimeToLocal(FileTime utc) {
   return utc + static_cast<FileTime>(local.tm_gmtoff) * kTicksPerSecond;
 }
 
-// A locale with the "C" format says nothing about its dates; they then look like the default of
-// RegionalSettings.
-KorText PosixAppInterface::FormatDate(const SystemTime& time) {
-  if (Regional().shortDateFormat != RegionalSettings().shortDateFormat) {
-    Lock lock(localeMutex);
-    const KorText date = userLocale.Format("%x", time);
-    if (!date.IsEmpty()) return date;
-  }
-  return KorText::Format(u"%02i/%02i/%04i", time.day, time.month, time.year);
-}
-
-KorText PosixAppInterface::FormatTime(const SystemTime& time) {
-  Lock lock(localeMutex);
-  const KorText text = userLocale.Format("%X", time);
-  if (!text.IsEmpty()) return text;
-  return KorText::Format(u"%02i:%02i:%02i", time.hour, time.minute, time.second);
-}
-
 std::uint32_t PosixAppInterface::TickCount() {
   return static_cast<std::uint32_t>(Monotonic() / std::chrono::milliseconds(1));
 }
@@ -229,16 +208,6 @@ KorText PosixAppInterface::OperatingSystem() {
                       KorText::FromUtf8(system.release), KorText::FromUtf8(system.machine));
   const KorText distribution = DistributionName(*this);
   return distribution.IsEmpty() ? kernel : distribution + u", " + kernel;
-}
-
-KorText PosixAppInterface::UserLanguage() {
-  for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
-    KorText name = Environment(variable);
-    if (name.IsEmpty()) continue;
-    name = name.Left(name.View().find_first_of(u".@"));
-    return name == u"C" || name == u"POSIX" ? KorText() : name.ReplaceAll(u'_', u'-');
-  }
-  return {};
 }
 
 } // namespace kor

@@ -22,6 +22,10 @@
 
 namespace kor {
 
+namespace posix {
+KorText Environment(const char* name); // empty when the variable is not set
+} // namespace posix
+
 // The user's locale, apart from the process's own, which stays "C".
 class UserLocale {
  public:
@@ -32,6 +36,7 @@ class UserLocale {
   void Reload();
   // An item such as THOUSEP; empty when the locale is not installed.
   KorText Item(int item) const;
+  KorText DateFormat() const; // strftime's; empty when the locale holds none of its own ("C")
   // A time by a strftime format; empty when the locale is not installed.
   KorText Format(const char* format, const SystemTime& time) const;
 

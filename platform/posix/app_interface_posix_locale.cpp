@@ -1,11 +1,15 @@
 #include <langinfo.h>
 #include <time.h>
 
+#include <cstdlib>
+
 #include "platform/posix/app_interface_posix.h"
 
 namespace kor {
 
 namespace {
+
+using posix::Environment;
 
 constexpr std::u16string_view kNoDateFormat = u"%m/%d/%y"; // what the "C" locale holds
 
@@ -54,11 +58,13 @@ KorText DatePicture(const KorText& format) {
   return picture;
 }
 
-// The character after the hours of a time format; "%T" and "%r" stand for ":".
-char16_t SeparatorOf(const KorText& timeFormat) {
+// The punctuation after the hours of a time format; ":" where it is not spelled out ("%T", "%r") or is
+// a word for the hours.
+char16_t TimeSeparatorOf(const KorText& timeFormat) {
   const std::size_t hours = timeFormat.View().find_first_of(u"HIkl");
-  const bool spelled = hours != KorText::kNone && hours > 0 && hours + 1 < timeFormat.Length();
-  return spelled ? timeFormat[hours + 1] : u'\0';
+  if (hours == KorText::kNone || hours + 1 >= timeFormat.Length()) return u':';
+  const char16_t next = timeFormat[hours + 1];
+  return next > u' ' && next < 0x7F ? next : u':';
 }
 
 char16_t FirstOr(const KorText& text, char16_t otherwise) {
@@ -66,6 +72,11 @@ char16_t FirstOr(const KorText& text, char16_t otherwise) {
 }
 
 } // namespace
+
+KorText posix::Environment(const char* name) {
+  const char* value = std::getenv(name);
+  return value ? KorText::FromUtf8(value) : KorText();
+}
 
 UserLocale::UserLocale() : handle(nullptr) {}
 
@@ -75,7 +86,7 @@ UserLocale::~UserLocale() {
 
 void UserLocale::Reload() {
   if (handle) ::freelocale(handle);
-  handle = ::newlocale(LC_ALL_MASK, "", nullptr);
+  handle = ::newlocale(LC_CTYPE_MASK | LC_NUMERIC_MASK | LC_TIME_MASK, "", nullptr);
 }
 
 KorText UserLocale::Decoded(const char* text) const {
@@ -85,6 +96,11 @@ KorText UserLocale::Decoded(const char* text) const {
 
 KorText UserLocale::Item(int item) const {
   return handle ? Decoded(::nl_langinfo_l(item, handle)) : KorText();
+}
+
+KorText UserLocale::DateFormat() const {
+  const KorText format = Item(D_FMT);
+  return format == kNoDateFormat ? KorText() : format;
 }
 
 KorText UserLocale::Format(const char* format, const SystemTime& time) const {
@@ -113,13 +129,36 @@ void PosixAppInterface::LoadRegionalSettings() {
     userLocale.Reload();
     settings.decimalSeparator = FirstOr(userLocale.Item(RADIXCHAR), settings.decimalSeparator);
     settings.thousandsSeparator = FirstOr(userLocale.Item(THOUSEP), settings.thousandsSeparator);
-    const char16_t separator = SeparatorOf(userLocale.Item(T_FMT));
-    if (separator != u'\0') settings.timeSeparator = separator;
-    const KorText date = userLocale.Item(D_FMT);
-    if (!date.IsEmpty() && date != kNoDateFormat) settings.shortDateFormat = DatePicture(date);
+    settings.timeSeparator = TimeSeparatorOf(userLocale.Item(T_FMT));
+    const KorText date = userLocale.DateFormat();
+    if (!date.IsEmpty()) settings.shortDateFormat = DatePicture(date);
   }
   if (settings.decimalSeparator == u',') settings.listSeparator = u';';
   SetRegional(settings);
+}
+
+// A locale without dates of its own gets the order of RegionalSettings' default.
+KorText PosixAppInterface::FormatDate(const SystemTime& time) {
+  Lock lock(localeMutex);
+  if (!userLocale.DateFormat().IsEmpty()) return userLocale.Format("%x", time);
+  return KorText::Format(u"%02i/%02i/%04i", time.day, time.month, time.year);
+}
+
+KorText PosixAppInterface::FormatTime(const SystemTime& time) {
+  Lock lock(localeMutex);
+  const KorText text = userLocale.Format("%X", time);
+  if (!text.IsEmpty()) return text;
+  return KorText::Format(u"%02i:%02i:%02i", time.hour, time.minute, time.second);
+}
+
+KorText PosixAppInterface::UserLanguage() {
+  for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+    KorText name = Environment(variable);
+    if (name.IsEmpty()) continue;
+    name = name.Left(name.View().find_first_of(u".@"));
+    return name == u"C" || name == u"POSIX" ? KorText() : name.ReplaceAll(u'_', u'-');
+  }
+  return {};
 }
 
 } // namespace kor

@@ -10,6 +10,7 @@
 #include <map>
 
 #include "platform/platform.h"
+#include "tests/support/text_printer.h"
 
 namespace kor {
 

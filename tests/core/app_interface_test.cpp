@@ -1,0 +1,284 @@
+#include <gtest/gtest.h>
+
+#include <set>
+#include <thread>
+
+#include "tests/support/test_app.h"
+
+namespace kor {
+namespace {
+
+using Warnings = std::vector<TestApp::Warning>;
+
+class AppInterfaceTest : public testing::Test {
+ protected:
+  TestApp app;
+};
+
+TEST_F(AppInterfaceTest, LogsMessagesAndWarningsInTheirFixedForm) {
+  const KorText log = app.Path(u"app.log");
+  app.Put(log, u"older");
+  app.Report({MessageLevel::Warn, u"I", u"dropped: no log is open", {}, 1});
+  ASSERT_TRUE(app.OpenLog(log));
+  EXPECT_EQ(app.Report({MessageLevel::Norm, u"I", u"M", {}, 7}), 7);
+  EXPECT_EQ(app.Report({MessageLevel::Info, u"", u"100% \"x\"", u"line\nline", -1}), -1);
+  app.Report({static_cast<MessageLevel>(6), u"I", u"M", {}, 0});
+  app.DebugWarning(u"place", u"text \u00E9");
+  ASSERT_TRUE(app.OpenLog({}));
+  app.WriteLog(u"dropped: the log is closed");
+  EXPECT_EQ(app.Content(log), u"older"
+                              u"\n----------------\nMSG:NORM: \"M\" (7)\n Info: \"I\""
+                              u"\n----------------"
+                              u"\n----------------\nMSG:INFO: \"100% \"x\"\" (-1)\n Info: \"\""
+                              u"\nDetails:\nline\nline\n----------------"
+                              u"\n----------------\nMSG:6: \"M\" (0)\n Info: \"I\""
+                              u"\n----------------"
+                              u"\nDBGWARN: \"place\" Info: \"text \u00E9\"");
+  EXPECT_FALSE(app.OpenLog(app.Path(u"missing/app.log")));
+}
+
+TEST_F(AppInterfaceTest, KeepsLogBlocksOfSeveralThreadsWhole) {
+  ASSERT_TRUE(app.OpenLog(app.Path(u"app.log")));
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&] {
+      for (int n = 0; n < 50; ++n)
+        app.Report({MessageLevel::Fatal, u"I", u"M", u"D", 3});
+    });
+  }
+  for (std::thread& thread : threads)
+    thread.join();
+  const KorText block = u"\n----------------\nMSG:FATAL: \"M\" (3)\n Info: \"I\"\nDetails:\nD"
+                        u"\n----------------";
+  EXPECT_EQ(app.Content(app.Path(u"app.log"))->ReplaceAll(block, u"x"), KorText(200, u'x'));
+}
+
+TEST_F(AppInterfaceTest, AnswersAMessageWithWhatTheUserChose) {
+  app.SetReporter([&](const MessageRecord& record) {
+    app.WriteLog(u"a reporter may use the services");
+    return record.number + 1;
+  });
+  EXPECT_EQ(app.Report({MessageLevel::Query, u"I", u"M", {}, 3}), 4);
+  app.SetReporter({});
+  EXPECT_EQ(app.Report({MessageLevel::Query, u"I", u"M", {}, 3}), 3);
+}
+
+TEST_F(AppInterfaceTest, DebugModesCountOnlyWhileActive) {
+  app.AddDebugMode(u"Group", u"Always", u"", 2);
+  app.AddDebugMode(u"Group", u"Sometimes", u"");
+  EXPECT_TRUE(app.Warnings().empty());
+  app.SetDebugMode(u"ALWAYS", 5);
+  EXPECT_EQ(app.GetDebugMode(u"always"), 5);
+
+  app.SetDebugMode(u"Sometimes", 1);
+  EXPECT_EQ(app.GetDebugMode(u"Sometimes"), 0);
+  EXPECT_EQ(app.Warnings(), (Warnings{{u"Invalid Debug Mode set", u"Sometimes"}}));
+  EXPECT_EQ(app.ActiveDebugModes().size(), 1u);
+
+  app.EnableDebugging(true);
+  EXPECT_EQ(app.GetDebugMode(u"Sometimes"), 0); // what was refused was not stored either
+  app.SetDebugMode(u"Sometimes", 7);
+  EXPECT_EQ(app.GetDebugMode(u"Sometimes"), 7);
+  const std::vector<DebugMode> active = app.ActiveDebugModes();
+  ASSERT_EQ(active.size(), 4u);
+  EXPECT_EQ(active[0].group + u"/" + active[0].name, u"OS/AlwaysUseLongPathSupport");
+  EXPECT_EQ(active[1].group + u"/" + active[1].name, u"Regression/Reg_Dateless");
+  app.EnableDebugging(false);
+  EXPECT_EQ(app.GetDebugMode(u"Sometimes"), 0);
+}
+
+TEST_F(AppInterfaceTest, WarnsOfMisuseAndGoesOnWithANeutralResult) {
+  const std::pair<std::function<bool()>, TestApp::Warning> cases[] = {
+      {[&] { return app.GetDebugMode(u"None") == 0; }, {u"Invalid Debug Mode accessed", u"None"}},
+      {[&] { return app.SetDebugMode(u"None", 1), true; }, {u"Invalid Debug Mode set", u"None"}},
+      {[&] { return app.AddDebugMode(u"X", u"reg_dateless", u"", 2), true; },
+       {u"Debug Mode added multiple times!", u"reg_dateless"}},
+      {[&] { return app.GetApplicationPropertyPath(8).IsEmpty(); },
+       {u"Invalid Type", u"GetApplicationPropertyPath"}},
+      {[&] { return app.GetApplicationPropertyString(7).IsEmpty(); },
+       {u"Invalid Type", u"GetApplicationPropertyString"}},
+      {[&] { return app.GetConsoleOption(u"None") == 0; },
+       {u"Invalid Console Option accessed", u"Debug Warning"}},
+      {[&] {
+         const auto file = app.OpenFile(app.Path(u"x"), FileAccess::Write);
+         return !file->Seek(-1, false).has_value();
+       },
+       {u"SetFilePointer Failed!", u"FileIO"}},
+      {[&] {
+         app.SetApplicationPropertyPath(kTemporaryFolder, {});
+         const KorText name = app.GetTemporaryFilename();
+         return name.StartsWith(u"KOR") && app.RemoveFile(name);
+       },
+       {u"GetTemporaryFilename called before TempDir is set", u"AppInterface"}},
+  };
+  for (const auto& [misuse, warning] : cases) {
+    app.ForgetReports();
+    EXPECT_TRUE(misuse()) << warning.message.ToUtf8();
+    EXPECT_EQ(app.Warnings(), Warnings{warning});
+  }
+}
+
+TEST_F(AppInterfaceTest, HoldsFoldersWithATrailingSlash) {
+  for (const int type : {7, 9, 10, 11, 12}) {
+    app.SetApplicationPropertyPath(type, KorText::Format(u"/folder%i", type));
+  }
+  for (const int type : {7, 9, 10, 11, 12}) {
+    EXPECT_EQ(app.GetApplicationPropertyPath(type), KorText::Format(u"/folder%i/", type));
+  }
+  app.SetApplicationPropertyPath(7, {});
+  EXPECT_EQ(app.GetApplicationPropertyPath(7), u"");
+  EXPECT_EQ(app.GetApplicationPropertyString(8), u"2026");
+  app.SetProgramFolder(u"CNC", u"a/");
+  app.SetProgramFolder(u"cnc", u"b/");
+  EXPECT_EQ(app.GetProgramFolder(u"Cnc"), u"b/");
+  app.AddConsoleOption(u"quiet", 1);
+  app.AddConsoleOption(u"QUIET", 2);
+  EXPECT_EQ(app.GetConsoleOption(u"Quiet"), 2);
+}
+
+TEST_F(AppInterfaceTest, ReadsTheSuitesRegistryValues) {
+  EXPECT_EQ(AppInterface::RegistryKey(u"A\\B"), u"Software\\Velmora\\Plenova 2026\\A\\B");
+  EXPECT_EQ(AppInterface::RegistryKey(u"A", {}), u"Software\\Velmora\\Plenova\\A");
+  EXPECT_EQ(app.WaitLockPeriod(), 3000u);
+  EXPECT_EQ(app.RegionalCsv(), 0u);
+  const KorText common = u"Software\\Velmora\\Plenova 2026\\COMMON";
+  app.WriteRegistryText(common, u"WaitLockPeriod", u"a text is no number");
+  EXPECT_EQ(app.WaitLockPeriod(), 3000u);
+  app.WriteRegistryNumber(common, u"WaitLockPeriod", 0);
+  app.WriteRegistryNumber(common, u"RegionalCSV", 1);
+  EXPECT_EQ(app.WaitLockPeriod(), 0u);
+  EXPECT_EQ(app.RegionalCsv(), 1u);
+}
+
+TEST_F(AppInterfaceTest, GivesEachCallerItsOwnTemporaryFile) {
+  constexpr int kEach = 100;
+  std::set<KorText> names;
+  std::mutex namesMutex;
+  std::vector<std::thread> threads;
+  app.RemoveFolder(app.Path(u"temp")); // made again on first use
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&] {
+      for (int n = 0; n < kEach; ++n) {
+        const KorText name = app.GetTemporaryFilename();
+        const std::lock_guard lock(namesMutex);
+        names.insert(name);
+      }
+    });
+  }
+  for (std::thread& thread : threads)
+    thread.join();
+  EXPECT_EQ(names.size(), 4u * kEach);
+  EXPECT_EQ(app.Names(app.Path(u"temp")).size(), 4u * kEach);
+  const KorText start = app.Path(u"temp/KOR");
+  EXPECT_TRUE(names.begin()->StartsWith(start));
+  EXPECT_EQ(names.begin()->View().find_first_not_of(u"0123456789", start.Length()), KorText::kNone);
+  app.RefuseOpening(u"KOR");
+  EXPECT_EQ(app.GetTemporaryFilename(), u"");
+}
+
+TEST(LongPath, TakesThePrefixWhereItIsNeeded) {
+  const KorText tail = KorText(225, u'x');
+  const KorText longest = u"C:/" + tail, longer = longest + u"y";
+  const struct {
+    KorText path;
+    bool force;
+    KorText expected;
+  } cases[] = {
+      {longest, false, longest}, // 228 characters
+      {longer, false, u"\\\\?\\C:\\" + tail + u"y"},
+      {u"C:/a\\b", true, u"\\\\?\\C:\\a\\b"},
+      {u"//server/share/x", true, u"\\\\?\\UNC\\server\\share\\x"},
+      {u"//server/" + tail, false, u"\\\\?\\UNC\\server\\" + tail},
+      {u"\\\\?\\C:\\a", true, u"\\\\?\\C:\\a"},
+      {u"//?/C:/a", true, u"\\\\?\\C:\\a"},
+      {u"./a/b", true, u"./a/b"},
+      {u"../" + longer, false, u"../" + longer},
+      {u"/a/b", true, u"\\a\\b"}, // the current drive's root: no prefix says that
+      {u"x", true, u"x"},
+      {u"", true, u""},
+  };
+  for (const auto& [path, force, expected] : cases) {
+    EXPECT_EQ(AppInterface::LongPath(path, force), expected);
+  }
+}
+
+TEST(FileTimes, BecomeDatesAndTimesAndBack) {
+  constexpr FileTime kDay = 864'000'000'000;
+  const struct {
+    FileTime time;
+    SystemTime parts;
+  } cases[] = {
+      {0, {1601, 1, 1, 0, 0, 0, 0, 1}},
+      {116444736000000000, {1970, 1, 1, 0, 0, 0, 0, 4}},
+      {125911584000000000, {2000, 1, 1, 0, 0, 0, 0, 6}},
+      {125911584000000000 + 59 * kDay, {2000, 2, 29, 0, 0, 0, 0, 2}},
+      {134400384000000000 - 10000, {2026, 11, 24, 23, 59, 59, 999, 2}},
+  };
+  for (const auto& [time, parts] : cases) {
+    EXPECT_EQ(AppInterface::FileTimeToSystemTime(time), parts) << time;
+    EXPECT_EQ(AppInterface::SystemTimeToFileTime(parts), time);
+  }
+  for (FileTime time = 0; time < 400 * 366 * kDay; time += 17 * kDay + 12'345'670'000) {
+    ASSERT_EQ(AppInterface::SystemTimeToFileTime(AppInterface::FileTimeToSystemTime(time)), time);
+  }
+  EXPECT_EQ(AppInterface::FileTimeToSystemTime(~FileTime{0}), SystemTime{});
+  const SystemTime noTimes[] = {{1600, 12, 31}, {2026, 0, 1},          {2026, 13, 1},
+                                {2026, 2, 29},  {2026, 1, 1, 24},      {2026, 1, 1, 0, -1},
+                                {30828, 1, 1},  {2026, 1, 1, 0, 0, 60}};
+  for (const SystemTime& parts : noTimes) {
+    EXPECT_EQ(AppInterface::SystemTimeToFileTime(parts), 0u) << parts.year << '-' << parts.month;
+  }
+  EXPECT_EQ(AppInterface::CompareFileTimes(1, 2), -1);
+  EXPECT_EQ(AppInterface::CompareFileTimes(2, 2), 0);
+  EXPECT_EQ(AppInterface::CompareFileTimes(~FileTime{0}, 2), 1);
+}
+
+TEST_F(AppInterfaceTest, LocalTimeFollowsTheZoneUnlessDateless) {
+  app.SetUtc(SystemTime{2026, 12, 31, 23, 30, 15, 250, 4});
+  app.SetZoneMinutes(60);
+  EXPECT_EQ(app.LocalTime(), (SystemTime{2027, 1, 1, 0, 30, 15, 250, 5}));
+  app.EnableDebugging(true);
+  app.SetDebugMode(u"Reg_Dateless", 1);
+  EXPECT_EQ(app.LocalTime(), (SystemTime{2000, 1, 1, 0, 0, 0, 0, 6}));
+}
+
+TEST_F(AppInterfaceTest, LocatesAFileByItsNameAlone) {
+  app.Put(app.Path(u"data/diction.ary"), u"");
+  EXPECT_EQ(app.LocateFile(u"C:\\gone/diction.ary"), app.Path(u"data/diction.ary"));
+  app.Put(app.Path(u"program/diction.ary"), u"");
+  EXPECT_EQ(app.LocateFile(u"diction.ary"), app.Path(u"program/diction.ary"));
+  EXPECT_EQ(app.LocateFile(u"other.ary"), u"");
+  EXPECT_EQ(app.LocateFile(u"data/"), u"");
+}
+
+TEST_F(AppInterfaceTest, DuplicatingLeavesTheOldTargetWholeWhenItFails) {
+  const KorText from = app.Path(u"data/from"), to = app.Path(u"data/to");
+  const KorText content = KorText(600 * 1024, u'n');
+  app.Put(from, content);
+  app.Put(to, u"old");
+  const std::vector<KorText> names = {u"from", u"to"};
+  const std::function<void()> faults[] = {
+      [&] { app.LimitWrites(300 * 1024); }, [&] { app.FailSync(true); },
+      [&] { app.FailClose(true); },         [&] { app.FailRename(true); },
+      [&] { app.LimitReads(300 * 1024); },  [&] { app.RefuseOpening(u".tmp"); },
+      [&] { app.RefuseOpening(u"/from"); },
+  };
+  for (const auto& fault : faults) {
+    fault();
+    EXPECT_FALSE(app.DuplicateFile(from, to));
+    EXPECT_NE(app.LastError(), 0u);
+    app.ClearFaults();
+    EXPECT_EQ(app.Content(to), u"old");
+    EXPECT_EQ(app.Names(app.Path(u"data")), names);
+  }
+  int changes = 0;
+  for (app.CutPowerAfter(0); !app.DuplicateFile(from, to); app.CutPowerAfter(++changes)) {
+    EXPECT_EQ(app.Content(to), u"old") << changes;
+  }
+  EXPECT_GT(changes, 4);
+  EXPECT_EQ(app.Content(to), content);
+  EXPECT_EQ(app.FileAttributes(to)->modified, app.FileAttributes(from)->modified);
+}
+
+} // namespace
+} // namespace kor

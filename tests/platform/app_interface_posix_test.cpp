@@ -1,0 +1,276 @@
+// What is particular to POSIX: folders from the environment, the user's locale, links, registry.ini.
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <thread>
+
+#include "platform/posix/app_interface_registry.h"
+#include "tests/support/test_app.h"
+
+namespace kor {
+namespace {
+
+// Sets environment variables (null: unsets) until it goes.
+class Environment {
+ public:
+  ~Environment() {
+    for (const auto& [name, value] : before)
+      Put(name, value ? value->c_str() : nullptr);
+  }
+  void Set(const std::string& name, const char* value) {
+    const char* old = std::getenv(name.c_str());
+    before.try_emplace(name, old ? std::optional<std::string>(old) : std::nullopt);
+    Put(name, value);
+  }
+
+ private:
+  static void Put(const std::string& name, const char* value) {
+    if (value)
+      ::setenv(name.c_str(), value, 1);
+    else
+      ::unsetenv(name.c_str());
+  }
+  std::map<std::string, std::optional<std::string>> before;
+};
+
+class PosixServicesTest : public testing::Test {
+ protected:
+  PosixServicesTest() {
+    for (const char* name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "NCEDL_DATA_DIR", "TMPDIR",
+                             "LC_ALL", "LC_TIME", "LC_NUMERIC", "LC_MESSAGES", "LANG", "LOCPATH"}) {
+      environment.Set(name, nullptr);
+    }
+    environment.Set("HOME", root.c_str());
+  }
+  KorText Folder(int type) {
+    PosixAppInterface app;
+    EXPECT_EQ(app.Start(u"Download", u"2026"), u"");
+    return app.GetApplicationPropertyPath(type);
+  }
+  TestApp files;
+  const std::string root = files.Path(u"data").ToUtf8();
+  Environment environment;
+};
+
+TEST_F(PosixServicesTest, FindsItsFoldersFromTheEnvironment) {
+  const KorText home = KorText::FromUtf8(root), suite = u"Velmora/Plenova 2026/";
+  EXPECT_EQ(Folder(kSettingsFolder), home + u"/.config/" + suite);
+  EXPECT_EQ(Folder(kTemporaryFolder), u"/tmp/");
+  if (!files.FolderExists(u"/var/lib/ncedl")) {
+    EXPECT_EQ(Folder(kDataFolder), home + u"/.local/share/" + suite);
+    environment.Set("XDG_DATA_HOME", "/x/data");
+    EXPECT_EQ(Folder(kDataFolder), u"/x/data/" + suite);
+  }
+  environment.Set("XDG_CONFIG_HOME", "/x/config");
+  environment.Set("NCEDL_DATA_DIR", "/srv/nc");
+  environment.Set("TMPDIR", root.c_str());
+  EXPECT_EQ(Folder(kSettingsFolder), u"/x/config/" + suite);
+  EXPECT_EQ(Folder(kDataFolder), u"/srv/nc/");
+  EXPECT_EQ(Folder(kTemporaryFolder), home + u"/");
+  environment.Set("XDG_CONFIG_HOME", "relative");
+  environment.Set("TMPDIR", "/no/such/folder");
+  EXPECT_EQ(Folder(kSettingsFolder), home + u"/.config/" + suite);
+  EXPECT_EQ(Folder(kTemporaryFolder), u"/tmp/");
+}
+
+TEST_F(PosixServicesTest, StartsInTheWorkingFolderWhereItsPathsFileIs) {
+  environment.Set("NCEDL_DATA_DIR", "/srv/nc");
+  const auto before = std::filesystem::current_path();
+  std::filesystem::current_path(root);
+  EXPECT_EQ(Folder(kStartInFolder), u"/srv/nc/");
+  files.Put(files.Path(u"data/KOR.INI"), u"");
+  EXPECT_EQ(Folder(kStartInFolder), KorText::FromUtf8(root) + u"/");
+  std::filesystem::current_path(before);
+}
+
+TEST_F(PosixServicesTest, SpeaksTheUsersLocale) {
+  const SystemTime time = {2026, 11, 1, 13, 5, 9, 0, 0};
+  PosixAppInterface app;
+  for (const char* none : {"C", "POSIX", "xx_XX.UTF-8", ""}) { // one is not installed
+    environment.Set("LC_ALL", none);
+    app.LoadRegionalSettings();
+    EXPECT_EQ(app.FormatDate(time) + u" " + app.FormatTime(time), u"01/11/2026 13:05:09");
+    const RegionalSettings regional = app.Regional();
+    EXPECT_EQ(KorText::Format(u"%c%c%i%c %s %s", regional.listSeparator, regional.decimalSeparator,
+                              regional.thousandsSeparator, regional.timeSeparator,
+                              regional.longDateFormat, regional.shortDateFormat),
+              u",.0: dd MMMM yyyy dd/mm/yyyy");
+  }
+  const std::string folder = files.Path(u"data/fi_FI.UTF-8").ToUtf8();
+  ASSERT_EQ(std::system(("localedef -i fi_FI -f UTF-8 " + folder).c_str()), 0);
+  environment.Set("LOCPATH", root.c_str());
+  environment.Set("LC_ALL", "fi_FI.UTF-8");
+  app.LoadRegionalSettings();
+  EXPECT_EQ(app.FormatDate(time) + u" " + app.FormatTime(time), u"01.11.2026 13.05.09");
+  const RegionalSettings regional = app.Regional();
+  EXPECT_EQ(KorText::Format(u"%c%c%c%c%s", regional.listSeparator, regional.decimalSeparator,
+                            regional.thousandsSeparator, regional.timeSeparator,
+                            regional.shortDateFormat),
+            u";,\u202F.dd.MM.yyyy");
+  EXPECT_EQ(KorText::Format(u"%.1f", 0.5), u"0.5");
+}
+
+TEST_F(PosixServicesTest, NamesTheUsersLanguage) {
+  PosixAppInterface app;
+  const std::pair<const char*, const char16_t*> cases[] = {{"de_DE.UTF-8", u"de-DE"},
+                                                           {"sr_RS@latin", u"sr-RS"},
+                                                           {"pl", u"pl"},
+                                                           {"C.UTF-8", u""},
+                                                           {"POSIX", u""},
+                                                           {nullptr, u""}};
+  for (const auto& [value, language] : cases) {
+    environment.Set("LANG", value);
+    EXPECT_EQ(app.UserLanguage(), language);
+  }
+  environment.Set("LC_MESSAGES", "cs_CZ.UTF-8");
+  EXPECT_EQ(app.UserLanguage(), u"cs-CZ");
+}
+
+TEST_F(PosixServicesTest, FollowsLinksToFilesButRemovesOnlyLinks) {
+  const KorText target = files.Path(u"start-in/precious");
+  files.Put(target, u"kept");
+  std::filesystem::create_directory_symlink(files.Path(u"start-in").ToUtf8(), root + "/folder");
+  std::filesystem::create_symlink(target.ToUtf8(), root + "/file");
+  std::filesystem::create_symlink("nowhere", root + "/broken");
+  ASSERT_EQ(::mkfifo((root + "/pipe").c_str(), 0600), 0);
+  files.Put(files.Path(u"data/.hidden"), u"");
+  EXPECT_TRUE(files.FileExists(files.Path(u"data/file")));
+  EXPECT_TRUE(files.FolderExists(files.Path(u"data/folder")));
+  EXPECT_FALSE(files.FileExists(files.Path(u"data/broken")));
+  EXPECT_FALSE(files.FileExists(files.Path(u"data/pipe")));
+  EXPECT_EQ(files.OpenFile(files.Path(u"data/pipe"), FileAccess::Write), nullptr); // doesn't wait
+  std::map<KorText, std::string> kinds;
+  const auto entries = files.ListFolder(files.Path(u"data"));
+  ASSERT_TRUE(entries);
+  for (const auto& [name, info] : *entries) {
+    kinds[name] = std::string(info.isFile ? "f" : "") + (info.isFolder ? "d" : "") +
+                  (info.isSystem ? "s" : "") + (info.isHidden ? "h" : "");
+  }
+  EXPECT_EQ(
+      kinds,
+      (std::map<KorText, std::string>{
+          {u".hidden", "fh"}, {u"broken", "s"}, {u"file", "f"}, {u"folder", "d"}, {u"pipe", "s"}}));
+  EXPECT_TRUE(files.RemoveFolder(files.Path(u"data/folder/")));
+  std::filesystem::create_directory_symlink(files.Path(u"start-in").ToUtf8(), root + "/folder");
+  EXPECT_TRUE(files.RemoveFolder(files.Path(u"data")));
+  EXPECT_EQ(files.Content(target), u"kept");
+}
+
+TEST_F(PosixServicesTest, HandsNoFileToOtherPrograms) {
+  const auto file = files.OpenFile(files.Path(u"data/x"), FileAccess::Write);
+  int open = 0;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+    std::error_code gone;
+    if (std::filesystem::read_symlink(entry.path(), gone) != root + "/x") continue;
+    ++open;
+    EXPECT_EQ(::fcntl(std::stoi(entry.path().filename()), F_GETFD), FD_CLOEXEC);
+  }
+  EXPECT_EQ(open, 1);
+}
+
+class RegistryFileTest : public testing::Test {
+ protected:
+  TestApp app;
+  KorText path = app.Path(u"settings/registry.ini");
+  KorText key = AppInterface::RegistryKey(u"COMMON");
+};
+
+TEST_F(RegistryFileTest, KeepsAnyText) {
+  std::u16string everything;
+  for (int c = 0; c < 0x300; ++c)
+    everything.push_back(static_cast<char16_t>(c));
+  const KorText texts[] = {u"",
+                           u" blanks ",
+                           u"C:\\x=y;[z]",
+                           u"%PUBLIC%/Documents/",
+                           u"%u0041",
+                           u"\xD83D\xDD27 \xD83D \xDD27 \xDCC3\xDCA9",
+                           u"two\r\nlines\n",
+                           everything};
+  for (const KorText& text : texts) {
+    for (const KorText& name : {KorText(u"Value"), text}) {
+      ASSERT_TRUE(RegistryFile(app).Write(key, name, text));
+      EXPECT_EQ(RegistryFile(app).Read(key, name), text);
+      ASSERT_TRUE(RegistryFile(app).Write(text, name, u"x"));
+      EXPECT_EQ(RegistryFile(app).Read(text, name), u"x");
+    }
+  }
+  EXPECT_EQ(RegistryFile(app).Read(key, texts[3]), texts[3]);
+  EXPECT_EQ(RegistryFile(app).Read(key, u"Other"), std::nullopt);
+  EXPECT_EQ(RegistryFile(app).Read(u"Other", u"Value"), std::nullopt);
+}
+
+TEST_F(RegistryFileTest, ReadsWhatPeopleWriteAndKeepsIt) {
+  app.Put(path, u"\u00EF\u00BB\u00BF; ours\r\n[software\\velmora\\plenova 2026\\common]\r\n"
+                u"  waitlockperiod = 5000 \r\n# note\r\n\r\n[Other\\A\\x]\r\n[Other\\b]\nv=1\n"
+                u"[Other\\a]");
+  RegistryFile file(app);
+  EXPECT_EQ(file.Read(key, u"WaitLockPeriod"), u"5000");
+  EXPECT_EQ(file.SubKeys(u"OTHER"), (std::vector<KorText>{u"A", u"b"}));
+  ASSERT_TRUE(file.Write(key, u"WaitLockPeriod", u"1"));
+  ASSERT_TRUE(file.Write(key, u"New", u"%PUBLIC%"));
+  ASSERT_TRUE(file.Write(u"Key", u"v", u"2"));
+  EXPECT_EQ(app.Content(path),
+            u"; ours\n[software\\velmora\\plenova 2026\\common]\nWaitLockPeriod=1\n# note\n"
+            u"New=%PUBLIC%\n\n[Other\\A\\x]\n[Other\\b]\nv=1\n[Other\\a]\n\n[Key]\nv=2\n");
+}
+
+TEST_F(RegistryFileTest, StaysWholeWhateverGoesWrong) {
+  ASSERT_TRUE(RegistryFile(app).Write(key, u"Value", u"old"));
+  const std::function<void()> faults[] = {
+      [&] { app.LimitWrites(20); },        [&] { app.FailSync(true); },
+      [&] { app.FailRename(true); },       [&] { app.FailClose(true); },
+      [&] { app.RefuseOpening(u".new"); }, [&] { app.RefuseOpening(u"registry.ini"); },
+      [&] { app.LimitReads(5); },
+  };
+  for (const auto& fault : faults) {
+    fault();
+    EXPECT_FALSE(RegistryFile(app).Write(key, u"Value", u"new"));
+    app.ClearFaults();
+    EXPECT_EQ(RegistryFile(app).Read(key, u"Value"), u"old");
+    EXPECT_EQ(app.Names(app.Path(u"settings")), std::vector<KorText>{u"registry.ini"});
+  }
+}
+
+TEST_F(RegistryFileTest, LosesNothingToAnotherWriter) {
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&, i] {
+      for (int n = 0; n < 10; ++n)
+        RegistryFile(app).Write(key, KorText::Format(u"%i.%i", i, n), u"x");
+    });
+  }
+  for (std::thread& thread : threads)
+    thread.join();
+  for (int n = 0; n < 40; ++n) {
+    EXPECT_EQ(RegistryFile(app).Read(key, KorText::Format(u"%i.%i", n / 10, n % 10)), u"x");
+  }
+}
+
+TEST_F(PosixServicesTest, RegistryHoldsNumbersAndTexts) {
+  environment.Set("XDG_CONFIG_HOME", (root + "/made/on/first/write").c_str());
+  PosixAppInterface app;
+  app.Start(u"Download", u"2026");
+  const KorText key = AppInterface::RegistryKey(u"Configuration\\Main");
+  EXPECT_EQ(app.ReadRegistryNumber(key, u"Version"), std::nullopt);
+  EXPECT_TRUE(app.WriteRegistryNumber(key, u"Version", 4294967295));
+  EXPECT_TRUE(app.WriteRegistryText(key, u"Name", u"Workshop"));
+  EXPECT_EQ(app.ReadRegistryNumber(key, u"version"), 4294967295);
+  EXPECT_EQ(app.ReadRegistryText(key, u"Name"), u"Workshop");
+  EXPECT_EQ(app.ListRegistrySubKeys(AppInterface::RegistryKey(u"configuration")),
+            std::vector<KorText>{u"Main"});
+  for (const char16_t* noNumber : {u"", u"x", u"-1", u"4294967296", u"99999999999999999999"}) {
+    app.WriteRegistryText(key, u"Version", noNumber);
+    EXPECT_EQ(app.ReadRegistryNumber(key, u"Version"), std::nullopt);
+  }
+}
+
+} // namespace
+} // namespace kor
