@@ -1,0 +1,142 @@
+// Line settings as data: the device-control text and the flow-control settings, each combination.
+#include "link/serial_port.h"
+
+#include <gtest/gtest.h>
+
+#include <ostream>
+#include <tuple>
+
+namespace kor {
+
+// Shows a block in a failing test.
+void PrintTo(const DeviceControlBlock& block, std::ostream* out) {
+  *out << block.baudRate << " data " << int{block.dataBits} << " parity " << int(block.parity)
+       << " stop " << int(block.stopBits) << " cts " << block.outxCtsFlow << " dsr "
+       << block.outxDsrFlow << " sensitive " << block.dsrSensitivity << " dtr "
+       << int(block.dtrControl) << " rts " << int(block.rtsControl) << " x " << block.outX
+       << block.inX << " chars " << int{block.xonChar} << " " << int{block.xoffChar};
+}
+
+namespace {
+
+using Flags = std::tuple<bool, bool, bool, LineControl, LineControl, bool, bool>;
+
+Flags FlagsOf(const DeviceControlBlock& block) {
+  return {block.outxCtsFlow, block.outxDsrFlow, block.dsrSensitivity,
+          block.dtrControl,  block.rtsControl,  block.outX,
+          block.inX};
+}
+
+// The setting table in one word each: CTS, DSR, sensitivity, DTR, RTS (H handshake, E enable), XON/XOFF,
+// for the switches (RTS/CTS, DTR/DSR) off-off, on-off, off-on, on-on, without and with XON/XOFF suppressed.
+struct FlowRow {
+  const char16_t* setting;
+  const char* expected[8];
+};
+
+constexpr FlowRow kFlowTable[] = {
+    {u"Combined", {"001EE1", "101EH1", "011HE1", "111HH1", "001EE0", "101EH0", "011HE0", "111HH0"}},
+    {u"Hardware", {"001EE0", "101EH0", "011HE0", "111HH0", "001EE0", "101EH0", "011HE0", "111HH0"}},
+    {u"Xon/Xoff", {"000EE1", "000EE1", "000EE1", "000EE1", "000EE0", "000EE0", "000EE0", "000EE0"}},
+    {u"None", {"000EE0", "000EE0", "000EE0", "000EE0", "000EE0", "000EE0", "000EE0", "000EE0"}},
+};
+
+Flags FlagsFrom(const char* word) {
+  auto control = [](char c) { return c == 'H' ? LineControl::Handshake : LineControl::Enable; };
+  const bool software = word[5] == '1';
+  return {word[0] == '1',   word[1] == '1', word[2] == '1', control(word[3]),
+          control(word[4]), software,       software};
+}
+
+// A block in which every flow-control member differs from what the table gives somewhere.
+DeviceControlBlock OddBlock() {
+  DeviceControlBlock block;
+  block.baudRate = 4800;
+  block.outxCtsFlow = block.outxDsrFlow = block.dsrSensitivity = true;
+  block.dtrControl = block.rtsControl = LineControl::Disable;
+  block.outX = block.inX = true;
+  block.xonChar = 1;
+  return block;
+}
+
+TEST(FlowControl, EverySettingWithEverySwitchGivesItsRow) {
+  for (const FlowRow& row : kFlowTable)
+    for (int i = 0; i < 8; ++i)
+      for (const DeviceControlBlock& before : {DeviceControlBlock{}, OddBlock()}) {
+        DeviceControlBlock block = before;
+        ApplyFlowControl(block, row.setting, (i & 1) != 0, (i & 2) != 0, (i & 4) != 0);
+        EXPECT_EQ(FlagsOf(block), FlagsFrom(row.expected[i]))
+            << KorText(row.setting).ToUtf8() << " " << i;
+        EXPECT_EQ(block.baudRate, before.baudRate);
+        EXPECT_EQ(block.xonChar, before.xonChar);
+      }
+}
+
+TEST(FlowControl, AnyOtherTextLeavesTheBlock) {
+  for (const char16_t* setting : {u"", u"none", u"NONE", u"Xon/Xoff ", u"XON/XOFF", u"Hard"}) {
+    DeviceControlBlock block = OddBlock();
+    ApplyFlowControl(block, setting, true, true, false);
+    EXPECT_EQ(block, OddBlock()) << KorText(setting).ToUtf8();
+  }
+}
+
+TEST(ControlText, EveryOfferedSettingIsUnderstood) {
+  struct Case {
+    const char16_t* text;
+    std::uint32_t baud;
+    Parity parity;
+    std::uint8_t data;
+    StopBits stop;
+  };
+  const Case cases[] = {
+      {u"baud=110 parity=N data=7 stop=2", 110, Parity::None, 7, StopBits::Two},
+      {u"baud=150 parity=O data=7 stop=1", 150, Parity::Odd, 7, StopBits::One},
+      {u"baud=300 parity=E data=8 stop=1.5", 300, Parity::Even, 8, StopBits::OnePointFive},
+      {u"baud=600 parity=M data=8 stop=1", 600, Parity::Mark, 8, StopBits::One},
+      {u"baud=1200 parity=S data=8 stop=1", 1200, Parity::Space, 8, StopBits::One},
+      {u"baud=2400 parity=n data=8 stop=1", 2400, Parity::None, 8, StopBits::One},
+      {u"BAUD=4800 Parity=e DATA=5 stop=1", 4800, Parity::Even, 5, StopBits::One},
+      {u"  baud=9600  parity=N data=6 stop=1 ", 9600, Parity::None, 6, StopBits::One},
+      {u"stop=1 data=8 parity=N baud=19200", 19200, Parity::None, 8, StopBits::One},
+      {u"baud=38400 parity=N data=8 stop=1", 38400, Parity::None, 8, StopBits::One},
+      {u"baud=57600 parity=N data=8 stop=1", 57600, Parity::None, 8, StopBits::One},
+      {u"baud=115200 parity=N data=8 stop=1", 115200, Parity::None, 8, StopBits::One},
+  };
+  for (const Case& c : cases) {
+    DeviceControlBlock block;
+    EXPECT_TRUE(ParseControlText(c.text, block)) << KorText(c.text).ToUtf8();
+    DeviceControlBlock expected;
+    expected.baudRate = c.baud;
+    expected.parity = c.parity;
+    expected.dataBits = c.data;
+    expected.stopBits = c.stop;
+    EXPECT_EQ(block, expected) << KorText(c.text).ToUtf8();
+  }
+}
+
+TEST(ControlText, NoFlowControlIsLeftOnAndTheRestKept) {
+  DeviceControlBlock block = OddBlock();
+  ASSERT_TRUE(ParseControlText(u"data=7", block));
+  DeviceControlBlock expected = OddBlock();
+  expected.dataBits = 7;
+  expected.outxCtsFlow = expected.outxDsrFlow = expected.outX = expected.inX = false;
+  expected.dtrControl = expected.rtsControl = LineControl::Enable;
+  EXPECT_EQ(block, expected);
+}
+
+TEST(ControlText, NonsenseIsRefusedAndChangesNothing) {
+  for (const char16_t* text : {u"baud=",      u"baud=0",         u"baud=9601",
+                               u"baud=09600", u"baud=9600x",     u"baud=-9600",
+                               u"data=4",     u"data=9",         u"data=88",
+                               u"parity=",    u"parity=X",       u"parity=None",
+                               u"stop=3",     u"stop=1,5",       u"stop=",
+                               u"9600",       u"=9600",          u"baud 9600",
+                               u"to=on",      u"data=7\tstop=1", u"data=7 parity=N stop=0"}) {
+    DeviceControlBlock block = OddBlock();
+    EXPECT_FALSE(ParseControlText(text, block)) << KorText(text).ToUtf8();
+    EXPECT_EQ(block, OddBlock()) << KorText(text).ToUtf8();
+  }
+}
+
+} // namespace
+} // namespace kor
