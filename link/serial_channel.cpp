@@ -198,21 +198,24 @@ bool SerialChannel::Poll() {
   return moved || (dataToWrite && transmitCount > 0 && status.outQueue == 0 && !remoteXoff);
 }
 
+// Bytes that arrive end the wait at once, so it only bounds how late a hold that ends is noticed, which
+// matters while something waits to be sent.
 std::chrono::microseconds SerialChannel::IdleWait() const {
   using std::chrono::microseconds;
-  constexpr microseconds kIdle(1000), kShortest(50);
+  constexpr microseconds kIdle(10000), kWaiting(1000), kShortest(50);
   constexpr std::int64_t kBitsPerByte = 10; // start, 8 data, stop
+  const bool sending = transmitCount > 0 || sendPosition < sendSource.size();
+  if (!sending || !settings) return kIdle;
   if (delayUntil) {
     const double left = *delayUntil - App().HighResolutionSeconds();
-    return std::clamp(microseconds(static_cast<std::int64_t>(left * 1e6)), microseconds(0), kIdle);
+    return std::clamp(microseconds(static_cast<std::int64_t>(left * 1e6)), microseconds(0),
+                      kWaiting);
   }
-  if (status.outQueue > 0 && settings && (transmitCount > 0 || sendPosition < sendSource.size())) {
-    // The next bytes wait for the device to drain: be back about when it has.
-    const std::int64_t baud = std::max(settings->baudrate.ToInteger(), 1);
-    return std::clamp(microseconds(status.outQueue * kBitsPerByte * 1000000 / baud), kShortest,
-                      kIdle);
-  }
-  return kIdle;
+  if (status.outQueue == 0) return kWaiting;
+  // The next bytes wait for the device to drain: be back about when it has.
+  const std::int64_t baud = std::max(settings->baudrate.ToInteger(), 1);
+  return std::clamp(microseconds(status.outQueue * kBitsPerByte * 1000000 / baud), kShortest,
+                    kWaiting);
 }
 
 void SerialChannel::SetLamps() {

@@ -58,7 +58,8 @@ class SerialChannel {
 
   // One pass of status check, read and write. True when bytes moved: poll again at once.
   bool Poll();
-  // How long an idle worker may wait for bytes before the next poll; at most 1 ms.
+  // How long an idle worker may wait for bytes before the next poll: at most 1 ms while something
+  // waits to be sent, else 10 ms.
   std::chrono::microseconds IdleWait() const;
 
   // Moves up to count characters from the send source into the transmit buffer, once the device has
