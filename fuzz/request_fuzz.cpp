@@ -40,9 +40,10 @@ struct Workshop {
     services.Put(down + u"37304.MPG", u"N1\r\nN2\r\n");
     services.Put(down + u"H0000001.C23", u"N1\n");
     services.MakeFolder(up);
-    services.Put(services.Path(u"settings/NCE.INI"),
-                 u"[Port Settings]\ntransmit delay=0\n[Files]\nfile extension=MPG\nupload path=" +
-                     up + u"\ndownload path=" + down + u"\n");
+    for (const char16_t* name : {u"settings/NCE.INI", u"settings/500.INI"})
+      services.Put(services.Path(name),
+                   u"[Port Settings]\ntransmit delay=0\n[Files]\nfile extension=MPG\nupload path=" +
+                       up + u"\ndownload path=" + down + u"\n");
     names = services.Names(services.Root());
   }
 };
