@@ -1,0 +1,384 @@
+// The port on real pseudo-terminals: settings as the system reads them back, exclusive use, XOFF in the
+// driver, hang-up and return, interrupted waits, closing with a full line.
+#include "platform/posix/serial_port_posix.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <functional>
+#include <numeric>
+#include <thread>
+
+#include "platform/posix/serial_names.h"
+#include "platform/posix/serial_rate_posix.h"
+#include "tests/support/pty_pair.h"
+#include "tests/support/test_app.h"
+
+namespace kor {
+namespace {
+
+using std::chrono::microseconds;
+using std::chrono::steady_clock;
+constexpr microseconds kLong{30'000'000}; // a wait that something else has to end
+
+std::span<const std::uint8_t> Bytes(const std::string& text) {
+  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+
+class SerialPortPosixTest : public testing::Test {
+ protected:
+  void SetUp() override { ASSERT_TRUE(port.Open(cable.Device())) << ErrorText(); }
+
+  std::string ErrorText() const { return port.LastErrorText().ToUtf8(); }
+
+  std::string ReadSome() {
+    std::array<std::uint8_t, 4000> buffer{};
+    std::size_t count = 0;
+    EXPECT_TRUE(port.Read(buffer, count)) << ErrorText();
+    return {buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(count)};
+  }
+
+  // Waits for the bytes that the far side has sent.
+  std::string ReadCount(std::size_t count) {
+    std::string received;
+    while (received.size() < count) {
+      port.WaitReadable(kLong);
+      const std::string some = ReadSome();
+      if (some.empty()) break; // neither bytes nor a wait: the test fails by what is missing
+      received += some;
+    }
+    return received;
+  }
+
+  std::size_t WriteSome(const std::string& bytes) {
+    std::size_t count = 0;
+    EXPECT_TRUE(port.Write(Bytes(bytes), count)) << ErrorText();
+    return count;
+  }
+
+  // Writes until the line takes no more.
+  std::size_t FillLine() {
+    std::size_t total = 0;
+    while (const std::size_t count = WriteSome(std::string(4000, 'x')))
+      total += count;
+    return total;
+  }
+
+  std::uint32_t Holds() {
+    LineStatus status;
+    EXPECT_TRUE(port.GetStatus(status)) << ErrorText();
+    return status.holds;
+  }
+
+  void Set(const KorText& setting) {
+    DeviceControlBlock block;
+    ApplyFlowControl(block, setting, true, true, false);
+    ASSERT_TRUE(port.SetControlBlock(block)) << ErrorText();
+  }
+
+  TestApp app;
+  PtyPair cable;
+  PosixSerialPort port;
+};
+
+TEST_F(SerialPortPosixTest, CarriesEveryByteBothWaysUnchanged) {
+  std::string all(256, '\0');
+  std::iota(all.begin(), all.end(), '\0');
+  Set(u"None");
+  EXPECT_EQ(WriteSome(all), all.size());
+  EXPECT_EQ(cable.Receive(all.size()), all);
+  EXPECT_EQ(cable.Send(all), all.size());
+  EXPECT_EQ(ReadCount(all.size()), all);
+  EXPECT_EQ(cable.ReceiveAll(), "") << "the port echoes";
+}
+
+TEST_F(SerialPortPosixTest, CountsWhatHasArrived) {
+  LineStatus status;
+  ASSERT_TRUE(port.GetStatus(status));
+  EXPECT_EQ(status.inQueue, 0u);
+  EXPECT_EQ(ReadSome(), "");
+  cable.Send("0123456789");
+  port.WaitReadable(kLong);
+  ASSERT_TRUE(port.GetStatus(status));
+  EXPECT_EQ(status.inQueue, 10u);
+  EXPECT_EQ(status.holds, 0u);
+  ASSERT_TRUE(port.PurgeReceive());
+  ASSERT_TRUE(port.GetStatus(status));
+  EXPECT_EQ(status.inQueue, 0u);
+}
+
+// A pseudo-terminal drops the data bits and PARENB; it keeps all the rest.
+TEST_F(SerialPortPosixTest, SettingsReachTheSystem) {
+  struct Case {
+    const char16_t* text;
+    const char16_t* flow;
+    std::uint32_t rate;
+    tcflag_t flags; // of CSTOPB, PARODD, CMSPAR and CRTSCTS
+    bool sendsXoff;
+  };
+  const Case cases[] = {
+      {u"baud=110 parity=N data=8 stop=1", u"None", 110, 0, false},
+      {u"baud=150 parity=O data=7 stop=2", u"None", 150, PARODD | CSTOPB, false},
+      {u"baud=300 parity=E data=7 stop=1.5", u"Xon/Xoff", 300, CSTOPB, true},
+      {u"baud=38400 parity=M data=8 stop=1", u"Hardware", 38400, PARODD | CMSPAR | CRTSCTS, false},
+      {u"baud=57600 parity=S data=8 stop=1", u"Combined", 57600, CMSPAR | CRTSCTS, true},
+      {u"baud=115200 parity=N data=8 stop=1", u"Xon/Xoff", 115200, 0, true},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(KorText(c.text).ToUtf8());
+    DeviceControlBlock block;
+    ASSERT_TRUE(port.BuildControlBlock(c.text, block));
+    ApplyFlowControl(block, c.flow, true, true, false);
+    ASSERT_TRUE(port.SetControlBlock(block)) << ErrorText();
+    termios line{};
+    ASSERT_EQ(tcgetattr(cable.FarEnd(), &line), 0);
+    EXPECT_EQ(LineRate(cable.FarEnd()), c.rate);
+    EXPECT_EQ(line.c_cflag & (CSTOPB | PARODD | CMSPAR | CRTSCTS), c.flags);
+    EXPECT_EQ(line.c_iflag, c.sendsXoff ? tcflag_t{IXOFF} : tcflag_t{0});
+    EXPECT_EQ(line.c_oflag, tcflag_t{0});
+    EXPECT_EQ(line.c_lflag, tcflag_t{0});
+    EXPECT_EQ(line.c_cflag & CLOCAL, tcflag_t{CLOCAL});
+    EXPECT_EQ(line.c_cc[VSTART], 17);
+    EXPECT_EQ(line.c_cc[VSTOP], 19);
+    DeviceControlBlock back;
+    ASSERT_TRUE(port.GetControlBlock(back));
+    EXPECT_EQ(back.baudRate, c.rate);
+    EXPECT_EQ(back.stopBits, block.stopBits);
+  }
+}
+
+TEST_F(SerialPortPosixTest, TakesRatesThatHaveNoNameAndRefusesNone) {
+  DeviceControlBlock block;
+  block.baudRate = 7200;
+  ASSERT_TRUE(port.SetControlBlock(block)) << ErrorText();
+  EXPECT_EQ(LineRate(cable.FarEnd()), 7200u);
+  block.baudRate = 0;
+  EXPECT_FALSE(port.SetControlBlock(block));
+  EXPECT_EQ(LineRate(cable.FarEnd()), 7200u);
+  EXPECT_FALSE(port.IsGone());
+}
+
+TEST_F(SerialPortPosixTest, IsRawBeforeItIsConfigured) {
+  cable.Send("\x03 abc\r");
+  EXPECT_EQ(ReadCount(6), "\x03 abc\r");
+  EXPECT_EQ(cable.ReceiveAll(), "");
+}
+
+TEST_F(SerialPortPosixTest, NobodyElseOpensItUntilItIsClosed) {
+  PosixSerialPort second;
+  EXPECT_FALSE(second.Open(cable.Device()));
+  EXPECT_EQ(second.LastErrorText(), u"In use by another program");
+  EXPECT_FALSE(second.IsGone());
+  EXPECT_FALSE(second.IsOpen());
+  ASSERT_TRUE(port.Close());
+  EXPECT_TRUE(second.Open(cable.Device()));
+}
+
+TEST_F(SerialPortPosixTest, WhatIsNoTerminalIsRefused) {
+  app.Put(app.Path(u"file"), u"");
+  EXPECT_FALSE(port.Open(app.Path(u"file")));
+  EXPECT_FALSE(port.IsOpen());
+  EXPECT_FALSE(port.IsGone());
+  EXPECT_EQ(ErrorText(), "Inappropriate ioctl for device");
+  EXPECT_FALSE(port.Open(app.Path(u"missing")));
+  EXPECT_TRUE(port.IsGone());
+}
+
+TEST_F(SerialPortPosixTest, AClosedPortFailsEveryStepAndOnlyWaits) {
+  ASSERT_TRUE(port.Close());
+  DeviceControlBlock block;
+  LineStatus status;
+  std::array<std::uint8_t, 4> buffer{};
+  std::size_t count = 1;
+  EXPECT_FALSE(port.SetQueueSizes(4000, 1000) || port.GetControlBlock(block) ||
+               port.SetControlBlock(block) || port.SetTimeouts({}) || port.GetStatus(status) ||
+               port.Read(buffer, count) || port.Write(buffer, count) || port.PurgeTransmit() ||
+               port.PurgeReceive());
+  EXPECT_EQ(count, 0u);
+  EXPECT_FALSE(port.IsGone());
+  const auto start = steady_clock::now();
+  port.WaitReadable(microseconds(2000));
+  EXPECT_GE(steady_clock::now() - start, microseconds(2000));
+  EXPECT_TRUE(port.Close()) << "closing twice is no failure";
+}
+
+TEST_F(SerialPortPosixTest, XoffStopsTheDriverAndStillReachesTheReader) {
+  Set(u"Xon/Xoff");
+  cable.Send("a\x13");
+  EXPECT_EQ(ReadCount(2), "a\x13");
+  EXPECT_EQ(Holds(), kXoffHold);
+  EXPECT_EQ(WriteSome("held"), 0u);
+  // Stopped in the driver as well: another descriptor's bytes don't go out either.
+  const int other = open(cable.Device().ToUtf8().c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK);
+  ASSERT_GE(other, 0);
+  EXPECT_EQ(write(other, "x", 1), -1);
+  close(other);
+  EXPECT_EQ(cable.ReceiveAll(), "");
+  cable.Send("\x11");
+  EXPECT_EQ(ReadCount(1), "\x11");
+  EXPECT_EQ(Holds(), 0u);
+  EXPECT_EQ(WriteSome("free"), 4u);
+  EXPECT_EQ(cable.Receive(4), "free");
+}
+
+TEST_F(SerialPortPosixTest, XoffIsAnOrdinaryByteWithoutSoftwareFlowControl) {
+  Set(u"Hardware");
+  cable.Send("\x13");
+  EXPECT_EQ(ReadCount(1), "\x13");
+  EXPECT_EQ(Holds(), 0u);
+  EXPECT_EQ(WriteSome("on"), 2u);
+}
+
+// Each way out of a hold that nobody will lift: purge, other settings, closing (also by another port
+// object after this one).
+TEST_F(SerialPortPosixTest, AHeldLineIsUsableAgainAfterPurgeSettingAndReopening) {
+  const std::function<void()> ways[] = {
+      [&] { EXPECT_TRUE(port.PurgeTransmit()); },
+      [&] { Set(u"None"); },
+      [&] { EXPECT_TRUE(port.Close() && port.Open(cable.Device())); },
+      [&] { // a program that was killed while held
+        const int other = open(cable.Device().ToUtf8().c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK);
+        port.Close();
+        tcflow(other, TCOOFF);
+        close(other);
+        EXPECT_TRUE(port.Open(cable.Device())) << ErrorText();
+      },
+  };
+  for (const auto& way : ways) {
+    Set(u"Xon/Xoff");
+    cable.Send("\x13");
+    ASSERT_EQ(ReadCount(1), "\x13");
+    ASSERT_EQ(Holds(), kXoffHold);
+    way();
+    EXPECT_EQ(Holds(), 0u);
+    EXPECT_EQ(WriteSome("ok"), 2u);
+    EXPECT_EQ(cable.Receive(2), "ok");
+  }
+}
+
+// The waits below would last for ever, or 30 s, if the operation waited for the line.
+TEST_F(SerialPortPosixTest, NeitherWriteNorCloseWaitsForAFullLine) {
+  Set(u"None");
+  const std::size_t taken = FillLine();
+  EXPECT_GT(taken, 1000u);
+  EXPECT_EQ(cable.Receive(taken), std::string(taken, 'x'));
+  EXPECT_EQ(WriteSome("more"), 4u) << "the line is free again";
+  Set(u"Xon/Xoff");
+  FillLine();
+  cable.Send("\x13");
+  ASSERT_EQ(ReadCount(1), "\x13");
+  const auto start = steady_clock::now();
+  EXPECT_TRUE(port.Close());
+  EXPECT_LT(steady_clock::now() - start, std::chrono::seconds(1));
+}
+
+TEST_F(SerialPortPosixTest, APulledCableIsToldByEveryOperation) {
+  cable.HangUp();
+  port.WaitReadable(kLong);
+  LineStatus status;
+  DeviceControlBlock block;
+  std::array<std::uint8_t, 4> buffer{};
+  std::size_t count = 0;
+  const std::function<bool()> operations[] = {
+      [&] { return port.GetStatus(status); },    [&] { return port.Read(buffer, count); },
+      [&] { return port.Write(buffer, count); }, [&] { return port.GetControlBlock(block); },
+      [&] { return port.SetControlBlock({}); },  [&] { return port.PurgeTransmit(); },
+  };
+  for (const auto& operation : operations) {
+    EXPECT_FALSE(operation());
+    EXPECT_TRUE(port.IsGone());
+    EXPECT_EQ(ErrorText(), "Input/output error");
+  }
+  EXPECT_TRUE(port.Close());
+  EXPECT_FALSE(port.Open(cable.Device()));
+  EXPECT_TRUE(port.IsGone());
+}
+
+TEST_F(SerialPortPosixTest, AReturningDeviceIsFoundBehindItsName) {
+  ASSERT_EQ(AssignSerialName(u"com3", cable.Device()), u"");
+  ASSERT_TRUE(port.Close() && port.Open(u"COM3")) << ErrorText();
+  cable.HangUp();
+  LineStatus status;
+  EXPECT_FALSE(port.GetStatus(status));
+  EXPECT_TRUE(port.Close());
+  EXPECT_FALSE(port.Open(u"COM3"));
+  EXPECT_TRUE(port.IsGone());
+  PtyPair back;
+  back.LinkAt(app.Path(u"settings/ports/COM3"));
+  ASSERT_TRUE(port.Open(u"COM3")) << ErrorText();
+  EXPECT_FALSE(port.IsGone());
+  WriteSome("back");
+  EXPECT_EQ(back.Receive(4), "back");
+}
+
+TEST_F(SerialPortPosixTest, InterruptEndsTheWaitThatRunsOrTheNextOne) {
+  port.Interrupt();
+  port.Interrupt();
+  const auto start = steady_clock::now();
+  port.WaitReadable(kLong);
+  std::atomic<bool> done = false;
+  std::thread other([&] {
+    while (!done) {
+      port.Interrupt();
+      std::this_thread::yield();
+    }
+  });
+  port.WaitReadable(kLong);
+  done = true;
+  other.join();
+  EXPECT_LT(steady_clock::now() - start, kLong);
+  port.WaitReadable(microseconds(0)); // uses up what the last round may have left
+  cable.Send("x");
+  EXPECT_EQ(ReadCount(1), "x") << "interrupts are used up, bytes still end the wait";
+}
+
+TEST(SerialNamesTest, ComNamesAreLinksOrBuiltInPortsAndOthersArePaths) {
+  TestApp app;
+  const struct {
+    const char16_t* name;
+    const char16_t* path;
+  } cases[] = {
+      {u"COM1", u"/dev/ttyS0"},
+      {u"com12", u"/dev/ttyS11"},
+      {u"COM255", u"/dev/ttyS254"},
+      {u"COM256", u"COM256"},
+      {u"COM0", u"COM0"},
+      {u"COM01", u"COM01"},
+      {u"COM", u"COM"},
+      {u"COM1x", u"COM1x"},
+      {u"/dev/ttyUSB0", u"/dev/ttyUSB0"},
+      {u"AUX", u"AUX"},
+      {u"", u""},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(SerialDevicePath(c.name), c.path);
+}
+
+TEST(SerialNamesTest, LinksAreMadeReplacedListedAndRemoved) {
+  TestApp app;
+  EXPECT_TRUE(ListSerialNames().empty());
+  EXPECT_EQ(AssignSerialName(u"COM10", u"/dev/not-there"), u"");
+  EXPECT_EQ(AssignSerialName(u"COM2", u"/dev/tty-old"), u"");
+  EXPECT_EQ(AssignSerialName(u"COM2", u"/dev/tty-new"), u"");
+  const KorText link = app.GetApplicationPropertyPath(kSettingsFolder) + u"ports/COM2";
+  EXPECT_EQ(SerialDevicePath(u"com2"), link) << "a link counts while its target is missing";
+  const std::vector<SerialName> names = ListSerialNames();
+  ASSERT_EQ(names.size(), 2u);
+  EXPECT_EQ(names[0].name + u" " + names[0].device, u"COM2 /dev/tty-new");
+  EXPECT_EQ(names[1].name + u" " + names[1].device, u"COM10 /dev/not-there");
+  EXPECT_EQ(AssignSerialName(u"COM2", u""), u"");
+  EXPECT_EQ(AssignSerialName(u"COM2", u""), u"") << "removing what is not there is no failure";
+  EXPECT_EQ(SerialDevicePath(u"COM2"), u"/dev/ttyS1");
+  EXPECT_NE(AssignSerialName(u"LPT1", u"/dev/x"), u"");
+  EXPECT_NE(AssignSerialName(u"COM3", u"ttyUSB0"), u"");
+  EXPECT_EQ(ListSerialNames().size(), 1u);
+}
+
+} // namespace
+} // namespace kor
