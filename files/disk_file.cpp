@@ -138,7 +138,7 @@ void DiskFile::TellProgress() {
 bool DiskFile::StartBlock() {
   if (block != nullptr) return true;
   if (!IsOpen()) return false;
-  blockMemory = std::make_unique<std::uint8_t[]>(kBlockSize);
+  blockMemory = std::make_unique_for_overwrite<std::uint8_t[]>(kBlockSize);
   at = limit = block = blockMemory.get();
   blockOffset = Position();
   blockLength = 0;

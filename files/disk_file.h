@@ -142,7 +142,8 @@ class DiskFile : public KorFile {
   // Of any registered class, which reading creates; null when there is none or it was skipped.
   // Writing null does nothing.
   template <class T> bool TransferNewObject(std::unique_ptr<T>& object, bool skipAllowed = false);
-  // The part of an object that is its base class's, as a record of the base class.
+  // The part of an object that is its base class's, as a record of the base class. A file that ends
+  // before it is a cut one: an error.
   template <class Base> bool TransferBase(Base& object);
   // The described members, in order.
   void TransferMembers(Storable& object, std::span<const MemberDescription> members);
@@ -296,7 +297,10 @@ template <class T> bool DiskFile::TransferNewObject(std::unique_ptr<T>& object, 
 template <class Base> bool DiskFile::TransferBase(Base& object) {
   const std::size_t depth = RecordDepth();
   const BegunRecord record = BeginRecord(Base::kClassId);
-  if (!record) return false;
+  if (!record) {
+    if (errors == 0) SetError(kErrorShortRead); // the file ends between the two
+    return false;
+  }
   object.Base::Transfer(*this);
   CloseRecordsTo(depth);
   return record.present;
@@ -343,7 +347,7 @@ template <class T> bool DiskFile::Transfer(std::vector<T>& list) {
   for (std::uint32_t i = 0; i < *count; ++i) {
     T element{};
     if (!TransferElement(element)) {
-      SetError(kErrorShortRead); // the count promised it
+      if (errors == 0) SetError(kErrorShortRead); // the count promised it
       return false;
     }
     list.push_back(std::move(element));

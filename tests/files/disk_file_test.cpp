@@ -1,0 +1,461 @@
+#include "files/disk_file.h"
+
+#include "files/text_lookup.h"
+#include "tests/files/file_test_support.h"
+#include "tests/support/record_samples.h"
+
+namespace kor {
+namespace {
+
+using Reader = std::function<void(DiskFile&)>;
+
+const RecordFormat kNarrow;
+const RecordFormat kWide{{}, true, 2};
+const RecordFormat kTyped{{77, 78}, false, 1};
+
+// Numbers as the file has them.
+Bytes Dwords(std::initializer_list<std::uint32_t> numbers) {
+  Bytes bytes;
+  for (const std::uint32_t number : numbers)
+    for (int shift = 0; shift < 32; shift += 8)
+      bytes.push_back(static_cast<std::uint8_t>(number >> shift));
+  return bytes;
+}
+const Bytes kHeader = Dwords({17099701, 2410100, 19020200});
+
+// Opens a record of class 5 and moves the numbers.
+template <class... Numbers> Reader Record(Numbers&... numbers) {
+  return [&](DiskFile& file) {
+    if (!file.BeginRecord(5)) return;
+    (file.Transfer(numbers), ...);
+    file.EndRecord();
+  };
+}
+
+class DiskFileTest : public testing::Test {
+ protected:
+  DiskFileTest() { RegisterSamples(); }
+  TestApp app;
+};
+
+TEST_F(DiskFileTest, ObjectsComeBackAsTheyWereInEveryFormat) {
+  SampleRobot robot;
+  FillSample(robot);
+  robot.arms = 7;
+  // Past several blocks, so that sizes are patched behind the block cache and texts span blocks.
+  robot.jobs.assign(20000, u"123456789");
+  robot.jobs.push_back(KorText(200000, u'x'));
+  for (const RecordFormat& format : {kNarrow, kWide, kTyped, RecordFormat{{}, false, 1}}) {
+    for (const bool compressed : {false, true}) {
+      const KorText path = app.Path(u"robot.rec");
+      const RecordFileOptions options{format, compressed, true, {}};
+      ASSERT_TRUE(SaveObject(path, robot, options));
+      SampleRobot read;
+      ASSERT_TRUE(LoadObject(path, read, options));
+      EXPECT_TRUE(read == robot);
+      EXPECT_EQ(read.arms, 7);
+      EXPECT_EQ(read.left, read.right);
+      EXPECT_NE(dynamic_cast<SampleMachine*>(read.parts[1].get()), nullptr);
+    }
+  }
+  EXPECT_TRUE(app.Messages().empty());
+  EXPECT_TRUE(app.Warnings().empty());
+}
+
+TEST_F(DiskFileTest, AnOlderRecordLeavesNewFieldsAloneAndANewerOneIsSkippedToItsEnd) {
+  std::uint32_t one = 1, two = 2, three = 3, next = 9;
+  const Bytes bytes = WriteRecords(kNarrow, [&](DiskFile& file) {
+    Record(one, two, three)(file);
+    Record(next)(file);
+  });
+  std::uint32_t a = 0, b = 0, c = 0, missing = 42;
+  std::uint8_t alsoMissing = 43;
+  KorText text = u"kept";
+  EXPECT_EQ(ReadRecords(bytes, kNarrow,
+                        [&](DiskFile& file) {
+                          ASSERT_TRUE(file.BeginRecord(5));
+                          EXPECT_EQ(file.BytesLeft(), 12U);
+                          EXPECT_TRUE(file.Transfer(a) && file.Transfer(b) && file.Transfer(c));
+                          EXPECT_FALSE(file.Transfer(missing) || file.Transfer(alsoMissing));
+                          EXPECT_FALSE(file.Transfer(text) || file.SectionMark());
+                          file.EndRecord();
+                          Record(a)(file);
+                        }),
+            0U);
+  EXPECT_EQ(std::tie(a, b, c, missing), std::make_tuple(9U, 2U, 3U, 42U));
+  EXPECT_EQ(alsoMissing, 43);
+  EXPECT_EQ(text, u"kept");
+
+  a = b = 0;
+  EXPECT_EQ(ReadRecords(bytes, kNarrow,
+                        [&](DiskFile& file) {
+                          Record(a)(file);
+                          Record(b)(file);
+                        }),
+            0U);
+  EXPECT_EQ(std::tie(a, b), std::make_tuple(1U, 9U));
+}
+
+TEST_F(DiskFileTest, NothingIsReadOutsideARecordAndAMissingOneReadsAsEmpty) {
+  std::uint32_t one = 1;
+  const Bytes bytes = WriteRecords(kNarrow, Record(one));
+  std::uint32_t value = 7;
+  EXPECT_EQ(ReadRecords(bytes, kNarrow,
+                        [&](DiskFile& file) {
+                          EXPECT_FALSE(file.Transfer(value));
+                          ASSERT_TRUE(file.BeginRecord(5));
+                          file.Transfer(one);
+                          auto inner = file.BeginRecord(6); // behind the end of its record
+                          EXPECT_TRUE(inner.open && !inner.present && inner.object == nullptr);
+                          EXPECT_FALSE(file.Transfer(value));
+                          file.EndRecord();
+                          file.EndRecord();
+                          EXPECT_FALSE(file.BeginRecord(5)); // at the end of the file
+                          EXPECT_EQ(file.RecordDepth(), 0U);
+                        }),
+            0U);
+  EXPECT_EQ(value, 7U);
+}
+
+TEST_F(DiskFileTest, HeadersFromBeforeAFieldExistedStillRead) {
+  const Bytes oneSize = Dwords({5, 4, 11}), twoSizes = Dwords({5, 8, 4, 11});
+  const Bytes wide = Dwords({5, 12, 0, 4, 0, 11});
+  const struct {
+    const char* what;
+    Bytes bytes;
+    RecordFormat format;
+    bool secondSize, wideSizes, marker;
+    int revision;
+    std::uint32_t errors = 0;
+  } cases[] = {
+      {"whole", Joined(kHeader, twoSizes), kNarrow, true, false, true, 2},
+      {"wide", Joined(Dwords({28062022, 2410100, 19020200}), wide), kNarrow, true, true, true, 2},
+      {"revision 1", Joined(Dwords({17099701, 2410100}), twoSizes), kWide, true, false, true, 1},
+      {"no size marker", Joined(Dwords({2410100}), oneSize), kNarrow, false, false, true, 1},
+      {"no header", oneSize, kWide, false, false, false, 1},
+      {"second type", Joined(Dwords({78, 17099701}), twoSizes), kTyped, true, false, false, 1},
+      {"other type", Joined(Dwords({79, 17099701}), twoSizes), kTyped, {}, {}, {}, 0, 32},
+      {"type cut", {77, 0, 0}, kTyped, {}, {}, {}, 0, 128},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    std::uint32_t value = 0;
+    EXPECT_EQ(ReadRecords(c.bytes, c.format,
+                          [&](DiskFile& file) {
+                            EXPECT_EQ(file.HasSecondSize(), c.secondSize);
+                            EXPECT_EQ(file.WideSizes(), c.wideSizes);
+                            EXPECT_EQ(file.HasFormatMarker(), c.marker);
+                            EXPECT_EQ(file.Revision(), c.revision);
+                            EXPECT_EQ(file.FileType(), c.format.fileTypes.empty() ? 0U : 78U);
+                            Record(value)(file);
+                          }),
+              c.errors);
+    EXPECT_EQ(value, c.errors == 0 ? 11U : 0U);
+  }
+}
+
+TEST_F(DiskFileTest, EachFaultSetsItsFlag) {
+  std::uint32_t number = 0;
+  KorText text = u"before";
+  std::vector<std::uint64_t> list{1};
+  const Reader readNumber = Record(number), readText = Record(text), readList = Record(list);
+  const Reader create = [](DiskFile& file) { file.BeginRecord(0, true); };
+  const Reader nested = [](DiskFile& file) {
+    file.BeginRecord(5);
+    file.BeginRecord(6);
+  };
+  const Reader marked = [](DiskFile& file) {
+    file.BeginRecord(5);
+    file.SectionMark();
+  };
+  const struct {
+    const char* what;
+    Bytes body;
+    Reader reader;
+    std::uint32_t flags;
+  } cases[] = {
+      {"another class", Dwords({6, 8, 4, 11}), readNumber, 1},
+      {"unregistered class", Dwords({6, 8, 4, 11}), create, 1},
+      {"size B above size A", Dwords({5, 3, 4, 11}), readNumber, 64},
+      {"size B past the file", Dwords({5, 9, 5, 11}), readNumber, 64},
+      {"record past its enclosing one", Dwords({5, 16, 12, 6, 9, 5, 0, 0}), nested, 64},
+      {"no section mark", Dwords({5, 8, 4, 11}), marked, 64},
+      {"class number cut", {5, 0}, readNumber, 128},
+      {"size cut", Joined(Dwords({5}), {8, 0}), readNumber, 128},
+      {"text longer than its record", Dwords({5, 12, 8, 3, 0}), readText, 128},
+      {"text of 8 GiB", Dwords({5, 12, 8, 0xFFFFFFFF, 0}), readText, 128},
+      {"more elements than bytes", Dwords({5, 20, 16, 2, 0, 0, 0}), readList, 128},
+      {"size A behind the file", Dwords({5}), readNumber, 512},
+      {"size B behind the file", Dwords({5, 8}), readNumber, 512},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    EXPECT_EQ(ReadRecords(Joined(kHeader, c.body), kNarrow, c.reader), c.flags);
+    EXPECT_EQ(number, 0U);
+    EXPECT_EQ(text, u"before");
+    EXPECT_EQ(list.size(), 1U);
+  }
+
+  DiskFile writing;
+  writing.OpenMemory(kFileWrite);
+  EXPECT_FALSE(writing.BeginRecord(5, true));
+  EXPECT_EQ(writing.Errors(), 16U);
+}
+
+TEST_F(DiskFileTest, UnknownObjectsAreSkippedWhereThatIsAllowed) {
+  std::uint32_t lost = 1, kept = 2;
+  const Bytes bytes = WriteRecords(kNarrow, [&](DiskFile& file) {
+    Record(lost)(file);
+    SampleTool tool(u"saw", 2);
+    file.TransferObject(tool);
+    Record(kept)(file);
+  });
+  std::unique_ptr<SampleTool> none, tool;
+  std::unique_ptr<SampleMachine> notATool;
+  EXPECT_EQ(ReadRecords(bytes, kNarrow,
+                        [&](DiskFile& file) {
+                          EXPECT_FALSE(file.TransferNewObject(none, true));
+                          EXPECT_TRUE(file.TransferNewObject(tool));
+                          Record(lost)(file);
+                        }),
+            0U);
+  ASSERT_NE(tool, nullptr);
+  EXPECT_EQ(tool->name, u"saw");
+  EXPECT_EQ(lost, 2U);
+  EXPECT_EQ(ReadRecords(bytes, kNarrow,
+                        [&](DiskFile& file) {
+                          file.TransferNewObject(none, true);
+                          file.TransferNewObject(notATool);
+                        }),
+            1U);
+  EXPECT_EQ(notATool, nullptr);
+}
+
+TEST_F(DiskFileTest, ObjectsNestedWithoutEndAreRefused) {
+  Bytes bytes = kHeader;
+  constexpr std::uint32_t kLevels = 100000;
+  for (std::uint32_t left = kLevels; left > 0; --left)
+    bytes = Joined(std::move(bytes), Dwords({5, 12 * left - 8, 12 * left - 12}));
+  std::size_t depth = 0;
+  EXPECT_EQ(ReadRecords(bytes, kNarrow,
+                        [&](DiskFile& file) {
+                          while (file.BeginRecord(5))
+                            depth = file.RecordDepth();
+                        }),
+            64U);
+  EXPECT_EQ(depth, DiskFile::kDeepestRecord);
+}
+
+TEST_F(DiskFileTest, EachKindOfErrorIsReportedOnce) {
+  SetTextLookup([](int number) {
+    return number == 251 ? KorText(u"Fehler") : number == 1492 ? KorText(u"Weiter") : KorText();
+  });
+  ReadRecords(
+      kHeader, kNarrow,
+      [](DiskFile& file) {
+        file.SetError(kErrorInconsistent | kErrorShortRead);
+        file.SetError(kErrorShortRead);
+        file.SetErrorQuestion(ErrorQuestion::Continue);
+        file.SetError(kErrorUnknownClass);
+        EXPECT_EQ(file.ErrorAnswer(), 1);
+      },
+      true);
+  SetTextLookup({});
+  const auto messages = app.Messages();
+  ASSERT_EQ(messages.size(), 2U);
+  EXPECT_EQ(messages[0].info, u"File Error");
+  EXPECT_EQ(messages[0].message, u"A problem occurred with the file \"memory\" -\n\n Fehler 192 - "
+                                 u"inconsistent sizes, unexpected end of data");
+  EXPECT_EQ(messages[1].message, u"A problem occurred with the file \"memory\" -\n\n Fehler 1 - "
+                                 u"unknown kind of object\n\nWeiter?");
+  EXPECT_EQ(messages[1].level, MessageLevel::Query);
+}
+
+TEST_F(DiskFileTest, WideValuesInNarrowFilesWarnAndKeepTheirLowHalf) {
+  std::uint64_t big = 0x1'2345'6789, small = 0xFFFFFFFF;
+  std::int64_t bigInt = 0x1'0000'0002, negative = -3;
+  const Reader move = [&](DiskFile& file) {
+    file.BeginRecord(5);
+    file.CompatibleDword(big);
+    file.CompatibleDword(small);
+    file.CompatibleInt(bigInt);
+    file.CompatibleInt(negative);
+    file.EndRecord();
+  };
+  const Bytes wide = WriteRecords(kWide, move);
+  EXPECT_TRUE(app.Warnings().empty());
+  const Bytes narrow = WriteRecords(kNarrow, move);
+  EXPECT_EQ(app.Warnings(), (std::vector<TestApp::Warning>{
+                                {u"Size is too big for 32bit!", u"DiskFile::ioCompatibleDWORD"},
+                                {u"Size is too big for 32bit!", u"DiskFile::ioCompatibleInt"}}));
+  big = small = 0;
+  bigInt = negative = 0;
+  ReadRecords(wide, kNarrow, move);
+  EXPECT_EQ(std::tie(big, small, bigInt, negative),
+            std::make_tuple(0x1'2345'6789U, 0xFFFFFFFFU, 0x1'0000'0002, -3));
+  ReadRecords(narrow, kNarrow, move);
+  EXPECT_EQ(std::tie(big, small, bigInt, negative),
+            std::make_tuple(0x2345'6789U, 0xFFFFFFFFU, 2, -3));
+
+  app.ForgetReports();
+  std::uint8_t buffer[4] = {1, 2, 3, 4};
+  const Bytes bytes = WriteRecords(kNarrow, [&](DiskFile& file) {
+    file.Transfer(buffer, 0x1'0000'0002); // only its low half counts
+  });
+  EXPECT_EQ(bytes.size(), kHeader.size() + 2);
+  EXPECT_EQ(app.Warnings(), (std::vector<TestApp::Warning>{
+                                {u"Buffer is too big for 32bit!", u"DiskFile::Transfer"}}));
+}
+
+TEST_F(DiskFileTest, SharedObjectsAreWrittenOnceAndReadBackShared) {
+  auto saw = std::make_shared<SampleTool>(u"saw", 1),
+       drill = std::make_shared<SampleTool>(u"drill", 2);
+  auto sawAgain = std::make_shared<SampleTool>(u"saw", 1);
+  std::vector<std::shared_ptr<SampleTool>> held{saw, drill, nullptr, sawAgain, saw};
+  const Reader move = [&](DiskFile& file) {
+    file.BeginRecord(5);
+    for (auto& tool : held)
+      file.CachedInstance(tool);
+    file.EndRecord();
+  };
+  const Bytes bytes = WriteRecords(kNarrow, move);
+  const auto reading = held;
+  for (auto& tool : held)
+    tool = std::make_shared<SampleTool>(u"old", 0);
+  EXPECT_EQ(ReadRecords(bytes, kNarrow, move), 0U);
+  EXPECT_EQ(*held[0], *saw);
+  EXPECT_EQ(*held[1], *drill);
+  EXPECT_EQ(held[2], nullptr);
+  EXPECT_EQ(held[3], held[0]);
+  EXPECT_EQ(held[4], held[0]);
+
+  // A reference to what was never written.
+  const Bytes lost = Joined(kHeader, Dwords({5, 20, 16, SampleTool::kClassId, 1, 2, 3}));
+  held.resize(1);
+  EXPECT_EQ(ReadRecords(lost, kNarrow, move), 0U);
+  EXPECT_EQ(held[0], nullptr);
+  EXPECT_EQ(app.Warnings(), (std::vector<TestApp::Warning>{
+                                {u"DiskFile::ioCachedInstance", u"CRC does not exist!"}}));
+}
+
+TEST_F(DiskFileTest, ProgressIsToldPerBlockAndCanCancel) {
+  std::vector<std::uint32_t> list(3 * DiskFile::kBlockSize / 4);
+  const Bytes bytes = WriteRecords(kNarrow, Record(list));
+  int blocks = 0;
+  const auto read = [&](int cancelAfter) {
+    DiskFile file;
+    file.ReportErrors(false);
+    file.OpenMemory(kFileRead, VoidBuffer(bytes));
+    file.SetProgress([&](double position, double size) {
+      EXPECT_LE(position, size);
+      EXPECT_EQ(size, static_cast<double>(bytes.size()));
+      return ++blocks < cancelAfter;
+    });
+    file.TransferHeader();
+    Record(list)(file);
+    return file.Errors();
+  };
+  EXPECT_EQ(read(100), 0U);
+  EXPECT_EQ(blocks, 4);
+  blocks = 0;
+  EXPECT_EQ(read(2), 2048U);
+  EXPECT_EQ(blocks, 2);
+}
+
+TEST_F(DiskFileTest, ATransferThatForgetsToEndItsRecordDoesNoHarm) {
+  struct Careless : Storable {
+    std::uint32_t ClassId() const override { return 5; }
+    void Transfer(DiskFile& file) override { file.Transfer(value); }
+    std::uint32_t value = 3;
+  } careless;
+  std::uint32_t after = 4;
+  const Reader move = [&](DiskFile& file) {
+    file.TransferObject(careless);
+    Record(after)(file);
+  };
+  const Bytes bytes = WriteRecords(kNarrow, move);
+  careless.value = after = 0;
+  EXPECT_EQ(ReadRecords(bytes, kNarrow, move), 0U);
+  EXPECT_EQ(std::tie(careless.value, after), std::make_tuple(3U, 4U));
+  EXPECT_EQ(app.Warnings(),
+            std::vector<TestApp::Warning>(2, {u"Record was not ended!", u"DiskFile"}));
+}
+
+TEST_F(DiskFileTest, DatesThatAreNoneReadAsNone) {
+  const struct {
+    CalendarDate written, read;
+  } cases[] = {{{2024, 2, 29}, {2024, 2, 29}},
+               {{2023, 2, 29}, {}},
+               {{2026, 13, 1}, {}},
+               {{2026, 4, 31}, {}},
+               {{0, 1, 1}, {}},
+               {{}, {}}};
+  for (auto c : cases) {
+    const Bytes bytes = WriteRecords(kNarrow, Record(c.written));
+    CalendarDate date{1999, 1, 1};
+    EXPECT_EQ(ReadRecords(bytes, kNarrow, Record(date)), 0U);
+    EXPECT_EQ(date, c.read);
+  }
+}
+
+// Whatever happens at whatever moment, the file is the older one or the newer one, and whole.
+TEST_F(DiskFileTest, APowerCutWhileSavingLeavesTheOldFileOrTheNew) {
+  const KorText path = app.Path(u"kept/tool.rec");
+  SampleTool older(u"old", 1), newer(u"new", 2);
+  app.MakeFolder(app.Path(u"kept"));
+  ASSERT_TRUE(SaveObject(path, older));
+  app.CutPowerAfter(std::nullopt);
+  ASSERT_TRUE(SaveObject(path, newer));
+  const int changes = app.Changes();
+  ASSERT_GT(changes, 3);
+  for (int cut = 0; cut < changes; ++cut) {
+    app.CutPowerAfter(std::nullopt);
+    ASSERT_TRUE(SaveObject(path, older));
+    app.CutPowerAfter(cut);
+    const bool saved = SaveObject(path, newer, {{}, false, false, {}});
+    app.ClearFaults();
+    SampleTool read;
+    ASSERT_TRUE(LoadObject(path, read)) << "after " << cut << " changes";
+    EXPECT_TRUE(read == newer || (read == older && !saved)) << "after " << cut << " changes";
+  }
+}
+
+TEST_F(DiskFileTest, ASaveThatFailsLeavesTheOlderFileAndNothingElse) {
+  const KorText folder = app.Path(u"kept/"), path = folder + u"tool.rec";
+  app.MakeFolder(folder);
+  SampleTool older(u"old", 1), newer(KorText(100000, u'x'), 2);
+  ASSERT_TRUE(SaveObject(path, older));
+  const std::function<void()> faults[] = {
+      [&] { app.LimitWrites(50000); }, [&] { app.LimitWrites(0); }, [&] { app.FailSync(true); },
+      [&] { app.FailRename(true); }, [&] { app.RefuseOpening(u"kept", true); }};
+  for (const auto& fault : faults) {
+    fault();
+    EXPECT_FALSE(SaveObject(path, newer));
+    app.ClearFaults();
+    SampleTool read;
+    EXPECT_TRUE(LoadObject(path, read));
+    EXPECT_TRUE(read == older);
+    EXPECT_EQ(app.Names(folder), std::vector<KorText>{u"tool.rec"});
+  }
+}
+
+TEST_F(DiskFileTest, AReadThatEndsEarlyFailsAndLeavesTheObjectAsItWas) {
+  const KorText path = app.Path(u"tool.rec");
+  SampleMachine stored;
+  FillSample(stored);
+  ASSERT_TRUE(SaveObject(path, stored));
+  app.LimitReads(100);
+  SampleMachine machine;
+  machine.name = u"mine";
+  machine.tools.resize(2);
+  SampleMachine before;
+  before.name = u"mine";
+  before.tools.resize(2);
+  EXPECT_FALSE(LoadObject(path, machine));
+  EXPECT_TRUE(machine == before);
+  ASSERT_EQ(app.Messages().size(), 1U);
+  EXPECT_EQ(app.Messages()[0].number, 128);
+}
+
+} // namespace
+} // namespace kor

@@ -1,0 +1,242 @@
+// Damage done to record files byte by byte: reading ends in an error or in valid objects, without
+// taking more memory than the file justifies. And what the class registry and the inspector say.
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "files/record_inspector.h"
+#include "tests/files/file_test_support.h"
+#include "tests/support/record_samples.h"
+
+namespace {
+std::size_t largestAllocation = 0;
+} // namespace
+
+void* operator new(std::size_t bytes) {
+  largestAllocation = std::max(largestAllocation, bytes);
+  if (void* memory = std::malloc(bytes == 0 ? 1 : bytes)) return memory;
+  throw std::bad_alloc();
+}
+void operator delete(void* memory) noexcept {
+  std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+  std::free(memory);
+}
+
+namespace kor {
+namespace {
+
+class RecordDamageTest : public testing::Test {
+ protected:
+  RecordDamageTest() { RegisterSamples(); }
+
+  // What a damaged file made of the objects must be whole enough to be written and read again.
+  static void ReadAndWriteAgain(const Bytes& bytes, const RecordFormat& format) {
+    SampleRobot robot;
+    largestAllocation = 0;
+    const std::uint32_t errors =
+        ReadRecords(bytes, format, [&](DiskFile& file) { file.TransferObject(robot); });
+    EXPECT_LE(largestAllocation, std::size_t{DiskFile::kBlockSize} + 16 * bytes.size());
+    EXPECT_EQ(errors & ~(1U | 32U | 64U | 128U | 512U), 0U);
+    SampleRobot again;
+    const Bytes rewritten =
+        WriteRecords(format, [&](DiskFile& file) { file.TransferObject(robot); });
+    EXPECT_EQ(ReadRecords(rewritten, format, [&](DiskFile& file) { file.TransferObject(again); }),
+              0U);
+    EXPECT_EQ(again.name, robot.name);
+  }
+
+  static Bytes Sample(const RecordFormat& format) {
+    SampleRobot robot;
+    FillSample(robot);
+    return WriteRecords(format, [&](DiskFile& file) { file.TransferObject(robot); });
+  }
+
+  TestApp app;
+};
+
+TEST_F(RecordDamageTest, EveryTruncationIsSurvived) {
+  for (const RecordFormat& format : {RecordFormat{}, RecordFormat{{9}, true, 1}}) {
+    const Bytes whole = Sample(format);
+    for (std::size_t length = 0; length < whole.size(); ++length) {
+      SCOPED_TRACE(length);
+      const Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
+      ReadAndWriteAgain(cut, format);
+      if (format.wideSizes) continue;
+      SampleRobot robot;
+      app.Put(app.Path(u"cut"), TextOf(cut));
+      EXPECT_FALSE(LoadObject(app.Path(u"cut"), robot, {format, false, false, {}}));
+      EXPECT_TRUE(robot == SampleRobot());
+    }
+  }
+}
+
+TEST_F(RecordDamageTest, EveryChangedByteIsSurvived) {
+  for (const RecordFormat& format : {RecordFormat{}, RecordFormat{{9}, true, 1}}) {
+    Bytes bytes = Sample(format);
+    for (std::size_t at = 0; at < bytes.size(); ++at) {
+      SCOPED_TRACE(at);
+      const std::uint8_t right = bytes[at];
+      for (const int flip : std::initializer_list<int>{0x01, 0x02, 0x04, 0x10, 0x40, 0x80, 0xFF,
+                                                       right, right ^ 0xFF}) {
+        bytes[at] = static_cast<std::uint8_t>(right ^ flip);
+        ReadAndWriteAgain(bytes, format);
+      }
+      bytes[at] = right;
+    }
+  }
+}
+
+TEST_F(RecordDamageTest, TheInspectorShowsTheTreeAndItsMembers) {
+  SampleRobot robot;
+  FillSample(robot);
+  robot.parts.clear();
+  robot.tools.resize(1);
+  const RecordFileOptions options{{{77}, true, 2}, true, true, {}};
+  ASSERT_TRUE(SaveObject(app.Path(u"robot"), robot, options));
+  const RecordFileDescription found = DescribeRecordFile(app.Path(u"robot"));
+  EXPECT_TRUE(found.isRecordFile && found.compressed && found.damage.empty());
+  ASSERT_EQ(found.records.size(), 2U);
+  EXPECT_EQ(found.records[1].end, found.size);
+  KorText all;
+  for (const KorText& line : RenderRecordFile(found))
+    all += line + u"\n";
+  EXPECT_EQ(all, u"type 77\n"
+                 u"sizes 64-bit, two per record\n"
+                 u"revision 2\n"
+                 u"record 100200303 SampleRobot at 16, 24 bytes\n"
+                 u"  arms = 2\n"
+                 u"record 100200302 SampleMachine at 40, 317 bytes\n"
+                 u"  name = Plasma \u00e9\u4e2d\n"
+                 u"  number = 3735928559\n"
+                 u"  offset = -5\n"
+                 u"  state = 1\n"
+                 u"  running = 1\n"
+                 u"  position = -300\n"
+                 u"  travelled = -5000000000\n"
+                 u"  speed = 1.5\n"
+                 u"  codes = 3 elements: 1, 500, 65535\n"
+                 u"  jobs = 3 elements: , 123, a longer job name\n"
+                 u"  tools = 1 elements\n"
+                 u"  parts = 0 elements\n"
+                 u"  left = new\n"
+                 u"  right = shared\n"
+                 u"  record 100200301 SampleTool at 179, 46 bytes\n"
+                 u"    name = drill\n"
+                 u"    length = 12.25\n"
+                 u"    bought = 2024-02-29\n"
+                 u"  record 100200301 SampleTool at 229, 46 bytes\n"
+                 u"    name = punch\n"
+                 u"    length = 1\n"
+                 u"    bought = none\n"
+                 u"  record 100200301 SampleTool at 295, 46 bytes\n"
+                 u"    name = torch\n"
+                 u"    length = 4\n"
+                 u"    bought = none\n");
+}
+
+// Each case: a file, and what is wrong with it and where.
+TEST_F(RecordDamageTest, TheInspectorFindsRecordsByShapeAndDamageByOffset) {
+  const auto opaque = [](DiskFile& file) { // a class nobody registered, with two objects inside
+    file.BeginRecord(4711);
+    std::uint16_t number = 0x1234;
+    SampleTool tool(u"saw", 1);
+    file.Transfer(number);
+    file.TransferObject(tool);
+    file.Transfer(number);
+    file.TransferObject(tool);
+    file.EndRecord();
+  };
+  const Bytes whole = WriteRecords({}, opaque);
+  const auto changed = [&](std::size_t at, std::uint8_t to) {
+    Bytes bytes = whole;
+    bytes[at] = to;
+    return bytes;
+  };
+  const struct {
+    const char* what;
+    Bytes bytes;
+    std::vector<std::pair<std::uint64_t, std::uint32_t>> damage;
+    std::size_t inner = 2;
+  } cases[] = {
+      {"whole", whole, {}},
+      {"size A of the outer record", changed(16, 0), {{16, 64}}},
+      {"size A of an inner record", changed(31, 0xFF), {}},
+      {"size B of an inner record", changed(35, 0xFF), {{30, 64}}, 1},
+      {"length of a text", changed(38, 99), {{38, 128}}},
+      {"a tail", Joined(whole, {5, 0}), {{whole.size(), 128}}},
+      {"a tail without sizes", Joined(whole, {5, 0, 0, 0}), {{whole.size() + 4, 512}}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    app.Put(app.Path(u"file"), TextOf(c.bytes));
+    const RecordFileDescription found = DescribeRecordFile(app.Path(u"file"));
+    EXPECT_TRUE(found.isRecordFile);
+    ASSERT_FALSE(found.records.empty());
+    EXPECT_EQ(found.records[0].records.size(), c.inner);
+    std::vector<std::pair<std::uint64_t, std::uint32_t>> damage;
+    for (const RecordDamage& d : found.damage)
+      damage.emplace_back(d.offset, d.flag);
+    EXPECT_EQ(damage, c.damage);
+  }
+
+  const struct {
+    const char* bytes;
+    bool isRecordFile;
+  } kinds[] = {{"[Port Settings]\r\nport=COM1\r\n", false},
+               {"", false},
+               {"\x05\0\0\0\x04\0\0\0abcd", true}, // from before headers
+               {"\x05\0\0\0\x05\0\0\0abcd", false}};
+  for (const auto& kind : kinds) {
+    const std::string text(kind.bytes, kind.bytes[0] == 5 ? 12 : std::strlen(kind.bytes));
+    app.Put(app.Path(u"file"), KorText::FromBytes(text));
+    EXPECT_EQ(DescribeRecordFile(app.Path(u"file")).isRecordFile, kind.isRecordFile) << text;
+  }
+  EXPECT_EQ(DescribeRecordFile(app.Path(u"missing")).result, FileResult::SourceUnreadable);
+}
+
+TEST_F(RecordDamageTest, TheInspectorSurvivesEveryChangedByte) {
+  Bytes bytes = Sample({});
+  for (std::size_t at = 0; at < bytes.size(); ++at) {
+    bytes[at] ^= 0xFF;
+    app.Put(app.Path(u"file"), TextOf(bytes));
+    const RecordFileDescription found = DescribeRecordFile(app.Path(u"file"));
+    EXPECT_EQ(found.result, FileResult::Success);
+    for (const RecordNode& node : found.records)
+      EXPECT_LE(node.end, bytes.size());
+    bytes[at] ^= 0xFF;
+  }
+}
+
+TEST(ClassRegistry, FindsEachNumberAndNoOther) {
+  ClassRegistry registry;
+  const std::uint64_t numbers[] = {0,
+                                   1,
+                                   15,
+                                   16,
+                                   0x100,
+                                   100091201,
+                                   103090701,
+                                   0xFFFFFFFF,
+                                   0xF000000000000000,
+                                   0xFFFFFFFFFFFFFFFF};
+  for (const std::uint64_t number : numbers) {
+    EXPECT_EQ(registry.Find(number), nullptr);
+    EXPECT_TRUE(
+        registry.Register({number, u"class", [] { return std::make_unique<SampleTool>(); }, {}}));
+    ASSERT_NE(registry.Find(number), nullptr);
+    EXPECT_EQ(registry.Find(number)->classId, number);
+  }
+  for (const std::uint64_t number : {2ULL, 0x1000000000000000ULL, 0xFFFFFFFEULL})
+    EXPECT_EQ(registry.Create(number), nullptr);
+  EXPECT_NE(registry.Create(15), nullptr);
+  TestApp app;
+  EXPECT_FALSE(registry.Register({15, u"again", {}, {}}));
+  EXPECT_EQ(app.Warnings(),
+            (std::vector<TestApp::Warning>{{u"Class registered multiple times!", u"again"}}));
+  EXPECT_EQ(registry.Find(15)->name, u"class");
+}
+
+} // namespace
+} // namespace kor
