@@ -19,10 +19,11 @@ class NceLink {
   }
 
   // profile: lines of the settings file's "Port Settings", which go before the usual ones.
-  void Start(const KorText& commandLine = {}, const KorText& profile = {}) {
+  void Start(const KorText& commandLine = {}, const KorText& profile = {},
+             const KorText& otherSections = {}) {
     const KorText model = commandLine.IsEmpty() ? KorText(u"NCE") : commandLine;
     app.Put(app.Path(u"settings/") + model + u".INI",
-            u"[Port Settings]\n" + profile + u"transmit delay=0\n");
+            u"[Port Settings]\n" + profile + u"transmit delay=0\n" + otherSections);
     EngineServices services;
     services.port = &port;
     services.form = &form;

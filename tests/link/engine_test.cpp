@@ -1,0 +1,506 @@
+// The engine on a scripted line: opening, polling, holds, echo, logs, timers, transfers by hand.
+#include <gtest/gtest.h>
+
+#include "tests/support/nce_link.h"
+
+namespace kor {
+namespace {
+
+using Strings = std::vector<std::string>;
+
+class EngineTest : public ::testing::Test {
+ protected:
+  void StartTrace() {
+    ASSERT_TRUE(link.link->StartTrace(tracePath));
+    header = link.app.Content(tracePath)->Length();
+  }
+  // Trace lines after the header, without their time stamps.
+  std::vector<KorText> Traced() {
+    std::vector<KorText> lines;
+    for (const KorText& line : Split(link.app.Content(tracePath)->Mid(header), u'\n'))
+      if (!line.IsEmpty()) lines.push_back(line.Mid(line.Find(u')') + 2).ReplaceAll(u"\r", u""));
+    return lines;
+  }
+  void After(double seconds) {
+    link.app.Advance(seconds);
+    link.link->RunDueTimers();
+    link.Run();
+  }
+
+  NceLink link;
+  KorText tracePath = link.app.Path(u"trace.log");
+  std::size_t header = 0;
+};
+
+TEST_F(EngineTest, OpensThePortStepByStep) {
+  link.Start({}, u"port=COM12\nbaudrate=9600\nparity=Even\ndatabits=7\nstopbits=2\n");
+  EXPECT_EQ(link.port.Calls(),
+            (Strings{"Open COM12", "SetQueueSizes 4000 1000", "GetControlBlock",
+                     "BuildControlBlock baud=9600 parity=E data=7 stop=2", "SetControlBlock",
+                     "SetTimeouts", "PurgeTransmit", "PurgeReceive"}));
+  const PortTimeouts timeouts = link.port.Timeouts();
+  EXPECT_EQ(timeouts.readInterval, 0xFFFFFFFFu);
+  EXPECT_EQ(timeouts.writeConstant, 10000u);
+  const DeviceControlBlock block = link.port.Block();
+  EXPECT_TRUE(block.outX && block.inX && !block.outxCtsFlow && !block.dsrSensitivity);
+  EXPECT_EQ(link.form.Title(), u"NCE COM12:9600,E,7,2,Xon/Xoff");
+  EXPECT_EQ(link.Code(), 1);
+}
+
+TEST_F(EngineTest, ReportsFailingStepsAndGoesOnWhereItCan) {
+  const struct {
+    const char* operation;
+    const char16_t* step;
+    bool titleShowsPort;
+  } cases[] = {
+      {"Open", u"Open Comm", false},
+      {"SetQueueSizes", u"Set Comm Buffer Sizes", true},
+      {"GetControlBlock", u"Get Comm State", true},
+      {"BuildControlBlock", u"Update Comm State", false},
+      {"SetControlBlock", u"Set Comm State", false},
+      {"SetTimeouts", u"Setup_Timeouts", false},
+  };
+  for (const auto& c : cases) {
+    NceLink fresh;
+    fresh.port.Fail(c.operation, 1, u"No luck");
+    fresh.Start();
+    ASSERT_EQ(fresh.form.messages.size(), 1u) << c.operation;
+    EXPECT_EQ(fresh.form.messages[0].caption, c.step);
+    EXPECT_EQ(fresh.form.messages[0].text, u"COM1\nNo luck");
+    EXPECT_EQ(fresh.form.Title(),
+              c.titleShowsPort ? u"NCE COM1:2400,N,8,1,Xon/Xoff" : u"NCE - No Link");
+  }
+}
+
+TEST_F(EngineTest, ReportsALastingFailureOnceUntilItSucceeds) {
+  link.Start();
+  const auto poll = [this](int times) {
+    for (int i = 0; i < times; ++i) link.Run();
+    return link.form.messages.size();
+  };
+  link.port.Fail("GetStatus", -1, u"Busy");
+  EXPECT_EQ(poll(50), 1u);
+  link.port.Fail("GetStatus", 0);
+  EXPECT_EQ(poll(1), 1u);
+  link.port.Fail("GetStatus", 5, u"Busy");
+  EXPECT_EQ(poll(50), 2u);
+  EXPECT_EQ(link.form.messages[0].caption, u"Comms Status Check");
+}
+
+TEST_F(EngineTest, ServesAgainWhenALostDeviceIsBack) {
+  link.PutProgram(u"1.MPG", KorText(150, u'A') + u"\nB\n");
+  link.Start();
+  link.Ask("FH 1");
+  link.Ask(">");
+  link.Ask(">");
+  link.form.statuses.clear();
+  link.port.SetPresent(false, u"Gone");
+  for (int i = 0; i < 50; ++i) After(0.1);
+  EXPECT_EQ(link.form.Codes(), (std::vector<std::int32_t>{12, 14, 0}));
+  ASSERT_EQ(link.form.messages.size(), 1u);
+  EXPECT_EQ(link.form.Title(), u"NCE - No Link");
+  link.port.SetPresent(true);
+  After(1.0);
+  EXPECT_EQ(link.Code(), 1);
+  EXPECT_EQ(link.form.Title(), u"NCE COM1:2400,N,8,1,Xon/Xoff");
+  EXPECT_EQ(link.Ask("XYZ"), "ABCDEFGHIJKLMNOPQRSTUVWXYZ\r");
+  EXPECT_EQ(link.form.messages.size(), 1u);
+}
+
+TEST_F(EngineTest, ADeviceMissingAtTheStartIsTriedQuietly) {
+  link.port.SetPresent(false, u"No such device");
+  link.Start();
+  EXPECT_EQ(link.Code(), 0);
+  After(5);
+  EXPECT_EQ(link.form.messages.size(), 1u);
+  link.port.SetPresent(true);
+  After(1);
+  EXPECT_EQ(link.Code(), 1);
+}
+
+TEST_F(EngineTest, AnXoffHoldsEverythingUntilAnXon) {
+  link.Start();
+  EXPECT_EQ(link.Send("\x13XYZ\r"), "");
+  EXPECT_EQ(link.Send("XYZ\r"), "");
+  After(0.1);
+  EXPECT_TRUE(link.form.last.lamps[kLampXoffHold]);
+  EXPECT_EQ(link.Send("\x11"), "ABCDEFGHIJKLMNOPQRSTUVWXYZ\rABCDEFGHIJKLMNOPQRSTUVWXYZ\r");
+  After(0.2);
+  EXPECT_FALSE(link.form.last.lamps[kLampXoffHold]);
+}
+
+TEST_F(EngineTest, APartialWriteGoesOnWhereItEnded) {
+  link.Start();
+  link.port.SetWriteLimit(7);
+  EXPECT_EQ(link.Ask("XYZ"), "ABCDEFGHIJKLMNOPQRSTUVWXYZ\r");
+  link.port.Fail("Write", 3);
+  link.port.Deliver("XYZ\r");
+  link.port.TakeWritten();
+  for (int i = 0; i < 10; ++i) link.Run();
+  EXPECT_EQ(link.port.TakeWritten(), "ABCDEFGHIJKLMNOPQRSTUVWXYZ\r");
+}
+
+TEST_F(EngineTest, AHeldLineKeepsItsRepliesInOrderAndNeverHoldsTheEnd) {
+  link.PutProgram(u"1.MPG", KorText(5000, u'L') + u"\n");
+  link.Start();
+  link.Ask("FH 1");
+  link.Ask(">");
+  link.port.SetHolds(kCtsHold);
+  link.port.SetWriteLimit(0);
+  EXPECT_EQ(link.Send(">\rXYZ\r"), "");
+  EXPECT_EQ(link.Code(), 18); // the long frame waits, and the next request behind it
+  After(0.1);
+  EXPECT_TRUE(link.form.last.lamps[kLampCtsHold]);
+  link.port.SetHolds(0);
+  link.port.SetWriteLimit(4096);
+  link.port.TakeWritten();
+  for (int i = 0; i < 20; ++i) link.Run();
+  const std::string sent = link.port.TakeWritten();
+  EXPECT_EQ(sent.size(), 4 + 5001 + 3 + 2 + 27u);
+  EXPECT_TRUE(sent.ends_with("]\rABCDEFGHIJKLMNOPQRSTUVWXYZ\r"));
+  link.port.SetWriteLimit(0);
+  link.Send("XYZ\r");
+  link.link->Terminate(); // with a reply still held
+  EXPECT_FALSE(link.port.IsOpen());
+}
+
+TEST_F(EngineTest, AnOverrunShowsAndTheNextReadClearsIt) {
+  link.Start();
+  link.port.Deliver(std::string(4000, 'x'));
+  link.port.Deliver("more");
+  link.Run(1);
+  link.Run(1);
+  EXPECT_EQ(link.Code(), 24);
+  link.Run();
+  EXPECT_EQ(link.Code(), 1);
+  EXPECT_EQ(link.Send("\rXYZ\r"), "%% Message not recognised by HOST\rABCDEFGHIJKLMNOPQRSTUVWXYZ\r");
+}
+
+TEST_F(EngineTest, TracesTheLineWithItsEcho) {
+  link.Start();
+  StartTrace();
+  link.app.Advance(65.25);
+  link.Send("A\x7f\x80\r");
+  link.Send("A\x7f\x80\r");
+  link.port.SetHolds(kCtsHold | kXoffSent);
+  link.Run();
+  EXPECT_EQ(Traced(), (std::vector<KorText>{
+                          u"RX A\x7f[80][0d]", u"TX %% Message not recognised by HOST[0d]",
+                          u"RX A\x7f[80][0d]", u"TX %% Message not recognised by HOST[0d]",
+                          u"CTS Hold=1  XOff Sent=1  "}));
+  link.link->StopTrace();
+  const KorText whole = *link.app.Content(tracePath);
+  EXPECT_TRUE(whole.StartsWith(
+      u"00:00:00.000000 (+0.000000) Start of logging\r\n"
+      u"00:00:00.000000 (+0.000000) ==================== Version & OS ======================\r\n"
+      u"00:00:00.000000 (+0.000000) 26.0.0.2715 2026 - Test system\r\n"
+      u"00:00:00.000000 (+0.000000) ==================== Settings ======================\r\n"
+      u"00:00:00.000000 (+0.000000) Port=COM1 baud=2400 parity=None data=8 stop=1 "
+      u"flow=Xon/Xoff\r\n"));
+  EXPECT_TRUE(whole.Contains(u"\r\n00:01:05.250000 (+65.250000) RX A"));
+  EXPECT_TRUE(whole.EndsWith(u" End of Logging\r\n"));
+}
+
+TEST_F(EngineTest, ARepeatedReplyIsTracedOnceAndRepeatedReceptionEachTime) {
+  CommsLog log;
+  ASSERT_TRUE(log.StartTrace(tracePath, LinkSettings()));
+  header = link.app.Content(tracePath)->Length();
+  for (const bool force : {false, false, true, true}) log.Trace(u"same", force);
+  EXPECT_EQ(Traced(), (std::vector<KorText>{u"same", u"same", u"same"}));
+  EXPECT_EQ(TraceStamp(3725.5, -0.125), u"01:02:05.500000 (-0.125000)");
+}
+
+TEST_F(EngineTest, WritesOneJobLinePerJob) {
+  const KorText jobs = link.app.Path(u"jobs.log");
+  link.PutProgram(u"1.MPG", u"A\n");
+  link.Start({}, {}, u"[Log]\nlog file=" + jobs + u"\nwrite log=1\n");
+  link.app.SetUtc(SystemTime{2026, 11, 21, 13, 5, 9, 0, 6});
+  link.Ask("FH 9");
+  link.Ask("FH 9"); // the same line again: one job-log line
+  link.Ask("FH 1");
+  link.Ask(">");
+  link.Ask(">");
+  for (int i = 0; i < 20; ++i) After(0.1);
+  const KorText cnc = link.Folder();
+  const KorText stamp = u"         21/11/2026 13:05:09 ";
+  EXPECT_EQ(link.app.Content(jobs),
+            stamp + u"Download could not open/read from " + cnc + u"9.MPG\r\n" + stamp +
+                u"Download Completed " + cnc + u"1.MPG - 2 bytes\r\n");
+}
+
+TEST_F(EngineTest, AnUnwritableJobLogIsReportedOnce) {
+  link.Start({}, {},
+             u"[Log]\nlog file=" + link.app.Path(u"no/such/jobs.log") + u"\nwrite log=1\n");
+  link.Ask("FH 8");
+  link.Ask("FH 9");
+  ASSERT_EQ(link.form.messages.size(), 1u);
+  EXPECT_EQ(link.form.messages[0].text, u"Unable to write to log file");
+  EXPECT_FALSE(link.link->StartTrace(link.app.Path(u"no/such/trace")));
+  EXPECT_EQ(link.form.messages.size(), 2u);
+}
+
+TEST_F(EngineTest, TheMonitorShowsTheTrafficOnlyWhileItIsShown) {
+  link.Start();
+  link.Ask("XYZ");
+  EXPECT_EQ(link.form.monitor, u"RX XYZ[0d]\nTX ABCDEFGHIJKLMNOPQRSTUVWXYZ[0d]");
+  link.link->SetMonitorShown(false);
+  link.Ask("XYZ");
+  EXPECT_EQ(link.form.monitor.Length(), 44u);
+}
+
+TEST_F(EngineTest, TheLoopBackTestPassesWithAPlugOnly) {
+  link.Start();
+  link.link->LoopbackTest();
+  link.Run();
+  EXPECT_EQ(link.port.TakeWritten(), "LocalTestMessage@");
+  EXPECT_EQ(link.Line(), u"Local Loopback Test Failure");
+  link.port.SetLoopBack(true);
+  link.link->LoopbackTest();
+  link.Run();
+  EXPECT_EQ(link.Line(), u"Local Loopback Test Success");
+  EXPECT_TRUE(link.link->Timers().IsStarted(u"DownloadApp::DisplayStatus"));
+}
+
+TEST_F(EngineTest, TheXonXoffTestHoldsTheControllerForThreeSeconds) {
+  link.Start();
+  link.link->XonXoffTest();
+  link.Run();
+  EXPECT_EQ(link.port.TakeWritten(), "\x13");
+  After(2.9);
+  EXPECT_EQ(link.port.TakeWritten(), "");
+  After(0.2);
+  EXPECT_EQ(link.port.TakeWritten(), "\x11");
+  After(10);
+  EXPECT_EQ(link.port.TakeWritten(), "");
+}
+
+TEST_F(EngineTest, SendsSotBeforeADownload) {
+  link.PutProgram(u"1.MPG", u"A\n");
+  link.Start();
+  StartTrace();
+  FormDescription form = link.link->SettingsForm();
+  form.Find(u"send-sot")->value = u"1";
+  form.Find(u"sot-character")->value = u"STX";
+  EXPECT_EQ(link.link->AcceptSettings(form), u"");
+  link.Run();
+  EXPECT_EQ(link.Ask("FH 1"), "\x02&LP 000000001\r");
+  EXPECT_EQ(Traced(), (std::vector<KorText>{u"RX FH 1[0d]", u"TX [02]", u"TX &LP 000000001[0d]"}));
+}
+
+TEST_F(EngineTest, RandomBytesNeverHangItAndTheNextGoodRequestIsAnswered) {
+  std::uint32_t seed = 12345;
+  const auto next = [&] { return seed = seed * 1664525 + 1013904223, seed >> 24; };
+  link.PutProgram(u"1.MPG", u"A\nB\n");
+  link.Start();
+  for (int round = 0; round < 300; ++round) {
+    std::string noise;
+    for (std::uint32_t length = next() * 40; length > 0; --length)
+      noise += static_cast<char>(next());
+    if (round % 3 == 0) noise += "FH 1\r>\r";
+    if (round % 5 == 0) noise += "\rTH 1\r";
+    link.Send(noise);
+    link.Send("\x11\r]\r"); // an XOFF among them is lifted, an upload ended
+    EXPECT_TRUE(link.Ask("XYZ").ends_with("ABCDEFGHIJKLMNOPQRSTUVWXYZ\r")) << round;
+  }
+}
+
+// --- Settings --------------------------------------------------------------------------------------
+
+TEST_F(EngineTest, DefaultsWithoutASettingsFile) {
+  LinkSettings settings;
+  ReadSettingsProfile(link.app.Path(u"none.INI"), u"/cnc", settings);
+  EXPECT_EQ(settings.port, u"COM1");
+  EXPECT_EQ(settings.baudrate, u"2400");
+  EXPECT_EQ(settings.flowControl, u"Xon/Xoff");
+  EXPECT_EQ(settings.transmitDelay, 2);
+  EXPECT_EQ(settings.fileExtension, u"DNC");
+  EXPECT_EQ(settings.uploadPath, u"/cnc/");
+  EXPECT_EQ(settings.writeLog, 0);
+}
+
+TEST_F(EngineTest, LongSettingsAreCutTo79Characters) {
+  LinkSettings settings;
+  link.app.Put(link.app.Path(u"a.INI"), u"[Files]\nfile extension=" + KorText(200, u'x') + u"\n");
+  ReadSettingsProfile(link.app.Path(u"a.INI"), u"/cnc", settings);
+  EXPECT_EQ(settings.fileExtension.Length(), 79u);
+}
+
+TEST_F(EngineTest, TheSettingsFormTakesListedValuesOnly) {
+  link.Start();
+  const struct {
+    const char16_t *key, *value;
+    bool taken;
+  } cases[] = {
+      {u"baudrate", u"115200", true},      {u"baudrate", u"77", false},
+      {u"parity", u"even", true},          {u"flow-control", u"Combined", true},
+      {u"flow-control", u"none at all", false}, {u"character-delay", u"999", true},
+      {u"character-delay", u"1000", false}, {u"transmit-delay", u"30", true},
+      {u"transmit-delay", u"-1", false},   {u"transmit-delay", u"3 s", false},
+      {u"sot-character", u"SI", true},     {u"sot-character", u"XYZ", false},
+      {u"port", u"/dev/ttyUSB0", true},    {u"upload-path", u"/somewhere", true},
+  };
+  for (const auto& c : cases) {
+    FormDescription form = link.link->SettingsForm();
+    form.Find(c.key)->value = c.value;
+    EXPECT_EQ(link.link->AcceptSettings(form).IsEmpty(), c.taken) << KorText(c.value).ToUtf8();
+  }
+  const LinkSettings& settings = link.link->Settings();
+  EXPECT_EQ(settings.parity, u"Even");
+  EXPECT_EQ(settings.sotCharacter, 31); // intended
+  EXPECT_EQ(settings.uploadPath, u"/somewhere/");
+  link.Run();
+  EXPECT_EQ(link.form.Title(), u"NCE /dev/ttyUSB0:115200,E,8,1,Combined");
+}
+
+TEST_F(EngineTest, OffersThePortsThatOpenAndTheCurrentOne) {
+  const auto probe = [](const KorText& name) { return name == u"COM7"; };
+  EXPECT_EQ(OfferedPorts(u"COM3", probe), (std::vector<KorText>{u"COM3", u"COM7"}));
+  EXPECT_EQ(OfferedPorts(u"COM12", probe), (std::vector<KorText>{u"COM7"}));
+}
+
+TEST_F(EngineTest, EachHandshakeBoxReopensThePort) {
+  link.Start({}, u"flow control=Hardware\n");
+  EXPECT_TRUE(link.port.Block().outxCtsFlow && link.port.Block().outxDsrFlow);
+  link.port.ClearCalls();
+  link.link->SetHandshake(false, true);
+  link.Run();
+  EXPECT_EQ(link.port.Calls().front(), "PurgeTransmit");
+  EXPECT_FALSE(link.port.Block().outxCtsFlow);
+  EXPECT_TRUE(link.port.Block().outxDsrFlow);
+}
+
+// --- Status ------------------------------------------------------------------------------------------
+
+TEST(LinkStatusTest, FormsEachCodesText) {
+  const StatusFacts facts{u"N", 5, 9, u"M", u"P", false};
+  const struct {
+    int code;
+    const char16_t* text;
+  } cases[] = {
+      {0, u"No Link"},
+      {9, u"Download could not open/read from N"},
+      {12, u"Downloading N - 5 of 9 bytes sent."},
+      {13, u"Uploading N - 5 bytes received."},
+      {18, u"Download Completed N - 5 bytes"},
+      {19, u"Upload Completed N - 5 bytes in file."},
+      {23, u"Directory Listing: Error"},
+      {31, u"Server: M has found DNC Client: P"},
+      {33, u"Configuration Error! Client: M has found 2nd DNC Client: P!"},
+      {35, u"Client: M Requesting File List from Server: P"},
+      {38, u"Client: M NC File Synchronisation Completed"},
+      {28, u"before"},
+      {39, u"before"},
+      {-1, u"before"},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(StatusText(static_cast<LinkStatus>(c.code), facts, u"before"), c.text) << c.code;
+  StatusFacts server = facts;
+  server.serverRole = true;
+  EXPECT_EQ(StatusText(LinkStatus::FileListCheck, server, u""), u"Server: M Checking NC File List");
+}
+
+TEST(LinkStatusTest, AnUnexpectedErrorLogsTwoLinesAndShowsTheSecond) {
+  std::vector<KorText> logged;
+  StatusBoard board([&](const KorText& line) { logged.push_back(line); });
+  board.SetFileName(u"N");
+  board.Set(LinkStatus::UnexpectedError);
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(board.Form(false).line, u"File format error N");
+  EXPECT_EQ(logged, (std::vector<KorText>{u"Unexpected error N", u"File format error N"}));
+}
+
+// --- The generic engine, without a protocol --------------------------------------------------------
+
+class PlainEngineTest : public EngineTest {
+ protected:
+  PlainEngineTest() {
+    EngineServices services;
+    services.port = &link.port;
+    services.form = &link.form;
+    services.cncFolder = link.Folder();
+    services.startWorker = false;
+    engine = std::make_unique<DownloadApp>(services, u"PLAIN");
+    engine->SetUpServices();
+    engine->BuildWindow();
+  }
+  void Run() {
+    while (engine->Poll()) {
+    }
+    link.form.RunPosted();
+  }
+  std::unique_ptr<DownloadApp> engine;
+};
+
+TEST_F(PlainEngineTest, SendsAFileAsItIsInPacedChunks) {
+  KorText bytes;
+  for (int i = 0; i < 1000; ++i) bytes += static_cast<char16_t>(i % 256);
+  link.app.Put(link.app.Path(u"raw.NC"), bytes);
+  engine->SendFile(link.app.Path(u"raw.NC"));
+  Run();
+  EXPECT_EQ(link.port.Written(), bytes.ToBytes());
+  EXPECT_EQ(engine->CurrentStatus().code, 18);
+  const Strings calls = link.port.Calls();
+  EXPECT_EQ(std::count(calls.begin(), calls.end(), "Write 100"), 10);
+  EXPECT_TRUE(link.form.monitor.Contains(u"TX100 [00][01]"));
+  EXPECT_FALSE(link.form.endDialogs[EndDialog::Download]);
+}
+
+TEST_F(PlainEngineTest, PausesTheCharacterDelayBetweenChunks) {
+  link.app.Put(link.app.Path(u"raw.NC"), KorText(250, u'x'));
+  FormDescription form = engine->SettingsForm();
+  form.Find(u"character-delay")->value = u"500";
+  ASSERT_EQ(engine->AcceptSettings(form), u"");
+  engine->SendFile(link.app.Path(u"raw.NC"));
+  for (const std::size_t sent : {0u, 100u, 200u, 250u}) {
+    Run();
+    EXPECT_EQ(link.port.Written().size(), sent);
+    link.app.Advance(0.5);
+  }
+}
+
+TEST_F(PlainEngineTest, ABaudTextThatIsNoNumberSendsNothing) {
+  link.app.Put(link.app.Path(u"raw.NC"), u"x");
+  link.app.Put(link.app.Path(u"settings/PLAIN.INI"), u"[Port Settings]\nbaudrate=fast\n");
+  EngineServices services;
+  services.port = &link.port;
+  services.form = &link.form;
+  services.startWorker = false;
+  DownloadApp odd(services, u"PLAIN");
+  odd.SetUpServices();
+  odd.BuildWindow();
+  odd.SendFile(link.app.Path(u"raw.NC"));
+  for (int i = 0; i < 100; ++i) odd.Poll();
+  EXPECT_EQ(link.port.Written(), "");
+  EXPECT_EQ(odd.CurrentStatus().code, 12);
+}
+
+TEST_F(PlainEngineTest, ReceivesEveryByteUntilItIsCompletedOrCancelled) {
+  const KorText path = link.app.Path(u"in.NC");
+  link.app.Put(path, u"old");
+  for (const bool complete : {false, true}) {
+    engine->ReceiveFile(path);
+    Run();
+    EXPECT_TRUE(link.form.endDialogs[EndDialog::Upload]);
+    link.port.Deliver(std::string("\0\x01new\xff", 6));
+    Run();
+    EXPECT_EQ(link.app.Content(path), u"old");
+    if (complete) engine->CompleteUpload();
+    else engine->CancelUpload();
+    Run();
+    EXPECT_EQ(engine->CurrentStatus().code, complete ? 19 : 17);
+  }
+  EXPECT_EQ(link.app.Content(path)->ToBytes(), std::string("\0\x01new\xff", 6));
+}
+
+TEST_F(PlainEngineTest, CancelEndsASendingAtOnce) {
+  link.app.Put(link.app.Path(u"raw.NC"), KorText(100000, u'x'));
+  link.port.SetDrainRate(0); // a port that never drains
+  engine->SendFile(link.app.Path(u"raw.NC"));
+  Run();
+  engine->CancelDownload();
+  Run();
+  EXPECT_EQ(engine->CurrentStatus().line, u"Download Cancelled " + link.app.Path(u"raw.NC"));
+  EXPECT_EQ(link.form.buttons, JobButtons::Enabled);
+}
+
+} // namespace
+} // namespace kor
