@@ -434,8 +434,8 @@ KorText AppInterface::GetTemporaryFilename() {
   const KorText folder = GetApplicationPropertyPath(kTemporaryFolder);
   if (folder.IsEmpty()) {
     DebugWarning(u"GetTemporaryFilename called before TempDir is set", u"AppInterface");
-  } else {
-    MakeFolder(folder);
+  } else if (!MakeFolder(folder)) {
+    return {};
   }
   for (int attempt = 0; attempt < kTemporaryAttempts; ++attempt) {
     const KorText path = folder + KorText::Format(u"KOR%u", NextTemporaryNumber());

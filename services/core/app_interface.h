@@ -232,8 +232,8 @@ class AppInterface {
   // A path to a file that was not found where it should be, or an empty text: looks for the name, less
   // its folder, in the start-in, settings, program and data folders.
   virtual KorText LocateFile(const KorText& name);
-  // Creates an empty file "KOR" + number in the temporary folder and returns its path; empty after
-  // 100000 failed attempts.
+  // Creates an empty file "KOR" + number in the temporary folder, which is made when missing, and
+  // returns its path; empty after 100000 failed attempts, or at once when the folder can't be made.
   virtual KorText GetTemporaryFilename();
 
   // The form a path takes for the platform's calls: the Windows long-path prefix for paths longer than

@@ -172,7 +172,7 @@ TEST_F(AppInterfaceTest, GivesEachCallerItsOwnTemporaryFile) {
   const KorText start = app.Path(u"temp/KOR");
   EXPECT_TRUE(names.begin()->StartsWith(start));
   EXPECT_EQ(names.begin()->View().find_first_not_of(u"0123456789", start.Length()), KorText::kNone);
-  app.RefuseOpening(u"KOR");
+  app.SetApplicationPropertyPath(kTemporaryFolder, *names.begin()); // no folder, and can't be one
   EXPECT_EQ(app.GetTemporaryFilename(), u"");
 }
 

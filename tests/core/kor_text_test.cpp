@@ -54,7 +54,9 @@ TEST(KorTextFormat, PrintsNumbersAsTheCLibraryDoes) {
   }
   ExpectAsPrinted<unsigned>("-0", 'u', {0u, 7u, 4294967295u});
   for (const char conversion : {'x', 'X', 'o'}) {
-    ExpectAsPrinted<unsigned>("-0#", conversion, {0u, 10u, 0xDEADBEEFu});
+    ExpectAsPrinted<unsigned>("-0", conversion, {0u, 10u, 0xDEADBEEFu});
+    // MinGW's library gets "%#.0o" of 0 wrong.
+    ExpectAsPrinted<unsigned>("-0#", conversion, {10u, 0xDEADBEEFu});
     ExpectAsPrinted<int>("-0#", conversion, {-1, kLowest});
   }
   for (const char conversion : {'f', 'e', 'g', 'E', 'G', 'F'}) {
@@ -78,6 +80,7 @@ TEST(KorTextFormat, MakesTheLinesOfTheProgram) {
       {KorText::Format(u"[%-70s]", u"\u00E9\u4E2D").Left(4),
        u"[\u00E9\u4E2D "}, // width in characters
       {KorText::Format(u"%02X%c%c", 10, u']', 65), u"0A]A"},
+      {KorText::Format(u"%#.0o|%#o|%#x", 0, 0, 0), u"0|0|0"},
       {KorText::Format(u"%2i|%s ", 3, u"name"), u" 3|name "},
       {KorText::Format(u"%*d|%-*d|%.*f|%.*f", 4, 7, -4, 7, 1, 2.25, -1, 2.0),
        u"   7|7   |2.2|2.000000"},
