@@ -1,0 +1,393 @@
+#include "files/compressed_file.h"
+
+#include "files/little_endian.h"
+#include "tests/files/file_test_support.h"
+
+namespace kor {
+namespace {
+
+constexpr std::size_t kBlock = 0x2000000;
+
+void Append(Bytes& to, std::span<const std::uint8_t> bytes) {
+  to.insert(to.end(), bytes.begin(), bytes.end());
+}
+
+void AppendNumber(Bytes& to, std::uint32_t number) {
+  std::uint8_t bytes[4];
+  StoreLe32(bytes, number);
+  Append(to, bytes);
+}
+
+Bytes Piece(std::span<const std::uint8_t> content) {
+  VoidBuffer piece;
+  EXPECT_TRUE(VoidBuffer::Compress32(content, piece, 6));
+  return Bytes(piece.Bytes().begin(), piece.Bytes().end());
+}
+
+// A length and the piece: a block of format 2005, a chunk of a type-2 piece.
+Bytes Framed(std::span<const std::uint8_t> piece) {
+  Bytes framed;
+  AppendNumber(framed, static_cast<std::uint32_t>(piece.size()));
+  Append(framed, piece);
+  return framed;
+}
+
+Bytes Container(const char* year, const std::vector<Bytes>& parts) {
+  Bytes file = BytesOf("KOR Compressed File \xA9 ");
+  Append(file, AsBytes(year));
+  for (const Bytes& part : parts)
+    Append(file, part);
+  return file;
+}
+
+// Different everywhere, and quickly compressed.
+Bytes MakeSparse(std::size_t count) {
+  Bytes bytes(count);
+  for (std::size_t at = 0; at + 4 <= count; at += 4096)
+    StoreLe32(bytes.data() + at, static_cast<std::uint32_t>(at));
+  if (count > 0) bytes.back() = 'e';
+  return bytes;
+}
+
+class CompressedFileTest : public FileTest {
+ protected:
+  CompressedFileTest() { app.MakeFolder(app.Path(u"work")); }
+
+  FileResult Restore(const Bytes& file, Bytes* content = nullptr) {
+    SimpleFile source;
+    VoidBuffer output;
+    source.OpenMemory(kFileRead, VoidBuffer(file));
+    const FileResult result = DecompressFile(source, nullptr, &output);
+    if (content != nullptr) content->assign(output.Bytes().begin(), output.Bytes().end());
+    return result;
+  }
+
+  bool Holds(const KorText& name, std::span<const std::uint8_t> content) {
+    SimpleFile file(name);
+    const auto bytes = file.Open(kFileRead) ? file.ReadAll() : std::nullopt;
+    return bytes && std::ranges::equal(*bytes, content);
+  }
+  void Write(const KorText& name, std::span<const std::uint8_t> content) {
+    SimpleFile file(name, kFileWrite, false, false);
+    ASSERT_EQ(file.Write(content), content.size());
+  }
+
+  const KorText path = app.Path(u"work/f");
+  const KorText other = app.Path(u"work/g");
+};
+
+// --- VoidBuffer ----------------------------------------------------------------------------------
+
+TEST_F(CompressedFileTest, BufferTypeFollowsSizeAndFlag) {
+  const VoidBuffer block(MakeSparse(kBlock));
+  VoidBuffer packed, inflated;
+  struct {
+    std::size_t size;
+    bool large;
+    std::uint8_t type;
+  } const cases[] = {{1, false, 1}, {kBlock - 1, false, 1}, {kBlock, false, 2}, {kBlock, true, 1}};
+  for (const auto& c : cases) {
+    ASSERT_TRUE(VoidBuffer::Compress(block.Bytes().first(c.size), packed, c.large));
+    EXPECT_EQ(packed.Bytes()[packed.Size() - 5], c.type);
+    EXPECT_EQ(LoadLe32(packed.Data() + packed.Size() - 4), c.type == 1 ? c.size : 0);
+    ASSERT_TRUE(VoidBuffer::Decompress(packed.Bytes(), inflated));
+    EXPECT_TRUE(std::ranges::equal(inflated.Bytes(), block.Bytes().first(c.size)));
+  }
+  EXPECT_TRUE(VoidBuffer::Compress({}, packed, false));
+  EXPECT_TRUE(packed.IsEmpty());
+}
+
+TEST_F(CompressedFileTest, BufferRefusesItself) {
+  VoidBuffer buffer(AsBytes("some text"));
+  EXPECT_FALSE(VoidBuffer::Compress(buffer.Bytes(), buffer, false));
+  EXPECT_TRUE(buffer.IsEmpty());
+  buffer = VoidBuffer(Piece(AsBytes("text")));
+  EXPECT_FALSE(VoidBuffer::Decompress(buffer.Bytes(), buffer));
+  EXPECT_TRUE(buffer.IsEmpty());
+  EXPECT_EQ(app.Warnings(),
+            (std::vector<TestApp::Warning>{
+                {u"Debug Warning", u"VoidBuffer can't compress directly into self!"},
+                {u"Debug Warning", u"VoidBuffer can't decompress directly into self!"}}));
+}
+
+TEST_F(CompressedFileTest, TooBigBufferIsRefusedUnread) {
+  VoidBuffer packed;
+  const std::uint8_t byte = 0;
+  EXPECT_FALSE(VoidBuffer::Compress32({&byte, 0xFFFFFFFF}, packed, 6));
+  EXPECT_EQ(app.Warnings().at(0),
+            (TestApp::Warning{u"Buffer is too big!", u"VoidBuffer::Compress32"}));
+}
+
+TEST_F(CompressedFileTest, DamagedBufferStaysAsItWas) {
+  const Bytes good = Piece(AsBytes("some text to be packed"));
+  Bytes chunked = Framed(good);
+  Append(chunked, Framed(good));
+  Append(chunked, FromHex("02 00 00 00 00"));
+  for (const Bytes& whole : {good, chunked}) {
+    for (std::size_t at = 0; at < whole.size(); ++at) {
+      Bytes damaged = whole;
+      damaged[at] ^= 0x15;
+      VoidBuffer buffer(damaged), restored(whole);
+      ASSERT_TRUE(restored.Decompress());
+      // zlib doesn't look at some header bits, and nobody at the number behind a chunked buffer.
+      const bool same = buffer.Decompress();
+      EXPECT_TRUE(std::ranges::equal(buffer.Bytes(), same ? restored.Bytes() : std::span(damaged)))
+          << at;
+      EXPECT_FALSE(VoidBuffer(std::span(whole).first(at)).Decompress()) << at;
+    }
+  }
+}
+
+TEST_F(CompressedFileTest, LengthThatZlibCannotReachIsRefusedBeforeMemory) {
+  Bytes bomb = Piece(Bytes(1000, 'a'));
+  StoreLe32(bomb.data() + bomb.size() - 4, 0xFFFFFFFF);
+  VoidBuffer output;
+  EXPECT_FALSE(VoidBuffer::Decompress(bomb, output));
+  EXPECT_EQ(output.Capacity(), 0u);
+  StoreLe32(bomb.data() + bomb.size() - 4, 999);
+  EXPECT_FALSE(VoidBuffer::Decompress(bomb, output));
+}
+
+// --- Files ---------------------------------------------------------------------------------------
+
+TEST_F(CompressedFileTest, BlocksAndRoundTripAtEverySize) {
+  for (const std::size_t size :
+       {std::size_t{0}, std::size_t{1}, std::size_t{1000}, kBlock, kBlock + 1, 2 * kBlock + 1}) {
+    const Bytes content = MakeSparse(size);
+    Write(path, content);
+    std::optional<Bytes> first;
+    for (const unsigned workers : {1u, 3u}) {
+      ASSERT_EQ(CompressFile(path, other, false, {.workers = workers}), FileResult::Success);
+      if (!first) first = Get(other);
+      EXPECT_TRUE(Holds(other, *first)) << "the same for " << workers;
+      ASSERT_EQ(DecompressFile(other, other, false, {.workers = workers}), FileResult::Success);
+      EXPECT_TRUE(Holds(other, content));
+    }
+    SimpleFile source;
+    source.OpenMemory(kFileRead, VoidBuffer(*first));
+    ContainerInfo info;
+    EXPECT_EQ(DescribeContainer(source, info), FileResult::Success);
+    EXPECT_EQ(info.blocks.size(), (size + kBlock - 1) / kBlock);
+    EXPECT_EQ(info.inflated, size);
+    EXPECT_TRUE(size <= kBlock || info.blocks.back().inflated == 1);
+  }
+  EXPECT_EQ(Leftovers(), (std::vector<KorText>{u"f", u"g"}));
+}
+
+TEST_F(CompressedFileTest, OldFormatIsReadInBothTypes) {
+  const Bytes text = BytesOf("G01 X100 Y200\r\nG02 X1\r\n");
+  Bytes chunks = Framed(Piece(std::span(text).first(7)));
+  Append(chunks, Framed(Piece(std::span(text).subspan(7))));
+  Append(chunks, FromHex("02 00 00 00 00"));
+  for (const Bytes& data : {Piece(text), chunks}) {
+    const Bytes file = Container("2004", {data});
+    Bytes content;
+    EXPECT_EQ(Restore(file, &content), FileResult::Success);
+    EXPECT_EQ(content, text);
+    SimpleFile source;
+    source.OpenMemory(kFileRead, VoidBuffer(file));
+    EXPECT_EQ(InflatedSize(source), text.size());
+    EXPECT_EQ(source.Position(), 0u);
+  }
+}
+
+TEST_F(CompressedFileTest, DamagedHeaders) {
+  const Bytes file = Container("2005", {Framed(Piece(AsBytes("content")))});
+  for (std::size_t at = 0; at < 26; ++at) {
+    Bytes damaged = file;
+    damaged[at] ^= 0x07;
+    EXPECT_EQ(Restore(damaged), at < 22 ? FileResult::Corrupt : FileResult::WrongKind) << at;
+    EXPECT_EQ(Restore(Bytes(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(at))),
+              FileResult::SourceUnreadable);
+    app.Put(path, TextOf(damaged));
+    EXPECT_FALSE(IsCompressedFile(path));
+  }
+  // Half of the fixed part may differ before a file counts as another one.
+  for (std::size_t differing = 8; differing < 14; ++differing) {
+    Bytes damaged = file;
+    for (std::size_t at = 0; at < differing; ++at)
+      damaged[at] ^= 0x07;
+    EXPECT_EQ(Restore(damaged), differing < 11 ? FileResult::Corrupt : FileResult::WrongKind);
+  }
+  EXPECT_EQ(Restore(Bytes(100, 'x')), FileResult::WrongKind);
+}
+
+TEST_F(CompressedFileTest, DamagedBlocks) {
+  const Bytes good = Framed(Piece(AsBytes("first block")));
+  const auto withLength = [&](std::uint32_t length) {
+    Bytes block = good;
+    StoreLe32(block.data(), length);
+    return block;
+  };
+  const auto withClaim = [&](std::uint32_t claim) {
+    Bytes block = good;
+    StoreLe32(block.data() + block.size() - 4, claim);
+    return block;
+  };
+  Bytes chunked = good;
+  Append(chunked, FromHex("02 00 00 00 00"));
+  struct {
+    const char* what;
+    Bytes second;
+    FileResult result;
+  } const cases[] = {
+      {"too long", withLength(0x2000001), FileResult::Corrupt},
+      {"longest, but not there", withLength(0x2000000), FileResult::SourceUnreadable},
+      {"no room for a trailer", withLength(4), FileResult::Corrupt},
+      {"ends inside", withLength(static_cast<std::uint32_t>(good.size() - 3)),
+       FileResult::SourceUnreadable},
+      {"half a length", FromHex("10 00"), FileResult::SourceUnreadable},
+      {"claims 4 GiB", withClaim(0xFFFFFFFF), FileResult::Failure},
+      {"claims too little", withClaim(3), FileResult::Failure},
+      {"chunked in a block", Framed(chunked), FileResult::Failure},
+  };
+  for (const auto& c : cases) {
+    ContainerFault fault;
+    SimpleFile source;
+    VoidBuffer output;
+    source.OpenMemory(kFileRead, VoidBuffer(Container("2005", {good, c.second})));
+    EXPECT_EQ(DecompressFile(source, nullptr, &output, {.workers = 2, .fault = &fault}), c.result)
+        << c.what;
+    EXPECT_TRUE(output.IsEmpty());
+    EXPECT_EQ(fault.block, 1u) << c.what;
+    EXPECT_EQ(fault.offset, 26 + good.size()) << c.what;
+    EXPECT_FALSE(fault.reason.IsEmpty());
+  }
+}
+
+TEST_F(CompressedFileTest, EarlierFaultWinsWhateverTheNumberOfWorkers) {
+  const Bytes good = Framed(Piece(AsBytes("block")));
+  Bytes bad = good;
+  bad[12] ^= 0xFF;
+  const Bytes file = Container("2005", {good, bad, good, FromHex("FF FF FF FF")});
+  for (const unsigned workers : {1u, 2u, 4u}) {
+    SimpleFile source;
+    ContainerFault fault;
+    source.OpenMemory(kFileRead, VoidBuffer(file));
+    EXPECT_EQ(DecompressFile(source, nullptr, nullptr, {.workers = workers, .fault = &fault}),
+              FileResult::Failure);
+    EXPECT_EQ(fault.block, 1u);
+  }
+}
+
+// Whatever a byte turns into and wherever the file ends: the right content or an error.
+TEST_F(CompressedFileTest, EveryByteAndEveryLength) {
+  const Bytes text = MakeBytes(300, 8);
+  Bytes chunks = Framed(Piece(text));
+  Append(chunks, FromHex("02 00 00 00 00"));
+  const Bytes files[] = {Container("2005", {Framed(Piece(std::span(text).first(100))),
+                                            Framed(Piece(std::span(text).subspan(100)))}),
+                         Container("2004", {Piece(text)}), Container("2004", {chunks})};
+  for (const Bytes& whole : files) {
+    for (std::size_t at = 0; at < whole.size(); ++at) {
+      for (const int flip : {0x01, 0x80, 0xFF}) {
+        Bytes damaged = whole, content;
+        damaged[at] = static_cast<std::uint8_t>(damaged[at] ^ flip);
+        EXPECT_TRUE(Restore(damaged, &content) != FileResult::Success || content == text) << at;
+      }
+      Bytes content;
+      const FileResult result =
+          Restore(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(at)), &content);
+      // A file that ends behind a whole block can't be told from a shorter one.
+      EXPECT_TRUE(result != FileResult::Success || content.empty() || content.size() == 100) << at;
+    }
+  }
+}
+
+TEST_F(CompressedFileTest, ResultCodesOfPaths) {
+  const KorText missing = app.Path(u"work/missing"), noFolder = app.Path(u"none/f");
+  app.Put(path, u"a plain file, longer than a signature is");
+  EXPECT_EQ(CompressFile(missing, other, false), FileResult::SourceUnreadable);
+  EXPECT_EQ(CompressFile(path, noFolder, false), FileResult::DestinationUnwritable);
+  EXPECT_EQ(DecompressFile(path, other, false), FileResult::WrongKind);
+  ASSERT_EQ(CompressFile(path, path, false), FileResult::Success);
+  const auto packed = Get(path);
+  EXPECT_EQ(CompressFile(path, path, false), FileResult::WrongKind);
+  EXPECT_EQ(CompressFile(path, other, false), FileResult::WrongKind);
+  EXPECT_EQ(DecompressFile(missing, other, false), FileResult::SourceUnreadable);
+  EXPECT_EQ(DecompressFile(path, noFolder, false), FileResult::DestinationUnwritable);
+  EXPECT_EQ(Get(path), packed);
+  EXPECT_EQ(Leftovers(), std::vector<KorText>{u"f"});
+}
+
+TEST_F(CompressedFileTest, BlockThatDoesNotGetSmallerIsRefused) {
+  std::mt19937 random(1);
+  Bytes noise(kBlock);
+  for (auto& byte : noise)
+    byte = static_cast<std::uint8_t>(random() >> 11);
+  Write(path, noise);
+  EXPECT_EQ(CompressFile(path, other, false), FileResult::Failure);
+  EXPECT_EQ(Leftovers(), std::vector<KorText>{u"f"});
+}
+
+TEST_F(CompressedFileTest, ShortReadsAndFullDisksLeaveNoTarget) {
+  app.Put(path, TextOf(MakeBytes(100000, 8)));
+  app.LimitReads(50000);
+  EXPECT_EQ(CompressFile(path, other, false), FileResult::SourceUnreadable);
+  app.ClearFaults();
+  app.LimitWrites(10000);
+  EXPECT_EQ(CompressFile(path, other, false), FileResult::DestinationUnwritable);
+  app.ClearFaults();
+  ASSERT_EQ(CompressFile(path, path, false), FileResult::Success);
+  app.LimitReads(20000);
+  EXPECT_EQ(DecompressFile(path, other, false), FileResult::SourceUnreadable);
+  app.ClearFaults();
+  app.LimitWrites(10000);
+  EXPECT_EQ(DecompressFile(path, path, false), FileResult::DestinationUnwritable);
+  EXPECT_EQ(Leftovers(), std::vector<KorText>{u"f"});
+  app.ClearFaults();
+  EXPECT_EQ(DecompressFile(path, path, false), FileResult::Success);
+  EXPECT_EQ(Get(path), MakeBytes(100000, 8));
+}
+
+// Power goes after each change in turn: the file holds its content, packed or plain.
+TEST_F(CompressedFileTest, InPlaceIsSafeAtEveryStep) {
+  const Bytes content = MakeBytes(5000, 8);
+  using Step = std::function<FileResult()>;
+  const Step steps[] = {[&] { return CompressFile(path, path, false); },
+                        [&] { return DecompressFile(path, path, false); }};
+  app.Put(path, TextOf(content));
+  for (const Step& step : steps) {
+    const auto before = Get(path);
+    FileResult result = FileResult::Failure;
+    for (int changes = 0; result != FileResult::Success; ++changes) {
+      app.CutPowerAfter(changes);
+      result = step();
+      app.ClearFaults();
+      RemoveAbandonedParts(app.Path(u"work"));
+      EXPECT_EQ(Leftovers(), std::vector<KorText>{u"f"});
+      SimpleFile file(path);
+      ASSERT_TRUE(file.Open(kFileRead, false, true));
+      EXPECT_EQ(file.ReadAll(), content) << changes;
+      ASSERT_LT(changes, 50);
+      if (Get(path) != before) break; // renamed, and only the folder's sync was lost
+    }
+  }
+}
+
+TEST_F(CompressedFileTest, ProgressComesInOrderAndCancels) {
+  Bytes file = Container("2005", {});
+  for (int block = 0; block < 9; ++block)
+    Append(file, Framed(Piece(MakeBytes(1000, 4))));
+  std::vector<std::uint64_t> steps;
+  SimpleFile source;
+  source.OpenMemory(kFileRead, VoidBuffer(file));
+  CompressOptions options{.workers = 3};
+  options.progress = [&](std::uint64_t done, std::uint64_t total) {
+    EXPECT_EQ(total, file.size());
+    steps.push_back(done);
+    return true;
+  };
+  EXPECT_EQ(DecompressFile(source, nullptr, nullptr, options), FileResult::Success);
+  ASSERT_EQ(steps.size(), 9u);
+  EXPECT_TRUE(std::is_sorted(steps.begin(), steps.end()));
+  EXPECT_EQ(steps.back(), file.size());
+  options.progress = [&](std::uint64_t done, std::uint64_t) { return done < steps[4]; };
+  app.Put(path, TextOf(file));
+  EXPECT_EQ(DecompressFile(path, path, false, options), FileResult::Failure);
+  EXPECT_EQ(Get(path), file);
+  EXPECT_EQ(Leftovers(), std::vector<KorText>{u"f"});
+}
+
+} // namespace
+} // namespace kor
