@@ -233,13 +233,13 @@ TextEntry& TextHolder::AddEntry(const TextEntry& entry) {
 
 // --- Saving ------------------------------------------------------------------------------------------
 
-bool TextHolder::Save() {
+bool TextHolder::Save(Backup backup) {
   if (!IsEditing()) {
     App().Report(
         {MessageLevel::Warn, u"Dictionary", u"Cannot Save Dictionary - not fully loaded", {}, 0});
     return false;
   }
-  if (!MakeBackup()) return false;
+  if (backup == Backup::Made && !MakeBackup()) return false;
   RecordFileOptions options;
   options.format.fileTypes = {kFileType};
   options.compressed = true;

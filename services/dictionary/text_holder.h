@@ -79,7 +79,8 @@ class TextHolder : public Storable {
   // Editing mode only (App() is told otherwise). The older file is copied to its name with ".bak"
   // appended; when that fails App() asks whether to go on, and the answer kAnswerContinue does. The
   // new one is written beside it and renamed over it.
-  bool Save();
+  enum class Backup { Made, None };
+  bool Save(Backup backup = Backup::Made);
   static constexpr std::int32_t kAnswerCancel = 2;
   static constexpr std::int32_t kAnswerContinue = 11;
 

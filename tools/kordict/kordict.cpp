@@ -1,0 +1,352 @@
+#include "tools/kordict/kordict.h"
+
+#include <algorithm>
+#include <map>
+
+#include "files/paths.h"
+#include "services/core/app_interface.h"
+#include "services/dictionary/dictionary.h"
+#include "services/dictionary/xliff_reader.h"
+#include "tools/kordict/check.h"
+#include "tools/kordict/options.h"
+
+namespace kor {
+namespace {
+
+// One line of output, whatever the text holds.
+KorText OneLine(const KorText& text) {
+  KorText line = text;
+  line.ReplaceAll(u"\\", u"\\\\");
+  line.ReplaceAll(u"\n", u"\\n");
+  line.ReplaceAll(u"\r", u"\\r");
+  return line.ReplaceAll(u"\t", u"\\t");
+}
+
+class Kordict {
+ public:
+  Kordict(const KordictOptions& given, const KordictOutput& toUse) : options(given), out(toUse) {}
+
+  KordictResult Run();
+
+ private:
+  KordictResult Build();
+  KordictResult Info();
+  KordictResult Get();
+  KordictResult Find();
+  KordictResult ExportXml();
+  KordictResult ExportXliff();
+  KordictResult ImportXliff();
+  KordictResult Header();
+  KordictResult Check();
+
+  KorText DictionaryPath() const;
+  bool LoadDictionary();
+  std::optional<std::vector<KorText>> TranslationFiles();
+  bool ReadTranslations(const std::vector<KorText>& files);
+  bool ReadTranslation(const KorText& file, bool mayDiffer);
+  bool EnsureLanguage(const KorText& file, const KorText& code);
+  KordictResult PrintFindings();
+  bool Shows(const TextLanguage& language) const {
+    return options.language.IsEmpty() || language.folder.EqualsNoCase(options.language);
+  }
+  bool CheckLanguage();
+  TitledProgress Progress() const;
+
+  const KordictOptions& options;
+  const KordictOutput& out;
+  TextHolder dictionary;
+  std::map<KorText, KorText> fileOfLanguage; // of the translation files read
+};
+
+KordictResult Kordict::Run() {
+  using Handler = KordictResult (Kordict::*)();
+  static const std::pair<const char16_t*, Handler> kHandlers[] = {
+      {u"build", &Kordict::Build},
+      {u"info", &Kordict::Info},
+      {u"get", &Kordict::Get},
+      {u"find", &Kordict::Find},
+      {u"export-xml", &Kordict::ExportXml},
+      {u"export-xliff", &Kordict::ExportXliff},
+      {u"import-xliff", &Kordict::ImportXliff},
+      {u"header", &Kordict::Header},
+      {u"check", &Kordict::Check},
+  };
+  for (const auto& [name, handler] : kHandlers)
+    if (options.command == name) return (this->*handler)();
+  return KordictResult::Usage;
+}
+
+// --- The dictionary and its sources --------------------------------------------------------------------
+
+// A bare name is meant for this folder; without such a file the program folder's is taken.
+KorText Kordict::DictionaryPath() const {
+  const bool here = FolderOfPath(options.dictionary).IsEmpty() &&
+                    (options.command == u"build" || App().FileExists(options.dictionary));
+  return here ? u"./" + options.dictionary : options.dictionary;
+}
+
+bool Kordict::LoadDictionary() {
+  const KorText path = DictionaryPath();
+  if (dictionary.Load(path, TextHolder::kEditing, false)) return true;
+  out.complain(path + u": missing, damaged or no dictionary. Name it with -d, or make it with "
+                      u"\"kordict build\".");
+  return false;
+}
+
+std::optional<std::vector<KorText>> Kordict::TranslationFiles() {
+  std::vector<KorText> files;
+  for (const KorText& argument : options.arguments) {
+    if (!App().FolderExists(argument)) {
+      files.push_back(argument);
+      continue;
+    }
+    const std::size_t before = files.size();
+    const auto entries = App().ListFolder(argument);
+    const KorText folder = argument.EndsWith(u"/") ? argument : argument + u"/";
+    for (const FileEntry& entry : entries.value_or(std::vector<FileEntry>()))
+      if (entry.name.StartsWith(u"dictionary_") && entry.name.EndsWith(u".xlf"))
+        files.push_back(folder + entry.name);
+    std::sort(files.begin() + static_cast<std::ptrdiff_t>(before), files.end());
+    if (files.size() == before) {
+      out.complain(argument + u": no dictionary_*.xlf in this folder. Name another one.");
+      return std::nullopt;
+    }
+  }
+  return files;
+}
+
+// The file whose English texts hold comes first, so that its texts are the ones that stay, and once
+// more at the end for its notes.
+bool Kordict::ReadTranslations(const std::vector<KorText>& files) {
+  const bool hasEnglish = !options.english.IsEmpty();
+  if (hasEnglish && !ReadTranslation(options.english, true)) return false;
+  bool good = true;
+  for (const KorText& file : files)
+    good = ReadTranslation(file, hasEnglish) && good;
+  return good && (!hasEnglish || ReadTranslation(options.english, true));
+}
+
+bool Kordict::ReadTranslation(const KorText& file, bool mayDiffer) {
+  ImportResult first;
+  XliffReader reader(file, first);
+  if (reader.Read() && !EnsureLanguage(file, reader.Language())) return false;
+  const ImportResult result = dictionary.ImportXLIFF(file, false, Progress());
+  for (const KorText& error : result.errors)
+    out.complain(error);
+  if (mayDiffer) return result.done;
+  for (const KorText& warning : result.warnings)
+    out.complain(warning);
+  return result.done && result.warnings.empty();
+}
+
+bool Kordict::EnsureLanguage(const KorText& file, const KorText& code) {
+  const auto [before, fresh] = fileOfLanguage.emplace(code, file);
+  if (!fresh && before->second != file) {
+    out.complain(KorText::Format(u"%s: the language \"%s\" is that of %s, too. Leave one out.",
+                                 file, code, before->second));
+    return false;
+  }
+  if (dictionary.LanguageWithCode(code) >= 0) return true;
+  for (const TextLanguage& language : options.newLanguages) {
+    if (!language.folder.EqualsNoCase(code)) continue;
+    dictionary.AddLanguage(language);
+    return true;
+  }
+  const TextLanguage* known = options.command == u"import-xliff" ? nullptr : KnownLanguage(code);
+  if (known == nullptr) {
+    out.complain(KorText::Format(u"%s: the language \"%s\" is new. Correct target-language, or add "
+                                 u"--add-language %s=NAME.",
+                                 file, code, code));
+    return false;
+  }
+  dictionary.AddLanguage(*known);
+  return true;
+}
+
+TitledProgress Kordict::Progress() const {
+  if (!out.progress) return {};
+  return [this](const KorText& title, double position, double size) {
+    out.progress(KorText::Format(u"%s %i/%i", title, static_cast<std::int32_t>(position),
+                                 static_cast<std::int32_t>(size)));
+    return true;
+  };
+}
+
+// --- Commands ------------------------------------------------------------------------------------------
+
+KordictResult Kordict::Build() {
+  const auto files = TranslationFiles();
+  dictionary.StartEditing(DictionaryPath());
+  if (!files || !ReadTranslations(*files)) return KordictResult::Unreadable;
+  if (!dictionary.Save(TextHolder::Backup::None)) {
+    out.complain(dictionary.Path() +
+                 u": cannot be written. Check the folder, the rights to it and the "
+                 u"room on the disk.");
+    return KordictResult::NotWritten;
+  }
+  return KordictResult::Done;
+}
+
+KordictResult Kordict::Info() {
+  if (!LoadDictionary()) return KordictResult::Unreadable;
+  const auto& entries = dictionary.Entries();
+  out.print(KorText::Format(u"%s: %i texts, highest number %i", dictionary.Path(), entries.size(),
+                            entries.empty() ? -1 : entries.back().id));
+  for (std::size_t i = 0; i < dictionary.Languages().size(); ++i) {
+    const auto translated = std::ranges::count_if(
+        entries, [i](const TextEntry& entry) { return !entry.Translation(i).IsEmpty(); });
+    out.print(KorText::Format(u"language %s: %i translated",
+                              dictionary.Languages()[i].DisplayText(),
+                              static_cast<std::int64_t>(translated)));
+  }
+  for (const TextCatagory& category : dictionary.Categories()) {
+    const auto count = std::ranges::count(entries, category.id, &TextEntry::categoryId);
+    out.print(KorText::Format(u"category %i %s: %i texts", category.id, category.name,
+                              static_cast<std::int64_t>(count)));
+  }
+  return KordictResult::Done;
+}
+
+bool Kordict::CheckLanguage() {
+  if (options.language.IsEmpty() || dictionary.LanguageWithCode(options.language) >= 0) return true;
+  out.complain(KorText::Format(u"%s: no language \"%s\". \"kordict info\" lists them.",
+                               dictionary.Path(), options.language));
+  return false;
+}
+
+KordictResult Kordict::Get() {
+  if (!LoadDictionary()) return KordictResult::Unreadable;
+  if (!CheckLanguage()) return KordictResult::Nothing;
+  const KorText number = options.arguments[0];
+  const TextEntry* entry = number == KorText::Format(u"%i", number.ToInteger())
+                               ? dictionary.FindEntry(number.ToInteger())
+                               : nullptr;
+  if (entry == nullptr) {
+    out.complain(KorText::Format(u"%s: no text has the number %s.", dictionary.Path(), number));
+    return KordictResult::Nothing;
+  }
+  if (!options.language.IsEmpty()) {
+    out.print(OneLine(entry->TextFor(dictionary.LanguageWithCode(options.language))));
+    return KordictResult::Done;
+  }
+  out.print(KorText::Format(u"%i %s, importance %i, changed %s", entry->id, entry->textPosition,
+                            entry->importance, DateText(entry->LatestModification())));
+  if (!entry->comment.IsEmpty()) out.print(u"note   " + OneLine(entry->comment));
+  out.print(u"source " + OneLine(entry->phrase));
+  for (std::size_t i = 0; i < dictionary.Languages().size(); ++i)
+    out.print(dictionary.Languages()[i].folder.PaddedRight(7) + OneLine(entry->Translation(i)));
+  return KordictResult::Done;
+}
+
+KordictResult Kordict::Find() {
+  if (!LoadDictionary()) return KordictResult::Unreadable;
+  if (!CheckLanguage()) return KordictResult::Nothing;
+  const KorText& wanted = options.arguments[0];
+  bool found = false;
+  const auto show = [&](const TextEntry& entry, std::u16string_view language, const KorText& text) {
+    if (text.FindNoCase(wanted) == KorText::kNone) return;
+    found = true;
+    out.print(KorText::Format(u"%i %s %s", entry.id, language, OneLine(text)));
+  };
+  for (const TextEntry& entry : dictionary.Entries()) {
+    if (options.language.IsEmpty()) show(entry, u"source", entry.phrase);
+    for (std::size_t i = 0; i < dictionary.Languages().size(); ++i)
+      if (Shows(dictionary.Languages()[i]))
+        show(entry, dictionary.Languages()[i].folder, entry.Translation(i));
+  }
+  if (found) return KordictResult::Done;
+  out.complain(KorText::Format(u"%s: no text holds \"%s\".", dictionary.Path(), wanted));
+  return KordictResult::Nothing;
+}
+
+KordictResult Kordict::ExportXml() {
+  if (!LoadDictionary()) return KordictResult::Unreadable;
+  const KorText& file = options.arguments[0];
+  if (dictionary.ExportXML(file)) return KordictResult::Done;
+  if (dictionary.Entries().empty()) {
+    out.complain(dictionary.Path() + u": holds no texts; the export ends after the languages.");
+    return KordictResult::Nothing;
+  }
+  out.complain(file + u": cannot be written. Check the folder and the room on the disk.");
+  return KordictResult::NotWritten;
+}
+
+KordictResult Kordict::ExportXliff() {
+  if (!LoadDictionary()) return KordictResult::Unreadable;
+  const KorText& folder = options.arguments[0];
+  if (App().MakeFolder(folder) && dictionary.ExportXLIFF(folder, Progress()))
+    return KordictResult::Done;
+  out.complain(folder +
+               u": the translation files cannot be written. Check the folder and the room on "
+               u"the disk.");
+  return KordictResult::NotWritten;
+}
+
+KordictResult Kordict::ImportXliff() {
+  const auto files = TranslationFiles();
+  if (!files || !LoadDictionary()) return KordictResult::Unreadable;
+  for (const KorText& file : *files)
+    if (!ReadTranslation(file, false)) return KordictResult::Unreadable;
+  if (dictionary.Save(options.withoutBackup ? TextHolder::Backup::None : TextHolder::Backup::Made))
+    return KordictResult::Done;
+  out.complain(dictionary.Path() +
+               u": cannot be written; it is unchanged. Check the folder, the rights "
+               u"to it and the room on the disk, or add --no-backup.");
+  return KordictResult::NotWritten;
+}
+
+KordictResult Kordict::Header() {
+  if (!LoadDictionary()) return KordictResult::Unreadable;
+  if (dictionary.ExportHeader()) return KordictResult::Done;
+  out.complain(FolderOfPath(dictionary.Path()) +
+               u"textlib.h: cannot be written. Check the folder and the room on the disk.");
+  return KordictResult::NotWritten;
+}
+
+KordictResult Kordict::Check() {
+  if (options.arguments.empty()) {
+    if (!LoadDictionary()) return KordictResult::Unreadable;
+    return PrintFindings();
+  }
+  const auto files = TranslationFiles();
+  dictionary.StartEditing({});
+  if (!files || !ReadTranslations(*files)) return KordictResult::Unreadable;
+  return PrintFindings();
+}
+
+KordictResult Kordict::PrintFindings() {
+  const std::vector<Finding> findings = CheckTexts(dictionary);
+  for (const Finding& finding : findings) {
+    const bool isSource = finding.language < 0;
+    const KorText code =
+        isSource ? KorText(u"source")
+                 : dictionary.Languages()[static_cast<std::size_t>(finding.language)].folder;
+    const auto file = fileOfLanguage.find(code);
+    const KorText place = file != fileOfLanguage.end()  ? file->second
+                          : dictionary.Path().IsEmpty() ? KorText(u"all files")
+                                                        : dictionary.Path();
+    out.print(KorText::Format(u"%s: %s: unit %i (%s): %s", place, code, finding.id, finding.name,
+                              OneLine(finding.what)));
+  }
+  if (findings.empty()) return KordictResult::Done;
+  out.print(KorText::Format(u"%i findings", findings.size()));
+  return KordictResult::Nothing;
+}
+
+} // namespace
+
+KordictResult RunKordict(const std::vector<KorText>& arguments, const KordictOutput& output) {
+  KorText error;
+  const auto options = ReadKordictOptions(arguments, error);
+  if (!options) {
+    output.complain(KorText::Format(u"kordict: %s; kordict --help lists what there is", error));
+    return KordictResult::Usage;
+  }
+  if (options->help) {
+    output.print(kKordictHelp);
+    return KordictResult::Done;
+  }
+  return Kordict(*options, output).Run();
+}
+
+} // namespace kor
