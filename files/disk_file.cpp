@@ -30,21 +30,26 @@ std::span<std::uint8_t> Piece(std::uint8_t* bytes, std::uint64_t length) {
 } // namespace
 
 KorText DescribeRecordErrors(std::uint32_t flags) {
-  static constexpr std::pair<std::uint32_t, const char16_t*> kTexts[] = {
-      {kErrorUnknownClass, u"unknown kind of object"},
-      {kErrorReadWhileWriting, u"reading from a file that is being written"},
-      {kErrorFileType, u"not a file of the expected type"},
-      {kErrorInconsistent, u"inconsistent sizes"},
-      {kErrorShortRead, u"unexpected end of data"},
-      {kErrorShortWrite, u"could not be written in full"},
-      {kErrorSizeBeyondEnd, u"size beyond the end of the file"},
-      {kErrorCancelled, u"cancelled"},
+  struct Wording {
+    std::uint32_t flag;
+    int number; // of the text
+    const char16_t* text;
+  };
+  static constexpr Wording kWordings[] = {
+      {kErrorUnknownClass, 15350, u"unknown kind of object"},
+      {kErrorReadWhileWriting, 15351, u"reading from a file that is being written"},
+      {kErrorFileType, 15352, u"not a file of the expected type"},
+      {kErrorInconsistent, 15353, u"inconsistent sizes"},
+      {kErrorShortRead, 15354, u"unexpected end of data"},
+      {kErrorShortWrite, 15355, u"could not be written in full"},
+      {kErrorSizeBeyondEnd, 15356, u"size beyond the end of the file"},
+      {kErrorCancelled, 15357, u"cancelled"},
   };
   KorText description;
-  for (const auto& [flag, text] : kTexts) {
-    if ((flags & flag) == 0) continue;
+  for (const Wording& wording : kWordings) {
+    if ((flags & wording.flag) == 0) continue;
     if (!description.IsEmpty()) description += u", ";
-    description += text;
+    description += LookUpText(wording.number, wording.text);
   }
   return description;
 }
