@@ -1,0 +1,255 @@
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <deque>
+
+#include "tests/support/fake_serial_port.h"
+#include "tools/nce_controller/device_line.h"
+#include "tools/nce_controller/fault_line.h"
+#include "tools/nce_controller/flow_line.h"
+
+namespace kor::controller {
+namespace {
+
+using namespace std::chrono_literals;
+
+// A device with a clock that only waiting moves, later than asked for if so chosen.
+class FakeDevice : public ByteDevice {
+ public:
+  Time Now() override { return now; }
+  bool Read(std::span<std::uint8_t> to, std::size_t& readCount) override {
+    readCount = 0;
+    while (readCount < to.size() && !arrivals.empty() && arrivals.front().first <= now) {
+      to[readCount++] = static_cast<std::uint8_t>(arrivals.front().second);
+      arrivals.pop_front();
+    }
+    return !isGone;
+  }
+  bool Write(std::span<const std::uint8_t> from, std::size_t& writtenCount) override {
+    writtenCount = std::min(from.size(), room);
+    room -= writtenCount;
+    for (const std::uint8_t byte : from.first(writtenCount))
+      sent.emplace_back(now, static_cast<char>(byte));
+    return !isGone;
+  }
+  void WaitUntil(Time until, bool forInput, bool) override {
+    const bool isEarly = forInput && !arrivals.empty() && arrivals.front().first < until;
+    now = std::max(now, isEarly ? arrivals.front().first : until) + lateness;
+  }
+  void Abandon() override {}
+  std::string FailureText() const override { return "unplugged"; }
+
+  void Deliver(std::string_view bytes, Time at) {
+    for (const char byte : bytes)
+      arrivals.emplace_back(at, byte);
+  }
+  std::string Sent() const {
+    std::string text;
+    for (const auto& [time, byte] : sent)
+      text += byte;
+    return text;
+  }
+
+  Time now = 1s;
+  Time lateness{};
+  std::size_t room = 1U << 30;
+  bool isGone = false;
+  std::deque<std::pair<Time, char>> arrivals;
+  std::vector<std::pair<Time, char>> sent;
+};
+
+LineSettings Settings(std::uint32_t baud, std::string_view bits = "8N1") {
+  LineSettings settings;
+  settings.baud = baud;
+  EXPECT_TRUE(ParseBits(bits, settings));
+  return settings;
+}
+
+class ControllerLine : public ::testing::Test {
+ protected:
+  FakeDevice device;
+  std::atomic<bool> stop = false;
+};
+
+TEST_F(ControllerLine, ReckonsTheTimeOfAByteFromAllItsBits) {
+  const struct {
+    std::uint32_t baud;
+    const char* bits;
+    Time thousandBytes;
+  } cases[] = {
+      {9600, "8N1", 1041666666ns}, {115200, "8N1", 86805555ns},   {9600, "7e1", 1041666666ns},
+      {9600, "8E2", 1250000000ns}, {110, "7N1.5", 86363636363ns}, {2400, "7n1", 3750000000ns},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(Settings(c.baud, c.bits).BytesTime(1000), c.thousandBytes) << c.bits;
+  LineSettings settings;
+  for (const char* bad : {"", "8N", "9N1", "8X1", "8N3", "8N1 ", "N81"})
+    EXPECT_FALSE(ParseBits(bad, settings)) << bad;
+}
+
+TEST_F(ControllerLine, BytesArriveAtLineSpeedHoweverLateTheProgramWakesUp) {
+  for (const Time lateness : {Time(0ns), Time(70us), Time(900us)}) {
+    device.now = 1s;
+    device.lateness = lateness;
+    const LineSettings settings = Settings(115200);
+    DeviceLine line(device, settings, true, stop);
+    device.Deliver(std::string(5000, 'x'), 1s);
+    std::string got;
+    while (got.size() < 5000) {
+      ASSERT_EQ(line.Read(got, 100s), LineState::Open);
+      const Time due = 1s + settings.BytesTime(got.size());
+      ASSERT_GE(device.now, due) << got.size();
+      // Lateness shows at once, but never adds up.
+      ASSERT_LE(device.now, due + lateness + 1ms) << got.size();
+    }
+  }
+}
+
+TEST_F(ControllerLine, TakesNoMoreFromTheDeviceThanAMillisecondOfTheLine) {
+  DeviceLine line(device, Settings(115200), true, stop);
+  device.Deliver(std::string(100, 'x'), 1s);
+  std::string got;
+  line.Read(got, 1s + 500us);
+  EXPECT_EQ(got, "");
+  EXPECT_EQ(device.arrivals.size(), 89U) << "11 bytes take 0.955 ms";
+}
+
+TEST_F(ControllerLine, AnIdleLineStartsAfreshAtTheByteThatComes) {
+  const LineSettings settings = Settings(9600);
+  DeviceLine line(device, settings, true, stop);
+  device.Deliver("a", 1s);
+  device.Deliver("b", 3s);
+  std::string got;
+  line.Read(got, 10s);
+  EXPECT_EQ(device.now, 1s + settings.BytesTime(1));
+  line.Read(got, 10s);
+  EXPECT_EQ(device.now, 3s + settings.BytesTime(1));
+  EXPECT_EQ(got, "ab");
+}
+
+TEST_F(ControllerLine, SendsAtLineSpeedWhileItReceives) {
+  const LineSettings settings = Settings(9600);
+  DeviceLine line(device, settings, true, stop);
+  device.lateness = 200us;
+  device.Deliver(std::string(50, 'r'), 1s);
+  const std::string text(50, 's');
+  std::size_t written = 0;
+  ASSERT_EQ(line.Write(text, 100s, written), LineState::Open);
+  EXPECT_EQ(written, 50U);
+  for (std::size_t i = 0; i < device.sent.size(); ++i) {
+    const Time due = 1s + settings.BytesTime(i + 1);
+    ASSERT_GE(device.sent[i].first, due);
+    ASSERT_LE(device.sent[i].first, due + 1ms);
+  }
+  std::string got;
+  line.Read(got, 1s);
+  EXPECT_GE(got.size(), 49U);
+  EXPECT_EQ(line.Counts().toHost, 50U);
+  EXPECT_EQ(line.Counts().fromHost, got.size());
+}
+
+TEST_F(ControllerLine, WhatDoesNotLeaveInTimeIsDropped) {
+  DeviceLine line(device, Settings(9600), false, stop);
+  device.room = 3;
+  std::size_t written = 0;
+  EXPECT_EQ(line.Write("abcdef", 2s, written), LineState::Open);
+  EXPECT_EQ(written, 3U);
+  device.room = 100;
+  EXPECT_EQ(line.Write("X", 3s, written), LineState::Open);
+  EXPECT_EQ(device.Sent(), "abcX");
+}
+
+TEST_F(ControllerLine, TellsALostDeviceAndARequestToStop) {
+  DeviceLine line(device, Settings(9600), true, stop);
+  std::string got;
+  device.isGone = true;
+  EXPECT_EQ(line.Read(got, 2s), LineState::Gone);
+  device.isGone = false;
+  stop = true;
+  std::size_t written = 0;
+  EXPECT_EQ(line.Read(got, 2s), LineState::Stopped);
+  EXPECT_EQ(line.Write("x", 2s, written), LineState::Stopped);
+}
+
+TEST_F(ControllerLine, AHoldStopsWhatIsSentUntilItIsLifted) {
+  DeviceLine cable(device, Settings(9600), true, stop);
+  FlowLine line(cable);
+  device.Deliver("\x13", 1s + 20ms);
+  device.Deliver("A\x11"
+                 "B",
+                 2s);
+  std::size_t written = 0;
+  ASSERT_EQ(line.Write(std::string(100, 's'), 10s, written), LineState::Open);
+  EXPECT_EQ(written, 100U);
+  std::size_t during = 0;
+  for (const auto& [time, byte] : device.sent)
+    during += time > 1s + 60ms && time < 2s;
+  EXPECT_EQ(during, 0U);
+  EXPECT_GT(device.sent.back().first, 2s);
+  std::string got;
+  line.Read(got, device.now + 1s);
+  EXPECT_EQ(got, "AB") << "the hold's own bytes are no data";
+
+  device.Deliver("\x13", device.now);
+  line.Read(got, device.now + 10ms);
+  ASSERT_EQ(line.Write("x", device.now + 1s, written), LineState::Open);
+  EXPECT_EQ(written, 0U);
+  ASSERT_EQ(line.Write("y", device.now + 1s, written), LineState::Open);
+  EXPECT_EQ(written, 1U) << "a hold that was never lifted may have been damage";
+}
+
+std::string Spoiled(std::uint64_t seed, double rate, FaultCounts& counts) {
+  FakeDevice device;
+  const std::atomic<bool> stop = false;
+  DeviceLine cable(device, Settings(115200), true, stop);
+  FaultLine line(cable, rate, seed);
+  for (int i = 0; i < 5000; ++i)
+    device.Deliver(std::string(1, static_cast<char>(i)), 1s);
+  std::string got;
+  while (device.now < 3s)
+    line.Read(got, 3s);
+  std::size_t written = 0;
+  line.Write(std::string(5000, 's'), 30s, written);
+  EXPECT_EQ(written, 5000U);
+  counts = line.FromHost();
+  EXPECT_EQ(got.size(), 5000 - counts.dropped + counts.doubled);
+  EXPECT_EQ(device.sent.size(), 5000 - line.ToHost().dropped + line.ToHost().doubled);
+  return got + device.Sent();
+}
+
+TEST_F(ControllerLine, TheSameSeedMakesTheSameDamage) {
+  FaultCounts counts;
+  const std::string first = Spoiled(7, 0.02, counts);
+  EXPECT_EQ(Spoiled(7, 0.02, counts), first);
+  EXPECT_NE(Spoiled(8, 0.02, counts), first);
+  for (const std::uint64_t kind : {counts.damaged, counts.dropped, counts.doubled, counts.delayed})
+    EXPECT_TRUE(kind > 5 && kind < 60) << kind << " of about 25";
+  Spoiled(7, 0, counts);
+  EXPECT_EQ(counts.Total(), 0U);
+}
+
+TEST_F(ControllerLine, SetsARealPortUp) {
+  auto port = std::make_unique<FakeSerialPort>();
+  LineSettings settings = Settings(19200, "7E2");
+  settings.flow = FlowControl::Hardware;
+  std::string error;
+  port->Fail("SetControlBlock", 1, u"Not possible");
+  EXPECT_EQ(OpenPortDevice(std::move(port), u"COM3", settings, error), nullptr);
+  EXPECT_EQ(error, "COM3: Not possible");
+
+  port = std::make_unique<FakeSerialPort>();
+  FakeSerialPort& good = *port;
+  const auto opened = OpenPortDevice(std::move(port), u"COM3", settings, error);
+  ASSERT_NE(opened, nullptr);
+  const DeviceControlBlock block = good.Block();
+  EXPECT_EQ(block.baudRate, 19200U);
+  EXPECT_EQ(block.dataBits, 7);
+  EXPECT_EQ(block.parity, Parity::Even);
+  EXPECT_EQ(block.stopBits, StopBits::Two);
+  EXPECT_TRUE(block.outxCtsFlow);
+  EXPECT_FALSE(block.outX);
+  EXPECT_EQ(block.rtsControl, LineControl::Handshake);
+}
+
+} // namespace
+} // namespace kor::controller
