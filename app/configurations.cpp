@@ -62,8 +62,7 @@ bool ClearOtherDefaults(const std::vector<Configuration>& list, const Configurat
 } // namespace
 
 KorText ConfigurationKey(ConfigurationKind kind, const KorText& subName) {
-  const bool cache = kind == ConfigurationKind::Cache || kind == ConfigurationKind::SharedCache;
-  KorText key = cache ? u"Cache" : u"Configuration";
+  KorText key = kind == ConfigurationKind::Configuration ? u"Configuration" : u"Cache";
   if (!subName.IsEmpty()) key += u"\\" + subName;
   return AppInterface::RegistryKey(key);
 }

@@ -1,5 +1,5 @@
 // The installed configurations: folders that hold a paths file, kept in the registry below the key
-// "Configuration" (the kinds of caches: "Cache"), one sub-key for each. Stateless: every call goes to the
+// "Configuration" (caches: "Cache"), one sub-key for each. Stateless: every call goes to the
 // registry. Main thread.
 #pragma once
 
@@ -11,12 +11,7 @@
 
 namespace kor {
 
-enum class ConfigurationKind : int {
-  Configuration = 0,
-  SharedConfiguration = 1,
-  Cache = 2,
-  SharedCache = 3,
-};
+enum class ConfigurationKind : int { Configuration = 0, Cache = 2, SecondCache = 3 };
 
 struct Configuration {
   KorText subKey; // the last part of its registry key

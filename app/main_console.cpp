@@ -1,8 +1,7 @@
 // ncedl-console: the DNC link in a terminal. Its whole command line, words joined by one blank, is the
 // program's command line: the model name, with "SIMULATION" and "500" switching their modes on.
-#include "app/configurations.h"
 #include "app/nce_app.h"
-#include "app/program_paths.h"
+#include "app/start_up.h"
 #include "platform/console_terminal.h"
 #include "platform/platform.h"
 #include "ui/console/commands.h"
@@ -58,14 +57,9 @@ int main(int argc, char** argv) {
   SetApp(&application);
   application.SetReporter(
       [&](const MessageRecord& record) { return ShowReport(*terminal, record); });
-  application.SetEntryName(u"NCEDL");
-  const KorText error = application.Start(u"Download", u"2026");
-  if (!error.IsEmpty()) {
-    terminal->WriteError(KorText::Format(u"Download: %s\n", error).ToUtf8());
-    return 0; // intended: a program that can't start ends without an error code
-  }
-  SettleStartInFolder();
-  ProgramPaths paths;
-  if (!paths.LoadOrReport()) return 0; // intended, as above
-  return Serve(*terminal, CommandLine(ProgramArguments(argc, argv)), paths.GetFolder(kCncFolder));
+  KorText error;
+  const auto program = StartProgram(application, error);
+  if (!error.IsEmpty()) terminal->WriteError(KorText::Format(u"Download: %s\n", error).ToUtf8());
+  if (!program) return 0; // intended: a program that can't start ends without an error code
+  return Serve(*terminal, CommandLine(ProgramArguments(argc, argv)), program->cncFolder);
 }

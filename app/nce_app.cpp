@@ -4,6 +4,8 @@
 
 #include "app/nce_directory.h"
 #include "app/nce_frame.h"
+#include "files/member.h"
+#include "files/text_lookup.h"
 #include "services/core/app_interface.h"
 
 namespace kor {
@@ -22,14 +24,18 @@ KorText ModelNameOf(const KorText& commandLine) {
 struct FeatureField {
   int number;
   const char16_t* key;
+  int text; // dictionary number of the label
   const char16_t* label;
   std::int32_t SpecialFeatures::*member;
 };
 constexpr FeatureField kFeatureFields[] = {
-    {503, u"autoload", u"Autoload sequential files", &SpecialFeatures::autoloadSequential},
-    {505, u"hybrid", u"Use LLLSSES LINDE/NCE hybrid format number", &SpecialFeatures::hybridNumber},
-    {504, u"strip-pc", u"Strip Leading Zeros From PC Filename", &SpecialFeatures::stripPcZeros},
-    {506, u"strip-nce", u"Strip Leading Zeros From NCE Filename", &SpecialFeatures::stripNceZeros},
+    {503, u"autoload", 15303, u"Autoload sequential files", &SpecialFeatures::autoloadSequential},
+    {505, u"hybrid", 15305, u"Use LLLSSES LINDE/NCE hybrid format number",
+     &SpecialFeatures::hybridNumber},
+    {504, u"strip-pc", 15304, u"Strip Leading Zeros From PC Filename",
+     &SpecialFeatures::stripPcZeros},
+    {506, u"strip-nce", 15306, u"Strip Leading Zeros From NCE Filename",
+     &SpecialFeatures::stripNceZeros},
 };
 constexpr const char16_t* kFeatureNote =
     u"LLLSSES format comprises a three digit lot number (LLL) , a two digit start sheet (SS) and a "
@@ -55,8 +61,22 @@ NCEApp::NCEApp(EngineServices engineServices, const KorText& commandLine)
   settings.fileExtension = u"MPG";
 }
 
+std::span<const MemberDescription> NCEApp::Members() {
+  static constexpr auto kFeatures = &NCEApp::features;
+  static constexpr MemberDescription kMembers[] = {
+      Member<kFeatures, &SpecialFeatures::autoloadSequential>(u"autoload sequential files"),
+      Member<kFeatures, &SpecialFeatures::stripPcZeros>(u"strip PC zeros"),
+      Member<kFeatures, &SpecialFeatures::stripNceZeros>(u"strip NCE zeros"),
+      Member<kFeatures, &SpecialFeatures::hybridNumber>(u"LLLSSES number"),
+  };
+  return kMembers;
+}
+
+// The features end their record; the engine's settings follow as one of their own.
 void NCEApp::Transfer(DiskFile& file) {
-  DownloadApp::Transfer(file);
+  file.TransferMembers(*this, Members());
+  EndRecord(file);
+  file.TransferBase<DownloadApp>(*this);
 }
 
 void NCEApp::BuildWindow() {
@@ -406,8 +426,8 @@ void NCEApp::SetFeatures(const SpecialFeatures& changed) {
 
 FormDescription NCEApp::SpecialForm() const {
   FormDescription form;
-  form.caption = u"Special Features";
-  form.note = kFeatureNote;
+  form.caption = LookUpText(15300, u"Special Features");
+  form.note = LookUpText(15308, kFeatureNote);
   for (const FeatureField& feature : kFeatureFields)
     form.fields.push_back({feature.number,
                            feature.key,

@@ -18,12 +18,14 @@ class NCEApp : public DownloadApp {
  public:
   static constexpr std::uint32_t kClassId = 103090701;
 
+  NCEApp() : NCEApp(EngineServices(), {}) {} // an empty object, for the class registry
   // The command line is the application's model name ("NCE" when empty); the texts "SIMULATION" and
   // "500" anywhere in it switch their modes on.
   NCEApp(EngineServices engineServices, const KorText& commandLine);
 
   std::uint32_t ClassId() const override { return kClassId; }
   void Transfer(DiskFile& file) override;
+  static std::span<const MemberDescription> Members();
 
   void BuildWindow() override;
   void ProcessReceived() override;

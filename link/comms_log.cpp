@@ -9,8 +9,7 @@ namespace {
 constexpr const char16_t* kProgramVersion = u"26.0.0.2715 2026";
 constexpr const char16_t* kVersionRule =
     u"==================== Version & OS ======================";
-constexpr const char16_t* kSettingsRule =
-    u"==================== Settings ======================";
+constexpr const char16_t* kSettingsRule = u"==================== Settings ======================";
 constexpr std::int64_t kSecondsPerMinute = 60;
 constexpr std::int64_t kMinutesPerHour = 60;
 

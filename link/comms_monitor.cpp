@@ -6,8 +6,7 @@ namespace kor {
 
 CommsMonitor::CommsMonitor(std::function<bool()> poll, std::function<void()> wait,
                            std::function<void()> wakeUpWait)
-    : wakeUp(std::move(wakeUpWait)),
-      thread([this, poll = std::move(poll), wait = std::move(wait)] {
+    : wakeUp(std::move(wakeUpWait)), thread([this, poll = std::move(poll), wait = std::move(wait)] {
         while (!stopRequested)
           if (!poll() && !stopRequested) wait();
       }) {}

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "files/member.h"
+#include "files/text_lookup.h"
 #include "services/core/app_interface.h"
 
 namespace kor {
@@ -20,9 +22,37 @@ constexpr double kXonPeriod = 3.0;
 constexpr char16_t kXon = 17;
 constexpr char16_t kXoff = 19;
 constexpr std::int64_t kLargestChunk = 100; // characters of one feed
-constexpr const char16_t* kLogFailure = u"Unable to write to log file";
 
-double Now() { return App().HighResolutionSeconds(); }
+KorText LogFailure() {
+  return LookUpText(15321, u"Unable to write to log file");
+}
+
+// "NC files (*.EXT)|*.EXT|All Files (*.*)|*.*"
+KorText FileFilters(const KorText& kind, const KorText& extension) {
+  return KorText::Format(u"%s (*.%s)|*.%s|%s (*.*)|*.*", kind, extension, extension,
+                         LookUpText(15313, u"All Files"));
+}
+
+double Now() {
+  return App().HighResolutionSeconds();
+}
+
+// The steps of the serial channel as the user reads them.
+KorText StepCaption(const KorText& step) {
+  constexpr int kFirst = 15330;
+  constexpr const char16_t* kSteps[] = {u"Close Previous Connection",
+                                        u"Open Comm",
+                                        u"Set Comm Buffer Sizes",
+                                        u"Get Comm State",
+                                        u"Update Comm State",
+                                        u"Set Comm State",
+                                        u"Setup_Timeouts",
+                                        u"Comms Status Check",
+                                        u"Read Data"};
+  const auto* const found = std::find(std::begin(kSteps), std::end(kSteps), step);
+  if (found == std::end(kSteps)) return step;
+  return LookUpText(kFirst + static_cast<int>(found - std::begin(kSteps)), step);
+}
 
 std::size_t NameStart(const KorText& path) {
   const std::size_t at = path.View().find_last_of(u"/\\");
@@ -35,7 +65,7 @@ DownloadApp::DownloadApp(EngineServices engineServices, const KorText& name)
     : services(std::move(engineServices)), modelName(name),
       board([this](const KorText& line) { WriteJobLine(line); }),
       monitor([this] { PostToWindow([this] { services.form->AppendMonitor(monitor.Take()); }); }),
-      channel(*services.port, board, log, monitor, *this) {
+      channel(services.port, board, log, monitor, *this) {
   settings.uploadPath = services.cncFolder;
   settings.downloadPath = services.cncFolder;
 }
@@ -87,16 +117,61 @@ void DownloadApp::LoadSettingsOrProfile() {
   if (loaded && settingsLoadFailed) {
     settingsLoadFailed = !LoadSettings() || !namesPort();
     if (settingsLoadFailed)
-      ShowMessage(u"Warning: Bad INI file load", u"Possible loss of settings",
-                  MessageStyle::Exclamation);
+      ShowMessage(LookUpText(15322, u"Warning: Bad INI file load"),
+                  LookUpText(15323, u"Possible loss of settings"), MessageStyle::Exclamation);
   }
   if (settingsLoadFailed) ReadSettingsProfile(settingsPath, services.cncFolder, settings);
   EnsureTrailingSeparators(settings);
 }
 
-bool DownloadApp::LoadSettings() { return false; }
-bool DownloadApp::SaveSettings() { return true; }
-void DownloadApp::Transfer(DiskFile&) {}
+// A text profile in the record's place, as on the first start, is no failure worth a word.
+bool DownloadApp::LoadSettings() {
+  RecordFileOptions options;
+  options.report = false;
+  return LoadObject(settingsPath, *this, options);
+}
+
+bool DownloadApp::SaveSettings() {
+  if (settingsPath.IsEmpty()) return false;
+  return SaveObject(settingsPath, *this);
+}
+
+std::span<const MemberDescription> DownloadApp::Members() {
+  static constexpr auto kSettings = &DownloadApp::settings;
+  static constexpr MemberDescription kMembers[] = {
+      Member<kSettings, &LinkSettings::port>(u"port"),
+      Member<kSettings, &LinkSettings::baudrate>(u"baudrate"),
+      Member<kSettings, &LinkSettings::parity>(u"parity"),
+      Member<kSettings, &LinkSettings::databits>(u"databits"),
+      Member<kSettings, &LinkSettings::stopbits>(u"stopbits"),
+      Member<kSettings, &LinkSettings::flowControl>(u"flow control"),
+      Member<kSettings, &LinkSettings::uploadPath>(u"upload path"),
+      Member<kSettings, &LinkSettings::downloadPath>(u"download path"),
+      Member<kSettings, &LinkSettings::fileExtension>(u"file extension"),
+      Member<kSettings, &LinkSettings::transmitDelay>(u"transmit delay"),
+      Member<kSettings, &LinkSettings::logFile>(u"log file"),
+      Member<kSettings, &LinkSettings::writeLog>(u"write log"),
+      Member<kSettings, &LinkSettings::characterDelay>(u"character delay"),
+      Member<kSettings, &LinkSettings::lineDelay>(u"line delay"),
+      Member<kSettings, &LinkSettings::sendSot>(u"send SOT"),
+      Member<kSettings, &LinkSettings::sendEot>(u"send EOT"),
+      Member<kSettings, &LinkSettings::sotCharacter>(u"SOT character"),
+      Member<kSettings, &LinkSettings::eotCharacter>(u"EOT character"),
+      Member<kSettings, &LinkSettings::extraText>(u"extra text"),
+      Member<kSettings, &LinkSettings::rtsCtsHandshake>(u"RTS/CTS handshake"),
+      Member<kSettings, &LinkSettings::dtrDsrHandshake>(u"DTR/DSR handshake"),
+      Member<kSettings, &LinkSettings::applicationInteger>(u"application integer"),
+      Member<kSettings, &LinkSettings::dncSynchronisation>(u"DNC synchronisation"),
+      Member<kSettings, &LinkSettings::dncServerRole>(u"DNC server role"),
+      Member<kSettings, &LinkSettings::machineName>(u"machine name"),
+  };
+  return kMembers;
+}
+
+void DownloadApp::Transfer(DiskFile& file) {
+  file.TransferMembers(*this, Members());
+  EndRecord(file);
+}
 
 // A program that was killed in the middle of an upload left its part file behind.
 void DownloadApp::RemoveAbandonedUploads() {
@@ -106,7 +181,8 @@ void DownloadApp::RemoveAbandonedUploads() {
 void DownloadApp::Terminate() {
   if (terminated) return;
   terminated = true;
-  for (const char16_t* timer : {kXonTimer, kEndOfServeTimer, kPingTimer}) timers.Delete(timer);
+  for (const char16_t* timer : {kXonTimer, kEndOfServeTimer, kPingTimer})
+    timers.Delete(timer);
   {
     const Lock lock(mutex);
     acceptsTasks = false;
@@ -117,18 +193,24 @@ void DownloadApp::Terminate() {
   timers.Delete(kDisplayTimer);
   timers.Delete(kDownloadTimer);
   channel.Close();
-  SaveSettings();
+  if (!SaveSettings())
+    App().Report({MessageLevel::Warn, settingsPath, LookUpText(15323, u"Possible loss of settings"),
+                  App().ErrorText(App().LastError()), 0});
   DiscardUpload();
   log.StopTrace(u"Application Terminated");
   services.form->ShowEndDialog(EndDialog::Download, false);
   services.form->ShowEndDialog(EndDialog::Upload, false);
 }
 
-void DownloadApp::RunDueTimers() { timers.RunDue(Now()); }
+void DownloadApp::RunDueTimers() {
+  timers.RunDue(Now());
+}
 
 // --- Between the threads -------------------------------------------------------------------------------
 
-void DownloadApp::PostToWindow(std::function<void()> task) { services.form->Post(std::move(task)); }
+void DownloadApp::PostToWindow(std::function<void()> task) {
+  if (services.form) services.form->Post(std::move(task));
+}
 
 void DownloadApp::RunOnWorker(std::function<void()> task) {
   {
@@ -147,7 +229,8 @@ bool DownloadApp::RunTasks() {
     const Lock lock(mutex);
     now.swap(tasks);
   }
-  for (const auto& task : now) task();
+  for (const auto& task : now)
+    task();
   return !now.empty();
 }
 
@@ -182,12 +265,15 @@ void DownloadApp::ReportOnce(const KorText& caption, const KorText& text) {
 
 void DownloadApp::OpenPort(int noSoftwareFlow) {
   channel.Open(link, modelName, noSoftwareFlow > 0);
-  if (!channel.IsOpen()) SetStatus(LinkStatus::NoLink);
-  else if (Status() == LinkStatus::NoLink) SetStatus(LinkStatus::Waiting);
+  if (!channel.IsOpen())
+    SetStatus(LinkStatus::NoLink);
+  else if (Status() == LinkStatus::NoLink)
+    SetStatus(LinkStatus::Waiting);
 }
 
 void DownloadApp::ReportPortFailure(const KorText& step, const KorText& systemText) {
-  ShowMessage(step, KorText::Format(u"%s\n%s", link.port, systemText), MessageStyle::Information);
+  ShowMessage(StepCaption(step), KorText::Format(u"%s\n%s", link.port, systemText),
+              MessageStyle::Information);
 }
 
 void DownloadApp::ShowTitle(const KorText& title) {
@@ -227,11 +313,13 @@ void DownloadApp::UpdateStatus() {
   PostToWindow([this, view = board.Form(false)] { services.form->ShowStatus(view); });
 }
 
-void DownloadApp::DisplayStatus() { services.form->ShowStatus(board.Form(true)); }
+void DownloadApp::DisplayStatus() {
+  services.form->ShowStatus(board.Form(true));
+}
 
 void DownloadApp::WriteJobLine(const KorText& line) {
   if (!log.LogJob(line)) {
-    ReportOnce(u"Log", kLogFailure);
+    ReportOnce(LookUpText(15328, u"Log"), LogFailure());
     return;
   }
   const Lock lock(mutex);
@@ -261,8 +349,10 @@ void DownloadApp::ReadyForServing() {
     UpdateStatus();
   });
   services.form->SetJobButtons(synchronised ? JobButtons::Hidden : JobButtons::Enabled);
-  if (client) DncClientStep();
-  else timers.Stop(kPingTimer);
+  if (client)
+    DncClientStep();
+  else
+    timers.Stop(kPingTimer);
 }
 
 // --- Settings ------------------------------------------------------------------------------------------
@@ -313,8 +403,8 @@ void DownloadApp::DelayDownload() {
     DownloadNow();
     return;
   }
-  App().DebugOutput(KorText::Format(u"%s %i %s.\n", u"Download delayed for", link.transmitDelay,
-                                    u"second(s)"));
+  App().DebugOutput(
+      KorText::Format(u"%s %i %s.\n", u"Download delayed for", link.transmitDelay, u"second(s)"));
   board.SetCount(0);
   SetStatus(LinkStatus::DownloadWaiting);
   UpdateStatus();
@@ -337,16 +427,16 @@ void DownloadApp::DownloadNow() {
 // --- Manual transfer -----------------------------------------------------------------------------------
 
 void DownloadApp::ChooseDownloadFile() {
-  FileChoice choice{FileChoice::Kind::Open, u"Open NC file", settings.downloadPath, {}, {}};
-  choice.filters = KorText::Format(u"%s (*.%s)|*.%s|All Files (*.*)|*.*", u"NC files",
-                                   settings.fileExtension, settings.fileExtension);
+  FileChoice choice{
+      FileChoice::Kind::Open, LookUpText(15310, u"Open NC file"), settings.downloadPath, {}, {}};
+  choice.filters = FileFilters(LookUpText(15312, u"NC files"), settings.fileExtension);
   if (const auto chosen = services.form->ChooseFile(choice)) SendFile(*chosen);
 }
 
 void DownloadApp::ChooseUploadFile() {
-  FileChoice choice{FileChoice::Kind::Save, u"Save NC file as", settings.uploadPath, {}, {}};
-  choice.filters = KorText::Format(u"%s (*.%s)|*.%s|All Files (*.*)|*.*", u"NC files",
-                                   settings.fileExtension, settings.fileExtension);
+  FileChoice choice{
+      FileChoice::Kind::Save, LookUpText(15311, u"Save NC file as"), settings.uploadPath, {}, {}};
+  choice.filters = FileFilters(LookUpText(15312, u"NC files"), settings.fileExtension);
   if (const auto chosen = services.form->ChooseFile(choice)) ReceiveFile(*chosen);
 }
 
@@ -400,8 +490,8 @@ void DownloadApp::PollIdle() {
   if (Status() != LinkStatus::Downloading) return;
   if (channel.SendPosition() < channel.SendLength()) {
     // About a sixteenth of a second of line time.
-    const std::int64_t chunk = std::min<std::int64_t>(link.baudrate.ToInteger() / 8 / 2,
-                                                      kLargestChunk);
+    const std::int64_t chunk =
+        std::min<std::int64_t>(link.baudrate.ToInteger() / 8 / 2, kLargestChunk);
     if (!channel.QueueCharacters(chunk)) return;
     const auto sent = static_cast<std::int64_t>(channel.SendPosition());
     board.SetCount(sent);
@@ -530,7 +620,7 @@ void DownloadApp::DiscardUpload() {
 bool DownloadApp::ReadProgram(const KorText& path) {
   const NcProgram::Result result = program.Read(path);
   if (result == NcProgram::Result::LineTooLong)
-    ShowMessage(u"Error", u"Not a valid ASCII file.", MessageStyle::Exclamation);
+    ShowMessage(u"Error", LookUpText(15320, u"Not a valid ASCII file."), MessageStyle::Exclamation);
   return result == NcProgram::Result::Read;
 }
 
@@ -552,19 +642,20 @@ void DownloadApp::XonXoffTest() {
 }
 
 void DownloadApp::ChooseTraceFile() {
-  FileChoice choice{FileChoice::Kind::Save, u"Save Log File As", {}, {}, {}};
-  choice.filters = KorText::Format(u"%s (*.%s)|*.%s|All Files (*.*)|*.*", u"Log files", u"log",
-                                   u"log");
+  FileChoice choice{FileChoice::Kind::Save, LookUpText(15314, u"Save Log File As"), {}, {}, {}};
+  choice.filters = FileFilters(LookUpText(15315, u"Log files"), u"log");
   log.StopTrace({});
   if (const auto chosen = services.form->ChooseFile(choice)) StartTrace(*chosen);
 }
 
 bool DownloadApp::StartTrace(const KorText& path) {
   if (log.StartTrace(path, settings)) return true;
-  services.form->ShowMessage(u"Log", kLogFailure, MessageStyle::Exclamation);
+  services.form->ShowMessage(LookUpText(15328, u"Log"), LogFailure(), MessageStyle::Exclamation);
   return false;
 }
 
-void DownloadApp::StopTrace() { log.StopTrace(u"End of Logging"); }
+void DownloadApp::StopTrace() {
+  log.StopTrace(u"End of Logging");
+}
 
 } // namespace kor

@@ -37,13 +37,15 @@ struct EngineServices {
   FormDialog* form = nullptr;
   std::function<bool(const KorText&)> probePort; // whether a port can be opened now
   KorText cncFolder;                             // default of both NC folders
-  bool startWorker = true; // tests poll by hand
+  bool startWorker = true;                       // tests poll by hand
 };
 
 class DownloadApp : public Storable, protected ChannelHost {
  public:
   static constexpr std::uint32_t kClassId = 100091201;
 
+  // An empty object, as the class registry makes it: without port and window, never run.
+  DownloadApp() : DownloadApp(EngineServices(), {}) {}
   // modelName names the settings file and heads the window title.
   DownloadApp(EngineServices engineServices, const KorText& modelName);
   ~DownloadApp() override;
@@ -71,6 +73,7 @@ class DownloadApp : public Storable, protected ChannelHost {
   // --- Storable --------------------------------------------------------------------------------------
   std::uint32_t ClassId() const override { return kClassId; }
   void Transfer(DiskFile& file) override;
+  static std::span<const MemberDescription> Members();
 
   // --- Window -----------------------------------------------------------------------------------------
   const KorText& ModelName() const { return modelName; }
@@ -145,7 +148,7 @@ class DownloadApp : public Storable, protected ChannelHost {
   KorText settingsPath;
   bool settingsLoadFailed = false;
   KorText machineType = u"Unknown";
-  KorText pingText; // sent by the ping timer when not empty
+  KorText pingText;      // sent by the ping timer when not empty
   LinkSettings settings; // window's copy: edited and stored
 
   LinkSettings link; // worker's copy
@@ -167,7 +170,8 @@ class DownloadApp : public Storable, protected ChannelHost {
   void LoadSettingsOrProfile();
   bool RunTasks();
   void WriteJobLine(const KorText& line);
-  void CreateTimer(const char16_t* name, double period, bool started, void (DownloadApp::*action)());
+  void CreateTimer(const char16_t* name, double period, bool started,
+                   void (DownloadApp::*action)());
   void RemoveAbandonedUploads();
 
   std::unique_ptr<CommsMonitor> worker;

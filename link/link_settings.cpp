@@ -3,14 +3,15 @@
 #include <algorithm>
 #include <array>
 
+#include "files/text_lookup.h"
 #include "link/profile_file.h"
 
 namespace kor {
 
 namespace {
 
-constexpr std::array<const char16_t*, 12> kBaudRates{u"110",  u"150",   u"300",   u"600",
-                                                     u"1200", u"2400",  u"4800",  u"9600",
+constexpr std::array<const char16_t*, 12> kBaudRates{u"110",   u"150",   u"300",   u"600",
+                                                     u"1200",  u"2400",  u"4800",  u"9600",
                                                      u"19200", u"38400", u"57600", u"115200"};
 constexpr std::array<const char16_t*, 5> kParities{u"None", u"Odd", u"Even", u"Mark", u"Space"};
 constexpr std::array<const char16_t*, 2> kDataBits{u"7", u"8"};
@@ -34,8 +35,9 @@ struct TextField {
   const char16_t* key;
   const char16_t* label;
   FieldKind kind;
-  KorText LinkSettings::* member;
+  KorText LinkSettings::*member;
   std::span<const char16_t* const> (*choices)();
+  int browseText; // dictionary number of the chooser's title; 0: no chooser
   const char16_t* browseTitle;
 };
 
@@ -43,7 +45,7 @@ struct NumberField {
   int number;
   const char16_t* key;
   const char16_t* label;
-  std::int32_t LinkSettings::* member;
+  std::int32_t LinkSettings::*member;
   std::int32_t maximum; // 1: a check box
 };
 
@@ -51,24 +53,26 @@ struct CodeField {
   int number;
   const char16_t* key;
   const char16_t* label;
-  std::uint8_t LinkSettings::* member;
+  std::uint8_t LinkSettings::*member;
 };
 
 const TextField kTextFields[] = {
-    {15221, u"baudrate", u"Baud rate", FieldKind::Choice, &LinkSettings::baudrate, BaudRates, u""},
-    {15222, u"parity", u"Parity", FieldKind::Choice, &LinkSettings::parity, Parities, u""},
-    {15223, u"databits", u"Data bits", FieldKind::Choice, &LinkSettings::databits, DataBits, u""},
-    {15224, u"stopbits", u"Stop bits", FieldKind::Choice, &LinkSettings::stopbits, StopBitTexts,
+    {15221, u"baudrate", u"Baud rate", FieldKind::Choice, &LinkSettings::baudrate, BaudRates, 0,
+     u""},
+    {15222, u"parity", u"Parity", FieldKind::Choice, &LinkSettings::parity, Parities, 0, u""},
+    {15223, u"databits", u"Data bits", FieldKind::Choice, &LinkSettings::databits, DataBits, 0,
+     u""},
+    {15224, u"stopbits", u"Stop bits", FieldKind::Choice, &LinkSettings::stopbits, StopBitTexts, 0,
      u""},
     {15241, u"flow-control", u"Flow control", FieldKind::Choice, &LinkSettings::flowControl,
-     FlowControls, u""},
+     FlowControls, 0, u""},
     {15226, u"upload-path", u"Upload path", FieldKind::FolderPath, &LinkSettings::uploadPath,
-     nullptr, u"Upload Path"},
-    {15228, u"download-path", u"Download path", FieldKind::FolderPath,
-     &LinkSettings::downloadPath, nullptr, u"Download Path"},
+     nullptr, 15329, u"Upload Path"},
+    {15228, u"download-path", u"Download path", FieldKind::FolderPath, &LinkSettings::downloadPath,
+     nullptr, 15339, u"Download Path"},
     {15232, u"file-extension", u"File extension", FieldKind::Text, &LinkSettings::fileExtension,
-     nullptr, u""},
-    {15234, u"log-file", u"Log file", FieldKind::FilePath, &LinkSettings::logFile, nullptr,
+     nullptr, 0, u""},
+    {15234, u"log-file", u"Log file", FieldKind::FilePath, &LinkSettings::logFile, nullptr, 15314,
      u"Save Log File As"},
 };
 
@@ -113,7 +117,8 @@ KorText ListedValue(const FormField& field) {
 }
 
 KorText Refusal(const FormField& field, const KorText& accepted) {
-  return KorText::Format(u"%s can't be \"%s\"; accepted: %s", field.key, field.value, accepted);
+  return KorText::Format(LookUpText(15424, u"%s can't be \"%s\"; accepted: %s"), field.key,
+                         field.value, accepted);
 }
 
 KorText ReadTextField(const FormField& field, KorText& value) {
@@ -138,7 +143,7 @@ KorText ReadNumberField(const FormField& field, std::int32_t maximum, std::int32
   const KorText text = field.value.Trimmed();
   const std::int32_t number = text.ToInteger();
   if (!IsWholeNumber(text) || number > maximum)
-    return Refusal(field, KorText::Format(u"0 to %i", maximum));
+    return Refusal(field, KorText::Format(LookUpText(15425, u"0 to %i"), maximum));
   value = number;
   return {};
 }
@@ -161,12 +166,24 @@ void EnsureTrailingSeparator(KorText& folder) {
 
 } // namespace
 
-std::span<const char16_t* const> BaudRates() { return kBaudRates; }
-std::span<const char16_t* const> Parities() { return kParities; }
-std::span<const char16_t* const> DataBits() { return kDataBits; }
-std::span<const char16_t* const> StopBitTexts() { return kStopBits; }
-std::span<const char16_t* const> FlowControls() { return kFlowControls; }
-std::span<const char16_t* const> ControlCodeNames() { return kControlCodes; }
+std::span<const char16_t* const> BaudRates() {
+  return kBaudRates;
+}
+std::span<const char16_t* const> Parities() {
+  return kParities;
+}
+std::span<const char16_t* const> DataBits() {
+  return kDataBits;
+}
+std::span<const char16_t* const> StopBitTexts() {
+  return kStopBits;
+}
+std::span<const char16_t* const> FlowControls() {
+  return kFlowControls;
+}
+std::span<const char16_t* const> ControlCodeNames() {
+  return kControlCodes;
+}
 
 std::uint8_t ControlCodeOfName(std::size_t listIndex) {
   return listIndex == kShiftIn ? kShiftInValue : static_cast<std::uint8_t>(listIndex);
@@ -212,28 +229,37 @@ void EnsureTrailingSeparators(LinkSettings& settings) {
 
 FormDescription MakeSettingsForm(const LinkSettings& settings, const std::vector<KorText>& ports) {
   FormDescription form;
-  form.caption = u"Download Settings";
-  FormField port{15220, u"port", u"Port", FieldKind::Choice, settings.port, ports};
+  form.caption = LookUpText(15101, u"Download Settings");
+  FormField port{15220,         u"port", LookUpText(15220, u"Port"), FieldKind::Choice,
+                 settings.port, ports};
   port.editable = true; // a device path, or a port that is not there at the moment
   form.fields.push_back(port);
   for (const TextField& text : kTextFields) {
-    FormField field{text.number, text.key, text.label, text.kind, settings.*text.member, {}};
+    FormField field{text.number,           text.key, LookUpText(text.number, text.label), text.kind,
+                    settings.*text.member, {}};
     if (text.choices) field.choices = Texts(text.choices());
     // A value from an older file that the list lacks stays selectable.
     if (text.choices && ListedValue(field).IsEmpty()) field.choices.push_back(field.value);
-    field.browseTitle = text.browseTitle;
+    if (text.browseText > 0) field.browseTitle = LookUpText(text.browseText, text.browseTitle);
     form.fields.push_back(field);
   }
   for (const NumberField& number : kNumberFields) {
-    FormField field{number.number, number.key, number.label,
+    FormField field{number.number,
+                    number.key,
+                    LookUpText(number.number, number.label),
                     number.maximum == 1 ? FieldKind::Check : FieldKind::Number,
-                    KorText::Format(u"%i", settings.*number.member), {}};
+                    KorText::Format(u"%i", settings.*number.member),
+                    {}};
     field.maximum = number.maximum;
     form.fields.push_back(field);
   }
   for (const CodeField& code : kCodeFields) {
-    FormField field{code.number, code.key, code.label, FieldKind::Choice,
-                    NameOfControlCode(settings.*code.member), Texts(ControlCodeNames())};
+    FormField field{code.number,
+                    code.key,
+                    LookUpText(code.number, code.label),
+                    FieldKind::Choice,
+                    NameOfControlCode(settings.*code.member),
+                    Texts(ControlCodeNames())};
     form.fields.push_back(field);
   }
   return form;

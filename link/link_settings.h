@@ -30,7 +30,7 @@ struct LinkSettings {
   std::int32_t characterDelay = 0; // milliseconds
   std::int32_t lineDelay = 0;      // stored and shown only; nothing applies it
   std::int32_t sendSot = 0;
-  std::int32_t sendEot = 0; // stored and shown only; EOT is never sent
+  std::int32_t sendEot = 0;       // stored and shown only; EOT is never sent
   std::uint8_t sotCharacter = 18; // DC2
   std::uint8_t eotCharacter = 4;  // EOT
   KorText extraText;

@@ -11,58 +11,91 @@ KorText NamedText(const char16_t* what, const StatusFacts& facts) {
 // The codes whose text is fixed.
 const char16_t* FixedText(LinkStatus code) {
   switch (code) {
-  case LinkStatus::NoLink: return u"No Link";
-  case LinkStatus::Waiting: return u"Waiting...";
-  case LinkStatus::LoopBackTest: return u"Loop Back Test";
-  case LinkStatus::DirectoryListing: return u"Directory Listing";
-  case LinkStatus::ControllerOption: return u"NC Controller Option";
-  case LinkStatus::DownloadWaiting: return u"Download Waiting For Controller";
-  case LinkStatus::DownloadRequested: return u"Download Request Received";
-  case LinkStatus::UploadRequested: return u"Upload Request Received";
-  case LinkStatus::DownloadPreparation: return u"Download Preparation";
-  case LinkStatus::UploadPreparation: return u"Upload Preparation";
-  case LinkStatus::LoopbackFailure: return u"Local Loopback Test Failure";
-  case LinkStatus::LoopbackSuccess: return u"Local Loopback Test Success";
-  case LinkStatus::OverRun: return u"Over Run Error! Data loss has occurred!";
-  case LinkStatus::SecondServer: return u"Configuration Error! Server has found 2nd DNC Server!";
-  default: return nullptr;
+  case LinkStatus::NoLink:
+    return u"No Link";
+  case LinkStatus::Waiting:
+    return u"Waiting...";
+  case LinkStatus::LoopBackTest:
+    return u"Loop Back Test";
+  case LinkStatus::DirectoryListing:
+    return u"Directory Listing";
+  case LinkStatus::ControllerOption:
+    return u"NC Controller Option";
+  case LinkStatus::DownloadWaiting:
+    return u"Download Waiting For Controller";
+  case LinkStatus::DownloadRequested:
+    return u"Download Request Received";
+  case LinkStatus::UploadRequested:
+    return u"Upload Request Received";
+  case LinkStatus::DownloadPreparation:
+    return u"Download Preparation";
+  case LinkStatus::UploadPreparation:
+    return u"Upload Preparation";
+  case LinkStatus::LoopbackFailure:
+    return u"Local Loopback Test Failure";
+  case LinkStatus::LoopbackSuccess:
+    return u"Local Loopback Test Success";
+  case LinkStatus::OverRun:
+    return u"Over Run Error! Data loss has occurred!";
+  case LinkStatus::SecondServer:
+    return u"Configuration Error! Server has found 2nd DNC Server!";
+  default:
+    return nullptr;
   }
 }
 
 // The codes whose text is a wording and the file name.
 const char16_t* NamedWording(LinkStatus code) {
   switch (code) {
-  case LinkStatus::DownloadCantOpen: return u"Download could not open/read from";
-  case LinkStatus::UploadCantOpen: return u"Upload could not open/write to";
-  case LinkStatus::DownloadErrors: return u"Download Error(s)";
-  case LinkStatus::UploadErrors: return u"Upload Error(s)";
-  case LinkStatus::DownloadCancelled: return u"Download Cancelled";
-  case LinkStatus::UploadCancelled: return u"Upload Cancelled";
-  case LinkStatus::AutoloadCutting: return u"Autoload Cutting";
-  case LinkStatus::UnexpectedError: return u"Unexpected error";
-  case LinkStatus::FormatError: return u"File format error";
-  case LinkStatus::ItemNotFound: return u"Item not found error";
-  default: return nullptr;
+  case LinkStatus::DownloadCantOpen:
+    return u"Download could not open/read from";
+  case LinkStatus::UploadCantOpen:
+    return u"Upload could not open/write to";
+  case LinkStatus::DownloadErrors:
+    return u"Download Error(s)";
+  case LinkStatus::UploadErrors:
+    return u"Upload Error(s)";
+  case LinkStatus::DownloadCancelled:
+    return u"Download Cancelled";
+  case LinkStatus::UploadCancelled:
+    return u"Upload Cancelled";
+  case LinkStatus::AutoloadCutting:
+    return u"Autoload Cutting";
+  case LinkStatus::UnexpectedError:
+    return u"Unexpected error";
+  case LinkStatus::FormatError:
+    return u"File format error";
+  case LinkStatus::ItemNotFound:
+    return u"Item not found error";
+  default:
+    return nullptr;
   }
 }
 
 // The codes of DNC synchronisation, formed with the two machine names.
 const char16_t* MachineFormat(LinkStatus code, bool serverRole) {
   switch (code) {
-  case LinkStatus::ServerNoClient: return u"Server: %s cannot find DNC Client";
-  case LinkStatus::ClientNoServer: return u"Client: %s cannot find DNC Server";
-  case LinkStatus::ServerFoundClient: return u"Server: %s has found DNC Client: %s";
-  case LinkStatus::ClientFoundServer: return u"Client: %s has found DNC Server: %s";
+  case LinkStatus::ServerNoClient:
+    return u"Server: %s cannot find DNC Client";
+  case LinkStatus::ClientNoServer:
+    return u"Client: %s cannot find DNC Server";
+  case LinkStatus::ServerFoundClient:
+    return u"Server: %s has found DNC Client: %s";
+  case LinkStatus::ClientFoundServer:
+    return u"Client: %s has found DNC Server: %s";
   case LinkStatus::SecondClient:
     return u"Configuration Error! Client: %s has found 2nd DNC Client: %s!";
   case LinkStatus::FileListCheck:
     return serverRole ? u"Server: %s Checking NC File List"
                       : u"Client: %s Requesting File List from Server: %s";
-  case LinkStatus::FileListCompare: return u"Client: %s Comparing NC File Lists";
-  case LinkStatus::FileRequest: return u"Client: %s Requesting NC File";
+  case LinkStatus::FileListCompare:
+    return u"Client: %s Comparing NC File Lists";
+  case LinkStatus::FileRequest:
+    return u"Client: %s Requesting NC File";
   case LinkStatus::SynchronisationCompleted:
     return u"Client: %s NC File Synchronisation Completed";
-  default: return nullptr;
+  default:
+    return nullptr;
   }
 }
 
@@ -87,7 +120,8 @@ KorText StatusText(LinkStatus code, const StatusFacts& facts, const KorText& pre
                            u"bytes in file");
   case LinkStatus::DirectoryError:
     return KorText::Format(u"%s: %s", u"Directory Listing", u"Error");
-  default: return previous;
+  default:
+    return previous;
   }
 }
 
@@ -146,7 +180,8 @@ StatusView StatusBoard::Form(bool clearActivity) {
   view.line = FormLine(now);
   view.count = progress;
   view.range = progressRange;
-  for (std::size_t lamp = 0; lamp < kLampCount; ++lamp) view.lamps[lamp] = lamps[lamp];
+  for (std::size_t lamp = 0; lamp < kLampCount; ++lamp)
+    view.lamps[lamp] = lamps[lamp];
   if (clearActivity) {
     SetLamp(kLampReceive, false);
     SetLamp(kLampWrite, false);

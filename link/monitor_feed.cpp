@@ -2,7 +2,9 @@
 
 namespace kor {
 
-void MonitorFeed::SetShown(bool show) { shown = show; }
+void MonitorFeed::SetShown(bool show) {
+  shown = show;
+}
 
 void MonitorFeed::Add(const KorText& text) {
   if (!shown || text.IsEmpty()) return;
@@ -10,8 +12,7 @@ void MonitorFeed::Add(const KorText& text) {
   {
     const Lock lock(mutex);
     wasEmpty = waiting.IsEmpty();
-    if (waiting.Length() + text.Length() > kMaximumWaiting)
-      waiting.Remove(0, waiting.Length() / 2);
+    if (waiting.Length() + text.Length() > kMaximumWaiting) waiting.Remove(0, waiting.Length() / 2);
     waiting += text;
   }
   if (wasEmpty && wake) wake();

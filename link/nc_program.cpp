@@ -33,7 +33,9 @@ void NarrowUtf8(std::vector<std::uint8_t>& bytes) {
 
 } // namespace
 
-void NcProgram::Clear() { *this = NcProgram(); }
+void NcProgram::Clear() {
+  *this = NcProgram();
+}
 
 NcProgram::Result NcProgram::Read(const KorText& path) {
   Clear();

@@ -13,10 +13,10 @@ constexpr std::uint8_t kXon = 17;
 constexpr std::uint8_t kXoff = 19;
 constexpr std::uint8_t kLineEnd = 64; // "@": ends the line of the loop-back test
 constexpr const char16_t* kLoopbackMessage = u"LocalTestMessage";
-constexpr double kWriteTimeout = 10.0;   // seconds
-constexpr double kSlowWrite = 5.0;       // seconds
-constexpr std::size_t kTracePiece = 1000; // characters
-constexpr std::size_t kMonitorWrap = 256; // characters
+constexpr double kWriteTimeout = 10.0;     // seconds
+constexpr double kSlowWrite = 5.0;         // seconds
+constexpr std::size_t kTracePiece = 1000;  // characters
+constexpr std::size_t kMonitorWrap = 256;  // characters
 constexpr std::size_t kMonitorHeld = 4096; // characters that may wait while the line is held
 
 struct HoldName {
@@ -46,17 +46,17 @@ void AppendEcho(KorText& to, std::uint8_t c) {
   to += std::u16string_view(form, 4);
 }
 
-SerialChannel::SerialChannel(SerialPort& serialPort, StatusBoard& statusBoard, CommsLog& commsLog,
+SerialChannel::SerialChannel(SerialPort* serialPort, StatusBoard& statusBoard, CommsLog& commsLog,
                              MonitorFeed& monitorFeed, ChannelHost& channelHost)
-    : port(serialPort), board(statusBoard), log(commsLog), monitor(monitorFeed),
-      host(channelHost) {}
+    : port(serialPort), board(statusBoard), log(commsLog), monitor(monitorFeed), host(channelHost) {
+}
 
 bool SerialChannel::Check(const char16_t* step, bool success) {
   if (success) {
     if (!reported.empty()) reported.erase(step);
     return true;
   }
-  const KorText text = port.LastErrorText();
+  const KorText text = port->LastErrorText();
   KorText& last = reported[step];
   if (!quiet && last != text) host.ReportPortFailure(step, text);
   last = text;
@@ -70,10 +70,10 @@ void SerialChannel::Open(const LinkSettings& newSettings, const KorText& name, b
   applicationName = name;
   noSoftwareFlow = noSoftware;
   reported.clear(); // somebody asked for it: every failing step is reported anew
-  if (port.IsOpen()) {
-    port.PurgeTransmit();
-    port.PurgeReceive();
-    Check(u"Close Previous Connection", port.Close());
+  if (port->IsOpen()) {
+    port->PurgeTransmit();
+    port->PurgeReceive();
+    Check(u"Close Previous Connection", port->Close());
   }
   isLost = !OpenDevice(false);
   if (isLost) nextRetry = App().HighResolutionSeconds() + kRetryPeriod;
@@ -87,11 +87,11 @@ bool SerialChannel::OpenDevice(bool beQuiet) {
   title = KorText::Format(u"%s - %s", applicationName, u"No Link");
   remoteXoff = false; // the way out of a hold that the controller never ends
   previousHolds = 0;
-  const bool opened = Check(u"Open Comm", port.Open(settings->port));
+  const bool opened = Check(u"Open Comm", port->Open(settings->port));
   const bool configured = opened && ConfigureDevice();
   if (opened) {
-    port.PurgeTransmit();
-    port.PurgeReceive();
+    port->PurgeTransmit();
+    port->PurgeReceive();
   }
   quiet = false;
   return opened && (configured || !beQuiet);
@@ -102,18 +102,18 @@ bool SerialChannel::ConfigureDevice() {
   const KorText control = KorText::Format(u"baud=%s parity=%c data=%s stop=%s", s.baudrate,
                                           ParityLetter(s), s.databits, s.stopbits);
   DeviceControlBlock block;
-  Check(u"Set Comm Buffer Sizes", port.SetQueueSizes(kReceiveSize, kTransmitSize));
-  Check(u"Get Comm State", port.GetControlBlock(block));
-  if (!Check(u"Update Comm State", port.BuildControlBlock(control, block))) return false;
+  Check(u"Set Comm Buffer Sizes", port->SetQueueSizes(kReceiveSize, kTransmitSize));
+  Check(u"Get Comm State", port->GetControlBlock(block));
+  if (!Check(u"Update Comm State", port->BuildControlBlock(control, block))) return false;
   block.dsrSensitivity = false;
   block.xonChar = kXon;
   block.xoffChar = kXoff;
   ApplyFlowControl(block, s.flowControl, s.rtsCtsHandshake > 0, s.dtrDsrHandshake > 0,
                    noSoftwareFlow);
-  if (!Check(u"Set Comm State", port.SetControlBlock(block))) return false;
+  if (!Check(u"Set Comm State", port->SetControlBlock(block))) return false;
   PortTimeouts timeouts;
   timeouts.writeConstant = static_cast<std::uint32_t>(kWriteTimeout + 1e-9) * 1000;
-  if (!Check(u"Setup_Timeouts", port.SetTimeouts(timeouts))) return false;
+  if (!Check(u"Setup_Timeouts", port->SetTimeouts(timeouts))) return false;
   title = KorText::Format(u"%s %s:%s,%c,%s,%s,%s", applicationName, s.port, s.baudrate,
                           ParityLetter(s), s.databits, s.stopbits, s.flowControl);
   return true;
@@ -122,14 +122,14 @@ bool SerialChannel::ConfigureDevice() {
 void SerialChannel::Close() {
   settings = nullptr;
   isLost = false;
-  if (!port.IsOpen()) return;
-  port.PurgeTransmit();
-  port.PurgeReceive();
-  port.Close();
+  if (!port->IsOpen()) return;
+  port->PurgeTransmit();
+  port->PurgeReceive();
+  port->Close();
 }
 
 void SerialChannel::Lose() {
-  port.Close();
+  port->Close();
   ForgetTraffic();
   isLost = true;
   nextRetry = App().HighResolutionSeconds() + kRetryPeriod;
@@ -153,7 +153,7 @@ void SerialChannel::ReopenWhenDue() {
   const double now = App().HighResolutionSeconds();
   if (now < nextRetry) return;
   if (!OpenDevice(true)) {
-    if (port.IsOpen()) port.Close();
+    if (port->IsOpen()) port->Close();
     nextRetry = now + kRetryPeriod;
     return;
   }
@@ -167,8 +167,8 @@ void SerialChannel::ReopenWhenDue() {
 
 bool SerialChannel::CheckStatus() {
   LineStatus now;
-  if (!Check(u"Comms Status Check", port.GetStatus(now))) {
-    if (port.IsGone()) Lose();
+  if (!Check(u"Comms Status Check", port->GetStatus(now))) {
+    if (port->IsGone()) Lose();
     return false;
   }
   LogHoldChanges(now);
@@ -179,14 +179,14 @@ bool SerialChannel::CheckStatus() {
 bool SerialChannel::Poll() {
   lastPollActive = false;
   ++pollCounter;
-  if (!port.IsOpen()) {
+  if (!port->IsOpen()) {
     ReopenWhenDue();
     return false;
   }
   if (!CheckStatus()) return false;
   SetLamps();
   bool moved = status.inQueue > 0 && Read();
-  if (port.IsOpen() && status.outQueue == 0 && (status.holds & kXoffHold) == 0) {
+  if (port->IsOpen() && status.outQueue == 0 && (status.holds & kXoffHold) == 0) {
     // What a hold or a failure left behind goes on by itself as soon as the line allows it.
     if (transmitCount > 0 && !remoteXoff) dataToWrite = true;
     if (WriteStep() > 0) moved = true;
@@ -219,7 +219,8 @@ std::chrono::microseconds SerialChannel::IdleWait() const {
 }
 
 void SerialChannel::SetLamps() {
-  for (const HoldName& hold : kHolds) board.SetLamp(hold.lamp, (status.holds & hold.bit) != 0);
+  for (const HoldName& hold : kHolds)
+    board.SetLamp(hold.lamp, (status.holds & hold.bit) != 0);
   // An XOFF that only the engine honours, because the flow control is another one, is a hold too.
   if (remoteXoff) board.SetLamp(kLampXoffHold, true);
 }
@@ -230,7 +231,8 @@ void SerialChannel::LogHoldChanges(const LineStatus& now) {
   if (changed == 0) return;
   KorText text;
   for (const HoldName& hold : kHolds)
-    if (changed & hold.bit) text += KorText::Format(hold.format, (now.holds & hold.bit) != 0 ? 1 : 0);
+    if (changed & hold.bit)
+      text += KorText::Format(hold.format, (now.holds & hold.bit) != 0 ? 1 : 0);
   log.Trace(text, true);
 }
 
@@ -250,8 +252,8 @@ bool SerialChannel::Read() {
   if (board.Code() == LinkStatus::OverRun) board.Set(LinkStatus::Waiting);
   const std::span<std::uint8_t> room = std::span(receiveBuffer).subspan(receiveCount);
   std::size_t count = 0;
-  if (!Check(u"Read Data", port.Read(room, count))) {
-    if (port.IsGone()) Lose();
+  if (!Check(u"Read Data", port->Read(room, count))) {
+    if (port->IsGone()) Lose();
     return false;
   }
   if (count == 0) return false;
@@ -297,7 +299,9 @@ std::string_view SerialChannel::Received() const {
   return {reinterpret_cast<const char*>(receiveBuffer.data()), receiveCount};
 }
 
-void SerialChannel::DiscardReceived() { receiveCount = 0; }
+void SerialChannel::DiscardReceived() {
+  receiveCount = 0;
+}
 
 std::optional<std::string> SerialChannel::ExtractLine(std::uint8_t end, bool keepEnd) {
   const auto first = receiveBuffer.begin();
@@ -322,8 +326,8 @@ std::size_t SerialChannel::WriteStep() {
   std::size_t written = 0;
   if (transmitCount > 0) {
     Read(); // an XOFF that has arrived is seen before anything goes out
-    if (!port.IsOpen()) return 0;
-    if (!remoteXoff) port.Write(std::span(transmitBuffer).first(transmitCount), written);
+    if (!port->IsOpen()) return 0;
+    if (!remoteXoff) port->Write(std::span(transmitBuffer).first(transmitCount), written);
   }
   dataToWrite = false;
   if (written == transmitCount && App().HighResolutionSeconds() - start < kSlowWrite) {
@@ -374,8 +378,10 @@ bool SerialChannel::QueueCharacters(std::int64_t count) {
 }
 
 void SerialChannel::SendCharacter(std::uint8_t c, bool inLine) {
-  if (replyQueue.empty() && transmitCount < kTransmitSize) transmitBuffer[transmitCount++] = c;
-  else replyQueue += static_cast<char>(c);
+  if (replyQueue.empty() && transmitCount < kTransmitSize)
+    transmitBuffer[transmitCount++] = c;
+  else
+    replyQueue += static_cast<char>(c);
   if (!monitorLineOpen || !inLine) {
     monitorLine += u"TX ";
     monitorLineOpen = true;
@@ -392,7 +398,8 @@ void SerialChannel::SendCharacter(std::uint8_t c, bool inLine) {
 void SerialChannel::SendBytes(std::string_view bytes) {
   WritePendingTransmit(); // characters sent singly keep their place before this text
   pendingTransmit = u"TX ";
-  for (const char c : bytes) SendCharacter(static_cast<std::uint8_t>(c), true);
+  for (const char c : bytes)
+    SendCharacter(static_cast<std::uint8_t>(c), true);
   log.Trace(pendingTransmit, false);
   pendingTransmit.Clear();
 }

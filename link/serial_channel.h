@@ -47,14 +47,15 @@ class SerialChannel {
   // Every so many seconds a device that is not there is tried again.
   static constexpr double kRetryPeriod = 1.0;
 
-  SerialChannel(SerialPort& serialPort, StatusBoard& statusBoard, CommsLog& commsLog,
+  // The port may be null for an engine that is never opened.
+  SerialChannel(SerialPort* serialPort, StatusBoard& statusBoard, CommsLog& commsLog,
                 MonitorFeed& monitorFeed, ChannelHost& channelHost);
 
   // Closes a previous connection and opens the configured one; failing steps are reported. settings
   // must outlive the connection. applicationName heads the title.
   void Open(const LinkSettings& settings, const KorText& applicationName, bool noSoftwareFlow);
   void Close();
-  bool IsOpen() const { return port.IsOpen(); }
+  bool IsOpen() const { return port && port->IsOpen(); }
 
   // One pass of status check, read and write. True when bytes moved: poll again at once.
   bool Poll();
@@ -105,7 +106,7 @@ class SerialChannel {
   // Reports a failing step once until it succeeds again or fails with another text.
   bool Check(const char16_t* step, bool success);
 
-  SerialPort& port;
+  SerialPort* port;
   StatusBoard& board;
   CommsLog& log;
   MonitorFeed& monitor;
@@ -115,9 +116,9 @@ class SerialChannel {
   KorText applicationName;
   KorText title;
   bool noSoftwareFlow = false;
-  bool quiet = false;    // failing steps are not reported: a retry of a lost device
-  bool isLost = false;   // the device could not be opened or has disappeared
-  double nextRetry = 0;  // seconds of the high-resolution clock
+  bool quiet = false;                  // failing steps are not reported: a retry of a lost device
+  bool isLost = false;                 // the device could not be opened or has disappeared
+  double nextRetry = 0;                // seconds of the high-resolution clock
   std::map<KorText, KorText> reported; // step, system text
 
   LineStatus status;

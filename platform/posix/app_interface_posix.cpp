@@ -2,12 +2,12 @@
 
 #include <pwd.h>
 #include <sys/utsname.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <thread>
 
 #include "platform/posix/app_interface_registry.h"
@@ -113,19 +113,24 @@ KorText PosixAppInterface::Start(const KorText& name, const KorText& versionText
   ::tzset();
   LoadRegionalSettings();
   SetApplicationPropertyString(kVersionText, version);
-  const KorText settings = SuiteFolder("XDG_CONFIG_HOME", u"/.config", version);
-  const KorText data = DataFolder(*this, version);
-  SetApplicationPropertyPath(kSettingsFolder, settings);
+  FindFolders(version);
+  if (GetApplicationPropertyPath(kSettingsFolder).IsEmpty() ||
+      GetApplicationPropertyPath(kDataFolder).IsEmpty()) {
+    return u"The user has no home folder. Set HOME, or XDG_CONFIG_HOME and NCEDL_DATA_DIR.";
+  }
+  return {};
+}
+
+void PosixAppInterface::FindFolders(const KorText& versionText) {
+  const KorText data = DataFolder(*this, versionText);
+  SetApplicationPropertyPath(kSettingsFolder,
+                             SuiteFolder("XDG_CONFIG_HOME", u"/.config", versionText));
   SetApplicationPropertyPath(kDataFolder, data);
   SetApplicationPropertyPath(kProgramFolder, ProgramFolder(*this));
   SetApplicationPropertyPath(kTemporaryFolder, TemporaryFolder(*this));
   const KorText working = WorkingFolder();
   const bool startHere = !working.IsEmpty() && FileExists(working + kPathsFile);
   SetApplicationPropertyPath(kStartInFolder, startHere ? working : data);
-  if (settings.IsEmpty() || data.IsEmpty()) {
-    return u"The user has no home folder. Set HOME, or XDG_CONFIG_HOME and NCEDL_DATA_DIR.";
-  }
-  return {};
 }
 
 void PosixAppInterface::DebugOutput(const KorText& text) {

@@ -16,7 +16,7 @@
 // The registry is the file registry.ini in the settings folder (see app_interface_registry.h).
 #pragma once
 
-#include <locale.h>
+#include <clocale>
 
 #include "services/core/app_interface.h"
 
@@ -48,6 +48,7 @@ class UserLocale {
 class PosixAppInterface : public AppInterface {
  public:
   KorText Start(const KorText& applicationName, const KorText& version) override;
+  void FindFolders(const KorText& version) override;
   void DebugOutput(const KorText& text) override;
 
   std::optional<std::uint32_t> ReadRegistryNumber(const KorText& key,

@@ -138,18 +138,22 @@ KorText Win32AppInterface::Start(const KorText& name, const KorText& versionText
   version = versionText;
   LoadRegionalSettings();
   SetApplicationPropertyString(kVersionText, version);
-  const KorText settings = SuiteFolder(FOLDERID_RoamingAppData, version);
-  const KorText data = SuiteFolder(FOLDERID_PublicDocuments, version);
-  SetApplicationPropertyPath(kSettingsFolder, settings);
+  FindFolders(version);
+  if (GetApplicationPropertyPath(kSettingsFolder).IsEmpty() ||
+      GetApplicationPropertyPath(kDataFolder).IsEmpty()) {
+    return u"Windows names no folder for application data or public documents.";
+  }
+  return {};
+}
+
+void Win32AppInterface::FindFolders(const KorText& versionText) {
+  const KorText data = SuiteFolder(FOLDERID_PublicDocuments, versionText);
+  SetApplicationPropertyPath(kSettingsFolder, SuiteFolder(FOLDERID_RoamingAppData, versionText));
   SetApplicationPropertyPath(kDataFolder, data);
   SetApplicationPropertyPath(kProgramFolder, ProgramFolder());
   SetApplicationPropertyPath(kTemporaryFolder, TemporaryFolder());
   const KorText working = WorkingFolder();
   SetApplicationPropertyPath(kStartInFolder, FileExists(working + kPathsFile) ? working : data);
-  if (settings.IsEmpty() || data.IsEmpty()) {
-    return u"Windows names no folder for application data or public documents.";
-  }
-  return {};
 }
 
 void Win32AppInterface::DebugOutput(const KorText& text) {

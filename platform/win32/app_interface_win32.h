@@ -21,6 +21,7 @@ namespace kor {
 class Win32AppInterface : public AppInterface {
  public:
   KorText Start(const KorText& applicationName, const KorText& version) override;
+  void FindFolders(const KorText& version) override;
   void DebugOutput(const KorText& text) override;
 
   KorText PublicDocumentsFolder() override;

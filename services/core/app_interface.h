@@ -124,6 +124,9 @@ class AppInterface {
   // Sets the application's name and version and fills the folders, the property text and the regional
   // settings from the platform. Returns an empty text, or what went wrong.
   virtual KorText Start(const KorText& applicationName, const KorText& version) = 0;
+  // Settles the five folders from the platform; part of Start. Alone it is for what runs before the
+  // services are started, such as loading the dictionary.
+  virtual void FindFolders(const KorText& version) = 0;
   const KorText& ApplicationName() const { return applicationName; }
   const KorText& Version() const { return version; }
   // The name of the application entry, such as "NCEDL".

@@ -72,6 +72,7 @@ class TestApp : public PlatformAppInterface {
 
   // --- AppInterface ---
   KorText Start(const KorText& applicationName, const KorText& version) override;
+  void FindFolders(const KorText&) override {} // they are fixed
   std::int32_t Report(const MessageRecord& record) override;
   void DebugWarning(const KorText& message, const KorText& info) override;
   void DebugOutput(const KorText& text) override;
