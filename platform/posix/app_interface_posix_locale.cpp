@@ -1,7 +1,7 @@
 #include <langinfo.h>
-#include <time.h>
 
 #include <cstdlib>
+#include <ctime>
 
 #include "platform/posix/app_interface_posix.h"
 
