@@ -314,20 +314,22 @@ void RenderNode(std::vector<KorText>& lines, const RecordNode& node, std::size_t
 } // namespace
 
 RecordFileDescription DescribeRecordFile(const KorText& path) {
-  RecordFileDescription description;
   SimpleFile file(path);
-  description.result = FileResult::SourceUnreadable;
   FileResult result = FileResult::Success;
   // A file too short to be a compressed one is no less a record file.
-  if (!file.Open(kFileRead, false, true, &result) &&
-      (result != FileResult::SourceUnreadable || !file.Open(kFileRead))) {
-    if (result != FileResult::Success) description.result = result;
-    return description;
-  }
-  description.result = FileResult::Success;
-  description.compressed = file.IsCompressed();
-  description.size = file.Size();
-  Inspector(file, description).Run();
+  if (file.Open(kFileRead, false, true, &result) ||
+      (result == FileResult::SourceUnreadable && file.Open(kFileRead)))
+    return DescribeRecords(file);
+  RecordFileDescription description;
+  description.result = result == FileResult::Success ? FileResult::SourceUnreadable : result;
+  return description;
+}
+
+RecordFileDescription DescribeRecords(SimpleFile& openFile) {
+  RecordFileDescription description;
+  description.compressed = openFile.IsCompressed();
+  description.size = openFile.Size();
+  Inspector(openFile, description).Run();
   return description;
 }
 

@@ -51,6 +51,7 @@ struct RecordFileDescription {
 };
 
 RecordFileDescription DescribeRecordFile(const KorText& path);
+RecordFileDescription DescribeRecords(SimpleFile& openFile);
 // One line per header fact, record, field and damage, records indented by their depth.
 std::vector<KorText> RenderRecordFile(const RecordFileDescription& description);
 
