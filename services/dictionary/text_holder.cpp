@@ -122,19 +122,21 @@ void TextHolder::Clear() {
 }
 
 void TextHolder::StartEditing(const KorText& newPath) {
+  const KorText kept = newPath; // it may be this object's own
   Clear();
   loaded = true;
   selector = kEditing;
-  path = newPath;
+  path = kept;
   TextCatagory& general = categories.emplace_back();
   general.name = u"General";
 }
 
 bool TextHolder::Load(const KorText& file, std::int32_t languageSelector, bool report,
                       const KorText& requestedLanguage) {
+  const KorText folder =
+      FolderOfPath(file).IsEmpty() ? App().GetApplicationPropertyPath(kProgramFolder) : KorText();
+  const KorText named = folder + file; // a copy: the argument may be this object's own path
   Clear();
-  const KorText named =
-      FolderOfPath(file).IsEmpty() ? App().GetApplicationPropertyPath(kProgramFolder) + file : file;
   const KorText found = App().FileExists(named) ? named : App().LocateFile(named);
   selector = languageSelector;
   if (!found.IsEmpty() && ReadFile(found, requestedLanguage)) {

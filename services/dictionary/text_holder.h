@@ -108,7 +108,7 @@ class TextHolder : public Storable {
   // --- Exchange; editing mode only (App() is told otherwise) -------------------------------------
   // UTF-16. False also when there are no entries: the file then ends after the languages.
   bool ExportXML(const KorText& file);
-  // "FOLDER/dictionary_CODE.xlf" for each language.
+  // "FOLDER/dictionary_CODE.xlf" for each language; a missing folder is made.
   bool ExportXLIFF(const KorText& folder, const TitledProgress& progress = {});
   // A unit whose number is unknown becomes a new entry. With report set, App() is told of a failure.
   ImportResult ImportXLIFF(const KorText& file, bool report = true,

@@ -4,6 +4,7 @@
 #include <span>
 #include <string>
 
+#include "services/core/app_interface.h"
 #include "services/dictionary/text_holder.h"
 
 namespace kor {
@@ -77,7 +78,7 @@ void AppendGroup(pugi::xml_node body, const TextCatagory& category,
 } // namespace
 
 bool TextHolder::ExportXLIFF(const KorText& folder, const TitledProgress& progress) {
-  if (!MayExport(u"Export XLIFF")) return false;
+  if (!MayExport(u"Export XLIFF") || !App().MakeFolder(folder)) return false;
   const auto size = static_cast<double>(languages.size());
   for (std::size_t i = 0; i < languages.size(); ++i) {
     if (progress && !progress(u"Export as XLIFF", static_cast<double>(i), size)) return false;

@@ -274,8 +274,7 @@ KordictResult Kordict::ExportXml() {
 KordictResult Kordict::ExportXliff() {
   if (!LoadDictionary()) return KordictResult::Unreadable;
   const KorText& folder = options.arguments[0];
-  if (App().MakeFolder(folder) && dictionary.ExportXLIFF(folder, Progress()))
-    return KordictResult::Done;
+  if (dictionary.ExportXLIFF(folder, Progress())) return KordictResult::Done;
   out.complain(folder +
                u": the translation files cannot be written. Check the folder and the room on "
                u"the disk.");

@@ -1,0 +1,126 @@
+// The dictionary that ships: its numbers, its English texts, its translations.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "services/dictionary/dictionary.h"
+#include "tests/dictionary/dictionary_samples.h"
+#include "tools/kordict/check.h"
+
+namespace kor {
+namespace {
+
+constexpr const char16_t* kLanguages[] = {u"cs-CZ", u"de-DE", u"es-ES", u"fr-FR",
+                                          u"it-IT", u"ja-JP", u"nl-NL", u"pl-PL",
+                                          u"pt-PT", u"tr-TR", u"zh-CN"};
+
+class ShippedDictionary : public ::testing::Test {
+ protected:
+  static KorText Source(const KorText& code) {
+    return KorText::FromUtf8(NCEDL_TRANSLATIONS) + u"/dictionary_" + code + u".xlf";
+  }
+
+  void SetUp() override {
+    dictionary.StartEditing(app.Path(u"program/diction.ary"));
+    for (const char16_t* code : kLanguages) {
+      const TextLanguage* language = KnownLanguage(code);
+      ASSERT_NE(language, nullptr);
+      dictionary.AddLanguage(*language);
+      const ImportResult result = dictionary.ImportXLIFF(Source(code));
+      ASSERT_TRUE(result.done && result.warnings.empty()) << KorText(code).ToUtf8();
+    }
+  }
+
+  TestApp app;
+  TextHolder dictionary;
+};
+
+TEST_F(ShippedDictionary, HasATextForEveryNumberInUse) {
+  std::vector<std::pair<int, int>> numbers = {
+      {47, 48},       {65, 66},       {240, 240},     {251, 252},     {262, 262},
+      {274, 274},     {290, 290},     {323, 324},     {1492, 1492},   {1729, 1729},
+      {1786, 1786},   {3337, 3337},   {3595, 3598},   {3817, 3817},   {3909, 3909},
+      {3912, 3912},   {4550, 4550},   {6069, 6069},   {6144, 6144},   {8894, 8894},
+      {15101, 15101}, {15201, 15202}, {15205, 15207}, {15209, 15212}, {15220, 15224},
+      {15226, 15226}, {15228, 15228}, {15232, 15235}, {15238, 15241}, {15246, 15247},
+      {15249, 15251}, {15256, 15261}, {15264, 15266}, {15270, 15270}, {15273, 15274},
+      {15300, 15308}, {15310, 15339}, {15350, 15357}, {15401, 15416}, {15420, 15426},
+  };
+  std::size_t known = 0;
+  for (const auto& [first, last] : numbers)
+    for (int number = first; number <= last; ++number)
+      if (dictionary.FindEntry(number) != nullptr) ++known;
+  EXPECT_EQ(known, dictionary.Entries().size()) << "a range above lacks some of the entries";
+  for (const auto& [first, last] : numbers) {
+    EXPECT_NE(dictionary.FindEntry(first), nullptr) << first;
+    EXPECT_NE(dictionary.FindEntry(last), nullptr) << last;
+  }
+}
+
+TEST_F(ShippedDictionary, ItsEnglishIsThatOfTheProgram) {
+  const std::pair<std::int32_t, const char16_t*> texts[] = {
+      {3595, u"Unable to lock the file"},
+      {3597, u"The file is already locked by"},
+      {15101, u"Download Settings"},
+      {15270, u"Special Features"},
+      {15300, u"Special Features"},
+      {15301, u"OK"},
+      {15302, u"Cancel"},
+      {15303, u"Autoload sequential files"},
+      {15304, u"Strip Leading Zeros From PC Filename"},
+      {15305, u"Use LLLSSES LINDE/NCE hybrid format number"},
+      {15306, u"Strip Leading Zeros From NCE Filename"},
+      {15307, u"Autoload Options"},
+      {15308,
+       u"LLLSSES format comprises a three digit lot number (LLL) , a two digit start sheet (SS) "
+       u"and a two digit end sheet (ES). e.g. 3730417 loads sheets 37304 to 37317"},
+      {15310, u"Open NC file"},
+      {15311, u"Save NC file as"},
+      {15314, u"Save Log File As"},
+      {15317, u"Download End"},
+      {15318, u"Upload End"},
+      {15320, u"Not a valid ASCII file."},
+      {15321, u"Unable to write to log file"},
+      {15322, u"Warning: Bad INI file load"},
+      {15323, u"Possible loss of settings"},
+      {15324, u"Corrupt Installation"},
+      {15326, u"Unable to locate Program Paths in\n\n%s"},
+      {15327, u"Unable to locate Program Paths\n\nWorking directory has not been setup."},
+      {15336, u"Setup_Timeouts"},
+  };
+  for (const auto& [number, text] : texts)
+    EXPECT_EQ(dictionary.FindEntry(number)->phrase, KorText(text));
+  const TextHolder nothing;
+  for (const TextEntry& entry : dictionary.Entries())
+    if (const KorText builtIn = nothing.Text(entry.id); !builtIn.IsEmpty()) {
+      EXPECT_EQ(entry.phrase, builtIn);
+    }
+}
+
+TEST_F(ShippedDictionary, NoTextLacksATranslationOrADirectiveOrOutgrowsItsControl) {
+  for (const Finding& finding : CheckTexts(dictionary))
+    ADD_FAILURE() << finding.language << " " << finding.id << " " << finding.what.ToUtf8();
+}
+
+TEST_F(ShippedDictionary, EveryNoteSaysHowLongTheTextMayBe) {
+  for (const TextEntry& entry : dictionary.Entries()) {
+    EXPECT_TRUE(entry.comment.EndsWith(u" characters.") || entry.comment.EndsWith(u" Any length."))
+        << entry.id;
+    EXPECT_GT(entry.comment.Length(), 25U) << entry.id;
+    EXPECT_TRUE(entry.importance >= 1 && entry.importance <= 3) << entry.id;
+  }
+}
+
+TEST_F(ShippedDictionary, ItsExportGivesTheSameFilesBack) {
+  ASSERT_TRUE(dictionary.Save());
+  ASSERT_TRUE(dictionary.Load(dictionary.Path(), TextHolder::kEditing, true));
+  ASSERT_TRUE(dictionary.ExportXLIFF(app.Path(u"out")));
+  for (const char16_t* code : kLanguages)
+    EXPECT_TRUE(app.Content(app.Path(u"out/dictionary_" + KorText(code) + u".xlf")) ==
+                app.Content(Source(code)))
+        << KorText(code).ToUtf8();
+}
+
+} // namespace
+} // namespace kor

@@ -1,0 +1,202 @@
+// The dictionary's file: what is kept in which mode, where it is looked for, damage of every kind.
+#include <gtest/gtest.h>
+
+#include "tests/dictionary/dictionary_samples.h"
+
+namespace kor {
+namespace {
+
+class DictionaryFile : public ::testing::Test {
+ protected:
+  // The bytes of the uncompressed sample.
+  KorText PlainBytes() {
+    EXPECT_TRUE(SaveSample(file, false));
+    return *app.Content(file);
+  }
+
+  // A new file each time: emptying one that exists costs some systems a flush to the disk.
+  void Put(const KorText& bytes) {
+    app.RemoveFile(file);
+    app.Put(file, bytes);
+  }
+
+  TestApp app;
+  KorText file = app.Path(u"sample.ary");
+  TextHolder dictionary;
+};
+
+TEST_F(DictionaryFile, EditingModeKeepsEverything) {
+  TextHolder before;
+  FillSample(before, file);
+  ASSERT_TRUE(before.Save());
+  ASSERT_TRUE(dictionary.Load(file, TextHolder::kEditing, true));
+  EXPECT_TRUE(dictionary.IsEditing());
+  ASSERT_EQ(dictionary.Entries().size(), 4U);
+  for (std::size_t i = 0; i < 4; ++i) {
+    const TextEntry &a = before.Entries()[i], &b = dictionary.Entries()[i];
+    EXPECT_EQ(a.id, b.id);
+    EXPECT_EQ(a.phrase, b.phrase);
+    EXPECT_EQ(a.comment, b.comment);
+    EXPECT_EQ(a.textPosition, b.textPosition);
+    EXPECT_EQ(a.importance, b.importance);
+    EXPECT_EQ(a.translations, b.translations);
+    EXPECT_TRUE(a.created == b.created && a.modified == b.modified);
+  }
+  EXPECT_EQ(dictionary.Languages()[1].DisplayText(), u"Français (fr-FR - 1036:1252)");
+  ASSERT_EQ(dictionary.Categories().size(), 1U);
+  EXPECT_EQ(dictionary.Categories()[0].name, u"General");
+}
+
+TEST_F(DictionaryFile, RunModeKeepsTheLanguagesAndOneTextPerNumber) {
+  ASSERT_TRUE(SaveSample(file));
+  ASSERT_TRUE(dictionary.Load(file, 0, true));
+  EXPECT_TRUE(dictionary.Entries().empty());
+  EXPECT_TRUE(dictionary.Categories().empty());
+  EXPECT_EQ(dictionary.Languages().size(), 2U);
+  EXPECT_EQ(dictionary.Text(7), u"%s senden & <warten>");
+}
+
+TEST_F(DictionaryFile, ABareNameIsThatOfTheProgramFolderAndAMissingFileIsLocated) {
+  ASSERT_TRUE(SaveSample(app.Path(u"program/diction.ary")));
+  ASSERT_TRUE(dictionary.Load(u"diction.ary", 0, true));
+  EXPECT_EQ(dictionary.Path(), app.Path(u"program/diction.ary"));
+  ASSERT_TRUE(app.RenameFile(dictionary.Path(), app.Path(u"data/diction.ary")));
+  ASSERT_TRUE(dictionary.Load(u"diction.ary", 0, true));
+  EXPECT_EQ(dictionary.Path(), app.Path(u"data/diction.ary"));
+}
+
+TEST_F(DictionaryFile, LoadingAgainDiscardsWhatWasHeld) {
+  ASSERT_TRUE(SaveSample(file));
+  ASSERT_TRUE(dictionary.Load(file, 0, true));
+  EXPECT_FALSE(dictionary.Load(app.Path(u"missing.ary"), 0, false));
+  EXPECT_FALSE(dictionary.IsLoaded());
+  EXPECT_FALSE(dictionary.FindText(48));
+  EXPECT_TRUE(dictionary.Languages().empty());
+  EXPECT_TRUE(app.Messages().empty()) << "without the report flag";
+}
+
+TEST_F(DictionaryFile, AnUncompressedFileLoadsAsWell) {
+  ASSERT_TRUE(SaveSample(file, false));
+  ASSERT_TRUE(dictionary.Load(file, TextHolder::kChooseLanguage, true, u"de"));
+  EXPECT_EQ(dictionary.Text(48), u"Abbrechen");
+}
+
+TEST_F(DictionaryFile, OtherFilesAreRefusedWithTheReport) {
+  const KorText plain = PlainBytes();
+  KorText otherType = plain, oldest = plain, otherObject = plain;
+  otherType.Remove(0, 1);
+  otherType.Insert(0, u"X");
+  oldest.Remove(8, 8); // the markers that the oldest programs didn't write
+  otherObject.Remove(16, 1);
+  otherObject.Insert(16, u"\x01");
+  const KorText contents[] = {
+      u"",       u"short", KorText(5000, u'x'), u"KOR Compressed File \xA9 2005",
+      otherType, oldest,   otherObject};
+  for (const KorText& content : contents) {
+    Put(content);
+    app.ForgetReports();
+    EXPECT_FALSE(dictionary.Load(file, 0, true)) << content.Length();
+    EXPECT_EQ(dictionary.Text(48), u"Cancel");
+    ASSERT_EQ(app.Messages().size(), 1U);
+    EXPECT_EQ(app.Messages()[0].info, u"Error Opening Specified Dictionary");
+    EXPECT_EQ(app.Messages()[0].message, file);
+  }
+}
+
+TEST_F(DictionaryFile, NoTruncationIsTakenForADictionary) {
+  for (const bool compressed : {false, true}) {
+    ASSERT_TRUE(SaveSample(file, compressed));
+    const KorText whole = *app.Content(file);
+    for (std::size_t length = 0; length < whole.Length(); ++length) {
+      Put(whole.Left(length));
+      EXPECT_FALSE(dictionary.Load(file, 0, false)) << length << " of " << whole.Length();
+      EXPECT_FALSE(dictionary.FindText(48));
+    }
+  }
+}
+
+TEST_F(DictionaryFile, NoChangedByteDoesHarmInEitherMode) {
+  const KorText whole = PlainBytes();
+  for (std::size_t at = 0; at < whole.Length(); ++at) {
+    for (const int change : {1, 0xFF}) {
+      KorText damaged = whole.Left(at);
+      damaged += static_cast<char16_t>(whole[at] ^ change);
+      damaged += whole.Mid(at + 1);
+      Put(damaged);
+      for (const std::int32_t selector : {0, TextHolder::kEditing}) {
+        const bool loaded = dictionary.Load(file, selector, false);
+        EXPECT_EQ(loaded, dictionary.IsLoaded());
+        // Nothing that a file of two kilobytes could not justify but for the table of numbers.
+        EXPECT_LE(dictionary.TableLength(), TextEntry::kHighestNumber + 1U);
+        EXPECT_LE(dictionary.Entries().size(), 4U);
+      }
+    }
+  }
+}
+
+TEST_F(DictionaryFile, AReadErrorIsNoDictionary) {
+  ASSERT_TRUE(SaveSample(file));
+  app.LimitReads(100);
+  EXPECT_FALSE(dictionary.Load(file, 0, false));
+  app.ClearFaults();
+  app.RefuseOpening(u"sample.ary");
+  EXPECT_FALSE(dictionary.Load(file, 0, false));
+}
+
+// What a program wrote whose entries end with the modification dates.
+class OlderEntry : public TextEntry {
+ public:
+  void Transfer(DiskFile& stream) override {
+    stream.Transfer(phrase);
+    stream.Transfer(comment);
+    stream.Transfer(textPosition);
+    stream.SectionMark();
+    stream.Transfer(id);
+    stream.Transfer(categoryId);
+    stream.Transfer(created);
+    stream.Transfer(carried);
+    stream.SectionMark();
+    stream.Transfer(translations);
+    stream.Transfer(modified);
+    EndRecord(stream);
+  }
+};
+
+class OlderDictionary : public Storable {
+ public:
+  std::uint32_t ClassId() const override { return TextHolder::kClassId; }
+  void Transfer(DiskFile& stream) override {
+    std::vector<KorText> names;
+    std::vector<OlderEntry> entries(1);
+    entries[0].id = 48;
+    entries[0].phrase = u"Cancel";
+    entries[0].carried = 77;
+    std::vector<TextCatagory> categories;
+    std::vector<TextLanguage> languages;
+    stream.Transfer(names);
+    stream.SectionMark();
+    stream.Transfer(entries);
+    stream.SectionMark();
+    stream.Transfer(categories);
+    stream.SectionMark();
+    stream.Transfer(languages);
+    EndRecord(stream);
+  }
+};
+
+TEST_F(DictionaryFile, EntriesWithoutAnImportanceKeepTheDefault) {
+  OlderDictionary older;
+  RecordFileOptions options;
+  options.format.fileTypes = {TextHolder::kFileType};
+  options.compressed = true;
+  ASSERT_TRUE(SaveObject(file, older, options));
+  ASSERT_TRUE(dictionary.Load(file, TextHolder::kEditing, true));
+  ASSERT_EQ(dictionary.Entries().size(), 1U);
+  EXPECT_EQ(dictionary.Entries()[0].importance, 0);
+  EXPECT_EQ(dictionary.Entries()[0].carried, 77U);
+  ASSERT_TRUE(dictionary.Load(file, TextHolder::kSourceTexts, true));
+  EXPECT_EQ(dictionary.Text(48), u"Cancel");
+}
+
+} // namespace
+} // namespace kor

@@ -1,0 +1,147 @@
+// Numbers, references and their expansion; language choice; the program's own dictionary.
+#include <gtest/gtest.h>
+
+#include "files/text_lookup.h"
+#include "services/dictionary/dictionary.h"
+#include "tests/dictionary/dictionary_samples.h"
+
+namespace kor {
+namespace {
+
+constexpr const char16_t* kLanguageValue = u"Language";
+
+class DictionaryLookup : public ::testing::Test {
+ protected:
+  void SetUp() override { ASSERT_TRUE(SaveSample(file)); }
+  ~DictionaryLookup() override { SetTextLookup({}); }
+
+  TestApp app;
+  KorText file = app.Path(u"program/diction.ary");
+  TextHolder dictionary;
+};
+
+TEST_F(DictionaryLookup, BuiltInTextsAnswerByNumberOnlyAndGiveWayToTheDictionary) {
+  EXPECT_EQ(dictionary.Text(1492), u"Continue");
+  EXPECT_EQ(dictionary.Text(6069), u"Don't Show This Message Again");
+  EXPECT_EQ(dictionary.Text(49), u"");
+  EXPECT_FALSE(dictionary.FindText(1492));
+  EXPECT_EQ(dictionary.TextRef(u"^1492"), u"");
+  ASSERT_TRUE(dictionary.Load(u"diction.ary", 0, true));
+  EXPECT_EQ(dictionary.Text(48), u"Abbrechen");
+  EXPECT_EQ(dictionary.Text(1492), u"Continue");
+}
+
+TEST_F(DictionaryLookup, NumbersOutsideTheTableHaveNoText) {
+  ASSERT_TRUE(dictionary.Load(u"diction.ary", 0, true));
+  EXPECT_EQ(dictionary.TableLength(), 325U);
+  for (const std::int32_t id : {-2147483647 - 1, -1, 0, 8, 325, 2147483647})
+    EXPECT_FALSE(dictionary.FindText(id)) << id;
+}
+
+TEST_F(DictionaryLookup, ReferencesReadTheDigitsAfterTheMark) {
+  ASSERT_TRUE(dictionary.Load(u"diction.ary", 0, true));
+  EXPECT_EQ(dictionary.TextRef(u"^48"), u"Abbrechen");
+  EXPECT_EQ(dictionary.TextRef(u"^0048 more"), u"Abbrechen");
+  for (const char16_t* none : {u"48", u"", u"^", u"^x48", u"^99999999999999999999", u"^4294967344"})
+    EXPECT_FALSE(dictionary.FindTextRef(none)) << KorText(none).ToUtf8();
+}
+
+TEST_F(DictionaryLookup, ExpandReplacesWhatHasATextAndNothingElse) {
+  ASSERT_TRUE(dictionary.Load(u"diction.ary", TextHolder::kSourceTexts, true));
+  struct Case {
+    const char16_t *before, *after;
+    bool replaced;
+  };
+  const Case cases[] = {
+      {u"", u"", false},
+      {u"plain", u"plain", false},
+      {u"Press ^48 now", u"Press Cancel now", true},
+      {u"^48^324^48", u"CancelSorry!Cancel", true},
+      {u"^49", u"^49", false},
+      {u"^", u"^", false},
+      {u"a ^ b ^^48", u"a ^ b ^Cancel", true},
+      {u"^48x^99^", u"Cancelx^99^", true},
+      {u"^0048", u"Cancel", true},
+  };
+  for (const Case& test : cases) {
+    KorText text = test.before;
+    EXPECT_EQ(dictionary.Expand(text), test.replaced) << KorText(test.before).ToUtf8();
+    EXPECT_EQ(text, KorText(test.after));
+  }
+}
+
+TEST_F(DictionaryLookup, ReplacedTextsAreNotSearchedAgain) {
+  TextHolder nested;
+  nested.StartEditing(app.Path(u"nested.ary"));
+  nested.AddEntry(SampleEntry(1, u"see ^2", {}));
+  nested.AddEntry(SampleEntry(2, u"two", {}));
+  ASSERT_TRUE(nested.Save());
+  ASSERT_TRUE(nested.Load(nested.Path(), TextHolder::kSourceTexts, true));
+  KorText text = u"^1";
+  EXPECT_TRUE(nested.Expand(text));
+  EXPECT_EQ(text, u"see ^2");
+}
+
+TEST_F(DictionaryLookup, TheSelectorPicksTheLanguage) {
+  struct Case {
+    std::int32_t selector;
+    const char16_t* request;
+    std::int32_t chosen;
+    const char16_t *text48, *text323;
+  };
+  const Case cases[] = {
+      {-1, u"de-DE", -1, u"Cancel", u"Call us."},
+      {0, u"", 0, u"Abbrechen", u"Rufen Sie uns an."},
+      {1, u"", 1, u"Annuler", u"Call us."}, // an empty translation gives the source text
+      {2, u"", 2, u"Cancel", u"Call us."},  // there is no such language
+      {-2, u"", -1, u"Cancel", u"Call us."},
+      {-2, u"français", 1, u"Annuler", u"Call us."},
+      {-2, u"deutsch", 0, u"Abbrechen", u"Rufen Sie uns an."},
+      {-3, u"FR-fr", 1, u"Annuler", u"Call us."},
+      {-3, u"de_AT.UTF-8", 0, u"Abbrechen", u"Rufen Sie uns an."},
+      {-2, u"de", 0, u"Abbrechen", u"Rufen Sie uns an."},
+      {-2, u"en-GB", -1, u"Cancel", u"Call us."},
+      {-2, u"nl-NL", -1, u"Cancel", u"Call us."},
+  };
+  for (const Case& test : cases) {
+    ASSERT_TRUE(dictionary.Load(file, test.selector, true, test.request));
+    const std::string name = KorText(test.request).ToUtf8();
+    EXPECT_EQ(dictionary.LanguageSelector(), test.chosen) << test.selector << name;
+    EXPECT_EQ(dictionary.Text(48), KorText(test.text48)) << test.selector << name;
+    EXPECT_EQ(dictionary.Text(323), KorText(test.text323)) << test.selector << name;
+  }
+}
+
+TEST_F(DictionaryLookup, TheProgramSpeaksTheStoredLanguageElseTheSystemsElseEnglish) {
+  const KorText key = AppInterface::RegistryKey(u"COMMON");
+  app.SetUserLanguage(u"de-CH");
+  ASSERT_TRUE(LoadProgramDictionary());
+  EXPECT_EQ(Dictionary().Text(48), u"Abbrechen");
+  EXPECT_EQ(LookUpText(48, u"?"), u"Abbrechen");
+  EXPECT_EQ(LookUpText(49, u"?"), u"?");
+  EXPECT_EQ(app.FailureNotice(), u"Entschuldigung!\n\nRufen Sie uns an.");
+  ASSERT_TRUE(StoreLanguage(u"fr-FR"));
+  EXPECT_EQ(app.ReadRegistryText(key, kLanguageValue), KorText(u"fr-FR"));
+  ASSERT_TRUE(LoadProgramDictionary());
+  EXPECT_EQ(Dictionary().Text(48), u"Annuler");
+  ASSERT_TRUE(StoreLanguage(u"ru-RU")); // a choice that the dictionary lacks is not the system's
+  ASSERT_TRUE(LoadProgramDictionary());
+  EXPECT_EQ(Dictionary().Text(48), u"Cancel");
+  ASSERT_TRUE(StoreLanguage(u""));
+  EXPECT_FALSE(StoredLanguage());
+  EXPECT_EQ(WantedLanguage(), u"de-CH");
+}
+
+TEST_F(DictionaryLookup, WithoutADictionaryTheProgramStartsWithTheBuiltInTexts) {
+  ASSERT_TRUE(LoadProgramDictionary());
+  ASSERT_TRUE(app.RemoveFile(file));
+  EXPECT_FALSE(LoadProgramDictionary());
+  EXPECT_EQ(Dictionary().Text(48), u"Cancel");
+  EXPECT_EQ(LookUpText(323, u"fall-back"), u"fall-back");
+  ASSERT_EQ(app.Messages().size(), 1U);
+  EXPECT_EQ(app.Messages()[0].info, u"Error Opening Specified Dictionary");
+  EXPECT_EQ(app.Messages()[0].message, file);
+}
+
+} // namespace
+} // namespace kor

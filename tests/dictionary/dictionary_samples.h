@@ -1,0 +1,55 @@
+// A small dictionary for the tests: German complete, French with a gap.
+#pragma once
+
+#include "files/disk_file.h"
+#include "services/dictionary/text_holder.h"
+#include "tests/support/test_app.h"
+#include "tests/support/text_printer.h"
+
+namespace kor {
+
+inline TextLanguage SampleLanguage(const char16_t* code, const char16_t* name, std::uint32_t lcid) {
+  TextLanguage language;
+  language.folder = code;
+  language.name = name;
+  language.lcid = lcid;
+  language.codepage = 1252;
+  return language;
+}
+
+inline TextEntry SampleEntry(std::int32_t id, const char16_t* phrase,
+                             std::vector<KorText> translations) {
+  TextEntry entry;
+  entry.id = id;
+  entry.phrase = phrase;
+  entry.textPosition = TextEntry::MakeTextPosition(phrase);
+  entry.comment = u"A note.";
+  entry.importance = 2;
+  entry.created = {2026, 11, 20};
+  entry.modified = {{2026, 11, 21}};
+  entry.translations = std::move(translations);
+  return entry;
+}
+
+// In editing mode, to be saved to the path.
+inline void FillSample(TextHolder& dictionary, const KorText& path) {
+  dictionary.StartEditing(path);
+  dictionary.AddLanguage(SampleLanguage(u"de-DE", u"Deutsch", 1031));
+  dictionary.AddLanguage(SampleLanguage(u"fr-FR", u"Français", 1036));
+  dictionary.AddEntry(SampleEntry(48, u"Cancel", {u"Abbrechen", u"Annuler"}));
+  dictionary.AddEntry(SampleEntry(323, u"Call us.", {u"Rufen Sie uns an.", u""}));
+  dictionary.AddEntry(SampleEntry(324, u"Sorry!", {u"Entschuldigung!"}));
+  dictionary.AddEntry(
+      SampleEntry(7, u"Send %s & <wait>", {u"%s senden & <warten>", u"Envoyer %s"}));
+}
+
+inline bool SaveSample(const KorText& path, bool compressed = true) {
+  TextHolder dictionary;
+  FillSample(dictionary, path);
+  RecordFileOptions options;
+  options.format.fileTypes = {TextHolder::kFileType};
+  options.compressed = compressed;
+  return SaveObject(path, dictionary, options);
+}
+
+} // namespace kor

@@ -1,0 +1,173 @@
+// Saving with its backup, and the exports: what is written, and that bad luck leaves older files whole.
+#include <gtest/gtest.h>
+
+#include "tests/dictionary/dictionary_samples.h"
+
+namespace kor {
+namespace {
+
+class DictionarySave : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(app.MakeFolder(app.Path(u"dict")));
+    FillSample(dictionary, file);
+    ASSERT_TRUE(dictionary.Save());
+    older = *app.Content(file);
+    dictionary.FindEntry(48)->phrase = u"Give up";
+  }
+
+  KorText PhraseOnDisk() {
+    TextHolder loaded;
+    return loaded.Load(file, TextHolder::kEditing, false) ? loaded.FindEntry(48)->phrase
+                                                          : KorText(u"(damaged)");
+  }
+
+  TestApp app;
+  KorText file = app.Path(u"dict/diction.ary");
+  TextHolder dictionary;
+  KorText older;
+};
+
+TEST_F(DictionarySave, KeepsTheOlderFileAsABackup) {
+  app.Put(file + u".bak", u"the backup before");
+  ASSERT_TRUE(dictionary.Save());
+  EXPECT_EQ(PhraseOnDisk(), u"Give up");
+  EXPECT_EQ(app.Content(file + u".bak"), older);
+  EXPECT_EQ(dictionary.ChangeCount(), 0);
+  EXPECT_EQ(app.Names(app.Path(u"dict/")).size(), 2U);
+}
+
+TEST_F(DictionarySave, AsksBeforeItGoesOnWithoutABackup) {
+  app.RefuseOpening(u".bak", true);
+  EXPECT_FALSE(dictionary.Save()) << "nobody answered";
+  ASSERT_EQ(app.Messages().size(), 1U);
+  EXPECT_EQ(app.Messages()[0].level, MessageLevel::Query);
+  EXPECT_EQ(app.Messages()[0].info, u"Problem Saving");
+  EXPECT_EQ(app.Messages()[0].message, u"Unable to backup existing dictionary\n\nContinue?");
+  EXPECT_EQ(app.Messages()[0].details, u"Continue");
+  EXPECT_EQ(PhraseOnDisk(), u"Cancel");
+  app.SetAnswer(TextHolder::kAnswerContinue);
+  EXPECT_TRUE(dictionary.Save());
+  EXPECT_EQ(PhraseOnDisk(), u"Give up");
+}
+
+TEST_F(DictionarySave, OnlyWhatIsFullyLoadedIsSavedOrExported) {
+  TextHolder run;
+  ASSERT_TRUE(run.Load(file, 0, true));
+  EXPECT_FALSE(run.Save());
+  EXPECT_FALSE(run.ExportHeader());
+  EXPECT_FALSE(run.ExportXML(app.Path(u"x.xml")));
+  EXPECT_FALSE(run.ExportXLIFF(app.Root()));
+  EXPECT_FALSE(run.ImportXLIFF(app.Path(u"x.xlf")).done);
+  const std::vector<MessageRecord> messages = app.Messages();
+  ASSERT_EQ(messages.size(), 5U);
+  for (const MessageRecord& message : messages)
+    EXPECT_EQ(message.info, u"Dictionary");
+  EXPECT_EQ(messages[0].message, u"Cannot Save Dictionary - not fully loaded");
+  EXPECT_EQ(messages[1].message, u"Cannot Export Header - not fully loaded");
+  EXPECT_EQ(app.Content(file), older);
+}
+
+TEST_F(DictionarySave, AFullDiskLeavesTheOlderFile) {
+  app.SetAnswer(TextHolder::kAnswerContinue);
+  bool saved = false;
+  for (std::uint64_t room = 0; !saved; room += 97) {
+    app.LimitWrites(room);
+    saved = dictionary.Save();
+    app.ClearFaults();
+    EXPECT_EQ(PhraseOnDisk(), saved ? u"Give up" : u"Cancel") << room;
+    for (const KorText& name : app.Names(app.Path(u"dict/")))
+      EXPECT_TRUE(name == u"diction.ary" || name == u"diction.ary.bak") << name.ToUtf8();
+    ASSERT_LT(room, 100000U);
+  }
+}
+
+TEST_F(DictionarySave, APowerCutLeavesTheOlderFileOrTheNewOne) {
+  bool saved = false;
+  for (int changes = 0; !saved; ++changes) {
+    app.CutPowerAfter(changes);
+    saved = dictionary.Save();
+    app.ClearFaults();
+    const KorText phrase = PhraseOnDisk();
+    EXPECT_TRUE(phrase == u"Give up" || (phrase == u"Cancel" && !saved))
+        << changes << phrase.ToUtf8();
+    app.Put(file, older);
+    ASSERT_LT(changes, 1000);
+  }
+}
+
+TEST_F(DictionarySave, ExportsXmlAsUtf16) {
+  const KorText target = app.Path(u"dict/export.xml");
+  dictionary.StartEditing(file);
+  dictionary.AddLanguage(SampleLanguage(u"de-DE", u"Deutsch & mehr", 1031));
+  EXPECT_FALSE(dictionary.ExportXML(target)) << "no entries";
+  SimpleFile unfinished(target, kFileRead | kFileText, false, false);
+  KorText last, line;
+  while (unfinished.ReadLine(line))
+    last = line;
+  EXPECT_EQ(last, u"  <Language folder=\"de-DE\" lcid=\"1031\" codepage=\"1252\">Deutsch &amp; mehr"
+                  u"</Language>");
+  dictionary.AddEntry(SampleEntry(7, u"a<b>&c", {u"", u"日本"}));
+  ASSERT_TRUE(dictionary.ExportXML(target));
+  const KorText expected = u"<?xml version=\"1.0\" encoding=\"UTF-16\"?>\n"
+                           u"<Dictionary>\n"
+                           u"  <Language folder=\"de-DE\" lcid=\"1031\" codepage=\"1252\">"
+                           u"Deutsch &amp; mehr</Language>\n"
+                           u"  <Entry>\n"
+                           u"    <id>7</id>\n"
+                           u"    <phrase>a&lt;b&gt;&amp;c</phrase>\n"
+                           u"    <textpos>TXTPOS_abc</textpos>\n"
+                           u"    <comment>A note.</comment>\n"
+                           u"    <translation>日本</translation>\n"
+                           u"  </Entry>\n"
+                           u"</Dictionary>\n";
+  KorText bytes = u"\xFF\xFE";
+  for (const char16_t c : expected.View()) {
+    bytes += static_cast<char16_t>(c & 0xFF);
+    bytes += static_cast<char16_t>(c >> 8);
+  }
+  EXPECT_EQ(app.Content(target), bytes);
+}
+
+TEST_F(DictionarySave, ExportsTheHeaderAndKeepsTheOlderOne) {
+  const KorText target = app.Path(u"dict/textlib.h");
+  app.Put(target, u"older");
+  TextEntry nameless = SampleEntry(8, u"x", {});
+  nameless.textPosition.Clear();
+  dictionary.AddEntry(nameless);
+  TextEntry longest = SampleEntry(9, u"x", {});
+  longest.textPosition = u"TXTPOS_" + KorText(40, u'n');
+  dictionary.AddEntry(longest);
+  ASSERT_TRUE(dictionary.ExportHeader());
+  const KorText names = u"#define TXTPOS_Send_s__wait                      7\n"
+                        u"\n"
+                        u"#define TXTPOS_" +
+                        KorText(40, u'n') + u" 9\n" +
+                        u"#define TXTPOS_Cancel                            48\n"
+                        u"#define TXTPOS_Call_us                           323\n"
+                        u"#define TXTPOS_Sorry                             324\n"
+                        u"\n"
+                        u"#define TXTPOS_VOID                              -1\n";
+  EXPECT_EQ(app.Content(target), names);
+  EXPECT_EQ(app.Content(target + u".bak"), KorText(u"older"));
+  app.LimitWrites(10);
+  EXPECT_FALSE(dictionary.ExportHeader());
+  app.ClearFaults();
+  EXPECT_EQ(app.Content(target), names);
+}
+
+TEST(TextPosition, IsMadeFromThePhrase) {
+  const std::pair<const char16_t*, const char16_t*> cases[] = {
+      {u"Open  File...", u"TXTPOS_Open_File"},
+      {u"", u"TXTPOS_"},
+      {u" a b ", u"TXTPOS__a_b_"},
+      {u"Größe %i", u"TXTPOS_Gre_i"},
+      {u"12345678901234567890123456789012", u"TXTPOS_12345678901234567890123456789012"},
+      {u"1234567890123456XXX7890123456789012", u"TXTPOS_12345678901234567890123456789012"},
+  };
+  for (const auto& [phrase, name] : cases)
+    EXPECT_EQ(TextEntry::MakeTextPosition(phrase), KorText(name));
+}
+
+} // namespace
+} // namespace kor

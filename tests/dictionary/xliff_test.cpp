@@ -1,0 +1,238 @@
+// Translation files: out and in, what translation programs do to them, and what is wrong with bad ones.
+#include <gtest/gtest.h>
+
+#include "tests/dictionary/dictionary_samples.h"
+
+namespace kor {
+namespace {
+
+class Xliff : public ::testing::Test {
+ protected:
+  void SetUp() override { FillSample(dictionary, app.Path(u"diction.ary")); }
+
+  KorText Utf8(const char16_t* text) { return KorText::FromBytes(KorText(text).ToUtf8()); }
+  ImportResult Import(const KorText& bytes) {
+    app.Put(file, bytes);
+    return dictionary.ImportXLIFF(file);
+  }
+  // A file for German with these units.
+  ImportResult ImportUnits(const char16_t* units) {
+    return Import(Utf8(u"<xliff version=\"1.2\">\n<file target-language=\"de-DE\">\n<body>\n") +
+                  Utf8(units) + u"</body></file></xliff>");
+  }
+
+  TestApp app;
+  KorText file = app.Path(u"dictionary_de-DE.xlf");
+  TextHolder dictionary;
+};
+
+constexpr const char16_t* kFrench = uR"(<?xml version="1.0" encoding="UTF-8"?>
+<xliff version="1.2">
+  <file source-language="en-uk" target-language="fr-FR" datatype="plaintext" original="diction.ary">
+    <header>
+      <note>Contains UI text for Plenova Applications and Services.</note>
+    </header>
+    <body>
+      <group id="0" restype="General">
+        <trans-unit id="7" resname="TXTPOS_Send_s__wait" restype="">
+          <source>Send %s &amp; &lt;wait&gt;</source>
+          <target>Envoyer %s</target>
+          <context-group name="TransMetaData">
+            <context context-type="x-importance">2</context>
+            <context context-type="x-modified">2026-11-21</context>
+          </context-group>
+          <note>A note.</note>
+        </trans-unit>
+        <trans-unit id="48" resname="TXTPOS_Give_up" restype="">
+          <source>Give
+up</source>
+          <target />
+          <context-group name="TransMetaData">
+            <context context-type="x-importance">0</context>
+            <context context-type="x-modified" />
+          </context-group>
+          <note />
+        </trans-unit>
+      </group>
+    </body>
+  </file>
+</xliff>
+)";
+
+TEST_F(Xliff, ExportsOneFilePerLanguage) {
+  TextHolder small;
+  small.StartEditing(app.Path(u"small.ary"));
+  for (const TextLanguage& language : dictionary.Languages())
+    small.AddLanguage(language);
+  small.AddEntry(*dictionary.FindEntry(7));
+  TextEntry bare;
+  bare.id = 48;
+  bare.phrase = u"Give\nup";
+  bare.textPosition = u"TXTPOS_Give_up";
+  small.AddEntry(bare);
+  std::vector<KorText> steps;
+  ASSERT_TRUE(
+      small.ExportXLIFF(app.Path(u"out"), [&](const KorText& title, double at, double size) {
+        steps.push_back(KorText::Format(u"%s %.0f/%.0f", title, at, size));
+        return true;
+      }));
+  EXPECT_EQ(app.Names(app.Path(u"out/")),
+            (std::vector<KorText>{u"dictionary_de-DE.xlf", u"dictionary_fr-FR.xlf"}));
+  EXPECT_EQ(app.Content(app.Path(u"out/dictionary_fr-FR.xlf")), Utf8(kFrench));
+  EXPECT_EQ(steps, (std::vector<KorText>{u"Export as XLIFF 0/2", u"Export as XLIFF 1/2",
+                                         u"Export as XLIFF 2/2"}));
+}
+
+TEST_F(Xliff, ComesBackAsItWent) {
+  ASSERT_TRUE(dictionary.ExportXLIFF(app.Path(u"out")));
+  TextHolder other;
+  other.StartEditing(app.Path(u"other.ary"));
+  for (const TextLanguage& language : dictionary.Languages()) {
+    other.AddLanguage(language);
+    const ImportResult result =
+        other.ImportXLIFF(app.Path(u"out/dictionary_" + language.folder + u".xlf"));
+    EXPECT_TRUE(result.done);
+    EXPECT_TRUE(result.warnings.empty());
+  }
+  ASSERT_TRUE(other.ExportXLIFF(app.Path(u"again")));
+  for (const KorText& name : app.Names(app.Path(u"out/")))
+    EXPECT_EQ(app.Content(app.Path(u"out/" + name)), app.Content(app.Path(u"again/" + name)));
+  EXPECT_EQ(other.FindEntry(324)->Translation(1), u"");
+  EXPECT_EQ(other.FindEntry(7)->Translation(0), u"%s senden & <warten>");
+}
+
+TEST_F(Xliff, TakesTranslationsNotesDatesAndImportance) {
+  const ImportResult result = ImportUnits(
+      u"<trans-unit id=\"48\"><source>Cancel</source><target>Verwerfen</target><context-group>"
+      u"<context context-type=\"x-importance\">5</context>"
+      u"<context context-type=\"x-modified\">2027-01-02</context></context-group>"
+      u"<note>New note.</note></trans-unit>"
+      u"<trans-unit id=\"7\"><source>Send %s &amp; &lt;wait&gt;</source></trans-unit>");
+  ASSERT_TRUE(result.done);
+  EXPECT_EQ(result.changed, 1U);
+  EXPECT_EQ(result.added, 0U);
+  const TextEntry& entry = *dictionary.FindEntry(48);
+  EXPECT_EQ(entry.Translation(0), u"Verwerfen");
+  EXPECT_EQ(entry.Translation(1), u"Annuler");
+  EXPECT_EQ(entry.comment, u"New note.");
+  EXPECT_EQ(entry.importance, 5);
+  EXPECT_EQ(DateText(entry.LatestModification()), u"2027-01-02");
+  EXPECT_EQ(entry.modified.size(), 2U);
+  EXPECT_EQ(dictionary.FindEntry(7)->Translation(0), u"%s senden & <warten>") << "no target";
+}
+
+TEST_F(Xliff, AnUnknownNumberBecomesAnEntry) {
+  const ImportResult result = ImportUnits(
+      u"<group id=\"3\" restype=\"Lamps\"><trans-unit id=\"15250\"><source>CTS  Hold!</source>"
+      u"<target>CTS-Halt</target></trans-unit></group>");
+  ASSERT_TRUE(result.done);
+  EXPECT_EQ(result.added, 1U);
+  const TextEntry* entry = dictionary.FindEntry(15250);
+  ASSERT_NE(entry, nullptr);
+  EXPECT_EQ(entry->textPosition, u"TXTPOS_CTS_Hold");
+  EXPECT_EQ(entry->Translation(0), u"CTS-Halt");
+  ASSERT_EQ(dictionary.Categories().size(), 2U);
+  EXPECT_EQ(dictionary.Categories()[1].name, u"Lamps");
+}
+
+TEST_F(Xliff, AcceptsWhatTranslationProgramsWrite) {
+  const KorText text =
+      u"<?xml version=\"1.0\" encoding=\"UTF-16\"?><x:xliff version=\"1.2\" "
+      u"xmlns:x=\"urn:oasis:names:tc:xliff:document:1.2\"><x:file original=\"diction.ary\" "
+      u"target-language=\"DE-de\"><x:body><x:group><x:group id=\"0\"><x:trans-unit id=\"48\">"
+      u"<x:source>Cancel</x:source><x:target state=\"final\">Ab<x:g id=\"1\">bre</x:g>"
+      u"<![CDATA[chen]]> <x:x/></x:target></x:trans-unit></x:group></x:group></x:body></x:file>"
+      u"</x:xliff>";
+  KorText bytes = u"\xFF\xFE";
+  for (const char16_t c : text.View()) {
+    bytes += static_cast<char16_t>(c & 0xFF);
+    bytes += static_cast<char16_t>(c >> 8);
+  }
+  ASSERT_TRUE(Import(bytes).done);
+  EXPECT_EQ(dictionary.FindEntry(48)->Translation(0), u"Abbrechen");
+}
+
+TEST_F(Xliff, TellsThatTheEnglishTextHasChanged) {
+  const ImportResult result = ImportUnits(
+      u"<trans-unit id=\"48\"><source>Abort</source><target>Abbruch</target></trans-unit>");
+  EXPECT_TRUE(result.done);
+  ASSERT_EQ(result.warnings.size(), 1U);
+  EXPECT_EQ(
+      result.warnings[0],
+      file + u":4: unit 48: the English text is \"Abort\" here and \"Cancel\" in the dictionary. "
+             u"Check the translation, and export the file again.");
+  EXPECT_EQ(dictionary.FindEntry(48)->phrase, u"Cancel");
+}
+
+TEST_F(Xliff, AFaultyFileChangesNothingAndNamesItsFault) {
+  struct Case {
+    const char16_t *units, *error;
+  };
+  const Case cases[] = {
+      {u"<trans-unit id=\"48\"><target>X</target></trans-unit>\n<trans-unit id=\"1x\"/>",
+       u":5: unit with the id \"1x\". Give it a number from 0 to 999999."},
+      {u"<trans-unit id=\"1000000\"/>",
+       u":4: unit with the id \"1000000\". Give it a number from 0 to 999999."},
+      {u"<trans-unit/>", u":4: unit with the id \"\". Give it a number from 0 to 999999."},
+      {u"<trans-unit id=\"5\"><target>X</target></trans-unit>",
+       u":4: unit 5: a new number, and the English text is missing. Write it into <source>."},
+      {u"<trans-unit id=\"48\"/>\n\n<trans-unit id=\"48\"/>",
+       u":6: unit 48: the number is taken by the unit at "},
+      {u"<trans-unit id=\"48\"><target>X</target><context-group><context "
+       u"context-type=\"x-importance\">high</context></context-group></trans-unit>",
+       u":4: unit 48: x-importance is \"high\". Write a whole number."},
+      {u"<trans-unit id=\"48\"><target>X</target><context-group><context "
+       u"context-type=\"x-modified\">2026-02-30</context></context-group></trans-unit>",
+       u":4: unit 48: x-modified is \"2026-02-30\". Write a date such as 2026-11-21."},
+      {u"</file><file>", u":4: no well-formed XML"},
+      {u"</body></file><file target-language=\"fr-FR\"><body>", u":4: a second <file>."},
+  };
+  for (const Case& test : cases) {
+    app.ForgetReports();
+    const ImportResult result = ImportUnits(test.units);
+    EXPECT_FALSE(result.done);
+    ASSERT_FALSE(result.errors.empty()) << KorText(test.error).ToUtf8();
+    EXPECT_TRUE(result.errors[0].StartsWith(file + test.error)) << result.errors[0].ToUtf8();
+    EXPECT_EQ(dictionary.FindEntry(48)->Translation(0), u"Abbrechen");
+    EXPECT_EQ(dictionary.Entries().size(), 4U);
+    ASSERT_EQ(app.Messages().size(), 1U);
+    EXPECT_EQ(app.Messages()[0].info, u"Dictionary");
+    EXPECT_EQ(app.Messages()[0].message,
+              u"The translation file cannot be read, or does not fit this dictionary.");
+    EXPECT_TRUE(app.Messages()[0].details.StartsWith(result.errors[0]));
+  }
+}
+
+TEST_F(Xliff, AFileThatIsNoTranslationOfThisDictionaryIsRefused) {
+  const std::pair<const char16_t*, const char16_t*> cases[] = {
+      {u"", u":1: no well-formed XML"},
+      {u"text", u":1: no well-formed XML"},
+      {u"<html/>", u":1: no XLIFF file"},
+      {u"<xliff>\n<file/></xliff>", u":2: <file> has no target-language."},
+      {u"<xliff><file target-language=\"nl-NL\"/></xliff>",
+       u": the dictionary has no language \"nl-NL\"."},
+  };
+  for (const auto& [content, error] : cases) {
+    const ImportResult result = Import(content);
+    ASSERT_EQ(result.errors.size(), 1U) << KorText(content).ToUtf8();
+    EXPECT_TRUE(result.errors[0].StartsWith(file + error)) << result.errors[0].ToUtf8();
+  }
+  app.RefuseOpening(u".xlf");
+  EXPECT_EQ(dictionary.ImportXLIFF(file).errors.at(0),
+            file + u": cannot be read. Check the name and the rights to the file.");
+}
+
+TEST_F(Xliff, AFullDiskOrACancelLeavesTheOlderFiles) {
+  const KorText target = app.Path(u"out/dictionary_de-DE.xlf");
+  app.Put(target, u"older");
+  app.LimitWrites(500);
+  EXPECT_FALSE(dictionary.ExportXLIFF(app.Path(u"out")));
+  app.ClearFaults();
+  EXPECT_FALSE(dictionary.ExportXLIFF(app.Path(u"out"),
+                                      [](const KorText&, double, double) { return false; }));
+  EXPECT_EQ(app.Content(target), KorText(u"older"));
+  EXPECT_EQ(app.Names(app.Path(u"out/")).size(), 1U);
+}
+
+} // namespace
+} // namespace kor
