@@ -15,7 +15,7 @@ constexpr const char16_t* kDatelessMode = u"Reg_Dateless";
 constexpr int kTemporaryAttempts = 100000;
 constexpr std::size_t kLongestPlainPath = 228;
 constexpr std::uint32_t kDefaultWaitLockPeriod = 3000; // milliseconds
-constexpr std::size_t kCopyBlock = 0x40000; // 256 KiB
+constexpr std::size_t kCopyBlock = 0x40000;            // 256 KiB
 
 std::atomic<AppInterface*> currentApp = nullptr;
 

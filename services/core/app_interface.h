@@ -185,7 +185,8 @@ class AppInterface {
   virtual std::vector<KorText> ListRegistrySubKeys(const KorText& key) = 0;
   std::uint32_t WaitLockPeriod(); // milliseconds; "COMMON" "WaitLockPeriod", default 3000
   std::uint32_t RegionalCsv();    // "COMMON" "RegionalCSV", default 0
-  void AddConsoleOption(const KorText& name, std::int32_t value); // replaces the option of that name
+  void AddConsoleOption(const KorText& name,
+                        std::int32_t value); // replaces the option of that name
   std::int32_t GetConsoleOption(const KorText& name);
 
   // --- Time and locale -------------------------------------------------------------------------
