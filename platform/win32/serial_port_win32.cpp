@@ -36,10 +36,10 @@ constexpr DWORD kErrorNoSuchDevice = 433; // not in every compiler's headers
 // What drivers answer once the adapter is out of its socket. Not ERROR_OPERATION_ABORTED: a cancelled
 // write gives it, and so does a line error on a port that is set to stop at errors.
 bool MeansGone(DWORD error) {
-  constexpr std::array<DWORD, 9> kGone = {
-      ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED,  ERROR_BAD_COMMAND,
-      ERROR_GEN_FAILURE,    ERROR_DEV_NOT_EXIST,  kErrorNoSuchDevice,
-      ERROR_IO_DEVICE,      ERROR_DEVICE_REMOVED, ERROR_DEVICE_NOT_CONNECTED};
+  constexpr std::array<DWORD, 10> kGone = {
+      ERROR_FILE_NOT_FOUND,       ERROR_ACCESS_DENIED, ERROR_NOT_READY,    ERROR_BAD_COMMAND,
+      ERROR_GEN_FAILURE,          ERROR_DEV_NOT_EXIST, kErrorNoSuchDevice, ERROR_IO_DEVICE,
+      ERROR_DEVICE_NOT_CONNECTED, ERROR_DEVICE_REMOVED};
   return std::ranges::find(kGone, error) != kGone.end();
 }
 

@@ -6,7 +6,9 @@
 // the prefix.
 //
 // Write waits while the line is held, at most for the write time-out; Interrupt ends it, and then the
-// bytes that went out are not known: 0 is returned. WaitReadable looks every millisecond; while a port
+// bytes that went out are not known: 0 is returned. (Wine can't cancel a write; there Interrupt gives up
+// after 0.1 s and the time-out ends it.) It stays one call to the system, not many with short
+// time-outs: drivers of USB adapters may miscount the bytes of a write that times out. WaitReadable looks every millisecond; while a port
 // is open the system's timer runs at 1 ms.
 //
 // Error bits are the system's (CE_RXOVER 1, CE_OVERRUN 2, CE_RXPARITY 4, CE_FRAME 8, CE_BREAK 16).

@@ -1,0 +1,159 @@
+// The port on the system's communications functions. COM1 must be a line whose far side is pty_far_side;
+// wine_serial_check.sh arranges that.
+#include "platform/win32/serial_port_win32.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <numeric>
+#include <string>
+
+#include "tests/support/test_app.h"
+
+namespace kor {
+namespace {
+
+using std::chrono::microseconds;
+using std::chrono::steady_clock;
+
+std::span<const std::uint8_t> Bytes(const std::string& text) {
+  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+
+class SerialPortWin32Check : public testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(port.Open(u"COM1")) << ErrorText();
+    Configure(u"baud=9600 parity=N data=8 stop=1", u"None");
+    SetWriteLimit(10000);
+  }
+
+  std::string ErrorText() const { return port.LastErrorText().ToUtf8(); }
+
+  void Configure(const KorText& text, const KorText& flow) {
+    ASSERT_TRUE(port.SetQueueSizes(4000, 1000)) << ErrorText();
+    ASSERT_TRUE(port.GetControlBlock(block)) << ErrorText();
+    ASSERT_TRUE(port.BuildControlBlock(text, block)) << ErrorText();
+    block.dsrSensitivity = false;
+    block.xonChar = 17;
+    block.xoffChar = 19;
+    ApplyFlowControl(block, flow, true, true, false);
+    ASSERT_TRUE(port.SetControlBlock(block)) << ErrorText();
+  }
+
+  void SetWriteLimit(std::uint32_t milliseconds) {
+    PortTimeouts timeouts;
+    timeouts.writeConstant = milliseconds;
+    ASSERT_TRUE(port.SetTimeouts(timeouts)) << ErrorText();
+  }
+
+  std::size_t WriteSome(const std::string& bytes) {
+    std::size_t count = 0;
+    EXPECT_TRUE(port.Write(Bytes(bytes), count)) << ErrorText();
+    return count;
+  }
+
+  std::string ReadCount(std::size_t wanted) {
+    std::string received;
+    const auto until = steady_clock::now() + std::chrono::seconds(10);
+    while (received.size() < wanted && steady_clock::now() < until) {
+      port.WaitReadable(microseconds(100000));
+      std::array<std::uint8_t, 4000> buffer{};
+      std::size_t count = 0;
+      if (!port.Read(buffer, count)) break;
+      received.append(buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(count));
+    }
+    return received;
+  }
+
+  TestApp app;
+  Win32SerialPort port;
+  DeviceControlBlock block;
+};
+
+TEST_F(SerialPortWin32Check, CarriesBytesBothWaysUnchanged) {
+  std::string all(256, '\0');
+  std::iota(all.begin(), all.end(), '\0');
+  std::erase_if(all, [](char c) { return c == 1 || c == 2 || c == 4; }); // the far side's commands
+  EXPECT_EQ(WriteSome(all), all.size());
+  EXPECT_EQ(ReadCount(all.size()), all);
+  LineStatus status;
+  ASSERT_TRUE(port.GetStatus(status)) << ErrorText();
+  EXPECT_EQ(status.inQueue, 0u);
+}
+
+TEST_F(SerialPortWin32Check, SettingsAreReadBack) {
+  Configure(u"baud=4800 parity=N data=8 stop=2", u"Combined");
+  DeviceControlBlock back;
+  ASSERT_TRUE(port.GetControlBlock(back)) << ErrorText();
+  EXPECT_EQ(back.baudRate, 4800u);
+  EXPECT_EQ(back.stopBits, StopBits::Two);
+  EXPECT_TRUE(back.outX && back.inX);
+  EXPECT_EQ(back.xonChar, 17);
+  EXPECT_EQ(back.xoffChar, 19);
+  EXPECT_FALSE(port.BuildControlBlock(u"baud=fast", back));
+  EXPECT_FALSE(port.IsGone());
+}
+
+TEST_F(SerialPortWin32Check, AWaitEndsWithBytesOrAnInterrupt) {
+  const auto start = steady_clock::now();
+  port.Interrupt();
+  port.WaitReadable(microseconds(20'000'000));
+  WriteSome("x");
+  port.WaitReadable(microseconds(20'000'000));
+  EXPECT_LT(steady_clock::now() - start, std::chrono::seconds(10));
+  EXPECT_EQ(ReadCount(1), "x");
+}
+
+TEST_F(SerialPortWin32Check, WhatIsNotThereIsGoneAndAClosedPortFails) {
+  Win32SerialPort other;
+  EXPECT_FALSE(other.Open(u"COM77"));
+  EXPECT_TRUE(other.IsGone());
+  EXPECT_FALSE(other.LastErrorText().IsEmpty());
+  LineStatus status;
+  EXPECT_FALSE(other.GetStatus(status));
+  EXPECT_FALSE(other.IsOpen());
+}
+
+// The far side reads nothing for two seconds. Wine can't cancel a write that waits in the system, so only
+// an interrupt that comes before it is tried here.
+TEST_F(SerialPortWin32Check, AStalledWriteEndsByTimeOutAndByInterrupt) {
+  const std::string much(1 << 20, 'x');
+  const auto start = steady_clock::now();
+  SetWriteLimit(100);
+  WriteSome("\x01");
+  EXPECT_LT(WriteSome(much), much.size());
+  SetWriteLimit(20000);
+  port.Interrupt();
+  EXPECT_EQ(WriteSome(much), 0u);
+  EXPECT_LT(steady_clock::now() - start, std::chrono::milliseconds(1000));
+  EXPECT_EQ(WriteSome("\x02x"), 2u);
+  EXPECT_EQ(ReadCount(1), "x") << "the line works again";
+}
+
+TEST_F(SerialPortWin32Check, ClosingDoesNotWaitForAStalledLine) {
+  SetWriteLimit(50);
+  const auto start = steady_clock::now();
+  WriteSome("\x01" + std::string(1 << 20, 'x'));
+  EXPECT_TRUE(port.Close()) << ErrorText();
+  EXPECT_LT(steady_clock::now() - start, std::chrono::milliseconds(1000));
+  ASSERT_TRUE(port.Open(u"COM1")) << ErrorText();
+  SetWriteLimit(10000);
+  EXPECT_EQ(WriteSome("\x02x"), 2u);
+  EXPECT_EQ(ReadCount(1), "x");
+}
+
+// Last: the line is gone after it.
+TEST_F(SerialPortWin32Check, ZPulledCableIsNoticed) {
+  WriteSome("\x04");
+  const auto until = steady_clock::now() + std::chrono::seconds(10);
+  LineStatus status;
+  while (port.GetStatus(status) && steady_clock::now() < until)
+    port.WaitReadable(microseconds(10000));
+  EXPECT_FALSE(port.GetStatus(status));
+  EXPECT_TRUE(port.IsGone()) << ErrorText();
+  port.Close();
+}
+
+} // namespace
+} // namespace kor
