@@ -1,0 +1,198 @@
+// Whole files: what reading finds, what writing leaves, and what a failure does to the older file.
+#include "services/ini/ini_file.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/test_app.h"
+
+namespace kor {
+namespace {
+
+class IniFile : public ::testing::Test {
+ protected:
+  std::string Bytes() { return app.Content(path).value_or(u"(missing)").ToBytes(); }
+  KorText Read(const KorText& section, const KorText& key) {
+    KorText value;
+    iniFile file(path);
+    file.Add<iniString>(section, key, &value, u"(default)");
+    file.Read();
+    return value;
+  }
+  bool Write(KorText value, bool report = false) {
+    iniFile file(path);
+    file.Add<iniString>(u"S", u"K", &value);
+    EXPECT_TRUE(file.Write({}, {}, report));
+    EXPECT_TRUE(file.IsWritten());
+    return file.LastSaveSucceeded();
+  }
+
+  TestApp app;
+  KorText path = app.Path(u"settings.ini");
+};
+
+TEST_F(IniFile, FindsTheFirstSectionAndTheFirstKey) {
+  struct Case {
+    const char* file;
+    const char* value;
+  };
+  constexpr Case kCases[] = {
+      {"[S]\nK=v\n", "v"},
+      {"[s]\r\nk= 5 \r\n", "5"},
+      {"[S]\nK=", ""},
+      {"[S]\nK=a=b\t\n", "a=b"},
+      {"K=1\n[S]\nJ=2\n[T]\nK=3\n", "(default)"},
+      {"[S]\nJ=1\n[S]\nK=2\n", "(default)"}, // only the first section of a name counts
+      {"[S]\nK=1\nk=2\n", "1"},
+      {"[S]\nK =1\n", "(default)"}, // blanks before "=" belong to the key
+      {"[S]\n K=1\n", "(default)"},
+      {" [S]\nK=1\n", "(default)"}, // the whole line is the header
+      {"[S] \nK=1\n", "(default)"},
+      {"[S]\nK?\n", ""}, // a line without "=" is compared without its last character
+      {"[S]\n[junk\nK=1\n", "(default)"},
+      {"\xEF\xBB\xBF[S]\nK=\xC3\xA4", "\xE4"},
+      {"", "(default)"},
+  };
+  for (const Case& test : kCases) {
+    app.Put(path, KorText::FromBytes(test.file));
+    EXPECT_EQ(Read(u"S", u"K").ToBytes(), test.value) << test.file;
+  }
+  app.RemoveFile(path);
+  EXPECT_EQ(Read(u"S", u"K"), u"(default)");
+}
+
+TEST_F(IniFile, WritesOneKey) {
+  struct Case {
+    const char* before;
+    const char* after;
+  };
+  constexpr Case kCases[] = {
+      {"", "\n[S]\nK=v\n"},
+      {"; mine\n[T]\nJ=1\n\n\n", "\n[S]\nK=v\n; mine\n[T]\nJ=1\n"},
+      {"[s]\nJ=1\n", "[s]\nK=v\nJ=1\n"},
+      {"[S]\r\n; c\r\nk=1 ; old\r\nJ=2\r\n", "[S]\n; c\nK=v\nJ=2\n"},
+      {"\xEF\xBB\xBF[S]\nJ=\xC3\xA4\n", "\xEF\xBB\xBF[S]\nK=v\nJ=\xC3\xA4\n"},
+      {"[S]\nJ=\xE4\n", "[S]\nK=v\nJ=\xE4\n"},
+  };
+  for (const Case& test : kCases) {
+    app.Put(path, KorText::FromBytes(test.before));
+    EXPECT_TRUE(Write(u"v"));
+    EXPECT_EQ(Bytes(), test.after);
+  }
+  app.RemoveFile(path);
+  EXPECT_TRUE(Write(u"v"));
+  EXPECT_EQ(Bytes(), "\n[S]\nK=v\n");
+}
+
+TEST_F(IniFile, KeepsTextThatEightBitsCannotHold) {
+  app.Put(path, u"[S]\nJ=1\n");
+  EXPECT_TRUE(Write(u"\u65E5\u672C"));
+  EXPECT_EQ(Bytes(), "\xEF\xBB\xBF[S]\nK=\xE6\x97\xA5\xE6\x9C\xAC\nJ=1\n");
+  EXPECT_EQ(Read(u"S", u"K"), u"\u65E5\u672C");
+  app.Put(path,
+          KorText::FromBytes(std::string_view("\xFF\xFE[\0S\0]\0\r\0\n\0K\0=\0\xE5\x65", 18)));
+  EXPECT_EQ(Read(u"S", u"K"), u"\u65E5");
+  EXPECT_TRUE(Write(u"v"));
+  EXPECT_EQ(Bytes(), std::string("\xFF\xFE[\0S\0]\0\n\0K\0=\0v\0\n\0", 18));
+}
+
+TEST_F(IniFile, NewKeysAndSectionsComeOutInOrderOfRegistration) {
+  std::int32_t one = 1, two = 2, three = 3;
+  iniFile file(path);
+  file.Add<iniInteger>(u"First", u"one", &one);
+  file.Add<iniInteger>(u"First", u"two", &two);
+  file.Add<iniInteger>(u"Second", u"three", &three);
+  file.Add(nullptr);
+  file.Write();
+  EXPECT_EQ(Bytes(), "\n[First]\none=1\ntwo=2\n\n[Second]\nthree=3\n");
+  one = two = three = 9;
+  file.Write(KorText(u"FIRST"), KorText(u"TWO"));
+  EXPECT_EQ(Bytes(), "\n[First]\none=1\ntwo=9\n\n[Second]\nthree=3\n");
+  EXPECT_TRUE(file.Read(KorText(u"second")));
+  EXPECT_EQ(std::vector({one, two, three}), std::vector({9, 9, 3}));
+}
+
+TEST_F(IniFile, ABlockReplacesItsWholeSection) {
+  struct Case {
+    const char* before;
+    std::vector<KorText> list;
+    const char* after;
+  };
+  const Case kCases[] = {
+      {"; top\n[T]\n", {u"a", u"b"}, "[S]\na\nb\n\n; top\n[T]\n"},
+      {"[S]\n; c\nold\n\n[T]\nK=1\n", {u"a"}, "[S]\na\n\n[T]\nK=1\n"},
+      {"[T]\n[S]\nold\n\n", {u"a", u"", u"lost"}, "[T]\n[S]\na\n"},
+      {"[S]\nold\n", {}, "[S]\n"},
+  };
+  for (const Case& test : kCases) {
+    app.Put(path, KorText::FromBytes(test.before));
+    std::vector<KorText> list = test.list;
+    iniFile file(path);
+    file.Add<iniStringList>(u"S", &list);
+    file.Write();
+    EXPECT_EQ(Bytes(), test.after);
+  }
+}
+
+TEST_F(IniFile, ReadTellsWhetherTheFileCouldBeLoaded) {
+  iniFile missing(path), nameless(KorText{});
+  EXPECT_FALSE(missing.Read());
+  EXPECT_FALSE(nameless.Read());
+  EXPECT_TRUE(nameless.Write());
+  EXPECT_FALSE(nameless.LastSaveSucceeded());
+  app.Put(path, u"[S]\nK=1\n");
+  EXPECT_TRUE(missing.Read()); // no items: the answer is the same
+  EXPECT_TRUE(missing.Load());
+  EXPECT_TRUE(missing.HasSection(u"s"));
+  EXPECT_FALSE(missing.HasSection(u"K"));
+}
+
+// A file that breaks off while it is read must not come back as a shorter one.
+TEST_F(IniFile, AReadErrorGivesDefaults) {
+  app.Put(path, u"[S]\nK=1\n" + KorText(100000, u'x'));
+  app.LimitReads(70000);
+  EXPECT_EQ(Read(u"S", u"K"), u"(default)");
+}
+
+TEST_F(IniFile, AFailedSaveIsReportedAndLeavesTheOlderFile) {
+  const std::string older = "[S]\nK=old\nJ=1\n";
+  struct Case {
+    const char* name;
+    std::function<void(TestApp&)> fault;
+  };
+  const Case kCases[] = {
+      {"refused", [](TestApp& to) { to.RefuseOpening(u"settings.ini", true); }},
+      {"disk full", [](TestApp& to) { to.LimitWrites(5); }},
+      {"no sync", [](TestApp& to) { to.FailSync(true); }},
+      {"no rename", [](TestApp& to) { to.FailRename(true); }},
+  };
+  for (const Case& test : kCases) {
+    app.Put(path, KorText::FromBytes(older));
+    app.ForgetReports();
+    test.fault(app);
+    EXPECT_FALSE(Write(u"new")) << test.name;
+    EXPECT_TRUE(app.Messages().empty()) << test.name;
+    EXPECT_FALSE(Write(u"new", true)) << test.name;
+    app.ClearFaults();
+    ASSERT_EQ(app.Messages().size(), 1u) << test.name;
+    EXPECT_EQ(app.Messages()[0].level, MessageLevel::Warn);
+    EXPECT_EQ(app.Messages()[0].info, path);
+    EXPECT_EQ(Bytes(), older) << test.name;
+  }
+}
+
+TEST_F(IniFile, APowerCutLeavesTheOlderOrTheNewerFile) {
+  const std::string older = "[S]\nK=old\n", newer = "[S]\nK=new\n";
+  bool done = false;
+  for (int changes = 0; !done; ++changes) {
+    app.Put(path, KorText::FromBytes(older));
+    app.CutPowerAfter(changes);
+    done = Write(u"new");
+    app.ClearFaults();
+    EXPECT_EQ(Bytes() == older ? older : newer, Bytes()) << "after " << changes;
+    ASSERT_LT(changes, 100);
+  }
+  EXPECT_EQ(Bytes(), newer);
+}
+
+} // namespace
+} // namespace kor
