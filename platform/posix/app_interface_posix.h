@@ -80,8 +80,11 @@ class PosixAppInterface : public AppInterface {
   bool MakeFolder(const KorText& path) override;
   bool RemoveFolder(const KorText& path) override;
   bool SetFileModified(const KorText& path, FileTime modified) override;
-  std::optional<std::vector<FileEntry>> ListFolder(const KorText& folder) override;
   bool SyncFolder(const KorText& folder) override;
+
+ protected:
+  std::optional<std::vector<FileEntry>> ReadFolder(const KorText& folder,
+                                                   const NameFilter& wanted) override;
 
  private:
   Mutex localeMutex;

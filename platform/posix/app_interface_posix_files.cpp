@@ -190,13 +190,13 @@ struct CloseFolder {
 using OpenFolder = std::unique_ptr<DIR, CloseFolder>;
 
 // std::nullopt: the entry is gone again. A link that points nowhere counts as what it is itself.
-std::optional<FileEntry> EntryOf(DIR* folder, const char* name) {
+std::optional<FileInfo> InfoIn(DIR* folder, const char* name) {
   struct stat status {};
   if (::fstatat(::dirfd(folder), name, &status, 0) != 0 &&
       ::fstatat(::dirfd(folder), name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
     return std::nullopt;
   }
-  return FileEntry{KorText::FromUtf8(name), InfoOf(status, name)};
+  return InfoOf(status, name);
 }
 
 } // namespace
@@ -271,7 +271,8 @@ bool PosixAppInterface::SetFileModified(const KorText& path, FileTime modified) 
   return ToNative(path, native) && Checked(::utimensat(AT_FDCWD, native.c_str(), times, 0));
 }
 
-std::optional<std::vector<FileEntry>> PosixAppInterface::ListFolder(const KorText& folder) {
+std::optional<std::vector<FileEntry>> PosixAppInterface::ReadFolder(const KorText& folder,
+                                                                    const NameFilter& wanted) {
   std::string native;
   if (!ToNative(folder, native)) return std::nullopt;
   const OpenFolder open(::opendir(native.c_str()));
@@ -282,8 +283,9 @@ std::optional<std::vector<FileEntry>> PosixAppInterface::ListFolder(const KorTex
   std::vector<FileEntry> entries;
   errno = 0;
   while (const dirent* next = ::readdir(open.get())) {
-    if (!IsDotName(next->d_name)) {
-      if (auto entry = EntryOf(open.get(), next->d_name)) entries.push_back(std::move(*entry));
+    const KorText name = KorText::FromUtf8(next->d_name);
+    if (!IsDotName(next->d_name) && wanted(name)) {
+      if (const auto info = InfoIn(open.get(), next->d_name)) entries.push_back({name, *info});
     }
     errno = 0;
   }

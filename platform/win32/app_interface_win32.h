@@ -54,9 +54,12 @@ class Win32AppInterface : public AppInterface {
   bool MakeFolder(const KorText& path) override;
   bool RemoveFolder(const KorText& path) override;
   bool SetFileModified(const KorText& path, FileTime modified) override;
-  std::optional<std::vector<FileEntry>> ListFolder(const KorText& folder) override;
   bool FileNamesIgnoreCase() const override { return true; }
   bool SyncFolder(const KorText& folder) override;
+
+ protected:
+  std::optional<std::vector<FileEntry>> ReadFolder(const KorText& folder,
+                                                   const NameFilter& wanted) override;
 
  private:
   bool ToNative(const KorText& path, std::wstring& native);

@@ -301,13 +301,15 @@ bool Win32AppInterface::SetFileModified(const KorText& path, FileTime modified) 
   return Checked(SetFileTime(handle, nullptr, nullptr, &time));
 }
 
-std::optional<std::vector<FileEntry>> Win32AppInterface::ListFolder(const KorText& folder) {
+std::optional<std::vector<FileEntry>> Win32AppInterface::ReadFolder(const KorText& folder,
+                                                                    const NameFilter& wanted) {
   std::wstring native;
   if (folder.IsEmpty()) Fail(ERROR_PATH_NOT_FOUND);
   if (folder.IsEmpty() || !ToNative(folder, native)) return std::nullopt;
   std::vector<FileEntry> entries;
   const bool complete = ForEachEntry(native, [&](const WIN32_FIND_DATAW& data) {
-    entries.push_back({FromWide(data.cFileName), InfoOf(data)});
+    const KorText name = FromWide(data.cFileName);
+    if (wanted(name)) entries.push_back({name, InfoOf(data)});
     return true;
   });
   if (!complete) return std::nullopt;

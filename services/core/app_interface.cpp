@@ -419,6 +419,15 @@ bool AppInterface::DuplicateFile(const KorText& from, const KorText& to) {
   return false;
 }
 
+std::optional<std::vector<FileEntry>> AppInterface::ListFolder(const KorText& folder,
+                                                               const KorText& nameEnding) {
+  return ReadFolder(folder, [&, fold = FileNamesIgnoreCase()](const KorText& name) {
+    if (!fold) return name.EndsWith(nameEnding);
+    return name.Length() >= nameEnding.Length() &&
+           name.Right(nameEnding.Length()).EqualsNoCase(nameEnding);
+  });
+}
+
 KorText AppInterface::LocateFile(const KorText& name) {
   const std::size_t separator = name.View().find_last_of(u"/\\");
   const KorText plain = separator == KorText::kNone ? name : name.Mid(separator + 1);

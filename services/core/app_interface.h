@@ -227,8 +227,11 @@ class AppInterface {
   virtual bool MakeFolder(const KorText& path) = 0;   // with all missing parents; true if it exists
   virtual bool RemoveFolder(const KorText& path) = 0; // with its contents
   virtual bool SetFileModified(const KorText& path, FileTime modified) = 0;
-  // Entries of a folder, in no order, without "." and ".."; std::nullopt when it can't be read.
-  virtual std::optional<std::vector<FileEntry>> ListFolder(const KorText& folder) = 0;
+  // Entries of a folder, in no order, without "." and ".."; std::nullopt when it can't be read. With an
+  // ending only those whose names end so (see FileNamesIgnoreCase): asking the system about each
+  // entry is what takes the time in a large folder.
+  std::optional<std::vector<FileEntry>> ListFolder(const KorText& folder,
+                                                   const KorText& nameEnding = {});
   // Whether the platform's file search takes "A" and "a" for the same name.
   virtual bool FileNamesIgnoreCase() const { return false; }
   // Makes a directory entry change durable (POSIX: syncs the folder); true where not needed.
@@ -246,6 +249,11 @@ class AppInterface {
   static KorText LongPath(const KorText& path, bool force);
 
  protected:
+  // Decides by the name alone whether an entry is asked for.
+  using NameFilter = std::function<bool(const KorText& name)>;
+  virtual std::optional<std::vector<FileEntry>> ReadFolder(const KorText& folder,
+                                                           const NameFilter& wanted) = 0;
+
   struct Folders {
     KorText startIn, temporary, settings, program, data;
   };

@@ -134,6 +134,10 @@ TEST_F(PlatformFilesTest, MakesListsAndRemovesFolders) {
   EXPECT_EQ(entry.info.modified, time);
   EXPECT_TRUE(entry.info.isFile && !entry.info.isFolder && !entry.info.isReadOnly);
   EXPECT_EQ(app.FileAttributes(path)->modified, time);
+  EXPECT_EQ(app.ListFolder(app.Path(u"data"), u" file")->size(), 1u);
+  EXPECT_EQ(app.ListFolder(app.Path(u"data"), u" FILE")->size(),
+            app.FileNamesIgnoreCase() ? 1u : 0u);
+  EXPECT_TRUE(app.ListFolder(app.Path(u"data"), u"x file")->empty());
   app.Put(deep + u"file", u"");
   EXPECT_TRUE(app.RemoveFolder(app.Path(u"a/")));
   EXPECT_FALSE(app.FolderExists(app.Path(u"a")));
