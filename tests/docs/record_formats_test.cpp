@@ -1,0 +1,109 @@
+// Compares the examples of docs/formats/record-stream.md and settings-record.md with what the program
+// writes, and reads them back.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "app/nce_app.h"
+#include "tests/support/record_samples.h"
+#include "tests/support/test_app.h"
+
+namespace kor {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+// The ```record blocks of a page: hexadecimal bytes up to the bar of each line.
+std::vector<Bytes> ReadExamples(const std::string& page) {
+  std::ifstream stream(NCEDL_SOURCE_DIR "/docs/formats/" + page);
+  std::vector<Bytes> examples;
+  bool inside = false;
+  for (std::string line; std::getline(stream, line);) {
+    if (line.starts_with("```")) {
+      inside = line == "```record";
+      if (inside) examples.emplace_back();
+    } else if (inside) {
+      std::istringstream bytes(line.substr(0, line.find('|')));
+      for (unsigned byte = 0; bytes >> std::hex >> byte;)
+        examples.back().push_back(static_cast<std::uint8_t>(byte));
+    }
+  }
+  return examples;
+}
+
+TEST(RecordFormats, TheStreamsExamplesAreWhatIsWrittenAndRead) {
+  TestApp app;
+  RegisterSamples();
+  const auto examples = ReadExamples("record-stream.md");
+  ASSERT_EQ(examples.size(), 2u);
+
+  std::uint8_t small = 18;
+  std::int32_t negative = -2;
+  double real = 2.5;
+  KorText text = u"Ok";
+  CalendarDate day{2026, 1, 31};
+  std::vector<std::uint16_t> list{7, 500};
+  auto saw = std::make_shared<SampleTool>(u"saw", 1);
+  auto sameSaw = saw;
+  std::shared_ptr<SampleTool> none;
+  const auto move = [&](DiskFile& file) {
+    ASSERT_TRUE(file.BeginRecord(4711));
+    file.Transfer(small);
+    file.Transfer(negative);
+    file.Transfer(real);
+    file.Transfer(text);
+    file.Transfer(day);
+    file.SectionMark();
+    file.Transfer(list);
+    file.CachedInstance(saw);
+    file.CachedInstance(sameSaw);
+    file.CachedInstance(none);
+    EXPECT_EQ(file.BytesLeft(), 0u);
+    file.EndRecord();
+  };
+  EXPECT_EQ(WriteRecords({}, move), examples[0]);
+  small = 0;
+  real = 0;
+  text.Clear();
+  saw = sameSaw = nullptr;
+  EXPECT_EQ(ReadRecords(examples[0], {}, move), 0u);
+  EXPECT_EQ(small, 18);
+  EXPECT_EQ(real, 2.5);
+  EXPECT_EQ(text, u"Ok");
+  ASSERT_NE(saw, nullptr);
+  EXPECT_EQ(saw->name, u"saw");
+  EXPECT_EQ(sameSaw, saw);
+
+  std::uint64_t number = 11;
+  const auto moveNumber = [&](DiskFile& file) {
+    ASSERT_TRUE(file.BeginRecord(5));
+    file.CompatibleDword(number);
+    file.EndRecord();
+  };
+  const RecordFormat wide{{77}, true, 1};
+  EXPECT_EQ(WriteRecords(wide, moveNumber), examples[1]);
+  number = 0;
+  EXPECT_EQ(ReadRecords(examples[1], wide, moveNumber), 0u);
+  EXPECT_EQ(number, 11u);
+}
+
+TEST(RecordFormats, TheSettingsExampleIsANewProgramsRecord) {
+  TestApp app;
+  const auto examples = ReadExamples("settings-record.md");
+  ASSERT_EQ(examples.size(), 1u);
+  NCEApp program;
+  EXPECT_EQ(WriteRecords({}, [&](DiskFile& file) { file.TransferObject(program); }), examples[0]);
+
+  // The port's "1" made a "7", and the last option set.
+  Bytes changed = examples[0];
+  changed[36] = 1;
+  changed[62] = '7';
+  EXPECT_EQ(ReadRecords(changed, {}, [&](DiskFile& file) { file.TransferObject(program); }), 0u);
+  EXPECT_EQ(program.Settings().port, u"COM7");
+  EXPECT_EQ(program.Features().hybridNumber, 1);
+}
+
+} // namespace
+} // namespace kor
