@@ -13,6 +13,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <fstream>
+#include <initializer_list>
 #include <iterator>
 #include <stdexcept>
 #include <system_error>
@@ -62,6 +63,12 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
   return pointers;
 }
 
+bool Redirect(const std::string& path, int flags, std::initializer_list<int> streams) {
+  const int opened = open(path.c_str(), flags | O_NOCTTY, 0600); // NOLINT(*-vararg)
+  return opened >= 0 &&
+         std::ranges::all_of(streams, [opened](int stream) { return dup2(opened, stream) >= 0; });
+}
+
 // In the child, between fork and exec: system calls only.
 [[noreturn]] void Become(const Pipe& in, const Pipe& out, const Pipe& err,
                          const ProcessOptions& options, char* const* arguments,
@@ -70,6 +77,12 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
   dup2(in.read, STDIN_FILENO);
   dup2(out.write, STDOUT_FILENO);
   dup2(err.write, STDERR_FILENO);
+  if (!options.terminal.empty() &&
+      !Redirect(options.terminal, O_RDWR, {STDIN_FILENO, STDOUT_FILENO}))
+    _exit(126);
+  if (!options.outputFile.empty() &&
+      !Redirect(options.outputFile, O_WRONLY | O_CREAT | O_TRUNC, {STDOUT_FILENO}))
+    _exit(126);
   if (!options.workingFolder.empty() && chdir(options.workingFolder.c_str()) != 0) _exit(126);
   if (options.largestFile) {
     const rlimit limit{*options.largestFile, *options.largestFile};
