@@ -19,6 +19,7 @@ namespace {
 
 using namespace kor;
 
+constexpr int kMostPasses = 100000;
 constexpr std::string_view kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZ\r";
 
 void Require(bool holds, const char* what) {
@@ -66,8 +67,9 @@ class Host {
 
   void Receive(std::string_view bytes) {
     if (!bytes.empty()) port.Deliver(bytes);
-    for (int pass = 0; pass < 8; ++pass)
-      app->Poll();
+    int passes = 0;
+    while (app->Poll())
+      Require(++passes < kMostPasses, "the link comes to rest");
   }
   void PassTime() {
     services.Advance(1);

@@ -192,10 +192,13 @@ bool SerialChannel::Poll() {
     if (WriteStep() > 0) moved = true;
     host.FeedTransmitter();
   }
+  const std::size_t before = receiveCount;
   if (receiveCount > 0) host.ConsumeReceived();
+  const bool consumed = receiveCount != before; // more lines may stand behind an empty one
   lastPollActive = moved;
   if (moved || monitorLine.Length() > kMonitorHeld) HandOverMonitor();
-  return moved || (dataToWrite && transmitCount > 0 && status.outQueue == 0 && !remoteXoff);
+  return moved || consumed ||
+         (dataToWrite && transmitCount > 0 && status.outQueue == 0 && !remoteXoff);
 }
 
 // Bytes that arrive end the wait at once, so it only bounds how late a hold that ends is noticed, which

@@ -35,7 +35,7 @@ class StoredSettingsTest : public ::testing::Test {
 };
 
 TEST_F(StoredSettingsTest, AProfileIsReadOnceAndReplacedByTheRecord) {
-  link.app.Put(path, u"[Port Settings]\nbaudrate=9600\n[Files]\nfile extension=NC\n");
+  link.app.Put(path, u"[Port Settings]\nbaudrate=9600\n[Files]\nfile extension=NC\nupload path=/up\n");
   Run([&](NceLink&) {
     EXPECT_EQ(link.link->Settings().baudrate, u"9600");
     Set(u"character-delay", u"17");
@@ -47,6 +47,8 @@ TEST_F(StoredSettingsTest, AProfileIsReadOnceAndReplacedByTheRecord) {
     const LinkSettings& settings = link.link->Settings();
     EXPECT_EQ(settings.baudrate, u"9600");
     EXPECT_EQ(settings.fileExtension, u"NC");
+    EXPECT_EQ(settings.uploadPath, u"/up/");
+    EXPECT_EQ(settings.downloadPath, link.Folder());
     EXPECT_EQ(settings.characterDelay, 17);
     EXPECT_EQ(settings.eotCharacter, 31);
     EXPECT_EQ(link.link->Features().autoloadSequential, 1);
