@@ -43,6 +43,16 @@ KorText ContentText(pugi::xml_node element) {
   return KorText::FromUtf8(collector.text);
 }
 
+// Bytes that are no UTF-8 come as lone low surrogates.
+bool HasStrayBytes(std::u16string_view text) {
+  char16_t before = 0;
+  for (const char16_t c : text) {
+    if (c >= 0xDC80 && c <= 0xDCFF && (before < 0xD800 || before > 0xDBFF)) return true;
+    before = c;
+  }
+  return false;
+}
+
 std::optional<std::int32_t> ParseNumber(const KorText& text) {
   std::u16string_view digits = text;
   if (digits.starts_with(u'-')) digits.remove_prefix(1);
@@ -133,6 +143,8 @@ void XliffReader::ReadUnit(const pugi::xml_node& node) {
   unit.source = ContentText(Child(node, "source"));
   unit.note = ContentText(Child(node, "note"));
   if (const pugi::xml_node target = Child(node, "target")) unit.target = ContentText(target);
+  if (HasStrayBytes(unit.source + unit.target.value_or(KorText()) + unit.note))
+    Fail(unit, u"characters that are no UTF-8. Save the file as UTF-8.");
   ReadContext(Child(node, "context-group"), unit);
   pugi::xml_node group = node.parent();
   while (group && !IsElement(group, "group"))

@@ -217,6 +217,12 @@ TEST_F(Xliff, AFileThatIsNoTranslationOfThisDictionaryIsRefused) {
     ASSERT_EQ(result.errors.size(), 1U) << KorText(content).ToUtf8();
     EXPECT_TRUE(result.errors[0].StartsWith(file + error)) << result.errors[0].ToUtf8();
   }
+  const KorText latin = u"<xliff><file target-language=\"de-DE\"><body><trans-unit id=\"48\">"
+                        u"<target>\xD6</target></trans-unit></body></file></xliff>";
+  EXPECT_EQ(Import(latin).errors.at(0),
+            file + u":1: unit 48: characters that are no UTF-8. Save the file as UTF-8.");
+  EXPECT_TRUE(Import(u"<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>" + latin).done);
+  EXPECT_EQ(dictionary.FindEntry(48)->Translation(0), u"Ö");
   app.RefuseOpening(u".xlf");
   EXPECT_EQ(dictionary.ImportXLIFF(file).errors.at(0),
             file + u": cannot be read. Check the name and the rights to the file.");

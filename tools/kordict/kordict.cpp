@@ -44,6 +44,7 @@ class Kordict {
   std::optional<std::vector<KorText>> TranslationFiles();
   bool ReadTranslations(const std::vector<KorText>& files);
   bool ReadTranslation(const KorText& file, bool mayDiffer);
+  bool EnsureLanguages(const std::vector<KorText>& files);
   bool EnsureLanguage(const KorText& file, const KorText& code);
   KordictResult PrintFindings();
   bool Shows(const TextLanguage& language) const {
@@ -119,7 +120,9 @@ std::optional<std::vector<KorText>> Kordict::TranslationFiles() {
 // more at the end for its notes.
 bool Kordict::ReadTranslations(const std::vector<KorText>& files) {
   const bool hasEnglish = !options.english.IsEmpty();
-  if (hasEnglish && !ReadTranslation(options.english, true)) return false;
+  if (!EnsureLanguages(files)) return false;
+  if (hasEnglish && !(EnsureLanguages({options.english}) && ReadTranslation(options.english, true)))
+    return false;
   bool good = true;
   for (const KorText& file : files)
     good = ReadTranslation(file, hasEnglish) && good;
@@ -127,9 +130,6 @@ bool Kordict::ReadTranslations(const std::vector<KorText>& files) {
 }
 
 bool Kordict::ReadTranslation(const KorText& file, bool mayDiffer) {
-  ImportResult first;
-  XliffReader reader(file, first);
-  if (reader.Read() && !EnsureLanguage(file, reader.Language())) return false;
   const ImportResult result = dictionary.ImportXLIFF(file, false, Progress());
   for (const KorText& error : result.errors)
     out.complain(error);
@@ -137,6 +137,16 @@ bool Kordict::ReadTranslation(const KorText& file, bool mayDiffer) {
   for (const KorText& warning : result.warnings)
     out.complain(warning);
   return result.done && result.warnings.empty();
+}
+
+// In the order of the files. What is wrong with a file is told when it is imported.
+bool Kordict::EnsureLanguages(const std::vector<KorText>& files) {
+  for (const KorText& file : files) {
+    ImportResult ignored;
+    XliffReader reader(file, ignored);
+    if (reader.Read() && !EnsureLanguage(file, reader.Language())) return false;
+  }
+  return true;
 }
 
 bool Kordict::EnsureLanguage(const KorText& file, const KorText& code) {
@@ -284,8 +294,7 @@ KordictResult Kordict::ExportXliff() {
 KordictResult Kordict::ImportXliff() {
   const auto files = TranslationFiles();
   if (!files || !LoadDictionary()) return KordictResult::Unreadable;
-  for (const KorText& file : *files)
-    if (!ReadTranslation(file, false)) return KordictResult::Unreadable;
+  if (!ReadTranslations(*files)) return KordictResult::Unreadable;
   if (dictionary.Save(options.withoutBackup ? TextHolder::Backup::None : TextHolder::Backup::Made))
     return KordictResult::Done;
   out.complain(dictionary.Path() +

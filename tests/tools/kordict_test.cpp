@@ -1,0 +1,222 @@
+// kordict's commands, run in this process on real files.
+#include <gtest/gtest.h>
+
+#include "tests/dictionary/dictionary_samples.h"
+#include "tools/kordict/check.h"
+#include "tools/kordict/kordict.h"
+
+namespace kor {
+namespace {
+
+class Kordict : public ::testing::Test {
+ protected:
+  // The exit code; what was printed and complained about is in out and errors.
+  int Run(std::vector<KorText> words) {
+    out.clear();
+    errors.clear();
+    KordictOutput output;
+    output.print = [this](const KorText& line) { out.push_back(line); };
+    output.complain = [this](const KorText& line) { errors.push_back(line); };
+    words.insert(words.end(), {u"-d", file});
+    return static_cast<int>(RunKordict(words, output));
+  }
+  KorText Printed() const {
+    KorText all;
+    for (const KorText& line : out)
+      all += line + u"\n";
+    return all;
+  }
+  KorText FirstError() const { return errors.empty() ? KorText() : errors[0]; }
+  // One translation file with these units.
+  KorText PutXliff(const char16_t* code, const char16_t* units) {
+    const KorText path = app.Path(u"xlf/dictionary_" + KorText(code) + u".xlf");
+    const KorText text = u"<xliff version=\"1.2\"><file target-language=\"" + KorText(code) +
+                         u"\"><body>\n" + units + u"</body></file></xliff>";
+    app.Put(path, KorText::FromBytes(text.ToUtf8()));
+    return path;
+  }
+  void BuildSample() { ASSERT_TRUE(SaveSample(file)); }
+
+  TestApp app;
+  KorText file = app.Path(u"diction.ary");
+  std::vector<KorText> out, errors;
+};
+
+constexpr const char16_t* kCancelUnit = u"<trans-unit id=\"48\"><source>Cancel</source>"
+                                        u"<target>Abbrechen</target></trans-unit>";
+
+TEST_F(Kordict, SaysWhatIsWrongWithACommandLine) {
+  const std::pair<std::vector<KorText>, const char16_t*> cases[] = {
+      {{}, u"a command is missing"},
+      {{u"make"}, u"no command make"},
+      {{u"get"}, u"get has too few arguments"},
+      {{u"get", u"1", u"2"}, u"get has too many arguments"},
+      {{u"info", u"--fast"}, u"no option --fast"},
+      {{u"build", u"x", u"--add-language", u"sv"},
+       u"--add-language needs CODE=NAME[:LCID:CODEPAGE], not sv"},
+  };
+  for (const auto& [words, problem] : cases) {
+    EXPECT_EQ(Run(words), 2);
+    EXPECT_EQ(FirstError(),
+              u"kordict: " + KorText(problem) + u"; kordict --help lists what there is");
+  }
+  EXPECT_EQ(Run({u"--help"}), 0);
+  EXPECT_TRUE(Printed().Contains(u"import-xliff XLIFF..."));
+}
+
+TEST_F(Kordict, BuildsFromAFolderAndShowsWhatItBuilt) {
+  PutXliff(u"de-DE", kCancelUnit);
+  PutXliff(u"tr-TR",
+           u"<trans-unit id=\"48\"><source>Cancel</source></trans-unit>"
+           u"<trans-unit id=\"5\"><source>a\\b\nc</source><target>x</target></trans-unit>");
+  app.Put(app.Path(u"xlf/readme.txt"), u"no translation");
+  ASSERT_EQ(Run({u"build", app.Path(u"xlf")}), 0) << FirstError().ToUtf8();
+  ASSERT_EQ(Run({u"info"}), 0);
+  EXPECT_EQ(Printed(), file + u": 2 texts, highest number 48\n"
+                              u"language Deutsch (de-DE - 1031:1252): 1 translated\n"
+                              u"language Türkçe (tr-TR - 1055:1254): 1 translated\n"
+                              u"category 0 General: 2 texts\n");
+  ASSERT_EQ(Run({u"get", u"5"}), 0);
+  EXPECT_EQ(Printed(), u"5 TXTPOS_abc, importance 0, changed \n"
+                       u"source a\\\\b\\nc\nde-DE  \ntr-TR  x\n");
+  EXPECT_EQ(Run({u"get", u"48", u"-l", u"DE-de"}), 0);
+  EXPECT_EQ(Printed(), u"Abbrechen\n");
+  EXPECT_EQ(Run({u"get", u"48", u"-l", u"tr-TR"}), 0);
+  EXPECT_EQ(Printed(), u"Cancel\n") << "what the program shows without a translation";
+}
+
+TEST_F(Kordict, FindsTextsInAnyLanguageOrInOne) {
+  BuildSample();
+  EXPECT_EQ(Run({u"find", u"CALL"}), 0);
+  EXPECT_EQ(Printed(), u"323 source Call us.\n");
+  EXPECT_EQ(Run({u"find", u"send", u"--language", u"de-DE"}), 0);
+  EXPECT_EQ(Printed(), u"7 de-DE %s senden & <warten>\n");
+  EXPECT_EQ(Run({u"find", u"nowhere"}), 1);
+  EXPECT_EQ(Run({u"get", u"49"}), 1);
+  EXPECT_EQ(Run({u"get", u"48x"}), 1);
+  EXPECT_EQ(Run({u"get", u"48", u"-l", u"xx"}), 1);
+}
+
+TEST_F(Kordict, RefusesToBuildFromFilesThatContradictEachOther) {
+  const KorText german = PutXliff(u"de-DE", kCancelUnit);
+  const KorText french = PutXliff(u"fr-FR", u"<trans-unit id=\"48\"><source>Abort</source>"
+                                            u"<target>Annuler</target></trans-unit>");
+  EXPECT_EQ(Run({u"build", german, french}), 3);
+  EXPECT_TRUE(FirstError().StartsWith(french + u":2: unit 48: the English text is \"Abort\" here"));
+  EXPECT_EQ(app.Content(file), std::nullopt);
+  EXPECT_EQ(Run({u"build", german, french, u"--english", french}), 0);
+  EXPECT_EQ(Run({u"find", u"a"}), 0);
+  EXPECT_EQ(Printed(), u"48 source Abort\n48 de-DE Abbrechen\n48 fr-FR Annuler\n");
+  const KorText again = app.Path(u"again.xlf");
+  app.Put(again, *app.Content(german));
+  EXPECT_EQ(Run({u"build", german, again}), 3);
+  EXPECT_EQ(FirstError(),
+            again + u": the language \"de-DE\" is that of " + german + u", too. Leave one out.");
+}
+
+TEST_F(Kordict, KnowsALanguageOrIsTold) {
+  const KorText swiss = PutXliff(u"gsw-CH", kCancelUnit);
+  EXPECT_EQ(Run({u"build", swiss}), 3);
+  EXPECT_EQ(FirstError(), swiss +
+                              u": the language \"gsw-CH\" is new. Correct target-language, or add "
+                              u"--add-language gsw-CH=NAME.");
+  EXPECT_EQ(Run({u"build", swiss, u"--add-language", u"gsw-CH=Schwyzerdütsch:1156:1252"}), 0);
+  EXPECT_EQ(Run({u"info"}), 0);
+  EXPECT_TRUE(Printed().Contains(u"language Schwyzerdütsch (gsw-CH - 1156:1252): 1 translated"));
+}
+
+TEST_F(Kordict, ImportsAllFilesOrNone) {
+  BuildSample();
+  const KorText before = *app.Content(file);
+  const KorText german = PutXliff(u"de-DE", u"<trans-unit id=\"48\"><source>Cancel</source>"
+                                            u"<target>Verwerfen</target></trans-unit>");
+  const KorText bad = PutXliff(u"fr-FR", u"<trans-unit id=\"x\"/>");
+  EXPECT_EQ(Run({u"import-xliff", german, bad}), 3);
+  EXPECT_EQ(FirstError(), bad + u":2: unit with the id \"x\". Give it a number from 0 to 999999.");
+  EXPECT_EQ(app.Content(file), before);
+  EXPECT_EQ(Run({u"import-xliff", PutXliff(u"nl-NL", kCancelUnit)}), 3) << "a new language";
+  EXPECT_EQ(Run({u"import-xliff", german}), 0);
+  EXPECT_EQ(app.Content(file + u".bak"), before);
+  EXPECT_EQ(Run({u"get", u"48", u"-l", u"de-DE"}), 0);
+  EXPECT_EQ(Printed(), u"Verwerfen\n");
+}
+
+TEST_F(Kordict, LeavesTheOlderFileWhenItCannotWrite) {
+  BuildSample();
+  const KorText before = *app.Content(file);
+  const KorText german = PutXliff(u"de-DE", u"<trans-unit id=\"48\"><source>Cancel</source>"
+                                            u"<target>Verwerfen</target></trans-unit>");
+  const std::vector<KorText> commands[] = {
+      {u"import-xliff", german},
+      {u"import-xliff", german, u"--no-backup"},
+      {u"build", german},
+      {u"header"},
+      {u"export-xml", app.Path(u"x.xml")},
+      {u"export-xliff", app.Path(u"out")},
+  };
+  for (const auto& command : commands) {
+    for (const std::uint64_t room : {0, 100}) {
+      app.LimitWrites(room);
+      EXPECT_EQ(Run(command), 4) << command[0].ToUtf8();
+      EXPECT_FALSE(errors.empty());
+      app.ClearFaults();
+      EXPECT_EQ(app.Content(file), before) << command[0].ToUtf8();
+    }
+  }
+}
+
+TEST_F(Kordict, NamesADictionaryThatCannotBeRead) {
+  for (const char16_t* command : {u"info", u"header", u"check"}) {
+    EXPECT_EQ(Run({command}), 3);
+    EXPECT_TRUE(FirstError().StartsWith(file + u": missing, damaged or no dictionary."));
+  }
+  app.Put(file, KorText(100, u'x'));
+  EXPECT_EQ(Run({u"export-xliff", app.Path(u"out")}), 3);
+  EXPECT_EQ(Run({u"build", app.Path(u"missing.xlf")}), 3);
+  ASSERT_TRUE(app.MakeFolder(app.Path(u"empty")));
+  EXPECT_EQ(Run({u"build", app.Path(u"empty")}), 3);
+}
+
+TEST_F(Kordict, ChecksTranslationFilesAndNamesUnitAndRemedy) {
+  const KorText german = PutXliff(
+      u"de-DE",
+      u"<trans-unit id=\"1\" resname=\"A\"><source>Copy %s of %02i%%</source><target>%02i von %s"
+      u"</target><note>Any length.</note></trans-unit>"
+      u"<trans-unit id=\"2\" resname=\"A\"><source>Ok</source><target>Zwölf Zeichen</target>"
+      u"</trans-unit>"
+      u"<trans-unit id=\"3\" resname=\"B\"><source>Quit</source><target/></trans-unit>"
+      u"<trans-unit id=\"4\" resname=\"C\"><source>On</source><target>Ein</target>"
+      u"<note>At most 2 characters.</note></trans-unit>");
+  EXPECT_EQ(Run({u"check", german}), 1);
+  EXPECT_EQ(Printed(),
+            german +
+                u": de-DE: unit 1 (A): the directives are %02i %s instead of %s %02i. Keep them "
+                u"all, in this order.\n" +
+                u"all files: source: unit 2 (A): the name is also that of unit 1. Give one of them "
+                u"another resname.\n" +
+                german +
+                u": de-DE: unit 2 (A): \"Zwölf Zeichen\" takes 13 characters, and its control "
+                u"has room for 12. Shorten it.\n" +
+                german + u": de-DE: unit 3 (B): no translation. Translate \"Quit\".\n" + german +
+                u": de-DE: unit 4 (C): \"Ein\" takes 3 characters, and its control has room for 2. "
+                u"Shorten it.\n5 findings\n");
+  EXPECT_EQ(Run({u"build", german}), 0);
+  EXPECT_EQ(Run({u"check"}), 1);
+  EXPECT_EQ(out.size(), 6U);
+  EXPECT_EQ(Run({u"check", PutXliff(u"fr-FR", kCancelUnit)}), 0);
+}
+
+TEST(KordictCheck, MeasuresTextsAsTheyAreShown) {
+  EXPECT_EQ(TextWidth(u"Größe"), 5U);
+  EXPECT_EQ(TextWidth(u"保存"), 4U);
+  EXPECT_EQ(TextWidth(u"one\nthree\nx"), 5U);
+  const std::pair<const char16_t*, std::vector<KorText>> formats[] = {
+      {u"100 %", {}}, {u"100%%s", {}},     {u"%-8s|%+09.6f|%i", {u"%-8s", u"%+09.6f", u"%i"}},
+      {u"%", {}},     {u"%%%s%", {u"%s"}},
+  };
+  for (const auto& [format, directives] : formats)
+    EXPECT_EQ(Directives(format), directives) << KorText(format).ToUtf8();
+}
+
+} // namespace
+} // namespace kor
