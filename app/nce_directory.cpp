@@ -11,12 +11,6 @@ namespace {
 constexpr std::size_t kEntriesPerPage = 4;
 constexpr std::size_t kNameColumns = 8;
 
-bool HasExtension(const KorText& name, const KorText& suffix) {
-  return App().FileNamesIgnoreCase()
-             ? name.Length() >= suffix.Length() && name.Right(suffix.Length()).EqualsNoCase(suffix)
-             : name.EndsWith(suffix);
-}
-
 bool IsListed(const FileEntry& entry) {
   return !entry.info.isFolder && !entry.info.isHidden && !entry.info.isSystem &&
          entry.info.size > 0;
@@ -31,11 +25,10 @@ KorText WithoutExtension(const KorText& name) {
 
 std::vector<KorText> ListNcFiles(const KorText& folder, const KorText& extension) {
   std::vector<KorText> names;
-  const KorText suffix = u"." + extension;
-  const auto entries = App().ListFolder(folder);
+  const auto entries = App().ListFolder(folder, u"." + extension);
   if (!entries) return names;
   for (const FileEntry& entry : *entries)
-    if (HasExtension(entry.name, suffix) && IsListed(entry)) names.push_back(entry.name);
+    if (IsListed(entry)) names.push_back(entry.name);
   std::sort(names.begin(), names.end(), [](const KorText& a, const KorText& b) {
     const int order = a.CompareNoCase(b);
     return order != 0 ? order < 0 : a < b;

@@ -83,12 +83,12 @@ bool KorFile::Close() {
 }
 
 std::size_t RemoveAbandonedParts(const KorText& folder) {
-  const auto entries = App().ListFolder(folder);
+  const auto entries = App().ListFolder(folder, kPartSuffix);
   if (!entries) return 0;
   const KorText prefix = folder.EndsWith(u"/") || folder.EndsWith(u"\\") ? folder : folder + u"/";
   return static_cast<std::size_t>(
       std::count_if(entries->begin(), entries->end(), [&](const FileEntry& entry) {
-        if (entry.info.isFolder || !entry.name.EndsWith(kPartSuffix)) return false;
+        if (entry.info.isFolder) return false;
         const KorText path = prefix + entry.name;
         // The writer's lock: opening for writing fails while a living process holds the file. Held
         // here while removing, so that no new writer gets the file.
