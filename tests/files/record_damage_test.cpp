@@ -1,31 +1,11 @@
 // Damage done to record files byte by byte: reading ends in an error or in valid objects, without
 // taking more memory than the file justifies. And what the class registry and the inspector say.
-#include <cstdlib>
 #include <cstring>
-#include <new>
 
 #include "files/record_inspector.h"
+#include "tests/files/allocation_watch.h"
 #include "tests/files/file_test_support.h"
 #include "tests/support/record_samples.h"
-
-namespace {
-std::size_t largestAllocation = 0;
-} // namespace
-
-void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
-  largestAllocation = std::max(largestAllocation, bytes);
-  return std::malloc(bytes == 0 ? 1 : bytes);
-}
-void* operator new(std::size_t bytes) {
-  if (void* memory = operator new(bytes, std::nothrow)) return memory;
-  throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept {
-  std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-  std::free(memory);
-}
 
 namespace kor {
 namespace {
