@@ -102,7 +102,7 @@ bool ProgramPaths::Load(bool writeDefaults) {
   texts.fill({});
   folders.fill({});
   checked.fill(false);
-  loaded = false;
+  loaded = writingFailed = false;
   location = App().GetApplicationPropertyPath(kStartInFolder);
   if (location.IsEmpty()) return false;
   location = NormalisedFolder(location);
@@ -120,7 +120,9 @@ bool ProgramPaths::ReadSection(bool writeDefaults) {
   if (!file.Load() || !file.HasSection(kPathsSection)) return false;
   file.Read();
   const bool usedDefault = FillDefaults();
-  if (usedDefault && writeDefaults) file.Write(KorText(kPathsSection), {}, true);
+  if (!usedDefault || !writeDefaults) return true;
+  file.Write(KorText(kPathsSection), {}, true);
+  writingFailed = !file.LastSaveSucceeded();
   return true;
 }
 

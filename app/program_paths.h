@@ -46,6 +46,8 @@ class ProgramPaths {
   // Load for the program's start: a failure is shown to the user.
   bool LoadOrReport(bool writeDefaults = false);
   bool IsLoaded() const { return loaded; }
+  // The last Load had defaults to write back and could not.
+  bool WritingFailed() const { return writingFailed; }
 
   // Loads first when that was not done. Empty for a kind that does not exist, and, with a message
   // unless quiet, when the paths can't be loaded. A folder is made at most once; when it can't be made
@@ -68,6 +70,7 @@ class ProgramPaths {
 
   KorText location; // of the paths file, with its "/"; empty when it is not known
   bool loaded = false;
+  bool writingFailed = false;
   std::array<KorText, kFolderKinds> texts;   // as in the file, normalised
   std::array<KorText, kFolderKinds> folders; // resolved
   std::array<bool, kFolderKinds> checked{};  // made on disk
