@@ -13,6 +13,7 @@
 #include "tools/nce_controller/fault_line.h"
 #include "tools/nce_controller/flow_line.h"
 #include "tools/nce_controller/options.h"
+#include "tools/nce_controller/record_line.h"
 #include "tools/nce_controller/runner.h"
 
 namespace kor::controller {
@@ -53,6 +54,12 @@ std::unique_ptr<ByteDevice> OpenDevice(const Options& options, std::string& erro
   return terminal ? MakePseudoTerminalDevice(std::move(terminal)) : nullptr;
 }
 
+std::unique_ptr<OsFile> OpenRecord(const KorText& path, std::string& error) {
+  auto file = App().OpenFile(path, FileAccess::Write);
+  if (!file) error = path.ToUtf8() + ": " + App().ErrorText(App().LastError()).ToUtf8();
+  return file;
+}
+
 Time FromSeconds(double seconds) {
   return std::chrono::duration_cast<Time>(std::chrono::duration<double>(seconds));
 }
@@ -80,16 +87,19 @@ RunnerSettings MakeRunnerSettings(const Options& options) {
   return settings;
 }
 
-Outcome RunOnDevice(ByteDevice& device, const Options& options) {
+Outcome RunOnDevice(ByteDevice& device, const Options& options, std::unique_ptr<OsFile> record) {
   DeviceLine cable(device, options.line, options.pseudoTerminal && options.isPaced, stopWanted);
-  FaultLine faulty(cable, options.errorRate, options.seed);
+  std::unique_ptr<RecordLine> recorder;
+  if (record) recorder = std::make_unique<RecordLine>(cable, std::move(record));
+  Line& heard = recorder ? static_cast<Line&>(*recorder) : cable;
+  FaultLine faulty(heard, options.errorRate, options.seed);
   const bool hasFaults = options.errorRate > 0;
-  Line& carried = hasFaults ? static_cast<Line&>(faulty) : cable;
+  Line& carried = hasFaults ? static_cast<Line&>(faulty) : heard;
   FlowLine held(carried);
   const bool isHeld = options.line.flow == FlowControl::XonXoff;
   Line& line = isHeld ? static_cast<Line&>(held) : carried;
   Session session(line, MakeSessionSettings(options));
-  Runner runner(session, line, hasFaults ? &faulty : nullptr, MakeRunnerSettings(options),
+  Runner runner(session, line, hasFaults ? &faulty : nullptr, MakeRunnerSettings(options), std::cin,
                 std::cout, std::cerr);
   Outcome outcome = Outcome::Done;
   if (options.WaitHost() > 0) outcome = runner.AwaitHost(options.WaitHost());
@@ -105,15 +115,21 @@ int Main(const std::vector<KorText>& arguments) {
   if (options.wantsHelp) std::cout << HelpText();
   if (options.wantsVersion) std::cout << "nce-controller 26.0.0\n";
   if (options.wantsHelp || options.wantsVersion) return 0;
-  for (const int number : kStopSignals)
-    std::signal(number, OnStopSignal);
+  // Waiting for a typed command ends by the system's own means.
+  const bool isTyped = options.command.kind == CommandKind::Run && options.command.file == u"-";
+  if (!isTyped) {
+    for (const int number : kStopSignals)
+      std::signal(number, OnStopSignal);
+  }
   std::string error;
   const auto device = OpenDevice(options, error);
-  if (!device) {
+  std::unique_ptr<OsFile> record;
+  if (device && options.record) record = OpenRecord(*options.record, error);
+  if (!error.empty()) {
     std::cerr << "nce-controller: " << error << std::endl;
     return static_cast<int>(Outcome::SystemFailed);
   }
-  const Outcome outcome = RunOnDevice(*device, options);
+  const Outcome outcome = RunOnDevice(*device, options, std::move(record));
   return outcome == Outcome::Stopped ? 128 + stopSignal.load() : static_cast<int>(outcome);
 }
 

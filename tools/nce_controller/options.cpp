@@ -69,6 +69,8 @@ class OptionReader {
       Count(options.seed, 0, ~0ULL);
     else if (Is(u"--wait-host"))
       options.waitHost = Amount(0, 1e8);
+    else if (Is(u"--record"))
+      options.record = Value();
     else if (Is(u"--progress"))
       ReadProgress();
     else
@@ -164,6 +166,7 @@ Jobs
   --wait-host S      first wait for a host to answer (30 with --pty, otherwise 0: not at all)
 Output
   --json             one object per command
+  --record FILE      every byte that travels, both ways
   --progress MODE    auto (start value: when the diagnostics go to a terminal), always, never
 Commands
   test                                      line test
@@ -173,7 +176,7 @@ Commands
   raw TEXT                                  send TEXT and print the answer
   wait-host S
   soak --seconds S [--upload N] [--folder DIR [--extension MPG]] [--no-read-back]
-  run SCRIPT                                a command per line
+  run SCRIPT                                a command per line; "-": as they are typed
 Exit code: 0 done, 1 device or file, 2 usage, 3 refused by the host, 4 time-out, 5 protocol fault,
 6 comparison or expectation failed; 128 + number when a signal ended it.
 )";

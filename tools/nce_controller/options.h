@@ -25,6 +25,7 @@ struct Options {
   std::uint64_t seed = 1;
   bool verify = false;
   std::optional<double> waitHost; // seconds; without: 30 on a pseudo-terminal, 0 on a port
+  std::optional<KorText> record;  // file that keeps what travels
   bool isJson = false;
   ProgressMode progress = ProgressMode::OnTerminal;
   bool wantsHelp = false;

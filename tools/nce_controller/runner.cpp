@@ -47,11 +47,11 @@ KorText InFolder(const KorText& folder, const KorText& name) {
 } // namespace
 
 Runner::Runner(Session& toUse, Line& lineToUse, const FaultLine* faultsToCount,
-               const RunnerSettings& toKeep, std::ostream& standardOutput,
-               std::ostream& standardError)
+               const RunnerSettings& toKeep, std::istream& standardInput,
+               std::ostream& standardOutput, std::ostream& standardError)
     : session(toUse), line(lineToUse), faults(faultsToCount), settings(toKeep),
-      output(standardOutput), diagnostics(standardError), bar(standardError, toKeep.showsProgress) {
-}
+      input(standardInput), output(standardOutput), diagnostics(standardError),
+      bar(standardError, toKeep.showsProgress) {}
 
 Outcome Runner::Run(const Command& command) {
   const Meter before = ReadMeter();
@@ -292,6 +292,7 @@ Runner::Report Runner::Expect(const Command& command) {
 }
 
 Runner::Report Runner::RunScript(const Command& command) {
+  if (command.file == u"-") return RunTyped();
   Report report;
   std::string content;
   const std::string path = command.file.ToUtf8();
@@ -300,24 +301,38 @@ Runner::Report Runner::RunScript(const Command& command) {
     report.verdict = Verdict::Failed(Outcome::SystemFailed, failure);
     return report;
   }
-  const ParsedScript script = ParseScript(KorText::FromUtf8(content));
-  if (!script.error.empty()) {
-    report.verdict = Verdict::Failed(Outcome::Usage, path + ", " + script.error);
-    return report;
-  }
   std::uint64_t done = 0;
-  for (const Command& step : script.commands) {
-    report.verdict.outcome = Run(step);
-    if (!report.verdict.IsDone()) {
-      report.verdict.message =
-          path + ", line " + std::to_string(step.line) + ": " + step.words.ToUtf8();
-      break;
-    }
-    ++done;
-  }
+  RunSteps(ParseScript(KorText::FromUtf8(content)), path, report, done);
   report.json.Text("script", command.file).Count("steps", done);
   report.text = Plural(done, "step");
   return report;
+}
+
+// Each line is carried out when it comes; the first that fails ends it, as in a script.
+Runner::Report Runner::RunTyped() {
+  Report report;
+  std::uint64_t done = 0;
+  std::string typed;
+  for (KorText above; report.verdict.IsDone() && std::getline(input, typed); above += u'\n')
+    RunSteps(ParseScript(above + KorText::FromUtf8(typed)), "standard input", report, done);
+  report.json.Count("steps", done);
+  report.text = Plural(done, "step");
+  return report;
+}
+
+void Runner::RunSteps(const ParsedScript& script, const std::string& path, Report& report,
+                      std::uint64_t& done) {
+  if (!script.error.empty())
+    report.verdict = Verdict::Failed(Outcome::Usage, path + ", " + script.error);
+  for (const Command& step : script.commands) {
+    if (!report.verdict.IsDone()) return;
+    report.verdict.outcome = Run(step);
+    if (report.verdict.IsDone())
+      ++done;
+    else
+      report.verdict.message =
+          path + ", line " + std::to_string(step.line) + ": " + step.words.ToUtf8();
+  }
 }
 
 // --- Reports -------------------------------------------------------------------------------------

@@ -2,6 +2,7 @@
 // used by one thread.
 #pragma once
 
+#include <istream>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -29,7 +30,7 @@ class Runner {
  public:
   // faults: null without made-up damage. All references outlive the runner.
   Runner(Session& session, Line& line, const FaultLine* faults, const RunnerSettings& settings,
-         std::ostream& output, std::ostream& diagnostics);
+         std::istream& input, std::ostream& output, std::ostream& diagnostics);
 
   // Carries out the command, prints its report and returns what the program should end with.
   Outcome Run(const Command& command);
@@ -60,6 +61,9 @@ class Runner {
   Report RunSoak(const Command& command);
   Report Expect(const Command& command);
   Report RunScript(const Command& command);
+  Report RunTyped();
+  void RunSteps(const ParsedScript& script, const std::string& path, Report& report,
+                std::uint64_t& done);
   static void Compare(const std::string& expected, const std::string& program, Report& report);
   std::string Keep(const Command& command, const std::string& program);
 
@@ -73,6 +77,7 @@ class Runner {
   Line& line;
   const FaultLine* faults;
   const RunnerSettings settings;
+  std::istream& input; // commands of the script "-"
   std::ostream& output;
   std::ostream& diagnostics;
   ProgressBar bar;
