@@ -16,6 +16,7 @@
 // The registry is the file registry.ini in the settings folder (see app_interface_registry.h).
 #pragma once
 
+#include <cerrno>
 #include <clocale>
 
 #include "services/core/app_interface.h"
@@ -47,6 +48,13 @@ class UserLocale {
 
 class PosixAppInterface : public AppInterface {
  public:
+  // Numbers of LastError that code for every platform may have to name.
+  enum ErrorNumber : std::uint32_t {
+    kAccessDenied = EACCES,
+    kDeviceFault = EIO,
+    kDiskFull = ENOSPC
+  };
+
   KorText Start(const KorText& applicationName, const KorText& version) override;
   void FindFolders(const KorText& version) override;
   void DebugOutput(const KorText& text) override;

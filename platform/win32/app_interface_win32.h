@@ -20,6 +20,9 @@ namespace kor {
 
 class Win32AppInterface : public AppInterface {
  public:
+  // Numbers of LastError that code for every platform may have to name.
+  enum ErrorNumber : std::uint32_t { kAccessDenied = 5, kDeviceFault = 1117, kDiskFull = 112 };
+
   KorText Start(const KorText& applicationName, const KorText& version) override;
   void FindFolders(const KorText& version) override;
   void DebugOutput(const KorText& text) override;

@@ -1,7 +1,6 @@
 #include "tests/support/test_app.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
 #include <filesystem>
 #include <random>
@@ -9,13 +8,6 @@
 namespace kor {
 
 namespace {
-
-#if defined(_WIN32)
-constexpr std::uint32_t kAccessDenied = 5, kReadFault = 30, kDiskFull = 112, kDeviceFault = 29;
-#else
-constexpr std::uint32_t kAccessDenied = EACCES, kReadFault = EIO, kDiskFull = ENOSPC,
-                        kDeviceFault = EIO;
-#endif
 
 KorText FreshRoot() {
   std::random_device random;
@@ -44,7 +36,7 @@ class TestFile : public OsFile {
     }
     const std::size_t count = real->Read(to.first(static_cast<std::size_t>(*readLeft)));
     *readLeft -= count;
-    app.SetLastError(kReadFault);
+    app.SetLastError(TestApp::kDeviceFault);
     return count;
   }
 
@@ -52,7 +44,7 @@ class TestFile : public OsFile {
     if (!app.MayChange()) return 0;
     const std::size_t allowed = app.TakeWriteBudget(from.size());
     const std::size_t count = real->Write(from.first(allowed));
-    if (allowed < from.size()) app.SetLastError(kDiskFull);
+    if (allowed < from.size()) app.SetLastError(TestApp::kDiskFull);
     return count;
   }
 
@@ -65,7 +57,7 @@ class TestFile : public OsFile {
   bool Sync() override {
     if (!app.MayChange()) return false;
     if (!app.failSync) return real->Sync();
-    app.SetLastError(kDeviceFault);
+    app.SetLastError(TestApp::kDeviceFault);
     return false;
   }
 
@@ -75,7 +67,7 @@ class TestFile : public OsFile {
     const bool allowed = !counts || app.MayChange();
     const bool done = real->Close();
     if (!counts || !app.failClose) return done && allowed;
-    app.SetLastError(kDeviceFault);
+    app.SetLastError(TestApp::kDeviceFault);
     return false;
   }
 
