@@ -2,42 +2,53 @@
 
 #include <algorithm>
 
+#include "files/text_lookup.h"
+
 namespace kor {
 
+namespace {
+
+KorText Usage(const KorText& command, const KorText& arguments) {
+  return KorText::Format(LookUpText(15421, u"usage: %s %s"), command, arguments);
+}
+
+} // namespace
+
 const Commands::Command Commands::kCommands[] = {
-    {u"status", u"", u"show the link status", &Commands::Status},
-    {u"send", u"FILE", u"send a file by hand", &Commands::Send},
-    {u"receive", u"FILE", u"receive into a file by hand", &Commands::Receive},
-    {u"complete", u"", u"end a receipt and keep the file", &Commands::Complete},
-    {u"cancel", u"", u"give up the running transfer", &Commands::Cancel},
-    {u"loopback", u"", u"test the port with a loop-back plug", &Commands::Loopback},
-    {u"xon", u"", u"hold the controller for three seconds", &Commands::Xon},
-    {u"monitor", u"on|off", u"show what travels on the line", &Commands::Monitor},
-    {u"trace", u"FILE|off", u"write the communications trace", &Commands::Trace},
-    {u"rts", u"on|off", u"RTS/CTS handshake; re-opens the port", &Commands::Rts},
-    {u"dtr", u"on|off", u"DTR/DSR handshake; re-opens the port", &Commands::Dtr},
-    {u"settings", u"", u"show the settings", &Commands::Settings},
-    {u"set", u"KEY VALUE", u"change a setting; re-opens the port", &Commands::Set},
-    {u"special", u"[NAME on|off]", u"show or change the special features", &Commands::Special},
-    {u"help", u"", u"show the commands", &Commands::Help},
-    {u"quit", u"", u"end the program", &Commands::Quit},
+    {u"status", u"", 15401, u"show the link status", &Commands::Status},
+    {u"send", u"FILE", 15402, u"send a file by hand", &Commands::Send},
+    {u"receive", u"FILE", 15403, u"receive into a file by hand", &Commands::Receive},
+    {u"complete", u"", 15404, u"end a receipt and keep the file", &Commands::Complete},
+    {u"cancel", u"", 15405, u"give up the running transfer", &Commands::Cancel},
+    {u"loopback", u"", 15406, u"test the port with a loop-back plug", &Commands::Loopback},
+    {u"xon", u"", 15407, u"hold the controller for three seconds", &Commands::Xon},
+    {u"monitor", u"on|off", 15408, u"show what travels on the line", &Commands::Monitor},
+    {u"trace", u"FILE|off", 15409, u"write the communications trace", &Commands::Trace},
+    {u"rts", u"on|off", 15410, u"RTS/CTS handshake; re-opens the port", &Commands::Rts},
+    {u"dtr", u"on|off", 15411, u"DTR/DSR handshake; re-opens the port", &Commands::Dtr},
+    {u"settings", u"", 15412, u"show the settings", &Commands::Settings},
+    {u"set", u"KEY VALUE", 15413, u"change a setting; re-opens the port", &Commands::Set},
+    {u"special", u"[NAME on|off]", 15414, u"show or change the special features",
+     &Commands::Special},
+    {u"help", u"", 15415, u"show the commands", &Commands::Help},
+    {u"quit", u"", 15416, u"end the program", &Commands::Quit},
 };
 
 void Commands::Run(const KorText& line) {
   const std::size_t blank = std::min(line.View().find_first_of(u" \t"), line.Length());
   const KorText name = line.Left(blank);
-  const auto found = std::find_if(std::begin(kCommands), std::end(kCommands),
-                                  [&](const Command& command) {
-                                    return name.EqualsNoCase(command.name);
-                                  });
+  const auto found =
+      std::find_if(std::begin(kCommands), std::end(kCommands),
+                   [&](const Command& command) { return name.EqualsNoCase(command.name); });
   if (found == std::end(kCommands)) {
-    console.Print(KorText::Format(u"unknown command \"%s\"; \"help\" lists them", name));
+    console.Print(
+        KorText::Format(LookUpText(15420, u"unknown command \"%s\"; \"help\" lists them"), name));
     return;
   }
   const KorText argument = line.Mid(blank).Trimmed();
   const KorText wanted = found->arguments;
   if (argument.IsEmpty() && !wanted.IsEmpty() && wanted[0] != u'[') {
-    console.Print(KorText::Format(u"usage: %s %s", found->name, wanted));
+    console.Print(Usage(found->name, wanted));
     return;
   }
   (this->*found->handler)(argument);
@@ -46,7 +57,7 @@ void Commands::Run(const KorText& line) {
 std::optional<bool> Commands::Switch(const KorText& command, const KorText& argument) {
   if (argument.EqualsNoCase(u"on")) return true;
   if (argument.EqualsNoCase(u"off")) return false;
-  console.Print(KorText::Format(u"usage: %s on|off", command));
+  console.Print(Usage(command, u"on|off"));
   return std::nullopt;
 }
 
@@ -55,17 +66,27 @@ void Commands::Status(const KorText&) {
   console.Print(KorText::Format(u"status %i %s", view.code, view.line));
 }
 
-void Commands::Send(const KorText& argument) { app.SendFile(argument); }
-void Commands::Receive(const KorText& argument) { app.ReceiveFile(argument); }
-void Commands::Complete(const KorText&) { app.CompleteUpload(); }
+void Commands::Send(const KorText& argument) {
+  app.SendFile(argument);
+}
+void Commands::Receive(const KorText& argument) {
+  app.ReceiveFile(argument);
+}
+void Commands::Complete(const KorText&) {
+  app.CompleteUpload();
+}
 
 void Commands::Cancel(const KorText&) {
   app.CancelDownload();
   app.CancelUpload();
 }
 
-void Commands::Loopback(const KorText&) { app.LoopbackTest(); }
-void Commands::Xon(const KorText&) { app.XonXoffTest(); }
+void Commands::Loopback(const KorText&) {
+  app.LoopbackTest();
+}
+void Commands::Xon(const KorText&) {
+  app.XonXoffTest();
+}
 
 void Commands::Monitor(const KorText& argument) {
   const auto on = Switch(u"monitor", argument);
@@ -75,8 +96,10 @@ void Commands::Monitor(const KorText& argument) {
 }
 
 void Commands::Trace(const KorText& argument) {
-  if (argument.EqualsNoCase(u"off")) app.StopTrace();
-  else app.StartTrace(argument);
+  if (argument.EqualsNoCase(u"off"))
+    app.StopTrace();
+  else
+    app.StartTrace(argument);
 }
 
 void Commands::Rts(const KorText& argument) {
@@ -100,10 +123,10 @@ void Commands::PrintForm(const FormDescription& form) {
 
 void Commands::Settings(const KorText&) {
   PrintForm(MakeSettingsForm(app.Settings(), {}));
-  console.Print(KorText::Format(u"%-16s %s", u"rts",
-                                app.Settings().rtsCtsHandshake > 0 ? u"on" : u"off"));
-  console.Print(KorText::Format(u"%-16s %s", u"dtr",
-                                app.Settings().dtrDsrHandshake > 0 ? u"on" : u"off"));
+  console.Print(
+      KorText::Format(u"%-16s %s", u"rts", app.Settings().rtsCtsHandshake > 0 ? u"on" : u"off"));
+  console.Print(
+      KorText::Format(u"%-16s %s", u"dtr", app.Settings().dtrDsrHandshake > 0 ? u"on" : u"off"));
 }
 
 // The form of the settings dialog, with one field edited. Probing the ports is for a list only.
@@ -113,7 +136,8 @@ void Commands::Set(const KorText& argument) {
   FormDescription form = MakeSettingsForm(app.Settings(), {});
   FormField* field = form.Find(key);
   if (!field) {
-    console.Print(KorText::Format(u"unknown setting \"%s\"; \"settings\" lists them", key));
+    console.Print(KorText::Format(
+        LookUpText(15422, u"unknown setting \"%s\"; \"settings\" lists them"), key));
     return;
   }
   field->value = argument.Mid(blank).Trimmed();
@@ -134,8 +158,9 @@ void Commands::Special(const KorText& argument) {
   const std::size_t blank = std::min(argument.View().find_first_of(u" \t"), argument.Length());
   FormField* field = form.Find(argument.Left(blank));
   if (!field) {
-    console.Print(KorText::Format(u"unknown feature \"%s\"; \"special\" lists them",
-                                  argument.Left(blank)));
+    console.Print(
+        KorText::Format(LookUpText(15423, u"unknown feature \"%s\"; \"special\" lists them"),
+                        argument.Left(blank)));
     return;
   }
   const auto on = Switch(u"special " + field->key, argument.Mid(blank).Trimmed());
@@ -147,9 +172,11 @@ void Commands::Special(const KorText& argument) {
 void Commands::Help(const KorText&) {
   for (const Command& command : kCommands)
     console.Print(KorText::Format(u"%-9s %-14s %s", command.name, command.arguments,
-                                  command.help));
+                                  LookUpText(command.text, command.help)));
 }
 
-void Commands::Quit(const KorText&) { console.Quit(); }
+void Commands::Quit(const KorText&) {
+  console.Quit();
+}
 
 } // namespace kor

@@ -18,6 +18,7 @@ class Commands {
   struct Command {
     const char16_t* name;
     const char16_t* arguments; // as help shows them
+    int text;                  // dictionary number of the help
     const char16_t* help;
     Handler handler;
   };

@@ -33,13 +33,15 @@ KorText ClockText() {
 // Control characters would disturb the screen.
 std::string Printable(const KorText& text) {
   KorText clean;
-  for (const char16_t c : text.View()) clean += c < u' ' ? u' ' : c;
+  for (const char16_t c : text.View())
+    clean += c < u' ' ? u' ' : c;
   return clean.ToUtf8();
 }
 
 // The last character, which may be several bytes of UTF-8.
 void RemoveLast(std::string& text) {
-  while (!text.empty() && (text.back() & 0xC0) == 0x80) text.pop_back();
+  while (!text.empty() && (text.back() & 0xC0) == 0x80)
+    text.pop_back();
   if (!text.empty()) text.pop_back();
 }
 
@@ -108,7 +110,8 @@ void ConsoleFrontEnd::RunTasks() {
     const std::lock_guard lock(shared->mutex);
     now.swap(shared->tasks);
   }
-  for (const auto& task : now) task();
+  for (const auto& task : now)
+    task();
 }
 
 void ConsoleFrontEnd::Run(TimerQueue& timers, std::function<void(const KorText&)> onLine) {
@@ -131,15 +134,20 @@ void ConsoleFrontEnd::Run(TimerQueue& timers, std::function<void(const KorText&)
 // --- Input ---------------------------------------------------------------------------------------------
 
 void ConsoleFrontEnd::TakeInput(const std::string& bytes) {
-  for (const char c : bytes) TakeKey(c);
+  for (const char c : bytes)
+    TakeKey(c);
   if (interactive) DrawLive();
 }
 
 void ConsoleFrontEnd::TakeKey(char c) {
-  if (c == '\n' || c == '\r') CompleteLine();
-  else if (interactive && (c == kBackspace || c == kDelete)) RemoveLast(input);
-  else if (interactive && c == kEraseLine) input.clear();
-  else if (static_cast<unsigned char>(c) >= ' ' || c == '\t') input += c;
+  if (c == '\n' || c == '\r')
+    CompleteLine();
+  else if (interactive && (c == kBackspace || c == kDelete))
+    RemoveLast(input);
+  else if (interactive && c == kEraseLine)
+    input.clear();
+  else if (static_cast<unsigned char>(c) >= ' ' || c == '\t')
+    input += c;
 }
 
 void ConsoleFrontEnd::CompleteLine() {
@@ -160,8 +168,7 @@ void ConsoleFrontEnd::EraseLive() {
 void ConsoleFrontEnd::DrawLive() {
   if (!interactive || !hasStatus) return;
   const auto columns = static_cast<std::size_t>(std::max(terminal.Columns() - 1, 20));
-  const std::string status =
-      Printable(StatusLine(shown, meter.BytesPerSecond(), columns));
+  const std::string status = Printable(StatusLine(shown, meter.BytesPerSecond(), columns));
   const std::string line = "\x1b[7m" + status + "\x1b[0m\n> " + input;
   if (line == liveLine) return;
   EraseLive();
@@ -175,15 +182,19 @@ void ConsoleFrontEnd::PrintLine(std::string_view line) {
   DrawLive();
 }
 
-void ConsoleFrontEnd::Print(const KorText& line) { PrintLine(Printable(line)); }
+void ConsoleFrontEnd::Print(const KorText& line) {
+  PrintLine(Printable(line));
+}
 
 void ConsoleFrontEnd::ShowStatus(const StatusView& view) {
   const bool isNew = !hasStatus || IsNewStatus(shown, view);
   shown = view;
   hasStatus = true;
   meter.Update(view, App().HighResolutionSeconds());
-  if (interactive) DrawLive();
-  else if (isNew) Print(KorText::Format(u"%s %i %s", ClockText(), view.code, view.line));
+  if (interactive)
+    DrawLive();
+  else if (isNew)
+    Print(KorText::Format(u"%s %i %s", ClockText(), view.code, view.line));
 }
 
 void ConsoleFrontEnd::SetMonitorOn(bool on) {

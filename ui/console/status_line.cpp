@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "files/text_lookup.h"
+
 namespace kor {
 
 namespace {
@@ -25,7 +27,7 @@ KorText TransferText(const StatusView& view, std::optional<double> rate) {
   text += u" " + RateText(*rate);
   if (measurable && *rate > 0) {
     const auto left = static_cast<double>(std::max<std::int64_t>(view.range - view.count, 0));
-    text += u" " + TimeText(left / *rate) + u" left";
+    text += u" " + KorText::Format(LookUpText(15426, u"%s left"), TimeText(left / *rate));
   }
   return text;
 }
