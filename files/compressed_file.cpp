@@ -38,8 +38,8 @@ class BlockRun {
       if (!pipe.Finish(block))
         return Fail(options.fault, FileResult::Failure, block, place.offset, StepFault());
       if (!Take(pipe.Output(block)))
-        return Fail(options.fault, FileResult::DestinationUnwritable, block, place.offset,
-                    u"the destination can't be written");
+        return FailSystem(options.fault, FileResult::DestinationUnwritable, block, place.offset,
+                          u"the destination can't be written");
       if (!GoesOn(options, source, place.end))
         return Fail(options.fault, FileResult::Failure, block, place.offset, u"cancelled");
     }
@@ -100,8 +100,8 @@ class CompressRun : public BlockRun {
     if (!input.Resize(count))
       return Fail(options.fault, FileResult::Failure, block, offset, u"not enough memory");
     if (source.Read(input.Bytes()) == count) return FileResult::Success;
-    return Fail(options.fault, FileResult::SourceUnreadable, block, offset,
-                u"the source can't be read in full");
+    return FailSystem(options.fault, FileResult::SourceUnreadable, block, offset,
+                      u"the source can't be read in full");
   }
   bool Take(const VoidBuffer& output) override {
     std::uint8_t length[kBlockLengthSize];
@@ -126,8 +126,10 @@ bool InflateBlock(std::span<const std::uint8_t> input, VoidBuffer& output) {
 struct Sink {
   SimpleFile* file = nullptr;
   VoidBuffer* buffer = nullptr;
+  FileCrc* crc = nullptr;
 
   bool Take(std::span<const std::uint8_t> bytes) const {
+    if (crc != nullptr) crc->Add(bytes);
     if (buffer != nullptr) return buffer->Append(bytes);
     return file == nullptr || file->Write(bytes) == bytes.size();
   }
@@ -150,8 +152,8 @@ class RestoreRun : public BlockRun {
     if (!input.Resize(length))
       return Fail(options.fault, FileResult::Failure, block, offset, u"not enough memory");
     if (source.Read(input.Bytes()) == length) return FileResult::Success;
-    return Fail(options.fault, FileResult::SourceUnreadable, block, offset,
-                u"the source can't be read in full");
+    return FailSystem(options.fault, FileResult::SourceUnreadable, block, offset,
+                      u"the source can't be read in full");
   }
   bool Take(const VoidBuffer& output) override { return sink.Take(output.Bytes()); }
   const char16_t* StepFault() const override { return u"the block's data is damaged"; }
@@ -185,13 +187,13 @@ FileResult Restore2004(SimpleFile& source, const Sink& sink, const CompressOptio
   if (!piece.Resize(static_cast<std::size_t>(source.Size() - offset)))
     return Fail(options.fault, FileResult::Failure, 0, offset, u"not enough memory");
   if (source.Read(piece.Bytes()) != piece.Size())
-    return Fail(options.fault, FileResult::SourceUnreadable, 0, offset,
-                u"the source can't be read in full");
+    return FailSystem(options.fault, FileResult::SourceUnreadable, 0, offset,
+                      u"the source can't be read in full");
   if (!piece.Decompress())
     return Fail(options.fault, FileResult::Failure, 0, offset, u"the data is damaged");
   if (!sink.Take(piece.Bytes()))
-    return Fail(options.fault, FileResult::DestinationUnwritable, 0, offset,
-                u"the destination can't be written");
+    return FailSystem(options.fault, FileResult::DestinationUnwritable, 0, offset,
+                      u"the destination can't be written");
   return GoesOn(options, source, source.Size())
              ? FileResult::Success
              : Fail(options.fault, FileResult::Failure, 0, offset, u"cancelled");
@@ -203,19 +205,19 @@ FileResult WriteTarget(SimpleFile& source, const KorText& path, const CompressOp
                        Work work) {
   KorFile target(path);
   if (!target.OpenSafe())
-    return Fail(options.fault, FileResult::DestinationUnwritable, 0, 0,
-                u"the destination can't be opened for writing");
+    return FailSystem(options.fault, FileResult::DestinationUnwritable, 0, 0,
+                      u"the destination can't be opened for writing");
   const FileResult result = work(target);
   if (result != FileResult::Success) return result;
   source.Close(); // it may be the target
   if (target.Commit()) return FileResult::Success;
-  return Fail(options.fault, FileResult::DestinationUnwritable, 0, 0,
-              u"the destination can't be replaced");
+  return FailSystem(options.fault, FileResult::DestinationUnwritable, 0, 0,
+                    u"the destination can't be replaced");
 }
 
 bool OpenSource(SimpleFile& source, bool wait, const CompressOptions& options) {
   if (source.Open(kFileRead, wait)) return true;
-  Fail(options.fault, FileResult::SourceUnreadable, 0, 0, u"the source can't be opened");
+  FailSystem(options.fault, FileResult::SourceUnreadable, 0, 0, u"the source can't be opened");
   return false;
 }
 
@@ -235,8 +237,8 @@ FileResult CompressFile(const KorText& source, const KorText& destination, bool 
   from.Seek(0);
   return WriteTarget(from, destination, options, [&](SimpleFile& to) {
     if (to.Write(ContainerSignature(2005)) != kSignatureSize)
-      return Fail(options.fault, FileResult::DestinationUnwritable, 0, 0,
-                  u"the destination can't be written");
+      return FailSystem(options.fault, FileResult::DestinationUnwritable, 0, 0,
+                        u"the destination can't be written");
     return CompressRun(from, to, options).Run();
   });
 }
@@ -247,7 +249,7 @@ FileResult DecompressFile(SimpleFile& source, SimpleFile* destination, VoidBuffe
   int year = 0;
   FileResult result = ReadSignature(source, year, options.fault);
   if (result != FileResult::Success) return result;
-  const Sink sink{destination, output};
+  const Sink sink{destination, output, options.contentCrc};
   result = year == 2004 ? Restore2004(source, sink, options) : Restore2005(source, sink, options);
   if (result != FileResult::Success && output != nullptr) output->Clear();
   return result;

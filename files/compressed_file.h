@@ -26,6 +26,7 @@ struct CompressOptions {
   unsigned workers = 0; // threads; 0: as many as the processor runs at once
   CompressProgress progress = {};
   ContainerFault* fault = nullptr; // filled when the result is not Success
+  FileCrc* contentCrc = nullptr;   // restoring adds the contents to it
 };
 
 // Whether the file's first 26 bytes are exactly one of the signatures.

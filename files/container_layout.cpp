@@ -135,6 +135,12 @@ FileResult Fail(ContainerFault* fault, FileResult result, std::uint64_t block, s
   return result;
 }
 
+FileResult FailSystem(ContainerFault* fault, FileResult result, std::uint64_t block,
+                      std::uint64_t offset, const char16_t* reason) {
+  if (fault != nullptr) *fault = {block, offset, reason, App().LastError()};
+  return result;
+}
+
 FileResult ReadSignature(SimpleFile& source, int& year, ContainerFault* fault) {
   Signature header;
   if (source.Read(header) != kSignatureSize)

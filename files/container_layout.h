@@ -30,13 +30,17 @@ bool HasSignature(SimpleFile& file);
 
 // Where and why a whole-file operation failed.
 struct ContainerFault {
-  std::uint64_t block = 0;  // from 0
-  std::uint64_t offset = 0; // in the source file, bytes
-  KorText reason;           // English
+  std::uint64_t block = 0;       // from 0
+  std::uint64_t offset = 0;      // in the source file, bytes
+  KorText reason;                // English
+  std::uint32_t systemError = 0; // the system's number where the system refused, else 0
 };
 // Fills the fault when there is one to fill, and returns the result.
 FileResult Fail(ContainerFault* fault, FileResult result, std::uint64_t block, std::uint64_t offset,
                 const char16_t* reason);
+// The same where the system refused: keeps App().LastError().
+FileResult FailSystem(ContainerFault* fault, FileResult result, std::uint64_t block,
+                      std::uint64_t offset, const char16_t* reason);
 
 // Reads the signature at the position.
 FileResult ReadSignature(SimpleFile& source, int& year, ContainerFault* fault);

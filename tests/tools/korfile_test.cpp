@@ -1,0 +1,174 @@
+#include "tools/korfile/korfile.h"
+
+#include <sstream>
+
+#include "files/compressed_file.h"
+#include "files/disk_file.h"
+#include "tests/files/file_test_support.h"
+
+namespace kor {
+namespace {
+
+class KorfileTest : public FileTest {
+ protected:
+  KorfileTest() { app.MakeFolder(app.Path(u"work")); }
+
+  int Run(std::vector<KorText> words) {
+    printed.Clear();
+    complained.Clear();
+    KorfileOutput output;
+    output.print = [this](const KorText& line) { printed += line + u"\n"; };
+    output.complain = [this](const KorText& line) { complained += line + u"\n"; };
+    output.progress = &progress;
+    output.isCancelled = [this] { return cancelAt >= 0 && cancelAt-- == 0; };
+    return RunKorfile(words, output);
+  }
+
+  // Of three small blocks.
+  KorText MakeContainer(const KorText& name) {
+    VoidBuffer piece;
+    std::string file = "KOR Compressed File \xA9 2005";
+    for (const char* text : {"first block", "second block", "third block"}) {
+      EXPECT_TRUE(VoidBuffer::Compress32(AsBytes(text), piece, 6));
+      std::uint8_t length[4];
+      StoreLe32(length, static_cast<std::uint32_t>(piece.Size()));
+      file.append(reinterpret_cast<const char*>(length), 4);
+      file.append(reinterpret_cast<const char*>(piece.Data()), piece.Size());
+    }
+    return Put(name, AsBytes(file));
+  }
+
+  KorText printed, complained;
+  std::ostringstream progress;
+  int cancelAt = -1;
+};
+
+TEST_F(KorfileTest, CompressAndRestoreInPlaceAndAside) {
+  const Bytes content = MakeBytes(20000, 8);
+  const KorText file = Put(u"work/a b.nc", content), aside = app.Path(u"work/aside");
+  EXPECT_EQ(Run({u"compress", file}), 0);
+  EXPECT_TRUE(IsCompressedFile(file));
+  EXPECT_TRUE(printed.Contains(u"a b.nc: 20000 bytes compressed to ")) << printed.ToUtf8();
+  EXPECT_EQ(Run({u"restore", file, u"-o", aside, u"-q"}), 0);
+  EXPECT_TRUE(printed.IsEmpty());
+  EXPECT_EQ(Get(aside), content);
+  EXPECT_TRUE(IsCompressedFile(file));
+  EXPECT_EQ(Run({u"restore", u"-j", u"3", file}), 0);
+  EXPECT_EQ(Get(file), content);
+  EXPECT_EQ(Leftovers(), (std::vector<KorText>{u"a b.nc", u"aside"}));
+}
+
+TEST_F(KorfileTest, ExitCodesAndComplaints) {
+  const KorText plain = Put(u"work/plain", AsBytes("N1 G01 X100 and some more text"));
+  const KorText packed = MakeContainer(u"work/packed");
+  const Bytes whole = *Get(packed);
+  const auto damaged = [&](std::u16string_view name, std::size_t at, std::uint8_t byte) {
+    Bytes bytes = whole;
+    bytes[at] = byte;
+    return Put(name, bytes);
+  };
+  const std::size_t second = 30 + LoadLe32(whole.data() + 26);
+  const KorText corrupt = damaged(u"work/corrupt", 3, '?');
+  const KorText badLength = damaged(u"work/length", second + 3, 0xFF);
+  const KorText badData = damaged(u"work/data", second + 9, 0xFF);
+  const KorText cut = Put(u"work/cut", std::span(whole).first(second + 9));
+  const KorText at = KorText::Format(u"block 1 at offset %u: ", second);
+  struct {
+    std::vector<KorText> words;
+    int code;
+    KorText complaint;
+  } const cases[] = {
+      {{u"test", packed}, 0, u""},
+      {{u"test", plain}, 0, u""},
+      {{u"test", badData}, 1, at + u"the block's data is damaged. Take the file from a backup"},
+      {{u"restore", badData}, 1, at},
+      {{u"crc", u"--contents", badData}, 1, at},
+      {{u"info", badData}, 1, u"damaged"},
+      {{u"test", app.Path(u"work/none")}, 3, u"work/none: the source can't be opened ("},
+      {{u"restore", cut}, 3, at + u"the file ends inside a block. The file was cut off"},
+      {{u"compress", plain, u"-o", app.Path(u"none/x")}, 4, u"Check the free space"},
+      {{u"compress", packed}, 5, u"compressed already. Nothing needs to be done. [0x20000003]"},
+      {{u"restore", plain}, 5, u"not a compressed file. Use it as it is."},
+      {{u"info", corrupt}, 6, u"the signature is damaged"},
+      {{u"test", badLength}, 6, at + u"impossible block length"},
+      {{u"test", plain, cut, corrupt},
+       3,
+       u"[0x20000004]"}, // the first failure decides, all are told
+      {{}, 2, u"a command is missing; korfile --help"},
+      {{u"pack", plain}, 2, u"no command pack"},
+      {{u"test"}, 2, u"a file is missing"},
+      {{u"test", u"--fast", plain}, 2, u"no option --fast"},
+      {{u"compress", u"-j", u"0", plain}, 2, u"threads are 1 to 256, not 0"},
+      {{u"compress", plain, packed, u"-o", u"x"}, 2, u"--output takes one file"},
+      {{u"info", plain, u"-o", u"x"}, 2, u"--output belongs to compress and restore"},
+      {{u"info", plain, u"-o"}, 2, u"-o needs a value"},
+      {{u"--help"}, 0, u""},
+  };
+  const std::vector<KorText> before = Leftovers();
+  for (const auto& c : cases) {
+    EXPECT_EQ(Run(c.words), c.code) << c.complaint.ToUtf8();
+    EXPECT_TRUE(complained.Contains(c.complaint)) << complained.ToUtf8() << c.complaint.ToUtf8();
+    EXPECT_EQ(complained.IsEmpty(), c.code == 0);
+  }
+  EXPECT_EQ(Leftovers(), before);
+  EXPECT_EQ(Get(packed), whole);
+}
+
+TEST_F(KorfileTest, InfoShowsLayoutAsTextAndJson) {
+  const KorText packed = MakeContainer(u"work/packed");
+  EXPECT_EQ(Run({u"info", packed}), 0);
+  EXPECT_TRUE(printed.Contains(u"compressed file 2005")) << printed.ToUtf8();
+  EXPECT_TRUE(printed.Contains(u"34 bytes in 3 blocks")) << printed.ToUtf8();
+  EXPECT_EQ(Run({u"info", u"--json", packed}), 0);
+  EXPECT_TRUE(printed.Contains(u"\"year\": 2005, "));
+  EXPECT_TRUE(printed.Contains(u"\"contents\": 34, "));
+  EXPECT_TRUE(printed.Contains(u"\"blocks\": [{\"offset\": 26, \"stored\": "));
+  EXPECT_EQ(Run({u"crc", u"--contents", packed}), 0);
+  FileCrc crc;
+  crc.Add(AsBytes("first blocksecond blockthird block"));
+  EXPECT_EQ(printed, KorText::Format(u"%08X%08X  %s\n", crc.high, crc.low, packed));
+}
+
+TEST_F(KorfileTest, RecordFilesAreShownAsATree) {
+  const KorText path = app.Path(u"work/set.DAT");
+  DiskFile file(path, {.fileTypes = {77}});
+  ASSERT_TRUE(file.OpenSafe());
+  ASSERT_TRUE(file.TransferHeader());
+  file.BeginRecord(4711);
+  std::uint32_t field = 5;
+  file.Transfer(field);
+  file.EndRecord();
+  ASSERT_TRUE(file.Commit());
+  for (const char16_t* form : {u"plain", u"packed"}) {
+    EXPECT_EQ(Run({u"info", path}), 0) << complained.ToUtf8();
+    EXPECT_TRUE(printed.Contains(u"4711")) << KorText(form).ToUtf8() << printed.ToUtf8();
+    EXPECT_EQ(Run({u"info", u"--json", path}), 0);
+    EXPECT_TRUE(printed.Contains(u"\"class\": 4711, ")) << printed.ToUtf8();
+    Run({u"compress", path});
+  }
+  Run({u"restore", path});
+  Bytes bytes = *Get(path);
+  bytes.resize(bytes.size() - 2);
+  Put(u"work/set.DAT", bytes);
+  EXPECT_EQ(Run({u"test", path}), 6);
+  EXPECT_TRUE(complained.Contains(u" at offset ")) << complained.ToUtf8();
+}
+
+TEST_F(KorfileTest, CancelLeavesEverythingAsItWas) {
+  const KorText packed = MakeContainer(u"work/packed");
+  const auto before = Get(packed);
+  cancelAt = 1;
+  EXPECT_EQ(Run({u"restore", packed}), 1);
+  EXPECT_TRUE(complained.Contains(u"cancelled")) << complained.ToUtf8();
+  EXPECT_EQ(Get(packed), before);
+  EXPECT_EQ(Leftovers(), std::vector<KorText>{u"packed"});
+}
+
+TEST_F(KorfileTest, ProgressBarIsDrawnAndWiped) {
+  Run({u"test", MakeContainer(u"work/packed")});
+  EXPECT_NE(progress.str().find("[####"), std::string::npos) << progress.str();
+  EXPECT_TRUE(progress.str().ends_with(" \r"));
+}
+
+} // namespace
+} // namespace kor
