@@ -31,10 +31,12 @@ bool IsComName(const KorText& name) {
          std::ranges::all_of(digits.View(), [](char16_t c) { return c >= u'0' && c <= u'9'; });
 }
 
+constexpr std::uint32_t kStall = 500; // milliseconds that a piece of a write may take
+
 constexpr DWORD kErrorNoSuchDevice = 433; // not in every compiler's headers
 
-// What drivers answer once the adapter is out of its socket. Not ERROR_OPERATION_ABORTED: a cancelled
-// write gives it, and so does a line error on a port that is set to stop at errors.
+// What drivers answer once the adapter is out of its socket. Not ERROR_OPERATION_ABORTED: a line error
+// gives it on a port that is set to stop at errors.
 bool MeansGone(DWORD error) {
   constexpr std::array<DWORD, 10> kGone = {
       ERROR_FILE_NOT_FOUND,       ERROR_ACCESS_DENIED, ERROR_NOT_READY,    ERROR_BAD_COMMAND,
@@ -100,36 +102,20 @@ struct Win32SerialPort::State {
   HANDLE device = INVALID_HANDLE_VALUE;
   HANDLE wake = ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
   DCB dcb = EmptyBlock();
-  DWORD laterErrors = 0; // seen by WaitReadable, for the next GetStatus
+  DWORD newErrors = 0; // for the next GetStatus
   DWORD lastError = 0;
   bool gone = false;
-
-  Mutex mutex;
-  HANDLE writer KOR_GUARDED_BY(mutex) = nullptr; // the thread that is inside WriteFile
+  std::uint32_t writeLimit = 0; // milliseconds; 0 = none
 
   ~State() { ::CloseHandle(wake); }
-};
 
-// While it lives Interrupt can find the thread that writes.
-class Win32SerialPort::WriterMark {
- public:
-  explicit WriterMark(State& ofPort) : state(ofPort) {
-    HANDLE thread = nullptr;
-    ::DuplicateHandle(::GetCurrentProcess(), ::GetCurrentThread(), ::GetCurrentProcess(), &thread,
-                      THREAD_TERMINATE, FALSE, 0);
-    Lock lock(state.mutex);
-    state.writer = thread;
+  // The system forgets its error bits once it has told them.
+  bool Look(COMSTAT& line) {
+    DWORD errors = 0;
+    if (!::ClearCommError(device, &errors, &line)) return false;
+    newErrors |= errors;
+    return true;
   }
-  ~WriterMark() {
-    Lock lock(state.mutex);
-    if (state.writer) ::CloseHandle(state.writer);
-    state.writer = nullptr;
-  }
-  WriterMark(const WriterMark&) = delete;
-  WriterMark& operator=(const WriterMark&) = delete;
-
- private:
-  State& state;
 };
 
 Win32SerialPort::Win32SerialPort() : state(std::make_unique<State>()) {}
@@ -167,7 +153,7 @@ bool Win32SerialPort::Open(const KorText& name) {
   }
   state->device = device;
   state->dcb = EmptyBlock();
-  state->laterErrors = 0;
+  state->newErrors = 0;
   state->gone = false;
   ::timeBeginPeriod(1);
   return true;
@@ -211,22 +197,26 @@ bool Win32SerialPort::BuildControlBlock(const KorText& text, DeviceControlBlock&
 bool Win32SerialPort::SetControlBlock(const DeviceControlBlock& block) {
   DCB dcb = state->dcb;
   ToSystem(block, dcb);
-  return Succeed(::SetCommState(state->device, &dcb));
+  if (!Succeed(::SetCommState(state->device, &dcb))) return false;
+  state->dcb = dcb;
+  return true;
 }
 
 bool Win32SerialPort::SetTimeouts(const PortTimeouts& timeouts) {
+  const bool limited = timeouts.writeConstant != 0;
+  const std::uint32_t stall = limited ? std::min(timeouts.writeConstant, kStall) : kStall;
   COMMTIMEOUTS system{timeouts.readInterval, timeouts.readMultiplier, timeouts.readConstant,
-                      timeouts.writeMultiplier, timeouts.writeConstant};
+                      timeouts.writeMultiplier, stall};
+  state->writeLimit = timeouts.writeConstant;
   return Succeed(::SetCommTimeouts(state->device, &system));
 }
 
 // --- Traffic --------------------------------------------------------------------------------------
 
 bool Win32SerialPort::GetStatus(LineStatus& status) {
-  DWORD errors = 0;
   COMSTAT line{};
-  if (!Succeed(::ClearCommError(state->device, &errors, &line))) return false;
-  status.errors = errors | std::exchange(state->laterErrors, DWORD{0});
+  if (!Succeed(state->Look(line))) return false;
+  status.errors = std::exchange(state->newErrors, DWORD{0});
   status.holds = HoldsOf(line);
   status.inQueue = line.cbInQue;
   status.outQueue = line.cbOutQue;
@@ -243,18 +233,37 @@ bool Win32SerialPort::Read(std::span<std::uint8_t> to, std::size_t& readCount) {
   return true;
 }
 
+std::size_t Win32SerialPort::PieceSize() const {
+  constexpr std::size_t kPerSecond = 20;
+  constexpr std::size_t kBitsPerByte = 10; // start, 8 data, stop
+  return std::max<std::size_t>(state->dcb.BaudRate / kBitsPerByte / kPerSecond, 1);
+}
+
+bool Win32SerialPort::TakeInterrupt() {
+  return ::WaitForSingleObject(state->wake, 0) == WAIT_OBJECT_0;
+}
+
+// Not when the device doesn't answer: the write then says so.
+bool Win32SerialPort::IsHeld() {
+  COMSTAT line{};
+  return state->Look(line) && (HoldsOf(line) & (kCtsHold | kDsrHold | kXoffHold)) != 0;
+}
+
 bool Win32SerialPort::Write(std::span<const std::uint8_t> from, std::size_t& writtenCount) {
-  DWORD count = 0;
+  const auto until =
+      std::chrono::steady_clock::now() + std::chrono::milliseconds(state->writeLimit);
   writtenCount = 0;
-  WriterMark mark(*state);
-  if (::WaitForSingleObject(state->wake, 0) == WAIT_OBJECT_0) return true; // interrupted before
-  const bool written = ::WriteFile(state->device, from.data(), static_cast<DWORD>(from.size()),
-                                   &count, nullptr) != FALSE;
-  if (!written && ::GetLastError() == ERROR_OPERATION_ABORTED &&
-      ::WaitForSingleObject(state->wake, 0) == WAIT_OBJECT_0)
-    return true;
-  if (!Succeed(written)) return false;
-  writtenCount = count;
+  while (writtenCount < from.size() && !TakeInterrupt() && !IsHeld()) {
+    const auto piece =
+        from.subspan(writtenCount, std::min(PieceSize(), from.size() - writtenCount));
+    DWORD count = 0;
+    if (!::WriteFile(state->device, piece.data(), static_cast<DWORD>(piece.size()), &count,
+                     nullptr))
+      return Succeed(false);
+    writtenCount += count;
+    if (count < piece.size()) break; // stalled
+    if (state->writeLimit != 0 && std::chrono::steady_clock::now() >= until) break;
+  }
   return true;
 }
 
@@ -272,12 +281,8 @@ bool Win32SerialPort::PurgeReceive() {
 
 // True also when the device doesn't answer: the caller has to see that.
 bool Win32SerialPort::HasInput() {
-  DWORD errors = 0;
   COMSTAT line{};
-  if (!IsOpen()) return false;
-  if (!::ClearCommError(state->device, &errors, &line)) return true;
-  state->laterErrors |= errors;
-  return line.cbInQue > 0;
+  return IsOpen() && (!state->Look(line) || line.cbInQue > 0);
 }
 
 void Win32SerialPort::WaitReadable(std::chrono::microseconds atMost) {
@@ -286,17 +291,8 @@ void Win32SerialPort::WaitReadable(std::chrono::microseconds atMost) {
     if (::WaitForSingleObject(state->wake, 1) == WAIT_OBJECT_0) return;
 }
 
-// The writing thread may be just before or behind the call that waits, where there is nothing to
-// cancel yet: the event stays set for it, and the cancelling is repeated until it has left.
 void Win32SerialPort::Interrupt() {
   ::SetEvent(state->wake);
-  for (int i = 0; i < 100; ++i) {
-    {
-      Lock lock(state->mutex);
-      if (!state->writer || ::CancelSynchronousIo(state->writer)) return;
-    }
-    ::Sleep(1);
-  }
 }
 
 } // namespace kor

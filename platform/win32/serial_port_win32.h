@@ -5,11 +5,11 @@
 // system finds no such file the name is tried again as "\\.\COM10", so that the settings need not carry
 // the prefix.
 //
-// Write waits while the line is held, at most for the write time-out; Interrupt ends it, and then the
-// bytes that went out are not known: 0 is returned. (Wine can't cancel a write; there Interrupt gives up
-// after 0.1 s and the time-out ends it.) It stays one call to the system, not many with short
-// time-outs: drivers of USB adapters may miscount the bytes of a write that times out. WaitReadable looks every millisecond; while a port
-// is open the system's timer runs at 1 ms.
+// Write hands the system about 50 ms of line time at once and ends, with an exact count, when the line is
+// held, when a piece stalls for half a second, when Interrupt is called or when the write time-out has
+// passed. The system is given no longer time-out than that half second: a write that waits in there
+// can only be cancelled, and then nobody knows how much of it went out. WaitReadable looks every
+// millisecond; while a port is open the system's timer runs at 1 ms.
 //
 // Error bits are the system's (CE_RXOVER 1, CE_OVERRUN 2, CE_RXPARITY 4, CE_FRAME 8, CE_BREAK 16).
 #pragma once
@@ -17,7 +17,6 @@
 #include <memory>
 
 #include "link/serial_port.h"
-#include "services/core/thread_annotations.h"
 
 namespace kor {
 
@@ -50,10 +49,12 @@ class Win32SerialPort : public SerialPort {
 
  private:
   struct State; // the system's types stay out of this header
-  class WriterMark;
 
   bool Succeed(bool success); // keeps the system's error of a failed call; returns success
   bool HasInput();
+  bool IsHeld();
+  bool TakeInterrupt();
+  std::size_t PieceSize() const;
 
   std::unique_ptr<State> state;
 };

@@ -334,6 +334,9 @@ TEST_F(SerialPortPosixTest, InterruptEndsTheWaitThatRunsOrTheNextOne) {
   other.join();
   EXPECT_LT(steady_clock::now() - start, kLong);
   port.WaitReadable(microseconds(0)); // uses up what the last round may have left
+  const auto quiet = steady_clock::now();
+  port.WaitReadable(microseconds(2000));
+  EXPECT_GE(steady_clock::now() - quiet, microseconds(2000));
   cable.Send("x");
   EXPECT_EQ(ReadCount(1), "x") << "interrupts are used up, bytes still end the wait";
 }
