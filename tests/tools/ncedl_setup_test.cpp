@@ -1,0 +1,184 @@
+// ncedl-setup as a process, with a home of its own: what it writes, what it leaves alone, and what it says
+// when something is in the way.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "tests/support/process.h"
+
+namespace kor {
+namespace {
+
+namespace fs = std::filesystem;
+using support::Process;
+using support::ReadWholeFile;
+using support::WriteWholeFile;
+
+class NcedlSetup : public ::testing::Test {
+ protected:
+  // Runs it and gives the exit code; what it wrote is kept.
+  int Run(const std::vector<std::string>& arguments) {
+    std::vector<std::string> words = {NCEDL_PROGRAMS "/ncedl-setup"};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    support::ProcessOptions options;
+    options.workingFolder = home.Path();
+    options.environment = {{"HOME", home.Path().string()},
+                           {"XDG_CONFIG_HOME", home / "config"},
+                           {"NCEDL_DATA_DIR", home / "data"},
+                           {"LC_ALL", "C.UTF-8"}};
+    Process process(words, options);
+    const std::optional<int> code = process.WaitForExit();
+    output = process.Output();
+    diagnostics = process.Diagnostics();
+    return code.value_or(-1);
+  }
+  std::string Registry() { return ReadWholeFile(home / (kSettings + "registry.ini")); }
+  fs::path Port(const std::string& name) { return home.Path() / (kSettings + "ports/" + name); }
+  bool Says(const std::string& text) {
+    return (output + diagnostics).find(text) != std::string::npos;
+  }
+  static std::size_t Count(const std::string& in, const std::string& what) {
+    std::size_t count = 0;
+    for (std::size_t at = in.find(what); at != in.npos; at = in.find(what, at + 1))
+      ++count;
+    return count;
+  }
+
+  const std::string kSettings = "config/Velmora/Plenova 2026/";
+  support::TemporaryFolder home;
+  std::string output, diagnostics;
+};
+
+TEST_F(NcedlSetup, MakesTheMainFolderAndRegistersIt) {
+  ASSERT_EQ(Run({"--main", "Werk/Süd"}), 0) << diagnostics;
+  const std::string folder = home / "Werk/Süd/";
+  const std::string paths = ReadWholeFile(folder + "KOR.INI");
+  EXPECT_NE(paths.find("Main=" + home.Path().string() +
+                       "/Werk/S\xFC"
+                       "d/\n"),
+            paths.npos)
+      << paths;
+  EXPECT_EQ(Count(paths, "\n"), 22u); // a blank line, the section and 20 folders
+  for (const char* name : {"cnc", "shearnc", "mis", "database"})
+    EXPECT_TRUE(fs::is_directory(folder + name)) << name;
+  EXPECT_NE(Registry().find("Path=" + folder + "\nDefault=1\n"), std::string::npos) << Registry();
+  const std::string registry = Registry();
+  ASSERT_EQ(Run({"--main=" + folder, "--list"}), 0);
+  EXPECT_EQ(ReadWholeFile(folder + "KOR.INI"), paths);
+  EXPECT_EQ(Registry(), registry);
+  EXPECT_TRUE(Says("  * Süd " + folder)) << output;
+}
+
+TEST_F(NcedlSetup, CompletesAPathsFileWithoutTouchingItsOtherLines) {
+  fs::create_directory(home / "nc");
+  const std::string kept =
+      "[PROGRAM PATHS]\nCNC=../programs\n; note\nMain=.\nMine=1\n[Other]\nk=v\n";
+  WriteWholeFile(home / "nc/KOR.INI", kept);
+  ASSERT_EQ(
+      Run({"--main", "nc", "--name", "Hall 2", "--guid", "01234567-89ab-cdef-0123-456789abcdef"}),
+      0);
+  const std::string paths = ReadWholeFile(home / "nc/KOR.INI");
+  EXPECT_NE(paths.find("CNC=../programs/\n; note\nMain=./\nMine=1\n[Other]\nk=v\n"), paths.npos)
+      << paths;
+  EXPECT_NE(paths.find("Parts=./parts/\n"), paths.npos) << paths;
+  EXPECT_TRUE(fs::is_directory(home / "programs"));
+  EXPECT_NE(Registry().find("Name=Hall 2\n"), std::string::npos);
+  EXPECT_NE(Registry().find("GUID={01234567-89AB-CDEF-0123-456789ABCDEF}\n"), std::string::npos);
+}
+
+TEST_F(NcedlSetup, TheLastMainFolderIsUsedUnlessToldOtherwise) {
+  ASSERT_EQ(Run({"--main", "a"}), 0);
+  ASSERT_EQ(Run({"--main", "b"}), 0);
+  ASSERT_EQ(Run({"--main", "c", "--no-default", "--list"}), 0);
+  EXPECT_TRUE(Says("  * b " + home.Path().string() + "/b/ {")) << output;
+  EXPECT_EQ(Count(Registry(), "Default=1\n"), 1u);
+  EXPECT_EQ(Count(Registry(), "Default=0\n"), 2u);
+  fs::remove(home / "b/KOR.INI");
+  ASSERT_EQ(Run({"--list"}), 0);
+  EXPECT_TRUE(Says("  * a ")) << output;
+  EXPECT_TRUE(Says("(KOR.INI is missing)"));
+}
+
+TEST_F(NcedlSetup, NamesSerialDevices) {
+  ASSERT_EQ(Run({"--port", "COM1=/dev/null", "--port", "com2=adapter", "--list"}), 0);
+  EXPECT_EQ(fs::read_symlink(Port("COM1")), "/dev/null");
+  EXPECT_EQ(fs::read_symlink(Port("COM2")), home / "adapter");
+  EXPECT_EQ(Count(diagnostics, "warning"), 1u) << diagnostics; // only the second one isn't there
+  EXPECT_TRUE(Says("adapter isn't there at the moment"));
+  EXPECT_TRUE(Says("  COM1   /dev/null\n")) << output;
+  ASSERT_EQ(Run({"--port", "COM2=/dev/zero", "--port", "COM1="}), 0);
+  EXPECT_EQ(fs::read_symlink(Port("COM2")), "/dev/zero");
+  EXPECT_FALSE(fs::is_symlink(Port("COM1")));
+  ASSERT_EQ(Run({"--port", "COM3=" + home.Path().string()}), 0);
+  EXPECT_TRUE(Says("is no serial device")) << diagnostics;
+}
+
+TEST_F(NcedlSetup, KeepsTheLanguage) {
+  ASSERT_EQ(Run({"--language", "de-DE", "--list"}), 0);
+  EXPECT_TRUE(Says("Language: de-DE\n")) << output;
+  ASSERT_EQ(Run({"--language", "system", "--list"}), 0);
+  EXPECT_TRUE(Says("Language: the system's\n")) << output;
+}
+
+TEST_F(NcedlSetup, SaysWhatIsInTheWay) {
+  fs::create_directories(home / "sealed/KOR.INI"); // a folder instead of the file
+  fs::create_directories(home / "taken");
+  WriteWholeFile(home / "taken/cnc", "a file");
+  WriteWholeFile(home / "file", "");
+  struct Case {
+    std::vector<std::string> arguments;
+    int code;
+    std::string says;
+  };
+  const Case kCases[] = {
+      {{}, 2, "nothing to do"},
+      {{"--mian", "nc"}, 2, "--mian: there is no such option"},
+      {{"--main"}, 2, "--main needs a folder"},
+      {{"--name", "x"}, 2, "belong to --main"},
+      {{"--main", "nc", "--guid", "12"}, 2, "12: an identifier has the form"},
+      {{"--list=1"}, 2, "--list takes no value"},
+      {{"--port", "COM1"}, 2, "COM1: write the name, \"=\" and the device"},
+      {{"--port", "COM0=/dev/null"}, 2, "COM0: a serial port is named COM1 to COM255"},
+      {{"--port", "COM256=/dev/null"}, 2, "COM256: a serial port"},
+      {{"--port", "LPT1=/dev/null"}, 2, "LPT1: a serial port"},
+      {{"--port", "../x=/dev/null"}, 2, "../x: a serial port"},
+      {{"--language", "../de"}, 2, "../de: a language is a code"},
+      {{"--main", "file"}, 1, "file is a file. Name a folder"},
+      {{"--main", "file/nc"}, 1, "Choose a folder that this user may make"},
+      {{"--main", "a\\b"}, 1, "Choose a folder without it in its path"},
+      {{"--main", "a\nb"}, 1, "control character"},
+      {{"--main", "sealed"}, 1, "sealed/KOR.INI can't be read"},
+      {{"--main", "taken"}, 1, "taken/cnc/ (CNC) can't be made"},
+      {{"--help"}, 0, "usage: ncedl-setup"},
+      {{"--list"}, 0, "make one with ncedl-setup --main DIR"},
+  };
+  for (const Case& test : kCases) {
+    EXPECT_EQ(Run(test.arguments), test.code) << test.says;
+    EXPECT_TRUE(Says(test.says)) << "instead of " << test.says << "\n" << output << diagnostics;
+  }
+  EXPECT_EQ(Registry(), "");
+  EXPECT_FALSE(fs::exists(Port("COM1")));
+}
+
+// A full disk at any byte: nothing half-written, and the next run completes the work.
+TEST_F(NcedlSetup, LeavesTheOlderFilesWholeOnAFullDisk) {
+  fs::create_directory(home / "nc");
+  const std::string older = "[PROGRAM PATHS]\nCNC=/nowhere\nMain=/old\n[Other]\nk=v\n";
+  WriteWholeFile(home / "nc/KOR.INI", older);
+  support::ProcessOptions options;
+  options.workingFolder = home.Path();
+  options.environment = {{"HOME", home.Path().string()},
+                         {"XDG_CONFIG_HOME", home / "config"},
+                         {"NCEDL_DATA_DIR", home / "data"}};
+  options.largestFile = 40; // bytes
+  Process process({NCEDL_PROGRAMS "/ncedl-setup", "--main", "nc"}, options);
+  EXPECT_EQ(process.WaitForExit(), 1);
+  EXPECT_NE(process.Diagnostics().find("KOR.INI can't be written"), std::string::npos)
+      << process.Diagnostics();
+  EXPECT_EQ(ReadWholeFile(home / "nc/KOR.INI"), older);
+  EXPECT_EQ(std::distance(fs::directory_iterator(home / "nc"), {}), 1);
+  EXPECT_EQ(Registry(), "");
+}
+
+} // namespace
+} // namespace kor
