@@ -509,7 +509,7 @@ void DiskFile::WriteInstance(const std::shared_ptr<Storable>& object) {
   object->AddToCrc(crc, false);
   const InstanceKey key{object->ClassId(), crc.count, crc.low, crc.high};
   const bool written = instances.contains(key);
-  reference = written ? key.classId : kNewInstance;
+  reference = written ? object->ClassId() : kNewInstance;
   Transfer(reference);
   TransferCrc(crc);
   if (written) return;

@@ -21,6 +21,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <tuple>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -94,7 +95,7 @@ class DiskFile : public KorFile {
             FileResult* result = nullptr) override;
   bool Close() override;
   // KorFile's, after the last block; gives the file up when the stream has an error.
-  bool Commit();
+  bool Commit() override;
 
   // Hands the block cache to the file: MemoryBytes is complete then. False when the stream has an
   // error.
@@ -176,11 +177,8 @@ class DiskFile : public KorFile {
     std::uint64_t sizeB = 0, positionB = 0;
     std::uint64_t end = 0; // of what may be read
   };
-  struct InstanceKey {
-    std::uint32_t classId;
-    std::uint32_t count, low, high;
-    friend auto operator<=>(const InstanceKey&, const InstanceKey&) = default;
-  };
+  // Class number and checksum: count, low, high.
+  using InstanceKey = std::tuple<std::uint32_t, std::uint32_t, std::uint32_t, std::uint32_t>;
 
   std::uint64_t SizeWidth() const { return format.wideSizes ? 8 : 4; }
   void ResetStream();

@@ -41,8 +41,9 @@ class ByteWindow {
 };
 
 bool IsMarker(std::optional<std::uint32_t> number) {
-  return number == record_marker::kNarrowSizes || number == record_marker::kWideSizes ||
-         number == record_marker::kFormat || number == record_marker::kRevision2;
+  using namespace record_marker;
+  static constexpr std::uint32_t kMarkers[] = {kNarrowSizes, kWideSizes, kFormat, kRevision2};
+  return number && std::ranges::find(kMarkers, *number) != std::end(kMarkers);
 }
 
 class Inspector {

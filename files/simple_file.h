@@ -199,7 +199,7 @@ class KorFile : public SimpleFile {
   bool OpenSafe(std::uint32_t mode = kFileWrite, bool compress = false);
   // Flush, disk, rename over the target, disk for the folder. False when anything failed, also an
   // earlier write: the older target is whole then and nothing else is left. Closes in either case.
-  bool Commit();
+  virtual bool Commit();
   // Gives up what was written. Closes.
   void Discard();
   // Of a safe write: gives it up, as Discard.

@@ -68,9 +68,9 @@ class StorableContainer : public Storable {
   // The path to load from or save to, given what the caller asked for; also the name in messages.
   // Empty: there is none.
   virtual KorText FilePath(const KorText& asked) const = 0;
-  virtual void Reserved19() {}
+  virtual void FirstHook() {}
   virtual void LoadBegins(const KorText&) {}
-  virtual void Reserved21() {}
+  virtual void SecondHook() {}
   // Without a path: no. Without a time stamp: whether the file exists.
   virtual bool FileChangedOnDisk() const;
 
