@@ -111,9 +111,12 @@ bool Setup::WritePathsFile(const KorText& folder) {
 }
 
 bool Setup::MakeSubFolders(const KorText& folder) {
+  const KorText startIn = App().GetApplicationPropertyPath(kStartInFolder);
   App().SetApplicationPropertyPath(kStartInFolder, folder);
   ProgramPaths paths;
-  if (!paths.Load(true)) return Fail(folder + kPathsFileName + u" can't be read again");
+  const bool loaded = paths.Load(true);
+  App().SetApplicationPropertyPath(kStartInFolder, startIn); // List settles it anew
+  if (!loaded) return Fail(folder + kPathsFileName + u" can't be read again");
   bool done = !paths.WritingFailed();
   if (!done) Fail(folder + kPathsFileName + u" can't be completed: " + SystemReason());
   for (int kind = 0; kind < kFolderKinds; ++kind) {

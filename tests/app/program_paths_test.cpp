@@ -1,0 +1,257 @@
+// The program's folders from KOR.INI, and the configurations that say where KOR.INI is.
+#include "app/program_paths.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "app/configurations.h"
+#include "tests/support/test_app.h"
+#include "tests/support/text_printer.h"
+
+namespace kor {
+namespace {
+
+class ProgramPathsTest : public ::testing::Test {
+ protected:
+  void PutPaths(const KorText& lines) { app.Put(file, u"[PROGRAM PATHS]\n" + lines); }
+  std::string Bytes() { return app.Content(file).value_or(u"(missing)").ToBytes(); }
+
+  TestApp app;
+  KorText startIn = app.GetApplicationPropertyPath(kStartInFolder);
+  KorText file = startIn + u"KOR.INI";
+  ProgramPaths paths;
+};
+
+TEST_F(ProgramPathsTest, NamesTheKindsThatHaveAKey) {
+  struct Case {
+    int kind;
+    const char16_t* name;
+    const char16_t* subFolder;
+  };
+  constexpr Case kCases[] = {
+      {3, u"Main", u""},          {8, u"CNC", u"cnc"},           {35, u"Reports", u"mis"},
+      {45, u"Rotary NC", u"cnc"}, {46, u"Shear NC", u"shearnc"}, {12, u"ERROR", u"ERROR"},
+      {0, u"ERROR", u"ERROR"},    {47, u"ERROR", u"ERROR"},      {-1, u"ERROR", u"ERROR"},
+  };
+  for (const Case& test : kCases) {
+    EXPECT_EQ(ProgramPaths::DisplayName(test.kind), test.name) << test.kind;
+    EXPECT_EQ(ProgramPaths::DefaultSubFolder(test.kind), test.subFolder) << test.kind;
+  }
+}
+
+TEST_F(ProgramPathsTest, CompletesNormalisesAndResolvesFolders) {
+  struct Case {
+    const char16_t* lines;
+    int kind;
+    KorText folder;
+  };
+  const Case kCases[] = {
+      {u"Main=D:\\kor", 3, u"D:/kor/"},
+      {u"Main=/srv/kor", 8, u"/srv/kor/cnc/"},
+      {u"Main=/srv/kor/", 45, u"/srv/kor/cnc/"},
+      {u"Main=/srv/kor\nCNC=\\\\server\\nc", 8, u"//server/nc/"},
+      {u"Main=/srv/kor\nCNC=\\\\server\\nc", 45, u"/srv/kor/cnc/"},
+      {u"Main=/srv/kor\nReports=/r", 35, u"/r/"},
+      {u"Main=kor/main", 5, startIn + u"kor/main/parts/"},
+      {u"Main=/srv\nCNC=./a/../b//c", 8, startIn + u"b/c/"},
+      {u"CNC=nc", 8, startIn + u"nc/"},
+      {u"CNC=nc", 9, startIn + u"database/"},
+      {u"Main=.", 3, startIn},
+      {u"Main=/srv", 12, app.GetApplicationPropertyPath(kDataFolder)},
+      {u"Main=/srv", 13, u""},
+      {u"Main=/srv", 46, u"/srv/shearnc/"},
+      {u"Main=/srv", 47, u""},
+      {u"Main=/srv", -1, u""},
+  };
+  for (const Case& test : kCases) {
+    PutPaths(test.lines);
+    ASSERT_TRUE(paths.Load());
+    EXPECT_EQ(paths.GetFolder(test.kind), test.folder) << KorText(test.lines).ToBytes();
+  }
+  EXPECT_TRUE(app.Messages().empty());
+}
+
+TEST_F(ProgramPathsTest, NeverClimbsAboveARoot) {
+  for (const auto& [base, resolved] :
+       {std::pair(u"/a/b/", u"/x/"), {u"C:/a/", u"C:/x/"}, {u"//server/a/", u"//server/x/"}})
+    EXPECT_EQ(ResolvedFolder(u"../../../x", base), resolved);
+}
+
+TEST_F(ProgramPathsTest, HandsTheFoldersToTheServices) {
+  PutPaths(u"Main=/srv\nCNC=nc\n");
+  ASSERT_TRUE(paths.Load());
+  EXPECT_EQ(app.GetProgramFolder(u"CNC"), startIn + u"nc/");
+  EXPECT_EQ(app.GetProgramFolder(u"rotary nc"), u"/srv/cnc/");
+}
+
+TEST_F(ProgramPathsTest, WritesDefaultsBackWhenAsked) {
+  const std::string before = "; mine\n[PROGRAM PATHS]\nMain=main\\\nOther=1\n[X]\n";
+  app.Put(file, KorText::FromBytes(before));
+  ASSERT_TRUE(paths.Load());
+  EXPECT_EQ(Bytes(), before);
+  ASSERT_TRUE(paths.Load(true));
+  const std::string after = Bytes();
+  EXPECT_TRUE(after.starts_with("; mine\n[PROGRAM PATHS]\nProject=main/projects/\n")) << after;
+  EXPECT_TRUE(after.ends_with("Shear NC=main/shearnc/\nMain=main/\nOther=1\n[X]\n")) << after;
+  app.LimitWrites(0); // all folders are set now: nothing to write
+  ASSERT_TRUE(paths.Load(true));
+  EXPECT_TRUE(app.Messages().empty());
+
+  app.ClearFaults();
+  app.Put(file, KorText::FromBytes(before));
+  app.LimitWrites(0);
+  EXPECT_TRUE(paths.Load(true));
+  EXPECT_TRUE(paths.WritingFailed());
+  EXPECT_EQ(app.Messages().size(), 1u);
+  EXPECT_EQ(Bytes(), before);
+}
+
+TEST_F(ProgramPathsTest, AMissingFileOrSectionIsACorruptInstallation) {
+  const KorText place = u"Unable to locate Program Paths in\n\n" + startIn;
+  struct Case {
+    const char16_t* content; // null: no file
+    KorText startIn;
+    KorText message;
+  };
+  const Case kCases[] = {
+      {nullptr, startIn, place},
+      {u"[PROGRAM PATH]\nMain=/srv\n", startIn, place},
+      {u"[PROGRAM PATHS]\n", u"",
+       u"Unable to locate Program Paths\n\nWorking directory has not been setup."},
+  };
+  for (const Case& test : kCases) {
+    app.RemoveFile(file);
+    if (test.content) app.Put(file, test.content);
+    app.SetApplicationPropertyPath(kStartInFolder, test.startIn);
+    EXPECT_EQ(paths.GetFolder(kCncFolder, false, true), u"");
+    EXPECT_TRUE(app.Messages().empty());
+    EXPECT_EQ(paths.GetFolder(kCncFolder), u"");
+    EXPECT_FALSE(paths.LoadOrReport());
+    ASSERT_EQ(app.Messages().size(), 2u);
+    EXPECT_EQ(app.Messages()[0].level, MessageLevel::Fatal);
+    EXPECT_EQ(app.Messages()[0].info, u"Corrupt Installation");
+    EXPECT_EQ(app.Messages()[0].message, test.message);
+    app.ForgetReports();
+  }
+}
+
+TEST_F(ProgramPathsTest, MakesAFolderOnceAndTriesAgainAfterAFailure) {
+  PutPaths(u"CNC=deep/er/nc\n");
+  const KorText folder = startIn + u"deep/er/nc/";
+  EXPECT_EQ(paths.GetFolder(kCncFolder), folder);
+  EXPECT_FALSE(app.FolderExists(folder));
+  app.Put(startIn + u"deep", u"a file in the way");
+  EXPECT_EQ(paths.GetFolder(kCncFolder, true), folder);
+  app.RemoveFile(startIn + u"deep");
+  EXPECT_EQ(paths.GetFolder(kCncFolder, true), folder);
+  EXPECT_TRUE(app.FolderExists(folder));
+  app.RemoveFolder(folder);
+  paths.GetFolder(kCncFolder, true);
+  EXPECT_FALSE(app.FolderExists(folder)); // checked once
+}
+
+TEST_F(ProgramPathsTest, JoinsTheSubFolderOfReportsWithItsOwnSeparator) {
+  PutPaths(u"Reports=/r\n");
+  paths.SetReportsSubFolder(u"2026");
+  EXPECT_EQ(paths.GetFolder(kReportsFolder), u"/r//2026");
+  EXPECT_EQ(paths.GetFolder(kReportsFolder, false, false, true), u"/r/");
+  EXPECT_EQ(paths.GetFolder(kMainFolder), startIn);
+}
+
+class ConfigurationsTest : public ProgramPathsTest {
+ protected:
+  Configuration Put(const KorText& path, bool isDefault = false, std::uint32_t version = 1,
+                    bool withFile = true) {
+    Configuration entry;
+    entry.name = u"Name";
+    entry.path = path;
+    entry.isDefault = isDefault;
+    entry.version = version;
+    if (withFile) app.Put(NormalisedFolder(path) + kPathsFileName, u"[PROGRAM PATHS]\n");
+    return RegisterConfiguration(entry).value();
+  }
+  std::vector<KorText> Listed(const KorText& fileName = {}) {
+    std::vector<KorText> found;
+    for (const Configuration& entry :
+         ListConfigurations(ConfigurationKind::Configuration, fileName))
+      found.push_back(entry.path);
+    std::ranges::sort(found);
+    return found;
+  }
+};
+
+TEST_F(ConfigurationsTest, ListsFoldersThatHoldTheFileOnce) {
+  const KorText a = app.Path(u"a/"), b = app.Path(u"b/"), pub = app.PublicDocumentsFolder();
+  Put(a);
+  Put(b, false, 1, false);
+  const auto raw = [&](const char16_t* name, const KorText& path) {
+    const KorText key = ConfigurationKey(ConfigurationKind::Configuration, name);
+    app.WriteRegistryText(key, u"Path", path);
+  };
+  raw(u"again", KorText(a).ReplaceAll(u'/', u'\\'));
+  raw(u"public", u"%public%\\documents\\kor");
+  raw(u"nowhere", u"");
+  app.WriteRegistryText(ConfigurationKey(ConfigurationKind::Cache, u"c"), u"Path", u"/cache");
+  EXPECT_EQ(Listed(), (std::vector<KorText>{a, a, b, pub + u"kor/"}));
+  EXPECT_EQ(Listed(kPathsFileName), std::vector<KorText>{a});
+  app.Put(pub + u"kor/KOR.INI", u"");
+  EXPECT_EQ(Listed(kPathsFileName), (std::vector<KorText>{a, pub + u"kor/"}));
+  const std::vector<Configuration> caches = ListConfigurations(ConfigurationKind::SecondCache);
+  ASSERT_EQ(caches.size(), 1u);
+  EXPECT_EQ(caches[0].path, u"/cache/");
+}
+
+TEST_F(ConfigurationsTest, TheDefaultIsTheMarkedOneThenTheNewest) {
+  EXPECT_FALSE(ChooseDefault({}));
+  struct Case {
+    std::vector<std::pair<bool, std::uint32_t>> list; // default, version
+    std::size_t chosen;
+  };
+  const Case kCases[] = {{{{false, 1}, {false, 3}, {false, 2}}, 1},
+                         {{{false, 9}, {true, 1}}, 1},
+                         {{{true, 1}, {true, 2}, {false, 9}}, 1},
+                         {{{false, 2}, {false, 2}}, 0}};
+  for (const Case& test : kCases) {
+    std::vector<Configuration> list(test.list.size());
+    for (std::size_t i = 0; i < list.size(); ++i) {
+      list[i].name = KorText::Format(u"%i", i);
+      std::tie(list[i].isDefault, list[i].version) = test.list[i];
+    }
+    EXPECT_EQ(ChooseDefault(list)->name, KorText::Format(u"%i", test.chosen));
+  }
+}
+
+TEST_F(ConfigurationsTest, AFolderIsRegisteredOnce) {
+  const Configuration first = Put(app.Path(u"a"), true);
+  EXPECT_EQ(first.guid.Length(), 38u);
+  const Configuration other = Put(app.Path(u"b"), true);
+  EXPECT_NE(first.guid, other.guid);
+  const Configuration again = Put(app.Path(u"a\\").ReplaceAll(u'/', u'\\'), false, 7);
+  EXPECT_EQ(again.guid, first.guid);
+  EXPECT_EQ(Listed().size(), 2u);
+  EXPECT_EQ(ChooseDefault(ListConfigurations())->guid, other.guid);
+}
+
+TEST_F(ConfigurationsTest, SettleTheStartInFolder) {
+  const KorText data = app.GetApplicationPropertyPath(kDataFolder);
+  const auto settle = [&](const KorText& byServices) {
+    app.SetApplicationPropertyPath(kStartInFolder, byServices);
+    const KorText folder = SettleStartInFolder();
+    EXPECT_EQ(app.GetApplicationPropertyPath(kStartInFolder), folder);
+    return folder;
+  };
+  EXPECT_EQ(settle(data), data); // nothing is set up
+  app.Put(data + kPathsFileName, u"");
+  EXPECT_EQ(settle(data), data);
+  Put(app.Path(u"old"), false, 1);
+  Put(app.Path(u"new"), false, 2);
+  EXPECT_EQ(settle(data), app.Path(u"new/"));
+  app.RemoveFile(app.Path(u"new/KOR.INI")); // moved away
+  EXPECT_EQ(settle(data), app.Path(u"old/"));
+  app.Put(file, u""); // the working folder
+  EXPECT_EQ(settle(startIn), startIn);
+}
+
+} // namespace
+} // namespace kor
