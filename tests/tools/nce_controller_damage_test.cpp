@@ -153,7 +153,7 @@ TEST_F(ControllerDamage, ABadLineGivesRightProgramsOrNone) {
 
 TEST_F(ControllerDamage, AnUploadIsReadBackBeforeItCountsAsStored) {
   int done = 0;
-  for (std::uint64_t seed = 0; seed < 60; ++seed) {
+  for (std::uint64_t seed = 0; seed < 25; ++seed) {
     HostLine cable(host);
     FaultLine line(cable, 0.004, seed);
     Session session(line, settings);
@@ -161,9 +161,11 @@ TEST_F(ControllerDamage, AnUploadIsReadBackBeforeItCountsAsStored) {
     const SendReport report = session.Send("0000777", text, true);
     if (!report.verdict.IsDone()) continue;
     ++done;
-    EXPECT_EQ(host.app.Content(host.Folder() + u"0000777.MPG"), KorText::FromBytes(text));
+    const auto stored = host.app.Content(host.Folder() + u"0000777.MPG");
+    ASSERT_TRUE(stored.has_value());
+    EXPECT_EQ(FirstDifference(stored->ToBytes(), text), "") << "seed " << seed;
   }
-  EXPECT_GT(done, 20);
+  EXPECT_GT(done, 15);
 }
 
 TEST_F(ControllerDamage, ADirectoryIsReadUntilTwoAgree) {

@@ -94,13 +94,13 @@ TEST(ControllerReplies, TakesDirectoryPagesApart) {
       {"99|x        100|y        ", 99, "99=x;100=y;"},
       {" 1|a longer name  2|b        ", 1, "1=a longer name;2=b;"},
       {" 1|with 2|bar  2|b        ", 1, "1=with 2|bar;2=b;"},
-      {" 1|a         2|b         3|c         4|ends in  5|  ", 1, "1=a;2=b;3=c;4=ends in  5|;"},
+      {" 1|a         2|b         3|c         4|ends in  5| ", 1, "1=a;2=b;3=c;4=ends in  5|;"},
       {" 1|         ", 1, "1=;"},
-      {" 2|101      ", 1, "broken"},                         // another index
-      {" 1|101     ", 1, "broken"},                          // padded to seven
-      {" 1|101       3|20        ", 1, "1=101       3|20;"}, // a name may look like that
-      {" 1|a         2|b         3|c         4|d         5|e        ", 1,
-       "1=a;2=b;3=c;4=d         5|e;"},
+      {" 2|101      ", 1, "broken"},                                                 // other index
+      {" 1|101     ", 1, "broken"},                                                  // padded to 7
+      {" 1|1001      ", 1, "broken"},                                                // and to 9
+      {" 1|101       3|20        ", 1, "broken"},                                    // one left out
+      {" 1|a         2|b         3|c         4|d         5|e        ", 1, "broken"}, // too many
       {"", 1, "broken"},
       {"%% Message not recognised by HOST", 1, "broken"},
   };

@@ -111,7 +111,7 @@ TEST(ControllerSession, FetchesByTheProtocol) {
       {"bad checksum three times",
        {{">\r", kFrame2}, {"<\r", kFrame2}, {"<\r", kFrame2}, {"<\r", ""}, {"~end\r", "END\r"}},
        Outcome::Fault,
-       "checksum 5D where 60 is right"},
+       "checksum 5D where 6F is right"},
       {"not found", {}, Outcome::Refused, "%% File 123 not found on Host Computer"},
       {"no frame but a refusal",
        {{">\r", "%% Message not recognised by HOST\r"}},

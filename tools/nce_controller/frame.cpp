@@ -122,9 +122,11 @@ std::optional<std::vector<DirectoryEntry>> ParsePage(std::string_view page,
     const std::size_t found = isLast ? page.npos : page.find(next, kNameWidth);
     const std::string_view name = page.substr(0, found == page.npos ? page.size() : found + 1);
     page.remove_prefix(name.size());
-    if (name.size() <= kNameWidth || name.back() != ' ') return std::nullopt;
-    const std::size_t end = name.find_last_not_of(" \t");
-    entries.push_back({index, std::string(name.substr(0, end == name.npos ? 0 : end + 1))});
+    // Padded to eight characters, a longer one not at all, and then one blank: all else is damage.
+    const std::size_t last = name.find_last_not_of(" \t");
+    const std::size_t length = last == name.npos ? 0 : last + 1;
+    if (name.size() != std::max(length, kNameWidth) + 1) return std::nullopt;
+    entries.push_back({index, std::string(name.substr(0, length))});
   }
   if (entries.empty()) return std::nullopt;
   return entries;

@@ -336,7 +336,7 @@ FetchReport Session::Fetch(std::string_view number, const Progress& progress) {
 
 Verdict Session::FetchOnce(Transfer& transfer, FetchReport& report, const Progress& progress) {
   std::string reply;
-  Verdict verdict = RequestNumber(transfer.number, transfer.forms, transfer.reply);
+  Verdict verdict = RequestNumber(transfer.number, transfer.forms, transfer.reply, false);
   if (verdict.IsDone()) verdict = Ask(">", reply);
   if (!verdict.IsDone()) return verdict;
   const std::string expected = ProgressText(transfer.reply);
@@ -349,7 +349,21 @@ Verdict Session::FetchOnce(Transfer& transfer, FetchReport& report, const Progre
 }
 
 Verdict Session::RequestNumber(std::string_view number, const NumberForms& forms,
-                               DownloadReply& reply) {
+                               DownloadReply& reply, bool isForUpload) {
+  const Verdict verdict = RequestOnce(number, forms, reply);
+  const bool isAnswered =
+      verdict.IsDone() || (verdict.outcome == Outcome::Refused && !verdict.mayRetry);
+  const bool isEnough = verdict.IsDone() && !isForUpload;
+  if (!settings.verify || !isAnswered || isEnough) return verdict;
+  const std::string first = lastReply;
+  const Verdict again = RequestOnce(number, forms, reply);
+  if (again.outcome == verdict.outcome && lastReply != first)
+    return Verdict::Failed(Outcome::Fault, "the request was answered in two ways");
+  return again;
+}
+
+Verdict Session::RequestOnce(std::string_view number, const NumberForms& forms,
+                             DownloadReply& reply) {
   std::string text;
   Verdict verdict = Ask("FH " + std::string(number), text);
   if (!verdict.IsDone()) return verdict;

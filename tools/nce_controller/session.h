@@ -7,7 +7,8 @@
 // damages of a frame can cancel each other. So a download in which damage was seen - a refused
 // frame, a line that doesn't belong there - is never trusted alone: the program is fetched again
 // until two transfers agree. With verify set, as for every run with made-up damage, this holds for
-// clean transfers as well, and for directories; uploads are read back.
+// clean transfers as well, and for directories; uploads are read back. Empty lines are beyond it: the
+// host never sends them, so one that damage adds to an upload or takes from it can't be seen.
 //
 // After a failure that damage can explain the job is begun again, at most `retries` times, each time
 // after the line has been cleared and the line test has shown that both sides are in step.
@@ -115,7 +116,11 @@ class Session {
   Verdict ListOnce(std::vector<DirectoryEntry>& entries);
 
   Verdict FetchOnce(Transfer& transfer, FetchReport& report, const Progress& progress);
-  Verdict RequestNumber(std::string_view number, const NumberForms& forms, DownloadReply& reply);
+  // Asks for a download. With verify, what rests on the answer alone - that there is no such program,
+  // or the number of an upload - must be answered twice alike.
+  Verdict RequestNumber(std::string_view number, const NumberForms& forms, DownloadReply& reply,
+                        bool isForUpload);
+  Verdict RequestOnce(std::string_view number, const NumberForms& forms, DownloadReply& reply);
   Verdict ReceiveFrames(Transfer& transfer, FetchReport& report, const Progress& progress);
   Verdict ReceiveFrame(std::string reply, Transfer& transfer, FetchReport& report,
                        std::string& block);
