@@ -1,10 +1,10 @@
 #include "platform/posix/serial_names.h"
 
-#include <errno.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <string>
 
 #include "services/core/app_interface.h"

@@ -1,6 +1,5 @@
 #include "platform/posix/serial_port_posix.h"
 
-#include <errno.h>
 #include <fcntl.h>
 #include <linux/serial.h>
 #include <poll.h>
@@ -13,6 +12,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <fstream>
 #include <string>
 #include <utility>
