@@ -37,25 +37,20 @@ class ShippedDictionary : public ::testing::Test {
 };
 
 TEST_F(ShippedDictionary, HasATextForEveryNumberInUse) {
-  std::vector<std::pair<int, int>> numbers = {
-      {47, 48},       {65, 66},       {240, 240},     {251, 252},     {262, 262},
-      {274, 274},     {290, 290},     {323, 324},     {1492, 1492},   {1729, 1729},
-      {1786, 1786},   {3337, 3337},   {3595, 3598},   {3817, 3817},   {3909, 3909},
-      {3912, 3912},   {4550, 4550},   {6069, 6069},   {6144, 6144},   {8894, 8894},
-      {15101, 15101}, {15201, 15202}, {15205, 15207}, {15209, 15212}, {15220, 15224},
-      {15226, 15226}, {15228, 15228}, {15232, 15235}, {15238, 15241}, {15246, 15247},
-      {15249, 15251}, {15256, 15261}, {15264, 15266}, {15270, 15270}, {15273, 15274},
-      {15300, 15308}, {15310, 15339}, {15350, 15357}, {15401, 15416}, {15420, 15426},
-  };
-  std::size_t known = 0;
-  for (const auto& [first, last] : numbers)
-    for (int number = first; number <= last; ++number)
-      if (dictionary.FindEntry(number) != nullptr) ++known;
-  EXPECT_EQ(known, dictionary.Entries().size()) << "a range above lacks some of the entries";
-  for (const auto& [first, last] : numbers) {
-    EXPECT_NE(dictionary.FindEntry(first), nullptr) << first;
-    EXPECT_NE(dictionary.FindEntry(last), nullptr) << last;
-  }
+  static constexpr int kNumbers[] = {
+      // message boxes, files, records, the dictionary itself
+      47, 48, 65, 66, 240, 251, 252, 262, 274, 290, 323, 324, 1492, 1729, 1786, 3337, 3595, 3596,
+      3597, 3598, 3817, 3909, 3912, 4550, 6069, 6144, 8894,
+      // main window
+      15201, 15202, 15205, 15206, 15207, 15209, 15210, 15211, 15212, 15250, 15251, 15256, 15257,
+      15258, 15259, 15266, 15270, 15273, 15274,
+      // settings dialog
+      15101, 15220, 15221, 15222, 15223, 15224, 15226, 15228, 15232, 15233, 15234, 15235, 15238,
+      15239, 15240, 15241, 15246, 15247, 15249, 15260, 15261, 15264, 15265,
+      // record errors
+      15350, 15351, 15352, 15353, 15354, 15355, 15356, 15357};
+  for (const int number : kNumbers)
+    EXPECT_NE(dictionary.FindEntry(number), nullptr) << number;
 }
 
 TEST_F(ShippedDictionary, ItsEnglishIsThatOfTheProgram) {

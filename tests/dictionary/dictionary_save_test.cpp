@@ -105,6 +105,7 @@ TEST_F(DictionarySave, ExportsXmlAsUtf16) {
   KorText last, line;
   while (unfinished.ReadLine(line))
     last = line;
+  unfinished.Close();
   EXPECT_EQ(last, u"  <Language folder=\"de-DE\" lcid=\"1031\" codepage=\"1252\">Deutsch &amp; mehr"
                   u"</Language>");
   dictionary.AddEntry(SampleEntry(7, u"a<b>&c", {u"", u"日本"}));
