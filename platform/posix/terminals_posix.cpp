@@ -1,11 +1,13 @@
 #include "platform/terminals.h"
 
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <string>
 
 #include <fcntl.h>
 #include <poll.h>
+#include <signal.h>
 #include <stdlib.h>
 #include <sys/ioctl.h>
 #include <sys/prctl.h>
@@ -164,12 +166,31 @@ class PosixPseudoTerminal : public PseudoTerminal {
   std::string linkPath;
 };
 
+std::atomic<void (*)(int)> stopHandler = nullptr;
+
+// A read that is about to start would wait in spite of the signal, had its descriptor not gone.
+void OnStopSignal(int number) {
+  const int savedError = errno;
+  stopHandler.load()(number);
+  close(STDIN_FILENO);
+  errno = savedError;
+}
+
 } // namespace
 
 std::unique_ptr<PseudoTerminal> OpenPseudoTerminal(const KorText& link, KorText& error) {
   auto terminal = std::make_unique<PosixPseudoTerminal>();
   if (!terminal->Open(link, error)) return nullptr;
   return terminal;
+}
+
+void CatchStopSignals(void (*handler)(int)) {
+  stopHandler = handler;
+  struct sigaction action {};
+  action.sa_handler = OnStopSignal; // without SA_RESTART: a waiting read is not begun again
+  sigemptyset(&action.sa_mask);
+  for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGPIPE})
+    sigaction(number, &action, nullptr);
 }
 
 bool StreamIsTerminal(StandardStream stream) {

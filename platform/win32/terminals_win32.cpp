@@ -1,5 +1,7 @@
 #include "platform/terminals.h"
 
+#include <csignal>
+
 #include <io.h>
 
 namespace kor {
@@ -7,6 +9,11 @@ namespace kor {
 std::unique_ptr<PseudoTerminal> OpenPseudoTerminal(const KorText& link, KorText& error) {
   error = link + u": Windows has no pseudo-terminals; use a serial port or a pair of virtual ones";
   return nullptr;
+}
+
+void CatchStopSignals(void (*handler)(int)) {
+  for (const int number : {SIGINT, SIGTERM, SIGBREAK})
+    std::signal(number, handler);
 }
 
 bool StreamIsTerminal(StandardStream stream) {

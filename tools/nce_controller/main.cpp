@@ -2,7 +2,6 @@
 // tying up a machine, and to drive the demonstration and the end-to-end tests.
 #include <atomic>
 #include <chrono>
-#include <csignal>
 #include <iostream>
 #include <memory>
 
@@ -22,17 +21,6 @@ namespace {
 std::atomic<bool> stopWanted = false;
 std::atomic<int> stopSignal = 0;
 static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<int>::is_always_lock_free);
-
-constexpr int kStopSignals[] = {
-    SIGINT,
-    SIGTERM,
-#ifdef SIGHUP
-    SIGHUP,
-#endif
-#ifdef SIGPIPE
-    SIGPIPE,
-#endif
-};
 
 extern "C" void OnStopSignal(int number) {
   stopSignal = number;
@@ -115,12 +103,7 @@ int Main(const std::vector<KorText>& arguments) {
   if (options.wantsHelp) std::cout << HelpText();
   if (options.wantsVersion) std::cout << "nce-controller 26.0.0\n";
   if (options.wantsHelp || options.wantsVersion) return 0;
-  // Waiting for a typed command ends by the system's own means.
-  const bool isTyped = options.command.kind == CommandKind::Run && options.command.file == u"-";
-  if (!isTyped) {
-    for (const int number : kStopSignals)
-      std::signal(number, OnStopSignal);
-  }
+  CatchStopSignals(OnStopSignal);
   std::string error;
   const auto device = OpenDevice(options, error);
   std::unique_ptr<OsFile> record;
@@ -130,7 +113,7 @@ int Main(const std::vector<KorText>& arguments) {
     return static_cast<int>(Outcome::SystemFailed);
   }
   const Outcome outcome = RunOnDevice(*device, options, std::move(record));
-  return outcome == Outcome::Stopped ? 128 + stopSignal.load() : static_cast<int>(outcome);
+  return stopWanted ? 128 + stopSignal.load() : static_cast<int>(outcome);
 }
 
 } // namespace

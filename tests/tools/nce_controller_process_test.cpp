@@ -1,0 +1,125 @@
+// nce-controller as a process on a pseudo-terminal of its own, with the test as the host.
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "tests/support/process.h"
+
+namespace kor {
+namespace {
+
+namespace fs = std::filesystem;
+using support::Milliseconds;
+using support::Process;
+using Clock = std::chrono::steady_clock;
+
+constexpr const char* kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZ\r";
+
+class ControllerProcess : public testing::Test {
+ protected:
+  void Start(std::vector<std::string> arguments) {
+    std::vector<std::string> all = {NCEDL_CONTROLLER, "--pty", Link()};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    tool = std::make_unique<Process>(all);
+  }
+  std::string Link() const { return folder / "line"; }
+
+  // Opens the far end as a host would; the link appears when the tool is ready.
+  void Open() {
+    const auto end = Clock::now() + std::chrono::seconds(10);
+    while (!fs::is_symlink(Link()) && Clock::now() < end)
+      tool->Expect("-", Milliseconds(2));
+    descriptor = open(Link().c_str(), O_RDWR | O_NOCTTY);
+    ASSERT_GE(descriptor, 0);
+  }
+  void Close() {
+    close(descriptor);
+    descriptor = -1;
+  }
+  std::string ReadRequest() {
+    std::string request;
+    for (char byte = 0; byte != '\r' && read(descriptor, &byte, 1) == 1;)
+      request += byte;
+    return request;
+  }
+  void Answer(const std::string& bytes) {
+    ASSERT_EQ(write(descriptor, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+  }
+
+  support::TemporaryFolder folder;
+  std::unique_ptr<Process> tool;
+  int descriptor = -1;
+};
+
+TEST_F(ControllerProcess, HostsComeAndGoOnOneLink) {
+  support::WriteWholeFile(folder / "script", "wait-host 10\ntest\nwait-host 10\n");
+  Start({"--baud", "115200", "--wait-host", "0", "run", folder / "script"});
+  for (int visit = 0; visit < 2; ++visit) {
+    Open();
+    for (int requests = 2 - visit; requests > 0; --requests) {
+      EXPECT_EQ(ReadRequest(), "XYZ\r");
+      Answer(kAlphabet);
+    }
+    if (visit == 0)
+      EXPECT_TRUE(tool->Expect("test: the host sent the alphabet")) << tool->Output();
+    else
+      EXPECT_EQ(tool->WaitForExit(), 0) << tool->Diagnostics();
+    Close();
+  }
+  EXPECT_FALSE(fs::is_symlink(Link()));
+}
+
+TEST_F(ControllerProcess, EndsCleanlyOnASignal) {
+  for (const int number : {SIGINT, SIGTERM, SIGHUP})
+    for (const bool isTyped : {false, true}) {
+      Start(isTyped ? std::vector<std::string>{"--wait-host", "0", "run", "-"}
+                    : std::vector<std::string>{"test"});
+      Open();
+      if (isTyped) tool->Type("test");
+      EXPECT_EQ(ReadRequest(), "XYZ\r");
+      if (isTyped) { // answered, so that it waits for the next command, not for the host
+        Answer(kAlphabet);
+        EXPECT_TRUE(tool->Expect("test: the host sent the alphabet"));
+      }
+      tool->Signal(number);
+      EXPECT_EQ(tool->WaitForExit(), 128 + number);
+      EXPECT_FALSE(fs::is_symlink(Link()));
+      Close();
+    }
+}
+
+TEST_F(ControllerProcess, TellsItsFailuresApart) {
+  Start({"--wait-host", "0.3", "test"});
+  EXPECT_EQ(tool->WaitForExit(), 4) << "nobody answers";
+  Start({"nonsense"});
+  EXPECT_EQ(tool->WaitForExit(), 2);
+  EXPECT_FALSE(fs::exists(Link()));
+  support::WriteWholeFile(Link(), "a file that is no link");
+  Start({"test"});
+  EXPECT_EQ(tool->WaitForExit(), 1);
+  EXPECT_NE(tool->Diagnostics().find("exists and is no link"), std::string::npos);
+  EXPECT_EQ(support::ReadWholeFile(Link()), "a file that is no link");
+}
+
+// 2000 bytes written at once take the time of 2000 bytes, and so does the answer to them.
+TEST_F(ControllerProcess, CarriesBytesAtLineSpeed) {
+  Start({"--baud", "38400", "--wait-host", "0", "raw", std::string(500, 'r')});
+  Open();
+  const auto start = Clock::now();
+  EXPECT_EQ(ReadRequest().size(), 501U);
+  const double there = std::chrono::duration<double>(Clock::now() - start).count();
+  EXPECT_GE(there, 0.1) << "500 bytes at 3840 a second are 0.130 s";
+  const auto answered = Clock::now();
+  Answer(std::string(1000, 'a') + "\r");
+  EXPECT_EQ(tool->WaitForExit(), 0);
+  const double back = std::chrono::duration<double>(Clock::now() - answered).count();
+  EXPECT_GE(back, 0.2606) << "1001 bytes at 3840 a second are 0.2607 s";
+  Close();
+}
+
+} // namespace
+} // namespace kor

@@ -1,0 +1,265 @@
+// Command lines, scripts and reports, with the real host at the other end of a line without cable.
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "tests/support/nce_link.h"
+#include "tools/nce_controller/options.h"
+#include "tools/nce_controller/record_line.h"
+#include "tools/nce_controller/runner.h"
+
+namespace kor::controller {
+namespace {
+
+std::vector<KorText> Words(const char* text) {
+  return Split(KorText::FromUtf8(text), u' ');
+}
+
+TEST(ControllerOptions, TakesTheLineThenTheCommand) {
+  const ParsedOptions parsed = ParseOptions(
+      Words("--pty /tmp/line --baud 115200 --bits 7E2 --flow none --no-pace --timeout 2.5 --errors "
+            "0.001 --seed 9 --json fetch 0000123 -o out --compare a --compare b"));
+  ASSERT_EQ(parsed.error, "");
+  const Options& options = parsed.options;
+  EXPECT_EQ(options.line.baud, 115200U);
+  EXPECT_EQ(options.line.HalfBitsPerByte(), 22U);
+  EXPECT_EQ(options.line.flow, FlowControl::None);
+  EXPECT_FALSE(options.isPaced);
+  EXPECT_EQ(options.timeout, 2.5);
+  EXPECT_EQ(options.Retries(), 10) << "made-up damage brings retries with it";
+  EXPECT_EQ(options.WaitHost(), 30);
+  EXPECT_EQ(options.command.kind, CommandKind::Fetch);
+  EXPECT_EQ(options.command.text, "0000123");
+  EXPECT_EQ(options.command.output, KorText(u"out"));
+  EXPECT_EQ(options.command.compare.size(), 2U);
+  const Options plain = ParseOptions(Words("--port COM1 raw FH 12")).options;
+  EXPECT_EQ(plain.Retries(), 0);
+  EXPECT_EQ(plain.WaitHost(), 0);
+  EXPECT_EQ(plain.command.text, "FH 12");
+}
+
+TEST(ControllerOptions, SaysWhatIsWrong) {
+  const struct {
+    const char* arguments;
+    const char* error;
+  } cases[] = {
+      {"test", "either --port DEVICE or --pty LINK"},
+      {"--port a --pty b test", "either --port DEVICE or --pty LINK"},
+      {"--port a", "no command"},
+      {"--port", "--port: the value is missing"},
+      {"--speed 9600 --port a test", "unknown option \"--speed\""},
+      {"--baud 0 --port a test", "--baud: the value must be a whole number"},
+      {"--baud 9600x --port a test", "--baud: the value must be a whole number"},
+      {"--bits 9N1 --port a test", "--bits: the value must be such as 8N1"},
+      {"--errors 1.5 --port a test", "--errors: the value must be from"},
+      {"--timeout nan --port a test", "--timeout: the value must be from"},
+      {"--flow xon --port a test", "--flow: the value must be xonxoff"},
+      {"--port a tests", "unknown command \"tests\""},
+      {"--port a expect X", "unknown command \"expect\""},
+      {"--port a test now", "test: \"now\" is not understood"},
+      {"--port a fetch", "fetch: a program number is missing"},
+      {"--port a fetch DH", "the number \"DH\" holds \"DH\""},
+      {"--port a fetch 1 -o", "the output file is missing"},
+      {"--port a send f", "--number N is missing"},
+      {"--port a soak", "--seconds S is missing"},
+      {"--port a soak --seconds x", "\"x\" is no number of seconds"},
+  };
+  for (const auto& c : cases) {
+    const std::string error = ParseOptions(Words(c.arguments)).error;
+    EXPECT_NE(error.find(c.error), std::string::npos) << c.arguments << ": " << error;
+  }
+}
+
+TEST(ControllerScript, ReadsQuotesEscapesAndComments) {
+  const ParsedScript script = ParseScript(u"# first\r\n\r\n  test\r\n"
+                                          u"fetch 12 -o \"my file\\\\x.nc\"\n"
+                                          u"raw  \"A\\x1B\\\"B \" \n"
+                                          u"expect Directory of Host Computer\\nSelect # File\n"
+                                          u"expect-exit 3 raw a  b\n");
+  ASSERT_EQ(script.error, "");
+  ASSERT_EQ(script.commands.size(), 5U);
+  EXPECT_EQ(script.commands[0].line, 3);
+  EXPECT_EQ(script.commands[1].output, KorText(u"my file\\x.nc"));
+  EXPECT_EQ(script.commands[2].text, "A\x1B\"B ");
+  EXPECT_EQ(script.commands[3].text, "Directory of Host Computer\nSelect # File");
+  EXPECT_EQ(script.commands[4].exitCode, 3);
+  EXPECT_EQ(script.commands[4].text, "a  b");
+
+  EXPECT_EQ(ParseScript(u"test\nfetch \"1 2").error, "line 2: a quote is not closed");
+  EXPECT_EQ(ParseScript(u"test\n\nrun x\n").error, "line 3: unknown command \"run\"");
+  EXPECT_EQ(ParseScript(u"expect-exit\n").error,
+            "line 1: expect-exit takes an exit code and a command");
+  EXPECT_EQ(ParseScript(u"refuse often\n").error,
+            "line 1: refuse: refuse takes a number from 0 to 1000");
+}
+
+TEST(ControllerReports, JsonIsAsciiAndEscaped) {
+  JsonObject object;
+  object.Text("path", KorText::FromUtf8("\xC3\xA9\xFF\"\\"))
+      .Bytes("reply", "\xE9\n]")
+      .Flag("ok", true);
+  object.Real("share", 0.98765, 3).Real("none", 1.0 / 0.0, 3).Number("n", -5);
+  EXPECT_EQ(object.Finish(), R"({"path": "\u00e9\udcff\"\\", "reply": "\u00e9\u000a]", )"
+                             R"("ok": true, "share": 0.988, "none": null, "n": -5})");
+}
+
+class DirectLine : public Line {
+ public:
+  explicit DirectLine(NceLink& toReach) : host(toReach) {}
+  Time Now() override {
+    return Time(static_cast<Time::rep>(host.app.HighResolutionSeconds() * 1e9 + 0.5));
+  }
+  LineState Read(std::string& to, Time until) override {
+    if (arrived.empty() && until > Now())
+      host.app.Advance(std::chrono::duration<double>(until - Now()).count() + 1e-8);
+    counts.fromHost += arrived.size();
+    to += arrived;
+    arrived.clear();
+    return LineState::Open;
+  }
+  LineState Write(std::string_view bytes, Time, std::size_t& written) override {
+    written = bytes.size();
+    counts.toHost += written;
+    arrived += host.Send(bytes);
+    host.app.Advance(0.001);
+    return LineState::Open;
+  }
+  void Abandon() override {}
+  LineCounts Counts() const override { return counts; }
+  std::string FailureText() const override { return {}; }
+
+ private:
+  NceLink& host;
+  std::string arrived;
+  LineCounts counts;
+};
+
+class ControllerRunner : public ::testing::Test {
+ protected:
+  ControllerRunner() {
+    host.PutProgram(u"0000123.MPG", u"G90\r\n\r\nX10\r\n");
+    host.Start();
+    settings.line.baud = 115200;
+  }
+  Outcome Run(const KorText& script) {
+    host.app.Put(host.app.Path(u"script"), script);
+    return RunFile(host.app.Path(u"script"));
+  }
+  Outcome RunFile(const KorText& file) {
+    Session session(line, {});
+    Runner runner(session, line, nullptr, settings, input, output, diagnostics);
+    const ParsedCommand parsed = ParseCommand({u"run", file}, false);
+    return runner.Run(parsed.command);
+  }
+  bool Printed(const char* text) const { return output.str().find(text) != std::string::npos; }
+
+  NceLink host;
+  DirectLine line{host};
+  RunnerSettings settings;
+  std::istringstream input;
+  std::ostringstream output;
+  std::ostringstream diagnostics;
+};
+
+TEST_F(ControllerRunner, CarriesOutAScript) {
+  const KorText file = host.app.Path(u"got.nc");
+  host.app.Put(host.app.Path(u"up.nc"), u"M30\r\nG0 X1");
+  EXPECT_EQ(Run(u"test\nlist\nrefuse 0\nfetch 0000123 -o \"" + file + u"\" --compare \"" +
+                host.Folder() + u"0000123.MPG\"\n" + u"expect UDL>\n" +
+                u"expect-exit 3 fetch 999\nexpect-part not found\nraw FH\n" +
+                u"wait 1\nexpect %% Message not recognised by HOST\n" + u"send \"" +
+                host.app.Path(u"up.nc") + u"\" --number 0000777 --read-back\nprint done\n"),
+            Outcome::Done)
+      << diagnostics.str();
+  EXPECT_EQ(host.app.Content(file), KorText(u"G90\nX10\n"));
+  EXPECT_EQ(host.app.Content(host.Folder() + u"0000777.MPG"), KorText(u"M30\nG0 X1\n"));
+  EXPECT_TRUE(Printed("     1  0000123\n")) << output.str();
+  EXPECT_TRUE(Printed("8 bytes in 1 frame, equal")) << output.str();
+  EXPECT_TRUE(Printed("as expected: %% File 999 not found on Host Computer")) << output.str();
+  EXPECT_TRUE(Printed("12 steps")) << output.str();
+  EXPECT_EQ(diagnostics.str(), "");
+}
+
+TEST_F(ControllerRunner, AScriptEndsAtTheFirstLineThatFails) {
+  host.app.Put(host.app.Path(u"other"), u"G90\nX11\n");
+  host.app.Put(host.app.Path(u"bad.nc"), u"X1\nX[2]\n");
+  const struct {
+    KorText script;
+    Outcome outcome;
+    const char* message;
+  } cases[] = {
+      {u"test\nfetch 999\ntest\n", Outcome::Refused, "script, line 2: fetch 999"},
+      {u"test\nexpect ABC\n", Outcome::Mismatch, "the host's last line is \"ABCDEFGHIJKLM"},
+      {u"expect-exit 4 test\n", Outcome::Mismatch, "ended with exit code 0 instead of 4"},
+      {u"fetch 0000123 --compare \"" + host.app.Path(u"other") + u"\"\n", Outcome::Mismatch,
+       "line 2 (empty lines not counted): is \"X10\", expected \"X11\""},
+      {u"send \"" + host.app.Path(u"bad.nc") + u"\" --number 5\n", Outcome::Usage,
+       "bad.nc: line 2, column 4: ']'"},
+      {u"send nowhere --number 5\n", Outcome::SystemFailed, "nowhere: "},
+      {u"raw <\n", Outcome::TimedOut, "no answer for 10.0 s"},
+      {u"test\nnonsense\n", Outcome::Usage, "script, line 2: unknown command \"nonsense\""},
+  };
+  for (const auto& c : cases) {
+    diagnostics.str({});
+    EXPECT_EQ(Run(c.script), c.outcome) << c.script.ToUtf8();
+    EXPECT_NE(diagnostics.str().find(c.message), std::string::npos) << diagnostics.str();
+  }
+}
+
+TEST_F(ControllerRunner, CarriesOutTypedCommandsAsTheyCome) {
+  input.str("test\n\n# nothing\nraw FH\nexpect no\ntest\n");
+  EXPECT_EQ(RunFile(u"-"), Outcome::Mismatch);
+  EXPECT_TRUE(Printed("%% Message not recognised by HOST\n")) << output.str();
+  EXPECT_NE(diagnostics.str().find("standard input, line 5: expect no"), std::string::npos)
+      << diagnostics.str();
+  std::string rest;
+  EXPECT_TRUE(std::getline(input, rest) && rest == "test") << "what follows is not carried out";
+}
+
+TEST_F(ControllerRunner, RecordsWhatTravels) {
+  const KorText path = host.app.Path(u"record");
+  {
+    RecordLine recorded(line, host.app.OpenFile(path, FileAccess::Write));
+    Session session(recorded, {});
+    EXPECT_TRUE(session.LineTest().IsDone());
+    std::string reply;
+    EXPECT_TRUE(session.Raw("FH", reply).IsDone());
+  }
+  EXPECT_EQ(host.app.Content(path),
+            KorText(u"C 58 59 5A 0D                                     | XYZ.\n"
+                    u"H 41 42 43 44 45 46 47 48 49 4A 4B 4C 4D 4E 4F 50 | ABCDEFGHIJKLMNOP\n"
+                    u"  51 52 53 54 55 56 57 58 59 5A 0D                | QRSTUVWXYZ.\n"
+                    u"C 46 48 0D                                        | FH.\n"
+                    u"H 25 25 20 4D 65 73 73 61 67 65 20 6E 6F 74 20 72 | %% Message not r\n"
+                    u"  65 63 6F 67 6E 69 73 65 64 20 62 79 20 48 4F 53 | ecognised by HOS\n"
+                    u"  54 0D                                           | T.\n"));
+}
+
+TEST_F(ControllerRunner, ReportsInJson) {
+  settings.isJson = true;
+  EXPECT_EQ(Run(u"fetch 0000123\nexpect-exit 3 fetch 999\n"), Outcome::Done);
+  EXPECT_TRUE(Printed(R"({"command": "fetch", "line": 1, "ok": true, "code": 0, )"
+                      R"("number": "0000123", "frames": 1, "refusedFrames": 0, )"
+                      R"("damagedFrames": 0, "transfers": 1, "confirmed": false, )"
+                      R"("programBytes": 8, "seconds": 0.004000, "bytesFromHost": 77, )"
+                      R"("bytesToHost": 17, "strayBytes": 0, "lineShare": 2.0399})"
+                      "\n"))
+      << output.str();
+  EXPECT_TRUE(Printed(R"("ok": true, "code": 3, "message": "%% File 999 not found on Host )"))
+      << output.str();
+  EXPECT_TRUE(Printed(R"({"command": "run", "ok": true, "code": 0, "script": )")) << output.str();
+}
+
+TEST_F(ControllerRunner, SoaksAndComparesWithTheHostsFiles) {
+  EXPECT_EQ(Run(u"soak --seconds 3 --upload 0000777 --folder \"" + host.Folder() + u"\"\n"),
+            Outcome::Done)
+      << diagnostics.str();
+  EXPECT_TRUE(Printed(" 0 failures, 0 wrong")) << output.str();
+  EXPECT_FALSE(Printed(" 0 sent")) << output.str();
+
+  host.PutProgram(u"other/0000123.MPG", u"G90\nX11\n");
+  EXPECT_EQ(Run(u"soak --seconds 3 --folder \"" + host.Folder() + u"other\"\n"), Outcome::Mismatch);
+}
+
+} // namespace
+} // namespace kor::controller
