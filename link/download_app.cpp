@@ -33,6 +33,11 @@ KorText FileFilters(const KorText& kind, const KorText& extension) {
                          LookUpText(15313, u"All Files"));
 }
 
+// A stored record whose port is another one is not trusted when it is loaded.
+bool NamesComPort(const LinkSettings& settings) {
+  return settings.port.StartsWith(u"COM");
+}
+
 double Now() {
   return App().HighResolutionSeconds();
 }
@@ -111,7 +116,7 @@ void DownloadApp::BuildWindow() {
 // A stored record that names no COM port is not trusted: it is loaded once more, and then the text
 // profile is read instead.
 void DownloadApp::LoadSettingsOrProfile() {
-  const auto namesPort = [this] { return settings.port.StartsWith(u"COM"); };
+  const auto namesPort = [this] { return NamesComPort(settings); };
   const bool loaded = LoadSettings();
   settingsLoadFailed = !loaded || !namesPort();
   if (loaded && settingsLoadFailed) {
@@ -370,10 +375,19 @@ void DownloadApp::SettingsDialog() {
   }
 }
 
+void DownloadApp::ShowPortNotKept(const KorText& port) {
+  const KorText text =
+      LookUpText(15430, u"The port \"%s\" is used now but not kept: only COM names "
+                        u"are. Name the device: ncedl-setup --port COM1=%s");
+  services.form->ShowMessage(LookUpText(15101, u"Download Settings"),
+                             KorText::Format(text, port, port), MessageStyle::Exclamation);
+}
+
 KorText DownloadApp::AcceptSettings(const FormDescription& form) {
   LinkSettings edited = settings;
   const KorText wrong = ReadSettingsForm(form, edited);
   if (!wrong.IsEmpty()) return wrong;
+  if (edited.port != settings.port && !NamesComPort(edited)) ShowPortNotKept(edited.port);
   ChangeSettings([&](LinkSettings& changed) { changed = edited; });
   RunOnWorker([this] {
     OpenPort(0);

@@ -168,6 +168,7 @@ class DownloadApp : public Storable, protected ChannelHost {
   void StartSend(const KorText& path);
   void StartReceive(const KorText& path);
   void LoadSettingsOrProfile();
+  void ShowPortNotKept(const KorText& port);
   bool RunTasks();
   void WriteJobLine(const KorText& line);
   void CreateTimer(const char16_t* name, double period, bool started,

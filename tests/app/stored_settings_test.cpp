@@ -60,6 +60,9 @@ TEST_F(StoredSettingsTest, AProfileIsReadOnceAndReplacedByTheRecord) {
 
 TEST_F(StoredSettingsTest, ARecordThatNamesNoComPortGivesWayWithAWarning) {
   Run([&](NceLink&) { Set(u"port", u"AUX"); });
+  ASSERT_EQ(link.form.messages.size(), 1u); // said while there is time to name the device
+  EXPECT_TRUE(link.form.messages[0].text.EndsWith(u"ncedl-setup --port COM1=AUX"));
+  link.form.messages.clear();
   Run([&](NceLink&) {
     link.form.RunPosted();
     EXPECT_EQ(link.link->Settings().port, u"COM1");
