@@ -13,6 +13,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 #include "tests/support/host_process.h"
@@ -133,6 +134,9 @@ class Demo {
                          "--wait-host", "0", "--record", record, "--progress",
                          ShowsProgress() ? "always" : "never", "run", "-"}),
         folders.Options());
+    while (!fs::exists(folders.Line()))
+      if (controller->WaitForExit(Milliseconds(10)))
+        throw std::runtime_error("nce-controller: " + controller->Diagnostics());
   }
 
   int Run() {
@@ -275,6 +279,8 @@ class Demo {
   }
 
   void Step(const std::string& what, const std::string& command, const Traffic& expected) {
+    // Sooner, its line would count the first byte as having left right after the last one.
+    std::this_thread::sleep_for(Milliseconds(10));
     const std::size_t from = ReadWholeFile(record).size();
     const std::string json = Command(command);
     const Traffic travelled = ReadRecord(record, from);
