@@ -33,10 +33,6 @@ Configuration ReadEntry(ConfigurationKind kind, const KorText& subKey) {
   return entry;
 }
 
-bool SameFolder(const KorText& a, const KorText& b) {
-  return App().FileNamesIgnoreCase() ? a.EqualsNoCase(b) : a == b;
-}
-
 auto FindFolder(const std::vector<Configuration>& list, const KorText& path) {
   return std::ranges::find_if(
       list, [&](const Configuration& other) { return SameFolder(other.path, path); });
@@ -60,6 +56,10 @@ bool ClearOtherDefaults(const std::vector<Configuration>& list, const Configurat
 }
 
 } // namespace
+
+bool SameFolder(const KorText& a, const KorText& b) {
+  return App().FileNamesIgnoreCase() ? a.EqualsNoCase(b) : a == b;
+}
 
 KorText ConfigurationKey(ConfigurationKind kind, const KorText& subName) {
   KorText key = kind == ConfigurationKind::Configuration ? u"Configuration" : u"Cache";

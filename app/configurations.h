@@ -22,13 +22,15 @@ struct Configuration {
   std::uint32_t version = 0; // of its layout
 };
 
+// Compared as the platform compares file names.
+bool SameFolder(const KorText& a, const KorText& b);
+
 // The registry key of the list, or of one entry of it.
 KorText ConfigurationKey(ConfigurationKind kind, const KorText& subName = {});
 
 // In the registry's order. "%PUBLIC%/Documents/" in a path, in either case, stands for the platform's
 // public documents folder. An entry without a path is left out. With a file name, an entry counts only
-// when that file exists in its folder, and a folder only once (compared as the platform compares file
-// names).
+// when that file exists in its folder, and a folder only once.
 std::vector<Configuration>
 ListConfigurations(ConfigurationKind kind = ConfigurationKind::Configuration,
                    const KorText& fileName = {});

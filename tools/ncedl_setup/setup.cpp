@@ -29,7 +29,7 @@ KorText NameOfFolder(const KorText& folder) {
 
 std::optional<Configuration> RegisteredAs(const KorText& folder) {
   for (const Configuration& entry : ListConfigurations())
-    if (entry.path == folder) return entry;
+    if (SameFolder(entry.path, folder)) return entry;
   return std::nullopt;
 }
 
@@ -194,7 +194,7 @@ void Setup::ListConfigurationsInUse() {
   const KorText startIn = SettleStartInFolder();
   bool inUse = false;
   for (const Configuration& entry : ListConfigurations()) {
-    const bool chosen = entry.path == startIn;
+    const bool chosen = SameFolder(entry.path, startIn);
     const bool complete = App().FileExists(entry.path + kPathsFileName);
     inUse = inUse || (chosen && complete);
     output.print(KorText::Format(u"  %s %s %s %s, version %u%s", chosen ? u"*" : u" ", entry.name,
