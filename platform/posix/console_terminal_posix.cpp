@@ -5,8 +5,8 @@
 #include <thread>
 
 #include <cerrno>
-#include <pthread.h>
 #include <poll.h>
+#include <pthread.h>
 #include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
@@ -35,7 +35,8 @@ class PosixTerminal : public Terminal {
   PosixTerminal() {
     // Every later thread inherits the blocked signals; the signal thread takes them by waiting.
     sigemptyset(&endSignals);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&endSignals, signal);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+      sigaddset(&endSignals, signal);
     pthread_sigmask(SIG_BLOCK, &endSignals, nullptr);
     std::signal(SIGPIPE, SIG_IGN);
   }
@@ -57,8 +58,7 @@ class PosixTerminal : public Terminal {
   int Columns() const override {
     constexpr int kUsual = 80;
     winsize size{};
-    return ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col
-                                                                             : kUsual;
+    return ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : kUsual;
   }
 
   std::size_t Read(std::span<char> to) override {
@@ -78,7 +78,8 @@ class PosixTerminal : public Terminal {
     // Lives to the end of the process: a signal may come at any time.
     std::thread([signals = endSignals, onEnd = std::move(onEnd)] {
       int signal = 0;
-      while (sigwait(&signals, &signal) == 0) onEnd();
+      while (sigwait(&signals, &signal) == 0)
+        onEnd();
     }).detach();
   }
 
@@ -90,6 +91,8 @@ class PosixTerminal : public Terminal {
 
 } // namespace
 
-std::unique_ptr<Terminal> MakeConsoleTerminal() { return std::make_unique<PosixTerminal>(); }
+std::unique_ptr<Terminal> MakeConsoleTerminal() {
+  return std::make_unique<PosixTerminal>();
+}
 
 } // namespace kor

@@ -48,8 +48,7 @@ class Win32Terminal : public Terminal {
     if (GetConsoleMode(output, &outputMode))
       SetConsoleMode(output, outputMode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
     if (!GetConsoleMode(input, &before)) return;
-    const DWORD keys =
-        before & ~static_cast<DWORD>(ENABLE_LINE_INPUT | ENABLE_ECHO_INPUT);
+    const DWORD keys = before & ~static_cast<DWORD>(ENABLE_LINE_INPUT | ENABLE_ECHO_INPUT);
     keysStarted = SetConsoleMode(input, keys) != 0;
   }
 
@@ -82,6 +81,8 @@ class Win32Terminal : public Terminal {
 
 } // namespace
 
-std::unique_ptr<Terminal> MakeConsoleTerminal() { return std::make_unique<Win32Terminal>(); }
+std::unique_ptr<Terminal> MakeConsoleTerminal() {
+  return std::make_unique<Win32Terminal>();
+}
 
 } // namespace kor

@@ -83,7 +83,8 @@ TEST_F(NceAppTest, DownloadsAProgramInFrames) {
 
 TEST_F(NceAppTest, BlocksHoldWholeLinesUpToAHundredCharacters) {
   KorText thirtyLines;
-  for (int i = 0; i < 30; ++i) thirtyLines += u"X12345678\n";
+  for (int i = 0; i < 30; ++i)
+    thirtyLines += u"X12345678\n";
   link.PutProgram(u"7.MPG", thirtyLines);
   link.Start();
   link.Ask("FH 7");
@@ -104,7 +105,8 @@ TEST_F(NceAppTest, AProgramOfEmptyLinesEndsAtOnce) {
 
 TEST_F(NceAppTest, ALineLongerThanTheTransmitBufferTravelsWholeAndInOrder) {
   KorText line;
-  for (int i = 0; i < 24576; ++i) line += static_cast<char16_t>(u'A' + i % 26);
+  for (int i = 0; i < 24576; ++i)
+    line += static_cast<char16_t>(u'A' + i % 26);
   link.PutProgram(u"1.MPG", line + u"\nEND\n");
   link.Start();
   const std::string block = line.ToBytes() + "!";
@@ -159,7 +161,8 @@ TEST_F(NceAppTest, AnAcknowledgementForgivesEarlierRefusals) {
 }
 
 TEST_F(NceAppTest, AnUnknownLineDuringADownloadBreaksItOffSilently) {
-  for (const auto& [line, reply] : {std::pair{"nonsense", ""}, {"~", "UDL>\r"}, {"~end", "END\r"}}) {
+  for (const auto& [line, reply] :
+       {std::pair{"nonsense", ""}, {"~", "UDL>\r"}, {"~end", "END\r"}}) {
     NceLink fresh;
     fresh.PutProgram(u"1.MPG", u"A\n");
     fresh.Start();
@@ -211,9 +214,9 @@ TEST_F(NceAppTest, AutoloadJoinsTheFollowingNumbersIntoOneStream) {
     link.PutProgram(name, KorText(name).Left(7) + u"\n");
   link.Start();
   Features({1, 0, 0, 0});
-  EXPECT_EQ(Fetch("FH 0000123"),
-            "&LP 000000123\rDownload to NCE in progress. &FH 000000123\r" +
-                MakeFrame("0000123!") + MakeFrame("124.MPG!") + MakeFrame("125.MPG!") + "]\r");
+  EXPECT_EQ(Fetch("FH 0000123"), "&LP 000000123\rDownload to NCE in progress. &FH 000000123\r" +
+                                     MakeFrame("0000123!") + MakeFrame("124.MPG!") +
+                                     MakeFrame("125.MPG!") + "]\r");
   link.form.RunPosted();
   EXPECT_EQ(link.form.Title(), u"125"); // the unchanged number alone
 }
@@ -225,7 +228,8 @@ TEST_F(NceAppTest, ALotOfSheetsEndsAtItsLastOrAtTheFirstMissingSheet) {
   Features({1, 0, 0, 1});
   const std::string start = "&LP 000037304\rDownload to NCE in progress. &FH 000037304\r";
   std::string six;
-  for (int i = 0; i < 6; ++i) six += MakeFrame("S!");
+  for (int i = 0; i < 6; ++i)
+    six += MakeFrame("S!");
   EXPECT_EQ(Fetch("FH 3730417"), start + six + "]\r");
   EXPECT_EQ(Fetch("FH 3730405"), start + MakeFrame("S!") + MakeFrame("S!") + "]\r");
   EXPECT_EQ(Fetch("FH 3730401"), start + MakeFrame("S!") + "]\r"); // ends before it starts
@@ -235,8 +239,8 @@ TEST_F(NceAppTest, NumbersThatLeaveTheFolderNameNoFile) {
   link.app.Put(link.app.Path(u"x.MPG"), u"secret\n");
   link.PutProgram(u"sub/x.MPG", u"below\n");
   link.Start();
-  for (const char* number : {"../x", "/etc/x", "C:x", "..", ".", "sub/x", "..\\x", "CON", "nul",
-                             "com1", "LPT9.a"}) {
+  for (const char* number :
+       {"../x", "/etc/x", "C:x", "..", ".", "sub/x", "..\\x", "CON", "nul", "com1", "LPT9.a"}) {
     EXPECT_EQ(link.Ask(std::string("FH ") + number),
               std::string("%% File ") + number + " not found on Host Computer\r");
     EXPECT_EQ(link.Ask("TH 1"), "%% Unable to create file on Host Computer\r") << number;
@@ -257,8 +261,7 @@ TEST_F(NceAppTest, StoresAnUploadUnderTheLastRequestedNumber) {
   EXPECT_EQ(link.Ask("06]"), ">\r");
   EXPECT_EQ(link.Code(), 19);
   EXPECT_EQ(link.app.Content(link.Folder() + u"0000123.MPG"), u"G90\nX10\nAB\n");
-  EXPECT_EQ(link.Line(),
-            u"Upload Completed " + link.Folder() + u"0000123.MPG - 11 bytes in file.");
+  EXPECT_EQ(link.Line(), u"Upload Completed " + link.Folder() + u"0000123.MPG - 11 bytes in file.");
   EXPECT_EQ(link.Ask(">"), "UDL>\r");
 }
 
@@ -335,7 +338,8 @@ TEST_F(NceAppTest, PagesThroughTheDirectory) {
   link.Ask("DH");
   EXPECT_EQ(link.Ask(">"), " 1|101       2|20        3|3730417  \r");
   EXPECT_EQ(link.Ask(">"), "]\r");
-  for (int i = 0; i < 6; ++i) link.PutProgram(KorText::Format(u"b%i.MPG", i), u"A\n");
+  for (int i = 0; i < 6; ++i)
+    link.PutProgram(KorText::Format(u"b%i.MPG", i), u"A\n");
   link.Ask("DH");
   EXPECT_EQ(link.Ask(">").substr(0, 14), " 1|101       2");
   EXPECT_EQ(link.Ask(">"), " 5|b1        6|b2        7|b3        8|b4       \r");
@@ -366,7 +370,8 @@ TEST_F(NceAppTest, WaitsTheTransmitDelayAndStartsTheNewestRequestOnce) {
 TEST_F(NceAppTest, SimulationAcknowledgesItsOwnFrames) {
   link.PutProgram(u"0000001.MPG", u"A\n");
   link.Start(u"SIMULATION");
-  for (int i = 0; i < 10; ++i) link.Run();
+  for (int i = 0; i < 10; ++i)
+    link.Run();
   EXPECT_EQ(link.port.Written(), "&LP 000000001\rDownload to NCE in progress. &FH 000000001\r" +
                                      MakeFrame("A!") + "]\r");
   EXPECT_EQ(link.Code(), 18);

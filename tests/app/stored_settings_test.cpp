@@ -35,7 +35,8 @@ class StoredSettingsTest : public ::testing::Test {
 };
 
 TEST_F(StoredSettingsTest, AProfileIsReadOnceAndReplacedByTheRecord) {
-  link.app.Put(path, u"[Port Settings]\nbaudrate=9600\n[Files]\nfile extension=NC\nupload path=/up\n");
+  link.app.Put(path,
+               u"[Port Settings]\nbaudrate=9600\n[Files]\nfile extension=NC\nupload path=/up\n");
   Run([&](NceLink&) {
     EXPECT_EQ(link.link->Settings().baudrate, u"9600");
     Set(u"character-delay", u"17");

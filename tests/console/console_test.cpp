@@ -108,9 +108,10 @@ TEST_F(ConsoleTest, PipedItWritesALineForEachChangeOfStatus) {
 }
 
 TEST_F(ConsoleTest, AnswersCommandsAndSaysWhatIsWrongWithOthers) {
-  const std::string output = Run("status\r\n\nbogus\nset baudrate 77\nset nothing 1\nset\n"
-                                 "set baudrate 9600\nsettings\nspecial strip-pc on\nspecial\n"
-                                 "special strip-pc maybe\nmonitor 1\ntrace /no/such/folder/x\nSTATUS\n");
+  const std::string output =
+      Run("status\r\n\nbogus\nset baudrate 77\nset nothing 1\nset\n"
+          "set baudrate 9600\nsettings\nspecial strip-pc on\nspecial\n"
+          "special strip-pc maybe\nmonitor 1\ntrace /no/such/folder/x\nSTATUS\n");
   const std::string::size_type npos = std::string::npos;
   for (const char* expected :
        {"status 1 Waiting...\n", "unknown command \"bogus\"; \"help\" lists them\n",

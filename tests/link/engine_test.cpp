@@ -75,7 +75,8 @@ TEST_F(EngineTest, ReportsFailingStepsAndGoesOnWhereItCan) {
 TEST_F(EngineTest, ReportsALastingFailureOnceUntilItSucceeds) {
   link.Start();
   const auto poll = [this](int times) {
-    for (int i = 0; i < times; ++i) link.Run();
+    for (int i = 0; i < times; ++i)
+      link.Run();
     return link.form.messages.size();
   };
   link.port.Fail("GetStatus", -1, u"Busy");
@@ -95,7 +96,8 @@ TEST_F(EngineTest, ServesAgainWhenALostDeviceIsBack) {
   link.Ask(">");
   link.form.statuses.clear();
   link.port.SetPresent(false, u"Gone");
-  for (int i = 0; i < 50; ++i) After(0.1);
+  for (int i = 0; i < 50; ++i)
+    After(0.1);
   EXPECT_EQ(link.form.Codes(), (std::vector<std::int32_t>{12, 14, 0}));
   ASSERT_EQ(link.form.messages.size(), 1u);
   EXPECT_EQ(link.form.Title(), u"NCE - No Link");
@@ -136,7 +138,8 @@ TEST_F(EngineTest, APartialWriteGoesOnWhereItEnded) {
   link.port.Fail("Write", 3);
   link.port.Deliver("XYZ\r");
   link.port.TakeWritten();
-  for (int i = 0; i < 10; ++i) link.Run();
+  for (int i = 0; i < 10; ++i)
+    link.Run();
   EXPECT_EQ(link.port.TakeWritten(), "ABCDEFGHIJKLMNOPQRSTUVWXYZ\r");
 }
 
@@ -154,7 +157,8 @@ TEST_F(EngineTest, AHeldLineKeepsItsRepliesInOrderAndNeverHoldsTheEnd) {
   link.port.SetHolds(0);
   link.port.SetWriteLimit(4096);
   link.port.TakeWritten();
-  for (int i = 0; i < 20; ++i) link.Run();
+  for (int i = 0; i < 20; ++i)
+    link.Run();
   const std::string sent = link.port.TakeWritten();
   EXPECT_EQ(sent.size(), 4 + 5001 + 3 + 2 + 27u);
   EXPECT_TRUE(sent.ends_with("]\rABCDEFGHIJKLMNOPQRSTUVWXYZ\r"));
@@ -173,7 +177,8 @@ TEST_F(EngineTest, AnOverrunShowsAndTheNextReadClearsIt) {
   EXPECT_EQ(link.Code(), 24);
   link.Run();
   EXPECT_EQ(link.Code(), 1);
-  EXPECT_EQ(link.Send("\rXYZ\r"), "%% Message not recognised by HOST\rABCDEFGHIJKLMNOPQRSTUVWXYZ\r");
+  EXPECT_EQ(link.Send("\rXYZ\r"),
+            "%% Message not recognised by HOST\rABCDEFGHIJKLMNOPQRSTUVWXYZ\r");
 }
 
 TEST_F(EngineTest, TracesTheLineWithItsEcho) {
@@ -184,10 +189,10 @@ TEST_F(EngineTest, TracesTheLineWithItsEcho) {
   link.Send("A\x7f\x80\r");
   link.port.SetHolds(kCtsHold | kXoffSent);
   link.Run();
-  EXPECT_EQ(Traced(), (std::vector<KorText>{
-                          u"RX A\x7f[80][0d]", u"TX %% Message not recognised by HOST[0d]",
-                          u"RX A\x7f[80][0d]", u"TX %% Message not recognised by HOST[0d]",
-                          u"CTS Hold=1  XOff Sent=1  "}));
+  EXPECT_EQ(Traced(),
+            (std::vector<KorText>{u"RX A\x7f[80][0d]", u"TX %% Message not recognised by HOST[0d]",
+                                  u"RX A\x7f[80][0d]", u"TX %% Message not recognised by HOST[0d]",
+                                  u"CTS Hold=1  XOff Sent=1  "}));
   link.link->StopTrace();
   const KorText whole = *link.app.Content(tracePath);
   EXPECT_TRUE(whole.StartsWith(
@@ -205,7 +210,8 @@ TEST_F(EngineTest, ARepeatedReplyIsTracedOnceAndRepeatedReceptionEachTime) {
   CommsLog log;
   ASSERT_TRUE(log.StartTrace(tracePath, LinkSettings()));
   header = link.app.Content(tracePath)->Length();
-  for (const bool force : {false, false, true, true}) log.Trace(u"same", force);
+  for (const bool force : {false, false, true, true})
+    log.Trace(u"same", force);
   EXPECT_EQ(Traced(), (std::vector<KorText>{u"same", u"same", u"same"}));
   EXPECT_EQ(TraceStamp(3725.5, -0.125), u"01:02:05.500000 (-0.125000)");
 }
@@ -220,17 +226,17 @@ TEST_F(EngineTest, WritesOneJobLinePerJob) {
   link.Ask("FH 1");
   link.Ask(">");
   link.Ask(">");
-  for (int i = 0; i < 20; ++i) After(0.1);
+  for (int i = 0; i < 20; ++i)
+    After(0.1);
   const KorText cnc = link.Folder();
   const KorText stamp = u"         21/11/2026 13:05:09 ";
-  EXPECT_EQ(link.app.Content(jobs),
-            stamp + u"Download could not open/read from " + cnc + u"9.MPG\r\n" + stamp +
-                u"Download Completed " + cnc + u"1.MPG - 2 bytes\r\n");
+  EXPECT_EQ(link.app.Content(jobs), stamp + u"Download could not open/read from " + cnc +
+                                        u"9.MPG\r\n" + stamp + u"Download Completed " + cnc +
+                                        u"1.MPG - 2 bytes\r\n");
 }
 
 TEST_F(EngineTest, AnUnwritableJobLogIsReportedOnce) {
-  link.Start({}, {},
-             u"[Log]\nlog file=" + link.app.Path(u"no/such/jobs.log") + u"\nwrite log=1\n");
+  link.Start({}, {}, u"[Log]\nlog file=" + link.app.Path(u"no/such/jobs.log") + u"\nwrite log=1\n");
   link.Ask("FH 8");
   link.Ask("FH 9");
   ASSERT_EQ(link.form.messages.size(), 1u);
@@ -331,13 +337,20 @@ TEST_F(EngineTest, TheSettingsFormTakesListedValuesOnly) {
     const char16_t *key, *value;
     bool taken;
   } cases[] = {
-      {u"baudrate", u"115200", true},      {u"baudrate", u"77", false},
-      {u"parity", u"even", true},          {u"flow-control", u"Combined", true},
-      {u"flow-control", u"none at all", false}, {u"character-delay", u"999", true},
-      {u"character-delay", u"1000", false}, {u"transmit-delay", u"30", true},
-      {u"transmit-delay", u"-1", false},   {u"transmit-delay", u"3 s", false},
-      {u"sot-character", u"SI", true},     {u"sot-character", u"XYZ", false},
-      {u"port", u"/dev/ttyUSB0", true},    {u"upload-path", u"/somewhere", true},
+      {u"baudrate", u"115200", true},
+      {u"baudrate", u"77", false},
+      {u"parity", u"even", true},
+      {u"flow-control", u"Combined", true},
+      {u"flow-control", u"none at all", false},
+      {u"character-delay", u"999", true},
+      {u"character-delay", u"1000", false},
+      {u"transmit-delay", u"30", true},
+      {u"transmit-delay", u"-1", false},
+      {u"transmit-delay", u"3 s", false},
+      {u"sot-character", u"SI", true},
+      {u"sot-character", u"XYZ", false},
+      {u"port", u"/dev/ttyUSB0", true},
+      {u"upload-path", u"/somewhere", true},
   };
   for (const auto& c : cases) {
     FormDescription form = link.link->SettingsForm();
@@ -404,7 +417,8 @@ TEST(LinkStatusTest, AnUnexpectedErrorLogsTwoLinesAndShowsTheSecond) {
   StatusBoard board([&](const KorText& line) { logged.push_back(line); });
   board.SetFileName(u"N");
   board.Set(LinkStatus::UnexpectedError);
-  for (int i = 0; i < 3; ++i) EXPECT_EQ(board.Form(false).line, u"File format error N");
+  for (int i = 0; i < 3; ++i)
+    EXPECT_EQ(board.Form(false).line, u"File format error N");
   EXPECT_EQ(logged, (std::vector<KorText>{u"Unexpected error N", u"File format error N"}));
 }
 
@@ -432,7 +446,8 @@ class PlainEngineTest : public EngineTest {
 
 TEST_F(PlainEngineTest, SendsAFileAsItIsInPacedChunks) {
   KorText bytes;
-  for (int i = 0; i < 1000; ++i) bytes += static_cast<char16_t>(i % 256);
+  for (int i = 0; i < 1000; ++i)
+    bytes += static_cast<char16_t>(i % 256);
   link.app.Put(link.app.Path(u"raw.NC"), bytes);
   engine->SendFile(link.app.Path(u"raw.NC"));
   Run();
@@ -468,7 +483,8 @@ TEST_F(PlainEngineTest, ABaudTextThatIsNoNumberSendsNothing) {
   odd.SetUpServices();
   odd.BuildWindow();
   odd.SendFile(link.app.Path(u"raw.NC"));
-  for (int i = 0; i < 100; ++i) odd.Poll();
+  for (int i = 0; i < 100; ++i)
+    odd.Poll();
   EXPECT_EQ(link.port.Written(), "");
   EXPECT_EQ(odd.CurrentStatus().code, 12);
 }
@@ -483,8 +499,10 @@ TEST_F(PlainEngineTest, ReceivesEveryByteUntilItIsCompletedOrCancelled) {
     link.port.Deliver(std::string("\0\x01new\xff", 6));
     Run();
     EXPECT_EQ(link.app.Content(path), u"old");
-    if (complete) engine->CompleteUpload();
-    else engine->CancelUpload();
+    if (complete)
+      engine->CompleteUpload();
+    else
+      engine->CancelUpload();
     Run();
     EXPECT_EQ(engine->CurrentStatus().code, complete ? 19 : 17);
   }

@@ -46,7 +46,8 @@ class RecordingForm : public FormDialog {
         now.swap(posted);
       }
       if (now.empty()) return;
-      for (const auto& task : now) task();
+      for (const auto& task : now)
+        task();
     }
   }
   KorText Title() const { return titles.empty() ? KorText() : titles.back(); }
