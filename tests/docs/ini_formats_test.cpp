@@ -1,0 +1,135 @@
+// Carries out the examples of docs/formats/ini-dialect.md and program-paths.md line by line and compares
+// every byte and answer with the page.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "app/program_paths.h"
+#include "services/ini/ini_file.h"
+#include "tests/support/test_app.h"
+
+namespace kor {
+namespace {
+
+// A line of an example: a command, and with "file" the bytes of the lines below it.
+struct Step {
+  std::string command;
+  std::string bytes;
+};
+
+std::string BytesOf(const std::string& line) {
+  const std::size_t bar = line.find('|');
+  std::istringstream digits(line.substr(0, bar));
+  std::string bytes, shown;
+  for (int byte = 0; digits >> std::hex >> byte;) {
+    bytes += static_cast<char>(byte);
+    shown += byte >= ' ' && byte <= '~' ? static_cast<char>(byte) : '.';
+  }
+  EXPECT_EQ(line.substr(bar + 2), shown) << line;
+  return bytes;
+}
+
+std::vector<Step> ReadExample(const std::string& page, const std::string& fence) {
+  std::ifstream stream(NCEDL_SOURCE_DIR "/docs/formats/" + page);
+  std::vector<Step> steps;
+  bool inside = false;
+  for (std::string line; std::getline(stream, line);) {
+    if (line.starts_with("```")) {
+      inside = line == "```" + fence;
+    } else if (inside && line.find('|') != line.npos) {
+      steps.back().bytes += BytesOf(line);
+    } else if (inside) {
+      steps.push_back({line, {}});
+    }
+  }
+  return steps;
+}
+
+// The words up to a count; the last one takes the rest.
+std::vector<KorText> Words(const std::string& line, std::size_t count) {
+  std::istringstream stream(line);
+  std::vector<KorText> words(count);
+  std::string word;
+  for (std::size_t i = 0; i < count; ++i) {
+    if (i + 1 < count)
+      stream >> word;
+    else
+      std::getline(stream >> std::ws, word);
+    words[i] = KorText::FromBytes(word);
+  }
+  return words;
+}
+
+TEST(IniFormats, TheDialectsExampleHolds) {
+  TestApp app;
+  const KorText path = app.Path(u"example.ini");
+  bool written = false;
+  std::size_t checks = 0;
+  for (const Step& step : ReadExample("ini-dialect.md", "ini")) {
+    const std::vector<KorText> words = Words(step.command, 4);
+    iniFile file(path);
+    KorText value;
+    if (words[0] == u"file" && !written) {
+      app.Put(path, KorText::FromBytes(step.bytes));
+    } else if (words[0] == u"file") {
+      EXPECT_EQ(app.Content(path).value_or(u"").ToBytes(), step.bytes);
+      ++checks;
+    } else if (words[0] == u"read") {
+      file.Add<iniString>(words[1], words[2], &value, u"(default)");
+      file.Read();
+      EXPECT_EQ(u"= " + value, words[3]) << step.command;
+      ++checks;
+    } else {
+      value = words[3];
+      file.Add<iniString>(words[1], words[2], &value);
+      file.Write();
+      written = true;
+    }
+  }
+  EXPECT_EQ(checks, 4u);
+}
+
+// The page's /srv/nc/ is the start-in folder here.
+TEST(IniFormats, TheProgramPathsExampleHolds) {
+  TestApp app;
+  const KorText startIn = app.Path(u"srv/nc/");
+  app.SetApplicationPropertyPath(kStartInFolder, startIn);
+  ProgramPaths paths;
+  std::size_t checks = 0;
+  for (const Step& step : ReadExample("program-paths.md", "paths")) {
+    if (step.command == "file") {
+      app.Put(startIn + kPathsFileName, KorText::FromBytes(step.bytes));
+      continue;
+    }
+    const std::vector<KorText> words = Words(step.command, 3);
+    KorText expected = words[2].Mid(2);
+    if (expected.StartsWith(u"/")) expected = app.Root() + expected.Mid(1);
+    EXPECT_EQ(paths.GetFolder(words[1].ToInteger()).ToBytes(), expected.ToBytes());
+    ++checks;
+  }
+  EXPECT_EQ(checks, 4u);
+}
+
+// Each kind with a key stands in the page's table, with its key and its default.
+TEST(IniFormats, TheProgramPathsTableIsComplete) {
+  std::ifstream stream(NCEDL_SOURCE_DIR "/docs/formats/program-paths.md");
+  std::stringstream page;
+  page << stream.rdbuf();
+  int kinds = 0;
+  for (int kind = 0; kind < kFolderKinds; ++kind) {
+    const std::string name = ProgramPaths::DisplayName(kind).ToBytes();
+    if (name == "ERROR") continue;
+    ++kinds;
+    const std::string folder = ProgramPaths::DefaultSubFolder(kind).ToBytes();
+    const std::string row = "| " + std::to_string(kind) + " | `" + name + "` | " +
+                            (folder.empty() ? "the folder of KOR.INI" : folder) + " |\n";
+    EXPECT_NE(page.str().find(row), std::string::npos) << row;
+  }
+  EXPECT_EQ(kinds, 20);
+}
+
+} // namespace
+} // namespace kor
