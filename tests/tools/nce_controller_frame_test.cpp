@@ -9,7 +9,7 @@ namespace {
 TEST(ControllerFrame, CarriesBlocksOfEverySizeOfLengthField) {
   EXPECT_EQ(EncodeFrame("G90!X10!"), "08G90!X10!17");
   EXPECT_EQ(DecodeFrame("08G90!X10!17").block, "G90!X10!");
-  for (const std::size_t size : {1, 15, 16, 100, 255, 256, 257, 4095, 4096, 24576}) {
+  for (const std::size_t size : {1U, 15U, 16U, 100U, 255U, 256U, 257U, 4095U, 4096U, 24576U}) {
     std::string block(size, 'X');
     block.back() = '!';
     const DecodedFrame frame = DecodeFrame(EncodeFrame(block));
@@ -19,7 +19,7 @@ TEST(ControllerFrame, CarriesBlocksOfEverySizeOfLengthField) {
 }
 
 TEST(ControllerFrame, EveryDamageOfASingleByteIsRefused) {
-  for (const std::size_t size : {1, 8, 99, 254, 255, 256, 257}) {
+  for (const std::size_t size : {1U, 8U, 99U, 254U, 255U, 256U, 257U}) {
     std::string block;
     while (block.size() < size)
       block += "N10 G01 X-293.452 Y1819.510!";

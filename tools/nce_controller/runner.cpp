@@ -183,7 +183,7 @@ Runner::Report Runner::Fetch(const Command& command) {
   report.text = Plural(fetched.program.size(), "byte") + " in " + Plural(fetched.frames, "frame");
   if (fetched.refusedFrames > 0)
     report.text += ", " + std::to_string(fetched.refusedFrames) + " refused";
-  if (fetched.transfers > 1) report.text += ", " + Plural(fetched.transfers, "transfer");
+  if (fetched.transfers > 1) report.text += ", " + std::to_string(fetched.transfers) + " transfers";
   if (!report.verdict.IsDone()) return report;
   const std::string failure = Keep(command, fetched.program);
   if (!failure.empty())

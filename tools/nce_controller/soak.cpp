@@ -23,23 +23,20 @@ class Soaker {
 
   // One job. False: there is no point in going on.
   bool Step() {
-    const std::size_t dice = chance.Below(10);
-    if (isFirst || dice == 0)
-      Count(List());
-    else if (dice == 1)
-      Count(Test());
-    else if (dice == 2 && !plan.uploadNumber.empty())
-      Count(Send());
-    else if (!names.empty())
-      Count(Fetch());
-    else
-      Count(Test());
+    Count(Job());
     return report.verdict.outcome != Outcome::Stopped &&
            report.verdict.outcome != Outcome::SystemFailed;
   }
   SoakReport report;
 
  private:
+  Verdict Job() {
+    const std::size_t dice = chance.Below(10);
+    if (isFirst || dice == 0) return List();
+    if (dice == 2 && !plan.uploadNumber.empty()) return Send();
+    return dice == 1 || names.empty() ? Test() : Fetch();
+  }
+
   void Count(const Verdict& verdict) {
     if (verdict.IsDone()) return;
     const bool isMismatch = verdict.outcome == Outcome::Mismatch;
