@@ -66,20 +66,5 @@ TEST_F(LegacyCodecTest, HugeLengthWarnsAndGoesOn) {
   EXPECT_EQ(app.Warnings().at(0).info, kSilly);
 }
 
-// The table by its checksum, computed elsewhere: any slip of the pen shows.
-TEST_F(LegacyCodecTest, TableIsComplete) {
-  Bytes encoded = FromHex("C4 00 00 00 01");
-  for (std::uint8_t entry = 1; entry <= 23; ++entry) {
-    encoded.push_back(0xAE);
-    encoded.push_back(entry);
-  }
-  std::int32_t declared = 0;
-  const VoidBuffer output = DecodeLegacyBuffer(encoded, declared);
-  EXPECT_TRUE(app.Warnings().empty()) << "lengths";
-  FileCrc crc;
-  crc.Add(output.Bytes());
-  EXPECT_EQ(crc.Value(), 0xA917B70A1BF189D1u);
-}
-
 } // namespace
 } // namespace kor

@@ -1,0 +1,79 @@
+// Compares the examples of docs/formats/compressed-file.md and legacy-buffer.md with what the code
+// writes and reads.
+#include <fstream>
+
+#include "files/compressed_file.h"
+#include "files/legacy_codec.h"
+#include "tests/files/file_test_support.h"
+
+namespace kor {
+namespace {
+
+std::vector<std::string> ReadPage(const std::string& page) {
+  std::ifstream stream(NCEDL_SOURCE_DIR "/docs/formats/" + page);
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(stream, line);)
+    lines.push_back(line);
+  return lines;
+}
+
+// The blocks of a kind: hexadecimal bytes up to the bar of each line.
+std::vector<Bytes> ReadExamples(const std::string& page, const std::string& kind) {
+  std::vector<Bytes> examples;
+  bool inside = false;
+  for (const std::string& line : ReadPage(page)) {
+    if (line.starts_with("```")) {
+      inside = line == "```" + kind;
+      if (inside) examples.emplace_back();
+    } else if (inside) {
+      const Bytes bytes = FromHex(line.substr(0, line.find('|')));
+      examples.back().insert(examples.back().end(), bytes.begin(), bytes.end());
+    }
+  }
+  return examples;
+}
+
+class FormatPages : public FileTest {};
+
+TEST_F(FormatPages, CompressedFilesAreWrittenAndReadAsShown) {
+  const std::vector<Bytes> examples = ReadExamples("compressed-file.md", "container");
+  ASSERT_EQ(examples.size(), 2u);
+  const Bytes text = BytesOf("N10 G00 X5\r\nN20 M30\r\n");
+  for (const Bytes& example : examples) {
+    SimpleFile file(Put(u"f", example));
+    ASSERT_TRUE(file.Open(kFileRead, false, true));
+    EXPECT_EQ(file.ReadAll(), text);
+  }
+  ASSERT_EQ(CompressFile(Put(u"f", text), app.Path(u"g"), false), FileResult::Success);
+  EXPECT_EQ(Get(app.Path(u"g")), examples[0]);
+}
+
+TEST_F(FormatPages, LegacyBuffersAreReadAsShown) {
+  const std::vector<Bytes> encoded = ReadExamples("legacy-buffer.md", "legacy");
+  const std::vector<Bytes> outputs = ReadExamples("legacy-buffer.md", "output");
+  ASSERT_EQ(encoded.size(), 2u);
+  ASSERT_EQ(outputs.size(), 2u);
+  for (std::size_t i = 0; i < encoded.size(); ++i) {
+    std::int32_t declared = 0;
+    EXPECT_EQ(TextOf(DecodeLegacyBuffer(encoded[i], declared).Bytes()), TextOf(outputs[i]));
+  }
+  EXPECT_TRUE(app.Warnings().empty());
+}
+
+TEST_F(FormatPages, LegacyTableIsTheOneShown) {
+  std::uint8_t next = 1;
+  for (const std::string& line : ReadPage("legacy-buffer.md")) {
+    if (!line.starts_with("| " + std::to_string(next) + " | ")) continue;
+    const std::size_t bar = line.find('|', 2);
+    const Bytes sequence = FromHex(line.substr(bar + 1, line.rfind('|') - bar - 2));
+    std::int32_t declared = 0;
+    const Bytes encoded = {static_cast<std::uint8_t>(sequence.size()), 0, 0, 0, 1, 0xAE, next};
+    EXPECT_EQ(TextOf(DecodeLegacyBuffer(encoded, declared).Bytes()), TextOf(sequence)) << line;
+    ++next;
+  }
+  EXPECT_EQ(next, 24);
+  EXPECT_TRUE(app.Warnings().empty()) << "no sequence is shorter than shown";
+}
+
+} // namespace
+} // namespace kor
