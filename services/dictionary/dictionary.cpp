@@ -81,8 +81,8 @@ bool LoadProgramDictionary(const KorText& file) {
 }
 
 const TextLanguage* KnownLanguage(std::u16string_view code) {
-  static const std::vector<TextLanguage> languages = KnownLanguages();
-  for (const TextLanguage& language : languages)
+  static const std::vector<TextLanguage> kLanguages = KnownLanguages();
+  for (const TextLanguage& language : kLanguages)
     if (language.folder.EqualsNoCase(code)) return &language;
   return nullptr;
 }

@@ -8,8 +8,8 @@ namespace {
 constexpr std::size_t kLongestName = 32;
 
 const KorText& NoText() {
-  static const KorText none;
-  return none;
+  static const KorText kNone;
+  return kNone;
 }
 
 bool IsNameCharacter(char16_t c) {

@@ -122,11 +122,11 @@ void TextHolder::Clear() {
 }
 
 void TextHolder::StartEditing(const KorText& newPath) {
-  const KorText kept = newPath; // it may be this object's own
+  KorText kept = newPath; // it may be this object's own
   Clear();
   loaded = true;
   selector = kEditing;
-  path = kept;
+  path = std::move(kept);
   TextCatagory& general = categories.emplace_back();
   general.name = u"General";
 }

@@ -155,7 +155,7 @@ TEST_F(Kordict, LeavesTheOlderFileWhenItCannotWrite) {
       {u"export-xliff", app.Path(u"out")},
   };
   for (const auto& command : commands) {
-    for (const std::uint64_t room : {0, 100}) {
+    for (const std::uint64_t room : {0U, 100U}) {
       app.LimitWrites(room);
       EXPECT_EQ(Run(command), 4) << command[0].ToUtf8();
       EXPECT_FALSE(errors.empty());
