@@ -1,8 +1,10 @@
 // The dictionary that ships: its numbers, its English texts, its translations.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
-#include <sstream>
+#include <iterator>
+#include <string>
 
 #include "services/dictionary/dictionary.h"
 #include "tests/dictionary/dictionary_samples.h"
@@ -91,6 +93,54 @@ TEST_F(ShippedDictionary, ItsEnglishIsThatOfTheProgram) {
     if (const KorText builtIn = nothing.Text(entry.id); !builtIn.IsEmpty()) {
       EXPECT_EQ(entry.phrase, builtIn);
     }
+}
+
+// A use in the code: the number, and the English words that show without a dictionary.
+struct Use {
+  int number = 0;
+  KorText words;
+};
+
+// Of LookUpText(15426, u"%s left"), the words in one piece or several; numbers by name are left out.
+std::vector<Use> UsesIn(const std::string& code) {
+  std::vector<Use> uses;
+  const std::string call = "LookUpText(";
+  for (std::size_t at = code.find(call); at != std::string::npos; at = code.find(call, at)) {
+    at += call.size();
+    Use use{std::atoi(code.c_str() + at), {}};
+    at = std::min(code.find_first_not_of("0123456789", at), code.size());
+    std::string words;
+    while ((at = code.find_first_not_of(" ,\n", at)) != std::string::npos &&
+           code.compare(at, 2, "u\"") == 0) {
+      for (at += 2; at < code.size() && code[at] != '"'; ++at) {
+        const bool isLineEnd = code[at] == '\\' && code[at + 1] == 'n';
+        if (code[at] == '\\') ++at;
+        words += isLineEnd ? '\n' : code[at];
+      }
+      ++at;
+    }
+    use.words = KorText::FromUtf8(words);
+    if (use.number != 0 && !words.empty()) uses.push_back(use);
+  }
+  return uses;
+}
+
+TEST_F(ShippedDictionary, TheCodesOwnWordsAreItsEnglish) {
+  std::size_t found = 0;
+  for (const char* folder : {"app", "files", "link", "services", "ui"}) {
+    const auto root = std::filesystem::path(NCEDL_SOURCE_FOLDER) / folder;
+    for (const auto& file : std::filesystem::recursive_directory_iterator(root)) {
+      if (file.path().extension() != ".cpp") continue;
+      std::ifstream stream(file.path());
+      for (const Use& use : UsesIn({std::istreambuf_iterator<char>(stream), {}})) {
+        const TextEntry* entry = dictionary.FindEntry(use.number);
+        ASSERT_NE(entry, nullptr) << file.path() << " " << use.number;
+        EXPECT_EQ(entry->phrase, use.words) << file.path() << " " << use.number;
+        ++found;
+      }
+    }
+  }
+  EXPECT_GE(found, 10U);
 }
 
 TEST_F(ShippedDictionary, NoTextLacksATranslationOrADirectiveOrOutgrowsItsControl) {
