@@ -20,17 +20,38 @@ KorText CommandLine(const std::vector<KorText>& words) {
   return line;
 }
 
-std::int32_t ShowReport(Terminal& terminal, const MessageRecord& record) {
+KorText ReportText(const MessageRecord& record) {
   KorText text = record.message;
   if (!record.details.IsEmpty()) text += u"\n" + record.details;
-  text.ReplaceAll(u"\n\n", u"\n");
+  return text.ReplaceAll(u"\n\n", u"\n");
+}
+
+// Before there is a front end, and after it.
+void ShowPlainly(Terminal& terminal, const KorText& caption, KorText text) {
   text.ReplaceAll(u"\n", u": ");
-  terminal.WriteError(KorText::Format(u"%s: %s\n", record.info, text).ToUtf8());
-  return record.number;
+  terminal.WriteError(PrintableText(KorText::Format(u"%s: %s", caption, text)) + "\n");
+}
+
+void ReportPlainly(AppInterface& application, Terminal& terminal) {
+  application.SetReporter([&terminal](const MessageRecord& record) {
+    ShowPlainly(terminal, record.info, ReportText(record));
+    return record.number;
+  });
+}
+
+// Reports may come from any thread; the front end shows them between its lines.
+void ReportThrough(ConsoleFrontEnd& console) {
+  App().SetReporter([&console](const MessageRecord& record) {
+    console.Post([&console, record] {
+      console.ShowMessage(record.info, ReportText(record), MessageStyle::Information);
+    });
+    return record.number;
+  });
 }
 
 // Serves until the user or the system asks the program to end. The exit code is that of the loop.
-int Serve(Terminal& terminal, const KorText& commandLine, const KorText& cncFolder) {
+int Serve(const std::shared_ptr<Terminal>& terminal, const KorText& commandLine,
+          const KorText& cncFolder) {
   PlatformSerialPort port;
   ConsoleFrontEnd console(terminal);
   EngineServices services;
@@ -40,11 +61,14 @@ int Serve(Terminal& terminal, const KorText& commandLine, const KorText& cncFold
   services.probePort = [](const KorText& name) { return PlatformSerialPort().Open(name); };
   NCEApp app(services, commandLine);
   Commands commands(app, console);
-  terminal.OnEnd(console.Quitter());
+  ReportThrough(console);
+  terminal->OnEnd(console.Quitter());
   app.SetMonitorShown(false);
   app.SetUpServices();
   app.BuildWindow();
   console.Run(app.Timers(), [&](const KorText& line) { commands.Run(line); });
+  console.Flush();
+  ReportPlainly(App(), *terminal);
   app.Terminate();
   return 0;
 }
@@ -52,14 +76,13 @@ int Serve(Terminal& terminal, const KorText& commandLine, const KorText& cncFold
 } // namespace
 
 int main(int argc, char** argv) {
-  const std::unique_ptr<Terminal> terminal = MakeConsoleTerminal();
+  const std::shared_ptr<Terminal> terminal = MakeConsoleTerminal();
   PlatformAppInterface application;
   SetApp(&application);
-  application.SetReporter(
-      [&](const MessageRecord& record) { return ShowReport(*terminal, record); });
+  ReportPlainly(application, *terminal);
   KorText error;
   const auto program = StartProgram(application, error);
-  if (!error.IsEmpty()) terminal->WriteError(KorText::Format(u"Download: %s\n", error).ToUtf8());
+  if (!error.IsEmpty()) ShowPlainly(*terminal, u"Download", error);
   if (!program) return 0; // intended: a program that can't start ends without an error code
-  return Serve(*terminal, CommandLine(ProgramArguments(argc, argv)), program->cncFolder);
+  return Serve(terminal, CommandLine(ProgramArguments(argc, argv)), program->cncFolder);
 }

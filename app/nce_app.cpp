@@ -81,8 +81,15 @@ void NCEApp::Transfer(DiskFile& file) {
 
 void NCEApp::BuildWindow() {
   DownloadApp::BuildWindow();
-  SetFeatures(features);
   services.form->ShowSpecialButton();
+}
+
+NCEApp::~NCEApp() {
+  StopWorker();
+} // it uses the members that go now
+
+void NCEApp::BeforeServing() {
+  options = features;
 }
 
 // --- Requests ------------------------------------------------------------------------------------------
@@ -138,6 +145,7 @@ void NCEApp::BreakOffDownload() {
 }
 
 void NCEApp::OnLoopTest() {
+  FinishManualJob(); // another exchange takes the place of one begun by hand; so below
   SetStatus(LinkStatus::LoopBackTest);
   UpdateStatus();
   Reply(u"ABCDEFGHIJKLMNOPQRSTUVWXYZ");
@@ -186,8 +194,9 @@ bool NCEApp::OpenProgram(const KorText& path) {
 }
 
 void NCEApp::StartDownload() {
+  FinishManualJob();
   DiscardUpload();
-  frameText.clear();
+  frameText.clear(); // a refusal before the first frame must not bring back the program before
   nakCount = 0;
   const KorText folder = link.downloadPath;
   const bool found = (model500 && OpenProgram(MakeModel500FileName(folder))) ||
@@ -234,7 +243,7 @@ void NCEApp::OnAcknowledge() {
     break;
   default:
     Reply(u">");
-    ++unexpectedAckCount;
+    if (unexpectedAckCount < INT32_MAX) ++unexpectedAckCount;
     return;
   }
   unexpectedAckCount = 0;
@@ -276,6 +285,7 @@ void NCEApp::EndDownload() {
   SetStatus(LinkStatus::DownloadCompleted);
   UpdateStatus();
   Reply(u"]");
+  program.Clear(); // a large one does not stay in memory until the next request
   FinishManualJob();
 }
 
@@ -330,6 +340,7 @@ bool NCEApp::LoadTransfer(const KorText& path, std::int64_t& size) {
 
 // Intended: the number is that of the last "FH " request; what follows "TH " plays no part.
 void NCEApp::OnUploadRequest() {
+  FinishManualJob();
   const KorText path = MakePcFileName(link.uploadPath);
   board.SetFileName(path);
   if (!NamesFile(numberText) || !OpenUpload(path)) {
@@ -392,6 +403,7 @@ void NCEApp::OnUploadEnd() {
 // --- Directory -----------------------------------------------------------------------------------------
 
 void NCEApp::OnDirectoryRequest() {
+  FinishManualJob();
   SetStatus(LinkStatus::DirectoryListing);
   UpdateStatus();
   Reply(u"Directory of Host Computer\nSelect File. &DH");
@@ -408,7 +420,7 @@ void NCEApp::SendDirectoryPage() {
 // --- Simulation ----------------------------------------------------------------------------------------
 
 void NCEApp::PollIdle() {
-  if (!simulation) return;
+  if (!simulation || channel.IsSending()) return; // a held line has not taken the last reply yet
   if (Status() == LinkStatus::Waiting) {
     requestText = u"FH 0000001";
     DownloadNow();
@@ -431,7 +443,7 @@ FormDescription NCEApp::SpecialForm() const {
   for (const FeatureField& feature : kFeatureFields)
     form.fields.push_back({feature.number,
                            feature.key,
-                           feature.label,
+                           LookUpText(feature.text, feature.label),
                            FieldKind::Check,
                            features.*feature.member != 0 ? u"1" : u"0",
                            {}});

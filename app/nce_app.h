@@ -23,6 +23,8 @@ class NCEApp : public DownloadApp {
   // "500" anywhere in it switch their modes on.
   NCEApp(EngineServices engineServices, const KorText& commandLine);
 
+  ~NCEApp() override;
+
   std::uint32_t ClassId() const override { return kClassId; }
   void Transfer(DiskFile& file) override;
   static std::span<const MemberDescription> Members();
@@ -41,6 +43,7 @@ class NCEApp : public DownloadApp {
   void AcceptSpecialForm(const FormDescription& form);
 
  protected:
+  void BeforeServing() override;
   bool LoadTransfer(const KorText& path, std::int64_t& size) override;
 
  private:

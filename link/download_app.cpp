@@ -76,7 +76,12 @@ DownloadApp::DownloadApp(EngineServices engineServices, const KorText& name)
 }
 
 DownloadApp::~DownloadApp() {
+  StopWorker();
+}
+
+void DownloadApp::StopWorker() {
   if (worker) worker->Stop();
+  worker.reset();
 }
 
 // --- Life ----------------------------------------------------------------------------------------------
@@ -92,7 +97,7 @@ void DownloadApp::SetUpServices() {
   CreateTimer(kEndOfServeTimer, kEndOfServePeriod, false, &DownloadApp::EndOfServe);
   timers.Create(kXonTimer, kXonPeriod, Now(), false, [this] {
     timers.Stop(kXonTimer);
-    RunOnWorker([this] { channel.SendText(KorText(1, kXon)); });
+    SendControl(kXon);
   });
 }
 
@@ -108,6 +113,7 @@ void DownloadApp::BuildWindow() {
   SetStatus(LinkStatus::Waiting);
   OpenPort(0);
   UpdateStatus();
+  BeforeServing();
   if (!services.startWorker) return;
   worker = std::make_unique<CommsMonitor>([this] { return Poll(); }, [this] { WaitIdle(); },
                                           [this] { services.port->Interrupt(); });
@@ -191,10 +197,9 @@ void DownloadApp::Terminate() {
   {
     const Lock lock(mutex);
     acceptsTasks = false;
-    tasks.clear();
   }
-  if (worker) worker->Stop();
-  worker.reset();
+  StopWorker();
+  RunTasks(); // what was asked for before the end is still done
   timers.Delete(kDisplayTimer);
   timers.Delete(kDownloadTimer);
   channel.Close();
@@ -270,10 +275,12 @@ void DownloadApp::ReportOnce(const KorText& caption, const KorText& text) {
 
 void DownloadApp::OpenPort(int noSoftwareFlow) {
   channel.Open(link, modelName, noSoftwareFlow > 0);
-  if (!channel.IsOpen())
+  if (!channel.IsOpen()) {
+    AbandonExchange();
     SetStatus(LinkStatus::NoLink);
-  else if (Status() == LinkStatus::NoLink)
+  } else if (Status() == LinkStatus::NoLink) {
     SetStatus(LinkStatus::Waiting);
+  }
 }
 
 void DownloadApp::ReportPortFailure(const KorText& step, const KorText& systemText) {
@@ -289,18 +296,20 @@ void DownloadApp::ShowTitle(const KorText& title) {
 void DownloadApp::OnLinkLost() {
   timers.Delete(kDownloadTimer);
   ++delayedDownload;
-  if (Status() == LinkStatus::Downloading) {
-    SetStatus(LinkStatus::DownloadErrors);
-    UpdateStatus();
-  } else if (Status() == LinkStatus::Uploading) {
-    DiscardUpload();
-    SetStatus(LinkStatus::UploadErrors);
+  AbandonExchange();
+  SetStatus(LinkStatus::NoLink);
+  UpdateStatus();
+}
+
+void DownloadApp::AbandonExchange() {
+  DiscardUpload();
+  const bool downloading = Status() == LinkStatus::Downloading;
+  if (downloading || Status() == LinkStatus::Uploading) {
+    SetStatus(downloading ? LinkStatus::DownloadErrors : LinkStatus::UploadErrors);
     UpdateStatus();
   }
   ShowProgress(0, 0);
   FinishManualJob();
-  SetStatus(LinkStatus::NoLink);
-  UpdateStatus();
 }
 
 void DownloadApp::OnLinkBack() {
@@ -315,11 +324,19 @@ void DownloadApp::UpdateStatus() {
   // Between two changes the display timer shows the counters; a reply does not wait for that.
   if (code == shownCode && !EndsJob(Status())) return;
   shownCode = code;
-  PostToWindow([this, view = board.Form(false)] { services.form->ShowStatus(view); });
+  ++waitingViews;
+  PostToWindow([this, view = board.Form()] {
+    --waitingViews;
+    services.form->ShowStatus(view);
+  });
 }
 
+// Changes that wait to be shown come first: the newest state must not overtake them.
 void DownloadApp::DisplayStatus() {
-  services.form->ShowStatus(board.Form(true));
+  const StatusView view = board.Form();
+  if (waitingViews > 0) return;
+  board.ClearActivity();
+  services.form->ShowStatus(view);
 }
 
 void DownloadApp::WriteJobLine(const KorText& line) {
@@ -470,6 +487,7 @@ void DownloadApp::SendFile(const KorText& path) {
 }
 
 void DownloadApp::StartSend(const KorText& path) {
+  AbandonExchange();
   transferName = path;
   board.SetFileName(path);
   std::int64_t size = 0;
@@ -478,7 +496,6 @@ void DownloadApp::StartSend(const KorText& path) {
     UpdateStatus();
     return;
   }
-  DiscardUpload();
   manualJob = true;
   board.SetCount(0);
   board.SetTotal(size);
@@ -534,6 +551,7 @@ void DownloadApp::ReceiveFile(const KorText& path) {
 }
 
 void DownloadApp::StartReceive(const KorText& path) {
+  AbandonExchange();
   if (!OpenUpload(path)) {
     SetStatus(LinkStatus::UploadCantOpen);
     UpdateStatus();
@@ -643,15 +661,24 @@ bool DownloadApp::ReadProgram(const KorText& path) {
 void DownloadApp::LoopbackTest() {
   timers.Stop(kDisplayTimer);
   RunOnWorker([this] {
-    SetStatus(LinkStatus::Waiting);
-    UpdateStatus();
-    channel.StartLoopbackTest();
+    if (channel.IsOpen()) {
+      AbandonExchange();
+      SetStatus(LinkStatus::Waiting);
+      UpdateStatus();
+      channel.StartLoopbackTest();
+    }
     PostToWindow([this] { timers.Start(kDisplayTimer, Now()); });
   });
 }
 
+void DownloadApp::SendControl(char16_t c) {
+  RunOnWorker([this, c] {
+    if (channel.IsOpen()) channel.SendText(KorText(1, c));
+  });
+}
+
 void DownloadApp::XonXoffTest() {
-  RunOnWorker([this] { channel.SendText(KorText(1, kXoff)); });
+  SendControl(kXoff);
   timers.Start(kXonTimer, Now());
 }
 

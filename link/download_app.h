@@ -78,7 +78,7 @@ class DownloadApp : public Storable, protected ChannelHost {
   // --- Window -----------------------------------------------------------------------------------------
   const KorText& ModelName() const { return modelName; }
   const LinkSettings& Settings() const { return settings; } // the window's copy
-  StatusView CurrentStatus() { return board.Form(false); }
+  StatusView CurrentStatus() { return board.Form(); }
   TimerQueue& Timers() { return timers; }
   void RunDueTimers();
   FormDescription SettingsForm() const;
@@ -113,6 +113,7 @@ class DownloadApp : public Storable, protected ChannelHost {
   void ShowTitle(const KorText& title) override;
   void OnLinkLost() override;
   void OnLinkBack() override;
+  void OnOverRun() override { AbandonExchange(); }
 
   LinkStatus Status() const { return board.Code(); }
   void SetStatus(LinkStatus code) { board.Set(code); }
@@ -139,6 +140,11 @@ class DownloadApp : public Storable, protected ChannelHost {
   // Reads the file's lines; false (with a message when a line is too long) leaves the program empty.
   bool ReadProgram(const KorText& path);
   void FinishManualJob();
+  // A transfer that can't go on: a part of an upload is removed, its job logged as failed.
+  void AbandonExchange();
+  // On the window's thread, when everything is ready and the worker has not started yet.
+  virtual void BeforeServing() {}
+  void StopWorker();
   bool IsManualJob() const { return manualJob; }
   // The window's copy and the worker's change together.
   void ChangeSettings(const std::function<void(LinkSettings&)>& change);
@@ -163,6 +169,7 @@ class DownloadApp : public Storable, protected ChannelHost {
 
  private:
   void DisplayStatus();
+  void SendControl(char16_t c);
   void EndOfServe();
   void CancelUploadNow();
   void StartSend(const KorText& path);
@@ -177,6 +184,7 @@ class DownloadApp : public Storable, protected ChannelHost {
 
   std::unique_ptr<CommsMonitor> worker;
   std::atomic<bool> hasTasks{false};
+  std::atomic<int> waitingViews{0}; // posted status changes that the window has not shown yet
   std::atomic<std::uint32_t> delayedDownload{0}; // which delayed download may still start
   std::int32_t shownCode = -1;                   // worker: last status posted to the window
   bool manualJob = false;                        // worker: an end dialog is shown

@@ -152,11 +152,9 @@ KorText ReadCodeField(const FormField& field, std::uint8_t& value) {
   const auto names = ControlCodeNames();
   for (std::size_t i = 0; i < names.size(); ++i) {
     if (!Matches(names[i], field.value)) continue;
-    // Left alone, an entry keeps the code that it showed.
-    if (NameOfControlCode(value) != KorText(names[i])) value = ControlCodeOfName(i);
+    value = ControlCodeOfName(i);
     return {};
   }
-  if (field.value == NameOfControlCode(value)) return {};
   return Refusal(field, ListText(Texts(names)));
 }
 
@@ -268,9 +266,12 @@ FormDescription MakeSettingsForm(const LinkSettings& settings, const std::vector
 KorText ReadSettingsForm(const FormDescription& form, LinkSettings& settings) {
   LinkSettings read = settings;
   KorText wrong;
+  // A field that was left alone keeps its value, even one from an older file that no list holds.
+  const FormDescription before = MakeSettingsForm(settings, {});
   const auto take = [&](const char16_t* key, auto&& reader) {
     const FormField* field = form.Find(key);
-    if (field && wrong.IsEmpty()) wrong = reader(*field);
+    const bool edited = field && field->value != before.Find(key)->value;
+    if (edited && wrong.IsEmpty()) wrong = reader(*field);
   };
   take(u"port", [&](const FormField& field) { return ReadTextField(field, read.port); });
   for (const TextField& text : kTextFields)

@@ -172,7 +172,7 @@ KorText StatusBoard::FormLine(LinkStatus now) {
   return line;
 }
 
-StatusView StatusBoard::Form(bool clearActivity) {
+StatusView StatusBoard::Form() {
   const Lock lock(mutex);
   StatusView view;
   const LinkStatus now = code;
@@ -182,10 +182,6 @@ StatusView StatusBoard::Form(bool clearActivity) {
   view.range = progressRange;
   for (std::size_t lamp = 0; lamp < kLampCount; ++lamp)
     view.lamps[lamp] = lamps[lamp];
-  if (clearActivity) {
-    SetLamp(kLampReceive, false);
-    SetLamp(kLampWrite, false);
-  }
   return view;
 }
 

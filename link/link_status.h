@@ -95,9 +95,14 @@ class StatusBoard {
 
   void SetLamp(Lamp lamp, bool on) { lamps[lamp] = on; }
 
+  void ClearActivity() {
+    SetLamp(kLampReceive, false);
+    SetLamp(kLampWrite, false);
+  }
+
   // Forms the status line, writes the job-log line where the code asks for one, and returns what is to
-  // be shown. clearActivity puts the receive and write lamps out after they were taken.
-  StatusView Form(bool clearActivity);
+  // be shown.
+  StatusView Form();
 
  private:
   KorText FormLine(LinkStatus now) KOR_REQUIRES(mutex);

@@ -85,7 +85,8 @@ void SerialChannel::Open(const LinkSettings& newSettings, const KorText& name, b
 bool SerialChannel::OpenDevice(bool beQuiet) {
   quiet = beQuiet;
   title = KorText::Format(u"%s - %s", applicationName, u"No Link");
-  remoteXoff = false; // the way out of a hold that the controller never ends
+  // The way out of a hold that the controller never ends; what was on its way was torn by it.
+  ForgetTraffic();
   previousHolds = 0;
   const bool opened = Check(u"Open Comm", port->Open(settings->port));
   const bool configured = opened && ConfigureDevice();
@@ -144,8 +145,13 @@ void SerialChannel::ForgetTraffic() {
   receiveCount = 0;
   transmitCount = 0;
   replyQueue.clear();
+  sendSource.clear();
+  sendPosition = 0;
   dataToWrite = false;
+  remoteXoff = false;
   delayUntil.reset();
+  status = LineStatus();
+  SetLamps();
 }
 
 void SerialChannel::ReopenWhenDue() {
@@ -190,7 +196,7 @@ bool SerialChannel::Poll() {
     // What a hold or a failure left behind goes on by itself as soon as the line allows it.
     if (transmitCount > 0 && !remoteXoff) dataToWrite = true;
     if (WriteStep() > 0) moved = true;
-    host.FeedTransmitter();
+    if (port->IsOpen()) host.FeedTransmitter();
   }
   const std::size_t before = receiveCount;
   if (receiveCount > 0) host.ConsumeReceived();
@@ -222,10 +228,11 @@ std::chrono::microseconds SerialChannel::IdleWait() const {
 }
 
 void SerialChannel::SetLamps() {
-  for (const HoldName& hold : kHolds)
-    board.SetLamp(hold.lamp, (status.holds & hold.bit) != 0);
-  // An XOFF that only the engine honours, because the flow control is another one, is a hold too.
-  if (remoteXoff) board.SetLamp(kLampXoffHold, true);
+  for (const HoldName& hold : kHolds) {
+    // An XOFF that only the engine honours, because the flow control is another one, is a hold too.
+    const bool byEngine = hold.bit == kXoffHold && remoteXoff;
+    board.SetLamp(hold.lamp, byEngine || (status.holds & hold.bit) != 0);
+  }
 }
 
 void SerialChannel::LogHoldChanges(const LineStatus& now) {
@@ -248,6 +255,7 @@ void SerialChannel::HandOverMonitor() {
 
 bool SerialChannel::Read() {
   if (receiveCount >= kReceiveSize) {
+    host.OnOverRun();
     board.Set(LinkStatus::OverRun);
     receiveCount = 0;
     return false;
@@ -344,6 +352,7 @@ std::size_t SerialChannel::WriteStep() {
     transmitCount -= written;
   }
   RefillTransmit();
+  status.outQueue += static_cast<std::uint32_t>(written); // until the device tells how it drains
   return written;
 }
 
@@ -376,6 +385,7 @@ bool SerialChannel::QueueCharacters(std::int64_t count) {
     AppendEcho(monitorLine, c);
   }
   monitorLine += u'\n';
+  if (pendingTransmit.Length() >= kTracePiece) WritePendingTransmit();
   dataToWrite = true;
   return true;
 }

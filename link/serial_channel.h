@@ -38,6 +38,8 @@ class ChannelHost {
   // The device has disappeared; the channel goes on trying to open it, quietly.
   virtual void OnLinkLost() = 0;
   virtual void OnLinkBack() = 0;
+  // The receive buffer was full and its content is lost; the status goes to 24 after this.
+  virtual void OnOverRun() = 0;
 };
 
 class SerialChannel {
@@ -78,6 +80,8 @@ class SerialChannel {
   // True while a long reply is still on its way into the transmit buffer: no further request is
   // handled until it is in.
   bool IsReplyWaiting() const { return !replyQueue.empty(); }
+  // True while any byte waits to be written.
+  bool IsSending() const { return transmitCount > 0 || !replyQueue.empty(); }
 
   // The first line up to and including end, without the bytes outside 32 to 126 (end itself is kept
   // when keepEnd is set); std::nullopt when no whole line has arrived. An empty line is an empty text.

@@ -8,6 +8,6 @@
 namespace kor {
 
 // To be made before any other thread is started: POSIX signals are taken by a thread of its own.
-std::unique_ptr<Terminal> MakeConsoleTerminal();
+std::shared_ptr<Terminal> MakeConsoleTerminal();
 
 } // namespace kor

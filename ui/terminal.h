@@ -1,7 +1,8 @@
 // Terminal: what the console front end asks of the system: keys, lines, screen, the wish to end.
 // Implementations in platform/. Owned by main.
 //
-// Threads: Read runs on a thread of its own and may block for ever; everything else is called on the
+// Threads: Read runs on a thread of its own and may block for ever; so may Write and WriteError, on
+// another one: a reader that has stopped must not stop the program. Everything else is called on the
 // window's thread. onEnd is called on any thread.
 #pragma once
 
@@ -17,8 +18,9 @@ class Terminal {
 
   // Both standard input and output are a terminal: a live status line makes sense.
   virtual bool IsInteractive() const = 0;
-  // From now on keys arrive singly and unechoed; undone by the destructor.
+  // From now on keys arrive singly and unechoed, until StopKeys.
   virtual void StartKeys() = 0;
+  virtual void StopKeys() = 0;
   virtual int Columns() const = 0; // of the screen; 80 when unknown
   // Bytes of standard input as they come; 0 at its end.
   virtual std::size_t Read(std::span<char> to) = 0;

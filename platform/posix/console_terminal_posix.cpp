@@ -38,21 +38,29 @@ class PosixTerminal : public Terminal {
     for (const int signal : {SIGINT, SIGTERM, SIGHUP})
       sigaddset(&endSignals, signal);
     pthread_sigmask(SIG_BLOCK, &endSignals, nullptr);
-    std::signal(SIGPIPE, SIG_IGN);
+    // A reader that goes away, or a shell that takes the terminal back, ends nothing.
+    for (const int signal : {SIGPIPE, SIGTTOU, SIGTTIN})
+      std::signal(signal, SIG_IGN);
   }
-  ~PosixTerminal() override {
-    if (keysStarted) ::tcsetattr(STDIN_FILENO, TCSANOW, &before);
-  }
+  ~PosixTerminal() override { PosixTerminal::StopKeys(); }
 
   bool IsInteractive() const override {
-    return ::isatty(STDIN_FILENO) == 1 && ::isatty(STDOUT_FILENO) == 1;
+    // In the background the screen belongs to somebody else.
+    return ::isatty(STDIN_FILENO) == 1 && ::isatty(STDOUT_FILENO) == 1 &&
+           ::tcgetpgrp(STDIN_FILENO) == ::getpgrp();
   }
 
   void StartKeys() override {
     if (::tcgetattr(STDIN_FILENO, &before) != 0) return;
     termios keys = before;
     keys.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+    keys.c_iflag &= ~static_cast<tcflag_t>(IXON); // Ctrl-S would stop the status line
     keysStarted = ::tcsetattr(STDIN_FILENO, TCSANOW, &keys) == 0;
+  }
+
+  void StopKeys() override {
+    if (keysStarted) ::tcsetattr(STDIN_FILENO, TCSANOW, &before);
+    keysStarted = false;
   }
 
   int Columns() const override {
@@ -91,8 +99,8 @@ class PosixTerminal : public Terminal {
 
 } // namespace
 
-std::unique_ptr<Terminal> MakeConsoleTerminal() {
-  return std::make_unique<PosixTerminal>();
+std::shared_ptr<Terminal> MakeConsoleTerminal() {
+  return std::make_shared<PosixTerminal>();
 }
 
 } // namespace kor

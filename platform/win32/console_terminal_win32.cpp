@@ -8,10 +8,16 @@ namespace {
 
 // Windows calls the control handler on a thread of its own and knows no user pointer.
 std::function<void()> endHandler;
+HANDLE endedEvent = nullptr; // set when the program is through with its ending
 
-BOOL WINAPI OnControl(DWORD) {
+constexpr DWORD kEndingTime = 4500; // milliseconds; Windows ends the process after five seconds
+
+// After closing, logging off or shutting down the process ends as soon as this returns.
+BOOL WINAPI OnControl(DWORD event) {
   if (!endHandler) return FALSE;
   endHandler();
+  if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT)
+    WaitForSingleObject(endedEvent, kEndingTime);
   return TRUE;
 }
 
@@ -37,9 +43,7 @@ class Win32Terminal : public Terminal {
     SetConsoleOutputCP(CP_UTF8);
     SetConsoleCP(CP_UTF8);
   }
-  ~Win32Terminal() override {
-    if (keysStarted) SetConsoleMode(input, before);
-  }
+  ~Win32Terminal() override { Win32Terminal::StopKeys(); }
 
   bool IsInteractive() const override { return IsConsole(input) && IsConsole(output); }
 
@@ -50,6 +54,13 @@ class Win32Terminal : public Terminal {
     if (!GetConsoleMode(input, &before)) return;
     const DWORD keys = before & ~static_cast<DWORD>(ENABLE_LINE_INPUT | ENABLE_ECHO_INPUT);
     keysStarted = SetConsoleMode(input, keys) != 0;
+  }
+
+  // The front end's last call: by then the engine has ended.
+  void StopKeys() override {
+    if (keysStarted) SetConsoleMode(input, before);
+    keysStarted = false;
+    if (endedEvent) SetEvent(endedEvent);
   }
 
   int Columns() const override {
@@ -70,6 +81,7 @@ class Win32Terminal : public Terminal {
 
   void OnEnd(std::function<void()> onEnd) override {
     endHandler = std::move(onEnd);
+    endedEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     SetConsoleCtrlHandler(OnControl, TRUE);
   }
 
@@ -81,8 +93,8 @@ class Win32Terminal : public Terminal {
 
 } // namespace
 
-std::unique_ptr<Terminal> MakeConsoleTerminal() {
-  return std::make_unique<Win32Terminal>();
+std::shared_ptr<Terminal> MakeConsoleTerminal() {
+  return std::make_shared<Win32Terminal>();
 }
 
 } // namespace kor

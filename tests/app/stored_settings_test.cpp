@@ -23,6 +23,7 @@ class StoredSettingsTest : public ::testing::Test {
     link.Run();
     during(link);
     link.link->Terminate();
+    link.form.RunPosted();
   }
   void Set(const char16_t* key, const char16_t* value) {
     FormDescription form = link.link->SettingsForm();

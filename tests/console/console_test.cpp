@@ -1,7 +1,6 @@
 // The console front end on a scripted terminal.
 #include <gtest/gtest.h>
 
-#include <condition_variable>
 #include <mutex>
 
 #include "tests/support/fake_serial_port.h"
@@ -18,20 +17,13 @@ class FakeTerminal : public Terminal {
   explicit FakeTerminal(bool isInteractive) : interactive(isInteractive) {}
   bool IsInteractive() const override { return interactive; }
   void StartKeys() override { keysStarted = true; }
+  void StopKeys() override { keysStarted = false; }
   int Columns() const override { return columns; }
-  // The reading thread leaves the terminal alone once it has seen the end of the input.
-  ~FakeTerminal() override {
-    std::unique_lock lock(mutex);
-    ended.wait(lock, [this] { return !reading || atEnd; });
-  }
   std::size_t Read(std::span<char> to) override {
     const std::lock_guard lock(mutex);
     const std::size_t count = std::min(to.size(), input.size());
     std::copy_n(input.begin(), count, to.begin());
     input.erase(0, count);
-    reading = true;
-    atEnd = count == 0;
-    ended.notify_all();
     return count;
   }
   void Write(std::string_view text) override { output += text; }
@@ -45,8 +37,6 @@ class FakeTerminal : public Terminal {
 
  private:
   std::mutex mutex;
-  std::condition_variable ended;
-  bool reading = false, atEnd = false;
 };
 
 StatusView View(std::int32_t code, const char16_t* line, std::int64_t count = 0,
@@ -63,10 +53,11 @@ class ConsoleTest : public ::testing::Test {
  protected:
   // The whole program on the scripted input; what it answers.
   std::string Run(const std::string& input) {
-    FakeTerminal terminal(false);
+    const auto shared = std::make_shared<FakeTerminal>(false);
+    FakeTerminal& terminal = *shared;
     terminal.input = input + "quit\n";
     FakeSerialPort port;
-    ConsoleFrontEnd console(terminal);
+    ConsoleFrontEnd console(shared);
     EngineServices services;
     services.port = &port;
     services.form = &console;
@@ -81,6 +72,7 @@ class ConsoleTest : public ::testing::Test {
       nce.Poll();
     });
     nce.Terminate();
+    console.Flush();
     errors = terminal.errors;
     return terminal.output;
   }
@@ -91,19 +83,22 @@ class ConsoleTest : public ::testing::Test {
 
 TEST_F(ConsoleTest, PipedItWritesALineForEachChangeOfStatus) {
   app.SetUtc(SystemTime{2026, 11, 21, 13, 5, 9, 0, 6});
-  FakeTerminal terminal(false);
-  ConsoleFrontEnd console(terminal);
+  const auto shared = std::make_shared<FakeTerminal>(false);
+  FakeTerminal& terminal = *shared;
+  ConsoleFrontEnd console(shared);
   console.ShowStatus(View(1, u"Waiting..."));
   console.ShowStatus(View(1, u"Waiting..."));
   console.ShowStatus(View(12, u"Downloading N - 0 of 9 bytes sent."));
   console.ShowStatus(View(12, u"Downloading N - 5 of 9 bytes sent."));
   console.ShowStatus(View(9, u"Download could not open/read from A"));
   console.ShowStatus(View(9, u"Download could not open/read from B"));
+  console.Flush();
   EXPECT_EQ(terminal.output, "13:05:09 1 Waiting...\n"
                              "13:05:09 12 Downloading N - 0 of 9 bytes sent.\n"
                              "13:05:09 9 Download could not open/read from A\n"
                              "13:05:09 9 Download could not open/read from B\n");
   console.ShowMessage(u"Open Comm", u"COM1\nNo such device", MessageStyle::Information);
+  console.Flush();
   EXPECT_EQ(terminal.errors, "Open Comm: COM1: No such device\n");
 }
 
@@ -123,17 +118,21 @@ TEST_F(ConsoleTest, AnswersCommandsAndSaysWhatIsWrongWithOthers) {
 }
 
 TEST_F(ConsoleTest, ALiveTerminalKeepsTheStatusBelowTheText) {
-  FakeTerminal terminal(true);
-  ConsoleFrontEnd console(terminal);
+  const auto shared = std::make_shared<FakeTerminal>(true);
+  FakeTerminal& terminal = *shared;
+  ConsoleFrontEnd console(shared);
   EXPECT_TRUE(terminal.keysStarted);
   console.ShowStatus(View(1, u"Waiting..."));
   console.SetMonitorOn(true);
+  console.Flush();
   terminal.output.clear();
   console.AppendMonitor(u"RX XYZ[0d]\nTX ABC");
+  console.Flush();
   EXPECT_TRUE(terminal.output.starts_with("\r\x1b[K\x1b[1A\r\x1b[KRX XYZ[0d]\n")); // text above
   EXPECT_TRUE(terminal.output.ends_with("\n> "));
   EXPECT_EQ(terminal.output.find("TX ABC"), std::string::npos); // until its line ends
   console.AppendMonitor(u"\n");
+  console.Flush();
   EXPECT_NE(terminal.output.find("TX ABC\n"), std::string::npos);
 }
 

@@ -168,6 +168,91 @@ TEST_F(EngineTest, AHeldLineKeepsItsRepliesInOrderAndNeverHoldsTheEnd) {
   EXPECT_FALSE(link.port.IsOpen());
 }
 
+TEST_F(EngineTest, WhatWasAskedForBeforeTheEndIsStillDone) {
+  link.Start();
+  link.link->ReceiveFile(link.app.Path(u"in.NC"));
+  link.Run();
+  link.Ask("02A!00");
+  link.link->CompleteUpload();
+  link.link->Terminate(); // before the worker has polled again
+  EXPECT_EQ(link.app.Content(link.app.Path(u"in.NC")), u"A\n");
+}
+
+TEST_F(EngineTest, WhateverBreaksIntoAnUploadRemovesItsPart) {
+  const std::pair<const char*, std::function<void(NceLink&)>> breaks[] = {
+      {"loop-back test", [](NceLink& fresh) { fresh.link->LoopbackTest(); }},
+      {"port re-opened in vain",
+       [](NceLink& fresh) {
+         fresh.port.Fail("Open", 1);
+         fresh.link->SetHandshake(false, false);
+       }},
+      {"overrun", [](NceLink& fresh) { fresh.port.Deliver(std::string(4000, 'x') + "y"); }},
+      {"file sent by hand",
+       [](NceLink& fresh) { fresh.link->SendFile(fresh.Folder() + u"1.MPG"); }},
+  };
+  for (const auto& [what, breakIt] : breaks) {
+    NceLink fresh;
+    fresh.PutProgram(u"1.MPG", u"old\n");
+    fresh.Start();
+    fresh.Ask("FH 1");
+    fresh.Ask("TH 1");
+    fresh.Ask("02A!00");
+    fresh.form.statuses.clear();
+    breakIt(fresh);
+    for (int i = 0; i < 5; ++i)
+      fresh.Run();
+    const auto codes = fresh.form.Codes();
+    EXPECT_NE(std::find(codes.begin(), codes.end(), 15), codes.end()) << what;
+    EXPECT_EQ(fresh.app.Names(fresh.Folder()), std::vector<KorText>{u"1.MPG"}) << what;
+  }
+}
+
+TEST_F(EngineTest, ARequestTakesThePlaceOfAJobBegunByHand) {
+  link.PutProgram(u"1.MPG", u"A\n");
+  link.PutProgram(u"2.MPG", u"B\n");
+  link.Start();
+  link.link->SetFeatures({1, 0, 0, 0});
+  link.link->SendFile(link.Folder() + u"1.MPG");
+  link.Run();
+  EXPECT_TRUE(link.form.endDialogs[EndDialog::Download]);
+  link.Ask("FH 1");
+  EXPECT_FALSE(link.form.endDialogs[EndDialog::Download]);
+  link.Ask(">");
+  EXPECT_EQ(link.Ask(">"), "02A!60\r"); // no end mark: autoload goes on to the next file
+}
+
+TEST_F(EngineTest, ALostOrReopenedLineCarriesNothingOfTheExchangeBefore) {
+  link.PutProgram(u"1.MPG", KorText(5000, u'L') + u"\n");
+  link.Start();
+  link.Ask("FH 1");
+  link.Ask(">");
+  link.port.SetWriteLimit(0);
+  link.Send(">\rXY");
+  link.port.SetWriteLimit(4096);
+  link.link->SetHandshake(false, false);
+  EXPECT_EQ(link.Ask("Z"), ""); // neither the frame's rest nor the alphabet for "XY" and "Z"
+  EXPECT_EQ(link.Code(), 14);
+}
+
+TEST_F(EngineTest, SimulationWaitsForAHeldLine) {
+  link.Start(u"SIMULATION"); // no file: every poll acknowledges
+  link.port.SetWriteLimit(0);
+  for (int i = 0; i < 1000; ++i)
+    link.link->Poll();
+  link.port.SetWriteLimit(4096);
+  link.port.TakeWritten();
+  link.link->Poll();
+  EXPECT_LE(link.port.TakeWritten().size(), 4u);
+}
+
+TEST_F(EngineTest, AnOldValueThatNoListHoldsBlocksNoOtherSetting) {
+  link.Start({}, u"parity=\nbaudrate=14400\ntransmit delay=45\n");
+  FormDescription form = link.link->SettingsForm();
+  form.Find(u"stopbits")->value = u"2";
+  EXPECT_EQ(link.link->AcceptSettings(form), u"");
+  EXPECT_EQ(link.link->Settings().baudrate, u"14400");
+}
+
 TEST_F(EngineTest, AnOverrunShowsAndTheNextReadClearsIt) {
   link.Start();
   link.port.Deliver(std::string(4000, 'x'));
@@ -418,7 +503,7 @@ TEST(LinkStatusTest, AnUnexpectedErrorLogsTwoLinesAndShowsTheSecond) {
   board.SetFileName(u"N");
   board.Set(LinkStatus::UnexpectedError);
   for (int i = 0; i < 3; ++i)
-    EXPECT_EQ(board.Form(false).line, u"File format error N");
+    EXPECT_EQ(board.Form().line, u"File format error N");
   EXPECT_EQ(logged, (std::vector<KorText>{u"Unexpected error N", u"File format error N"}));
 }
 

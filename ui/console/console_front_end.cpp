@@ -14,9 +14,12 @@ namespace {
 constexpr std::int32_t kDownloading = 12;
 constexpr std::int32_t kUploading = 13;
 constexpr double kLongestWait = 1.0; // seconds
+constexpr std::string_view kPrompt = "> ";
 constexpr char kBackspace = 8;
 constexpr char kDelete = 127;
 constexpr char kEraseLine = 21; // Ctrl-U
+constexpr char kEscape = 27;
+constexpr std::size_t kLongestLine = 4096; // bytes of a command; the rest is dropped
 
 // A counter that moves on is no change of status.
 bool IsNewStatus(const StatusView& before, const StatusView& now) {
@@ -30,14 +33,6 @@ KorText ClockText() {
   return KorText::Format(u"%02i:%02i:%02i", now.hour, now.minute, now.second);
 }
 
-// Control characters would disturb the screen.
-std::string Printable(const KorText& text) {
-  KorText clean;
-  for (const char16_t c : text.View())
-    clean += c < u' ' ? u' ' : c;
-  return clean.ToUtf8();
-}
-
 // The last character, which may be several bytes of UTF-8.
 void RemoveLast(std::string& text) {
   while (!text.empty() && (text.back() & 0xC0) == 0x80)
@@ -47,12 +42,21 @@ void RemoveLast(std::string& text) {
 
 } // namespace
 
-ConsoleFrontEnd::ConsoleFrontEnd(Terminal& systemTerminal)
-    : terminal(systemTerminal), interactive(terminal.IsInteractive()) {
-  if (interactive) terminal.StartKeys();
+std::string PrintableText(const KorText& text) {
+  KorText clean;
+  for (const char16_t c : text.View())
+    clean += c < u' ' || (c >= 0x7f && c < 0xa0) ? u' ' : c;
+  return clean.ToUtf8();
+}
+
+ConsoleFrontEnd::ConsoleFrontEnd(std::shared_ptr<Terminal> systemTerminal)
+    : terminal(std::move(systemTerminal)), output(terminal),
+      interactive(terminal->IsInteractive()) {
+  if (interactive) terminal->StartKeys();
 }
 
 ConsoleFrontEnd::~ConsoleFrontEnd() {
+  terminal->StopKeys();
   const std::lock_guard lock(shared->mutex);
   shared->closed = true;
   shared->tasks.clear();
@@ -79,9 +83,9 @@ std::function<void()> ConsoleFrontEnd::Quitter() const {
 
 // The end of the input ends the reader, not the program.
 void ConsoleFrontEnd::StartReader() {
-  std::thread([state = shared, &source = terminal, this] {
+  std::thread([state = shared, source = terminal, this] {
     std::array<char, 512> bytes;
-    while (const std::size_t count = source.Read(bytes)) {
+    while (const std::size_t count = source->Read(bytes)) {
       const std::lock_guard lock(state->mutex);
       if (state->closed) return;
       state->tasks.emplace_back(
@@ -139,20 +143,31 @@ void ConsoleFrontEnd::TakeInput(const std::string& bytes) {
   if (interactive) DrawLive();
 }
 
+// A cursor or function key: ESC, "[" or "O", parameters, a letter or "~". It means nothing here.
+bool ConsoleFrontEnd::IsEscape(char c) {
+  if (escape.empty() && c != kEscape) return false;
+  escape += c;
+  const bool introducer = escape.size() == 2 && (c == '[' || c == 'O');
+  const bool parameter = escape.size() > 2 && c >= ' ' && c < '@';
+  if (escape.size() > 1 && !introducer && !parameter) escape.clear();
+  return true;
+}
+
 void ConsoleFrontEnd::TakeKey(char c) {
+  if (interactive && IsEscape(c)) return;
   if (c == '\n' || c == '\r')
     CompleteLine();
   else if (interactive && (c == kBackspace || c == kDelete))
     RemoveLast(input);
   else if (interactive && c == kEraseLine)
     input.clear();
-  else if (static_cast<unsigned char>(c) >= ' ' || c == '\t')
+  else if ((static_cast<unsigned char>(c) >= ' ' || c == '\t') && input.size() < kLongestLine)
     input += c;
 }
 
 void ConsoleFrontEnd::CompleteLine() {
   const KorText line = KorText::FromUtf8(input).Trimmed();
-  if (interactive && !line.IsEmpty()) PrintLine("> " + input);
+  if (interactive && !line.IsEmpty()) PrintLine(std::string(kPrompt) + input);
   input.clear();
   if (!line.IsEmpty() && lineHandler) lineHandler(line);
 }
@@ -161,29 +176,31 @@ void ConsoleFrontEnd::CompleteLine() {
 
 void ConsoleFrontEnd::EraseLive() {
   if (liveLine.empty()) return;
-  terminal.Write("\r\x1b[K\x1b[1A\r\x1b[K"); // the prompt, and the status line above it
+  output.Write("\r\x1b[K\x1b[1A\r\x1b[K"); // the prompt, and the status line above it
   liveLine.clear();
 }
 
+// Two lines that never wrap: the status, and the end of what is being typed.
 void ConsoleFrontEnd::DrawLive() {
   if (!interactive || !hasStatus) return;
-  const auto columns = static_cast<std::size_t>(std::max(terminal.Columns() - 1, 20));
-  const std::string status = Printable(StatusLine(shown, meter.BytesPerSecond(), columns));
-  const std::string line = "\x1b[7m" + status + "\x1b[0m\n> " + input;
+  const auto columns = static_cast<std::size_t>(std::max(terminal->Columns() - 1, 4));
+  const std::string status = PrintableText(StatusLine(shown, meter.BytesPerSecond(), columns));
+  const std::string typed = KorText::FromUtf8(input).Right(columns - kPrompt.size()).ToUtf8();
+  const std::string line = "\x1b[7m" + status + "\x1b[0m\n" + std::string(kPrompt) + typed;
   if (line == liveLine) return;
   EraseLive();
-  terminal.Write(line);
+  output.Write(line);
   liveLine = line;
 }
 
 void ConsoleFrontEnd::PrintLine(std::string_view line) {
   EraseLive();
-  terminal.Write(std::string(line) + "\n");
+  output.Write(std::string(line) + "\n");
   DrawLive();
 }
 
 void ConsoleFrontEnd::Print(const KorText& line) {
-  PrintLine(Printable(line));
+  PrintLine(PrintableText(line));
 }
 
 void ConsoleFrontEnd::ShowStatus(const StatusView& view) {
@@ -215,14 +232,14 @@ void ConsoleFrontEnd::AppendMonitor(const KorText& text) {
 void ConsoleFrontEnd::SetTitle(const KorText& newTitle) {
   if (newTitle == title) return;
   title = newTitle;
-  if (interactive) terminal.Write("\x1b]2;" + Printable(title) + "\x07");
+  if (interactive) output.Write("\x1b]2;" + PrintableText(title) + "\x07");
 }
 
 void ConsoleFrontEnd::ShowMessage(const KorText& caption, const KorText& text, MessageStyle) {
   KorText oneLine = text;
   oneLine.ReplaceAll(u"\n", u": ");
   EraseLive();
-  terminal.WriteError(Printable(KorText::Format(u"%s: %s", caption, oneLine)) + "\n");
+  output.WriteError(PrintableText(KorText::Format(u"%s: %s", caption, oneLine)) + "\n");
   DrawLive();
 }
 

@@ -13,6 +13,7 @@
 #include <mutex>
 #include <string>
 
+#include "ui/console/console_output.h"
 #include "ui/console/status_line.h"
 #include "ui/form_dialog.h"
 #include "ui/terminal.h"
@@ -20,9 +21,12 @@
 
 namespace kor {
 
+// UTF-8 without control characters, which would disturb the screen.
+std::string PrintableText(const KorText& text);
+
 class ConsoleFrontEnd : public FormDialog {
  public:
-  explicit ConsoleFrontEnd(Terminal& systemTerminal);
+  explicit ConsoleFrontEnd(std::shared_ptr<Terminal> systemTerminal);
   ~ConsoleFrontEnd() override;
 
   // Each line of standard input goes to onLine. Runs until Quit; timers are run as they fall due.
@@ -33,6 +37,8 @@ class ConsoleFrontEnd : public FormDialog {
 
   // A line of answer to a command, on standard output.
   void Print(const KorText& line);
+  // Waits until what was printed has been taken, at most half a second.
+  void Flush() { output.Flush(); }
   bool IsMonitorOn() const { return monitorOn; }
   void SetMonitorOn(bool on);
 
@@ -62,6 +68,7 @@ class ConsoleFrontEnd : public FormDialog {
   void StartReader();
   void TakeInput(const std::string& bytes);
   void TakeKey(char c);
+  bool IsEscape(char c);
   void CompleteLine();
   void RunTasks();
   void WaitForWork(const TimerQueue& timers);
@@ -69,11 +76,14 @@ class ConsoleFrontEnd : public FormDialog {
   void EraseLive();
   void DrawLive();
 
-  Terminal& terminal;
+  // Shared with the reading and the writing thread, which may be stuck in a call.
+  const std::shared_ptr<Terminal> terminal;
+  ConsoleOutput output;
   const bool interactive;
   std::shared_ptr<Shared> shared = std::make_shared<Shared>();
   std::function<void(const KorText&)> lineHandler;
-  std::string input; // the line being typed
+  std::string input;  // the line being typed
+  std::string escape; // of a key that sends several characters
   StatusView shown;
   bool hasStatus = false;
   KorText title;

@@ -1,0 +1,53 @@
+// ConsoleOutput: writes to a terminal or pipe on a thread of its own. A reader that has stopped, such as
+// a pager or a terminal on hold, then stops the output and nothing else.
+//
+// Owned by the console front end; Write and WriteError are called on the window's thread.
+#pragma once
+
+#include <condition_variable>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "ui/terminal.h"
+
+namespace kor {
+
+class ConsoleOutput {
+ public:
+  // Text that may wait for a reader; beyond it the oldest is dropped.
+  static constexpr std::size_t kMostWaiting = 1 << 20; // bytes
+
+  explicit ConsoleOutput(std::shared_ptr<Terminal> terminal);
+  // Gives the reader half a second to take what is left.
+  ~ConsoleOutput();
+  ConsoleOutput(const ConsoleOutput&) = delete;
+  ConsoleOutput& operator=(const ConsoleOutput&) = delete;
+
+  void Write(std::string_view text) { Add(text, false); }
+  void WriteError(std::string_view text) { Add(text, true); }
+  void Flush(); // waits at most half a second
+
+ private:
+  struct Text {
+    std::string bytes;
+    bool isError = false;
+  };
+  // Outlives the object while the thread is stuck in a write.
+  struct Shared {
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::deque<Text> waiting;
+    std::size_t size = 0; // bytes waiting
+    bool writing = false;
+    bool closed = false;
+  };
+
+  void Add(std::string_view text, bool isError);
+  static void Run(const std::shared_ptr<Shared>& shared, const std::shared_ptr<Terminal>& terminal);
+
+  std::shared_ptr<Shared> shared = std::make_shared<Shared>();
+};
+
+} // namespace kor
