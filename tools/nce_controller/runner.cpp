@@ -158,6 +158,10 @@ Session::Progress Runner::StartProgress(const Command& command,
 // Several files to compare are one stream: programs that are loaded one after the other come so.
 Runner::Report Runner::Fetch(const Command& command) {
   Report report;
+  if (settings.isJson && command.output && *command.output == u"-") {
+    report.verdict = Verdict::Failed(Outcome::Usage, "-o - would come between the JSON objects");
+    return report;
+  }
   std::string expected;
   for (const KorText& file : command.compare) {
     std::string content;
