@@ -60,9 +60,9 @@ bool iniFile::Read(const Filter& section, const Filter& key, bool report) {
 bool iniFile::Write(const Filter& section, const Filter& key, bool report) {
   if (!loaded) Load(report);
   // New sections and keys are inserted at the top, so the last item goes first.
-  for (auto item = items.rbegin(); item != items.rend(); ++item) {
-    if (Passes(**item, section, key)) (*item)->WriteTo(lines);
-  }
+  std::for_each(items.rbegin(), items.rend(), [&](const std::unique_ptr<iniStruct>& item) {
+    if (Passes(*item, section, key)) item->WriteTo(lines);
+  });
   Save(report);
   Release();
   written = true;

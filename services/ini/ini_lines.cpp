@@ -100,12 +100,14 @@ std::list<iniSection>::iterator iniLines::PlaceOf(const iniSection& section) {
 }
 
 void iniLines::InsertBelowHeader(iniSection& section, std::vector<KorText> lines) {
-  for (auto line = lines.rbegin(); line != lines.rend(); ++line) {
-    if (!StartsSection(*line)) {
-      section.PushFront(std::move(*line));
+  while (!lines.empty()) {
+    KorText line = std::move(lines.back());
+    lines.pop_back();
+    if (!StartsSection(line)) {
+      section.PushFront(std::move(line));
       continue;
     }
-    iniSection& split = *sections.emplace(std::next(PlaceOf(section)), std::move(*line));
+    iniSection& split = *sections.emplace(std::next(PlaceOf(section)), std::move(line));
     split.body.swap(section.body);
     section.keys.reset();
     byHeader.reset();

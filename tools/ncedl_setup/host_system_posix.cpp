@@ -59,8 +59,8 @@ std::vector<KorText> DescribePorts() {
     lines.push_back(KorText::Format(u"%-6s %s%s", known.name, known.device,
                                     there ? u"" : u" (isn't there at the moment)"));
   }
-  lines.push_back(lines.empty() ? u"COM1 is /dev/ttyS0, COM2 /dev/ttyS1, and so on"
-                                : u"others: COM1 is /dev/ttyS0, COM2 /dev/ttyS1, and so on");
+  lines.emplace_back(lines.empty() ? u"COM1 is /dev/ttyS0, COM2 /dev/ttyS1, and so on"
+                                   : u"others: COM1 is /dev/ttyS0, COM2 /dev/ttyS1, and so on");
   return lines;
 }
 
