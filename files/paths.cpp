@@ -17,7 +17,7 @@ KorText WithSlashes(std::u16string_view path) {
   return KorText(path).ReplaceAll(u'\\', u'/');
 }
 
-KorText WithoutEndSlash(KorText path) {
+KorText WithoutEndSlash(const KorText& path) {
   return path.Last() == u'/' ? path.Left(path.Length() - 1) : path;
 }
 
