@@ -305,6 +305,10 @@ TEST(ControllerSession, WaitsForAHostAndThenForTheLineToFallQuiet) {
                  {"XYZ\r", std::string(kAlphabet) + "\r"}};
   EXPECT_TRUE(session.WaitForHost(5s).IsDone());
   EXPECT_TRUE(session.LineTest().IsDone());
+  // An earlier controller was switched off in the middle of an upload.
+  line.script = {{"XYZ\r", "<\r"}, {"XYZ\r", "<\r"}};
+  EXPECT_EQ(session.WaitForHost(5s).outcome, Outcome::Fault);
+  EXPECT_EQ(session.LineTest().outcome, Outcome::Fault);
 }
 
 TEST(ControllerSession, KnowsWhatCantBeANumber) {

@@ -26,6 +26,14 @@ Verdict Unexpected(std::string_view reply, std::string_view expected) {
                                              "\", expected " + std::string(expected));
 }
 
+// The answer to a line test that an upload takes for one of its lines.
+constexpr std::string_view kTooShort = "<";
+
+Verdict UploadUnderWay() {
+  return Verdict::Failed(Outcome::Fault, "the host is in an upload that was never ended; "
+                                         "\"--wait-host 0 raw ]\" ends it and stores what came");
+}
+
 Verdict NoAgreement() {
   return Verdict::Failed(Outcome::Fault, "no two transfers agree");
 }
@@ -213,7 +221,7 @@ Verdict Session::ResynchroniseOnce() {
   if (verdict.IsDone()) verdict = Settle(reply);
   if (verdict.IsDone()) verdict = Ask("XYZ", reply);
   if (!verdict.IsDone() || reply == kAlphabet) return verdict;
-  if (reply == "<") verdict = EndUpload();
+  if (reply == kTooShort) verdict = EndUpload();
   return verdict.IsDone() ? Unexpected(reply, "the alphabet") : verdict;
 }
 
@@ -223,10 +231,7 @@ Verdict Session::TestOnce() {
   std::string reply;
   const Verdict verdict = Ask("XYZ", reply);
   if (!verdict.IsDone() || reply == kAlphabet) return verdict;
-  if (reply == "<")
-    return Verdict::Failed(Outcome::Fault, "the host is in an upload that was never ended; "
-                                           "\"raw ]\" ends it and stores what came");
-  return Rejected(reply, "the alphabet");
+  return reply == kTooShort ? UploadUnderWay() : Rejected(reply, "the alphabet");
 }
 
 Verdict Session::LineTest() {
@@ -244,6 +249,7 @@ Verdict Session::WaitForHost(Time atMost) {
     if (verdict.IsDone()) verdict = Get(reply, std::min(left, kPollTime + 60 * settings.byteTime));
     // A test that was sent before may be answered as well.
     if (verdict.IsDone() && reply == kAlphabet) return Settle(reply);
+    if (verdict.IsDone() && reply == kTooShort) return UploadUnderWay();
     if (!verdict.IsDone() && !verdict.mayRetry) return verdict;
     line.Abandon();
   } while (line.Now() < end);
