@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "files/text_lookup.h"
 #include "services/core/app_interface.h"
 #include "services/ini/ini_file.h"
 
@@ -161,13 +162,13 @@ bool ProgramPaths::LoadOrReport(bool writeDefaults) {
 void ProgramPaths::ReportMissing() const {
   MessageRecord record;
   record.level = MessageLevel::Fatal;
-  record.info = u"Corrupt Installation";
-  record.message = u"Unable to locate Program Paths";
-  if (location.IsEmpty()) {
-    record.message += u"\n\nWorking directory has not been setup.";
-  } else {
-    record.message += KorText::Format(u" in\n\n%s", location);
-  }
+  record.info = LookUpText(15324, u"Corrupt Installation");
+  if (location.IsEmpty())
+    record.message = LookUpText(
+        15327, u"Unable to locate Program Paths\n\nWorking directory has not been setup.");
+  else
+    record.message =
+        KorText::Format(LookUpText(15326, u"Unable to locate Program Paths in\n\n%s"), location);
   App().Report(record);
 }
 
