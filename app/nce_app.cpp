@@ -263,6 +263,14 @@ std::string NCEApp::NextBlock() {
 }
 
 void NCEApp::SendNextFrame() {
+  // A file of an autoload chain without a line to send brings no frame: the file after it answers the
+  // same ">", so that the controller never waits for nothing.
+  do
+    SendFrameOrEnd();
+  while (frameText.empty() && Status() == LinkStatus::Downloading);
+}
+
+void NCEApp::SendFrameOrEnd() {
   const std::string block = NextBlock();
   frameText.clear();
   if (!block.empty()) {

@@ -66,6 +66,7 @@ class NCEApp : public DownloadApp {
   bool OpenProgram(const KorText& path);
   std::string NextBlock();
   void SendNextFrame();
+  void SendFrameOrEnd();
   void LoadNextSequentialFile();
   void EndDownload();
   void SendDirectoryPage();

@@ -221,6 +221,17 @@ TEST_F(NceAppTest, AutoloadJoinsTheFollowingNumbersIntoOneStream) {
   EXPECT_EQ(link.form.Title(), u"125"); // the unchanged number alone
 }
 
+TEST_F(NceAppTest, AnEmptyFileInAChainLeavesNoAcknowledgementUnanswered) {
+  for (int number = 1; number <= 4; ++number)
+    link.PutProgram(KorText::Format(u"%i.MPG", number), number % 3 == 1 ? u"A\n" : u"\n\n");
+  link.Start();
+  Features({1, 0, 0, 0});
+  EXPECT_EQ(Fetch("FH 1"), "&LP 000000001\rDownload to NCE in progress. &FH 000000001\r" +
+                               MakeFrame("A!") + MakeFrame("A!") + "]\r");
+  EXPECT_EQ(Fetch("FH 3"), "&LP 000000003\rDownload to NCE in progress. &FH 000000003\r" +
+                               MakeFrame("A!") + "]\r");
+}
+
 TEST_F(NceAppTest, ALotOfSheetsEndsAtItsLastOrAtTheFirstMissingSheet) {
   for (int sheet = 37304; sheet <= 37320; ++sheet)
     if (sheet != 37310) link.PutProgram(KorText::Format(u"%i.MPG", sheet), u"S\n");

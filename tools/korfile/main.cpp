@@ -3,6 +3,7 @@
 #include <csignal>
 #include <iostream>
 
+#include "app/start_up.h"
 #include "platform/platform.h"
 #include "platform/terminals.h"
 #include "tools/korfile/korfile.h"
@@ -40,6 +41,7 @@ int main(int argc, char** argv) {
     output.complain(u"korfile: " + error);
     return KorfileExitCode(FileResult::Failure);
   }
+  RegisterStoredClasses(); // so that their records show by name
   const int code = RunKorfile(ProgramArguments(argc, argv), output);
   if (std::cout.flush()) return code;
   output.complain(u"korfile: the output could not be written in full");
