@@ -172,20 +172,7 @@ SimpleFile::Prepared SimpleFile::PrepareCompressedRead(std::uint32_t mode, bool 
   SimpleFile source(name);
   result = FileResult::SourceUnreadable;
   if (!source.Open(kFileRead, wait)) return Prepared::Failed;
-  if (InflatedSize(source) > kLargestInMemory) {
-    const KorText temporary = App().GetTemporaryFilename();
-    SimpleFile target(temporary);
-    result = FileResult::DestinationUnwritable;
-    if (!target.Open(kFileWrite)) return Prepared::Failed;
-    workingPath = temporary;
-    workingPathTemporary = true;
-    result = DecompressFile(source, &target, nullptr);
-    if (!target.Close() && result == FileResult::Success)
-      result = FileResult::DestinationUnwritable;
-    if (result == FileResult::Success) return Prepared::Plain;
-    RemoveWorkingFile();
-    return Prepared::Failed;
-  }
+  if (InflatedSize(source) > kLargestInMemory) return InflateToWorkingFile(source, result);
   VoidBuffer inflated;
   result = DecompressFile(source, nullptr, &inflated);
   if (result == FileResult::WrongKind) {
@@ -199,6 +186,18 @@ SimpleFile::Prepared SimpleFile::PrepareCompressedRead(std::uint32_t mode, bool 
   // Reading goes on after the bytes that looked for the mark, up to four, whatever the mark was.
   if (HasBits(mode, kFileText)) ReadMark();
   return Prepared::Open;
+}
+
+SimpleFile::Prepared SimpleFile::InflateToWorkingFile(SimpleFile& source, FileResult& result) {
+  workingPath = App().GetTemporaryFilename();
+  workingPathTemporary = true;
+  SimpleFile target(workingPath);
+  result = target.Open(kFileWrite) ? DecompressFile(source, &target, nullptr)
+                                   : FileResult::DestinationUnwritable;
+  if (!target.Close() && result == FileResult::Success) result = FileResult::DestinationUnwritable;
+  if (result == FileResult::Success) return Prepared::Plain;
+  RemoveWorkingFile();
+  return Prepared::Failed;
 }
 
 SimpleFile::Prepared SimpleFile::PrepareCompressedWrite(std::uint32_t mode, FileResult& result) {

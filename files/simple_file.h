@@ -141,6 +141,7 @@ class SimpleFile {
   bool OpenOnce(std::uint32_t mode, bool refuseEmpty);
   Prepared PrepareCompressed(std::uint32_t mode, bool wait, FileResult& result);
   Prepared PrepareCompressedRead(std::uint32_t mode, bool wait, FileResult& result);
+  Prepared InflateToWorkingFile(SimpleFile& source, FileResult& result);
   Prepared PrepareCompressedWrite(std::uint32_t mode, FileResult& result);
   bool FinishCompressed();
   void RemoveWorkingFile();
