@@ -41,11 +41,15 @@ function(ncedl_library name)
   target_link_libraries(${name} PUBLIC ncedl_options ${ARG_LINK})
 endfunction()
 
-# ncedl_program(NAME SOURCES... [LINK ...]): one program.
+# ncedl_program(NAME SOURCES... [LINK ...] [INTERNAL]): one program. INTERNAL: not for users, not
+# installed.
 function(ncedl_program name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+  cmake_parse_arguments(ARG "INTERNAL" "" "SOURCES;LINK" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE ncedl_options ${ARG_LINK})
+  if(NOT ARG_INTERNAL)
+    install(TARGETS ${name} RUNTIME DESTINATION bin)
+  endif()
 endfunction()
 
 # ncedl_test(NAME SOURCES... [LINK ...] [LABELS ...] [TIMEOUT seconds]): one GoogleTest program,

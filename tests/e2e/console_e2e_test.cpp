@@ -133,6 +133,18 @@ TEST_F(ConsoleE2e, AKilledUploadLeavesTheOldProgramAndTheNextStartCleansUp) {
   Quit();
 }
 
+TEST_F(ConsoleE2e, APulledCableInAnUploadLeavesTheOldProgramAndNothingElse) {
+  support::WriteWholeFile(folders.Upload("7.MPG"), "OLD\n");
+  StartServing();
+  BeginUpload("7");
+  ASSERT_EQ(line->Exchange("04NEW!5C"), ">");
+  line.reset();
+  ASSERT_TRUE(host->Expect(" 0 No Link"));
+  Quit();
+  EXPECT_EQ(folders.UploadNames(), std::vector<std::string>{"7.MPG"});
+  EXPECT_EQ(support::ReadWholeFile(folders.Upload("7.MPG")), "OLD\n");
+}
+
 TEST_F(ConsoleE2e, AFullDiskEndsAnUploadAndLeavesTheOldProgram) {
   support::WriteWholeFile(folders.Upload("7.MPG"), "OLD\n");
   line = std::make_unique<FarEnd>(folders.Line());
