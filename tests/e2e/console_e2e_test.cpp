@@ -211,7 +211,7 @@ TEST_F(ConsoleE2e, RandomBytesAreSurvivedAndTheNextGoodRequestIsAnswered) {
 }
 
 TEST_F(ConsoleE2e, SettingsOfNonsenseGiveDefaultsAndAreReplacedAtTheEnd) {
-  support::WriteWholeFile(folders.SettingsFile(), std::string("\0\xFF[Port Set\r\n=\n[", 18));
+  support::WriteWholeFile(folders.SettingsFile(), std::string("\0\xFF[Port Set\r\n=\n[", 16));
   StartServing();
   host->Type("settings");
   EXPECT_TRUE(host->Expect("baudrate         2400\n"));
