@@ -19,6 +19,7 @@ using support::HostFolders;
 using support::Milliseconds;
 using support::Process;
 using Clock = std::chrono::steady_clock;
+using namespace std::string_literals;
 
 constexpr const char* kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
 constexpr const char* kXon = "\x11";
