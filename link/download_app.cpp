@@ -109,7 +109,7 @@ void DownloadApp::BuildWindow() {
   link = settings;
   log.SetJobLog(settings.logFile, settings.writeLog != 0);
   board.SetMachine(settings.machineName, settings.dncServerRole > 0);
-  RemoveAbandonedUploads();
+  RemoveAbandoned();
   SetStatus(LinkStatus::Waiting);
   OpenPort(0);
   UpdateStatus();
@@ -184,9 +184,12 @@ void DownloadApp::Transfer(DiskFile& file) {
   EndRecord(file);
 }
 
-// A program that was killed in the middle of an upload left its part file behind.
-void DownloadApp::RemoveAbandonedUploads() {
-  if (!settings.uploadPath.IsEmpty()) RemoveAbandonedParts(settings.uploadPath);
+// A program that was killed in the middle of an upload, or while it saved its settings, left its part
+// file behind.
+void DownloadApp::RemoveAbandoned() {
+  for (const KorText& folder :
+       {settings.uploadPath, App().GetApplicationPropertyPath(kSettingsFolder)})
+    if (!folder.IsEmpty()) RemoveAbandonedParts(folder);
 }
 
 void DownloadApp::Terminate() {

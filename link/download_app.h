@@ -180,7 +180,7 @@ class DownloadApp : public Storable, protected ChannelHost {
   void WriteJobLine(const KorText& line);
   void CreateTimer(const char16_t* name, double period, bool started,
                    void (DownloadApp::*action)());
-  void RemoveAbandonedUploads();
+  void RemoveAbandoned();
 
   std::unique_ptr<CommsMonitor> worker;
   std::atomic<bool> hasTasks{false};
