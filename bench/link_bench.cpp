@@ -78,8 +78,9 @@ std::string NcText(std::size_t bytes) {
   return text;
 }
 
-// The controller's end of the line, ready with its next request the moment a reply is complete, so that
-// what is lost is the host's doing. With a byte time it keeps the line's speed in both directions.
+// The controller's end of the line, ready with its next request the moment a reply is complete. With a
+// byte time it keeps the line's speed in both directions, by a clock that stands still while this program
+// is late for a moment it waited for: what is lost by that clock is the host's doing.
 class Controller {
  public:
   struct Reply {
@@ -96,11 +97,8 @@ class Controller {
 
   // Returns when the request's last byte reached the host.
   Clock::time_point Send(std::string_view request) {
-    const Clock::time_point due =
-        Clock::now() + byteTime * static_cast<std::int64_t>(request.size());
-    while (Clock::now() < due)
-      bench::WaitPrecisely(*terminal, due, false);
-    const Clock::time_point sent = Clock::now();
+    WaitUntil(std::max(lineTime, Now()) + byteTime * static_cast<std::int64_t>(request.size()));
+    const Clock::time_point sent = Now();
     std::size_t written = 0;
     terminal->Write({reinterpret_cast<const std::uint8_t*>(request.data()), request.size()},
                     written);
@@ -111,18 +109,17 @@ class Controller {
 
   // One line; empty when nothing comes.
   Reply Receive(Clock::duration atMost = std::chrono::seconds(30)) {
-    const Clock::time_point until = Clock::now() + atMost;
+    const Clock::time_point until = Now() + atMost;
     std::size_t end = 0;
     while ((end = arrived.find('\r')) == std::string::npos) {
-      if (Clock::now() >= until) return {};
+      if (Now() >= until) return {};
       ReadSome();
     }
     Reply reply{arrived.substr(0, end + 1), firstByte, times[end]};
     arrived.erase(0, end + 1);
     times.erase(times.begin(), times.begin() + static_cast<std::ptrdiff_t>(end) + 1);
     if (!times.empty()) firstByte = times.front();
-    while (Clock::now() < reply.last)
-      bench::WaitPrecisely(*terminal, reply.last, false);
+    WaitUntil(reply.last);
     return reply;
   }
 
@@ -132,13 +129,21 @@ class Controller {
   }
 
   std::uint64_t Bytes() const { return count; } // in both directions
+  Clock::time_point Now() const { return Clock::now() - lateness; }
 
  private:
+  void WaitUntil(Clock::time_point moment) {
+    if (byteTime.count() == 0) return;
+    while (Now() < moment)
+      bench::WaitPrecisely(*terminal, moment + lateness, false);
+    lateness += Now() - moment;
+  }
+
   void ReadSome() {
     std::array<std::uint8_t, 4096> piece{};
     std::size_t got = 0;
     terminal->Read(piece, got);
-    const Clock::time_point now = Clock::now();
+    const Clock::time_point now = Now();
     if (got > 0 && arrived.empty()) firstByte = now;
     for (std::size_t i = 0; i < got; ++i) {
       lineTime = std::max(lineTime, now) + byteTime;
@@ -149,6 +154,7 @@ class Controller {
   }
 
   std::chrono::nanoseconds byteTime;
+  Clock::duration lateness{};
   std::unique_ptr<PseudoTerminal> terminal;
   std::string arrived;
   std::vector<Clock::time_point> times; // of the bytes in arrived
@@ -236,9 +242,9 @@ void LineUse(const std::string& programs, int baud, std::size_t bytes) {
   Host host(folders);
   AwaitHost(controller);
   const std::uint64_t before = controller.Bytes();
-  const Clock::time_point begin = Clock::now();
+  const Clock::time_point begin = controller.Now();
   Fetch(controller, "1", text.size());
-  const double spent = Seconds(Clock::now() - begin);
+  const double spent = Seconds(controller.Now() - begin);
   const double busy = Seconds(ByteTime(baud)) * static_cast<double>(controller.Bytes() - before);
   const double payload = Seconds(ByteTime(baud)) * static_cast<double>(text.size());
   const std::string at = " at " + std::to_string(baud) + " baud";
