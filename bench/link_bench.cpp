@@ -113,7 +113,7 @@ class Controller {
     std::size_t end = 0;
     while ((end = arrived.find('\r')) == std::string::npos) {
       if (Now() >= until) return {};
-      ReadSome();
+      ReadSome(until);
     }
     Reply reply{arrived.substr(0, end + 1), firstByte, times[end]};
     arrived.erase(0, end + 1);
@@ -139,10 +139,12 @@ class Controller {
     lateness += Now() - moment;
   }
 
-  void ReadSome() {
+  // Asleep while nothing comes: awake, it would keep the host from the processor that wakes it.
+  void ReadSome(Clock::time_point until) {
     std::array<std::uint8_t, 4096> piece{};
     std::size_t got = 0;
     terminal->Read(piece, got);
+    if (got == 0) return terminal->WaitUntil(until + lateness, true, false);
     const Clock::time_point now = Now();
     if (got > 0 && arrived.empty()) firstByte = now;
     for (std::size_t i = 0; i < got; ++i) {
