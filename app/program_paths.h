@@ -1,6 +1,6 @@
 // ProgramPaths: the program's folders by kind, read from the section "PROGRAM PATHS" of KOR.INI in the
-// start-in folder. Made by main and kept for the whole run; main thread only. When it is loaded it hands
-// every folder to the application services, where the engine finds it by its display name.
+// start-in folder. Whoever needs the folders makes one; loading hands every folder to the application
+// services, which keep them by display name when the object is gone. One thread at a time.
 //
 // Folder texts end with "/" and use "/" only. A text that is not absolute counts from the folder of
 // KOR.INI, "." and ".." included, and stays relative in the file, so that a whole tree can be moved. A

@@ -32,8 +32,9 @@ bool IsUnicodeNotationPath(std::u16string_view path, bool warn);
 KorText AbsToRelPath(const KorText& path, OptionalPath base = std::nullopt,
                      OptionalPath root = std::nullopt, bool allowClimbing = false);
 
-// The way back. A path that begins with one "/" is joined to the root folder, or to the root of the
-// base without one; other paths that don't begin with "." come back with separators changed.
+// The way back. A path that begins with one "/" is joined to GetPathRoot of the base; other paths that
+// don't begin with "." come back with separators changed. The root folder has no effect: a path that
+// AbsToRelPath cut to the part below it does not tell, and comes back as it is.
 KorText RelToAbsPath(const KorText& path, OptionalPath base = std::nullopt,
                      OptionalPath root = std::nullopt);
 

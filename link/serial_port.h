@@ -91,7 +91,7 @@ class SerialPort {
   virtual KorText LastErrorText() const = 0;
   virtual bool IsGone() const = 0;
 
-  // Waits until bytes can be read or wakeUp time has passed; ends early on Interrupt() and when the
+  // Waits until bytes can be read or atMost has passed; ends early on Interrupt() and when the
   // device disappears. With no device open it only waits.
   virtual void WaitReadable(std::chrono::microseconds atMost) = 0;
   // Ends a WaitReadable or a waiting Write of another thread; the next one too if none waits now.
