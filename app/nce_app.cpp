@@ -5,8 +5,8 @@
 #include "app/nce_directory.h"
 #include "app/nce_frame.h"
 #include "files/member.h"
-#include "files/text_lookup.h"
 #include "services/core/app_interface.h"
+#include "services/core/text_lookup.h"
 
 namespace kor {
 

@@ -4,8 +4,8 @@
 #include <cstring>
 
 #include "files/class_registry.h"
-#include "files/text_lookup.h"
 #include "services/core/app_interface.h"
+#include "services/core/text_lookup.h"
 
 namespace kor {
 namespace {

@@ -1,7 +1,7 @@
 #include "files/lock_file.h"
 
 #include "files/paths.h"
-#include "files/text_lookup.h"
+#include "services/core/text_lookup.h"
 
 namespace kor {
 namespace {

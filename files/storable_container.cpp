@@ -1,8 +1,8 @@
 #include "files/storable_container.h"
 
 #include "files/paths.h"
-#include "files/text_lookup.h"
 #include "services/core/app_interface.h"
+#include "services/core/text_lookup.h"
 
 namespace kor {
 namespace {

@@ -4,9 +4,9 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "files/record_inspector.h"
 #include "tests/support/record_samples.h"
 #include "tests/support/test_app.h"
+#include "tools/korfile/record_inspector.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <array>
 
-#include "files/text_lookup.h"
 #include "link/profile_file.h"
+#include "services/core/text_lookup.h"
 
 namespace kor {
 

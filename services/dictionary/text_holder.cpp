@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "files/paths.h"
-#include "files/text_lookup.h"
 #include "services/core/app_interface.h"
+#include "services/core/text_lookup.h"
 
 namespace kor {
 namespace {

@@ -1,8 +1,8 @@
 // TextHolder's XLIFF import.
 #include <algorithm>
 
-#include "files/text_lookup.h"
 #include "services/core/app_interface.h"
+#include "services/core/text_lookup.h"
 #include "services/dictionary/xliff_reader.h"
 
 namespace kor {

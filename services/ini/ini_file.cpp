@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "files/text_lookup.h"
 #include "services/core/app_interface.h"
+#include "services/core/text_lookup.h"
 
 namespace kor {
 

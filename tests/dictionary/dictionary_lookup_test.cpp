@@ -1,7 +1,7 @@
 // Numbers, references and their expansion; language choice; the program's own dictionary.
 #include <gtest/gtest.h>
 
-#include "files/text_lookup.h"
+#include "services/core/text_lookup.h"
 #include "services/dictionary/dictionary.h"
 #include "tests/dictionary/dictionary_samples.h"
 

@@ -1,6 +1,6 @@
 #include "files/disk_file.h"
 
-#include "files/text_lookup.h"
+#include "services/core/text_lookup.h"
 #include "tests/files/file_test_support.h"
 #include "tests/support/record_samples.h"
 

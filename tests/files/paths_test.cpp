@@ -1,6 +1,6 @@
 #include "files/paths.h"
 
-#include "files/text_lookup.h"
+#include "services/core/text_lookup.h"
 #include "tests/files/file_test_support.h"
 
 namespace kor {

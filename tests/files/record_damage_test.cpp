@@ -2,10 +2,10 @@
 // taking more memory than the file justifies. And what the class registry and the inspector say.
 #include <cstring>
 
-#include "files/record_inspector.h"
 #include "tests/files/allocation_watch.h"
 #include "tests/files/file_test_support.h"
 #include "tests/support/record_samples.h"
+#include "tools/korfile/record_inspector.h"
 
 namespace kor {
 namespace {

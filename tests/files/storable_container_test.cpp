@@ -1,7 +1,7 @@
 #include "files/storable_container.h"
 
 #include "files/member.h"
-#include "files/text_lookup.h"
+#include "services/core/text_lookup.h"
 #include "tests/files/file_test_support.h"
 
 namespace kor {

@@ -7,7 +7,7 @@
 
 #include "files/checksum.h"
 #include "files/container_layout.h"
-#include "files/record_inspector.h"
+#include "tools/korfile/record_inspector.h"
 
 namespace kor {
 

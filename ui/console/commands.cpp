@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "files/text_lookup.h"
+#include "services/core/text_lookup.h"
 
 namespace kor {
 

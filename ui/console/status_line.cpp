@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "files/text_lookup.h"
+#include "services/core/text_lookup.h"
 
 namespace kor {
 

@@ -1,4 +1,4 @@
-#include "files/record_inspector.h"
+#include "tools/korfile/record_inspector.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
-// The dictionary as the file layer sees it: a function from number to text. The program sets it when
-// it has loaded its dictionary; until then, and for a number that the dictionary lacks, the English
-// fall-back given with each use holds.
+// The dictionary as the layers below it see it: a function from number to text. The program sets it
+// when it has loaded its dictionary; until then, and for a number that the dictionary lacks, the
+// English fall-back given with each use holds.
 //
 // Set once on the main thread before messages can arise; LookUpText may be called from any thread.
 #pragma once

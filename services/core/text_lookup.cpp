@@ -1,4 +1,4 @@
-#include "files/text_lookup.h"
+#include "services/core/text_lookup.h"
 
 #include "services/core/thread_annotations.h"
 
