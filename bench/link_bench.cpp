@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "bench/paced_relay.h"
+#include "bench/result_table.h"
 #include "tests/support/host_process.h"
 
 namespace {
@@ -32,30 +33,11 @@ using support::ProcessOptions;
 
 constexpr std::string_view kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZ\r";
 
-bool allTargetsMet = true;
+bench::ResultTable table;
 
-// A row of the table. A target of 0 is none; otherwise the value must be on its good side.
 void Row(const std::string& what, double value, const char* unit, double most = 0,
          double least = 0) {
-  std::string target;
-  bool isMet = true;
-  if (most > 0) {
-    isMet = value <= most;
-    std::array<char, 64> text{};
-    std::snprintf(text.data(), text.size(), "<= %g", most);
-    target = text.data();
-  } else if (least > 0) {
-    isMet = value >= least;
-    std::array<char, 64> text{};
-    std::snprintf(text.data(), text.size(), ">= %g", least);
-    target = text.data();
-  }
-  allTargetsMet = allTargetsMet && isMet;
-  std::printf("%-58s %10.3f %-5s %-9s %s\n", what.c_str(), value, unit, target.c_str(),
-              target.empty() ? ""
-              : isMet        ? "ok"
-                             : "MISSED");
-  std::fflush(stdout);
+  table.Row(what, value, unit, {most, least});
 }
 
 double Seconds(Clock::duration span) {
@@ -407,7 +389,7 @@ int Run(const std::string& programs, bool isQuick) {
   StartToServing(programs);
   LargeFolder(programs, isQuick ? 1000 : 100'000);
   LargeProgram(programs, isQuick ? 10 : 100);
-  return allTargetsMet ? 0 : 1;
+  return table.AllTargetsMet() ? 0 : 1;
 }
 
 } // namespace

@@ -1,0 +1,27 @@
+// The table of benchmarks that scripts/bench shows: a row per value, with its target and whether the
+// target is met. Owned by the benchmark's main; one thread.
+#pragma once
+
+#include <string>
+
+namespace kor::bench {
+
+// What a value has to be: at most or at least a limit above 0; 0 is none.
+struct Target {
+  double most = 0;
+  double least = 0;
+};
+
+class ResultTable {
+ public:
+  // Prints the row at once.
+  void Row(const std::string& what, double value, const std::string& unit, Target target = {});
+  // A row for what could not be measured; it counts as a missed target.
+  void Failure(const std::string& what, const std::string& reason);
+  bool AllTargetsMet() const { return allTargetsMet; }
+
+ private:
+  bool allTargetsMet = true;
+};
+
+} // namespace kor::bench
