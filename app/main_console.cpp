@@ -4,6 +4,7 @@
 #include "app/start_up.h"
 #include "platform/console_terminal.h"
 #include "platform/platform.h"
+#include "tools/common/tool_main.h"
 #include "ui/console/commands.h"
 #include "ui/console/console_front_end.h"
 
@@ -11,7 +12,7 @@ using namespace kor;
 
 namespace {
 
-KorText CommandLine(const std::vector<KorText>& words) {
+KorText JoinedWords(const std::vector<KorText>& words) {
   KorText line;
   for (const KorText& word : words) {
     if (!line.IsEmpty()) line += u' ';
@@ -73,9 +74,29 @@ int Serve(const std::shared_ptr<Terminal>& terminal, const KorText& commandLine,
   return 0;
 }
 
+constexpr char16_t kHelp[] =
+    uR"(ncedl-console - serves an NCE controller on a serial line, with a terminal to watch and steer it
+
+usage: ncedl-console [WORDS]
+       ncedl-console -h | --help | --version
+
+WORDS, joined by blanks, name the settings: "ncedl-console PRESS 2" works with those of PRESS 2. With the
+word SIMULATION it simulates, with 500 it knows the names of that model. Without any the settings are
+those of NCE. "help" lists the commands once it runs; ncedl-setup prepares the folders and the port.)";
+
+// A single word that begins with "-" names no settings: it is answered, and nothing is served, opened or
+// written. The exit code, or none to serve.
+std::optional<int> AnswerOption(const std::vector<KorText>& words) {
+  if (words.size() != 1 || !words[0].StartsWith(u"-") || words[0].Find(u' ') != KorText::kNone)
+    return std::nullopt;
+  return CommandLine(u"ncedl-console", kHelp).Read(words).Tell(StandardOutput());
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
+  const std::vector<KorText> words = ProgramArguments(argc, argv);
+  if (const auto code = AnswerOption(words)) return *code;
   const std::shared_ptr<Terminal> terminal = MakeConsoleTerminal();
   PlatformAppInterface application;
   SetApp(&application);
@@ -84,5 +105,5 @@ int main(int argc, char** argv) {
   const auto program = StartProgram(application, error);
   if (!error.IsEmpty()) ShowPlainly(*terminal, u"Download", error);
   if (!program) return 0; // intended: a program that can't start ends without an error code
-  return Serve(terminal, CommandLine(ProgramArguments(argc, argv)), program->cncFolder);
+  return Serve(terminal, JoinedWords(words), program->cncFolder);
 }

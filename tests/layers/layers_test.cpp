@@ -44,6 +44,7 @@ const std::vector<Layer>& Layers() {
        {kAnything}},
       {"app/main_", {kAnything}, {kAnything}},
       {"tools/", {kAnything}, {kAnything}},
+      {"tools/common/", {"tools/common/", "services/core/", "platform/platform.h"}, {}},
       {"tests/", {kAnything}, {kAnything}},
       {"bench/", {kAnything}, {kAnything}},
       {"fuzz/", {kAnything}, {kAnything}},
@@ -65,6 +66,8 @@ const std::vector<Reserved>& ReservedHeaders() {
       {"ui/wx/", {"ui/wx/", "app/main_wx", "tests/"}},
       {"ui/console/", {"ui/console/", "app/main_", "tests/", "bench/"}},
       {"platform/", {"platform/", "app/main_", "tools/", "tests/", "bench/", "fuzz/"}},
+      {"tools/common/", {"tools/", "app/main_", "tests/"}},
+      {"tools/nce_controller/", {"tools/nce_controller/", "tests/"}},
       {"tests/", {"tests/", "bench/", "fuzz/"}},
   };
   return reserved;
@@ -199,6 +202,8 @@ TEST(Layers, TheRulesCatchWhatTheyAreFor) {
       {"platform/posix/a.cpp", "#include <termios.h>", true},
       {"platform/posix/a.cpp", "#include \"link/download_app.h\"", false},
       {"tools/a.cpp", "#include <termios.h>", false},
+      {"tools/korfile/a.cpp", "#include \"tools/nce_controller/frame.h\"", false},
+      {"tools/common/a.cpp", "#include \"files/simple_file.h\"", false},
       {"tools/a.cpp", "#include \"tests/support/test_app.h\"", false},
       {"tests/link/a.cpp", "#include <windows.h>", false},
       {"tests/link/a.cpp", "#include <sys/wait.h>", true},

@@ -97,11 +97,9 @@ TEST_F(KorfileTest, ExitCodesAndComplaints) {
       {{}, 2, u"a command is missing; korfile --help"},
       {{u"pack", plain}, 2, u"no command pack"},
       {{u"test"}, 2, u"a file is missing"},
-      {{u"test", u"--fast", plain}, 2, u"no option --fast"},
       {{u"compress", u"-j", u"0", plain}, 2, u"threads are 1 to 256, not 0"},
       {{u"compress", plain, packed, u"-o", u"x"}, 2, u"--output takes one file"},
       {{u"info", plain, u"-o", u"x"}, 2, u"--output belongs to compress and restore"},
-      {{u"info", plain, u"-o"}, 2, u"-o needs a value"},
       {{u"--help"}, 0, u""},
   };
   const std::vector<KorText> before = Leftovers();

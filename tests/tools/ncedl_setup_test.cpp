@@ -17,8 +17,8 @@ using support::WriteWholeFile;
 class NcedlSetup : public ::testing::Test {
  protected:
   // Runs it and gives the exit code; what it wrote is kept.
-  int Run(const std::vector<std::string>& arguments) {
-    std::vector<std::string> words = {NCEDL_PROGRAMS "/ncedl-setup"};
+  int Run(const std::vector<std::string>& arguments, const std::string& program = "ncedl-setup") {
+    std::vector<std::string> words = {NCEDL_PROGRAMS "/" + program};
     words.insert(words.end(), arguments.begin(), arguments.end());
     support::ProcessOptions options;
     options.workingFolder = home.Path();
@@ -132,11 +132,9 @@ TEST_F(NcedlSetup, SaysWhatIsInTheWay) {
   };
   const Case kCases[] = {
       {{}, 2, "nothing to do"},
-      {{"--mian", "nc"}, 2, "--mian: there is no such option"},
-      {{"--main"}, 2, "--main needs a folder"},
+      {{"--mian", "nc"}, 2, "there is no option --mian"},
       {{"--name", "x"}, 2, "belong to --main"},
       {{"--main", "nc", "--guid", "12"}, 2, "12: an identifier has the form"},
-      {{"--list=1"}, 2, "--list takes no value"},
       {{"--port", "COM1"}, 2, "COM1: write the name, \"=\" and the device"},
       {{"--port", "COM0=/dev/null"}, 2, "COM0: a serial port is named COM1 to COM255"},
       {{"--port", "COM256=/dev/null"}, 2, "COM256: a serial port"},
@@ -158,6 +156,24 @@ TEST_F(NcedlSetup, SaysWhatIsInTheWay) {
   }
   EXPECT_EQ(Registry(), "");
   EXPECT_FALSE(fs::exists(Port("COM1")));
+}
+
+// A host that was only asked for its version must not serve, and nothing is written anywhere.
+TEST_F(NcedlSetup, EveryProgramAnswersHelpAndVersionAndNothingElse) {
+  for (const std::string program :
+       {"ncedl-console", "nce-controller", "ncedl-setup", "korfile", "kordict"}) {
+    EXPECT_EQ(Run({"--version"}, program), 0);
+    EXPECT_EQ(output, program + " " NCEDL_VERSION "\n");
+    EXPECT_EQ(Run({"-h"}, program), 0);
+    const std::string help = output;
+    EXPECT_EQ(Run({"--help"}, program), 0);
+    EXPECT_EQ(output, help);
+    EXPECT_TRUE(Says(program) && Says("--version")) << output;
+    EXPECT_EQ(Run({"--hepl"}, program), 2);
+    EXPECT_EQ(diagnostics, program + ": there is no option --hepl; " + program +
+                               " --help lists what there is\n");
+    EXPECT_TRUE(fs::is_empty(home.Path())) << program;
+  }
 }
 
 // A full disk at any byte: nothing half-written, and the next run completes the work.

@@ -343,18 +343,11 @@ KordictResult Kordict::PrintFindings() {
 
 } // namespace
 
-KordictResult RunKordict(const std::vector<KorText>& arguments, const KordictOutput& output) {
-  KorText error;
-  const auto options = ReadKordictOptions(arguments, error);
-  if (!options) {
-    output.complain(KorText::Format(u"kordict: %s; kordict --help lists what there is", error));
-    return KordictResult::Usage;
-  }
-  if (options->help) {
-    output.print(kKordictHelp);
-    return KordictResult::Done;
-  }
-  return Kordict(*options, output).Run();
+int RunKordict(const std::vector<KorText>& arguments, const KordictOutput& output) {
+  KordictOptions options;
+  const CommandLineAnswer answer = ReadKordictOptions(arguments, options);
+  if (const auto code = answer.Tell(output)) return *code;
+  return static_cast<int>(Kordict(options, output).Run());
 }
 
 } // namespace kor

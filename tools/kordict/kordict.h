@@ -5,27 +5,25 @@
 #include <functional>
 #include <vector>
 
-#include "services/core/kor_text.h"
+#include "tools/common/command_line.h"
 
 namespace kor {
 
 // What kordict's exit codes say.
 enum class KordictResult : int {
   Done = 0,
-  Nothing = 1,    // get, find: no such text; check: there are findings
-  Usage = 2,      // wrong command line
-  Unreadable = 3, // a file is missing, damaged, of another kind or wrong in itself
-  NotWritten = 4, // a file could not be written; the older one is whole
+  Nothing = 1,               // get, find: no such text; check: there are findings
+  Usage = kWrongCommandLine, // 2
+  Unreadable = 3,            // a file is missing, damaged, of another kind or wrong in itself
+  NotWritten = 4,            // a file could not be written; the older one is whole
 };
 
-struct KordictOutput {
-  std::function<void(const KorText&)> print; // a line, without its end
-  std::function<void(const KorText&)> complain;
+struct KordictOutput : ToolOutput {
   // How far a long command is; the line is replaced by the next one. Empty: not shown.
   std::function<void(const KorText&)> progress;
 };
 
-// App() is set. The arguments are those after the program's name.
-KordictResult RunKordict(const std::vector<KorText>& arguments, const KordictOutput& output);
+// App() is set. The arguments are those after the program's name. Returns the exit code.
+int RunKordict(const std::vector<KorText>& arguments, const KordictOutput& output);
 
 } // namespace kor

@@ -39,72 +39,31 @@ std::optional<TextLanguage> ReadLanguage(const KorText& word) {
   return language;
 }
 
-class OptionReader {
- public:
-  OptionReader(const std::vector<KorText>& toRead, KorText& reason)
-      : words(toRead), error(reason) {}
+KorText TakeNewLanguage(const KorText& word, KordictOptions& options) {
+  const auto language = ReadLanguage(word);
+  if (!language) return u"it needs CODE=NAME[:LCID:CODEPAGE], not " + word;
+  options.newLanguages.push_back(*language);
+  return {};
+}
 
-  std::optional<KordictOptions> Read() {
-    for (at = 0; at < words.size(); ++at)
-      if (!ReadWord(words[at])) return std::nullopt;
-    if (!options.help && !CheckCommand()) return std::nullopt;
-    return options;
-  }
+KorText TakeWord(const KorText& word, KordictOptions& options) {
+  if (options.command.IsEmpty())
+    options.command = word;
+  else
+    options.arguments.push_back(word);
+  return {};
+}
 
- private:
-  bool ReadWord(const KorText& word) {
-    if (word == u"-h" || word == u"--help") return options.help = true;
-    if (word == u"--no-backup") return options.withoutBackup = true;
-    if (word == u"-d" || word == u"--dictionary") return ReadValue(options.dictionary);
-    if (word == u"-l" || word == u"--language") return ReadValue(options.language);
-    if (word == u"--english") return ReadValue(options.english);
-    if (word == u"--add-language") return ReadNewLanguage();
-    if (word.StartsWith(u"-") && word.Length() > 1)
-      return Fail(KorText::Format(u"no option %s", word));
-    if (options.command.IsEmpty())
-      options.command = word;
-    else
-      options.arguments.push_back(word);
-    return true;
-  }
-
-  bool ReadValue(KorText& value) {
-    if (at + 1 == words.size()) return Fail(KorText::Format(u"%s needs a value", words[at]));
-    value = words[++at];
-    return true;
-  }
-
-  bool ReadNewLanguage() {
-    KorText word;
-    if (!ReadValue(word)) return false;
-    const auto language = ReadLanguage(word);
-    if (!language) return Fail(u"--add-language needs CODE=NAME[:LCID:CODEPAGE], not " + word);
-    options.newLanguages.push_back(*language);
-    return true;
-  }
-
-  bool CheckCommand() {
-    if (options.command.IsEmpty()) return Fail(u"a command is missing");
-    const auto command = std::ranges::find_if(
-        kCommands, [this](const Command& known) { return options.command == known.name; });
-    if (command == std::end(kCommands))
-      return Fail(KorText::Format(u"no command %s", options.command));
-    const std::size_t count = options.arguments.size();
-    if (count >= command->fewest && count <= command->most) return true;
-    return Fail(KorText::Format(u"%s has too %s arguments", options.command,
-                                count < command->fewest ? u"few" : u"many"));
-  }
-
-  bool Fail(const KorText& what) {
-    error = what;
-    return false;
-  }
-
-  const std::vector<KorText>& words;
-  KorText& error;
-  std::size_t at = 0;
-  KordictOptions options;
-};
+KorText CheckCommand(const KordictOptions& options) {
+  if (options.command.IsEmpty()) return u"a command is missing";
+  const auto command = std::ranges::find_if(
+      kCommands, [&](const Command& known) { return options.command == known.name; });
+  if (command == std::end(kCommands)) return u"there is no command " + options.command;
+  const std::size_t count = options.arguments.size();
+  if (count >= command->fewest && count <= command->most) return {};
+  return KorText::Format(u"%s has too %s arguments", options.command,
+                         count < command->fewest ? u"few" : u"many");
+}
 
 } // namespace
 
@@ -134,13 +93,21 @@ options:
                          build, import-xliff: a language that kordict doesn't know
   --no-backup            import-xliff: go on when the older dictionary can't be backed up
   -h, --help             show this
+      --version          show the version
 
 exit codes: 0 done; 1 no such text, or check has findings; 2 wrong command line; 3 a file is missing,
 damaged or wrong; 4 a file could not be written, and an older one is whole)";
 
-std::optional<KordictOptions> ReadKordictOptions(const std::vector<KorText>& words,
-                                                 KorText& error) {
-  return OptionReader(words, error).Read();
+CommandLineAnswer ReadKordictOptions(const std::vector<KorText>& words, KordictOptions& options) {
+  CommandLine line(u"kordict", kKordictHelp);
+  line.Flag(u"--no-backup", options.withoutBackup);
+  line.Value(u"-d --dictionary", u"a file", options.dictionary);
+  line.Value(u"-l --language", u"a code such as de-DE", options.language);
+  line.Value(u"--english", u"a translation file", options.english);
+  line.Value(u"--add-language", u"CODE=NAME[:LCID:CODEPAGE]",
+             [&](const KorText& value) { return TakeNewLanguage(value, options); });
+  line.Words([&](const KorText& word) { return TakeWord(word, options); });
+  return line.Read(words, [&] { return CheckCommand(options); });
 }
 
 } // namespace kor

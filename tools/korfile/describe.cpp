@@ -3,12 +3,10 @@
 #include <cmath>
 
 #include "files/compressed_file.h"
-#include "tools/nce_controller/json.h"
+#include "tools/common/json.h"
 
 namespace kor {
 namespace {
-
-using controller::JsonObject;
 
 // Larger contents are not inflated only to look for records in them.
 constexpr std::uint64_t kLargestToInspect = 0x10000000;

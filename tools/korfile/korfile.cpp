@@ -4,18 +4,18 @@
 
 #include "files/compressed_file.h"
 #include "services/core/app_interface.h"
+#include "tools/common/json.h"
+#include "tools/common/progress_bar.h"
 #include "tools/korfile/describe.h"
 #include "tools/korfile/options.h"
-#include "tools/nce_controller/json.h"
-#include "tools/nce_controller/progress_bar.h"
 
 namespace kor {
 namespace {
 
 constexpr std::size_t kReadSize = 0x100000;
 
-controller::Time Now() {
-  return std::chrono::duration_cast<controller::Time>(
+ProgressBar::Time Now() {
+  return std::chrono::duration_cast<ProgressBar::Time>(
       std::chrono::duration<double>(App().HighResolutionSeconds()));
 }
 
@@ -162,7 +162,7 @@ class Korfile {
     if (!crc) return Complain(file, failure);
     const KorText number = KorText::Format(u"%08X%08X", crc->high, crc->low);
     if (options.json)
-      PrintJson(controller::JsonObject()
+      PrintJson(JsonObject()
                     .Text("file", file)
                     .Text("checksum", number)
                     .Count("count", crc->count)
@@ -228,7 +228,7 @@ class Korfile {
   const KorfileOptions& options;
   const KorfileOutput& output;
   std::ostream none{nullptr};
-  controller::ProgressBar bar;
+  ProgressBar bar;
 };
 
 } // namespace
@@ -237,19 +237,14 @@ int KorfileExitCode(FileResult result) {
   const auto offset = static_cast<int>(static_cast<std::uint32_t>(result) -
                                        static_cast<std::uint32_t>(FileResult::Failure));
   if (result == FileResult::Success) return 0;
-  return offset == 0 ? 1 : offset + kKorfileWrongUse; // 2 is taken by the wrong command line
+  return offset == 0 ? 1 : offset + kWrongCommandLine; // 2 is taken by the wrong command line
 }
 
 int RunKorfile(const std::vector<KorText>& arguments, const KorfileOutput& output) {
-  KorText error;
-  const std::optional<KorfileOptions> options = ReadKorfileOptions(arguments, error);
-  if (!options) {
-    output.complain(KorText::Format(u"korfile: %s; korfile --help shows the usage", error));
-    return kKorfileWrongUse;
-  }
-  if (!options->help) return Korfile(*options, output).Run();
-  output.print(KorText(kKorfileHelp).Trimmed());
-  return 0;
+  KorfileOptions options;
+  const CommandLineAnswer answer = ReadKorfileOptions(arguments, options);
+  if (const auto code = answer.Tell(output)) return *code;
+  return Korfile(options, output).Run();
 }
 
 } // namespace kor

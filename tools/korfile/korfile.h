@@ -7,15 +7,11 @@
 #include <vector>
 
 #include "files/file_result.h"
-#include "services/core/kor_text.h"
+#include "tools/common/command_line.h"
 
 namespace kor {
 
-inline constexpr int kKorfileWrongUse = 2;
-
-struct KorfileOutput {
-  std::function<void(const KorText&)> print; // a line, without its end
-  std::function<void(const KorText&)> complain;
+struct KorfileOutput : ToolOutput {
   std::ostream* progress = nullptr; // a terminal for the progress bar, or none
   std::function<bool()> isCancelled = [] { return false; };
 };

@@ -1,10 +1,9 @@
 // korfile's command line.
 #pragma once
 
-#include <optional>
 #include <vector>
 
-#include "services/core/kor_text.h"
+#include "tools/common/command_line.h"
 
 namespace kor {
 
@@ -18,11 +17,9 @@ struct KorfileOptions {
   bool json = false;
   bool contents = false;
   bool quiet = false;
-  bool help = false;
 };
 
-// Nothing, with the reason in error, for a command line that means nothing.
-std::optional<KorfileOptions> ReadKorfileOptions(const std::vector<KorText>& words, KorText& error);
+CommandLineAnswer ReadKorfileOptions(const std::vector<KorText>& words, KorfileOptions& options);
 
 extern const char16_t kKorfileHelp[];
 

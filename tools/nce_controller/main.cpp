@@ -7,6 +7,7 @@
 
 #include "platform/platform.h"
 #include "platform/terminals.h"
+#include "tools/common/tool_main.h"
 #include "tools/nce_controller/byte_device.h"
 #include "tools/nce_controller/device_line.h"
 #include "tools/nce_controller/fault_line.h"
@@ -27,17 +28,12 @@ extern "C" void OnStopSignal(int number) {
   stopWanted = true;
 }
 
-int UsageError(const std::string& text) {
-  std::cerr << "nce-controller: " << text << "\nnce-controller --help lists what there is\n";
-  return static_cast<int>(Outcome::Usage);
-}
-
 std::unique_ptr<ByteDevice> OpenDevice(const Options& options, std::string& error) {
-  if (options.port)
-    return OpenPortDevice(std::make_unique<PlatformSerialPort>(), *options.port, options.line,
+  if (!options.port.IsEmpty())
+    return OpenPortDevice(std::make_unique<PlatformSerialPort>(), options.port, options.line,
                           error);
   KorText reason;
-  auto terminal = OpenPseudoTerminal(*options.pseudoTerminal, reason);
+  auto terminal = OpenPseudoTerminal(options.pseudoTerminal, reason);
   error = reason.ToUtf8();
   return terminal ? MakePseudoTerminalDevice(std::move(terminal)) : nullptr;
 }
@@ -69,14 +65,15 @@ RunnerSettings MakeRunnerSettings(const Options& options) {
       options.progress == ProgressMode::Always || (options.progress == ProgressMode::OnTerminal &&
                                                    StreamIsTerminal(StandardStream::Diagnostics));
   settings.readsBack = options.verify || options.errorRate > 0;
-  settings.knowsSpeed = options.port || options.isPaced;
+  settings.knowsSpeed = !options.port.IsEmpty() || options.isPaced;
   settings.seed = options.seed;
   settings.line = options.line;
   return settings;
 }
 
 Outcome RunOnDevice(ByteDevice& device, const Options& options, std::unique_ptr<OsFile> record) {
-  DeviceLine cable(device, options.line, options.pseudoTerminal && options.isPaced, stopWanted);
+  DeviceLine cable(device, options.line, !options.pseudoTerminal.IsEmpty() && options.isPaced,
+                   stopWanted);
   std::unique_ptr<RecordLine> recorder;
   if (record) recorder = std::make_unique<RecordLine>(cable, std::move(record));
   Line& heard = recorder ? static_cast<Line&>(*recorder) : cable;
@@ -97,17 +94,14 @@ Outcome RunOnDevice(ByteDevice& device, const Options& options, std::unique_ptr<
 int Main(const std::vector<KorText>& arguments) {
   PlatformAppInterface app;
   SetApp(&app);
-  const ParsedOptions parsed = ParseOptions(arguments);
-  const Options& options = parsed.options;
-  if (!parsed.error.empty()) return UsageError(parsed.error);
-  if (options.wantsHelp) std::cout << HelpText();
-  if (options.wantsVersion) std::cout << "nce-controller 26.0.0\n";
-  if (options.wantsHelp || options.wantsVersion) return 0;
+  Options options;
+  const CommandLineAnswer answer = ReadOptions(arguments, options);
+  if (const auto code = answer.Tell(StandardOutput())) return *code;
   CatchStopSignals(OnStopSignal);
   std::string error;
   const auto device = OpenDevice(options, error);
   std::unique_ptr<OsFile> record;
-  if (device && options.record) record = OpenRecord(*options.record, error);
+  if (device && !options.record.IsEmpty()) record = OpenRecord(options.record, error);
   if (!error.empty()) {
     std::cerr << "nce-controller: " << error << std::endl;
     return static_cast<int>(Outcome::SystemFailed);

@@ -3,150 +3,7 @@
 namespace kor::controller {
 namespace {
 
-class OptionReader {
- public:
-  explicit OptionReader(const std::vector<KorText>& toRead) : words(toRead) {}
-
-  ParsedOptions Read() {
-    while (error.empty() && at < words.size() && words[at].StartsWith(u"--"))
-      ReadOption();
-    if (error.empty() && words.size() == 1 && words[0].View() == u"-h")
-      options.wantsHelp = true;
-    else if (error.empty() && !options.wantsHelp && !options.wantsVersion)
-      ReadCommand();
-    return {options, error};
-  }
-
- private:
-  bool Is(std::u16string_view option) const { return words[at - 1].View() == option; }
-
-  void ReadOption() {
-    ++at;
-    if (!ReadFlag() && !ReadLineOption() && !ReadJobOption())
-      error = "unknown option \"" + words[at - 1].ToUtf8() + "\"";
-  }
-
-  bool ReadFlag() {
-    if (Is(u"--no-pace"))
-      options.isPaced = false;
-    else if (Is(u"--json"))
-      options.isJson = true;
-    else if (Is(u"--verify"))
-      options.verify = true;
-    else if (Is(u"--help"))
-      options.wantsHelp = true;
-    else if (Is(u"--version"))
-      options.wantsVersion = true;
-    else
-      return false;
-    return true;
-  }
-
-  bool ReadLineOption() {
-    if (Is(u"--port"))
-      options.port = Value();
-    else if (Is(u"--pty"))
-      options.pseudoTerminal = Value();
-    else if (Is(u"--baud"))
-      Count(options.line.baud, 50, 4'000'000);
-    else if (Is(u"--bits"))
-      Check(ParseBits(Value().ToBytes(), options.line), "such as 8N1 or 7E2");
-    else if (Is(u"--flow"))
-      ReadFlow();
-    else
-      return false;
-    return true;
-  }
-
-  bool ReadJobOption() {
-    if (Is(u"--timeout"))
-      options.timeout = Amount(0.01, 3600);
-    else if (Is(u"--retries"))
-      Count(options.retries.emplace(), 0, 1000);
-    else if (Is(u"--errors"))
-      options.errorRate = Amount(0, 1);
-    else if (Is(u"--seed"))
-      Count(options.seed, 0, ~0ULL);
-    else if (Is(u"--wait-host"))
-      options.waitHost = Amount(0, 1e8);
-    else if (Is(u"--record"))
-      options.record = Value();
-    else if (Is(u"--progress"))
-      ReadProgress();
-    else
-      return false;
-    return true;
-  }
-
-  void ReadFlow() {
-    const auto flow = ParseFlow(Value().ToBytes());
-    Check(flow.has_value(), "xonxoff, hardware or none");
-    options.line.flow = flow.value_or(options.line.flow);
-  }
-
-  void ReadProgress() {
-    const KorText mode = Value();
-    if (mode == u"auto")
-      options.progress = ProgressMode::OnTerminal;
-    else if (mode == u"always")
-      options.progress = ProgressMode::Always;
-    else if (mode == u"never")
-      options.progress = ProgressMode::Never;
-    else
-      Check(false, "auto, always or never");
-  }
-
-  void ReadCommand() {
-    if (options.port.has_value() == options.pseudoTerminal.has_value()) {
-      error = "name the line with either --port DEVICE or --pty LINK";
-      return;
-    }
-    ParsedCommand parsed =
-        ParseCommand({words.begin() + static_cast<long>(at), words.end()}, false);
-    options.command = std::move(parsed.command);
-    error = std::move(parsed.error);
-  }
-
-  KorText Value() {
-    name = words[at - 1].ToUtf8();
-    if (at < words.size()) return words[at++];
-    error = name + ": the value is missing";
-    return {};
-  }
-
-  void Check(bool isGood, const std::string& wanted) {
-    if (!isGood && error.empty()) error = name + ": the value must be " + wanted;
-  }
-
-  double Amount(double least, double most) {
-    const auto value = ParseAmount(Value());
-    Check(value && *value >= least && *value <= most,
-          "from " + std::to_string(least) + " to " + std::to_string(most));
-    return value.value_or(0);
-  }
-
-  template <class Number> void Count(Number& to, std::uint64_t least, std::uint64_t most) {
-    const auto value = ParseCount(Value(), most);
-    Check(value && *value >= least,
-          "a whole number from " + std::to_string(least) + " to " + std::to_string(most));
-    to = static_cast<Number>(value.value_or(least));
-  }
-
-  const std::vector<KorText>& words;
-  std::size_t at = 0;
-  std::string name; // of the option whose value was read last
-  std::string error;
-  Options options;
-};
-
-} // namespace
-
-ParsedOptions ParseOptions(const std::vector<KorText>& arguments) {
-  return OptionReader(arguments).Read();
-}
-
-std::string_view HelpText() {
-  return R"(nce-controller plays the machine controller's side of the line.
+constexpr char16_t kHelp[] = uR"(nce-controller plays the machine controller's side of the line.
 
   nce-controller (--port DEVICE | --pty LINK) [OPTION...] COMMAND
 
@@ -168,6 +25,8 @@ Output
   --json             one object per command
   --record FILE      every byte that travels, both ways
   --progress MODE    auto (start value: when the diagnostics go to a terminal), always, never
+  -h, --help         show this
+  --version          show the version
 Commands
   test                                      line test
   list                                      the host's directory
@@ -178,8 +37,104 @@ Commands
   soak --seconds S [--upload N] [--folder DIR [--extension MPG]] [--no-read-back]
   run SCRIPT                                a command per line; "-": as they are typed
 Exit code: 0 done, 1 device or file, 2 usage, 3 refused by the host, 4 time-out, 5 protocol fault,
-6 comparison or expectation failed; 128 + number when a signal ended it.
-)";
+6 comparison or expectation failed; 128 + number when a signal ended it.)";
+
+KorText Wanted(std::u16string_view what) {
+  return u"the value must be " + KorText(what);
+}
+
+template <class Number> CommandLine::Take Amount(Number& to, double least, double most) {
+  return [&to, least, most](const KorText& value) {
+    const auto amount = ParseAmount(value);
+    if (!amount || *amount < least || *amount > most)
+      return Wanted(KorText::Format(u"from %g to %g", least, most));
+    to = *amount;
+    return KorText();
+  };
+}
+
+template <class Number> void Store(Number& to, std::uint64_t count) {
+  to = static_cast<Number>(count);
+}
+void Store(std::optional<int>& to, std::uint64_t count) {
+  to = static_cast<int>(count);
+}
+
+template <class Number>
+CommandLine::Take Count(Number& to, std::uint64_t least, std::uint64_t most) {
+  return [&to, least, most](const KorText& value) {
+    const auto count = ParseCount(value, most);
+    if (!count || *count < least)
+      return Wanted(KorText::Format(u"a whole number from %u to %u", least, most));
+    Store(to, *count);
+    return KorText();
+  };
+}
+
+KorText TakeFlow(const KorText& value, Options& options) {
+  const auto flow = ParseFlow(value.ToBytes());
+  options.line.flow = flow.value_or(options.line.flow);
+  return flow ? KorText() : Wanted(u"xonxoff, hardware or none");
+}
+
+KorText TakeProgress(const KorText& value, Options& options) {
+  if (value == u"auto")
+    options.progress = ProgressMode::OnTerminal;
+  else if (value == u"always")
+    options.progress = ProgressMode::Always;
+  else if (value == u"never")
+    options.progress = ProgressMode::Never;
+  else
+    return Wanted(u"auto, always or never");
+  return {};
+}
+
+void AddLineOptions(CommandLine& line, Options& options) {
+  line.Value(u"--port", u"a device", options.port);
+  line.Value(u"--pty", u"a path for the link", options.pseudoTerminal);
+  line.Value(u"--baud", u"a rate", Count(options.line.baud, 50, 4'000'000));
+  line.Value(u"--bits", u"a value such as 8N1", [&options](const KorText& value) {
+    return ParseBits(value.ToBytes(), options.line) ? KorText() : Wanted(u"such as 8N1 or 7E2");
+  });
+  line.Value(u"--flow", u"a mode",
+             [&options](const KorText& value) { return TakeFlow(value, options); });
+  line.Flag(u"--no-pace", options.isPaced, false);
+}
+
+void AddJobOptions(CommandLine& line, Options& options) {
+  line.Value(u"--timeout", u"a number of seconds", Amount(options.timeout, 0.01, 3600));
+  line.Value(u"--retries", u"a number", Count(options.retries, 0, 1000));
+  line.Value(u"--errors", u"a chance", Amount(options.errorRate, 0, 1));
+  line.Value(u"--seed", u"a number", Count(options.seed, 0, ~0ULL));
+  line.Flag(u"--verify", options.verify);
+  line.Value(u"--wait-host", u"a number of seconds", Amount(options.waitHost, 0, 1e8));
+  line.Flag(u"--json", options.isJson);
+  line.Value(u"--record", u"a file", options.record);
+  line.Value(u"--progress", u"a mode",
+             [&options](const KorText& value) { return TakeProgress(value, options); });
+}
+
+KorText ReadCommand(const std::vector<KorText>& words, Options& options) {
+  if (options.port.IsEmpty() == options.pseudoTerminal.IsEmpty())
+    return u"name the line with either --port DEVICE or --pty LINK";
+  ParsedCommand parsed = ParseCommand(words, false);
+  options.command = std::move(parsed.command);
+  return KorText::FromUtf8(parsed.error);
+}
+
+} // namespace
+
+CommandLineAnswer ReadOptions(const std::vector<KorText>& arguments, Options& options) {
+  std::vector<KorText> words;
+  CommandLine line(u"nce-controller", kHelp);
+  AddLineOptions(line, options);
+  AddJobOptions(line, options);
+  line.EndOptionsAtFirstWord();
+  line.Words([&words](const KorText& word) {
+    words.push_back(word);
+    return KorText();
+  });
+  return line.Read(arguments, [&] { return ReadCommand(words, options); });
 }
 
 } // namespace kor::controller

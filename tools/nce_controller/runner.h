@@ -7,12 +7,12 @@
 #include <string>
 #include <vector>
 
+#include "tools/common/json.h"
+#include "tools/common/progress_bar.h"
 #include "tools/nce_controller/command.h"
 #include "tools/nce_controller/fault_line.h"
-#include "tools/nce_controller/json.h"
 #include "tools/nce_controller/line_settings.h"
 #include "tools/nce_controller/outcome.h"
-#include "tools/nce_controller/progress_bar.h"
 #include "tools/nce_controller/session.h"
 
 namespace kor::controller {

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "services/core/kor_text.h"
+#include "tools/common/command_line.h"
 
 namespace kor {
 
@@ -17,11 +17,9 @@ struct SetupOptions {
   std::vector<std::pair<KorText, KorText>> ports; // "COMn" and its device; an empty one removes
   std::optional<KorText> language;                // code; empty: the system's
   bool list = false;
-  bool help = false;
 };
 
-// Nothing, with the reason in error, for a command line that means nothing.
-std::optional<SetupOptions> ReadSetupOptions(const std::vector<KorText>& words, KorText& error);
+CommandLineAnswer ReadSetupOptions(const std::vector<KorText>& words, SetupOptions& options);
 
 extern const char16_t kSetupHelp[];
 

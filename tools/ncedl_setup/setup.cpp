@@ -35,15 +35,15 @@ std::optional<Configuration> RegisteredAs(const KorText& folder) {
 
 class Setup {
  public:
-  Setup(const SetupOptions& toDo, const SetupOutput& toUse) : options(toDo), output(toUse) {}
+  Setup(const SetupOptions& toDo, const ToolOutput& toUse) : options(toDo), output(toUse) {}
 
-  SetupResult Run() {
+  bool Run() {
     bool done = !options.mainFolder || SetMainFolder();
     for (const auto& [name, device] : options.ports)
       done = SetPort(name, device) && done;
     if (options.language) done = SetLanguage() && done;
     if (options.list) List();
-    return done ? SetupResult::Done : SetupResult::Failed;
+    return done;
   }
 
  private:
@@ -64,7 +64,7 @@ class Setup {
   void Warn(const KorText& what) { output.complain(u"ncedl-setup: warning: " + what + u"."); }
 
   const SetupOptions& options;
-  const SetupOutput& output;
+  const ToolOutput& output;
 };
 
 bool Setup::SetMainFolder() {
@@ -209,18 +209,11 @@ void Setup::ListConfigurationsInUse() {
 
 } // namespace
 
-SetupResult RunSetup(const std::vector<KorText>& words, const SetupOutput& output) {
-  KorText error;
-  const std::optional<SetupOptions> options = ReadSetupOptions(words, error);
-  if (!options) {
-    output.complain(u"ncedl-setup: " + error + u". Try ncedl-setup --help.");
-    return SetupResult::Usage;
-  }
-  if (options->help) {
-    output.print(kSetupHelp);
-    return SetupResult::Done;
-  }
-  return Setup(*options, output).Run();
+int RunSetup(const std::vector<KorText>& words, const ToolOutput& output) {
+  SetupOptions options;
+  const CommandLineAnswer answer = ReadSetupOptions(words, options);
+  if (const auto code = answer.Tell(output)) return *code;
+  return Setup(options, output).Run() ? 0 : kSetupFailed;
 }
 
 } // namespace kor

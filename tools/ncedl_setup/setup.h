@@ -2,23 +2,16 @@
 // stores the language. The work apart from the process, so that tests can call it.
 #pragma once
 
-#include <functional>
 #include <vector>
 
-#include "services/core/kor_text.h"
+#include "tools/common/command_line.h"
 
 namespace kor {
 
-// What the exit codes say.
-enum class SetupResult : int { Done = 0, Failed = 1, Usage = 2 };
-
-struct SetupOutput {
-  std::function<void(const KorText&)> print;    // a line, without its end
-  std::function<void(const KorText&)> complain; // the same, for failures and warnings
-};
+inline constexpr int kSetupFailed = 1; // exit code
 
 // App() is set and started. The words are those after the program's name. What can't be done is told
-// with a remedy, and the rest is done all the same.
-SetupResult RunSetup(const std::vector<KorText>& words, const SetupOutput& output);
+// with a remedy, and the rest is done all the same. Returns the exit code.
+int RunSetup(const std::vector<KorText>& words, const ToolOutput& output);
 
 } // namespace kor

@@ -2,17 +2,18 @@
 // thread.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <ostream>
 #include <string>
 
-#include "tools/nce_controller/line.h"
-
-namespace kor::controller {
+namespace kor {
 
 class ProgressBar {
  public:
+  using Time = std::chrono::nanoseconds; // on any steady clock
+
   ProgressBar(std::ostream& toUse, bool isWanted) : to(toUse), isShown(isWanted) {}
   // Without a total the bar shows bytes and rate only.
   void Start(const std::string& label, std::optional<std::uint64_t> total, Time now);
@@ -29,4 +30,4 @@ class ProgressBar {
   std::size_t width = 0; // characters that stand on the line
 };
 
-} // namespace kor::controller
+} // namespace kor

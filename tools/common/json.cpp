@@ -1,10 +1,10 @@
-#include "tools/nce_controller/json.h"
+#include "tools/common/json.h"
 
 #include <array>
 #include <cmath>
 #include <cstdio>
 
-namespace kor::controller {
+namespace kor {
 namespace {
 
 std::string Quoted(std::u16string_view text) {
@@ -71,4 +71,4 @@ JsonObject& JsonObject::Flag(std::string_view name, bool value) {
   return Json(name, value ? "true" : "false");
 }
 
-} // namespace kor::controller
+} // namespace kor

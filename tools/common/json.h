@@ -7,7 +7,7 @@
 
 #include "services/core/kor_text.h"
 
-namespace kor::controller {
+namespace kor {
 
 class JsonObject {
  public:
@@ -27,4 +27,4 @@ class JsonObject {
   std::string members;
 };
 
-} // namespace kor::controller
+} // namespace kor

@@ -1,16 +1,16 @@
-#include "tools/nce_controller/progress_bar.h"
+#include "tools/common/progress_bar.h"
 
 #include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdio>
 
-namespace kor::controller {
+namespace kor {
 namespace {
 
 using namespace std::chrono_literals;
 
-constexpr Time kRedrawTime = 100ms;
+constexpr ProgressBar::Time kRedrawTime = 100ms;
 constexpr std::size_t kBarWidth = 24;
 
 std::string Bar(double share) {
@@ -56,4 +56,4 @@ void ProgressBar::Finish() {
   width = 0;
 }
 
-} // namespace kor::controller
+} // namespace kor

@@ -1,0 +1,113 @@
+// Linux has a device file for each serial port that a driver could have; the ones with hardware behind them
+// have a UART's type, or are made when an adapter is plugged in.
+#include <fcntl.h>
+#include <linux/serial.h>
+#include <sys/file.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <optional>
+#include <string>
+#include <tuple>
+
+#include "platform/posix/serial_devices_posix.h"
+
+namespace kor {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::array<std::string_view, 3> kKinds = {"ttyS", "ttyUSB", "ttyACM"};
+
+struct Candidate {
+  std::size_t kind = 0;
+  unsigned long number = 0;
+  fs::path path;
+};
+
+std::optional<Candidate> ReadCandidate(const fs::path& path) {
+  const std::string name = path.filename();
+  for (std::size_t kind = 0; kind < kKinds.size(); ++kind) {
+    const std::string digits = name.substr(std::min(kKinds[kind].size(), name.size()));
+    const bool isNumber = !digits.empty() && digits.size() < 6 &&
+                          digits.find_first_not_of("0123456789") == std::string::npos;
+    if (name.starts_with(kKinds[kind]) && isNumber)
+      return Candidate{kind, std::stoul(digits), path};
+  }
+  return std::nullopt;
+}
+
+std::map<fs::path, std::string> NamesById(const fs::path& folder) {
+  std::map<fs::path, std::string> names; // by device
+  std::error_code error;
+  for (const fs::directory_entry& entry : fs::directory_iterator(folder / "serial/by-id", error))
+    names.emplace(fs::weakly_canonical(entry.path(), error), entry.path());
+  return names;
+}
+
+bool HasUart(int device) {
+  serial_struct serial{};
+  return ::ioctl(device, TIOCGSERIAL, &serial) == 0 && serial.type != PORT_UNKNOWN;
+}
+
+// Tells it without opening the port, where the system does.
+bool LacksUart(const Candidate& candidate) {
+  std::ifstream type("/sys/class/tty/" + candidate.path.filename().string() + "/type");
+  int number = -1;
+  return type >> number && number == PORT_UNKNOWN;
+}
+
+// Nothing for a file without a device behind it.
+std::optional<SerialDevice::State> StateOf(const Candidate& candidate) {
+  using State = SerialDevice::State;
+  std::error_code error;
+  if (!fs::is_character_file(candidate.path, error)) return std::nullopt;
+  const bool isBuiltIn = candidate.kind == 0;
+  if (isBuiltIn && LacksUart(candidate)) return std::nullopt;
+  const int device = ::open(candidate.path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+  if (device < 0 && errno == EBUSY) return State::InUse;
+  if (device < 0) return errno == EACCES ? std::optional(State::NoPermission) : std::nullopt;
+  std::optional<State> state = State::Free;
+  if (isBuiltIn && !HasUart(device))
+    state.reset();
+  else if (::flock(device, LOCK_EX | LOCK_NB) != 0)
+    state = State::InUse;
+  ::close(device);
+  return state;
+}
+
+} // namespace
+
+std::vector<SerialDevice> ListSerialDevices() {
+  return ListSerialDevicesIn("/dev");
+}
+
+std::vector<SerialDevice> ListSerialDevicesIn(const fs::path& folder) {
+  std::vector<Candidate> candidates;
+  std::error_code error;
+  for (const fs::directory_entry& entry : fs::directory_iterator(folder, error))
+    if (auto candidate = ReadCandidate(entry.path())) candidates.push_back(std::move(*candidate));
+  std::ranges::sort(candidates, {}, [](const Candidate& candidate) {
+    return std::tuple(candidate.kind, candidate.number);
+  });
+  const std::map<fs::path, std::string> names = NamesById(folder);
+  std::vector<SerialDevice> devices;
+  for (const Candidate& candidate : candidates) {
+    const auto state = StateOf(candidate);
+    if (!state) continue;
+    const auto name = names.find(fs::weakly_canonical(candidate.path, error));
+    const std::string stable = name == names.end() ? std::string() : name->second;
+    devices.push_back(
+        {KorText::FromUtf8(candidate.path.native()), KorText::FromUtf8(stable), *state});
+  }
+  return devices;
+}
+
+} // namespace kor

@@ -1,0 +1,23 @@
+// The serial devices that this computer has at the moment, whatever names the settings have for them.
+//
+// A free function; any thread. It sends nothing and changes no device's settings. A device that can't be
+// judged otherwise is opened for a moment, which on most adapters raises DTR and RTS.
+#pragma once
+
+#include <vector>
+
+#include "services/core/kor_text.h"
+
+namespace kor {
+
+struct SerialDevice {
+  enum class State { Free, InUse, NoPermission };
+  KorText path;       // "/dev/ttyUSB0", "COM3"
+  KorText stableName; // "/dev/serial/by-id/usb-...", which stays with the adapter; empty: none
+  State state = State::Free;
+};
+
+// By kind and number.
+std::vector<SerialDevice> ListSerialDevices();
+
+} // namespace kor

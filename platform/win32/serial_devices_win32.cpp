@@ -1,0 +1,54 @@
+// Windows keeps the names of its serial ports in the registry.
+#include <windows.h>
+
+#include <algorithm>
+#include <array>
+
+#include "platform/serial_devices.h"
+
+namespace kor {
+
+namespace {
+
+SerialDevice::State StateOf(const KorText& port) {
+  const KorText path = u"\\\\.\\" + port;
+  const HANDLE device =
+      ::CreateFileW(reinterpret_cast<const wchar_t*>(path.CStr()), GENERIC_READ | GENERIC_WRITE, 0,
+                    nullptr, OPEN_EXISTING, 0, nullptr);
+  // The system has one answer, "access denied", for a port in use.
+  if (device == INVALID_HANDLE_VALUE) return SerialDevice::State::InUse;
+  ::CloseHandle(device);
+  return SerialDevice::State::Free;
+}
+
+// The next value's text; false behind the last one.
+bool ReadPort(HKEY key, DWORD index, KorText& port) {
+  std::array<wchar_t, 256> name{};
+  std::array<char16_t, 256> value{};
+  DWORD nameLength = name.size(), bytes = sizeof(char16_t) * (value.size() - 1), type = 0;
+  const LSTATUS status = ::RegEnumValueW(key, index, name.data(), &nameLength, nullptr, &type,
+                                         reinterpret_cast<BYTE*>(value.data()), &bytes);
+  if (status == ERROR_NO_MORE_ITEMS) return false;
+  port = status == ERROR_SUCCESS && type == REG_SZ ? KorText(value.data()) : KorText();
+  return true;
+}
+
+} // namespace
+
+std::vector<SerialDevice> ListSerialDevices() {
+  std::vector<SerialDevice> devices;
+  HKEY key = nullptr;
+  if (::RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"HARDWARE\\DEVICEMAP\\SERIALCOMM", 0, KEY_READ, &key) !=
+      ERROR_SUCCESS)
+    return devices; // never had a port
+  KorText port;
+  for (DWORD index = 0; ReadPort(key, index, port); ++index)
+    if (!port.IsEmpty()) devices.push_back({port, {}, StateOf(port)});
+  ::RegCloseKey(key);
+  std::ranges::sort(devices, {}, [](const SerialDevice& device) {
+    return device.path.Mid(3).ToInteger(); // behind "COM"
+  });
+  return devices;
+}
+
+} // namespace kor

@@ -1,0 +1,33 @@
+#include "tools/common/tool_main.h"
+
+#include <iostream>
+
+#include "platform/platform.h"
+
+namespace kor {
+
+ToolOutput StandardOutput() {
+  return {[](const KorText& line) { std::cout << line.ToUtf8() << '\n'; },
+          [](const KorText& line) { std::cerr << line.ToUtf8() << '\n'; }};
+}
+
+int RunToolMain(const ToolMain& tool, int argc, char** argv) {
+  PlatformAppInterface application;
+  SetApp(&application);
+  const ToolOutput output = StandardOutput();
+  application.SetReporter([&](const MessageRecord& record) {
+    output.complain(KorText::Format(u"%s: %s", record.info, record.message));
+    return record.number;
+  });
+  const KorText error = application.Start(tool.name, u"2026");
+  if (!error.IsEmpty()) {
+    output.complain(KorText::Format(u"%s: %s", tool.name, error));
+    return tool.startFailed;
+  }
+  const int code = tool.run(ProgramArguments(argc, argv), output);
+  if (std::cout.flush()) return code;
+  output.complain(KorText::Format(u"%s: the output could not be written in full", tool.name));
+  return tool.outputFailed;
+}
+
+} // namespace kor
