@@ -102,8 +102,9 @@ int main(int argc, char** argv) {
   SetApp(&application);
   ReportPlainly(application, *terminal);
   KorText error;
-  const auto program = StartProgram(application, error);
+  const KorText commandLine = JoinedWords(words);
+  const auto program = StartProgram(application, commandLine, error);
   if (!error.IsEmpty()) ShowPlainly(*terminal, u"Download", error);
   if (!program) return 0; // intended: a program that can't start ends without an error code
-  return Serve(terminal, JoinedWords(words), program->cncFolder);
+  return Serve(terminal, commandLine, program->cncFolder);
 }

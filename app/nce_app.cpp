@@ -17,10 +17,6 @@ constexpr std::int32_t kMostRefusals = 3;
 constexpr std::int64_t kUploadRange = 10000; // of the progress bar; an upload's size is not known
 constexpr std::size_t kShortestData = 4;     // length and checksum digits of an upload line
 
-KorText ModelNameOf(const KorText& commandLine) {
-  return commandLine.IsEmpty() ? KorText(u"NCE") : commandLine;
-}
-
 struct FeatureField {
   int number;
   const char16_t* key;
@@ -54,6 +50,10 @@ void EnableFeatureFields(std::vector<FormField>& fields) {
 }
 
 } // namespace
+
+KorText ModelNameOf(const KorText& commandLine) {
+  return commandLine.IsEmpty() ? KorText(kDefaultModelName) : commandLine;
+}
 
 NCEApp::NCEApp(EngineServices engineServices, const KorText& commandLine)
     : DownloadApp(std::move(engineServices), ModelNameOf(commandLine)),
@@ -441,6 +441,7 @@ void NCEApp::PollIdle() {
 
 void NCEApp::SetFeatures(const SpecialFeatures& changed) {
   features = changed;
+  KeepSettings();
   RunOnWorker([this, changed] { options = changed; });
 }
 

@@ -14,6 +14,10 @@
 
 namespace kor {
 
+inline constexpr char16_t kDefaultModelName[] = u"NCE";
+// What names the settings file and heads the window title: the command line, when there is one.
+KorText ModelNameOf(const KorText& commandLine);
+
 class NCEApp : public DownloadApp {
  public:
   static constexpr std::uint32_t kClassId = 103090701;

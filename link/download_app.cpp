@@ -105,6 +105,16 @@ void DownloadApp::BuildWindow() {
   settingsPath = App().GetApplicationPropertyPath(kSettingsFolder);
   if (!settingsPath.IsEmpty() && settingsPath.Last() != u'/') settingsPath += u'/';
   settingsPath += modelName + u".INI";
+  if (!App().CanNameFile(modelName + u".INI")) {
+    settingsPath = {};
+    ShowMessage(
+        LookUpText(15101, u"Download Settings"),
+        KorText::Format(LookUpText(15476, u"\"%s\" can't be the name of a file, so settings "
+                                          u"are not kept. Start the program with another "
+                                          u"name."),
+                        modelName),
+        MessageStyle::Exclamation);
+  }
   LoadSettingsOrProfile();
   link = settings;
   log.SetJobLog(settings.logFile, settings.writeLog != 0);
@@ -133,6 +143,10 @@ void DownloadApp::LoadSettingsOrProfile() {
   }
   if (settingsLoadFailed) ReadSettingsProfile(settingsPath, services.cncFolder, settings);
   EnsureTrailingSeparators(settings);
+  if (namesPort())
+    keptPort = settings.port;
+  else
+    ShowPortNotKept();
 }
 
 // A text profile in the record's place, as on the first start, is no failure worth a word.
@@ -142,9 +156,25 @@ bool DownloadApp::LoadSettings() {
   return LoadObject(settingsPath, *this, options);
 }
 
+// A record without a COM name would cost all settings at the next start.
 bool DownloadApp::SaveSettings() {
-  if (settingsPath.IsEmpty()) return false;
-  return SaveObject(settingsPath, *this);
+  RecordFileOptions options;
+  options.report = false;
+  App().MakeFolder(App().GetApplicationPropertyPath(kSettingsFolder));
+  const KorText used = settings.port;
+  settings.port = keptPort;
+  const bool saved = SaveObject(settingsPath, *this, options);
+  settings.port = used;
+  return saved;
+}
+
+void DownloadApp::KeepSettings() {
+  if (settingsPath.IsEmpty()) return; // not loaded yet, or never kept
+  const bool reported = lossReported;
+  lossReported = !SaveSettings();
+  if (lossReported && !reported)
+    App().Report({MessageLevel::Warn, settingsPath, LookUpText(15323, u"Possible loss of settings"),
+                  App().ErrorText(App().LastError()), 0});
 }
 
 std::span<const MemberDescription> DownloadApp::Members() {
@@ -206,9 +236,7 @@ void DownloadApp::Terminate() {
   timers.Delete(kDisplayTimer);
   timers.Delete(kDownloadTimer);
   channel.Close();
-  if (!SaveSettings())
-    App().Report({MessageLevel::Warn, settingsPath, LookUpText(15323, u"Possible loss of settings"),
-                  App().ErrorText(App().LastError()), 0});
+  KeepSettings();
   DiscardUpload();
   log.StopTrace(u"Application Terminated");
   services.form->ShowEndDialog(EndDialog::Download, false);
@@ -258,6 +286,8 @@ void DownloadApp::WaitIdle() {
 
 void DownloadApp::ChangeSettings(const std::function<void(LinkSettings&)>& change) {
   change(settings);
+  if (NamesComPort(settings)) keptPort = settings.port;
+  KeepSettings();
   log.SetJobLog(settings.logFile, settings.writeLog != 0);
   RunOnWorker([this, changed = settings] { link = changed; });
 }
@@ -395,20 +425,22 @@ void DownloadApp::SettingsDialog() {
   }
 }
 
-void DownloadApp::ShowPortNotKept(const KorText& port) {
+void DownloadApp::ShowPortNotKept() {
   const KorText text =
-      LookUpText(15430, u"The port \"%s\" is used now but not kept: only COM names "
-                        u"are. Name the device: ncedl-setup --port COM1=%s");
-  services.form->ShowMessage(LookUpText(15101, u"Download Settings"),
-                             KorText::Format(text, port, port), MessageStyle::Exclamation);
+      LookUpText(15430, u"The port \"%s\" is used until the program ends; the next start opens %s "
+                        u"again. To keep this device, give it that name: ncedl-setup --port %s=%s");
+  ShowMessage(LookUpText(15101, u"Download Settings"),
+              KorText::Format(text, settings.port, keptPort, keptPort, settings.port),
+              MessageStyle::Exclamation);
 }
 
 KorText DownloadApp::AcceptSettings(const FormDescription& form) {
   LinkSettings edited = settings;
   const KorText wrong = ReadSettingsForm(form, edited);
   if (!wrong.IsEmpty()) return wrong;
-  if (edited.port != settings.port && !NamesComPort(edited)) ShowPortNotKept(edited.port);
+  const bool portChanged = edited.port != settings.port;
   ChangeSettings([&](LinkSettings& changed) { changed = edited; });
+  if (portChanged && !NamesComPort(settings)) ShowPortNotKept();
   RunOnWorker([this] {
     OpenPort(0);
     UpdateStatus();

@@ -146,8 +146,10 @@ class DownloadApp : public Storable, protected ChannelHost {
   virtual void BeforeServing() {}
   void StopWorker();
   bool IsManualJob() const { return manualJob; }
-  // The window's copy and the worker's change together.
+  // The window's copy and the worker's change together, and the record is saved.
   void ChangeSettings(const std::function<void(LinkSettings&)>& change);
+  // Window's thread. Saves the record; a failure is reported once, until a save succeeds again.
+  void KeepSettings();
 
   const EngineServices services;
   KorText modelName;
@@ -175,7 +177,7 @@ class DownloadApp : public Storable, protected ChannelHost {
   void StartSend(const KorText& path);
   void StartReceive(const KorText& path);
   void LoadSettingsOrProfile();
-  void ShowPortNotKept(const KorText& port);
+  void ShowPortNotKept();
   bool RunTasks();
   void WriteJobLine(const KorText& line);
   void CreateTimer(const char16_t* name, double period, bool started,
@@ -189,6 +191,8 @@ class DownloadApp : public Storable, protected ChannelHost {
   std::int32_t shownCode = -1;                   // worker: last status posted to the window
   bool manualJob = false;                        // worker: an end dialog is shown
   bool terminated = false;                       // window
+  bool lossReported = false;                     // window: the last save failed, and this was said
+  KorText keptPort = u"COM1";                    // window: the COM name that the record holds
   Mutex mutex;
   std::deque<std::function<void()>> tasks KOR_GUARDED_BY(mutex);
   bool acceptsTasks KOR_GUARDED_BY(mutex) = true;

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "link/profile_file.h"
+#include "services/core/app_interface.h"
 #include "services/core/text_lookup.h"
 
 namespace kor {
@@ -121,14 +122,64 @@ KorText Refusal(const FormField& field, const KorText& accepted) {
                          field.value, accepted);
 }
 
+bool IsFolder(const KorText& path) {
+  return path.IsEmpty() || App().FolderExists(path); // empty: the working folder
+}
+
+// "com1" names the same port as "COM1"; only the latter is a COM name to the record.
+KorText PortName(const KorText& text) {
+  const KorText name = text.Trimmed();
+  const bool isCom = name.Length() > 3 && name.StartsWithNoCase(u"COM") &&
+                     name.View().find_first_not_of(u"0123456789", 3) == KorText::kNone;
+  return isCom ? u"COM" + name.Mid(3) : name;
+}
+
+KorText WhatExtensionsAre(const KorText& value) {
+  if (value.View().find_first_of(u"./\\:*?\"<>|") == KorText::kNone) return {};
+  return LookUpText(15471, u"letters and digits without a dot, such as MPG");
+}
+
+KorText WhatFoldersAre(const KorText& value) {
+  return IsFolder(value) ? KorText() : LookUpText(15472, u"a folder that exists");
+}
+
+KorText WhatLogFilesAre(const KorText& value) {
+  const std::size_t separator = value.View().find_last_of(u"/\\");
+  const KorText folder = value.Left(separator == KorText::kNone ? 0 : separator + 1);
+  if (value.IsEmpty() || (IsFolder(folder) && !App().FolderExists(value))) return {};
+  return LookUpText(15473, u"a file in a folder that exists");
+}
+
+KorText WhatPortsAre(const KorText& value) {
+  return value.IsEmpty() ? LookUpText(15470, u"a name such as COM1, or the path of a device")
+                         : KorText();
+}
+
+bool IsList(const FormField& field) {
+  return field.kind == FieldKind::Choice && !field.editable;
+}
+
+// The field's value as the settings hold it; empty when it isn't in the field's list.
+KorText EnteredText(const FormField& field) {
+  if (IsList(field)) return ListedValue(field);
+  return field.kind == FieldKind::Choice ? PortName(field.value) : field.value.Trimmed();
+}
+
+// What a text field accepts, when it does not accept the value; else an empty text.
+KorText WhatIsAccepted(const FormField& field, const KorText& value) {
+  if (IsList(field)) return value.IsEmpty() ? ListText(field.choices) : KorText();
+  if (field.kind == FieldKind::Text) return WhatExtensionsAre(value);
+  if (value[0] == u'~')
+    return LookUpText(15474, u"the whole path, for ~ stands for no folder here");
+  if (field.kind == FieldKind::FolderPath) return WhatFoldersAre(value);
+  return field.kind == FieldKind::FilePath ? WhatLogFilesAre(value) : WhatPortsAre(value);
+}
+
 KorText ReadTextField(const FormField& field, KorText& value) {
-  if (field.kind == FieldKind::Choice && !field.editable) {
-    const KorText listed = ListedValue(field);
-    if (listed.IsEmpty()) return Refusal(field, ListText(field.choices));
-    value = listed;
-    return {};
-  }
-  value = field.value;
+  const KorText entered = EnteredText(field);
+  const KorText accepted = WhatIsAccepted(field, entered);
+  if (!accepted.IsEmpty()) return Refusal(field, accepted);
+  value = entered;
   return {};
 }
 
@@ -139,7 +190,16 @@ bool IsWholeNumber(const KorText& text) {
                      [](char16_t c) { return c >= u'0' && c <= u'9'; });
 }
 
+KorText ReadCheckField(const FormField& field, std::int32_t& value) {
+  const KorText text = field.value.Trimmed();
+  const bool on = text == u"1" || text.EqualsNoCase(u"on");
+  if (!on && text != u"0" && !text.EqualsNoCase(u"off")) return Refusal(field, u"on, off");
+  value = on ? 1 : 0;
+  return {};
+}
+
 KorText ReadNumberField(const FormField& field, std::int32_t maximum, std::int32_t& value) {
+  if (field.kind == FieldKind::Check) return ReadCheckField(field, value);
   const KorText text = field.value.Trimmed();
   const std::int32_t number = text.ToInteger();
   if (!IsWholeNumber(text) || number > maximum)
@@ -205,7 +265,7 @@ std::vector<KorText> OfferedPorts(const KorText& current,
 void ReadSettingsProfile(const KorText& path, const KorText& cncFolder, LinkSettings& settings) {
   const ProfileFile profile(path);
   const KorText line = u"Port Settings";
-  settings.port = profile.Text(line, u"port", u"COM1");
+  settings.port = PortName(profile.Text(line, u"port", u"COM1"));
   settings.baudrate = profile.Text(line, u"baudrate", u"2400");
   settings.parity = profile.Text(line, u"parity", u"None");
   settings.databits = profile.Text(line, u"databits", u"8");
@@ -263,26 +323,44 @@ FormDescription MakeSettingsForm(const LinkSettings& settings, const std::vector
   return form;
 }
 
-KorText ReadSettingsForm(const FormDescription& form, LinkSettings& settings) {
-  LinkSettings read = settings;
-  KorText wrong;
-  // A field that was left alone keeps its value, even one from an older file that no list holds.
+namespace {
+
+// Reads the edited fields into the settings, as far as they are accepted.
+std::vector<FieldRefusal> ReadEditedFields(const FormDescription& form, LinkSettings& settings) {
+  std::vector<FieldRefusal> refusals;
   const FormDescription before = MakeSettingsForm(settings, {});
   const auto take = [&](const char16_t* key, auto&& reader) {
     const FormField* field = form.Find(key);
-    const bool edited = field && field->value != before.Find(key)->value;
-    if (edited && wrong.IsEmpty()) wrong = reader(*field);
+    if (!field || field->value == before.Find(key)->value) return;
+    const KorText wrong = reader(*field);
+    if (!wrong.IsEmpty()) refusals.push_back({key, wrong});
   };
-  take(u"port", [&](const FormField& field) { return ReadTextField(field, read.port); });
+  take(u"port", [&](const FormField& field) { return ReadTextField(field, settings.port); });
   for (const TextField& text : kTextFields)
-    take(text.key, [&](const FormField& field) { return ReadTextField(field, read.*text.member); });
+    take(text.key,
+         [&](const FormField& field) { return ReadTextField(field, settings.*text.member); });
   for (const NumberField& number : kNumberFields)
     take(number.key, [&](const FormField& field) {
-      return ReadNumberField(field, number.maximum, read.*number.member);
+      return ReadNumberField(field, number.maximum, settings.*number.member);
     });
   for (const CodeField& code : kCodeFields)
-    take(code.key, [&](const FormField& field) { return ReadCodeField(field, read.*code.member); });
-  if (!wrong.IsEmpty()) return wrong;
+    take(code.key,
+         [&](const FormField& field) { return ReadCodeField(field, settings.*code.member); });
+  return refusals;
+}
+
+} // namespace
+
+std::vector<FieldRefusal> CheckSettingsForm(const FormDescription& form,
+                                            const LinkSettings& settings) {
+  LinkSettings read = settings;
+  return ReadEditedFields(form, read);
+}
+
+KorText ReadSettingsForm(const FormDescription& form, LinkSettings& settings) {
+  LinkSettings read = settings;
+  const std::vector<FieldRefusal> refusals = ReadEditedFields(form, read);
+  if (!refusals.empty()) return refusals.front().reason;
   EnsureTrailingSeparators(read);
   settings = read;
   return {};

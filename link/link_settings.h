@@ -68,9 +68,20 @@ void ReadSettingsProfile(const KorText& path, const KorText& cncFolder, LinkSett
 // stays empty (the working folder).
 void EnsureTrailingSeparators(LinkSettings& settings);
 
-// The settings dialog as a form, and back. ReadSettingsForm returns an empty text, or what is wrong
-// with a field and what it accepts; settings are then unchanged.
+// The settings dialog as a form, and back. Only fields whose value differs from the settings are read
+// and checked: one that was left alone may hold what an older file brought. Check boxes take "on" and
+// "off" beside "1" and "0".
 FormDescription MakeSettingsForm(const LinkSettings& settings, const std::vector<KorText>& ports);
+
+struct FieldRefusal {
+  KorText key;    // of the field
+  KorText reason; // what is wrong, and what the field accepts
+};
+// Every edited field that can't work, in the form's order: values that no list holds, an extension with
+// a dot, folders that are not there, an empty port.
+std::vector<FieldRefusal> CheckSettingsForm(const FormDescription& form,
+                                            const LinkSettings& settings);
+// Takes the form over. An empty text, or the first refusal; settings are then unchanged.
 KorText ReadSettingsForm(const FormDescription& form, LinkSettings& settings);
 
 } // namespace kor

@@ -205,6 +205,10 @@ KorText PosixAppInterface::UserName() {
   return name.IsEmpty() ? Environment("USER") : name;
 }
 
+KorText PosixAppInterface::EnvironmentText(const KorText& name) {
+  return Environment(name.ToUtf8().c_str());
+}
+
 KorText PosixAppInterface::OperatingSystem() {
   utsname system{};
   ::uname(&system);

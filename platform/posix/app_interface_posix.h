@@ -77,6 +77,7 @@ class PosixAppInterface : public AppInterface {
   KorText UserName() override;
   KorText OperatingSystem() override;
   KorText UserLanguage() override;
+  KorText EnvironmentText(const KorText& name) override;
 
   std::uint32_t LastError() override;
   void SetLastError(std::uint32_t error) override;

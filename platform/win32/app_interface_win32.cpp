@@ -280,6 +280,18 @@ KorText Win32AppInterface::UserName() {
   return GetUserNameW(name, &length) ? FromWide(name) : KorText();
 }
 
+KorText Win32AppInterface::EnvironmentText(const KorText& name) {
+  const std::wstring native = ToWide(name);
+  return FromWide(TextOf(
+      [&](wchar_t* to, DWORD size) { return GetEnvironmentVariableW(native.c_str(), to, size); }));
+}
+
+// A ":" would name a stream of another file.
+bool Win32AppInterface::CanNameFile(const KorText& name) const {
+  return AppInterface::CanNameFile(name) &&
+         name.View().find_first_of(u":*?\"<>|") == KorText::kNone;
+}
+
 KorText Win32AppInterface::OperatingSystem() {
   const KorText key = u"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion";
   KorText text = u"Windows";

@@ -46,6 +46,7 @@ class Win32AppInterface : public AppInterface {
   KorText UserName() override;
   KorText OperatingSystem() override;
   KorText UserLanguage() override;
+  KorText EnvironmentText(const KorText& name) override;
 
   std::uint32_t LastError() override;
   void SetLastError(std::uint32_t error) override;
@@ -57,6 +58,7 @@ class Win32AppInterface : public AppInterface {
   bool MakeFolder(const KorText& path) override;
   bool RemoveFolder(const KorText& path) override;
   bool SetFileModified(const KorText& path, FileTime modified) override;
+  bool CanNameFile(const KorText& name) const override;
   bool FileNamesIgnoreCase() const override { return true; }
   bool SyncFolder(const KorText& folder) override;
 

@@ -15,6 +15,7 @@ constexpr const char16_t* kDatelessMode = u"Reg_Dateless";
 constexpr int kTemporaryAttempts = 100000;
 constexpr std::size_t kLongestPlainPath = 228;
 constexpr std::uint32_t kDefaultWaitLockPeriod = 3000; // milliseconds
+constexpr std::size_t kLongestFileName = 255;          // bytes
 constexpr std::size_t kCopyBlock = 0x40000;            // 256 KiB
 
 std::atomic<AppInterface*> currentApp = nullptr;
@@ -110,19 +111,45 @@ void AppInterface::SetReporter(MessageReporter toUse) {
   reporter = std::move(toUse);
 }
 
+// Opened for both ways, and so locked against all others: nobody else adds to it or renames it.
 bool AppInterface::OpenLog(const KorText& path) {
   std::unique_ptr<OsFile> opened;
-  if (!path.IsEmpty()) opened = OpenFile(path, FileAccess::Append);
-  const bool done = opened || path.IsEmpty();
+  std::uint64_t size = 0;
+  if (!path.IsEmpty()) {
+    MakeFolder(path.Left(std::min(path.View().find_last_of(u"/\\"), path.Length())));
+    opened = OpenFile(path, FileAccess::ReadWrite);
+    const auto end = opened ? opened->Seek(0, true) : std::nullopt;
+    if (!end) return false;
+    size = *end;
+  }
   Lock lock(logMutex);
   log = std::move(opened);
-  return done;
+  logPath = path;
+  logSize = size;
+  return true;
 }
 
+// Renamed while it is still locked, where the system renames open files. Emptied when opened: a file that
+// could not be renamed doesn't grow further either.
+void AppInterface::StartNewLog() {
+  const KorText older = logPath + u".1";
+  const bool renamed = !log || RenameFile(logPath, older);
+  log.reset();
+  if (!renamed) RenameFile(logPath, older);
+  log = OpenFile(logPath, FileAccess::Write);
+  logSize = 0;
+}
+
+// Whoever reports a failure may ask for its number afterwards.
 void AppInterface::WriteLog(const KorText& text) {
   const std::string bytes = text.ToBytes();
+  const std::uint32_t error = LastError();
   Lock lock(logMutex);
-  if (log) log->Write({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
+  const bool isFull = logSize > 0 && logSize + bytes.size() > kLongestLog;
+  if (!logPath.IsEmpty() && (!log || isFull)) StartNewLog();
+  if (log)
+    logSize += log->Write({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
+  SetLastError(error);
 }
 
 void AppInterface::SetFailureNotice(const KorText& text) {
@@ -189,6 +216,12 @@ void AppInterface::EnableDebugging(bool enable) {
 bool AppInterface::DebuggingEnabled() {
   Lock lock(mutex);
   return debuggingEnabled;
+}
+
+bool AppInterface::DebuggingAskedFor() {
+  const KorText wish = EnvironmentText(u"NCEDL_DEBUG").Trimmed();
+  if (!wish.IsEmpty()) return wish != u"0";
+  return ReadRegistryNumber(RegistryKey(u"COMMON"), u"Debugging").value_or(0) != 0;
 }
 
 std::vector<DebugMode> AppInterface::ActiveDebugModes() {
@@ -394,6 +427,12 @@ bool AppInterface::FileExists(const KorText& path) {
 bool AppInterface::FolderExists(const KorText& path) {
   const std::optional<FileInfo> info = FileAttributes(path);
   return info && info->isFolder;
+}
+
+bool AppInterface::CanNameFile(const KorText& name) const {
+  return !name.IsEmpty() && name.ToUtf8().size() <= kLongestFileName &&
+         std::none_of(name.View().begin(), name.View().end(),
+                      [](char16_t c) { return c < u' ' || c == u'/' || c == u'\\'; });
 }
 
 std::uint32_t AppInterface::NextTemporaryNumber() {

@@ -142,8 +142,12 @@ class AppInterface {
   // debugging is enabled (POSIX). Here: dropped.
   virtual void DebugOutput(const KorText& text);
   void SetReporter(MessageReporter reporter);
-  // The application log: a file opened for appending, or none (the start value, and after an empty
-  // path: texts are dropped). A text is written in one piece, one byte per character.
+  // The application log: a file that texts are added to, or none (the start value, and after an empty
+  // path: texts are dropped). Missing folders are made. The log is this object's alone: false when
+  // another has it open, and when it can't be opened; the log before stays then. A text is written in
+  // one piece, one byte per character. A text that would make the file longer than kLongestLog bytes
+  // goes into a new one, and the file before stays as path + ".1". What can't be written is dropped.
+  static constexpr std::uint64_t kLongestLog = 1024 * 1024;
   bool OpenLog(const KorText& path);
   void WriteLog(const KorText& text);
   // The notice for a failure that nothing else explains, in the user's language. The dictionary sets it
@@ -158,6 +162,9 @@ class AppInterface {
   void SetDebugMode(const KorText& name, std::int32_t value);
   void EnableDebugging(bool enable);
   bool DebuggingEnabled();
+  // Whether the user asks for debugging: the environment's "NCEDL_DEBUG" when it is set ("0": no), else
+  // the registry's "COMMON" "Debugging" (0: no).
+  bool DebuggingAskedFor();
   // Copies of the modes that are active now (kind 2, or all while debugging is enabled).
   std::vector<DebugMode> ActiveDebugModes();
 
@@ -207,8 +214,9 @@ class AppInterface {
   RegionalSettings Regional();
   void SetRegional(const RegionalSettings& settings);
   virtual KorText UserName() = 0;
-  virtual KorText OperatingSystem() = 0; // description for the trace header
-  virtual KorText UserLanguage() = 0;    // such as "de-DE"; empty when unknown
+  virtual KorText OperatingSystem() = 0;                    // description for the trace header
+  virtual KorText UserLanguage() = 0;                       // such as "de-DE"; empty when unknown
+  virtual KorText EnvironmentText(const KorText& name) = 0; // empty when the variable is not set
 
   // --- Files -----------------------------------------------------------------------------------
   virtual std::uint32_t LastError() = 0;
@@ -232,6 +240,8 @@ class AppInterface {
   // entry is what takes the time in a large folder.
   std::optional<std::vector<FileEntry>> ListFolder(const KorText& folder,
                                                    const KorText& nameEnding = {});
+  // Whether a file can have this name, without folder. "\" counts as a separator on every system.
+  virtual bool CanNameFile(const KorText& name) const;
   // Whether the platform's file search takes "A" and "a" for the same name.
   virtual bool FileNamesIgnoreCase() const { return false; }
   // Makes a directory entry change durable (POSIX: syncs the folder); true where not needed.
@@ -261,6 +271,7 @@ class AppInterface {
   KorText version;
 
  private:
+  void StartNewLog() KOR_REQUIRES(logMutex);
   KorText* PropertyFolder(int type) KOR_REQUIRES(mutex);
   DebugMode* FindMode(const KorText& name) KOR_REQUIRES(mutex);
   std::uint32_t NextTemporaryNumber();
@@ -279,6 +290,8 @@ class AppInterface {
   std::vector<std::pair<KorText, std::int32_t>> consoleOptions KOR_GUARDED_BY(mutex);
   std::uint64_t nextTemporary KOR_GUARDED_BY(mutex) = 0;
   MessageReporter reporter KOR_GUARDED_BY(mutex);
+  KorText logPath KOR_GUARDED_BY(logMutex);
+  std::uint64_t logSize KOR_GUARDED_BY(logMutex) = 0;
   std::unique_ptr<OsFile> log KOR_GUARDED_BY(logMutex);
 };
 

@@ -61,20 +61,106 @@ TEST_F(StoredSettingsTest, AProfileIsReadOnceAndReplacedByTheRecord) {
 }
 
 TEST_F(StoredSettingsTest, ARecordThatNamesNoComPortGivesWayWithAWarning) {
-  Run([&](NceLink&) { Set(u"port", u"AUX"); });
-  ASSERT_EQ(link.form.messages.size(), 1u); // said while there is time to name the device
-  EXPECT_TRUE(link.form.messages[0].text.EndsWith(u"ncedl-setup --port COM1=AUX"));
-  link.form.messages.clear();
+  Run([&](NceLink&) { Set(u"baudrate", u"9600"); });
+  const std::u16string_view com(u"C\0O\0M\0", 6), aux(u"A\0U\0X\0", 6);
+  link.app.Put(path, link.app.Content(path)->ReplaceAll(com, aux));
   Run([&](NceLink&) {
     link.form.RunPosted();
     EXPECT_EQ(link.link->Settings().port, u"COM1");
+    EXPECT_EQ(link.link->Settings().baudrate, u"2400");
     ASSERT_EQ(link.form.messages.size(), 1u);
     EXPECT_EQ(link.form.messages[0].caption, u"Warning: Bad INI file load");
     EXPECT_EQ(link.form.messages[0].text, u"Possible loss of settings");
-    Set(u"port", u"COM12");
   });
-  Run([&](NceLink&) { EXPECT_EQ(link.link->Settings().port, u"COM12"); });
+}
+
+TEST_F(StoredSettingsTest, ADeviceThatIsNoComPortIsUsedOnceAndCostsNoOtherSetting) {
+  Run([&](NceLink&) {
+    Set(u"port", u"com12");
+    EXPECT_EQ(link.link->Settings().port, u"COM12");
+    EXPECT_TRUE(link.form.messages.empty());
+    Set(u"port", u"/dev/ttyUSB0");
+    EXPECT_EQ(link.link->Settings().port, u"/dev/ttyUSB0");
+    link.form.RunPosted();
+    ASSERT_EQ(link.form.messages.size(), 1u); // said while there is time to name the device
+    EXPECT_TRUE(link.form.messages[0].text.Contains(u"opens COM12 again"));
+    EXPECT_TRUE(link.form.messages[0].text.EndsWith(u"ncedl-setup --port COM12=/dev/ttyUSB0"));
+    Set(u"baudrate", u"19200");
+    link.form.messages.clear();
+  });
+  Run([&](NceLink&) {
+    EXPECT_EQ(link.link->Settings().port, u"COM12");
+    EXPECT_EQ(link.link->Settings().baudrate, u"19200");
+  });
+  EXPECT_TRUE(link.form.messages.empty());
+  link.app.Put(path, u"[Port Settings]\nport=/dev/ttyS9\nbaudrate=300\n");
+  Run([&](NceLink&) { EXPECT_EQ(link.form.messages.size(), 1u); });
+  Run([&](NceLink&) { EXPECT_EQ(link.link->Settings().baudrate, u"300"); });
+  link.app.Put(path, u"[Port Settings]\nport=com3\n");
+  Run([&](NceLink&) { EXPECT_EQ(link.link->Settings().port, u"COM3"); });
   EXPECT_EQ(link.form.messages.size(), 1u);
+}
+
+// As a power cut after the change finds them; the settings folder of a new user isn't there yet.
+TEST_F(StoredSettingsTest, EachChangeIsOnTheDiskWhenItIsMade) {
+  const std::pair<const char*, std::function<void()>> changes[] = {
+      {"set", [&] { Set(u"baudrate", u"19200"); }},
+      {"handshake", [&] { link.link->SetHandshake(false, true); }},
+      {"special",
+       [&] {
+         link.link->SetFeatures({1, 0, 0, 0});
+       }},
+      {"send", [&] { link.link->SendFile(link.Folder() + u"A.NC"); }},
+  };
+  link.PutProgram(u"A.NC", u"X\n");
+  for (const auto& [name, change] : changes) {
+    link.app.RemoveFolder(link.app.Path(u"settings"));
+    KorText kept;
+    Run([&](NceLink&) {
+      EXPECT_FALSE(link.app.Content(path)) << name; // nothing to keep yet
+      change();
+      kept = link.app.Content(path).value_or(KorText());
+    });
+    EXPECT_FALSE(kept.IsEmpty()) << name;
+    EXPECT_EQ(link.app.Content(path), kept) << name;
+  }
+  EXPECT_TRUE(link.app.Messages().empty());
+}
+
+TEST_F(StoredSettingsTest, SettingsThatCannotBeKeptAreSaidOnceAndServingGoesOn) {
+  Run([&](NceLink&) {
+    link.app.RefuseOpening(u"NCE.INI", true);
+    Set(u"baudrate", u"19200");
+    Set(u"parity", u"Even");
+    EXPECT_EQ(link.app.Messages().size(), 1u);
+    link.Run();
+    EXPECT_EQ(link.Ask("XYZ"), "ABCDEFGHIJKLMNOPQRSTUVWXYZ\r");
+    link.app.ClearFaults();
+    Set(u"parity", u"Odd");
+    link.app.RefuseOpening(u"NCE.INI", true);
+    Set(u"parity", u"None");
+    EXPECT_EQ(link.app.Messages().size(), 2u);
+  });
+  EXPECT_EQ(link.app.Messages().size(), 2u);
+}
+
+TEST_F(StoredSettingsTest, ANameThatNoFileCanHaveIsSaidAtTheStart) {
+  link.Start(u"NCE");
+  link.link->Terminate();
+  for (const char16_t* name : {u"Press 1/2", u"..\\up", u"A\x01"}) {
+    EngineServices services{&link.port, &link.form, {}, link.Folder(), false};
+    NCEApp press(services, name);
+    press.SetUpServices();
+    press.BuildWindow();
+    press.SetHandshake(false, false);
+    press.Terminate();
+    link.form.RunPosted();
+    ASSERT_EQ(link.form.messages.size(), 1u);
+    EXPECT_TRUE(link.form.messages[0].text.StartsWith(KorText(u"\"") + name + u"\""));
+    link.form.messages.clear();
+  }
+  EXPECT_TRUE(link.app.Messages().empty());
+  EXPECT_EQ(link.app.Names(link.app.Path(u"settings")), std::vector<KorText>{u"NCE.INI"});
 }
 
 TEST_F(StoredSettingsTest, EveryCutOfTheRecordGivesTheDefaultsOrTheSettings) {

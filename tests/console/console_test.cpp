@@ -117,6 +117,38 @@ TEST_F(ConsoleTest, AnswersCommandsAndSaysWhatIsWrongWithOthers) {
   EXPECT_EQ(errors, "Log: Unable to write to log file\n");
 }
 
+TEST_F(ConsoleTest, ASettingAnswersWhatIsNowSetOrWhatIsAccepted) {
+  app.Put(app.Path(u"nc/x"), u"");
+  const std::string folder = app.Path(u"nc").ToUtf8();
+  const std::pair<std::string, std::string> cases[] = {
+      {"set parity even", "parity           Even\n"},
+      {"set send-sot ON", "send-sot         on\n"},
+      {"set sot-character si", "sot-character    US\n"},
+      {"set port com2", "port             COM2\n"},
+      {"set upload-path " + folder, "upload-path      " + folder + "/\n"},
+      {"set log-file " + folder + "/j.log", "log-file         " + folder + "/j.log\n"},
+      {"set rts off", "rts              off\n"},
+      {"set send-sot 2", "send-sot can't be \"2\"; accepted: on, off\n"},
+      {"set port", "port can't be \"\"; accepted: a name such as COM1, or the path of a device\n"},
+      {"set port ~/line", "the whole path, for ~ stands for no folder here\n"},
+      {"set file-extension .MPG", "letters and digits without a dot, such as MPG\n"},
+      {"set file-extension A/B", "letters and digits without a dot, such as MPG\n"},
+      {"set download-path ~", "the whole path, for ~ stands for no folder here\n"},
+      {"set download-path /no/such", "\"/no/such\"; accepted: a folder that exists\n"},
+      {"set log-file /no/such/j.log", "accepted: a file in a folder that exists\n"},
+      {"set log-file " + folder, "accepted: a file in a folder that exists\n"},
+      {"special hybrid on", "hybrid needs autoload; first: special autoload on\n"},
+      {"special autoload on\nspecial hybrid on", "hybrid           on\n"},
+      {"special autoload off", "autoload         off\n"}, // hybrid keeps its mark
+      {"special hybrid off", "hybrid           off\n"},
+  };
+  for (const auto& [command, answer] : cases) {
+    const std::string output = Run(command + "\n");
+    EXPECT_NE(output.find(answer), std::string::npos) << command << "\n" << output;
+  }
+  EXPECT_NE(Run("settings\n").find("file-extension   MPG\n"), std::string::npos);
+}
+
 TEST_F(ConsoleTest, ALiveTerminalKeepsTheStatusBelowTheText) {
   const auto shared = std::make_shared<FakeTerminal>(true);
   FakeTerminal& terminal = *shared;

@@ -34,7 +34,32 @@ TEST_F(AppInterfaceTest, LogsMessagesAndWarningsInTheirFixedForm) {
                               u"\n----------------\nMSG:6: \"M\" (0)\n Info: \"I\""
                               u"\n----------------"
                               u"\nDBGWARN: \"place\" Info: \"text \u00E9\"");
-  EXPECT_FALSE(app.OpenLog(app.Path(u"missing/app.log")));
+}
+
+TEST_F(AppInterfaceTest, TheLogHasOneOwnerALimitAndOneOlderFile) {
+  const KorText log = app.Path(u"made/app.log");
+  ASSERT_TRUE(app.OpenLog(log)); // makes the folder
+  EXPECT_FALSE(app.OpenLog(log));
+  EXPECT_FALSE(app.OpenLog(app.Path(u"data")));
+  const auto text = [](char16_t c) { return KorText(AppInterface::kLongestLog / 2 + 1, c); };
+  for (const char16_t c : {u'a', u'b', u'c'})
+    app.WriteLog(text(c));
+  EXPECT_EQ(app.Content(log), text(u'c'));
+  EXPECT_EQ(app.Content(log + u".1"), text(u'b'));
+  app.FailRename(true); // then the older texts go, and the limit holds
+  app.WriteLog(text(u'd'));
+  EXPECT_EQ(app.Content(log), text(u'd'));
+  app.ClearFaults();
+  app.LimitWrites(1);
+  app.SetLastError(77);
+  EXPECT_EQ(app.Report({MessageLevel::Warn, u"I", u"the disk is full", {}, 5}), 5);
+  EXPECT_EQ(app.LastError(), 77u);
+  app.RefuseOpening(log, true);
+  app.WriteLog(text(u'e')); // no new file can be opened
+  app.ClearFaults();
+  app.WriteLog(u"again");
+  EXPECT_EQ(app.Content(log), u"again");
+  EXPECT_EQ(app.Names(app.Path(u"made")), (std::vector<KorText>{u"app.log", u"app.log.1"}));
 }
 
 TEST_F(AppInterfaceTest, KeepsLogBlocksOfSeveralThreadsWhole) {

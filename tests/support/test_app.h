@@ -69,6 +69,8 @@ class TestApp : public PlatformAppInterface {
 
   void SetUserName(const KorText& name) { userName = name; }
   void SetUserLanguage(const KorText& language) { userLanguage = language; }
+  // The environment is empty but for these; before the code under test starts.
+  void SetEnvironment(const KorText& name, const KorText& value) { environment[name] = value; }
 
   // --- AppInterface ---
   KorText Start(const KorText& applicationName, const KorText& version) override;
@@ -94,6 +96,10 @@ class TestApp : public PlatformAppInterface {
   KorText UserName() override { return userName; }
   KorText OperatingSystem() override { return u"Test system"; }
   KorText UserLanguage() override { return userLanguage; }
+  KorText EnvironmentText(const KorText& name) override {
+    const auto found = environment.find(name);
+    return found == environment.end() ? KorText() : found->second;
+  }
   std::unique_ptr<OsFile> OpenFile(const KorText& path, FileAccess access) override;
   bool RemoveFile(const KorText& path) override;
   bool RenameFile(const KorText& from, const KorText& to) override;
@@ -123,6 +129,7 @@ class TestApp : public PlatformAppInterface {
   std::optional<std::int32_t> answer;
   KorText userName = u"tester";
   KorText userLanguage = u"en-GB";
+  std::map<KorText, KorText> environment;
   std::atomic<bool> failSync = false, failClose = false, failRename = false;
   std::atomic<int> changeCount = 0;
 

@@ -21,7 +21,7 @@ const Commands::Command Commands::kCommands[] = {
     {u"complete", u"", 15404, u"end a receipt and keep the file", &Commands::Complete},
     {u"cancel", u"", 15405, u"give up the running transfer", &Commands::Cancel},
     {u"loopback", u"", 15406, u"test the port with a loop-back plug", &Commands::Loopback},
-    {u"xon", u"", 15407, u"hold the controller for three seconds", &Commands::Xon},
+    {u"xon", u"", 15407, u"send XOFF, and XON three seconds later", &Commands::Xon},
     {u"monitor", u"on|off", 15408, u"show what travels on the line", &Commands::Monitor},
     {u"trace", u"FILE|off", 15409, u"write the communications trace", &Commands::Trace},
     {u"rts", u"on|off", 15410, u"RTS/CTS handshake; re-opens the port", &Commands::Rts},
@@ -103,36 +103,50 @@ void Commands::Trace(const KorText& argument) {
 }
 
 void Commands::Rts(const KorText& argument) {
-  if (const auto on = Switch(u"rts", argument))
-    app.SetHandshake(*on, app.Settings().dtrDsrHandshake > 0);
+  const auto on = Switch(u"rts", argument);
+  if (!on) return;
+  app.SetHandshake(*on, app.Settings().dtrDsrHandshake > 0);
+  PrintSwitch(u"rts", app.Settings().rtsCtsHandshake > 0);
 }
 
 void Commands::Dtr(const KorText& argument) {
-  if (const auto on = Switch(u"dtr", argument))
-    app.SetHandshake(app.Settings().rtsCtsHandshake > 0, *on);
+  const auto on = Switch(u"dtr", argument);
+  if (!on) return;
+  app.SetHandshake(app.Settings().rtsCtsHandshake > 0, *on);
+  PrintSwitch(u"dtr", app.Settings().dtrDsrHandshake > 0);
+}
+
+// In the words that "set" and "special" take.
+void Commands::PrintField(const FormField& field) {
+  if (field.kind == FieldKind::Check)
+    PrintSwitch(field.key, field.value == u"1");
+  else
+    console.Print(KorText::Format(u"%-16s %s", field.key, field.value.Trimmed()));
+}
+
+void Commands::PrintSwitch(const KorText& key, bool on) {
+  console.Print(KorText::Format(u"%-16s %s", key, on ? u"on" : u"off"));
 }
 
 void Commands::PrintForm(const FormDescription& form) {
-  for (const FormField& field : form.fields) {
-    const KorText value = field.kind != FieldKind::Check ? field.value
-                          : field.value == u"1"          ? KorText(u"on")
-                                                         : KorText(u"off");
-    console.Print(KorText::Format(u"%-16s %s", field.key, value));
-  }
+  for (const FormField& field : form.fields)
+    PrintField(field);
 }
 
 void Commands::Settings(const KorText&) {
   PrintForm(MakeSettingsForm(app.Settings(), {}));
-  console.Print(
-      KorText::Format(u"%-16s %s", u"rts", app.Settings().rtsCtsHandshake > 0 ? u"on" : u"off"));
-  console.Print(
-      KorText::Format(u"%-16s %s", u"dtr", app.Settings().dtrDsrHandshake > 0 ? u"on" : u"off"));
+  PrintSwitch(u"rts", app.Settings().rtsCtsHandshake > 0);
+  PrintSwitch(u"dtr", app.Settings().dtrDsrHandshake > 0);
 }
 
 // The form of the settings dialog, with one field edited. Probing the ports is for a list only.
 void Commands::Set(const KorText& argument) {
   const std::size_t blank = std::min(argument.View().find_first_of(u" \t"), argument.Length());
   const KorText key = argument.Left(blank);
+  if (key == u"rts" || key == u"dtr") { // "settings" lists them with the others
+    Run(argument);
+    return;
+  }
   FormDescription form = MakeSettingsForm(app.Settings(), {});
   FormField* field = form.Find(key);
   if (!field) {
@@ -141,12 +155,11 @@ void Commands::Set(const KorText& argument) {
     return;
   }
   field->value = argument.Mid(blank).Trimmed();
-  if (field->kind == FieldKind::Check) {
-    if (field->value.EqualsNoCase(u"on")) field->value = u"1";
-    if (field->value.EqualsNoCase(u"off")) field->value = u"0";
-  }
   const KorText wrong = app.AcceptSettings(form);
-  if (!wrong.IsEmpty()) console.Print(wrong);
+  if (!wrong.IsEmpty())
+    console.Print(wrong);
+  else
+    PrintField(*MakeSettingsForm(app.Settings(), {}).Find(key));
 }
 
 void Commands::Special(const KorText& argument) {
@@ -165,8 +178,15 @@ void Commands::Special(const KorText& argument) {
   }
   const auto on = Switch(u"special " + field->key, argument.Mid(blank).Trimmed());
   if (!on) return;
+  // A box that the form has disabled keeps a mark that it has, but gets none.
+  form.updateEnabled(form.fields);
+  if (*on && !field->enabled && field->key == u"hybrid") {
+    console.Print(LookUpText(15475, u"hybrid needs autoload; first: special autoload on"));
+    return;
+  }
   field->value = *on ? u"1" : u"0";
   app.AcceptSpecialForm(form);
+  PrintField(*app.SpecialForm().Find(field->key));
 }
 
 void Commands::Help(const KorText&) {

@@ -43,6 +43,8 @@ class Commands {
 
   // Whether the argument is "on" or "off"; anything else is answered and gives nothing.
   std::optional<bool> Switch(const KorText& command, const KorText& argument);
+  void PrintField(const FormField& field);
+  void PrintSwitch(const KorText& key, bool on);
   void PrintForm(const FormDescription& form);
 
   NCEApp& app;
