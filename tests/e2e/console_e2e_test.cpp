@@ -227,6 +227,18 @@ TEST_F(ConsoleE2e, SettingsOfNonsenseGiveDefaultsAndAreReplacedAtTheEnd) {
   Quit();
 }
 
+TEST_F(ConsoleE2e, TheEnvironmentSwitchesDebugModesOnAndTheLogIsNamedAsTheSettings) {
+  const std::string settings = "config/Velmora/Plenova 2026";
+  support::WriteWholeFile(folders.Path(settings, "Debug.ini"), "[DEBUG_MODES]\nReg_Dateless\n");
+  support::ProcessOptions options = folders.Options();
+  options.environment["NCEDL_DEBUG"] = "1";
+  host = std::make_unique<Process>(folders.Program("ncedl-console", {"PRESS", "2"}), options);
+  EXPECT_TRUE(host->Expect("00:00:00 ")) << host->Diagnostics(); // the fixed time of that mode
+  EXPECT_TRUE(
+      support::ReadWholeFile(folders.Path(settings, "PRESS 2.log")).ends_with(" Download 2026"));
+  Quit();
+}
+
 TEST_F(ConsoleE2e, AnUploadFolderThatIsNotThereIsAnsweredAsTheControllerKnowsIt) {
   std::filesystem::remove(folders.Upload(""));
   support::WriteWholeFile(folders.Path("", "up"), "no folder");

@@ -418,8 +418,10 @@ TEST_F(EngineTest, LongSettingsAreCutTo79Characters) {
 
 TEST_F(EngineTest, TheSettingsFormTakesListedValuesOnly) {
   link.Start();
+  const KorText folder = link.app.Path(u"temp");
   const struct {
-    const char16_t *key, *value;
+    const char16_t* key;
+    KorText value;
     bool taken;
   } cases[] = {
       {u"baudrate", u"115200", true},
@@ -435,17 +437,17 @@ TEST_F(EngineTest, TheSettingsFormTakesListedValuesOnly) {
       {u"sot-character", u"SI", true},
       {u"sot-character", u"XYZ", false},
       {u"port", u"/dev/ttyUSB0", true},
-      {u"upload-path", u"/somewhere", true},
+      {u"upload-path", folder, true},
   };
   for (const auto& c : cases) {
     FormDescription form = link.link->SettingsForm();
     form.Find(c.key)->value = c.value;
-    EXPECT_EQ(link.link->AcceptSettings(form).IsEmpty(), c.taken) << KorText(c.value).ToUtf8();
+    EXPECT_EQ(link.link->AcceptSettings(form).IsEmpty(), c.taken) << c.value.ToUtf8();
   }
   const LinkSettings& settings = link.link->Settings();
   EXPECT_EQ(settings.parity, u"Even");
   EXPECT_EQ(settings.sotCharacter, 31); // intended
-  EXPECT_EQ(settings.uploadPath, u"/somewhere/");
+  EXPECT_EQ(settings.uploadPath, folder + u"/");
   link.Run();
   EXPECT_EQ(link.form.Title(), u"NCE /dev/ttyUSB0:115200,E,8,1,Combined");
 }
