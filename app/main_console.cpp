@@ -5,6 +5,7 @@
 #include "platform/console_terminal.h"
 #include "platform/platform.h"
 #include "tools/common/tool_main.h"
+#include "ui/console/banner.h"
 #include "ui/console/commands.h"
 #include "ui/console/console_front_end.h"
 
@@ -50,6 +51,13 @@ void ReportThrough(ConsoleFrontEnd& console) {
   });
 }
 
+void ShowBanner(ConsoleFrontEnd& console, const NCEApp& app) {
+  const KorText version = App().GetApplicationPropertyString(kVersionText);
+  const LinkSettings& settings = app.Settings();
+  for (const KorText& line : BannerLines(version, SerialDeviceName(settings.port), settings))
+    console.Print(line);
+}
+
 // Serves until the user or the system asks the program to end. The exit code is that of the loop.
 int Serve(const std::shared_ptr<Terminal>& terminal, const KorText& commandLine,
           const KorText& cncFolder) {
@@ -63,14 +71,16 @@ int Serve(const std::shared_ptr<Terminal>& terminal, const KorText& commandLine,
   NCEApp app(services, commandLine);
   Commands commands(app, console);
   ReportThrough(console);
-  terminal->OnEnd(console.Quitter());
+  terminal->OnEvent(console.EventHandler());
   app.SetMonitorShown(false);
   app.SetUpServices();
   app.BuildWindow();
+  if (console.IsInteractive()) ShowBanner(console, app);
   console.Run(app.Timers(), [&](const KorText& line) { commands.Run(line); });
   console.Flush();
   ReportPlainly(App(), *terminal);
   app.Terminate();
+  console.Finish();
   return 0;
 }
 

@@ -68,7 +68,7 @@ std::size_t NameStart(const KorText& path) {
 
 DownloadApp::DownloadApp(EngineServices engineServices, const KorText& name)
     : services(std::move(engineServices)), modelName(name),
-      board([this](const KorText& line) { WriteJobLine(line); }),
+      board([this](const EndedJob& job) { WriteJobLine(job); }),
       monitor([this] { PostToWindow([this] { services.form->AppendMonitor(monitor.Take()); }); }),
       channel(services.port, board, log, monitor, *this) {
   settings.uploadPath = services.cncFolder;
@@ -233,6 +233,7 @@ void DownloadApp::Terminate() {
   }
   StopWorker();
   RunTasks(); // what was asked for before the end is still done
+  CancelRunningJob();
   timers.Delete(kDisplayTimer);
   timers.Delete(kDownloadTimer);
   channel.Close();
@@ -241,6 +242,15 @@ void DownloadApp::Terminate() {
   log.StopTrace(u"Application Terminated");
   services.form->ShowEndDialog(EndDialog::Download, false);
   services.form->ShowEndDialog(EndDialog::Upload, false);
+}
+
+// Whoever ends the program breaks a transfer off; the job log says so.
+void DownloadApp::CancelRunningJob() {
+  DiscardUpload();
+  const bool downloading = Status() == LinkStatus::Downloading;
+  if (!downloading && Status() != LinkStatus::Uploading) return;
+  SetStatus(downloading ? LinkStatus::DownloadCancelled : LinkStatus::UploadCancelled);
+  UpdateStatus();
 }
 
 void DownloadApp::RunDueTimers() {
@@ -372,8 +382,12 @@ void DownloadApp::DisplayStatus() {
   services.form->ShowStatus(view);
 }
 
-void DownloadApp::WriteJobLine(const KorText& line) {
-  if (!log.LogJob(line)) {
+void DownloadApp::WriteJobLine(const EndedJob& job) {
+  PostToWindow([this, ended = job, time = App().LocalTime()]() mutable {
+    ended.time = time;
+    services.form->ShowEndedJob(ended);
+  });
+  if (!log.LogJob(job.line)) {
     ReportOnce(LookUpText(15328, u"Log"), LogFailure());
     return;
   }

@@ -179,7 +179,8 @@ class DownloadApp : public Storable, protected ChannelHost {
   void LoadSettingsOrProfile();
   void ShowPortNotKept();
   bool RunTasks();
-  void WriteJobLine(const KorText& line);
+  void WriteJobLine(const EndedJob& job);
+  void CancelRunningJob(); // window, without a worker
   void CreateTimer(const char16_t* name, double period, bool started,
                    void (DownloadApp::*action)());
   void RemoveAbandoned();

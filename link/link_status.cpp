@@ -131,8 +131,8 @@ bool EndsJob(LinkStatus code) {
          (number >= 23 && number <= 28);
 }
 
-StatusBoard::StatusBoard(std::function<void(const KorText&)> jobLineReceiver)
-    : jobLine(std::move(jobLineReceiver)) {}
+StatusBoard::StatusBoard(std::function<void(const EndedJob&)> jobReceiver)
+    : onJob(std::move(jobReceiver)) {}
 
 void StatusBoard::Set(LinkStatus newCode) {
   const Lock lock(mutex);
@@ -163,13 +163,17 @@ KorText StatusBoard::FormLine(LinkStatus now) {
   const bool toLog = EndsJob(now) && loggedSetting != settings;
   loggedSetting = settings;
   line = StatusText(now, facts, line);
-  if (toLog && jobLine) jobLine(line);
+  if (toLog) TellJob(now);
   if (now == LinkStatus::UnexpectedError) {
     // Intended: the display ends on the file format error, and the job log gets both lines.
     line = StatusText(LinkStatus::FormatError, facts, line);
-    if (toLog && jobLine) jobLine(line);
+    if (toLog) TellJob(LinkStatus::FormatError);
   }
   return line;
+}
+
+void StatusBoard::TellJob(LinkStatus ended) {
+  if (onJob) onJob({static_cast<std::int32_t>(ended), line, facts.fileName, {}});
 }
 
 StatusView StatusBoard::Form() {
@@ -178,6 +182,9 @@ StatusView StatusBoard::Form() {
   const LinkStatus now = code;
   view.code = static_cast<std::int32_t>(now);
   view.line = FormLine(now);
+  view.fileName = facts.fileName;
+  view.bytes = facts.count;
+  view.size = now == LinkStatus::Uploading ? 0 : facts.total;
   view.count = progress;
   view.range = progressRange;
   for (std::size_t lamp = 0; lamp < kLampCount; ++lamp)

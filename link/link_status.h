@@ -77,8 +77,9 @@ bool EndsJob(LinkStatus code);
 // job's line once and whole, whichever thread forms it.
 class StatusBoard {
  public:
-  // jobLine receives each line that belongs in the job log, on the thread that formed it.
-  explicit StatusBoard(std::function<void(const KorText&)> jobLine);
+  // onJob receives each job whose line belongs in the job log, without a time, on the thread that formed
+  // the line.
+  explicit StatusBoard(std::function<void(const EndedJob&)> onJob);
 
   void Set(LinkStatus code); // also when unchanged: a job that ends twice is two jobs
   LinkStatus Code() const { return code.load(); }
@@ -107,7 +108,9 @@ class StatusBoard {
  private:
   KorText FormLine(LinkStatus now) KOR_REQUIRES(mutex);
 
-  std::function<void(const KorText&)> jobLine;
+  void TellJob(LinkStatus code) KOR_REQUIRES(mutex);
+
+  std::function<void(const EndedJob&)> onJob;
   Mutex mutex;
   std::atomic<LinkStatus> code{LinkStatus::Waiting};
   std::atomic<std::uint32_t> settings{0}; // how often Set was called

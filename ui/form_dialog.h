@@ -11,6 +11,7 @@
 #include <optional>
 #include <vector>
 
+#include "services/core/app_interface.h"
 #include "services/core/kor_text.h"
 
 namespace kor {
@@ -31,9 +32,22 @@ enum Lamp : std::size_t {
 struct StatusView {
   std::int32_t code = 0;  // link status, 0 to 38
   KorText line;           // its text, unpadded; a window shows it padded to 70 characters
+  KorText fileName;       // full name of the current file, as line has it where it names the file
+  std::int64_t bytes = 0; // sent or received so far
+  std::int64_t size = 0;  // bytes in all; 0 when that isn't known, as for an upload
   std::int64_t count = 0; // bytes so far: the position of the progress bar
   std::int64_t range = 0; // bytes in all; 0 when there is nothing to measure
   std::array<bool, kLampCount> lamps{};
+};
+
+// A job that has ended, as it goes into the job log.
+struct EndedJob {
+  std::int32_t code = 0; // its link status
+  KorText line;          // its text
+  KorText fileName;      // full name of its file
+  SystemTime time;       // local
+
+  bool Failed() const;
 };
 
 // The kinds of control a described form can hold.
@@ -86,6 +100,8 @@ class FormDialog {
   virtual ~FormDialog() = default;
 
   virtual void ShowStatus(const StatusView& view) = 0;
+  // Each ended job once, in order, also when no job log is written.
+  virtual void ShowEndedJob(const EndedJob&) {}
   virtual void AppendMonitor(const KorText& text) = 0; // may hold several lines and parts of lines
   virtual void SetTitle(const KorText& title) = 0;
   virtual void ShowEndDialog(EndDialog which, bool shown) = 0;

@@ -1,6 +1,7 @@
 #include "platform/console_terminal.h"
 
 #include <csignal>
+#include <cstdlib>
 #include <mutex>
 #include <thread>
 
@@ -10,6 +11,9 @@
 #include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
+
+#include "platform/posix/line_editor_posix.h"
+#include "platform/posix/serial_names.h"
 
 namespace kor {
 
@@ -30,14 +34,24 @@ void WriteAll(int descriptor, std::string_view text) {
   }
 }
 
+std::string_view Environment(const char* name) {
+  const char* value = std::getenv(name);
+  return value ? value : "";
+}
+
+bool IsDumb() {
+  const std::string_view kind = Environment("TERM");
+  return kind.empty() || kind == "dumb";
+}
+
 class PosixTerminal : public Terminal {
  public:
   PosixTerminal() {
     // Every later thread inherits the blocked signals; the signal thread takes them by waiting.
-    sigemptyset(&endSignals);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
-      sigaddset(&endSignals, signal);
-    pthread_sigmask(SIG_BLOCK, &endSignals, nullptr);
+    sigemptyset(&signals);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGWINCH})
+      sigaddset(&signals, signal);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     // A reader that goes away, or a shell that takes the terminal back, ends nothing.
     for (const int signal : {SIGPIPE, SIGTTOU, SIGTTIN})
       std::signal(signal, SIG_IGN);
@@ -46,11 +60,18 @@ class PosixTerminal : public Terminal {
 
   bool IsInteractive() const override {
     // In the background the screen belongs to somebody else.
-    return ::isatty(STDIN_FILENO) == 1 && ::isatty(STDOUT_FILENO) == 1 &&
+    return !IsDumb() && ::isatty(STDIN_FILENO) == 1 && ::isatty(STDOUT_FILENO) == 1 &&
            ::tcgetpgrp(STDIN_FILENO) == ::getpgrp();
   }
 
+  bool HasColours() const override {
+    return !IsDumb() && Environment("NO_COLOR").empty() && ::isatty(STDERR_FILENO) == 1;
+  }
+
+  std::unique_ptr<LineEditor> MakeLineEditor() override { return MakeSystemLineEditor(); }
+
   void StartKeys() override {
+    std::signal(SIGTSTP, SIG_IGN); // Ctrl-Z would stop serving the machine
     if (::tcgetattr(STDIN_FILENO, &before) != 0) return;
     termios keys = before;
     keys.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
@@ -82,17 +103,19 @@ class PosixTerminal : public Terminal {
   void Write(std::string_view text) override { WriteAll(STDOUT_FILENO, text); }
   void WriteError(std::string_view text) override { WriteAll(STDERR_FILENO, text); }
 
-  void OnEnd(std::function<void()> onEnd) override {
+  void OnEvent(std::function<void(TerminalEvent)> onEvent) override {
     // Lives to the end of the process: a signal may come at any time.
-    std::thread([signals = endSignals, onEnd = std::move(onEnd)] {
+    std::thread([waited = signals, onEvent = std::move(onEvent)] {
       int signal = 0;
-      while (sigwait(&signals, &signal) == 0)
-        onEnd();
+      while (sigwait(&waited, &signal) == 0)
+        onEvent(signal == SIGINT     ? TerminalEvent::Interrupt
+                : signal == SIGWINCH ? TerminalEvent::Resized
+                                     : TerminalEvent::End);
     }).detach();
   }
 
  private:
-  sigset_t endSignals;
+  sigset_t signals;
   termios before{};
   bool keysStarted = false;
 };
@@ -101,6 +124,13 @@ class PosixTerminal : public Terminal {
 
 std::shared_ptr<Terminal> MakeConsoleTerminal() {
   return std::make_shared<PosixTerminal>();
+}
+
+KorText SerialDeviceName(const KorText& port) {
+  const KorText path = SerialDevicePath(port);
+  for (const SerialName& link : ListSerialNames())
+    if (link.name.EqualsNoCase(port)) return KorText::Format(u"%s (%s)", port, link.device);
+  return path == port ? port : KorText::Format(u"%s (%s)", port, path);
 }
 
 } // namespace kor

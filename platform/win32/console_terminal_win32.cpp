@@ -2,22 +2,24 @@
 
 #include <windows.h>
 
+#include <cstdlib>
+
 namespace kor {
 
 namespace {
 
 // Windows calls the control handler on a thread of its own and knows no user pointer.
-std::function<void()> endHandler;
+std::function<void(TerminalEvent)> eventHandler;
 HANDLE endedEvent = nullptr; // set when the program is through with its ending
 
 constexpr DWORD kEndingTime = 4500; // milliseconds; Windows ends the process after five seconds
 
 // After closing, logging off or shutting down the process ends as soon as this returns.
 BOOL WINAPI OnControl(DWORD event) {
-  if (!endHandler) return FALSE;
-  endHandler();
-  if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT)
-    WaitForSingleObject(endedEvent, kEndingTime);
+  if (!eventHandler) return FALSE;
+  const bool interrupt = event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT;
+  eventHandler(interrupt ? TerminalEvent::Interrupt : TerminalEvent::End);
+  if (!interrupt) WaitForSingleObject(endedEvent, kEndingTime);
   return TRUE;
 }
 
@@ -46,6 +48,13 @@ class Win32Terminal : public Terminal {
   ~Win32Terminal() override { Win32Terminal::StopKeys(); }
 
   bool IsInteractive() const override { return IsConsole(input) && IsConsole(output); }
+
+  bool HasColours() const override {
+    const wchar_t* unwanted = _wgetenv(L"NO_COLOR");
+    return IsConsole(diagnostics) && (!unwanted || !*unwanted);
+  }
+
+  std::unique_ptr<LineEditor> MakeLineEditor() override { return nullptr; }
 
   void StartKeys() override {
     DWORD outputMode = 0;
@@ -79,8 +88,8 @@ class Win32Terminal : public Terminal {
   void Write(std::string_view text) override { WriteAll(output, text); }
   void WriteError(std::string_view text) override { WriteAll(diagnostics, text); }
 
-  void OnEnd(std::function<void()> onEnd) override {
-    endHandler = std::move(onEnd);
+  void OnEvent(std::function<void(TerminalEvent)> onEvent) override {
+    eventHandler = std::move(onEvent);
     endedEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     SetConsoleCtrlHandler(OnControl, TRUE);
   }
@@ -95,6 +104,10 @@ class Win32Terminal : public Terminal {
 
 std::shared_ptr<Terminal> MakeConsoleTerminal() {
   return std::make_shared<Win32Terminal>();
+}
+
+KorText SerialDeviceName(const KorText& port) {
+  return port;
 }
 
 } // namespace kor

@@ -40,7 +40,7 @@ const std::vector<Layer>& Layers() {
       {"ui/console/", {"ui/console/", "app/", "link/", "ui/", "services/"}, {}},
       {"ui/wx/", {"ui/wx/", "app/", "link/", "ui/", "services/"}, {"wx/"}},
       {"platform/",
-       {"platform/", "services/core/", "link/serial_port.h", "ui/terminal.h"},
+       {"platform/", "services/core/", "link/serial_port.h", "ui/terminal.h", "ui/line_editor.h"},
        {kAnything}},
       {"app/main_", {kAnything}, {kAnything}},
       {"tools/", {kAnything}, {kAnything}},

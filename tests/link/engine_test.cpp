@@ -501,7 +501,7 @@ TEST(LinkStatusTest, FormsEachCodesText) {
 
 TEST(LinkStatusTest, AnUnexpectedErrorLogsTwoLinesAndShowsTheSecond) {
   std::vector<KorText> logged;
-  StatusBoard board([&](const KorText& line) { logged.push_back(line); });
+  StatusBoard board([&](const EndedJob& job) { logged.push_back(job.line); });
   board.SetFileName(u"N");
   board.Set(LinkStatus::UnexpectedError);
   for (int i = 0; i < 3; ++i)

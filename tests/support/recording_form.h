@@ -20,6 +20,7 @@ class RecordingForm : public FormDialog {
     if (statuses.empty() || statuses.back().line != view.line) statuses.push_back(view);
     last = view;
   }
+  void ShowEndedJob(const EndedJob& job) override { jobs.push_back(job); }
   void AppendMonitor(const KorText& text) override { monitor += text; }
   void SetTitle(const KorText& newTitle) override { titles.push_back(newTitle); }
   void ShowEndDialog(EndDialog which, bool shown) override { endDialogs[which] = shown; }
@@ -61,6 +62,7 @@ class RecordingForm : public FormDialog {
 
   std::vector<StatusView> statuses;
   StatusView last;
+  std::vector<EndedJob> jobs;
   KorText monitor;
   std::vector<KorText> titles;
   std::map<EndDialog, bool> endDialogs;

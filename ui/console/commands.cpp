@@ -196,7 +196,7 @@ void Commands::Help(const KorText&) {
 }
 
 void Commands::Quit(const KorText&) {
-  console.Quit();
+  console.AskQuit();
 }
 
 } // namespace kor

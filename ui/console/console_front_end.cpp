@@ -6,6 +6,9 @@
 #include <thread>
 
 #include "services/core/app_interface.h"
+#include "services/core/text_lookup.h"
+#include "ui/console/column_width.h"
+#include "ui/console/plain_line_editor.h"
 
 namespace kor {
 
@@ -14,12 +17,10 @@ namespace {
 constexpr std::int32_t kDownloading = 12;
 constexpr std::int32_t kUploading = 13;
 constexpr double kLongestWait = 1.0; // seconds
+constexpr double kRefresh = 1.0;     // seconds between two looks at a transfer that may stand
 constexpr std::string_view kPrompt = "> ";
-constexpr char kBackspace = 8;
-constexpr char kDelete = 127;
-constexpr char kEraseLine = 21; // Ctrl-U
-constexpr char kEscape = 27;
-constexpr std::size_t kLongestLine = 4096; // bytes of a command; the rest is dropped
+constexpr std::int32_t kNoLink = 0;
+constexpr std::string_view kRed = "\x1b[31m", kPlain = "\x1b[0m";
 
 // A counter that moves on is no change of status.
 bool IsNewStatus(const StatusView& before, const StatusView& now) {
@@ -33,11 +34,9 @@ KorText ClockText() {
   return KorText::Format(u"%02i:%02i:%02i", now.hour, now.minute, now.second);
 }
 
-// The last character, which may be several bytes of UTF-8.
-void RemoveLast(std::string& text) {
-  while (!text.empty() && (text.back() & 0xC0) == 0x80)
-    text.pop_back();
-  if (!text.empty()) text.pop_back();
+// Marks that turn the direction of writing: a name with one would turn the rest of the line, too.
+bool TurnsWriting(char16_t c) {
+  return c == 0x200e || c == 0x200f || (c >= 0x202a && c <= 0x202e) || (c >= 0x2066 && c <= 0x2069);
 }
 
 } // namespace
@@ -45,14 +44,18 @@ void RemoveLast(std::string& text) {
 std::string PrintableText(const KorText& text) {
   KorText clean;
   for (const char16_t c : text.View())
-    clean += c < u' ' || (c >= 0x7f && c < 0xa0) ? u' ' : c;
+    clean += c < u' ' || (c >= 0x7f && c < 0xa0) || TurnsWriting(c) ? u' ' : c;
   return clean.ToUtf8();
 }
 
 ConsoleFrontEnd::ConsoleFrontEnd(std::shared_ptr<Terminal> systemTerminal)
-    : terminal(std::move(systemTerminal)), output(terminal),
-      interactive(terminal->IsInteractive()) {
-  if (interactive) terminal->StartKeys();
+    : terminal(std::move(systemTerminal)), output(terminal), interactive(terminal->IsInteractive()),
+      colours(terminal->HasColours()) {
+  if (interactive) {
+    terminal->StartKeys();
+    editor = terminal->MakeLineEditor();
+  }
+  if (!editor) editor = std::make_unique<PlainLineEditor>(interactive);
 }
 
 ConsoleFrontEnd::~ConsoleFrontEnd() {
@@ -81,6 +84,34 @@ std::function<void()> ConsoleFrontEnd::Quitter() const {
   };
 }
 
+// A second one ends Run whatever the window's thread is doing.
+void ConsoleFrontEnd::Interrupt(const std::shared_ptr<Shared>& shared) {
+  const std::lock_guard lock(shared->mutex);
+  if (shared->closed) return;
+  if (shared->asks && !shared->asked) {
+    shared->asked = true;
+    shared->tasks.push_back(shared->question);
+  } else {
+    shared->quit = true;
+  }
+  shared->changed.notify_one();
+}
+
+std::function<void(TerminalEvent)> ConsoleFrontEnd::EventHandler() {
+  return [state = shared, quit = Quitter(), this](TerminalEvent event) {
+    if (event == TerminalEvent::Interrupt) {
+      Interrupt(state);
+    } else if (event == TerminalEvent::End) {
+      quit();
+    } else {
+      const std::lock_guard lock(state->mutex);
+      if (state->closed) return;
+      state->tasks.emplace_back([this] { DrawLive(); });
+      state->changed.notify_one();
+    }
+  };
+}
+
 // The end of the input ends the reader, not the program.
 void ConsoleFrontEnd::StartReader() {
   std::thread([state = shared, source = terminal, this] {
@@ -94,7 +125,7 @@ void ConsoleFrontEnd::StartReader() {
     }
     // A last line without its end is a line.
     const std::lock_guard lock(state->mutex);
-    if (!state->closed) state->tasks.emplace_back([this] { CompleteLine(); });
+    if (!state->closed) state->tasks.emplace_back([this] { TakeInput("\n"); });
     state->changed.notify_one();
   }).detach();
 }
@@ -102,7 +133,8 @@ void ConsoleFrontEnd::StartReader() {
 void ConsoleFrontEnd::WaitForWork(const TimerQueue& timers) {
   const auto due = timers.NextDue();
   const double now = App().HighResolutionSeconds();
-  const double wait = due ? std::clamp(*due - now, 0.0, kLongestWait) : kLongestWait;
+  double wait = due ? std::clamp(*due - now, 0.0, kLongestWait) : kLongestWait;
+  if (hasStatus && IsExchange(shown.code)) wait = std::min(wait, kRefresh);
   std::unique_lock lock(shared->mutex);
   shared->changed.wait_for(lock, std::chrono::duration<double>(wait),
                            [this] { return shared->quit || !shared->tasks.empty(); });
@@ -130,67 +162,82 @@ void ConsoleFrontEnd::Run(TimerQueue& timers, std::function<void(const KorText&)
     WaitForWork(timers);
     RunTasks();
     if (!quitting()) timers.RunDue(App().HighResolutionSeconds());
+    Refresh();
   }
   RunTasks();
   EraseLive();
 }
 
+void ConsoleFrontEnd::Finish() {
+  RunTasks();
+  EraseLive();
+  hasStatus = false;
+  Flush();
+}
+
 // --- Input ---------------------------------------------------------------------------------------------
 
 void ConsoleFrontEnd::TakeInput(const std::string& bytes) {
-  for (const char c : bytes)
-    TakeKey(c);
+  for (const std::string& line : editor->Take(bytes))
+    CompleteLine(line);
   if (interactive) DrawLive();
 }
 
-// A cursor or function key: ESC, "[" or "O", parameters, a letter or "~". It means nothing here.
-bool ConsoleFrontEnd::IsEscape(char c) {
-  if (escape.empty() && c != kEscape) return false;
-  escape += c;
-  const bool introducer = escape.size() == 2 && (c == '[' || c == 'O');
-  const bool parameter = escape.size() > 2 && c >= ' ' && c < '@';
-  if (escape.size() > 1 && !introducer && !parameter) escape.clear();
-  return true;
-}
-
-void ConsoleFrontEnd::TakeKey(char c) {
-  if (interactive && IsEscape(c)) return;
-  if (c == '\n' || c == '\r')
-    CompleteLine();
-  else if (interactive && (c == kBackspace || c == kDelete))
-    RemoveLast(input);
-  else if (interactive && c == kEraseLine)
-    input.clear();
-  else if ((static_cast<unsigned char>(c) >= ' ' || c == '\t') && input.size() < kLongestLine)
-    input += c;
-}
-
-void ConsoleFrontEnd::CompleteLine() {
-  const KorText line = KorText::FromUtf8(input).Trimmed();
-  if (interactive && !line.IsEmpty()) PrintLine(std::string(kPrompt) + input);
-  input.clear();
-  if (!line.IsEmpty() && lineHandler) lineHandler(line);
+void ConsoleFrontEnd::CompleteLine(const std::string& bytes) {
+  const KorText line = KorText::FromUtf8(bytes).Trimmed();
+  if (line.IsEmpty()) return;
+  if (interactive) PrintLine(std::string(kPrompt) + PrintableText(line));
+  if (lineHandler) lineHandler(line);
 }
 
 // --- Output --------------------------------------------------------------------------------------------
 
+// The prompt, and the status line above it, which a screen that became narrower has wrapped.
 void ConsoleFrontEnd::EraseLive() {
   if (liveLine.empty()) return;
-  output.Write("\r\x1b[K\x1b[1A\r\x1b[K"); // the prompt, and the status line above it
+  const auto columns = static_cast<std::size_t>(std::max(terminal->Columns(), 1));
+  std::string erase = "\r\x1b[J";
+  for (std::size_t row = 0; row * columns < std::max<std::size_t>(liveColumns, 1); ++row)
+    erase += "\x1b[1A\x1b[K";
+  output.Write(erase);
   liveLine.clear();
 }
 
-// Two lines that never wrap: the status, and the end of what is being typed.
+// The part of what is being typed that fits beside the prompt, with the cursor in its place.
+std::string ConsoleFrontEnd::TypedLine(std::size_t columns) const {
+  const std::string text = editor->Text();
+  const std::size_t cursor = editor->Cursor();
+  const KorText before =
+      KorText::FromUtf8(PrintableText(KorText::FromUtf8(text.substr(0, cursor))));
+  const KorText left = CutLeft(before, columns);
+  const KorText after = KorText::FromUtf8(PrintableText(KorText::FromUtf8(text.substr(cursor))));
+  const KorText right = after.Left(FitColumns(after, columns - ColumnsOf(left)).length);
+  std::string line = left.ToUtf8() + right.ToUtf8();
+  if (const std::size_t back = ColumnsOf(right); back > 0)
+    line += "\x1b[" + std::to_string(back) + "D";
+  return line;
+}
+
+// Two lines that never wrap.
 void ConsoleFrontEnd::DrawLive() {
   if (!interactive || !hasStatus) return;
   const auto columns = static_cast<std::size_t>(std::max(terminal->Columns() - 1, 4));
-  const std::string status = PrintableText(StatusLine(shown, meter.BytesPerSecond(), columns));
-  const std::string typed = KorText::FromUtf8(input).Right(columns - kPrompt.size()).ToUtf8();
-  const std::string line = "\x1b[7m" + status + "\x1b[0m\n" + std::string(kPrompt) + typed;
+  const KorText status =
+      KorText::FromUtf8(PrintableText(StatusLine(shown, meter.Measured(), columns)));
+  const std::string line = "\x1b[7m" + status.ToUtf8() + std::string(kPlain) + "\n" +
+                           std::string(kPrompt) + TypedLine(columns - kPrompt.size());
   if (line == liveLine) return;
   EraseLive();
   output.Write(line);
   liveLine = line;
+  liveColumns = columns;
+}
+
+// A transfer that stands changes nothing that would be told; its rate changes by that.
+void ConsoleFrontEnd::Refresh() {
+  if (!interactive || !hasStatus || !IsExchange(shown.code)) return;
+  meter.Update(shown, App().HighResolutionSeconds());
+  DrawLive();
 }
 
 void ConsoleFrontEnd::PrintLine(std::string_view line) {
@@ -199,19 +246,57 @@ void ConsoleFrontEnd::PrintLine(std::string_view line) {
   DrawLive();
 }
 
+void ConsoleFrontEnd::PrintAlert(std::string_view line) {
+  PrintLine(colours ? std::string(kRed) + std::string(line) + std::string(kPlain)
+                    : std::string(line));
+}
+
 void ConsoleFrontEnd::Print(const KorText& line) {
   PrintLine(PrintableText(line));
 }
 
 void ConsoleFrontEnd::ShowStatus(const StatusView& view) {
   const bool isNew = !hasStatus || IsNewStatus(shown, view);
+  const bool linkChanged = isNew && (view.code == kNoLink || (hasStatus && shown.code == kNoLink));
   shown = view;
   hasStatus = true;
   meter.Update(view, App().HighResolutionSeconds());
-  if (interactive)
-    DrawLive();
-  else if (isNew)
-    Print(KorText::Format(u"%s %i %s", ClockText(), view.code, view.line));
+  if (isNew) AskWhileBusy();
+  if (!interactive) {
+    if (isNew) Print(KorText::Format(u"%s %i %s", ClockText(), view.code, view.line));
+    return;
+  }
+  const std::string line = PrintableText(KorText::Format(u"%s %s", ClockText(), view.line));
+  if (linkChanged && view.code == kNoLink)
+    PrintAlert(line);
+  else if (linkChanged)
+    PrintLine(line);
+  DrawLive();
+}
+
+// Only a user who sees the question can answer it.
+void ConsoleFrontEnd::AskWhileBusy() {
+  const std::lock_guard lock(shared->mutex);
+  shared->asks = interactive && IsExchange(shown.code);
+  shared->asked = shared->asked && shared->asks;
+  if (shared->asks && !shared->question)
+    shared->question = [this] {
+      Print(LookUpText(15501, u"A transfer is running. Ctrl-C or \"quit\" once more ends it."));
+    };
+}
+
+// Piped, the change of status has told it.
+void ConsoleFrontEnd::ShowEndedJob(const EndedJob& job) {
+  if (!interactive) return;
+  const SystemTime today = App().LocalTime();
+  const KorText date = App().FormatDate(today);
+  if (date != shownDate) Print(date);
+  shownDate = date;
+  const std::string line = PrintableText(JobLine(job));
+  if (job.Failed())
+    PrintAlert(line);
+  else
+    PrintLine(line);
 }
 
 void ConsoleFrontEnd::SetMonitorOn(bool on) {
@@ -238,8 +323,10 @@ void ConsoleFrontEnd::SetTitle(const KorText& newTitle) {
 void ConsoleFrontEnd::ShowMessage(const KorText& caption, const KorText& text, MessageStyle) {
   KorText oneLine = text;
   oneLine.ReplaceAll(u"\n", u": ");
+  std::string line = PrintableText(KorText::Format(u"%s: %s", caption, oneLine));
+  if (interactive) line = PrintableText(ClockText()) + " " + line;
   EraseLive();
-  output.WriteError(PrintableText(KorText::Format(u"%s: %s", caption, oneLine)) + "\n");
+  output.WriteError(colours ? std::string(kRed) + line + std::string(kPlain) + "\n" : line + "\n");
   DrawLive();
 }
 

@@ -1,8 +1,9 @@
 // ConsoleFrontEnd: the engine's window on a terminal, and its loop. On a terminal it keeps a live status
-// line above a prompt and lets the monitor's text scroll above both; piped, it writes a line for each
-// change of status. Messages go to standard error as "caption: text".
+// line above a prompt and lets ended jobs and the monitor's text scroll above both; piped, it writes a line
+// for each change of status. Messages go to standard error as "caption: text".
 //
-// Owned by main. All but Post and Quit run on the thread that calls Run: the window's thread.
+// Owned by main. All but Post, Quit and what Quitter and EventHandler return runs on the thread that
+// calls Run: the window's thread.
 #pragma once
 
 #include <atomic>
@@ -21,7 +22,7 @@
 
 namespace kor {
 
-// UTF-8 without control characters, which would disturb the screen.
+// UTF-8 without control characters and changes of writing direction, which would disturb the screen.
 std::string PrintableText(const KorText& text);
 
 class ConsoleFrontEnd : public FormDialog {
@@ -35,6 +36,15 @@ class ConsoleFrontEnd : public FormDialog {
   // Ends Run; may be called by any thread at any time, also after the front end has gone.
   std::function<void()> Quitter() const;
 
+  // Quits. On a terminal, while an exchange runs, it only asks at first.
+  void AskQuit() { Interrupt(shared); }
+  // What the terminal's events call; as Quitter's, at any time. A second Ctrl-C always ends Run.
+  std::function<void(TerminalEvent)> EventHandler();
+  // After the engine's end: shows what it still had to say.
+  void Finish();
+  // Standard input and output are a terminal: somebody looks.
+  bool IsInteractive() const { return interactive; }
+
   // A line of answer to a command, on standard output.
   void Print(const KorText& line);
   // Waits until what was printed has been taken, at most half a second.
@@ -44,6 +54,7 @@ class ConsoleFrontEnd : public FormDialog {
 
   // FormDialog
   void ShowStatus(const StatusView& view) override;
+  void ShowEndedJob(const EndedJob& job) override;
   void AppendMonitor(const KorText& text) override;
   void SetTitle(const KorText& title) override;
   void ShowEndDialog(EndDialog, bool) override {} // the commands complete and cancel do their work
@@ -63,34 +74,42 @@ class ConsoleFrontEnd : public FormDialog {
     std::deque<std::function<void()>> tasks;
     bool quit = false;
     bool closed = false;
+    bool asks = false;  // a wish to end is answered by a question
+    bool asked = false; // that has been put
+    std::function<void()> question;
   };
 
+  static void Interrupt(const std::shared_ptr<Shared>& shared);
   void StartReader();
   void TakeInput(const std::string& bytes);
-  void TakeKey(char c);
-  bool IsEscape(char c);
-  void CompleteLine();
+  void CompleteLine(const std::string& line);
+  void AskWhileBusy();
   void RunTasks();
   void WaitForWork(const TimerQueue& timers);
   void PrintLine(std::string_view line);
+  void PrintAlert(std::string_view line); // red where that can be
+  void Refresh();
   void EraseLive();
   void DrawLive();
+  std::string TypedLine(std::size_t columns) const;
 
   // Shared with the reading and the writing thread, which may be stuck in a call.
   const std::shared_ptr<Terminal> terminal;
   ConsoleOutput output;
   const bool interactive;
+  const bool colours;
   std::shared_ptr<Shared> shared = std::make_shared<Shared>();
   std::function<void(const KorText&)> lineHandler;
-  std::string input;  // the line being typed
-  std::string escape; // of a key that sends several characters
+  std::unique_ptr<LineEditor> editor;
   StatusView shown;
   bool hasStatus = false;
   KorText title;
+  KorText shownDate; // the day of the last job shown
   RateMeter meter;
   bool monitorOn = false;
-  std::string monitorRest; // monitor text after the last line end
-  std::string liveLine;    // as drawn; empty when nothing is
+  std::string monitorRest;     // monitor text after the last line end
+  std::string liveLine;        // as drawn; empty when nothing is
+  std::size_t liveColumns = 0; // of its status line
 };
 
 } // namespace kor

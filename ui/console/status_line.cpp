@@ -2,59 +2,195 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 #include "services/core/text_lookup.h"
+#include "ui/console/column_width.h"
 
 namespace kor {
 
 namespace {
 
-constexpr double kMeasure = 0.5;   // seconds of one measurement
-constexpr double kSmoothing = 0.3; // share of the newest measurement
+constexpr double kMeasure = 0.5;    // seconds of one measurement at least
+constexpr double kSmoothing = 2.0;  // seconds after which an older rate counts a third
+constexpr double kHeldByLine = 2.0; // seconds without a byte while a hold lamp is on
+// Without one: a frame may take ten seconds at 110 baud.
+constexpr double kHeldAnyway = 15.0;
+constexpr double kLongestLeft = 100 * 3600.0; // seconds; beyond it a time says nothing
 constexpr std::size_t kBarWidth = 20;
+constexpr std::size_t kGap = 2;           // columns before the lamps and the folder
+constexpr std::size_t kRoomForDots = 100; // columns of a screen that shows lamps that are out
+constexpr std::size_t kLampColumns = 12;  // what a narrower screen keeps free for lit ones
+constexpr std::size_t kLeastText = 26;    // columns that the lamps leave to the text
+constexpr std::size_t kLeastFolder = 6;
 constexpr std::int32_t kDownloading = 12;
 constexpr std::int32_t kUploading = 13;
 constexpr const char16_t* kLampNames[kLampCount] = {u"RX",  u"TX",   u"CTS",  u"DSR",
                                                     u"RLS", u"XOFF", u"XSENT"};
 
-KorText TransferText(const StatusView& view, std::optional<double> rate) {
-  if (view.code != kDownloading && view.code != kUploading) return {};
+bool IsTransfer(std::int32_t code) {
+  return code == kDownloading || code == kUploading;
+}
+
+bool IsHeldByLine(const StatusView& view) {
+  return std::any_of(view.lamps.begin() + kLampCtsHold, view.lamps.begin() + kLampXoffSent,
+                     [](bool lamp) { return lamp; });
+}
+
+// A part of the line; of parts that don't all fit, those of lower rank stay.
+struct Part {
   KorText text;
-  // An upload's size isn't known beforehand.
-  const bool measurable = view.code == kDownloading && view.range > 0;
-  if (measurable) text = ProgressBar(view.count, view.range, kBarWidth);
-  if (!rate) return text;
-  text += u" " + RateText(*rate);
-  if (measurable && *rate > 0) {
-    const auto left = static_cast<double>(std::max<std::int64_t>(view.range - view.count, 0));
-    text += u" " + KorText::Format(LookUpText(15426, u"%s left"), TimeText(left / *rate));
+  int rank = 0;
+  bool shown = false;
+};
+
+std::size_t ChooseParts(std::vector<Part>& parts, std::size_t room) {
+  std::size_t used = 0;
+  const int ranks = static_cast<int>(parts.size());
+  for (int rank = 0; rank < ranks; ++rank)
+    for (Part& part : parts) {
+      const std::size_t wanted = ColumnsOf(part.text) + (used > 0 ? 1 : 0);
+      if (part.rank != rank || part.text.IsEmpty() || used + wanted > room) continue;
+      part.shown = true;
+      used += wanted;
+    }
+  return used;
+}
+
+KorText Joined(const std::vector<Part>& parts) {
+  KorText text;
+  for (const Part& part : parts) {
+    if (!part.shown) continue;
+    if (!text.IsEmpty()) text += u' ';
+    text += part.text;
   }
   return text;
 }
 
+// The folder takes what is left, and is worth nothing when hardly anything is.
+KorText WithFolder(const KorText& text, const KorText& folder, std::size_t room) {
+  const std::size_t used = ColumnsOf(text) + kGap;
+  const std::size_t left = room > used ? room - used : 0;
+  if (left < std::min(kLeastFolder, ColumnsOf(folder)) || folder.IsEmpty()) return text;
+  return PadColumns(text, ColumnsOf(text) + kGap) + CutLeft(folder, left);
+}
+
+KorText CountText(const StatusView& view) {
+  if (view.code == kDownloading && view.size > 0)
+    return KorText::Format(u"%i/%i", view.bytes, view.size);
+  return KorText::Format(u"%i bytes", view.bytes);
+}
+
+// Whether a share of the whole can be told: an upload's size isn't known beforehand.
+bool IsMeasurable(const StatusView& view) {
+  return view.code == kDownloading && view.size > 0;
+}
+
+KorText ShareText(const StatusView& view) {
+  if (!IsMeasurable(view)) return {};
+  const std::int64_t most = view.size;
+  const double share = static_cast<double>(std::clamp<std::int64_t>(view.bytes, 0, most)) * 100;
+  return KorText::Format(u"%i%%", static_cast<int>(share / static_cast<double>(most)));
+}
+
+KorText RatePart(const Pace& pace) {
+  if (pace.held) return LookUpText(15500, u"held");
+  return pace.bytesPerSecond ? RateText(*pace.bytesPerSecond) : KorText();
+}
+
+KorText LeftPart(const StatusView& view, const Pace& pace) {
+  if (!IsMeasurable(view) || pace.held || pace.bytesPerSecond.value_or(0) <= 0) return {};
+  const auto bytes = static_cast<double>(std::max<std::int64_t>(view.size - view.bytes, 0));
+  const double seconds = bytes / *pace.bytesPerSecond;
+  if (seconds >= kLongestLeft) return {};
+  return KorText::Format(LookUpText(15426, u"%s left"), TimeText(seconds));
+}
+
+KorText TransferText(const StatusView& view, const Pace& pace, std::size_t room) {
+  const StatusWords apart = TakeApart(view.line, view.fileName);
+  const KorText count = CountText(view);
+  const std::size_t forName = room - std::min(room, ColumnsOf(count) + 1);
+  const KorText bar =
+      IsMeasurable(view) ? ProgressBar(view.bytes, view.size, kBarWidth) : KorText();
+  std::vector<Part> parts{
+      {CutRight(apart.name, forName), 0},
+      {view.code == kDownloading ? u"Downloading" : u"Uploading", 5},
+      {count, 1},
+      {bar, 6},
+      {ShareText(view), 2},
+      {RatePart(pace), pace.held ? 3 : 4},
+      {LeftPart(view, pace), 3},
+  };
+  ChooseParts(parts, room);
+  return WithFolder(Joined(parts), apart.folder, room);
+}
+
+KorText IdleText(const StatusView& view, std::size_t room) {
+  const StatusWords apart = TakeApart(view.line, view.fileName);
+  const KorText text = apart.name.IsEmpty() ? apart.words : apart.name + u" " + apart.words;
+  return WithFolder(CutRight(text, room), apart.folder, room);
+}
+
 } // namespace
 
+bool IsExchange(std::int32_t code) {
+  constexpr std::int32_t kWaitingForController = 5, kPreparingDownload = 8, kPreparingUpload = 11;
+  return IsTransfer(code) || code == kWaitingForController || code == kPreparingDownload ||
+         code == kPreparingUpload;
+}
+
 void RateMeter::Update(const StatusView& view, double now) {
-  if (view.code != code || view.count < count) {
+  if (view.code != code || view.bytes < last) {
+    *this = {};
     code = view.code;
-    count = view.count;
-    since = now;
-    rate.reset();
+    count = last = view.bytes;
+    since = moved = now;
     return;
   }
+  if (view.bytes == last) {
+    const double patience = IsHeldByLine(view) ? kHeldByLine : kHeldAnyway;
+    pace.held = IsTransfer(code) && now - moved >= patience;
+    return;
+  }
+  if (pace.held) since = moved; // the pause is not the line's speed
+  pace.held = false;
+  moved = now;
+  last = view.bytes;
   const double passed = now - since;
   if (passed < kMeasure) return;
-  const double measured = static_cast<double>(view.count - count) / passed;
-  rate = rate ? *rate + kSmoothing * (measured - *rate) : measured;
-  count = view.count;
+  const double measured = static_cast<double>(view.bytes - count) / passed;
+  const double before = pace.bytesPerSecond.value_or(measured);
+  pace.bytesPerSecond = measured + (before - measured) * std::exp(-passed / kSmoothing);
+  count = view.bytes;
   since = now;
 }
 
-KorText LampText(const StatusView& view) {
+StatusWords TakeApart(const KorText& line, const KorText& fileName) {
+  const std::size_t at = fileName.IsEmpty() ? KorText::kNone : line.Find(fileName);
+  if (at == KorText::kNone) return {{}, line, {}};
+  const std::size_t slash = fileName.View().find_last_of(u"/\\");
+  const std::size_t nameStart = slash == KorText::kNone ? 0 : slash + 1;
+  const KorText before = line.Left(at).Trimmed();
+  const KorText after = line.Mid(at + fileName.Length()).Trimmed();
+  return {fileName.Mid(nameStart), after.IsEmpty() ? before : before + u" " + after,
+          fileName.Left(nameStart)};
+}
+
+KorText JobLine(const EndedJob& job) {
+  const StatusWords apart = TakeApart(job.line, job.fileName);
+  KorText text =
+      KorText::Format(u"%02i:%02i:%02i ", job.time.hour, job.time.minute, job.time.second);
+  if (!apart.name.IsEmpty()) text += apart.name + u" ";
+  text += apart.words;
+  return apart.folder.IsEmpty() ? text : text + u"  " + apart.folder;
+}
+
+KorText LampText(const StatusView& view, bool dots) {
   KorText text;
   for (std::size_t lamp = 0; lamp < kLampCount; ++lamp) {
-    if (lamp > 0) text += u' ';
     const KorText name = kLampNames[lamp];
+    if (!view.lamps[lamp] && !dots) continue;
+    if (!text.IsEmpty()) text += u' ';
     text += view.lamps[lamp] ? name : KorText(name.Length(), u'.');
   }
   return text;
@@ -64,8 +200,7 @@ KorText ProgressBar(std::int64_t count, std::int64_t range, std::size_t width) {
   const double share =
       range > 0 ? std::clamp(static_cast<double>(count) / static_cast<double>(range), 0.0, 1.0) : 0;
   const auto filled = static_cast<std::size_t>(share * static_cast<double>(width));
-  return KorText::Format(u"[%s%s] %3i%%", KorText(filled, u'#'), KorText(width - filled, u'-'),
-                         static_cast<int>(share * 100));
+  return KorText::Format(u"[%s%s]", KorText(filled, u'#'), KorText(width - filled, u'-'));
 }
 
 KorText RateText(double bytesPerSecond) {
@@ -84,20 +219,15 @@ KorText TimeText(double seconds) {
   return KorText::Format(u"%i:%02i", whole / kMinute, whole % kMinute);
 }
 
-KorText StatusLine(const StatusView& view, std::optional<double> bytesPerSecond,
-                   std::size_t columns) {
-  KorText line = KorText::Format(u"%2i %s", view.code, view.line);
-  const KorText lamps = LampText(view);
-  const KorText transfer = TransferText(view, bytesPerSecond);
-  const KorText both = transfer.IsEmpty() ? lamps : transfer + u"  " + lamps;
-  const std::size_t kGap = 2;
-  for (const KorText& right : {both, transfer, lamps}) {
-    if (right.IsEmpty() || right.Length() + kGap + 20 > columns) continue;
-    // The right part is worth more than the end of a long file name.
-    const std::size_t room = columns - right.Length() - kGap;
-    return line.Left(room).PaddedRight(room + kGap) + right;
-  }
-  return line.Left(columns).PaddedRight(columns);
+KorText StatusLine(const StatusView& view, const Pace& pace, std::size_t columns) {
+  const KorText lamps = LampText(view, columns >= kRoomForDots);
+  const std::size_t lampColumns = std::max(kLampColumns, lamps.Length());
+  const bool withLamps = columns >= lampColumns + kGap + kLeastText;
+  const std::size_t room = withLamps ? columns - lampColumns - kGap : columns;
+  const KorText text =
+      IsTransfer(view.code) ? TransferText(view, pace, room) : IdleText(view, room);
+  if (!withLamps) return PadColumns(text, columns);
+  return PadColumns(text, columns - lamps.Length()) + lamps;
 }
 
 } // namespace kor

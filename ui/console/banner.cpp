@@ -1,0 +1,40 @@
+#include "ui/console/banner.h"
+
+#include <algorithm>
+
+#include "services/core/text_lookup.h"
+#include "ui/console/column_width.h"
+
+namespace kor {
+
+namespace {
+
+// "9600 baud, 7E1, Xon/Xoff, rts on, dtr off": parity by its letter, the rest as settings shows it.
+KorText LineText(const LinkSettings& settings) {
+  const KorText on = u"on", off = u"off";
+  return KorText::Format(u"%s baud, %s%s%s, %s, rts %s, dtr %s", settings.baudrate,
+                         settings.databits, settings.parity.Left(1), settings.stopbits,
+                         settings.flowControl, settings.rtsCtsHandshake > 0 ? on : off,
+                         settings.dtrDsrHandshake > 0 ? on : off);
+}
+
+} // namespace
+
+std::vector<KorText> BannerLines(const KorText& version, const KorText& device,
+                                 const LinkSettings& settings) {
+  const KorText port = LookUpText(15502, u"Port"), programs = LookUpText(15503, u"Programs"),
+                uploads = LookUpText(15504, u"Uploads");
+  const std::size_t width =
+      std::max({ColumnsOf(port), ColumnsOf(programs), ColumnsOf(uploads)}) + 2;
+  const auto row = [width](const KorText& label, const KorText& text) {
+    return PadColumns(label, width) + text;
+  };
+  return {u"ncedl-console " + version,
+          row(port, device),
+          row({}, LineText(settings)),
+          row(programs, settings.downloadPath + u"*." + settings.fileExtension),
+          row(uploads, settings.uploadPath),
+          LookUpText(15505, u"\"help\" lists the commands.")};
+}
+
+} // namespace kor

@@ -1,0 +1,15 @@
+// What the console says at its start on a terminal: version, port with its settings, folders, where help
+// is. Pure.
+#pragma once
+
+#include <vector>
+
+#include "link/link_settings.h"
+
+namespace kor {
+
+// device: the port as the system knows it, such as "COM1 (/dev/ttyUSB0)".
+std::vector<KorText> BannerLines(const KorText& version, const KorText& device,
+                                 const LinkSettings& settings);
+
+} // namespace kor

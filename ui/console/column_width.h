@@ -1,0 +1,28 @@
+// How many columns of a terminal a text takes: an East Asian wide character two, one that joins the
+// character before it none, every other one. Pure functions.
+#pragma once
+
+#include <string_view>
+
+#include "services/core/kor_text.h"
+
+namespace kor {
+
+std::size_t ColumnsOf(char32_t c);
+std::size_t ColumnsOf(std::u16string_view text);
+
+// The longest beginning of a text that fits: its characters and the columns that they take.
+struct Fit {
+  std::size_t length = 0;
+  std::size_t columns = 0;
+};
+Fit FitColumns(std::u16string_view text, std::size_t columns);
+
+// The text, cut at its end or at its beginning so that it fits; ".." stands where it was cut.
+inline constexpr std::u16string_view kCut = u"..";
+KorText CutRight(const KorText& text, std::size_t columns);
+KorText CutLeft(const KorText& text, std::size_t columns);
+// With blanks behind it, at least that wide.
+KorText PadColumns(const KorText& text, std::size_t columns);
+
+} // namespace kor
