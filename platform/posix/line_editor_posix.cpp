@@ -135,8 +135,7 @@ class PosixLineEditor : public LineEditor {
     nowhere = std::fopen("/dev/null", "r+e");
     history = ::history_winit();
     if (!nowhere || !history) return false;
-    const int sink = ::fileno(nowhere);
-    edit = ::el_init_fd("ncedl-console", nowhere, nowhere, nowhere, farEnd, sink, sink);
+    edit = ::el_init_fd("ncedl-console", nowhere, nowhere, nowhere, farEnd, farEnd, farEnd);
     if (!edit) return false;
     HistEventW event;
     ::history_w(history, &event, H_SETSIZE, kHistoryLines);

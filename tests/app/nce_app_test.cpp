@@ -319,7 +319,7 @@ TEST_F(NceAppTest, ABrokenUploadLeavesTheOlderProgramAndNothingElse) {
          fresh.Run();
        },
        0},
-      {"program ended", [](NceLink& fresh) { fresh.link->Terminate(); }, 13},
+      {"program ended", [](NceLink& fresh) { fresh.link->Terminate(); }, 17},
   };
   for (const auto& c : cases) {
     NceLink fresh;

@@ -5,6 +5,8 @@
 
 #include "tests/support/fake_serial_port.h"
 #include "tests/support/test_app.h"
+#include "ui/console/banner.h"
+#include "ui/console/column_width.h"
 #include "ui/console/commands.h"
 #include "ui/console/console_front_end.h"
 
@@ -28,9 +30,12 @@ class FakeTerminal : public Terminal {
   }
   void Write(std::string_view text) override { output += text; }
   void WriteError(std::string_view text) override { errors += text; }
-  void OnEnd(std::function<void()>) override {}
+  bool HasColours() const override { return colours; }
+  std::unique_ptr<LineEditor> MakeLineEditor() override { return nullptr; }
+  void OnEvent(std::function<void(TerminalEvent)>) override {}
 
   const bool interactive;
+  bool colours = false;
   bool keysStarted = false;
   int columns = 80;
   std::string input, output, errors;
@@ -160,7 +165,7 @@ TEST_F(ConsoleTest, ALiveTerminalKeepsTheStatusBelowTheText) {
   terminal.output.clear();
   console.AppendMonitor(u"RX XYZ[0d]\nTX ABC");
   console.Flush();
-  EXPECT_TRUE(terminal.output.starts_with("\r\x1b[K\x1b[1A\r\x1b[KRX XYZ[0d]\n")); // text above
+  EXPECT_TRUE(terminal.output.starts_with("\r\x1b[J\x1b[1A\x1b[KRX XYZ[0d]\n")); // text above
   EXPECT_TRUE(terminal.output.ends_with("\n> "));
   EXPECT_EQ(terminal.output.find("TX ABC"), std::string::npos); // until its line ends
   console.AppendMonitor(u"\n");
@@ -168,30 +173,148 @@ TEST_F(ConsoleTest, ALiveTerminalKeepsTheStatusBelowTheText) {
   EXPECT_NE(terminal.output.find("TX ABC\n"), std::string::npos);
 }
 
-TEST(StatusLineTest, FitsTheScreenAndLeavesOutWhatDoesNot) {
-  StatusView view = View(12, u"Downloading a/very/long/name.MPG - 50 of 100 bytes sent.", 50, 100);
-  view.lamps[kLampWrite] = true;
-  const KorText wide = StatusLine(view, 9600.0, 150);
-  EXPECT_EQ(wide.Length(), 150u);
-  EXPECT_TRUE(wide.Contains(u"[##########----------]  50% 9.6 kB/s 0:01 left"));
-  EXPECT_TRUE(wide.EndsWith(u".. TX ... ... ... .... ....."));
-  const KorText narrow = StatusLine(view, 9600.0, 79);
-  EXPECT_EQ(narrow.Length(), 79u);
-  EXPECT_TRUE(narrow.EndsWith(u"0:01 left"));
-  EXPECT_EQ(StatusLine(view, {}, 30).Length(), 30u);
-  EXPECT_EQ(TimeText(3723.2), u"1:02:04");
-  EXPECT_EQ(RateText(1234567), u"1.2 MB/s");
-  EXPECT_EQ(ProgressBar(5, 0, 4), u"[----]   0%");
+// What the live line shows of a transfer at each width; "|" stands for the gap before the lamps.
+TEST(StatusLineTest, PutsTheNumberFirstAndCutsTheFolderFirst) {
+  StatusView down = View(12, u"Downloading /srv/nc/jobs/0000123.MPG - 51234 of 100000 bytes sent.");
+  down.fileName = u"/srv/nc/jobs/0000123.MPG";
+  down.bytes = 51234;
+  down.size = 100000;
+  down.lamps[kLampWrite] = down.lamps[kLampXoffHold] = true;
+  StatusView up = View(13, u"Uploading /srv/nc/0000007.MPG - 1234567 bytes received.");
+  up.fileName = u"/srv/nc/0000007.MPG";
+  up.bytes = 1234567;
+  StatusView done = View(18, u"Download Completed C:\\nc\\0000123.MPG - 100000 bytes");
+  done.fileName = u"C:\\nc\\0000123.MPG";
+  const Pace usual{960.0, false}, held{960.0, true}, crawling{0.01, false};
+  const struct {
+    const StatusView& view;
+    Pace pace;
+    std::size_t columns;
+    const char16_t* left;
+    const char16_t* right;
+  } cases[] = {
+      {down, usual, 59, u"0000123.MPG 51234/100000 51% 0:51 left", u"TX XOFF"},
+      {down, usual, 79, u"0000123.MPG Downloading 51234/100000 51% 960 B/s 0:51 left", u"TX XOFF"},
+      {down, usual, 119,
+       u"0000123.MPG Downloading 51234/100000 [##########----------] 51% 960 B/s 0:51 left  ..obs/",
+       u".. TX ... ... ... XOFF ....."},
+      {down, usual, 39, u"0000123.MPG 51234/100000 51% 0:51 left", u""},
+      {down, held, 79, u"0000123.MPG Downloading 51234/100000 51% held  /srv/nc/jobs/", u"TX XOFF"},
+      {down, held, 69, u"0000123.MPG Downloading 51234/100000 51% held  ../jobs/", u"TX XOFF"},
+      {down, crawling, 69, u"0000123.MPG Downloading 51234/100000 51% held  ../jobs/", u"TX XOFF"},
+      {up, usual, 79, u"0000007.MPG Uploading 1234567 bytes 960 B/s  /srv/nc/", u""},
+      {up, usual, 59, u"0000007.MPG Uploading 1234567 bytes 960 B/s", u""},
+      {done, {}, 79, u"0000123.MPG Download Completed - 100000 bytes  C:\\nc\\", u""},
+      {View(1, u"Waiting..."), {}, 79, u"Waiting...", u""},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(StatusLine(c.view, c.pace, c.columns),
+              KorText(c.left).PaddedRight(c.columns - KorText(c.right).Length()) + c.right);
 }
 
-TEST(StatusLineTest, MeasuresTheRateOfTheRunningTransfer) {
+// East Asian characters take two columns, joined ones none; a line that is a column too wide wraps.
+TEST(StatusLineTest, IsAsWideAsTheScreenInEveryScript) {
+  EXPECT_EQ(ColumnsOf(u"転送 ab"), 7u);
+  EXPECT_EQ(ColumnsOf(u"e\u0301\u200b\U0001F600"), 3u);
+  StatusView view = View(12, u"");
+  view.bytes = 5;
+  view.size = 10;
+  view.lamps.fill(true);
+  for (const char16_t* name :
+       {u"/공장/日本語の長いプログラム名.MPG", u"/a/e\u0301e\u0301\U00020000x.MPG"}) {
+    view.fileName = name;
+    view.line = KorText(u"Downloading ") + name + u" - 5 of 10 bytes sent.";
+    for (view.code = 12; view.code <= 18; view.code += 6)
+      for (std::size_t columns = 4; columns < 140; ++columns)
+        ASSERT_EQ(ColumnsOf(StatusLine(view, Pace{9.0, false}, columns)), columns) << view.code;
+  }
+  EXPECT_EQ(CutLeft(u"/日本語/", 6), u"..語/"); // half of a character doesn't stand
+  EXPECT_EQ(TimeText(3723.2), u"1:02:04");
+  EXPECT_EQ(RateText(1234567), u"1.2 MB/s");
+}
+
+TEST(StatusLineTest, MeasuresTheRateAndTellsAPauseFromASlowLine) {
   RateMeter meter;
-  meter.Update(View(12, u"", 0, 1000), 10);
-  EXPECT_FALSE(meter.BytesPerSecond());
-  meter.Update(View(12, u"", 100, 1000), 11);
-  EXPECT_EQ(meter.BytesPerSecond(), 100.0);
-  meter.Update(View(1, u"", 0, 0), 12);
-  EXPECT_FALSE(meter.BytesPerSecond());
+  StatusView view = View(12, u"");
+  const auto at = [&](double now, std::int64_t bytes) {
+    view.bytes = bytes;
+    meter.Update(view, now);
+    return meter.Measured();
+  };
+  EXPECT_FALSE(at(10, 0).bytesPerSecond);
+  EXPECT_EQ(at(11, 100).bytesPerSecond, 100.0);
+  EXPECT_FALSE(at(21, 100).held); // a frame at 110 baud
+  EXPECT_TRUE(at(26, 100).held);  // nobody waits so long
+  const Pace again = at(27, 200);
+  EXPECT_FALSE(again.held);
+  view.lamps[kLampXoffHold] = true;
+  EXPECT_TRUE(at(30, 200).held);
+  view.code = 1;
+  EXPECT_FALSE(at(31, 0).bytesPerSecond);
+}
+
+TEST_F(ConsoleTest, EndedJobsScrollPastWithTheirTimeAndFailuresAreRed) {
+  app.SetUtc(SystemTime{2026, 11, 21, 13, 5, 9, 0, 6});
+  for (const bool colours : {false, true}) {
+    const auto terminal = std::make_shared<FakeTerminal>(true);
+    terminal->colours = colours;
+    ConsoleFrontEnd console(terminal);
+    console.ShowEndedJob(
+        {18, u"Download Completed /n/7.MPG - 9 bytes", u"/n/7.MPG", App().LocalTime()});
+    console.ShowEndedJob({15, u"Upload Error(s) /n/8.MPG", u"/n/8.MPG", App().LocalTime()});
+    console.ShowStatus(View(0, u"No Link"));
+    console.ShowMessage(u"Open Comm", u"COM1", MessageStyle::Information);
+    console.Flush();
+    const std::string red = colours ? "\x1b[31m" : "", plain = colours ? "\x1b[0m" : "";
+    EXPECT_TRUE(terminal->output.starts_with(
+        "21/11/2026\n13:05:09 7.MPG Download Completed - 9 bytes  /n/\n" + red +
+        "13:05:09 8.MPG Upload Error(s)  /n/" + plain + "\n" + red + "13:05:09 No Link" + plain +
+        "\n"))
+        << terminal->output;
+    EXPECT_EQ(terminal->errors, red + "13:05:09 Open Comm: COM1" + plain + "\n");
+  }
+}
+
+// Who ends the program in a transfer is asked once where somebody looks.
+TEST_F(ConsoleTest, AWishToEndInATransferIsAskedBackOnceOnATerminal) {
+  const struct {
+    bool interactive;
+    std::int32_t code;
+    TerminalEvent event;
+    bool asks;
+  } cases[] = {
+      {true, 12, TerminalEvent::Interrupt, true},   {true, 5, TerminalEvent::Interrupt, true},
+      {true, 1, TerminalEvent::Interrupt, false},   {true, 18, TerminalEvent::Interrupt, false},
+      {false, 13, TerminalEvent::Interrupt, false}, {true, 13, TerminalEvent::End, false}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.code);
+    const auto terminal = std::make_shared<FakeTerminal>(c.interactive);
+    ConsoleFrontEnd console(terminal);
+    TimerQueue timers;
+    console.ShowStatus(View(12, u"Downloading"));
+    console.ShowStatus(View(c.code, u"x"));
+    const auto wish = console.EventHandler();
+    console.Post([&] {
+      wish(c.event);
+      console.Post([&] { console.AskQuit(); }); // the second wish, where one was not enough
+    });
+    console.Run(timers, [](const KorText&) {});
+    console.Flush();
+    EXPECT_EQ(terminal->output.find("once more ends it") != std::string::npos, c.asks);
+  }
+}
+
+TEST(BannerTest, NamesTheVersionThePortAndTheFolders) {
+  LinkSettings settings;
+  settings.downloadPath = u"/nc/";
+  settings.uploadPath = u"/in/";
+  settings.parity = u"Even";
+  settings.dtrDsrHandshake = 0;
+  EXPECT_EQ(BannerLines(u"26", u"COM1 (/dev/ttyUSB0)", settings),
+            (std::vector<KorText>{u"ncedl-console 26", u"Port      COM1 (/dev/ttyUSB0)",
+                                  u"          2400 baud, 8E1, Xon/Xoff, rts on, dtr off",
+                                  u"Programs  /nc/*.DNC", u"Uploads   /in/",
+                                  u"\"help\" lists the commands."}));
 }
 
 } // namespace

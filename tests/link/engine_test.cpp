@@ -313,11 +313,21 @@ TEST_F(EngineTest, WritesOneJobLinePerJob) {
   link.Ask(">");
   for (int i = 0; i < 20; ++i)
     After(0.1);
+  link.Ask("FH 1");
+  link.Ask(">");
+  link.link->Terminate(); // breaks the download off
   const KorText cnc = link.Folder();
   const KorText stamp = u"         21/11/2026 13:05:09 ";
   EXPECT_EQ(link.app.Content(jobs), stamp + u"Download could not open/read from " + cnc +
                                         u"9.MPG\r\n" + stamp + u"Download Completed " + cnc +
-                                        u"1.MPG - 2 bytes\r\n");
+                                        u"1.MPG - 2 bytes\r\n" + stamp + u"Download Cancelled " +
+                                        cnc + u"1.MPG\r\n");
+  link.form.RunPosted();
+  ASSERT_EQ(link.form.jobs.size(), 4u); // the window is told of each
+  EXPECT_TRUE(link.form.jobs[1].Failed());
+  EXPECT_EQ(link.form.jobs[1].fileName, cnc + u"9.MPG");
+  EXPECT_EQ(link.form.jobs[1].time.hour, 13);
+  EXPECT_FALSE(link.form.jobs[3].Failed());
 }
 
 TEST_F(EngineTest, AnUnwritableJobLogIsReportedOnce) {

@@ -94,7 +94,8 @@ KorText ShareText(const StatusView& view) {
 }
 
 KorText RatePart(const Pace& pace) {
-  if (pace.held) return LookUpText(15500, u"held");
+  constexpr double kLeastRate = 0.5; // shown as 0 below it
+  if (pace.held || pace.bytesPerSecond.value_or(1) < kLeastRate) return LookUpText(15500, u"held");
   return pace.bytesPerSecond ? RateText(*pace.bytesPerSecond) : KorText();
 }
 

@@ -1,0 +1,60 @@
+// The line editor of a POSIX terminal: what keys, whole and in pieces, make of a line.
+#include <gtest/gtest.h>
+
+#include "platform/posix/line_editor_posix.h"
+
+namespace kor {
+namespace {
+
+const std::string kUp = "\x1b[A", kLeft = "\x1b[D", kHome = "\x1bOH";
+
+// The line with "|" at the cursor.
+std::string Shown(const LineEditor& editor) {
+  std::string text = editor.Text();
+  return text.insert(editor.Cursor(), "|");
+}
+
+TEST(LineEditorPosixTest, EditsAndRecallsLinesInWholeCharacters) {
+  const auto editor = MakeSystemLineEditor();
+  ASSERT_TRUE(editor);
+  const struct {
+    std::string keys, shown;
+    std::vector<std::string> lines;
+  } steps[] = {
+      {"stätus 日本", "stätus 日本|", {}},
+      {kLeft + kLeft + "\x7fX", "stätusX|日本", {}},
+      {kHome + "\x1b[3~" + "S", "S|tätusX日本", {}},
+      {"\x1b[1;5C", "StätusX日本|", {}},
+      {"\r", "|", {"StätusX日本"}},
+      {"help\nquit\n", "|", {"help", "quit"}},
+      {kUp + kUp, "help|", {}},
+      {kUp, "StätusX日本|", {}},
+      {"\x1b[B", "help|", {}},
+      {"\x15"
+       "a\tb\x16\x12\x18\x1b[5~\x1b[24~\x1bq\xff\x03",
+       "a b|",
+       {}}, // keys that do nothing here
+      {"\x17\x15", "|", {}},
+      {"\x04\n", "|", {""}}, // no end of the input
+      {kUp, "quit|", {}},
+  };
+  for (const auto& step : steps) {
+    std::vector<std::string> lines;
+    for (const char c : step.keys) // a slow line brings the bytes of a key one by one
+      for (std::string& line : editor->Take(std::string_view(&c, 1)))
+        lines.push_back(std::move(line));
+    EXPECT_EQ(lines, step.lines) << step.shown;
+    EXPECT_EQ(Shown(*editor), step.shown);
+  }
+}
+
+TEST(LineEditorPosixTest, ALineWithoutEndIsCut) {
+  const auto editor = MakeSystemLineEditor();
+  ASSERT_TRUE(editor);
+  EXPECT_TRUE(editor->Take(std::string(100'000, 'x')).empty());
+  EXPECT_EQ(editor->Take("\n"),
+            std::vector<std::string>{std::string(LineEditor::kLongestLine, 'x')});
+}
+
+} // namespace
+} // namespace kor
