@@ -4,6 +4,7 @@
 #include "app/start_up.h"
 #include "platform/console_terminal.h"
 #include "platform/platform.h"
+#include "services/core/version.h"
 #include "tools/common/tool_main.h"
 #include "ui/console/banner.h"
 #include "ui/console/commands.h"
@@ -52,9 +53,9 @@ void ReportThrough(ConsoleFrontEnd& console) {
 }
 
 void ShowBanner(ConsoleFrontEnd& console, const NCEApp& app) {
-  const KorText version = App().GetApplicationPropertyString(kVersionText);
   const LinkSettings& settings = app.Settings();
-  for (const KorText& line : BannerLines(version, SerialDeviceName(settings.port), settings))
+  for (const KorText& line :
+       BannerLines(kReleaseVersion, SerialDeviceName(settings.port), settings))
     console.Print(line);
 }
 
