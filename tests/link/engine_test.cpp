@@ -318,10 +318,10 @@ TEST_F(EngineTest, WritesOneJobLinePerJob) {
   link.link->Terminate(); // breaks the download off
   const KorText cnc = link.Folder();
   const KorText stamp = u"         21/11/2026 13:05:09 ";
-  EXPECT_EQ(link.app.Content(jobs), stamp + u"Download could not open/read from " + cnc +
-                                        u"9.MPG\r\n" + stamp + u"Download Completed " + cnc +
-                                        u"1.MPG - 2 bytes\r\n" + stamp + u"Download Cancelled " +
-                                        cnc + u"1.MPG\r\n");
+  EXPECT_EQ(link.app.Content(jobs),
+            stamp + u"Download could not open/read from " + cnc + u"9.MPG\r\n" + stamp +
+                u"Download Completed " + cnc + u"1.MPG - 2 bytes\r\n" +
+                u"         21/11/2026 13:05:11 Download Cancelled " + cnc + u"1.MPG\r\n");
   link.form.RunPosted();
   ASSERT_EQ(link.form.jobs.size(), 4u); // the window is told of each
   EXPECT_TRUE(link.form.jobs[1].Failed());
