@@ -101,20 +101,22 @@ void DownloadApp::SetUpServices() {
   });
 }
 
-void DownloadApp::BuildWindow() {
-  settingsPath = App().GetApplicationPropertyPath(kSettingsFolder);
-  if (!settingsPath.IsEmpty() && settingsPath.Last() != u'/') settingsPath += u'/';
-  settingsPath += modelName + u".INI";
-  if (!App().CanNameFile(modelName + u".INI")) {
-    settingsPath = {};
-    ShowMessage(
-        LookUpText(15101, u"Download Settings"),
-        KorText::Format(LookUpText(15476, u"\"%s\" can't be the name of a file, so settings "
-                                          u"are not kept. Start the program with another "
-                                          u"name."),
-                        modelName),
-        MessageStyle::Exclamation);
+// A name that no file can have keeps no settings, and reads none.
+void DownloadApp::FormSettingsPath() {
+  const KorText file = modelName + u".INI";
+  if (App().CanNameFile(file)) {
+    settingsPath = App().GetApplicationPropertyPath(kSettingsFolder) + file;
+    return;
   }
+  const KorText text =
+      LookUpText(15476, u"\"%s\" can't be the name of a file, so settings are not kept. Start the "
+                        u"program with another name.");
+  ShowMessage(LookUpText(15101, u"Download Settings"), KorText::Format(text, modelName),
+              MessageStyle::Exclamation);
+}
+
+void DownloadApp::BuildWindow() {
+  FormSettingsPath();
   LoadSettingsOrProfile();
   link = settings;
   log.SetJobLog(settings.logFile, settings.writeLog != 0);

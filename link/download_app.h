@@ -176,6 +176,7 @@ class DownloadApp : public Storable, protected ChannelHost {
   void CancelUploadNow();
   void StartSend(const KorText& path);
   void StartReceive(const KorText& path);
+  void FormSettingsPath();
   void LoadSettingsOrProfile();
   void ShowPortNotKept();
   bool RunTasks();
