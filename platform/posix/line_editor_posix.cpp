@@ -18,7 +18,7 @@ namespace kor {
 namespace {
 
 constexpr int kHistoryLines = 200;
-constexpr unsigned short kVeryWide = 10000; // columns: libedit never wraps
+constexpr unsigned short kVeryWide = 4400; // columns: no line wraps. libedit keeps the whole screen
 constexpr wchar_t kEscape = 27;
 constexpr wchar_t kDelete = 127;
 constexpr std::wstring_view kControls = L"\x01\x02\x04\x05\x06\b\n\v\x0e\x10\r\x14\x15\x17\x19\x7f";
@@ -215,7 +215,7 @@ class PosixLineEditor : public LineEditor {
     if (::ptsname_r(nearEnd, name, sizeof name) != 0) return false;
     farEnd = ::open(name, O_RDWR | O_NOCTTY | O_CLOEXEC);
     if (farEnd < 0) return false;
-    const winsize size{24, kVeryWide, 0, 0};
+    const winsize size{2, kVeryWide, 0, 0};
     return ::ioctl(nearEnd, TIOCSWINSZ, &size) == 0;
   }
 

@@ -200,7 +200,7 @@ TEST(StatusLineTest, PutsTheNumberFirstAndCutsTheFolderFirst) {
        u".. TX ... ... ... XOFF ....."},
       {down, usual, 39, u"0000123.MPG 51234/100000 51% 0:51 left", u""},
       {down, held, 79, u"0000123.MPG Downloading 51234/100000 51% held  /srv/nc/jobs/", u"TX XOFF"},
-      {down, held, 69, u"0000123.MPG Downloading 51234/100000 51% held  ../jobs/", u"TX XOFF"},
+      {down, held, 70, u"0000123.MPG Downloading 51234/100000 51% held  ../jobs/", u"TX XOFF"},
       {down, crawling, 69, u"0000123.MPG Downloading 51234/100000 51% held  ../jobs/", u"TX XOFF"},
       {up, usual, 79, u"0000007.MPG Uploading 1234567 bytes 960 B/s  /srv/nc/", u""},
       {up, usual, 59, u"0000007.MPG Uploading 1234567 bytes 960 B/s", u""},

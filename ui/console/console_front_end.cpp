@@ -20,6 +20,7 @@ constexpr double kLongestWait = 1.0; // seconds
 constexpr double kRefresh = 1.0;     // seconds between two looks at a transfer that may stand
 constexpr std::string_view kPrompt = "> ";
 constexpr std::int32_t kNoLink = 0;
+constexpr std::int32_t kWaiting = 1;
 constexpr std::string_view kRed = "\x1b[31m", kPlain = "\x1b[0m";
 
 // A counter that moves on is no change of status.
@@ -218,10 +219,15 @@ std::string ConsoleFrontEnd::TypedLine(std::size_t columns) const {
   return line;
 }
 
+// Without the last one: a line that fills it wraps on some screens.
+std::size_t ConsoleFrontEnd::ScreenColumns() const {
+  return static_cast<std::size_t>(std::max(terminal->Columns() - 1, 4));
+}
+
 // Two lines that never wrap.
 void ConsoleFrontEnd::DrawLive() {
   if (!interactive || !hasStatus) return;
-  const auto columns = static_cast<std::size_t>(std::max(terminal->Columns() - 1, 4));
+  const std::size_t columns = ScreenColumns();
   const KorText status =
       KorText::FromUtf8(PrintableText(StatusLine(shown, meter.Measured(), columns)));
   const std::string line = "\x1b[7m" + status.ToUtf8() + std::string(kPlain) + "\n" +
@@ -257,7 +263,8 @@ void ConsoleFrontEnd::Print(const KorText& line) {
 
 void ConsoleFrontEnd::ShowStatus(const StatusView& view) {
   const bool isNew = !hasStatus || IsNewStatus(shown, view);
-  const bool linkChanged = isNew && (view.code == kNoLink || (hasStatus && shown.code == kNoLink));
+  const bool isLost = isNew && view.code == kNoLink;
+  const bool isBack = hasStatus && shown.code == kNoLink && view.code == kWaiting;
   shown = view;
   hasStatus = true;
   meter.Update(view, App().HighResolutionSeconds());
@@ -267,9 +274,9 @@ void ConsoleFrontEnd::ShowStatus(const StatusView& view) {
     return;
   }
   const std::string line = PrintableText(KorText::Format(u"%s %s", ClockText(), view.line));
-  if (linkChanged && view.code == kNoLink)
+  if (isLost)
     PrintAlert(line);
-  else if (linkChanged)
+  else if (isBack)
     PrintLine(line);
   DrawLive();
 }
@@ -292,7 +299,7 @@ void ConsoleFrontEnd::ShowEndedJob(const EndedJob& job) {
   const KorText date = App().FormatDate(today);
   if (date != shownDate) Print(date);
   shownDate = date;
-  const std::string line = PrintableText(JobLine(job));
+  const std::string line = PrintableText(JobLine(job, ScreenColumns()));
   if (job.Failed())
     PrintAlert(line);
   else

@@ -89,6 +89,7 @@ class ConsoleFrontEnd : public FormDialog {
   void PrintLine(std::string_view line);
   void PrintAlert(std::string_view line); // red where that can be
   void Refresh();
+  std::size_t ScreenColumns() const;
   void EraseLive();
   void DrawLive();
   std::string TypedLine(std::size_t columns) const;

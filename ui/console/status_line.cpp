@@ -67,12 +67,21 @@ KorText Joined(const std::vector<Part>& parts) {
   return text;
 }
 
+// The end of a folder, from the beginning of a name where one is left whole.
+KorText CutFolder(const KorText& folder, std::size_t columns) {
+  const KorText cut = CutLeft(folder, columns);
+  if (cut == folder) return cut;
+  const std::size_t slash = cut.View().find_first_of(u"/\\");
+  const bool whole = slash != KorText::kNone && slash + 1 < cut.Length();
+  return whole ? KorText(kCut) + cut.Mid(slash) : cut;
+}
+
 // The folder takes what is left, and is worth nothing when hardly anything is.
 KorText WithFolder(const KorText& text, const KorText& folder, std::size_t room) {
   const std::size_t used = ColumnsOf(text) + kGap;
   const std::size_t left = room > used ? room - used : 0;
   if (left < std::min(kLeastFolder, ColumnsOf(folder)) || folder.IsEmpty()) return text;
-  return PadColumns(text, ColumnsOf(text) + kGap) + CutLeft(folder, left);
+  return PadColumns(text, ColumnsOf(text) + kGap) + CutFolder(folder, left);
 }
 
 KorText CountText(const StatusView& view) {
@@ -177,13 +186,13 @@ StatusWords TakeApart(const KorText& line, const KorText& fileName) {
           fileName.Left(nameStart)};
 }
 
-KorText JobLine(const EndedJob& job) {
+KorText JobLine(const EndedJob& job, std::size_t columns) {
   const StatusWords apart = TakeApart(job.line, job.fileName);
   KorText text =
       KorText::Format(u"%02i:%02i:%02i ", job.time.hour, job.time.minute, job.time.second);
   if (!apart.name.IsEmpty()) text += apart.name + u" ";
   text += apart.words;
-  return apart.folder.IsEmpty() ? text : text + u"  " + apart.folder;
+  return WithFolder(text, apart.folder, columns);
 }
 
 KorText LampText(const StatusView& view, bool dots) {
