@@ -28,18 +28,22 @@ KorFile::~KorFile() {
 
 bool KorFile::OpenSafe(std::uint32_t mode, bool compress) {
   if (IsOpen() || Name().IsEmpty() || (mode & (kFileRead | kFileAppend)) != 0) return false;
+  safeTarget = followsLinks ? App().LinkTarget(Name()) : Name();
+  if (safeTarget.IsEmpty()) return false;
   // Folders can't be replaced and devices must not be.
-  const std::optional<FileInfo> target = App().FileAttributes(Name());
-  if (target && !target->isFile) return false;
+  const std::optional<FileInfo> older = App().FileAttributes(safeTarget);
+  if (older && !older->isFile) return false;
   UseWriteCache(false);
   for (int attempt = 0; attempt < kAttempts && !IsOpen(); ++attempt) {
-    const KorText part = PartPath(Name());
+    const KorText part = PartPath(safeTarget);
     const bool taken = App().FileAttributes(part).has_value();
     if (!taken && !OpenStandIn(part, true, mode | kFileWrite | kFileNew)) break;
     // Someone who clears abandoned files may have taken it for one, just before it was locked.
     if (IsOpen() && !App().FileExists(part)) SimpleFile::Close();
   }
   safe = IsOpen();
+  // From the start: nobody reads half a file whom the whole one is kept from. Not every file system can.
+  if (safe && older) App().CopyAttributes(safeTarget, WorkingPath());
   compressOnCommit = compress;
   return safe;
 }
@@ -53,18 +57,18 @@ bool KorFile::Commit() {
 
 bool KorFile::CommitPart() {
   const KorText part = WorkingPath();
-  if (compressOnCommit) return CompressFile(part, Name(), false) == FileResult::Success;
+  if (compressOnCommit) return CompressFile(part, safeTarget, false) == FileResult::Success;
   // While it is open it is locked, and nobody takes it for abandoned; but not every system renames
   // an open file.
-  bool renamed = App().RenameFile(part, Name());
+  bool renamed = App().RenameFile(part, safeTarget);
   if (!renamed) {
     KeepWorkingFile();
-    renamed = SimpleFile::Close() && App().RenameFile(part, Name());
+    renamed = SimpleFile::Close() && App().RenameFile(part, safeTarget);
     if (!renamed) App().RemoveFile(part);
   }
   if (!renamed) return false;
   KeepWorkingFile();
-  const KorText folder = FolderOfPath(Name());
+  const KorText folder = FolderOfPath(safeTarget);
   App().SyncFolder(folder.IsEmpty() ? KorText(u".") : folder); // the target is whole either way
   return true;
 }
@@ -90,9 +94,9 @@ std::size_t RemoveAbandonedParts(const KorText& folder) {
       std::count_if(entries->begin(), entries->end(), [&](const FileEntry& entry) {
         if (entry.info.isFolder) return false;
         const KorText path = prefix + entry.name;
-        // The writer's lock: opening for writing fails while a living process holds the file. Held
-        // here while removing, so that no new writer gets the file.
-        auto lock = App().OpenFile(path, FileAccess::ReadWrite);
+        // The writer's lock: it can't be had while a living process holds the file. Held here while
+        // removing, so that no new writer gets the file.
+        auto lock = App().OpenFile(path, FileAccess::Claim);
         if (!lock) return false;
         if (App().RemoveFile(path)) return true;
         lock.reset(); // not every system removes an open file

@@ -144,11 +144,12 @@ bool SimpleFile::OpenOnce(std::uint32_t mode, bool refuseEmpty) {
   if (!access) return false;
   handle = App().OpenFile(workingPath, *access);
   if (!handle) return false;
-  size = handle->Size();
-  if (refuseEmpty && size == 0) {
+  const std::optional<std::uint64_t> length = handle->Size();
+  if (!length || (refuseEmpty && *length == 0)) {
     handle.reset();
     return false;
   }
+  size = *length;
   openMode = mode;
   if (HasBits(mode, kFileAppend)) position = size;
   if ((mode & (kFileWrite | kFileRead | kFileText)) == (kFileRead | kFileText)) StartReadCache();

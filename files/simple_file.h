@@ -195,8 +195,10 @@ class KorFile : public SimpleFile {
   ~KorFile() override; // discards what was not committed
 
   // Opens for writing beside the target, in the target's folder. The target is neither touched nor
-  // created before Commit. Every write goes to the operating system at once, so that a full disk
-  // shows by a short write; a caller that writes many small pieces turns the write cache on.
+  // created before Commit. The new file keeps the target's permissions, owner and group as far as the
+  // system allows it. Of a symbolic link, also to a file that does not exist yet, the file that it leads
+  // to is the target; the link stays. Every write goes to the operating system at once, so that a full
+  // disk shows by a short write; a caller that writes many small pieces turns the write cache on.
   // The mode is kFileWrite with any of the text bits. Compressed: Commit compresses.
   bool OpenSafe(std::uint32_t mode = kFileWrite, bool compress = false);
   // Flush, disk, rename over the target, disk for the folder. False when anything failed, also an
@@ -207,16 +209,22 @@ class KorFile : public SimpleFile {
   // Of a safe write: gives it up, as Discard.
   bool Close() override;
   bool IsSafe() const { return safe; }
+  // A link that bears the file's name is itself the target of a safe write, and gone after it: nothing
+  // outside the file's folder is touched. Not with compression. To be called before OpenSafe.
+  void ReplaceLinks() { followsLinks = false; }
 
  private:
   bool CommitPart();
 
   bool safe = false;
   bool compressOnCommit = false;
+  bool followsLinks = true;
+  KorText safeTarget; // what a safe write replaces
 };
 
 // Removes the files that writers left beside their targets when they were killed, and keeps those
-// that a living process still writes. Returns how many it removed.
+// that a living process still writes. Whatever else bears such a name, a link above all, stays, and so
+// does what it leads to. Returns how many it removed.
 std::size_t RemoveAbandonedParts(const KorText& folder);
 
 } // namespace kor

@@ -88,6 +88,8 @@ class PosixAppInterface : public AppInterface {
   bool RenameFile(const KorText& from, const KorText& to) override;
   bool MakeFolder(const KorText& path) override;
   bool RemoveFolder(const KorText& path) override;
+  KorText LinkTarget(const KorText& path) override;
+  bool CopyAttributes(const KorText& from, const KorText& to) override;
   bool SetFileModified(const KorText& path, FileTime modified) override;
   bool SyncFolder(const KorText& folder) override;
 

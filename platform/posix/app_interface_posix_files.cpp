@@ -4,10 +4,13 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <filesystem>
 #include <utility>
@@ -100,9 +103,10 @@ class PosixFile : public OsFile {
     return std::nullopt;
   }
 
-  std::uint64_t Size() override {
+  std::optional<std::uint64_t> Size() override {
     struct stat status {};
-    return Checked(::fstat(file, &status)) ? static_cast<std::uint64_t>(status.st_size) : 0;
+    if (!Checked(::fstat(file, &status))) return std::nullopt;
+    return static_cast<std::uint64_t>(status.st_size);
   }
 
   // A device that can't be synced (EINVAL) holds nothing back.
@@ -146,6 +150,8 @@ int FlagsOf(FileAccess access) {
     return kCommon | O_WRONLY | O_CREAT | O_APPEND;
   case FileAccess::CreateNew:
     return kCommon | O_WRONLY | O_CREAT | O_EXCL;
+  case FileAccess::Claim:
+    return kCommon | O_RDONLY | O_NOFOLLOW;
   }
   return kCommon | O_RDONLY;
 }
@@ -162,6 +168,7 @@ bool Prepare(int file, FileAccess access) {
   struct stat status {};
   if (!Checked(::fstat(file, &status))) return false;
   if (S_ISDIR(status.st_mode)) return Fail(EISDIR);
+  if (access == FileAccess::Claim && !S_ISREG(status.st_mode)) return Fail(EINVAL);
   if (!LockAs(file, access)) return false;
   const bool empties = access == FileAccess::Write && S_ISREG(status.st_mode);
   return !empties || Checked(::ftruncate(file, 0));
@@ -182,6 +189,25 @@ bool MakeNativeFolder(const std::string& path) {
   if (!MakeNativeFolder(path.substr(0, slash))) return false;
   // Another may have made it meanwhile.
   return ::mkdir(path.c_str(), 0777) == 0 || IsFolder(path) || Fail(errno);
+}
+
+// What a link says, or an empty text for what is no link.
+std::string ReadLink(const std::string& path) {
+  std::array<char, PATH_MAX> target;
+  const ssize_t length = ::readlink(path.c_str(), target.data(), target.size());
+  return length > 0 ? std::string(target.data(), static_cast<std::size_t>(length)) : std::string();
+}
+
+// An access list says more than the mode, whose group bits then are its mask.
+bool CopyPermissions(const std::string& from, const std::string& to, mode_t mode) {
+  constexpr const char* kAccessList = "system.posix_acl_access";
+  std::array<char, 0x1000> list;
+  const ssize_t length = ::getxattr(from.c_str(), kAccessList, list.data(), list.size());
+  if (length > 0)
+    return Checked(
+        ::setxattr(to.c_str(), kAccessList, list.data(), static_cast<std::size_t>(length), 0));
+  ::removexattr(to.c_str(), kAccessList); // the folder may have given it one
+  return Checked(::chmod(to.c_str(), mode));
 }
 
 struct CloseFolder {
@@ -263,6 +289,34 @@ bool PosixAppInterface::RemoveFolder(const KorText& path) {
   std::error_code error;
   std::filesystem::remove_all(native, error); // follows no links
   return !error || Fail(error.value());
+}
+
+KorText PosixAppInterface::LinkTarget(const KorText& path) {
+  constexpr int kMostLinks = 40; // as the system counts them
+  std::string native;
+  if (!ToNative(path, native)) return {};
+  for (int links = 0; links < kMostLinks; ++links) {
+    const std::string target = ReadLink(native);
+    if (target.empty()) return links == 0 ? path : KorText::FromUtf8(native);
+    native = target[0] == '/' ? target : native.substr(0, native.rfind('/') + 1) + target;
+  }
+  Fail(ELOOP);
+  return {};
+}
+
+bool PosixAppInterface::CopyAttributes(const KorText& from, const KorText& to) {
+  std::string nativeFrom, nativeTo;
+  struct stat status {};
+  if (!ToNative(from, nativeFrom) || !ToNative(to, nativeTo) ||
+      !Checked(::stat(nativeFrom.c_str(), &status)))
+    return false;
+  // Only root gives files away; anyone may give one to a group that he is in.
+  const char* file = nativeTo.c_str();
+  if (::chown(file, status.st_uid, status.st_gid) != 0 &&
+      ::chown(file, static_cast<uid_t>(-1), status.st_gid) != 0)
+    Fail(errno);
+  // Neither a program's nor a received file's content runs with another's rights.
+  return CopyPermissions(nativeFrom, nativeTo, status.st_mode & 0777);
 }
 
 bool PosixAppInterface::SetFileModified(const KorText& path, FileTime modified) {

@@ -181,8 +181,9 @@ std::vector<KorText> RegistryFile::SubKeys(const KorText& key) {
 std::optional<std::vector<KorText>> RegistryFile::Load() {
   if (!app.FileAttributes(path)) return std::vector<KorText>();
   const std::unique_ptr<OsFile> file = app.OpenFile(path, FileAccess::Read);
-  if (!file) return std::nullopt;
-  std::string bytes(static_cast<std::size_t>(file->Size()), '\0');
+  const auto size = file ? file->Size() : std::nullopt;
+  if (!size || *size > kLargestSettings) return std::nullopt;
+  std::string bytes(static_cast<std::size_t>(*size), '\0');
   if (file->Read({reinterpret_cast<std::uint8_t*>(bytes.data()), bytes.size()}) != bytes.size()) {
     return std::nullopt;
   }
@@ -199,13 +200,17 @@ bool RegistryFile::Save(const std::vector<KorText>& lines) {
   std::string bytes;
   for (const KorText& line : lines)
     bytes += line.ToUtf8() + "\n";
-  const KorText beside = path + u".new";
-  const std::unique_ptr<OsFile> file = app.OpenFile(beside, FileAccess::Write);
+  const KorText target = app.LinkTarget(path);
+  if (target.IsEmpty()) return false;
+  const KorText beside = target + u".new";
+  app.RemoveFile(beside); // what a killed program left, or a link that would lead elsewhere
+  const std::unique_ptr<OsFile> file = app.OpenFile(beside, FileAccess::CreateNew);
   if (!file) return false;
+  app.CopyAttributes(target, beside);
   const bool written = file->Write({reinterpret_cast<const std::uint8_t*>(bytes.data()),
                                     bytes.size()}) == bytes.size() &&
                        file->Sync();
-  if (file->Close() && written && app.RenameFile(beside, path)) return app.SyncFolder(folder);
+  if (file->Close() && written && app.RenameFile(beside, target)) return app.SyncFolder(folder);
   const std::uint32_t error = app.LastError();
   app.RemoveFile(beside);
   app.SetLastError(error);

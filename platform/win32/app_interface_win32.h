@@ -57,6 +57,8 @@ class Win32AppInterface : public AppInterface {
   bool RenameFile(const KorText& from, const KorText& to) override;
   bool MakeFolder(const KorText& path) override;
   bool RemoveFolder(const KorText& path) override;
+  KorText LinkTarget(const KorText& path) override;
+  bool CopyAttributes(const KorText& from, const KorText& to) override;
   bool SetFileModified(const KorText& path, FileTime modified) override;
   bool CanNameFile(const KorText& name) const override;
   bool FileNamesIgnoreCase() const override { return true; }

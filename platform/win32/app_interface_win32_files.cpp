@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <aclapi.h>
+
 #include <algorithm>
 #include <utility>
 
@@ -81,9 +83,10 @@ class Win32File : public OsFile {
     return std::nullopt;
   }
 
-  std::uint64_t Size() override {
+  std::optional<std::uint64_t> Size() override {
     LARGE_INTEGER size{};
-    return Checked(GetFileSizeEx(file, &size)) ? static_cast<std::uint64_t>(size.QuadPart) : 0;
+    if (!Checked(GetFileSizeEx(file, &size))) return std::nullopt;
+    return static_cast<std::uint64_t>(size.QuadPart);
   }
 
   bool Sync() override { return Checked(FlushFileBuffers(file)); }
@@ -130,6 +133,8 @@ OpenForm FormOf(FileAccess access) {
             FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_ALWAYS};
   case FileAccess::CreateNew:
     return {GENERIC_WRITE, FILE_SHARE_READ, CREATE_NEW};
+  case FileAccess::Claim:
+    return {GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE, OPEN_EXISTING};
   }
   return {GENERIC_READ, kShareAll, OPEN_EXISTING};
 }
@@ -142,6 +147,40 @@ HANDLE OpenNative(const std::wstring& path, const OpenForm& form, DWORD flags) {
 bool IsFolder(const std::wstring& path) {
   const DWORD attributes = GetFileAttributesW(path.c_str());
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+bool IsLink(const std::wstring& path) {
+  const DWORD attributes = GetFileAttributesW(path.c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
+struct FreeLocal {
+  void operator()(void* memory) const { LocalFree(memory); }
+};
+
+// The access list, with the entries that come from the folder again coming from the folder; owner and
+// group as far as the system lets them be given.
+bool CopySecurity(std::wstring from, std::wstring to) {
+  constexpr SECURITY_INFORMATION kNames = OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION;
+  PACL list = nullptr;
+  PSID owner = nullptr, group = nullptr;
+  PSECURITY_DESCRIPTOR read = nullptr;
+  const DWORD error =
+      GetNamedSecurityInfoW(from.data(), SE_FILE_OBJECT, kNames | DACL_SECURITY_INFORMATION, &owner,
+                            &group, &list, nullptr, &read);
+  if (error != ERROR_SUCCESS) return Fail(error);
+  const std::unique_ptr<void, FreeLocal> descriptor(read);
+  SetNamedSecurityInfoW(to.data(), SE_FILE_OBJECT, kNames, owner, group, nullptr, nullptr);
+  SECURITY_DESCRIPTOR_CONTROL control = 0;
+  DWORD revision = 0;
+  if (!Checked(GetSecurityDescriptorControl(read, &control, &revision))) return false;
+  const auto heirs = static_cast<SECURITY_INFORMATION>((control & SE_DACL_PROTECTED) != 0
+                                                           ? PROTECTED_DACL_SECURITY_INFORMATION
+                                                           : UNPROTECTED_DACL_SECURITY_INFORMATION);
+  const DWORD set =
+      SetNamedSecurityInfoW(to.data(), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION | heirs, nullptr,
+                            nullptr, list, nullptr);
+  return set == ERROR_SUCCESS || Fail(set);
 }
 
 struct CloseFind {
@@ -220,12 +259,15 @@ std::unique_ptr<OsFile> Win32AppInterface::OpenFile(const KorText& path, FileAcc
     Fail(ERROR_INVALID_NAME);
     return nullptr;
   }
-  const HANDLE handle = OpenNative(native, FormOf(access), FILE_ATTRIBUTE_NORMAL);
+  const bool claims = access == FileAccess::Claim;
+  const HANDLE handle = OpenNative(native, FormOf(access),
+                                   claims ? FILE_FLAG_OPEN_REPARSE_POINT : FILE_ATTRIBUTE_NORMAL);
   if (handle == INVALID_HANDLE_VALUE) {
     Fail(GetLastError());
     return nullptr;
   }
   auto file = std::make_unique<Win32File>(handle, *this);
+  if (claims && IsLink(native) && !Fail(ERROR_INVALID_NAME)) return nullptr;
   // Emptied here, not by the call that opens: that one refuses hidden files.
   if (access == FileAccess::Write && !Checked(SetEndOfFile(handle))) return nullptr;
   return file;
@@ -287,6 +329,30 @@ bool Win32AppInterface::RemoveFolder(const KorText& path) {
     return Checked(RemoveDirectoryW(native.c_str()));
   }
   return RemoveNativeFolder(native);
+}
+
+KorText Win32AppInterface::LinkTarget(const KorText& path) {
+  std::wstring native;
+  if (!ToNative(path, native) || IsDevice(native) || !IsLink(native)) return path;
+  constexpr OpenForm kForm = {0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                              OPEN_EXISTING};
+  const HANDLE handle = OpenNative(native, kForm, FILE_FLAG_BACKUP_SEMANTICS); // follows
+  if (handle == INVALID_HANDLE_VALUE) return path;
+  Win32File file(handle, *this);
+  std::wstring target(GetFinalPathNameByHandleW(handle, nullptr, 0, FILE_NAME_NORMALIZED), L'\0');
+  target.resize(GetFinalPathNameByHandleW(handle, target.data(), static_cast<DWORD>(target.size()),
+                                          FILE_NAME_NORMALIZED));
+  return target.empty() ? path : FromWide(target);
+}
+
+bool Win32AppInterface::CopyAttributes(const KorText& from, const KorText& to) {
+  std::wstring nativeFrom, nativeTo;
+  if (!ToNative(from, nativeFrom) || !ToNative(to, nativeTo)) return false;
+  const DWORD attributes = GetFileAttributesW(nativeFrom.c_str());
+  if (attributes == INVALID_FILE_ATTRIBUTES) return Fail(GetLastError());
+  const bool copied = CopySecurity(nativeFrom, nativeTo);
+  const DWORD kept = attributes & (FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM);
+  return Checked(SetFileAttributesW(nativeTo.c_str(), kept | FILE_ATTRIBUTE_ARCHIVE)) && copied;
 }
 
 bool Win32AppInterface::SetFileModified(const KorText& path, FileTime modified) {

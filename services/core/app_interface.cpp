@@ -53,14 +53,14 @@ std::uint64_t NextRandom(std::uint64_t& state) {
 
 bool CopyContent(OsFile& from, OsFile& to) {
   std::vector<std::uint8_t> block(kCopyBlock);
-  std::uint64_t left = from.Size();
-  while (left > 0) {
-    const std::size_t wanted = static_cast<std::size_t>(std::min<std::uint64_t>(left, kCopyBlock));
+  std::optional<std::uint64_t> left = from.Size();
+  while (left.value_or(0) > 0) {
+    const std::size_t wanted = static_cast<std::size_t>(std::min<std::uint64_t>(*left, kCopyBlock));
     const std::span<std::uint8_t> part(block.data(), wanted);
     if (from.Read(part) != wanted || to.Write(part) != wanted) return false;
-    left -= wanted;
+    *left -= wanted;
   }
-  return true;
+  return left.has_value();
 }
 
 } // namespace
@@ -447,6 +447,7 @@ bool AppInterface::DuplicateFile(const KorText& from, const KorText& to) {
   const KorText copyPath = to + KorText::Format(u".%u.tmp", NextTemporaryNumber());
   const std::unique_ptr<OsFile> copy = OpenFile(copyPath, FileAccess::CreateNew);
   if (!copy) return false;
+  CopyAttributes(from, copyPath); // not every file system can
   const bool copied = CopyContent(*source, *copy) && copy->Sync();
   if (copy->Close() && copied && SetFileModified(copyPath, info->modified) &&
       RenameFile(copyPath, to)) {

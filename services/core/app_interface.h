@@ -83,6 +83,7 @@ enum class FileAccess {
   ReadWrite, // created when missing, content kept, reading and writing
   Append,    // created when missing, every write goes to the end
   CreateNew, // must not exist yet, writing
+  Claim,     // existing plain file and no link to one, reading; held as if for writing
 };
 
 // An open file of the platform. Closes itself when destroyed. One thread at a time.
@@ -95,12 +96,15 @@ class OsFile {
   // Moves to the offset, or to the end plus the offset (negative: before the end). New position from
   // the start, in bytes; std::nullopt, after a debug warning, when the platform refuses.
   virtual std::optional<std::uint64_t> Seek(std::int64_t offset, bool fromEnd) = 0;
-  virtual std::uint64_t Size() = 0;
+  virtual std::optional<std::uint64_t> Size() = 0; // std::nullopt when the platform can't tell
   // Hands the content to the disk (fsync, FlushFileBuffers).
   virtual bool Sync() = 0;
   // False when the platform reports a late write error.
   virtual bool Close() = 0;
 };
+
+// Bytes; a larger file is no settings file of any kind.
+inline constexpr std::uint64_t kLargestSettings = 16u << 20;
 
 // Types of GetApplicationPropertyPath and GetApplicationPropertyString.
 enum PropertyType : int {
@@ -234,6 +238,14 @@ class AppInterface {
   virtual bool DuplicateFile(const KorText& from, const KorText& to);
   virtual bool MakeFolder(const KorText& path) = 0;   // with all missing parents; true if it exists
   virtual bool RemoveFolder(const KorText& path) = 0; // with its contents
+  // The path that a path leads to when it names a symbolic link, also to a file that does not exist yet
+  // (Windows: only to one that does); the path itself when it names none. Empty when the links go round
+  // in a circle.
+  virtual KorText LinkTarget(const KorText& path) = 0;
+  // Gives a file the permissions of another, and its owner and group where the system allows it.
+  // Windows: the access list, and hidden and system. False when the permissions could not be set, also
+  // when there is no file to take them from.
+  virtual bool CopyAttributes(const KorText& from, const KorText& to) = 0;
   virtual bool SetFileModified(const KorText& path, FileTime modified) = 0;
   // Entries of a folder, in no order, without "." and ".."; std::nullopt when it can't be read. With an
   // ending only those whose names end so (see FileNamesIgnoreCase): asking the system about each

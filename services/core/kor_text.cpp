@@ -394,6 +394,15 @@ KorText KorText::FromUtf8(std::string_view utf8) {
   return KorText(std::move(text));
 }
 
+bool KorText::IsUtf8(std::string_view bytes) {
+  while (!bytes.empty()) {
+    const std::size_t length = DecodeUtf8(bytes).length;
+    if (length == 0) return false;
+    bytes.remove_prefix(length);
+  }
+  return true;
+}
+
 std::string KorText::ToBytes() const {
   std::string bytes(chars.size(), '\0');
   std::transform(chars.begin(), chars.end(), bytes.begin(),

@@ -68,6 +68,8 @@ class KorText {
   // UTF-8. A byte that is no part of valid UTF-8 becomes U+DC80 to U+DCFF (0xDC00 + byte), so that
   // every POSIX file name survives the way through KorText and back.
   static KorText FromUtf8(std::string_view utf8);
+  // Whether all bytes are valid UTF-8; plain ASCII is.
+  static bool IsUtf8(std::string_view bytes);
   // The low byte of each character; a character above 255 becomes "?".
   std::string ToBytes() const;
   // UTF-8; lone U+DC80 to U+DCFF become the byte they stand for, other lone surrogates U+FFFD.

@@ -245,6 +245,21 @@ TEST_F(RegistryFileTest, StaysWholeWhateverGoesWrong) {
   }
 }
 
+TEST_F(RegistryFileTest, KeepsItsPermissionsAndFollowsItsLink) {
+  const std::string folder = app.Path(u"settings/").ToUtf8();
+  app.Put(app.Path(u"far/registry"), u"");
+  std::filesystem::create_symlink("../far/registry", folder + "registry.ini");
+  std::filesystem::create_symlink("../far/not yet", folder + "registry.ini.new");
+  std::filesystem::create_symlink("not yet", app.Path(u"far/registry.new").ToUtf8());
+  ASSERT_EQ(::chmod(app.Path(u"far/registry").ToUtf8().c_str(), 0640), 0);
+  EXPECT_TRUE(RegistryFile(app).Write(key, u"Value", u"v"));
+  EXPECT_TRUE(std::filesystem::is_symlink(folder + "registry.ini"));
+  EXPECT_EQ(app.Names(app.Path(u"far")), std::vector<KorText>{u"registry"});
+  EXPECT_TRUE(app.Content(app.Path(u"far/registry"))->Contains(u"Value=v"));
+  EXPECT_EQ(std::filesystem::status(app.Path(u"far/registry").ToUtf8()).permissions(),
+            std::filesystem::perms(0640));
+}
+
 TEST_F(RegistryFileTest, LosesNothingToAnotherWriter) {
   std::vector<std::thread> threads;
   for (int i = 0; i < 4; ++i) {

@@ -114,6 +114,22 @@ TEST_F(PlatformFilesTest, RenamesOverAnExistingFile) {
   EXPECT_FALSE(app.ErrorText(app.LastError()).EndsWith(u"\n"));
 }
 
+TEST_F(PlatformFilesTest, ClaimsOnlyAPlainFileThatNobodyWrites) {
+  EXPECT_EQ(app.OpenFile(path, FileAccess::Claim), nullptr);
+  EXPECT_FALSE(app.FileExists(path)) << "claiming makes nothing";
+  EXPECT_EQ(app.OpenFile(app.Path(u"data"), FileAccess::Claim), nullptr);
+  auto writer = app.OpenFile(path, FileAccess::Write);
+  EXPECT_EQ(app.OpenFile(path, FileAccess::Claim), nullptr);
+  writer.reset();
+  const auto claim = app.OpenFile(path, FileAccess::Claim);
+  ASSERT_TRUE(claim);
+  EXPECT_EQ(app.OpenFile(path, FileAccess::ReadWrite), nullptr);
+  EXPECT_EQ(app.LinkTarget(path), path);
+  app.Put(app.Path(u"data/other"), u"x");
+  EXPECT_TRUE(app.CopyAttributes(path, app.Path(u"data/other")));
+  EXPECT_FALSE(app.CopyAttributes(app.Path(u"data/missing"), path));
+}
+
 TEST_F(PlatformFilesTest, MakesListsAndRemovesFolders) {
   const KorText deep = app.Path(u"a/b c/\u4E2D/");
   EXPECT_TRUE(app.MakeFolder(deep));

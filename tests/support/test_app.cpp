@@ -52,7 +52,9 @@ class TestFile : public OsFile {
     return real->Seek(offset, fromEnd);
   }
 
-  std::uint64_t Size() override { return real->Size(); }
+  std::optional<std::uint64_t> Size() override {
+    return app.failSize ? std::nullopt : real->Size();
+  }
 
   bool Sync() override {
     if (!app.MayChange()) return false;
@@ -109,7 +111,7 @@ TestApp::~TestApp() {
 std::optional<KorText> TestApp::Content(const KorText& path) {
   const std::unique_ptr<OsFile> file = PlatformAppInterface::OpenFile(path, FileAccess::Read);
   if (!file) return std::nullopt;
-  std::string bytes(static_cast<std::size_t>(file->Size()), '\0');
+  std::string bytes(static_cast<std::size_t>(file->Size().value_or(0)), '\0');
   bytes.resize(file->Read({reinterpret_cast<std::uint8_t*>(bytes.data()), bytes.size()}));
   return KorText::FromBytes(bytes);
 }
@@ -281,7 +283,7 @@ void TestApp::CutPowerAfter(std::optional<int> changes) {
 }
 
 void TestApp::ClearFaults() {
-  failSync = failClose = failRename = false;
+  failSync = failClose = failRename = failSize = false;
   CutPowerAfter(std::nullopt);
   Lock lock(testMutex);
   refused.clear();
@@ -337,6 +339,10 @@ bool TestApp::RenameFile(const KorText& from, const KorText& to) {
   if (!failRename) return MayChange() && PlatformAppInterface::RenameFile(from, to);
   SetLastError(kAccessDenied);
   return false;
+}
+
+bool TestApp::CopyAttributes(const KorText& from, const KorText& to) {
+  return MayChange() && PlatformAppInterface::CopyAttributes(from, to);
 }
 
 bool TestApp::MakeFolder(const KorText& path) {

@@ -61,6 +61,7 @@ class TestApp : public PlatformAppInterface {
   void FailSync(bool fail) { failSync = fail; }
   void FailClose(bool fail) { failClose = fail; }
   void FailRename(bool fail) { failRename = fail; }
+  void FailSize(bool fail) { failSize = fail; } // files open, but don't tell how long they are
   // The changes that succeed before the power goes; from then on every change fails. A change is
   // making, writing to, syncing, closing after writing, renaming or removing a file or folder.
   void CutPowerAfter(std::optional<int> changes);
@@ -103,6 +104,7 @@ class TestApp : public PlatformAppInterface {
   std::unique_ptr<OsFile> OpenFile(const KorText& path, FileAccess access) override;
   bool RemoveFile(const KorText& path) override;
   bool RenameFile(const KorText& from, const KorText& to) override;
+  bool CopyAttributes(const KorText& from, const KorText& to) override;
   bool MakeFolder(const KorText& path) override;
   bool RemoveFolder(const KorText& path) override;
 
@@ -130,7 +132,7 @@ class TestApp : public PlatformAppInterface {
   KorText userName = u"tester";
   KorText userLanguage = u"en-GB";
   std::map<KorText, KorText> environment;
-  std::atomic<bool> failSync = false, failClose = false, failRename = false;
+  std::atomic<bool> failSync = false, failClose = false, failRename = false, failSize = false;
   std::atomic<int> changeCount = 0;
 
   Mutex testMutex;

@@ -16,7 +16,9 @@ std::string Failure(const KorText& path) {
 std::string LoadProgram(const KorText& path, std::string& content) {
   const auto file = App().OpenFile(path, FileAccess::Read);
   if (!file) return Failure(path);
-  content.resize(static_cast<std::size_t>(file->Size()));
+  const auto size = file->Size();
+  if (!size) return Failure(path);
+  content.resize(static_cast<std::size_t>(*size));
   const std::span bytes(reinterpret_cast<std::uint8_t*>(content.data()), content.size());
   if (file->Read(bytes) != content.size()) return Failure(path);
   return {};
