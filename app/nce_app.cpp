@@ -188,9 +188,9 @@ void NCEApp::OnDownloadRequest(const KorText& line) {
   DelayDownload();
 }
 
-bool NCEApp::OpenProgram(const KorText& path) {
+NcProgram::Result NCEApp::OpenProgram(const KorText& path) {
   board.SetFileName(path);
-  return NamesFile(numberText) && ReadProgram(path);
+  return NamesFile(numberText) ? ReadProgram(path) : NcProgram::Result::CantOpen;
 }
 
 void NCEApp::StartDownload() {
@@ -199,9 +199,11 @@ void NCEApp::StartDownload() {
   frameText.clear(); // a refusal before the first frame must not bring back the program before
   nakCount = 0;
   const KorText folder = link.downloadPath;
-  const bool found = (model500 && OpenProgram(MakeModel500FileName(folder))) ||
-                     OpenProgram(MakePcFileName(folder));
-  if (!found) {
+  auto opened = NcProgram::Result::CantOpen;
+  if (model500) opened = OpenProgram(MakeModel500FileName(folder));
+  // Only where there is no such file: one that is refused must not bring another program.
+  if (opened == NcProgram::Result::CantOpen) opened = OpenProgram(MakePcFileName(folder));
+  if (opened != NcProgram::Result::Read) {
     SetStatus(LinkStatus::DownloadCantOpen);
     UpdateStatus();
     Reply(KorText::Format(u"%%%% File %s not found on Host Computer", numberText));
@@ -235,6 +237,7 @@ void NCEApp::OnAcknowledge() {
                           numberText.ToInteger()));
     break;
   case LinkStatus::DirectoryListing:
+  case LinkStatus::DirectoryError: // the list is empty
     SendDirectoryPage();
     break;
   case LinkStatus::DownloadCompleted:
@@ -306,10 +309,15 @@ void NCEApp::LoadNextSequentialFile() {
     return;
   }
   const KorText path = link.downloadPath + *next + u"." + link.fileExtension;
-  const bool found = App().FileExists(path) && ReadProgram(path);
-  if (!found) {
+  const NcProgram::Result opened = ReadProgram(path);
+  if (opened == NcProgram::Result::CantOpen) {
     EndDownload();
     ShowTitle(numberText); // intended: without the model name, as for the files of a chain
+    return;
+  }
+  if (opened != NcProgram::Result::Read) { // the end mark would say that all is there
+    board.SetFileName(path);
+    BreakOffDownload();
     return;
   }
   numberText = *next;
@@ -339,7 +347,7 @@ void NCEApp::OnRefuse() {
 bool NCEApp::LoadTransfer(const KorText& path, std::int64_t& size) {
   frameText.clear();
   nakCount = 0;
-  if (!ReadProgram(path)) return false;
+  if (ReadProgram(path) != NcProgram::Result::Read) return false;
   size = static_cast<std::int64_t>(program.FileSize());
   return true;
 }
@@ -415,7 +423,12 @@ void NCEApp::OnDirectoryRequest() {
   SetStatus(LinkStatus::DirectoryListing);
   UpdateStatus();
   Reply(u"Directory of Host Computer\nSelect File. &DH");
-  directoryList = ListNcFiles(link.downloadPath, link.fileExtension);
+  auto list = ListNcFiles(link.downloadPath, link.fileExtension);
+  if (!list) {
+    SetStatus(LinkStatus::DirectoryError);
+    UpdateStatus();
+  }
+  directoryList = std::move(list).value_or(std::vector<KorText>());
   directoryRemaining = directoryList.size();
 }
 

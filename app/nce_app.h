@@ -67,7 +67,7 @@ class NCEApp : public DownloadApp {
   KorText MakePcFileName(const KorText& folder);
   KorText MakeModel500FileName(const KorText& folder);
   void ApplyHybridNumber();
-  bool OpenProgram(const KorText& path);
+  NcProgram::Result OpenProgram(const KorText& path);
   std::string NextBlock();
   void SendNextFrame();
   void SendFrameOrEnd();

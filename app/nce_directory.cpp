@@ -11,9 +11,14 @@ namespace {
 constexpr std::size_t kEntriesPerPage = 4;
 constexpr std::size_t kNameColumns = 8;
 
+// Both ranges: on a line of 7 data bits the upper one is the lower one.
+bool IsControl(char16_t c) {
+  return c < u' ' || (c >= 0x7F && c < 0xA0);
+}
+
 bool IsListed(const FileEntry& entry) {
-  return !entry.info.isFolder && !entry.info.isHidden && !entry.info.isSystem &&
-         entry.info.size > 0;
+  return std::ranges::none_of(entry.name.View(), IsControl) && !entry.info.isFolder &&
+         !entry.info.isHidden && !entry.info.isSystem && entry.info.size > 0;
 }
 
 // Without what stands from the last "." on.
@@ -23,10 +28,10 @@ KorText WithoutExtension(const KorText& name) {
 
 } // namespace
 
-std::vector<KorText> ListNcFiles(const KorText& folder, const KorText& extension) {
+std::optional<std::vector<KorText>> ListNcFiles(const KorText& folder, const KorText& extension) {
   std::vector<KorText> names;
   const auto entries = App().ListFolder(folder, u"." + extension);
-  if (!entries) return names;
+  if (!entries) return std::nullopt;
   for (const FileEntry& entry : *entries)
     if (IsListed(entry)) names.push_back(entry.name);
   std::sort(names.begin(), names.end(), [](const KorText& a, const KorText& b) {

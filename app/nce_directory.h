@@ -1,6 +1,7 @@
 // The host's file list as the controller pages through it.
 #pragma once
 
+#include <optional>
 #include <vector>
 
 #include "services/core/kor_text.h"
@@ -8,9 +9,10 @@
 namespace kor {
 
 // Names of the folder's files that match "*." + extension, sorted by name without regard to case. Left
-// out: folders, hidden and system files, empty files. The extension is compared as the platform's file
-// search does it. An unreadable folder gives an empty list.
-std::vector<KorText> ListNcFiles(const KorText& folder, const KorText& extension);
+// out: folders, hidden and system files, empty files, and names with control characters, which would act
+// on the line and can't be asked for. The extension is compared as the platform's file search does it.
+// std::nullopt: the folder is missing or can't be read.
+std::optional<std::vector<KorText>> ListNcFiles(const KorText& folder, const KorText& extension);
 
 // Up to four entries from list[at] on, each as index (from 1, two columns), "|", the name without its
 // extension in at least eight columns, and a blank; at moves past them. "]" when none is left.

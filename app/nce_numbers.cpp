@@ -60,6 +60,7 @@ KorText Model500Name(const KorText& requestText) {
 std::optional<KorText> NextNumber(const KorText& number, const SpecialFeatures& features,
                                   std::int32_t lastSheet) {
   const std::int64_t next = std::int64_t{number.ToInteger()} + 1;
+  if (next > INT32_MAX) return std::nullopt;
   if (features.hybridNumber == 0) return KorText::Format(u"%i", next);
   if (next > lastSheet) return std::nullopt;
   return PaddedFront(KorText::Format(u"%i", next), kSheetDigits);

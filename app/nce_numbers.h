@@ -35,7 +35,8 @@ HybridNumber SplitHybridNumber(KorText number);
 KorText Model500Name(const KorText& requestText);
 
 // The number that follows in an autoload chain, without leading zeros (five digits with hybridNumber);
-// std::nullopt after the last sheet.
+// std::nullopt after the last sheet and where no 32-bit number
+// follows.
 std::optional<KorText> NextNumber(const KorText& number, const SpecialFeatures& features,
                                   std::int32_t lastSheet);
 

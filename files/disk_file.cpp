@@ -680,6 +680,7 @@ bool LoadObject(const KorText& path, Storable& object, const RecordFileOptions& 
   file.ReportErrors(options.report);
   file.SetProgress(options.progress);
   if (!file.Open(kFileRead, false, options.compressed)) return false;
+  if (options.largest != 0 && file.Size() > options.largest) return false;
   VoidBuffer before = TakeImage(object, options.format);
   if (ReadWhole(file, object)) return true;
   RestoreImage(std::move(before), object, options.format);

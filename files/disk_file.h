@@ -250,6 +250,7 @@ struct RecordFileOptions {
   bool compressed = false; // reading then takes plain files, too
   bool report = true;      // errors go to App()
   ProgressInfo progress;
+  std::uint64_t largest = 0; // bytes; a larger file is not read. 0: any
 };
 // Reads the object of a file. False when the file can't be opened, holds no object of that class, or
 // has an error; the object's stored fields are then what they were before.

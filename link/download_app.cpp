@@ -3,6 +3,8 @@
 #include <algorithm>
 
 #include "files/member.h"
+#include "files/paths.h"
+#include "link/profile_file.h"
 #include "services/core/app_interface.h"
 #include "services/core/text_lookup.h"
 
@@ -151,10 +153,12 @@ void DownloadApp::LoadSettingsOrProfile() {
     ShowPortNotKept();
 }
 
-// A text profile in the record's place, as on the first start, is no failure worth a word.
+// A text profile in the record's place, as on the first start, is no failure worth a word. Of a file too
+// large for both, reading the profile says so.
 bool DownloadApp::LoadSettings() {
   RecordFileOptions options;
   options.report = false;
+  options.largest = ProfileFile::kLargestProfile;
   return LoadObject(settingsPath, *this, options);
 }
 
@@ -220,7 +224,8 @@ void DownloadApp::Transfer(DiskFile& file) {
 // file behind.
 void DownloadApp::RemoveAbandoned() {
   for (const KorText& folder :
-       {settings.uploadPath, App().GetApplicationPropertyPath(kSettingsFolder)})
+       {settings.uploadPath, App().GetApplicationPropertyPath(kSettingsFolder),
+        FolderOfPath(App().LinkTarget(settingsPath))})
     if (!folder.IsEmpty()) RemoveAbandonedParts(folder);
 }
 
@@ -561,7 +566,8 @@ void DownloadApp::StartSend(const KorText& path) {
 
 bool DownloadApp::LoadTransfer(const KorText& path, std::int64_t& size) {
   SimpleFile file(path);
-  const auto bytes = file.Open(kFileRead) ? file.ReadAll() : std::nullopt;
+  const bool opened = NcProgram::Open(file) == NcProgram::Result::Read;
+  const auto bytes = opened ? file.ReadAll() : std::nullopt;
   if (!bytes) return false;
   size = static_cast<std::int64_t>(bytes->size());
   channel.SetSendSource(std::string(bytes->begin(), bytes->end()));
@@ -679,6 +685,7 @@ bool DownloadApp::OpenUpload(const KorText& path) {
   const auto existing = App().FileAttributes(path);
   if (existing && (existing->isFolder || existing->isSystem || existing->isReadOnly)) return false;
   auto file = std::make_unique<KorFile>(path);
+  file->ReplaceLinks();
   if (!file->OpenSafe(kFileWrite)) return false;
   // A download that waits for its delay would break into the upload.
   timers.Delete(kDownloadTimer);
@@ -700,11 +707,18 @@ void DownloadApp::DiscardUpload() {
   upload.reset();
 }
 
-bool DownloadApp::ReadProgram(const KorText& path) {
+NcProgram::Result DownloadApp::ReadProgram(const KorText& path) {
+  using enum NcProgram::Result;
   const NcProgram::Result result = program.Read(path);
-  if (result == NcProgram::Result::LineTooLong)
-    ShowMessage(u"Error", LookUpText(15320, u"Not a valid ASCII file."), MessageStyle::Exclamation);
-  return result == NcProgram::Result::Read;
+  KorText why;
+  if (result == LineTooLong) why = LookUpText(15320, u"Not a valid ASCII file.");
+  if (result == Damaged)
+    why = KorText::Format(
+        LookUpText(15450, u"\"%s\" is damaged or can't be read in full: it was not sent."), path);
+  if (result == TooLarge)
+    why = KorText::Format(LookUpText(15451, u"\"%s\" is too large: it was not read."), path);
+  if (!why.IsEmpty()) ShowMessage(u"Error", why, MessageStyle::Exclamation);
+  return result;
 }
 
 // --- Line tests and logs -------------------------------------------------------------------------------

@@ -138,7 +138,7 @@ class DownloadApp : public Storable, protected ChannelHost {
   bool CommitUpload();
   void DiscardUpload();
   // Reads the file's lines; false (with a message when a line is too long) leaves the program empty.
-  bool ReadProgram(const KorText& path);
+  NcProgram::Result ReadProgram(const KorText& path);
   void FinishManualJob();
   // A transfer that can't go on: a part of an upload is removed, its job logged as failed.
   void AbandonExchange();

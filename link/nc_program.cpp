@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "files/simple_file.h"
+#include "files/container_layout.h"
 
 namespace kor {
 
@@ -31,23 +31,51 @@ void NarrowUtf8(std::vector<std::uint8_t>& bytes) {
   bytes.resize(to);
 }
 
+// A container that was cut inside its signature: more than half of the signature's fixed bytes, and no
+// more than a part of it.
+bool IsCutSignature(SimpleFile& file) {
+  constexpr std::size_t kEnough = 12;
+  Signature header;
+  const std::size_t count = file.Read(header);
+  return count >= kEnough && count < kSignatureSize &&
+         std::equal(header.begin(), header.begin() + kEnough, ContainerSignature(2005).begin());
+}
+
+std::uint64_t MarkSize(TextEncoding encoding) {
+  return encoding == TextEncoding::Utf8 ? 3 : encoding == TextEncoding::Utf16 ? 2 : 0;
+}
+
 } // namespace
 
 void NcProgram::Clear() {
   *this = NcProgram();
 }
 
+NcProgram::Result NcProgram::Open(SimpleFile& file, std::uint32_t mode) {
+  if (!App().FileExists(file.Name()) || !file.Open(kFileRead)) return Result::CantOpen;
+  if (std::max(file.Size(), InflatedSize(file)) > kLargest) return Result::TooLarge;
+  const bool plain = file.Size() < kSignatureSize;
+  if (plain && IsCutSignature(file)) return Result::Damaged;
+  file.Close();
+  if (!file.Open(mode, false, !plain)) return Result::Damaged;
+  file.Seek(0); // in memory, looking for the mark has taken bytes whatever they were
+  return Result::Read;
+}
+
 NcProgram::Result NcProgram::Read(const KorText& path) {
   Clear();
   SimpleFile file(path);
-  if (!file.Open(kFileRead | kFileText)) return Result::CantOpen;
+  const Result opened = Open(file, kFileRead | kFileText);
+  if (opened != Result::Read) return opened;
   const std::uint64_t size = file.Size();
-  if (file.Encoding() == TextEncoding::EightBit) file.Seek(0);
+  const TextEncoding encoding = file.Encoding();
+  file.Seek(MarkSize(encoding));
   auto content = file.ReadAll();
-  if (!content) return Result::CantOpen;
+  if (!content) return Result::Damaged;
+  file.Close();
   bytes = std::move(*content);
-  if (file.Encoding() == TextEncoding::Utf16) NarrowUtf16(bytes);
-  if (file.Encoding() == TextEncoding::Utf8) NarrowUtf8(bytes);
+  if (encoding == TextEncoding::Utf16) NarrowUtf16(bytes);
+  if (encoding == TextEncoding::Utf8) NarrowUtf8(bytes);
   if (!CountLines()) {
     Clear();
     return Result::LineTooLong;

@@ -1,5 +1,5 @@
 // NcProgram: an NC file read into memory, handed out line by line. One copy of the bytes is held, no
-// index: a program of 100 MB takes 100 MB. Worker's thread.
+// index: a program of 100 MB takes 100 MB, a compressed one twice that while it is read. Worker's thread.
 #pragma once
 
 #include <cstdint>
@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "files/simple_file.h"
 #include "services/core/kor_text.h"
 
 namespace kor {
@@ -16,7 +17,15 @@ class NcProgram {
   // A longer line, in characters, is no NC program.
   static constexpr std::size_t kLongestLine = 24576;
 
-  enum class Result { Read, CantOpen, LineTooLong };
+  // More bytes, inflated ones of a compressed file, would take weeks on the line, and all memory first.
+  static constexpr std::uint64_t kLargest = 1u << 30;
+
+  // All but Read and CantOpen: the file is there, but nothing of it may be sent.
+  enum class Result { Read, CantOpen, LineTooLong, Damaged, TooLarge };
+
+  // Opens a closed file at its first byte, its mark included; of a compressed file, what it holds. What
+  // is no plain file can't be opened.
+  static Result Open(SimpleFile& file, std::uint32_t mode = kFileRead);
 
   // Lines end at LF, CR LF or a lone CR (which could not travel: it ends a frame). An 8-bit file's bytes
   // are kept as they are; of a file with a UTF-8 or UTF-16 mark each character becomes one byte, "?"
@@ -24,7 +33,7 @@ class NcProgram {
   Result Read(const KorText& path);
   void Clear();
 
-  std::uint64_t FileSize() const { return fileSize; } // bytes on disk
+  std::uint64_t FileSize() const { return fileSize; } // bytes; of a compressed file, inflated
   std::size_t LineCount() const { return lineCount; }
   // The next line, without its end; std::nullopt after the last. Valid until the next Read or Clear.
   std::optional<std::string_view> NextLine();

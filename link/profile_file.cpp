@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "files/simple_file.h"
+#include "services/core/text_lookup.h"
 
 namespace kor {
 
@@ -52,12 +53,19 @@ KorText Decoded(std::span<const std::uint8_t> bytes) {
   if (starts({0xFF, 0xFE})) return FromUtf16(bytes.subspan(2), false);
   if (starts({0xFE, 0xFF})) return FromUtf16(bytes.subspan(2), true);
   const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-  return starts({0xEF, 0xBB, 0xBF}) ? KorText::FromUtf8(text.substr(3)) : KorText::FromBytes(text);
+  if (starts({0xEF, 0xBB, 0xBF})) return KorText::FromUtf8(text.substr(3));
+  return KorText::IsUtf8(text) ? KorText::FromUtf8(text) : KorText::FromBytes(text);
 }
 
 KorText ContentOf(const KorText& path) {
   SimpleFile file(path);
-  if (!file.Open(kFileRead) || file.Size() > ProfileFile::kLargestProfile) return {};
+  if (!file.Open(kFileRead)) return {};
+  if (file.Size() > ProfileFile::kLargestProfile) {
+    const KorText why =
+        LookUpText(15452, u"The file is too large to be a settings file: it was not read.");
+    App().Report({MessageLevel::Warn, path, why, {}, 0});
+    return {};
+  }
   const std::optional<std::vector<std::uint8_t>> bytes = file.ReadAll();
   return bytes ? Decoded(*bytes) : KorText();
 }

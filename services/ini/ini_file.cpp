@@ -11,8 +11,20 @@ namespace {
 
 constexpr int kTextUnableToWrite = 240;
 
-bool NeedsUnicode(const KorText* line) {
-  return std::ranges::any_of(line->View(), [](char16_t c) { return c > 0xFF; });
+bool IsWide(char16_t c) {
+  return c > 0xFF;
+}
+
+bool HasHighBytes(std::string_view bytes) {
+  return std::ranges::any_of(bytes, [](char c) { return static_cast<unsigned char>(c) > 0x7F; });
+}
+
+void Warn(const KorText& path, const KorText& text) {
+  MessageRecord record;
+  record.level = MessageLevel::Warn;
+  record.info = path;
+  record.message = text;
+  App().Report(record);
 }
 
 } // namespace
@@ -24,6 +36,7 @@ void iniFile::Add(std::unique_ptr<iniStruct> item) {
 void iniFile::Release() {
   lines.Clear();
   encoding = TextEncoding::EightBit;
+  unmarkedUtf8 = false;
   loaded = false;
 }
 
@@ -37,14 +50,31 @@ bool iniFile::Load(bool /*report*/) {
   if (path.IsEmpty()) return false;
   SimpleFile file(path);
   if (!file.Open(kFileRead | kFileText)) return false;
-  encoding = file.Encoding();
-  KorText line;
-  while (file.ReadLine(line))
-    lines.Append(std::move(line));
+  if (file.Size() > kLargestSettings) {
+    Warn(path, LookUpText(15452, u"The file is too large to be a settings file: it was not read."));
+    return false;
+  }
+  std::vector<KorText> read;
+  for (KorText line; file.ReadLine(line);)
+    read.push_back(std::move(line));
   // A file that breaks off while it is read must not be taken, and later saved, as a shorter one.
   loaded = file.AtEnd();
-  if (!loaded) Release();
-  return loaded;
+  if (!loaded) return false;
+  encoding = file.Encoding();
+  TakeLines(std::move(read));
+  return true;
+}
+
+// No character of UTF-8 reaches beyond its line.
+void iniFile::TakeLines(std::vector<KorText> read) {
+  if (encoding == TextEncoding::EightBit) {
+    unmarkedUtf8 =
+        std::ranges::any_of(read, [](const KorText& line) { return HasHighBytes(line.ToBytes()); });
+    for (auto line = read.begin(); unmarkedUtf8 && line != read.end(); ++line)
+      unmarkedUtf8 = KorText::IsUtf8(line->ToBytes());
+  }
+  for (KorText& line : read)
+    lines.Append(unmarkedUtf8 ? KorText::FromUtf8(line.ToBytes()) : std::move(line));
 }
 
 bool iniFile::Read(const Filter& section, const Filter& key, bool report) {
@@ -72,7 +102,20 @@ bool iniFile::Write(const Filter& section, const Filter& key, bool report) {
 std::uint32_t iniFile::EncodingMode(const std::vector<const KorText*>& all) const {
   if (encoding == TextEncoding::Utf16) return kFileUnicode;
   if (encoding == TextEncoding::Utf8) return kFileUtf8;
-  return std::ranges::any_of(all, NeedsUnicode) ? std::uint32_t{kFileUtf8} : 0u;
+  bool high = false, utf8 = true, wide = false;
+  for (const KorText* line : all) {
+    const std::string bytes = BytesOf(*line);
+    high = high || HasHighBytes(bytes);
+    utf8 = utf8 && KorText::IsUtf8(bytes);
+    wide = wide || (!unmarkedUtf8 && std::ranges::any_of(line->View(), IsWide));
+  }
+  const bool misread = high && utf8 != unmarkedUtf8;
+  return wide || misread ? std::uint32_t{kFileUtf8} : 0u;
+}
+
+// Of a file without a mark.
+std::string iniFile::BytesOf(const KorText& line) const {
+  return unmarkedUtf8 ? line.ToUtf8() : line.ToBytes();
 }
 
 bool iniFile::WriteLines() {
@@ -81,25 +124,22 @@ bool iniFile::WriteLines() {
     all.pop_back();
   // A file that may not be written to is not replaced by way of its folder either.
   const std::optional<FileInfo> info = App().FileAttributes(path);
-  if (info && (info->isReadOnly || info->isFolder)) return false;
+  if (info && (info->isReadOnly || info->isFolder || info->size > kLargestSettings)) return false;
   KorFile file(path);
-  if (!file.OpenSafe(kFileWrite | kFileText | EncodingMode(all))) return false;
+  const std::uint32_t textBits = EncodingMode(all);
+  if (!file.OpenSafe(kFileWrite | kFileText | textBits)) return false;
   file.UseWriteCache(true);
   for (const KorText* line : all) {
-    if (!file.Print(u"%s\n", *line)) return false;
+    const bool marked = textBits != 0;
+    if (!file.Print(u"%s\n", marked ? *line : KorText::FromBytes(BytesOf(*line)))) return false;
   }
   return file.Commit();
 }
 
 bool iniFile::Save(bool report) {
   saved = !path.IsEmpty() && WriteLines();
-  if (!saved && report && !path.IsEmpty()) {
-    MessageRecord record;
-    record.level = MessageLevel::Warn;
-    record.info = path;
-    record.message = LookUpText(kTextUnableToWrite, u"Unable to write to the file");
-    App().Report(record);
-  }
+  if (!saved && report && !path.IsEmpty())
+    Warn(path, LookUpText(kTextUnableToWrite, u"Unable to write to the file"));
   return saved;
 }
 

@@ -3,10 +3,13 @@
 // belongs to no item. Each call reads the file anew; between calls only the path and the items are
 // kept. Owned by the caller; one thread at a time.
 //
-// The file keeps the encoding it was found in. A new one is 8-bit text, unless it holds characters
-// above 255: it is then written as UTF-8 with its mark, so that no text is lost. Saving writes beside
-// the file and renames, so it needs a folder that can be written to, and a failure leaves the older
-// file whole.
+// The file keeps the encoding it was found in. Without a mark it is UTF-8 when all of it is valid UTF-8,
+// else 8-bit text. A new one is 8-bit text. What could not be told apart so, and characters above 255 in
+// 8-bit text, make it UTF-8 with its mark, so that no text is lost. Saving writes beside the file, or
+// beside what a link of its name leads to, and renames, so it needs a folder that can be written to, and
+// a failure leaves the older file whole.
+//
+// A file of more than kLargestSettings is none: it is neither read nor written over, and said so.
 #pragma once
 
 #include <memory>
@@ -51,6 +54,8 @@ class iniFile {
 
  private:
   void Release();
+  void TakeLines(std::vector<KorText> read);
+  std::string BytesOf(const KorText& line) const;
   bool Passes(const iniStruct& item, const Filter& section, const Filter& key) const;
   bool WriteLines();
   std::uint32_t EncodingMode(const std::vector<const KorText*>& all) const;
@@ -58,7 +63,8 @@ class iniFile {
   KorText path;
   std::vector<std::unique_ptr<iniStruct>> items; // in order of registration
   iniLines lines;
-  TextEncoding encoding = TextEncoding::EightBit; // of the loaded file
+  TextEncoding encoding = TextEncoding::EightBit; // of the loaded file, by its mark
+  bool unmarkedUtf8 = false;
   bool loaded = false;
   bool written = false;
   bool saved = false;

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "app/nce_frame.h"
+#include "files/compressed_file.h"
 #include "tests/support/nce_link.h"
 
 namespace kor {
@@ -114,13 +115,59 @@ TEST_F(NceAppTest, ALineLongerThanTheTransmitBufferTravelsWholeAndInOrder) {
                                MakeFrame(block) + MakeFrame("END!") + "]\r");
 }
 
-TEST_F(NceAppTest, ALineBeyondTheLimitIsRefusedWithoutSendingAnything) {
-  link.PutProgram(u"1.MPG", KorText(24577, u'X'));
+TEST_F(NceAppTest, SendsWhatACompressedProgramHolds) {
+  for (const char* content : {"G90\nX10\n", "\xEF\xBB\xBFG90\nX10", "G90\r\nX10"}) {
+    link.PutProgram(u"1.MPG", KorText::FromBytes(content));
+    const KorText path = link.Folder() + u"1.MPG";
+    ASSERT_EQ(CompressFile(path, path, false), FileResult::Success);
+    link.Start();
+    EXPECT_EQ(Fetch("FH 1"),
+              "&LP 000000001\rDownload to NCE in progress. &FH 000000001\r08G90!X10!17\r]\r");
+    const auto size = std::string_view(content).size(); // not that of the container
+    EXPECT_EQ(link.Line(), KorText::Format(u"Download Completed %s - %i bytes", path, size));
+  }
+}
+
+// What is there but no program is sent neither in part nor as another program of that number.
+TEST_F(NceAppTest, RefusesWhatIsNoWholeProgram) {
+  const KorText path = link.Folder() + u"H0000000.C01";
+  link.app.Put(path, u"G90\n");
+  ASSERT_EQ(CompressFile(path, path, false), FileResult::Success);
+  const KorText whole = *link.app.Content(path);
+  const KorText damaged = whole.Left(whole.Length() - 12) + u"x" + whole.Right(11);
+  const KorText header = u"x" + whole.Mid(1);
+  link.PutProgram(u"1.MPG", u"OLD\n");
+  link.PutProgram(u"6.MPG", u"BEFORE\n");
+  const struct {
+    KorText content, message;
+  } cases[] = {{KorText(24577, u'X'), u"Not a valid ASCII file."},
+               {damaged, u"H0000000.C01"},
+               {header, u"H0000000.C01"},
+               {whole.Left(whole.Length() - 1), u"H0000000.C01"},
+               {whole.Left(20), u"H0000000.C01"}};
+  for (const auto& c : cases) {
+    link.app.Put(path, c.content);
+    link.PutProgram(u"7.MPG", c.content);
+    link.Start(u"500");
+    Features({1, 0, 0, 0});
+    link.form.messages.clear();
+    EXPECT_EQ(link.Ask("FH 1"), "%% File H0000000.C01 not found on Host Computer\r");
+    EXPECT_EQ(link.Code(), 9);
+    ASSERT_EQ(link.form.messages.size(), 1u);
+    EXPECT_EQ(link.form.messages[0].caption, u"Error");
+    EXPECT_TRUE(link.form.messages[0].text.Contains(c.message));
+    link.Ask("FH 6");
+    link.Ask(">");
+    EXPECT_EQ(link.Ask(">"), MakeFrame("BEFORE!")) << "no end mark: the chain is not complete";
+    EXPECT_EQ(link.Code(), 14);
+  }
+}
+
+TEST_F(NceAppTest, AFileThatDoesNotTellItsSizeIsNoEmptyProgram) {
+  link.PutProgram(u"1.MPG", u"G90\n");
   link.Start();
+  link.app.FailSize(true);
   EXPECT_EQ(link.Ask("FH 1"), "%% File 1 not found on Host Computer\r");
-  ASSERT_EQ(link.form.messages.size(), 1u);
-  EXPECT_EQ(link.form.messages[0].caption, u"Error");
-  EXPECT_EQ(link.form.messages[0].text, u"Not a valid ASCII file.");
 }
 
 TEST_F(NceAppTest, EveryByteOfAProgramTravelsUnchanged) {
@@ -219,6 +266,20 @@ TEST_F(NceAppTest, AutoloadJoinsTheFollowingNumbersIntoOneStream) {
                                      MakeFrame("125.MPG!") + "]\r");
   link.form.RunPosted();
   EXPECT_EQ(link.form.Title(), u"125"); // the unchanged number alone
+}
+
+TEST_F(NceAppTest, AChainEndsWhereNoNumberFollows) {
+  for (const char16_t* content : {u"A\n", u"\n"}) {
+    for (const char16_t* name : {u"2147483647.MPG", u"2147483648.MPG"})
+      link.PutProgram(name, content);
+    link.Start();
+    Features({1, 0, 0, 0});
+    for (const char* number : {"2147483647", "99999999999"}) {
+      link.PutProgram(KorText::FromBytes(number) + u".MPG", content);
+      EXPECT_TRUE(Fetch(std::string("FH ") + number)
+                      .ends_with(*content == u'A' ? MakeFrame("A!") + "]\r" : "\r]\r"));
+    }
+  }
 }
 
 TEST_F(NceAppTest, AnEmptyFileInAChainLeavesNoAcknowledgementUnanswered) {
@@ -356,6 +417,15 @@ TEST_F(NceAppTest, PagesThroughTheDirectory) {
   EXPECT_EQ(link.Ask(">"), " 5|b1        6|b2        7|b3        8|b4       \r");
   EXPECT_EQ(link.Ask(">"), " 9|b5       \r");
   EXPECT_EQ(link.Ask(">"), "]\r");
+}
+
+TEST_F(NceAppTest, AFolderThatCantBeReadIsADirectoryError) {
+  link.Start();
+  link.app.RemoveFolder(link.Folder());
+  EXPECT_EQ(link.Ask("DH"), "Directory of Host Computer\nSelect File. &DH\r");
+  EXPECT_EQ(link.Code(), 23);
+  for (int i = 0; i < 2; ++i)
+    EXPECT_EQ(link.Ask(">"), "]\r");
 }
 
 TEST_F(NceAppTest, WaitsTheTransmitDelayAndStartsTheNewestRequestOnce) {

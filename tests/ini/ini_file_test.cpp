@@ -50,6 +50,8 @@ TEST_F(IniFile, FindsTheFirstSectionAndTheFirstKey) {
       {"[S]\nK?\n", ""}, // a line without "=" is compared without its last character
       {"[S]\n[junk\nK=1\n", "(default)"},
       {"\xEF\xBB\xBF[S]\nK=\xC3\xA4", "\xE4"},
+      {"[S]\nK=\xC3\xA4", "\xE4"},             // UTF-8 without its mark
+      {"[S]\nK=\xC3\xA4\nJ=\xE4", "\xC3\xA4"}, // one byte that is none: 8-bit, all of it
       {"", "(default)"},
   };
   for (const Case& test : kCases) {
@@ -72,6 +74,7 @@ TEST_F(IniFile, WritesOneKey) {
       {"[S]\r\n; c\r\nk=1 ; old\r\nJ=2\r\n", "[S]\n; c\nK=v\nJ=2\n"},
       {"\xEF\xBB\xBF[S]\nJ=\xC3\xA4\n", "\xEF\xBB\xBF[S]\nK=v\nJ=\xC3\xA4\n"},
       {"[S]\nJ=\xE4\n", "[S]\nK=v\nJ=\xE4\n"},
+      {"[S]\nJ=\xC3\xA4\n", "[S]\nK=v\nJ=\xC3\xA4\n"},
   };
   for (const Case& test : kCases) {
     app.Put(path, KorText::FromBytes(test.before));
@@ -93,6 +96,29 @@ TEST_F(IniFile, KeepsTextThatEightBitsCannotHold) {
   EXPECT_EQ(Read(u"S", u"K"), u"\u65E5");
   EXPECT_TRUE(Write(u"v"));
   EXPECT_EQ(Bytes(), std::string("\xFF\xFE[\0S\0]\0\n\0K\0=\0v\0\n\0", 18));
+}
+
+// Without a mark a file is read by what its bytes look like: where that would be something else, it
+// gets the mark.
+TEST_F(IniFile, EveryTextComesBackWhateverTheFileHeld) {
+  for (const char* before : {"", "[S]\nJ=1\n", "[S]\nJ=\xE4\n", "[S]\nJ=\xC3\xA4\n"})
+    for (const char16_t* value : {u"a", u"\u00E4", u"\u00C3\u00A4", u"\u65E5", u"\xDCC3"}) {
+      app.Put(path, KorText::FromBytes(before));
+      const KorText kept = Read(u"S", u"J");
+      EXPECT_TRUE(Write(value));
+      EXPECT_EQ(Read(u"S", u"K"), value) << before;
+      EXPECT_EQ(Read(u"S", u"J"), kept) << before;
+    }
+}
+
+TEST_F(IniFile, WhatIsTooLargeToBeOneIsRefusedWithAWord) {
+  app.Put(path, u"[S]\nK=1\n" + KorText(kLargestSettings, u'\n'));
+  const KorText older = *app.Content(path);
+  EXPECT_EQ(Read(u"S", u"K"), u"(default)");
+  EXPECT_FALSE(Write(u"v"));
+  EXPECT_EQ(app.Content(path), older);
+  ASSERT_FALSE(app.Messages().empty());
+  EXPECT_EQ(app.Messages()[0].info, path);
 }
 
 TEST_F(IniFile, NewKeysAndSectionsComeOutInOrderOfRegistration) {

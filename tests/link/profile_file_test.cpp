@@ -53,6 +53,8 @@ TEST_F(ProfileFileTest, FindsValues) {
       {"[s]\nk=\"\"a\"\"\n", u"\"a\""},
       {"[s]\nk=\"\n", u"\""},
       {"[s]\nk=\xE4\n", u"\u00E4"},
+      {"[s]\nk=\xC3\xA4\n", u"\u00E4"},             // UTF-8 without its mark
+      {"[s]\nk=\xC3\xA4\nj=\xE4", u"\u00C3\u00A4"}, // one byte that is none: 8-bit, all of it
       {"\xEF\xBB\xBF[s]\nk=\xC3\xA4\n", u"\u00E4"},
       {"\xFF\xFE[\0s\0]\0\n\0k\0=\0\xE5\x65\n\0"sv, u"\u65E5"},
       {"\xFE\xFF\0[\0s\0]\0\n\0k\0=\x65\xE5\0\n"sv, u"\u65E5"},
@@ -132,6 +134,8 @@ TEST_F(ProfileFileTest, GivesDefaultsForWhatIsNoProfile) {
   };
   for (const std::string& bytes : cases)
     EXPECT_EQ(Profile(bytes).Text(u"s", u"k", u"DEF"), u"DEF");
+  ASSERT_EQ(app.Messages().size(), 1u); // the last one
+  EXPECT_EQ(app.Messages()[0].info, path);
   Profile(profile);
   app.LimitReads(5);
   EXPECT_EQ(ProfileFile(path).Text(u"s", u"k", u"DEF"), u"DEF");

@@ -1,0 +1,67 @@
+// What only a POSIX folder can hold: links, pipes, names with control characters.
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+#include <filesystem>
+
+#include "tests/support/nce_link.h"
+
+namespace kor {
+namespace {
+
+namespace fs = std::filesystem;
+
+class NcePosixTest : public ::testing::Test {
+ protected:
+  std::string Native(std::u16string_view name) { return link.app.Path(name).ToUtf8(); }
+  NceLink link;
+};
+
+TEST_F(NcePosixTest, WhatIsNoPlainFileIsNoProgram) {
+  ASSERT_EQ(::mkfifo(Native(u"cnc/1.MPG").c_str(), 0600), 0);
+  fs::create_symlink("/dev/null", Native(u"cnc/2.MPG"));
+  fs::create_directory(Native(u"cnc/3.MPG"));
+  link.Start();
+  for (const char* number : {"1", "2", "3"})
+    EXPECT_EQ(link.Ask(std::string("FH ") + number),
+              std::string("%% File ") + number + " not found on Host Computer\r");
+}
+
+// Whatever bits of it a line takes, a name must not act on the line.
+TEST_F(NcePosixTest, ANameWithControlCharactersReachesNoPage) {
+  for (const char16_t* name : {u"a\r.MPG", u"b\x13.MPG", u"c\x7F.MPG", u"d\x93.MPG", u"e.MPG"})
+    link.PutProgram(name, u"A\n");
+  link.Start();
+  link.Ask("DH");
+  EXPECT_EQ(link.Ask(">"), " 1|e        \r");
+  EXPECT_EQ(link.Ask(">"), "]\r");
+}
+
+TEST_F(NcePosixTest, AnUploadReplacesALinkAndSettingsFollowTheirs) {
+  link.app.Put(link.app.Path(u"far/program"), u"OLD\n");
+  link.app.Put(link.app.Path(u"far/settings"), u"[Port Settings]\nbaudrate=9600\n");
+  ASSERT_EQ(::chmod(Native(u"far/settings").c_str(), 0660), 0);
+  link.Start();
+  link.link->Terminate();
+  fs::create_symlink("../far/program", Native(u"cnc/1.MPG"));
+  fs::create_symlink("../far/none", Native(u"cnc/2.MPG.ncedl-part"));
+  fs::remove(Native(u"settings/NCE.INI"));
+  fs::create_symlink("../far/settings", Native(u"settings/NCE.INI"));
+  link.link->BuildWindow();
+  link.Ask("FH 1");
+  link.Ask("TH 1");
+  link.Ask("04NEW!00");
+  EXPECT_EQ(link.Ask("]"), ">\r");
+  EXPECT_EQ(link.app.Content(link.app.Path(u"cnc/1.MPG")), u"NEW\n");
+  EXPECT_FALSE(fs::is_symlink(Native(u"cnc/1.MPG")));
+  EXPECT_EQ(link.app.Content(link.app.Path(u"far/program")), u"OLD\n");
+  link.link->SaveSettings();
+  EXPECT_TRUE(fs::is_symlink(Native(u"settings/NCE.INI")));
+  EXPECT_FALSE(link.app.Content(link.app.Path(u"far/settings"))->Contains(u"[Port Settings]"));
+  EXPECT_EQ(fs::status(Native(u"far/settings")).permissions(), fs::perms(0660));
+  EXPECT_EQ(link.app.Names(link.app.Path(u"far")), (std::vector<KorText>{u"program", u"settings"}));
+}
+
+} // namespace
+} // namespace kor
