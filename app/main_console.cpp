@@ -1,9 +1,12 @@
 // ncedl-console: the DNC link in a terminal. Its whole command line, words joined by one blank, is the
 // program's command line: the model name, with "SIMULATION" and "500" switching their modes on.
+#include <cstdlib>
+
 #include "app/nce_app.h"
 #include "app/start_up.h"
 #include "platform/console_terminal.h"
 #include "platform/platform.h"
+#include "platform/program_start.h"
 #include "services/core/version.h"
 #include "tools/common/tool_main.h"
 #include "ui/console/banner.h"
@@ -77,10 +80,16 @@ int Serve(const std::shared_ptr<Terminal>& terminal, const KorText& commandLine,
   app.SetUpServices();
   app.BuildWindow();
   if (console.IsInteractive()) ShowBanner(console, app);
+  console.SetTakesInput([&app] { return !app.IsBehind(); });
   console.Run(app.Timers(), [&](const KorText& line) { commands.Run(line); });
   console.Flush();
   ReportPlainly(App(), *terminal);
   app.Terminate();
+  if (app.IsWorkerStuck()) {
+    console.Finish();
+    terminal->StopKeys();
+    std::_Exit(0);
+  }
   console.Finish();
   return 0;
 }
@@ -106,6 +115,7 @@ std::optional<int> AnswerOption(const std::vector<KorText>& words) {
 } // namespace
 
 int main(int argc, char** argv) {
+  PrepareProgram();
   const std::vector<KorText> words = ProgramArguments(argc, argv);
   if (const auto code = AnswerOption(words)) return *code;
   const std::shared_ptr<Terminal> terminal = MakeConsoleTerminal();

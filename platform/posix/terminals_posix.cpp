@@ -168,11 +168,14 @@ class PosixPseudoTerminal : public PseudoTerminal {
 
 std::atomic<void (*)(int)> stopHandler = nullptr;
 
-// A read that is about to start would wait in spite of the signal, had its descriptor not gone.
+int nullDevice = -1;
+
+// A read that is about to start would wait in spite of the signal, had its descriptor not become another
+// one; free, it would be taken by the next file.
 void OnStopSignal(int number) {
   const int savedError = errno;
   stopHandler.load()(number);
-  close(STDIN_FILENO);
+  dup2(nullDevice, STDIN_FILENO);
   errno = savedError;
 }
 
@@ -186,6 +189,7 @@ std::unique_ptr<PseudoTerminal> OpenPseudoTerminal(const KorText& link, KorText&
 
 void CatchStopSignals(void (*handler)(int)) {
   stopHandler = handler;
+  if (nullDevice < 0) nullDevice = open("/dev/null", O_RDONLY | O_CLOEXEC);
   struct sigaction action {};
   action.sa_handler = OnStopSignal; // without SA_RESTART: a waiting read is not begun again
   sigemptyset(&action.sa_mask);

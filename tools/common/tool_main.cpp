@@ -3,6 +3,7 @@
 #include <iostream>
 
 #include "platform/platform.h"
+#include "platform/program_start.h"
 
 namespace kor {
 
@@ -12,6 +13,7 @@ ToolOutput StandardOutput() {
 }
 
 int RunToolMain(const ToolMain& tool, int argc, char** argv) {
+  PrepareProgram();
   PlatformAppInterface application;
   SetApp(&application);
   const ToolOutput output = StandardOutput();

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "platform/platform.h"
+#include "platform/program_start.h"
 #include "platform/terminals.h"
 #include "tools/common/tool_main.h"
 #include "tools/nce_controller/byte_device.h"
@@ -114,5 +115,6 @@ int Main(const std::vector<KorText>& arguments) {
 } // namespace kor::controller
 
 int main(int argc, char** argv) {
+  kor::PrepareProgram();
   return kor::controller::Main(kor::ProgramArguments(argc, argv));
 }

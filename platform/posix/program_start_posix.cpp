@@ -1,0 +1,18 @@
+#include "platform/program_start.h"
+
+#include <csignal>
+#include <initializer_list>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace kor {
+
+void PrepareProgram() {
+  // A new descriptor is the lowest free one, so they come in order.
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+    if (::fcntl(stream, F_GETFD) < 0 && ::open("/dev/null", O_RDWR) != stream) ::_exit(1);
+  std::signal(SIGXFSZ, SIG_IGN);
+}
+
+} // namespace kor

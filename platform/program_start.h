@@ -1,0 +1,11 @@
+// What every program does before anything else.
+#pragma once
+
+namespace kor {
+
+// Standard streams that the program was started without are opened on the null device: the next file or
+// device to be opened would take their place, and get what is printed. A file that may grow no further
+// makes its write fail, as a full disk does, instead of ending the program.
+void PrepareProgram();
+
+} // namespace kor
