@@ -100,7 +100,7 @@ void NCEApp::Reply(const KorText& text) {
 
 void NCEApp::ProcessReceived() {
   // A reply that the line has not taken yet holds back the next request.
-  while (!channel.IsReplyWaiting()) {
+  while (!channel.IsReplyWaiting() && !IsEnding()) {
     const auto line = channel.ExtractLine(kCarriageReturn, false);
     if (!line) return;
     if (line->empty()) return; // intended: what follows an empty line waits for the next call

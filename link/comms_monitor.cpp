@@ -9,12 +9,19 @@ CommsMonitor::CommsMonitor(std::function<bool()> poll, std::function<void()> wai
     : wakeUp(std::move(wakeUpWait)), thread([this, poll = std::move(poll), wait = std::move(wait)] {
         while (!stopRequested)
           if (!poll() && !stopRequested) wait();
+        ended.set_value();
       }) {}
 
-void CommsMonitor::Stop() {
+CommsMonitor::~CommsMonitor() {
   stopRequested = true;
   wakeUp();
-  if (thread.joinable()) thread.join();
+  thread.join();
+}
+
+bool CommsMonitor::Stop(std::chrono::milliseconds atMost) {
+  stopRequested = true;
+  wakeUp();
+  return end.wait_for(atMost) == std::future_status::ready;
 }
 
 } // namespace kor

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <functional>
+#include <future>
 #include <thread>
 
 namespace kor {
@@ -13,16 +15,19 @@ class CommsMonitor {
   // it ends when wakeUp is called from another thread.
   CommsMonitor(std::function<bool()> poll, std::function<void()> wait,
                std::function<void()> wakeUp);
-  ~CommsMonitor() { Stop(); }
+  ~CommsMonitor(); // waits for the thread however long it takes
   CommsMonitor(const CommsMonitor&) = delete;
   CommsMonitor& operator=(const CommsMonitor&) = delete;
 
-  // Asks the thread to stop and waits for it; a second call does nothing.
-  void Stop();
+  // Asks the thread to stop and waits for it. False when it has not ended by then: it is stuck in a call
+  // of the system, as a file on a dead network drive makes one.
+  bool Stop(std::chrono::milliseconds atMost);
 
  private:
   std::function<void()> wakeUp;
   std::atomic<bool> stopRequested{false};
+  std::promise<void> ended;
+  std::future<void> end = ended.get_future();
   std::thread thread;
 };
 

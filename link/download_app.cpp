@@ -24,6 +24,8 @@ constexpr double kXonPeriod = 3.0;
 constexpr char16_t kXon = 17;
 constexpr char16_t kXoff = 19;
 constexpr std::int64_t kLargestChunk = 100; // characters of one feed
+constexpr std::size_t kMostTasks = 1000;
+constexpr std::chrono::milliseconds kPatience(400); // with a worker that is to end
 
 KorText LogFailure() {
   return LookUpText(15321, u"Unable to write to log file");
@@ -82,7 +84,6 @@ DownloadApp::~DownloadApp() {
 }
 
 void DownloadApp::StopWorker() {
-  if (worker) worker->Stop();
   worker.reset();
 }
 
@@ -238,6 +239,14 @@ void DownloadApp::Terminate() {
     const Lock lock(mutex);
     acceptsTasks = false;
   }
+  ending = true;
+  workerStuck = worker && !worker->Stop(kPatience);
+  if (workerStuck) {
+    SaveSettings();
+    // Last, while nothing more is opened: the worker may come back to the port at any time.
+    channel.Close();
+    return;
+  }
   StopWorker();
   RunTasks(); // what was asked for before the end is still done
   CancelRunningJob();
@@ -278,6 +287,11 @@ void DownloadApp::RunOnWorker(std::function<void()> task) {
   }
   hasTasks = true;
   services.port->Interrupt();
+}
+
+bool DownloadApp::IsBehind() {
+  const Lock lock(mutex);
+  return tasks.size() >= kMostTasks;
 }
 
 bool DownloadApp::RunTasks() {
@@ -543,6 +557,7 @@ void DownloadApp::SendFile(const KorText& path) {
 }
 
 void DownloadApp::StartSend(const KorText& path) {
+  if (ending) return;
   AbandonExchange();
   transferName = path;
   board.SetFileName(path);

@@ -59,7 +59,8 @@ class DownloadApp : public Storable, protected ChannelHost {
   virtual void OpenPort(int noSoftwareFlow); // worker
   virtual void ChooseUploadFile();
   virtual void ChooseDownloadFile();
-  // Stops the timers and the worker, closes the port, saves the settings. Never waits for the line.
+  // Stops the timers and the worker, closes the port, saves the settings. Never waits for the line, and
+  // less than half a second for the worker: then IsWorkerStuck.
   virtual void Terminate();
   virtual void Ping();
   virtual void ProcessReceived(); // worker: consumes what has arrived
@@ -79,6 +80,7 @@ class DownloadApp : public Storable, protected ChannelHost {
   const KorText& ModelName() const { return modelName; }
   const LinkSettings& Settings() const { return settings; } // the window's copy
   StatusView CurrentStatus() { return board.Form(); }
+  LineErrors CurrentLineErrors() const { return channel.Errors(); } // since the port was opened
   TimerQueue& Timers() { return timers; }
   void RunDueTimers();
   FormDescription SettingsForm() const;
@@ -99,11 +101,15 @@ class DownloadApp : public Storable, protected ChannelHost {
   void ReadyForServing();
 
   // --- Worker ------------------------------------------------------------------------------------------
+  // After Terminate. The worker still uses this object, so the program has to end without destroying it.
+  bool IsWorkerStuck() const { return workerStuck; }
   // One pass: the window's tasks, then the channel. True when bytes moved: poll again at once.
   bool Poll();
   void WaitIdle();
   // Any thread. The task runs on the worker before its next poll; dropped when the worker has ended.
   void RunOnWorker(std::function<void()> task);
+  // Any thread. So many tasks wait that no more should be given for the time being.
+  bool IsBehind();
 
  protected:
   // ChannelHost, on the worker
@@ -146,6 +152,7 @@ class DownloadApp : public Storable, protected ChannelHost {
   virtual void BeforeServing() {}
   void StopWorker();
   bool IsManualJob() const { return manualJob; }
+  bool IsEnding() const { return ending; } // nothing more is begun
   // The window's copy and the worker's change together, and the record is saved.
   void ChangeSettings(const std::function<void(LinkSettings&)>& change);
   // Window's thread. Saves the record; a failure is reported once, until a save succeeds again.
@@ -195,6 +202,8 @@ class DownloadApp : public Storable, protected ChannelHost {
   bool terminated = false;                       // window
   bool lossReported = false;                     // window: the last save failed, and this was said
   KorText keptPort = u"COM1";                    // window: the COM name that the record holds
+  bool workerStuck = false;                      // window
+  std::atomic<bool> ending{false};
   Mutex mutex;
   std::deque<std::function<void()>> tasks KOR_GUARDED_BY(mutex);
   bool acceptsTasks KOR_GUARDED_BY(mutex) = true;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "files/text_lookup.h"
 #include "services/core/app_interface.h"
 
 namespace kor {
@@ -70,6 +71,7 @@ void SerialChannel::Open(const LinkSettings& newSettings, const KorText& name, b
   applicationName = name;
   noSoftwareFlow = noSoftware;
   reported.clear(); // somebody asked for it: every failing step is reported anew
+  ForgetErrors();
   if (port->IsOpen()) {
     port->PurgeTransmit();
     port->PurgeReceive();
@@ -178,6 +180,7 @@ bool SerialChannel::CheckStatus() {
     return false;
   }
   LogHoldChanges(now);
+  if (now.errors != LineErrors()) CountErrors(now.errors);
   status = now;
   return true;
 }
@@ -203,28 +206,31 @@ bool SerialChannel::Poll() {
   const bool consumed = receiveCount != before; // more lines may stand behind an empty one
   lastPollActive = moved;
   if (moved || monitorLine.Length() > kMonitorHeld) HandOverMonitor();
-  return moved || consumed ||
-         (dataToWrite && transmitCount > 0 && status.outQueue == 0 && !remoteXoff);
+  const bool canWrite = status.outQueue == 0 && !remoteXoff && (status.holds & kXoffHold) == 0;
+  return moved || consumed || (dataToWrite && transmitCount > 0 && canWrite);
 }
 
-// Bytes that arrive end the wait at once, so it only bounds how late a hold that ends is noticed, which
-// matters while something waits to be sent.
+// Bytes that arrive, a device that goes and tasks end the wait at once, so it only bounds how late the rest
+// is noticed: a hold that ends, a device that drains, a retry.
 std::chrono::microseconds SerialChannel::IdleWait() const {
   using std::chrono::microseconds;
-  constexpr microseconds kIdle(10000), kWaiting(1000), kShortest(50);
+  constexpr microseconds kIdle(1000000), kHeld(20000), kDraining(10000), kWaiting(1000),
+      kShortest(50);
   constexpr std::int64_t kBitsPerByte = 10; // start, 8 data, stop
+  const auto until = [](double moment, microseconds most) {
+    const double left = moment - App().HighResolutionSeconds();
+    return std::clamp(microseconds(static_cast<std::int64_t>(left * 1e6)), microseconds(0), most);
+  };
+  if (isLost) return until(nextRetry, kIdle);
   const bool sending = transmitCount > 0 || sendPosition < sendSource.size();
-  if (!sending || !settings) return kIdle;
-  if (delayUntil) {
-    const double left = *delayUntil - App().HighResolutionSeconds();
-    return std::clamp(microseconds(static_cast<std::int64_t>(left * 1e6)), microseconds(0),
-                      kWaiting);
-  }
+  if (!settings || (!sending && status.outQueue == 0)) return kIdle;
+  if (remoteXoff || (status.holds & (kCtsHold | kDsrHold | kXoffHold)) != 0) return kHeld;
+  if (delayUntil) return until(*delayUntil, kWaiting);
   if (status.outQueue == 0) return kWaiting;
   // The next bytes wait for the device to drain: be back about when it has.
   const std::int64_t baud = std::max(settings->baudrate.ToInteger(), 1);
   return std::clamp(microseconds(status.outQueue * kBitsPerByte * 1000000 / baud), kShortest,
-                    kWaiting);
+                    sending ? kWaiting : kDraining);
 }
 
 void SerialChannel::SetLamps() {
@@ -244,6 +250,47 @@ void SerialChannel::LogHoldChanges(const LineStatus& now) {
     if (changed & hold.bit)
       text += KorText::Format(hold.format, (now.holds & hold.bit) != 0 ? 1 : 0);
   log.Trace(text, true);
+}
+
+// A break is no error of the settings; the trace shows it all the same.
+void SerialChannel::CountErrors(const LineErrors& now) {
+  errorCounts.overrun += now.overrun + now.overflow;
+  errorCounts.parity += now.parity;
+  errorCounts.framing += now.framing;
+  errorCounts.breaks += now.breaks;
+  const LineErrors all = Errors();
+  KorText text;
+  if (now.framing > 0) text += KorText::Format(u"Framing Errors=%u  ", all.framing);
+  if (now.parity > 0) text += KorText::Format(u"Parity Errors=%u  ", all.parity);
+  if (now.overrun + now.overflow > 0) text += KorText::Format(u"Overrun Errors=%u  ", all.overrun);
+  if (now.breaks > 0) text += KorText::Format(u"Breaks=%u  ", all.breaks);
+  log.Trace(text, true);
+}
+
+void SerialChannel::ForgetErrors() {
+  errorCounts.overrun = errorCounts.parity = errorCounts.framing = errorCounts.breaks = 0;
+}
+
+LineErrors SerialChannel::Errors() const {
+  LineErrors errors;
+  errors.overrun = errorCounts.overrun;
+  errors.parity = errorCounts.parity;
+  errors.framing = errorCounts.framing;
+  errors.breaks = errorCounts.breaks;
+  return errors;
+}
+
+std::vector<KorText> LineErrorTexts(const LineErrors& errors) {
+  std::vector<KorText> texts;
+  const auto tell = [&texts](std::uint32_t count, const KorText& format) {
+    if (count > 0) texts.push_back(KorText::Format(format, count));
+  };
+  tell(errors.framing, LookUpText(15460, u"%u framing errors: check baud rate and parity"));
+  tell(errors.parity, LookUpText(15461, u"%u parity errors: check parity and data bits"));
+  tell(errors.overrun,
+       LookUpText(15462, u"%u overrun errors: bytes were lost; check flow control or "
+                         u"lower the baud rate"));
+  return texts;
 }
 
 void SerialChannel::HandOverMonitor() {

@@ -3,8 +3,8 @@
 // holds, echoes the traffic to the monitor and the trace, and runs the two line tests.
 //
 // Owned by DownloadApp. Threads: everything runs on the thread that polls (CommsMonitor once it runs,
-// before that the window's). What other threads may look at, status, counts and lamps, it puts on the
-// StatusBoard.
+// before that the window's), except where another is named. What other threads may look at, status, counts
+// and lamps, it puts on the StatusBoard.
 //
 // Nothing here waits for the line. A reply that the transmit buffer can't take stays in a queue
 // behind it and follows in order; a held line leaves bytes waiting and the poll goes on, so closing
@@ -12,12 +12,14 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "link/comms_log.h"
 #include "link/link_settings.h"
@@ -62,9 +64,12 @@ class SerialChannel {
 
   // One pass of status check, read and write. True when bytes moved: poll again at once.
   bool Poll();
-  // How long an idle worker may wait for bytes before the next poll: at most 1 ms while something
-  // waits to be sent, else 10 ms.
+  // How long an idle worker may wait for bytes before the next poll. 1 ms while something waits to be
+  // sent and the line is free, 20 ms while the line is held. With nothing to send only the lamps
+  // want a look, and a second is soon enough for those.
   std::chrono::microseconds IdleWait() const;
+  // Line errors since Open. Any thread.
+  LineErrors Errors() const;
 
   // Moves up to count characters from the send source into the transmit buffer, once the device has
   // sent everything and the character delay has passed. False when it is not yet time.
@@ -97,6 +102,8 @@ class SerialChannel {
   std::size_t WriteStep();
   bool CheckStatus();
   void LogHoldChanges(const LineStatus& now);
+  void CountErrors(const LineErrors& now);
+  void ForgetErrors();
   void SetLamps();
   void CheckLoopback();
   void EchoReceived(std::span<const std::uint8_t> bytes);
@@ -126,6 +133,10 @@ class SerialChannel {
   double nextRetry = 0;                // seconds of the high-resolution clock
   std::map<KorText, KorText> reported; // step, system text
 
+  struct {
+    std::atomic<std::uint32_t> overrun{0}, parity{0}, framing{0}, breaks{0};
+  } errorCounts;
+
   LineStatus status;
   std::uint32_t previousHolds = 0;
   std::array<std::uint8_t, kReceiveSize> receiveBuffer{};
@@ -148,5 +159,8 @@ class SerialChannel {
 
 // The echo form of a byte: 32 to 127 as itself, anything else as two hexadecimal digits in brackets.
 void AppendEcho(KorText& to, std::uint8_t c);
+
+// What the counted errors mean, a line for each kind that there was; for the user.
+std::vector<KorText> LineErrorTexts(const LineErrors& errors);
 
 } // namespace kor

@@ -50,8 +50,19 @@ enum HoldBit : std::uint32_t {
   kXoffSent = 16, // XOFF was sent, the far side is held
 };
 
+// What went wrong in receiving since the last GetStatus, by kind. Where the system tells only that there
+// was an error, as Windows does, it counts as one.
+struct LineErrors {
+  std::uint32_t overflow = 0; // the system's input queue was full
+  std::uint32_t overrun = 0;  // the device's was
+  std::uint32_t parity = 0;
+  std::uint32_t framing = 0; // no stop bit where one belongs
+  std::uint32_t breaks = 0;
+  friend bool operator==(const LineErrors&, const LineErrors&) = default;
+};
+
 struct LineStatus {
-  std::uint32_t errors = 0;   // system's error bits since the last call; 0 = none
+  LineErrors errors;
   std::uint32_t holds = 0;    // HoldBit values
   std::uint32_t inQueue = 0;  // bytes received and not yet read
   std::uint32_t outQueue = 0; // bytes written and not yet sent
@@ -82,7 +93,8 @@ class SerialPort {
   virtual bool GetStatus(LineStatus& status) = 0;
   // Returns at once with what has arrived; readCount 0 is no failure.
   virtual bool Read(std::span<std::uint8_t> to, std::size_t& readCount) = 0;
-  // A partial count is no failure: the line is held or the time-out passed. POSIX never waits here.
+  // Takes what the device has room for now. A partial count is no failure; the line may be held. Does
+  // not wait for the line: POSIX returns at once, Windows within 20 ms.
   virtual bool Write(std::span<const std::uint8_t> from, std::size_t& writtenCount) = 0;
   virtual bool PurgeTransmit() = 0; // drops what was not yet sent, and ends a held output
   virtual bool PurgeReceive() = 0;
@@ -91,10 +103,10 @@ class SerialPort {
   virtual KorText LastErrorText() const = 0;
   virtual bool IsGone() const = 0;
 
-  // Waits until bytes can be read or atMost has passed; ends early on Interrupt() and when the
-  // device disappears. With no device open it only waits.
+  // Waits until bytes can be read, the device disappears, the time has passed or Interrupt() is
+  // called. With no device open it waits for the last two.
   virtual void WaitReadable(std::chrono::microseconds atMost) = 0;
-  // Ends a WaitReadable or a waiting Write of another thread; the next one too if none waits now.
+  // Ends a WaitReadable of another thread, or the next one if none waits now.
   virtual void Interrupt() = 0;
 };
 

@@ -164,12 +164,12 @@ bool PosixSerialPort::Open(const KorText& name) {
   current = {};
   hasModemLines = hasErrorCounts = true;
   linesRead = {};
-  newErrors = 0;
-  xoffReceived = gone = false;
+  newErrors = {};
+  xoffReceived = gone = hungUp = false;
   outputStopped = true; // a killed program may have left it so
   UpdateOutputStop();
   RefreshLines();
-  newErrors = 0; // what the counters held before is none of this connection's
+  newErrors = {}; // what the counters held before is none of this connection's
   if (!isPseudoTerminal) ShortenLatency();
   return true;
 }
@@ -313,11 +313,13 @@ bool PosixSerialPort::GetStatus(LineStatus& status) {
   int received = 0;
   int unsent = 0;
   if (!RequireOpen()) return false;
+  if (hungUp)
+    return Fail(EIO); // also where the driver would still answer: the wait no longer waits
   if (::ioctl(device.Get(), FIONREAD, &received) != 0) return Fail(errno);
   if (::ioctl(device.Get(), TIOCOUTQ, &unsent) != 0) return Fail(errno);
   RefreshLines();
   UpdateOutputStop();
-  status.errors = std::exchange(newErrors, 0u);
+  status.errors = std::exchange(newErrors, {});
   status.holds = Holds();
   status.inQueue = static_cast<std::uint32_t>(received);
   status.outQueue = static_cast<std::uint32_t>(unsent);
@@ -339,8 +341,11 @@ void PosixSerialPort::RefreshErrorCounts() {
   if (!hasErrorCounts) return;
   const std::array<int, 5> now = {counts.buf_overrun, counts.overrun, counts.parity, counts.frame,
                                   counts.brk};
-  for (std::size_t i = 0; i < now.size(); ++i)
-    if (now[i] != errorCounts[i]) newErrors |= 1u << i;
+  const std::array<std::uint32_t*, 5> news = {&newErrors.overflow, &newErrors.overrun,
+                                              &newErrors.parity, &newErrors.framing,
+                                              &newErrors.breaks};
+  for (std::size_t i = 0; i < now.size(); ++i) // the driver's counts may wrap around
+    *news[i] += static_cast<std::uint32_t>(now[i]) - static_cast<std::uint32_t>(errorCounts[i]);
   errorCounts = now;
 }
 
@@ -422,6 +427,7 @@ void PosixSerialPort::WaitReadable(std::chrono::microseconds atMost) {
   const timespec limit = {static_cast<time_t>(seconds.count()),
                           static_cast<long>((atMost - seconds).count() * 1000)};
   ::ppoll(watched.data(), watched.size(), &limit, nullptr); // skips a device of -1
+  if ((watched[1].revents & (POLLHUP | POLLERR | POLLNVAL)) != 0) hungUp = true;
   std::uint64_t pending = 0;
   if (watched[0].revents != 0 && ::read(wake.Get(), &pending, sizeof(pending)) < 0) return;
 }

@@ -16,7 +16,7 @@
 // it takes every setting, has no modem lines and never holds for them.
 //
 // kRlsdHold and kXoffSent never show: no setting waits for the former, the kernel keeps the latter to
-// itself. Error bits have the Win32 values: 1 input overflow, 2 overrun, 4 parity, 8 framing, 16 break.
+// itself. Line errors are the driver's own counts; a driver without them tells none.
 #pragma once
 
 #include <array>
@@ -94,8 +94,9 @@ class PosixSerialPort : public SerialPort {
   bool hasErrorCounts = false; // the same for TIOCGICOUNT
   int modemLines = 0;          // TIOCM_ bits
   std::chrono::steady_clock::time_point linesRead{};
-  std::array<int, 5> errorCounts{}; // in the order of the error bits
-  std::uint32_t newErrors = 0;
+  std::array<int, 5> errorCounts{}; // of the driver, in the order of LineErrors
+  LineErrors newErrors;             // for the next GetStatus
+  bool hungUp = false;              // a wait found the device gone
   bool xoffReceived = false;
   bool outputStopped = false; // TCOOFF is in force
   int lastError = 0;

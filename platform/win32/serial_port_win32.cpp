@@ -31,7 +31,7 @@ bool IsComName(const KorText& name) {
          std::ranges::all_of(digits.View(), [](char16_t c) { return c >= u'0' && c <= u'9'; });
 }
 
-constexpr std::uint32_t kStall = 500; // milliseconds that a piece of a write may take
+constexpr std::uint32_t kStall = 20; // milliseconds that a piece of a write may take
 
 constexpr DWORD kErrorNoSuchDevice = 433; // not in every compiler's headers
 
@@ -96,16 +96,26 @@ std::uint32_t HoldsOf(const COMSTAT& line) {
   return holds;
 }
 
+void Add(DWORD bits, LineErrors& errors) {
+  errors.overflow += (bits & CE_RXOVER) != 0;
+  errors.overrun += (bits & CE_OVERRUN) != 0;
+  errors.parity += (bits & CE_RXPARITY) != 0;
+  errors.framing += (bits & CE_FRAME) != 0;
+  errors.breaks += (bits & CE_BREAK) != 0;
+}
+
 } // namespace
 
 struct Win32SerialPort::State {
   HANDLE device = INVALID_HANDLE_VALUE;
   HANDLE wake = ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
   DCB dcb = EmptyBlock();
-  DWORD newErrors = 0; // for the next GetStatus
+  LineErrors newErrors; // for the next GetStatus
   DWORD lastError = 0;
   bool gone = false;
-  std::uint32_t writeLimit = 0; // milliseconds; 0 = none
+  COMMTIMEOUTS timeouts{};
+  bool writesAreShort = false; // the system has the time-out of a piece
+  std::chrono::steady_clock::time_point lastInput{};
 
   ~State() { ::CloseHandle(wake); }
 
@@ -113,7 +123,7 @@ struct Win32SerialPort::State {
   bool Look(COMSTAT& line) {
     DWORD errors = 0;
     if (!::ClearCommError(device, &errors, &line)) return false;
-    newErrors |= errors;
+    Add(errors, newErrors);
     return true;
   }
 };
@@ -153,7 +163,9 @@ bool Win32SerialPort::Open(const KorText& name) {
   }
   state->device = device;
   state->dcb = EmptyBlock();
-  state->newErrors = 0;
+  state->newErrors = {};
+  state->timeouts = {};
+  state->writesAreShort = false;
   state->gone = false;
   ::timeBeginPeriod(1);
   return true;
@@ -203,12 +215,10 @@ bool Win32SerialPort::SetControlBlock(const DeviceControlBlock& block) {
 }
 
 bool Win32SerialPort::SetTimeouts(const PortTimeouts& timeouts) {
-  const bool limited = timeouts.writeConstant != 0;
-  const std::uint32_t stall = limited ? std::min(timeouts.writeConstant, kStall) : kStall;
-  COMMTIMEOUTS system{timeouts.readInterval, timeouts.readMultiplier, timeouts.readConstant,
-                      timeouts.writeMultiplier, stall};
-  state->writeLimit = timeouts.writeConstant;
-  return Succeed(::SetCommTimeouts(state->device, &system));
+  state->timeouts = {timeouts.readInterval, timeouts.readMultiplier, timeouts.readConstant,
+                     timeouts.writeMultiplier, timeouts.writeConstant};
+  state->writesAreShort = false;
+  return Succeed(::SetCommTimeouts(state->device, &state->timeouts));
 }
 
 // --- Traffic --------------------------------------------------------------------------------------
@@ -216,7 +226,7 @@ bool Win32SerialPort::SetTimeouts(const PortTimeouts& timeouts) {
 bool Win32SerialPort::GetStatus(LineStatus& status) {
   COMSTAT line{};
   if (!Succeed(state->Look(line))) return false;
-  status.errors = std::exchange(state->newErrors, DWORD{0});
+  status.errors = std::exchange(state->newErrors, {});
   status.holds = HoldsOf(line);
   status.inQueue = line.cbInQue;
   status.outQueue = line.cbOutQue;
@@ -230,17 +240,14 @@ bool Win32SerialPort::Read(std::span<std::uint8_t> to, std::size_t& readCount) {
           ::ReadFile(state->device, to.data(), static_cast<DWORD>(to.size()), &count, nullptr)))
     return false;
   readCount = count;
+  if (count > 0) state->lastInput = std::chrono::steady_clock::now();
   return true;
 }
 
 std::size_t Win32SerialPort::PieceSize() const {
-  constexpr std::size_t kPerSecond = 20;
+  constexpr std::size_t kPerSecond = 100;
   constexpr std::size_t kBitsPerByte = 10; // start, 8 data, stop
   return std::max<std::size_t>(state->dcb.BaudRate / kBitsPerByte / kPerSecond, 1);
-}
-
-bool Win32SerialPort::TakeInterrupt() {
-  return ::WaitForSingleObject(state->wake, 0) == WAIT_OBJECT_0;
 }
 
 // Not when the device doesn't answer: the write then says so.
@@ -250,20 +257,19 @@ bool Win32SerialPort::IsHeld() {
 }
 
 bool Win32SerialPort::Write(std::span<const std::uint8_t> from, std::size_t& writtenCount) {
-  const auto until =
-      std::chrono::steady_clock::now() + std::chrono::milliseconds(state->writeLimit);
   writtenCount = 0;
-  while (writtenCount < from.size() && !TakeInterrupt() && !IsHeld()) {
-    const auto piece =
-        from.subspan(writtenCount, std::min(PieceSize(), from.size() - writtenCount));
-    DWORD count = 0;
-    if (!::WriteFile(state->device, piece.data(), static_cast<DWORD>(piece.size()), &count,
-                     nullptr))
-      return Succeed(false);
-    writtenCount += count;
-    if (count < piece.size()) break; // stalled
-    if (state->writeLimit != 0 && std::chrono::steady_clock::now() >= until) break;
+  if (from.empty() || IsHeld()) return true;
+  if (!state->writesAreShort) {
+    COMMTIMEOUTS brief = state->timeouts;
+    brief.WriteTotalTimeoutMultiplier = 0;
+    brief.WriteTotalTimeoutConstant = kStall;
+    if (!Succeed(::SetCommTimeouts(state->device, &brief))) return false;
+    state->writesAreShort = true;
   }
+  DWORD count = 0;
+  const auto piece = static_cast<DWORD>(std::min(PieceSize(), from.size()));
+  if (!Succeed(::WriteFile(state->device, from.data(), piece, &count, nullptr))) return false;
+  writtenCount = count;
   return true;
 }
 
@@ -279,16 +285,22 @@ bool Win32SerialPort::PurgeReceive() {
 
 // --- Waiting --------------------------------------------------------------------------------------
 
-// True also when the device doesn't answer: the caller has to see that.
-bool Win32SerialPort::HasInput() {
-  COMSTAT line{};
-  return IsOpen() && (!state->Look(line) || line.cbInQue > 0);
-}
-
 void Win32SerialPort::WaitReadable(std::chrono::microseconds atMost) {
+  using namespace std::chrono_literals;
   const auto until = std::chrono::steady_clock::now() + atMost;
-  while (!HasInput() && std::chrono::steady_clock::now() < until)
-    if (::WaitForSingleObject(state->wake, 1) == WAIT_OBJECT_0) return;
+  for (;;) {
+    COMSTAT line{};
+    const bool answers = IsOpen() && state->Look(line);
+    if (answers && line.cbInQue > 0) return;
+    const auto now = std::chrono::steady_clock::now();
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(until - now);
+    if (left <= 0ms) return;
+    const bool isBusy = answers && now - state->lastInput < 1s;
+    const auto pause = IsOpen() ? std::min(left, isBusy ? 1ms : 10ms) : left;
+    if (::WaitForSingleObject(state->wake, static_cast<DWORD>(pause.count())) == WAIT_OBJECT_0)
+      return;
+    if (IsOpen() && !answers) return; // the caller has to see that; not without a pause
+  }
 }
 
 void Win32SerialPort::Interrupt() {

@@ -5,13 +5,14 @@
 // system finds no such file the name is tried again as "\\.\COM10", so that the settings need not carry
 // the prefix.
 //
-// Write hands the system about 50 ms of line time at once and ends, with an exact count, when the line is
-// held, when a piece stalls for half a second, when Interrupt is called or when the write time-out has
-// passed. The system is given no longer time-out than that half second: a write that waits in there
-// can only be cancelled, and then nobody knows how much of it went out. WaitReadable looks every
-// millisecond; while a port is open the system's timer runs at 1 ms.
+// Write hands the system one piece, 10 ms of line time, and none while the line is held. When a hold begins
+// in the middle of it the system gives up after 20 ms and tells exactly how much went out; a write
+// that is cancelled would not tell. The write time-out of SetTimeouts is the system's until the
+// first write: no write comes near it.
 //
-// Error bits are the system's (CE_RXOVER 1, CE_OVERRUN 2, CE_RXPARITY 4, CE_FRAME 8, CE_BREAK 16).
+// Without overlapped calls the system can't say when bytes arrive. WaitReadable looks every millisecond
+// for a second after the last byte and every 10 ms after that; while a port is open the system's timer
+// runs at 1 ms.
 #pragma once
 
 #include <memory>
@@ -51,9 +52,7 @@ class Win32SerialPort : public SerialPort {
   struct State; // the system's types stay out of this header
 
   bool Succeed(bool success); // keeps the system's error of a failed call; returns success
-  bool HasInput();
   bool IsHeld();
-  bool TakeInterrupt();
   std::size_t PieceSize() const;
 
   std::unique_ptr<State> state;

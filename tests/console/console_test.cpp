@@ -28,6 +28,10 @@ class FakeTerminal : public Terminal {
     input.erase(0, count);
     return count;
   }
+  std::size_t Left() {
+    const std::lock_guard lock(mutex);
+    return input.size();
+  }
   void Write(std::string_view text) override { output += text; }
   void WriteError(std::string_view text) override { errors += text; }
   bool HasColours() const override { return colours; }
@@ -167,10 +171,36 @@ TEST_F(ConsoleTest, ALiveTerminalKeepsTheStatusBelowTheText) {
   console.Flush();
   EXPECT_TRUE(terminal.output.starts_with("\r\x1b[J\x1b[1A\x1b[KRX XYZ[0d]\n")); // text above
   EXPECT_TRUE(terminal.output.ends_with("\n> "));
-  EXPECT_EQ(terminal.output.find("TX ABC"), std::string::npos); // until its line ends
-  console.AppendMonitor(u"\n");
+  EXPECT_EQ(terminal.output.find("TX ABC"), std::string::npos); // for a moment
+  console.ShowStatus(View(1, u"Waiting..."));
   console.Flush();
   EXPECT_NE(terminal.output.find("TX ABC\n"), std::string::npos);
+  terminal.output.clear();
+  console.AppendMonitor(u"\nRX ");
+  console.AppendMonitor(u">[0d]\n");
+  console.Flush();
+  EXPECT_NE(terminal.output.find("\r\x1b[KRX >[0d]\n"), std::string::npos) << terminal.output;
+}
+
+TEST_F(ConsoleTest, InputIsReadNoFasterThanItIsWorkedOff) {
+  const auto shared = std::make_shared<FakeTerminal>(false);
+  std::string flood;
+  while (flood.size() < 1 << 20)
+    flood += "status\n";
+  shared->input = flood;
+  int lines = 0, asked = 0;
+  {
+    ConsoleFrontEnd console(shared);
+    console.SetTakesInput([&] {
+      if (lines < 3) return true;
+      if (++asked > 3) console.Quit();
+      return false;
+    });
+    TimerQueue timers;
+    console.Run(timers, [&](const KorText& line) { lines += line == u"status" ? 1 : 100; });
+  }
+  EXPECT_EQ(lines, 3);
+  EXPECT_GT(shared->Left(), flood.size() - 10000);
 }
 
 // What the live line shows of a transfer at each width; "|" stands for the gap before the lamps.

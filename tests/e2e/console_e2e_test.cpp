@@ -109,6 +109,93 @@ TEST_F(ConsoleE2e, EndsWithinASecondInEveryStateByEveryWay) {
   EXPECT_EQ(folders.UploadNames(), std::vector<std::string>());
 }
 
+// A large program is read in one go; what else was asked for meanwhile does not hold the end.
+TEST_F(ConsoleE2e, EndsWithinASecondWhateverIsQueued) {
+  support::WriteWholeFile(folders.Download("1.MPG"), Program(1'000'000));
+  std::string requests;
+  for (int i = 0; i < 60; ++i)
+    requests += "FH 1\r";
+  StartServing();
+  line->Send(requests);
+  ASSERT_TRUE(host->Expect(" 8 Download Preparation"));
+  Clock::time_point begin = Clock::now();
+  host->Signal(SIGTERM);
+  EXPECT_EQ(host->WaitForExit(), 0) << host->Diagnostics();
+  EXPECT_LT(Clock::now() - begin, std::chrono::seconds(1)) << "requests";
+  StartServing();
+  for (int i = 0; i < 60; ++i) {
+    host->Type("send " + folders.Download("1.MPG"));
+    host->Type("cancel");
+  }
+  begin = Clock::now();
+  Quit();
+  EXPECT_LT(Clock::now() - begin, std::chrono::seconds(1)) << "commands";
+}
+
+TEST_F(ConsoleE2e, AFloodOfInputTakesNoMemoryAndDoesNotHoldTheEnd) {
+  line = std::make_unique<FarEnd>(folders.Line());
+  const std::vector<std::string> flooded = {"bash", "-c", "exec \"$0\" < <(exec yes status)",
+                                            folders.Program("ncedl-console")[0]};
+  host = std::make_unique<Process>(flooded, folders.Options());
+  for (int i = 0; i < 2000; ++i)
+    ASSERT_TRUE(host->Expect("status 1 Waiting...\n")) << host->Diagnostics();
+  EXPECT_EQ(line->Exchange("XYZ"), kAlphabet);
+  const std::string memory =
+      support::ReadWholeFile("/proc/" + std::to_string(host->Id()) + "/statm");
+  EXPECT_LT(std::stol(memory.substr(memory.find(' '))), 100'000) << "pages";
+  const Clock::time_point begin = Clock::now();
+  host->Signal(SIGTERM);
+  EXPECT_EQ(host->WaitForExit(), 0);
+  EXPECT_LT(Clock::now() - begin, std::chrono::seconds(1));
+}
+
+TEST_F(ConsoleE2e, WithoutStandardStreamsNothingButTheProtocolGoesOut) {
+  line = std::make_unique<FarEnd>(folders.Line());
+  host = std::make_unique<Process>(std::vector<std::string>{"sh", "-c", "exec \"$0\" <&- >&- 2>&-",
+                                                            folders.Program("ncedl-console")[0]},
+                                   options);
+  std::string reply;
+  for (int i = 0; i < 500 && reply.empty(); ++i) {
+    line->Send("XYZ\r");
+    reply = line->Receive("\r", Milliseconds(20));
+  }
+  ASSERT_EQ(reply, std::string(kAlphabet) + "\r");
+  line->Receive("never", Milliseconds(100));
+  for (int i = 0; i < 3; ++i) {
+    BeginUpload("7");
+    ASSERT_EQ(line->Exchange("04NEW!5C"), ">");
+    ASSERT_EQ(line->Exchange("]"), ">");
+    EXPECT_EQ(support::ReadWholeFile(folders.Upload("7.MPG")), "NEW\n");
+  }
+  host->Signal(SIGTERM);
+  EXPECT_EQ(host->WaitForExit(), 0);
+}
+
+TEST_F(ConsoleE2e, NoProgramWritesItsTextIntoTheFilesThatItOpens) {
+  support::WriteWholeFile(folders.Path("", "plain"), Program(200));
+  const std::string packed = folders.Path("", "packed");
+  const struct {
+    std::vector<std::string> command;
+    std::string file;
+  } cases[] = {
+      {folders.Program("korfile", {"compress", "-o", packed, folders.Path("", "plain")}), packed},
+      {folders.Program("ncedl-setup", {"--main", folders.Path("", "main")}),
+       folders.Path("main/", "KOR.INI")},
+  };
+  for (const auto& c : cases) {
+    std::filesystem::remove(c.file);
+    Process open(c.command, folders.Options());
+    ASSERT_EQ(open.WaitForExit(), 0) << c.command[0] << open.Diagnostics();
+    const std::string expected = support::ReadWholeFile(c.file);
+    ASSERT_NE(expected, "") << c.file;
+    std::filesystem::remove(c.file);
+    std::vector<std::string> closed = {"sh", "-c", "exec \"$0\" \"$@\" <&- >&- 2>&-"};
+    closed.insert(closed.end(), c.command.begin(), c.command.end());
+    EXPECT_EQ(Process(closed, folders.Options()).WaitForExit(), 0) << c.command[0];
+    EXPECT_EQ(support::ReadWholeFile(c.file), expected) << c.command[0];
+  }
+}
+
 TEST_F(ConsoleE2e, AHeldReplyGoesOutWholeWhenTheLineIsFree) {
   StartServing();
   line->Send(std::string(kXoff) + "XYZ\r");

@@ -1,6 +1,8 @@
 // The engine on a scripted line: opening, polling, holds, echo, logs, timers, transfers by hand.
 #include <gtest/gtest.h>
 
+#include <future>
+
 #include "tests/support/nce_link.h"
 
 namespace kor {
@@ -143,6 +145,59 @@ TEST_F(EngineTest, APartialWriteGoesOnWhereItEnded) {
   EXPECT_EQ(link.port.TakeWritten(), "ABCDEFGHIJKLMNOPQRSTUVWXYZ\r");
 }
 
+TEST_F(EngineTest, AnIdleLineIsLeftAloneAndAHeldOneIsLookedAtWithoutHaste) {
+  link.Start();
+  const auto looksIn = [this](double seconds) {
+    const double until = link.app.HighResolutionSeconds() + seconds;
+    int looks = 0;
+    for (; looks < 100000 && link.app.HighResolutionSeconds() < until; ++looks)
+      if (!link.link->Poll()) link.link->WaitIdle();
+    return looks;
+  };
+  EXPECT_LE(looksIn(10), 11);
+  for (const HoldBit hold : {kXoffHold, kCtsHold}) {
+    link.port.SetHolds(hold);
+    link.port.Deliver("XYZ\r");
+    EXPECT_LE(looksIn(10), 550) << "a reply waits for the line";
+    link.port.SetHolds(0);
+    link.port.TakeWritten();
+    looksIn(0.05);
+    if (hold == kXoffHold) {
+      EXPECT_EQ(link.port.TakeWritten(), "ABCDEFGHIJKLMNOPQRSTUVWXYZ\r");
+    }
+    EXPECT_LE(looksIn(10), 11);
+  }
+  link.port.SetPresent(false);
+  EXPECT_LE(looksIn(10), 21);
+}
+
+TEST_F(EngineTest, LineErrorsAreCountedToldAndTraced) {
+  link.Start();
+  StartTrace();
+  EXPECT_TRUE(LineErrorTexts(link.link->CurrentLineErrors()).empty());
+  LineErrors noise;
+  noise.framing = 5;
+  link.port.SetLineErrors(noise);
+  link.Run();
+  noise = {};
+  noise.framing = 7;
+  noise.parity = noise.overrun = noise.overflow = noise.breaks = 1;
+  link.port.SetLineErrors(noise);
+  link.Run();
+  link.Run();
+  EXPECT_EQ(LineErrorTexts(link.link->CurrentLineErrors()),
+            (std::vector<KorText>{
+                u"12 framing errors: check baud rate and parity",
+                u"1 parity errors: check parity and data bits",
+                u"2 overrun errors: bytes were lost; check flow control or lower the baud rate"}));
+  EXPECT_EQ(Traced(), (std::vector<KorText>{
+                          u"Framing Errors=5  ",
+                          u"Framing Errors=12  Parity Errors=1  Overrun Errors=2  Breaks=1  "}));
+  link.link->SetHandshake(true, true); // another try with other settings counts afresh
+  link.Run();
+  EXPECT_TRUE(LineErrorTexts(link.link->CurrentLineErrors()).empty());
+}
+
 TEST_F(EngineTest, AHeldLineKeepsItsRepliesInOrderAndNeverHoldsTheEnd) {
   link.PutProgram(u"1.MPG", KorText(5000, u'L') + u"\n");
   link.Start();
@@ -176,6 +231,21 @@ TEST_F(EngineTest, WhatWasAskedForBeforeTheEndIsStillDone) {
   link.link->CompleteUpload();
   link.link->Terminate(); // before the worker has polled again
   EXPECT_EQ(link.app.Content(link.app.Path(u"in.NC")), u"A\n");
+}
+
+TEST(CommsMonitorTest, AWorkerThatIsStuckDoesNotHoldTheEnd) {
+  std::promise<void> entered, release;
+  CommsMonitor monitor(
+      [&] {
+        entered.set_value();
+        release.get_future().wait();
+        return false;
+      },
+      [] {}, [] {});
+  entered.get_future().wait();
+  EXPECT_FALSE(monitor.Stop(std::chrono::milliseconds(1)));
+  release.set_value();
+  EXPECT_TRUE(monitor.Stop(std::chrono::seconds(30)));
 }
 
 TEST_F(EngineTest, WhateverBreaksIntoAnUploadRemovesItsPart) {

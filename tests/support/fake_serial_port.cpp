@@ -56,7 +56,7 @@ void FakeSerialPort::SetHolds(std::uint32_t newHolds) {
   holds = newHolds;
 }
 
-void FakeSerialPort::SetLineErrors(std::uint32_t errors) {
+void FakeSerialPort::SetLineErrors(const LineErrors& errors) {
   Lock lock(mutex);
   lineErrors = errors;
 }
@@ -261,7 +261,7 @@ bool FakeSerialPort::GetStatus(LineStatus& status) {
   Lock lock(mutex);
   if (!Begin("GetStatus")) return false;
   Drain();
-  status.errors = std::exchange(lineErrors, 0u);
+  status.errors = std::exchange(lineErrors, {});
   status.holds = holds;
   status.inQueue = static_cast<std::uint32_t>(Arrived());
   status.outQueue = static_cast<std::uint32_t>(queued.size());

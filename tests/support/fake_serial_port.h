@@ -39,8 +39,8 @@ class FakeSerialPort : public SerialPort {
   void SetWriteLimit(std::size_t bytes); // at most this many per Write; start value: unlimited
   void SetWriteDuration(double seconds); // what the clock moves in each Write
   void SetHolds(std::uint32_t holds);    // HoldBit values of the following GetStatus calls
-  void SetLineErrors(std::uint32_t errors); // reported by one GetStatus
-  void SetLoopBack(bool plugged);           // what is written arrives
+  void SetLineErrors(const LineErrors& errors); // reported by one GetStatus
+  void SetLoopBack(bool plugged);               // what is written arrives
   // Called after each Write with the bytes it took, without the lock: plays the far side.
   void SetResponder(std::function<void(std::string_view)> responder);
   // The next calls of that operation ("Open", "GetStatus", "Write" ...) fail with this system text.
@@ -116,7 +116,7 @@ class FakeSerialPort : public SerialPort {
   std::size_t writeLimit KOR_GUARDED_BY(mutex) = static_cast<std::size_t>(-1);
   double writeDuration KOR_GUARDED_BY(mutex) = 0;
   std::uint32_t holds KOR_GUARDED_BY(mutex) = 0;
-  std::uint32_t lineErrors KOR_GUARDED_BY(mutex) = 0;
+  LineErrors lineErrors KOR_GUARDED_BY(mutex);
   bool loopBack KOR_GUARDED_BY(mutex) = false;
   bool realWaits KOR_GUARDED_BY(mutex) = false;
   std::function<void(std::string_view)> responder KOR_GUARDED_BY(mutex);

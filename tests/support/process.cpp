@@ -87,7 +87,6 @@ bool Redirect(const std::string& path, int flags, std::initializer_list<int> str
   if (options.largestFile) {
     const rlimit limit{*options.largestFile, *options.largestFile};
     setrlimit(RLIMIT_FSIZE, &limit);
-    signal(SIGXFSZ, SIG_IGN); // the write fails instead
   }
   execvpe(arguments[0], arguments, environment);
   _exit(127);

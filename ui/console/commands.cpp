@@ -64,6 +64,8 @@ std::optional<bool> Commands::Switch(const KorText& command, const KorText& argu
 void Commands::Status(const KorText&) {
   const StatusView view = app.CurrentStatus();
   console.Print(KorText::Format(u"status %i %s", view.code, view.line));
+  for (const KorText& text : LineErrorTexts(app.CurrentLineErrors()))
+    console.Print(text);
 }
 
 void Commands::Send(const KorText& argument) {

@@ -4,6 +4,7 @@
 #include <array>
 #include <chrono>
 #include <thread>
+#include <utility>
 
 #include "services/core/app_interface.h"
 #include "services/core/text_lookup.h"
@@ -64,6 +65,7 @@ ConsoleFrontEnd::~ConsoleFrontEnd() {
   const std::lock_guard lock(shared->mutex);
   shared->closed = true;
   shared->tasks.clear();
+  shared->room.notify_all();
 }
 
 // --- Loop ----------------------------------------------------------------------------------------------
@@ -113,32 +115,42 @@ std::function<void(TerminalEvent)> ConsoleFrontEnd::EventHandler() {
   };
 }
 
-// The end of the input ends the reader, not the program.
+// The end of the input ends the reader, not the program. It reads ahead no more than it may: a flood waits
+// in its pipe.
 void ConsoleFrontEnd::StartReader() {
-  std::thread([state = shared, source = terminal, this] {
+  std::thread([state = shared, source = terminal] {
     std::array<char, 512> bytes;
-    while (const std::size_t count = source->Read(bytes)) {
-      const std::lock_guard lock(state->mutex);
+    std::size_t count = 1;
+    while (count > 0) {
+      count = source->Read(bytes);
+      std::unique_lock lock(state->mutex);
+      state->room.wait(lock, [&] { return state->closed || state->input.size() < kMostInput; });
       if (state->closed) return;
-      state->tasks.emplace_back(
-          [this, text = std::string(bytes.data(), count)] { TakeInput(text); });
+      state->input.append(bytes.data(), count);
+      state->inputEnded = count == 0;
       state->changed.notify_one();
     }
-    // A last line without its end is a line.
-    const std::lock_guard lock(state->mutex);
-    if (!state->closed) state->tasks.emplace_back([this] { TakeInput("\n"); });
-    state->changed.notify_one();
   }).detach();
 }
 
 void ConsoleFrontEnd::WaitForWork(const TimerQueue& timers) {
+  constexpr double kBusy = 0.01; // seconds until a busy worker is asked again
+  const bool takes = !takesInput || takesInput();
   const auto due = timers.NextDue();
   const double now = App().HighResolutionSeconds();
   double wait = due ? std::clamp(*due - now, 0.0, kLongestWait) : kLongestWait;
   if (hasStatus && IsExchange(shown.code)) wait = std::min(wait, kRefresh);
   std::unique_lock lock(shared->mutex);
-  shared->changed.wait_for(lock, std::chrono::duration<double>(wait),
-                           [this] { return shared->quit || !shared->tasks.empty(); });
+  const auto hasInput = [this] { return !shared->input.empty() || shared->inputEnded; };
+  const double most = !takes && hasInput() ? std::min(wait, kBusy) : wait;
+  shared->changed.wait_for(lock, std::chrono::duration<double>(most), [&] {
+    return shared->quit || !shared->tasks.empty() || (takes && hasInput());
+  });
+}
+
+bool ConsoleFrontEnd::IsQuitting() {
+  const std::lock_guard lock(shared->mutex);
+  return shared->quit;
 }
 
 void ConsoleFrontEnd::RunTasks() {
@@ -155,14 +167,11 @@ void ConsoleFrontEnd::Run(TimerQueue& timers, std::function<void(const KorText&)
   lineHandler = std::move(onLine);
   timers.SetOnEarlier([this] { Post([] {}); });
   StartReader();
-  const auto quitting = [this] {
-    const std::lock_guard lock(shared->mutex);
-    return shared->quit;
-  };
-  while (!quitting()) {
+  while (!IsQuitting()) {
     WaitForWork(timers);
     RunTasks();
-    if (!quitting()) timers.RunDue(App().HighResolutionSeconds());
+    TakeInput();
+    if (!IsQuitting()) timers.RunDue(App().HighResolutionSeconds());
     Refresh();
   }
   RunTasks();
@@ -178,10 +187,23 @@ void ConsoleFrontEnd::Finish() {
 
 // --- Input ---------------------------------------------------------------------------------------------
 
-void ConsoleFrontEnd::TakeInput(const std::string& bytes) {
+// At most one line; what follows "quit" is left alone.
+void ConsoleFrontEnd::TakeInput() {
+  if (IsQuitting() || (takesInput && !takesInput())) return;
+  std::string bytes;
+  bool ended = false;
+  {
+    const std::lock_guard lock(shared->mutex);
+    const std::size_t end = shared->input.find_first_of("\r\n");
+    bytes = shared->input.substr(0, end == std::string::npos ? end : end + 1);
+    shared->input.erase(0, bytes.size());
+    ended = shared->input.empty() && std::exchange(shared->inputEnded, false);
+  }
+  shared->room.notify_one();
+  if (ended) bytes += '\n'; // a last line without its end is a line
   for (const std::string& line : editor->Take(bytes))
     CompleteLine(line);
-  if (interactive) DrawLive();
+  if (interactive && !bytes.empty()) DrawLive();
 }
 
 void ConsoleFrontEnd::CompleteLine(const std::string& bytes) {
@@ -262,6 +284,7 @@ void ConsoleFrontEnd::Print(const KorText& line) {
 }
 
 void ConsoleFrontEnd::ShowStatus(const StatusView& view) {
+  ShowMonitorRest(); // the engine shows its status every 100 ms: no text is held back for longer
   const bool isNew = !hasStatus || IsNewStatus(shown, view);
   const bool isLost = isNew && view.code == kNoLink;
   const bool isBack = hasStatus && shown.code == kNoLink && view.code == kWaiting;
@@ -308,13 +331,27 @@ void ConsoleFrontEnd::ShowEndedJob(const EndedJob& job) {
 
 void ConsoleFrontEnd::SetMonitorOn(bool on) {
   monitorOn = on;
-  if (!on) monitorRest.clear();
+  if (on) return;
+  monitorRest.clear();
+  restIsShown = false;
 }
 
-// Whole lines are shown as they come; an unfinished one waits for its end.
+void ConsoleFrontEnd::ShowMonitorRest() {
+  if (monitorRest.empty()) return;
+  PrintLine(monitorRest);
+  monitorRest.clear();
+  restIsShown = true;
+}
+
+// Whole lines are shown as they come. An unfinished one, such as a reply that nothing has followed yet,
+// waits a moment for its end.
 void ConsoleFrontEnd::AppendMonitor(const KorText& text) {
   if (!monitorOn) return;
   monitorRest += text.ToUtf8();
+  if (restIsShown && !monitorRest.empty()) {
+    restIsShown = false;
+    if (monitorRest.front() == '\n') monitorRest.erase(0, 1); // the screen has that line end
+  }
   const std::size_t end = monitorRest.rfind('\n');
   if (end == std::string::npos) return;
   PrintLine(std::string_view(monitorRest).substr(0, end));

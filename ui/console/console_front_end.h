@@ -32,6 +32,8 @@ class ConsoleFrontEnd : public FormDialog {
 
   // Each line of standard input goes to onLine. Runs until Quit; timers are run as they fall due.
   void Run(TimerQueue& timers, std::function<void(const KorText&)> onLine);
+  // Asked before each line of input. While it says no, the input waits, and whoever writes it.
+  void SetTakesInput(std::function<bool()> ready) { takesInput = std::move(ready); }
   void Quit() { Quitter()(); } // any thread
   // Ends Run; may be called by any thread at any time, also after the front end has gone.
   std::function<void()> Quitter() const;
@@ -47,7 +49,7 @@ class ConsoleFrontEnd : public FormDialog {
 
   // A line of answer to a command, on standard output.
   void Print(const KorText& line);
-  // Waits until what was printed has been taken, at most half a second.
+  // Waits until what was printed has been taken, at most a fifth of a second.
   void Flush() { output.Flush(); }
   bool IsMonitorOn() const { return monitorOn; }
   void SetMonitorOn(bool on);
@@ -66,12 +68,17 @@ class ConsoleFrontEnd : public FormDialog {
   void Post(std::function<void()> task) override;
 
  private:
+  static constexpr std::size_t kMostInput = 4096; // bytes that are read ahead
+
   // What the reading thread shares with the loop; it outlives the front end while the reader is stuck
   // in a read that never ends.
   struct Shared {
     std::mutex mutex;
     std::condition_variable changed;
+    std::condition_variable room; // in the input, or closed
     std::deque<std::function<void()>> tasks;
+    std::string input; // read and not yet taken
+    bool inputEnded = false;
     bool quit = false;
     bool closed = false;
     bool asks = false;  // a wish to end is answered by a question
@@ -81,11 +88,13 @@ class ConsoleFrontEnd : public FormDialog {
 
   static void Interrupt(const std::shared_ptr<Shared>& shared);
   void StartReader();
-  void TakeInput(const std::string& bytes);
+  void TakeInput();
   void CompleteLine(const std::string& line);
   void AskWhileBusy();
   void RunTasks();
   void WaitForWork(const TimerQueue& timers);
+  bool IsQuitting();
+  void ShowMonitorRest();
   void PrintLine(std::string_view line);
   void PrintAlert(std::string_view line); // red where that can be
   void Refresh();
@@ -101,6 +110,7 @@ class ConsoleFrontEnd : public FormDialog {
   const bool colours;
   std::shared_ptr<Shared> shared = std::make_shared<Shared>();
   std::function<void(const KorText&)> lineHandler;
+  std::function<bool()> takesInput;
   std::unique_ptr<LineEditor> editor;
   StatusView shown;
   bool hasStatus = false;
@@ -109,6 +119,7 @@ class ConsoleFrontEnd : public FormDialog {
   RateMeter meter;
   bool monitorOn = false;
   std::string monitorRest;     // monitor text after the last line end
+  bool restIsShown = false;    // the begin of that line is on the screen already
   std::string liveLine;        // as drawn; empty when nothing is
   std::size_t liveColumns = 0; // of its status line
 };

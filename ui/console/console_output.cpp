@@ -7,7 +7,7 @@ namespace kor {
 
 namespace {
 
-constexpr std::chrono::milliseconds kPatience(500);
+constexpr std::chrono::milliseconds kPatience(200);
 
 } // namespace
 

@@ -20,14 +20,14 @@ class ConsoleOutput {
   static constexpr std::size_t kMostWaiting = 1 << 20; // bytes
 
   explicit ConsoleOutput(std::shared_ptr<Terminal> terminal);
-  // Gives the reader half a second to take what is left.
+  // Gives the reader a fifth of a second to take what is left.
   ~ConsoleOutput();
   ConsoleOutput(const ConsoleOutput&) = delete;
   ConsoleOutput& operator=(const ConsoleOutput&) = delete;
 
   void Write(std::string_view text) { Add(text, false); }
   void WriteError(std::string_view text) { Add(text, true); }
-  void Flush(); // waits at most half a second
+  void Flush(); // waits at most a fifth of a second
 
  private:
   struct Text {
