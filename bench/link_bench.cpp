@@ -1,8 +1,11 @@
 // Measures ncedl-console from outside, as a process on a pseudo-terminal, and other transfer programs on a
 // line of the same speed. Prints a table; exit code 1 when a target is missed.
 //   link_bench PROGRAMS-FOLDER [--quick]
+#include <signal.h>
+
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -110,6 +113,7 @@ class Controller {
     return Receive();
   }
 
+  std::string Device() const { return terminal->FarEnd().ToUtf8(); }
   std::uint64_t Bytes() const { return count; } // in both directions
   Clock::time_point Now() const { return Clock::now() - lateness; }
 
@@ -146,15 +150,48 @@ class Controller {
   std::uint64_t count = 0;
 };
 
+// A screen that takes what is drawn.
+class Screen {
+ public:
+  explicit Screen(const std::string& link) {
+    KorText error;
+    terminal = OpenPseudoTerminal(KorText::FromUtf8(link), error);
+    if (!terminal) throw std::runtime_error(error.ToUtf8());
+    thread = std::thread([this] {
+      std::array<std::uint8_t, 4096> piece{};
+      std::size_t got = 0;
+      while (!stopping && terminal->Read(piece, got))
+        if (got == 0) terminal->WaitUntil(Clock::now() + Milliseconds(200), true, false);
+    });
+  }
+  ~Screen() {
+    stopping = true;
+    thread.join();
+  }
+  std::string Device() const { return terminal->FarEnd().ToUtf8(); }
+
+ private:
+  std::unique_ptr<PseudoTerminal> terminal;
+  std::atomic<bool> stopping{false};
+  std::thread thread;
+};
+
 class Host {
  public:
-  explicit Host(const HostFolders& folders) {
+  // Piped, or on the terminal of a screen.
+  explicit Host(const HostFolders& folders, const std::string& terminal = {}) {
     ProcessOptions options = folders.Options();
-    options.outputFile = "/dev/null"; // a pipe that nobody reads would hold the program
-    process = std::make_unique<Process>(folders.Program("ncedl-console"), options);
+    std::vector<std::string> command = folders.Program("ncedl-console");
+    if (terminal.empty()) {
+      options.outputFile = "/dev/null"; // a pipe that nobody reads would hold the program
+    } else {
+      options.terminal = terminal;
+      command.insert(command.begin(), {"setsid", "--ctty"});
+    }
+    process = std::make_unique<Process>(command, options);
   }
   ~Host() {
-    process->Type("quit");
+    process->Signal(SIGTERM);
     process->WaitForExit();
   }
   void Type(const std::string& command) { process->Type(command); }
@@ -215,6 +252,37 @@ void TurnAround(const std::string& programs, bool withTrace, bool withMonitor, s
   Row(name + "p50", Quantile(times, 0.5), "ms", 0.2);
   Row(name + "p99", Quantile(times, 0.99), "ms", 1);
   Row(name + "p99.9", Quantile(times, 0.999), "ms");
+}
+
+// The same pseudo-terminal, first with a process that does nothing but send back what it gets: what the
+// system itself takes.
+void BesideAnEcho(const std::string& programs, int rounds) {
+  const HostFolders folders(programs);
+  Controller controller(folders.Line());
+  const auto median = [&](std::string_view request) {
+    std::vector<double> times;
+    for (int i = 0; i < rounds; ++i) {
+      const Clock::time_point asked = controller.Send(request);
+      const Controller::Reply reply = controller.Receive();
+      if (reply.text.empty()) throw std::runtime_error("no reply");
+      times.push_back(Seconds(reply.first - asked) * 1000);
+    }
+    std::ranges::sort(times);
+    return Quantile(times, 0.5);
+  };
+  double echo = 0;
+  {
+    ProcessOptions options;
+    options.terminal = controller.Device();
+    const Process bare({"cat"}, options);
+    echo = median("XYZ\r");
+  }
+  const Host host(folders);
+  AwaitHost(controller);
+  const double served = median("XYZ\r");
+  Row("bare echo on the same pseudo-terminal, p50", echo, "ms");
+  Row("line test on the same pseudo-terminal, p50", served, "ms", 0.2);
+  Row("line test beside the bare echo, p50 to p50", served / echo, "x");
 }
 
 void LineUse(const std::string& programs, int baud, std::size_t bytes) {
@@ -316,19 +384,23 @@ double MemoryMegabytes(pid_t id, std::string_view field) {
   throw std::runtime_error("no memory figures");
 }
 
-void Idle(const std::string& programs, int seconds) {
+void Idle(const std::string& programs, int seconds, bool onTerminal) {
   const HostFolders folders(programs);
   const std::string text = NcText(1 << 20);
   support::WriteWholeFile(folders.Download("1.MPG"), text);
   Controller controller(folders.Line());
-  const Host host(folders);
+  const Screen screen(folders.Line() + "-screen");
+  const Host host(folders, onTerminal ? screen.Device() : "");
   AwaitHost(controller);
   Fetch(controller, "1", text.size());
-  Row("resident memory after a download of 1 MiB", MemoryMegabytes(host.Id(), "VmRSS"), "MB", 20);
+  if (!onTerminal)
+    Row("resident memory after a download of 1 MiB", MemoryMegabytes(host.Id(), "VmRSS"), "MB", 20);
+  std::this_thread::sleep_for(Milliseconds(500)); // what the download has left to do
   const double before = ProcessorSeconds(host.Id());
   std::this_thread::sleep_for(std::chrono::seconds(seconds));
-  Row("idle over " + std::to_string(seconds) + " s, of one core",
-      (ProcessorSeconds(host.Id()) - before) / seconds * 100, "%", 0.5);
+  const std::string where = onTerminal ? " on a terminal" : " piped";
+  Row("idle over " + std::to_string(seconds) + " s" + where + ", of one core",
+      (ProcessorSeconds(host.Id()) - before) / seconds * 100, "%", 0.1);
 }
 
 void StartToServing(const std::string& programs) {
@@ -385,7 +457,9 @@ int Run(const std::string& programs, bool isQuick) {
       TurnAround(programs, trace, monitor, (isQuick ? 64 : 1024) * kib);
   LineUseOfAll(programs, 9600, (isQuick ? 4 : 24) * kib);
   LineUseOfAll(programs, 115200, (isQuick ? 32 : 256) * kib);
-  Idle(programs, isQuick ? 3 : 30);
+  BesideAnEcho(programs, isQuick ? 1000 : 20'000);
+  for (const bool onTerminal : {false, true})
+    Idle(programs, isQuick ? 3 : 30, onTerminal);
   StartToServing(programs);
   LargeFolder(programs, isQuick ? 1000 : 100'000);
   LargeProgram(programs, isQuick ? 10 : 100);
