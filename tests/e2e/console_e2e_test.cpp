@@ -153,7 +153,7 @@ TEST_F(ConsoleE2e, WithoutStandardStreamsNothingButTheProtocolGoesOut) {
   line = std::make_unique<FarEnd>(folders.Line());
   host = std::make_unique<Process>(std::vector<std::string>{"sh", "-c", "exec \"$0\" <&- >&- 2>&-",
                                                             folders.Program("ncedl-console")[0]},
-                                   options);
+                                   folders.Options());
   std::string reply;
   for (int i = 0; i < 500 && reply.empty(); ++i) {
     line->Send("XYZ\r");
