@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "files/text_lookup.h"
 #include "services/core/app_interface.h"
+#include "services/core/text_lookup.h"
 
 namespace kor {
 
