@@ -49,7 +49,7 @@ class ConsoleFrontEnd : public FormDialog {
 
   // A line of answer to a command, on standard output.
   void Print(const KorText& line);
-  // Waits until what was printed has been taken, at most a fifth of a second.
+  // Waits until what was printed has been taken, at most a third of a second.
   void Flush() { output.Flush(); }
   bool IsMonitorOn() const { return monitorOn; }
   void SetMonitorOn(bool on);

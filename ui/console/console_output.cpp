@@ -7,7 +7,7 @@ namespace kor {
 
 namespace {
 
-constexpr std::chrono::milliseconds kPatience(200);
+constexpr std::chrono::milliseconds kPatience(300);
 
 } // namespace
 
@@ -35,8 +35,8 @@ void ConsoleOutput::Add(std::string_view text, bool isError) {
 
 void ConsoleOutput::Flush() {
   std::unique_lock lock(shared->mutex);
-  shared->changed.wait_for(lock, kPatience,
-                           [this] { return shared->waiting.empty() && !shared->writing; });
+  const auto isTaken = [this] { return shared->waiting.empty() && !shared->writing; };
+  if (!hasStopped) hasStopped = !shared->changed.wait_for(lock, kPatience, isTaken);
 }
 
 void ConsoleOutput::Run(const std::shared_ptr<Shared>& shared,

@@ -20,14 +20,14 @@ class ConsoleOutput {
   static constexpr std::size_t kMostWaiting = 1 << 20; // bytes
 
   explicit ConsoleOutput(std::shared_ptr<Terminal> terminal);
-  // Gives the reader a fifth of a second to take what is left.
+  // Gives the reader a third of a second to take what is left.
   ~ConsoleOutput();
   ConsoleOutput(const ConsoleOutput&) = delete;
   ConsoleOutput& operator=(const ConsoleOutput&) = delete;
 
   void Write(std::string_view text) { Add(text, false); }
   void WriteError(std::string_view text) { Add(text, true); }
-  void Flush(); // waits at most a fifth of a second
+  void Flush(); // waits at most a third of a second
 
  private:
   struct Text {
@@ -47,6 +47,7 @@ class ConsoleOutput {
   void Add(std::string_view text, bool isError);
   static void Run(const std::shared_ptr<Shared>& shared, const std::shared_ptr<Terminal>& terminal);
 
+  bool hasStopped = false; // the reader was waited for in vain: not once more
   std::shared_ptr<Shared> shared = std::make_shared<Shared>();
 };
 
