@@ -33,14 +33,15 @@ KorText ReportText(const MessageRecord& record) {
 }
 
 // Before there is a front end, and after it.
-void ShowPlainly(Terminal& terminal, const KorText& caption, KorText text) {
+void ShowPlainly(Terminal& terminal, const KorText& caption, KorText text, bool isError) {
   text.ReplaceAll(u"\n", u": ");
-  terminal.WriteError(PrintableText(KorText::Format(u"%s: %s", caption, text)) + "\n");
+  const std::string line = PrintableText(KorText::Format(u"%s: %s", caption, text));
+  terminal.WriteError((isError && terminal.HasColours() ? RedText(line) : line) + "\n");
 }
 
 void ReportPlainly(AppInterface& application, Terminal& terminal) {
   application.SetReporter([&terminal](const MessageRecord& record) {
-    ShowPlainly(terminal, record.info, ReportText(record));
+    ShowPlainly(terminal, record.info, ReportText(record), record.level != MessageLevel::Info);
     return record.number;
   });
 }
@@ -125,7 +126,7 @@ int main(int argc, char** argv) {
   KorText error;
   const KorText commandLine = JoinedWords(words);
   const auto program = StartProgram(application, commandLine, error);
-  if (!error.IsEmpty()) ShowPlainly(*terminal, u"Download", error);
+  if (!error.IsEmpty()) ShowPlainly(*terminal, u"Download", error, true);
   if (!program) return 0; // intended: a program that can't start ends without an error code
   return Serve(terminal, commandLine, program->cncFolder);
 }

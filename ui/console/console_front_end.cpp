@@ -50,6 +50,10 @@ std::string PrintableText(const KorText& text) {
   return clean.ToUtf8();
 }
 
+std::string RedText(std::string_view text) {
+  return std::string(kRed) + std::string(text) + std::string(kPlain);
+}
+
 ConsoleFrontEnd::ConsoleFrontEnd(std::shared_ptr<Terminal> systemTerminal)
     : terminal(std::move(systemTerminal)), output(terminal), interactive(terminal->IsInteractive()),
       colours(terminal->HasColours()) {
@@ -275,8 +279,7 @@ void ConsoleFrontEnd::PrintLine(std::string_view line) {
 }
 
 void ConsoleFrontEnd::PrintAlert(std::string_view line) {
-  PrintLine(colours ? std::string(kRed) + std::string(line) + std::string(kPlain)
-                    : std::string(line));
+  PrintLine(colours ? RedText(line) : std::string(line));
 }
 
 void ConsoleFrontEnd::Print(const KorText& line) {
@@ -370,7 +373,7 @@ void ConsoleFrontEnd::ShowMessage(const KorText& caption, const KorText& text, M
   std::string line = PrintableText(KorText::Format(u"%s: %s", caption, oneLine));
   if (interactive) line = PrintableText(ClockText()) + " " + line;
   EraseLive();
-  output.WriteError(colours ? std::string(kRed) + line + std::string(kPlain) + "\n" : line + "\n");
+  output.WriteError((colours ? RedText(line) : line) + "\n");
   DrawLive();
 }
 

@@ -24,6 +24,8 @@ namespace kor {
 
 // UTF-8 without control characters and changes of writing direction, which would disturb the screen.
 std::string PrintableText(const KorText& text);
+// For a terminal that shows colours.
+std::string RedText(std::string_view text);
 
 class ConsoleFrontEnd : public FormDialog {
  public:
