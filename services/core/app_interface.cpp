@@ -451,6 +451,8 @@ bool AppInterface::DuplicateFile(const KorText& from, const KorText& to) {
   const bool copied = CopyContent(*source, *copy) && copy->Sync();
   if (copy->Close() && copied && SetFileModified(copyPath, info->modified) &&
       RenameFile(copyPath, to)) {
+    const std::size_t name = std::max(to.FindLast(u'/') + 1, to.FindLast(u'\\') + 1);
+    SyncFolder(name == 0 ? KorText(u".") : to.Left(name)); // the target is whole either way
     return true;
   }
   const std::uint32_t error = LastError();

@@ -82,20 +82,6 @@ TEST_F(DictionarySave, AFullDiskLeavesTheOlderFile) {
   }
 }
 
-TEST_F(DictionarySave, APowerCutLeavesTheOlderFileOrTheNewOne) {
-  bool saved = false;
-  for (int changes = 0; !saved; ++changes) {
-    app.CutPowerAfter(changes);
-    saved = dictionary.Save();
-    app.ClearFaults();
-    const KorText phrase = PhraseOnDisk();
-    EXPECT_TRUE(phrase == u"Give up" || (phrase == u"Cancel" && !saved))
-        << changes << phrase.ToUtf8();
-    app.Put(file, older);
-    ASSERT_LT(changes, 1000);
-  }
-}
-
 TEST_F(DictionarySave, ExportsXmlAsUtf16) {
   const KorText target = app.Path(u"dict/export.xml");
   dictionary.StartEditing(file);

@@ -2,11 +2,17 @@
 // line, the disk and the system may do to it.
 #include <gtest/gtest.h>
 
+#include <poll.h>
 #include <signal.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <array>
 #include <functional>
 #include <memory>
 #include <random>
+#include <regex>
 #include <string>
 
 #include "tests/support/host_process.h"
@@ -221,6 +227,30 @@ TEST_F(ConsoleE2e, AKilledUploadLeavesTheOldProgramAndTheNextStartCleansUp) {
   Quit();
 }
 
+// The system calls that make a stored program survive a power cut, in their order.
+TEST_F(ConsoleE2e, AnUploadIsSyncedThenRenamedThenItsFolderIsSynced) {
+  line = std::make_unique<FarEnd>(folders.Line());
+  const std::string calls = folders.Path("temp", "calls");
+  std::vector<std::string> traced = {
+      "strace", "-D",  "-f",
+      "-y",     "-qq", "-o",
+      calls,    "-e",  "trace=fsync,fdatasync,rename,renameat,renameat2"};
+  traced.push_back(folders.Program("ncedl-console").front());
+  support::ProcessOptions options = folders.Options();
+  options.environment["ASAN_OPTIONS"] = "detect_leaks=0"; // it looks for leaks by tracing, too
+  host = std::make_unique<Process>(traced, options);
+  ASSERT_TRUE(host->Expect(" 1 Waiting...")) << host->Diagnostics();
+  BeginUpload("7");
+  ASSERT_EQ(line->Exchange("04NEW!5C"), ">");
+  ASSERT_EQ(line->Exchange("02]"), ">");
+  Quit();
+  const std::regex order(R"(sync\(\d+<[^>]*/up/7\.MPG\.[^>]*>\) += 0\n)"
+                         R"([^\n]*rename[^\n]*/up/7\.MPG\.[^\n]*/up/7\.MPG"[^\n]* = 0\n)"
+                         R"([^\n]*sync\(\d+<[^>]*/up>\) += 0\n)");
+  const std::string all = support::ReadWholeFile(calls);
+  EXPECT_TRUE(std::regex_search(all, order)) << all;
+}
+
 TEST_F(ConsoleE2e, APulledCableInAnUploadLeavesTheOldProgramAndNothingElse) {
   support::WriteWholeFile(folders.Upload("7.MPG"), "OLD\n");
   StartServing();
@@ -334,6 +364,34 @@ TEST_F(ConsoleE2e, AnUploadFolderThatIsNotThereIsAnsweredAsTheControllerKnowsIt)
   EXPECT_EQ(line->Exchange("TH 7"), "%% Unable to create file on Host Computer");
   EXPECT_TRUE(host->Expect(" 10 Upload could not open/write to"));
   Quit();
+}
+
+// A test run that is killed leaves no host that goes on trying its line: nor does the run's own runner.
+TEST_F(ConsoleE2e, WhatATestStartsDiesWithIt) {
+  line = std::make_unique<FarEnd>(folders.Line());
+  std::array<int, 2> told{};
+  ASSERT_EQ(pipe(told.data()), 0);
+  const pid_t runner = fork();
+  if (runner == 0) {
+    if (fork() == 0) { // the test
+      StartHost();
+      const std::array<pid_t, 2> ids = {getpid(), host->Id()};
+      static_cast<void>(write(told[1], ids.data(), sizeof ids));
+    }
+    while (true)
+      pause();
+  }
+  std::array<pid_t, 2> started{};
+  ASSERT_EQ(read(told[0], started.data(), sizeof started), static_cast<ssize_t>(sizeof started));
+  pollfd ended{static_cast<int>(syscall(SYS_pidfd_open, started[1], 0)), POLLIN, 0};
+  ASSERT_GE(ended.fd, 0);
+  kill(runner, SIGKILL);
+  EXPECT_EQ(poll(&ended, 1, 10000), 1);
+  for (const pid_t id : started)
+    kill(id, SIGKILL);
+  waitpid(runner, nullptr, 0);
+  for (const int descriptor : {ended.fd, told[0], told[1]})
+    close(descriptor);
 }
 
 } // namespace

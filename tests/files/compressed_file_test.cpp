@@ -340,31 +340,6 @@ TEST_F(CompressedFileTest, ShortReadsAndFullDisksLeaveNoTarget) {
   EXPECT_EQ(Get(path), MakeBytes(100000, 8));
 }
 
-// Power goes after each change in turn: the file holds its content, packed or plain.
-TEST_F(CompressedFileTest, InPlaceIsSafeAtEveryStep) {
-  const Bytes content = MakeBytes(5000, 8);
-  using Step = std::function<FileResult()>;
-  const Step steps[] = {[&] { return CompressFile(path, path, false); },
-                        [&] { return DecompressFile(path, path, false); }};
-  app.Put(path, TextOf(content));
-  for (const Step& step : steps) {
-    const auto before = Get(path);
-    FileResult result = FileResult::Failure;
-    for (int changes = 0; result != FileResult::Success; ++changes) {
-      app.CutPowerAfter(changes);
-      result = step();
-      app.ClearFaults();
-      RemoveAbandonedParts(app.Path(u"work"));
-      EXPECT_EQ(Leftovers(), std::vector<KorText>{u"f"});
-      SimpleFile file(path);
-      ASSERT_TRUE(file.Open(kFileRead, false, true));
-      EXPECT_EQ(file.ReadAll(), content) << changes;
-      ASSERT_LT(changes, 50);
-      if (Get(path) != before) break; // renamed, and only the folder's sync was lost
-    }
-  }
-}
-
 TEST_F(CompressedFileTest, ProgressComesInOrderAndCancels) {
   Bytes file = Container("2005", {});
   for (int block = 0; block < 9; ++block)

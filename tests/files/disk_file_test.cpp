@@ -398,28 +398,6 @@ TEST_F(DiskFileTest, DatesThatAreNoneReadAsNone) {
   }
 }
 
-// Whatever happens at whatever moment, the file is the older one or the newer one, and whole.
-TEST_F(DiskFileTest, APowerCutWhileSavingLeavesTheOldFileOrTheNew) {
-  const KorText path = app.Path(u"kept/tool.rec");
-  SampleTool older(u"old", 1), newer(u"new", 2);
-  app.MakeFolder(app.Path(u"kept"));
-  ASSERT_TRUE(SaveObject(path, older));
-  app.CutPowerAfter(std::nullopt);
-  ASSERT_TRUE(SaveObject(path, newer));
-  const int changes = app.Changes();
-  ASSERT_GT(changes, 3);
-  for (int cut = 0; cut < changes; ++cut) {
-    app.CutPowerAfter(std::nullopt);
-    ASSERT_TRUE(SaveObject(path, older));
-    app.CutPowerAfter(cut);
-    const bool saved = SaveObject(path, newer, {{}, false, false, {}});
-    app.ClearFaults();
-    SampleTool read;
-    ASSERT_TRUE(LoadObject(path, read)) << "after " << cut << " changes";
-    EXPECT_TRUE(read == newer || (read == older && !saved)) << "after " << cut << " changes";
-  }
-}
-
 TEST_F(DiskFileTest, ASaveThatFailsLeavesTheOlderFileAndNothingElse) {
   const KorText folder = app.Path(u"kept/"), path = folder + u"tool.rec";
   app.MakeFolder(folder);

@@ -59,32 +59,6 @@ TEST_F(SafeWriteTest, FullDiskShowsInTheWriteThatDoesNotFit) {
   EXPECT_EQ(Leftovers(), std::vector<KorText>{u"O00123"});
 }
 
-// Power goes after each change in turn: the target is the older or the newer one, whole, and after the
-// next start nothing else is there.
-TEST_F(SafeWriteTest, PowerCutAtAnyStep) {
-  for (const bool compress : {false, true}) {
-    bool committed = false;
-    for (int step = 0; !committed; ++step) {
-      app.Put(path, u"older");
-      app.CutPowerAfter(step);
-      {
-        KorFile file(path);
-        committed =
-            file.OpenSafe(kFileWrite, compress) && file.WriteText(u"newer") && file.Commit();
-      }
-      app.ClearFaults();
-      RemoveAbandonedParts(app.Path(u"work"));
-      EXPECT_EQ(Leftovers(), std::vector<KorText>{u"O00123"}) << step;
-      SimpleFile read(path);
-      ASSERT_TRUE(read.Open(kFileRead));
-      const KorText content = TextOf(*read.ReadAll());
-      EXPECT_TRUE(compress || content == u"older" || content == u"newer") << content.ToUtf8();
-      EXPECT_FALSE(committed && content == u"older");
-      ASSERT_LT(step, 50);
-    }
-  }
-}
-
 TEST_F(SafeWriteTest, FaultsOfSyncCloseAndRenameKeepTheOlderFile) {
   const std::function<void(bool)> faults[] = {[&](bool on) { app.FailSync(on); },
                                               [&](bool on) { app.FailRename(on); }};

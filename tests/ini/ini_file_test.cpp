@@ -206,19 +206,5 @@ TEST_F(IniFile, AFailedSaveIsReportedAndLeavesTheOlderFile) {
   }
 }
 
-TEST_F(IniFile, APowerCutLeavesTheOlderOrTheNewerFile) {
-  const std::string older = "[S]\nK=old\n", newer = "[S]\nK=new\n";
-  bool done = false;
-  for (int changes = 0; !done; ++changes) {
-    app.Put(path, KorText::FromBytes(older));
-    app.CutPowerAfter(changes);
-    done = Write(u"new");
-    app.ClearFaults();
-    EXPECT_EQ(Bytes() == older ? older : newer, Bytes()) << "after " << changes;
-    ASSERT_LT(changes, 100);
-  }
-  EXPECT_EQ(Bytes(), newer);
-}
-
 } // namespace
 } // namespace kor

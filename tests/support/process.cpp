@@ -69,11 +69,17 @@ bool Redirect(const std::string& path, int flags, std::initializer_list<int> str
          std::ranges::all_of(streams, [opened](int stream) { return dup2(opened, stream) >= 0; });
 }
 
+// What a test starts dies with it, and it with the run that started it, however either ends.
+void DieWith(pid_t parent) {
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (getppid() != parent) _exit(125); // it has just ended
+}
+
 // In the child, between fork and exec: system calls only.
 [[noreturn]] void Become(const Pipe& in, const Pipe& out, const Pipe& err,
-                         const ProcessOptions& options, char* const* arguments,
+                         const ProcessOptions& options, pid_t parent, char* const* arguments,
                          char* const* environment) {
-  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  DieWith(parent);
   dup2(in.read, STDIN_FILENO);
   dup2(out.write, STDOUT_FILENO);
   dup2(err.write, STDERR_FILENO);
@@ -101,9 +107,12 @@ Process::Process(const std::vector<std::string>& commandLine, const ProcessOptio
   std::vector<std::string> environment = Environment(options.environment);
   const std::vector<char*> argumentPointers = Pointers(arguments);
   const std::vector<char*> environmentPointers = Pointers(environment);
+  DieWith(getppid());
+  const pid_t parent = getpid();
   id = fork();
   if (id < 0) throw std::system_error(errno, std::generic_category(), "fork");
-  if (id == 0) Become(in, out, err, options, argumentPointers.data(), environmentPointers.data());
+  if (id == 0)
+    Become(in, out, err, options, parent, argumentPointers.data(), environmentPointers.data());
   Close(in.read);
   Close(out.write);
   Close(err.write);

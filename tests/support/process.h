@@ -26,7 +26,7 @@ struct ProcessOptions {
 };
 
 // A running program with pipes at its three standard streams. Destroying it kills it. It dies with
-// this process, too.
+// this process, too; and from then on this process with the one that started it.
 class Process {
  public:
   Process(const std::vector<std::string>& commandLine, const ProcessOptions& options = {});

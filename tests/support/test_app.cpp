@@ -21,10 +21,14 @@ KorText FreshRoot() {
 // A file of the platform with the faults of its TestApp in front of it.
 class TestFile : public OsFile {
  public:
-  TestFile(std::unique_ptr<OsFile> realFile, TestApp& owner, bool forWriting)
-      : real(std::move(realFile)), app(owner), writing(forWriting) {
+  TestFile(std::unique_ptr<OsFile> realFile, TestApp& owner, const KorText& path, FileAccess access)
+      : real(std::move(realFile)), app(owner), writing(access != FileAccess::Read) {
     Lock lock(app.testMutex);
     readLeft = app.readLimit;
+    if (!writing || !app.disk) return;
+    node = app.disk->Open(path);
+    if (access == FileAccess::Write) node->seen.clear();
+    if (access == FileAccess::Append) at = node->seen.size();
   }
   ~TestFile() override = default;
 
@@ -45,11 +49,14 @@ class TestFile : public OsFile {
     const std::size_t allowed = app.TakeWriteBudget(from.size());
     const std::size_t count = real->Write(from.first(allowed));
     if (allowed < from.size()) app.SetLastError(TestApp::kDiskFull);
+    See(from.first(count));
     return count;
   }
 
   std::optional<std::uint64_t> Seek(std::int64_t offset, bool fromEnd) override {
-    return real->Seek(offset, fromEnd);
+    const auto moved = real->Seek(offset, fromEnd);
+    if (moved) at = static_cast<std::size_t>(*moved);
+    return moved;
   }
 
   std::optional<std::uint64_t> Size() override {
@@ -58,9 +65,13 @@ class TestFile : public OsFile {
 
   bool Sync() override {
     if (!app.MayChange()) return false;
-    if (!app.failSync) return real->Sync();
-    app.SetLastError(TestApp::kDeviceFault);
-    return false;
+    if (app.failSync) {
+      app.SetLastError(TestApp::kDeviceFault);
+      return false;
+    }
+    Lock lock(app.testMutex);
+    if (node) node->durable = node->seen; // nothing really waits for the disk
+    return true;
   }
 
   bool Close() override {
@@ -74,8 +85,18 @@ class TestFile : public OsFile {
   }
 
  private:
+  void See(std::span<const std::uint8_t> bytes) {
+    Lock lock(app.testMutex);
+    if (!node) return;
+    node->seen.resize(std::max(node->seen.size(), at + bytes.size()));
+    std::copy(bytes.begin(), bytes.end(), node->seen.begin() + static_cast<std::ptrdiff_t>(at));
+    at += bytes.size();
+  }
+
   std::unique_ptr<OsFile> real;
   TestApp& app;
+  DiskImage::NodePtr node; // null: not watched
+  std::size_t at = 0;
   bool writing;
   bool closed = false;
   std::optional<std::uint64_t> readLeft;
@@ -317,6 +338,32 @@ bool TestApp::IsRefused(const KorText& path, FileAccess access) {
   });
 }
 
+// --- Power cuts ---------------------------------------------------------------------------------
+
+void TestApp::WatchDisk() {
+  DiskImage::Files files;
+  for (const auto& entry :
+       std::filesystem::recursive_directory_iterator(std::filesystem::path(root.View()))) {
+    const KorText path = KorText(entry.path().generic_u16string());
+    if (entry.is_regular_file()) files[path] = Content(path)->ToBytes();
+  }
+  Lock lock(testMutex);
+  disk.emplace(files);
+}
+
+std::set<DiskImage::Files> TestApp::DiskStates() {
+  Lock lock(testMutex);
+  return disk ? disk->States() : std::set<DiskImage::Files>();
+}
+
+void TestApp::RestoreDisk(const DiskImage::Files& files) {
+  for (const auto& entry :
+       std::filesystem::recursive_directory_iterator(std::filesystem::path(root.View())))
+    if (entry.is_regular_file()) std::filesystem::remove(entry.path());
+  for (const auto& [path, content] : files)
+    Put(path, KorText::FromBytes(content));
+}
+
 // --- Files --------------------------------------------------------------------------------------
 
 std::unique_ptr<OsFile> TestApp::OpenFile(const KorText& path, FileAccess access) {
@@ -328,17 +375,32 @@ std::unique_ptr<OsFile> TestApp::OpenFile(const KorText& path, FileAccess access
   if (writing && !MayChange()) return nullptr;
   std::unique_ptr<OsFile> file = PlatformAppInterface::OpenFile(path, access);
   if (!file) return nullptr;
-  return std::make_unique<TestFile>(std::move(file), *this, writing);
+  return std::make_unique<TestFile>(std::move(file), *this, path, access);
 }
 
 bool TestApp::RemoveFile(const KorText& path) {
-  return MayChange() && PlatformAppInterface::RemoveFile(path);
+  if (!MayChange() || !PlatformAppInterface::RemoveFile(path)) return false;
+  Lock lock(testMutex);
+  if (disk) disk->Remove(path);
+  return true;
 }
 
 bool TestApp::RenameFile(const KorText& from, const KorText& to) {
-  if (!failRename) return MayChange() && PlatformAppInterface::RenameFile(from, to);
-  SetLastError(kAccessDenied);
-  return false;
+  if (failRename) {
+    SetLastError(kAccessDenied);
+    return false;
+  }
+  if (!MayChange() || !PlatformAppInterface::RenameFile(from, to)) return false;
+  Lock lock(testMutex);
+  if (disk) disk->Rename(from, to);
+  return true;
+}
+
+bool TestApp::SyncFolder(const KorText& folder) {
+  if (!MayChange()) return false;
+  Lock lock(testMutex);
+  if (disk) disk->SyncFolder(folder.EndsWith(u"/") ? folder.Left(folder.Length() - 1) : folder);
+  return true;
 }
 
 bool TestApp::CopyAttributes(const KorText& from, const KorText& to) {

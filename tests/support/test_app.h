@@ -10,6 +10,7 @@
 #include <map>
 
 #include "platform/platform.h"
+#include "tests/support/disk_image.h"
 #include "tests/support/text_printer.h"
 
 namespace kor {
@@ -67,6 +68,11 @@ class TestApp : public PlatformAppInterface {
   void CutPowerAfter(std::optional<int> changes);
   int Changes() const { return changeCount; } // since CutPowerAfter was last called
   void ClearFaults();
+  // From now on all that is there is on the disk, and changes reach it as they do a real one.
+  void WatchDisk();
+  // What a power cut now would leave; each state can be made the folder's content.
+  std::set<DiskImage::Files> DiskStates();
+  void RestoreDisk(const DiskImage::Files& files);
 
   void SetUserName(const KorText& name) { userName = name; }
   void SetUserLanguage(const KorText& language) { userLanguage = language; }
@@ -107,6 +113,7 @@ class TestApp : public PlatformAppInterface {
   bool CopyAttributes(const KorText& from, const KorText& to) override;
   bool MakeFolder(const KorText& path) override;
   bool RemoveFolder(const KorText& path) override;
+  bool SyncFolder(const KorText& folder) override;
 
  private:
   friend class TestFile;
@@ -144,6 +151,7 @@ class TestApp : public PlatformAppInterface {
   std::optional<std::uint64_t> writeLimit KOR_GUARDED_BY(testMutex);
   std::optional<std::uint64_t> readLimit KOR_GUARDED_BY(testMutex);
   std::optional<int> changesLeft KOR_GUARDED_BY(testMutex);
+  std::optional<DiskImage> disk KOR_GUARDED_BY(testMutex);
 };
 
 } // namespace kor
