@@ -35,9 +35,9 @@ using TitledProgress = std::function<bool(const KorText& title, double position,
 struct ImportResult {
   bool done = false; // without it nothing was changed
   std::vector<KorText> errors;
-  std::vector<KorText> warnings; // the unit was taken all the same
-  std::size_t changed = 0;       // entries whose translation differs from before
-  std::size_t added = 0;         // new entries
+  std::vector<KorText> warnings;   // the unit was taken all the same
+  std::size_t changed = 0;         // entries whose translation differs from before
+  std::vector<std::int32_t> added; // the numbers of new entries
 };
 
 class TextHolder : public Storable {

@@ -78,18 +78,20 @@ bool TextHolder::FitsDictionary(const XliffReader& reader, const KorText& file,
 
 void TextHolder::TakeUnit(const XliffUnit& unit, std::size_t language, ImportResult& result) {
   TextEntry* entry = FindEntry(unit.id);
+  bool isNew = false;
   if (entry == nullptr) {
     AddCategory(unit.categoryId, unit.categoryName);
     entry = &AddEntry(NewEntry(unit));
-    ++result.added;
+    result.added.push_back(unit.id);
+    isNew = true;
   }
   if (unit.target && *unit.target != entry->Translation(language)) {
     entry->SetTranslation(language, *unit.target);
-    ++result.changed;
+    if (!isNew) ++result.changed;
   }
   entry->importance = unit.importance.value_or(entry->importance);
   entry->AddModification(unit.modified);
-  entry->comment = unit.note;
+  entry->comment = unit.note.value_or(entry->comment);
   MarkChanged();
 }
 

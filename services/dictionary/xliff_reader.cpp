@@ -9,8 +9,8 @@
 namespace kor {
 namespace {
 
-// Blanks that are a text of their own count; those between elements don't.
-constexpr unsigned kParseOptions = pugi::parse_default | pugi::parse_ws_pcdata_single;
+// Blanks between inline elements are part of the text.
+constexpr unsigned kParseOptions = pugi::parse_default | pugi::parse_ws_pcdata;
 
 std::string_view LocalName(const pugi::xml_node& node) {
   const std::string_view name = node.name();
@@ -141,9 +141,9 @@ void XliffReader::ReadUnit(const pugi::xml_node& node) {
   if (!ReadNumber(node, unit)) return;
   unit.name = Attribute(node, "resname");
   unit.source = ContentText(Child(node, "source"));
-  unit.note = ContentText(Child(node, "note"));
   if (const pugi::xml_node target = Child(node, "target")) unit.target = ContentText(target);
-  if (HasStrayBytes(unit.source + unit.target.value_or(KorText()) + unit.note))
+  if (const pugi::xml_node note = Child(node, "note")) unit.note = ContentText(note);
+  if (HasStrayBytes(unit.source + unit.target.value_or(KorText()) + unit.note.value_or(KorText())))
     Fail(unit, u"characters that are no UTF-8. Save the file as UTF-8.");
   ReadContext(Child(node, "context-group"), unit);
   pugi::xml_node group = node.parent();

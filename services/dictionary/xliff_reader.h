@@ -19,8 +19,9 @@ namespace kor {
 struct XliffUnit {
   std::ptrdiff_t offset = 0; // in the file, for messages
   std::int32_t id = 0;
-  KorText name, source, note;
+  KorText name, source;
   std::optional<KorText> target; // nothing: the unit has none, and the translation stays
+  std::optional<KorText> note;   // the same
   std::optional<std::int32_t> importance;
   CalendarDate modified;
   std::int32_t categoryId = 0;

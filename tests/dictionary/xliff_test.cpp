@@ -107,10 +107,12 @@ TEST_F(Xliff, TakesTranslationsNotesDatesAndImportance) {
       u"<context context-type=\"x-importance\">5</context>"
       u"<context context-type=\"x-modified\">2027-01-02</context></context-group>"
       u"<note>New note.</note></trans-unit>"
-      u"<trans-unit id=\"7\"><source>Send %s &amp; &lt;wait&gt;</source></trans-unit>");
+      u"<trans-unit id=\"7\"><source>Send %s &amp; &lt;wait&gt;</source></trans-unit>"
+      u"<trans-unit id=\"323\"><source>Call us.</source><target><g>Rufen</g> <g>Sie</g> \n<g>an"
+      u"</g></target><note/></trans-unit>");
   ASSERT_TRUE(result.done);
-  EXPECT_EQ(result.changed, 1U);
-  EXPECT_EQ(result.added, 0U);
+  EXPECT_EQ(result.changed, 2U);
+  EXPECT_TRUE(result.added.empty());
   const TextEntry& entry = *dictionary.FindEntry(48);
   EXPECT_EQ(entry.Translation(0), u"Verwerfen");
   EXPECT_EQ(entry.Translation(1), u"Annuler");
@@ -119,6 +121,9 @@ TEST_F(Xliff, TakesTranslationsNotesDatesAndImportance) {
   EXPECT_EQ(DateText(entry.LatestModification()), u"2027-01-02");
   EXPECT_EQ(entry.modified.size(), 2U);
   EXPECT_EQ(dictionary.FindEntry(7)->Translation(0), u"%s senden & <warten>") << "no target";
+  EXPECT_EQ(dictionary.FindEntry(7)->comment, u"A note.") << "no note";
+  EXPECT_EQ(dictionary.FindEntry(323)->comment, u"") << "an empty note";
+  EXPECT_EQ(dictionary.FindEntry(323)->Translation(0), u"Rufen Sie \nan") << "blanks count";
 }
 
 TEST_F(Xliff, AnUnknownNumberBecomesAnEntry) {
@@ -126,7 +131,7 @@ TEST_F(Xliff, AnUnknownNumberBecomesAnEntry) {
       u"<group id=\"3\" restype=\"Lamps\"><trans-unit id=\"15250\"><source>CTS  Hold!</source>"
       u"<target>CTS-Halt</target></trans-unit></group>");
   ASSERT_TRUE(result.done);
-  EXPECT_EQ(result.added, 1U);
+  EXPECT_EQ(result.added, std::vector<std::int32_t>{15250});
   const TextEntry* entry = dictionary.FindEntry(15250);
   ASSERT_NE(entry, nullptr);
   EXPECT_EQ(entry->textPosition, u"TXTPOS_CTS_Hold");
@@ -149,7 +154,7 @@ TEST_F(Xliff, AcceptsWhatTranslationProgramsWrite) {
     bytes += static_cast<char16_t>(c >> 8);
   }
   ASSERT_TRUE(Import(bytes).done);
-  EXPECT_EQ(dictionary.FindEntry(48)->Translation(0), u"Abbrechen");
+  EXPECT_EQ(dictionary.FindEntry(48)->Translation(0), u"Abbrechen ");
 }
 
 TEST_F(Xliff, TellsThatTheEnglishTextHasChanged) {

@@ -17,7 +17,7 @@ class Kordict : public ::testing::Test {
     KordictOutput output;
     output.print = [this](const KorText& line) { out.push_back(line); };
     output.complain = [this](const KorText& line) { errors.push_back(line); };
-    words.insert(words.end(), {u"-d", file});
+    if (!file.IsEmpty()) words.insert(words.end(), {u"-d", file});
     return RunKordict(words, output);
   }
   KorText Printed() const {
@@ -132,7 +132,11 @@ TEST_F(Kordict, ImportsAllFilesOrNone) {
   EXPECT_EQ(FirstError(), bad + u":2: unit with the id \"x\". Give it a number from 0 to 999999.");
   EXPECT_EQ(app.Content(file), before);
   EXPECT_EQ(Run({u"import-xliff", PutXliff(u"nl-NL", kCancelUnit)}), 3) << "a new language";
-  EXPECT_EQ(Run({u"import-xliff", german}), 0);
+  const KorText mistyped = PutXliff(u"fr-FR", u"<trans-unit id=\"84\"><source>Cancel</source>"
+                                              u"<target>Abandon</target></trans-unit>");
+  EXPECT_EQ(Run({u"import-xliff", german, mistyped}), 0);
+  EXPECT_EQ(Printed(), german + u": 1 changed, 0 added\n" + mistyped +
+                           u": 0 changed, 1 added\n  new: unit 84 \"Cancel\"\n");
   EXPECT_EQ(app.Content(file + u".bak"), before);
   EXPECT_EQ(Run({u"get", u"48", u"-l", u"de-DE"}), 0);
   EXPECT_EQ(Printed(), u"Verwerfen\n");
@@ -160,6 +164,24 @@ TEST_F(Kordict, LeavesTheOlderFileWhenItCannotWrite) {
       EXPECT_EQ(app.Content(file), before) << command[0].ToUtf8();
     }
   }
+}
+
+// The shipped dictionary has the same name and lies where a program looks for it.
+TEST_F(Kordict, TakesNoOtherDictionaryThanTheOneNamed) {
+  const KorText shipped = app.GetApplicationPropertyPath(kProgramFolder) + u"diction.ary";
+  ASSERT_TRUE(SaveSample(shipped));
+  const KorText before = *app.Content(shipped);
+  const KorText german = PutXliff(u"de-DE", kCancelUnit);
+  for (const KorText& named : {app.Path(u"nowhere/diction.ary"), KorText(u"diction.ary")}) {
+    file = named;
+    for (const std::vector<KorText>& command :
+         {std::vector<KorText>{u"info"}, {u"get", u"48"}, {u"header"}, {u"import-xliff", german}})
+      EXPECT_EQ(Run(command), 3) << named.ToUtf8() << " " << command[0].ToUtf8();
+    EXPECT_TRUE(FirstError().Contains(u"diction.ary: missing")) << FirstError().ToUtf8();
+  }
+  EXPECT_EQ(app.Content(shipped), before);
+  file = u"";
+  EXPECT_EQ(Run({u"get", u"48", u"-l", u"de-DE"}), 0) << "nothing named";
 }
 
 TEST_F(Kordict, NamesADictionaryThatCannotBeRead) {

@@ -1,5 +1,6 @@
 #include "tools/korfile/korfile.h"
 
+#include <algorithm>
 #include <sstream>
 
 #include "files/compressed_file.h"
@@ -71,6 +72,8 @@ TEST_F(KorfileTest, ExitCodesAndComplaints) {
   const KorText corrupt = damaged(u"work/corrupt", 3, '?');
   const KorText badLength = damaged(u"work/length", second + 3, 0xFF);
   const KorText badData = damaged(u"work/data", second + 9, 0xFF);
+  const KorText shortText = Put(u"work/short", AsBytes("G90\nM30\n"));
+  const KorText shortCut = Put(u"work/shortcut", std::span(whole).first(20));
   const KorText cut = Put(u"work/cut", std::span(whole).first(second + 9));
   const KorText at = KorText::Format(u"block 1 at offset %u: ", second);
   struct {
@@ -86,7 +89,11 @@ TEST_F(KorfileTest, ExitCodesAndComplaints) {
       {{u"info", badData}, 1, u"damaged"},
       {{u"test", app.Path(u"work/none")}, 3, u"work/none: the source can't be opened ("},
       {{u"restore", cut}, 3, at + u"the file ends inside a block. The file was cut off"},
-      {{u"compress", plain, u"-o", app.Path(u"none/x")}, 4, u"Check the free space"},
+      {{u"compress", plain, u"-o", app.Path(u"none/x")}, 4, u"none/x: the destination can't be"},
+      {{u"restore", shortText}, 5, u"short: not a compressed file. Use it as it is."},
+      {{u"restore", shortCut}, 3, u"shortcut: the file is shorter than a signature. The file was"},
+      {{u"test", shortText}, 0, u""},
+      {{u"test", shortCut}, 3, u"The file was cut off"},
       {{u"compress", packed}, 5, u"compressed already. Nothing needs to be done. [0x20000003]"},
       {{u"restore", plain}, 5, u"not a compressed file. Use it as it is."},
       {{u"info", corrupt}, 6, u"the signature is damaged"},
@@ -107,6 +114,14 @@ TEST_F(KorfileTest, ExitCodesAndComplaints) {
     EXPECT_EQ(Run(c.words), c.code) << c.complaint.ToUtf8();
     EXPECT_TRUE(complained.Contains(c.complaint)) << complained.ToUtf8() << c.complaint.ToUtf8();
     EXPECT_EQ(complained.IsEmpty(), c.code == 0);
+    if (c.words.size() < 2 || c.code == kWrongCommandLine) continue;
+    std::vector<KorText> words = c.words;
+    words.push_back(u"--json");
+    EXPECT_EQ(Run(words), c.code);
+    EXPECT_EQ(printed.Contains(u"\"fault\": {"), c.code != 0) << printed.ToUtf8();
+    EXPECT_EQ(std::ranges::count(printed.View(), u'\n'),
+              c.words[0] == u"test" && c.words.size() == 4 ? 3 : 1)
+        << c.words[0].ToUtf8() << printed.ToUtf8();
   }
   EXPECT_EQ(Leftovers(), before);
   EXPECT_EQ(Get(packed), whole);
@@ -121,10 +136,27 @@ TEST_F(KorfileTest, InfoShowsLayoutAsTextAndJson) {
   EXPECT_TRUE(printed.Contains(u"\"year\": 2005, "));
   EXPECT_TRUE(printed.Contains(u"\"contents\": 34, "));
   EXPECT_TRUE(printed.Contains(u"\"blocks\": [{\"offset\": 26, \"stored\": "));
+  FileCrc contents, stored;
+  contents.Add(AsBytes("first blocksecond blockthird block"));
+  stored.Add(*Get(packed));
+  const KorText ofContents = KorText::Format(u"%08X%08X", contents.high, contents.low);
+  const KorText ofStored = KorText::Format(u"%08X%08X", stored.high, stored.low);
   EXPECT_EQ(Run({u"crc", u"--contents", packed}), 0);
-  FileCrc crc;
-  crc.Add(AsBytes("first blocksecond blockthird block"));
-  EXPECT_EQ(printed, KorText::Format(u"%08X%08X  %s\n", crc.high, crc.low, packed));
+  EXPECT_EQ(printed, ofContents + u"  " + packed + u"\n");
+  const struct {
+    std::vector<KorText> words;
+    KorText json;
+  } checksums[] = {
+      {{u"info"}, u"\"checksum\": \"" + ofStored},
+      {{u"crc"}, u"\"checksum\": \"" + ofStored},
+      {{u"crc", u"--contents"}, u"\"contentsChecksum\": \"" + ofContents},
+      {{u"test"}, u"\"contentsChecksum\": \"" + ofContents},
+  };
+  for (auto c : checksums) {
+    c.words.insert(c.words.end(), {u"--json", packed});
+    EXPECT_EQ(Run(c.words), 0);
+    EXPECT_TRUE(printed.Contains(c.json)) << printed.ToUtf8();
+  }
 }
 
 TEST_F(KorfileTest, RecordFilesAreShownAsATree) {
@@ -135,6 +167,9 @@ TEST_F(KorfileTest, RecordFilesAreShownAsATree) {
   file.BeginRecord(4711);
   std::uint32_t field = 5;
   file.Transfer(field);
+  // What stands behind a section mark may look like a record's two sizes.
+  for (const std::uint32_t number : {record_marker::kSection, 8U, 4U, 1U})
+    file.Transfer(field = number);
   file.EndRecord();
   ASSERT_TRUE(file.Commit());
   for (const char16_t* form : {u"plain", u"packed"}) {
@@ -142,6 +177,7 @@ TEST_F(KorfileTest, RecordFilesAreShownAsATree) {
     EXPECT_TRUE(printed.Contains(u"4711")) << KorText(form).ToUtf8() << printed.ToUtf8();
     EXPECT_EQ(Run({u"info", u"--json", path}), 0);
     EXPECT_TRUE(printed.Contains(u"\"class\": 4711, ")) << printed.ToUtf8();
+    EXPECT_EQ(printed.Find(u"\"class\""), printed.View().rfind(u"\"class\"")) << printed.ToUtf8();
     Run({u"compress", path});
   }
   Run({u"restore", path});

@@ -44,6 +44,7 @@ class Kordict {
   std::optional<std::vector<KorText>> TranslationFiles();
   bool ReadTranslations(const std::vector<KorText>& files);
   bool ReadTranslation(const KorText& file, bool mayDiffer);
+  void TellImported(const KorText& file, const ImportResult& result);
   bool EnsureLanguages(const std::vector<KorText>& files);
   bool EnsureLanguage(const KorText& file, const KorText& code);
   KordictResult PrintFindings();
@@ -57,6 +58,7 @@ class Kordict {
   const KordictOutput& out;
   TextHolder dictionary;
   std::map<KorText, KorText> fileOfLanguage; // of the translation files read
+  std::vector<KorText> imported;             // what they changed
 };
 
 KordictResult Kordict::Run() {
@@ -79,16 +81,19 @@ KordictResult Kordict::Run() {
 
 // --- The dictionary and its sources --------------------------------------------------------------------
 
-// A bare name is meant for this folder; without such a file the program folder's is taken.
+// What is named is that file and no other. Without a name it is this folder's dictionary, or else the
+// program folder's.
 KorText Kordict::DictionaryPath() const {
-  const bool here = FolderOfPath(options.dictionary).IsEmpty() &&
-                    (options.command == u"build" || App().FileExists(options.dictionary));
-  return here ? u"./" + options.dictionary : options.dictionary;
+  const bool isNamed = !options.dictionary.IsEmpty();
+  const KorText file = isNamed ? options.dictionary : KorText(u"diction.ary");
+  const bool isHere = isNamed || options.command == u"build" || App().FileExists(file);
+  return isHere && FolderOfPath(file).IsEmpty() ? u"./" + file : file;
 }
 
 bool Kordict::LoadDictionary() {
   const KorText path = DictionaryPath();
-  if (dictionary.Load(path, TextHolder::kEditing, false)) return true;
+  const bool mayLoad = options.dictionary.IsEmpty() || App().FileExists(path);
+  if (mayLoad && dictionary.Load(path, TextHolder::kEditing, false)) return true;
   out.complain(path + u": missing, damaged or no dictionary. Name it with -d, or make it with "
                       u"\"kordict build\".");
   return false;
@@ -133,10 +138,20 @@ bool Kordict::ReadTranslation(const KorText& file, bool mayDiffer) {
   const ImportResult result = dictionary.ImportXLIFF(file, false, Progress());
   for (const KorText& error : result.errors)
     out.complain(error);
+  if (result.done) TellImported(file, result);
   if (mayDiffer) return result.done;
   for (const KorText& warning : result.warnings)
     out.complain(warning);
   return result.done && result.warnings.empty();
+}
+
+// A mistyped number makes a new entry: the numbers show it.
+void Kordict::TellImported(const KorText& file, const ImportResult& result) {
+  imported.push_back(
+      KorText::Format(u"%s: %u changed, %u added", file, result.changed, result.added.size()));
+  for (const std::int32_t number : result.added)
+    imported.push_back(KorText::Format(u"  new: unit %i \"%s\"", number,
+                                       OneLine(dictionary.FindEntry(number)->phrase)));
 }
 
 // In the order of the files. What is wrong with a file is told when it is imported.
@@ -295,8 +310,12 @@ KordictResult Kordict::ImportXliff() {
   const auto files = TranslationFiles();
   if (!files || !LoadDictionary()) return KordictResult::Unreadable;
   if (!ReadTranslations(*files)) return KordictResult::Unreadable;
-  if (dictionary.Save(options.withoutBackup ? TextHolder::Backup::None : TextHolder::Backup::Made))
+  if (dictionary.Save(options.withoutBackup ? TextHolder::Backup::None
+                                            : TextHolder::Backup::Made)) {
+    for (const KorText& line : imported)
+      out.print(line);
     return KordictResult::Done;
+  }
   out.complain(dictionary.Path() +
                u": cannot be written; it is unchanged. Check the folder, the rights "
                u"to it and the room on the disk, or add --no-backup.");

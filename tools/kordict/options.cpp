@@ -80,13 +80,14 @@ commands:
   find TEXT              list the texts that hold TEXT, in any language
   export-xml FILE        write everything as XML
   export-xliff FOLDER    write dictionary_CODE.xlf for each language
-  import-xliff XLIFF...  take over translations; all files or none
+  import-xliff XLIFF...  take over translations and show what is changed and new; all files or none
   header                 write textlib.h, the numbers under their names, beside the dictionary
   check [XLIFF...]       look for missing translations, lost directives, names used twice and texts
                          that are too long; in the translation files, or in the dictionary
 
 options:
-  -d, --dictionary FILE  the dictionary (default: diction.ary in this folder, else beside the program)
+  -d, --dictionary FILE  the dictionary, this file and no other (default: diction.ary in this folder,
+                         else beside the program)
   -l, --language CODE    get, find: this language only, such as de-DE
   --english XLIFF        build: where the files differ, the English texts of this one hold
   --add-language CODE=NAME[:LCID:CODEPAGE]

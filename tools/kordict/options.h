@@ -11,9 +11,9 @@ namespace kor {
 struct KordictOptions {
   KorText command;
   std::vector<KorText> arguments; // after the command
-  KorText dictionary = u"diction.ary";
-  KorText language; // code; empty: all
-  KorText english;  // the file whose English texts hold
+  KorText dictionary;             // empty: none was named
+  KorText language;               // code; empty: all
+  KorText english;                // the file whose English texts hold
   std::vector<TextLanguage> newLanguages;
   bool withoutBackup = false;
 };

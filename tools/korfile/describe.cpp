@@ -1,6 +1,6 @@
 #include "tools/korfile/describe.h"
 
-#include <cmath>
+#include <algorithm>
 
 #include "files/compressed_file.h"
 #include "tools/common/json.h"
@@ -90,9 +90,16 @@ void DescribeLayout(FileDescription& file, SimpleFile& source) {
   file.result = DescribeContainer(source, file.container, &file.fault);
   file.compressed = file.result != FileResult::WrongKind && file.container.year != 0;
   if (file.compressed) file.contents = file.container.inflated;
-  // A file that is no container, or too short to be one, is a plain file.
-  const bool plain = file.result == FileResult::WrongKind || source.Size() < kSignatureSize;
-  if (plain) file.result = FileResult::Success;
+  if (file.result == FileResult::WrongKind || IsShortPlainFile(source))
+    file.result = FileResult::Success;
+}
+
+std::string FaultJson(const ContainerFault& fault) {
+  return JsonObject()
+      .Count("block", fault.block)
+      .Count("offset", fault.offset)
+      .Text("reason", fault.reason)
+      .Finish();
 }
 
 } // namespace
@@ -165,14 +172,31 @@ std::string RenderDescriptionJson(const FileDescription& file) {
   if (file.result == FileResult::Success) json.Real("ratio", Ratio(file), 4);
   if (file.crc) json.Text("checksum", CrcText(*file.crc));
   if (file.compressed) json.Json("blocks", JsonArray(file.container.blocks, BlockJson));
-  if (file.result != FileResult::Success)
-    json.Json("fault", JsonObject()
-                           .Count("block", file.fault.block)
-                           .Count("offset", file.fault.offset)
-                           .Text("reason", file.fault.reason)
-                           .Finish());
+  if (file.contentsCrc) json.Text("contentsChecksum", CrcText(*file.contentsCrc));
+  if (file.result != FileResult::Success) json.Json("fault", FaultJson(file.fault));
   if (file.records) json.Json("recordFile", RecordFileJson(*file.records));
   return json.Finish();
+}
+
+std::string RenderFailureJson(const KorText& path, FileResult result, const ContainerFault& fault) {
+  return JsonObject()
+      .Text("file", path)
+      .Text("result", ResultNumber(result))
+      .Json("fault", FaultJson(fault))
+      .Finish();
+}
+
+bool IsShortPlainFile(SimpleFile& file) {
+  Signature header{};
+  file.Seek(0);
+  const std::size_t length = file.Read(header);
+  const auto begins = [&](int year) {
+    return std::equal(header.begin(), header.begin() + static_cast<std::ptrdiff_t>(length),
+                      ContainerSignature(year).begin());
+  };
+  // As in a whole signature, more than half of it betrays one.
+  const bool isCut = length > kSignatureSize / 2 && (begins(2004) || begins(2005));
+  return file.Size() < kSignatureSize && !isCut;
 }
 
 } // namespace kor

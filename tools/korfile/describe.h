@@ -19,7 +19,8 @@ struct FileDescription {
   ContainerInfo container;  // when compressed
   std::uint64_t stored = 0; // bytes on the disk
   std::uint64_t contents = 0;
-  std::optional<FileCrc> crc; // of the file as it lies
+  std::optional<FileCrc> crc;         // of the file as it lies
+  std::optional<FileCrc> contentsCrc; // of what a compressed file inflates to
   std::optional<RecordFileDescription> records;
 };
 
@@ -31,6 +32,11 @@ void AddRecords(FileDescription& file);
 
 std::vector<KorText> RenderDescription(const FileDescription& description);
 std::string RenderDescriptionJson(const FileDescription& description);
+// Of a file of which no more is known than that the work on it failed.
+std::string RenderFailureJson(const KorText& path, FileResult result, const ContainerFault& fault);
+
+// Whether a file too short for a signature is a plain one: it doesn't begin like one that was cut off.
+bool IsShortPlainFile(SimpleFile& file);
 
 // "0x20000004".
 KorText ResultNumber(FileResult result);

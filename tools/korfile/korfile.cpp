@@ -95,9 +95,23 @@ class Korfile {
                          ? CompressFile(file, target, false, settings)
                          : DecompressFile(file, target, false, settings);
     bar.Finish();
-    if (failure.result != FileResult::Success) return Complain(file, failure);
+    if (options.command == KorfileCommand::Restore) ExcuseShortFile(file, failure);
+    if (failure.result != FileResult::Success) return ReportFailure(file, failure);
     if (options.json || !options.quiet) ReportConversion(file, target);
     return failure.result;
+  }
+
+  // A plain file may be shorter than a signature.
+  static void ExcuseShortFile(const KorText& file, Failure& failure) {
+    SimpleFile source(file);
+    if (failure.result != FileResult::SourceUnreadable || failure.fault.systemError != 0) return;
+    if (source.Open(kFileRead) && IsShortPlainFile(source))
+      failure.result = Fail(&failure.fault, FileResult::WrongKind, 0, 0, u"not a compressed file");
+  }
+
+  FileResult ReportFailure(const KorText& file, const Failure& failure) {
+    if (options.json) PrintJson(RenderFailureJson(file, failure.result, failure.fault));
+    return Complain(file, failure);
   }
 
   void ReportConversion(const KorText& file, const KorText& target) {
@@ -125,6 +139,7 @@ class Korfile {
     bar.Finish();
     if (options.json) {
       description.result = failure.result;
+      description.fault = failure.fault;
       PrintJson(RenderDescriptionJson(description));
     } else if (description.crc) {
       for (const KorText& line : RenderDescription(description))
@@ -138,19 +153,19 @@ class Korfile {
     FileDescription description = DescribeFile(file);
     Failure failure{description.result, description.fault};
     if (failure.result == FileResult::Success)
-      description.crc =
+      (description.compressed ? description.contentsCrc : description.crc) =
           description.compressed ? InflatedChecksum(file, failure) : ChecksumOf(file, failure);
     if (failure.result == FileResult::Success) {
       AddRecords(description);
       failure = {description.result, description.fault};
     }
     bar.Finish();
+    description.result = failure.result;
+    description.fault = failure.fault;
+    if (options.json) PrintJson(RenderDescriptionJson(description));
     if (failure.result != FileResult::Success) return Complain(file, failure);
-    if (options.json) {
-      PrintJson(RenderDescriptionJson(description));
-    } else if (!options.quiet) {
+    if (!options.json && !options.quiet)
       output.print(KorText::Format(u"%s: whole, %u bytes", file, description.contents));
-    }
     return failure.result;
   }
 
@@ -159,12 +174,12 @@ class Korfile {
     const bool inflate = options.contents && IsCompressedFile(file);
     const auto crc = inflate ? InflatedChecksum(file, failure) : ChecksumOf(file, failure);
     bar.Finish();
-    if (!crc) return Complain(file, failure);
+    if (!crc) return ReportFailure(file, failure);
     const KorText number = KorText::Format(u"%08X%08X", crc->high, crc->low);
     if (options.json)
       PrintJson(JsonObject()
                     .Text("file", file)
-                    .Text("checksum", number)
+                    .Text(inflate ? "contentsChecksum" : "checksum", number)
                     .Count("count", crc->count)
                     .Finish());
     else
@@ -216,10 +231,13 @@ class Korfile {
     const KorText place =
         hasPlace ? KorText::Format(u"block %u at offset %u: ", fault.block, fault.offset)
                  : KorText();
-    output.complain(KorText::Format(
-        u"korfile: %s: %s%s%s. %s [%s]", file, place, fault.reason, system,
-        output.isCancelled() ? u"An older file is whole." : Remedy(options.command, failure),
-        ResultNumber(failure.result)));
+    const bool isTarget =
+        failure.result == FileResult::DestinationUnwritable && !options.target.IsEmpty();
+    output.complain(KorText::Format(u"korfile: %s: %s%s%s. %s [%s]",
+                                    isTarget ? options.target : file, place, fault.reason, system,
+                                    output.isCancelled() ? u"An older file is whole."
+                                                         : Remedy(options.command, failure),
+                                    ResultNumber(failure.result)));
     return failure.result;
   }
 

@@ -154,6 +154,7 @@ class Inspector {
   bool LooksLikeRecord(std::uint64_t at, std::uint64_t limit) {
     const std::uint8_t* bytes = window.At(at, static_cast<std::size_t>(StartLength()));
     if (bytes == nullptr || LoadLe32(bytes) == 0) return false;
+    if (LoadLe32(bytes) == record_marker::kSection) return false;
     if (ClassRegistry::Global().Find(LoadLe32(bytes)) != nullptr) return true;
     if (!found.secondSize) return false;
     const std::uint64_t sizeA = found.wideSizes ? LoadLe64(bytes + 4) : LoadLe32(bytes + 4);
