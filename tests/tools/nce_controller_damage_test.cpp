@@ -4,7 +4,7 @@
 
 #include <chrono>
 
-#include "tests/support/nce_link.h"
+#include "tests/tools/host_line.h"
 #include "tools/nce_controller/fault_line.h"
 #include "tools/nce_controller/program_text.h"
 #include "tools/nce_controller/session.h"
@@ -14,74 +14,11 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr Time kByteTime = 87us;
-
-// A cable to the host. One byte of one direction, chosen by its place, may be spoiled.
-class HostLine : public Line {
- public:
-  enum class Damage { None, Flip, Drop, Double, Return };
-
-  explicit HostLine(NceLink& toReach) : host(toReach) {}
-
-  Time Now() override {
-    return Time(static_cast<Time::rep>(host.app.HighResolutionSeconds() * 1e9 + 0.5));
-  }
-  LineState Read(std::string& to, Time until) override {
-    if (arrived.empty() && until > Now()) {
-      Advance(until - Now());
-      Exchange({});
-    }
-    to += arrived;
-    arrived.clear();
-    return LineState::Open;
-  }
-  LineState Write(std::string_view bytes, Time, std::size_t& written) override {
-    written = bytes.size();
-    Exchange(Spoil(bytes, true));
-    return LineState::Open;
-  }
-  void Abandon() override {}
-  LineCounts Counts() const override { return counts; }
-  std::string FailureText() const override { return {}; }
-
-  Damage damage = Damage::None;
-  char bits = 0; // that a flip changes
-  bool isToHost = true;
-  std::uint64_t place = 0; // of the byte, counted from the start
-
- private:
-  void Advance(Time span) { host.app.Advance(std::chrono::duration<double>(span + 1ns).count()); }
-  void Exchange(const std::string& bytes) {
-    const std::string answer = Spoil(host.Send(bytes), false);
-    arrived += answer;
-    Advance(static_cast<Time::rep>(bytes.size() + answer.size()) * kByteTime);
-  }
-  std::string Spoil(std::string_view bytes, bool towardsHost) {
-    std::uint64_t& passed = towardsHost ? counts.toHost : counts.fromHost;
-    std::string result(bytes);
-    if (damage != Damage::None && towardsHost == isToHost && place >= passed &&
-        place < passed + bytes.size())
-      SpoilAt(result, static_cast<std::size_t>(place - passed));
-    passed += bytes.size();
-    return result;
-  }
-  void SpoilAt(std::string& bytes, std::size_t at) const {
-    if (damage == Damage::Flip) bytes[at] = static_cast<char>(bytes[at] ^ bits);
-    if (damage == Damage::Return) bytes[at] = '\r';
-    if (damage == Damage::Drop) bytes.erase(at, 1);
-    if (damage == Damage::Double) bytes.insert(at, 1, bytes[at]);
-  }
-
-  NceLink& host;
-  std::string arrived;
-  LineCounts counts;
-};
-
 class ControllerDamage : public ::testing::Test {
  protected:
   ControllerDamage() {
     settings.timeout = 1s;
-    settings.byteTime = kByteTime;
+    settings.byteTime = HostLine::kByteTime;
     settings.retries = 10;
     settings.verify = true;
     settings.sendsXon = true;
@@ -182,37 +119,6 @@ TEST_F(ControllerDamage, ADirectoryIsReadUntilTwoAgree) {
               "000002300001230000124");
   }
   EXPECT_GT(done, 30);
-}
-
-// What the tool says of the host's features on a line without damage.
-TEST_F(ControllerDamage, FetchesUnderEveryOptionOfTheHost) {
-  const struct {
-    SpecialFeatures features;
-    const char* number;
-    std::vector<std::pair<const char16_t*, const char16_t*>> files;
-    const char* program;
-  } cases[] = {
-      {{.stripPcZeros = true, .stripNceZeros = true}, "0000055", {{u"55.MPG", u"A\n"}}, "A\n"},
-      {{.autoloadSequential = true, .hybridNumber = true},
-       "3730406",
-       {{u"37304.MPG", u"A\n\n"}, {u"37305.MPG", u"B"}, {u"37306.MPG", u"C\r\n\r\n"}},
-       "A\nB\nC\n"},
-      {{.autoloadSequential = true}, "70", {{u"70.MPG", u"A\n"}, {u"71.MPG", u"B\n"}}, "A\nB\n"},
-  };
-  settings.retries = 0;
-  settings.verify = false;
-  for (const auto& c : cases) {
-    for (const auto& [name, content] : c.files)
-      host.PutProgram(name, content);
-    host.link->SetFeatures(c.features);
-    host.Run();
-    HostLine line(host);
-    Session session(line, settings);
-    const FetchReport report = session.Fetch(c.number);
-    EXPECT_TRUE(report.verdict.IsDone()) << c.number << ": " << report.verdict.message;
-    EXPECT_EQ(report.program, c.program);
-    EXPECT_EQ(session.StrayBytes(), 0U);
-  }
 }
 
 } // namespace

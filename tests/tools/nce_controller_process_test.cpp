@@ -95,6 +95,10 @@ TEST_F(ControllerProcess, EndsCleanlyOnASignal) {
 TEST_F(ControllerProcess, TellsItsFailuresApart) {
   Start({"--wait-host", "0.3", "test"});
   EXPECT_EQ(tool->WaitForExit(), 4) << "nobody answers";
+  EXPECT_NE(tool->Diagnostics().find("waiting for host, 0.3 s at most"), std::string::npos);
+  Start({"run", folder / "no script"});
+  EXPECT_EQ(tool->WaitForExit(), 2) << "without waiting for a host";
+  EXPECT_FALSE(fs::exists(Link()));
   Start({"nonsense"});
   EXPECT_EQ(tool->WaitForExit(), 2);
   EXPECT_FALSE(fs::exists(Link()));
@@ -103,22 +107,6 @@ TEST_F(ControllerProcess, TellsItsFailuresApart) {
   EXPECT_EQ(tool->WaitForExit(), 1);
   EXPECT_NE(tool->Diagnostics().find("exists and is no link"), std::string::npos);
   EXPECT_EQ(support::ReadWholeFile(Link()), "a file that is no link");
-}
-
-// 2000 bytes written at once take the time of 2000 bytes, and so does the answer to them.
-TEST_F(ControllerProcess, CarriesBytesAtLineSpeed) {
-  Start({"--baud", "38400", "--wait-host", "0", "raw", std::string(500, 'r')});
-  Open();
-  const auto start = Clock::now();
-  EXPECT_EQ(ReadRequest().size(), 501U);
-  const double there = std::chrono::duration<double>(Clock::now() - start).count();
-  EXPECT_GE(there, 0.1) << "500 bytes at 3840 a second are 0.130 s";
-  const auto answered = Clock::now();
-  Answer(std::string(1000, 'a') + "\r");
-  EXPECT_EQ(tool->WaitForExit(), 0);
-  const double back = std::chrono::duration<double>(Clock::now() - answered).count();
-  EXPECT_GE(back, 0.2606) << "1001 bytes at 3840 a second are 0.2607 s";
-  Close();
 }
 
 } // namespace

@@ -3,8 +3,9 @@
 
 #include <sstream>
 
-#include "tests/support/nce_link.h"
+#include "tests/tools/host_line.h"
 #include "tools/nce_controller/options.h"
+#include "tools/nce_controller/preflight.h"
 #include "tools/nce_controller/record_line.h"
 #include "tools/nce_controller/runner.h"
 
@@ -104,37 +105,6 @@ TEST(ControllerReports, JsonIsAsciiAndEscaped) {
                              R"("ok": true, "share": 0.988, "none": null, "n": -5})");
 }
 
-class DirectLine : public Line {
- public:
-  explicit DirectLine(NceLink& toReach) : host(toReach) {}
-  Time Now() override {
-    return Time(static_cast<Time::rep>(host.app.HighResolutionSeconds() * 1e9 + 0.5));
-  }
-  LineState Read(std::string& to, Time until) override {
-    if (arrived.empty() && until > Now())
-      host.app.Advance(std::chrono::duration<double>(until - Now()).count() + 1e-8);
-    counts.fromHost += arrived.size();
-    to += arrived;
-    arrived.clear();
-    return LineState::Open;
-  }
-  LineState Write(std::string_view bytes, Time, std::size_t& written) override {
-    written = bytes.size();
-    counts.toHost += written;
-    arrived += host.Send(bytes);
-    host.app.Advance(0.001);
-    return LineState::Open;
-  }
-  void Abandon() override {}
-  LineCounts Counts() const override { return counts; }
-  std::string FailureText() const override { return {}; }
-
- private:
-  NceLink& host;
-  std::string arrived;
-  LineCounts counts;
-};
-
 class ControllerRunner : public ::testing::Test {
  protected:
   ControllerRunner() {
@@ -155,7 +125,7 @@ class ControllerRunner : public ::testing::Test {
   bool Printed(const char* text) const { return output.str().find(text) != std::string::npos; }
 
   NceLink host;
-  DirectLine line{host};
+  HostLine line{host};
   RunnerSettings settings;
   std::istringstream input;
   std::ostringstream output;
@@ -196,7 +166,7 @@ TEST_F(ControllerRunner, AScriptEndsAtTheFirstLineThatFails) {
        "line 2 (empty lines not counted): is \"X10\", expected \"X11\""},
       {u"send \"" + host.app.Path(u"bad.nc") + u"\" --number 5\n", Outcome::Usage,
        "bad.nc: line 2, column 4: ']'"},
-      {u"send nowhere --number 5\n", Outcome::SystemFailed, "nowhere: "},
+      {u"send nowhere --number 5\n", Outcome::Usage, "nowhere: "},
       {u"raw <\n", Outcome::TimedOut, "no answer for 10.0 s"},
       {u"test\nnonsense\n", Outcome::Usage, "script, line 2: unknown command \"nonsense\""},
   };
@@ -207,14 +177,51 @@ TEST_F(ControllerRunner, AScriptEndsAtTheFirstLineThatFails) {
   }
 }
 
-TEST_F(ControllerRunner, CarriesOutTypedCommandsAsTheyCome) {
-  input.str("test\n\n# nothing\nraw FH\nexpect no\ntest\n");
-  EXPECT_EQ(RunFile(u"-"), Outcome::Mismatch);
+TEST_F(ControllerRunner, CarriesOutTypedCommandsAsTheyComeAndGoesOnBehindAWrongOne) {
+  input.str("test\n\n# nothing\nraw FH\nexpect no\nnonsense\nfetch \"1\nlist\n");
+  EXPECT_EQ(RunFile(u"-"), Outcome::Mismatch) << "the first failure's";
   EXPECT_TRUE(Printed("%% Message not recognised by HOST\n")) << output.str();
-  EXPECT_NE(diagnostics.str().find("standard input, line 5: expect no"), std::string::npos)
-      << diagnostics.str();
-  std::string rest;
-  EXPECT_TRUE(std::getline(input, rest) && rest == "test") << "what follows is not carried out";
+  EXPECT_TRUE(Printed("     1  0000123\n")) << output.str();
+  for (const char* complaint : {"line 5: expect no", "line 6: unknown command \"nonsense\"",
+                                "line 7: a quote is not closed"})
+    EXPECT_NE(diagnostics.str().find(complaint), std::string::npos) << diagnostics.str();
+}
+
+TEST_F(ControllerRunner, KnowsBeforeTheLineIsOpenedWhatCannotBeDone) {
+  const auto put = [this](const char16_t* name, const KorText& content) {
+    host.app.Put(host.app.Path(name), content);
+    return u"\"" + host.app.Path(name) + u"\"";
+  };
+  const KorText good = put(u"good.nc", u"G90\n"), bad = put(u"bad.nc", u"X[2]\n");
+  const KorText made = u"\"" + host.app.Path(u"made.nc") + u"\"";
+  const struct {
+    KorText script;
+    const char* obstacle; // null: none
+  } cases[] = {
+      {u"test\nsend " + good + u" --number 5\n", nullptr},
+      {u"test\nsend " + bad + u" --number 5\n", "script, line 2: "},
+      {u"send nowhere --number 5\n", "script, line 1: nowhere: "},
+      {u"nonsense\n", "script, line 1: unknown command"},
+      {u"expect-exit 2 send nowhere --number 5\n", nullptr},
+      {u"fetch 0000123 -o " + made + u"\nsend " + made + u" --number 5\n", nullptr},
+      {u"fetch 0000123 --compare nowhere\n", nullptr}, // the host may make it on the way
+  };
+  const KorText script = host.app.Path(u"script");
+  const auto obstacle = [](const std::vector<KorText>& words) {
+    return FindObstacle(ParseCommand(words, false).command);
+  };
+  for (const auto& c : cases) {
+    host.app.Put(script, c.script);
+    const std::string found = obstacle({u"run", script});
+    if (c.obstacle == nullptr)
+      EXPECT_EQ(found, "") << c.script.ToUtf8();
+    else
+      EXPECT_NE(found.find(c.obstacle), found.npos) << found;
+  }
+  EXPECT_NE(obstacle({u"run", u"nowhere"}), "");
+  EXPECT_NE(obstacle({u"fetch", u"1", u"--compare", u"nowhere"}), "");
+  EXPECT_NE(obstacle({u"send", u"nowhere", u"--number", u"1"}), "");
+  EXPECT_EQ(obstacle({u"run", u"-"}), "");
 }
 
 TEST_F(ControllerRunner, RecordsWhatTravels) {

@@ -154,27 +154,6 @@ TEST(ControllerSession, FetchesByTheProtocol) {
   }
 }
 
-TEST(ControllerSession, ADamagedFrameIsRefusedAndTheProgramFetchedAgainToBeSure) {
-  ScriptedLine line;
-  const std::string end = FrameOf("M30!") + "]\r";
-  for (int transfer = 0; transfer < 2; ++transfer) {
-    line.script.insert(line.script.end(), kStart.begin(), kStart.end());
-    // Cut in two by a damage that made a carriage return: one refusal, not two.
-    if (transfer == 0)
-      line.script.insert(line.script.end(), {{">\r", "08G9\r!X10!17\r"}, {"<\r", kFrame1}});
-    else
-      line.script.push_back({">\r", kFrame1});
-    line.script.insert(line.script.end(), {{">\r", end}, {">\r", "UDL>\r"}});
-  }
-  Session session(line, {});
-  const FetchReport report = session.Fetch("123");
-  EXPECT_TRUE(report.verdict.IsDone()) << report.verdict.message;
-  EXPECT_EQ(line.surprises, "");
-  EXPECT_EQ(report.program, "G90\nX10\nM30\n");
-  EXPECT_EQ(report.damagedFrames, 1);
-  EXPECT_EQ(report.transfers, 2);
-}
-
 TEST(ControllerSession, TheRequestAndItsAnswerMustAgree) {
   const struct {
     const char* answer;
@@ -309,6 +288,24 @@ TEST(ControllerSession, WaitsForAHostAndThenForTheLineToFallQuiet) {
   line.script = {{"XYZ\r", "<\r"}, {"XYZ\r", "<\r"}};
   EXPECT_EQ(session.WaitForHost(5s).outcome, Outcome::Fault);
   EXPECT_EQ(session.LineTest().outcome, Outcome::Fault);
+}
+
+// With made-up damage every silence may be a lost byte, but not for ever.
+TEST(ControllerSession, AHostThatVanishesInATransferIsNotAwaitedForMinutes) {
+  const Exchange accepted = {"TH 123\r", "Upload from NCE  in progress. &TH 123\r"};
+  for (const bool isUpload : {false, true}) {
+    ScriptedLine line;
+    line.isStrict = false;
+    line.script = {kStart[0], isUpload ? accepted : kStart[1]};
+    line.script.push_back({isUpload ? FrameOf("X!") : ">\r", isUpload ? ">\r" : kFrame1});
+    Session session(line, {.retries = 10});
+    const Verdict verdict =
+        isUpload ? session.Send("123", "X\n\n\n", false).verdict : session.Fetch("123").verdict;
+    EXPECT_EQ(verdict.outcome, Outcome::TimedOut);
+    EXPECT_LT(line.now, 75s);
+    EXPECT_TRUE(verdict.message.starts_with("the host has fallen silent: nothing came for 50."))
+        << verdict.message;
+  }
 }
 
 TEST(ControllerSession, KnowsWhatCantBeANumber) {

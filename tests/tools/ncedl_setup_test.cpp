@@ -106,6 +106,7 @@ TEST_F(NcedlSetup, NamesSerialDevices) {
   EXPECT_EQ(Count(diagnostics, "warning"), 1u) << diagnostics; // only the second one isn't there
   EXPECT_TRUE(Says("adapter isn't there at the moment"));
   EXPECT_TRUE(Says("  COM1   /dev/null\n")) << output;
+  EXPECT_TRUE(Says("Serial devices:\n  ")) << output;
   ASSERT_EQ(Run({"--port", "COM2=/dev/zero", "--port", "COM1="}), 0);
   EXPECT_EQ(fs::read_symlink(Port("COM2")), "/dev/zero");
   EXPECT_FALSE(fs::is_symlink(Port("COM1")));

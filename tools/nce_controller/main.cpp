@@ -14,6 +14,7 @@
 #include "tools/nce_controller/fault_line.h"
 #include "tools/nce_controller/flow_line.h"
 #include "tools/nce_controller/options.h"
+#include "tools/nce_controller/preflight.h"
 #include "tools/nce_controller/record_line.h"
 #include "tools/nce_controller/runner.h"
 
@@ -98,8 +99,12 @@ int Main(const std::vector<KorText>& arguments) {
   Options options;
   const CommandLineAnswer answer = ReadOptions(arguments, options);
   if (const auto code = answer.Tell(StandardOutput())) return *code;
+  std::string error = FindObstacle(options.command);
+  if (!error.empty()) {
+    std::cerr << "nce-controller: " << error << std::endl;
+    return static_cast<int>(Outcome::Usage);
+  }
   CatchStopSignals(OnStopSignal);
-  std::string error;
   const auto device = OpenDevice(options, error);
   std::unique_ptr<OsFile> record;
   if (device && !options.record.IsEmpty()) record = OpenRecord(options.record, error);

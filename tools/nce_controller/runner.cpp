@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdio>
 
+#include "tools/nce_controller/preflight.h"
 #include "tools/nce_controller/program_file.h"
 #include "tools/nce_controller/program_text.h"
 #include "tools/nce_controller/soak.h"
@@ -105,9 +106,7 @@ Runner::Report Runner::Perform(const Command& command) {
   case CommandKind::ExpectPart:
     return Expect(command);
   case CommandKind::WaitHost:
-    report.verdict = session.WaitForHost(FromSeconds(command.seconds));
-    report.text = "the host answers";
-    return report;
+    return WaitForHost(command);
   case CommandKind::Wait:
     report.verdict = session.Wait(FromSeconds(command.seconds));
     report.isSilent = true;
@@ -167,7 +166,7 @@ Runner::Report Runner::Fetch(const Command& command) {
     std::string content;
     const std::string failure = LoadProgram(file, content);
     if (!failure.empty()) {
-      report.verdict = Verdict::Failed(Outcome::SystemFailed, failure);
+      report.verdict = Verdict::Failed(Outcome::Usage, failure);
       return report;
     }
     expected += content + "\n";
@@ -216,15 +215,9 @@ std::string Runner::Keep(const Command& command, const std::string& program) {
 Runner::Report Runner::Send(const Command& command) {
   Report report;
   std::string program;
-  std::string failure = LoadProgram(command.file, program);
+  const std::string failure = LoadUpload(command.file, program);
   if (!failure.empty()) {
-    report.verdict = Verdict::Failed(Outcome::SystemFailed, failure);
-    return report;
-  }
-  failure = UploadObstacle(program);
-  if (!failure.empty()) {
-    report.verdict =
-        Verdict::Failed(Outcome::Usage, command.file.ToUtf8() + ": " + failure + "; change it");
+    report.verdict = Verdict::Failed(Outcome::Usage, failure);
     return report;
   }
   const bool readsBack = command.readBack.value_or(settings.readsBack);
@@ -250,6 +243,17 @@ Runner::Report Runner::Raw(const Command& command) {
                                                      : session.Raw(command.text, reply);
   report.json.Bytes("reply", reply);
   if (!settings.isJson && report.verdict.IsDone()) output << Printable(reply) << '\n';
+  return report;
+}
+
+Runner::Report Runner::WaitForHost(const Command& command) {
+  const auto tell = [&] {
+    diagnostics << "nce-controller: waiting for host, " << Decimal(command.seconds, 1)
+                << " s at most" << std::endl;
+  };
+  Report report;
+  report.verdict = session.WaitForHost(FromSeconds(command.seconds), tell);
+  report.text = "the host answers";
   return report;
 }
 
@@ -302,7 +306,7 @@ Runner::Report Runner::RunScript(const Command& command) {
   const std::string path = command.file.ToUtf8();
   const std::string failure = LoadProgram(command.file, content);
   if (!failure.empty()) {
-    report.verdict = Verdict::Failed(Outcome::SystemFailed, failure);
+    report.verdict = Verdict::Failed(Outcome::Usage, failure);
     return report;
   }
   std::uint64_t done = 0;
@@ -312,16 +316,32 @@ Runner::Report Runner::RunScript(const Command& command) {
   return report;
 }
 
-// Each line is carried out when it comes; the first that fails ends it, as in a script.
+// Each line is carried out when it comes. Whoever types goes on behind a line that was wrong; the first
+// failure's exit code is the one that counts.
 Runner::Report Runner::RunTyped() {
   Report report;
   std::uint64_t done = 0;
   std::string typed;
-  for (KorText above; report.verdict.IsDone() && std::getline(input, typed); above += u'\n')
-    RunSteps(ParseScript(above + KorText::FromUtf8(typed)), "standard input", report, done);
+  for (KorText above; report.verdict.outcome != Outcome::Stopped && std::getline(input, typed);
+       above += u'\n')
+    RunTypedLine(ParseScript(above + KorText::FromUtf8(typed)), KorText::FromUtf8(typed), report,
+                 done);
   report.json.Count("steps", done);
   report.text = Plural(done, "step");
   return report;
+}
+
+void Runner::RunTypedLine(const ParsedScript& script, const KorText& typed, Report& report,
+                          std::uint64_t& done) {
+  Report step;
+  RunSteps(script, "standard input", step, done);
+  if (!script.error.empty()) {
+    Command wrong;
+    wrong.name = wrong.words = typed;
+    Print(wrong, step, ReadMeter());
+  }
+  const bool isStopped = step.verdict.outcome == Outcome::Stopped;
+  if (report.verdict.IsDone() || isStopped) report.verdict = step.verdict;
 }
 
 void Runner::RunSteps(const ParsedScript& script, const std::string& path, Report& report,

@@ -61,7 +61,10 @@ class Runner {
   Report RunSoak(const Command& command);
   Report Expect(const Command& command);
   Report RunScript(const Command& command);
+  Report WaitForHost(const Command& command);
   Report RunTyped();
+  void RunTypedLine(const ParsedScript& script, const KorText& typed, Report& report,
+                    std::uint64_t& done);
   void RunSteps(const ParsedScript& script, const std::string& path, Report& report,
                 std::uint64_t& done);
   static void Compare(const std::string& expected, const std::string& program, Report& report);

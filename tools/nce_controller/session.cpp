@@ -14,6 +14,7 @@ constexpr char kReturn = '\r';
 constexpr std::string_view kXon = "\x11";
 constexpr std::size_t kLongestLine = 1U << 16; // bytes; the host's longest frame is well below
 constexpr int kResynchroniseTries = 5;
+constexpr int kSilencesOfTheGone = 5;
 constexpr Time kPollTime = 500ms; // between two line tests while waiting for a host
 
 std::string Seconds(Time span) {
@@ -99,6 +100,21 @@ Verdict Session::Broken(LineState state) const {
   return {};
 }
 
+LineState Session::Take(std::string& to, Time until) {
+  const std::size_t before = to.size();
+  const LineState state = line.Read(to, until);
+  if (to.size() > before) heard = line.Now();
+  return state;
+}
+
+Verdict Session::TimedOut(std::string what) const {
+  const Time silence = line.Now() - heard;
+  if (silence < kSilencesOfTheGone * settings.timeout)
+    return Verdict::Failed(Outcome::TimedOut, std::move(what));
+  return {Outcome::TimedOut, "the host has fallen silent: nothing came for " + Seconds(silence),
+          false};
+}
+
 Verdict Session::Put(std::string_view text) {
   const std::string bytes = std::string(text) + kReturn;
   const Time lineTime = static_cast<Time::rep>(bytes.size()) * settings.byteTime;
@@ -106,9 +122,8 @@ Verdict Session::Put(std::string_view text) {
   const LineState state = line.Write(bytes, line.Now() + settings.timeout + 2 * lineTime, written);
   if (state != LineState::Open) return Broken(state);
   if (written == bytes.size()) return {};
-  return Verdict::Failed(Outcome::TimedOut, "the line took no bytes for " +
-                                                Seconds(settings.timeout) +
-                                                " (held, or nobody reads it)");
+  return TimedOut("the line took no bytes for " + Seconds(settings.timeout) +
+                  " (held, or nobody reads it)");
 }
 
 // On a time-out, reply holds what came without a carriage return.
@@ -130,7 +145,7 @@ Verdict Session::Get(std::string& reply, Time timeout) {
     if (received.size() > kLongestLine)
       return Verdict::Failed(Outcome::Fault, "the host sends a line without end");
     searched = received.size();
-    const LineState state = line.Read(received, deadline);
+    const LineState state = Take(received, deadline);
     if (state != LineState::Open) return Broken(state);
     if (received.size() > searched)
       deadline = line.Now() + timeout;
@@ -140,12 +155,11 @@ Verdict Session::Get(std::string& reply, Time timeout) {
   reply.swap(received);
   received.clear();
   const std::string silence = "no answer for " + Seconds(timeout);
-  if (reply.empty()) return Verdict::Failed(Outcome::TimedOut, silence);
-  return Verdict::Failed(Outcome::TimedOut, silence + " after \"" + Printable(reply) + "\"");
+  return TimedOut(reply.empty() ? silence : silence + " after \"" + Printable(reply) + "\"");
 }
 
 Verdict Session::DropStray() {
-  const LineState state = line.Read(received, line.Now());
+  const LineState state = Take(received, line.Now());
   strayBytes += received.size();
   received.clear();
   return Broken(state);
@@ -164,7 +178,7 @@ Verdict Session::Settle(std::string& dropped) {
   const Time limit = line.Now() + 10 * settings.timeout;
   for (Time quiet = line.Now() + QuietTime(); line.Now() < quiet;) {
     const std::size_t before = dropped.size();
-    const LineState state = line.Read(dropped, quiet);
+    const LineState state = Take(dropped, quiet);
     if (state != LineState::Open) return Broken(state);
     if (dropped.size() > before) quiet = line.Now() + QuietTime();
     if (line.Now() > limit) return Verdict::Failed(Outcome::Fault, "the line does not fall quiet");
@@ -177,7 +191,7 @@ Verdict Session::Wait(Time span) {
   const Time end = line.Now() + span;
   Verdict verdict;
   while (verdict.IsDone() && line.Now() < end) {
-    verdict = Broken(line.Read(received, end));
+    verdict = Broken(Take(received, end));
     strayBytes += received.size();
     received.clear();
   }
@@ -185,16 +199,19 @@ Verdict Session::Wait(Time span) {
 }
 
 Verdict Session::Raw(std::string_view bytes, std::string& reply) {
+  heard = line.Now();
   return Ask(bytes, reply);
 }
 
 Verdict Session::ReadLine(std::string& reply) {
+  heard = line.Now();
   return Get(reply);
 }
 
 // --- Attempts ------------------------------------------------------------------------------------
 
 Verdict Session::Retry(int& left, const std::function<Verdict()>& attempt) {
+  heard = line.Now();
   for (;;) {
     Verdict verdict = attempt();
     if (verdict.IsDone() || !verdict.mayRetry || left <= 0) return verdict;
@@ -239,10 +256,12 @@ Verdict Session::LineTest() {
   return Retry(left, [this] { return TestOnce(); });
 }
 
-Verdict Session::WaitForHost(Time atMost) {
+Verdict Session::WaitForHost(Time atMost, const std::function<void()>& onSilence) {
   const Time end = line.Now() + atMost;
+  bool isTold = !onSilence;
   do {
     std::string reply;
+    heard = line.Now();
     Verdict verdict = DropStray();
     if (verdict.IsDone()) verdict = Put("XYZ");
     const Time left = std::max(end - line.Now(), Time::zero());
@@ -252,6 +271,8 @@ Verdict Session::WaitForHost(Time atMost) {
     if (verdict.IsDone() && reply == kTooShort) return UploadUnderWay();
     if (!verdict.IsDone() && !verdict.mayRetry) return verdict;
     line.Abandon();
+    if (!isTold) onSilence();
+    isTold = true;
   } while (line.Now() < end);
   return Verdict::Failed(Outcome::TimedOut,
                          "no host answered the line test within " + Seconds(atMost));
@@ -393,7 +414,7 @@ Verdict Session::ReceiveFrames(Transfer& transfer, FetchReport& report, const Pr
     std::string reply;
     Verdict verdict = Put(">");
     if (verdict.IsDone()) verdict = Get(reply);
-    if (verdict.outcome == Outcome::TimedOut && settings.retries > 0) {
+    if (verdict.outcome == Outcome::TimedOut && verdict.mayRetry && settings.retries > 0) {
       // Silence: the ">" is lost, not the frame. Part of a line: a frame without its end.
       transfer.isSuspect = true;
       if (reply.empty() && ++silences < 3) continue;
@@ -445,7 +466,8 @@ Verdict Session::ReceiveFrame(std::string reply, Transfer& transfer, FetchReport
                              "a frame was refused three times, the last time for: " +
                                  (frame.fault.empty() ? "being told to" : frame.fault));
     if (verdict.IsDone()) verdict = Get(reply);
-    const bool isSilence = verdict.outcome == Outcome::TimedOut && settings.retries > 0;
+    const bool isSilence =
+        verdict.outcome == Outcome::TimedOut && verdict.mayRetry && settings.retries > 0;
     if (!verdict.IsDone() && !isSilence) return verdict;
     if (reply == kEndMark || reply == kPrompt)
       return Verdict::Failed(Outcome::Fault,

@@ -11,7 +11,8 @@
 // host never sends them, so one that damage adds to an upload or takes from it can't be seen.
 //
 // After a failure that damage can explain the job is begun again, at most `retries` times, each time
-// after the line has been cleared and the line test has shown that both sides are in step.
+// after the line has been cleared and the line test has shown that both sides are in step. A host from which
+// nothing at all has come for five time-outs is not there: that ends the job.
 //
 // Owned by main, used by one thread. The line outlives it.
 #pragma once
@@ -70,8 +71,8 @@ class Session {
   Session(Line& line, const SessionSettings& settings);
 
   Verdict LineTest();
-  // Line tests until the host answers one.
-  Verdict WaitForHost(Time atMost);
+  // Line tests until the host answers one. onSilence is called when the first one is not answered.
+  Verdict WaitForHost(Time atMost, const std::function<void()>& onSilence = {});
   DirectoryReport List();
   // number: what follows "FH ", usually digits.
   FetchReport Fetch(std::string_view number, const Progress& progress = {});
@@ -98,6 +99,8 @@ class Session {
  private:
   struct Transfer; // one attempt at a download
 
+  LineState Take(std::string& to, Time until); // as the line's Read
+  Verdict TimedOut(std::string what) const;
   Verdict Put(std::string_view text);
   Verdict Get(std::string& reply, Time timeout);
   Verdict Get(std::string& reply) { return Get(reply, settings.timeout); }
@@ -139,6 +142,7 @@ class Session {
   Line& line;
   const SessionSettings settings;
   std::string received; // bytes after the last line taken
+  Time heard{};         // when something came last, or a job was begun
   std::string lastReply;
   std::uint64_t strayBytes = 0;
   int toRefuse = 0;

@@ -4,6 +4,7 @@
 
 #include "app/configurations.h"
 #include "app/program_paths.h"
+#include "platform/serial_devices.h"
 #include "services/core/app_interface.h"
 #include "services/dictionary/dictionary.h"
 #include "services/ini/ini_file.h"
@@ -33,6 +34,17 @@ std::optional<Configuration> RegisteredAs(const KorText& folder) {
   return std::nullopt;
 }
 
+const char16_t* StateText(SerialDevice::State state) {
+  switch (state) {
+  case SerialDevice::State::InUse:
+    return u"in use";
+  case SerialDevice::State::NoPermission:
+    return u"no permission";
+  default:
+    return u"free";
+  }
+}
+
 class Setup {
  public:
   Setup(const SetupOptions& toDo, const ToolOutput& toUse) : options(toDo), output(toUse) {}
@@ -56,6 +68,7 @@ class Setup {
   bool SetLanguage();
   void List();
   void ListConfigurationsInUse();
+  void ListDevices();
 
   bool Fail(const KorText& what) {
     output.complain(u"ncedl-setup: " + what + u".");
@@ -185,8 +198,20 @@ void Setup::List() {
   output.print(u"Serial ports:");
   for (const KorText& line : DescribePorts())
     output.print(u"  " + line);
+  output.print(u"Serial devices:");
+  ListDevices();
   const std::optional<KorText> language = StoredLanguage();
   output.print(language ? u"Language: " + *language : u"Language: the system's");
+}
+
+void Setup::ListDevices() {
+  const std::vector<SerialDevice> devices = ListSerialDevices();
+  for (const SerialDevice& device : devices) {
+    const KorText line =
+        KorText::Format(u"%-13s %-13s %s", device.path, StateText(device.state), device.stableName);
+    output.print(u"  " + line.Trimmed());
+  }
+  if (devices.empty()) output.print(u"  none; plug the adapter in, or look at its cable");
 }
 
 void Setup::ListConfigurationsInUse() {
