@@ -249,8 +249,8 @@ TEST_F(ControllerRunner, ReportsInJson) {
   EXPECT_TRUE(Printed(R"({"command": "fetch", "line": 1, "ok": true, "code": 0, )"
                       R"("number": "0000123", "frames": 1, "refusedFrames": 0, )"
                       R"("damagedFrames": 0, "transfers": 1, "confirmed": false, )"
-                      R"("programBytes": 8, "seconds": 0.004000, "bytesFromHost": 77, )"
-                      R"("bytesToHost": 17, "strayBytes": 0, "lineShare": 2.0399})"
+                      R"("programBytes": 8, "seconds": 0.008178, "bytesFromHost": 77, )"
+                      R"("bytesToHost": 17, "strayBytes": 0, "lineShare": 0.9978})"
                       "\n"))
       << output.str();
   EXPECT_TRUE(Printed(R"("ok": true, "code": 3, "message": "%% File 999 not found on Host )"))
