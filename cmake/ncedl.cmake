@@ -14,7 +14,7 @@ target_compile_options(ncedl_options INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow $<$<BOOL:${NCEDL_WERROR}>:-Werror>)
 target_link_libraries(ncedl_options INTERFACE Threads::Threads)
 if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
-  target_compile_options(ncedl_options INTERFACE -Wthread-safety)
+  target_compile_options(ncedl_options INTERFACE -Wthread-safety -Wreserved-identifier -Wsuggest-override)
 else()
   # GCC 12 sees overlaps in std::string::insert and unset characters in moved strings that aren't there;
   # the Clang build looks for unset variables.
