@@ -7,7 +7,6 @@
 
 #include <condition_variable>
 #include <cstdint>
-#include <functional>
 #include <span>
 #include <thread>
 #include <vector>

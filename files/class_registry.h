@@ -13,7 +13,6 @@
 #include <memory>
 #include <span>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "files/storable.h"

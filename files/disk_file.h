@@ -16,7 +16,6 @@
 #include <compare>
 #include <concepts>
 #include <cstdint>
-#include <limits>
 #include <map>
 #include <memory>
 #include <optional>

@@ -12,7 +12,6 @@
 
 #include <chrono>
 #include <cstdint>
-#include <memory>
 #include <span>
 
 #include "services/core/kor_text.h"

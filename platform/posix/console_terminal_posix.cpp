@@ -2,12 +2,10 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <mutex>
 #include <thread>
 
 #include <cerrno>
 #include <poll.h>
-#include <pthread.h>
 #include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>

@@ -5,7 +5,6 @@
 // Free functions over App()'s settings folder; any thread.
 #pragma once
 
-#include <optional>
 #include <vector>
 
 #include "services/core/kor_text.h"

@@ -21,7 +21,6 @@
 
 #include <array>
 #include <chrono>
-#include <optional>
 
 #include "link/serial_port.h"
 

@@ -4,6 +4,7 @@
 #include <bit>
 #include <charconv>
 #include <limits>
+#include <optional>
 #include <span>
 
 namespace kor {

@@ -6,7 +6,6 @@
 
 #include "files/paths.h"
 #include "services/core/app_interface.h"
-#include "services/core/text_lookup.h"
 
 namespace kor {
 namespace {

@@ -7,7 +7,7 @@
 
 #include "app/configurations.h"
 #include "tests/support/test_app.h"
-#include "tests/support/text_printer.h"
+#include "tests/support/text_printer.h" // IWYU pragma: keep
 
 namespace kor {
 namespace {

@@ -5,7 +5,7 @@
 #include <random>
 
 #include "services/core/kor_text.h"
-#include "tests/support/text_printer.h"
+#include "tests/support/text_printer.h" // IWYU pragma: keep
 
 namespace kor {
 namespace {

@@ -7,7 +7,6 @@
 #include <string>
 
 #include "services/dictionary/dictionary.h"
-#include "tests/dictionary/dictionary_samples.h"
 #include "tools/kordict/check.h"
 
 namespace kor {

@@ -1,6 +1,5 @@
 #include "files/paths.h"
 
-#include "services/core/text_lookup.h"
 #include "tests/files/file_test_support.h"
 
 namespace kor {

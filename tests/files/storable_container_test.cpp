@@ -1,8 +1,6 @@
 #include "files/storable_container.h"
 
-#include "files/member.h"
 #include "services/core/text_lookup.h"
-#include "tests/files/file_test_support.h"
 
 namespace kor {
 namespace {

@@ -11,7 +11,7 @@
 
 #include "platform/platform.h"
 #include "tests/support/disk_image.h"
-#include "tests/support/text_printer.h"
+#include "tests/support/text_printer.h" // IWYU pragma: keep
 
 namespace kor {
 

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <deque>
 
 #include "tests/support/fake_serial_port.h"

@@ -1,7 +1,6 @@
 // The session against a host that says exactly what a table tells it to.
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <deque>
 
 #include "tools/nce_controller/session.h"

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "files/compressed_file.h"
+#include "files/disk_file.h"
 #include "tools/common/json.h"
 
 namespace kor {

@@ -3,6 +3,8 @@
 #include <algorithm>
 
 #include "files/class_registry.h"
+#include "files/disk_file.h"
+#include "files/little_endian.h"
 
 namespace kor {
 namespace {

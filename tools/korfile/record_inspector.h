@@ -9,7 +9,9 @@
 #include <optional>
 #include <vector>
 
-#include "files/disk_file.h"
+#include "files/file_result.h"
+#include "files/simple_file.h"
+#include "services/core/kor_text.h"
 
 namespace kor {
 

@@ -1,7 +1,5 @@
 #include "tools/nce_controller/record_line.h"
 
-#include <span>
-
 namespace kor::controller {
 namespace {
 

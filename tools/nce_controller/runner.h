@@ -5,7 +5,6 @@
 #include <istream>
 #include <ostream>
 #include <string>
-#include <vector>
 
 #include "tools/common/json.h"
 #include "tools/common/progress_bar.h"

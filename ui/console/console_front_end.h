@@ -6,7 +6,6 @@
 // calls Run: the window's thread.
 #pragma once
 
-#include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <functional>
