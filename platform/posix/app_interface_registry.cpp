@@ -5,7 +5,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <string>
+
+#include "services/core/text_lookup.h"
 
 namespace kor {
 
@@ -177,12 +180,23 @@ std::vector<KorText> RegistryFile::SubKeys(const KorText& key) {
   return names;
 }
 
+// Says so once: the file is read for every value.
+bool RegistryFile::IsTooLarge(std::uint64_t size) {
+  static std::atomic<bool> said = false;
+  if (size <= kLargestSettings) return false;
+  if (said.exchange(true)) return true;
+  const KorText why =
+      LookUpText(15452, u"The file is too large to be a settings file: it was not read.");
+  app.Report({MessageLevel::Warn, path, why, {}, 0});
+  return true;
+}
+
 // The file's lines; none when there is no file, std::nullopt when it can't be read.
 std::optional<std::vector<KorText>> RegistryFile::Load() {
   if (!app.FileAttributes(path)) return std::vector<KorText>();
   const std::unique_ptr<OsFile> file = app.OpenFile(path, FileAccess::Read);
   const auto size = file ? file->Size() : std::nullopt;
-  if (!size || *size > kLargestSettings) return std::nullopt;
+  if (!size || IsTooLarge(*size)) return std::nullopt;
   std::string bytes(static_cast<std::size_t>(*size), '\0');
   if (file->Read({reinterpret_cast<std::uint8_t*>(bytes.data()), bytes.size()}) != bytes.size()) {
     return std::nullopt;

@@ -29,6 +29,7 @@ class RegistryFile {
   std::vector<KorText> SubKeys(const KorText& key);
 
  private:
+  bool IsTooLarge(std::uint64_t size);
   std::optional<std::vector<KorText>> Load();
   bool Save(const std::vector<KorText>& lines);
 

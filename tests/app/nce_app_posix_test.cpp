@@ -22,8 +22,10 @@ TEST_F(NcePosixTest, WhatIsNoPlainFileIsNoProgram) {
   ASSERT_EQ(::mkfifo(Native(u"cnc/1.MPG").c_str(), 0600), 0);
   fs::create_symlink("/dev/null", Native(u"cnc/2.MPG"));
   fs::create_directory(Native(u"cnc/3.MPG"));
+  link.PutProgram(u"4.MPG", u"G90\n");
+  fs::resize_file(Native(u"cnc/4.MPG"), NcProgram::kLargest + 1);
   link.Start();
-  for (const char* number : {"1", "2", "3"})
+  for (const char* number : {"1", "2", "3", "4"})
     EXPECT_EQ(link.Ask(std::string("FH ") + number),
               std::string("%% File ") + number + " not found on Host Computer\r");
 }

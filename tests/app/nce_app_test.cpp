@@ -7,6 +7,8 @@
 namespace kor {
 namespace {
 
+using namespace std::string_literals;
+
 class NceAppTest : public ::testing::Test {
  protected:
   void Features(const SpecialFeatures& features) {
@@ -136,6 +138,9 @@ TEST_F(NceAppTest, RefusesWhatIsNoWholeProgram) {
   const KorText whole = *link.app.Content(path);
   const KorText damaged = whole.Left(whole.Length() - 12) + u"x" + whole.Right(11);
   const KorText header = u"x" + whole.Mid(1);
+  KorText bomb = whole.Left(26); // the trailers of its blocks claim more than a program may hold
+  for (int block = 0; block < 33; ++block)
+    bomb += u"\x05\x80\0\0"s + KorText(0x8000, u'x') + u"\x01\0\0\0\x02"s;
   link.PutProgram(u"1.MPG", u"OLD\n");
   link.PutProgram(u"6.MPG", u"BEFORE\n");
   const struct {
@@ -144,7 +149,8 @@ TEST_F(NceAppTest, RefusesWhatIsNoWholeProgram) {
                {damaged, u"H0000000.C01"},
                {header, u"H0000000.C01"},
                {whole.Left(whole.Length() - 1), u"H0000000.C01"},
-               {whole.Left(20), u"H0000000.C01"}};
+               {whole.Left(20), u"H0000000.C01"},
+               {bomb, u"H0000000.C01\" is too large"}};
   for (const auto& c : cases) {
     link.app.Put(path, c.content);
     link.PutProgram(u"7.MPG", c.content);

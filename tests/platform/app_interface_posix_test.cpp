@@ -259,6 +259,16 @@ TEST_F(RegistryFileTest, KeepsItsPermissionsAndFollowsItsLink) {
             std::filesystem::perms(0640));
 }
 
+TEST_F(RegistryFileTest, RefusesWhatIsTooLargeToBeOneAndSaysSoOnce) {
+  const KorText content = KorText::Format(u"[%s]\nv=1\n", key) + KorText(kLargestSettings, u'\n');
+  app.Put(path, content);
+  EXPECT_EQ(RegistryFile(app).Read(key, u"v"), std::nullopt);
+  EXPECT_FALSE(RegistryFile(app).Write(key, u"v", u"2"));
+  EXPECT_EQ(app.Content(path), content);
+  ASSERT_EQ(app.Messages().size(), 1u);
+  EXPECT_EQ(app.Messages()[0].info, path);
+}
+
 TEST_F(RegistryFileTest, LosesNothingToAnotherWriter) {
   std::vector<std::thread> threads;
   for (int i = 0; i < 4; ++i) {
