@@ -17,6 +17,14 @@ constexpr std::int32_t kMostRefusals = 3;
 constexpr std::int64_t kUploadRange = 10000; // of the progress bar; an upload's size is not known
 constexpr std::size_t kShortestData = 4;     // length and checksum digits of an upload line
 
+// A whole line that can be no part of a frame.
+bool IsPlainRequest(const KorText& line) {
+  for (const char16_t* word : {u"~end", u"~", u"DH", u"XYZ"})
+    if (line == word) return true;
+  const bool named = line.StartsWith(u"FH ") || line.StartsWith(u"TH ");
+  return named && line.View().find_first_not_of(u"0123456789 \t", 3) == KorText::kNone;
+}
+
 struct FeatureField {
   int number;
   const char16_t* key;
@@ -108,10 +116,24 @@ void NCEApp::ProcessReceived() {
   }
 }
 
+// What still comes of an upload that has ended on this side is refused until its end mark or a request
+// that can be nothing else: a comment such as "(DEPTH 5)" holds the text of one. True when that was the
+// line.
+bool NCEApp::RefuseRest(const KorText& line) {
+  if (!endMarkAwaited || line == u">" || line == u"<") return false;
+  const bool isRequest = IsPlainRequest(line.Trimmed());
+  const bool isEndMark = line.Trimmed().EndsWith(u"]") && !line.Contains(u"!");
+  if (isRequest || isEndMark) endMarkAwaited = false;
+  if (!isRequest) Reply(u"<");
+  return !isRequest;
+}
+
 // The first test that holds decides; each looks for its text anywhere in the line.
 void NCEApp::Dispatch(const KorText& line) {
   if (Status() == LinkStatus::Uploading) {
     OnUploadData(line);
+  } else if (RefuseRest(line)) {
+    return;
   } else if (line.Contains(u"~end")) {
     BreakOffDownload();
     Reply(u"END");
@@ -141,11 +163,11 @@ void NCEApp::BreakOffDownload() {
   if (Status() != LinkStatus::Downloading) return;
   SetStatus(LinkStatus::DownloadErrors);
   UpdateStatus();
-  FinishManualJob();
+  FinishTransfer();
 }
 
 void NCEApp::OnLoopTest() {
-  FinishManualJob(); // another exchange takes the place of one begun by hand; so below
+  FinishTransfer(); // it takes the place of a download that ran; so below
   SetStatus(LinkStatus::LoopBackTest);
   UpdateStatus();
   Reply(u"ABCDEFGHIJKLMNOPQRSTUVWXYZ");
@@ -185,6 +207,7 @@ KorText NCEApp::MakeModel500FileName(const KorText& folder) {
 
 void NCEApp::OnDownloadRequest(const KorText& line) {
   requestText = line;
+  board.SetFileName(RequestNumber(line)); // until its file is known
   DelayDownload();
 }
 
@@ -194,7 +217,7 @@ NcProgram::Result NCEApp::OpenProgram(const KorText& path) {
 }
 
 void NCEApp::StartDownload() {
-  FinishManualJob();
+  FinishTransfer();
   DiscardUpload();
   frameText.clear(); // a refusal before the first frame must not bring back the program before
   nakCount = 0;
@@ -296,8 +319,7 @@ void NCEApp::EndDownload() {
   SetStatus(LinkStatus::DownloadCompleted);
   UpdateStatus();
   Reply(u"]");
-  program.Clear(); // a large one does not stay in memory until the next request
-  FinishManualJob();
+  FinishTransfer();
 }
 
 // The next file of the chain follows in the same stream: the controller's next ">" brings its first
@@ -338,7 +360,7 @@ void NCEApp::OnRefuse() {
     SetStatus(LinkStatus::DownloadErrors);
     ShowProgress(0, 0);
     UpdateStatus();
-    FinishManualJob();
+    FinishTransfer();
     return;
   }
   channel.SendBytes(frameText);
@@ -356,7 +378,7 @@ bool NCEApp::LoadTransfer(const KorText& path, std::int64_t& size) {
 
 // Intended: the number is that of the last "FH " request; what follows "TH " plays no part.
 void NCEApp::OnUploadRequest() {
-  FinishManualJob();
+  FinishTransfer();
   const KorText path = MakePcFileName(link.uploadPath);
   board.SetFileName(path);
   if (!NamesFile(numberText) || !OpenUpload(path)) {
@@ -401,10 +423,11 @@ void NCEApp::OnUploadFailed() {
   ShowProgress(0, 0);
   UpdateStatus();
   Reply(u"<");
-  FinishManualJob();
+  FinishTransfer();
 }
 
 void NCEApp::OnUploadEnd() {
+  endMarkAwaited = false;
   if (!CommitUpload()) {
     OnUploadFailed();
     return;
@@ -413,13 +436,13 @@ void NCEApp::OnUploadEnd() {
   ShowProgress(0, 0);
   UpdateStatus();
   Reply(u">");
-  FinishManualJob();
+  FinishTransfer();
 }
 
 // --- Directory -----------------------------------------------------------------------------------------
 
 void NCEApp::OnDirectoryRequest() {
-  FinishManualJob();
+  FinishTransfer();
   SetStatus(LinkStatus::DirectoryListing);
   UpdateStatus();
   Reply(u"Directory of Host Computer\nSelect File. &DH");

@@ -52,6 +52,7 @@ class NCEApp : public DownloadApp {
 
  private:
   void Dispatch(const KorText& line);
+  bool RefuseRest(const KorText& line);
   void BreakOffDownload();
   void OnLoopTest();
   void OnDownloadRequest(const KorText& line);

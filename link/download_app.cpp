@@ -1,6 +1,7 @@
 #include "link/download_app.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "files/member.h"
 #include "files/paths.h"
@@ -29,6 +30,14 @@ constexpr std::chrono::milliseconds kPatience(400); // with a worker that is to 
 
 KorText LogFailure() {
   return LookUpText(15321, u"Unable to write to log file");
+}
+
+KorText SendCaption() {
+  return LookUpText(15210, u"Send NC File");
+}
+
+KorText ReceiveCaption() {
+  return LookUpText(15211, u"Receive NC File");
 }
 
 // "NC files (*.EXT)|*.EXT|All Files (*.*)|*.*"
@@ -248,25 +257,15 @@ void DownloadApp::Terminate() {
     return;
   }
   StopWorker();
-  RunTasks(); // what was asked for before the end is still done
-  CancelRunningJob();
+  RunTasks();  // what was asked for before the end is still done
+  CancelNow(); // whoever ends the program breaks a transfer off
   timers.Delete(kDisplayTimer);
   timers.Delete(kDownloadTimer);
   channel.Close();
   KeepSettings();
-  DiscardUpload();
   log.StopTrace(u"Application Terminated");
   services.form->ShowEndDialog(EndDialog::Download, false);
   services.form->ShowEndDialog(EndDialog::Upload, false);
-}
-
-// Whoever ends the program breaks a transfer off; the job log says so.
-void DownloadApp::CancelRunningJob() {
-  DiscardUpload();
-  const bool downloading = Status() == LinkStatus::Downloading;
-  if (!downloading && Status() != LinkStatus::Uploading) return;
-  SetStatus(downloading ? LinkStatus::DownloadCancelled : LinkStatus::UploadCancelled);
-  UpdateStatus();
 }
 
 void DownloadApp::RunDueTimers() {
@@ -338,9 +337,10 @@ void DownloadApp::ReportOnce(const KorText& caption, const KorText& text) {
 // --- Port ----------------------------------------------------------------------------------------------
 
 void DownloadApp::OpenPort(int noSoftwareFlow) {
+  // The channel forgets what was on its way: what came after the gap would be taken for the rest.
+  AbandonExchange();
   channel.Open(link, modelName, noSoftwareFlow > 0);
   if (!channel.IsOpen()) {
-    AbandonExchange();
     SetStatus(LinkStatus::NoLink);
   } else if (Status() == LinkStatus::NoLink) {
     SetStatus(LinkStatus::Waiting);
@@ -358,27 +358,87 @@ void DownloadApp::ShowTitle(const KorText& title) {
 
 // The exchange that was running is over; its job is logged before the link shows as gone.
 void DownloadApp::OnLinkLost() {
-  timers.Delete(kDownloadTimer);
-  ++delayedDownload;
   AbandonExchange();
   SetStatus(LinkStatus::NoLink);
   UpdateStatus();
 }
 
-void DownloadApp::AbandonExchange() {
-  DiscardUpload();
-  const bool downloading = Status() == LinkStatus::Downloading;
-  if (downloading || Status() == LinkStatus::Uploading) {
-    SetStatus(downloading ? LinkStatus::DownloadErrors : LinkStatus::UploadErrors);
-    UpdateStatus();
-  }
-  ShowProgress(0, 0);
-  FinishManualJob();
+void DownloadApp::OnOverRun() {
+  AbandonExchange();
+  SetStatus(LinkStatus::OverRun);
+  UpdateStatus();
 }
 
 void DownloadApp::OnLinkBack() {
+  AbandonExchange();
   SetStatus(LinkStatus::Waiting);
   UpdateStatus();
+}
+
+// --- The running exchange ------------------------------------------------------------------------------
+
+std::optional<KorText> DownloadApp::RunningExchange() {
+  const StatusView view = board.Form();
+  if (!IsExchange(static_cast<LinkStatus>(view.code))) return std::nullopt;
+  return view.line;
+}
+
+void DownloadApp::EndExchange(LinkStatus downloadCode, LinkStatus uploadCode) {
+  const bool uploading = Status() == LinkStatus::Uploading;
+  const bool running = StopDelay() || IsExchange(Status());
+  DiscardUpload();
+  if (running) {
+    SetStatus(uploading ? uploadCode : downloadCode);
+    UpdateStatus();
+  }
+  ShowProgress(0, 0);
+  FinishTransfer();
+}
+
+void DownloadApp::AbandonExchange() {
+  EndExchange(LinkStatus::DownloadErrors, LinkStatus::UploadErrors);
+}
+
+void DownloadApp::CancelExchange() {
+  RunOnWorker([this] {
+    if (downloadDelayed || IsExchange(Status())) CancelNow();
+  });
+}
+
+void DownloadApp::CancelDownload() {
+  RunOnWorker([this] {
+    if (Status() == LinkStatus::Downloading) CancelNow();
+  });
+}
+
+void DownloadApp::CancelUpload() {
+  RunOnWorker([this] {
+    if (Status() == LinkStatus::Uploading) CancelNow();
+  });
+}
+
+KorText DownloadApp::WhatRuns() {
+  const auto running = RunningExchange();
+  if (!running) return {};
+  return KorText::Format(
+      LookUpText(15440, u"End the running transfer first (\"cancel\") or wait for its end: %s"),
+      *running);
+}
+
+bool DownloadApp::MayStart(const KorText& caption) {
+  KorText why = WhatRuns();
+  if (Status() == LinkStatus::NoLink)
+    why = LookUpText(15441, u"There is no link: look at the device and at the port setting.");
+  if (!why.IsEmpty()) ShowMessage(caption, why, MessageStyle::Exclamation);
+  return why.IsEmpty();
+}
+
+// The controller may be faster than the task: the worker has the last word.
+void DownloadApp::StartOnWorker(const KorText& caption, std::function<void()> task) {
+  if (!MayStart(caption)) return;
+  RunOnWorker([this, caption, start = std::move(task)] {
+    if (MayStart(caption)) start();
+  });
 }
 
 // --- Status --------------------------------------------------------------------------------------------
@@ -423,7 +483,7 @@ void DownloadApp::Ping() {
 
 void DownloadApp::EndOfServe() {
   RunOnWorker([this] {
-    if (Status() == LinkStatus::Uploading) CancelUploadNow();
+    if (Status() == LinkStatus::Uploading) CancelNow();
     SetStatus(LinkStatus::Waiting);
     UpdateStatus();
   });
@@ -434,7 +494,7 @@ void DownloadApp::ReadyForServing() {
   const bool synchronised = settings.dncSynchronisation > 0;
   const bool client = synchronised && settings.dncServerRole == 0;
   RunOnWorker([this, client] {
-    if (Status() == LinkStatus::Uploading) CancelUploadNow();
+    if (Status() == LinkStatus::Uploading) CancelNow();
     SetStatus(client ? LinkStatus::ClientNoServer : LinkStatus::Waiting);
     UpdateStatus();
   });
@@ -473,32 +533,46 @@ KorText DownloadApp::AcceptSettings(const FormDescription& form) {
   LinkSettings edited = settings;
   const KorText wrong = ReadSettingsForm(form, edited);
   if (!wrong.IsEmpty()) return wrong;
+  if (const KorText running = WhatRuns(); !running.IsEmpty()) return running;
   const bool portChanged = edited.port != settings.port;
   ChangeSettings([&](LinkSettings& changed) { changed = edited; });
   if (portChanged && !NamesComPort(settings)) ShowPortNotKept();
+  ReopenPort();
+  return {};
+}
+
+// A change that was taken over comes to pass, even when the controller was faster: what it began ends
+// as an error then.
+void DownloadApp::ReopenPort() {
   RunOnWorker([this] {
     OpenPort(0);
     UpdateStatus();
   });
-  return {};
 }
 
-void DownloadApp::SetHandshake(bool rtsCts, bool dtrDsr) {
+bool DownloadApp::SetHandshake(bool rtsCts, bool dtrDsr) {
+  if (const KorText running = WhatRuns(); !running.IsEmpty()) {
+    ShowMessage(LookUpText(15101, u"Download Settings"), running, MessageStyle::Exclamation);
+    return false;
+  }
   ChangeSettings([&](LinkSettings& changed) {
     changed.rtsCtsHandshake = rtsCts ? 1 : 0;
     changed.dtrDsrHandshake = dtrDsr ? 1 : 0;
   });
-  RunOnWorker([this] {
-    OpenPort(0);
-    UpdateStatus();
-  });
+  ReopenPort();
+  return true;
 }
 
 // --- Delayed download ----------------------------------------------------------------------------------
 
-void DownloadApp::DelayDownload() {
+bool DownloadApp::StopDelay() {
   timers.Delete(kDownloadTimer);
-  const std::uint32_t mine = ++delayedDownload;
+  return std::exchange(downloadDelayed, false);
+}
+
+void DownloadApp::DelayDownload() {
+  StopDelay();
+  FinishTransfer(); // the request takes the place of what ran
   if (link.sendSot > 0) channel.SendCharacter(link.sotCharacter, false);
   if (link.transmitDelay < 1) {
     DownloadNow();
@@ -509,18 +583,17 @@ void DownloadApp::DelayDownload() {
   board.SetCount(0);
   SetStatus(LinkStatus::DownloadWaiting);
   UpdateStatus();
-  timers.Create(kDownloadTimer, link.transmitDelay, Now(), true, [this, mine] {
-    timers.Delete(kDownloadTimer);
-    // A newer request may have replaced this one while the timer was on its way.
+  downloadDelayed = true;
+  // Only the worker deletes the timer: here it could be a newer request's by now.
+  timers.Create(kDownloadTimer, link.transmitDelay, Now(), true, [this, mine = ++delays] {
     RunOnWorker([this, mine] {
-      if (mine == delayedDownload) DownloadNow();
+      if (downloadDelayed && mine == delays) DownloadNow();
     });
   });
 }
 
 void DownloadApp::DownloadNow() {
-  timers.Delete(kDownloadTimer);
-  ++delayedDownload;
+  StopDelay();
   SetStatus(LinkStatus::DownloadPreparation);
   StartDownload();
 }
@@ -528,6 +601,7 @@ void DownloadApp::DownloadNow() {
 // --- Manual transfer -----------------------------------------------------------------------------------
 
 void DownloadApp::ChooseDownloadFile() {
+  if (!MayStart(SendCaption())) return;
   FileChoice choice{
       FileChoice::Kind::Open, LookUpText(15310, u"Open NC file"), settings.downloadPath, {}, {}};
   choice.filters = FileFilters(LookUpText(15312, u"NC files"), settings.fileExtension);
@@ -535,6 +609,7 @@ void DownloadApp::ChooseDownloadFile() {
 }
 
 void DownloadApp::ChooseUploadFile() {
+  if (!MayStart(ReceiveCaption())) return;
   FileChoice choice{
       FileChoice::Kind::Save, LookUpText(15311, u"Save NC file as"), settings.uploadPath, {}, {}};
   choice.filters = FileFilters(LookUpText(15312, u"NC files"), settings.fileExtension);
@@ -542,18 +617,17 @@ void DownloadApp::ChooseUploadFile() {
 }
 
 void DownloadApp::SendFile(const KorText& path) {
-  // Intended: the next dialog opens where this file lay and filters for its kind.
+  StartOnWorker(SendCaption(), [this, path] { StartSend(path); });
+}
+
+// Intended: the next dialog opens where this file lay and filters for its kind.
+void DownloadApp::RememberChoice(const KorText& path) {
   const std::size_t nameStart = NameStart(path);
   const std::size_t dot = path.FindLast(u'.');
-  const bool readable = App().FileExists(path);
-  if (readable) {
-    ChangeSettings([&](LinkSettings& changed) {
-      if (nameStart > 0) changed.downloadPath = path.Left(nameStart);
-      if (dot != KorText::kNone && dot > nameStart) changed.fileExtension = path.Mid(dot + 1);
-    });
-    services.form->SetTitle(KorText::Format(u"%s  %s", modelName, path));
-  }
-  RunOnWorker([this, path] { StartSend(path); });
+  ChangeSettings([&](LinkSettings& changed) {
+    if (nameStart > 0) changed.downloadPath = path.Left(nameStart);
+    if (dot != KorText::kNone && dot > nameStart) changed.fileExtension = path.Mid(dot + 1);
+  });
 }
 
 void DownloadApp::StartSend(const KorText& path) {
@@ -573,7 +647,9 @@ void DownloadApp::StartSend(const KorText& path) {
   ShowProgress(0, size);
   SetStatus(LinkStatus::Downloading);
   UpdateStatus();
-  PostToWindow([this] {
+  PostToWindow([this, path] {
+    RememberChoice(path);
+    services.form->SetTitle(KorText::Format(u"%s  %s", modelName, path));
     services.form->SetJobButtons(JobButtons::SendDisabled);
     services.form->ShowEndDialog(EndDialog::Download, true);
   });
@@ -604,10 +680,12 @@ void DownloadApp::PollIdle() {
   ShowProgress(1, 1);
   SetStatus(LinkStatus::DownloadCompleted);
   UpdateStatus();
-  FinishManualJob();
+  FinishTransfer();
 }
 
-void DownloadApp::FinishManualJob() {
+void DownloadApp::FinishTransfer() {
+  program.Clear();
+  channel.SetSendSource({});
   if (!manualJob) return;
   manualJob = false;
   PostToWindow([this] {
@@ -618,8 +696,7 @@ void DownloadApp::FinishManualJob() {
 }
 
 void DownloadApp::ReceiveFile(const KorText& path) {
-  services.form->SetTitle(KorText::Format(u"%s  %s", modelName, path));
-  RunOnWorker([this, path] { StartReceive(path); });
+  StartOnWorker(ReceiveCaption(), [this, path] { StartReceive(path); });
 }
 
 void DownloadApp::StartReceive(const KorText& path) {
@@ -633,7 +710,8 @@ void DownloadApp::StartReceive(const KorText& path) {
   board.SetCount(0);
   SetStatus(LinkStatus::Uploading);
   UpdateStatus();
-  PostToWindow([this] {
+  PostToWindow([this, path] {
+    services.form->SetTitle(KorText::Format(u"%s  %s", modelName, path));
     services.form->SetJobButtons(JobButtons::Disabled);
     services.form->ShowEndDialog(EndDialog::Upload, true);
   });
@@ -649,45 +727,25 @@ void DownloadApp::ProcessReceived() {
       DiscardUpload();
       SetStatus(LinkStatus::UploadErrors);
       UpdateStatus();
-      FinishManualJob();
+      FinishTransfer();
     }
   }
   if (Status() != LinkStatus::LoopbackFailure) channel.DiscardReceived();
 }
 
-void DownloadApp::CancelDownload() {
-  RunOnWorker([this] {
-    if (Status() != LinkStatus::Downloading) return;
-    channel.SetSendSource({});
-    program.Clear();
-    SetStatus(LinkStatus::DownloadCancelled);
-    ShowProgress(0, 0);
-    UpdateStatus();
-    FinishManualJob();
-  });
-}
-
-void DownloadApp::CancelUpload() {
-  RunOnWorker([this] {
-    if (Status() == LinkStatus::Uploading) CancelUploadNow();
-  });
-}
-
-void DownloadApp::CancelUploadNow() {
-  DiscardUpload();
-  SetStatus(LinkStatus::UploadCancelled);
-  ShowProgress(0, 0);
-  UpdateStatus();
-  FinishManualJob();
-}
-
 void DownloadApp::CompleteUpload() {
   RunOnWorker([this] {
     if (Status() != LinkStatus::Uploading) return;
+    if (!manualJob) {
+      ShowMessage(LookUpText(15318, u"Upload End"),
+                  LookUpText(15443, u"Only the controller can complete this upload."),
+                  MessageStyle::Exclamation);
+      return;
+    }
     SetStatus(CommitUpload() ? LinkStatus::UploadCompleted : LinkStatus::UploadErrors);
     ShowProgress(0, 0);
     UpdateStatus();
-    FinishManualJob();
+    FinishTransfer();
   });
 }
 
@@ -699,13 +757,13 @@ bool DownloadApp::OpenUpload(const KorText& path) {
   board.SetFileName(path);
   const auto existing = App().FileAttributes(path);
   if (existing && (existing->isFolder || existing->isSystem || existing->isReadOnly)) return false;
+  if (!App().CanReplaceFile(path)) return false;
   auto file = std::make_unique<KorFile>(path);
   file->ReplaceLinks();
   if (!file->OpenSafe(kFileWrite)) return false;
-  // A download that waits for its delay would break into the upload.
-  timers.Delete(kDownloadTimer);
-  ++delayedDownload;
+  StopDelay(); // a download that waits for it would break into the upload
   upload = std::move(file);
+  endMarkAwaited = true;
   return true;
 }
 
@@ -739,15 +797,13 @@ NcProgram::Result DownloadApp::ReadProgram(const KorText& path) {
 // --- Line tests and logs -------------------------------------------------------------------------------
 
 void DownloadApp::LoopbackTest() {
-  timers.Stop(kDisplayTimer);
-  RunOnWorker([this] {
-    if (channel.IsOpen()) {
-      AbandonExchange();
-      SetStatus(LinkStatus::Waiting);
-      UpdateStatus();
-      channel.StartLoopbackTest();
-    }
-    PostToWindow([this] { timers.Start(kDisplayTimer, Now()); });
+  StartOnWorker(LookUpText(15212, u"Loop Back Test"), [this] {
+    timers.Stop(kDisplayTimer); // the waiting status stands until the test has begun
+    AbandonExchange();
+    SetStatus(LinkStatus::Waiting);
+    UpdateStatus();
+    channel.StartLoopbackTest();
+    timers.Start(kDisplayTimer, Now());
   });
 }
 
@@ -758,8 +814,10 @@ void DownloadApp::SendControl(char16_t c) {
 }
 
 void DownloadApp::XonXoffTest() {
-  SendControl(kXoff);
-  timers.Start(kXonTimer, Now());
+  StartOnWorker(LookUpText(15442, u"XON/XOFF Test"), [this] {
+    channel.SendText(KorText(1, kXoff));
+    timers.Start(kXonTimer, Now());
+  });
 }
 
 void DownloadApp::ChooseTraceFile() {

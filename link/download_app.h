@@ -84,16 +84,26 @@ class DownloadApp : public Storable, protected ChannelHost {
   TimerQueue& Timers() { return timers; }
   void RunDueTimers();
   FormDescription SettingsForm() const;
+  // What runs on the line now, as the status line tells it; nothing between exchanges. Any thread.
+  std::optional<KorText> RunningExchange();
+  // Ends the exchange that runs, the controller's as well as one begun by hand.
+  void CancelExchange();
+  // The following are refused while an exchange runs, with a message that says what runs and how to
+  // end it; sending, receiving and the two tests also while there is no link.
+  //
   // Takes over an edited form and re-opens the port. An empty text, or what is wrong with a field.
   KorText AcceptSettings(const FormDescription& form);
-  void SetHandshake(bool rtsCts, bool dtrDsr); // re-opens the port
+  // Re-opens the port. False, after the message, when it was refused.
+  bool SetHandshake(bool rtsCts, bool dtrDsr);
   void SendFile(const KorText& path);
   void ReceiveFile(const KorText& path);
-  void CancelDownload();
-  void CancelUpload();
-  void CompleteUpload();
   void LoopbackTest();
   void XonXoffTest();
+  // Of the end dialogs: nothing when another exchange runs by now.
+  void CancelDownload();
+  void CancelUpload();
+  // Refused, with a message, for an upload that the controller began: half of it would be stored.
+  void CompleteUpload();
   void ChooseTraceFile();
   bool StartTrace(const KorText& path); // false (and a message) when it can't be written
   void StopTrace();
@@ -119,7 +129,7 @@ class DownloadApp : public Storable, protected ChannelHost {
   void ShowTitle(const KorText& title) override;
   void OnLinkLost() override;
   void OnLinkBack() override;
-  void OnOverRun() override { AbandonExchange(); }
+  void OnOverRun() override;
 
   LinkStatus Status() const { return board.Code(); }
   void SetStatus(LinkStatus code) { board.Set(code); }
@@ -145,8 +155,10 @@ class DownloadApp : public Storable, protected ChannelHost {
   void DiscardUpload();
   // Reads the file's lines; false (with a message when a line is too long) leaves the program empty.
   NcProgram::Result ReadProgram(const KorText& path);
-  void FinishManualJob();
-  // A transfer that can't go on: a part of an upload is removed, its job logged as failed.
+  // After a transfer, however it ended: lets go of its memory and of the windows of a manual job.
+  void FinishTransfer();
+  // An exchange that can't go on ends as an error: a part of an upload is removed, a delayed download
+  // does not start, the job is logged.
   void AbandonExchange();
   // On the window's thread, when everything is ready and the worker has not started yet.
   virtual void BeforeServing() {}
@@ -175,20 +187,32 @@ class DownloadApp : public Storable, protected ChannelHost {
   NcProgram program;    // lines of the file being sent
   KorText transferName; // full name of the transfer file
   std::unique_ptr<KorFile> upload;
+  // Worker: an upload has begun whose end mark has not come. The controller may still send the rest of
+  // it after the upload has ended on this side.
+  bool endMarkAwaited = false;
 
  private:
   void DisplayStatus();
   void SendControl(char16_t c);
   void EndOfServe();
-  void CancelUploadNow();
+  // Ends the exchange that runs, or is about to, with one of the two codes.
+  void EndExchange(LinkStatus downloadCode, LinkStatus uploadCode);
+  void CancelNow() { EndExchange(LinkStatus::DownloadCancelled, LinkStatus::UploadCancelled); }
+  bool StopDelay(); // true when a download was waiting
+  // Any thread. The first is an empty text when nothing speaks against it; the second shows why not.
+  KorText WhatRuns();
+  bool MayStart(const KorText& caption);
+  // Runs the task on the worker unless an exchange or the lack of a link is in its way, then or now.
+  void StartOnWorker(const KorText& caption, std::function<void()> task);
+  void ReopenPort();
   void StartSend(const KorText& path);
+  void RememberChoice(const KorText& path); // window
   void StartReceive(const KorText& path);
   void FormSettingsPath();
   void LoadSettingsOrProfile();
   void ShowPortNotKept();
   bool RunTasks();
   void WriteJobLine(const EndedJob& job);
-  void CancelRunningJob(); // window, without a worker
   void CreateTimer(const char16_t* name, double period, bool started,
                    void (DownloadApp::*action)());
   void RemoveAbandoned();
@@ -196,13 +220,14 @@ class DownloadApp : public Storable, protected ChannelHost {
   std::unique_ptr<CommsMonitor> worker;
   std::atomic<bool> hasTasks{false};
   std::atomic<int> waitingViews{0}; // posted status changes that the window has not shown yet
-  std::atomic<std::uint32_t> delayedDownload{0}; // which delayed download may still start
-  std::int32_t shownCode = -1;                   // worker: last status posted to the window
-  bool manualJob = false;                        // worker: an end dialog is shown
-  bool terminated = false;                       // window
-  bool lossReported = false;                     // window: the last save failed, and this was said
-  KorText keptPort = u"COM1";                    // window: the COM name that the record holds
-  bool workerStuck = false;                      // window
+  std::int32_t shownCode = -1;      // worker: last status posted to the window
+  bool downloadDelayed = false;     // worker: the transmit delay runs
+  std::uint32_t delays = 0;         // worker: how many transmit delays have begun
+  bool manualJob = false;           // worker: an end dialog is shown
+  bool terminated = false;          // window
+  bool lossReported = false;        // window: the last save failed, and this was said
+  KorText keptPort = u"COM1";       // window: the COM name that the record holds
+  bool workerStuck = false;         // window
   std::atomic<bool> ending{false};
   Mutex mutex;
   std::deque<std::function<void()>> tasks KOR_GUARDED_BY(mutex);

@@ -131,6 +131,11 @@ bool EndsJob(LinkStatus code) {
          (number >= 23 && number <= 28);
 }
 
+bool IsExchange(LinkStatus code) {
+  return code == LinkStatus::DownloadWaiting || code == LinkStatus::DownloadPreparation ||
+         code == LinkStatus::Downloading || code == LinkStatus::Uploading;
+}
+
 StatusBoard::StatusBoard(std::function<void(const EndedJob&)> jobReceiver)
     : onJob(std::move(jobReceiver)) {}
 

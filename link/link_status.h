@@ -72,6 +72,9 @@ KorText StatusText(LinkStatus code, const StatusFacts& facts, const KorText& pre
 // True for the codes that end a job and are written to the job log.
 bool EndsJob(LinkStatus code);
 
+// True while a program is on its way, or is about to be: nothing else may use the line then.
+bool IsExchange(LinkStatus code);
+
 // StatusBoard: the one place of the link status. Every operation may be called from any thread; the
 // lamps are plain flags. A status line is formed under the board's lock, so the job log gets each
 // job's line once and whole, whichever thread forms it.

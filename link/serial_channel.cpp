@@ -303,7 +303,6 @@ void SerialChannel::HandOverMonitor() {
 bool SerialChannel::Read() {
   if (receiveCount >= kReceiveSize) {
     host.OnOverRun();
-    board.Set(LinkStatus::OverRun);
     receiveCount = 0;
     return false;
   }
@@ -413,7 +412,7 @@ void SerialChannel::RefillTransmit() {
 }
 
 void SerialChannel::SetSendSource(std::string bytes) {
-  sendSource = std::move(bytes);
+  sendSource.swap(bytes); // an assignment would keep the memory of a large one
   sendPosition = 0;
   delayUntil.reset();
 }

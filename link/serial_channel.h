@@ -41,7 +41,8 @@ class ChannelHost {
   // The device has disappeared; the channel goes on trying to open it, quietly.
   virtual void OnLinkLost() = 0;
   virtual void OnLinkBack() = 0;
-  // The receive buffer was full and its content is lost; the status goes to 24 after this.
+  // The receive buffer was full and its content is lost. Sets the status to 24 and has it shown and
+  // logged: the next read takes it back.
   virtual void OnOverRun() = 0;
 };
 

@@ -86,6 +86,7 @@ class PosixAppInterface : public AppInterface {
   std::optional<FileInfo> FileAttributes(const KorText& path) override;
   bool RemoveFile(const KorText& path) override;
   bool RenameFile(const KorText& from, const KorText& to) override;
+  bool CanReplaceFile(const KorText& path) override;
   bool MakeFolder(const KorText& path) override;
   bool RemoveFolder(const KorText& path) override;
   KorText LinkTarget(const KorText& path) override;

@@ -271,6 +271,24 @@ bool PosixAppInterface::RenameFile(const KorText& from, const KorText& to) {
   return DuplicateFile(from, to) && RemoveFile(from);
 }
 
+bool PosixAppInterface::CanReplaceFile(const KorText& path) {
+  std::string native;
+  struct stat file {
+  }, folder{};
+  if (!ToNative(path, native)) return false;
+  if (::lstat(native.c_str(), &file) != 0) return errno == ENOENT || Fail(errno);
+  // A link gives way itself; what it points to stays as it is.
+  const bool isLink = S_ISLNK(file.st_mode);
+  if (!isLink && !Checked(::faccessat(AT_FDCWD, native.c_str(), W_OK, AT_EACCESS))) return false;
+  const std::size_t slash = native.rfind('/');
+  const std::string parent = slash == std::string::npos ? "." : native.substr(0, slash + 1);
+  if (!Checked(::stat(parent.c_str(), &folder))) return false;
+  // In a sticky folder only the owners of the file and of the folder may replace it.
+  const uid_t user = ::geteuid();
+  const bool owner = user == 0 || user == file.st_uid || user == folder.st_uid;
+  return owner || (folder.st_mode & S_ISVTX) == 0 || Fail(EPERM);
+}
+
 bool PosixAppInterface::MakeFolder(const KorText& path) {
   std::string native;
   return ToNative(path, native) && MakeNativeFolder(native);

@@ -301,6 +301,18 @@ bool Win32AppInterface::RenameFile(const KorText& from, const KorText& to) {
   return DuplicateFile(from, to) && RemoveFile(from);
 }
 
+bool Win32AppInterface::CanReplaceFile(const KorText& path) {
+  std::wstring native;
+  if (!ToNative(path, native)) return false;
+  const HANDLE file = CreateFileW(native.c_str(), GENERIC_WRITE | DELETE,
+                                  FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                  OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
+  if (file != INVALID_HANDLE_VALUE) return CloseHandle(file) != 0;
+  // Who has it open now may be done with it when it is replaced.
+  const DWORD error = GetLastError();
+  return error == ERROR_FILE_NOT_FOUND || error == ERROR_SHARING_VIOLATION || Fail(error);
+}
+
 bool Win32AppInterface::MakeFolder(const KorText& path) {
   std::wstring native;
   if (!ToNative(path, native)) return false;

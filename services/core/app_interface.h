@@ -232,6 +232,9 @@ class AppInterface {
   virtual bool RemoveFile(const KorText& path) = 0;
   // Replaces an existing target in one step.
   virtual bool RenameFile(const KorText& from, const KorText& to) = 0;
+  // Whether a file renamed to the path would be stored: the name is possible there, and an existing
+  // file may be written and replaced by this user. A missing folder or a full disk is not looked for.
+  virtual bool CanReplaceFile(const KorText& path) = 0;
   // Copies content and time beside the target and renames the copy over it; the older target stays
   // whole when that fails.
   virtual bool DuplicateFile(const KorText& from, const KorText& to);

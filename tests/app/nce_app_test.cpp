@@ -335,6 +335,8 @@ TEST_F(NceAppTest, StoresAnUploadUnderTheLastRequestedNumber) {
   EXPECT_EQ(link.Ask("04AB!C7"), ">\r"); // checked leniently, cut at both ends
   EXPECT_EQ(link.Ask("abc"), "<\r");
   EXPECT_EQ(link.Ask("~end"), ">\r"); // data like any other line: nothing is left of it
+  link.link->CompleteUpload();        // not the user's to complete
+  link.Run();
   EXPECT_FALSE(link.app.Content(link.Folder() + u"0000123.MPG"));
   EXPECT_EQ(link.Ask("06]"), ">\r");
   EXPECT_EQ(link.Code(), 19);
@@ -399,12 +401,89 @@ TEST_F(NceAppTest, ABrokenUploadLeavesTheOlderProgramAndNothingElse) {
   }
 }
 
-TEST_F(NceAppTest, RefusesAnUploadThatCantBeStored) {
+TEST_F(NceAppTest, TheRestOfAnUploadThatEndedHereIsNoRequest) {
+  const std::pair<const char*, std::function<void(NceLink&)>> failures[] = {
+      {"full disk",
+       [](NceLink& of) {
+         of.app.LimitWrites(0);
+         EXPECT_EQ(of.Ask("08G90!X10!17"), "<\r");
+         of.app.ClearFaults();
+       }},
+      {"port re-opened in mid-line",
+       [](NceLink& of) {
+         of.Send("0CG01 X1");
+         of.link->OpenPort(0);
+         EXPECT_EQ(of.Ask("00 Y200!55"), "<\r");
+       }},
+      {"cancelled", [](NceLink& of) { of.link->CancelExchange(), of.Run(); }},
+      {"completed by hand",
+       [](NceLink& of) {
+         of.link->CancelExchange(), of.Run();
+         of.link->ReceiveFile(of.Folder() + u"0000001.MPG"), of.Run();
+         EXPECT_EQ(of.Ask("08G90!X10!17"), ">\r");
+         of.link->CompleteUpload(), of.Run();
+       }},
+  };
+  const struct {
+    std::string_view end, reply; // what ends the rest, and what is answered
+  } ends[] = {
+      {"06]", "<\r"},
+      {"XYZ", "ABCDEFGHIJKLMNOPQRSTUVWXYZ\r"},
+      {"~", "UDL>\r"},
+      {"~end", "END\r"},
+      {"FH 0000001", "&LP 000000001\r"},
+      {"TH 0000001", "Upload from NCE  in progress. &TH 0000001\r"},
+      {"DH", "Directory of Host Computer\nSelect File. &DH\r"},
+  };
+  for (const auto& [what, fail] : failures) {
+    for (const auto& [end, reply] : ends) {
+      NceLink fresh;
+      fresh.PutProgram(u"0000001.MPG", u"old\n");
+      fresh.Start();
+      fresh.Ask("FH 0000001");
+      fresh.Ask("TH 0000001");
+      fresh.Ask("08G90!X10!17");
+      fail(fresh);
+      const std::int32_t code = fresh.Code();
+      for (const char* rest : {"0A(DEPTH 5)!3B", "(WIDTH 5)#3B", "TH 5)!3B", "0AFH 1!]!00",
+                               "ab]!00", "08DH!XYZ!00", "0A~end!!00", "04G9>!00", "abc"})
+        EXPECT_EQ(fresh.Ask(rest), "<\r") << what << ": " << rest;
+      EXPECT_EQ(fresh.Ask(">"), code == 19 ? "UDL>\r" : ">\r");
+      EXPECT_EQ(fresh.Ask("<"), "");
+      EXPECT_EQ(fresh.Code(), code) << what;
+      EXPECT_EQ(fresh.Ask(end), reply) << what;
+      if (end == "06]") {
+        EXPECT_EQ(fresh.Ask("0A"), "%% Message not recognised by HOST\r");
+      }
+      EXPECT_EQ(fresh.app.Content(fresh.Folder() + u"0000001.MPG"),
+                code == 19 ? u"G90\nX10\n" : u"old\n");
+    }
+  }
+}
+
+TEST_F(NceAppTest, RefusesAtItsStartAnUploadThatCantBeStored) {
+  const std::string longName(260, '1');
   link.Start();
-  link.app.RefuseOpening(u"cnc/", true);
-  link.Ask("FH 1");
-  EXPECT_EQ(link.Ask("TH 1"), "%% Unable to create file on Host Computer\r");
-  EXPECT_EQ(link.Code(), 10);
+  link.app.RefuseOpening(u"cnc/2", true);
+  for (const std::string& number : {std::string("2"), longName}) {
+    link.Ask("FH " + number);
+    EXPECT_EQ(link.Ask("TH 1"), "%% Unable to create file on Host Computer\r") << number;
+    EXPECT_EQ(link.Code(), 10);
+  }
+}
+
+TEST_F(NceAppTest, ADownloadThatIsOverLetsGoOfItsMemory) {
+  for (const char* last : {"nonsense", "~", "TH 1", "DH", "XYZ", "FH 2", "<\r<\r<"}) {
+    NceLink fresh;
+    fresh.PutProgram(u"1.MPG", KorText(150, u'A') + u"\nB\n");
+    fresh.Start();
+    fresh.Ask("FH 1");
+    fresh.Ask(">");
+    fresh.Ask(">");
+    EXPECT_EQ(fresh.HeldBytes(), 153u);
+    fresh.Ask(last);
+    EXPECT_EQ(fresh.HeldBytes(), 0u) << last;
+  }
 }
 
 TEST_F(NceAppTest, PagesThroughTheDirectory) {

@@ -119,6 +119,7 @@ TEST_F(StoredSettingsTest, EachChangeIsOnTheDiskWhenItIsMade) {
     Run([&](NceLink&) {
       EXPECT_FALSE(link.app.Content(path)) << name; // nothing to keep yet
       change();
+      link.Run(); // a file sent by hand is remembered when it could be opened
       kept = link.app.Content(path).value_or(KorText());
     });
     EXPECT_FALSE(kept.IsEmpty()) << name;

@@ -76,6 +76,7 @@ class ConsoleTest : public ::testing::Test {
     Commands commands(nce, console);
     nce.SetUpServices();
     nce.BuildWindow();
+    port.Deliver(fromController);
     console.Run(nce.Timers(), [&](const KorText& line) {
       commands.Run(line);
       nce.Poll();
@@ -87,6 +88,7 @@ class ConsoleTest : public ::testing::Test {
   }
 
   TestApp app;
+  std::string fromController;
   std::string errors;
 };
 
@@ -156,6 +158,17 @@ TEST_F(ConsoleTest, ASettingAnswersWhatIsNowSetOrWhatIsAccepted) {
     EXPECT_NE(output.find(answer), std::string::npos) << command << "\n" << output;
   }
   EXPECT_NE(Run("settings\n").find("file-extension   MPG\n"), std::string::npos);
+}
+
+TEST_F(ConsoleTest, AControllersDownloadIsCancelledBeforeAnotherIsSent) {
+  app.Put(app.Path(u"x.NC"), u"A\n");
+  fromController = "FH 1\r";
+  const std::string output =
+      Run("status\nsend " + app.Path(u"x.NC").ToUtf8() + "\ncancel\nstatus\n");
+  EXPECT_EQ(errors,
+            "Send NC File: End the running transfer first (\"cancel\") or wait for its end: "
+            "Download Waiting For Controller\n");
+  EXPECT_NE(output.find("status 16 Download Cancelled 1\n"), std::string::npos) << output;
 }
 
 TEST_F(ConsoleTest, ALiveTerminalKeepsTheStatusBelowTheText) {

@@ -248,33 +248,219 @@ TEST(CommsMonitorTest, AWorkerThatIsStuckDoesNotHoldTheEnd) {
   EXPECT_TRUE(monitor.Stop(std::chrono::seconds(30)));
 }
 
-TEST_F(EngineTest, WhateverBreaksIntoAnUploadRemovesItsPart) {
+// Each way into a transfer, the state that it is in then, and the state that an error leaves.
+struct Begun {
+  const char* what;
+  std::function<void(NceLink&)> begin;
+  int code, error;
+};
+const Begun kBegun[] = {
+    {"delayed download", [](NceLink& to) { to.Ask("FH 1"); }, 5, 14},
+    {"prepared download", [](NceLink& to) { to.AskLater("FH 1"); }, 8, 14},
+    {"download", [](NceLink& to) { to.AskLater("FH 1"), to.Ask(">"), to.Ask(">"); }, 12, 14},
+    {"file sent by hand", [](NceLink& to) { to.link->SendFile(to.Folder() + u"1.MPG"), to.Run(); },
+     12, 14},
+    {"upload",
+     [](NceLink& to) {
+       to.AskLater("FH 1"), to.Ask("TH 1");
+       EXPECT_EQ(to.Send("08G90!X10!17\r0CG01 X1"), ">\r"); // and a part of a line
+     },
+     13, 15},
+    {"file received by hand",
+     [](NceLink& to) { to.link->ReceiveFile(to.Folder() + u"1.MPG"), to.Run(); }, 13, 15},
+};
+
+class Exchange {
+ public:
+  explicit Exchange(const Begun& begun) {
+    link.PutProgram(u"1.MPG", KorText(150, u'o') + u"\nold\n");
+    link.Start({}, u"transmit delay=2\n", u"[Log]\nlog file=" + jobs + u"\nwrite log=1\n");
+    begun.begin(link);
+    EXPECT_EQ(link.Code(), begun.code) << begun.what;
+    link.form.statuses.clear();
+    link.form.messages.clear();
+    link.port.ClearCalls();
+    link.port.TakeWritten();
+  }
+  // That it has ended: one line of the job log, nothing left of it on disk, in memory, on the screen.
+  void ExpectEnded(int code, const KorText& logged) {
+    link.Run();
+    const auto codes = link.form.Codes();
+    EXPECT_NE(std::find(codes.begin(), codes.end(), code), codes.end()) << code;
+    const KorText lines = link.app.Content(jobs).value_or(u"");
+    EXPECT_TRUE(lines.Contains(logged)) << lines.ToUtf8();
+    EXPECT_EQ(Split(lines, u'\n').size(), 2u) << lines.ToUtf8();
+    EXPECT_EQ(link.app.Names(link.Folder()), std::vector<KorText>{u"1.MPG"});
+    EXPECT_EQ(link.app.Content(link.Folder() + u"1.MPG")->Right(4), u"old\n");
+    EXPECT_EQ(link.HeldBytes(), 0u);
+    EXPECT_FALSE(link.form.endDialogs[EndDialog::Download] ||
+                 link.form.endDialogs[EndDialog::Upload]);
+    EXPECT_EQ(link.form.buttons, JobButtons::Enabled);
+    EXPECT_FALSE(link.link->Timers().Exists(u"DownloadApp::DownloadNow"));
+  }
+
+  NceLink link;
+  const KorText jobs = link.app.Path(u"jobs.log");
+};
+
+TEST_F(EngineTest, WhateverBreaksIntoATransferEndsItAsAnErrorFirst) {
   const std::pair<const char*, std::function<void(NceLink&)>> breaks[] = {
-      {"loop-back test", [](NceLink& fresh) { fresh.link->LoopbackTest(); }},
+      {"port re-opened", [](NceLink& of) { of.link->OpenPort(0); }},
       {"port re-opened in vain",
-       [](NceLink& fresh) {
-         fresh.port.Fail("Open", 1);
-         fresh.link->SetHandshake(false, false);
+       [](NceLink& of) {
+         of.port.Fail("Open", 1);
+         of.link->OpenPort(0);
        }},
-      {"overrun", [](NceLink& fresh) { fresh.port.Deliver(std::string(4000, 'x') + "y"); }},
-      {"file sent by hand",
-       [](NceLink& fresh) { fresh.link->SendFile(fresh.Folder() + u"1.MPG"); }},
+      {"device gone", [](NceLink& of) { of.port.SetPresent(false); }},
   };
-  for (const auto& [what, breakIt] : breaks) {
+  for (const Begun& begun : kBegun) {
+    for (const auto& [what, breakIt] : breaks) {
+      SCOPED_TRACE(std::string(begun.what) + ", " + what);
+      Exchange exchange(begun);
+      breakIt(exchange.link);
+      exchange.ExpectEnded(begun.error,
+                           begun.error == 14 ? u"Download Error(s) " : u"Upload Error(s) ");
+      exchange.link.port.SetPresent(true);
+      exchange.link.app.Advance(5);
+      exchange.link.link->RunDueTimers();
+      exchange.link.Run();
+      EXPECT_EQ(exchange.link.port.Written(), ""); // no delayed download comes to life
+    }
+  }
+}
+
+// What the engine does not do while a transfer runs: jobs, and changes that re-open the port.
+using Wish = std::pair<const char*, std::function<void(NceLink&)>>;
+const Wish kJobs[] = {
+    {"send", [](NceLink& to) { to.link->SendFile(to.Folder() + u"1.MPG"); }},
+    {"receive", [](NceLink& to) { to.link->ReceiveFile(to.Folder() + u"1.MPG"); }},
+    {"loop-back test", [](NceLink& to) { to.link->LoopbackTest(); }},
+    {"XON test", [](NceLink& to) { to.link->XonXoffTest(); }},
+};
+const Wish kChanges[] = {
+    {"handshake", [](NceLink& to) { to.link->SetHandshake(false, true); }},
+    {"settings",
+     [](NceLink& to) {
+       FormDescription form = to.link->SettingsForm();
+       form.Find(u"character-delay")->value = u"1";
+       const KorText wrong = to.link->AcceptSettings(form);
+       if (!wrong.IsEmpty()) to.form.ShowMessage({}, wrong, {});
+     }},
+};
+
+TEST_F(EngineTest, ATransferIsNotBrokenIntoUntilItIsCancelled) {
+  for (const Begun& begun : kBegun) {
+    SCOPED_TRACE(begun.what);
+    Exchange exchange(begun);
+    NceLink& of = exchange.link;
+    for (const std::span<const Wish> wishes :
+         {std::span<const Wish>(kJobs), std::span<const Wish>(kChanges)}) {
+      for (const auto& [what, wish] : wishes) {
+        wish(of);
+        of.Run();
+        ASSERT_EQ(of.form.messages.size(), 1u) << what;
+        EXPECT_TRUE(of.form.messages[0].text.Contains(of.Line())) << what;
+        EXPECT_TRUE(of.form.messages[0].text.Contains(u"\"cancel\"")) << what;
+        EXPECT_EQ(of.Code(), begun.code) << what;
+        of.form.messages.clear();
+      }
+    }
+    EXPECT_EQ(of.link->RunningExchange(), of.Line());
+    EXPECT_EQ(of.port.Calls(), Strings());
+    EXPECT_EQ(of.link->Settings().rtsCtsHandshake, 1);
+    EXPECT_EQ(of.link->Settings().characterDelay, 0);
+    EXPECT_TRUE(of.link->Timers().IsStarted(u"DownloadApp::DisplayStatus"));
+    of.link->CancelExchange();
+    exchange.ExpectEnded(begun.error + 2,
+                         begun.error == 14 ? u"Download Cancelled " : u"Upload Cancelled ");
+    EXPECT_EQ(of.link->RunningExchange(), std::nullopt);
+    Exchange ended(begun);
+    ended.link.link->Terminate();
+    ended.ExpectEnded(begun.error + 2,
+                      begun.error == 14 ? u"Download Cancelled " : u"Upload Cancelled ");
+  }
+}
+
+// A line behind an empty one becomes a request between the user's wish and the worker's next look at
+// its tasks.
+void WishJustBeforeARequest(NceLink& to, const Wish& wish) {
+  to.PutProgram(u"1.MPG", u"A\n");
+  to.Start();
+  bool wished = false;
+  to.port.SetResponder([&](std::string_view) {
+    if (!std::exchange(wished, true)) wish.second(to);
+  });
+  to.Send("XYZ\r\rFH 1\r");
+  to.port.SetResponder({});
+}
+
+TEST_F(EngineTest, ARequestThatIsFasterThanAJobByHandGoesOnWhole) {
+  for (const Wish& wish : kJobs) {
     NceLink fresh;
-    fresh.PutProgram(u"1.MPG", u"old\n");
+    WishJustBeforeARequest(fresh, wish);
+    EXPECT_EQ(fresh.Code(), 8) << wish.first;
+    EXPECT_EQ(fresh.HeldBytes(), 2u) << wish.first;
+    EXPECT_EQ(fresh.form.messages.size(), 1u) << wish.first;
+    EXPECT_FALSE(fresh.link->Timers().IsStarted(u"DownloadApp::TestXon")) << wish.first;
+    EXPECT_EQ(fresh.link->Settings().fileExtension, u"MPG");
+  }
+  for (const Wish& wish : kChanges) { // taken over already: it comes to pass, and the request ends
+    NceLink fresh;
+    WishJustBeforeARequest(fresh, wish);
+    EXPECT_EQ(fresh.Code(), 14) << wish.first;
+    EXPECT_EQ(fresh.port.CallCount("Open"), 2u) << wish.first;
+  }
+}
+
+TEST_F(EngineTest, NothingIsStartedByHandWhileTheDeviceIsAway) {
+  for (const auto& [what, wish] : kJobs) {
+    NceLink fresh;
+    fresh.PutProgram(u"1.MPG", u"A\n");
     fresh.Start();
-    fresh.Ask("FH 1");
-    fresh.Ask("TH 1");
-    fresh.Ask("02A!00");
-    fresh.form.statuses.clear();
-    breakIt(fresh);
-    for (int i = 0; i < 5; ++i)
-      fresh.Run();
-    const auto codes = fresh.form.Codes();
-    EXPECT_NE(std::find(codes.begin(), codes.end(), 15), codes.end()) << what;
+    fresh.port.SetPresent(false);
+    fresh.Run();
+    fresh.form.messages.clear();
+    wish(fresh);
+    fresh.Run();
+    fresh.port.SetPresent(true);
+    fresh.app.Advance(1);
+    fresh.Run();
+    EXPECT_EQ(fresh.Code(), 1) << what;
+    EXPECT_EQ(fresh.form.messages.size(), 1u) << what;
+    EXPECT_EQ(fresh.form.buttons, JobButtons::Enabled) << what;
+    EXPECT_FALSE(fresh.form.endDialogs[EndDialog::Upload]) << what;
     EXPECT_EQ(fresh.app.Names(fresh.Folder()), std::vector<KorText>{u"1.MPG"}) << what;
   }
+}
+
+TEST_F(EngineTest, AJobBegunByHandOvertakesADelayedDownload) {
+  link.PutProgram(u"1.MPG", u"A\n");
+  link.Start({}, u"transmit delay=2\n");
+  link.Ask("FH 1");
+  link.Ask("XYZ"); // takes the status, not the delay
+  link.link->SendFile(link.Folder() + u"1.MPG");
+  link.Run();
+  EXPECT_EQ(link.Code(), 12);
+  link.port.TakeWritten();
+  After(5);
+  EXPECT_EQ(link.port.TakeWritten(), "");
+  EXPECT_EQ(link.Ask(">"), "02A!60\r]\r");
+}
+
+TEST_F(EngineTest, ADelayThatEndsLeavesANewerOneAlone) {
+  link.PutProgram(u"2.MPG", u"A\n");
+  link.Start({}, u"transmit delay=2\n");
+  // Due just before the first delay's end, in the same round of timers.
+  link.link->Timers().Create(u"request", 1.5, link.app.HighResolutionSeconds(), true, [this] {
+    link.link->Timers().Delete(u"request");
+    link.Ask("FH 2");
+  });
+  link.Ask("FH 1");
+  After(2);
+  EXPECT_EQ(link.Code(), 5);
+  link.port.TakeWritten();
+  After(2);
+  EXPECT_EQ(link.port.TakeWritten(), "&LP 000000002\r");
 }
 
 TEST_F(EngineTest, ARequestTakesThePlaceOfAJobBegunByHand) {
@@ -323,17 +509,21 @@ TEST_F(EngineTest, AnOldValueThatNoListHoldsBlocksNoOtherSetting) {
   EXPECT_EQ(link.link->Settings().baudrate, u"14400");
 }
 
-TEST_F(EngineTest, AnOverrunShowsAndTheNextReadClearsIt) {
-  link.Start();
+TEST_F(EngineTest, AnOverrunIsShownAndLoggedBeforeTheNextReadClearsIt) {
+  const KorText jobs = link.app.Path(u"jobs.log");
+  link.Start({}, {}, u"[Log]\nlog file=" + jobs + u"\nwrite log=1\n");
+  link.Ask("FH 1");
+  link.Ask("TH 1");
+  link.form.statuses.clear();
   link.port.Deliver(std::string(4000, 'x'));
   link.port.Deliver("more");
-  link.Run(1);
-  link.Run(1);
-  EXPECT_EQ(link.Code(), 24);
+  link.Run();
+  EXPECT_EQ(link.form.Codes(), (std::vector<std::int32_t>{15, 24}));
   link.Run();
   EXPECT_EQ(link.Code(), 1);
-  EXPECT_EQ(link.Send("\rXYZ\r"),
-            "%% Message not recognised by HOST\rABCDEFGHIJKLMNOPQRSTUVWXYZ\r");
+  EXPECT_TRUE(link.app.Content(jobs)->EndsWith(u" Over Run Error! Data loss has occurred!\r\n"));
+  EXPECT_EQ(link.app.Names(link.Folder()), std::vector<KorText>());
+  EXPECT_EQ(link.Send("\rXYZ\r"), "<\rABCDEFGHIJKLMNOPQRSTUVWXYZ\r");
 }
 
 TEST_F(EngineTest, TracesTheLineWithItsEcho) {

@@ -302,5 +302,35 @@ TEST_F(PosixServicesTest, RegistryHoldsNumbersAndTexts) {
   }
 }
 
+TEST_F(PosixServicesTest, TellsBeforehandWhatMayNotBeReplaced) {
+  const KorText folder = files.Path(u"programs/");
+  const auto native = [&](const char16_t* name) { return (folder + name).ToUtf8(); };
+  const auto may = [&](const KorText& name) { return files.CanReplaceFile(folder + name); };
+  for (const char16_t* name : {u"own", u"locked", u"other"})
+    files.Put(folder + name, u"x");
+  ASSERT_EQ(::chmod(native(u"own").c_str(), 0644), 0);
+  ASSERT_EQ(::chmod(native(u"locked").c_str(), 0444), 0);
+  ASSERT_EQ(::chmod(native(u"other").c_str(), 0666), 0);
+  ASSERT_EQ(::symlink("locked", native(u"link").c_str()), 0);
+  EXPECT_TRUE(may(u"new") && may(u"own") && may(u"no/folder"));
+  EXPECT_FALSE(may(KorText(256, u'1')));
+  // Root may do everything; it plays another user. Any other user has no files of somebody else.
+  const bool isRoot = ::geteuid() == 0;
+  constexpr uid_t kPlayed = 12345;
+  if (isRoot) {
+    for (const char16_t* name : {u"own", u"locked", u"link"})
+      ASSERT_EQ(::lchown(native(name).c_str(), kPlayed, 0), 0);
+    ASSERT_EQ(::chmod(native(u"").c_str(), 01777), 0);
+    ASSERT_EQ(::chmod(files.Root().ToUtf8().c_str(), 0755), 0);
+    ASSERT_EQ(::seteuid(kPlayed), 0);
+  }
+  EXPECT_TRUE(may(u"new") && may(u"own") && may(u"link"));
+  EXPECT_FALSE(may(u"locked"));
+  EXPECT_EQ(may(u"other"), !isRoot);
+  if (isRoot) {
+    ASSERT_EQ(::seteuid(0), 0);
+  }
+}
+
 } // namespace
 } // namespace kor

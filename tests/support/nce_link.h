@@ -10,6 +10,13 @@
 
 namespace kor {
 
+// Lets a test see what the link holds in memory.
+class WatchedNce : public NCEApp {
+ public:
+  using NCEApp::NCEApp;
+  std::uint64_t HeldBytes() const { return program.FileSize() + channel.SendLength(); }
+};
+
 class NceLink {
  public:
   NceLink() {
@@ -29,7 +36,7 @@ class NceLink {
     services.form = &form;
     services.cncFolder = Folder();
     services.startWorker = false;
-    link = std::make_unique<NCEApp>(services, commandLine);
+    link = std::make_unique<WatchedNce>(services, commandLine);
     link->SetUpServices();
     link->BuildWindow();
     Run();
@@ -57,6 +64,16 @@ class NceLink {
   // A request and its CR.
   std::string Ask(std::string_view request) { return Send(std::string(request) + "\r"); }
 
+  // The same, past the transmit delay.
+  std::string AskLater(std::string_view request) {
+    Ask(request);
+    app.Advance(30);
+    link->RunDueTimers();
+    Run();
+    return port.TakeWritten();
+  }
+
+  std::uint64_t HeldBytes() { return dynamic_cast<const WatchedNce&>(*link).HeldBytes(); }
   std::int32_t Code() { return link->CurrentStatus().code; }
   KorText Line() { return link->CurrentStatus().line; }
 

@@ -407,6 +407,10 @@ bool TestApp::CopyAttributes(const KorText& from, const KorText& to) {
   return MayChange() && PlatformAppInterface::CopyAttributes(from, to);
 }
 
+bool TestApp::CanReplaceFile(const KorText& path) {
+  return !IsRefused(path, FileAccess::Write) && PlatformAppInterface::CanReplaceFile(path);
+}
+
 bool TestApp::MakeFolder(const KorText& path) {
   return FolderExists(path) || (MayChange() && PlatformAppInterface::MakeFolder(path));
 }

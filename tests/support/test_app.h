@@ -111,6 +111,7 @@ class TestApp : public PlatformAppInterface {
   bool RemoveFile(const KorText& path) override;
   bool RenameFile(const KorText& from, const KorText& to) override;
   bool CopyAttributes(const KorText& from, const KorText& to) override;
+  bool CanReplaceFile(const KorText& path) override;
   bool MakeFolder(const KorText& path) override;
   bool RemoveFolder(const KorText& path) override;
   bool SyncFolder(const KorText& folder) override;

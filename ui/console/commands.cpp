@@ -79,8 +79,7 @@ void Commands::Complete(const KorText&) {
 }
 
 void Commands::Cancel(const KorText&) {
-  app.CancelDownload();
-  app.CancelUpload();
+  app.CancelExchange();
 }
 
 void Commands::Loopback(const KorText&) {
