@@ -38,6 +38,7 @@ struct StatusView {
   std::int64_t count = 0; // bytes so far: the position of the progress bar
   std::int64_t range = 0; // bytes in all; 0 when there is nothing to measure
   std::array<bool, kLampCount> lamps{};
+  friend bool operator==(const StatusView&, const StatusView&) = default;
 };
 
 // A job that has ended, as it goes into the job log.

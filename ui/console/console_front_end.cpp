@@ -286,8 +286,14 @@ void ConsoleFrontEnd::Print(const KorText& line) {
   PrintLine(PrintableText(line));
 }
 
+bool ConsoleFrontEnd::IsOnScreen(const StatusView& view) const {
+  if (!hasStatus || IsExchange(view.code) || view != shown) return false;
+  return !interactive || (!liveLine.empty() && ScreenColumns() == liveColumns);
+}
+
 void ConsoleFrontEnd::ShowStatus(const StatusView& view) {
   ShowMonitorRest(); // the engine shows its status every 100 ms: no text is held back for longer
+  if (IsOnScreen(view)) return; // an idle program has nothing to draw ten times a second
   const bool isNew = !hasStatus || IsNewStatus(shown, view);
   const bool isLost = isNew && view.code == kNoLink;
   const bool isBack = hasStatus && shown.code == kNoLink && view.code == kWaiting;

@@ -100,6 +100,7 @@ class ConsoleFrontEnd : public FormDialog {
   void PrintAlert(std::string_view line); // red where that can be
   void Refresh();
   std::size_t ScreenColumns() const;
+  bool IsOnScreen(const StatusView& view) const;
   void EraseLive();
   void DrawLive();
   std::string TypedLine(std::size_t columns) const;
