@@ -113,7 +113,9 @@ TEST_F(StoredSettingsTest, EachChangeIsOnTheDiskWhenItIsMade) {
       {"send", [&] { link.link->SendFile(link.Folder() + u"A.NC"); }},
   };
   link.PutProgram(u"A.NC", u"X\n");
-  for (const auto& [name, change] : changes) {
+  for (const auto& entry : changes) { // clang 14 captures no structured bindings
+    const auto& name = entry.first;
+    const auto& change = entry.second;
     link.app.RemoveFolder(link.app.Path(u"settings"));
     KorText kept;
     Run([&](NceLink&) {

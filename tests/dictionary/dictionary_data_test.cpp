@@ -7,6 +7,7 @@
 #include <string>
 
 #include "services/dictionary/dictionary.h"
+#include "tests/support/test_app.h"
 #include "tools/kordict/check.h"
 
 namespace kor {

@@ -1,6 +1,9 @@
 #include "files/storable_container.h"
 
+#include <gtest/gtest.h>
+
 #include "services/core/text_lookup.h"
+#include "tests/support/test_app.h"
 
 namespace kor {
 namespace {

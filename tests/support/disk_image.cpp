@@ -4,7 +4,7 @@ namespace kor {
 
 DiskImage::DiskImage(const Files& files) {
   for (const auto& [path, content] : files)
-    seen[path] = std::make_shared<Node>(content, content);
+    seen[path] = std::make_shared<Node>(Node{content, content});
   durable = seen;
 }
 
