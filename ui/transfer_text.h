@@ -1,0 +1,62 @@
+// What front ends tell of a transfer: how fast it goes, how much is left, which program it is. Pure
+// functions and a rate meter; no drawing. Texts come from the dictionary.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "services/core/kor_text.h"
+#include "ui/form_dialog.h"
+
+namespace kor {
+
+// Whether an exchange is under way that ending the program would break off.
+bool IsExchange(std::int32_t code);
+// Whether bytes of a program are on their way.
+bool IsTransfer(std::int32_t code);
+
+// How fast the running transfer goes.
+struct Pace {
+  std::optional<double> bytesPerSecond; // nothing until half a second has been measured
+  bool held = false;                    // it stands
+};
+
+// RateMeter: bytes per second of the running transfer, smoothed over about two seconds. It starts afresh
+// when the status code changes or the count goes back.
+class RateMeter {
+ public:
+  void Update(const StatusView& view, double now); // now in seconds
+  const Pace& Measured() const { return pace; }
+
+ private:
+  std::int32_t code = -1;
+  std::int64_t count = 0; // where the measurement began
+  double since = 0;       // when it began
+  std::int64_t last = 0;  // count of the last update
+  double moved = 0;       // when that changed
+  Pace pace;
+};
+
+// A status text with its file's name in front and the folder apart.
+struct StatusWords {
+  KorText name; // "0000123.MPG"; empty when the text names no file
+  KorText words;
+  KorText folder;
+};
+StatusWords TakeApart(const KorText& line, const KorText& fileName);
+
+// "1024/4096", or "1024 bytes" where the size isn't known beforehand.
+KorText CountText(const StatusView& view);
+// Whether a share of the whole can be told: an upload's size isn't known beforehand.
+bool IsMeasurable(const StatusView& view);
+KorText ShareText(const StatusView& view);                  // "25%", or empty
+KorText RatePart(const Pace& pace);                         // the rate, "held", or empty
+KorText LeftPart(const StatusView& view, const Pace& pace); // "0:31 left", or empty
+
+// "9.6 kB/s", "512 B/s", "1.2 MB/s".
+KorText RateText(double bytesPerSecond);
+
+// "0:07", "12:40", "1:02:03".
+KorText TimeText(double seconds);
+
+} // namespace kor
