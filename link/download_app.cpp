@@ -379,7 +379,7 @@ void DownloadApp::OnLinkBack() {
 
 std::optional<KorText> DownloadApp::RunningExchange() {
   const StatusView view = board.Form();
-  if (!IsExchange(static_cast<LinkStatus>(view.code))) return std::nullopt;
+  if (!IsExchange(view.code)) return std::nullopt;
   return view.line;
 }
 
@@ -444,9 +444,9 @@ void DownloadApp::StartOnWorker(const KorText& caption, std::function<void()> ta
 // --- Status --------------------------------------------------------------------------------------------
 
 void DownloadApp::UpdateStatus() {
-  const auto code = static_cast<std::int32_t>(Status());
+  const LinkStatus code = Status();
   // Between two changes the display timer shows the counters; a reply does not wait for that.
-  if (code == shownCode && !EndsJob(Status())) return;
+  if (code == shownCode && !EndsJob(code)) return;
   shownCode = code;
   ++waitingViews;
   PostToWindow([this, view = board.Form()] {

@@ -22,10 +22,10 @@
 #include "link/comms_log.h"
 #include "link/comms_monitor.h"
 #include "link/link_settings.h"
-#include "link/link_status.h"
 #include "link/monitor_feed.h"
 #include "link/nc_program.h"
 #include "link/serial_channel.h"
+#include "link/status_board.h"
 #include "ui/form_dialog.h"
 #include "ui/timer_queue.h"
 
@@ -219,15 +219,15 @@ class DownloadApp : public Storable, protected ChannelHost {
 
   std::unique_ptr<CommsMonitor> worker;
   std::atomic<bool> hasTasks{false};
-  std::atomic<int> waitingViews{0}; // posted status changes that the window has not shown yet
-  std::int32_t shownCode = -1;      // worker: last status posted to the window
-  bool downloadDelayed = false;     // worker: the transmit delay runs
-  std::uint32_t delays = 0;         // worker: how many transmit delays have begun
-  bool manualJob = false;           // worker: an end dialog is shown
-  bool terminated = false;          // window
-  bool lossReported = false;        // window: the last save failed, and this was said
-  KorText keptPort = u"COM1";       // window: the COM name that the record holds
-  bool workerStuck = false;         // window
+  std::atomic<int> waitingViews{0};    // posted status changes that the window has not shown yet
+  std::optional<LinkStatus> shownCode; // worker: last status posted to the window
+  bool downloadDelayed = false;        // worker: the transmit delay runs
+  std::uint32_t delays = 0;            // worker: how many transmit delays have begun
+  bool manualJob = false;              // worker: an end dialog is shown
+  bool terminated = false;             // window
+  bool lossReported = false;           // window: the last save failed, and this was said
+  KorText keptPort = u"COM1";          // window: the COM name that the record holds
+  bool workerStuck = false;            // window
   std::atomic<bool> ending{false};
   Mutex mutex;
   std::deque<std::function<void()>> tasks KOR_GUARDED_BY(mutex);

@@ -23,9 +23,9 @@
 
 #include "link/comms_log.h"
 #include "link/link_settings.h"
-#include "link/link_status.h"
 #include "link/monitor_feed.h"
 #include "link/serial_port.h"
+#include "link/status_board.h"
 
 namespace kor {
 

@@ -7,8 +7,7 @@ namespace kor {
 
 // What was asked for and did not come about; a job that somebody cancelled is none.
 bool EndedJob::Failed() const {
-  constexpr std::int32_t kFailures[] = {9, 10, 14, 15, 23, 24, 25, 26, 27};
-  return std::find(std::begin(kFailures), std::end(kFailures), code) != std::end(kFailures);
+  return ActivityOf(code) == LinkActivity::Failed;
 }
 
 const FormField* FormDescription::Find(std::u16string_view key) const {

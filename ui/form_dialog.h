@@ -13,6 +13,7 @@
 
 #include "services/core/app_interface.h"
 #include "services/core/kor_text.h"
+#include "ui/link_status.h"
 
 namespace kor {
 
@@ -30,8 +31,10 @@ enum Lamp : std::size_t {
 
 // Everything a status display shows, taken at one moment.
 struct StatusView {
-  std::int32_t code = 0;  // link status, 0 to 38
-  KorText line;           // its text, unpadded; a window shows it padded to 70 characters
+  LinkStatus code = LinkStatus::NoLink;
+  KorText line; // its text, unpadded; a window shows it padded to 70 characters
+  LinkActivity activity = LinkActivity::NoLink;
+  KorText headline;       // the state in few words, for a large line
   KorText fileName;       // full name of the current file, as line has it where it names the file
   std::int64_t bytes = 0; // sent or received so far
   std::int64_t size = 0;  // bytes in all; 0 when that isn't known, as for an upload
@@ -43,10 +46,10 @@ struct StatusView {
 
 // A job that has ended, as it goes into the job log.
 struct EndedJob {
-  std::int32_t code = 0; // its link status
-  KorText line;          // its text
-  KorText fileName;      // full name of its file
-  SystemTime time;       // local
+  LinkStatus code = LinkStatus::NoLink;
+  KorText line;     // its text
+  KorText fileName; // full name of its file
+  SystemTime time;  // local
 
   bool Failed() const;
 };
@@ -62,9 +65,9 @@ struct FormField {
   FieldKind kind = FieldKind::Text;
   KorText value; // Check: "0" or "1"; Choice: one of choices
   std::vector<KorText> choices;
-  bool editable = false;                 // Choice: any other text may be entered as well
-  std::int32_t minimum = 0, maximum = 0; // Number
-  KorText browseTitle{};                 // FolderPath and FilePath: title of the chooser
+  bool editable = false;    // Choice: any other text may be entered as well
+  std::int32_t maximum = 0; // Number
+  KorText browseTitle{};    // FolderPath and FilePath: title of the chooser
   bool enabled = true;
 };
 

@@ -15,8 +15,6 @@ constexpr double kHeldByLine = 2.0; // seconds without a byte while a hold lamp 
 // Without one: a frame may take ten seconds at 110 baud.
 constexpr double kHeldAnyway = 15.0;
 constexpr double kLongestLeft = 100 * 3600.0; // seconds; beyond it a time says nothing
-constexpr std::int32_t kDownloading = 12;
-constexpr std::int32_t kUploading = 13;
 
 bool IsHeldByLine(const StatusView& view) {
   return std::any_of(view.lamps.begin() + kLampCtsHold, view.lamps.begin() + kLampXoffSent,
@@ -24,16 +22,6 @@ bool IsHeldByLine(const StatusView& view) {
 }
 
 } // namespace
-
-bool IsTransfer(std::int32_t code) {
-  return code == kDownloading || code == kUploading;
-}
-
-bool IsExchange(std::int32_t code) {
-  constexpr std::int32_t kWaitingForController = 5, kPreparingDownload = 8, kPreparingUpload = 11;
-  return IsTransfer(code) || code == kWaitingForController || code == kPreparingDownload ||
-         code == kPreparingUpload;
-}
 
 void RateMeter::Update(const StatusView& view, double now) {
   if (view.code != code || view.bytes < last) {
@@ -45,7 +33,7 @@ void RateMeter::Update(const StatusView& view, double now) {
   }
   if (view.bytes == last) {
     const double patience = IsHeldByLine(view) ? kHeldByLine : kHeldAnyway;
-    pace.held = IsTransfer(code) && now - moved >= patience;
+    pace.held = IsTransfer(view.code) && now - moved >= patience;
     return;
   }
   if (pace.held) since = moved; // the pause is not the line's speed
@@ -73,14 +61,14 @@ StatusWords TakeApart(const KorText& line, const KorText& fileName) {
 }
 
 KorText CountText(const StatusView& view) {
-  if (view.code == kDownloading && view.size > 0)
+  if (view.code == LinkStatus::Downloading && view.size > 0)
     return KorText::Format(u"%i/%i", view.bytes, view.size);
   return KorText::Format(u"%i bytes", view.bytes);
 }
 
 // Whether a share of the whole can be told: an upload's size isn't known beforehand.
 bool IsMeasurable(const StatusView& view) {
-  return view.code == kDownloading && view.size > 0;
+  return view.code == LinkStatus::Downloading && view.size > 0;
 }
 
 KorText ShareText(const StatusView& view) {

@@ -10,11 +10,6 @@
 
 namespace kor {
 
-// Whether an exchange is under way that ending the program would break off.
-bool IsExchange(std::int32_t code);
-// Whether bytes of a program are on their way.
-bool IsTransfer(std::int32_t code);
-
 // How fast the running transfer goes.
 struct Pace {
   std::optional<double> bytesPerSecond; // nothing until half a second has been measured
@@ -29,7 +24,7 @@ class RateMeter {
   const Pace& Measured() const { return pace; }
 
  private:
-  std::int32_t code = -1;
+  std::optional<LinkStatus> code;
   std::int64_t count = 0; // where the measurement began
   double since = 0;       // when it began
   std::int64_t last = 0;  // count of the last update

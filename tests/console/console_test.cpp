@@ -51,7 +51,7 @@ class FakeTerminal : public Terminal {
 StatusView View(std::int32_t code, const char16_t* line, std::int64_t count = 0,
                 std::int64_t range = 0) {
   StatusView view;
-  view.code = code;
+  view.code = static_cast<LinkStatus>(code);
   view.line = line;
   view.count = count;
   view.range = range;
@@ -267,9 +267,12 @@ TEST(StatusLineTest, IsAsWideAsTheScreenInEveryScript) {
        {u"/공장/日本語の長いプログラム名.MPG", u"/a/e\u0301e\u0301\U00020000x.MPG"}) {
     view.fileName = name;
     view.line = KorText(u"Downloading ") + name + u" - 5 of 10 bytes sent.";
-    for (view.code = 12; view.code <= 18; view.code += 6)
+    for (const LinkStatus code : {LinkStatus::Downloading, LinkStatus::DownloadCompleted}) {
+      view.code = code;
       for (std::size_t columns = 4; columns < 140; ++columns)
-        ASSERT_EQ(ColumnsOf(StatusLine(view, Pace{9.0, false}, columns)), columns) << view.code;
+        ASSERT_EQ(ColumnsOf(StatusLine(view, Pace{9.0, false}, columns)), columns)
+            << NumberOf(code);
+    }
   }
   EXPECT_EQ(CutLeft(u"/日本語/", 6), u"..語/"); // half of a character doesn't stand
   EXPECT_EQ(TimeText(3723.2), u"1:02:04");
@@ -292,7 +295,7 @@ TEST(StatusLineTest, MeasuresTheRateAndTellsAPauseFromASlowLine) {
   EXPECT_FALSE(again.held);
   view.lamps[kLampXoffHold] = true;
   EXPECT_TRUE(at(30, 200).held);
-  view.code = 1;
+  view.code = LinkStatus::Waiting;
   EXPECT_FALSE(at(31, 0).bytesPerSecond);
 }
 
@@ -302,9 +305,10 @@ TEST_F(ConsoleTest, EndedJobsScrollPastWithTheirTimeAndFailuresAreRed) {
     const auto terminal = std::make_shared<FakeTerminal>(true);
     terminal->colours = colours;
     ConsoleFrontEnd console(terminal);
+    console.ShowEndedJob({LinkStatus::DownloadCompleted, u"Download Completed /n/7.MPG - 9 bytes",
+                          u"/n/7.MPG", App().LocalTime()});
     console.ShowEndedJob(
-        {18, u"Download Completed /n/7.MPG - 9 bytes", u"/n/7.MPG", App().LocalTime()});
-    console.ShowEndedJob({15, u"Upload Error(s) /n/8.MPG", u"/n/8.MPG", App().LocalTime()});
+        {LinkStatus::UploadErrors, u"Upload Error(s) /n/8.MPG", u"/n/8.MPG", App().LocalTime()});
     console.ShowStatus(View(0, u"No Link"));
     console.ShowMessage(u"Open Comm", u"COM1", MessageStyle::Information);
     console.Flush();

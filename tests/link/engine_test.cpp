@@ -769,6 +769,29 @@ TEST(LinkStatusTest, FormsEachCodesText) {
   EXPECT_EQ(StatusText(LinkStatus::FileListCheck, server, u""), u"Server: M Checking NC File List");
 }
 
+TEST(LinkStatusTest, TellsFromAfarWhatGoesOn) {
+  const struct {
+    LinkStatus status;
+    const char16_t* fileName;
+    const char16_t* headline;
+    LinkActivity activity;
+  } cases[] = {
+      {LinkStatus::NoLink, u"", u"No link", LinkActivity::NoLink},
+      {LinkStatus::Waiting, u"/nc/1.MPG", u"Ready", LinkActivity::Idle},
+      {LinkStatus::DownloadWaiting, u"0000123", u"Preparing 0000123", LinkActivity::Busy},
+      {LinkStatus::Downloading, u"/n.c/0000123.MPG", u"Sending 0000123", LinkActivity::Busy},
+      {LinkStatus::Uploading, u"C:\\nc\\.5", u"Receiving .5", LinkActivity::Busy},
+      {LinkStatus::DownloadCantOpen, u"/n.c/7", u"Not found: 7", LinkActivity::Failed},
+      {LinkStatus::UploadCancelled, u"", u"the line", LinkActivity::Done},
+      {LinkStatus::LoopBackTest, u"/nc/1.MPG", u"the line", LinkActivity::Idle},
+      {static_cast<LinkStatus>(39), u"/nc/1.MPG", u"the line", LinkActivity::Idle},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(StatusHeadline(c.status, c.fileName, u"the line"), c.headline);
+    EXPECT_EQ(ActivityOf(c.status), c.activity) << NumberOf(c.status);
+  }
+}
+
 TEST(LinkStatusTest, AnUnexpectedErrorLogsTwoLinesAndShowsTheSecond) {
   std::vector<KorText> logged;
   StatusBoard board([&](const EndedJob& job) { logged.push_back(job.line); });
@@ -809,7 +832,7 @@ TEST_F(PlainEngineTest, SendsAFileAsItIsInPacedChunks) {
   engine->SendFile(link.app.Path(u"raw.NC"));
   Run();
   EXPECT_EQ(link.port.Written(), bytes.ToBytes());
-  EXPECT_EQ(engine->CurrentStatus().code, 18);
+  EXPECT_EQ(engine->CurrentStatus().code, LinkStatus::DownloadCompleted);
   const Strings calls = link.port.Calls();
   EXPECT_EQ(std::count(calls.begin(), calls.end(), "Write 100"), 10);
   EXPECT_TRUE(link.form.monitor.Contains(u"TX100 [00][01]"));
@@ -843,7 +866,7 @@ TEST_F(PlainEngineTest, ABaudTextThatIsNoNumberSendsNothing) {
   for (int i = 0; i < 100; ++i)
     odd.Poll();
   EXPECT_EQ(link.port.Written(), "");
-  EXPECT_EQ(odd.CurrentStatus().code, 12);
+  EXPECT_EQ(odd.CurrentStatus().code, LinkStatus::Downloading);
 }
 
 TEST_F(PlainEngineTest, ReceivesEveryByteUntilItIsCompletedOrCancelled) {
@@ -861,7 +884,8 @@ TEST_F(PlainEngineTest, ReceivesEveryByteUntilItIsCompletedOrCancelled) {
     else
       engine->CancelUpload();
     Run();
-    EXPECT_EQ(engine->CurrentStatus().code, complete ? 19 : 17);
+    EXPECT_EQ(engine->CurrentStatus().code,
+              complete ? LinkStatus::UploadCompleted : LinkStatus::UploadCancelled);
   }
   EXPECT_EQ(link.app.Content(path)->ToBytes(), std::string("\0\x01new\xff", 6));
 }

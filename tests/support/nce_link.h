@@ -74,7 +74,7 @@ class NceLink {
   }
 
   std::uint64_t HeldBytes() { return dynamic_cast<const WatchedNce&>(*link).HeldBytes(); }
-  std::int32_t Code() { return link->CurrentStatus().code; }
+  std::int32_t Code() { return NumberOf(link->CurrentStatus().code); }
   KorText Line() { return link->CurrentStatus().line; }
 
   TestApp app;

@@ -56,7 +56,8 @@ class RecordingForm : public FormDialog {
   std::vector<std::int32_t> Codes() const {
     std::vector<std::int32_t> codes;
     for (const StatusView& view : statuses)
-      if (codes.empty() || codes.back() != view.code) codes.push_back(view.code);
+      if (codes.empty() || codes.back() != NumberOf(view.code))
+        codes.push_back(NumberOf(view.code));
     return codes;
   }
 

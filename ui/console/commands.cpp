@@ -63,7 +63,7 @@ std::optional<bool> Commands::Switch(const KorText& command, const KorText& argu
 
 void Commands::Status(const KorText&) {
   const StatusView view = app.CurrentStatus();
-  console.Print(KorText::Format(u"status %i %s", view.code, view.line));
+  console.Print(KorText::Format(u"status %i %s", NumberOf(view.code), view.line));
   for (const KorText& text : LineErrorTexts(app.CurrentLineErrors()))
     console.Print(text);
 }

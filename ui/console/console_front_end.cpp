@@ -15,20 +15,15 @@ namespace kor {
 
 namespace {
 
-constexpr std::int32_t kDownloading = 12;
-constexpr std::int32_t kUploading = 13;
 constexpr double kLongestWait = 1.0; // seconds
 constexpr double kRefresh = 1.0;     // seconds between two looks at a transfer that may stand
 constexpr std::string_view kPrompt = "> ";
-constexpr std::int32_t kNoLink = 0;
-constexpr std::int32_t kWaiting = 1;
 constexpr std::string_view kRed = "\x1b[31m", kPlain = "\x1b[0m";
 
 // A counter that moves on is no change of status.
 bool IsNewStatus(const StatusView& before, const StatusView& now) {
   if (before.code != now.code) return true;
-  const bool counting = now.code == kDownloading || now.code == kUploading;
-  return !counting && before.line != now.line;
+  return !IsTransfer(now.code) && before.line != now.line;
 }
 
 KorText ClockText() {
@@ -295,14 +290,15 @@ void ConsoleFrontEnd::ShowStatus(const StatusView& view) {
   ShowMonitorRest(); // the engine shows its status every 100 ms: no text is held back for longer
   if (IsOnScreen(view)) return; // an idle program has nothing to draw ten times a second
   const bool isNew = !hasStatus || IsNewStatus(shown, view);
-  const bool isLost = isNew && view.code == kNoLink;
-  const bool isBack = hasStatus && shown.code == kNoLink && view.code == kWaiting;
+  const bool isLost = isNew && view.code == LinkStatus::NoLink;
+  const bool isBack =
+      hasStatus && shown.code == LinkStatus::NoLink && view.code == LinkStatus::Waiting;
   shown = view;
   hasStatus = true;
   meter.Update(view, App().HighResolutionSeconds());
   if (isNew) AskWhileBusy();
   if (!interactive) {
-    if (isNew) Print(KorText::Format(u"%s %i %s", ClockText(), view.code, view.line));
+    if (isNew) Print(KorText::Format(u"%s %i %s", ClockText(), NumberOf(view.code), view.line));
     return;
   }
   const std::string line = PrintableText(KorText::Format(u"%s %s", ClockText(), view.line));

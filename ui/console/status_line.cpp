@@ -16,7 +16,6 @@ constexpr std::size_t kRoomForDots = 100; // columns of a screen that shows lamp
 constexpr std::size_t kLampColumns = 12;  // what a narrower screen keeps free for lit ones
 constexpr std::size_t kLeastText = 26;    // columns that the lamps leave to the text
 constexpr std::size_t kLeastFolder = 6;
-constexpr std::int32_t kDownloading = 12;
 constexpr const char16_t* kLampNames[kLampCount] = {u"RX",  u"TX",   u"CTS",  u"DSR",
                                                     u"RLS", u"XOFF", u"XSENT"};
 
@@ -75,7 +74,7 @@ KorText TransferText(const StatusView& view, const Pace& pace, std::size_t room)
       IsMeasurable(view) ? ProgressBar(view.bytes, view.size, kBarWidth) : KorText();
   std::vector<Part> parts{
       {CutRight(apart.name, forName), 0},
-      {view.code == kDownloading ? u"Downloading" : u"Uploading", 5},
+      {view.code == LinkStatus::Downloading ? u"Downloading" : u"Uploading", 5},
       {count, 1},
       {bar, 6},
       {ShareText(view), 2},

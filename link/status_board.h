@@ -1,0 +1,67 @@
+// StatusBoard: the one place of the link status, on which both threads keep what the status display
+// shows. Owned by DownloadApp. Every operation may be called from any thread; the lamps are plain flags. A
+// status line is formed under the board's lock, so the job log gets each job's line once and whole,
+// whichever thread forms it.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <functional>
+
+#include "services/core/kor_text.h"
+#include "services/core/thread_annotations.h"
+#include "ui/form_dialog.h"
+
+namespace kor {
+
+class StatusBoard {
+ public:
+  // onJob receives each job whose line belongs in the job log, without a time, on the thread that formed
+  // the line.
+  explicit StatusBoard(std::function<void(const EndedJob&)> onJob);
+
+  void Set(LinkStatus code); // also when unchanged: a job that ends twice is two jobs
+  LinkStatus Code() const { return code.load(); }
+
+  void SetFileName(const KorText& name);
+  void SetMachine(const KorText& machine, bool serverRole);
+  void SetCount(std::int64_t bytes) { count = bytes; }
+  void AddCount(std::int64_t bytes) { count += bytes; }
+  std::int64_t Count() const { return count; }
+  void SetTotal(std::int64_t bytes) { total = bytes; }
+  std::int64_t Total() const { return total; }
+  // The progress bar: position and range in bytes.
+  void SetProgress(std::int64_t position, std::int64_t range);
+
+  void SetLamp(Lamp lamp, bool on) { lamps[lamp] = on; }
+
+  void ClearActivity() {
+    SetLamp(kLampReceive, false);
+    SetLamp(kLampWrite, false);
+  }
+
+  // Forms the status line, writes the job-log line where the code asks for one, and returns what is to
+  // be shown.
+  StatusView Form();
+
+ private:
+  KorText FormLine(LinkStatus now) KOR_REQUIRES(mutex);
+
+  void TellJob(LinkStatus code) KOR_REQUIRES(mutex);
+
+  std::function<void(const EndedJob&)> onJob;
+  Mutex mutex;
+  std::atomic<LinkStatus> code{LinkStatus::Waiting};
+  std::atomic<std::uint32_t> timesSet{0};
+  std::atomic<std::int64_t> count{0};
+  std::atomic<std::int64_t> total{0};
+  std::atomic<std::int64_t> progress{0};
+  std::atomic<std::int64_t> progressRange{0};
+  std::array<std::atomic<bool>, kLampCount> lamps{};
+  StatusFacts facts KOR_GUARDED_BY(mutex);
+  KorText line KOR_GUARDED_BY(mutex);
+  std::uint32_t loggedTime KOR_GUARDED_BY(mutex) = 0; // timesSet when a line was formed last
+};
+
+} // namespace kor
