@@ -52,8 +52,7 @@ struct Workshop {
 class Host {
  public:
   explicit Host(TestApp& testApp, std::uint8_t switches) : services(testApp) {
-    port.UseClock([this] { return services.HighResolutionSeconds(); },
-                  [this](double seconds) { services.Advance(seconds); });
+    port.UseClock([this](double seconds) { services.Advance(seconds); });
     EngineServices lent;
     lent.port = &port;
     lent.form = &form;

@@ -1,8 +1,8 @@
 // FakeSerialPort: a scripted serial line for tests, benchmarks and fuzzing. The script says what
 // the far side and the system do; the record says what the code under test did.
 //
-// Time: seconds of the clock given with UseClock (TestApp's, usually), or of an own one that starts
-// at 0. WaitReadable moves that clock; nothing really waits unless SetRealWaits is on.
+// Time: WaitReadable moves the clock given with UseClock by what it was told to wait; nothing really waits
+// unless SetRealWaits is on.
 //
 // Threads: every member may be called from any thread. The responder runs on the writing thread.
 #pragma once
@@ -13,9 +13,10 @@
 #include <deque>
 #include <functional>
 #include <map>
-#include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "link/serial_port.h"
@@ -24,50 +25,55 @@
 namespace kor {
 
 class FakeSerialPort : public SerialPort {
+  using Self = FakeSerialPort;
+
  public:
-  void UseClock(std::function<double()> now, std::function<void(double)> advance);
+  void UseClock(const std::function<double()>&, std::function<void(double)> advance) {
+    Set(&Self::clockAdvance, std::move(advance));
+  }
+  void UseClock(std::function<void(double)> advance) { UseClock({}, std::move(advance)); }
 
   // --- Script ---------------------------------------------------------------------------------
-  // Bytes that arrive at the given time (0: now). One Read never returns bytes of two deliveries,
-  // so the deliveries are the chunks that the code under test sees. PurgeReceive, and with it
-  // opening the port, drops what has arrived by then.
-  void Deliver(std::string_view bytes, double at = 0);
-  // Output drains at this rate; 0 = never, nullopt (the start value) = at once. Never while one of
-  // the holds for CTS, DSR or XOFF is set.
-  void SetDrainRate(std::optional<double> bytesPerSecond);
-  void SetOutputRoom(std::size_t bytes); // queue size; Write takes no more; start value: unlimited
-  void SetWriteLimit(std::size_t bytes); // at most this many per Write; start value: unlimited
-  void SetWriteDuration(double seconds); // what the clock moves in each Write
-  void SetHolds(std::uint32_t holds);    // HoldBit values of the following GetStatus calls
-  void SetLineErrors(const LineErrors& errors); // reported by one GetStatus
-  void SetLoopBack(bool plugged);               // what is written arrives
+  // Bytes that arrive now. One Read never returns bytes of two deliveries, so the deliveries are the
+  // chunks that the code under test sees. PurgeReceive, and with it opening the port, drops them.
+  void Deliver(std::string_view bytes);
+  // HoldBit values of the following GetStatus calls. One for CTS, DSR or XOFF keeps the output queue
+  // full; otherwise it drains at once.
+  void SetHolds(std::uint32_t newHolds) { Set(&Self::holds, newHolds); }
+  // The queue doesn't drain, without a hold.
+  void SetStalled(bool on) { Set(&Self::stalled, on); }
+  // Of one Write; at first unlimited.
+  void SetWriteLimit(std::size_t bytes) { Set(&Self::writeLimit, bytes); }
+  // Reported by one GetStatus.
+  void SetLineErrors(const LineErrors& errors) { Set(&Self::lineErrors, errors); }
+  // What is written arrives.
+  void SetLoopBack(bool plugged) { Set(&Self::loopBack, plugged); }
   // Called after each Write with the bytes it took, without the lock: plays the far side.
-  void SetResponder(std::function<void(std::string_view)> responder);
+  void SetResponder(std::function<void(std::string_view)> newResponder) {
+    Set(&Self::responder, std::move(newResponder));
+  }
   // The next calls of that operation ("Open", "GetStatus", "Write" ...) fail with this system text.
   // times < 0: until Fail(operation, 0) is called.
   void Fail(const std::string& operation, int times, const KorText& text = u"Scripted fault");
   // Away: every operation fails with text and IsGone() is true. An open port stays dead when the
   // device comes back; it must be closed and opened again.
   void SetPresent(bool isPresent, const KorText& text = u"No such device");
-  void SetRealWaits(bool real); // WaitReadable waits for Deliver or Interrupt in real time
+  // WaitReadable waits for Deliver or Interrupt in real time.
+  void SetRealWaits(bool real) { Set(&Self::realWaits, real); }
 
   // --- Record ---------------------------------------------------------------------------------
-  std::string Written() const; // all bytes that Write took
-  std::string TakeWritten();   // the same, and starts afresh
-  std::string Sent();          // those that have drained by now
+  std::string Written() const { return Get(&Self::written); } // all bytes that Write took
+  std::string TakeWritten();                                  // the same, and starts afresh
   // Calls in order: the operation, and for some an argument: "Open COM1", "SetQueueSizes 4000
-  // 1000", "BuildControlBlock baud=...", "Write 12" (the bytes offered). The polling calls
-  // GetStatus, Read and WaitReadable are counted only.
-  std::vector<std::string> Calls() const;
-  void ClearCalls();
-  std::size_t CallCount(const std::string& operation) const;
-  DeviceControlBlock Block() const; // last one set
-  PortTimeouts Timeouts() const;    // last ones set
-  std::size_t WaitingInput();       // arrived and not read
+  // 1000", "BuildControlBlock baud=...", "Write 12" (the bytes offered); GetStatus and Read are left out.
+  std::vector<std::string> Calls() const { return Get(&Self::calls); }
+  void ClearCalls() { Set(&Self::calls, {}); }
+  DeviceControlBlock Block() const { return Get(&Self::block); } // last one set
+  PortTimeouts Timeouts() const { return Get(&Self::timeouts); } // last ones set
 
   // --- SerialPort -----------------------------------------------------------------------------
   bool Open(const KorText& name) override;
-  bool IsOpen() const override;
+  bool IsOpen() const override { return Get(&Self::open); }
   bool SetQueueSizes(std::uint32_t input, std::uint32_t output) override;
   bool GetControlBlock(DeviceControlBlock& block) override;
   bool BuildControlBlock(const KorText& text, DeviceControlBlock& block) override;
@@ -79,25 +85,24 @@ class FakeSerialPort : public SerialPort {
   bool PurgeTransmit() override;
   bool PurgeReceive() override;
   bool Close() override;
-  KorText LastErrorText() const override;
-  bool IsGone() const override;
+  KorText LastErrorText() const override { return Get(&Self::errorText); }
+  bool IsGone() const override { return Get(&Self::gone); }
   void WaitReadable(std::chrono::microseconds atMost) override;
   void Interrupt() override;
 
  private:
-  struct Delivery {
-    double at = 0;
-    std::string bytes;
-  };
   struct Fault {
     int times = 0;
     KorText text;
   };
-  double Now() const KOR_REQUIRES(mutex);
-  void Advance(double seconds) KOR_REQUIRES(mutex);
-  void Insert(std::string_view bytes, double at) KOR_REQUIRES(mutex);
-  std::size_t Arrived() const KOR_REQUIRES(mutex);
-  void Drain() KOR_REQUIRES(mutex);
+  template <class Value> void Set(Value Self::*member, std::type_identity_t<Value> value) {
+    Lock lock(mutex);
+    this->*member = std::move(value);
+  }
+  template <class Value> Value Get(Value Self::*member) const {
+    Lock lock(mutex);
+    return this->*member;
+  }
   bool Refuse(const KorText& text) KOR_REQUIRES(mutex);
   // Records the call; false when the script or the port's state makes it fail.
   bool Begin(const std::string& operation, const std::string& arguments = {}) KOR_REQUIRES(mutex);
@@ -105,18 +110,13 @@ class FakeSerialPort : public SerialPort {
 
   mutable Mutex mutex;
   std::condition_variable_any changed;
-  std::function<double()> clockNow KOR_GUARDED_BY(mutex);
   std::function<void(double)> clockAdvance KOR_GUARDED_BY(mutex);
-  double ownClock KOR_GUARDED_BY(mutex) = 0;
 
-  std::deque<Delivery> deliveries KOR_GUARDED_BY(mutex); // by time
-  std::optional<double> drainRate KOR_GUARDED_BY(mutex);
-  double drainedUntil KOR_GUARDED_BY(mutex) = 0;
-  std::size_t outputRoom KOR_GUARDED_BY(mutex) = static_cast<std::size_t>(-1);
+  std::deque<std::string> deliveries KOR_GUARDED_BY(mutex);
   std::size_t writeLimit KOR_GUARDED_BY(mutex) = static_cast<std::size_t>(-1);
-  double writeDuration KOR_GUARDED_BY(mutex) = 0;
   std::uint32_t holds KOR_GUARDED_BY(mutex) = 0;
   LineErrors lineErrors KOR_GUARDED_BY(mutex);
+  bool stalled KOR_GUARDED_BY(mutex) = false;
   bool loopBack KOR_GUARDED_BY(mutex) = false;
   bool realWaits KOR_GUARDED_BY(mutex) = false;
   std::function<void(std::string_view)> responder KOR_GUARDED_BY(mutex);
@@ -132,10 +132,8 @@ class FakeSerialPort : public SerialPort {
   DeviceControlBlock block KOR_GUARDED_BY(mutex);
   PortTimeouts timeouts KOR_GUARDED_BY(mutex);
   std::string written KOR_GUARDED_BY(mutex);
-  std::string queued KOR_GUARDED_BY(mutex);
-  std::string sent KOR_GUARDED_BY(mutex);
+  std::size_t queued KOR_GUARDED_BY(mutex) = 0;
   std::vector<std::string> calls KOR_GUARDED_BY(mutex);
-  std::map<std::string, std::size_t> callCounts KOR_GUARDED_BY(mutex);
 };
 
 } // namespace kor
