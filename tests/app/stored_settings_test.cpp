@@ -12,15 +12,7 @@ class StoredSettingsTest : public ::testing::Test {
  protected:
   // A run of the program on the settings file as it stands.
   void Run(const std::function<void(NceLink&)>& during) {
-    EngineServices services;
-    services.port = &link.port;
-    services.form = &link.form;
-    services.cncFolder = link.Folder();
-    services.startWorker = false;
-    link.link = std::make_unique<NCEApp>(services, u"");
-    link.link->SetUpServices();
-    link.link->BuildWindow();
-    link.Run();
+    link.Open();
     during(link);
     link.link->Terminate();
     link.form.RunPosted();
@@ -151,12 +143,9 @@ TEST_F(StoredSettingsTest, ANameThatNoFileCanHaveIsSaidAtTheStart) {
   link.Start(u"NCE");
   link.link->Terminate();
   for (const char16_t* name : {u"Press 1/2", u"..\\up", u"A\x01"}) {
-    EngineServices services{&link.port, &link.form, {}, link.Folder(), false};
-    NCEApp press(services, name);
-    press.SetUpServices();
-    press.BuildWindow();
-    press.SetHandshake(false, false);
-    press.Terminate();
+    link.Open(name);
+    link.link->SetHandshake(false, false);
+    link.link->Terminate();
     link.form.RunPosted();
     ASSERT_EQ(link.form.messages.size(), 1u);
     EXPECT_TRUE(link.form.messages[0].text.StartsWith(KorText(u"\"") + name + u"\""));

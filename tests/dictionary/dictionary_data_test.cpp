@@ -128,7 +128,7 @@ std::vector<Use> UsesIn(const std::string& code) {
 TEST_F(ShippedDictionary, TheCodesOwnWordsAreItsEnglish) {
   std::size_t found = 0;
   for (const char* folder : {"app", "files", "link", "services", "ui"}) {
-    const auto root = std::filesystem::path(NCEDL_SOURCE_FOLDER) / folder;
+    const auto root = std::filesystem::path(NCEDL_SOURCE_DIR) / folder;
     for (const auto& file : std::filesystem::recursive_directory_iterator(root)) {
       if (file.path().extension() != ".cpp") continue;
       std::ifstream stream(file.path());

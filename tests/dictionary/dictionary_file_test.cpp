@@ -75,12 +75,6 @@ TEST_F(DictionaryFile, LoadingAgainDiscardsWhatWasHeld) {
   EXPECT_TRUE(app.Messages().empty()) << "without the report flag";
 }
 
-TEST_F(DictionaryFile, AnUncompressedFileLoadsAsWell) {
-  ASSERT_TRUE(SaveSample(file, false));
-  ASSERT_TRUE(dictionary.Load(file, TextHolder::kChooseLanguage, true, u"de"));
-  EXPECT_EQ(dictionary.Text(48), u"Abbrechen");
-}
-
 TEST_F(DictionaryFile, OtherFilesAreRefusedWithTheReport) {
   const KorText plain = PlainBytes();
   KorText otherType = plain, oldest = plain, otherObject = plain;

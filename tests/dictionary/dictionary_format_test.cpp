@@ -1,30 +1,13 @@
 // Compares the worked example of docs/formats/dictionary.md with what the code writes and reads.
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <string>
 
 #include "tests/dictionary/dictionary_samples.h"
+#include "tests/support/format_page.h"
 
 namespace kor {
 namespace {
-
-// The bytes of the page's block: pairs of hexadecimal digits up to the bar.
-KorText PageBytes() {
-  std::ifstream page(NCEDL_FORMAT_PAGE);
-  std::string line;
-  KorText bytes;
-  bool inside = false;
-  while (std::getline(page, line)) {
-    if (line.starts_with("```")) inside = line == "```dictionary";
-    if (!inside || line.starts_with("```")) continue;
-    std::istringstream pairs(line.substr(0, line.find('|')));
-    std::string pair;
-    while (pairs >> pair)
-      bytes += static_cast<char16_t>(std::stoi(pair, nullptr, 16));
-  }
-  return bytes;
-}
 
 TEST(DictionaryFormatPage, ShowsWhatIsWrittenAndRead) {
   TestApp app;
@@ -38,7 +21,9 @@ TEST(DictionaryFormatPage, ShowsWhatIsWrittenAndRead) {
   RecordFileOptions options;
   options.format.fileTypes = {TextHolder::kFileType};
   ASSERT_TRUE(SaveObject(dictionary.Path(), dictionary, options));
-  const KorText expected = PageBytes();
+  const std::vector<PageExample> examples = ReadExamples("dictionary.md", "dictionary");
+  ASSERT_EQ(examples.size(), 1u);
+  const KorText expected = KorText::FromBytes(PageBytes(examples[0]));
   ASSERT_GT(expected.Length(), 100U);
   EXPECT_TRUE(app.Content(dictionary.Path()) == expected);
 

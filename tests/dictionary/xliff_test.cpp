@@ -83,24 +83,6 @@ TEST_F(Xliff, ExportsOneFilePerLanguage) {
                                          u"Export as XLIFF 2/2"}));
 }
 
-TEST_F(Xliff, ComesBackAsItWent) {
-  ASSERT_TRUE(dictionary.ExportXLIFF(app.Path(u"out")));
-  TextHolder other;
-  other.StartEditing(app.Path(u"other.ary"));
-  for (const TextLanguage& language : dictionary.Languages()) {
-    other.AddLanguage(language);
-    const ImportResult result =
-        other.ImportXLIFF(app.Path(u"out/dictionary_" + language.folder + u".xlf"));
-    EXPECT_TRUE(result.done);
-    EXPECT_TRUE(result.warnings.empty());
-  }
-  ASSERT_TRUE(other.ExportXLIFF(app.Path(u"again")));
-  for (const KorText& name : app.Names(app.Path(u"out/")))
-    EXPECT_EQ(app.Content(app.Path(u"out/" + name)), app.Content(app.Path(u"again/" + name)));
-  EXPECT_EQ(other.FindEntry(324)->Translation(1), u"");
-  EXPECT_EQ(other.FindEntry(7)->Translation(0), u"%s senden & <warten>");
-}
-
 TEST_F(Xliff, TakesTranslationsNotesDatesAndImportance) {
   const ImportResult result = ImportUnits(
       u"<trans-unit id=\"48\"><source>Cancel</source><target>Verwerfen</target><context-group>"

@@ -2,13 +2,13 @@
 // every byte and answer with the page.
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "app/program_paths.h"
 #include "services/ini/ini_file.h"
+#include "tests/support/format_page.h"
 #include "tests/support/test_app.h"
 
 namespace kor {
@@ -20,31 +20,14 @@ struct Step {
   std::string bytes;
 };
 
-std::string BytesOf(const std::string& line) {
-  const std::size_t bar = line.find('|');
-  std::istringstream digits(line.substr(0, bar));
-  std::string bytes, shown;
-  for (int byte = 0; digits >> std::hex >> byte;) {
-    bytes += static_cast<char>(byte);
-    shown += byte >= ' ' && byte <= '~' ? static_cast<char>(byte) : '.';
-  }
-  EXPECT_EQ(line.substr(bar + 2), shown) << line;
-  return bytes;
-}
-
-std::vector<Step> ReadExample(const std::string& page, const std::string& fence) {
-  std::ifstream stream(NCEDL_SOURCE_DIR "/docs/formats/" + page);
+std::vector<Step> ReadSteps(const std::string& page, const std::string& word) {
   std::vector<Step> steps;
-  bool inside = false;
-  for (std::string line; std::getline(stream, line);) {
-    if (line.starts_with("```")) {
-      inside = line == "```" + fence;
-    } else if (inside && line.find('|') != line.npos) {
-      steps.back().bytes += BytesOf(line);
-    } else if (inside) {
-      steps.push_back({line, {}});
-    }
-  }
+  for (const PageExample& example : ReadExamples(page, word))
+    for (const std::string& line : example.lines)
+      if (line.find('|') != line.npos)
+        steps.back().bytes += ShownBytes(line);
+      else
+        steps.push_back({line, {}});
   return steps;
 }
 
@@ -68,7 +51,7 @@ TEST(IniFormats, TheDialectsExampleHolds) {
   const KorText path = app.Path(u"example.ini");
   bool written = false;
   std::size_t checks = 0;
-  for (const Step& step : ReadExample("ini-dialect.md", "ini")) {
+  for (const Step& step : ReadSteps("ini-dialect.md", "ini")) {
     const std::vector<KorText> words = Words(step.command, 4);
     iniFile file(path);
     KorText value;
@@ -99,7 +82,7 @@ TEST(IniFormats, TheProgramPathsExampleHolds) {
   app.SetApplicationPropertyPath(kStartInFolder, startIn);
   ProgramPaths paths;
   std::size_t checks = 0;
-  for (const Step& step : ReadExample("program-paths.md", "paths")) {
+  for (const Step& step : ReadSteps("program-paths.md", "paths")) {
     if (step.command == "file") {
       app.Put(startIn + kPathsFileName, KorText::FromBytes(step.bytes));
       continue;
@@ -115,9 +98,9 @@ TEST(IniFormats, TheProgramPathsExampleHolds) {
 
 // Each kind with a key stands in the page's table, with its key and its default.
 TEST(IniFormats, TheProgramPathsTableIsComplete) {
-  std::ifstream stream(NCEDL_SOURCE_DIR "/docs/formats/program-paths.md");
-  std::stringstream page;
-  page << stream.rdbuf();
+  std::string page;
+  for (const std::string& line : ReadPage("program-paths.md"))
+    page += line + "\n";
   int kinds = 0;
   for (int kind = 0; kind < kFolderKinds; ++kind) {
     const std::string name = ProgramPaths::DisplayName(kind).ToBytes();
@@ -126,7 +109,7 @@ TEST(IniFormats, TheProgramPathsTableIsComplete) {
     const std::string folder = ProgramPaths::DefaultSubFolder(kind).ToBytes();
     const std::string row = "| " + std::to_string(kind) + " | `" + name + "` | " +
                             (folder.empty() ? "the folder of KOR.INI" : folder) + " |\n";
-    EXPECT_NE(page.str().find(row), std::string::npos) << row;
+    EXPECT_NE(page.find(row), std::string::npos) << row;
   }
   EXPECT_EQ(kinds, 20);
 }

@@ -2,11 +2,10 @@
 // writes, and reads them back.
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <sstream>
 #include <string>
 
 #include "app/nce_app.h"
+#include "tests/support/format_page.h"
 #include "tests/support/record_samples.h"
 #include "tests/support/test_app.h"
 
@@ -15,20 +14,11 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-// The ```record blocks of a page: hexadecimal bytes up to the bar of each line.
-std::vector<Bytes> ReadExamples(const std::string& page) {
-  std::ifstream stream(NCEDL_SOURCE_DIR "/docs/formats/" + page);
+std::vector<Bytes> ReadRecordExamples(const std::string& page) {
   std::vector<Bytes> examples;
-  bool inside = false;
-  for (std::string line; std::getline(stream, line);) {
-    if (line.starts_with("```")) {
-      inside = line == "```record";
-      if (inside) examples.emplace_back();
-    } else if (inside) {
-      std::istringstream bytes(line.substr(0, line.find('|')));
-      for (unsigned byte = 0; bytes >> std::hex >> byte;)
-        examples.back().push_back(static_cast<std::uint8_t>(byte));
-    }
+  for (const PageExample& example : ReadExamples(page, "record")) {
+    const std::string bytes = PageBytes(example);
+    examples.emplace_back(bytes.begin(), bytes.end());
   }
   return examples;
 }
@@ -36,7 +26,7 @@ std::vector<Bytes> ReadExamples(const std::string& page) {
 TEST(RecordFormats, TheStreamsExamplesAreWhatIsWrittenAndRead) {
   TestApp app;
   RegisterSamples();
-  const auto examples = ReadExamples("record-stream.md");
+  const auto examples = ReadRecordExamples("record-stream.md");
   ASSERT_EQ(examples.size(), 2u);
 
   std::uint8_t small = 18;
@@ -91,7 +81,7 @@ TEST(RecordFormats, TheStreamsExamplesAreWhatIsWrittenAndRead) {
 
 TEST(RecordFormats, TheSettingsExampleIsANewProgramsRecord) {
   TestApp app;
-  const auto examples = ReadExamples("settings-record.md");
+  const auto examples = ReadRecordExamples("settings-record.md");
   ASSERT_EQ(examples.size(), 1u);
   NCEApp program;
   EXPECT_EQ(WriteRecords({}, [&](DiskFile& file) { file.TransferObject(program); }), examples[0]);

@@ -1,42 +1,24 @@
 // Compares the examples of docs/formats/compressed-file.md and legacy-buffer.md with what the code
 // writes and reads.
-#include <fstream>
-
 #include "files/compressed_file.h"
 #include "files/legacy_codec.h"
 #include "tests/files/file_test_support.h"
+#include "tests/support/format_page.h"
 
 namespace kor {
 namespace {
 
-std::vector<std::string> ReadPage(const std::string& page) {
-  std::ifstream stream(NCEDL_SOURCE_DIR "/docs/formats/" + page);
-  std::vector<std::string> lines;
-  for (std::string line; std::getline(stream, line);)
-    lines.push_back(line);
-  return lines;
-}
-
-// The blocks of a kind: hexadecimal bytes up to the bar of each line.
-std::vector<Bytes> ReadExamples(const std::string& page, const std::string& kind) {
+std::vector<Bytes> ByteExamples(const std::string& page, const std::string& word) {
   std::vector<Bytes> examples;
-  bool inside = false;
-  for (const std::string& line : ReadPage(page)) {
-    if (line.starts_with("```")) {
-      inside = line == "```" + kind;
-      if (inside) examples.emplace_back();
-    } else if (inside) {
-      const Bytes bytes = FromHex(line.substr(0, line.find('|')));
-      examples.back().insert(examples.back().end(), bytes.begin(), bytes.end());
-    }
-  }
+  for (const PageExample& example : ReadExamples(page, word))
+    examples.push_back(BytesOf(PageBytes(example)));
   return examples;
 }
 
 class FormatPages : public FileTest {};
 
 TEST_F(FormatPages, CompressedFilesAreWrittenAndReadAsShown) {
-  const std::vector<Bytes> examples = ReadExamples("compressed-file.md", "container");
+  const std::vector<Bytes> examples = ByteExamples("compressed-file.md", "container");
   ASSERT_EQ(examples.size(), 2u);
   const Bytes text = BytesOf("N10 G00 X5\r\nN20 M30\r\n");
   for (const Bytes& example : examples) {
@@ -49,8 +31,8 @@ TEST_F(FormatPages, CompressedFilesAreWrittenAndReadAsShown) {
 }
 
 TEST_F(FormatPages, LegacyBuffersAreReadAsShown) {
-  const std::vector<Bytes> encoded = ReadExamples("legacy-buffer.md", "legacy");
-  const std::vector<Bytes> outputs = ReadExamples("legacy-buffer.md", "output");
+  const std::vector<Bytes> encoded = ByteExamples("legacy-buffer.md", "legacy");
+  const std::vector<Bytes> outputs = ByteExamples("legacy-buffer.md", "output");
   ASSERT_EQ(encoded.size(), 2u);
   ASSERT_EQ(outputs.size(), 2u);
   for (std::size_t i = 0; i < encoded.size(); ++i) {

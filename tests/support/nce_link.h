@@ -20,8 +20,7 @@ class WatchedNce : public NCEApp {
 class NceLink {
  public:
   NceLink() {
-    port.UseClock([this] { return app.HighResolutionSeconds(); },
-                  [this](double seconds) { app.Advance(seconds); });
+    port.UseClock([this](double seconds) { app.Advance(seconds); });
     app.MakeFolder(Folder());
   }
 
@@ -31,6 +30,11 @@ class NceLink {
     const KorText model = commandLine.IsEmpty() ? KorText(u"NCE") : commandLine;
     app.Put(app.Path(u"settings/") + model + u".INI",
             u"[Port Settings]\n" + profile + u"transmit delay=0\n" + otherSections);
+    Open(commandLine);
+  }
+
+  // A start on the settings file as it stands.
+  void Open(const KorText& commandLine = {}) {
     EngineServices services;
     services.port = &port;
     services.form = &form;
