@@ -187,19 +187,6 @@ TEST_F(NceAppTest, EveryByteOfAProgramTravelsUnchanged) {
   EXPECT_EQ(link.Ask(">"), MakeFrame(bytes.ToBytes() + "!") + "]\r");
 }
 
-TEST_F(NceAppTest, SendsAFrameAtMostThreeTimes) {
-  link.PutProgram(u"1.MPG", KorText(120, u'X') + u"\nY\n");
-  link.Start();
-  link.Ask("FH 1");
-  link.Ask(">");
-  const std::string frame = link.Ask(">");
-  EXPECT_EQ(link.Ask("<"), frame);
-  EXPECT_EQ(link.Ask("<"), frame);
-  EXPECT_EQ(link.Ask("<"), "");
-  EXPECT_EQ(link.Code(), 14);
-  EXPECT_EQ(link.Ask(">"), ">\r");
-}
-
 TEST_F(NceAppTest, AnAcknowledgementForgivesEarlierRefusals) {
   link.PutProgram(u"1.MPG", KorText(120, u'X') + u"\n" + KorText(120, u'Y') + u"\nZ\n");
   link.Start();

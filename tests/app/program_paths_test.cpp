@@ -23,23 +23,6 @@ class ProgramPathsTest : public ::testing::Test {
   ProgramPaths paths;
 };
 
-TEST_F(ProgramPathsTest, NamesTheKindsThatHaveAKey) {
-  struct Case {
-    int kind;
-    const char16_t* name;
-    const char16_t* subFolder;
-  };
-  constexpr Case kCases[] = {
-      {3, u"Main", u""},          {8, u"CNC", u"cnc"},           {35, u"Reports", u"mis"},
-      {45, u"Rotary NC", u"cnc"}, {46, u"Shear NC", u"shearnc"}, {12, u"ERROR", u"ERROR"},
-      {0, u"ERROR", u"ERROR"},    {47, u"ERROR", u"ERROR"},      {-1, u"ERROR", u"ERROR"},
-  };
-  for (const Case& test : kCases) {
-    EXPECT_EQ(ProgramPaths::DisplayName(test.kind), test.name) << test.kind;
-    EXPECT_EQ(ProgramPaths::DefaultSubFolder(test.kind), test.subFolder) << test.kind;
-  }
-}
-
 TEST_F(ProgramPathsTest, CompletesNormalisesAndResolvesFolders) {
   struct Case {
     const char16_t* lines;

@@ -11,7 +11,6 @@
 #include <array>
 #include <functional>
 #include <memory>
-#include <random>
 #include <regex>
 #include <string>
 
@@ -202,15 +201,6 @@ TEST_F(ConsoleE2e, NoProgramWritesItsTextIntoTheFilesThatItOpens) {
   }
 }
 
-TEST_F(ConsoleE2e, AHeldReplyGoesOutWholeWhenTheLineIsFree) {
-  StartServing();
-  line->Send(std::string(kXoff) + "XYZ\r");
-  EXPECT_EQ(line->Receive("\r", Milliseconds(300)), "");
-  line->Send(kXon);
-  EXPECT_EQ(line->Receive(), std::string(kAlphabet) + "\r");
-  Quit();
-}
-
 TEST_F(ConsoleE2e, AKilledUploadLeavesTheOldProgramAndTheNextStartCleansUp) {
   support::WriteWholeFile(folders.Upload("7.MPG"), "OLD\n");
   StartServing();
@@ -249,18 +239,6 @@ TEST_F(ConsoleE2e, AnUploadIsSyncedThenRenamedThenItsFolderIsSynced) {
                          R"([^\n]*sync\(\d+<[^>]*/up>\) += 0\n)");
   const std::string all = support::ReadWholeFile(calls);
   EXPECT_TRUE(std::regex_search(all, order)) << all;
-}
-
-TEST_F(ConsoleE2e, APulledCableInAnUploadLeavesTheOldProgramAndNothingElse) {
-  support::WriteWholeFile(folders.Upload("7.MPG"), "OLD\n");
-  StartServing();
-  BeginUpload("7");
-  ASSERT_EQ(line->Exchange("04NEW!5C"), ">");
-  line.reset();
-  ASSERT_TRUE(host->Expect(" 0 No Link"));
-  Quit();
-  EXPECT_EQ(folders.UploadNames(), std::vector<std::string>{"7.MPG"});
-  EXPECT_EQ(support::ReadWholeFile(folders.Upload("7.MPG")), "OLD\n");
 }
 
 TEST_F(ConsoleE2e, AFullDiskEndsAnUploadAndLeavesTheOldProgram) {
@@ -311,23 +289,6 @@ TEST_F(ConsoleE2e, ADeviceThatVanishesIsServedAgainWhenItIsBack) {
   Quit();
 }
 
-TEST_F(ConsoleE2e, RandomBytesAreSurvivedAndTheNextGoodRequestIsAnswered) {
-  StartServing();
-  std::mt19937 random(20261121);
-  std::uniform_int_distribution<int> byte(0, 255), length(1, 6000);
-  for (int round = 0; round < 40; ++round) {
-    std::string noise(static_cast<std::size_t>(length(random)), '\0');
-    for (char& c : noise)
-      c = static_cast<char>(byte(random));
-    line->Send(noise);
-    line->Discard();
-  }
-  line->Send(std::string(kXon) + "\r]\r\r");
-  line->Receive("never", Milliseconds(200));
-  EXPECT_EQ(line->Exchange("XYZ"), kAlphabet);
-  Quit();
-}
-
 TEST_F(ConsoleE2e, SettingsOfNonsenseGiveDefaultsAndAreReplacedAtTheEnd) {
   support::WriteWholeFile(folders.SettingsFile(), std::string("\0\xFF[Port Set\r\n=\n[", 16));
   StartServing();
@@ -353,16 +314,6 @@ TEST_F(ConsoleE2e, TheEnvironmentSwitchesDebugModesOnAndTheLogIsNamedAsTheSettin
   EXPECT_TRUE(host->Expect("00:00:00 ")) << host->Diagnostics(); // the fixed time of that mode
   EXPECT_TRUE(
       support::ReadWholeFile(folders.Path(settings, "PRESS 2.log")).ends_with(" Download 2026"));
-  Quit();
-}
-
-TEST_F(ConsoleE2e, AnUploadFolderThatIsNotThereIsAnsweredAsTheControllerKnowsIt) {
-  std::filesystem::remove(folders.Upload(""));
-  support::WriteWholeFile(folders.Path("", "up"), "no folder");
-  StartServing();
-  line->Exchange("FH 7");
-  EXPECT_EQ(line->Exchange("TH 7"), "%% Unable to create file on Host Computer");
-  EXPECT_TRUE(host->Expect(" 10 Upload could not open/write to"));
   Quit();
 }
 

@@ -37,19 +37,6 @@ TEST(FileCrc, EveryMethodDividesAtEveryLengthAndAlignment) {
   }
 }
 
-TEST(FileCrc, PiecesAddUpToTheWhole) {
-  const Bytes noise = MakeBytes(100000, 200);
-  FileCrc whole, pieces;
-  whole.Add(noise);
-  std::size_t at = 0;
-  for (std::size_t piece = 1; at < noise.size(); piece = piece * 3 % 1021 + 1) {
-    const std::size_t count = std::min(piece, noise.size() - at);
-    pieces.Add(std::span(noise).subspan(at, count));
-    at += count;
-  }
-  EXPECT_EQ(whole, pieces);
-}
-
 class FileCrcOfFiles : public FileTest {};
 
 TEST_F(FileCrcOfFiles, WholeFileWhateverItsSize) {

@@ -398,25 +398,6 @@ TEST_F(DiskFileTest, DatesThatAreNoneReadAsNone) {
   }
 }
 
-TEST_F(DiskFileTest, ASaveThatFailsLeavesTheOlderFileAndNothingElse) {
-  const KorText folder = app.Path(u"kept/"), path = folder + u"tool.rec";
-  app.MakeFolder(folder);
-  SampleTool older(u"old", 1), newer(KorText(100000, u'x'), 2);
-  ASSERT_TRUE(SaveObject(path, older));
-  const std::function<void()> faults[] = {
-      [&] { app.LimitWrites(50000); }, [&] { app.LimitWrites(0); }, [&] { app.FailSync(true); },
-      [&] { app.FailRename(true); }, [&] { app.RefuseOpening(u"kept", true); }};
-  for (const auto& fault : faults) {
-    fault();
-    EXPECT_FALSE(SaveObject(path, newer));
-    app.ClearFaults();
-    SampleTool read;
-    EXPECT_TRUE(LoadObject(path, read));
-    EXPECT_TRUE(read == older);
-    EXPECT_EQ(app.Names(folder), std::vector<KorText>{u"tool.rec"});
-  }
-}
-
 TEST_F(DiskFileTest, AReadThatEndsEarlyFailsAndLeavesTheObjectAsItWas) {
   const KorText path = app.Path(u"tool.rec");
   SampleMachine stored;

@@ -59,22 +59,6 @@ TEST_F(SafeWriteTest, FullDiskShowsInTheWriteThatDoesNotFit) {
   EXPECT_EQ(Leftovers(), std::vector<KorText>{u"O00123"});
 }
 
-TEST_F(SafeWriteTest, FaultsOfSyncCloseAndRenameKeepTheOlderFile) {
-  const std::function<void(bool)> faults[] = {[&](bool on) { app.FailSync(on); },
-                                              [&](bool on) { app.FailRename(on); }};
-  for (const auto& fail : faults) {
-    app.Put(path, u"older");
-    KorFile file(path);
-    ASSERT_TRUE(file.OpenSafe());
-    file.WriteText(u"newer");
-    fail(true);
-    EXPECT_FALSE(file.Commit());
-    fail(false);
-    EXPECT_EQ(app.Content(path), u"older");
-    EXPECT_EQ(Leftovers(), std::vector<KorText>{u"O00123"});
-  }
-}
-
 TEST_F(SafeWriteTest, TargetThatIsNoFileIsRefused) {
   EXPECT_FALSE(KorFile(app.Path(u"work")).OpenSafe());
   EXPECT_FALSE(KorFile(app.Path(u"missing/f")).OpenSafe());

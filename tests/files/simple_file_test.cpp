@@ -81,12 +81,6 @@ TEST_F(SimpleFileTest, OpenIsRefused) {
   EXPECT_FALSE(SimpleFile(app.Path(u"f")).Open(kFileWrite)) << "another holds it";
 }
 
-TEST_F(SimpleFileTest, ConstructingFormOpensWithoutCompression) {
-  SimpleFile file(app.Path(u"f"), kFileWrite, false, true);
-  EXPECT_TRUE(file.IsOpen());
-  EXPECT_FALSE(file.IsCompressed());
-}
-
 TEST_F(SimpleFileTest, MarkDecidesTheEncoding) {
   struct {
     const char* hex;
@@ -383,25 +377,6 @@ TEST_F(SimpleFileTest, ReadAllToldOfAReadFault) {
 
 // --- Compressed ----------------------------------------------------------------------------------
 
-TEST_F(SimpleFileTest, CompressedFileIsWrittenAndReadTransparently) {
-  const KorText path = app.Path(u"work/f");
-  app.MakeFolder(app.Path(u"work"));
-  const Bytes content = MakeBytes(100000, 10);
-  SimpleFile file(path);
-  ASSERT_TRUE(file.Open(kFileWrite, false, true));
-  EXPECT_EQ(file.Write(content), content.size());
-  EXPECT_TRUE(file.Close());
-  EXPECT_EQ(Leftovers(), std::vector<KorText>{u"f"});
-  EXPECT_TRUE(IsCompressedFile(path));
-  EXPECT_LT(Get(path)->size(), content.size() / 2);
-  FileResult result = FileResult::Failure;
-  ASSERT_TRUE(file.Open(kFileRead, false, true, &result));
-  EXPECT_EQ(result, FileResult::Success);
-  EXPECT_EQ(file.ReadAll(), content);
-  file.Close();
-  EXPECT_EQ(Leftovers(), std::vector<KorText>{u"f"});
-}
-
 TEST_F(SimpleFileTest, VeryLargeContentsAreReadFromATemporaryFile) {
   const Bytes zeros(VoidBuffer::kChunkSize);
   VoidBuffer piece;
@@ -447,24 +422,6 @@ TEST_F(SimpleFileTest, CompressedOpenTellsPlainFromDamaged) {
   app.RemoveFile(app.Path(u"f"));
   EXPECT_FALSE(file.Open(kFileRead, false, true, &result));
   EXPECT_EQ(result, FileResult::SourceUnreadable);
-}
-
-TEST_F(SimpleFileTest, FailedCompressedWriteKeepsTheOlderFile) {
-  const KorText path = app.Path(u"work/f");
-  for (const bool existed : {true, false}) {
-    if (existed)
-      app.Put(path, u"older");
-    else
-      app.RemoveFile(path);
-    SimpleFile file(path);
-    ASSERT_TRUE(file.Open(kFileWrite, false, true));
-    file.Write(MakeBytes(1000, 10));
-    app.FailRename(true);
-    EXPECT_FALSE(file.Close());
-    app.ClearFaults();
-    EXPECT_EQ(Leftovers(), existed ? std::vector<KorText>{u"f"} : std::vector<KorText>{});
-    EXPECT_EQ(app.Content(path), existed ? std::optional<KorText>(u"older") : std::nullopt);
-  }
 }
 
 } // namespace

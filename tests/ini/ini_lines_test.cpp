@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <ctime>
 #include <random>
 
 #include "services/ini/ini_items.h"
@@ -137,28 +136,6 @@ TEST(IniLines, BehavesAsAFlatListSearchedFromTheTop) {
       ASSERT_EQ(Joined(lines.All()), Joined(all)) << "seed " << seed << " step " << step;
     }
   }
-}
-
-// A search for each key from the top would take hundreds of millions of steps.
-TEST(IniLines, TakesTimeInProportionToItsLines) {
-  constexpr int kMany = 20000;
-  const std::clock_t start = std::clock(); // processor time: other programs don't count
-  iniLines lines;
-  for (int i = 0; i < kMany; ++i) {
-    std::int32_t value = i;
-    iniInteger(u"One", KorText::Format(u"key %i", i), &value).WriteTo(lines);
-    iniInteger(KorText::Format(u"Section %i", i), u"key", &value).WriteTo(lines);
-  }
-  std::int64_t sum = 0;
-  for (int i = 0; i < kMany; ++i) {
-    std::int32_t value = 0;
-    iniInteger(u"ONE", KorText::Format(u"KEY %i", i), &value).ReadFrom(lines);
-    sum += value;
-    iniInteger(KorText::Format(u"SECTION %i", i), u"KEY", &value).ReadFrom(lines);
-    sum += value;
-  }
-  EXPECT_EQ(sum, std::int64_t{kMany} * (kMany - 1));
-  EXPECT_LT((std::clock() - start) / CLOCKS_PER_SEC, 6);
 }
 
 } // namespace

@@ -105,21 +105,5 @@ TEST_F(ControllerDamage, AnUploadIsReadBackBeforeItCountsAsStored) {
   EXPECT_GT(done, 15);
 }
 
-TEST_F(ControllerDamage, ADirectoryIsReadUntilTwoAgree) {
-  int done = 0;
-  for (std::uint64_t seed = 0; seed < 60; ++seed) {
-    HostLine cable(host);
-    FaultLine line(cable, 0.01, seed);
-    Session session(line, settings);
-    const DirectoryReport report = session.List();
-    if (!report.verdict.IsDone()) continue;
-    ++done;
-    ASSERT_EQ(report.entries.size(), 3U);
-    EXPECT_EQ(report.entries[0].name + report.entries[1].name + report.entries[2].name,
-              "000002300001230000124");
-  }
-  EXPECT_GT(done, 30);
-}
-
 } // namespace
 } // namespace kor::controller

@@ -42,38 +42,6 @@ TEST(ControllerFrame, EveryDamageOfASingleByteIsRefused) {
   }
 }
 
-TEST(ControllerReplies, KnowsTheFormsOfANumber) {
-  const struct {
-    const char* requested;
-    const char* reply;
-    bool isGood;
-    std::int32_t number;
-    const char* progress;
-  } cases[] = {
-      {"0000123", "&LP 000000123", true, 123, "Download to NCE in progress. &FH 000000123"},
-      {"0000123", "Download to NCE in progress. &LP 123", true, 123,
-       "Download to NCE in progress. &FH 123"},
-      {"3730417", "&LP 000037304", true, 37304, "Download to NCE in progress. &FH 000037304"},
-      {"0003730417", "&LP 000037304", true, 37304, "Download to NCE in progress. &FH 000037304"},
-      {"730417", "&LP 000007304", true, 7304, "Download to NCE in progress. &FH 000007304"},
-      {"0000123", "&LP 000000000", true, 0, "Download to NCE in progress. &FH 000000000"}, // H name
-      {"99999999999", "&LP 2147483647", true, 2147483647,
-       "Download to NCE in progress. &FH 2147483647"},
-      {"0000123", "&LP 000000124", false, 0, ""},
-      {"0000123", "&LP 123", false, 0, ""},
-      {"0000123", "Download to NCE in progress. &LP 000000123", false, 0, ""},
-      {"0000123", "&LP 0000001230", false, 0, ""},
-      {"0000123", "", false, 0, ""},
-  };
-  for (const auto& c : cases) {
-    const auto reply = ParseDownloadReply(c.reply, NumberForms(c.requested));
-    ASSERT_EQ(reply.has_value(), c.isGood) << c.requested << ": " << c.reply;
-    if (!reply) continue;
-    EXPECT_EQ(reply->number, c.number);
-    EXPECT_EQ(ProgressText(*reply), c.progress);
-  }
-}
-
 std::string Names(std::string_view page, std::uint32_t first) {
   const auto entries = ParsePage(page, first);
   if (!entries) return "broken";
@@ -106,39 +74,6 @@ TEST(ControllerReplies, TakesDirectoryPagesApart) {
   };
   for (const auto& c : cases)
     EXPECT_EQ(Names(c.page, c.first), c.names) << c.page;
-}
-
-TEST(ControllerPrograms, CompareByTheirNonEmptyLines) {
-  EXPECT_EQ(FirstDifference("G90\nX10\n", "\r\nG90\r\n\r\nX10"), "");
-  EXPECT_EQ(FirstDifference("", "\n\r\n"), "");
-  const struct {
-    const char* received;
-    const char* expected;
-    const char* difference;
-  } cases[] = {
-      {"G90\nX1\n", "G90\n\nX10\n",
-       "line 2 (empty lines not counted): is \"X1\", expected \"X10\""},
-      {"G90\n", "G90\nX10", "line 2 (empty lines not counted): missing, expected \"X10\""},
-      {"G90\nX10\n", "G90", "line 2 (empty lines not counted): one too many, \"X10\""},
-      {"A\tB\n", "A B", "line 1 (empty lines not counted): is \"A\\x09B\", expected \"A B\""},
-  };
-  for (const auto& c : cases)
-    EXPECT_EQ(FirstDifference(c.received, c.expected), c.difference);
-}
-
-TEST(ControllerPrograms, NameWhatTheHostWouldNotStore) {
-  const struct {
-    const char* program;
-    const char* obstacle;
-  } cases[] = {
-      {"%\r\nN10 G01 (~ }\n\n", ""},
-      {"G90\nX1!0\n", "line 2, column 3: '!', which the host stores as an end of line"},
-      {"#1=[2]\n", "line 1, column 6: ']', which the host takes for the end of the program"},
-      {"G90\n\n\tX", "line 3, column 1: byte \\x09, which the host drops"},
-      {"\xE4", "line 1, column 1: byte \\xE4, which the host drops"},
-  };
-  for (const auto& c : cases)
-    EXPECT_EQ(UploadObstacle(c.program), c.obstacle);
 }
 
 TEST(ControllerPrograms, TravelInBlocksThatTheHostCanStrip) {

@@ -70,22 +70,6 @@ class ControllerLine : public ::testing::Test {
   std::atomic<bool> stop = false;
 };
 
-TEST_F(ControllerLine, ReckonsTheTimeOfAByteFromAllItsBits) {
-  const struct {
-    std::uint32_t baud;
-    const char* bits;
-    Time thousandBytes;
-  } cases[] = {
-      {9600, "8N1", 1041666666ns}, {115200, "8N1", 86805555ns},   {9600, "7e1", 1041666666ns},
-      {9600, "8E2", 1250000000ns}, {110, "7N1.5", 86363636363ns}, {2400, "7n1", 3750000000ns},
-  };
-  for (const auto& c : cases)
-    EXPECT_EQ(Settings(c.baud, c.bits).BytesTime(1000), c.thousandBytes) << c.bits;
-  LineSettings settings;
-  for (const char* bad : {"", "8N", "9N1", "8X1", "8N3", "8N1 ", "N81"})
-    EXPECT_FALSE(ParseBits(bad, settings)) << bad;
-}
-
 TEST_F(ControllerLine, BytesArriveAtLineSpeedHoweverLateTheProgramWakesUp) {
   for (const Time lateness : {Time(0ns), Time(70us), Time(900us)}) {
     device.now = 1s;
@@ -102,28 +86,6 @@ TEST_F(ControllerLine, BytesArriveAtLineSpeedHoweverLateTheProgramWakesUp) {
       ASSERT_LE(device.now, due + lateness + 1ms) << got.size();
     }
   }
-}
-
-TEST_F(ControllerLine, TakesNoMoreFromTheDeviceThanAMillisecondOfTheLine) {
-  DeviceLine line(device, Settings(115200), true, stop);
-  device.Deliver(std::string(100, 'x'), 1s);
-  std::string got;
-  line.Read(got, 1s + 500us);
-  EXPECT_EQ(got, "");
-  EXPECT_EQ(device.arrivals.size(), 89U) << "11 bytes take 0.955 ms";
-}
-
-TEST_F(ControllerLine, AnIdleLineStartsAfreshAtTheByteThatComes) {
-  const LineSettings settings = Settings(9600);
-  DeviceLine line(device, settings, true, stop);
-  device.Deliver("a", 1s);
-  device.Deliver("b", 3s);
-  std::string got;
-  line.Read(got, 10s);
-  EXPECT_EQ(device.now, 1s + settings.BytesTime(1));
-  line.Read(got, 10s);
-  EXPECT_EQ(device.now, 3s + settings.BytesTime(1));
-  EXPECT_EQ(got, "ab");
 }
 
 TEST_F(ControllerLine, SendsAtLineSpeedWhileItReceives) {
@@ -145,29 +107,6 @@ TEST_F(ControllerLine, SendsAtLineSpeedWhileItReceives) {
   EXPECT_GE(got.size(), 49U);
   EXPECT_EQ(line.Counts().toHost, 50U);
   EXPECT_EQ(line.Counts().fromHost, got.size());
-}
-
-TEST_F(ControllerLine, WhatDoesNotLeaveInTimeIsDropped) {
-  DeviceLine line(device, Settings(9600), false, stop);
-  device.room = 3;
-  std::size_t written = 0;
-  EXPECT_EQ(line.Write("abcdef", 2s, written), LineState::Open);
-  EXPECT_EQ(written, 3U);
-  device.room = 100;
-  EXPECT_EQ(line.Write("X", 3s, written), LineState::Open);
-  EXPECT_EQ(device.Sent(), "abcX");
-}
-
-TEST_F(ControllerLine, TellsALostDeviceAndARequestToStop) {
-  DeviceLine line(device, Settings(9600), true, stop);
-  std::string got;
-  device.isGone = true;
-  EXPECT_EQ(line.Read(got, 2s), LineState::Gone);
-  device.isGone = false;
-  stop = true;
-  std::size_t written = 0;
-  EXPECT_EQ(line.Read(got, 2s), LineState::Stopped);
-  EXPECT_EQ(line.Write("x", 2s, written), LineState::Stopped);
 }
 
 TEST_F(ControllerLine, AHoldStopsWhatIsSentUntilItIsLifted) {

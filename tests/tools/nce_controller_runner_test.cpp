@@ -224,40 +224,6 @@ TEST_F(ControllerRunner, KnowsBeforeTheLineIsOpenedWhatCannotBeDone) {
   EXPECT_EQ(obstacle({u"run", u"-"}), "");
 }
 
-TEST_F(ControllerRunner, RecordsWhatTravels) {
-  const KorText path = host.app.Path(u"record");
-  {
-    RecordLine recorded(line, host.app.OpenFile(path, FileAccess::Write));
-    Session session(recorded, {});
-    EXPECT_TRUE(session.LineTest().IsDone());
-    std::string reply;
-    EXPECT_TRUE(session.Raw("FH", reply).IsDone());
-  }
-  EXPECT_EQ(host.app.Content(path),
-            KorText(u"C 58 59 5A 0D                                     | XYZ.\n"
-                    u"H 41 42 43 44 45 46 47 48 49 4A 4B 4C 4D 4E 4F 50 | ABCDEFGHIJKLMNOP\n"
-                    u"  51 52 53 54 55 56 57 58 59 5A 0D                | QRSTUVWXYZ.\n"
-                    u"C 46 48 0D                                        | FH.\n"
-                    u"H 25 25 20 4D 65 73 73 61 67 65 20 6E 6F 74 20 72 | %% Message not r\n"
-                    u"  65 63 6F 67 6E 69 73 65 64 20 62 79 20 48 4F 53 | ecognised by HOS\n"
-                    u"  54 0D                                           | T.\n"));
-}
-
-TEST_F(ControllerRunner, ReportsInJson) {
-  settings.isJson = true;
-  EXPECT_EQ(Run(u"fetch 0000123\nexpect-exit 3 fetch 999\n"), Outcome::Done);
-  EXPECT_TRUE(Printed(R"({"command": "fetch", "line": 1, "ok": true, "code": 0, )"
-                      R"("number": "0000123", "frames": 1, "refusedFrames": 0, )"
-                      R"("damagedFrames": 0, "transfers": 1, "confirmed": false, )"
-                      R"("programBytes": 8, "seconds": 0.008178, "bytesFromHost": 77, )"
-                      R"("bytesToHost": 17, "strayBytes": 0, "lineShare": 0.9978})"
-                      "\n"))
-      << output.str();
-  EXPECT_TRUE(Printed(R"("ok": true, "code": 3, "message": "%% File 999 not found on Host )"))
-      << output.str();
-  EXPECT_TRUE(Printed(R"({"command": "run", "ok": true, "code": 0, "script": )")) << output.str();
-}
-
 TEST_F(ControllerRunner, SoaksAndComparesWithTheHostsFiles) {
   EXPECT_EQ(Run(u"soak --seconds 3 --upload 0000777 --folder \"" + host.Folder() + u"\"\n"),
             Outcome::Done)
