@@ -89,7 +89,7 @@ using Content = std::optional<std::string>; // none: no such file
 Content Inflated(const KorText& path) {
   SimpleFile file(path);
   if (!App().FileExists(path)) return std::nullopt;
-  if (!file.Open(kFileRead, false, true)) return "(can't be opened)";
+  if (!file.Open(kFileRead, false, IsCompressedFile(path))) return "(can't be opened)";
   const auto bytes = file.ReadAll();
   return bytes ? std::string(bytes->begin(), bytes->end()) : "(can't be read)";
 }
