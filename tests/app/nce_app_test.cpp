@@ -57,7 +57,8 @@ TEST_F(NceAppTest, AnswersEachRequestByteForByte) {
   };
   for (const auto& c : cases) {
     EXPECT_EQ(link.Send(c.request), c.reply) << c.request;
-    EXPECT_EQ(link.Code(), c.code) << c.request;
+    EXPECT_EQ(static_cast<int>(link.form.last.code), c.code)
+        << c.request; // at once, not by the timer
   }
 }
 
@@ -532,7 +533,13 @@ TEST_F(NceAppTest, SimulationAcknowledgesItsOwnFrames) {
 
 TEST_F(NceAppTest, SpecialFeaturesFollowTheRulesOfTheirDialog) {
   link.Start();
+  link.link->SetFeatures({1, 0, 1, 0});
   FormDescription form = link.link->SpecialForm();
+  KorText values;
+  for (const char16_t* key : {u"autoload", u"strip-pc", u"strip-nce", u"hybrid"})
+    values += form.Find(key)->value;
+  EXPECT_EQ(values, u"1010");
+  link.link->SetFeatures({});
   const auto enabled = [&](const char16_t* autoload, const char16_t* hybrid) {
     form.Find(u"autoload")->value = autoload;
     form.Find(u"hybrid")->value = hybrid;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <future>
+#include <set>
 
 #include "tests/support/nce_link.h"
 
@@ -84,6 +85,7 @@ TEST_F(EngineTest, ReportsALastingFailureOnceUntilItSucceeds) {
   };
   link.port.Fail("GetStatus", -1, u"Busy");
   EXPECT_EQ(poll(50), 1u);
+  EXPECT_FALSE(link.link->Poll()) << "nothing moved, so the worker rests";
   link.port.Fail("GetStatus", 0);
   EXPECT_EQ(poll(1), 1u);
   link.port.Fail("GetStatus", 5, u"Busy");
@@ -107,9 +109,18 @@ TEST_F(EngineTest, ServesAgainWhenALostDeviceIsBack) {
   link.port.SetPresent(true);
   After(1.0);
   EXPECT_EQ(link.Code(), 1);
+  link.port.SetPresent(
+      false); // and again, for a moment only: a second passes before the first retry
+  link.Run();
+  link.port.SetPresent(true);
+  link.port.ClearCalls();
+  After(0.9);
+  EXPECT_EQ(link.port.Calls(), Strings());
+  After(0.2);
+  EXPECT_EQ(link.Code(), 1);
   EXPECT_EQ(link.form.Title(), u"NCE COM1:2400,N,8,1,Xon/Xoff");
   EXPECT_EQ(link.Ask("XYZ"), "ABCDEFGHIJKLMNOPQRSTUVWXYZ\r");
-  EXPECT_EQ(link.form.messages.size(), 1u);
+  EXPECT_EQ(link.form.messages.size(), 2u);
 }
 
 TEST_F(EngineTest, ADeviceMissingAtTheStartIsTriedQuietly) {
@@ -170,6 +181,56 @@ TEST_F(EngineTest, AnIdleLineIsLeftAloneAndAHeldOneIsLookedAtWithoutHaste) {
   }
   link.port.SetPresent(false);
   EXPECT_LE(looksIn(10), 21);
+}
+
+TEST_F(EngineTest, EachHoldLightsItsOwnLamp) {
+  const std::pair<HoldBit, Lamp> holds[] = {{kCtsHold, kLampCtsHold},
+                                            {kDsrHold, kLampDsrHold},
+                                            {kRlsdHold, kLampRlsdHold},
+                                            {kXoffHold, kLampXoffHold},
+                                            {kXoffSent, kLampXoffSent}};
+  link.Start();
+  for (const auto& [hold, lamp] : holds) {
+    link.port.SetHolds(hold);
+    After(0.2);
+    for (const auto& [other, shown] : holds)
+      EXPECT_EQ(link.form.last.lamps[shown], shown == lamp) << hold << " " << shown;
+  }
+}
+
+// Ready for serving: what an upload, a role and a synchronisation make of it.
+TEST_F(EngineTest, TheRoleDecidesWhatServingBeginsWith) {
+  const struct {
+    std::int32_t synchronisation, serverRole;
+    int code;
+    JobButtons buttons;
+  } cases[] = {{0, 0, 1, JobButtons::Enabled},
+               {0, 1, 1, JobButtons::Enabled},
+               {1, 0, 30, JobButtons::Hidden},
+               {1, 1, 1, JobButtons::Hidden}};
+  for (const auto& c : cases) {
+    NceLink fresh;
+    fresh.Start();
+    fresh.Watched().SetDnc(c.synchronisation, c.serverRole);
+    fresh.link->ReceiveFile(fresh.Folder() + u"1.MPG");
+    fresh.Run();
+    fresh.link->Timers().Start(u"DownloadApp::Ping", fresh.app.HighResolutionSeconds());
+    fresh.link->ReadyForServing();
+    fresh.Run();
+    EXPECT_EQ(fresh.form.Codes(), (std::vector<std::int32_t>{1, 13, 17, c.code}));
+    EXPECT_EQ(fresh.form.buttons, c.buttons);
+    EXPECT_EQ(fresh.link->Timers().IsStarted(u"DownloadApp::Ping"), c.code == 30);
+  }
+}
+
+TEST_F(EngineTest, AManualReceiveThatCantBeStoredSaysSoAndLeavesTheButtons) {
+  link.Start();
+  link.link->ReceiveFile(link.app.Path(u"cnc")); // a folder
+  link.Run();
+  EXPECT_EQ(link.form.Codes().back(), 10);
+  EXPECT_EQ(link.Line(), u"Upload could not open/write to " + link.app.Path(u"cnc"));
+  EXPECT_EQ(link.form.buttons, JobButtons::Enabled);
+  EXPECT_FALSE(link.form.endDialogs[EndDialog::Upload]);
 }
 
 TEST_F(EngineTest, LineErrorsAreCountedToldAndTraced) {
@@ -553,6 +614,16 @@ TEST_F(EngineTest, TracesTheLineWithItsEcho) {
   EXPECT_TRUE(whole.EndsWith(u" End of Logging\r\n"));
 }
 
+TEST_F(EngineTest, ANewTraceEndsTheOldOneEvenWhenItCannotBeWritten) {
+  link.Start();
+  StartTrace();
+  ASSERT_TRUE(link.link->StartTrace(tracePath)); // nothing holds the file any more
+  EXPECT_EQ(Traced(), std::vector<KorText>());
+  EXPECT_FALSE(link.link->StartTrace(link.app.Path(u"no/such/trace")));
+  link.Ask("XYZ");
+  EXPECT_EQ(Traced(), std::vector<KorText>());
+}
+
 TEST_F(EngineTest, ARepeatedReplyIsTracedOnceAndRepeatedReceptionEachTime) {
   CommsLog log;
   ASSERT_TRUE(log.StartTrace(tracePath, LinkSettings()));
@@ -747,6 +818,9 @@ TEST(LinkStatusTest, FormsEachCodesText) {
   };
   for (const auto& c : cases)
     EXPECT_EQ(StatusText(static_cast<LinkStatus>(c.code), facts, u"before"), c.text) << c.code;
+  const std::set<int> ending = {9, 10, 14, 15, 16, 17, 18, 19, 20, 23, 24, 25, 26, 27, 28};
+  for (int code = -1; code < 40; ++code)
+    EXPECT_EQ(EndsJob(static_cast<LinkStatus>(code)), ending.contains(code)) << code;
   StatusFacts server = facts;
   server.serverRole = true;
   EXPECT_EQ(StatusText(LinkStatus::FileListCheck, server, u""), u"Server: M Checking NC File List");

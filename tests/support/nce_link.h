@@ -10,11 +10,17 @@
 
 namespace kor {
 
-// Lets a test see what the link holds in memory.
+// Lets a test see what the link holds in memory, and give it a role that no form sets.
 class WatchedNce : public NCEApp {
  public:
   using NCEApp::NCEApp;
   std::uint64_t HeldBytes() const { return program.FileSize() + channel.SendLength(); }
+  void SetDnc(std::int32_t synchronisation, std::int32_t serverRole) {
+    ChangeSettings([&](LinkSettings& changed) {
+      changed.dncSynchronisation = synchronisation;
+      changed.dncServerRole = serverRole;
+    });
+  }
 };
 
 class NceLink {
@@ -77,7 +83,8 @@ class NceLink {
     return port.TakeWritten();
   }
 
-  std::uint64_t HeldBytes() { return dynamic_cast<const WatchedNce&>(*link).HeldBytes(); }
+  WatchedNce& Watched() { return dynamic_cast<WatchedNce&>(*link); }
+  std::uint64_t HeldBytes() { return Watched().HeldBytes(); }
   std::int32_t Code() { return NumberOf(link->CurrentStatus().code); }
   KorText Line() { return link->CurrentStatus().line; }
 
