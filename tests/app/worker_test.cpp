@@ -39,6 +39,11 @@ class Controller {
   }
   int Uploads() const { return uploads; } // acknowledged to the end and found whole
   int Downloads() const { return downloads; }
+  // What it waits for, and what came.
+  std::string Last() {
+    const Lock lock(mutex);
+    return asked + " -> " + received;
+  }
   // Until the next reply, for a moment at most.
   void WaitForReply() {
     const Lock lock(mutex);
@@ -61,6 +66,7 @@ class Controller {
   std::string Exchange(std::string_view request) {
     const Lock lock(mutex);
     received.clear();
+    asked = request;
     port.Deliver(std::string(request) + "\r");
     WaitFor("\r", 500ms);
     return received.substr(0, received.rfind('\r')); // the end mark comes with the last frame
@@ -126,6 +132,7 @@ class Controller {
   std::atomic<int> uploads = 0, downloads = 0;
   Mutex mutex;
   std::condition_variable_any changed;
+  std::string asked KOR_GUARDED_BY(mutex);
   std::string received KOR_GUARDED_BY(mutex);
   bool stopped KOR_GUARDED_BY(mutex) = false;
   std::thread thread;
@@ -171,7 +178,7 @@ class WorkerTest : public ::testing::TestWithParam<unsigned> {
   }
 
   void PullDevice() {
-    const auto isAway = [this] { return engine->CurrentStatus().code == 0; };
+    const auto isAway = [this] { return engine->CurrentStatus().code == LinkStatus::NoLink; };
     port.SetPresent(false);
     EXPECT_TRUE(Await(isAway));
     port.SetPresent(true);
@@ -223,7 +230,9 @@ TEST_P(WorkerTest, ServesOnWhileTheUserChangesEverythingAndEndsInTheMiddle) {
     Disturb(static_cast<unsigned>(random() >> 4));
     const int before = served();
     const bool waits = random() % 3 != 0; // else the next one comes on its heels
-    EXPECT_TRUE(!waits || Await([&] { return served() > before; })) << "after step " << step;
+    EXPECT_TRUE(!waits || Await([&] { return served() > before; }))
+        << "after step " << step << ": " << engine->CurrentStatus().line.ToUtf8() << "; "
+        << controller->Last();
   }
   const int stored = controller->Uploads(), fetched = controller->Downloads();
   EXPECT_TRUE(

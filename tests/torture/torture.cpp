@@ -109,7 +109,6 @@ class Try {
   void ExpectServed() {
     link.port.SetPresent(true);
     link.port.SetHolds(0);
-    link.port.SetDrainRate(std::nullopt);
     link.app.ClearFaults();
     for (int second = 0; second < 3; ++second) {
       link.app.Advance(1.1);
@@ -203,12 +202,12 @@ void HeldUpload(Try& t) {
 
 void EndedWhileHeld(Try& t) {
   t.link.Ask("FH 0000007");
-  t.link.port.SetDrainRate(0);
+  t.link.port.SetHolds(kXoffHold);
   for (std::size_t requests = t.Below(20); requests > 0; --requests)
     t.link.Ask(t.Below(2) == 0 ? ">" : "DH");
   t.End();
   t.ExpectWhole(false);
-  t.link.port.SetDrainRate(std::nullopt);
+  t.link.port.SetHolds(0);
   t.ExpectTidy();
 }
 
