@@ -70,7 +70,7 @@ int Serve(const std::shared_ptr<Terminal>& terminal, const KorText& commandLine,
   ConsoleFrontEnd console(terminal);
   EngineServices services;
   services.port = &port;
-  services.form = &console;
+  services.window = &console;
   services.cncFolder = cncFolder;
   services.probePort = [](const KorText& name) { return PlatformSerialPort().Open(name); };
   NCEApp app(services, commandLine);

@@ -66,11 +66,11 @@ KorText ModelNameOf(const KorText& commandLine) {
 NCEApp::NCEApp(EngineServices engineServices, const KorText& commandLine)
     : DownloadApp(std::move(engineServices), ModelNameOf(commandLine)),
       simulation(commandLine.Contains(u"SIMULATION")), model500(commandLine.Contains(u"500")) {
-  settings.fileExtension = u"MPG";
+  windowSettings.fileExtension = u"MPG";
 }
 
 std::span<const MemberDescription> NCEApp::Members() {
-  static constexpr auto kFeatures = &NCEApp::features;
+  static constexpr auto kFeatures = &NCEApp::windowFeatures;
   static constexpr MemberDescription kMembers[] = {
       Member<kFeatures, &SpecialFeatures::autoloadSequential>(u"autoload sequential files"),
       Member<kFeatures, &SpecialFeatures::stripPcZeros>(u"strip PC zeros"),
@@ -89,7 +89,7 @@ void NCEApp::Transfer(DiskFile& file) {
 
 void NCEApp::BuildWindow() {
   DownloadApp::BuildWindow();
-  services.form->ShowSpecialButton();
+  services.window->ShowSpecialButton();
 }
 
 NCEApp::~NCEApp() {
@@ -97,7 +97,7 @@ NCEApp::~NCEApp() {
 } // it uses the members that go now
 
 void NCEApp::BeforeServing() {
-  options = features;
+  workerFeatures = windowFeatures;
 }
 
 // --- Requests ------------------------------------------------------------------------------------------
@@ -188,10 +188,12 @@ void NCEApp::ApplyHybridNumber() {
 // The folder carries its own separator.
 KorText NCEApp::MakePcFileName(const KorText& folder) {
   numberText = RequestNumber(requestText);
-  if (options.hybridNumber != 0) ApplyHybridNumber();
-  const bool chainOfSheets = options.autoloadSequential != 0 && options.hybridNumber != 0;
-  if (options.stripPcZeros != 0 && !chainOfSheets) numberText = StripLeadingZeros(numberText);
-  pcFilePath = folder + numberText + u"." + link.fileExtension;
+  if (workerFeatures.hybridNumber != 0) ApplyHybridNumber();
+  const bool chainOfSheets =
+      workerFeatures.autoloadSequential != 0 && workerFeatures.hybridNumber != 0;
+  if (workerFeatures.stripPcZeros != 0 && !chainOfSheets)
+    numberText = StripLeadingZeros(numberText);
+  pcFilePath = folder + numberText + u"." + workerSettings.fileExtension;
   ShowNumberTitle();
   return pcFilePath;
 }
@@ -221,7 +223,7 @@ void NCEApp::StartDownload() {
   DiscardUpload();
   frameText.clear(); // a refusal before the first frame must not bring back the program before
   nakCount = 0;
-  const KorText folder = link.downloadPath;
+  const KorText folder = workerSettings.downloadPath;
   auto opened = NcProgram::Result::CantOpen;
   if (model500) opened = OpenProgram(MakeModel500FileName(folder));
   // Only where there is no such file: one that is refused must not bring another program.
@@ -240,7 +242,7 @@ void NCEApp::StartDownload() {
   UpdateStatus();
   const std::int32_t number = numberText.ToInteger();
   // Intended: only the form without zeros carries the words.
-  if (options.stripNceZeros != 0)
+  if (workerFeatures.stripNceZeros != 0)
     Reply(KorText::Format(u"Download to NCE in progress. &LP %i", number));
   else
     Reply(KorText::Format(u"&LP %09i", number));
@@ -255,8 +257,9 @@ void NCEApp::OnAcknowledge() {
   case LinkStatus::DownloadPreparation:
     SetStatus(LinkStatus::Downloading);
     UpdateStatus();
-    Reply(KorText::Format(options.stripNceZeros != 0 ? u"Download to NCE in progress. &FH %i"
-                                                     : u"Download to NCE in progress. &FH %09i",
+    Reply(KorText::Format(workerFeatures.stripNceZeros != 0
+                              ? u"Download to NCE in progress. &FH %i"
+                              : u"Download to NCE in progress. &FH %09i",
                           numberText.ToInteger()));
     break;
   case LinkStatus::DirectoryListing:
@@ -308,7 +311,7 @@ void NCEApp::SendFrameOrEnd() {
     channel.SendBytes(frameText);
   }
   if (!program.AtEnd()) return;
-  if (options.autoloadSequential != 0 && !IsManualJob())
+  if (workerFeatures.autoloadSequential != 0 && !IsManualJob())
     LoadNextSequentialFile();
   else
     EndDownload();
@@ -325,12 +328,12 @@ void NCEApp::EndDownload() {
 // The next file of the chain follows in the same stream: the controller's next ">" brings its first
 // frame, with no end mark between the files.
 void NCEApp::LoadNextSequentialFile() {
-  const auto next = NextNumber(numberText, options, hybridLastSheet);
+  const auto next = NextNumber(numberText, workerFeatures, hybridLastSheet);
   if (!next) {
     EndDownload();
     return;
   }
-  const KorText path = link.downloadPath + *next + u"." + link.fileExtension;
+  const KorText path = workerSettings.downloadPath + *next + u"." + workerSettings.fileExtension;
   const NcProgram::Result opened = ReadProgram(path);
   if (opened == NcProgram::Result::CantOpen) {
     EndDownload();
@@ -379,7 +382,7 @@ bool NCEApp::LoadTransfer(const KorText& path, std::int64_t& size) {
 // Intended: the number is that of the last "FH " request; what follows "TH " plays no part.
 void NCEApp::OnUploadRequest() {
   FinishTransfer();
-  const KorText path = MakePcFileName(link.uploadPath);
+  const KorText path = MakePcFileName(workerSettings.uploadPath);
   board.SetFileName(path);
   if (!NamesFile(numberText) || !OpenUpload(path)) {
     SetStatus(LinkStatus::UploadCantOpen);
@@ -446,7 +449,7 @@ void NCEApp::OnDirectoryRequest() {
   SetStatus(LinkStatus::DirectoryListing);
   UpdateStatus();
   Reply(u"Directory of Host Computer\nSelect File. &DH");
-  auto list = ListNcFiles(link.downloadPath, link.fileExtension);
+  auto list = ListNcFiles(workerSettings.downloadPath, workerSettings.fileExtension);
   if (!list) {
     SetStatus(LinkStatus::DirectoryError);
     UpdateStatus();
@@ -476,9 +479,9 @@ void NCEApp::PollIdle() {
 // --- Special features ----------------------------------------------------------------------------------
 
 void NCEApp::SetFeatures(const SpecialFeatures& changed) {
-  features = changed;
+  windowFeatures = changed;
   KeepSettings();
-  RunOnWorker([this, changed] { options = changed; });
+  RunOnWorker([this, changed] { workerFeatures = changed; });
 }
 
 FormDescription NCEApp::SpecialForm() const {
@@ -490,14 +493,14 @@ FormDescription NCEApp::SpecialForm() const {
                            feature.key,
                            LookUpText(feature.text, feature.label),
                            FieldKind::Check,
-                           features.*feature.member != 0 ? u"1" : u"0",
+                           windowFeatures.*feature.member != 0 ? u"1" : u"0",
                            {}});
   form.updateEnabled = EnableFeatureFields;
   return form;
 }
 
 void NCEApp::AcceptSpecialForm(const FormDescription& form) {
-  SpecialFeatures changed = features;
+  SpecialFeatures changed = windowFeatures;
   for (const FeatureField& feature : kFeatureFields)
     if (const FormField* field = form.Find(feature.key))
       changed.*feature.member = field->value == u"1" ? 1 : 0;
@@ -506,7 +509,7 @@ void NCEApp::AcceptSpecialForm(const FormDescription& form) {
 
 void NCEApp::SpecialDialog() {
   FormDescription form = SpecialForm();
-  if (services.form->RunForm(form)) AcceptSpecialForm(form);
+  if (services.window->RunForm(form)) AcceptSpecialForm(form);
 }
 
 } // namespace kor

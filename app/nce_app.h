@@ -22,7 +22,7 @@ class NCEApp : public DownloadApp {
  public:
   static constexpr std::uint32_t kClassId = 103090701;
 
-  NCEApp() : NCEApp(EngineServices(), {}) {} // an empty object, for the class registry
+  NCEApp() : NCEApp(NoServices(), {}) {} // an empty object, for the class registry
   // The command line is the application's model name ("NCE" when empty); the texts "SIMULATION" and
   // "500" anywhere in it switch their modes on.
   NCEApp(EngineServices engineServices, const KorText& commandLine);
@@ -39,7 +39,7 @@ class NCEApp : public DownloadApp {
   void StartDownload() override;
 
   // --- Window ---------------------------------------------------------------------------------------
-  const SpecialFeatures& Features() const { return features; }
+  const SpecialFeatures& Features() const { return windowFeatures; }
   void SetFeatures(const SpecialFeatures& changed);
   // The special-features dialog; the form is also what scripts edit.
   void SpecialDialog();
@@ -79,13 +79,13 @@ class NCEApp : public DownloadApp {
 
   const bool simulation;
   const bool model500;
-  SpecialFeatures features; // window's copy: edited and stored
+  SpecialFeatures windowFeatures; // window's copy: edited and stored
 
-  SpecialFeatures options; // worker's copy
-  KorText requestText;     // last "FH " line
-  KorText numberText;      // number of that request, as the host file is named
-  KorText pcFilePath;      // host file being sent or received
-  std::string frameText;   // last frame, kept for sending again
+  SpecialFeatures workerFeatures; // worker's copy
+  KorText requestText;            // last "FH " line
+  KorText numberText;             // number of that request, as the host file is named
+  KorText pcFilePath;             // host file being sent or received
+  std::string frameText;          // last frame, kept for sending again
   std::int32_t nakCount = 0;
   std::int32_t unexpectedAckCount = 0;
   std::int32_t hybridLastSheet = 0;

@@ -55,7 +55,7 @@ class Host {
     port.UseClock([this](double seconds) { services.Advance(seconds); });
     EngineServices lent;
     lent.port = &port;
-    lent.form = &form;
+    lent.window = &form;
     lent.startWorker = false;
     app = std::make_unique<NCEApp>(lent, (switches & 16) != 0 ? u"500" : u"");
     app->SetUpServices();

@@ -79,13 +79,19 @@ std::size_t NameStart(const KorText& path) {
 
 } // namespace
 
+EngineServices NoServices() {
+  EngineServices services;
+  services.startWorker = false;
+  return services;
+}
+
 DownloadApp::DownloadApp(EngineServices engineServices, const KorText& name)
     : services(std::move(engineServices)), modelName(name),
       board([this](const EndedJob& job) { WriteJobLine(job); }),
-      monitor([this] { PostToWindow([this] { services.form->AppendMonitor(monitor.Take()); }); }),
+      monitor([this] { PostToWindow([this] { services.window->AppendMonitor(monitor.Take()); }); }),
       channel(services.port, board, log, monitor, *this) {
-  settings.uploadPath = services.cncFolder;
-  settings.downloadPath = services.cncFolder;
+  windowSettings.uploadPath = services.cncFolder;
+  windowSettings.downloadPath = services.cncFolder;
 }
 
 DownloadApp::~DownloadApp() {
@@ -130,9 +136,9 @@ void DownloadApp::FormSettingsPath() {
 void DownloadApp::BuildWindow() {
   FormSettingsPath();
   LoadSettingsOrProfile();
-  link = settings;
-  log.SetJobLog(settings.logFile, settings.writeLog != 0);
-  board.SetMachine(settings.machineName, settings.dncServerRole > 0);
+  workerSettings = windowSettings;
+  log.SetJobLog(windowSettings.logFile, windowSettings.writeLog != 0);
+  board.SetMachine(windowSettings.machineName, windowSettings.dncServerRole > 0);
   RemoveAbandoned();
   SetStatus(LinkStatus::Waiting);
   OpenPort(0);
@@ -146,7 +152,7 @@ void DownloadApp::BuildWindow() {
 // A stored record that names no COM port is not trusted: it is loaded once more, and then the text
 // profile is read instead.
 void DownloadApp::LoadSettingsOrProfile() {
-  const auto namesPort = [this] { return NamesComPort(settings); };
+  const auto namesPort = [this] { return NamesComPort(windowSettings); };
   const bool loaded = LoadSettings();
   settingsLoadFailed = !loaded || !namesPort();
   if (loaded && settingsLoadFailed) {
@@ -155,10 +161,10 @@ void DownloadApp::LoadSettingsOrProfile() {
       ShowMessage(LookUpText(15322, u"Warning: Bad INI file load"),
                   LookUpText(15323, u"Possible loss of settings"), MessageStyle::Exclamation);
   }
-  if (settingsLoadFailed) ReadSettingsProfile(settingsPath, services.cncFolder, settings);
-  EnsureTrailingSeparators(settings);
+  if (settingsLoadFailed) ReadSettingsProfile(settingsPath, services.cncFolder, windowSettings);
+  EnsureTrailingSeparators(windowSettings);
   if (namesPort())
-    keptPort = settings.port;
+    keptPort = windowSettings.port;
   else
     ShowPortNotKept();
 }
@@ -177,10 +183,10 @@ bool DownloadApp::SaveSettings() {
   RecordFileOptions options;
   options.report = false;
   App().MakeFolder(App().GetApplicationPropertyPath(kSettingsFolder));
-  const KorText used = settings.port;
-  settings.port = keptPort;
+  const KorText used = windowSettings.port;
+  windowSettings.port = keptPort;
   const bool saved = SaveObject(settingsPath, *this, options);
-  settings.port = used;
+  windowSettings.port = used;
   return saved;
 }
 
@@ -194,7 +200,7 @@ void DownloadApp::KeepSettings() {
 }
 
 std::span<const MemberDescription> DownloadApp::Members() {
-  static constexpr auto kSettings = &DownloadApp::settings;
+  static constexpr auto kSettings = &DownloadApp::windowSettings;
   static constexpr MemberDescription kMembers[] = {
       Member<kSettings, &LinkSettings::port>(u"port"),
       Member<kSettings, &LinkSettings::baudrate>(u"baudrate"),
@@ -234,7 +240,7 @@ void DownloadApp::Transfer(DiskFile& file) {
 // file behind.
 void DownloadApp::RemoveAbandoned() {
   for (const KorText& folder :
-       {settings.uploadPath, App().GetApplicationPropertyPath(kSettingsFolder),
+       {windowSettings.uploadPath, App().GetApplicationPropertyPath(kSettingsFolder),
         FolderOfPath(App().LinkTarget(settingsPath))})
     if (!folder.IsEmpty()) RemoveAbandonedParts(folder);
 }
@@ -264,8 +270,8 @@ void DownloadApp::Terminate() {
   channel.Close();
   KeepSettings();
   log.StopTrace(u"Application Terminated");
-  services.form->ShowEndDialog(EndDialog::Download, false);
-  services.form->ShowEndDialog(EndDialog::Upload, false);
+  services.window->ShowEndDialog(EndDialog::Download, false);
+  services.window->ShowEndDialog(EndDialog::Upload, false);
 }
 
 void DownloadApp::RunDueTimers() {
@@ -275,7 +281,7 @@ void DownloadApp::RunDueTimers() {
 // --- Between the threads -------------------------------------------------------------------------------
 
 void DownloadApp::PostToWindow(std::function<void()> task) {
-  if (services.form) services.form->Post(std::move(task));
+  services.window->Post(std::move(task));
 }
 
 void DownloadApp::RunOnWorker(std::function<void()> task) {
@@ -315,15 +321,16 @@ void DownloadApp::WaitIdle() {
 }
 
 void DownloadApp::ChangeSettings(const std::function<void(LinkSettings&)>& change) {
-  change(settings);
-  if (NamesComPort(settings)) keptPort = settings.port;
+  change(windowSettings);
+  if (NamesComPort(windowSettings)) keptPort = windowSettings.port;
   KeepSettings();
-  log.SetJobLog(settings.logFile, settings.writeLog != 0);
-  RunOnWorker([this, changed = settings] { link = changed; });
+  log.SetJobLog(windowSettings.logFile, windowSettings.writeLog != 0);
+  RunOnWorker([this, changed = windowSettings] { workerSettings = changed; });
 }
 
 void DownloadApp::ShowMessage(const KorText& caption, const KorText& text, MessageStyle style) {
-  PostToWindow([this, caption, text, style] { services.form->ShowMessage(caption, text, style); });
+  PostToWindow(
+      [this, caption, text, style] { services.window->ShowMessage(caption, text, style); });
 }
 
 void DownloadApp::ReportOnce(const KorText& caption, const KorText& text) {
@@ -339,7 +346,7 @@ void DownloadApp::ReportOnce(const KorText& caption, const KorText& text) {
 void DownloadApp::OpenPort(int noSoftwareFlow) {
   // The channel forgets what was on its way: what came after the gap would be taken for the rest.
   AbandonExchange();
-  channel.Open(link, modelName, noSoftwareFlow > 0);
+  channel.Open(workerSettings, modelName, noSoftwareFlow > 0);
   if (!channel.IsOpen()) {
     SetStatus(LinkStatus::NoLink);
   } else if (Status() == LinkStatus::NoLink) {
@@ -348,12 +355,12 @@ void DownloadApp::OpenPort(int noSoftwareFlow) {
 }
 
 void DownloadApp::ReportPortFailure(const KorText& step, const KorText& systemText) {
-  ShowMessage(StepCaption(step), KorText::Format(u"%s\n%s", link.port, systemText),
+  ShowMessage(StepCaption(step), KorText::Format(u"%s\n%s", workerSettings.port, systemText),
               MessageStyle::Information);
 }
 
 void DownloadApp::ShowTitle(const KorText& title) {
-  PostToWindow([this, title] { services.form->SetTitle(title); });
+  PostToWindow([this, title] { services.window->SetTitle(title); });
 }
 
 // The exchange that was running is over; its job is logged before the link shows as gone.
@@ -378,7 +385,7 @@ void DownloadApp::OnLinkBack() {
 // --- The running exchange ------------------------------------------------------------------------------
 
 std::optional<KorText> DownloadApp::RunningExchange() {
-  const StatusView view = board.Form();
+  const StatusView view = board.TakeView();
   if (!IsExchange(view.code)) return std::nullopt;
   return view.line;
 }
@@ -449,24 +456,24 @@ void DownloadApp::UpdateStatus() {
   if (code == shownCode && !EndsJob(code)) return;
   shownCode = code;
   ++waitingViews;
-  PostToWindow([this, view = board.Form()] {
+  PostToWindow([this, view = board.TakeView()] {
     --waitingViews;
-    services.form->ShowStatus(view);
+    services.window->ShowStatus(view);
   });
 }
 
 // Changes that wait to be shown come first: the newest state must not overtake them.
 void DownloadApp::DisplayStatus() {
-  const StatusView view = board.Form();
+  const StatusView view = board.TakeView();
   if (waitingViews > 0) return;
   board.ClearActivity();
-  services.form->ShowStatus(view);
+  services.window->ShowStatus(view);
 }
 
 void DownloadApp::WriteJobLine(const EndedJob& job) {
   PostToWindow([this, ended = job, time = App().LocalTime()]() mutable {
     ended.time = time;
-    services.form->ShowEndedJob(ended);
+    services.window->ShowEndedJob(ended);
   });
   if (!log.LogJob(job.line)) {
     ReportOnce(LookUpText(15328, u"Log"), LogFailure());
@@ -487,18 +494,18 @@ void DownloadApp::EndOfServe() {
     SetStatus(LinkStatus::Waiting);
     UpdateStatus();
   });
-  if (settings.dncSynchronisation > 0 && settings.dncServerRole == 0) DncClientStep();
+  if (windowSettings.dncSynchronisation > 0 && windowSettings.dncServerRole == 0) DncClientStep();
 }
 
 void DownloadApp::ReadyForServing() {
-  const bool synchronised = settings.dncSynchronisation > 0;
-  const bool client = synchronised && settings.dncServerRole == 0;
+  const bool synchronised = windowSettings.dncSynchronisation > 0;
+  const bool client = synchronised && windowSettings.dncServerRole == 0;
   RunOnWorker([this, client] {
     if (Status() == LinkStatus::Uploading) CancelNow();
     SetStatus(client ? LinkStatus::ClientNoServer : LinkStatus::Waiting);
     UpdateStatus();
   });
-  services.form->SetJobButtons(synchronised ? JobButtons::Hidden : JobButtons::Enabled);
+  services.window->SetJobButtons(synchronised ? JobButtons::Hidden : JobButtons::Enabled);
   if (client)
     DncClientStep();
   else
@@ -508,15 +515,15 @@ void DownloadApp::ReadyForServing() {
 // --- Settings ------------------------------------------------------------------------------------------
 
 FormDescription DownloadApp::SettingsForm() const {
-  return MakeSettingsForm(settings, OfferedPorts(settings.port, services.probePort));
+  return MakeSettingsForm(windowSettings, OfferedPorts(windowSettings.port, services.probePort));
 }
 
 void DownloadApp::SettingsDialog() {
   FormDescription form = SettingsForm();
-  while (services.form->RunForm(form)) {
+  while (services.window->RunForm(form)) {
     const KorText wrong = AcceptSettings(form);
     if (wrong.IsEmpty()) return;
-    services.form->ShowMessage(form.caption, wrong, MessageStyle::Exclamation);
+    services.window->ShowMessage(form.caption, wrong, MessageStyle::Exclamation);
   }
 }
 
@@ -525,18 +532,18 @@ void DownloadApp::ShowPortNotKept() {
       LookUpText(15430, u"The port \"%s\" is used until the program ends; the next start opens %s "
                         u"again. To keep this device, give it that name: ncedl-setup --port %s=%s");
   ShowMessage(LookUpText(15101, u"Download Settings"),
-              KorText::Format(text, settings.port, keptPort, keptPort, settings.port),
+              KorText::Format(text, windowSettings.port, keptPort, keptPort, windowSettings.port),
               MessageStyle::Exclamation);
 }
 
 KorText DownloadApp::AcceptSettings(const FormDescription& form) {
-  LinkSettings edited = settings;
+  LinkSettings edited = windowSettings;
   const KorText wrong = ReadSettingsForm(form, edited);
   if (!wrong.IsEmpty()) return wrong;
   if (const KorText running = WhatRuns(); !running.IsEmpty()) return running;
-  const bool portChanged = edited.port != settings.port;
+  const bool portChanged = edited.port != windowSettings.port;
   ChangeSettings([&](LinkSettings& changed) { changed = edited; });
-  if (portChanged && !NamesComPort(settings)) ShowPortNotKept();
+  if (portChanged && !NamesComPort(windowSettings)) ShowPortNotKept();
   ReopenPort();
   return {};
 }
@@ -573,19 +580,19 @@ bool DownloadApp::StopDelay() {
 void DownloadApp::DelayDownload() {
   StopDelay();
   FinishTransfer(); // the request takes the place of what ran
-  if (link.sendSot > 0) channel.SendCharacter(link.sotCharacter, false);
-  if (link.transmitDelay < 1) {
+  if (workerSettings.sendSot > 0) channel.SendCharacter(workerSettings.sotCharacter, false);
+  if (workerSettings.transmitDelay < 1) {
     DownloadNow();
     return;
   }
   App().DebugOutput(
-      KorText::Format(u"%s %i %s.\n", u"Download delayed for", link.transmitDelay, u"second(s)"));
+      KorText::Format(u"Download delayed for %i second(s).\n", workerSettings.transmitDelay));
   board.SetCount(0);
   SetStatus(LinkStatus::DownloadWaiting);
   UpdateStatus();
   downloadDelayed = true;
   // Only the worker deletes the timer: here it could be a newer request's by now.
-  timers.Create(kDownloadTimer, link.transmitDelay, Now(), true, [this, mine = ++delays] {
+  timers.Create(kDownloadTimer, workerSettings.transmitDelay, Now(), true, [this, mine = ++delays] {
     RunOnWorker([this, mine] {
       if (downloadDelayed && mine == delays) DownloadNow();
     });
@@ -602,18 +609,24 @@ void DownloadApp::DownloadNow() {
 
 void DownloadApp::ChooseDownloadFile() {
   if (!MayStart(SendCaption())) return;
-  FileChoice choice{
-      FileChoice::Kind::Open, LookUpText(15310, u"Open NC file"), settings.downloadPath, {}, {}};
-  choice.filters = FileFilters(LookUpText(15312, u"NC files"), settings.fileExtension);
-  if (const auto chosen = services.form->ChooseFile(choice)) SendFile(*chosen);
+  FileChoice choice{FileChoice::Kind::Open,
+                    LookUpText(15310, u"Open NC file"),
+                    windowSettings.downloadPath,
+                    {},
+                    {}};
+  choice.filters = FileFilters(LookUpText(15312, u"NC files"), windowSettings.fileExtension);
+  if (const auto chosen = services.window->ChooseFile(choice)) SendFile(*chosen);
 }
 
 void DownloadApp::ChooseUploadFile() {
   if (!MayStart(ReceiveCaption())) return;
-  FileChoice choice{
-      FileChoice::Kind::Save, LookUpText(15311, u"Save NC file as"), settings.uploadPath, {}, {}};
-  choice.filters = FileFilters(LookUpText(15312, u"NC files"), settings.fileExtension);
-  if (const auto chosen = services.form->ChooseFile(choice)) ReceiveFile(*chosen);
+  FileChoice choice{FileChoice::Kind::Save,
+                    LookUpText(15311, u"Save NC file as"),
+                    windowSettings.uploadPath,
+                    {},
+                    {}};
+  choice.filters = FileFilters(LookUpText(15312, u"NC files"), windowSettings.fileExtension);
+  if (const auto chosen = services.window->ChooseFile(choice)) ReceiveFile(*chosen);
 }
 
 void DownloadApp::SendFile(const KorText& path) {
@@ -633,7 +646,6 @@ void DownloadApp::RememberChoice(const KorText& path) {
 void DownloadApp::StartSend(const KorText& path) {
   if (ending) return;
   AbandonExchange();
-  transferName = path;
   board.SetFileName(path);
   std::int64_t size = 0;
   if (!LoadTransfer(path, size)) {
@@ -649,9 +661,9 @@ void DownloadApp::StartSend(const KorText& path) {
   UpdateStatus();
   PostToWindow([this, path] {
     RememberChoice(path);
-    services.form->SetTitle(KorText::Format(u"%s  %s", modelName, path));
-    services.form->SetJobButtons(JobButtons::SendDisabled);
-    services.form->ShowEndDialog(EndDialog::Download, true);
+    services.window->SetTitle(KorText::Format(u"%s  %s", modelName, path));
+    services.window->SetJobButtons(JobButtons::SendDisabled);
+    services.window->ShowEndDialog(EndDialog::Download, true);
   });
 }
 
@@ -670,7 +682,7 @@ void DownloadApp::PollIdle() {
   if (channel.SendPosition() < channel.SendLength()) {
     // About a sixteenth of a second of line time.
     const std::int64_t chunk =
-        std::min<std::int64_t>(link.baudrate.ToInteger() / 8 / 2, kLargestChunk);
+        std::min<std::int64_t>(workerSettings.baudrate.ToInteger() / 8 / 2, kLargestChunk);
     if (!channel.QueueCharacters(chunk)) return;
     const auto sent = static_cast<std::int64_t>(channel.SendPosition());
     board.SetCount(sent);
@@ -689,9 +701,9 @@ void DownloadApp::FinishTransfer() {
   if (!manualJob) return;
   manualJob = false;
   PostToWindow([this] {
-    services.form->ShowEndDialog(EndDialog::Download, false);
-    services.form->ShowEndDialog(EndDialog::Upload, false);
-    services.form->SetJobButtons(JobButtons::Enabled);
+    services.window->ShowEndDialog(EndDialog::Download, false);
+    services.window->ShowEndDialog(EndDialog::Upload, false);
+    services.window->SetJobButtons(JobButtons::Enabled);
   });
 }
 
@@ -711,9 +723,9 @@ void DownloadApp::StartReceive(const KorText& path) {
   SetStatus(LinkStatus::Uploading);
   UpdateStatus();
   PostToWindow([this, path] {
-    services.form->SetTitle(KorText::Format(u"%s  %s", modelName, path));
-    services.form->SetJobButtons(JobButtons::Disabled);
-    services.form->ShowEndDialog(EndDialog::Upload, true);
+    services.window->SetTitle(KorText::Format(u"%s  %s", modelName, path));
+    services.window->SetJobButtons(JobButtons::Disabled);
+    services.window->ShowEndDialog(EndDialog::Upload, true);
   });
 }
 
@@ -753,7 +765,6 @@ void DownloadApp::CompleteUpload() {
 
 bool DownloadApp::OpenUpload(const KorText& path) {
   DiscardUpload();
-  transferName = path;
   board.SetFileName(path);
   const auto existing = App().FileAttributes(path);
   if (existing && (existing->isFolder || existing->isSystem || existing->isReadOnly)) return false;
@@ -824,12 +835,12 @@ void DownloadApp::ChooseTraceFile() {
   FileChoice choice{FileChoice::Kind::Save, LookUpText(15314, u"Save Log File As"), {}, {}, {}};
   choice.filters = FileFilters(LookUpText(15315, u"Log files"), u"log");
   log.StopTrace({});
-  if (const auto chosen = services.form->ChooseFile(choice)) StartTrace(*chosen);
+  if (const auto chosen = services.window->ChooseFile(choice)) StartTrace(*chosen);
 }
 
 bool DownloadApp::StartTrace(const KorText& path) {
-  if (log.StartTrace(path, settings)) return true;
-  services.form->ShowMessage(LookUpText(15328, u"Log"), LogFailure(), MessageStyle::Exclamation);
+  if (log.StartTrace(path, windowSettings)) return true;
+  services.window->ShowMessage(LookUpText(15328, u"Log"), LogFailure(), MessageStyle::Exclamation);
   return false;
 }
 

@@ -24,28 +24,34 @@
 #include "link/link_settings.h"
 #include "link/monitor_feed.h"
 #include "link/nc_program.h"
+#include "link/no_port.h"
 #include "link/serial_channel.h"
 #include "link/status_board.h"
 #include "ui/form_dialog.h"
+#include "ui/no_window.h"
 #include "ui/timer_queue.h"
 
 namespace kor {
 
-// What main lends to the engine; everything outlives it.
+// What main lends to the engine; everything outlives it. Without a port and a window of its own a link has
+// those that do nothing.
 struct EngineServices {
-  SerialPort* port = nullptr;
-  FormDialog* form = nullptr;
+  SerialPort* port = &NoPort();
+  FormDialog* window = &NoWindow();
   std::function<bool(const KorText&)> probePort; // whether a port can be opened now
   KorText cncFolder;                             // default of both NC folders
   bool startWorker = true;                       // tests poll by hand
 };
 
+// Of an object that is never run.
+EngineServices NoServices();
+
 class DownloadApp : public Storable, protected ChannelHost {
  public:
   static constexpr std::uint32_t kClassId = 100091201;
 
-  // An empty object, as the class registry makes it: without port and window, never run.
-  DownloadApp() : DownloadApp(EngineServices(), {}) {}
+  // An empty object, as the class registry makes it: nothing arrives, nobody sees what it shows.
+  DownloadApp() : DownloadApp(NoServices(), {}) {}
   // modelName names the settings file and heads the window title.
   DownloadApp(EngineServices engineServices, const KorText& modelName);
   ~DownloadApp() override;
@@ -78,8 +84,8 @@ class DownloadApp : public Storable, protected ChannelHost {
 
   // --- Window -----------------------------------------------------------------------------------------
   const KorText& ModelName() const { return modelName; }
-  const LinkSettings& Settings() const { return settings; } // the window's copy
-  StatusView CurrentStatus() { return board.Form(); }
+  const LinkSettings& Settings() const { return windowSettings; } // the window's copy
+  StatusView CurrentStatus() { return board.TakeView(); }
   LineErrors CurrentLineErrors() const { return channel.Errors(); } // since the port was opened
   TimerQueue& Timers() { return timers; }
   void RunDueTimers();
@@ -174,18 +180,16 @@ class DownloadApp : public Storable, protected ChannelHost {
   KorText modelName;
   KorText settingsPath;
   bool settingsLoadFailed = false;
-  KorText machineType = u"Unknown";
-  KorText pingText;      // sent by the ping timer when not empty
-  LinkSettings settings; // window's copy: edited and stored
+  KorText pingText;            // sent by the ping timer when not empty
+  LinkSettings windowSettings; // window's copy: edited and stored
 
-  LinkSettings link; // worker's copy
+  LinkSettings workerSettings; // worker's copy
   CommsLog log;
   StatusBoard board;
   MonitorFeed monitor;
   SerialChannel channel;
   TimerQueue timers;
-  NcProgram program;    // lines of the file being sent
-  KorText transferName; // full name of the transfer file
+  NcProgram program; // lines of the file being sent
   std::unique_ptr<KorFile> upload;
   // Worker: an upload has begun whose end mark has not come. The controller may still send the rest of
   // it after the upload has ended on this side.

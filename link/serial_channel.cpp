@@ -86,7 +86,7 @@ void SerialChannel::Open(const LinkSettings& newSettings, const KorText& name, b
 // the title "No Link" and is polled.
 bool SerialChannel::OpenDevice(bool beQuiet) {
   quiet = beQuiet;
-  title = KorText::Format(u"%s - %s", applicationName, u"No Link");
+  title = applicationName + u" - No Link";
   // The way out of a hold that the controller never ends; what was on its way was torn by it.
   ForgetTraffic();
   previousHolds = 0;
@@ -136,7 +136,7 @@ void SerialChannel::Lose() {
   ForgetTraffic();
   isLost = true;
   nextRetry = App().HighResolutionSeconds() + kRetryPeriod;
-  title = KorText::Format(u"%s - %s", applicationName, u"No Link");
+  title = applicationName + u" - No Link";
   host.ShowTitle(title);
   host.OnLinkLost();
 }
@@ -186,8 +186,6 @@ bool SerialChannel::CheckStatus() {
 }
 
 bool SerialChannel::Poll() {
-  lastPollActive = false;
-  ++pollCounter;
   if (!port->IsOpen()) {
     ReopenWhenDue();
     return false;
@@ -204,7 +202,6 @@ bool SerialChannel::Poll() {
   const std::size_t before = receiveCount;
   if (receiveCount > 0) host.ConsumeReceived();
   const bool consumed = receiveCount != before; // more lines may stand behind an empty one
-  lastPollActive = moved;
   if (moved || monitorLine.Length() > kMonitorHeld) HandOverMonitor();
   const bool canWrite = status.outQueue == 0 && !remoteXoff && (status.holds & kXoffHold) == 0;
   return moved || consumed || (dataToWrite && transmitCount > 0 && canWrite);

@@ -150,8 +150,6 @@ class SerialChannel {
   bool dataToWrite = false;
   bool remoteXoff = false;
   std::optional<double> delayUntil; // end of the character delay that runs now
-  std::uint64_t pollCounter = 0;
-  bool lastPollActive = false;
 
   KorText monitorLine;
   bool monitorLineOpen = false;

@@ -47,7 +47,7 @@ void StatusBoard::TellJob(LinkStatus ended) {
   if (onJob) onJob({ended, line, facts.fileName, {}});
 }
 
-StatusView StatusBoard::Form() {
+StatusView StatusBoard::TakeView() {
   const Lock lock(mutex);
   StatusView view;
   const LinkStatus now = code;

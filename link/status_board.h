@@ -43,7 +43,7 @@ class StatusBoard {
 
   // Forms the status line, writes the job-log line where the code asks for one, and returns what is to
   // be shown.
-  StatusView Form();
+  StatusView TakeView();
 
  private:
   KorText FormLine(LinkStatus now) KOR_REQUIRES(mutex);

@@ -10,7 +10,7 @@ namespace kor {
 namespace {
 
 // How a state's text is formed from its wording.
-enum class Form {
+enum class Pattern {
   None,     // no text of its own: the previous one stays
   Fixed,    // the wording as it is
   Named,    // followed by the file's name
@@ -40,7 +40,7 @@ constexpr Phrase kDataLost = [] { return LookUpText(15543, u"Data lost"); };
 
 struct Row {
   LinkStatus status;
-  Form form;
+  Pattern pattern;
   const char16_t* wording;
   bool endsJob;
   Traffic traffic;
@@ -48,7 +48,7 @@ struct Row {
   Phrase headline;
 };
 
-using enum Form;
+using enum Pattern;
 using enum LinkStatus;
 constexpr auto kStill = Traffic::None, kComing = Traffic::Coming, kRunning = Traffic::Running;
 constexpr auto kIdle = LinkActivity::Idle, kBusy = LinkActivity::Busy, kDone = LinkActivity::Done,
@@ -110,7 +110,7 @@ constexpr bool EveryRowStandsAtItsNumber() {
 static_assert(EveryRowStandsAtItsNumber());
 static_assert(kRows.size() == static_cast<std::size_t>(NumberOf(SynchronisationCompleted)) + 1);
 static_assert(std::ranges::all_of(kRows, [](const Row& row) {
-  return (row.form == None) == (*row.wording == u'\0');
+  return (row.pattern == None) == (*row.wording == u'\0');
 }));
 // A job that ends is no exchange any more, and an exchange is work.
 static_assert(std::ranges::all_of(kRows, [](const Row& row) {
@@ -137,7 +137,7 @@ KorText ProgramName(const KorText& fileName) {
 KorText StatusText(LinkStatus status, const StatusFacts& facts, const KorText& previous) {
   const Row& row = RowOf(status);
   const bool checksList = status == FileListCheck && facts.serverRole;
-  switch (row.form) {
+  switch (row.pattern) {
   case None:
     return previous;
   case Fixed:

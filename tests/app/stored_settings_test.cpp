@@ -93,6 +93,26 @@ TEST_F(StoredSettingsTest, ADeviceThatIsNoComPortIsUsedOnceAndCostsNoOtherSettin
   EXPECT_EQ(link.form.messages.size(), 1u);
 }
 
+TEST_F(StoredSettingsTest, AnEmptyObjectOfTheRegistryHarmsNothing) {
+  NCEApp empty;
+  empty.SetUpServices();
+  empty.BuildWindow();
+  empty.SettingsDialog();
+  empty.SpecialDialog();
+  empty.ChooseDownloadFile();
+  empty.SendFile(path);
+  empty.XonXoffTest();
+  empty.SetHandshake(true, true);
+  link.app.Advance(5);
+  for (int i = 0; i < 3; ++i) {
+    empty.RunDueTimers();
+    empty.Poll();
+    empty.WaitIdle();
+  }
+  EXPECT_EQ(empty.CurrentStatus().code, LinkStatus::NoLink);
+  empty.Terminate();
+}
+
 // As a power cut after the change finds them; the settings folder of a new user isn't there yet.
 TEST_F(StoredSettingsTest, EachChangeIsOnTheDiskWhenItIsMade) {
   const std::pair<const char*, std::function<void()>> changes[] = {

@@ -150,7 +150,7 @@ class WorkerTest : public ::testing::TestWithParam<unsigned> {
     app.MakeFolder(uploads);
     EngineServices services;
     services.port = &port;
-    services.form = &form;
+    services.window = &form;
     services.cncFolder = folder;
     engine = std::make_unique<NCEApp>(services, KorText());
     engine->SetUpServices();

@@ -69,7 +69,7 @@ class ConsoleTest : public ::testing::Test {
     ConsoleFrontEnd console(shared);
     EngineServices services;
     services.port = &port;
-    services.form = &console;
+    services.window = &console;
     services.cncFolder = app.Path(u"cnc/");
     services.startWorker = false;
     NCEApp nce(services, u"");

@@ -855,7 +855,7 @@ TEST(LinkStatusTest, AnUnexpectedErrorLogsTwoLinesAndShowsTheSecond) {
   board.SetFileName(u"N");
   board.Set(LinkStatus::UnexpectedError);
   for (int i = 0; i < 3; ++i)
-    EXPECT_EQ(board.Form().line, u"File format error N");
+    EXPECT_EQ(board.TakeView().line, u"File format error N");
   EXPECT_EQ(logged, (std::vector<KorText>{u"Unexpected error N", u"File format error N"}));
 }
 
@@ -866,7 +866,7 @@ class PlainEngineTest : public EngineTest {
   PlainEngineTest() {
     EngineServices services;
     services.port = &link.port;
-    services.form = &link.form;
+    services.window = &link.form;
     services.cncFolder = link.Folder();
     services.startWorker = false;
     engine = std::make_unique<DownloadApp>(services, u"PLAIN");
@@ -914,7 +914,7 @@ TEST_F(PlainEngineTest, ABaudTextThatIsNoNumberSendsNothing) {
   link.app.Put(link.app.Path(u"settings/PLAIN.INI"), u"[Port Settings]\nbaudrate=fast\n");
   EngineServices services;
   services.port = &link.port;
-  services.form = &link.form;
+  services.window = &link.form;
   services.startWorker = false;
   DownloadApp odd(services, u"PLAIN");
   odd.SetUpServices();

@@ -43,7 +43,7 @@ class NceLink {
   void Open(const KorText& commandLine = {}) {
     EngineServices services;
     services.port = &port;
-    services.form = &form;
+    services.window = &form;
     services.cncFolder = Folder();
     services.startWorker = false;
     link = std::make_unique<WatchedNce>(services, commandLine);

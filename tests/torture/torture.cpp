@@ -246,7 +246,7 @@ void KilledInSave(Try& t) {
   t.link.app.ClearFaults();
   EngineServices services;
   services.port = &t.link.port;
-  services.form = &t.link.form;
+  services.window = &t.link.form;
   services.startWorker = false;
   NCEApp next(services, {});
   next.SetUpServices();
