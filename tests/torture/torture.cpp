@@ -413,8 +413,9 @@ int Summary() {
 int main(int count, char** arguments) {
   double minutes = 1;
   unsigned seed = std::random_device()();
-  std::signal(SIGALRM, OnEnd);
-  std::signal(SIGABRT, OnEnd);
+  std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ); // what is known survives a crash
+  for (const int signal : {SIGALRM, SIGABRT, SIGSEGV, SIGBUS, SIGFPE})
+    std::signal(signal, OnEnd);
   for (int i = 1; i + 1 < count; i += 2) {
     const std::string_view option = arguments[i];
     if (option == "--minutes") minutes = std::atof(arguments[i + 1]);
