@@ -105,13 +105,22 @@ void CommsLog::SetJobLog(const KorText& file, bool write) {
 }
 
 bool CommsLog::LogJob(const KorText& statusLine) {
-  const Lock lock(mutex);
-  if (!writeJobs || statusLine == lastLogged) return true;
-  SimpleFile file(jobFile);
+  const Lock writing(jobMutex);
+  KorText path, tag;
+  {
+    const Lock lock(mutex);
+    if (!writeJobs || statusLine == lastLogged) return true;
+    path = jobFile;
+    tag = jobTag;
+  }
+  SimpleFile file(path);
   if (!file.Open(kFileWrite | kFileAppend)) return false;
-  lastLogged = statusLine;
+  {
+    const Lock lock(mutex);
+    lastLogged = statusLine;
+  }
   const SystemTime now = App().LocalTime();
-  return WriteLine(file, KorText::Format(u"%8s %s %s %s\r\n", jobTag, App().FormatDate(now),
+  return WriteLine(file, KorText::Format(u"%8s %s %s %s\r\n", tag, App().FormatDate(now),
                                          App().FormatTime(now), statusLine));
 }
 

@@ -39,6 +39,7 @@ class CommsLog {
   void WriteHeader(const LinkSettings& settings) KOR_REQUIRES(mutex);
   void CloseTrace(const KorText& lastLine) KOR_REQUIRES(mutex);
 
+  Mutex jobMutex; // taken before the other: while a job line is written nothing else has to wait
   mutable Mutex mutex;
   std::unique_ptr<SimpleFile> trace KOR_GUARDED_BY(mutex);
   double startTime KOR_GUARDED_BY(mutex) = 0;      // seconds of the high-resolution clock

@@ -455,6 +455,7 @@ void DownloadApp::UpdateStatus() {
   // Between two changes the display timer shows the counters; a reply does not wait for that.
   if (code == shownCode && !EndsJob(code)) return;
   shownCode = code;
+  board.TellJobs();
   ++waitingViews;
   PostToWindow([this, view = board.TakeView()] {
     --waitingViews;

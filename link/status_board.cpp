@@ -27,24 +27,30 @@ void StatusBoard::SetProgress(std::int64_t position, std::int64_t range) {
   progressRange = range;
 }
 
-KorText StatusBoard::FormLine(LinkStatus now) {
+// Intended: an unexpected error shows as the file format error, and the job log gets both lines.
+void StatusBoard::FormLine() {
   facts.count = count;
   facts.total = total;
-  // A job ends when its code is set, not each time it is shown: one job, one line.
-  const bool toLog = EndsJob(now) && loggedTime != timesSet;
-  loggedTime = timesSet;
-  line = StatusText(now, facts, line);
-  if (toLog) TellJob(now);
-  if (now == LinkStatus::UnexpectedError) {
-    // Intended: the display ends on the file format error, and the job log gets both lines.
-    line = StatusText(LinkStatus::FormatError, facts, line);
-    if (toLog) TellJob(LinkStatus::FormatError);
-  }
-  return line;
+  line = StatusText(code, facts, line);
+  if (code == LinkStatus::UnexpectedError) line = StatusText(LinkStatus::FormatError, facts, line);
 }
 
-void StatusBoard::TellJob(LinkStatus ended) {
-  if (onJob) onJob({ended, line, facts.fileName, {}});
+// A job ends when its code is set, not each time it is shown: one job, one line.
+std::vector<EndedJob> StatusBoard::TakeJobs() {
+  std::vector<EndedJob> jobs;
+  const Lock lock(mutex);
+  if (!EndsJob(code) || toldTime == timesSet) return jobs;
+  toldTime = timesSet;
+  FormLine();
+  jobs.push_back({code, StatusText(code, facts, line), facts.fileName, {}});
+  if (code == LinkStatus::UnexpectedError)
+    jobs.push_back({LinkStatus::FormatError, line, facts.fileName, {}});
+  return jobs;
+}
+
+void StatusBoard::TellJobs() {
+  for (const EndedJob& job : TakeJobs())
+    if (onJob) onJob(job);
 }
 
 StatusView StatusBoard::TakeView() {
@@ -52,7 +58,8 @@ StatusView StatusBoard::TakeView() {
   StatusView view;
   const LinkStatus now = code;
   view.code = now;
-  view.line = FormLine(now);
+  FormLine();
+  view.line = line;
   view.fileName = facts.fileName;
   view.activity = ActivityOf(now);
   view.headline = StatusHeadline(now, facts.fileName, line);

@@ -1,13 +1,14 @@
 // StatusBoard: the one place of the link status, on which both threads keep what the status display
-// shows. Owned by DownloadApp. Every operation may be called from any thread; the lamps are plain flags. A
-// status line is formed under the board's lock, so the job log gets each job's line once and whole,
-// whichever thread forms it.
+// shows. Owned by DownloadApp. Every operation may be called from any thread; the lamps are plain flags.
+// A job is told without the board's lock: the log's folder may take its time, and whoever only looks at
+// the status does not wait for it.
 #pragma once
 
 #include <array>
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <vector>
 
 #include "services/core/kor_text.h"
 #include "services/core/thread_annotations.h"
@@ -17,8 +18,7 @@ namespace kor {
 
 class StatusBoard {
  public:
-  // onJob receives each job whose line belongs in the job log, without a time, on the thread that formed
-  // the line.
+  // onJob receives each job whose line belongs in the job log, without a time, on the thread of TellJobs.
   explicit StatusBoard(std::function<void(const EndedJob&)> onJob);
 
   void Set(LinkStatus code); // also when unchanged: a job that ends twice is two jobs
@@ -41,14 +41,15 @@ class StatusBoard {
     SetLamp(kLampWrite, false);
   }
 
-  // Forms the status line, writes the job-log line where the code asks for one, and returns what is to
-  // be shown.
+  // Forms the status line and returns what is to be shown.
   StatusView TakeView();
+  // Forms the line and tells the job when the code ends one, once each time it was set. By one thread,
+  // after each Set of such a code.
+  void TellJobs();
 
  private:
-  KorText FormLine(LinkStatus now) KOR_REQUIRES(mutex);
-
-  void TellJob(LinkStatus code) KOR_REQUIRES(mutex);
+  void FormLine() KOR_REQUIRES(mutex);
+  std::vector<EndedJob> TakeJobs();
 
   std::function<void(const EndedJob&)> onJob;
   Mutex mutex;
@@ -61,7 +62,7 @@ class StatusBoard {
   std::array<std::atomic<bool>, kLampCount> lamps{};
   StatusFacts facts KOR_GUARDED_BY(mutex);
   KorText line KOR_GUARDED_BY(mutex);
-  std::uint32_t loggedTime KOR_GUARDED_BY(mutex) = 0; // timesSet when a line was formed last
+  std::uint32_t toldTime KOR_GUARDED_BY(mutex) = 0; // timesSet when jobs were told last
 };
 
 } // namespace kor

@@ -673,6 +673,24 @@ TEST_F(EngineTest, AnUnwritableJobLogIsReportedOnce) {
   EXPECT_EQ(link.form.messages.size(), 2u);
 }
 
+// As one in a folder of a server that is away may.
+TEST_F(EngineTest, AJobLogThatHangsHoldsTheWindowUpInNothing) {
+  link.Start({}, {}, u"[Log]\nlog file=" + link.app.Path(u"jobs.log") + u"\nwrite log=1\n");
+  std::future<bool> window;
+  bool answered = false;
+  link.app.WhenOpening(u"jobs.log", [&] {
+    window = std::async(std::launch::async, [&] {
+      link.app.Advance(0.1);
+      link.link->RunDueTimers();
+      return link.link->SetHandshake(false, true);
+    });
+    answered = window.wait_for(std::chrono::seconds(5)) == std::future_status::ready;
+  });
+  link.Ask("FH 9");
+  EXPECT_TRUE(answered);
+  EXPECT_TRUE(window.get());
+}
+
 TEST_F(EngineTest, TheMonitorShowsTheTrafficOnlyWhileItIsShown) {
   link.Start();
   link.Ask("XYZ");
@@ -854,8 +872,10 @@ TEST(LinkStatusTest, AnUnexpectedErrorLogsTwoLinesAndShowsTheSecond) {
   StatusBoard board([&](const EndedJob& job) { logged.push_back(job.line); });
   board.SetFileName(u"N");
   board.Set(LinkStatus::UnexpectedError);
-  for (int i = 0; i < 3; ++i)
+  for (int i = 0; i < 3; ++i) {
+    board.TellJobs();
     EXPECT_EQ(board.TakeView().line, u"File format error N");
+  }
   EXPECT_EQ(logged, (std::vector<KorText>{u"Unexpected error N", u"File format error N"}));
 }
 

@@ -366,7 +366,12 @@ void TestApp::RestoreDisk(const DiskImage::Files& files) {
 
 // --- Files --------------------------------------------------------------------------------------
 
+void TestApp::WhenOpening(const KorText& part, std::function<void()> action) {
+  whenOpening = {part, std::move(action)};
+}
+
 std::unique_ptr<OsFile> TestApp::OpenFile(const KorText& path, FileAccess access) {
+  if (whenOpening.second && path.Contains(whenOpening.first)) whenOpening.second();
   if (IsRefused(path, access)) {
     SetLastError(kAccessDenied);
     return nullptr;

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <map>
 
 #include "platform/platform.h"
@@ -55,6 +56,8 @@ class TestApp : public PlatformAppInterface {
   // --- Faults ---
   // Refuses to open files whose path holds the text (access denied); for writing only, if so chosen.
   void RefuseOpening(const KorText& part, bool forWritingOnly = false);
+  // Runs each time before a file whose path holds the text is opened, on the thread that opens it.
+  void WhenOpening(const KorText& part, std::function<void()> action);
   // All files together take that many bytes more; then writes come up short and the disk is full.
   void LimitWrites(std::optional<std::uint64_t> bytes);
   // Of each file, reading ends with an error after that many bytes.
@@ -140,6 +143,7 @@ class TestApp : public PlatformAppInterface {
   KorText userName = u"tester";
   KorText userLanguage = u"en-GB";
   std::map<KorText, KorText> environment;
+  std::pair<KorText, std::function<void()>> whenOpening;
   std::atomic<bool> failSync = false, failClose = false, failRename = false, failSize = false;
   std::atomic<int> changeCount = 0;
 
