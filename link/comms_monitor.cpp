@@ -5,10 +5,12 @@
 namespace kor {
 
 CommsMonitor::CommsMonitor(std::function<bool()> poll, std::function<void()> wait,
-                           std::function<void()> wakeUpWait)
-    : wakeUp(std::move(wakeUpWait)), thread([this, poll = std::move(poll), wait = std::move(wait)] {
+                           std::function<void()> wakeUpWait, std::function<void()> last)
+    : wakeUp(std::move(wakeUpWait)),
+      thread([this, poll = std::move(poll), wait = std::move(wait), last = std::move(last)] {
         while (!stopRequested)
           if (!poll() && !stopRequested) wait();
+        last();
         ended.set_value();
       }) {}
 

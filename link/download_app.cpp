@@ -146,7 +146,8 @@ void DownloadApp::BuildWindow() {
   BeforeServing();
   if (!services.startWorker) return;
   worker = std::make_unique<CommsMonitor>([this] { return Poll(); }, [this] { WaitIdle(); },
-                                          [this] { services.port->Interrupt(); });
+                                          [this] { services.port->Interrupt(); },
+                                          [this] { FinishServing(); });
 }
 
 // A stored record that names no COM port is not trusted: it is loaded once more, and then the text
@@ -245,6 +246,13 @@ void DownloadApp::RemoveAbandoned() {
     if (!folder.IsEmpty()) RemoveAbandonedParts(folder);
 }
 
+// By the worker, which may be given up: files that are slow must not hold the end.
+void DownloadApp::FinishServing() {
+  if (!ending) return;
+  RunTasks();  // what was asked for before the end is still done
+  CancelNow(); // whoever ends the program breaks a transfer off
+}
+
 void DownloadApp::Terminate() {
   if (terminated) return;
   terminated = true;
@@ -263,8 +271,7 @@ void DownloadApp::Terminate() {
     return;
   }
   StopWorker();
-  RunTasks();  // what was asked for before the end is still done
-  CancelNow(); // whoever ends the program breaks a transfer off
+  FinishServing(); // where there was no worker
   timers.Delete(kDisplayTimer);
   timers.Delete(kDownloadTimer);
   channel.Close();

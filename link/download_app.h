@@ -216,6 +216,7 @@ class DownloadApp : public Storable, protected ChannelHost {
   void LoadSettingsOrProfile();
   void ShowPortNotKept();
   bool RunTasks();
+  void FinishServing();
   void WriteJobLine(const EndedJob& job);
   void CreateTimer(const char16_t* name, double period, bool started,
                    void (DownloadApp::*action)());

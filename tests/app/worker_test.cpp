@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <condition_variable>
+#include <future>
 #include <random>
 #include <thread>
 
@@ -242,6 +243,33 @@ TEST_P(WorkerTest, ServesOnWhileTheUserChangesEverythingAndEndsInTheMiddle) {
   controller->Stop();
   for (const KorText& name : app.Names(uploads))
     EXPECT_FALSE(name.EndsWith(kPartSuffix)) << name.ToUtf8();
+}
+
+// The job that the end breaks off is logged in a folder of a server that is away.
+TEST(WorkerEndTest, AJobLogThatHangsDoesNotHoldTheEnd) {
+  TestApp app;
+  FakeSerialPort port;
+  RecordingForm form;
+  port.SetRealWaits(true);
+  std::promise<void> begun, release;
+  app.Put(app.Path(u"settings/NCE.INI"),
+          u"[Log]\nlog file=" + app.Path(u"jobs.log") + u"\nwrite log=1\n");
+  app.WhenOpening(u"jobs.log", [wait = release.get_future().share()] { wait.wait_for(5s); });
+  EngineServices services;
+  services.port = &port;
+  services.window = &form;
+  auto engine = std::make_unique<NCEApp>(services, KorText());
+  engine->SetUpServices();
+  engine->BuildWindow();
+  engine->ReceiveFile(app.Path(u"in.NC"));
+  engine->RunOnWorker([&] { begun.set_value(); });
+  begun.get_future().wait();
+  engine->Terminate();
+  EXPECT_TRUE(engine->IsWorkerStuck());
+  release.set_value();
+  engine.reset();
+  EXPECT_TRUE(app.Content(app.Path(u"jobs.log"))->Contains(u"Upload Cancelled"));
+  EXPECT_FALSE(app.FileExists(app.Path(u"in.NC")));
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, WorkerTest, ::testing::Range(1u, 3u));
