@@ -193,28 +193,6 @@ TEST_F(StoredSettingsTest, EveryCutOfTheRecordGivesTheDefaultsOrTheSettings) {
   EXPECT_TRUE(link.app.Messages().empty());
 }
 
-TEST_F(StoredSettingsTest, AFailedSaveLeavesTheOlderRecordAndSaysSo) {
-  Run([&](NceLink&) { Set(u"baudrate", u"19200"); });
-  const KorText whole = *link.app.Content(path);
-  for (int changes = 0;; ++changes) {
-    bool lost = false;
-    Run([&](NceLink&) {
-      Set(u"baudrate", u"300");
-      link.app.ForgetReports();
-      link.app.CutPowerAfter(changes);
-    });
-    link.app.ClearFaults();
-    lost = !link.app.Messages().empty();
-    const KorText now = *link.app.Content(path);
-    if (!lost) {
-      EXPECT_NE(now, whole);
-      EXPECT_GT(changes, 2);
-      return;
-    }
-    if (now != whole) link.app.Put(path, whole); // complete, though the folder was not synced
-  }
-}
-
 TEST_F(StoredSettingsTest, TheStoredClassesAreRegisteredUnderTheirNumbers) {
   RegisterStoredClasses();
   RegisterStoredClasses();

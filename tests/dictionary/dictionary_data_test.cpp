@@ -55,13 +55,12 @@ TEST_F(ShippedDictionary, HasATextForEveryNumberInUse) {
     EXPECT_NE(dictionary.FindEntry(number), nullptr) << number;
 }
 
+// Those whose numbers the code names otherwise than beside the words.
 TEST_F(ShippedDictionary, ItsEnglishIsThatOfTheProgram) {
   const std::pair<std::int32_t, const char16_t*> texts[] = {
       {3595, u"Unable to lock the file"},
       {3597, u"The file is already locked by"},
-      {15101, u"Download Settings"},
       {15270, u"Special Features"},
-      {15300, u"Special Features"},
       {15301, u"OK"},
       {15302, u"Cancel"},
       {15303, u"Autoload sequential files"},
@@ -72,17 +71,7 @@ TEST_F(ShippedDictionary, ItsEnglishIsThatOfTheProgram) {
       {15308,
        u"LLLSSES format comprises a three digit lot number (LLL) , a two digit start sheet (SS) "
        u"and a two digit end sheet (ES). e.g. 3730417 loads sheets 37304 to 37317"},
-      {15310, u"Open NC file"},
-      {15311, u"Save NC file as"},
-      {15314, u"Save Log File As"},
       {15317, u"Download End"},
-      {15318, u"Upload End"},
-      {15320, u"Not a valid ASCII file."},
-      {15321, u"Unable to write to log file"},
-      {15322, u"Warning: Bad INI file load"},
-      {15323, u"Possible loss of settings"},
-      {15324, u"Corrupt Installation"},
-      {15326, u"Unable to locate Program Paths in\n\n%s"},
       {15327, u"Unable to locate Program Paths\n\nWorking directory has not been setup."},
       {15336, u"Setup_Timeouts"},
   };

@@ -152,10 +152,7 @@ TEST_F(Xliff, TellsThatTheEnglishTextHasChanged) {
 }
 
 TEST_F(Xliff, AFaultyFileChangesNothingAndNamesItsFault) {
-  struct Case {
-    const char16_t *units, *error;
-  };
-  const Case cases[] = {
+  const std::pair<const char16_t*, const char16_t*> cases[] = {
       {u"<trans-unit id=\"48\"><target>X</target></trans-unit>\n<trans-unit id=\"1x\"/>",
        u":5: unit with the id \"1x\". Give it a number from 0 to 999999."},
       {u"<trans-unit id=\"1000000\"/>",
@@ -174,12 +171,12 @@ TEST_F(Xliff, AFaultyFileChangesNothingAndNamesItsFault) {
       {u"</file><file>", u":4: no well-formed XML"},
       {u"</body></file><file target-language=\"fr-FR\"><body>", u":4: a second <file>."},
   };
-  for (const Case& test : cases) {
+  for (const auto& [units, error] : cases) {
     app.ForgetReports();
-    const ImportResult result = ImportUnits(test.units);
+    const ImportResult result = ImportUnits(units);
     EXPECT_FALSE(result.done);
-    ASSERT_FALSE(result.errors.empty()) << KorText(test.error).ToUtf8();
-    EXPECT_TRUE(result.errors[0].StartsWith(file + test.error)) << result.errors[0].ToUtf8();
+    ASSERT_FALSE(result.errors.empty()) << KorText(error).ToUtf8();
+    EXPECT_TRUE(result.errors[0].StartsWith(file + error)) << result.errors[0].ToUtf8();
     EXPECT_EQ(dictionary.FindEntry(48)->Translation(0), u"Abbrechen");
     EXPECT_EQ(dictionary.Entries().size(), 4U);
     ASSERT_EQ(app.Messages().size(), 1U);

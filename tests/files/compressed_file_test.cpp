@@ -118,26 +118,6 @@ TEST_F(CompressedFileTest, TooBigBufferIsRefusedUnread) {
             (TestApp::Warning{u"Buffer is too big!", u"VoidBuffer::Compress32"}));
 }
 
-TEST_F(CompressedFileTest, DamagedBufferStaysAsItWas) {
-  const Bytes good = Piece(AsBytes("some text to be packed"));
-  Bytes chunked = Framed(good);
-  Append(chunked, Framed(good));
-  Append(chunked, FromHex("02 00 00 00 00"));
-  for (const Bytes& whole : {good, chunked}) {
-    for (std::size_t at = 0; at < whole.size(); ++at) {
-      Bytes damaged = whole;
-      damaged[at] ^= 0x15;
-      VoidBuffer buffer(damaged), restored(whole);
-      ASSERT_TRUE(restored.Decompress());
-      // zlib doesn't look at some header bits, and nobody at the number behind a chunked buffer.
-      const bool same = buffer.Decompress();
-      EXPECT_TRUE(std::ranges::equal(buffer.Bytes(), same ? restored.Bytes() : std::span(damaged)))
-          << at;
-      EXPECT_FALSE(VoidBuffer(std::span(whole).first(at)).Decompress()) << at;
-    }
-  }
-}
-
 TEST_F(CompressedFileTest, LengthThatZlibCannotReachIsRefusedBeforeMemory) {
   Bytes bomb = Piece(Bytes(1000, 'a'));
   StoreLe32(bomb.data() + bomb.size() - 4, 0xFFFFFFFF);
@@ -292,22 +272,6 @@ TEST_F(CompressedFileTest, EveryByteAndEveryLength) {
       EXPECT_TRUE(result != FileResult::Success || content.empty() || content.size() == 100) << at;
     }
   }
-}
-
-TEST_F(CompressedFileTest, ResultCodesOfPaths) {
-  const KorText missing = app.Path(u"work/missing"), noFolder = app.Path(u"none/f");
-  app.Put(path, u"a plain file, longer than a signature is");
-  EXPECT_EQ(CompressFile(missing, other, false), FileResult::SourceUnreadable);
-  EXPECT_EQ(CompressFile(path, noFolder, false), FileResult::DestinationUnwritable);
-  EXPECT_EQ(DecompressFile(path, other, false), FileResult::WrongKind);
-  ASSERT_EQ(CompressFile(path, path, false), FileResult::Success);
-  const auto packed = Get(path);
-  EXPECT_EQ(CompressFile(path, path, false), FileResult::WrongKind);
-  EXPECT_EQ(CompressFile(path, other, false), FileResult::WrongKind);
-  EXPECT_EQ(DecompressFile(missing, other, false), FileResult::SourceUnreadable);
-  EXPECT_EQ(DecompressFile(path, noFolder, false), FileResult::DestinationUnwritable);
-  EXPECT_EQ(Get(path), packed);
-  EXPECT_EQ(Leftovers(), std::vector<KorText>{u"f"});
 }
 
 TEST_F(CompressedFileTest, BlockThatDoesNotGetSmallerIsRefused) {

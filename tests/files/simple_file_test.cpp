@@ -122,10 +122,7 @@ TEST_F(SimpleFileTest, MarkDecidesTheEncoding) {
 }
 
 TEST_F(SimpleFileTest, TextFilesAreWrittenInTheEncodingOfTheirMode) {
-  struct {
-    std::uint32_t mode;
-    const char* hex;
-  } const cases[] = {
+  const std::pair<std::uint32_t, const char*> cases[] = {
       {kFileWrite, "41 E9 3F 0D 0A"},
       {kFileWrite | kFileText, "41 E9 3F 0D 0A"},
       {kFileWrite | kFileText | kFileUtf8, "EF BB BF 41 C3 A9 E2 82 AC 0D 0A"},
@@ -133,13 +130,13 @@ TEST_F(SimpleFileTest, TextFilesAreWrittenInTheEncodingOfTheirMode) {
       {kFileWrite | kFileUnicode, "41 E9 3F 0D 0A"}, // not a text file: no encoding
       {kFileWrite | kFileRead | kFileText | kFileUtf8, "EF BB BF 41 C3 A9 E2 82 AC 0D 0A"},
   };
-  for (const auto& c : cases) {
+  for (const auto& [mode, hex] : cases) {
     SimpleFile file(app.Path(u"f"));
     app.RemoveFile(app.Path(u"f"));
-    ASSERT_TRUE(file.Open(c.mode));
+    ASSERT_TRUE(file.Open(mode));
     EXPECT_TRUE(file.Print(u"%s\r\n", u"A\u00E9\u20AC"));
     EXPECT_TRUE(file.Close());
-    EXPECT_EQ(Get(app.Path(u"f")), FromHex(c.hex)) << c.mode;
+    EXPECT_EQ(Get(app.Path(u"f")), FromHex(hex)) << mode;
   }
 }
 
@@ -298,10 +295,7 @@ std::vector<KorText> ReadLines(SimpleFile& file, std::size_t longest = KorText::
 }
 
 TEST_F(SimpleFileTest, LinesEndWithLfOrCrLf) {
-  struct {
-    const char* content;
-    std::vector<KorText> lines;
-  } const cases[] = {
+  const std::pair<const char*, std::vector<KorText>> cases[] = {
       {"", {}},
       {"\n", {u""}},
       {"a", {u"a"}},
@@ -309,12 +303,12 @@ TEST_F(SimpleFileTest, LinesEndWithLfOrCrLf) {
       {"a\rb\r\r\n\r\n\nz\r", {u"a\rb\r", u"", u"", u"z\r"}},
       {"\xE9\xFF\n", {u"\u00E9\u00FF"}},
   };
-  for (const auto& c : cases) {
-    const KorText path = Put(u"f", AsBytes(c.content));
+  for (const auto& [content, lines] : cases) {
+    const KorText path = Put(u"f", AsBytes(content));
     for (const std::uint32_t mode : {kFileRead | kFileText, +kFileRead, kFileRead | kFileWrite}) {
       SimpleFile file(path);
       ASSERT_TRUE(file.Open(mode));
-      EXPECT_EQ(ReadLines(file), c.lines) << c.content << " mode " << mode;
+      EXPECT_EQ(ReadLines(file), lines) << content << " mode " << mode;
     }
   }
   EXPECT_TRUE(app.Warnings().empty());

@@ -31,11 +31,7 @@ class IniFile : public ::testing::Test {
 };
 
 TEST_F(IniFile, FindsTheFirstSectionAndTheFirstKey) {
-  struct Case {
-    const char* file;
-    const char* value;
-  };
-  constexpr Case kCases[] = {
+  constexpr std::pair<const char*, const char*> kCases[] = {
       {"[S]\nK=v\n", "v"},
       {"[s]\r\nk= 5 \r\n", "5"},
       {"[S]\nK=", ""},
@@ -54,20 +50,16 @@ TEST_F(IniFile, FindsTheFirstSectionAndTheFirstKey) {
       {"[S]\nK=\xC3\xA4\nJ=\xE4", "\xC3\xA4"}, // one byte that is none: 8-bit, all of it
       {"", "(default)"},
   };
-  for (const Case& test : kCases) {
-    app.Put(path, KorText::FromBytes(test.file));
-    EXPECT_EQ(Read(u"S", u"K").ToBytes(), test.value) << test.file;
+  for (const auto& [file, value] : kCases) {
+    app.Put(path, KorText::FromBytes(file));
+    EXPECT_EQ(Read(u"S", u"K").ToBytes(), value) << file;
   }
   app.RemoveFile(path);
   EXPECT_EQ(Read(u"S", u"K"), u"(default)");
 }
 
 TEST_F(IniFile, WritesOneKey) {
-  struct Case {
-    const char* before;
-    const char* after;
-  };
-  constexpr Case kCases[] = {
+  constexpr std::pair<const char*, const char*> kCases[] = {
       {"", "\n[S]\nK=v\n"},
       {"; mine\n[T]\nJ=1\n\n\n", "\n[S]\nK=v\n; mine\n[T]\nJ=1\n"},
       {"[s]\nJ=1\n", "[s]\nK=v\nJ=1\n"},
@@ -76,10 +68,10 @@ TEST_F(IniFile, WritesOneKey) {
       {"[S]\nJ=\xE4\n", "[S]\nK=v\nJ=\xE4\n"},
       {"[S]\nJ=\xC3\xA4\n", "[S]\nK=v\nJ=\xC3\xA4\n"},
   };
-  for (const Case& test : kCases) {
-    app.Put(path, KorText::FromBytes(test.before));
+  for (const auto& [before, after] : kCases) {
+    app.Put(path, KorText::FromBytes(before));
     EXPECT_TRUE(Write(u"v"));
-    EXPECT_EQ(Bytes(), test.after);
+    EXPECT_EQ(Bytes(), after);
   }
   app.RemoveFile(path);
   EXPECT_TRUE(Write(u"v"));

@@ -192,6 +192,7 @@ TEST_F(EngineTest, EachHoldLightsItsOwnLamp) {
   link.Start();
   for (const auto& [hold, lamp] : holds) {
     link.port.SetHolds(hold);
+    link.Run();
     After(0.2);
     for (const auto& [other, shown] : holds)
       EXPECT_EQ(link.form.last.lamps[shown], shown == lamp) << hold << " " << shown;
@@ -212,14 +213,14 @@ TEST_F(EngineTest, TheRoleDecidesWhatServingBeginsWith) {
     NceLink fresh;
     fresh.Start();
     fresh.Watched().SetDnc(c.synchronisation, c.serverRole);
-    fresh.link->ReceiveFile(fresh.Folder() + u"1.MPG");
-    fresh.Run();
-    fresh.link->Timers().Start(u"DownloadApp::Ping", fresh.app.HighResolutionSeconds());
+    fresh.Ask("FH 1");
+    fresh.Ask("TH 1");
+    fresh.link->Timers().Start(u"DownloadApp::PingNow", fresh.app.HighResolutionSeconds());
     fresh.link->ReadyForServing();
     fresh.Run();
-    EXPECT_EQ(fresh.form.Codes(), (std::vector<std::int32_t>{1, 13, 17, c.code}));
+    EXPECT_EQ(fresh.form.Codes(), (std::vector<std::int32_t>{1, 9, 13, 17, c.code}));
     EXPECT_EQ(fresh.form.buttons, c.buttons);
-    EXPECT_EQ(fresh.link->Timers().IsStarted(u"DownloadApp::Ping"), c.code == 30);
+    EXPECT_EQ(fresh.link->Timers().IsStarted(u"DownloadApp::PingNow"), c.code == 30);
   }
 }
 
@@ -883,7 +884,8 @@ TEST(LinkStatusTest, AnUnexpectedErrorLogsTwoLinesAndShowsTheSecond) {
 
 class PlainEngineTest : public EngineTest {
  protected:
-  PlainEngineTest() {
+  PlainEngineTest() { Open(); }
+  void Open() {
     EngineServices services;
     services.port = &link.port;
     services.window = &link.form;
@@ -894,7 +896,7 @@ class PlainEngineTest : public EngineTest {
     engine->BuildWindow();
   }
   void Run() {
-    while (engine->Poll()) {
+    for (int polls = 0; polls < 10000 && engine->Poll(); ++polls) {
     }
     link.form.RunPosted();
   }
@@ -932,18 +934,11 @@ TEST_F(PlainEngineTest, PausesTheCharacterDelayBetweenChunks) {
 TEST_F(PlainEngineTest, ABaudTextThatIsNoNumberSendsNothing) {
   link.app.Put(link.app.Path(u"raw.NC"), u"x");
   link.app.Put(link.app.Path(u"settings/PLAIN.INI"), u"[Port Settings]\nbaudrate=fast\n");
-  EngineServices services;
-  services.port = &link.port;
-  services.window = &link.form;
-  services.startWorker = false;
-  DownloadApp odd(services, u"PLAIN");
-  odd.SetUpServices();
-  odd.BuildWindow();
-  odd.SendFile(link.app.Path(u"raw.NC"));
-  for (int i = 0; i < 100; ++i)
-    odd.Poll();
+  Open();
+  engine->SendFile(link.app.Path(u"raw.NC"));
+  Run();
   EXPECT_EQ(link.port.Written(), "");
-  EXPECT_EQ(odd.CurrentStatus().code, LinkStatus::Downloading);
+  EXPECT_EQ(static_cast<int>(engine->CurrentStatus().code), 12);
 }
 
 TEST_F(PlainEngineTest, ReceivesEveryByteUntilItIsCompletedOrCancelled) {

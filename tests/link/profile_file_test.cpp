@@ -26,11 +26,7 @@ class ProfileFileTest : public ::testing::Test {
 };
 
 TEST_F(ProfileFileTest, FindsValues) {
-  struct Case {
-    std::string_view file;
-    const char16_t* value;
-  };
-  const Case kCases[] = {
+  const std::pair<std::string_view, const char16_t*> kCases[] = {
       {"[s]\nk=v", u"v"},
       {"[S]\r\nK=v\r\n", u"v"},
       {"[s]\rk=v\rj=2\r", u"v"},
@@ -62,8 +58,8 @@ TEST_F(ProfileFileTest, FindsValues) {
       {"\xFF\xFE[\0s\0]\0\n\0k\0=\0v"sv, u""}, // cut in the middle of a character
       {"", u"DEF"},
   };
-  for (const Case& test : kCases)
-    EXPECT_EQ(Profile(test.file).Text(u"s", u"K", u"DEF  "), test.value) << test.file;
+  for (const auto& [file, value] : kCases)
+    EXPECT_EQ(Profile(file).Text(u"s", u"K", u"DEF  "), value) << file;
 }
 
 TEST_F(ProfileFileTest, CutsTextsToTheBuffer) {
@@ -79,11 +75,7 @@ TEST_F(ProfileFileTest, CutsTextsToTheBuffer) {
 }
 
 TEST_F(ProfileFileTest, ReadsNumbersAsThePlatformDoes) {
-  struct Case {
-    const char* text;
-    std::int64_t number;
-  };
-  constexpr Case kCases[] = {
+  constexpr std::pair<const char*, std::int64_t> kCases[] = {
       {"5", 5},
       {"-5", -5},
       {"+5", 5},
@@ -111,10 +103,9 @@ TEST_F(ProfileFileTest, ReadsNumbersAsThePlatformDoes) {
       {"-", 0},
       {"0x", 0},
   };
-  for (const Case& test : kCases)
-    EXPECT_EQ(Profile("[s]\nk=" + std::string(test.text) + "\n").Integer(u"s", u"k", 77),
-              test.number)
-        << test.text;
+  for (const auto& [text, number] : kCases)
+    EXPECT_EQ(Profile("[s]\nk=" + std::string(text) + "\n").Integer(u"s", u"k", 77), number)
+        << text;
   EXPECT_EQ(Profile("[s]\n").Integer(u"s", u"k", 77), 77);
 }
 

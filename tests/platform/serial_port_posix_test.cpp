@@ -342,10 +342,7 @@ TEST_F(SerialPortPosixTest, InterruptEndsTheWaitThatRunsOrTheNextOne) {
 
 TEST(SerialNamesTest, ComNamesAreLinksOrBuiltInPortsAndOthersArePaths) {
   TestApp app;
-  const struct {
-    const char16_t* name;
-    const char16_t* path;
-  } cases[] = {
+  const std::pair<const char16_t*, const char16_t*> cases[] = {
       {u"COM1", u"/dev/ttyS0"},
       {u"com12", u"/dev/ttyS11"},
       {u"COM255", u"/dev/ttyS254"},
@@ -358,8 +355,8 @@ TEST(SerialNamesTest, ComNamesAreLinksOrBuiltInPortsAndOthersArePaths) {
       {u"AUX", u"AUX"},
       {u"", u""},
   };
-  for (const auto& c : cases)
-    EXPECT_EQ(SerialDevicePath(c.name), c.path);
+  for (const auto& [name, path] : cases)
+    EXPECT_EQ(SerialDevicePath(name), path);
 }
 
 TEST(SerialNamesTest, LinksAreMadeReplacedListedAndRemoved) {

