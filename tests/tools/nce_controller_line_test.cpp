@@ -172,7 +172,8 @@ TEST_F(ControllerLine, SetsARealPortUp) {
   LineSettings settings = Settings(19200, "7E2");
   settings.flow = FlowControl::Hardware;
   std::string error;
-  ASSERT_NE(OpenPortDevice(std::move(port), u"COM3", settings, error), nullptr);
+  const auto made = OpenPortDevice(std::move(port), u"COM3", settings, error);
+  ASSERT_NE(made, nullptr);
   const DeviceControlBlock block = opened.Block();
   EXPECT_TRUE(block.baudRate == 19200 && block.dataBits == 7 && block.parity == Parity::Even);
   EXPECT_TRUE(block.stopBits == StopBits::Two && block.outxCtsFlow && !block.outX);
