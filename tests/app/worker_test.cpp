@@ -118,7 +118,7 @@ class Controller {
     std::string all;
     while (!all.ends_with(']')) {
       const std::string frame = Exchange(">");
-      if (frame.empty() || frame == "UDL>") return; // broken off
+      if (frame.empty() || frame == "UDL>" || frame == ">") return; // broken off
       if (!frame.starts_with("Download to")) all += frame;
     }
     if (first.empty()) first = all;
