@@ -31,11 +31,13 @@ struct FeatureField {
   int text; // dictionary number of the label
   const char16_t* label;
   std::int32_t SpecialFeatures::*member;
+  bool ofAutoload = false; // framed as "Autoload Options"
 };
 constexpr FeatureField kFeatureFields[] = {
-    {503, u"autoload", 15303, u"Autoload sequential files", &SpecialFeatures::autoloadSequential},
+    {503, u"autoload", 15303, u"Autoload sequential files", &SpecialFeatures::autoloadSequential,
+     true},
     {505, u"hybrid", 15305, u"Use LLLSSES LINDE/NCE hybrid format number",
-     &SpecialFeatures::hybridNumber},
+     &SpecialFeatures::hybridNumber, true},
     {504, u"strip-pc", 15304, u"Strip Leading Zeros From PC Filename",
      &SpecialFeatures::stripPcZeros},
     {506, u"strip-nce", 15306, u"Strip Leading Zeros From NCE Filename",
@@ -488,13 +490,19 @@ FormDescription NCEApp::SpecialForm() const {
   FormDescription form;
   form.caption = LookUpText(15300, u"Special Features");
   form.note = LookUpText(15308, kFeatureNote);
-  for (const FeatureField& feature : kFeatureFields)
-    form.fields.push_back({feature.number,
-                           feature.key,
-                           LookUpText(feature.text, feature.label),
-                           FieldKind::Check,
-                           windowFeatures.*feature.member != 0 ? u"1" : u"0",
-                           {}});
+  for (const FeatureField& feature : kFeatureFields) {
+    FormField field{feature.number,
+                    feature.key,
+                    LookUpText(feature.text, feature.label),
+                    FieldKind::Check,
+                    windowFeatures.*feature.member != 0 ? u"1" : u"0",
+                    {}};
+    if (feature.ofAutoload) {
+      field.groupNumber = 15307;
+      field.group = LookUpText(15307, u"Autoload Options");
+    }
+    form.fields.push_back(field);
+  }
   form.updateEnabled = EnableFeatureFields;
   return form;
 }

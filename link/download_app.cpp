@@ -5,6 +5,7 @@
 
 #include "files/member.h"
 #include "files/paths.h"
+#include "link/job_log.h"
 #include "link/profile_file.h"
 #include "services/core/app_interface.h"
 #include "services/core/text_lookup.h"
@@ -522,8 +523,17 @@ void DownloadApp::ReadyForServing() {
 
 // --- Settings ------------------------------------------------------------------------------------------
 
-FormDescription DownloadApp::SettingsForm() const {
-  return MakeSettingsForm(windowSettings, OfferedPorts(windowSettings.port, services.probePort));
+FormDescription DownloadApp::SettingsForm() {
+  FormDescription form =
+      MakeSettingsForm(windowSettings, OfferedPorts(windowSettings.port, services.probePort));
+  form.check = [this](FormDescription& edited) {
+    edited.obstacle = WhatRuns();
+    for (FormField& field : edited.fields)
+      field.problem.Clear();
+    for (const FieldRefusal& refusal : CheckSettingsForm(edited, windowSettings))
+      edited.Find(refusal.key)->problem = refusal.reason;
+  };
+  return form;
 }
 
 void DownloadApp::SettingsDialog() {
@@ -615,12 +625,17 @@ void DownloadApp::DownloadNow() {
 
 // --- Manual transfer -----------------------------------------------------------------------------------
 
+KorText DownloadApp::CurrentName() {
+  const KorText path = CurrentStatus().fileName;
+  return path.Mid(NameStart(path));
+}
+
 void DownloadApp::ChooseDownloadFile() {
   if (!MayStart(SendCaption())) return;
   FileChoice choice{FileChoice::Kind::Open,
                     LookUpText(15310, u"Open NC file"),
                     windowSettings.downloadPath,
-                    {},
+                    CurrentName(),
                     {}};
   choice.filters = FileFilters(LookUpText(15312, u"NC files"), windowSettings.fileExtension);
   if (const auto chosen = services.window->ChooseFile(choice)) SendFile(*chosen);
@@ -631,7 +646,7 @@ void DownloadApp::ChooseUploadFile() {
   FileChoice choice{FileChoice::Kind::Save,
                     LookUpText(15311, u"Save NC file as"),
                     windowSettings.uploadPath,
-                    {},
+                    CurrentName(),
                     {}};
   choice.filters = FileFilters(LookUpText(15312, u"NC files"), windowSettings.fileExtension);
   if (const auto chosen = services.window->ChooseFile(choice)) ReceiveFile(*chosen);
@@ -850,6 +865,11 @@ bool DownloadApp::StartTrace(const KorText& path) {
   if (log.StartTrace(path, windowSettings)) return true;
   services.window->ShowMessage(LookUpText(15328, u"Log"), LogFailure(), MessageStyle::Exclamation);
   return false;
+}
+
+std::vector<EndedJob> DownloadApp::JobsOfToday() const {
+  if (windowSettings.writeLog == 0) return {};
+  return ReadJobsOfDay(windowSettings.logFile, App().LocalTime());
 }
 
 void DownloadApp::StopTrace() {

@@ -89,7 +89,7 @@ class DownloadApp : public Storable, protected ChannelHost {
   LineErrors CurrentLineErrors() const { return channel.Errors(); } // since the port was opened
   TimerQueue& Timers() { return timers; }
   void RunDueTimers();
-  FormDescription SettingsForm() const;
+  FormDescription SettingsForm(); // lent to a front end: it lives as long as this
   // What runs on the line now, as the status line tells it; nothing between exchanges. Any thread.
   std::optional<KorText> RunningExchange();
   // Ends the exchange that runs, the controller's as well as one begun by hand.
@@ -113,6 +113,9 @@ class DownloadApp : public Storable, protected ChannelHost {
   void ChooseTraceFile();
   bool StartTrace(const KorText& path); // false (and a message) when it can't be written
   void StopTrace();
+  bool IsTracing() const { return log.IsTracing(); }
+  // What the job log tells of today, oldest first; nothing when none is written.
+  std::vector<EndedJob> JobsOfToday() const;
   void SetMonitorShown(bool shown) { monitor.SetShown(shown); }
   void ReadyForServing();
 
@@ -211,6 +214,7 @@ class DownloadApp : public Storable, protected ChannelHost {
   void ReopenPort();
   void StartSend(const KorText& path);
   void RememberChoice(const KorText& path); // window
+  KorText CurrentName();                    // the current file's, without its folder
   void StartReceive(const KorText& path);
   void FormSettingsPath();
   void LoadSettingsOrProfile();

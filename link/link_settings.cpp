@@ -40,6 +40,7 @@ struct TextField {
   std::span<const char16_t* const> (*choices)();
   int browseText; // dictionary number of the chooser's title; 0: no chooser
   const char16_t* browseTitle;
+  int browseButton = 0;
 };
 
 struct NumberField {
@@ -68,13 +69,13 @@ const TextField kTextFields[] = {
     {15241, u"flow-control", u"Flow control", FieldKind::Choice, &LinkSettings::flowControl,
      FlowControls, 0, u""},
     {15226, u"upload-path", u"Upload path", FieldKind::FolderPath, &LinkSettings::uploadPath,
-     nullptr, 15329, u"Upload Path"},
+     nullptr, 15329, u"Upload Path", 15238},
     {15228, u"download-path", u"Download path", FieldKind::FolderPath, &LinkSettings::downloadPath,
-     nullptr, 15339, u"Download Path"},
+     nullptr, 15339, u"Download Path", 15239},
     {15232, u"file-extension", u"File extension", FieldKind::Text, &LinkSettings::fileExtension,
      nullptr, 0, u""},
     {15234, u"log-file", u"Log file", FieldKind::FilePath, &LinkSettings::logFile, nullptr, 15314,
-     u"Save Log File As"},
+     u"Save Log File As", 15240},
 };
 
 const NumberField kNumberFields[] = {
@@ -92,6 +93,35 @@ const CodeField kCodeFields[] = {
     {15264, u"sot-character", u"SOT character", &LinkSettings::sotCharacter},
     {15265, u"eot-character", u"EOT character", &LinkSettings::eotCharacter},
 };
+
+// A box of the form and what it frames.
+struct FieldGroup {
+  int number;
+  const char16_t* label;
+  std::vector<int> fields;
+};
+
+void SetGroups(std::vector<FormField>& fields) {
+  static const FieldGroup kGroups[] = {
+      {15550, u"Serial line", {15220, 15221, 15222, 15223, 15224, 15241}},
+      {15551, u"Programs", {15226, 15228, 15232}},
+      {15552, u"Start and end of text", {15260, 15264, 15261, 15265}},
+      {15553, u"Delays", {15246, 15247, 15249}},
+      {15233, u"Job log", {15234, 15235}},
+  };
+  for (const FieldGroup& group : kGroups)
+    for (FormField& field : fields) {
+      if (std::ranges::find(group.fields, field.number) == group.fields.end()) continue;
+      field.groupNumber = group.number;
+      field.group = LookUpText(group.number, group.label);
+    }
+}
+
+// Intended: the first label lacks its closing parenthesis.
+KorText LogFileFilters() {
+  return KorText::Format(u"%s (*.txt|*.txt|%s (*.*)|*.*", LookUpText(15316, u"Text files"),
+                         LookUpText(15313, u"All Files"));
+}
 
 std::vector<KorText> Texts(std::span<const char16_t* const> list) {
   return {list.begin(), list.end()};
@@ -299,6 +329,8 @@ FormDescription MakeSettingsForm(const LinkSettings& settings, const std::vector
     // A value from an older file that the list lacks stays selectable.
     if (text.choices && ListedValue(field).IsEmpty()) field.choices.push_back(field.value);
     if (text.browseText > 0) field.browseTitle = LookUpText(text.browseText, text.browseTitle);
+    field.browseNumber = text.browseButton;
+    if (text.kind == FieldKind::FilePath) field.filters = LogFileFilters();
     form.fields.push_back(field);
   }
   for (const NumberField& number : kNumberFields) {
@@ -320,6 +352,7 @@ FormDescription MakeSettingsForm(const LinkSettings& settings, const std::vector
                     Texts(ControlCodeNames())};
     form.fields.push_back(field);
   }
+  SetGroups(form.fields);
   return form;
 }
 

@@ -68,16 +68,24 @@ struct FormField {
   bool editable = false;    // Choice: any other text may be entered as well
   std::int32_t maximum = 0; // Number
   KorText browseTitle{};    // FolderPath and FilePath: title of the chooser
+  KorText filters{};        // FilePath: as in FileChoice
   bool enabled = true;
+  int browseNumber = 0; // of the button that opens the chooser
+  int groupNumber = 0;  // of the box that frames it with the others of that group; 0: none
+  KorText group{};      // the box's label
+  KorText problem{};    // what is wrong with the value, and what the field accepts
 };
 
 // A modal form: its caption, its fields and the rule that enables fields as others change.
 struct FormDescription {
   KorText caption;
-  KorText note; // explanation shown in the form
+  KorText note;     // explanation shown in the form, in the first group
+  KorText obstacle; // why the form can't be accepted now, whatever its fields hold
   std::vector<FormField> fields;
   // Called on opening and after each change; sets enabled of the fields.
   std::function<void(std::vector<FormField>&)> updateEnabled;
+  // Sets obstacle, and problem of every field. A form with either is not accepted.
+  std::function<void(FormDescription&)> check;
 
   FormField* Find(std::u16string_view key);
   const FormField* Find(std::u16string_view key) const;

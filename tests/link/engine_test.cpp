@@ -590,6 +590,46 @@ TEST_F(EngineTest, AnOverrunIsShownAndLoggedBeforeTheNextReadClearsIt) {
   EXPECT_EQ(link.Send("\rXYZ\r"), "<\rABCDEFGHIJKLMNOPQRSTUVWXYZ\r");
 }
 
+TEST_F(EngineTest, TheJobLogBringsTheJobsOfTheDayBack) {
+  const KorText jobs = link.app.Path(u"jobs.log");
+  const SystemTime now = link.app.LocalTime();
+  const auto line = [](const SystemTime& time, const KorText& text) {
+    return KorText::Format(u"%8s %s %s %s\r\n", u"", App().FormatDate(time), App().FormatTime(time),
+                           text);
+  };
+  SystemTime earlier = now;
+  earlier.year -= 1;
+  link.app.Put(jobs, line(earlier, u"Download Cancelled /cnc/1.MPG") + u"torn li\r\n" +
+                         line(now, u"Download Completed /cnc/a - b.MPG - 42 bytes") +
+                         line(now, u"Download Error(s) /cnc/Upload Cancelled.MPG") + u"  half");
+  link.Start({}, {}, u"[Log]\nlog file=" + jobs + u"\nwrite log=1\n");
+  const std::vector<EndedJob> read = link.link->JobsOfToday();
+  ASSERT_EQ(read.size(), 2U);
+  EXPECT_EQ(read[0].code, LinkStatus::DownloadCompleted);
+  EXPECT_EQ(read[0].fileName, u"/cnc/a - b.MPG");
+  EXPECT_EQ(read[0].line, u"Download Completed /cnc/a - b.MPG - 42 bytes");
+  EXPECT_EQ(read[0].time.second, now.second);
+  EXPECT_EQ(read[1].code, LinkStatus::DownloadErrors);
+  EXPECT_EQ(read[1].fileName, u"/cnc/Upload Cancelled.MPG");
+}
+
+TEST_F(EngineTest, TheSettingsFormSaysWhatIsWrongBesideEachField) {
+  link.Start();
+  FormDescription form = link.link->SettingsForm();
+  form.Find(u"file-extension")->value = u"a.b";
+  form.Find(u"upload-path")->value = u"/no/such/folder";
+  form.check(form);
+  for (const FormField& field : form.fields)
+    EXPECT_EQ(field.problem.IsEmpty(),
+              field.key != u"file-extension" && field.key != u"upload-path");
+  EXPECT_EQ(form.obstacle, u"");
+  link.PutProgram(u"1.MPG", u"A\n");
+  link.Ask("FH 1");
+  form = link.link->SettingsForm();
+  form.check(form);
+  EXPECT_NE(form.obstacle, u"");
+}
+
 TEST_F(EngineTest, TracesTheLineWithItsEcho) {
   link.Start();
   StartTrace();
