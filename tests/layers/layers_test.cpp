@@ -39,6 +39,7 @@ const std::vector<Layer>& Layers() {
       {"app/", {"app/", "link/", "ui/", "files/", "services/"}, {}},
       {"ui/console/", {"ui/console/", "app/", "link/", "ui/", "services/"}, {}},
       {"ui/wx/", {"ui/wx/", "app/", "link/", "ui/", "services/"}, {"wx/"}},
+      {"ui/wx/accessible_gtk", {"ui/wx/", "services/core/"}, {"wx/", "gtk/"}},
       {"platform/",
        {"platform/", "services/core/", "link/serial_port.h", "ui/terminal.h", "ui/line_editor.h"},
        {kAnything}},

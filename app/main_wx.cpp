@@ -1,0 +1,233 @@
+// ncedl: the DNC link in a window. Its whole command line, words joined by one blank, is the program's
+// command line: the model name, with "SIMULATION" and "500" switching their modes on.
+#include <clocale>
+#include <csignal>
+#include <cstdlib>
+#include <utility>
+
+#include <wx/app.h>
+#include <wx/msgdlg.h>
+
+#include "app/nce_app.h"
+#include "app/start_up.h"
+#include "platform/console_terminal.h"
+#include "platform/keep_awake.h"
+#include "platform/platform.h"
+#include "platform/program_start.h"
+#include "platform/serial_devices.h"
+#include "services/core/text_lookup.h"
+#include "tools/common/tool_main.h"
+#include "ui/wx/one_window.h"
+#include "ui/wx/timer_pump.h"
+#include "ui/wx/wx_front_end.h"
+#include "ui/wx/wx_text.h"
+
+using namespace kor;
+
+namespace {
+
+constexpr char16_t kHelp[] = uR"(ncedl - serves an NCE controller on a serial line, in a window
+
+usage: ncedl [WORDS]
+       ncedl -h | --help | --version
+
+WORDS, joined by blanks, name the settings: "ncedl PRESS 2" works with those of PRESS 2. With the word
+SIMULATION it simulates, with 500 it knows the names of that model. Without any the settings are those
+of NCE. A second start with the same words shows the window that is there. ncedl-setup prepares the
+folders and the port.)";
+
+constexpr double kEndPeriod = 0.2; // seconds between two looks whether a signal came
+
+volatile std::sig_atomic_t endAsked = 0;
+
+KorText JoinedWords(const std::vector<KorText>& words) {
+  KorText line;
+  for (const KorText& word : words) {
+    if (!line.IsEmpty()) line += u' ';
+    line += word;
+  }
+  return line;
+}
+
+// A single word that begins with "-" names no settings.
+std::optional<int> AnswerOption(const std::vector<KorText>& words) {
+  if (words.size() != 1 || !words[0].StartsWith(u"-") || words[0].Find(u' ') != KorText::kNone)
+    return std::nullopt;
+  return CommandLine(u"ncedl", kHelp).Read(words).Tell(StandardOutput());
+}
+
+KorText ReportText(const MessageRecord& record) {
+  return record.details.IsEmpty() ? record.message : record.message + u"\n\n" + record.details;
+}
+
+// Before there is a window, and after it.
+void ReportPlainly(AppInterface& application) {
+  application.SetReporter([](const MessageRecord& record) {
+    const long icon = record.level == MessageLevel::Info ? wxICON_INFORMATION : wxICON_ERROR;
+    wxMessageBox(ToWx(ReportText(record)), ToWx(record.info), wxOK | icon);
+    return record.number;
+  });
+}
+
+// Reports may come from any thread.
+void ReportThrough(WxFrontEnd& frontEnd) {
+  App().SetReporter([&frontEnd](const MessageRecord& record) {
+    frontEnd.Post([&frontEnd, record] {
+      frontEnd.ShowMessage(record.info, ReportText(record), MessageStyle::Exclamation);
+    });
+    return record.number;
+  });
+}
+
+// Which port is looked for, what is there, and when it is tried again.
+KorText LinkAdvice(const KorText& port) {
+  KorText devices;
+  for (const SerialDevice& device : ListSerialDevices()) {
+    if (!devices.IsEmpty()) devices += u", ";
+    devices += device.path;
+  }
+  if (devices.IsEmpty()) devices = LookUpText(15555, u"none");
+  return KorText::Format(
+      LookUpText(15554, u"Looking for %s. Devices here: %s. It is tried again every second."),
+      SerialDeviceName(port), devices);
+}
+
+// The program with its window, from the first look at the settings to the last save.
+class WindowRun {
+ public:
+  WindowRun(const KorText& commandLine, const KorText& cncFolder)
+      : app(Services(cncFolder), commandLine) {}
+
+  // The loop is the toolkit's; its result is the exit code.
+  int Run(const std::function<int()>& loop, const std::function<void()>& exitLoop);
+  // The desktop's session ends: no question.
+  void End();
+
+ private:
+  EngineServices Services(const KorText& cncFolder) {
+    EngineServices services;
+    services.port = &port;
+    services.window = &frontEnd;
+    services.cncFolder = cncFolder;
+    services.probePort = [](const KorText& name) { return PlatformSerialPort().Open(name); };
+    return services;
+  }
+  void Show();
+  bool MayClose();
+
+  PlatformSerialPort port;
+  WxFrontEnd frontEnd;
+  NCEApp app;
+  KeepAwake awake;
+  MainWindow* window = nullptr; // the toolkit's to destroy
+  std::function<void()> exit;
+  bool asking = false;
+  bool ending = false;
+};
+
+void WindowRun::Show() {
+  window = new MainWindow(app, app.ModelName());
+  frontEnd.Attach(*window, app);
+  ReportThrough(frontEnd);
+  window->SetLinkAdvice([this] { return LinkAdvice(app.Settings().port); });
+  window->Recall();
+  window->Show();
+  app.SetUpServices();
+  app.BuildWindow();
+  window->ShowSettings();
+  for (const EndedJob& job : app.JobsOfToday())
+    window->AddEarlierJob(job);
+  window->Bind(wxEVT_CLOSE_WINDOW, [this](wxCloseEvent& event) {
+    if (!event.CanVeto() || MayClose())
+      End();
+    else
+      event.Veto();
+  });
+}
+
+bool WindowRun::MayClose() {
+  if (!app.RunningExchange()) return true;
+  if (asking) return false;
+  asking = true;
+  const bool yes = Ask(window, LookUpText(15567, u"A transfer is running. End it and close?"));
+  asking = false;
+  return yes;
+}
+
+void WindowRun::End() {
+  if (std::exchange(ending, true)) return;
+  window->Remember();
+  window->Hide();
+  CloseModalWindows();
+  exit();
+}
+
+int WindowRun::Run(const std::function<int()>& loop, const std::function<void()>& exitLoop) {
+  OneWindow instance(app.ModelName());
+  if (!instance.IsFirst()) return 0;
+  exit = exitLoop;
+  Show();
+  instance.SetOnRaise([this] {
+    window->Iconize(false);
+    window->Raise();
+  });
+  app.Timers().Create(u"ncedl::Look", kEndPeriod, App().HighResolutionSeconds(), true, [this] {
+    if (endAsked != 0) End();
+    awake.Set(app.RunningExchange().has_value());
+  });
+  int result = 0;
+  {
+    TimerPump pump(app.Timers(), [this](auto task) { frontEnd.Post(std::move(task)); });
+    result = loop();
+  }
+  instance.SetOnRaise({});
+  ReportPlainly(App());
+  app.Terminate();
+  if (app.IsWorkerStuck()) std::_Exit(0);
+  frontEnd.Detach();
+  window->Destroy();
+  return result;
+}
+
+class WindowProgram : public wxApp {
+ public:
+  explicit WindowProgram(const KorText& words) : commandLine(words) {}
+  bool OnInit() override { return true; }
+  int OnRun() override;
+
+ private:
+  const KorText commandLine;
+};
+
+int WindowProgram::OnRun() {
+  std::setlocale(LC_NUMERIC, "C"); // numbers in files and logs have a point
+  SetExitOnFrameDelete(false);
+  PlatformAppInterface application;
+  SetApp(&application);
+  ReportPlainly(application);
+  KorText error;
+  const auto program = StartProgram(application, commandLine, error);
+  if (!error.IsEmpty()) wxMessageBox(ToWx(error), "Download", wxOK | wxICON_ERROR);
+  if (!program) return 0; // intended: a program that can't start ends without an error code
+  WindowRun run(commandLine, program->cncFolder);
+  Bind(wxEVT_QUERY_END_SESSION, [](wxCloseEvent&) {}); // no question
+  Bind(wxEVT_END_SESSION, [&run](wxCloseEvent&) { run.End(); });
+  return run.Run([this] { return wxApp::OnRun(); }, [this] { ExitMainLoop(); });
+}
+
+void OnEndSignal(int) {
+  endAsked = 1;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+  PrepareProgram();
+  const std::vector<KorText> words = ProgramArguments(argc, argv);
+  if (const auto code = AnswerOption(words)) return *code;
+  for (const int signal : {SIGINT, SIGTERM})
+    std::signal(signal, OnEndSignal);
+  wxApp::SetInstance(new WindowProgram(JoinedWords(words)));
+  int none = 1; // no option of the toolkit hides in the words
+  return wxEntry(none, argv);
+}

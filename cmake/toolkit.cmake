@@ -1,0 +1,13 @@
+# ncedl_toolkit: the window's toolkit, with its headers as the system's, whose warnings are not ours.
+find_package(wxWidgets 3.2 REQUIRED COMPONENTS net core base)
+add_library(ncedl_toolkit INTERFACE)
+target_include_directories(ncedl_toolkit SYSTEM INTERFACE ${wxWidgets_INCLUDE_DIRS})
+target_compile_definitions(ncedl_toolkit INTERFACE ${wxWidgets_DEFINITIONS})
+target_compile_options(ncedl_toolkit INTERFACE ${wxWidgets_CXX_FLAGS})
+target_link_libraries(ncedl_toolkit INTERFACE ${wxWidgets_LIBRARIES})
+if(NOT WIN32)
+  find_package(PkgConfig REQUIRED)
+  pkg_check_modules(NCEDL_GTK REQUIRED gtk+-3.0)
+  target_include_directories(ncedl_toolkit SYSTEM INTERFACE ${NCEDL_GTK_INCLUDE_DIRS})
+  target_link_libraries(ncedl_toolkit INTERFACE ${NCEDL_GTK_LINK_LIBRARIES})
+endif()

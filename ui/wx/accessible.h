@@ -1,0 +1,13 @@
+// What a screen reader is told of a control. One source file per toolkit. Window's thread.
+#pragma once
+
+#include <wx/window.h>
+
+#include "services/core/kor_text.h"
+
+namespace kor {
+
+// The control's name for assistive technology, and its tool tip where description is not empty.
+void SetSpokenName(wxWindow* control, const KorText& name, const KorText& description = {});
+
+} // namespace kor

@@ -1,0 +1,34 @@
+#include "ui/wx/accessible.h"
+#include "ui/wx/wx_text.h"
+
+#include <gtk/gtk.h>
+
+namespace kor {
+
+namespace {
+
+// The toolkit's own widget inside the ones that only scroll or frame it.
+GtkWidget* Innermost(GtkWidget* widget) {
+  while (GTK_IS_SCROLLED_WINDOW(widget) || GTK_IS_EVENT_BOX(widget)) {
+    GtkWidget* const child = gtk_bin_get_child(GTK_BIN(widget));
+    if (!child) break;
+    widget = child;
+  }
+  return widget;
+}
+
+void Name(GtkWidget* widget, const KorText& name) {
+  if (AtkObject* const spoken = gtk_widget_get_accessible(widget))
+    atk_object_set_name(spoken, name.ToUtf8().c_str());
+}
+
+} // namespace
+
+void SetSpokenName(wxWindow* control, const KorText& name, const KorText& description) {
+  GtkWidget* const widget = static_cast<GtkWidget*>(control->GetHandle());
+  Name(widget, name);
+  Name(Innermost(widget), name);
+  if (!description.IsEmpty()) control->SetToolTip(ToWx(description));
+}
+
+} // namespace kor

@@ -1,0 +1,281 @@
+#include "ui/wx/form_window.h"
+
+#include <algorithm>
+#include <set>
+
+#include <wx/button.h>
+#include <wx/checkbox.h>
+#include <wx/choice.h>
+#include <wx/combobox.h>
+#include <wx/dirdlg.h>
+#include <wx/filedlg.h>
+#include <wx/sizer.h>
+#include <wx/spinctrl.h>
+#include <wx/statbox.h>
+
+#include "services/core/text_lookup.h"
+#include "ui/wx/accessible.h"
+#include "ui/wx/signs.h"
+#include "ui/wx/wx_text.h"
+
+namespace kor {
+
+namespace {
+
+constexpr int kNoteWidth = 380; // device-independent pixels; so below
+constexpr int kTextWidth = 220;
+constexpr int kChoiceWidth = 120;
+constexpr int kGap = 6;
+constexpr std::size_t kOneColumn = 8; // fields that still stand below one another
+constexpr int kLookPeriod = 500;      // milliseconds between two looks for an obstacle
+
+bool IsPath(FieldKind kind) {
+  return kind == FieldKind::FolderPath || kind == FieldKind::FilePath;
+}
+
+template <class Control> void AddChoices(Control* control, const FormField& field) {
+  for (const KorText& choice : field.choices)
+    control->Append(ToWx(choice));
+  control->SetMinSize(control->FromDIP(wxSize(kChoiceWidth, -1)));
+}
+
+wxWindow* MakeChoice(const FormField& field, wxWindow* parent) {
+  if (field.editable) {
+    auto* const combo = new wxComboBox(parent, field.number);
+    AddChoices(combo, field);
+    combo->SetValue(ToWx(field.value));
+    return combo;
+  }
+  auto* const choice = new wxChoice(parent, field.number);
+  AddChoices(choice, field);
+  // A value from an older file that no list holds is kept as long as nobody chooses another.
+  if (!choice->SetStringSelection(ToWx(field.value)))
+    choice->SetSelection(choice->Append(ToWx(field.value)));
+  return choice;
+}
+
+} // namespace
+
+FormWindow::FormWindow(wxWindow* parent, FormDescription& description)
+    : wxDialog(parent, wxID_ANY, ToWx(description.caption), wxDefaultPosition, wxDefaultSize,
+               wxDEFAULT_DIALOG_STYLE | wxRESIZE_BORDER),
+      form(description), looks(this) {
+  auto* const column = new wxBoxSizer(wxVERTICAL);
+  column->Add(MakeGroups(), wxSizerFlags(1).Expand().Border(wxALL, FromDIP(kGap * 2)));
+  obstacle = MakeProblem(this);
+  column->Add(obstacle, wxSizerFlags().Expand().Border(wxLEFT | wxRIGHT, FromDIP(kGap * 2)));
+  auto* const buttons = new wxStdDialogButtonSizer;
+  auto* const ok = new wxButton(this, wxID_OK, mnemonics.Label(LookUpText(15301, u"OK")));
+  ok->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { Accept(); });
+  buttons->AddButton(ok);
+  buttons->AddButton(
+      new wxButton(this, wxID_CANCEL, mnemonics.Label(LookUpText(15302, u"Cancel"))));
+  buttons->Realize();
+  ok->SetDefault();
+  column->Add(buttons, wxSizerFlags().Expand().Border(wxALL, FromDIP(kGap)));
+  SetSizerAndFit(column);
+  building = false;
+  ShowEnabled();
+  ShowObstacle();
+  Bind(wxEVT_TIMER, [this](wxTimerEvent&) { ShowObstacle(); });
+  if (form.check) looks.Start(kLookPeriod);
+  CentreOnParent();
+}
+
+// Each group in the place of its first field; a long form stands in two columns.
+wxSizer* FormWindow::MakeGroups() {
+  auto* const columns = new wxBoxSizer(wxHORIZONTAL);
+  const std::size_t most = form.fields.size() > kOneColumn ? form.fields.size() / 2 : kOneColumn;
+  wxSizer* column = nullptr;
+  std::size_t made = 0;
+  std::set<int> groups;
+  for (const FormField& first : form.fields) {
+    if (!groups.insert(first.groupNumber).second) continue;
+    if (!column || made >= most) {
+      column = new wxBoxSizer(wxVERTICAL);
+      columns->Add(column, wxSizerFlags(1).Border(wxRIGHT, FromDIP(kGap)));
+      made = 0;
+    }
+    made += MakeGroup(first, column, groups.size() == 1);
+  }
+  return columns;
+}
+
+std::size_t FormWindow::MakeGroup(const FormField& first, wxSizer* column, bool withNote) {
+  wxWindow* parent = this;
+  auto* box = new wxBoxSizer(wxVERTICAL);
+  if (first.groupNumber != 0) {
+    auto* const framed = new wxStaticBoxSizer(wxVERTICAL, this, ToLabel(first.group));
+    framed->GetStaticBox()->SetId(first.groupNumber);
+    parent = framed->GetStaticBox();
+    box = framed;
+  }
+  auto* const grid = new wxFlexGridSizer(3, FromDIP(wxSize(kGap, kGap)));
+  grid->AddGrowableCol(1);
+  box->Add(grid, wxSizerFlags().Expand().Border(wxALL, FromDIP(kGap)));
+  std::size_t count = 0;
+  for (FormField& field : form.fields) {
+    if (field.groupNumber != first.groupNumber) continue;
+    MakeField(field, parent, grid);
+    ++count;
+  }
+  if (withNote && !form.note.IsEmpty()) {
+    auto* const note = new wxStaticText(parent, wxID_ANY, ToLabel(form.note));
+    note->Wrap(FromDIP(kNoteWidth));
+    box->Add(note, wxSizerFlags().Border(wxALL, FromDIP(kGap)));
+  }
+  column->Add(box, wxSizerFlags().Expand().Border(wxBOTTOM, FromDIP(kGap)));
+  return count;
+}
+
+void FormWindow::MakeField(FormField& field, wxWindow* parent, wxFlexGridSizer* grid) {
+  Row& row = rows[field.number];
+  const auto centred = wxSizerFlags().CentreVertical();
+  const auto add = [&](wxWindow* window, const wxSizerFlags& flags) {
+    if (window)
+      grid->Add(window, flags);
+    else
+      grid->AddSpacer(0);
+  };
+  wxWindow* label = nullptr;
+  if (field.kind != FieldKind::Check)
+    label = new wxStaticText(parent, wxID_ANY, mnemonics.Label(field.label));
+  add(label, centred);
+  row.control = MakeControl(field, parent);
+  SetSpokenName(row.control, field.label);
+  add(row.control, wxSizerFlags(1).Expand());
+  add(IsPath(field.kind) ? MakeBrowse(field, parent) : nullptr, centred);
+  // What is wrong with the field, in words, under it; takes no room while nothing is.
+  row.problem = MakeProblem(parent);
+  add(nullptr, {});
+  add(row.problem, wxSizerFlags().Expand());
+  add(nullptr, {});
+}
+
+wxStaticText* FormWindow::MakeProblem(wxWindow* parent) {
+  auto* const problem = new wxStaticText(parent, wxID_ANY, {});
+  problem->SetForegroundColour(ColourOf(Sign::Failed));
+  problem->Hide();
+  return problem;
+}
+
+wxWindow* FormWindow::MakeControl(const FormField& field, wxWindow* parent) {
+  const auto changed = [this](wxCommandEvent& event) {
+    ShowEnabled();
+    event.Skip();
+  };
+  switch (field.kind) {
+  case FieldKind::Check: {
+    auto* const box = new wxCheckBox(parent, field.number, mnemonics.Label(field.label));
+    box->SetValue(field.value == u"1");
+    box->Bind(wxEVT_CHECKBOX, changed);
+    return box;
+  }
+  case FieldKind::Choice:
+    return MakeChoice(field, parent);
+  case FieldKind::Number: {
+    auto* const number = new wxSpinCtrl(parent, field.number, {}, wxDefaultPosition, wxDefaultSize,
+                                        wxSP_ARROW_KEYS, 0, field.maximum);
+    number->SetValue(field.value.ToInteger());
+    return number;
+  }
+  case FieldKind::Text:
+  case FieldKind::FolderPath:
+  case FieldKind::FilePath:
+    break;
+  }
+  auto* const text = new wxTextCtrl(parent, field.number, ToWx(field.value));
+  text->SetMinSize(FromDIP(wxSize(IsPath(field.kind) ? kTextWidth : kChoiceWidth, -1)));
+  return text;
+}
+
+wxWindow* FormWindow::MakeBrowse(const FormField& field, wxWindow* parent) {
+  auto* const button = new wxButton(parent, field.browseNumber, "...", wxDefaultPosition,
+                                    wxDefaultSize, wxBU_EXACTFIT);
+  SetSpokenName(button, field.browseTitle, field.browseTitle);
+  button->Bind(wxEVT_BUTTON, [this, &field](wxCommandEvent&) { Browse(field); });
+  return button;
+}
+
+void FormWindow::Browse(const FormField& field) {
+  auto* const text = static_cast<wxTextCtrl*>(rows[field.number].control);
+  if (field.kind == FieldKind::FolderPath) {
+    wxDirDialog chooser(this, ToWx(field.browseTitle), text->GetValue());
+    if (chooser.ShowModal() == wxID_OK) text->SetValue(chooser.GetPath());
+    return;
+  }
+  wxFileDialog chooser(this, ToWx(field.browseTitle), {}, text->GetValue(), ToWx(field.filters),
+                       wxFD_SAVE);
+  if (chooser.ShowModal() == wxID_OK) text->SetValue(chooser.GetPath());
+}
+
+KorText FormWindow::ValueOf(const FormField& field) const {
+  wxWindow* const control = rows.at(field.number).control;
+  switch (field.kind) {
+  case FieldKind::Check:
+    return static_cast<wxCheckBox*>(control)->GetValue() ? u"1" : u"0";
+  case FieldKind::Number:
+    return KorText::Format(u"%i", static_cast<wxSpinCtrl*>(control)->GetValue());
+  case FieldKind::Choice:
+    if (field.editable) return FromWx(static_cast<wxComboBox*>(control)->GetValue());
+    return FromWx(static_cast<wxChoice*>(control)->GetStringSelection());
+  case FieldKind::Text:
+  case FieldKind::FolderPath:
+  case FieldKind::FilePath:
+    break;
+  }
+  return FromWx(static_cast<wxTextCtrl*>(control)->GetValue());
+}
+
+void FormWindow::ReadControls() {
+  for (FormField& field : form.fields)
+    field.value = ValueOf(field);
+}
+
+void FormWindow::ShowEnabled() {
+  if (building || !form.updateEnabled) return;
+  ReadControls();
+  form.updateEnabled(form.fields);
+  for (const FormField& field : form.fields)
+    rows[field.number].control->Enable(field.enabled);
+}
+
+void FormWindow::ShowProblem(wxStaticText* where, const KorText& text, int width) {
+  if (FromWx(where->GetLabelText()) == text) return;
+  where->SetLabelText(ToWx(text));
+  where->Wrap(width);
+  where->Show(!text.IsEmpty());
+}
+
+void FormWindow::ShowObstacle() {
+  if (!form.check) return;
+  form.check(form);
+  const bool shown = obstacle->IsShown();
+  ShowProblem(obstacle, form.obstacle, GetClientSize().x - FromDIP(kGap * 4));
+  if (shown != obstacle->IsShown()) Fit();
+}
+
+bool FormWindow::ShowProblems() {
+  ShowObstacle();
+  wxWindow* first = nullptr;
+  for (const FormField& field : form.fields) {
+    const Row& row = rows[field.number];
+    ShowProblem(row.problem, field.problem,
+                std::max(row.control->GetSize().x, FromDIP(kTextWidth)));
+    if (!first && !field.problem.IsEmpty()) first = row.control;
+  }
+  Fit();
+  if (first) first->SetFocus();
+  return !first && form.obstacle.IsEmpty();
+}
+
+void FormWindow::Accept() {
+  ReadControls();
+  if (ShowProblems()) EndModal(wxID_OK);
+}
+
+bool FormWindow::Run() {
+  return ShowModal() == wxID_OK;
+}
+
+} // namespace kor

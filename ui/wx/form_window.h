@@ -1,0 +1,54 @@
+// FormWindow: shows any described form as a modal dialog of native controls. The link goes on meanwhile:
+// the toolkit's loop runs the timers and posts. Window's thread.
+#pragma once
+
+#include <map>
+
+#include <wx/dialog.h>
+#include <wx/sizer.h>
+#include <wx/stattext.h>
+#include <wx/timer.h>
+
+#include "ui/form_dialog.h"
+#include "ui/wx/mnemonics.h"
+
+namespace kor {
+
+class FormWindow : public wxDialog {
+ public:
+  FormWindow(wxWindow* parent, FormDescription& description);
+
+  // Modal. True when it was accepted; the fields then hold what the user left in them.
+  bool Run();
+
+ private:
+  struct Row {
+    wxWindow* control = nullptr;
+    wxStaticText* problem = nullptr;
+  };
+
+  wxSizer* MakeGroups();
+  // The fields of first's group; how many there are.
+  std::size_t MakeGroup(const FormField& first, wxSizer* column, bool withNote);
+  void MakeField(FormField& field, wxWindow* parent, wxFlexGridSizer* grid);
+  wxWindow* MakeControl(const FormField& field, wxWindow* parent);
+  wxWindow* MakeBrowse(const FormField& field, wxWindow* parent);
+  static wxStaticText* MakeProblem(wxWindow* parent);
+  static void ShowProblem(wxStaticText* where, const KorText& text, int width);
+  void Browse(const FormField& field);
+  KorText ValueOf(const FormField& field) const;
+  void ReadControls();
+  void ShowEnabled();
+  void ShowObstacle();
+  bool ShowProblems(); // false when there is one
+  void Accept();
+
+  FormDescription& form;
+  Mnemonics mnemonics;
+  std::map<int, Row> rows; // by the field's number
+  wxStaticText* obstacle = nullptr;
+  wxTimer looks;
+  bool building = true;
+};
+
+} // namespace kor

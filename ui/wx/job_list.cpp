@@ -1,0 +1,38 @@
+#include "ui/wx/job_list.h"
+
+#include "services/core/text_lookup.h"
+#include "ui/transfer_text.h"
+#include "ui/wx/accessible.h"
+#include "ui/wx/wx_text.h"
+
+namespace kor {
+
+namespace {
+
+// "✓  13:05:12   0000123.MPG   Download Completed - 500 bytes"
+KorText JobText(const EndedJob& job) {
+  const StatusWords apart = TakeApart(job.line, job.fileName);
+  const KorText name = apart.name.IsEmpty() ? KorText() : apart.name + u"   ";
+  return KorText::Format(u"%s  %02i:%02i:%02i   %s%s", job.Failed() ? u"\u2717" : u"\u2713",
+                         job.time.hour, job.time.minute, job.time.second, name, apart.words);
+}
+
+bool SameDay(const SystemTime& a, const SystemTime& b) {
+  return a.day == b.day && a.month == b.month && a.year == b.year;
+}
+
+} // namespace
+
+JobList::JobList(wxWindow* parent)
+    : wxListBox(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize, 0, nullptr, wxLB_SINGLE) {
+  SetSpokenName(this, LookUpText(15566, u"Jobs today"));
+}
+
+void JobList::Add(const EndedJob& job) {
+  if (!SameDay(job.time, newest)) Clear();
+  newest = job.time;
+  Insert(ToWx(JobText(job)), 0);
+  if (GetCount() > kMostJobs) Delete(GetCount() - 1);
+}
+
+} // namespace kor

@@ -1,0 +1,85 @@
+#include "ui/wx/lamp_row.h"
+
+#include <algorithm>
+
+#include <wx/stattext.h>
+
+#include "services/core/text_lookup.h"
+#include "ui/wx/accessible.h"
+#include "ui/wx/signs.h"
+#include "ui/wx/wx_text.h"
+
+namespace kor {
+
+namespace {
+
+constexpr int kSide = 16; // device-independent pixels; so below
+constexpr int kGap = 6;
+
+struct LampLabel {
+  int number;
+  const char16_t* label;
+};
+constexpr LampLabel kLabels[kLampCount] = {
+    {15205, u"Receive"},   {15206, u"Transmit"},  {15250, u"CTS Hold"},  {15251, u"DSR Hold"},
+    {15256, u"RLSD Hold"}, {15257, u"XOFF Hold"}, {15258, u"XOFF Sent"},
+};
+
+Lamp LampAt(std::size_t at) {
+  return static_cast<Lamp>(at);
+}
+
+} // namespace
+
+LampRow::LampRow(wxWindow* parent) : wxPanel(parent) {
+  grid = new wxGridSizer(1, FromDIP(wxSize(kGap * 2, kGap)));
+  for (std::size_t at = 0; at < kLampCount; ++at) {
+    wxPanel* const lamp = MakeLamp(LampAt(at));
+    widest = std::max(widest, lamp->GetBestSize().x + grid->GetHGap());
+    grid->Add(lamp, wxSizerFlags().Expand());
+  }
+  SetSizer(grid);
+  Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
+    Arrange();
+    event.Skip();
+  });
+}
+
+wxPanel* LampRow::MakeLamp(Lamp lamp) {
+  auto* const cell = new wxPanel(this);
+  names[lamp] = LookUpText(kLabels[lamp].number, kLabels[lamp].label);
+  signs[lamp] = new wxStaticBitmap(cell, wxID_ANY, DrawnSign(SignOf(lamp, false), kSide));
+  auto* const row = new wxBoxSizer(wxHORIZONTAL);
+  row->Add(signs[lamp], wxSizerFlags().CentreVertical().Border(wxRIGHT, FromDIP(kGap)));
+  row->Add(new wxStaticText(cell, kLabels[lamp].number, ToLabel(names[lamp])),
+           wxSizerFlags().CentreVertical());
+  cell->SetSizer(row);
+  Draw(lamp);
+  return cell;
+}
+
+void LampRow::Draw(Lamp lamp) {
+  signs[lamp]->SetBitmap(DrawnSign(SignOf(lamp, shown[lamp]), kSide));
+  const KorText state = shown[lamp] ? LookUpText(15564, u"on") : LookUpText(15565, u"off");
+  SetSpokenName(signs[lamp], names[lamp] + u": " + state);
+}
+
+void LampRow::Show(const std::array<bool, kLampCount>& lamps) {
+  for (std::size_t at = 0; at < kLampCount; ++at) {
+    if (shown[at] == lamps[at]) continue;
+    shown[at] = lamps[at];
+    Draw(LampAt(at));
+  }
+}
+
+// As many beside one another as the width holds.
+void LampRow::Arrange() {
+  const int columns = std::clamp(GetClientSize().x / widest, 1, static_cast<int>(kLampCount));
+  if (columns == grid->GetCols()) return;
+  grid->SetCols(columns);
+  InvalidateBestSize();
+  SetMinSize({-1, grid->CalcMin().y});
+  if (GetParent()) GetParent()->PostSizeEvent();
+}
+
+} // namespace kor

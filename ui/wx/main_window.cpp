@@ -1,0 +1,345 @@
+#include "ui/wx/main_window.h"
+
+#include <algorithm>
+
+#include <wx/sizer.h>
+#include <wx/statbox.h>
+
+#include "services/core/text_lookup.h"
+#include "ui/transfer_text.h"
+#include "ui/wx/accessible.h"
+#include "ui/wx/side_windows.h"
+#include "ui/wx/signs.h"
+#include "ui/wx/wx_text.h"
+
+namespace kor {
+
+namespace {
+
+constexpr int kStateSign = 56; // device-independent pixels; so below
+constexpr int kGap = 8;
+constexpr int kButtonHeight = 40; // for a finger in a glove
+constexpr int kWidth = 560;
+constexpr int kHeight = 680;
+constexpr int kLeastWidth = 260;
+constexpr double kHeadlineScale = 2.4;
+constexpr int kGaugeRange = 1000;
+
+constexpr int kSendButton = 15210;
+constexpr int kReceiveButton = 15211;
+constexpr int kLoopbackButton = 15212;
+constexpr int kSpecialButton = 15270;
+constexpr int kSettingsButton = 15101;
+constexpr int kStatusText = 15201;
+constexpr int kProgressLabel = 15202;
+constexpr int kTestLabel = 15259;
+constexpr int kMonitorSwitch = 15207;
+constexpr int kMonitor = 15209;
+constexpr int kTraceSwitch = 15266;
+constexpr int kRtsSwitch = 15273;
+constexpr int kDtrSwitch = 15274;
+constexpr int kCancelButton = 15556;
+constexpr const char* kMonitorPart = "monitor";
+constexpr std::size_t kStatusWidth = 70; // characters
+
+// "45%  9.6 kB/s  0:31 left", as far as it is known; nothing between transfers.
+KorText TransferText(const StatusView& view, const Pace& pace) {
+  if (!IsTransfer(view.code)) return {};
+  KorText text = ShareText(view);
+  for (const KorText& part : {RatePart(pace), LeftPart(view, pace)}) {
+    if (part.IsEmpty()) continue;
+    if (!text.IsEmpty()) text += u"  ";
+    text += part;
+  }
+  return text;
+}
+
+void SetTextIfNew(wxStaticText* control, const wxString& text) {
+  if (control->GetLabelText() != text) control->SetLabelText(text);
+}
+
+} // namespace
+
+const MainWindow::Action MainWindow::kActions[] = {
+    {kSendButton, u"Send NC File", &MainWindow::Send},
+    {kReceiveButton, u"Receive NC File", &MainWindow::Receive},
+    {kLoopbackButton, u"Loop Back Test", &MainWindow::Loopback},
+    {kSpecialButton, u"Special Features", &MainWindow::Special},
+    {kSettingsButton, u"Download Settings", &MainWindow::Settings},
+    {kCancelButton, u"Cancel Transfer", &MainWindow::Cancel},
+};
+
+const MainWindow::Switch MainWindow::kSwitches[] = {
+    {kMonitorSwitch, u"Show Monitor", &MainWindow::OnMonitor},
+    {kTraceSwitch, u"Communications Trace", &MainWindow::OnTrace},
+    {kRtsSwitch, u"RTS/CTS Handshake", &MainWindow::OnRts},
+    {kDtrSwitch, u"DTR/DSR Handshake", &MainWindow::OnDtr},
+};
+
+MainWindow::MainWindow(NCEApp& nceApp, const KorText& settingsName)
+    : wxFrame(nullptr, wxID_ANY, {}), app(nceApp), memory(settingsName) {
+  auto* const ground = new wxPanel(this); // takes the keyboard from control to control
+  upper = new wxPanel(ground);
+  auto* const state = new wxBoxSizer(wxVERTICAL);
+  state->Add(MakeState(upper), wxSizerFlags().Expand());
+  state->Add(MakeProgress(upper), wxSizerFlags().Expand().Border(wxTOP, FromDIP(kGap)));
+  lamps = new LampRow(upper);
+  state->Add(lamps, wxSizerFlags().Expand().Border(wxTOP, FromDIP(kGap)));
+  upper->SetSizer(state);
+  lower = MakeLower(ground);
+  auto* const column = new wxBoxSizer(wxVERTICAL);
+  column->Add(upper, wxSizerFlags().Expand().Border(wxALL, FromDIP(kGap)));
+  column->Add(lower, wxSizerFlags(1).Expand().Border(wxLEFT | wxRIGHT | wxBOTTOM, FromDIP(kGap)));
+  ground->SetSizer(column);
+  SetSize(FromDIP(wxSize(kWidth, kHeight)));
+  CentreOnScreen();
+  Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
+    event.Skip();
+    CallAfter([this] { FitParts(); });
+  });
+}
+
+// --- Parts ---------------------------------------------------------------------------------------------
+
+wxSizer* MainWindow::MakeState(wxWindow* parent) {
+  sign = new wxStaticBitmap(parent, wxID_ANY, DrawnSign(Sign::Idle, kStateSign));
+  headline = new wxStaticText(parent, wxID_ANY, {}, wxDefaultPosition, wxDefaultSize,
+                              wxST_ELLIPSIZE_END | wxST_NO_AUTORESIZE);
+  headline->SetFont(headline->GetFont().Scaled(static_cast<float>(kHeadlineScale)).Bold());
+  statusLine = new wxTextCtrl(parent, kStatusText, {}, wxDefaultPosition, wxDefaultSize,
+                              wxTE_READONLY | wxBORDER_NONE);
+  statusLine->SetBackgroundColour(parent->GetBackgroundColour());
+  SetSpokenName(statusLine, LookUpText(kStatusText, u"Status"));
+  advice = new wxStaticText(parent, wxID_ANY, {});
+  advice->Hide();
+  auto* const words = new wxBoxSizer(wxVERTICAL);
+  words->Add(headline, wxSizerFlags().Expand());
+  words->Add(statusLine, wxSizerFlags().Expand());
+  words->Add(advice, wxSizerFlags().Expand());
+  auto* const row = new wxBoxSizer(wxHORIZONTAL);
+  row->Add(sign, wxSizerFlags().CentreVertical().Border(wxRIGHT, FromDIP(kGap * 2)));
+  row->Add(words, wxSizerFlags(1).CentreVertical());
+  return row;
+}
+
+wxSizer* MainWindow::MakeProgress(wxWindow* parent) {
+  const KorText name = LookUpText(kProgressLabel, u"Progress");
+  auto* const label = new wxStaticText(parent, kProgressLabel, ToLabel(name));
+  gauge = new wxGauge(parent, wxID_ANY, kGaugeRange, wxDefaultPosition, FromDIP(wxSize(60, 18)),
+                      wxGA_HORIZONTAL | wxGA_SMOOTH);
+  SetSpokenName(gauge, name);
+  progressText = new wxStaticText(parent, wxID_ANY, {});
+  auto* const row = new wxBoxSizer(wxHORIZONTAL);
+  row->Add(label, wxSizerFlags().CentreVertical().Border(wxRIGHT, FromDIP(kGap)));
+  row->Add(gauge, wxSizerFlags(1).CentreVertical().Border(wxRIGHT, FromDIP(kGap)));
+  row->Add(progressText, wxSizerFlags().CentreVertical().Border(wxRIGHT, FromDIP(kGap)));
+  row->Add(MakeButton(parent, kActions[std::size(kActions) - 1]), wxSizerFlags().CentreVertical());
+  Button(kCancelButton)->Disable();
+  return row;
+}
+
+wxButton* MainWindow::MakeButton(wxWindow* parent, const Action& action) {
+  const KorText name = LookUpText(action.number, action.label);
+  auto* const button = new wxButton(parent, action.number, mnemonics.Label(name));
+  button->SetMinSize(FromDIP(wxSize(-1, kButtonHeight)));
+  SetSpokenName(button, name);
+  button->Bind(wxEVT_BUTTON, [this, run = action.run](wxCommandEvent&) { (this->*run)(); });
+  return button;
+}
+
+wxCheckBox* MainWindow::MakeCheckBox(wxWindow* parent, const Switch& which) {
+  const KorText name = LookUpText(which.number, which.label);
+  auto* const box = new wxCheckBox(parent, which.number, mnemonics.Label(name));
+  SetSpokenName(box, name);
+  box->Bind(wxEVT_CHECKBOX,
+            [this, run = which.run](wxCommandEvent& event) { (this->*run)(event.IsChecked()); });
+  return box;
+}
+
+// Jobs by hand in one row, what is set up rarely in the other.
+wxSizer* MainWindow::MakeActions(wxWindow* parent) {
+  auto* const grid = new wxFlexGridSizer(2, FromDIP(wxSize(kGap, kGap)));
+  grid->AddGrowableCol(0, 1);
+  grid->AddGrowableCol(1, 1);
+  for (const Action& action : kActions)
+    if (action.number != kLoopbackButton && action.number != kCancelButton)
+      grid->Add(MakeButton(parent, action), wxSizerFlags().Expand());
+  return grid;
+}
+
+// The line's own: its test and its handshakes.
+wxSizer* MainWindow::MakeSwitches(wxWindow* parent) {
+  auto* const box =
+      new wxStaticBoxSizer(wxVERTICAL, parent, ToLabel(LookUpText(kTestLabel, u"Line Test")));
+  box->GetStaticBox()->SetId(kTestLabel);
+  auto* const grid = new wxFlexGridSizer(2, FromDIP(wxSize(kGap * 2, kGap)));
+  for (const Action& action : kActions)
+    if (action.number == kLoopbackButton)
+      grid->Add(MakeButton(box->GetStaticBox(), action), wxSizerFlags().Expand());
+  for (const int number : {kTraceSwitch, kRtsSwitch, kDtrSwitch})
+    for (const Switch& which : kSwitches)
+      if (which.number == number)
+        grid->Add(MakeCheckBox(box->GetStaticBox(), which), wxSizerFlags().CentreVertical());
+  box->Add(grid, wxSizerFlags().Expand().Border(wxALL, FromDIP(kGap)));
+  return box;
+}
+
+wxPanel* MainWindow::MakeLower(wxWindow* parent) {
+  auto* const panel = new wxPanel(parent);
+  auto* const column = new wxBoxSizer(wxVERTICAL);
+  const auto gap = wxSizerFlags().Expand().Border(wxTOP, FromDIP(kGap));
+  column->Add(MakeActions(panel), gap);
+  column->Add(MakeSwitches(panel), gap);
+  column->Add(new wxStaticText(panel, wxID_ANY, ToLabel(LookUpText(15566, u"Jobs today"))), gap);
+  jobs = new JobList(panel);
+  column->Add(jobs, wxSizerFlags(1).Expand().Border(wxTOP, FromDIP(kGap / 2)));
+  column->Add(MakeCheckBox(panel, kSwitches[0]), gap);
+  monitor = new MonitorView(panel, mnemonics);
+  monitor->SetId(kMonitor);
+  column->Add(monitor, wxSizerFlags(2).Expand().Border(wxTOP, FromDIP(kGap / 2)));
+  panel->SetSizer(column);
+  return panel;
+}
+
+wxButton* MainWindow::Button(int number) const {
+  return static_cast<wxButton*>(FindWindow(number));
+}
+
+wxCheckBox* MainWindow::CheckBox(int number) const {
+  return static_cast<wxCheckBox*>(FindWindow(number));
+}
+
+// A window too small for everything shows the state, the progress and the lamps.
+void MainWindow::FitParts() {
+  const int least = upper->GetBestSize().y + FromDIP(2 * kGap);
+  SetSizeHints(FromDIP(kLeastWidth), least + GetSize().y - GetClientSize().y);
+  const bool room = GetClientSize().y >= least + lower->GetSizer()->GetMinSize().y;
+  if (lower->IsShown() != room) lower->Show(room);
+  upper->GetParent()->SetSize(GetClientSize());
+  upper->GetParent()->Layout();
+}
+
+// --- What is shown -------------------------------------------------------------------------------------
+
+void MainWindow::ShowStatus(const StatusView& view) {
+  meter.Update(view, App().HighResolutionSeconds());
+  ShowHeadline(view);
+  ShowProgress(view);
+  lamps->Show(view.lamps);
+  ShowAdvice(view);
+  if (Button(kCancelButton)->IsEnabled() != IsExchange(view.code))
+    Button(kCancelButton)->Enable(IsExchange(view.code));
+  shown = view;
+}
+
+void MainWindow::AddJob(const EndedJob& job) {
+  jobs->Add(job);
+  if (job.Failed() && !IsActive()) RequestUserAttention(wxUSER_ATTENTION_ERROR);
+}
+
+void MainWindow::ShowHeadline(const StatusView& view) {
+  const Sign wanted = SignOf(view.activity);
+  if (!shown || shown->activity != view.activity) {
+    sign->SetBitmap(DrawnSign(wanted, kStateSign));
+    headline->SetForegroundColour(ColourOf(wanted));
+  }
+  SetTextIfNew(headline, ToWx(view.headline));
+  const wxString line = ToWx(view.line.PaddedRight(kStatusWidth));
+  if (statusLine->GetValue() != line) statusLine->ChangeValue(line);
+  if (!shown || shown->headline != view.headline) SetSpokenName(sign, view.headline);
+}
+
+void MainWindow::ShowProgress(const StatusView& view) {
+  const std::int64_t count = std::clamp<std::int64_t>(view.count, 0, view.range);
+  const int position = view.range > 0 ? static_cast<int>(count * kGaugeRange / view.range) : 0;
+  if (gauge->GetValue() != position) gauge->SetValue(position);
+  const wxString words = ToWx(TransferText(view, meter.Measured()));
+  if (progressText->GetLabelText() == words) return;
+  progressText->SetLabelText(words);
+  upper->Layout();
+}
+
+// Below the state, so that somebody without the handbook knows what to look at.
+void MainWindow::ShowAdvice(const StatusView& view) {
+  const bool wanted = view.activity == LinkActivity::NoLink && linkAdvice;
+  if (wanted == advice->IsShown()) return;
+  if (wanted) advice->SetLabelText(ToWx(linkAdvice()));
+  advice->Show(wanted);
+  advice->Wrap(std::max(GetClientSize().x, FromDIP(kLeastWidth)) - FromDIP(kStateSign + 4 * kGap));
+  upper->GetParent()->Layout();
+  FitParts();
+}
+
+void MainWindow::SetJobButtons(JobButtons state) {
+  for (const int number : {kSendButton, kReceiveButton, kLoopbackButton}) {
+    const bool enabled = state == JobButtons::Enabled ||
+                         (state == JobButtons::SendDisabled && number != kSendButton);
+    Button(number)->Show(state != JobButtons::Hidden);
+    Button(number)->Enable(enabled);
+  }
+  lower->Layout();
+}
+
+void MainWindow::ShowSpecialButton() {
+  Button(kSpecialButton)->Show();
+  lower->Layout();
+}
+
+void MainWindow::ShowSettings() {
+  CheckBox(kRtsSwitch)->SetValue(app.Settings().rtsCtsHandshake > 0);
+  CheckBox(kDtrSwitch)->SetValue(app.Settings().dtrDsrHandshake > 0);
+}
+
+void MainWindow::ShowMonitorPane(bool shownNow) {
+  CheckBox(kMonitorSwitch)->SetValue(shownNow);
+  monitor->Show(shownNow);
+  app.SetMonitorShown(shownNow);
+  lower->Layout();
+  FitParts();
+}
+
+void MainWindow::Recall() {
+  Button(kSendButton)->SetFocus();
+  ShowMonitorPane(memory.IsShown(kMonitorPart, false));
+  memory.Restore(*this);
+}
+
+void MainWindow::Remember() {
+  memory.Keep(*this);
+}
+
+// --- Actions -------------------------------------------------------------------------------------------
+
+void MainWindow::Settings() {
+  app.SettingsDialog();
+  ShowSettings();
+}
+
+void MainWindow::Cancel() {
+  if (Ask(this, LookUpText(15557, u"End the running transfer?"))) app.CancelExchange();
+}
+
+void MainWindow::OnMonitor(bool on) {
+  memory.SetShown(kMonitorPart, on);
+  ShowMonitorPane(on);
+}
+
+void MainWindow::OnTrace(bool on) {
+  if (on)
+    app.ChooseTraceFile();
+  else
+    app.StopTrace();
+  CheckBox(kTraceSwitch)->SetValue(app.IsTracing());
+}
+
+void MainWindow::OnRts(bool on) {
+  app.SetHandshake(on, app.Settings().dtrDsrHandshake > 0);
+  ShowSettings();
+}
+
+void MainWindow::OnDtr(bool on) {
+  app.SetHandshake(app.Settings().rtsCtsHandshake > 0, on);
+  ShowSettings();
+}
+
+} // namespace kor

@@ -1,0 +1,108 @@
+// MainWindow: the one window of the program. Above all the state, in words of their own size with a sign
+// of its own shape; then the status line, the progress, the lamps; then what can be done, the jobs
+// of the day and the monitor. It shows what it is given and calls the engine's operations; what is
+// refused and when a job ends is the engine's to say. Window's thread.
+#pragma once
+
+#include <functional>
+#include <optional>
+
+#include <wx/button.h>
+#include <wx/checkbox.h>
+#include <wx/frame.h>
+#include <wx/gauge.h>
+#include <wx/statbmp.h>
+#include <wx/stattext.h>
+#include <wx/textctrl.h>
+
+#include "app/nce_app.h"
+#include "ui/transfer_text.h"
+#include "ui/wx/job_list.h"
+#include "ui/wx/lamp_row.h"
+#include "ui/wx/mnemonics.h"
+#include "ui/wx/monitor_view.h"
+#include "ui/wx/window_memory.h"
+
+namespace kor {
+
+class MainWindow : public wxFrame {
+ public:
+  // The application outlives the window.
+  MainWindow(NCEApp& nceApp, const KorText& settingsName);
+
+  void ShowStatus(const StatusView& view);
+  void SetJobButtons(JobButtons state);
+  void ShowSpecialButton();
+  // One that failed asks for attention until somebody looks.
+  void AddJob(const EndedJob& job);
+  void AddEarlierJob(const EndedJob& job) { jobs->Add(job); }
+  // What is said while there is no link: asked for each time that it is lost.
+  void SetLinkAdvice(std::function<KorText()> text) { linkAdvice = std::move(text); }
+  MonitorView& Monitor() { return *monitor; }
+  // What the settings record holds now: the check boxes of the handshakes.
+  void ShowSettings();
+  // Before the window is shown, and after it was closed.
+  void Recall();
+  void Remember();
+
+ private:
+  struct Action {
+    int number; // of the control and its label
+    const char16_t* label;
+    void (MainWindow::*run)();
+  };
+  struct Switch {
+    int number;
+    const char16_t* label;
+    void (MainWindow::*run)(bool on);
+  };
+  static const Action kActions[];
+  static const Switch kSwitches[];
+
+  wxSizer* MakeState(wxWindow* parent);
+  wxSizer* MakeProgress(wxWindow* parent);
+  wxSizer* MakeActions(wxWindow* parent);
+  wxSizer* MakeSwitches(wxWindow* parent);
+  wxPanel* MakeLower(wxWindow* parent);
+  wxButton* MakeButton(wxWindow* parent, const Action& action);
+  wxCheckBox* MakeCheckBox(wxWindow* parent, const Switch& which);
+  void ShowHeadline(const StatusView& view);
+  void ShowProgress(const StatusView& view);
+  void ShowAdvice(const StatusView& view);
+  void ShowMonitorPane(bool shown);
+  void FitParts();
+  wxButton* Button(int number) const;
+  wxCheckBox* CheckBox(int number) const;
+
+  void Send() { app.ChooseDownloadFile(); }
+  void Receive() { app.ChooseUploadFile(); }
+  void Loopback() { app.LoopbackTest(); }
+  void Special() { app.SpecialDialog(); }
+  void Settings();
+  void Cancel();
+  void OnMonitor(bool on);
+  void OnTrace(bool on);
+  void OnRts(bool on);
+  void OnDtr(bool on);
+
+  NCEApp& app;
+  WindowMemory memory;
+  Mnemonics mnemonics;
+  std::function<KorText()> linkAdvice;
+  std::optional<StatusView> shown;
+  RateMeter meter;
+
+  wxPanel* upper = nullptr; // stays, however small the window is
+  wxPanel* lower = nullptr;
+  wxStaticBitmap* sign = nullptr;
+  wxStaticText* headline = nullptr;
+  wxTextCtrl* statusLine = nullptr;
+  wxStaticText* advice = nullptr;
+  wxGauge* gauge = nullptr;
+  wxStaticText* progressText = nullptr;
+  LampRow* lamps = nullptr;
+  JobList* jobs = nullptr;
+  MonitorView* monitor = nullptr;
+};
+
+} // namespace kor

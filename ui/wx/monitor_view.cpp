@@ -1,0 +1,146 @@
+#include "ui/wx/monitor_view.h"
+
+#include <wx/button.h>
+#include <wx/filedlg.h>
+#include <wx/settings.h>
+#include <wx/sizer.h>
+
+#include "services/core/text_lookup.h"
+#include "ui/wx/accessible.h"
+#include "ui/wx/signs.h"
+#include "ui/wx/wx_text.h"
+
+namespace kor {
+
+namespace {
+
+constexpr int kShowPeriod = 50;               // milliseconds
+constexpr std::size_t kMostWaiting = 1 << 20; // characters, while scrolled back
+constexpr int kMinimumLines = 4;
+
+wxTextAttr StyleOf(bool sent) {
+  wxTextAttr style(ColourOf(sent ? Sign::Busy : Sign::Done));
+  style.SetFontWeight(sent ? wxFONTWEIGHT_BOLD : wxFONTWEIGHT_NORMAL);
+  return style;
+}
+
+} // namespace
+
+MonitorView::MonitorView(wxWindow* parent, Mnemonics& mnemonics)
+    : wxPanel(parent), showTimer(this) {
+  text = new wxTextCtrl(this, wxID_ANY, {}, wxDefaultPosition, wxDefaultSize,
+                        wxTE_MULTILINE | wxTE_READONLY | wxTE_RICH2 | wxTE_DONTWRAP);
+  text->SetFont(wxFont(wxFontInfo().Family(wxFONTFAMILY_TELETYPE)));
+  text->SetMinSize({-1, text->GetCharHeight() * kMinimumLines});
+  SetSpokenName(text, LookUpText(15209, u"Monitor"));
+  auto* const column = new wxBoxSizer(wxVERTICAL);
+  column->Add(text, wxSizerFlags(1).Expand());
+  column->Add(MakeTools(mnemonics), wxSizerFlags().Expand().Border(wxTOP, FromDIP(4)));
+  SetSizer(column);
+  Bind(wxEVT_TIMER, [this](wxTimerEvent&) { ShowWaiting(); });
+}
+
+wxSizer* MonitorView::MakeTools(Mnemonics& mnemonics) {
+  auto* const row = new wxBoxSizer(wxHORIZONTAL);
+  const auto add = [&](int number, const char16_t* label, auto action) {
+    const KorText name = LookUpText(number, label);
+    auto* const button = new wxButton(this, wxID_ANY, mnemonics.Label(name));
+    SetSpokenName(button, name);
+    button->Bind(wxEVT_BUTTON, [action](wxCommandEvent&) { action(); });
+    row->Add(button, wxSizerFlags().Border(wxRIGHT, FromDIP(4)));
+  };
+  add(15560, u"Clear", [this] { Clear(); });
+  add(15561, u"Save...", [this] { ChooseFile(); });
+  wanted = new wxTextCtrl(this, wxID_ANY, {}, wxDefaultPosition, FromDIP(wxSize(90, -1)),
+                          wxTE_PROCESS_ENTER);
+  SetSpokenName(wanted, LookUpText(15563, u"Text to find in the monitor"),
+                LookUpText(15563, u"Text to find in the monitor"));
+  wanted->Bind(wxEVT_TEXT_ENTER, [this](wxCommandEvent&) { Find(); });
+  row->Add(wanted, wxSizerFlags(1).Expand().Border(wxRIGHT, FromDIP(4)));
+  add(15562, u"Find", [this] { Find(); });
+  return row;
+}
+
+void MonitorView::Append(const KorText& newText) {
+  waiting += newText;
+  if (waiting.Length() > kMostWaiting) waiting.Remove(0, waiting.Length() / 2);
+  if (!waiting.IsEmpty() && !showTimer.IsRunning()) showTimer.StartOnce(kShowPeriod);
+}
+
+bool MonitorView::IsScrolledBack() const {
+  const int range = text->GetScrollRange(wxVERTICAL), thumb = text->GetScrollThumb(wxVERTICAL);
+  if (thumb <= 0 || range <= thumb) return false;
+  return text->GetScrollPos(wxVERTICAL) + thumb + 2 * text->GetCharHeight() < range;
+}
+
+void MonitorView::ShowWaiting() {
+  if (waiting.IsEmpty()) return;
+  if (IsScrolledBack() && text->IsShownOnScreen()) {
+    showTimer.StartOnce(kShowPeriod * 4); // until somebody scrolls to the end
+    return;
+  }
+  text->Freeze();
+  std::u16string_view rest = waiting;
+  while (!rest.empty()) {
+    const std::size_t end = rest.find(u'\n');
+    const std::size_t length = end == rest.npos ? rest.size() : end + 1;
+    ShowRun(rest.substr(0, length));
+    rest.remove_prefix(length);
+  }
+  waiting.Clear();
+  DropOldest();
+  text->Thaw();
+  text->ShowPosition(text->GetLastPosition());
+}
+
+// A line keeps the style of its beginning.
+void MonitorView::ShowRun(std::u16string_view run) {
+  if (atLineStart) {
+    sentLine = run.starts_with(u"TX");
+    text->SetDefaultStyle(StyleOf(sentLine));
+  }
+  text->AppendText(ToWx(run));
+  atLineStart = run.back() == u'\n';
+}
+
+void MonitorView::DropOldest() {
+  const int surplus = text->GetNumberOfLines() - 1 - kMostLines;
+  if (surplus > 0) text->Remove(0, text->XYToPosition(0, surplus));
+}
+
+void MonitorView::Clear() {
+  waiting.Clear();
+  text->Clear();
+  atLineStart = true;
+}
+
+bool MonitorView::Save(const wxString& path) const {
+  return text->SaveFile(path);
+}
+
+bool MonitorView::FindNext(const wxString& wantedText) {
+  if (wantedText.empty()) return false;
+  long from = 0, to = 0;
+  text->GetSelection(&from, &to);
+  const wxString all = text->GetValue().Lower();
+  const wxString looked = wantedText.Lower();
+  const auto start = static_cast<std::size_t>(from == to ? from : from + 1);
+  std::size_t at = all.find(looked, start);
+  if (at == wxString::npos) at = all.find(looked);
+  if (at == wxString::npos) return false;
+  text->SetSelection(static_cast<long>(at), static_cast<long>(at + looked.length()));
+  text->ShowPosition(static_cast<long>(at));
+  return true;
+}
+
+void MonitorView::ChooseFile() {
+  wxFileDialog chooser(this, ToWx(LookUpText(15314, u"Save Log File As")), {}, {}, "*.log",
+                       wxFD_SAVE | wxFD_OVERWRITE_PROMPT);
+  if (chooser.ShowModal() == wxID_OK && !Save(chooser.GetPath())) wxBell();
+}
+
+void MonitorView::Find() {
+  if (!FindNext(wanted->GetValue())) wxBell();
+}
+
+} // namespace kor

@@ -1,0 +1,50 @@
+// MonitorView: the echo of the line in the window: what arrives and what is sent, in two colours that
+// also differ in weight. It follows the newest line unless it was scrolled back, and shows the newest
+// 5,000. Window's thread.
+#pragma once
+
+#include <string>
+
+#include <wx/panel.h>
+#include <wx/textctrl.h>
+#include <wx/timer.h>
+
+#include "services/core/kor_text.h"
+#include "ui/wx/mnemonics.h"
+
+namespace kor {
+
+class MonitorView : public wxPanel {
+ public:
+  static constexpr int kMostLines = 5000;
+
+  MonitorView(wxWindow* parent, Mnemonics& mnemonics);
+
+  // May hold several lines and parts of lines. Shown within a twentieth of a second, all that came in
+  // one go; while the view is scrolled back it waits, so that what is read or selected stays in place.
+  void Append(const KorText& newText);
+  void Clear();
+  bool Save(const wxString& path) const; // false when the file can't be written
+  // Selects the next place that holds the text, in any letter case, from the selection on and around
+  // the end; false when there is none.
+  bool FindNext(const wxString& wantedText);
+  wxTextCtrl& Text() { return *text; }
+
+ private:
+  void ShowWaiting();
+  void ShowRun(std::u16string_view run);
+  bool IsScrolledBack() const;
+  void DropOldest();
+  wxSizer* MakeTools(Mnemonics& mnemonics);
+  void ChooseFile();
+  void Find();
+
+  wxTextCtrl* text = nullptr;
+  wxTextCtrl* wanted = nullptr;
+  KorText waiting;         // not shown yet
+  bool sentLine = false;   // the line at the end of the text is one of the host's
+  bool atLineStart = true; // the text ends with a line end
+  wxTimer showTimer;
+};
+
+} // namespace kor

@@ -1,0 +1,77 @@
+#include "ui/wx/one_window.h"
+
+#include <wx/filename.h>
+#include <wx/ipc.h>
+#include <wx/log.h>
+#include <wx/stdpaths.h>
+#include <wx/utils.h>
+
+#include "ui/wx/wx_text.h"
+
+namespace kor {
+
+namespace {
+
+constexpr const char* kTopic = "raise";
+
+// A name that no file system minds.
+wxString SafeName(const KorText& settingsName) {
+  wxString safe = "ncedl-";
+  for (const char16_t c : settingsName.View())
+    safe += wxString::Format("%04x", static_cast<unsigned>(c));
+  return safe;
+}
+
+class RaiseServer : public wxServer {
+ public:
+  explicit RaiseServer(const std::function<void()>& raiseWindow) : raise(raiseWindow) {}
+  wxConnectionBase* OnAcceptConnection(const wxString& topic) override {
+    if (topic != kTopic) return nullptr;
+    if (raise) raise();
+    return new wxConnection;
+  }
+
+ private:
+  const std::function<void()>& raise;
+};
+
+// False when nobody answers.
+bool AskToRaise(const wxString& service) {
+  wxClient client;
+  const std::unique_ptr<wxConnectionBase> connection(
+      client.MakeConnection("localhost", service, kTopic));
+  return connection != nullptr;
+}
+
+// A folder that only this user can write, and that is empty again after a restart of the computer.
+wxString SocketFolder() {
+  wxString folder;
+  if (!wxGetEnv("XDG_RUNTIME_DIR", &folder) || !wxFileName::IsDirWritable(folder))
+    folder = wxStandardPaths::Get().GetUserDataDir();
+  if (!wxFileName::DirExists(folder)) wxFileName::Mkdir(folder, wxS_DIR_DEFAULT, wxPATH_MKDIR_FULL);
+  return folder;
+}
+
+} // namespace
+
+// What a killed program left is taken over.
+OneWindow::OneWindow(const KorText& settingsName) {
+  const wxLogNull quiet;
+  const wxString folder = SocketFolder(), name = SafeName(settingsName);
+  const wxString service = wxFileName(folder, name).GetFullPath();
+  checker = std::make_unique<wxSingleInstanceChecker>();
+  checker->Create(name + ".lock", folder);
+  first = !checker->IsAnotherRunning() || !AskToRaise(service);
+  if (!first) return;
+  server = std::make_unique<RaiseServer>(onRaise);
+  if (wxFileName::FileExists(service)) wxRemoveFile(service);
+  static_cast<RaiseServer&>(*server).Create(service);
+}
+
+OneWindow::~OneWindow() = default;
+
+void OneWindow::SetOnRaise(std::function<void()> raise) {
+  onRaise = std::move(raise);
+}
+
+} // namespace kor

@@ -1,0 +1,101 @@
+#include "ui/wx/side_windows.h"
+
+#include <algorithm>
+
+#include <wx/artprov.h>
+#include <wx/button.h>
+#include <wx/sizer.h>
+#include <wx/statbmp.h>
+#include <wx/stattext.h>
+
+#include <wx/msgdlg.h>
+// After that one, whose names it uses.
+#include <wx/generic/msgdlgg.h>
+
+#include "services/core/text_lookup.h"
+#include "ui/wx/accessible.h"
+#include "ui/wx/mnemonics.h"
+#include "ui/wx/wx_text.h"
+
+namespace kor {
+
+namespace {
+
+constexpr int kTextWidth = 360; // device-independent pixels
+constexpr int kGap = 12;
+
+} // namespace
+
+void MessageWindows::Show(const KorText& caption, const KorText& text, MessageStyle style) {
+  const auto same = std::find_if(open.begin(), open.end(), [&](const Shown& shown) {
+    return shown.caption == caption && shown.text == text;
+  });
+  if (same != open.end()) {
+    same->window->Raise();
+    return;
+  }
+  wxDialog* const window = Make(caption, text, style);
+  open.push_back({caption, text, window});
+  window->Bind(wxEVT_CLOSE_WINDOW, [this, window](wxCloseEvent&) {
+    Forget(window);
+    window->Destroy();
+  });
+  window->Show();
+}
+
+wxDialog* MessageWindows::Make(const KorText& caption, const KorText& text, MessageStyle style) {
+  auto* const window = new wxDialog(parent, wxID_ANY, ToWx(caption));
+  auto* const row = new wxBoxSizer(wxHORIZONTAL);
+  const wxArtID art = style == MessageStyle::Exclamation ? wxART_WARNING : wxART_INFORMATION;
+  row->Add(
+      new wxStaticBitmap(window, wxID_ANY, wxArtProvider::GetBitmapBundle(art, wxART_MESSAGE_BOX)),
+      wxSizerFlags().Border(wxRIGHT, window->FromDIP(kGap)));
+  auto* const words = new wxStaticText(window, wxID_ANY, ToLabel(text));
+  words->Wrap(window->FromDIP(kTextWidth));
+  row->Add(words, wxSizerFlags(1).CentreVertical());
+  auto* const ok = new wxButton(window, wxID_OK, Mnemonics().Label(LookUpText(47, u"Ok")));
+  ok->Bind(wxEVT_BUTTON, [window](wxCommandEvent&) { window->Close(); });
+  ok->SetDefault();
+  window->SetEscapeId(wxID_OK);
+  auto* const column = new wxBoxSizer(wxVERTICAL);
+  column->Add(row, wxSizerFlags(1).Expand().Border(wxALL, window->FromDIP(kGap)));
+  column->Add(ok, wxSizerFlags().Right().Border(wxALL, window->FromDIP(kGap)));
+  window->SetSizerAndFit(column);
+  window->CentreOnParent();
+  return window;
+}
+
+void MessageWindows::Forget(const wxDialog* window) {
+  std::erase_if(open, [window](const Shown& shown) { return shown.window == window; });
+}
+
+wxDialog* MakeEndWindow(wxWindow* parent, const KorText& caption,
+                        const std::vector<EndChoice>& choices) {
+  auto* const window = new wxDialog(parent, wxID_ANY, ToWx(caption));
+  auto* const row = new wxBoxSizer(wxHORIZONTAL);
+  Mnemonics mnemonics;
+  for (const EndChoice& choice : choices) {
+    auto* const button = new wxButton(window, wxID_ANY, mnemonics.Label(choice.label));
+    SetSpokenName(button, choice.label);
+    button->Bind(wxEVT_BUTTON, [action = choice.action](wxCommandEvent&) { action(); });
+    row->Add(button, wxSizerFlags().Border(wxALL, window->FromDIP(kGap)));
+  }
+  window->SetSizerAndFit(row);
+  window->Bind(wxEVT_CLOSE_WINDOW, [window](wxCloseEvent&) { window->Hide(); });
+  return window;
+}
+
+bool Ask(wxWindow* parent, const KorText& question) {
+  wxGenericMessageDialog dialog(parent, ToWx(question), parent->GetLabel(),
+                                wxYES_NO | wxNO_DEFAULT | wxICON_QUESTION);
+  dialog.SetYesNoLabels(ToWx(LookUpText(66, u"Yes")), ToWx(LookUpText(65, u"No")));
+  return dialog.ShowModal() == wxID_YES;
+}
+
+void CloseModalWindows() {
+  for (wxWindow* const window : wxTopLevelWindows)
+    if (auto* const dialog = dynamic_cast<wxDialog*>(window); dialog && dialog->IsModal())
+      dialog->EndModal(wxID_CANCEL);
+}
+
+} // namespace kor

@@ -1,0 +1,49 @@
+// The windows beside the main one: messages and the end dialogs of transfers by hand. None of them is
+// modal: the link and the main window go on. Window's thread.
+#pragma once
+
+#include <functional>
+#include <vector>
+
+#include <wx/dialog.h>
+
+#include "ui/form_dialog.h"
+
+namespace kor {
+
+// Shows messages, each until it is closed. One that stands open is not shown a second time.
+class MessageWindows {
+ public:
+  explicit MessageWindows(wxWindow* mainWindow) : parent(mainWindow) {}
+  void Show(const KorText& caption, const KorText& text, MessageStyle style);
+  std::size_t Count() const { return open.size(); }
+
+ private:
+  struct Shown {
+    KorText caption, text;
+    wxDialog* window;
+  };
+  wxDialog* Make(const KorText& caption, const KorText& text, MessageStyle style);
+  void Forget(const wxDialog* window);
+
+  wxWindow* parent;
+  std::vector<Shown> open; // their windows belong to the main one
+};
+
+// One button of an end dialog.
+struct EndChoice {
+  KorText label;
+  std::function<void()> action;
+};
+
+// Made hidden; shown while the transfer runs. Closing it by its frame only hides it.
+wxDialog* MakeEndWindow(wxWindow* parent, const KorText& caption,
+                        const std::vector<EndChoice>& choices);
+
+// True for "Yes". Modal to the windows, not to the link; Enter and Escape mean "No".
+bool Ask(wxWindow* parent, const KorText& question);
+
+// Ends every modal window as if it were cancelled.
+void CloseModalWindows();
+
+} // namespace kor

@@ -1,0 +1,37 @@
+#include "ui/wx/timer_pump.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "services/core/app_interface.h"
+
+namespace kor {
+
+namespace {
+
+constexpr double kLongestWait = 60; // seconds
+
+} // namespace
+
+TimerPump::TimerPump(TimerQueue& timerQueue, std::function<void(std::function<void()>)> post)
+    : timers(timerQueue) {
+  timers.SetOnEarlier([this, post] { post([this] { Plan(); }); });
+  Plan();
+}
+
+TimerPump::~TimerPump() {
+  timers.SetOnEarlier({});
+}
+
+void TimerPump::Notify() {
+  timers.RunDue(App().HighResolutionSeconds());
+  Plan();
+}
+
+void TimerPump::Plan() {
+  const auto due = timers.NextDue();
+  const double wait = due ? *due - App().HighResolutionSeconds() : kLongestWait;
+  StartOnce(static_cast<int>(std::ceil(std::clamp(wait, 0.001, kLongestWait) * 1000)));
+}
+
+} // namespace kor

@@ -1,0 +1,26 @@
+// TimerPump: has the engine's timers run as they fall due, on the toolkit's loop; between them it
+// wakes nobody. Window's thread.
+#pragma once
+
+#include <functional>
+
+#include <wx/timer.h>
+
+#include "ui/timer_queue.h"
+
+namespace kor {
+
+class TimerPump : public wxTimer {
+ public:
+  // post runs a task on the window's thread; it may be called from any thread.
+  TimerPump(TimerQueue& timerQueue, std::function<void(std::function<void()>)> post);
+  ~TimerPump() override;
+
+  void Notify() override; // the toolkit's
+ private:
+  void Plan();
+
+  TimerQueue& timers;
+};
+
+} // namespace kor

@@ -1,0 +1,65 @@
+#include "ui/wx/window_memory.h"
+
+#include <wx/display.h>
+#include <wx/log.h>
+
+#include "services/core/app_interface.h"
+#include "ui/wx/wx_text.h"
+
+namespace kor {
+
+namespace {
+
+// A part of the title bar that can be taken hold of lies on a screen.
+bool IsReachable(const wxRect& place) {
+  const wxPoint title(place.x + place.width / 2, place.y + 10);
+  return wxDisplay::GetFromPoint(title) != wxNOT_FOUND;
+}
+
+} // namespace
+
+WindowMemory::WindowMemory(const KorText& settingsName) {
+  KorText path = App().GetApplicationPropertyPath(kSettingsFolder);
+  if (path.IsEmpty()) return;
+  if (path.Last() != u'/') path += u'/';
+  path += settingsName + u".window";
+  config = std::make_unique<wxFileConfig>(wxString(), wxString(), ToWx(path), wxString(),
+                                          wxCONFIG_USE_LOCAL_FILE);
+}
+
+void WindowMemory::Restore(wxTopLevelWindow& window) const {
+  if (!config) return;
+  const auto kept = [this](const char* what) {
+    return static_cast<int>(config->ReadLong(what, 0));
+  };
+  const wxRect place(kept("/Window/x"), kept("/Window/y"), kept("/Window/width"),
+                     kept("/Window/height"));
+  if (place.width > 0 && place.height > 0 && IsReachable(place)) window.SetSize(place);
+  if (config->ReadBool("/Window/maximised", false)) window.Maximize();
+  if (config->ReadBool("/Window/minimised", false)) window.Iconize();
+}
+
+void WindowMemory::Keep(const wxTopLevelWindow& window) {
+  if (!config) return;
+  config->Write("/Window/maximised", window.IsMaximized());
+  config->Write("/Window/minimised", window.IsIconized());
+  if (!window.IsMaximized() && !window.IsIconized()) {
+    const wxRect place = window.GetRect();
+    config->Write("/Window/x", place.x);
+    config->Write("/Window/y", place.y);
+    config->Write("/Window/width", place.width);
+    config->Write("/Window/height", place.height);
+  }
+  const wxLogNull quiet; // a place that can't be kept is not worth a message
+  config->Flush();
+}
+
+bool WindowMemory::IsShown(const wxString& part, bool otherwise) const {
+  return config ? config->ReadBool("/Shown/" + part, otherwise) : otherwise;
+}
+
+void WindowMemory::SetShown(const wxString& part, bool shown) {
+  if (config) config->Write("/Shown/" + part, shown);
+}
+
+} // namespace kor

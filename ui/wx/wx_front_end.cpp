@@ -1,0 +1,79 @@
+#include "ui/wx/wx_front_end.h"
+
+#include <wx/filedlg.h>
+
+#include "services/core/text_lookup.h"
+#include "ui/wx/form_window.h"
+#include "ui/wx/wx_text.h"
+
+namespace kor {
+
+void WxFrontEnd::Attach(MainWindow& mainWindow, NCEApp& app) {
+  window = &mainWindow;
+  messages = std::make_unique<MessageWindows>(window);
+  const EndChoice cancel{LookUpText(48, u"Cancel"), [&app] { app.CancelExchange(); }};
+  downloadEnd = MakeEndWindow(window, LookUpText(15317, u"Download End"), {cancel});
+  uploadEnd =
+      MakeEndWindow(window, LookUpText(15318, u"Upload End"),
+                    {{LookUpText(15319, u"Complete"), [&app] { app.CompleteUpload(); }}, cancel});
+}
+
+void WxFrontEnd::Detach() {
+  posts.DeletePendingEvents();
+  messages.reset();
+  window = nullptr;
+}
+
+void WxFrontEnd::ShowStatus(const StatusView& view) {
+  if (window) window->ShowStatus(view);
+}
+
+void WxFrontEnd::ShowEndedJob(const EndedJob& job) {
+  if (window) window->AddJob(job);
+}
+
+void WxFrontEnd::AppendMonitor(const KorText& text) {
+  if (window) window->Monitor().Append(text);
+}
+
+void WxFrontEnd::SetTitle(const KorText& title) {
+  if (window) window->SetTitle(ToWx(title));
+}
+
+void WxFrontEnd::ShowEndDialog(EndDialog which, bool shown) {
+  if (!window) return;
+  wxDialog* const dialog = which == EndDialog::Download ? downloadEnd : uploadEnd;
+  if (shown) dialog->CentreOnParent();
+  dialog->Show(shown);
+}
+
+void WxFrontEnd::SetJobButtons(JobButtons state) {
+  if (window) window->SetJobButtons(state);
+}
+
+void WxFrontEnd::ShowSpecialButton() {
+  if (window) window->ShowSpecialButton();
+}
+
+bool WxFrontEnd::RunForm(FormDescription& form) {
+  return window && FormWindow(window, form).Run();
+}
+
+std::optional<KorText> WxFrontEnd::ChooseFile(const FileChoice& choice) {
+  const bool saving = choice.kind == FileChoice::Kind::Save;
+  wxFileDialog chooser(
+      window, ToWx(choice.title), ToWx(choice.folder), ToWx(choice.name), ToWx(choice.filters),
+      saving ? wxFD_SAVE | wxFD_OVERWRITE_PROMPT : wxFD_OPEN | wxFD_FILE_MUST_EXIST);
+  if (chooser.ShowModal() != wxID_OK) return std::nullopt;
+  return FromWx(chooser.GetPath());
+}
+
+void WxFrontEnd::ShowMessage(const KorText& caption, const KorText& text, MessageStyle style) {
+  if (messages) messages->Show(caption, text, style);
+}
+
+void WxFrontEnd::Post(std::function<void()> task) {
+  posts.CallAfter(std::move(task));
+}
+
+} // namespace kor

@@ -1,0 +1,42 @@
+// WxFrontEnd: the engine's window on the toolkit. Owned by main and outlives the engine; the main window
+// is lent to it once the application exists. All but Post run on the window's thread.
+#pragma once
+
+#include <memory>
+
+#include <wx/event.h>
+
+#include "ui/form_dialog.h"
+#include "ui/wx/main_window.h"
+#include "ui/wx/side_windows.h"
+
+namespace kor {
+
+class WxFrontEnd : public FormDialog {
+ public:
+  // The windows of the application: made before its own set-up, gone after it has ended.
+  void Attach(MainWindow& mainWindow, NCEApp& app);
+  void Detach();
+
+  // FormDialog
+  void ShowStatus(const StatusView& view) override;
+  void ShowEndedJob(const EndedJob& job) override;
+  void AppendMonitor(const KorText& text) override;
+  void SetTitle(const KorText& title) override;
+  void ShowEndDialog(EndDialog which, bool shown) override;
+  void SetJobButtons(JobButtons state) override;
+  void ShowSpecialButton() override;
+  bool RunForm(FormDescription& form) override;
+  std::optional<KorText> ChooseFile(const FileChoice& choice) override;
+  void ShowMessage(const KorText& caption, const KorText& text, MessageStyle style) override;
+  void Post(std::function<void()> task) override;
+
+ private:
+  MainWindow* window = nullptr;
+  wxDialog* downloadEnd = nullptr; // belong to the main window
+  wxDialog* uploadEnd = nullptr;
+  std::unique_ptr<MessageWindows> messages;
+  wxEvtHandler posts;
+};
+
+} // namespace kor
