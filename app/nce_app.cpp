@@ -122,10 +122,10 @@ void NCEApp::ProcessReceived() {
 // that can be nothing else: a comment such as "(DEPTH 5)" holds the text of one. True when that was the
 // line.
 bool NCEApp::RefuseRest(const KorText& line) {
-  if (!endMarkAwaited || line == u">" || line == u"<") return false;
+  if (!upload.IsEndMarkAwaited() || line == u">" || line == u"<") return false;
   const bool isRequest = IsPlainRequest(line.Trimmed());
   const bool isEndMark = line.Trimmed().EndsWith(u"]") && !line.Contains(u"!");
-  if (isRequest || isEndMark) endMarkAwaited = false;
+  if (isRequest || isEndMark) upload.EndMarkCame();
   if (!isRequest) Reply(u"<");
   return !isRequest;
 }
@@ -163,15 +163,13 @@ void NCEApp::Dispatch(const KorText& line) {
 
 void NCEApp::BreakOffDownload() {
   if (Status() != LinkStatus::Downloading) return;
-  SetStatus(LinkStatus::DownloadErrors);
-  UpdateStatus();
+  EnterStatus(LinkStatus::DownloadErrors);
   FinishTransfer();
 }
 
 void NCEApp::OnLoopTest() {
   FinishTransfer(); // it takes the place of a download that ran; so below
-  SetStatus(LinkStatus::LoopBackTest);
-  UpdateStatus();
+  EnterStatus(LinkStatus::LoopBackTest);
   Reply(u"ABCDEFGHIJKLMNOPQRSTUVWXYZ");
 }
 
@@ -222,7 +220,7 @@ NcProgram::Result NCEApp::OpenProgram(const KorText& path) {
 
 void NCEApp::StartDownload() {
   FinishTransfer();
-  DiscardUpload();
+  upload.Discard();
   frameText.clear(); // a refusal before the first frame must not bring back the program before
   nakCount = 0;
   const KorText folder = workerSettings.downloadPath;
@@ -231,17 +229,13 @@ void NCEApp::StartDownload() {
   // Only where there is no such file: one that is refused must not bring another program.
   if (opened == NcProgram::Result::CantOpen) opened = OpenProgram(MakePcFileName(folder));
   if (opened != NcProgram::Result::Read) {
-    SetStatus(LinkStatus::DownloadCantOpen);
-    UpdateStatus();
+    EnterStatus(LinkStatus::DownloadCantOpen);
     Reply(KorText::Format(u"%%%% File %s not found on Host Computer", numberText));
     return;
   }
   const auto size = static_cast<std::int64_t>(program.FileSize());
-  board.SetTotal(size);
-  board.SetCount(0);
-  ShowProgress(0, size);
-  SetStatus(LinkStatus::DownloadPreparation);
-  UpdateStatus();
+  board.BeginCount(size);
+  EnterStatus(LinkStatus::DownloadPreparation);
   const std::int32_t number = numberText.ToInteger();
   // Intended: only the form without zeros carries the words.
   if (workerFeatures.stripNceZeros != 0)
@@ -257,8 +251,7 @@ void NCEApp::OnAcknowledge() {
     SendNextFrame();
     break;
   case LinkStatus::DownloadPreparation:
-    SetStatus(LinkStatus::Downloading);
-    UpdateStatus();
+    EnterStatus(LinkStatus::Downloading);
     Reply(KorText::Format(workerFeatures.stripNceZeros != 0
                               ? u"Download to NCE in progress. &FH %i"
                               : u"Download to NCE in progress. &FH %09i",
@@ -307,13 +300,12 @@ void NCEApp::SendFrameOrEnd() {
   if (!block.empty()) {
     frameText = MakeFrame(block);
     board.AddCount(static_cast<std::int64_t>(block.size()) + 2);
-    SetStatus(LinkStatus::Downloading);
-    UpdateStatus();
+    EnterStatus(LinkStatus::Downloading);
     ShowProgress(board.Count(), board.Total());
     channel.SendBytes(frameText);
   }
   if (!program.AtEnd()) return;
-  if (workerFeatures.autoloadSequential != 0 && !IsManualJob())
+  if (workerFeatures.autoloadSequential != 0 && !manual.IsRunning())
     LoadNextSequentialFile();
   else
     EndDownload();
@@ -321,8 +313,7 @@ void NCEApp::SendFrameOrEnd() {
 
 void NCEApp::EndDownload() {
   board.SetCount(board.Total());
-  SetStatus(LinkStatus::DownloadCompleted);
-  UpdateStatus();
+  EnterStatus(LinkStatus::DownloadCompleted);
   Reply(u"]");
   FinishTransfer();
 }
@@ -352,19 +343,15 @@ void NCEApp::LoadNextSequentialFile() {
   board.SetFileName(path);
   ShowTitle(numberText);
   const auto size = static_cast<std::int64_t>(program.FileSize());
-  board.SetTotal(size);
-  board.SetCount(0);
-  ShowProgress(0, size);
-  SetStatus(LinkStatus::Downloading);
-  UpdateStatus();
+  board.BeginCount(size);
+  EnterStatus(LinkStatus::Downloading);
 }
 
 void NCEApp::OnRefuse() {
   if (Status() != LinkStatus::Downloading) return;
   if (++nakCount >= kMostRefusals) {
-    SetStatus(LinkStatus::DownloadErrors);
     ShowProgress(0, 0);
-    UpdateStatus();
+    EnterStatus(LinkStatus::DownloadErrors);
     FinishTransfer();
     return;
   }
@@ -387,15 +374,13 @@ void NCEApp::OnUploadRequest() {
   const KorText path = MakePcFileName(workerSettings.uploadPath);
   board.SetFileName(path);
   if (!NamesFile(numberText) || !OpenUpload(path)) {
-    SetStatus(LinkStatus::UploadCantOpen);
-    UpdateStatus();
+    EnterStatus(LinkStatus::UploadCantOpen);
     Reply(u"%% Unable to create file on Host Computer");
     return;
   }
   board.SetCount(0);
   ShowProgress(0, kUploadRange);
-  SetStatus(LinkStatus::Uploading);
-  UpdateStatus();
+  EnterStatus(LinkStatus::Uploading);
   Reply(
       KorText::Format(u"Upload from NCE  in progress. &TH %s", numberText)); // two blanks intended
 }
@@ -412,8 +397,7 @@ void NCEApp::OnUploadData(const KorText& line) {
   // Length and checksum digits are stripped and, leniently, not checked.
   std::string data = line.Mid(2, line.Length() - kShortestData).ToBytes();
   std::replace(data.begin(), data.end(), '!', '\n');
-  const auto* bytes = reinterpret_cast<const std::uint8_t*>(data.data());
-  if (!upload || upload->Write({bytes, data.size()}) != data.size()) {
+  if (!upload.Write(data)) {
     OnUploadFailed();
     return;
   }
@@ -423,23 +407,21 @@ void NCEApp::OnUploadData(const KorText& line) {
 }
 
 void NCEApp::OnUploadFailed() {
-  DiscardUpload();
-  SetStatus(LinkStatus::UploadErrors);
+  upload.Discard();
   ShowProgress(0, 0);
-  UpdateStatus();
+  EnterStatus(LinkStatus::UploadErrors);
   Reply(u"<");
   FinishTransfer();
 }
 
 void NCEApp::OnUploadEnd() {
-  endMarkAwaited = false;
+  upload.EndMarkCame();
   if (!CommitUpload()) {
     OnUploadFailed();
     return;
   }
-  SetStatus(LinkStatus::UploadCompleted);
   ShowProgress(0, 0);
-  UpdateStatus();
+  EnterStatus(LinkStatus::UploadCompleted);
   Reply(u">");
   FinishTransfer();
 }
@@ -448,13 +430,11 @@ void NCEApp::OnUploadEnd() {
 
 void NCEApp::OnDirectoryRequest() {
   FinishTransfer();
-  SetStatus(LinkStatus::DirectoryListing);
-  UpdateStatus();
+  EnterStatus(LinkStatus::DirectoryListing);
   Reply(u"Directory of Host Computer\nSelect File. &DH");
   auto list = ListNcFiles(workerSettings.downloadPath, workerSettings.fileExtension);
   if (!list) {
-    SetStatus(LinkStatus::DirectoryError);
-    UpdateStatus();
+    EnterStatus(LinkStatus::DirectoryError);
   }
   directoryList = std::move(list).value_or(std::vector<KorText>());
   directoryRemaining = directoryList.size();

@@ -3,10 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "files/member.h"
-#include "files/paths.h"
 #include "link/job_log.h"
-#include "link/profile_file.h"
 #include "services/core/app_interface.h"
 #include "services/core/text_lookup.h"
 
@@ -25,31 +22,11 @@ constexpr double kEndOfServePeriod = 5.0;
 constexpr double kXonPeriod = 3.0;
 constexpr char16_t kXon = 17;
 constexpr char16_t kXoff = 19;
-constexpr std::int64_t kLargestChunk = 100; // characters of one feed
-constexpr std::size_t kMostTasks = 1000;
+constexpr std::int64_t kLargestChunk = 100;         // characters of one feed
 constexpr std::chrono::milliseconds kPatience(400); // with a worker that is to end
 
 KorText LogFailure() {
   return LookUpText(15321, u"Unable to write to log file");
-}
-
-KorText SendCaption() {
-  return LookUpText(15210, u"Send NC File");
-}
-
-KorText ReceiveCaption() {
-  return LookUpText(15211, u"Receive NC File");
-}
-
-// "NC files (*.EXT)|*.EXT|All Files (*.*)|*.*"
-KorText FileFilters(const KorText& kind, const KorText& extension) {
-  return KorText::Format(u"%s (*.%s)|*.%s|%s (*.*)|*.*", kind, extension, extension,
-                         LookUpText(15313, u"All Files"));
-}
-
-// A stored record whose port is another one is not trusted when it is loaded.
-bool NamesComPort(const LinkSettings& settings) {
-  return settings.port.StartsWith(u"COM");
 }
 
 double Now() {
@@ -73,11 +50,6 @@ KorText StepCaption(const KorText& step) {
   return LookUpText(kFirst + static_cast<int>(found - std::begin(kSteps)), step);
 }
 
-std::size_t NameStart(const KorText& path) {
-  const std::size_t at = path.View().find_last_of(u"/\\");
-  return at == KorText::kNone ? 0 : at + 1;
-}
-
 } // namespace
 
 EngineServices NoServices() {
@@ -89,11 +61,12 @@ EngineServices NoServices() {
 DownloadApp::DownloadApp(EngineServices engineServices, const KorText& name)
     : services(std::move(engineServices)), modelName(name),
       board([this](const EndedJob& job) { WriteJobLine(job); }),
+      store(windowSettings, services.cncFolder,
+            [this](const KorText& caption, const KorText& text) {
+              ShowMessage(caption, text, MessageStyle::Exclamation);
+            }),
       monitor([this] { PostToWindow([this] { services.window->AppendMonitor(monitor.Take()); }); }),
-      channel(services.port, board, log, monitor, *this) {
-  windowSettings.uploadPath = services.cncFolder;
-  windowSettings.downloadPath = services.cncFolder;
-}
+      channel(services.port, board, log, monitor, *this), manual(*services.window) {}
 
 DownloadApp::~DownloadApp() {
   StopWorker();
@@ -120,27 +93,14 @@ void DownloadApp::SetUpServices() {
   });
 }
 
-// A name that no file can have keeps no settings, and reads none.
-void DownloadApp::FormSettingsPath() {
-  const KorText file = modelName + u".INI";
-  if (App().CanNameFile(file)) {
-    settingsPath = App().GetApplicationPropertyPath(kSettingsFolder) + file;
-    return;
-  }
-  const KorText text =
-      LookUpText(15476, u"\"%s\" can't be the name of a file, so settings are not kept. Start the "
-                        u"program with another name.");
-  ShowMessage(LookUpText(15101, u"Download Settings"), KorText::Format(text, modelName),
-              MessageStyle::Exclamation);
-}
-
 void DownloadApp::BuildWindow() {
-  FormSettingsPath();
-  LoadSettingsOrProfile();
+  store.SetName(modelName);
+  store.Load([this] { return LoadSettings(); });
   workerSettings = windowSettings;
   log.SetJobLog(windowSettings.logFile, windowSettings.writeLog != 0);
   board.SetMachine(windowSettings.machineName, windowSettings.dncServerRole > 0);
-  RemoveAbandoned();
+  store.ClearAway();
+  UploadFile::ClearAway(windowSettings.uploadPath);
   SetStatus(LinkStatus::Waiting);
   OpenPort(0);
   UpdateStatus();
@@ -151,86 +111,20 @@ void DownloadApp::BuildWindow() {
                                           [this] { FinishServing(); });
 }
 
-// A stored record that names no COM port is not trusted: it is loaded once more, and then the text
-// profile is read instead.
-void DownloadApp::LoadSettingsOrProfile() {
-  const auto namesPort = [this] { return NamesComPort(windowSettings); };
-  const bool loaded = LoadSettings();
-  settingsLoadFailed = !loaded || !namesPort();
-  if (loaded && settingsLoadFailed) {
-    settingsLoadFailed = !LoadSettings() || !namesPort();
-    if (settingsLoadFailed)
-      ShowMessage(LookUpText(15322, u"Warning: Bad INI file load"),
-                  LookUpText(15323, u"Possible loss of settings"), MessageStyle::Exclamation);
-  }
-  if (settingsLoadFailed) ReadSettingsProfile(settingsPath, services.cncFolder, windowSettings);
-  EnsureTrailingSeparators(windowSettings);
-  if (namesPort())
-    keptPort = windowSettings.port;
-  else
-    ShowPortNotKept();
-}
-
-// A text profile in the record's place, as on the first start, is no failure worth a word. Of a file too
-// large for both, reading the profile says so.
 bool DownloadApp::LoadSettings() {
-  RecordFileOptions options;
-  options.report = false;
-  options.largest = ProfileFile::kLargestProfile;
-  return LoadObject(settingsPath, *this, options);
+  return store.ReadRecord(*this);
 }
 
-// A record without a COM name would cost all settings at the next start.
 bool DownloadApp::SaveSettings() {
-  RecordFileOptions options;
-  options.report = false;
-  App().MakeFolder(App().GetApplicationPropertyPath(kSettingsFolder));
-  const KorText used = windowSettings.port;
-  windowSettings.port = keptPort;
-  const bool saved = SaveObject(settingsPath, *this, options);
-  windowSettings.port = used;
-  return saved;
+  return store.WriteRecord(*this);
 }
 
 void DownloadApp::KeepSettings() {
-  if (settingsPath.IsEmpty()) return; // not loaded yet, or never kept
-  const bool reported = lossReported;
-  lossReported = !SaveSettings();
-  if (lossReported && !reported)
-    App().Report({MessageLevel::Warn, settingsPath, LookUpText(15323, u"Possible loss of settings"),
-                  App().ErrorText(App().LastError()), 0});
+  store.Save([this] { return SaveSettings(); });
 }
 
 std::span<const MemberDescription> DownloadApp::Members() {
-  static constexpr auto kSettings = &DownloadApp::windowSettings;
-  static constexpr MemberDescription kMembers[] = {
-      Member<kSettings, &LinkSettings::port>(u"port"),
-      Member<kSettings, &LinkSettings::baudrate>(u"baudrate"),
-      Member<kSettings, &LinkSettings::parity>(u"parity"),
-      Member<kSettings, &LinkSettings::databits>(u"databits"),
-      Member<kSettings, &LinkSettings::stopbits>(u"stopbits"),
-      Member<kSettings, &LinkSettings::flowControl>(u"flow control"),
-      Member<kSettings, &LinkSettings::uploadPath>(u"upload path"),
-      Member<kSettings, &LinkSettings::downloadPath>(u"download path"),
-      Member<kSettings, &LinkSettings::fileExtension>(u"file extension"),
-      Member<kSettings, &LinkSettings::transmitDelay>(u"transmit delay"),
-      Member<kSettings, &LinkSettings::logFile>(u"log file"),
-      Member<kSettings, &LinkSettings::writeLog>(u"write log"),
-      Member<kSettings, &LinkSettings::characterDelay>(u"character delay"),
-      Member<kSettings, &LinkSettings::lineDelay>(u"line delay"),
-      Member<kSettings, &LinkSettings::sendSot>(u"send SOT"),
-      Member<kSettings, &LinkSettings::sendEot>(u"send EOT"),
-      Member<kSettings, &LinkSettings::sotCharacter>(u"SOT character"),
-      Member<kSettings, &LinkSettings::eotCharacter>(u"EOT character"),
-      Member<kSettings, &LinkSettings::extraText>(u"extra text"),
-      Member<kSettings, &LinkSettings::rtsCtsHandshake>(u"RTS/CTS handshake"),
-      Member<kSettings, &LinkSettings::dtrDsrHandshake>(u"DTR/DSR handshake"),
-      Member<kSettings, &LinkSettings::applicationInteger>(u"application integer"),
-      Member<kSettings, &LinkSettings::dncSynchronisation>(u"DNC synchronisation"),
-      Member<kSettings, &LinkSettings::dncServerRole>(u"DNC server role"),
-      Member<kSettings, &LinkSettings::machineName>(u"machine name"),
-  };
-  return kMembers;
+  return LinkSettingsMembers<&DownloadApp::windowSettings>();
 }
 
 void DownloadApp::Transfer(DiskFile& file) {
@@ -238,19 +132,10 @@ void DownloadApp::Transfer(DiskFile& file) {
   EndRecord(file);
 }
 
-// A program that was killed in the middle of an upload, or while it saved its settings, left its part
-// file behind.
-void DownloadApp::RemoveAbandoned() {
-  for (const KorText& folder :
-       {windowSettings.uploadPath, App().GetApplicationPropertyPath(kSettingsFolder),
-        FolderOfPath(App().LinkTarget(settingsPath))})
-    if (!folder.IsEmpty()) RemoveAbandonedParts(folder);
-}
-
 // By the worker, which may be given up: files that are slow must not hold the end.
 void DownloadApp::FinishServing() {
   if (!ending) return;
-  RunTasks();  // what was asked for before the end is still done
+  tasks.Run(); // what was asked for before the end is still done
   CancelNow(); // whoever ends the program breaks a transfer off
 }
 
@@ -259,10 +144,7 @@ void DownloadApp::Terminate() {
   terminated = true;
   for (const char16_t* timer : {kXonTimer, kEndOfServeTimer, kPingTimer})
     timers.Delete(timer);
-  {
-    const Lock lock(mutex);
-    acceptsTasks = false;
-  }
+  tasks.Close();
   ending = true;
   workerStuck = worker && !worker->Stop(kPatience);
   if (workerStuck) {
@@ -278,8 +160,7 @@ void DownloadApp::Terminate() {
   channel.Close();
   KeepSettings();
   log.StopTrace(u"Application Terminated");
-  services.window->ShowEndDialog(EndDialog::Download, false);
-  services.window->ShowEndDialog(EndDialog::Upload, false);
+  manual.HideEndDialogs();
 }
 
 void DownloadApp::RunDueTimers() {
@@ -293,44 +174,20 @@ void DownloadApp::PostToWindow(std::function<void()> task) {
 }
 
 void DownloadApp::RunOnWorker(std::function<void()> task) {
-  {
-    const Lock lock(mutex);
-    if (!acceptsTasks) return;
-    tasks.push_back(std::move(task));
-  }
-  hasTasks = true;
-  services.port->Interrupt();
-}
-
-bool DownloadApp::IsBehind() {
-  const Lock lock(mutex);
-  return tasks.size() >= kMostTasks;
-}
-
-bool DownloadApp::RunTasks() {
-  if (!hasTasks.exchange(false)) return false;
-  std::deque<std::function<void()>> now;
-  {
-    const Lock lock(mutex);
-    now.swap(tasks);
-  }
-  for (const auto& task : now)
-    task();
-  return !now.empty();
+  if (tasks.Add(std::move(task))) services.port->Interrupt();
 }
 
 bool DownloadApp::Poll() {
-  const bool worked = RunTasks();
+  const bool worked = tasks.Run();
   return channel.Poll() || worked;
 }
 
 void DownloadApp::WaitIdle() {
-  if (!hasTasks) services.port->WaitReadable(channel.IdleWait());
+  if (!tasks.IsWaiting()) services.port->WaitReadable(channel.IdleWait());
 }
 
 void DownloadApp::ChangeSettings(const std::function<void(LinkSettings&)>& change) {
-  change(windowSettings);
-  if (NamesComPort(windowSettings)) keptPort = windowSettings.port;
+  store.Change(change);
   KeepSettings();
   log.SetJobLog(windowSettings.logFile, windowSettings.writeLog != 0);
   RunOnWorker([this, changed = windowSettings] { workerSettings = changed; });
@@ -374,20 +231,17 @@ void DownloadApp::ShowTitle(const KorText& title) {
 // The exchange that was running is over; its job is logged before the link shows as gone.
 void DownloadApp::OnLinkLost() {
   AbandonExchange();
-  SetStatus(LinkStatus::NoLink);
-  UpdateStatus();
+  EnterStatus(LinkStatus::NoLink);
 }
 
 void DownloadApp::OnOverRun() {
   AbandonExchange();
-  SetStatus(LinkStatus::OverRun);
-  UpdateStatus();
+  EnterStatus(LinkStatus::OverRun);
 }
 
 void DownloadApp::OnLinkBack() {
   AbandonExchange();
-  SetStatus(LinkStatus::Waiting);
-  UpdateStatus();
+  EnterStatus(LinkStatus::Waiting);
 }
 
 // --- The running exchange ------------------------------------------------------------------------------
@@ -401,10 +255,9 @@ std::optional<KorText> DownloadApp::RunningExchange() {
 void DownloadApp::EndExchange(LinkStatus downloadCode, LinkStatus uploadCode) {
   const bool uploading = Status() == LinkStatus::Uploading;
   const bool running = StopDelay() || IsExchange(Status());
-  DiscardUpload();
+  upload.Discard();
   if (running) {
-    SetStatus(uploading ? uploadCode : downloadCode);
-    UpdateStatus();
+    EnterStatus(uploading ? uploadCode : downloadCode);
   }
   ShowProgress(0, 0);
   FinishTransfer();
@@ -500,8 +353,7 @@ void DownloadApp::Ping() {
 void DownloadApp::EndOfServe() {
   RunOnWorker([this] {
     if (Status() == LinkStatus::Uploading) CancelNow();
-    SetStatus(LinkStatus::Waiting);
-    UpdateStatus();
+    EnterStatus(LinkStatus::Waiting);
   });
   if (windowSettings.dncSynchronisation > 0 && windowSettings.dncServerRole == 0) DncClientStep();
 }
@@ -511,8 +363,7 @@ void DownloadApp::ReadyForServing() {
   const bool client = synchronised && windowSettings.dncServerRole == 0;
   RunOnWorker([this, client] {
     if (Status() == LinkStatus::Uploading) CancelNow();
-    SetStatus(client ? LinkStatus::ClientNoServer : LinkStatus::Waiting);
-    UpdateStatus();
+    EnterStatus(client ? LinkStatus::ClientNoServer : LinkStatus::Waiting);
   });
   services.window->SetJobButtons(synchronised ? JobButtons::Hidden : JobButtons::Enabled);
   if (client)
@@ -545,15 +396,6 @@ void DownloadApp::SettingsDialog() {
   }
 }
 
-void DownloadApp::ShowPortNotKept() {
-  const KorText text =
-      LookUpText(15430, u"The port \"%s\" is used until the program ends; the next start opens %s "
-                        u"again. To keep this device, give it that name: ncedl-setup --port %s=%s");
-  ShowMessage(LookUpText(15101, u"Download Settings"),
-              KorText::Format(text, windowSettings.port, keptPort, keptPort, windowSettings.port),
-              MessageStyle::Exclamation);
-}
-
 KorText DownloadApp::AcceptSettings(const FormDescription& form) {
   LinkSettings edited = windowSettings;
   const KorText wrong = ReadSettingsForm(form, edited);
@@ -561,7 +403,7 @@ KorText DownloadApp::AcceptSettings(const FormDescription& form) {
   if (const KorText running = WhatRuns(); !running.IsEmpty()) return running;
   const bool portChanged = edited.port != windowSettings.port;
   ChangeSettings([&](LinkSettings& changed) { changed = edited; });
-  if (portChanged && !NamesComPort(windowSettings)) ShowPortNotKept();
+  if (portChanged) store.WarnOfUnkeptPort();
   ReopenPort();
   return {};
 }
@@ -606,8 +448,7 @@ void DownloadApp::DelayDownload() {
   App().DebugOutput(
       KorText::Format(u"Download delayed for %i second(s).\n", workerSettings.transmitDelay));
   board.SetCount(0);
-  SetStatus(LinkStatus::DownloadWaiting);
-  UpdateStatus();
+  EnterStatus(LinkStatus::DownloadWaiting);
   downloadDelayed = true;
   // Only the worker deletes the timer: here it could be a newer request's by now.
   timers.Create(kDownloadTimer, workerSettings.transmitDelay, Now(), true, [this, mine = ++delays] {
@@ -625,45 +466,20 @@ void DownloadApp::DownloadNow() {
 
 // --- Manual transfer -----------------------------------------------------------------------------------
 
-KorText DownloadApp::CurrentName() {
-  const KorText path = CurrentStatus().fileName;
-  return path.Mid(NameStart(path));
-}
-
 void DownloadApp::ChooseDownloadFile() {
-  if (!MayStart(SendCaption())) return;
-  FileChoice choice{FileChoice::Kind::Open,
-                    LookUpText(15310, u"Open NC file"),
-                    windowSettings.downloadPath,
-                    CurrentName(),
-                    {}};
-  choice.filters = FileFilters(LookUpText(15312, u"NC files"), windowSettings.fileExtension);
-  if (const auto chosen = services.window->ChooseFile(choice)) SendFile(*chosen);
+  if (!MayStart(ManualTransfer::SendCaption())) return;
+  if (const auto chosen = manual.ChooseToSend(windowSettings, CurrentStatus().fileName))
+    SendFile(*chosen);
 }
 
 void DownloadApp::ChooseUploadFile() {
-  if (!MayStart(ReceiveCaption())) return;
-  FileChoice choice{FileChoice::Kind::Save,
-                    LookUpText(15311, u"Save NC file as"),
-                    windowSettings.uploadPath,
-                    CurrentName(),
-                    {}};
-  choice.filters = FileFilters(LookUpText(15312, u"NC files"), windowSettings.fileExtension);
-  if (const auto chosen = services.window->ChooseFile(choice)) ReceiveFile(*chosen);
+  if (!MayStart(ManualTransfer::ReceiveCaption())) return;
+  if (const auto chosen = manual.ChooseToReceive(windowSettings, CurrentStatus().fileName))
+    ReceiveFile(*chosen);
 }
 
 void DownloadApp::SendFile(const KorText& path) {
-  StartOnWorker(SendCaption(), [this, path] { StartSend(path); });
-}
-
-// Intended: the next dialog opens where this file lay and filters for its kind.
-void DownloadApp::RememberChoice(const KorText& path) {
-  const std::size_t nameStart = NameStart(path);
-  const std::size_t dot = path.FindLast(u'.');
-  ChangeSettings([&](LinkSettings& changed) {
-    if (nameStart > 0) changed.downloadPath = path.Left(nameStart);
-    if (dot != KorText::kNone && dot > nameStart) changed.fileExtension = path.Mid(dot + 1);
-  });
+  StartOnWorker(ManualTransfer::SendCaption(), [this, path] { StartSend(path); });
 }
 
 void DownloadApp::StartSend(const KorText& path) {
@@ -672,22 +488,15 @@ void DownloadApp::StartSend(const KorText& path) {
   board.SetFileName(path);
   std::int64_t size = 0;
   if (!LoadTransfer(path, size)) {
-    SetStatus(LinkStatus::DownloadCantOpen);
-    UpdateStatus();
+    EnterStatus(LinkStatus::DownloadCantOpen);
     return;
   }
-  manualJob = true;
-  board.SetCount(0);
-  board.SetTotal(size);
-  ShowProgress(0, size);
-  SetStatus(LinkStatus::Downloading);
-  UpdateStatus();
+  board.BeginCount(size);
+  EnterStatus(LinkStatus::Downloading);
   PostToWindow([this, path] {
-    RememberChoice(path);
-    services.window->SetTitle(KorText::Format(u"%s  %s", modelName, path));
-    services.window->SetJobButtons(JobButtons::SendDisabled);
-    services.window->ShowEndDialog(EndDialog::Download, true);
+    ChangeSettings([&](LinkSettings& changed) { ManualTransfer::Remember(path, changed); });
   });
+  manual.Begin(EndDialog::Download, modelName + u"  " + path);
 }
 
 bool DownloadApp::LoadTransfer(const KorText& path, std::int64_t& size) {
@@ -713,55 +522,39 @@ void DownloadApp::PollIdle() {
     return;
   }
   ShowProgress(1, 1);
-  SetStatus(LinkStatus::DownloadCompleted);
-  UpdateStatus();
+  EnterStatus(LinkStatus::DownloadCompleted);
   FinishTransfer();
 }
 
 void DownloadApp::FinishTransfer() {
   program.Clear();
   channel.SetSendSource({});
-  if (!manualJob) return;
-  manualJob = false;
-  PostToWindow([this] {
-    services.window->ShowEndDialog(EndDialog::Download, false);
-    services.window->ShowEndDialog(EndDialog::Upload, false);
-    services.window->SetJobButtons(JobButtons::Enabled);
-  });
+  manual.End();
 }
 
 void DownloadApp::ReceiveFile(const KorText& path) {
-  StartOnWorker(ReceiveCaption(), [this, path] { StartReceive(path); });
+  StartOnWorker(ManualTransfer::ReceiveCaption(), [this, path] { StartReceive(path); });
 }
 
 void DownloadApp::StartReceive(const KorText& path) {
   AbandonExchange();
   if (!OpenUpload(path)) {
-    SetStatus(LinkStatus::UploadCantOpen);
-    UpdateStatus();
+    EnterStatus(LinkStatus::UploadCantOpen);
     return;
   }
-  manualJob = true;
   board.SetCount(0);
-  SetStatus(LinkStatus::Uploading);
-  UpdateStatus();
-  PostToWindow([this, path] {
-    services.window->SetTitle(KorText::Format(u"%s  %s", modelName, path));
-    services.window->SetJobButtons(JobButtons::Disabled);
-    services.window->ShowEndDialog(EndDialog::Upload, true);
-  });
+  EnterStatus(LinkStatus::Uploading);
+  manual.Begin(EndDialog::Upload, modelName + u"  " + path);
 }
 
 void DownloadApp::ProcessReceived() {
-  if (Status() == LinkStatus::Uploading && upload) {
+  if (Status() == LinkStatus::Uploading && upload.IsOpen()) {
     const std::string_view bytes = channel.Received();
-    const auto* data = reinterpret_cast<const std::uint8_t*>(bytes.data());
-    const bool stored = upload->Write({data, bytes.size()}) == bytes.size();
+    const bool stored = upload.Write(bytes);
     board.AddCount(static_cast<std::int64_t>(bytes.size()));
     if (!stored) {
-      DiscardUpload();
-      SetStatus(LinkStatus::UploadErrors);
-      UpdateStatus();
+      upload.Discard();
+      EnterStatus(LinkStatus::UploadErrors);
       FinishTransfer();
     }
   }
@@ -771,15 +564,14 @@ void DownloadApp::ProcessReceived() {
 void DownloadApp::CompleteUpload() {
   RunOnWorker([this] {
     if (Status() != LinkStatus::Uploading) return;
-    if (!manualJob) {
+    if (!manual.IsRunning()) {
       ShowMessage(LookUpText(15318, u"Upload End"),
                   LookUpText(15443, u"Only the controller can complete this upload."),
                   MessageStyle::Exclamation);
       return;
     }
-    SetStatus(CommitUpload() ? LinkStatus::UploadCompleted : LinkStatus::UploadErrors);
     ShowProgress(0, 0);
-    UpdateStatus();
+    EnterStatus(CommitUpload() ? LinkStatus::UploadCompleted : LinkStatus::UploadErrors);
     FinishTransfer();
   });
 }
@@ -787,31 +579,15 @@ void DownloadApp::CompleteUpload() {
 // --- Transfer file -------------------------------------------------------------------------------------
 
 bool DownloadApp::OpenUpload(const KorText& path) {
-  DiscardUpload();
   board.SetFileName(path);
-  const auto existing = App().FileAttributes(path);
-  if (existing && (existing->isFolder || existing->isSystem || existing->isReadOnly)) return false;
-  if (!App().CanReplaceFile(path)) return false;
-  auto file = std::make_unique<KorFile>(path);
-  file->ReplaceLinks();
-  if (!file->OpenSafe(kFileWrite)) return false;
+  if (!upload.Open(path)) return false;
   StopDelay(); // a download that waits for it would break into the upload
-  upload = std::move(file);
-  endMarkAwaited = true;
   return true;
 }
 
 bool DownloadApp::CommitUpload() {
-  if (!upload) return false;
-  board.SetCount(static_cast<std::int64_t>(upload->Size()));
-  const bool stored = upload->Commit();
-  upload.reset();
-  return stored;
-}
-
-void DownloadApp::DiscardUpload() {
-  if (upload) upload->Discard();
-  upload.reset();
+  if (upload.IsOpen()) board.SetCount(static_cast<std::int64_t>(upload.Size()));
+  return upload.Commit();
 }
 
 NcProgram::Result DownloadApp::ReadProgram(const KorText& path) {
@@ -834,8 +610,7 @@ void DownloadApp::LoopbackTest() {
   StartOnWorker(LookUpText(15212, u"Loop Back Test"), [this] {
     timers.Stop(kDisplayTimer); // the waiting status stands until the test has begun
     AbandonExchange();
-    SetStatus(LinkStatus::Waiting);
-    UpdateStatus();
+    EnterStatus(LinkStatus::Waiting);
     channel.StartLoopbackTest();
     timers.Start(kDisplayTimer, Now());
   });

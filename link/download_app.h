@@ -1,6 +1,6 @@
-// DownloadApp: the generic serial download application. It owns the settings record, the serial
-// channel and its worker, the timers, the link status, the transfer file and both logs. A derived
-// application supplies the controller's protocol by overriding the virtual operations.
+// DownloadApp: the generic serial download application: the form dialog and stored object on which the
+// settings store, the serial channel and its worker, the timers, the link status, the transfer files and
+// both logs hang together. A derived application supplies the controller's protocol by overriding the virtual operations.
 //
 // Made once by main, which also owns the port and the window that it is lent.
 //
@@ -12,21 +12,23 @@
 
 #include <atomic>
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <memory>
 #include <set>
 
-#include "files/simple_file.h"
 #include "files/storable.h"
 #include "link/comms_log.h"
 #include "link/comms_monitor.h"
 #include "link/link_settings.h"
+#include "link/manual_transfer.h"
 #include "link/monitor_feed.h"
 #include "link/nc_program.h"
 #include "link/no_port.h"
 #include "link/serial_channel.h"
+#include "link/settings_store.h"
 #include "link/status_board.h"
+#include "link/task_queue.h"
+#include "link/upload_file.h"
 #include "ui/form_dialog.h"
 #include "ui/no_window.h"
 #include "ui/timer_queue.h"
@@ -128,7 +130,7 @@ class DownloadApp : public Storable, protected ChannelHost {
   // Any thread. The task runs on the worker before its next poll; dropped when the worker has ended.
   void RunOnWorker(std::function<void()> task);
   // Any thread. So many tasks wait that no more should be given for the time being.
-  bool IsBehind();
+  bool IsBehind() { return tasks.IsBehind(); }
 
  protected:
   // ChannelHost, on the worker
@@ -142,6 +144,10 @@ class DownloadApp : public Storable, protected ChannelHost {
 
   LinkStatus Status() const { return board.Code(); }
   void SetStatus(LinkStatus code) { board.Set(code); }
+  void EnterStatus(LinkStatus code) {
+    SetStatus(code);
+    UpdateStatus();
+  }
   // Forms the status line (with its job-log line) and has the window show it at once.
   void UpdateStatus();
   void ShowProgress(std::int64_t position, std::int64_t range) {
@@ -161,7 +167,6 @@ class DownloadApp : public Storable, protected ChannelHost {
   bool OpenUpload(const KorText& path); // safe write beside the target
   // The received program replaces the target. False when it could not be stored whole.
   bool CommitUpload();
-  void DiscardUpload();
   // Reads the file's lines; false (with a message when a line is too long) leaves the program empty.
   NcProgram::Result ReadProgram(const KorText& path);
   // After a transfer, however it ended: lets go of its memory and of the windows of a manual job.
@@ -172,7 +177,6 @@ class DownloadApp : public Storable, protected ChannelHost {
   // On the window's thread, when everything is ready and the worker has not started yet.
   virtual void BeforeServing() {}
   void StopWorker();
-  bool IsManualJob() const { return manualJob; }
   bool IsEnding() const { return ending; } // nothing more is begun
   // The window's copy and the worker's change together, and the record is saved.
   void ChangeSettings(const std::function<void(LinkSettings&)>& change);
@@ -181,22 +185,21 @@ class DownloadApp : public Storable, protected ChannelHost {
 
   const EngineServices services;
   KorText modelName;
-  KorText settingsPath;
-  bool settingsLoadFailed = false;
   KorText pingText;            // sent by the ping timer when not empty
-  LinkSettings windowSettings; // window's copy: edited and stored
-
-  LinkSettings workerSettings; // worker's copy
-  CommsLog log;
+  LinkSettings windowSettings; // the window's: edited and stored
+  LinkSettings workerSettings; // the worker's: replaced between two polls
   StatusBoard board;
+
+ private:
+  SettingsStore store;
+  CommsLog log;
   MonitorFeed monitor;
+
+ protected:
   SerialChannel channel;
-  TimerQueue timers;
   NcProgram program; // lines of the file being sent
-  std::unique_ptr<KorFile> upload;
-  // Worker: an upload has begun whose end mark has not come. The controller may still send the rest of
-  // it after the upload has ended on this side.
-  bool endMarkAwaited = false;
+  UploadFile upload;
+  ManualTransfer manual;
 
  private:
   void DisplayStatus();
@@ -213,34 +216,23 @@ class DownloadApp : public Storable, protected ChannelHost {
   void StartOnWorker(const KorText& caption, std::function<void()> task);
   void ReopenPort();
   void StartSend(const KorText& path);
-  void RememberChoice(const KorText& path); // window
-  KorText CurrentName();                    // the current file's, without its folder
   void StartReceive(const KorText& path);
-  void FormSettingsPath();
-  void LoadSettingsOrProfile();
-  void ShowPortNotKept();
-  bool RunTasks();
   void FinishServing();
   void WriteJobLine(const EndedJob& job);
   void CreateTimer(const char16_t* name, double period, bool started,
                    void (DownloadApp::*action)());
-  void RemoveAbandoned();
 
+  TimerQueue timers;
+  TaskQueue tasks;
   std::unique_ptr<CommsMonitor> worker;
-  std::atomic<bool> hasTasks{false};
   std::atomic<int> waitingViews{0};    // posted status changes that the window has not shown yet
   std::optional<LinkStatus> shownCode; // worker: last status posted to the window
   bool downloadDelayed = false;        // worker: the transmit delay runs
   std::uint32_t delays = 0;            // worker: how many transmit delays have begun
-  bool manualJob = false;              // worker: an end dialog is shown
   bool terminated = false;             // window
-  bool lossReported = false;           // window: the last save failed, and this was said
-  KorText keptPort = u"COM1";          // window: the COM name that the record holds
   bool workerStuck = false;            // window
   std::atomic<bool> ending{false};
   Mutex mutex;
-  std::deque<std::function<void()>> tasks KOR_GUARDED_BY(mutex);
-  bool acceptsTasks KOR_GUARDED_BY(mutex) = true;
   std::set<KorText> reportedFailures KOR_GUARDED_BY(mutex);
 };
 

@@ -22,6 +22,12 @@ void StatusBoard::SetMachine(const KorText& machine, bool serverRole) {
   facts.serverRole = serverRole;
 }
 
+void StatusBoard::BeginCount(std::int64_t size) {
+  total = size;
+  count = 0;
+  SetProgress(0, size);
+}
+
 void StatusBoard::SetProgress(std::int64_t position, std::int64_t range) {
   progress = position;
   progressRange = range;

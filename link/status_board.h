@@ -29,8 +29,9 @@ class StatusBoard {
   void SetCount(std::int64_t bytes) { count = bytes; }
   void AddCount(std::int64_t bytes) { count += bytes; }
   std::int64_t Count() const { return count; }
-  void SetTotal(std::int64_t bytes) { total = bytes; }
   std::int64_t Total() const { return total; }
+  // Nothing of so many bytes has been sent.
+  void BeginCount(std::int64_t size);
   // The progress bar: position and range in bytes.
   void SetProgress(std::int64_t position, std::int64_t range);
 

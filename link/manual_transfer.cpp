@@ -1,0 +1,78 @@
+#include "link/manual_transfer.h"
+
+#include "services/core/text_lookup.h"
+
+namespace kor {
+
+namespace {
+
+std::size_t NameStart(const KorText& path) {
+  const std::size_t at = path.View().find_last_of(u"/\\");
+  return at == KorText::kNone ? 0 : at + 1;
+}
+
+FileChoice NcFile(FileChoice::Kind kind, const KorText& title, const KorText& folder,
+                  const KorText& currentFile, const KorText& extension) {
+  return {kind, title, folder, currentFile.Mid(NameStart(currentFile)),
+          FileFilters(LookUpText(15312, u"NC files"), extension)};
+}
+
+} // namespace
+
+KorText FileFilters(const KorText& kind, const KorText& extension) {
+  return KorText::Format(u"%s (*.%s)|*.%s|%s (*.*)|*.*", kind, extension, extension,
+                         LookUpText(15313, u"All Files"));
+}
+
+KorText ManualTransfer::SendCaption() {
+  return LookUpText(15210, u"Send NC File");
+}
+
+KorText ManualTransfer::ReceiveCaption() {
+  return LookUpText(15211, u"Receive NC File");
+}
+
+std::optional<KorText> ManualTransfer::ChooseToSend(const LinkSettings& settings,
+                                                    const KorText& currentFile) {
+  return window.ChooseFile(NcFile(FileChoice::Kind::Open, LookUpText(15310, u"Open NC file"),
+                                  settings.downloadPath, currentFile, settings.fileExtension));
+}
+
+std::optional<KorText> ManualTransfer::ChooseToReceive(const LinkSettings& settings,
+                                                       const KorText& currentFile) {
+  return window.ChooseFile(NcFile(FileChoice::Kind::Save, LookUpText(15311, u"Save NC file as"),
+                                  settings.uploadPath, currentFile, settings.fileExtension));
+}
+
+void ManualTransfer::Remember(const KorText& path, LinkSettings& settings) {
+  const std::size_t nameStart = NameStart(path);
+  const std::size_t dot = path.FindLast(u'.');
+  if (nameStart > 0) settings.downloadPath = path.Left(nameStart);
+  if (dot != KorText::kNone && dot > nameStart) settings.fileExtension = path.Mid(dot + 1);
+}
+
+void ManualTransfer::HideEndDialogs() {
+  window.ShowEndDialog(EndDialog::Download, false);
+  window.ShowEndDialog(EndDialog::Upload, false);
+}
+
+void ManualTransfer::Begin(EndDialog which, const KorText& title) {
+  running = true;
+  window.Post([this, which, title] {
+    window.SetTitle(title);
+    window.SetJobButtons(which == EndDialog::Download ? JobButtons::SendDisabled
+                                                      : JobButtons::Disabled);
+    window.ShowEndDialog(which, true);
+  });
+}
+
+void ManualTransfer::End() {
+  if (!running) return;
+  running = false;
+  window.Post([this] {
+    HideEndDialogs();
+    window.SetJobButtons(JobButtons::Enabled);
+  });
+}
+
+} // namespace kor

@@ -1,0 +1,114 @@
+#include "link/settings_store.h"
+
+#include <utility>
+
+#include "files/paths.h"
+#include "files/simple_file.h"
+#include "link/profile_file.h"
+#include "services/core/app_interface.h"
+#include "services/core/text_lookup.h"
+
+namespace kor {
+
+namespace {
+
+KorText Caption() {
+  return LookUpText(15101, u"Download Settings");
+}
+
+KorText SettingsFolder() {
+  return App().GetApplicationPropertyPath(kSettingsFolder);
+}
+
+} // namespace
+
+SettingsStore::SettingsStore(LinkSettings& windowSettings, const KorText& defaultFolder,
+                             Warning warning)
+    : settings(windowSettings), cncFolder(defaultFolder), warn(std::move(warning)) {
+  settings.uploadPath = cncFolder;
+  settings.downloadPath = cncFolder;
+}
+
+void SettingsStore::SetName(const KorText& name) {
+  const KorText file = name + u".INI";
+  if (App().CanNameFile(file)) {
+    path = SettingsFolder() + file;
+    return;
+  }
+  const KorText text =
+      LookUpText(15476, u"\"%s\" can't be the name of a file, so settings are not kept. Start the "
+                        u"program with another name.");
+  warn(Caption(), KorText::Format(text, name));
+}
+
+// A stored record whose port is another one is not trusted when it is loaded.
+bool SettingsStore::NamesComPort() const {
+  return settings.port.StartsWith(u"COM");
+}
+
+// A text profile in the record's place, as on the first start, is no failure worth a word. Of a file too
+// large for both, reading the profile says so.
+bool SettingsStore::ReadRecord(Storable& application) const {
+  RecordFileOptions options;
+  options.report = false;
+  options.largest = ProfileFile::kLargestProfile;
+  return LoadObject(path, application, options);
+}
+
+// A record without a COM name would cost all settings at the next start.
+bool SettingsStore::WriteRecord(Storable& application) {
+  RecordFileOptions options;
+  options.report = false;
+  App().MakeFolder(SettingsFolder());
+  const KorText used = std::exchange(settings.port, keptPort);
+  const bool saved = SaveObject(path, application, options);
+  settings.port = used;
+  return saved;
+}
+
+// A stored record that names no COM port is not trusted: it is loaded once more.
+bool SettingsStore::LoadTwice(const RecordStep& load) const {
+  if (!load()) return false;
+  if (NamesComPort() || (load() && NamesComPort())) return true;
+  warn(LookUpText(15322, u"Warning: Bad INI file load"),
+       LookUpText(15323, u"Possible loss of settings"));
+  return false;
+}
+
+void SettingsStore::Load(const RecordStep& load) {
+  if (!LoadTwice(load)) ReadSettingsProfile(path, cncFolder, settings);
+  EnsureTrailingSeparators(settings);
+  if (NamesComPort())
+    keptPort = settings.port;
+  else
+    WarnOfUnkeptPort();
+}
+
+void SettingsStore::Change(const std::function<void(LinkSettings&)>& change) {
+  change(settings);
+  if (NamesComPort()) keptPort = settings.port;
+}
+
+void SettingsStore::Save(const RecordStep& save) {
+  if (path.IsEmpty()) return;
+  const bool reported = lossReported;
+  lossReported = !save();
+  if (lossReported && !reported)
+    App().Report({MessageLevel::Warn, path, LookUpText(15323, u"Possible loss of settings"),
+                  App().ErrorText(App().LastError()), 0});
+}
+
+void SettingsStore::WarnOfUnkeptPort() const {
+  if (NamesComPort()) return;
+  const KorText text =
+      LookUpText(15430, u"The port \"%s\" is used until the program ends; the next start opens %s "
+                        u"again. To keep this device, give it that name: ncedl-setup --port %s=%s");
+  warn(Caption(), KorText::Format(text, settings.port, keptPort, keptPort, settings.port));
+}
+
+void SettingsStore::ClearAway() const {
+  for (const KorText& folder : {SettingsFolder(), FolderOfPath(App().LinkTarget(path))})
+    if (!folder.IsEmpty()) RemoveAbandonedParts(folder);
+}
+
+} // namespace kor

@@ -1,0 +1,87 @@
+// SettingsStore: the window's settings on the disk: the members of their record, the load with the
+// hand-over from a text profile, the save. Owned by DownloadApp. Window's thread.
+//
+// The record is the whole application's, of which the settings are a part: reading and writing it are
+// operations of the application, which this class calls where it is their turn.
+#pragma once
+
+#include <functional>
+#include <span>
+
+#include "files/member.h"
+#include "link/link_settings.h"
+
+namespace kor {
+
+// The settings as members of the class that holds them; Path leads from it to its LinkSettings.
+template <auto... Path> std::span<const MemberDescription> LinkSettingsMembers() {
+  static constexpr MemberDescription kMembers[] = {
+      Member<Path..., &LinkSettings::port>(u"port"),
+      Member<Path..., &LinkSettings::baudrate>(u"baudrate"),
+      Member<Path..., &LinkSettings::parity>(u"parity"),
+      Member<Path..., &LinkSettings::databits>(u"databits"),
+      Member<Path..., &LinkSettings::stopbits>(u"stopbits"),
+      Member<Path..., &LinkSettings::flowControl>(u"flow control"),
+      Member<Path..., &LinkSettings::uploadPath>(u"upload path"),
+      Member<Path..., &LinkSettings::downloadPath>(u"download path"),
+      Member<Path..., &LinkSettings::fileExtension>(u"file extension"),
+      Member<Path..., &LinkSettings::transmitDelay>(u"transmit delay"),
+      Member<Path..., &LinkSettings::logFile>(u"log file"),
+      Member<Path..., &LinkSettings::writeLog>(u"write log"),
+      Member<Path..., &LinkSettings::characterDelay>(u"character delay"),
+      Member<Path..., &LinkSettings::lineDelay>(u"line delay"),
+      Member<Path..., &LinkSettings::sendSot>(u"send SOT"),
+      Member<Path..., &LinkSettings::sendEot>(u"send EOT"),
+      Member<Path..., &LinkSettings::sotCharacter>(u"SOT character"),
+      Member<Path..., &LinkSettings::eotCharacter>(u"EOT character"),
+      Member<Path..., &LinkSettings::extraText>(u"extra text"),
+      Member<Path..., &LinkSettings::rtsCtsHandshake>(u"RTS/CTS handshake"),
+      Member<Path..., &LinkSettings::dtrDsrHandshake>(u"DTR/DSR handshake"),
+      Member<Path..., &LinkSettings::applicationInteger>(u"application integer"),
+      Member<Path..., &LinkSettings::dncSynchronisation>(u"DNC synchronisation"),
+      Member<Path..., &LinkSettings::dncServerRole>(u"DNC server role"),
+      Member<Path..., &LinkSettings::machineName>(u"machine name"),
+  };
+  return kMembers;
+}
+
+class SettingsStore {
+ public:
+  using Warning = std::function<void(const KorText& caption, const KorText& text)>;
+  using RecordStep = std::function<bool()>;
+
+  // The settings are the window's copy, which is stored, and outlive this. cncFolder is the default of
+  // both NC folders. The user is warned through warn.
+  SettingsStore(LinkSettings& windowSettings, const KorText& cncFolder, Warning warn);
+
+  // The settings are those of the file of this name. A name that no file can have keeps no settings, and
+  // reads none: the user is warned.
+  void SetName(const KorText& name);
+
+  // The file's record; false when it could not be read, or not be stored whole.
+  bool ReadRecord(Storable& application) const;
+  bool WriteRecord(Storable& application);
+
+  // Loads the settings by the application's operation, and from a text profile when that fails.
+  void Load(const RecordStep& load);
+  // Saves them by the application's operation. A failure is reported once, until a save succeeds again.
+  void Save(const RecordStep& save);
+  void Change(const std::function<void(LinkSettings&)>& change); // not saved yet
+  // Of a port that no record holds: what becomes of it at the next start.
+  void WarnOfUnkeptPort() const;
+  // What a program that was killed while it saved left behind.
+  void ClearAway() const;
+
+ private:
+  bool NamesComPort() const;
+  bool LoadTwice(const RecordStep& load) const;
+
+  LinkSettings& settings;
+  const KorText cncFolder;
+  const Warning warn;
+  KorText path;               // empty: not named yet, or never kept
+  KorText keptPort = u"COM1"; // the COM name that the record holds
+  bool lossReported = false;  // the last save failed, and this was said
+};
+
+} // namespace kor

@@ -1,0 +1,43 @@
+#include "link/upload_file.h"
+
+#include <utility>
+
+#include "files/paths.h"
+#include "services/core/app_interface.h"
+
+namespace kor {
+
+bool UploadFile::Open(const KorText& path) {
+  Discard();
+  const auto existing = App().FileAttributes(path);
+  if (existing && (existing->isFolder || existing->isSystem || existing->isReadOnly)) return false;
+  if (!App().CanReplaceFile(path)) return false;
+  auto opened = std::make_unique<KorFile>(path);
+  opened->ReplaceLinks();
+  if (!opened->OpenSafe(kFileWrite)) return false;
+  file = std::move(opened);
+  endMarkAwaited = true;
+  return true;
+}
+
+bool UploadFile::Write(std::string_view bytes) {
+  const auto* data = reinterpret_cast<const std::uint8_t*>(bytes.data());
+  return file && file->Write({data, bytes.size()}) == bytes.size();
+}
+
+bool UploadFile::Commit() {
+  const bool stored = file && file->Commit();
+  file.reset();
+  return stored;
+}
+
+void UploadFile::Discard() {
+  if (file) file->Discard();
+  file.reset();
+}
+
+void UploadFile::ClearAway(const KorText& folder) {
+  if (!folder.IsEmpty()) RemoveAbandonedParts(folder);
+}
+
+} // namespace kor

@@ -1,0 +1,37 @@
+// UploadFile: the file that an upload fills, written beside its target, which it replaces when it is
+// complete. Owned by DownloadApp. Worker's thread, but for ClearAway.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string_view>
+
+#include "files/simple_file.h"
+
+namespace kor {
+
+class UploadFile {
+ public:
+  // Discards the one before. False when the target could not be replaced.
+  bool Open(const KorText& path);
+  bool IsOpen() const { return file != nullptr; }
+  std::uint64_t Size() const { return file ? file->Size() : 0; }
+  bool Write(std::string_view bytes); // false unless all were taken
+  // What was received replaces the target. False when it could not be stored whole.
+  bool Commit();
+  void Discard();
+
+  // An upload has begun whose end mark has not come. The controller may still send the rest of it after
+  // the upload has ended on this side.
+  bool IsEndMarkAwaited() const { return endMarkAwaited; }
+  void EndMarkCame() { endMarkAwaited = false; }
+
+  // Removes what a killed program left of its uploads to the folder. Before the worker starts.
+  static void ClearAway(const KorText& folder);
+
+ private:
+  std::unique_ptr<KorFile> file;
+  bool endMarkAwaited = false;
+};
+
+} // namespace kor
