@@ -323,42 +323,44 @@ TEST_F(NceAppTest, ADiskThatFailsLeavesTheOlderProgramAndNothingElse) {
   }
 }
 
+// How an upload may end at the host before its end mark has come.
+const std::pair<const char*, std::function<void(NceLink&)>> kUploadEnds[] = {
+    {"full disk",
+     [](NceLink& of) {
+       of.app.LimitWrites(0);
+       EXPECT_EQ(of.Ask("08G90!X10!17"), "<\r");
+       of.app.ClearFaults();
+     }},
+    {"port re-opened in mid-line",
+     [](NceLink& of) {
+       of.Send("0CG01 X1");
+       of.link->OpenPort(0);
+       EXPECT_EQ(of.Ask("00 Y200!55"), "<\r");
+     }},
+    {"cancelled", [](NceLink& of) { of.link->CancelExchange(), of.Run(); }},
+    {"completed by hand",
+     [](NceLink& of) {
+       of.link->CancelExchange(), of.Run();
+       of.link->ReceiveFile(of.Folder() + u"0000001.MPG"), of.Run();
+       EXPECT_EQ(of.Ask("08G90!X10!17"), ">\r");
+       of.link->CompleteUpload(), of.Run();
+     }},
+};
+const struct {
+  std::string_view end, reply; // what ends the rest, and what is answered
+} kRestEnds[] = {
+    {"06]", "<\r"},
+    {"XYZ", "ABCDEFGHIJKLMNOPQRSTUVWXYZ\r"},
+    {"~", "UDL>\r"},
+    {"~end", "END\r"},
+    {"FH 0000001", "&LP 000000001\r"},
+    {"TH 0000001", "Upload from NCE  in progress. &TH 0000001\r"},
+    {"DH", "Directory of Host Computer\nSelect File. &DH\r"},
+};
+
 TEST_F(NceAppTest, TheRestOfAnUploadThatEndedHereIsNoRequest) {
-  const std::pair<const char*, std::function<void(NceLink&)>> failures[] = {
-      {"full disk",
-       [](NceLink& of) {
-         of.app.LimitWrites(0);
-         EXPECT_EQ(of.Ask("08G90!X10!17"), "<\r");
-         of.app.ClearFaults();
-       }},
-      {"port re-opened in mid-line",
-       [](NceLink& of) {
-         of.Send("0CG01 X1");
-         of.link->OpenPort(0);
-         EXPECT_EQ(of.Ask("00 Y200!55"), "<\r");
-       }},
-      {"cancelled", [](NceLink& of) { of.link->CancelExchange(), of.Run(); }},
-      {"completed by hand",
-       [](NceLink& of) {
-         of.link->CancelExchange(), of.Run();
-         of.link->ReceiveFile(of.Folder() + u"0000001.MPG"), of.Run();
-         EXPECT_EQ(of.Ask("08G90!X10!17"), ">\r");
-         of.link->CompleteUpload(), of.Run();
-       }},
-  };
-  const struct {
-    std::string_view end, reply; // what ends the rest, and what is answered
-  } ends[] = {
-      {"06]", "<\r"},
-      {"XYZ", "ABCDEFGHIJKLMNOPQRSTUVWXYZ\r"},
-      {"~", "UDL>\r"},
-      {"~end", "END\r"},
-      {"FH 0000001", "&LP 000000001\r"},
-      {"TH 0000001", "Upload from NCE  in progress. &TH 0000001\r"},
-      {"DH", "Directory of Host Computer\nSelect File. &DH\r"},
-  };
-  for (const auto& [what, fail] : failures) {
-    for (const auto& [end, reply] : ends) {
+  for (const auto& [what, fail] : kUploadEnds) {
+    for (const auto& [end, reply] : kRestEnds) {
       NceLink fresh;
       fresh.PutProgram(u"0000001.MPG", u"old\n");
       fresh.Start();
