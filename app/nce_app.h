@@ -1,6 +1,9 @@
 // NCEApp: the host side of the NCE controller's protocol on top of the link engine. The controller
 // sends requests, each ended by CR; every one is answered with one reply line ended by CR.
 //
+// One class in several files: the start here, nce_requests.cpp, nce_download.cpp, nce_upload.cpp,
+// nce_directory_request.cpp and nce_special_dialog.cpp.
+//
 // Made once by main. Protocol state belongs to the worker; the special features are edited in the
 // window and handed over before the next poll.
 #pragma once

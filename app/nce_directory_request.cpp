@@ -1,0 +1,26 @@
+// The controller asks for the list of programs and pages through it.
+#include "app/nce_app.h"
+
+#include "app/nce_directory.h"
+
+namespace kor {
+
+void NCEApp::OnDirectoryRequest() {
+  FinishTransfer();
+  EnterStatus(LinkStatus::DirectoryListing);
+  Reply(u"Directory of Host Computer\nSelect File. &DH");
+  auto list = ListNcFiles(workerSettings.downloadPath, workerSettings.fileExtension);
+  if (!list) {
+    EnterStatus(LinkStatus::DirectoryError);
+  }
+  directoryList = std::move(list).value_or(std::vector<KorText>());
+  directoryRemaining = directoryList.size();
+}
+
+void NCEApp::SendDirectoryPage() {
+  std::size_t at = directoryList.size() - directoryRemaining;
+  Reply(DirectoryPage(directoryList, at));
+  directoryRemaining = directoryList.size() - at;
+}
+
+} // namespace kor
