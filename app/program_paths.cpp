@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <vector>
 
+#include "app/corrupt_installation.h"
 #include "services/core/app_interface.h"
-#include "services/core/text_lookup.h"
 #include "services/ini/ini_file.h"
 
 namespace kor {
@@ -155,21 +155,8 @@ void ProgramPaths::HandOver() {
 
 bool ProgramPaths::LoadOrReport(bool writeDefaults) {
   if (Load(writeDefaults)) return true;
-  ReportMissing();
+  ReportCorruptInstallation(location);
   return false;
-}
-
-void ProgramPaths::ReportMissing() const {
-  MessageRecord record;
-  record.level = MessageLevel::Fatal;
-  record.info = LookUpText(15324, u"Corrupt Installation");
-  if (location.IsEmpty())
-    record.message = LookUpText(
-        15327, u"Unable to locate Program Paths\n\nWorking directory has not been setup.");
-  else
-    record.message =
-        KorText::Format(LookUpText(15326, u"Unable to locate Program Paths in\n\n%s"), location);
-  App().Report(record);
 }
 
 KorText ProgramPaths::GetFolder(int kind, bool makeIfMissing, bool quiet, bool noSubFolder) {

@@ -66,7 +66,6 @@ class ProgramPaths {
   bool ReadSection(bool writeDefaults);
   bool FillDefaults();
   void HandOver();
-  void ReportMissing() const;
 
   KorText location; // of the paths file, with its "/"; empty when it is not known
   bool loaded = false;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "link/echo_text.h"
 #include "services/core/app_interface.h"
 #include "services/core/text_lookup.h"
 
@@ -36,16 +37,6 @@ char16_t ParityLetter(const LinkSettings& settings) {
 }
 
 } // namespace
-
-void AppendEcho(KorText& to, std::uint8_t c) {
-  constexpr const char16_t* kDigits = u"0123456789abcdef";
-  if (c >= 32 && c <= 127) {
-    to += static_cast<char16_t>(c);
-    return;
-  }
-  const char16_t form[] = {u'[', kDigits[c >> 4], kDigits[c & 15], u']'};
-  to += std::u16string_view(form, 4);
-}
 
 SerialChannel::SerialChannel(SerialPort* serialPort, StatusBoard& statusBoard, CommsLog& commsLog,
                              MonitorFeed& monitorFeed, ChannelHost& channelHost)

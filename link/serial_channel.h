@@ -156,9 +156,6 @@ class SerialChannel {
   KorText pendingTransmit; // echo of sent characters that the trace doesn't have yet
 };
 
-// The echo form of a byte: 32 to 127 as itself, anything else as two hexadecimal digits in brackets.
-void AppendEcho(KorText& to, std::uint8_t c);
-
 // What the counted errors mean, a line for each kind that there was; for the user.
 std::vector<KorText> LineErrorTexts(const LineErrors& errors);
 

@@ -2,14 +2,11 @@
 
 #include <vector>
 
-#include "services/core/app_interface.h"
 #include "services/core/text_lookup.h"
+#include "services/dictionary/user_language.h"
 
 namespace kor {
 namespace {
-
-constexpr const char16_t* kLanguageKey = u"COMMON";
-constexpr const char16_t* kLanguageValue = u"Language";
 
 TextLanguage Language(const char16_t* code, std::uint32_t lcid, std::uint32_t codepage,
                       const char16_t* name) {
@@ -56,21 +53,6 @@ std::vector<TextLanguage> KnownLanguages() {
 TextHolder& Dictionary() {
   static TextHolder dictionary;
   return dictionary;
-}
-
-std::optional<KorText> StoredLanguage() {
-  auto stored = App().ReadRegistryText(AppInterface::RegistryKey(kLanguageKey), kLanguageValue);
-  if (stored && stored->IsEmpty()) return std::nullopt;
-  return stored;
-}
-
-bool StoreLanguage(const KorText& code) {
-  return App().WriteRegistryText(AppInterface::RegistryKey(kLanguageKey), kLanguageValue, code);
-}
-
-KorText WantedLanguage() {
-  const auto stored = StoredLanguage();
-  return stored ? *stored : App().UserLanguage();
 }
 
 bool LoadProgramDictionary(const KorText& file) {

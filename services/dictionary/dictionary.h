@@ -1,7 +1,6 @@
-// The program's dictionary, and which of its languages the user reads.
+// The program's dictionary.
 #pragma once
 
-#include <optional>
 #include <string_view>
 
 #include "services/dictionary/text_holder.h"
@@ -11,13 +10,6 @@ namespace kor {
 // The one dictionary of the program. Loaded at start, on the main thread; until then, and when that
 // fails, it gives the built-in texts. Its lookups may be called from any thread.
 TextHolder& Dictionary();
-
-// The language the user wants, as a code such as "de-DE": the stored choice, else the system's; empty
-// when neither is known.
-KorText WantedLanguage();
-// The stored choice, registry value "Language" under "COMMON"; an empty code takes it back.
-std::optional<KorText> StoredLanguage();
-bool StoreLanguage(const KorText& code);
 
 // Loads Dictionary() in run mode for the user and gives the file layer its texts. A failure is
 // reported, and the program goes on with the built-in texts.
