@@ -149,6 +149,8 @@ TEST_F(Window, AFetchedProgramShowsAndItsJobIsListed) {
   Open();
   robot.Then("waiting", [this] { return StatusLine() == u"Waiting..."; });
   robot.Then("monitor", [] { return Click(15207); });
+  robot.Then("unfolded beside the rest",
+             [] { return Find(15209) && Find(15210) && IsChecked(15207); });
   robot.Do("fetch", [this] {
     EXPECT_NE(line.Exchange("FH 7").find("&LP"), std::string::npos);
     for (int frames = 0; frames < 3; ++frames)

@@ -79,6 +79,7 @@ FormWindow::FormWindow(wxWindow* parent, FormDescription& description)
   ShowObstacle();
   Bind(wxEVT_TIMER, [this](wxTimerEvent&) { ShowObstacle(); });
   if (form.check) looks.Start(kLookPeriod);
+  if (!form.fields.empty()) rows[form.fields.front().number].control->SetFocus();
   CentreOnParent();
 }
 

@@ -21,7 +21,8 @@ constexpr int kGap = 8;
 constexpr int kButtonHeight = 40; // for a finger in a glove
 constexpr int kWidth = 560;
 constexpr int kHeight = 680;
-constexpr int kLeastWidth = 260;
+constexpr int kLeastWidth = 320;
+constexpr int kWidthWithCancel = 460;
 constexpr double kHeadlineScale = 2.4;
 constexpr int kGaugeRange = 1000;
 
@@ -211,12 +212,26 @@ wxCheckBox* MainWindow::CheckBox(int number) const {
 
 // A window too small for everything shows the state, the progress and the lamps.
 void MainWindow::FitParts() {
-  const int least = upper->GetBestSize().y + FromDIP(2 * kGap);
+  const int least = LeastHeight();
   SetSizeHints(FromDIP(kLeastWidth), least + GetSize().y - GetClientSize().y);
   const bool room = GetClientSize().y >= least + lower->GetSizer()->GetMinSize().y;
   if (lower->IsShown() != room) lower->Show(room);
+  Button(kCancelButton)->Show(GetClientSize().x >= FromDIP(kWidthWithCancel));
   upper->GetParent()->SetSize(GetClientSize());
+  upper->Layout();
   upper->GetParent()->Layout();
+}
+
+int MainWindow::LeastHeight() const {
+  return upper->GetBestSize().y + FromDIP(2 * kGap);
+}
+
+// What has just been unfolded is to be seen.
+void MainWindow::GrowToFit() {
+  const int needed = LeastHeight() + lower->GetSizer()->GetMinSize().y;
+  const wxSize now = GetClientSize();
+  if (now.y < needed && !IsMaximized() && lower->IsShown()) SetClientSize(now.x, needed);
+  FitParts();
 }
 
 // --- What is shown -------------------------------------------------------------------------------------
@@ -267,7 +282,7 @@ void MainWindow::ShowAdvice(const StatusView& view) {
   advice->Show(wanted);
   advice->Wrap(std::max(GetClientSize().x, FromDIP(kLeastWidth)) - FromDIP(kStateSign + 4 * kGap));
   upper->GetParent()->Layout();
-  FitParts();
+  GrowToFit();
 }
 
 void MainWindow::SetJobButtons(JobButtons state) {
@@ -295,7 +310,7 @@ void MainWindow::ShowMonitorPane(bool shownNow) {
   monitor->Show(shownNow);
   app.SetMonitorShown(shownNow);
   lower->Layout();
-  FitParts();
+  GrowToFit();
 }
 
 void MainWindow::Recall() {

@@ -71,6 +71,8 @@ class MainWindow : public wxFrame {
   void ShowAdvice(const StatusView& view);
   void ShowMonitorPane(bool shown);
   void FitParts();
+  int LeastHeight() const; // of the client area, for what always stays
+  void GrowToFit();
   wxButton* Button(int number) const;
   wxCheckBox* CheckBox(int number) const;
 

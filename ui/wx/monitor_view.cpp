@@ -18,9 +18,9 @@ constexpr int kShowPeriod = 50;               // milliseconds
 constexpr std::size_t kMostWaiting = 1 << 20; // characters, while scrolled back
 constexpr int kMinimumLines = 4;
 
-wxTextAttr StyleOf(bool sent) {
+wxTextAttr StyleOf(bool sent, const wxFont& font) {
   wxTextAttr style(ColourOf(sent ? Sign::Busy : Sign::Done));
-  style.SetFontWeight(sent ? wxFONTWEIGHT_BOLD : wxFONTWEIGHT_NORMAL);
+  style.SetFont(sent ? font.Bold() : font);
   return style;
 }
 
@@ -90,14 +90,14 @@ void MonitorView::ShowWaiting() {
   waiting.Clear();
   DropOldest();
   text->Thaw();
-  text->ShowPosition(text->GetLastPosition());
+  text->ShowPosition(text->XYToPosition(0, text->GetNumberOfLines() - 1));
 }
 
 // A line keeps the style of its beginning.
 void MonitorView::ShowRun(std::u16string_view run) {
   if (atLineStart) {
     sentLine = run.starts_with(u"TX");
-    text->SetDefaultStyle(StyleOf(sentLine));
+    text->SetDefaultStyle(StyleOf(sentLine, text->GetFont()));
   }
   text->AppendText(ToWx(run));
   atLineStart = run.back() == u'\n';
