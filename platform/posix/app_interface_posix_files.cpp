@@ -7,7 +7,6 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <climits>
@@ -316,7 +315,8 @@ KorText PosixAppInterface::LinkTarget(const KorText& path) {
   for (int links = 0; links < kMostLinks; ++links) {
     const std::string target = ReadLink(native);
     if (target.empty()) return links == 0 ? path : KorText::FromUtf8(native);
-    native = target[0] == '/' ? target : native.substr(0, native.rfind('/') + 1) + target;
+    native.erase(target[0] == '/' ? 0 : native.rfind('/') + 1);
+    native += target;
   }
   Fail(ELOOP);
   return {};

@@ -150,7 +150,7 @@ class AppInterface {
   // another has it open, and when it can't be opened; the log before stays then. A text is written in
   // one piece, one byte per character. A text that would make the file longer than kLongestLog bytes
   // goes into a new one, and the file before stays as path + ".1". What can't be written is dropped.
-  static constexpr std::uint64_t kLongestLog = 1024 * 1024;
+  static constexpr std::uint64_t kLongestLog = 1 << 20;
   bool OpenLog(const KorText& path);
   void WriteLog(const KorText& text);
   // The notice for a failure that nothing else explains, in the user's language. The dictionary sets it

@@ -4,7 +4,7 @@
 
 #include <poll.h>
 #include <signal.h>
-#include <sys/syscall.h>
+#include <sys/syscall.h> // IWYU pragma: keep: SYS_pidfd_open
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -27,7 +27,6 @@ using Clock = std::chrono::steady_clock;
 using namespace std::string_literals;
 
 constexpr const char* kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
-constexpr const char* kXon = "\x11";
 constexpr const char* kXoff = "\x13";
 
 std::string Program(std::size_t lines) {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "files/compressed_file.h"
 #include "files/disk_file.h"
 #include "tools/common/json.h"
 

@@ -1,7 +1,6 @@
 #include "ui/console/status_line.h"
 
 #include <algorithm>
-#include <cmath>
 #include <vector>
 
 #include "ui/console/column_width.h"
