@@ -51,6 +51,8 @@ const std::vector<Layer>& Layers() {
       {"tests/", {kAnything}, {kAnything}},
       {"bench/", {kAnything}, {kAnything}},
       {"fuzz/", {kAnything}, {kAnything}},
+      {"demo/", {kAnything}, {kAnything}},
+      {"torture/", {kAnything}, {kAnything}},
   };
   return layers;
 }
@@ -63,15 +65,15 @@ struct Reserved {
 
 const std::vector<Reserved>& ReservedHeaders() {
   static const std::vector<Reserved> reserved = {
-      {"wx/", {"ui/wx/", "app/main_wx"}},
+      {"wx/", {"ui/wx/", "app/main_wx", "tests/window/"}},
       {"windows.h", {"platform/"}},
       {"termios.h", {"platform/", "tests/platform/"}},
       {"ui/wx/", {"ui/wx/", "app/main_wx", "tests/"}},
       {"ui/console/", {"ui/console/", "app/main_", "tests/", "bench/"}},
-      {"platform/", {"platform/", "app/main_", "tools/", "tests/", "bench/", "fuzz/"}},
+      {"platform/", {"platform/", "app/main_", "tools/", "tests/", "bench/", "fuzz/", "torture/"}},
       {"tools/common/", {"tools/", "app/main_", "tests/"}},
       {"tools/nce_controller/", {"tools/nce_controller/", "tests/"}},
-      {"tests/", {"tests/", "bench/", "fuzz/"}},
+      {"tests/", {"tests/", "bench/", "demo/", "fuzz/", "torture/"}},
   };
   return reserved;
 }
@@ -143,8 +145,9 @@ std::string Fault(std::string_view file, std::string_view line) {
 }
 
 std::vector<std::string> SourceFiles() {
-  static constexpr std::string_view kTopFolders[] = {
-      "app", "bench", "files", "fuzz", "link", "platform", "services", "tests", "tools", "ui"};
+  static constexpr std::string_view kTopFolders[] = {"app",   "bench", "demo",     "files",
+                                                     "fuzz",  "link",  "platform", "services",
+                                                     "tests", "tools", "torture",  "ui"};
   const fs::path root = NCEDL_SOURCE_DIR;
   std::vector<std::string> files;
   for (const std::string_view top : kTopFolders) {
