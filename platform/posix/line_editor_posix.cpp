@@ -6,7 +6,7 @@
 
 #include <fcntl.h>
 #include <histedit.h>
-#include <locale.h>
+#include <locale.h> // IWYU pragma: keep: newlocale
 #include <stdlib.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -69,7 +69,7 @@ std::wstring ToWide(std::string_view utf8) {
     const auto c = static_cast<wchar_t>(text[at]);
     const bool pair = (c & 0xfc00) == 0xd800 && at + 1 < text.Length();
     if (pair)
-      wide += 0x10000 + ((c - 0xd800) << 10) + (static_cast<wchar_t>(text[++at]) - 0xdc00);
+      wide += static_cast<wchar_t>(0x10000 + ((c - 0xd800) << 10) + (text[++at] - 0xdc00));
     else if ((c & 0xf800) != 0xd800)
       wide += c;
   }

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include "app/program_paths.h"
 #include "tests/support/test_app.h"
 
 namespace kor {

@@ -9,6 +9,7 @@
 #include "ui/console/column_width.h"
 #include "ui/console/commands.h"
 #include "ui/console/console_front_end.h"
+#include "ui/console/status_line.h"
 
 namespace kor {
 namespace {

@@ -10,6 +10,7 @@
 #include "services/core/text_lookup.h"
 #include "ui/console/column_width.h"
 #include "ui/console/plain_line_editor.h"
+#include "ui/console/status_line.h"
 
 namespace kor {
 

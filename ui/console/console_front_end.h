@@ -14,10 +14,10 @@
 #include <string>
 
 #include "ui/console/console_output.h"
-#include "ui/console/status_line.h"
 #include "ui/form_dialog.h"
 #include "ui/terminal.h"
 #include "ui/timer_queue.h"
+#include "ui/transfer_text.h"
 
 namespace kor {
 
