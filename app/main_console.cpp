@@ -120,7 +120,7 @@ int main(int argc, char** argv) {
   const std::vector<KorText> words = ProgramArguments(argc, argv);
   if (const auto code = AnswerOption(words)) return *code;
   const std::shared_ptr<Terminal> terminal = MakeConsoleTerminal();
-  PlatformAppInterface application;
+  PlatformAppInterface application(kProgramNames);
   SetApp(&application);
   ReportPlainly(application, *terminal);
   KorText error;

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "services/core/app_interface.h"
-
 namespace kor {
 
 namespace {
@@ -28,9 +26,10 @@ KorText WithoutExtension(const KorText& name) {
 
 } // namespace
 
-std::optional<std::vector<KorText>> ListNcFiles(const KorText& folder, const KorText& extension) {
+std::optional<std::vector<KorText>> ListNcFiles(OsFiles& files, const KorText& folder,
+                                                const KorText& extension) {
   std::vector<KorText> names;
-  const auto entries = App().ListFolder(folder, u"." + extension);
+  const auto entries = files.List(folder, u"." + extension);
   if (!entries) return std::nullopt;
   for (const FileEntry& entry : *entries)
     if (IsListed(entry)) names.push_back(entry.name);

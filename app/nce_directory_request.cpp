@@ -9,7 +9,7 @@ void NCEApp::OnDirectoryRequest() {
   FinishTransfer();
   EnterStatus(LinkStatus::DirectoryListing);
   Reply(u"Directory of Host Computer\nSelect File. &DH");
-  auto list = ListNcFiles(workerSettings.downloadPath, workerSettings.fileExtension);
+  auto list = ListNcFiles(App().Files(), workerSettings.downloadPath, workerSettings.fileExtension);
   if (!list) {
     EnterStatus(LinkStatus::DirectoryError);
   }

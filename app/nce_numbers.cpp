@@ -25,7 +25,7 @@ bool IsReservedName(const KorText& name) {
                   [&](const char16_t* device) { return base.EqualsNoCase(device); }))
     return true;
   return base.Length() == 4 && (base.StartsWithNoCase(u"COM") || base.StartsWithNoCase(u"LPT")) &&
-         base[3] >= u'0' && base[3] <= u'9';
+         IsDigit(base[3]);
 }
 
 } // namespace

@@ -72,7 +72,7 @@ void Climb(KorText& folder) {
 
 KorText NormalisedFolder(KorText folder) {
   folder.ReplaceAll(u'\\', u'/');
-  if (folder.Last() != u'/') folder += u'/';
+  if (folder.Last() != u'/') folder += u'/'; // also an empty one: the root
   return folder;
 }
 

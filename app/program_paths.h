@@ -11,10 +11,11 @@
 #include <array>
 
 #include "services/core/kor_text.h"
+#include "services/core/program_names.h"
 
 namespace kor {
 
-inline constexpr char16_t kPathsFileName[] = u"KOR.INI";
+inline constexpr const char16_t* kPathsFileName = kProgramNames.paths;
 inline constexpr char16_t kPathsSection[] = u"PROGRAM PATHS";
 
 inline constexpr int kFolderKinds = 47;

@@ -135,15 +135,6 @@ KorText MakeValidFileName(const KorText& name, bool quiet) {
   return valid;
 }
 
-KorText FolderOfPath(const KorText& path) {
-  const std::size_t cut = path.View().find_last_of(kSeparators);
-  return cut == KorText::kNone ? KorText() : path.Left(cut + 1);
-}
-
-KorText FileNameOfPath(const KorText& path) {
-  return path.Mid(FolderOfPath(path).Length());
-}
-
 KorText ReplaceExtension(const KorText& path, const KorText& extension) {
   const KorText folder = FolderOfPath(path);
   const KorText file = FileNameOfPath(path);

@@ -9,6 +9,7 @@
 #include <optional>
 
 #include "services/core/kor_text.h"
+#include "services/core/path_text.h" // IWYU pragma: export
 
 namespace kor {
 
@@ -43,9 +44,6 @@ KorText MakeValidFileName(const KorText& name);
 // The same, and without dots at the end. The user is told of a change unless quiet.
 KorText MakeValidFileName(const KorText& name, bool quiet);
 
-// --- Parts of a path; both separators count ------------------------------------------------------
-KorText FolderOfPath(const KorText& path);   // with the separator; empty for a bare name
-KorText FileNameOfPath(const KorText& path); // after the last separator
 // The path with what follows the last "." of its file name replaced, "." included; a name without
 // one gets the extension appended.
 KorText ReplaceExtension(const KorText& path, const KorText& extension);

@@ -56,20 +56,21 @@ bool KorFile::Commit() {
 }
 
 bool KorFile::CommitPart() {
+  OsFiles& files = App().Files();
   const KorText part = WorkingPath();
   if (compressOnCommit) return CompressFile(part, safeTarget, false) == FileResult::Success;
   // While it is open it is locked, and nobody takes it for abandoned; but not every system renames
   // an open file.
-  bool renamed = App().RenameFile(part, safeTarget);
+  bool renamed = files.Rename(part, safeTarget);
   if (!renamed) {
     KeepWorkingFile();
-    renamed = SimpleFile::Close() && App().RenameFile(part, safeTarget);
-    if (!renamed) App().RemoveFile(part);
+    renamed = SimpleFile::Close() && files.Rename(part, safeTarget);
+    if (!renamed) files.Remove(part);
   }
   if (!renamed) return false;
   KeepWorkingFile();
   const KorText folder = FolderOfPath(safeTarget);
-  App().SyncFolder(folder.IsEmpty() ? KorText(u".") : folder); // the target is whole either way
+  files.SyncFolder(folder.IsEmpty() ? KorText(u".") : folder); // the target is whole either way
   return true;
 }
 
@@ -86,21 +87,21 @@ bool KorFile::Close() {
   return true;
 }
 
-std::size_t RemoveAbandonedParts(const KorText& folder) {
-  const auto entries = App().ListFolder(folder, kPartSuffix);
+std::size_t RemoveAbandonedParts(OsFiles& files, const KorText& folder) {
+  const auto entries = files.List(folder, kPartSuffix);
   if (!entries) return 0;
-  const KorText prefix = folder.EndsWith(u"/") || folder.EndsWith(u"\\") ? folder : folder + u"/";
+  const KorText prefix = WithTrailingSlash(folder);
   return static_cast<std::size_t>(
       std::count_if(entries->begin(), entries->end(), [&](const FileEntry& entry) {
         if (entry.info.isFolder) return false;
         const KorText path = prefix + entry.name;
         // The writer's lock: it can't be had while a living process holds the file. Held here while
         // removing, so that no new writer gets the file.
-        auto lock = App().OpenFile(path, FileAccess::Claim);
+        auto lock = files.Open(path, FileAccess::Claim);
         if (!lock) return false;
-        if (App().RemoveFile(path)) return true;
+        if (files.Remove(path)) return true;
         lock.reset(); // not every system removes an open file
-        return App().RemoveFile(path);
+        return files.Remove(path);
       }));
 }
 

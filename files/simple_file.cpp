@@ -429,12 +429,12 @@ std::uint64_t SimpleFile::Seek(std::uint64_t offset, bool fromEnd) {
     return position = wanted;
   }
   Flush();
-  const std::optional<std::uint64_t> reached = handle->Seek(target, false);
+  const std::optional<std::uint64_t> reached = App().SeekFile(*handle, target, false);
   return reached ? position = *reached : position;
 }
 
 bool SimpleFile::SeekHandle(std::uint64_t target) {
-  return handle->Seek(static_cast<std::int64_t>(target), false) == target;
+  return App().SeekFile(*handle, static_cast<std::int64_t>(target), false) == target;
 }
 
 // --- Text ----------------------------------------------------------------------------------------

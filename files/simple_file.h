@@ -225,6 +225,6 @@ class KorFile : public SimpleFile {
 // Removes the files that writers left beside their targets when they were killed, and keeps those
 // that a living process still writes. Whatever else bears such a name, a link above all, stays, and so
 // does what it leads to. Returns how many it removed.
-std::size_t RemoveAbandonedParts(const KorText& folder);
+std::size_t RemoveAbandonedParts(OsFiles& files, const KorText& folder);
 
 } // namespace kor

@@ -11,8 +11,8 @@ constexpr int kNotLockedText = 1729;
 constexpr int kNotLockedForEditingText = 3337;
 constexpr char16_t kPlace[] = u"StorableContainer";
 
-FileTime ModifiedTime(const KorText& file) {
-  const auto info = App().FileAttributes(file);
+FileTime ModifiedTime(OsFiles& files, const KorText& file) {
+  const auto info = files.Attributes(file);
   return info ? info->modified : 0;
 }
 
@@ -42,7 +42,7 @@ RecordFileOptions StorableContainer::FileOptions() const {
 // After a load or a save, the contents are those of the file.
 void StorableContainer::Settle(const KorText& newPath) {
   path = newPath;
-  timeStamp = ModifiedTime(path);
+  timeStamp = ModifiedTime(App().Files(), path);
   needsSaving = false;
   ClearChanges();
 }
@@ -131,7 +131,7 @@ void StorableContainer::ResetFlags() {
 bool StorableContainer::FileChangedOnDisk() const {
   if (path.IsEmpty()) return false;
   if (timeStamp == 0) return App().FileExists(path);
-  const FileTime present = ModifiedTime(path);
+  const FileTime present = ModifiedTime(App().Files(), path);
   return present != 0 && present != timeStamp;
 }
 

@@ -5,6 +5,7 @@
 
 #include "link/profile_file.h"
 #include "services/core/app_interface.h"
+#include "services/core/path_text.h"
 #include "services/core/text_lookup.h"
 
 namespace kor {
@@ -159,8 +160,7 @@ bool IsFolder(const KorText& path) {
 // "com1" names the same port as "COM1"; only the latter is a COM name to the record.
 KorText PortName(const KorText& text) {
   const KorText name = text.Trimmed();
-  const bool isCom = name.Length() > 3 && name.StartsWithNoCase(u"COM") &&
-                     name.View().find_first_not_of(u"0123456789", 3) == KorText::kNone;
+  const bool isCom = name.StartsWithNoCase(u"COM") && IsNumber(name.Mid(3));
   return isCom ? u"COM" + name.Mid(3) : name;
 }
 
@@ -174,9 +174,7 @@ KorText WhatFoldersAre(const KorText& value) {
 }
 
 KorText WhatLogFilesAre(const KorText& value) {
-  const std::size_t separator = value.View().find_last_of(u"/\\");
-  const KorText folder = value.Left(separator == KorText::kNone ? 0 : separator + 1);
-  if (value.IsEmpty() || (IsFolder(folder) && !App().FolderExists(value))) return {};
+  if (value.IsEmpty() || (IsFolder(FolderOfPath(value)) && !App().FolderExists(value))) return {};
   return LookUpText(15473, u"a file in a folder that exists");
 }
 
@@ -214,10 +212,7 @@ KorText ReadTextField(const FormField& field, KorText& value) {
 }
 
 bool IsWholeNumber(const KorText& text) {
-  const std::u16string_view digits = text.View();
-  return !digits.empty() && digits.size() <= 9 &&
-         std::all_of(digits.begin(), digits.end(),
-                     [](char16_t c) { return c >= u'0' && c <= u'9'; });
+  return text.Length() <= 9 && IsNumber(text);
 }
 
 KorText ReadCheckField(const FormField& field, std::int32_t& value) {
@@ -246,10 +241,6 @@ KorText ReadCodeField(const FormField& field, std::uint8_t& value) {
     return {};
   }
   return Refusal(field, ListText(Texts(names)));
-}
-
-void EnsureTrailingSeparator(KorText& folder) {
-  if (!folder.IsEmpty() && folder.Last() != u'/' && folder.Last() != u'\\') folder += u'/';
 }
 
 } // namespace
@@ -311,8 +302,8 @@ void ReadSettingsProfile(const KorText& path, const KorText& cncFolder, LinkSett
 }
 
 void EnsureTrailingSeparators(LinkSettings& settings) {
-  EnsureTrailingSeparator(settings.uploadPath);
-  EnsureTrailingSeparator(settings.downloadPath);
+  settings.uploadPath = WithTrailingSlash(settings.uploadPath);
+  settings.downloadPath = WithTrailingSlash(settings.downloadPath);
 }
 
 FormDescription MakeSettingsForm(const LinkSettings& settings, const std::vector<KorText>& ports) {

@@ -12,12 +12,6 @@ namespace kor {
 
 namespace {
 
-std::u16string Folded(std::u16string_view text) {
-  std::u16string folded(text);
-  std::transform(folded.begin(), folded.end(), folded.begin(), FoldAscii);
-  return folded;
-}
-
 bool IsBlank(char16_t c) {
   return c <= u' ';
 }
@@ -78,19 +72,13 @@ std::uint32_t TakeRadix(std::u16string_view& text) {
   return radix;
 }
 
-std::uint32_t DigitOf(char16_t c) {
-  const char16_t upper = FoldAscii(c);
-  if (c >= u'0' && c <= u'9') return c - u'0';
-  return upper >= u'A' && upper <= u'F' ? upper - u'A' + 10u : 99u;
-}
-
 std::int32_t IntegerOf(std::u16string_view text) {
   const bool negative = text.front() == u'-';
   if (negative || text.front() == u'+') text.remove_prefix(1);
   const std::uint32_t radix = TakeRadix(text);
   std::uint32_t value = 0; // wraps
   for (const char16_t c : text) {
-    const std::uint32_t digit = DigitOf(c);
+    const auto digit = static_cast<std::uint32_t>(HexValue(c)); // no digit: beyond every radix
     if (digit >= radix) break;
     value = value * radix + digit;
   }

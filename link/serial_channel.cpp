@@ -38,10 +38,10 @@ char16_t ParityLetter(const LinkSettings& settings) {
 
 } // namespace
 
-SerialChannel::SerialChannel(SerialPort* serialPort, StatusBoard& statusBoard, CommsLog& commsLog,
-                             MonitorFeed& monitorFeed, ChannelHost& channelHost)
-    : port(serialPort), board(statusBoard), log(commsLog), monitor(monitorFeed), host(channelHost) {
-}
+SerialChannel::SerialChannel(SerialPort* serialPort, OsClock& osClock, StatusBoard& statusBoard,
+                             CommsLog& commsLog, MonitorFeed& monitorFeed, ChannelHost& channelHost)
+    : port(serialPort), clock(osClock), board(statusBoard), log(commsLog), monitor(monitorFeed),
+      host(channelHost) {}
 
 bool SerialChannel::Check(const char16_t* step, bool success) {
   if (success) {
@@ -69,7 +69,7 @@ void SerialChannel::Open(const LinkSettings& newSettings, const KorText& name, b
     Check(u"Close Previous Connection", port->Close());
   }
   isLost = !OpenDevice(false);
-  if (isLost) nextRetry = App().HighResolutionSeconds() + kRetryPeriod;
+  if (isLost) nextRetry = clock.Seconds() + kRetryPeriod;
   host.ShowTitle(title);
 }
 
@@ -126,7 +126,7 @@ void SerialChannel::Lose() {
   port->Close();
   ForgetTraffic();
   isLost = true;
-  nextRetry = App().HighResolutionSeconds() + kRetryPeriod;
+  nextRetry = clock.Seconds() + kRetryPeriod;
   title = applicationName + u" - No Link";
   host.ShowTitle(title);
   host.OnLinkLost();
@@ -149,7 +149,7 @@ void SerialChannel::ForgetTraffic() {
 
 void SerialChannel::ReopenWhenDue() {
   if (!isLost || !settings) return;
-  const double now = App().HighResolutionSeconds();
+  const double now = clock.Seconds();
   if (now < nextRetry) return;
   if (!OpenDevice(true)) {
     if (port->IsOpen()) port->Close();
@@ -206,7 +206,7 @@ std::chrono::microseconds SerialChannel::IdleWait() const {
       kShortest(50);
   constexpr std::int64_t kBitsPerByte = 10; // start, 8 data, stop
   const auto until = [](double moment, microseconds most) {
-    const double left = moment - App().HighResolutionSeconds();
+    const double left = moment - clock.Seconds();
     return std::clamp(microseconds(static_cast<std::int64_t>(left * 1e6)), microseconds(0), most);
   };
   if (isLost) return until(nextRetry, kIdle);
@@ -367,7 +367,7 @@ std::optional<std::string> SerialChannel::ExtractLine(std::uint8_t end, bool kee
 
 std::size_t SerialChannel::WriteStep() {
   if (!dataToWrite) return 0;
-  const double start = App().HighResolutionSeconds();
+  const double start = clock.Seconds();
   std::size_t written = 0;
   if (transmitCount > 0) {
     Read(); // an XOFF that has arrived is seen before anything goes out
@@ -375,7 +375,7 @@ std::size_t SerialChannel::WriteStep() {
     if (!remoteXoff) port->Write(std::span(transmitBuffer).first(transmitCount), written);
   }
   dataToWrite = false;
-  if (written == transmitCount && App().HighResolutionSeconds() - start < kSlowWrite) {
+  if (written == transmitCount && clock.Seconds() - start < kSlowWrite) {
     transmitCount = 0;
     board.SetLamp(kLampWrite, true);
   } else {
@@ -407,7 +407,7 @@ void SerialChannel::SetSendSource(std::string bytes) {
 
 bool SerialChannel::QueueCharacters(std::int64_t count) {
   if (status.outQueue > 0 || transmitCount > 0) return false;
-  const double now = App().HighResolutionSeconds();
+  const double now = clock.Seconds();
   if (!delayUntil) delayUntil = now + settings->characterDelay / 1000.0;
   if (now < *delayUntil) return false;
   delayUntil.reset();

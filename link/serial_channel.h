@@ -54,8 +54,8 @@ class SerialChannel {
   static constexpr double kRetryPeriod = 1.0;
 
   // The port may be null for an engine that is never opened.
-  SerialChannel(SerialPort* serialPort, StatusBoard& statusBoard, CommsLog& commsLog,
-                MonitorFeed& monitorFeed, ChannelHost& channelHost);
+  SerialChannel(SerialPort* serialPort, OsClock& osClock, StatusBoard& statusBoard,
+                CommsLog& commsLog, MonitorFeed& monitorFeed, ChannelHost& channelHost);
 
   // Closes a previous connection and opens the configured one; failing steps are reported. settings
   // must outlive the connection. applicationName heads the title.
@@ -120,6 +120,7 @@ class SerialChannel {
   bool Check(const char16_t* step, bool success);
 
   SerialPort* port;
+  OsClock& clock;
   StatusBoard& board;
   CommsLog& log;
   MonitorFeed& monitor;

@@ -108,7 +108,7 @@ void SettingsStore::WarnOfUnkeptPort() const {
 
 void SettingsStore::ClearAway() const {
   for (const KorText& folder : {SettingsFolder(), FolderOfPath(App().LinkTarget(path))})
-    if (!folder.IsEmpty()) RemoveAbandonedParts(folder);
+    if (!folder.IsEmpty()) RemoveAbandonedParts(App().Files(), folder);
 }
 
 } // namespace kor

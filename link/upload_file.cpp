@@ -37,7 +37,7 @@ void UploadFile::Discard() {
 }
 
 void UploadFile::ClearAway(const KorText& folder) {
-  if (!folder.IsEmpty()) RemoveAbandonedParts(folder);
+  if (!folder.IsEmpty()) RemoveAbandonedParts(App().Files(), folder);
 }
 
 } // namespace kor

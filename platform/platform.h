@@ -18,9 +18,11 @@ namespace kor {
 
 #if defined(_WIN32)
 using PlatformAppInterface = Win32AppInterface;
+using PlatformFiles = Win32Files;
 using PlatformSerialPort = Win32SerialPort;
 #else
 using PlatformAppInterface = PosixAppInterface;
+using PlatformFiles = PosixFiles;
 using PlatformSerialPort = PosixSerialPort;
 #endif
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "services/core/path_text.h"
 #include "services/core/text_lookup.h"
 
 namespace kor {
@@ -52,12 +53,10 @@ void RateMeter::Update(const StatusView& view, double now) {
 StatusWords TakeApart(const KorText& line, const KorText& fileName) {
   const std::size_t at = fileName.IsEmpty() ? KorText::kNone : line.Find(fileName);
   if (at == KorText::kNone) return {{}, line, {}};
-  const std::size_t slash = fileName.View().find_last_of(u"/\\");
-  const std::size_t nameStart = slash == KorText::kNone ? 0 : slash + 1;
   const KorText before = line.Left(at).Trimmed();
   const KorText after = line.Mid(at + fileName.Length()).Trimmed();
-  return {fileName.Mid(nameStart), after.IsEmpty() ? before : before + u" " + after,
-          fileName.Left(nameStart)};
+  return {FileNameOfPath(fileName), after.IsEmpty() ? before : before + u" " + after,
+          FolderOfPath(fileName)};
 }
 
 KorText CountText(const StatusView& view) {

@@ -19,17 +19,13 @@ constexpr int kLastNumber = 255;
 int ComNumber(const KorText& name) {
   if (!name.StartsWithNoCase(u"COM")) return 0;
   KorText digits = name.Mid(3);
-  for (char16_t c : digits.View())
-    if (c < u'0' || c > u'9') return 0;
-  if (digits.IsEmpty() || digits.Length() > 3 || digits[0] == u'0') return 0;
+  if (!IsNumber(digits) || digits.Length() > 3 || digits[0] == u'0') return 0;
   const int number = digits.ToInteger();
   return number <= kLastNumber ? number : 0;
 }
 
 KorText LinkFolder() {
-  KorText folder = App().GetApplicationPropertyPath(kSettingsFolder);
-  if (folder.Last() != u'/') folder += u'/';
-  return folder + u"ports";
+  return App().GetApplicationPropertyPath(kSettingsFolder) + App().FileNames().ports;
 }
 
 KorText LinkPath(int number) {

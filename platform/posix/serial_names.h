@@ -1,5 +1,5 @@
 // Serial device names: which device a port name of the settings stands for. "COM1" to "COM255" (either
-// case) are the links ports/COM1 ... in the settings folder or, without one, /dev/ttyS0 ...; so
+// case) are links of that name in a folder of the settings folder or, without one, /dev/ttyS0 ...; so
 // settings look the same on Windows and Linux, and a USB adapter keeps its name.
 //
 // Free functions over App()'s settings folder; any thread.

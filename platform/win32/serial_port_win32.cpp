@@ -26,9 +26,7 @@ HANDLE OpenDevice(const KorText& name) {
 }
 
 bool IsComName(const KorText& name) {
-  const KorText digits = name.Mid(3);
-  return name.StartsWithNoCase(u"COM") && !digits.IsEmpty() &&
-         std::ranges::all_of(digits.View(), [](char16_t c) { return c >= u'0' && c <= u'9'; });
+  return name.StartsWithNoCase(u"COM") && IsNumber(name.Mid(3));
 }
 
 constexpr std::uint32_t kStall = 20; // milliseconds that a piece of a write may take

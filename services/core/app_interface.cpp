@@ -6,6 +6,8 @@
 #include <chrono>
 #include <cstdlib>
 
+#include "services/core/path_text.h"
+
 namespace kor {
 
 namespace {
@@ -15,8 +17,6 @@ constexpr const char16_t* kDatelessMode = u"Reg_Dateless";
 constexpr int kTemporaryAttempts = 100000;
 constexpr std::size_t kLongestPlainPath = 228;
 constexpr std::uint32_t kDefaultWaitLockPeriod = 3000; // milliseconds
-constexpr std::size_t kLongestFileName = 255;          // bytes
-constexpr std::size_t kCopyBlock = 0x40000;            // 256 KiB
 
 std::atomic<AppInterface*> currentApp = nullptr;
 
@@ -29,38 +29,12 @@ KorText LevelName(MessageLevel level) {
   return kNames[static_cast<std::size_t>(number)];
 }
 
-KorText WithTrailingSlash(const KorText& folder) {
-  const bool complete = folder.IsEmpty() || folder.Last() == u'/' || folder.Last() == u'\\';
-  return complete ? folder : folder + u"/";
-}
-
 // A start value that differs between processes started at the same moment.
 std::uint64_t TemporarySeed(const void* object) {
   const auto wall = std::chrono::system_clock::now().time_since_epoch().count();
   const auto since = std::chrono::steady_clock::now().time_since_epoch().count();
   return static_cast<std::uint64_t>(wall) ^ (static_cast<std::uint64_t>(since) << 20) ^
          reinterpret_cast<std::uintptr_t>(object);
-}
-
-// One step of the splitmix64 generator.
-std::uint64_t NextRandom(std::uint64_t& state) {
-  state += 0x9E3779B97F4A7C15u;
-  std::uint64_t mixed = state;
-  mixed = (mixed ^ (mixed >> 30)) * 0xBF58476D1CE4E5B9u;
-  mixed = (mixed ^ (mixed >> 27)) * 0x94D049BB133111EBu;
-  return mixed ^ (mixed >> 31);
-}
-
-bool CopyContent(OsFile& from, OsFile& to) {
-  std::vector<std::uint8_t> block(kCopyBlock);
-  std::optional<std::uint64_t> left = from.Size();
-  while (left.value_or(0) > 0) {
-    const std::size_t wanted = static_cast<std::size_t>(std::min<std::uint64_t>(*left, kCopyBlock));
-    const std::span<std::uint8_t> part(block.data(), wanted);
-    if (from.Read(part) != wanted || to.Write(part) != wanted) return false;
-    *left -= wanted;
-  }
-  return left.has_value();
 }
 
 } // namespace
@@ -75,12 +49,33 @@ void SetApp(AppInterface* app) {
   currentApp = app;
 }
 
-AppInterface::AppInterface() : nextTemporary(TemporarySeed(this)) {
+AppInterface::AppInterface(const ProgramNames& programNames)
+    : names(programNames), temporaryNumbers(TemporarySeed(this)) {
   AddDebugMode(u"OS", kLongPathMode, u"Force long path support on for all path lengths");
   AddDebugMode(u"Regression", kDatelessMode, u"Don't use current time or dates - use fixed date");
 }
 
 AppInterface::~AppInterface() = default;
+
+KorText AppInterface::Start(const KorText& name, const KorText& versionText) {
+  applicationName = name;
+  version = versionText;
+  LoadRegionalSettings();
+  SetApplicationPropertyString(kVersionText, version);
+  FindFolders(version);
+  const bool complete = !GetApplicationPropertyPath(kSettingsFolder).IsEmpty() &&
+                        !GetApplicationPropertyPath(kDataFolder).IsEmpty();
+  return complete ? KorText() : Environment().FolderAdvice(names);
+}
+
+void AppInterface::FindFolders(const KorText& versionText) {
+  const PropertyFolders found = Environment().Folders(names, versionText);
+  SetApplicationPropertyPath(kStartInFolder, found.startIn);
+  SetApplicationPropertyPath(kTemporaryFolder, found.temporary);
+  SetApplicationPropertyPath(kSettingsFolder, found.settings);
+  SetApplicationPropertyPath(kProgramFolder, found.program);
+  SetApplicationPropertyPath(kDataFolder, found.data);
+}
 
 // --- Messages -----------------------------------------------------------------------------------
 
@@ -116,9 +111,9 @@ bool AppInterface::OpenLog(const KorText& path) {
   std::unique_ptr<OsFile> opened;
   std::uint64_t size = 0;
   if (!path.IsEmpty()) {
-    MakeFolder(path.Left(std::min(path.View().find_last_of(u"/\\"), path.Length())));
+    MakeFolder(FolderOfPath(path));
     opened = OpenFile(path, FileAccess::ReadWrite);
-    const auto end = opened ? opened->Seek(0, true) : std::nullopt;
+    const auto end = opened ? SeekFile(*opened, 0, true) : std::nullopt;
     if (!end) return false;
     size = *end;
   }
@@ -197,20 +192,27 @@ std::int32_t AppInterface::GetDebugMode(const KorText& name) {
 }
 
 void AppInterface::SetDebugMode(const KorText& name, std::int32_t value) {
+  bool known = false;
   {
     Lock lock(mutex);
     DebugMode* mode = FindMode(name);
-    if (mode && IsActive(*mode)) {
-      mode->value = value;
-      return;
-    }
+    known = mode && IsActive(*mode);
+    if (known) mode->value = value;
   }
+  if (known) return SettleLongPaths();
   DebugWarning(u"Invalid Debug Mode set", name);
 }
 
 void AppInterface::EnableDebugging(bool enable) {
-  Lock lock(mutex);
-  debuggingEnabled = enable;
+  {
+    Lock lock(mutex);
+    debuggingEnabled = enable;
+  }
+  SettleLongPaths();
+}
+
+void AppInterface::SettleLongPaths() {
+  Files().ForceLongPaths(GetDebugMode(kLongPathMode) != 0);
 }
 
 bool AppInterface::DebuggingEnabled() {
@@ -306,6 +308,11 @@ KorText AppInterface::GetProgramFolder(const KorText& displayName) {
     if (name.EqualsNoCase(displayName)) return known;
   }
   return {};
+}
+
+KorText AppInterface::PublicDocumentsFolder() {
+  const KorText folder = Environment().PublicDocuments();
+  return folder.IsEmpty() ? GetApplicationPropertyPath(kDataFolder) : folder;
 }
 
 KorText AppInterface::RegistryKey(const KorText& subKey, const KorText& version) {
@@ -419,60 +426,20 @@ void AppInterface::SetRegional(const RegionalSettings& settings) {
 
 // --- Files --------------------------------------------------------------------------------------
 
-bool AppInterface::FileExists(const KorText& path) {
-  const std::optional<FileInfo> info = FileAttributes(path);
-  return info && info->isFile;
-}
-
-bool AppInterface::FolderExists(const KorText& path) {
-  const std::optional<FileInfo> info = FileAttributes(path);
-  return info && info->isFolder;
-}
-
-bool AppInterface::CanNameFile(const KorText& name) const {
-  return !name.IsEmpty() && name.ToUtf8().size() <= kLongestFileName &&
-         std::none_of(name.View().begin(), name.View().end(),
-                      [](char16_t c) { return c < u' ' || c == u'/' || c == u'\\'; });
+std::optional<std::uint64_t> AppInterface::SeekFile(OsFile& file, std::int64_t offset,
+                                                    bool fromEnd) {
+  const auto reached = file.Seek(offset, fromEnd);
+  if (!reached) DebugWarning(u"SetFilePointer Failed!", u"FileIO");
+  return reached;
 }
 
 std::uint32_t AppInterface::NextTemporaryNumber() {
   Lock lock(mutex);
-  return static_cast<std::uint32_t>(NextRandom(nextTemporary));
-}
-
-bool AppInterface::DuplicateFile(const KorText& from, const KorText& to) {
-  const std::unique_ptr<OsFile> source = OpenFile(from, FileAccess::Read);
-  const std::optional<FileInfo> info = FileAttributes(from);
-  if (!source || !info) return false;
-  const KorText copyPath = to + KorText::Format(u".%u.tmp", NextTemporaryNumber());
-  const std::unique_ptr<OsFile> copy = OpenFile(copyPath, FileAccess::CreateNew);
-  if (!copy) return false;
-  CopyAttributes(from, copyPath); // not every file system can
-  const bool copied = CopyContent(*source, *copy) && copy->Sync();
-  if (copy->Close() && copied && SetFileModified(copyPath, info->modified) &&
-      RenameFile(copyPath, to)) {
-    const std::size_t name = std::max(to.FindLast(u'/') + 1, to.FindLast(u'\\') + 1);
-    SyncFolder(name == 0 ? KorText(u".") : to.Left(name)); // the target is whole either way
-    return true;
-  }
-  const std::uint32_t error = LastError();
-  RemoveFile(copyPath);
-  SetLastError(error);
-  return false;
-}
-
-std::optional<std::vector<FileEntry>> AppInterface::ListFolder(const KorText& folder,
-                                                               const KorText& nameEnding) {
-  return ReadFolder(folder, [&, fold = FileNamesIgnoreCase()](const KorText& name) {
-    if (!fold) return name.EndsWith(nameEnding);
-    return name.Length() >= nameEnding.Length() &&
-           name.Right(nameEnding.Length()).EqualsNoCase(nameEnding);
-  });
+  return static_cast<std::uint32_t>(temporaryNumbers.Next());
 }
 
 KorText AppInterface::LocateFile(const KorText& name) {
-  const std::size_t separator = name.View().find_last_of(u"/\\");
-  const KorText plain = separator == KorText::kNone ? name : name.Mid(separator + 1);
+  const KorText plain = FileNameOfPath(name);
   if (plain.IsEmpty()) return {};
   for (const int type : {kStartInFolder, kSettingsFolder, kProgramFolder, kDataFolder}) {
     const KorText folder = GetApplicationPropertyPath(type);

@@ -9,6 +9,16 @@
 
 namespace kor {
 
+std::u16string Folded(std::u16string_view text) {
+  std::u16string folded(text);
+  std::transform(folded.begin(), folded.end(), folded.begin(), FoldAscii);
+  return folded;
+}
+
+bool IsNumber(std::u16string_view text) {
+  return !text.empty() && std::all_of(text.begin(), text.end(), IsDigit);
+}
+
 namespace {
 
 constexpr char16_t kReplacement = 0xFFFD;
@@ -19,9 +29,6 @@ bool IsHighSurrogate(char16_t c) {
 }
 bool IsLowSurrogate(char16_t c) {
   return c >= 0xDC00 && c <= 0xDFFF;
-}
-bool IsDigit(char16_t c) {
-  return c >= u'0' && c <= u'9';
 }
 
 // One code point of valid UTF-8 at the front of bytes.

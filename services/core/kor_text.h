@@ -26,6 +26,21 @@ class KorText;
 constexpr char16_t FoldAscii(char16_t c) {
   return c >= u'a' && c <= u'z' ? static_cast<char16_t>(c - u'a' + u'A') : c;
 }
+std::u16string Folded(std::u16string_view text); // every character by FoldAscii
+
+constexpr bool IsDigit(char16_t c) {
+  return c >= u'0' && c <= u'9';
+}
+constexpr bool IsAsciiLetter(char16_t c) {
+  return FoldAscii(c) >= u'A' && FoldAscii(c) <= u'Z';
+}
+// Digits only, one at least.
+bool IsNumber(std::u16string_view text);
+// The value of a hexadecimal digit of either case; -1 for any other character.
+constexpr int HexValue(char16_t c) {
+  if (IsDigit(c)) return c - u'0';
+  return FoldAscii(c) >= u'A' && FoldAscii(c) <= u'F' ? FoldAscii(c) - u'A' + 10 : -1;
+}
 
 // One argument of KorText::Format, with its kind. Made implicitly from integers, reals, texts and
 // single characters.

@@ -3,6 +3,7 @@
 
 #include <string_view>
 
+#include "services/core/program_names.h"
 #include "services/dictionary/text_holder.h"
 
 namespace kor {
@@ -13,7 +14,7 @@ TextHolder& Dictionary();
 
 // Loads Dictionary() in run mode for the user and gives the file layer its texts. A failure is
 // reported, and the program goes on with the built-in texts.
-bool LoadProgramDictionary(const KorText& file = u"diction.ary");
+bool LoadProgramDictionary(const KorText& file = kProgramNames.dictionary);
 
 // Languages that a dictionary may be given by their code alone. Null for a code that isn't listed.
 const TextLanguage* KnownLanguage(std::u16string_view code);

@@ -13,11 +13,11 @@ const KorText& NoText() {
 }
 
 bool IsNameCharacter(char16_t c) {
-  return (c >= u'0' && c <= u'9') || (FoldAscii(c) >= u'A' && FoldAscii(c) <= u'Z');
+  return IsDigit(c) || IsAsciiLetter(c);
 }
 
 bool AreDigits(std::u16string_view text) {
-  return std::ranges::all_of(text, [](char16_t c) { return c >= u'0' && c <= u'9'; });
+  return std::ranges::all_of(text, IsDigit);
 }
 
 } // namespace

@@ -30,10 +30,6 @@ constexpr std::array<std::pair<std::int32_t, std::u16string_view>, 14> kBuiltInT
 
 constexpr std::u16string_view kSourcePrimary = u"en";
 
-bool IsDigit(char16_t c) {
-  return c >= u'0' && c <= u'9';
-}
-
 struct Reference {
   std::int32_t id = 0;
   std::size_t length = 0; // characters, the "^" included

@@ -56,9 +56,7 @@ bool HasStrayBytes(std::u16string_view text) {
 std::optional<std::int32_t> ParseNumber(const KorText& text) {
   std::u16string_view digits = text;
   if (digits.starts_with(u'-')) digits.remove_prefix(1);
-  const bool isNumber =
-      !digits.empty() && digits.size() <= 9 &&
-      std::ranges::all_of(digits, [](char16_t c) { return c >= u'0' && c <= u'9'; });
+  const bool isNumber = digits.size() <= 9 && IsNumber(digits);
   return isNumber ? std::optional(text.ToInteger()) : std::nullopt;
 }
 

@@ -18,10 +18,8 @@ bool HasFolder(const KorText& name) {
 }
 
 KorText PathIn(PropertyType type, const KorText& name) {
-  KorText folder = App().GetApplicationPropertyPath(type);
-  if (folder.IsEmpty()) return {};
-  if (folder.Last() != u'/' && folder.Last() != u'\\') folder += u'/';
-  return folder + name;
+  const KorText folder = App().GetApplicationPropertyPath(type);
+  return folder.IsEmpty() ? folder : folder + name;
 }
 
 // The part before the first "=" as it stands; the whole line without one.

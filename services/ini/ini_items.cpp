@@ -28,14 +28,14 @@ std::int32_t NextInteger(const KorText& text, std::size_t& at) {
     ++at;
   const std::size_t start = at;
   if (at < text.Length() && (text[at] == u'-' || text[at] == u'+')) ++at;
-  while (at < text.Length() && text[at] >= u'0' && text[at] <= u'9')
+  while (at < text.Length() && IsDigit(text[at]))
     ++at;
   return text.Mid(start, at - start).ToInteger();
 }
 
 // Every capital letter counts its distance from "A" plus 10, also those behind "F"; this is intended.
 std::optional<std::uint32_t> HexDigit(char16_t c) {
-  if (c >= u'0' && c <= u'9') return c - u'0';
+  if (IsDigit(c)) return c - u'0';
   if (c >= u'a' && c <= u'f') return c - u'a' + 10u;
   if (c >= u'A' && c <= u'Z') return c - u'A' + 10u;
   return std::nullopt;

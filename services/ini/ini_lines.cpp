@@ -7,12 +7,6 @@ namespace kor {
 
 namespace {
 
-std::u16string Folded(std::u16string_view text) {
-  std::u16string folded(text);
-  std::transform(folded.begin(), folded.end(), folded.begin(), FoldAscii);
-  return folded;
-}
-
 std::u16string_view KeyOf(const KorText& line) {
   const std::size_t equals = line.Find(u'=');
   if (equals != KorText::kNone) return line.View().substr(0, equals);

@@ -120,7 +120,7 @@ TEST_F(SafeWritePosixTest, WhatOnlyBearsTheNameOfAPartStays) {
   Link("../far/not yet", u"work/b.ncedl-part");
   ASSERT_EQ(::mkfifo(Native(u"work/c.ncedl-part").c_str(), 0600), 0);
   app.Put(app.Path(u"work/d.ncedl-part"), u"half");
-  EXPECT_EQ(RemoveAbandonedParts(app.Path(u"work")), 1u);
+  EXPECT_EQ(RemoveAbandonedParts(app, app.Path(u"work")), 1u);
   EXPECT_EQ(app.Names(app.Path(u"work")),
             (std::vector<KorText>{u"a.ncedl-part", u"b.ncedl-part", u"c.ncedl-part"}));
   EXPECT_EQ(app.Names(app.Path(u"far")), std::vector<KorText>{u"file"});

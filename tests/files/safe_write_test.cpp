@@ -81,8 +81,8 @@ TEST_F(SafeWriteTest, AbandonedPartsGoLivingOnesStay) {
        {u"O1.0123456789abcdef.ncedl-part", u"O2.ncedl-part", u"O3.ncedl-part.nc"})
     app.Put(app.Path(u"work/") + name, u"half");
   app.MakeFolder(app.Path(u"work/folder.ncedl-part"));
-  EXPECT_EQ(RemoveAbandonedParts(app.Path(u"work")), 2u);
-  EXPECT_EQ(RemoveAbandonedParts(app.Path(u"no such folder")), 0u);
+  EXPECT_EQ(RemoveAbandonedParts(app, app.Path(u"work")), 2u);
+  EXPECT_EQ(RemoveAbandonedParts(app, app.Path(u"no such folder")), 0u);
   EXPECT_TRUE(living.WriteText(u"done"));
   EXPECT_TRUE(living.Commit());
   EXPECT_EQ(Leftovers(),

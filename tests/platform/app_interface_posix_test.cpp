@@ -11,7 +11,7 @@
 #include <optional>
 #include <thread>
 
-#include "platform/posix/app_interface_registry.h"
+#include "platform/posix/registry_file.h"
 #include "tests/support/test_app.h"
 
 namespace kor {
@@ -50,7 +50,7 @@ class PosixServicesTest : public testing::Test {
     environment.Set("HOME", root.c_str());
   }
   KorText Folder(int type) {
-    PosixAppInterface app;
+    PosixAppInterface app{kProgramNames};
     EXPECT_EQ(app.Start(u"Download", u"2026"), u"");
     return app.GetApplicationPropertyPath(type);
   }
@@ -103,7 +103,7 @@ std::string InLocale(PosixAppInterface& app) {
 }
 
 TEST_F(PosixServicesTest, SpeaksTheUsersLocale) {
-  PosixAppInterface app;
+  PosixAppInterface app{kProgramNames};
   for (const char* none : {"C", "POSIX", "xx_XX.UTF-8", ""}) { // one is not installed
     environment.Set("LC_ALL", none);
     EXPECT_EQ(InLocale(app), "01/11/2026 13:05:09 ,.0:dd/mm/yyyy|dd MMMM yyyy 0.5");
@@ -123,7 +123,7 @@ TEST_F(PosixServicesTest, SpeaksTheUsersLocale) {
 }
 
 TEST_F(PosixServicesTest, NamesTheUsersLanguage) {
-  PosixAppInterface app;
+  PosixAppInterface app{kProgramNames};
   const std::pair<const char*, const char16_t*> cases[] = {{"de_DE.UTF-8", u"de-DE"},
                                                            {"sr_RS@latin", u"sr-RS"},
                                                            {"pl", u"pl"},
@@ -286,7 +286,7 @@ TEST_F(RegistryFileTest, LosesNothingToAnotherWriter) {
 
 TEST_F(PosixServicesTest, RegistryHoldsNumbersAndTexts) {
   environment.Set("XDG_CONFIG_HOME", (root + "/made/on/first/write").c_str());
-  PosixAppInterface app;
+  PosixAppInterface app{kProgramNames};
   app.Start(u"Download", u"2026");
   const KorText key = AppInterface::RegistryKey(u"Configuration\\Main");
   EXPECT_EQ(app.ReadRegistryNumber(key, u"Version"), std::nullopt);

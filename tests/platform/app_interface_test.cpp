@@ -180,7 +180,7 @@ TEST_F(PlatformFilesTest, ReachesPathsBeyondTheOldLimit) {
 class PlatformServicesTest : public testing::Test {
  protected:
   PlatformServicesTest() { problem = app.Start(u"Download", u"2026"); }
-  PlatformAppInterface app;
+  PlatformAppInterface app{kProgramNames};
   KorText problem;
 };
 

@@ -13,7 +13,7 @@ class Win32ServicesTest : public testing::Test {
   ~Win32ServicesTest() override {
     std::system("reg delete \"HKCU\\Software\\Velmora\\Plenova self-test\" /f >nul 2>&1");
   }
-  Win32AppInterface app;
+  Win32AppInterface app{kProgramNames};
   KorText key = AppInterface::RegistryKey(u"Configuration", u"self-test");
 };
 

@@ -14,7 +14,7 @@ ToolOutput StandardOutput() {
 
 int RunToolMain(const ToolMain& tool, int argc, char** argv) {
   PrepareProgram();
-  PlatformAppInterface application;
+  PlatformAppInterface application(kProgramNames);
   SetApp(&application);
   const ToolOutput output = StandardOutput();
   application.SetReporter([&](const MessageRecord& record) {

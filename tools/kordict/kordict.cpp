@@ -85,7 +85,7 @@ KordictResult Kordict::Run() {
 // program folder's.
 KorText Kordict::DictionaryPath() const {
   const bool isNamed = !options.dictionary.IsEmpty();
-  const KorText file = isNamed ? options.dictionary : KorText(u"diction.ary");
+  const KorText file = isNamed ? options.dictionary : KorText(kProgramNames.dictionary);
   const bool isHere = isNamed || options.command == u"build" || App().FileExists(file);
   return isHere && FolderOfPath(file).IsEmpty() ? u"./" + file : file;
 }
@@ -108,7 +108,7 @@ std::optional<std::vector<KorText>> Kordict::TranslationFiles() {
     }
     const std::size_t before = files.size();
     const auto entries = App().ListFolder(argument);
-    const KorText folder = argument.EndsWith(u"/") ? argument : argument + u"/";
+    const KorText folder = WithTrailingSlash(argument);
     for (const FileEntry& entry : entries.value_or(std::vector<FileEntry>()))
       if (entry.name.StartsWith(u"dictionary_") && entry.name.EndsWith(u".xlf"))
         files.push_back(folder + entry.name);

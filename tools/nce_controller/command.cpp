@@ -159,12 +159,6 @@ KorText Join(const std::vector<KorText>& words, std::size_t from) {
   return text;
 }
 
-int HexDigit(char16_t c) {
-  if (c >= u'0' && c <= u'9') return c - u'0';
-  const char16_t upper = FoldAscii(c);
-  return upper >= u'A' && upper <= u'F' ? upper - u'A' + 10 : -1;
-}
-
 // The character that a backslash and what follows stand for; at is moved past it. A backslash before
 // anything else stands for itself.
 char16_t Unescape(std::u16string_view text, std::size_t& at) {
@@ -187,8 +181,8 @@ char16_t Unescape(std::u16string_view text, std::size_t& at) {
     break;
   }
   if (text[at] != u'x' || at + 2 >= text.size()) return c;
-  const int high = HexDigit(text[at + 1]);
-  const int low = HexDigit(text[at + 2]);
+  const int high = HexValue(text[at + 1]);
+  const int low = HexValue(text[at + 2]);
   if (high < 0 || low < 0) return c;
   at += 3;
   return static_cast<char16_t>(high * 16 + low);

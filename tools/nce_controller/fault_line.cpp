@@ -5,16 +5,8 @@
 
 namespace kor::controller {
 
-std::uint64_t Chance::Next() {
-  state += 0x9E3779B97F4A7C15ULL;
-  std::uint64_t value = state;
-  value = (value ^ (value >> 30)) * 0xBF58476D1CE4E5B9ULL;
-  value = (value ^ (value >> 27)) * 0x94D049BB133111EBULL;
-  return value ^ (value >> 31);
-}
-
 double Chance::Fraction() {
-  return static_cast<double>(Next() >> 11) / static_cast<double>(1ULL << 53);
+  return static_cast<double>(numbers.Next() >> 11) / static_cast<double>(1ULL << 53);
 }
 
 FaultLine::FaultLine(Line& toSpoil, double chance, std::uint64_t seed)

@@ -9,20 +9,20 @@
 #include <deque>
 #include <string>
 
+#include "services/core/random_numbers.h"
 #include "tools/nce_controller/line.h"
 
 namespace kor::controller {
 
-// splitmix64: the same numbers on every system, which the standard library's distributions aren't.
+// The same numbers on every system, which the standard library's distributions aren't.
 class Chance {
  public:
-  explicit Chance(std::uint64_t seed) : state(seed) {}
-  std::uint64_t Next();
-  double Fraction();                                              // 0 <= f < 1
-  std::size_t Below(std::size_t limit) { return Next() % limit; } // limit > 0
+  explicit Chance(std::uint64_t seed) : numbers(seed) {}
+  double Fraction();                                                      // 0 <= f < 1
+  std::size_t Below(std::size_t limit) { return numbers.Next() % limit; } // limit > 0
 
  private:
-  std::uint64_t state;
+  RandomNumbers numbers;
 };
 
 struct FaultCounts {

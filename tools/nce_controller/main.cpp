@@ -94,7 +94,7 @@ Outcome RunOnDevice(ByteDevice& device, const Options& options, std::unique_ptr<
 }
 
 int Main(const std::vector<KorText>& arguments) {
-  PlatformAppInterface app;
+  PlatformAppInterface app(kProgramNames);
   SetApp(&app);
   Options options;
   const CommandLineAnswer answer = ReadOptions(arguments, options);

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdio>
 
+#include "services/core/path_text.h"
 #include "tools/nce_controller/preflight.h"
 #include "tools/nce_controller/program_file.h"
 #include "tools/nce_controller/program_text.h"
@@ -38,11 +39,6 @@ std::string EntriesJson(const std::vector<DirectoryEntry>& entries) {
     json += (json.empty() ? "" : ", ") + object.Finish();
   }
   return "[" + json + "]";
-}
-
-KorText InFolder(const KorText& folder, const KorText& name) {
-  const bool isOpen = !folder.IsEmpty() && folder.Last() != u'/' && folder.Last() != u'\\';
-  return folder + (isOpen ? u"/" : u"") + name.View();
 }
 
 } // namespace
@@ -266,7 +262,7 @@ Runner::Report Runner::RunSoak(const Command& command) {
   if (!command.folder.IsEmpty())
     plan.hostFile = [&command](const std::string& name, std::string& content) {
       const KorText file = KorText::FromBytes(name) + u"." + command.extension.View();
-      return LoadProgram(InFolder(command.folder, file), content).empty();
+      return LoadProgram(WithTrailingSlash(command.folder) + file, content).empty();
     };
   const SoakReport soak = Soak(session, line, plan);
   Report report;

@@ -8,20 +8,15 @@ namespace {
 constexpr std::int32_t kLastPort = 255;
 constexpr char16_t kGuidForm[] = u"XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX";
 
-bool IsDigit(char16_t c) {
-  return c >= u'0' && c <= u'9';
-}
-
 bool IsPortName(const KorText& name) {
   const KorText digits = name.Mid(3);
-  return name.StartsWithNoCase(u"COM") && !digits.IsEmpty() && digits.Length() <= 3 &&
-         digits[0] != u'0' && std::ranges::all_of(digits.View(), IsDigit) &&
-         digits.ToInteger() <= kLastPort;
+  return name.StartsWithNoCase(u"COM") && IsNumber(digits) && digits.Length() <= 3 &&
+         digits[0] != u'0' && digits.ToInteger() <= kLastPort;
 }
 
 bool IsLanguageCode(const KorText& code) {
   return code.Length() >= 2 && std::ranges::all_of(code.View(), [](char16_t c) {
-           return IsDigit(c) || c == u'-' || (FoldAscii(c) >= u'A' && FoldAscii(c) <= u'Z');
+           return IsDigit(c) || c == u'-' || IsAsciiLetter(c);
          });
 }
 
@@ -33,7 +28,7 @@ KorText GuidOf(const KorText& word) {
   KorText guid = u"{";
   for (std::size_t i = 0; i < form.size() && bare.Length() == form.size(); ++i) {
     const char16_t c = FoldAscii(bare[i]);
-    const bool fits = form[i] == u'-' ? c == u'-' : IsDigit(c) || (c >= u'A' && c <= u'F');
+    const bool fits = form[i] == u'-' ? c == u'-' : HexValue(c) >= 0;
     if (!fits) return {};
     guid += c;
   }

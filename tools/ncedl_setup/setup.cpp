@@ -158,7 +158,7 @@ bool Setup::Register(const KorText& folder) {
   if (!stored)
     return Fail(KorText::Format(
         u"the configuration can't be registered: %s. On Linux it is kept in %s", SystemReason(),
-        App().GetApplicationPropertyPath(kSettingsFolder) + u"registry.ini"));
+        App().GetApplicationPropertyPath(kSettingsFolder) + kProgramNames.registry));
   output.print(KorText::Format(u"Configuration: %s %s%s", stored->name, stored->guid,
                                stored->isDefault ? u", used by default" : u""));
   return true;
@@ -179,7 +179,8 @@ bool Setup::SetLanguage() {
                 u". The user's settings folder has to be writable");
   if (code.IsEmpty() || code.StartsWithNoCase(u"en")) return true; // the source texts are English
   TextHolder dictionary;
-  const bool loaded = dictionary.Load(u"diction.ary", TextHolder::kChooseLanguage, false, code);
+  const bool loaded =
+      dictionary.Load(kProgramNames.dictionary, TextHolder::kChooseLanguage, false, code);
   if (!loaded) {
     Warn(u"the dictionary, diction.ary, can't be read, so that texts will be English. Put it "
          u"beside the "

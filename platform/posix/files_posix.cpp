@@ -1,4 +1,4 @@
-#include "platform/posix/app_interface_posix.h"
+#include "platform/posix/files_posix.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -14,12 +14,11 @@
 #include <filesystem>
 #include <utility>
 
+#include "platform/posix/file_time_posix.h"
+
 namespace kor {
 
 namespace {
-
-constexpr FileTime kUnixEpoch = 116444736000000000; // 1970-01-01 in file time
-constexpr FileTime kTicksPerSecond = 10000000;
 
 thread_local std::uint32_t lastError = 0;
 
@@ -81,7 +80,7 @@ FileInfo InfoOf(const struct stat& status, std::string_view name) {
 
 class PosixFile : public OsFile {
  public:
-  PosixFile(int openFile, AppInterface& app) : file(openFile), owner(app) {}
+  explicit PosixFile(int openFile) : file(openFile) {}
   ~PosixFile() override { Close(); }
   PosixFile(const PosixFile&) = delete;
   PosixFile& operator=(const PosixFile&) = delete;
@@ -98,7 +97,6 @@ class PosixFile : public OsFile {
     const off_t position = ::lseek(file, offset, fromEnd ? SEEK_END : SEEK_SET);
     if (position >= 0) return static_cast<std::uint64_t>(position);
     Fail(errno);
-    owner.DebugWarning(u"SetFilePointer Failed!", u"FileIO");
     return std::nullopt;
   }
 
@@ -132,7 +130,6 @@ class PosixFile : public OsFile {
   }
 
   int file;
-  AppInterface& owner;
 };
 
 // Never waits: a pipe without a far end is refused, not waited for.
@@ -226,15 +223,15 @@ std::optional<FileInfo> InfoIn(DIR* folder, const char* name) {
 
 } // namespace
 
-std::uint32_t PosixAppInterface::LastError() {
+std::uint32_t PosixFiles::LastError() {
   return lastError;
 }
 
-void PosixAppInterface::SetLastError(std::uint32_t error) {
+void PosixFiles::SetLastError(std::uint32_t error) {
   lastError = error;
 }
 
-std::unique_ptr<OsFile> PosixAppInterface::OpenFile(const KorText& path, FileAccess access) {
+std::unique_ptr<OsFile> PosixFiles::Open(const KorText& path, FileAccess access) {
   std::string native;
   if (!ToNative(path, native)) return nullptr;
   int file = -1;
@@ -245,32 +242,32 @@ std::unique_ptr<OsFile> PosixAppInterface::OpenFile(const KorText& path, FileAcc
     Fail(errno);
     return nullptr;
   }
-  auto opened = std::make_unique<PosixFile>(file, *this);
+  auto opened = std::make_unique<PosixFile>(file);
   return Prepare(file, access) ? std::move(opened) : nullptr;
 }
 
-std::optional<FileInfo> PosixAppInterface::FileAttributes(const KorText& path) {
+std::optional<FileInfo> PosixFiles::Attributes(const KorText& path) {
   std::string native;
   struct stat status {};
   if (!ToNative(path, native) || !Checked(::stat(native.c_str(), &status))) return std::nullopt;
   return InfoOf(status, LastName(native));
 }
 
-bool PosixAppInterface::RemoveFile(const KorText& path) {
+bool PosixFiles::Remove(const KorText& path) {
   std::string native;
   return ToNative(path, native) && Checked(::unlink(native.c_str()));
 }
 
-bool PosixAppInterface::RenameFile(const KorText& from, const KorText& to) {
+bool PosixFiles::Rename(const KorText& from, const KorText& to) {
   std::string nativeFrom, nativeTo;
   if (!ToNative(from, nativeFrom) || !ToNative(to, nativeTo)) return false;
   if (::rename(nativeFrom.c_str(), nativeTo.c_str()) == 0) return true;
   if (errno != EXDEV) return Fail(errno);
   // Onto another disk: copied beside the target and renamed there, so the target changes in one step.
-  return DuplicateFile(from, to) && RemoveFile(from);
+  return Duplicate(from, to) && Remove(from);
 }
 
-bool PosixAppInterface::CanReplaceFile(const KorText& path) {
+bool PosixFiles::CanReplace(const KorText& path) {
   std::string native;
   struct stat file {
   }, folder{};
@@ -288,12 +285,12 @@ bool PosixAppInterface::CanReplaceFile(const KorText& path) {
   return owner || (folder.st_mode & S_ISVTX) == 0 || Fail(EPERM);
 }
 
-bool PosixAppInterface::MakeFolder(const KorText& path) {
+bool PosixFiles::MakeFolder(const KorText& path) {
   std::string native;
   return ToNative(path, native) && MakeNativeFolder(native);
 }
 
-bool PosixAppInterface::RemoveFolder(const KorText& path) {
+bool PosixFiles::RemoveFolder(const KorText& path) {
   std::string native;
   if (!ToNative(path, native)) return false;
   while (native.size() > 1 && native.ends_with('/'))
@@ -308,7 +305,7 @@ bool PosixAppInterface::RemoveFolder(const KorText& path) {
   return !error || Fail(error.value());
 }
 
-KorText PosixAppInterface::LinkTarget(const KorText& path) {
+KorText PosixFiles::LinkTarget(const KorText& path) {
   constexpr int kMostLinks = 40; // as the system counts them
   std::string native;
   if (!ToNative(path, native)) return {};
@@ -322,7 +319,7 @@ KorText PosixAppInterface::LinkTarget(const KorText& path) {
   return {};
 }
 
-bool PosixAppInterface::CopyAttributes(const KorText& from, const KorText& to) {
+bool PosixFiles::CopyAttributes(const KorText& from, const KorText& to) {
   std::string nativeFrom, nativeTo;
   struct stat status {};
   if (!ToNative(from, nativeFrom) || !ToNative(to, nativeTo) ||
@@ -337,14 +334,14 @@ bool PosixAppInterface::CopyAttributes(const KorText& from, const KorText& to) {
   return CopyPermissions(nativeFrom, nativeTo, status.st_mode & 0777);
 }
 
-bool PosixAppInterface::SetFileModified(const KorText& path, FileTime modified) {
+bool PosixFiles::SetModified(const KorText& path, FileTime modified) {
   std::string native;
   const timespec times[2] = {{0, UTIME_OMIT}, ToTimespec(modified)};
   return ToNative(path, native) && Checked(::utimensat(AT_FDCWD, native.c_str(), times, 0));
 }
 
-std::optional<std::vector<FileEntry>> PosixAppInterface::ReadFolder(const KorText& folder,
-                                                                    const NameFilter& wanted) {
+std::optional<std::vector<FileEntry>> PosixFiles::ReadFolder(const KorText& folder,
+                                                             const NameFilter& wanted) {
   std::string native;
   if (!ToNative(folder, native)) return std::nullopt;
   const OpenFolder open(::opendir(native.c_str()));
@@ -366,17 +363,17 @@ std::optional<std::vector<FileEntry>> PosixAppInterface::ReadFolder(const KorTex
   return std::nullopt;
 }
 
-bool PosixAppInterface::SyncFolder(const KorText& folder) {
+bool PosixFiles::SyncFolder(const KorText& folder) {
   std::string native;
   if (!ToNative(folder, native)) return false;
   const int opened =
       ::open(native.empty() ? "." : native.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (opened < 0) return Fail(errno);
-  PosixFile entries(opened, *this);
+  PosixFile entries(opened);
   return entries.Sync();
 }
 
-KorText PosixAppInterface::ErrorText(std::uint32_t error) {
+KorText PosixFiles::ErrorText(std::uint32_t error) {
   char buffer[256] = {};
   return KorText::FromUtf8(::strerror_r(static_cast<int>(error), buffer, sizeof buffer));
 }

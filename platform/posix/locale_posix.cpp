@@ -1,15 +1,13 @@
 #include <langinfo.h>
 
-#include <cstdlib>
 #include <ctime>
 
-#include "platform/posix/app_interface_posix.h"
+#include "platform/posix/locale_posix.h"
+#include "platform/posix/variable_posix.h"
 
 namespace kor {
 
 namespace {
-
-using posix::Environment;
 
 constexpr std::u16string_view kNoDateFormat = u"%m/%d/%y"; // what the "C" locale holds
 
@@ -73,11 +71,6 @@ char16_t FirstOr(const KorText& text, char16_t otherwise) {
 
 } // namespace
 
-KorText posix::Environment(const char* name) {
-  const char* value = std::getenv(name);
-  return value ? KorText::FromUtf8(value) : KorText();
-}
-
 UserLocale::UserLocale() : handle(nullptr) {}
 
 UserLocale::~UserLocale() {
@@ -122,10 +115,10 @@ KorText UserLocale::Format(const char* format, const SystemTime& time) const {
 
 // POSIX locales hold neither a list separator nor a long date. Where the comma is the decimal
 // separator a list needs another one, and the semicolon is what is used there.
-void PosixAppInterface::LoadRegionalSettings() {
+RegionalSettings PosixLocale::Load() {
   RegionalSettings settings;
   {
-    Lock lock(localeMutex);
+    Lock lock(mutex);
     userLocale.Reload();
     settings.decimalSeparator = FirstOr(userLocale.Item(RADIXCHAR), settings.decimalSeparator);
     settings.thousandsSeparator = FirstOr(userLocale.Item(THOUSEP), settings.thousandsSeparator);
@@ -134,26 +127,26 @@ void PosixAppInterface::LoadRegionalSettings() {
     if (!date.IsEmpty()) settings.shortDateFormat = DatePicture(date);
   }
   if (settings.decimalSeparator == u',') settings.listSeparator = u';';
-  SetRegional(settings);
+  return settings;
 }
 
 // A locale without dates of its own gets the order of RegionalSettings' default.
-KorText PosixAppInterface::FormatDate(const SystemTime& time) {
-  Lock lock(localeMutex);
+KorText PosixLocale::Date(const SystemTime& time) {
+  Lock lock(mutex);
   if (!userLocale.DateFormat().IsEmpty()) return userLocale.Format("%x", time);
   return KorText::Format(u"%02i/%02i/%04i", time.day, time.month, time.year);
 }
 
-KorText PosixAppInterface::FormatTime(const SystemTime& time) {
-  Lock lock(localeMutex);
+KorText PosixLocale::Time(const SystemTime& time) {
+  Lock lock(mutex);
   const KorText text = userLocale.Format("%X", time);
   if (!text.IsEmpty()) return text;
   return KorText::Format(u"%02i:%02i:%02i", time.hour, time.minute, time.second);
 }
 
-KorText PosixAppInterface::UserLanguage() {
+KorText PosixLocale::Language() {
   for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
-    KorText name = Environment(variable);
+    KorText name = EnvironmentVariable(variable);
     if (name.IsEmpty()) continue;
     name = name.Left(name.View().find_first_of(u".@"));
     return name == u"C" || name == u"POSIX" ? KorText() : name.ReplaceAll(u'_', u'-');

@@ -1,5 +1,5 @@
-// RegistryFile: registry.ini in the settings folder, which stands in for the registry where the system
-// has none. UTF-8, lines end in LF:
+// RegistryFile: a file in the settings folder, which stands in for the registry where the system has
+// none. UTF-8, lines end in LF:
 //
 //   [Software\Velmora\Plenova 2026\COMMON]
 //   WaitLockPeriod=3000
@@ -20,22 +20,24 @@
 
 namespace kor {
 
-class RegistryFile {
+class RegistryFile : public OsRegistry {
  public:
+  // Takes folder, name and files from the services, and tells them of a file that is none.
   explicit RegistryFile(AppInterface& app);
-  std::optional<KorText> Read(const KorText& key, const KorText& value);
-  bool Write(const KorText& key, const KorText& value, const KorText& text);
-  // Names of the keys one level below, each once.
-  std::vector<KorText> SubKeys(const KorText& key);
+  std::optional<std::uint32_t> ReadNumber(const KorText& key, const KorText& value) override;
+  std::optional<KorText> ReadText(const KorText& key, const KorText& value) override;
+  bool WriteNumber(const KorText& key, const KorText& value, std::uint32_t number) override;
+  bool WriteText(const KorText& key, const KorText& value, const KorText& text) override;
+  std::vector<KorText> SubKeys(const KorText& key) override;
 
  private:
+  KorText Folder();
+  KorText Path();
   bool IsTooLarge(std::uint64_t size);
   std::optional<std::vector<KorText>> Load();
   bool Save(const std::vector<KorText>& lines);
 
   AppInterface& app;
-  KorText folder;
-  KorText path;
 };
 
 } // namespace kor

@@ -1,4 +1,4 @@
-#include "platform/win32/app_interface_win32.h"
+#include "platform/win32/files_win32.h"
 
 #include <windows.h>
 
@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "platform/win32/wide_text.h"
+#include "services/core/app_interface.h"
 
 namespace kor {
 
@@ -56,7 +57,7 @@ bool IsDevice(const std::wstring& path) {
 
 class Win32File : public OsFile {
  public:
-  Win32File(HANDLE openFile, AppInterface& app) : file(openFile), owner(app) {}
+  explicit Win32File(HANDLE openFile) : file(openFile) {}
   ~Win32File() override { Close(); }
   Win32File(const Win32File&) = delete;
   Win32File& operator=(const Win32File&) = delete;
@@ -79,7 +80,6 @@ class Win32File : public OsFile {
     if (Checked(SetFilePointerEx(file, distance, &position, fromEnd ? FILE_END : FILE_BEGIN))) {
       return static_cast<std::uint64_t>(position.QuadPart);
     }
-    owner.DebugWarning(u"SetFilePointer Failed!", u"FileIO");
     return std::nullopt;
   }
 
@@ -111,7 +111,6 @@ class Win32File : public OsFile {
   }
 
   HANDLE file;
-  AppInterface& owner;
 };
 
 struct OpenForm {
@@ -233,26 +232,26 @@ bool RemoveNativeFolder(const std::wstring& folder) {
 
 } // namespace
 
-std::uint32_t Win32AppInterface::LastError() {
+std::uint32_t Win32Files::LastError() {
   return lastError;
 }
 
-void Win32AppInterface::SetLastError(std::uint32_t error) {
+void Win32Files::SetLastError(std::uint32_t error) {
   lastError = error;
 }
 
 // The path as the system takes it. A zero character would end it early and name another file.
-bool Win32AppInterface::ToNative(const KorText& path, std::wstring& native) {
+bool Win32Files::ToNative(const KorText& path, std::wstring& native) {
   if (path.Find(u'\0') != KorText::kNone) return Fail(ERROR_INVALID_NAME);
   native = ToWide(path);
-  const bool force = GetDebugMode(u"AlwaysUseLongPathSupport") != 0;
-  if (LongPath(path, force) == path) return true;
+  if (AppInterface::LongPath(path, forceLongPaths) == path) return true;
   const std::wstring full = FullPath(native);
-  native = full.starts_with(L"\\\\.\\") ? full : ToWide(LongPath(FromWide(full), true));
+  native =
+      full.starts_with(L"\\\\.\\") ? full : ToWide(AppInterface::LongPath(FromWide(full), true));
   return true;
 }
 
-std::unique_ptr<OsFile> Win32AppInterface::OpenFile(const KorText& path, FileAccess access) {
+std::unique_ptr<OsFile> Win32Files::Open(const KorText& path, FileAccess access) {
   std::wstring native;
   if (!ToNative(path, native)) return nullptr;
   if (IsDevice(native)) {
@@ -266,14 +265,14 @@ std::unique_ptr<OsFile> Win32AppInterface::OpenFile(const KorText& path, FileAcc
     Fail(GetLastError());
     return nullptr;
   }
-  auto file = std::make_unique<Win32File>(handle, *this);
+  auto file = std::make_unique<Win32File>(handle);
   if (claims && IsLink(native) && !Fail(ERROR_INVALID_NAME)) return nullptr;
   // Emptied here, not by the call that opens: that one refuses hidden files.
   if (access == FileAccess::Write && !Checked(SetEndOfFile(handle))) return nullptr;
   return file;
 }
 
-std::optional<FileInfo> Win32AppInterface::FileAttributes(const KorText& path) {
+std::optional<FileInfo> Win32Files::Attributes(const KorText& path) {
   std::wstring native;
   WIN32_FILE_ATTRIBUTE_DATA data{};
   if (!ToNative(path, native) ||
@@ -284,12 +283,12 @@ std::optional<FileInfo> Win32AppInterface::FileAttributes(const KorText& path) {
   return InfoOf(data);
 }
 
-bool Win32AppInterface::RemoveFile(const KorText& path) {
+bool Win32Files::Remove(const KorText& path) {
   std::wstring native;
   return ToNative(path, native) && Checked(DeleteFileW(native.c_str()));
 }
 
-bool Win32AppInterface::RenameFile(const KorText& from, const KorText& to) {
+bool Win32Files::Rename(const KorText& from, const KorText& to) {
   std::wstring nativeFrom, nativeTo;
   if (!ToNative(from, nativeFrom) || !ToNative(to, nativeTo)) return false;
   if (MoveFileExW(nativeFrom.c_str(), nativeTo.c_str(),
@@ -298,10 +297,10 @@ bool Win32AppInterface::RenameFile(const KorText& from, const KorText& to) {
   }
   if (GetLastError() != ERROR_NOT_SAME_DEVICE) return Fail(GetLastError());
   // Onto another disk: copied beside the target and renamed there, so the target changes in one step.
-  return DuplicateFile(from, to) && RemoveFile(from);
+  return Duplicate(from, to) && Remove(from);
 }
 
-bool Win32AppInterface::CanReplaceFile(const KorText& path) {
+bool Win32Files::CanReplace(const KorText& path) {
   std::wstring native;
   if (!ToNative(path, native)) return false;
   const HANDLE file = CreateFileW(native.c_str(), GENERIC_WRITE | DELETE,
@@ -313,7 +312,12 @@ bool Win32AppInterface::CanReplaceFile(const KorText& path) {
   return error == ERROR_FILE_NOT_FOUND || error == ERROR_SHARING_VIOLATION || Fail(error);
 }
 
-bool Win32AppInterface::MakeFolder(const KorText& path) {
+// A ":" would name a stream of another file.
+bool Win32Files::CanName(const KorText& name) const {
+  return OsFiles::CanName(name) && name.View().find_first_of(u":*?\"<>|") == KorText::kNone;
+}
+
+bool Win32Files::MakeFolder(const KorText& path) {
   std::wstring native;
   if (!ToNative(path, native)) return false;
   if (CreateDirectoryW(native.c_str(), nullptr)) return true;
@@ -328,7 +332,7 @@ bool Win32AppInterface::MakeFolder(const KorText& path) {
   return CreateDirectoryW(native.c_str(), nullptr) || IsFolder(native) || Fail(GetLastError());
 }
 
-bool Win32AppInterface::RemoveFolder(const KorText& path) {
+bool Win32Files::RemoveFolder(const KorText& path) {
   std::wstring native;
   if (!ToNative(path, native)) return false;
   while (native.size() > 3 && (native.ends_with(L'/') || native.ends_with(L'\\'))) {
@@ -343,21 +347,21 @@ bool Win32AppInterface::RemoveFolder(const KorText& path) {
   return RemoveNativeFolder(native);
 }
 
-KorText Win32AppInterface::LinkTarget(const KorText& path) {
+KorText Win32Files::LinkTarget(const KorText& path) {
   std::wstring native;
   if (!ToNative(path, native) || IsDevice(native) || !IsLink(native)) return path;
   constexpr OpenForm kForm = {0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                               OPEN_EXISTING};
   const HANDLE handle = OpenNative(native, kForm, FILE_FLAG_BACKUP_SEMANTICS); // follows
   if (handle == INVALID_HANDLE_VALUE) return path;
-  Win32File file(handle, *this);
+  Win32File file(handle);
   std::wstring target(GetFinalPathNameByHandleW(handle, nullptr, 0, FILE_NAME_NORMALIZED), L'\0');
   target.resize(GetFinalPathNameByHandleW(handle, target.data(), static_cast<DWORD>(target.size()),
                                           FILE_NAME_NORMALIZED));
   return target.empty() ? path : FromWide(target);
 }
 
-bool Win32AppInterface::CopyAttributes(const KorText& from, const KorText& to) {
+bool Win32Files::CopyAttributes(const KorText& from, const KorText& to) {
   std::wstring nativeFrom, nativeTo;
   if (!ToNative(from, nativeFrom) || !ToNative(to, nativeTo)) return false;
   const DWORD attributes = GetFileAttributesW(nativeFrom.c_str());
@@ -367,20 +371,20 @@ bool Win32AppInterface::CopyAttributes(const KorText& from, const KorText& to) {
   return Checked(SetFileAttributesW(nativeTo.c_str(), kept | FILE_ATTRIBUTE_ARCHIVE)) && copied;
 }
 
-bool Win32AppInterface::SetFileModified(const KorText& path, FileTime modified) {
+bool Win32Files::SetModified(const KorText& path, FileTime modified) {
   std::wstring native;
   if (!ToNative(path, native)) return false;
   constexpr OpenForm kForm = {
       FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, OPEN_EXISTING};
   const HANDLE handle = OpenNative(native, kForm, FILE_FLAG_BACKUP_SEMANTICS); // folders, too
   if (handle == INVALID_HANDLE_VALUE) return Fail(GetLastError());
-  Win32File file(handle, *this);
+  Win32File file(handle);
   const FILETIME time = {static_cast<DWORD>(modified), static_cast<DWORD>(modified >> 32)};
   return Checked(SetFileTime(handle, nullptr, nullptr, &time));
 }
 
-std::optional<std::vector<FileEntry>> Win32AppInterface::ReadFolder(const KorText& folder,
-                                                                    const NameFilter& wanted) {
+std::optional<std::vector<FileEntry>> Win32Files::ReadFolder(const KorText& folder,
+                                                             const NameFilter& wanted) {
   std::wstring native;
   if (folder.IsEmpty()) Fail(ERROR_PATH_NOT_FOUND);
   if (folder.IsEmpty() || !ToNative(folder, native)) return std::nullopt;
@@ -395,11 +399,11 @@ std::optional<std::vector<FileEntry>> Win32AppInterface::ReadFolder(const KorTex
 }
 
 // Renaming with write-through is all that NTFS asks for.
-bool Win32AppInterface::SyncFolder(const KorText&) {
+bool Win32Files::SyncFolder(const KorText&) {
   return true;
 }
 
-KorText Win32AppInterface::ErrorText(std::uint32_t error) {
+KorText Win32Files::ErrorText(std::uint32_t error) {
   wchar_t* text = nullptr;
   const DWORD length = FormatMessageW(
       FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,

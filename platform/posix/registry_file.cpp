@@ -1,4 +1,4 @@
-#include "platform/posix/app_interface_registry.h"
+#include "platform/posix/registry_file.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -14,13 +14,10 @@ namespace kor {
 
 namespace {
 
-bool IsHexDigit(char16_t c) {
-  return (c >= u'0' && c <= u'9') || (FoldAscii(c) >= u'A' && FoldAscii(c) <= u'F');
-}
-
 bool IsEscape(std::u16string_view text) {
   return text.size() >= 6 && text.starts_with(u"%u") &&
-         std::all_of(text.begin() + 2, text.begin() + 6, IsHexDigit);
+         std::all_of(text.begin() + 2, text.begin() + 6,
+                     [](char16_t c) { return HexValue(c) >= 0; });
 }
 
 bool IsHigh(char16_t c) {
@@ -136,11 +133,17 @@ class FolderLock {
 
 } // namespace
 
-RegistryFile::RegistryFile(AppInterface& owner)
-    : app(owner), folder(owner.GetApplicationPropertyPath(kSettingsFolder)),
-      path(folder + u"registry.ini") {}
+RegistryFile::RegistryFile(AppInterface& owner) : app(owner) {}
 
-std::optional<KorText> RegistryFile::Read(const KorText& key, const KorText& value) {
+KorText RegistryFile::Folder() {
+  return app.GetApplicationPropertyPath(kSettingsFolder);
+}
+
+KorText RegistryFile::Path() {
+  return Folder() + app.FileNames().registry;
+}
+
+std::optional<KorText> RegistryFile::ReadText(const KorText& key, const KorText& value) {
   const std::optional<std::vector<KorText>> lines = Load();
   if (!lines) return std::nullopt;
   const std::size_t at = FindLine(*lines, FindSection(*lines, key), value);
@@ -149,7 +152,22 @@ std::optional<KorText> RegistryFile::Read(const KorText& key, const KorText& val
   return Unescaped(line.Mid(line.Find(u'=') + 1).Trimmed());
 }
 
-bool RegistryFile::Write(const KorText& key, const KorText& value, const KorText& text) {
+std::optional<std::uint32_t> RegistryFile::ReadNumber(const KorText& key, const KorText& value) {
+  const std::optional<KorText> text = ReadText(key, value);
+  if (!text || !IsNumber(*text)) {
+    return std::nullopt;
+  }
+  const std::int64_t number = text->ToInteger64();
+  if (number > 0xFFFFFFFF) return std::nullopt;
+  return static_cast<std::uint32_t>(number);
+}
+
+bool RegistryFile::WriteNumber(const KorText& key, const KorText& value, std::uint32_t number) {
+  return WriteText(key, value, KorText::Format(u"%u", number));
+}
+
+bool RegistryFile::WriteText(const KorText& key, const KorText& value, const KorText& text) {
+  const KorText folder = Folder();
   if (!app.MakeFolder(folder)) return false;
   const FolderLock lock(folder);
   std::optional<std::vector<KorText>> lines = Load();
@@ -187,12 +205,13 @@ bool RegistryFile::IsTooLarge(std::uint64_t size) {
   if (said.exchange(true)) return true;
   const KorText why =
       LookUpText(15452, u"The file is too large to be a settings file: it was not read.");
-  app.Report({MessageLevel::Warn, path, why, {}, 0});
+  app.Report({MessageLevel::Warn, Path(), why, {}, 0});
   return true;
 }
 
 // The file's lines; none when there is no file, std::nullopt when it can't be read.
 std::optional<std::vector<KorText>> RegistryFile::Load() {
+  const KorText path = Path();
   if (!app.FileAttributes(path)) return std::vector<KorText>();
   const std::unique_ptr<OsFile> file = app.OpenFile(path, FileAccess::Read);
   const auto size = file ? file->Size() : std::nullopt;
@@ -214,7 +233,7 @@ bool RegistryFile::Save(const std::vector<KorText>& lines) {
   std::string bytes;
   for (const KorText& line : lines)
     bytes += line.ToUtf8() + "\n";
-  const KorText target = app.LinkTarget(path);
+  const KorText target = app.LinkTarget(Path());
   if (target.IsEmpty()) return false;
   const KorText beside = target + u".new";
   app.RemoveFile(beside); // what a killed program left, or a link that would lead elsewhere
@@ -224,7 +243,7 @@ bool RegistryFile::Save(const std::vector<KorText>& lines) {
   const bool written = file->Write({reinterpret_cast<const std::uint8_t*>(bytes.data()),
                                     bytes.size()}) == bytes.size() &&
                        file->Sync();
-  if (file->Close() && written && app.RenameFile(beside, target)) return app.SyncFolder(folder);
+  if (file->Close() && written && app.RenameFile(beside, target)) return app.SyncFolder(Folder());
   const std::uint32_t error = app.LastError();
   app.RemoveFile(beside);
   app.SetLastError(error);

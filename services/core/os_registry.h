@@ -1,0 +1,26 @@
+// OsRegistry: numbers and texts kept per user under a key ("Software\...") and a value's name, both
+// without regard to case. Any thread; what another program writes counts at the next reading.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "services/core/kor_text.h"
+
+namespace kor {
+
+class OsRegistry {
+ public:
+  virtual ~OsRegistry() = default;
+  // std::nullopt when there is no such key or value, or the value is of the other kind.
+  virtual std::optional<std::uint32_t> ReadNumber(const KorText& key, const KorText& value) = 0;
+  virtual std::optional<KorText> ReadText(const KorText& key, const KorText& value) = 0;
+  // Make the key when it is missing.
+  virtual bool WriteNumber(const KorText& key, const KorText& value, std::uint32_t number) = 0;
+  virtual bool WriteText(const KorText& key, const KorText& value, const KorText& text) = 0;
+  // Names of the keys one level below, each once.
+  virtual std::vector<KorText> SubKeys(const KorText& key) = 0;
+};
+
+} // namespace kor

@@ -1,0 +1,88 @@
+// FakeFiles: the platform's files, in a fresh folder that goes away with the object. Faults can be put
+// between the code under test and its files.
+//
+// Every operation may be called from any thread, except the settings of faults, which belong before
+// the code under test starts.
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <set>
+
+#include "platform/platform.h"
+#include "services/core/thread_annotations.h"
+#include "tests/support/disk_image.h"
+#include "tests/support/text_printer.h" // IWYU pragma: keep
+
+namespace kor {
+
+class FakeFiles : public PlatformFiles {
+ public:
+  FakeFiles();
+  ~FakeFiles() override;
+
+  // The fresh folder with a trailing "/", or the path of a name in it. It exists.
+  const KorText& Root() const { return root; }
+  KorText Path(std::u16string_view name) const { return root + name; }
+  // The whole content of a file as bytes (characters 0 to 255); std::nullopt when it can't be read.
+  std::optional<KorText> Content(const KorText& path);
+  // Makes the file, with its folders, past all faults.
+  void Put(const KorText& path, const KorText& bytes);
+  // Names in a folder (folders with a trailing "/"), sorted.
+  std::vector<KorText> Names(const KorText& folder);
+
+  // --- Faults ---
+  // Refuses to open files whose path holds the text (access denied); for writing only, if so chosen.
+  void RefuseOpening(const KorText& part, bool forWritingOnly = false);
+  // Runs each time before a file whose path holds the text is opened, on the thread that opens it.
+  void WhenOpening(const KorText& part, std::function<void()> action) {
+    whenOpening = {part, std::move(action)};
+  }
+  // All files together take that many bytes more; then writes come up short and the disk is full.
+  void LimitWrites(std::optional<std::uint64_t> bytes);
+  // Of each file, reading ends with an error after that many bytes.
+  void LimitReads(std::optional<std::uint64_t> bytes);
+  void FailSync(bool fail) { failSync = fail; }
+  void FailClose(bool fail) { failClose = fail; }
+  void FailRename(bool fail) { failRename = fail; }
+  void FailSize(bool fail) { failSize = fail; } // files open, but don't tell how long they are
+  // The changes that succeed before the power goes; from then on every change fails. A change is
+  // making, writing to, syncing, closing after writing, renaming or removing a file or folder.
+  void CutPowerAfter(std::optional<int> changes);
+  int Changes() const { return changeCount; } // since CutPowerAfter was last called
+  void ClearFaults();
+  // From now on all that is there is on the disk, and changes reach it as they do a real one.
+  void WatchDisk();
+  // What a power cut now would leave; each state can be made the folder's content.
+  std::set<DiskImage::Files> DiskStates();
+  void RestoreDisk(const DiskImage::Files& files);
+
+  // --- OsFiles ---
+  std::unique_ptr<OsFile> Open(const KorText& path, FileAccess access) override;
+  bool Remove(const KorText& path) override;
+  bool Rename(const KorText& from, const KorText& to) override;
+  bool CopyAttributes(const KorText& from, const KorText& to) override;
+  bool CanReplace(const KorText& path) override;
+  bool MakeFolder(const KorText& path) override;
+  bool RemoveFolder(const KorText& path) override;
+  bool SyncFolder(const KorText& folder) override;
+
+ private:
+  friend class TestFile;
+  bool IsRefused(const KorText& path, FileAccess access);
+  bool MayChange(); // counts the change
+  std::size_t TakeWriteBudget(std::size_t wanted);
+
+  KorText root;
+  std::pair<KorText, std::function<void()>> whenOpening;
+  std::atomic<bool> failSync = false, failClose = false, failRename = false, failSize = false;
+  std::atomic<int> changeCount = 0;
+  Mutex mutex;
+  std::vector<std::pair<KorText, bool>> refused KOR_GUARDED_BY(mutex);
+  std::optional<std::uint64_t> writeLimit KOR_GUARDED_BY(mutex);
+  std::optional<std::uint64_t> readLimit KOR_GUARDED_BY(mutex);
+  std::optional<int> changesLeft KOR_GUARDED_BY(mutex);
+  std::optional<DiskImage> disk KOR_GUARDED_BY(mutex);
+};
+
+} // namespace kor
