@@ -16,8 +16,6 @@
 #define KOR_REQUIRES(...) KOR_THREAD_ATTRIBUTE(requires_capability(__VA_ARGS__))
 #define KOR_ACQUIRE(...) KOR_THREAD_ATTRIBUTE(acquire_capability(__VA_ARGS__))
 #define KOR_RELEASE(...) KOR_THREAD_ATTRIBUTE(release_capability(__VA_ARGS__))
-#define KOR_EXCLUDES(...) KOR_THREAD_ATTRIBUTE(locks_excluded(__VA_ARGS__))
-#define KOR_NO_THREAD_SAFETY_ANALYSIS KOR_THREAD_ATTRIBUTE(no_thread_safety_analysis)
 
 namespace kor {
 

@@ -1,8 +1,6 @@
 // The console front end on a scripted terminal.
 #include <gtest/gtest.h>
 
-#include <mutex>
-
 #include "tests/support/fake_serial_port.h"
 #include "tests/support/test_app.h"
 #include "ui/console/banner.h"
@@ -23,14 +21,14 @@ class FakeTerminal : public Terminal {
   void StopKeys() override { keysStarted = false; }
   int Columns() const override { return columns; }
   std::size_t Read(std::span<char> to) override {
-    const std::lock_guard lock(mutex);
+    const Lock lock(mutex);
     const std::size_t count = std::min(to.size(), input.size());
     std::copy_n(input.begin(), count, to.begin());
     input.erase(0, count);
     return count;
   }
   std::size_t Left() {
-    const std::lock_guard lock(mutex);
+    const Lock lock(mutex);
     return input.size();
   }
   void Write(std::string_view text) override { output += text; }
@@ -46,7 +44,7 @@ class FakeTerminal : public Terminal {
   std::string input, output, errors;
 
  private:
-  std::mutex mutex;
+  Mutex mutex;
 };
 
 StatusView View(std::int32_t code, const char16_t* line, std::int64_t count = 0,

@@ -62,7 +62,7 @@ ConsoleFrontEnd::ConsoleFrontEnd(std::shared_ptr<Terminal> systemTerminal)
 
 ConsoleFrontEnd::~ConsoleFrontEnd() {
   terminal->StopKeys();
-  const std::lock_guard lock(shared->mutex);
+  const Lock lock(shared->mutex);
   shared->closed = true;
   shared->tasks.clear();
   shared->room.notify_all();
@@ -72,7 +72,7 @@ ConsoleFrontEnd::~ConsoleFrontEnd() {
 
 void ConsoleFrontEnd::Post(std::function<void()> task) {
   {
-    const std::lock_guard lock(shared->mutex);
+    const Lock lock(shared->mutex);
     if (shared->closed) return;
     shared->tasks.push_back(std::move(task));
   }
@@ -81,7 +81,7 @@ void ConsoleFrontEnd::Post(std::function<void()> task) {
 
 std::function<void()> ConsoleFrontEnd::Quitter() const {
   return [state = shared] {
-    const std::lock_guard lock(state->mutex);
+    const Lock lock(state->mutex);
     state->quit = true;
     state->changed.notify_one();
   };
@@ -89,7 +89,7 @@ std::function<void()> ConsoleFrontEnd::Quitter() const {
 
 // A second one ends Run whatever the window's thread is doing.
 void ConsoleFrontEnd::Interrupt(const std::shared_ptr<Shared>& shared) {
-  const std::lock_guard lock(shared->mutex);
+  const Lock lock(shared->mutex);
   if (shared->closed) return;
   if (shared->asks && !shared->asked) {
     shared->asked = true;
@@ -107,12 +107,23 @@ std::function<void(TerminalEvent)> ConsoleFrontEnd::EventHandler() {
     } else if (event == TerminalEvent::End) {
       quit();
     } else {
-      const std::lock_guard lock(state->mutex);
+      const Lock lock(state->mutex);
       if (state->closed) return;
       state->tasks.emplace_back([this] { DrawLive(); });
       state->changed.notify_one();
     }
   };
+}
+
+bool ConsoleFrontEnd::AddInput(Shared& shared, std::string_view bytes) {
+  const Lock lock(shared.mutex);
+  while (!shared.closed && shared.input.size() >= kMostInput)
+    shared.room.wait(shared.mutex);
+  if (shared.closed) return false;
+  shared.input += bytes;
+  shared.inputEnded = bytes.empty();
+  shared.changed.notify_one();
+  return true;
 }
 
 // The end of the input ends the reader, not the program. It reads ahead no more than it may: a flood waits
@@ -123,12 +134,7 @@ void ConsoleFrontEnd::StartReader() {
     std::size_t count = 1;
     while (count > 0) {
       count = source->Read(bytes);
-      std::unique_lock lock(state->mutex);
-      state->room.wait(lock, [&] { return state->closed || state->input.size() < kMostInput; });
-      if (state->closed) return;
-      state->input.append(bytes.data(), count);
-      state->inputEnded = count == 0;
-      state->changed.notify_one();
+      if (!AddInput(*state, {bytes.data(), count})) return;
     }
   }).detach();
 }
@@ -140,23 +146,22 @@ void ConsoleFrontEnd::WaitForWork(const TimerQueue& timers) {
   const double now = App().HighResolutionSeconds();
   double wait = due ? std::clamp(*due - now, 0.0, kLongestWait) : kLongestWait;
   if (hasStatus && IsExchange(shown.code)) wait = std::min(wait, kRefresh);
-  std::unique_lock lock(shared->mutex);
-  const auto hasInput = [this] { return !shared->input.empty() || shared->inputEnded; };
-  const double most = !takes && hasInput() ? std::min(wait, kBusy) : wait;
-  shared->changed.wait_for(lock, std::chrono::duration<double>(most), [&] {
-    return shared->quit || !shared->tasks.empty() || (takes && hasInput());
-  });
+  const Lock lock(shared->mutex);
+  const double most = !takes && shared->HasInput() ? std::min(wait, kBusy) : wait;
+  const auto until = std::chrono::steady_clock::now() + std::chrono::duration<double>(most);
+  while (!shared->quit && shared->tasks.empty() && !(takes && shared->HasInput()))
+    if (shared->changed.wait_until(shared->mutex, until) == std::cv_status::timeout) return;
 }
 
 bool ConsoleFrontEnd::IsQuitting() {
-  const std::lock_guard lock(shared->mutex);
+  const Lock lock(shared->mutex);
   return shared->quit;
 }
 
 void ConsoleFrontEnd::RunTasks() {
   std::deque<std::function<void()>> now;
   {
-    const std::lock_guard lock(shared->mutex);
+    const Lock lock(shared->mutex);
     now.swap(shared->tasks);
   }
   for (const auto& task : now)
@@ -193,7 +198,7 @@ void ConsoleFrontEnd::TakeInput() {
   std::string bytes;
   bool ended = false;
   {
-    const std::lock_guard lock(shared->mutex);
+    const Lock lock(shared->mutex);
     const std::size_t end = shared->input.find_first_of("\r\n");
     bytes = shared->input.substr(0, end == std::string::npos ? end : end + 1);
     shared->input.erase(0, bytes.size());
@@ -312,7 +317,7 @@ void ConsoleFrontEnd::ShowStatus(const StatusView& view) {
 
 // Only a user who sees the question can answer it.
 void ConsoleFrontEnd::AskWhileBusy() {
-  const std::lock_guard lock(shared->mutex);
+  const Lock lock(shared->mutex);
   shared->asks = interactive && IsExchange(shown.code);
   shared->asked = shared->asked && shared->asks;
   if (shared->asks && !shared->question)

@@ -10,9 +10,9 @@
 #include <deque>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 
+#include "services/core/thread_annotations.h"
 #include "ui/console/console_output.h"
 #include "ui/form_dialog.h"
 #include "ui/terminal.h"
@@ -52,7 +52,6 @@ class ConsoleFrontEnd : public FormDialog {
   void Print(const KorText& line);
   // Waits until what was printed has been taken, at most a third of a second.
   void Flush() { output.Flush(); }
-  bool IsMonitorOn() const { return monitorOn; }
   void SetMonitorOn(bool on);
 
   // FormDialog
@@ -74,20 +73,24 @@ class ConsoleFrontEnd : public FormDialog {
   // What the reading thread shares with the loop; it outlives the front end while the reader is stuck
   // in a read that never ends.
   struct Shared {
-    std::mutex mutex;
-    std::condition_variable changed;
-    std::condition_variable room; // in the input, or closed
-    std::deque<std::function<void()>> tasks;
-    std::string input; // read and not yet taken
-    bool inputEnded = false;
-    bool quit = false;
-    bool closed = false;
-    bool asks = false;  // a wish to end is answered by a question
-    bool asked = false; // that has been put
-    std::function<void()> question;
+    Mutex mutex;
+    std::condition_variable_any changed;
+    std::condition_variable_any room; // in the input, or closed
+    std::deque<std::function<void()>> tasks KOR_GUARDED_BY(mutex);
+    std::string input KOR_GUARDED_BY(mutex); // read and not yet taken
+    bool inputEnded KOR_GUARDED_BY(mutex) = false;
+    bool quit KOR_GUARDED_BY(mutex) = false;
+    bool closed KOR_GUARDED_BY(mutex) = false;
+    bool asks KOR_GUARDED_BY(mutex) = false;  // a wish to end is answered by a question
+    bool asked KOR_GUARDED_BY(mutex) = false; // that has been put
+    std::function<void()> question KOR_GUARDED_BY(mutex);
+
+    bool HasInput() const KOR_REQUIRES(mutex) { return !input.empty() || inputEnded; }
   };
 
   static void Interrupt(const std::shared_ptr<Shared>& shared);
+  // Adds what was read once there is room for it; nothing is the end. False when the front end has gone.
+  static bool AddInput(Shared& shared, std::string_view bytes);
   void StartReader();
   void TakeInput();
   void CompleteLine(const std::string& line);

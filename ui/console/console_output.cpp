@@ -17,13 +17,13 @@ ConsoleOutput::ConsoleOutput(std::shared_ptr<Terminal> terminal) {
 
 ConsoleOutput::~ConsoleOutput() {
   Flush();
-  const std::lock_guard lock(shared->mutex);
+  const Lock lock(shared->mutex);
   shared->closed = true;
   shared->changed.notify_all();
 }
 
 void ConsoleOutput::Add(std::string_view text, bool isError) {
-  const std::lock_guard lock(shared->mutex);
+  const Lock lock(shared->mutex);
   shared->waiting.push_back({std::string(text), isError});
   shared->size += text.size();
   while (shared->size > kMostWaiting) {
@@ -34,29 +34,35 @@ void ConsoleOutput::Add(std::string_view text, bool isError) {
 }
 
 void ConsoleOutput::Flush() {
-  std::unique_lock lock(shared->mutex);
-  const auto isTaken = [this] { return shared->waiting.empty() && !shared->writing; };
-  if (!hasStopped) hasStopped = !shared->changed.wait_for(lock, kPatience, isTaken);
+  if (hasStopped) return;
+  const auto until = std::chrono::steady_clock::now() + kPatience;
+  const Lock lock(shared->mutex);
+  while (!shared->waiting.empty() || shared->writing)
+    if (shared->changed.wait_until(shared->mutex, until) == std::cv_status::timeout) break;
+  hasStopped = !shared->waiting.empty() || shared->writing;
+}
+
+std::optional<ConsoleOutput::Text> ConsoleOutput::Take(Shared& shared) {
+  const Lock lock(shared.mutex);
+  shared.writing = false;
+  shared.changed.notify_all();
+  while (!shared.closed && shared.waiting.empty())
+    shared.changed.wait(shared.mutex);
+  if (shared.closed) return std::nullopt;
+  Text text = std::move(shared.waiting.front());
+  shared.waiting.pop_front();
+  shared.size -= text.bytes.size();
+  shared.writing = true;
+  return text;
 }
 
 void ConsoleOutput::Run(const std::shared_ptr<Shared>& shared,
                         const std::shared_ptr<Terminal>& terminal) {
-  std::unique_lock lock(shared->mutex);
-  for (;;) {
-    shared->changed.wait(lock, [&] { return shared->closed || !shared->waiting.empty(); });
-    if (shared->closed) return;
-    const Text text = std::move(shared->waiting.front());
-    shared->waiting.pop_front();
-    shared->size -= text.bytes.size();
-    shared->writing = true;
-    lock.unlock();
-    if (text.isError)
-      terminal->WriteError(text.bytes);
+  while (const std::optional<Text> text = Take(*shared)) {
+    if (text->isError)
+      terminal->WriteError(text->bytes);
     else
-      terminal->Write(text.bytes);
-    lock.lock();
-    shared->writing = false;
-    shared->changed.notify_all();
+      terminal->Write(text->bytes);
   }
 }
 

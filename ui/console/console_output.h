@@ -7,9 +7,10 @@
 #include <condition_variable>
 #include <deque>
 #include <memory>
-#include <mutex>
+#include <optional>
 #include <string>
 
+#include "services/core/thread_annotations.h"
 #include "ui/terminal.h"
 
 namespace kor {
@@ -36,15 +37,17 @@ class ConsoleOutput {
   };
   // Outlives the object while the thread is stuck in a write.
   struct Shared {
-    std::mutex mutex;
-    std::condition_variable changed;
-    std::deque<Text> waiting;
-    std::size_t size = 0; // bytes waiting
-    bool writing = false;
-    bool closed = false;
+    Mutex mutex;
+    std::condition_variable_any changed;
+    std::deque<Text> waiting KOR_GUARDED_BY(mutex);
+    std::size_t size KOR_GUARDED_BY(mutex) = 0; // bytes waiting
+    bool writing KOR_GUARDED_BY(mutex) = false;
+    bool closed KOR_GUARDED_BY(mutex) = false;
   };
 
   void Add(std::string_view text, bool isError);
+  // The oldest text, waited for; none when the output is closed.
+  static std::optional<Text> Take(Shared& shared);
   static void Run(const std::shared_ptr<Shared>& shared, const std::shared_ptr<Terminal>& terminal);
 
   bool hasStopped = false; // the reader was waited for in vain: not once more
