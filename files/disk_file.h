@@ -131,7 +131,6 @@ class DiskFile : public KorFile {
   // Patches the sizes, or moves to the record's end. Nothing when no record is open.
   void EndRecord();
   std::size_t RecordDepth() const { return records.size(); }
-  std::uint32_t RecordClass() const { return records.empty() ? 0 : records.back().classId; }
   std::uint64_t BytesLeft() const; // of the record that is being read
   std::uint64_t StreamPosition() const {
     return blockOffset + static_cast<std::size_t>(at - block);

@@ -49,9 +49,6 @@ inline std::uint64_t LoadLe64(const std::uint8_t* from) {
 inline void StoreLe32(std::uint8_t* to, std::uint32_t value) {
   StoreLe(to, value);
 }
-inline void StoreLe64(std::uint8_t* to, std::uint64_t value) {
-  StoreLe(to, value);
-}
 
 // Runs of UTF-16 units.
 inline void StoreUnitsLe(std::uint8_t* to, const char16_t* from, std::size_t count) {

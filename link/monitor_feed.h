@@ -19,8 +19,7 @@ class MonitorFeed {
   // wake is called on the worker's thread, once until the window has taken the text.
   explicit MonitorFeed(std::function<void()> wakeWindow) : wake(std::move(wakeWindow)) {}
 
-  void SetShown(bool show); // any thread; hidden: text is discarded
-  bool IsShown() const { return shown; }
+  void SetShown(bool show);      // any thread; hidden: text is discarded
   void Add(const KorText& text); // worker
   KorText Take();                // window
 

@@ -76,7 +76,7 @@ NcProgram::Result NcProgram::Read(const KorText& path) {
   bytes = std::move(*content);
   if (encoding == TextEncoding::Utf16) NarrowUtf16(bytes);
   if (encoding == TextEncoding::Utf8) NarrowUtf8(bytes);
-  if (!CountLines()) {
+  if (!LinesFit()) {
     Clear();
     return Result::LineTooLong;
   }
@@ -92,15 +92,14 @@ std::string_view NcProgram::LineAt(std::size_t from, std::size_t& next) const {
   return all.substr(from, end - from);
 }
 
-bool NcProgram::CountLines() {
-  for (std::size_t at = 0; at < bytes.size(); ++lineCount)
+bool NcProgram::LinesFit() const {
+  for (std::size_t at = 0; at < bytes.size();)
     if (LineAt(at, at).size() > kLongestLine) return false;
   return true;
 }
 
 std::optional<std::string_view> NcProgram::NextLine() {
   if (AtEnd()) return std::nullopt;
-  ++linesTaken;
   return LineAt(position, position);
 }
 

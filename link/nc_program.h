@@ -34,20 +34,16 @@ class NcProgram {
   void Clear();
 
   std::uint64_t FileSize() const { return fileSize; } // bytes; of a compressed file, inflated
-  std::size_t LineCount() const { return lineCount; }
   // The next line, without its end; std::nullopt after the last. Valid until the next Read or Clear.
   std::optional<std::string_view> NextLine();
   bool AtEnd() const { return position >= bytes.size(); }
-  std::size_t LinesTaken() const { return linesTaken; }
 
  private:
   std::string_view LineAt(std::size_t from, std::size_t& next) const;
-  bool CountLines();
+  bool LinesFit() const;
 
   std::vector<std::uint8_t> bytes;
   std::uint64_t fileSize = 0;
-  std::size_t lineCount = 0;
-  std::size_t linesTaken = 0;
   std::size_t position = 0;
 };
 

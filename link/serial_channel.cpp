@@ -205,7 +205,7 @@ std::chrono::microseconds SerialChannel::IdleWait() const {
   constexpr microseconds kIdle(1000000), kHeld(20000), kDraining(10000), kWaiting(1000),
       kShortest(50);
   constexpr std::int64_t kBitsPerByte = 10; // start, 8 data, stop
-  const auto until = [](double moment, microseconds most) {
+  const auto until = [this](double moment, microseconds most) {
     const double left = moment - clock.Seconds();
     return std::clamp(microseconds(static_cast<std::int64_t>(left * 1e6)), microseconds(0), most);
   };

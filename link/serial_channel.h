@@ -26,6 +26,7 @@
 #include "link/monitor_feed.h"
 #include "link/serial_port.h"
 #include "link/status_board.h"
+#include "services/core/os_clock.h"
 
 namespace kor {
 

@@ -45,12 +45,6 @@ void TimerQueue::Delete(const KorText& name) {
   std::erase_if(timers, [&](const Timer& timer) { return timer.name == name; });
 }
 
-bool TimerQueue::Exists(const KorText& name) const {
-  const Lock lock(mutex);
-  return std::any_of(timers.begin(), timers.end(),
-                     [&](const Timer& timer) { return timer.name == name; });
-}
-
 bool TimerQueue::IsStarted(const KorText& name) const {
   const Lock lock(mutex);
   return std::any_of(timers.begin(), timers.end(),

@@ -24,7 +24,6 @@ class TimerQueue {
   void Start(const KorText& name, double now); // due one period after now
   void Stop(const KorText& name);
   void Delete(const KorText& name);
-  bool Exists(const KorText& name) const;
   bool IsStarted(const KorText& name) const;
   // Runs the actions that are due at now, oldest first. A timer that is late by several periods runs
   // once and is due again one period after now.

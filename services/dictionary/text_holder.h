@@ -88,7 +88,6 @@ class TextHolder : public Storable {
   bool IsEditing() const { return loaded && selector == kEditing; }
   std::int32_t LanguageSelector() const { return selector; } // after loading: what was chosen
   const KorText& Path() const { return path; }
-  void SetPath(const KorText& newPath) { path = newPath; }
   std::size_t TableLength() const { return offsets.size(); } // run mode: highest number + 1
 
   // --- Content -----------------------------------------------------------------------------------

@@ -178,14 +178,14 @@ TEST_F(AppInterfaceTest, ReadsTheSuitesRegistryValues) {
 TEST_F(AppInterfaceTest, GivesEachCallerItsOwnTemporaryFile) {
   constexpr int kEach = 100;
   std::set<KorText> names;
-  std::mutex namesMutex;
+  Mutex namesMutex;
   std::vector<std::thread> threads;
   app.RemoveFolder(app.Path(u"temp")); // made again on first use
   for (int i = 0; i < 4; ++i) {
     threads.emplace_back([&] {
       for (int n = 0; n < kEach; ++n) {
         const KorText name = app.GetTemporaryFilename();
-        const std::lock_guard lock(namesMutex);
+        const Lock lock(namesMutex);
         names.insert(name);
       }
     });

@@ -359,7 +359,7 @@ class Exchange {
     EXPECT_FALSE(link.form.endDialogs[EndDialog::Download] ||
                  link.form.endDialogs[EndDialog::Upload]);
     EXPECT_EQ(link.form.buttons, JobButtons::Enabled);
-    EXPECT_FALSE(link.link->Timers().Exists(u"DownloadApp::DownloadNow"));
+    EXPECT_FALSE(link.link->Timers().IsStarted(u"DownloadApp::DownloadNow"));
   }
 
   NceLink link;

@@ -201,15 +201,15 @@ TEST_F(RegistryFileTest, KeepsAnyText) {
                            everything};
   for (const KorText& text : texts) {
     for (const KorText& name : {KorText(u"Value"), text}) {
-      ASSERT_TRUE(RegistryFile(app).Write(key, name, text));
-      EXPECT_EQ(RegistryFile(app).Read(key, name), text);
-      ASSERT_TRUE(RegistryFile(app).Write(text, name, u"x"));
-      EXPECT_EQ(RegistryFile(app).Read(text, name), u"x");
+      ASSERT_TRUE(RegistryFile(app).WriteText(key, name, text));
+      EXPECT_EQ(RegistryFile(app).ReadText(key, name), text);
+      ASSERT_TRUE(RegistryFile(app).WriteText(text, name, u"x"));
+      EXPECT_EQ(RegistryFile(app).ReadText(text, name), u"x");
     }
   }
-  EXPECT_EQ(RegistryFile(app).Read(key, texts[3]), texts[3]);
-  EXPECT_EQ(RegistryFile(app).Read(key, u"Other"), std::nullopt);
-  EXPECT_EQ(RegistryFile(app).Read(u"Other", u"Value"), std::nullopt);
+  EXPECT_EQ(RegistryFile(app).ReadText(key, texts[3]), texts[3]);
+  EXPECT_EQ(RegistryFile(app).ReadText(key, u"Other"), std::nullopt);
+  EXPECT_EQ(RegistryFile(app).ReadText(u"Other", u"Value"), std::nullopt);
 }
 
 TEST_F(RegistryFileTest, ReadsWhatPeopleWriteAndKeepsIt) {
@@ -217,18 +217,18 @@ TEST_F(RegistryFileTest, ReadsWhatPeopleWriteAndKeepsIt) {
                 u"  waitlockperiod = 5000 \r\n# note\r\n\r\n[Other\\A\\x]\r\n[Other\\b]\nv=1\n"
                 u"[Other\\a]");
   RegistryFile file(app);
-  EXPECT_EQ(file.Read(key, u"WaitLockPeriod"), u"5000");
+  EXPECT_EQ(file.ReadText(key, u"WaitLockPeriod"), u"5000");
   EXPECT_EQ(file.SubKeys(u"OTHER"), (std::vector<KorText>{u"A", u"b"}));
-  ASSERT_TRUE(file.Write(key, u"WaitLockPeriod", u"1"));
-  ASSERT_TRUE(file.Write(key, u"New", u"%PUBLIC%"));
-  ASSERT_TRUE(file.Write(u"Key", u"v", u"2"));
+  ASSERT_TRUE(file.WriteText(key, u"WaitLockPeriod", u"1"));
+  ASSERT_TRUE(file.WriteText(key, u"New", u"%PUBLIC%"));
+  ASSERT_TRUE(file.WriteText(u"Key", u"v", u"2"));
   EXPECT_EQ(app.Content(path),
             u"; ours\n[software\\velmora\\plenova 2026\\common]\nWaitLockPeriod=1\n# note\n"
             u"New=%PUBLIC%\n\n[Other\\A\\x]\n[Other\\b]\nv=1\n[Other\\a]\n\n[Key]\nv=2\n");
 }
 
 TEST_F(RegistryFileTest, StaysWholeWhateverGoesWrong) {
-  ASSERT_TRUE(RegistryFile(app).Write(key, u"Value", u"old"));
+  ASSERT_TRUE(RegistryFile(app).WriteText(key, u"Value", u"old"));
   const std::function<void()> faults[] = {
       [&] { app.LimitWrites(20); },        [&] { app.FailSync(true); },
       [&] { app.FailRename(true); },       [&] { app.FailClose(true); },
@@ -237,9 +237,9 @@ TEST_F(RegistryFileTest, StaysWholeWhateverGoesWrong) {
   };
   for (const auto& fault : faults) {
     fault();
-    EXPECT_FALSE(RegistryFile(app).Write(key, u"Value", u"new"));
+    EXPECT_FALSE(RegistryFile(app).WriteText(key, u"Value", u"new"));
     app.ClearFaults();
-    EXPECT_EQ(RegistryFile(app).Read(key, u"Value"), u"old");
+    EXPECT_EQ(RegistryFile(app).ReadText(key, u"Value"), u"old");
     EXPECT_EQ(app.Names(app.Path(u"settings")), std::vector<KorText>{u"registry.ini"});
   }
 }
@@ -251,7 +251,7 @@ TEST_F(RegistryFileTest, KeepsItsPermissionsAndFollowsItsLink) {
   std::filesystem::create_symlink("../far/not yet", folder + "registry.ini.new");
   std::filesystem::create_symlink("not yet", app.Path(u"far/registry.new").ToUtf8());
   ASSERT_EQ(::chmod(app.Path(u"far/registry").ToUtf8().c_str(), 0640), 0);
-  EXPECT_TRUE(RegistryFile(app).Write(key, u"Value", u"v"));
+  EXPECT_TRUE(RegistryFile(app).WriteText(key, u"Value", u"v"));
   EXPECT_TRUE(std::filesystem::is_symlink(folder + "registry.ini"));
   EXPECT_EQ(app.Names(app.Path(u"far")), std::vector<KorText>{u"registry"});
   EXPECT_TRUE(app.Content(app.Path(u"far/registry"))->Contains(u"Value=v"));
@@ -262,8 +262,8 @@ TEST_F(RegistryFileTest, KeepsItsPermissionsAndFollowsItsLink) {
 TEST_F(RegistryFileTest, RefusesWhatIsTooLargeToBeOneAndSaysSoOnce) {
   const KorText content = KorText::Format(u"[%s]\nv=1\n", key) + KorText(kLargestSettings, u'\n');
   app.Put(path, content);
-  EXPECT_EQ(RegistryFile(app).Read(key, u"v"), std::nullopt);
-  EXPECT_FALSE(RegistryFile(app).Write(key, u"v", u"2"));
+  EXPECT_EQ(RegistryFile(app).ReadText(key, u"v"), std::nullopt);
+  EXPECT_FALSE(RegistryFile(app).WriteText(key, u"v", u"2"));
   EXPECT_EQ(app.Content(path), content);
   ASSERT_EQ(app.Messages().size(), 1u);
   EXPECT_EQ(app.Messages()[0].info, path);
@@ -274,13 +274,13 @@ TEST_F(RegistryFileTest, LosesNothingToAnotherWriter) {
   for (int i = 0; i < 4; ++i) {
     threads.emplace_back([&, i] {
       for (int n = 0; n < 10; ++n)
-        RegistryFile(app).Write(key, KorText::Format(u"%i.%i", i, n), u"x");
+        RegistryFile(app).WriteText(key, KorText::Format(u"%i.%i", i, n), u"x");
     });
   }
   for (std::thread& thread : threads)
     thread.join();
   for (int n = 0; n < 40; ++n) {
-    EXPECT_EQ(RegistryFile(app).Read(key, KorText::Format(u"%i.%i", n / 10, n % 10)), u"x");
+    EXPECT_EQ(RegistryFile(app).ReadText(key, KorText::Format(u"%i.%i", n / 10, n % 10)), u"x");
   }
 }
 
