@@ -202,7 +202,7 @@ class WindowProgram : public wxApp {
 int WindowProgram::OnRun() {
   std::setlocale(LC_NUMERIC, "C"); // numbers in files and logs have a point
   SetExitOnFrameDelete(false);
-  PlatformAppInterface application;
+  PlatformAppInterface application(kProgramNames);
   SetApp(&application);
   ReportPlainly(application);
   KorText error;

@@ -78,6 +78,11 @@ void CommsLog::StopTrace(const KorText& lastLine) {
   if (trace) CloseTrace(lastLine);
 }
 
+bool CommsLog::IsTracing() const {
+  const Lock lock(mutex);
+  return trace != nullptr;
+}
+
 void CommsLog::Trace(const KorText& text, bool force) {
   const Lock lock(mutex);
   WriteTraceLine(text, force);

@@ -20,6 +20,7 @@ class CommsLog {
   bool StartTrace(const KorText& path, const LinkSettings& settings);
   // Writes lastLine as a trace line and closes the trace; nothing when none is open.
   void StopTrace(const KorText& lastLine);
+  bool IsTracing() const;
 
   // One trace line. Without force, a text equal to the last logged one is dropped.
   void Trace(const KorText& text, bool force);

@@ -130,7 +130,7 @@ void ExpectWhole(NceLink& link, const KorText& path, const Outcome& cut, const O
   const KorText folder = path.Left(path.FindLast(u'/'));
   for (const DiskImage::Files& state : cut.states) {
     link.app.RestoreDisk(state);
-    RemoveAbandonedParts(app, folder);
+    RemoveAbandonedParts(App().Files(), folder);
     const Content now = Inflated(path);
     EXPECT_TRUE(now == uncut.newer || now == uncut.older) << now.value_or("(none)");
     EXPECT_TRUE(!cut.finished || Stored(link.app, path) == uncut.storedNewer);
