@@ -68,7 +68,7 @@ std::optional<SystemTime> TimeWritten(const KorText& text, SystemTime day) {
   std::size_t part = 0;
   bool inNumber = false;
   for (const char16_t c : text.View()) {
-    const bool digit = c >= u'0' && c <= u'9';
+    const bool digit = IsDigit(c);
     if (inNumber && !digit) ++part;
     inNumber = digit;
     if (part == parts.size()) break;

@@ -1,19 +1,15 @@
 #include "link/manual_transfer.h"
 
+#include "services/core/path_text.h"
 #include "services/core/text_lookup.h"
 
 namespace kor {
 
 namespace {
 
-std::size_t NameStart(const KorText& path) {
-  const std::size_t at = path.View().find_last_of(u"/\\");
-  return at == KorText::kNone ? 0 : at + 1;
-}
-
 FileChoice NcFile(FileChoice::Kind kind, const KorText& title, const KorText& folder,
                   const KorText& currentFile, const KorText& extension) {
-  return {kind, title, folder, currentFile.Mid(NameStart(currentFile)),
+  return {kind, title, folder, FileNameOfPath(currentFile),
           FileFilters(LookUpText(15312, u"NC files"), extension)};
 }
 
@@ -45,7 +41,7 @@ std::optional<KorText> ManualTransfer::ChooseToReceive(const LinkSettings& setti
 }
 
 void ManualTransfer::Remember(const KorText& path, LinkSettings& settings) {
-  const std::size_t nameStart = NameStart(path);
+  const std::size_t nameStart = FolderOfPath(path).Length();
   const std::size_t dot = path.FindLast(u'.');
   if (nameStart > 0) settings.downloadPath = path.Left(nameStart);
   if (dot != KorText::kNone && dot > nameStart) settings.fileExtension = path.Mid(dot + 1);

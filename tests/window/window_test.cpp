@@ -135,7 +135,7 @@ class Window : public ::testing::Test {
 
   TemporaryFolder folders;
   FarEnd line;
-  PlatformAppInterface application;
+  PlatformAppInterface application{kProgramNames};
   PlatformSerialPort port;
   WxFrontEnd frontEnd;
   std::unique_ptr<NCEApp> app;
