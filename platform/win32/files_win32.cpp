@@ -301,6 +301,11 @@ bool Win32Files::Rename(const KorText& from, const KorText& to) {
 }
 
 bool Win32Files::CanReplace(const KorText& path) {
+  // A longer name is only called missing when it is looked for, and refused when it is made.
+  constexpr std::size_t kLongestName = 255; // characters, as file systems have it
+  const std::size_t separator = path.View().find_last_of(u"/\\");
+  const std::size_t nameStart = separator == KorText::kNone ? 0 : separator + 1;
+  if (path.Length() - nameStart > kLongestName) return Fail(ERROR_FILENAME_EXCED_RANGE);
   std::wstring native;
   if (!ToNative(path, native)) return false;
   const HANDLE file = CreateFileW(native.c_str(), GENERIC_WRITE | DELETE,
