@@ -8,11 +8,8 @@
 #include <random>
 #include <thread>
 
-#include "app/nce_app.h"
 #include "app/nce_frame.h"
-#include "tests/support/fake_serial_port.h"
-#include "tests/support/recording_form.h"
-#include "tests/support/test_app.h"
+#include "tests/support/nce_link.h"
 
 namespace kor {
 namespace {
@@ -142,18 +139,12 @@ class Controller {
 class WorkerTest : public ::testing::TestWithParam<unsigned> {
  protected:
   WorkerTest() {
-    port.UseClock([this] { return app.HighResolutionSeconds(); },
-                  [this](double seconds) { app.Advance(seconds); });
     port.SetRealWaits(true);
     app.Put(folder + u"8.MPG", KorText(200, u'G') + u"\n" + KorText(90, u'X') + u"\n");
     app.Put(app.Path(u"settings/NCE.INI"),
             u"[Port Settings]\ntransmit delay=0\n[Files]\nupload path=" + uploads + u"\n");
     app.MakeFolder(uploads);
-    EngineServices services;
-    services.port = &port;
-    services.window = &form;
-    services.cncFolder = folder;
-    engine = std::make_unique<NCEApp>(services, KorText());
+    engine = std::make_unique<NCEApp>(link.Services(true), KorText());
     engine->SetUpServices();
     engine->BuildWindow();
     controller = std::make_unique<Controller>(app, port, uploads);
@@ -166,7 +157,7 @@ class WorkerTest : public ::testing::TestWithParam<unsigned> {
       if (Clock::now() > until) return false;
       controller->WaitForReply();
       app.Advance(0.02);
-      form.RunPosted();
+      link.form.RunPosted();
       engine->RunDueTimers();
     }
     return true;
@@ -188,38 +179,27 @@ class WorkerTest : public ::testing::TestWithParam<unsigned> {
   // Something that a user may do at any moment.
   void Disturb(unsigned choice) {
     const bool odd = (choice / 8) % 2 != 0;
-    switch (choice % 8) {
-    case 0:
-      SetField(u"baudrate", odd ? u"9600" : u"4800");
-      break;
-    case 1:
-      engine->SetHandshake(odd, false);
-      break;
-    case 2:
-      engine->SetFeatures({0, 0, odd ? 1 : 0, 0});
-      break;
-    case 3:
-      odd ? static_cast<void>(engine->StartTrace(app.Path(u"trace"))) : engine->StopTrace();
-      break;
-    case 4:
-      PullDevice();
-      break;
-    case 5:
-      odd ? engine->CancelUpload() : engine->CancelDownload();
-      break;
-    case 6:
-      engine->SetMonitorShown(odd);
-      break;
-    default:
-      SetField(u"write-log", odd ? u"1" : u"0");
-      break;
-    }
+    const std::function<void()> wishes[] = {
+        [&] { SetField(u"baudrate", odd ? u"9600" : u"4800"); },
+        [&] { engine->SetHandshake(odd, false); },
+        [&] {
+          engine->SetFeatures({0, 0, odd ? 1 : 0, 0});
+        },
+        [&] {
+          odd ? static_cast<void>(engine->StartTrace(app.Path(u"trace"))) : engine->StopTrace();
+        },
+        [&] { PullDevice(); },
+        [&] { odd ? engine->CancelUpload() : engine->CancelDownload(); },
+        [&] { engine->SetMonitorShown(odd); },
+        [&] { SetField(u"write-log", odd ? u"1" : u"0"); },
+    };
+    wishes[choice % std::size(wishes)]();
   }
 
-  TestApp app;
-  const KorText folder = app.Path(u"cnc/"), uploads = app.Path(u"up/");
-  FakeSerialPort port;
-  RecordingForm form;
+  NceLink link;
+  TestApp& app = link.app;
+  FakeSerialPort& port = link.port;
+  const KorText folder = link.Folder(), uploads = app.Path(u"up/");
   std::unique_ptr<Controller> controller;
   std::unique_ptr<NCEApp> engine;
 };
@@ -247,18 +227,14 @@ TEST_P(WorkerTest, ServesOnWhileTheUserChangesEverythingAndEndsInTheMiddle) {
 
 // The job that the end breaks off is logged in a folder of a server that is away.
 TEST(WorkerEndTest, AJobLogThatHangsDoesNotHoldTheEnd) {
-  TestApp app;
-  FakeSerialPort port;
-  RecordingForm form;
-  port.SetRealWaits(true);
+  NceLink link;
+  TestApp& app = link.app;
+  link.port.SetRealWaits(true);
   std::promise<void> begun, release;
   app.Put(app.Path(u"settings/NCE.INI"),
           u"[Log]\nlog file=" + app.Path(u"jobs.log") + u"\nwrite log=1\n");
   app.WhenOpening(u"jobs.log", [wait = release.get_future().share()] { wait.wait_for(5s); });
-  EngineServices services;
-  services.port = &port;
-  services.window = &form;
-  auto engine = std::make_unique<NCEApp>(services, KorText());
+  auto engine = std::make_unique<NCEApp>(link.Services(true), KorText());
   engine->SetUpServices();
   engine->BuildWindow();
   engine->ReceiveFile(app.Path(u"in.NC"));

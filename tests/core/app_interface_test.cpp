@@ -144,12 +144,10 @@ TEST_F(AppInterfaceTest, WarnsOfMisuseAndGoesOnWithANeutralResult) {
 }
 
 TEST_F(AppInterfaceTest, HoldsFoldersWithATrailingSlash) {
-  for (const int type : {7, 9, 10, 11, 12}) {
+  for (const int type : {7, 9, 10, 11, 12})
     app.SetApplicationPropertyPath(type, KorText::Format(u"/folder%i", type));
-  }
-  for (const int type : {7, 9, 10, 11, 12}) {
+  for (const int type : {7, 9, 10, 11, 12})
     EXPECT_EQ(app.GetApplicationPropertyPath(type), KorText::Format(u"/folder%i/", type));
-  }
   app.SetApplicationPropertyPath(7, {});
   EXPECT_EQ(app.GetApplicationPropertyPath(7), u"");
   EXPECT_EQ(app.GetApplicationPropertyString(8), u"2026");
@@ -222,9 +220,8 @@ TEST(LongPath, TakesThePrefixWhereItIsNeeded) {
       {u"x", true, u"x"},
       {u"", true, u""},
   };
-  for (const auto& [path, force, expected] : cases) {
+  for (const auto& [path, force, expected] : cases)
     EXPECT_EQ(AppInterface::LongPath(path, force), expected);
-  }
 }
 
 TEST(FileTimes, BecomeDatesAndTimesAndBack) {
@@ -243,16 +240,14 @@ TEST(FileTimes, BecomeDatesAndTimesAndBack) {
     EXPECT_EQ(AppInterface::FileTimeToSystemTime(time), parts) << time;
     EXPECT_EQ(AppInterface::SystemTimeToFileTime(parts), time);
   }
-  for (FileTime time = 0; time < 400 * 366 * kDay; time += 17 * kDay + 12'345'670'000) {
+  for (FileTime time = 0; time < 400 * 366 * kDay; time += 17 * kDay + 12'345'670'000)
     ASSERT_EQ(AppInterface::SystemTimeToFileTime(AppInterface::FileTimeToSystemTime(time)), time);
-  }
   EXPECT_EQ(AppInterface::FileTimeToSystemTime(~FileTime{0}), SystemTime{});
   const SystemTime noTimes[] = {{1600, 12, 31}, {2026, 0, 1},          {2026, 13, 1},
                                 {2026, 2, 29},  {2026, 1, 1, 24},      {2026, 1, 1, 0, -1},
                                 {30828, 1, 1},  {2026, 1, 1, 0, 0, 60}};
-  for (const SystemTime& parts : noTimes) {
+  for (const SystemTime& parts : noTimes)
     EXPECT_EQ(AppInterface::SystemTimeToFileTime(parts), 0u) << parts.year << '-' << parts.month;
-  }
   EXPECT_EQ(AppInterface::CompareFileTimes(1, 2), -1);
   EXPECT_EQ(AppInterface::CompareFileTimes(2, 2), 0);
   EXPECT_EQ(AppInterface::CompareFileTimes(~FileTime{0}, 2), 1);

@@ -19,39 +19,27 @@ template <class Value> std::string Printed(const std::string& format, Value valu
 }
 
 // Every combination of the flags with the widths and precisions.
-std::vector<std::string> Directives(const std::string& flags, char conversion) {
-  std::vector<std::string> all;
-  for (unsigned chosen = 0; chosen < 1u << flags.size(); ++chosen) {
-    std::string start = "%";
-    for (std::size_t i = 0; i < flags.size(); ++i) {
-      if ((chosen >> i & 1) != 0) start += flags[i];
-    }
-    for (const char* width : {"", "1", "9", "12"}) {
-      for (const char* precision : {"", ".", ".0", ".1", ".6", ".11"}) {
-        all.push_back(start + width + precision + conversion);
-      }
-    }
-  }
-  return all;
-}
-
 template <class Value>
 void ExpectAsPrinted(const std::string& flags, char conversion,
                      std::initializer_list<Value> values) {
-  for (const std::string& directive : Directives(flags, conversion)) {
-    for (const Value value : values) {
-      EXPECT_EQ(KorText::Format(KorText::FromBytes(directive), value).ToBytes(),
-                Printed(directive, value))
-          << directive;
-    }
-  }
+  for (unsigned chosen = 0; chosen < 1u << flags.size(); ++chosen)
+    for (const char* width : {"", "1", "9", "12"})
+      for (const char* precision : {"", ".", ".0", ".1", ".6", ".11"}) {
+        std::string directive = "%";
+        for (std::size_t i = 0; i < flags.size(); ++i)
+          if ((chosen >> i & 1) != 0) directive += flags[i];
+        directive.append(width).append(precision) += conversion;
+        for (const Value value : values)
+          EXPECT_EQ(KorText::Format(KorText::FromBytes(directive), value).ToBytes(),
+                    Printed(directive, value))
+              << directive;
+      }
 }
 
 TEST(KorTextFormat, PrintsNumbersAsTheCLibraryDoes) {
   constexpr int kLowest = std::numeric_limits<int>::min();
-  for (const char conversion : {'d', 'i'}) {
+  for (const char conversion : {'d', 'i'})
     ExpectAsPrinted<int>("-+ 0", conversion, {0, 1, -1, 2026, kLowest});
-  }
   ExpectAsPrinted<unsigned>("-0", 'u', {0u, 7u, 4294967295u});
   for (const char conversion : {'x', 'X', 'o'}) {
     ExpectAsPrinted<unsigned>("-0", conversion, {0u, 10u, 0xDEADBEEFu});
@@ -150,9 +138,8 @@ TEST(KorTextUtf8, KeepsEveryFileName) {
                                   "a/";
   for (int i = 0; i < 20000; ++i) {
     std::string bytes(random() % 9, '\0');
-    for (char& byte : bytes) {
+    for (char& byte : bytes)
       byte = random() % 4 == 0 ? static_cast<char>(random()) : lively[random() % lively.size()];
-    }
     ASSERT_EQ(KorText::FromUtf8(bytes).ToUtf8(), bytes);
     ASSERT_EQ(KorText::FromBytes(bytes).ToBytes(), bytes);
   }

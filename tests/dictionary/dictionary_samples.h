@@ -52,4 +52,14 @@ inline bool SaveSample(const KorText& path, bool compressed = true) {
   return SaveObject(path, dictionary, options);
 }
 
+// The file's bytes: the mark, then the text.
+inline KorText Utf16(const KorText& text) {
+  KorText bytes = u"\xFF\xFE";
+  for (const char16_t c : text.View()) {
+    bytes += static_cast<char16_t>(c & 0xFF);
+    bytes += static_cast<char16_t>(c >> 8);
+  }
+  return bytes;
+}
+
 } // namespace kor

@@ -108,12 +108,7 @@ TEST_F(DictionarySave, ExportsXmlAsUtf16) {
                            u"    <translation>日本</translation>\n"
                            u"  </Entry>\n"
                            u"</Dictionary>\n";
-  KorText bytes = u"\xFF\xFE";
-  for (const char16_t c : expected.View()) {
-    bytes += static_cast<char16_t>(c & 0xFF);
-    bytes += static_cast<char16_t>(c >> 8);
-  }
-  EXPECT_EQ(app.Content(target), bytes);
+  EXPECT_EQ(app.Content(target), Utf16(expected));
 }
 
 TEST_F(DictionarySave, ExportsTheHeaderAndKeepsTheOlderOne) {

@@ -130,12 +130,7 @@ TEST_F(Xliff, AcceptsWhatTranslationProgramsWrite) {
       u"<x:source>Cancel</x:source><x:target state=\"final\">Ab<x:g id=\"1\">bre</x:g>"
       u"<![CDATA[chen]]> <x:x/></x:target></x:trans-unit></x:group></x:group></x:body></x:file>"
       u"</x:xliff>";
-  KorText bytes = u"\xFF\xFE";
-  for (const char16_t c : text.View()) {
-    bytes += static_cast<char16_t>(c & 0xFF);
-    bytes += static_cast<char16_t>(c >> 8);
-  }
-  ASSERT_TRUE(Import(bytes).done);
+  ASSERT_TRUE(Import(Utf16(text)).done);
   EXPECT_EQ(dictionary.FindEntry(48)->Translation(0), u"Abbrechen ");
 }
 

@@ -286,20 +286,21 @@ TEST_F(CompressedFileTest, BlockThatDoesNotGetSmallerIsRefused) {
 
 TEST_F(CompressedFileTest, ShortReadsAndFullDisksLeaveNoTarget) {
   app.Put(path, TextOf(MakeBytes(100000, 8)));
-  app.LimitReads(50000);
-  EXPECT_EQ(CompressFile(path, other, false), FileResult::SourceUnreadable);
-  app.ClearFaults();
-  app.LimitWrites(10000);
-  EXPECT_EQ(CompressFile(path, other, false), FileResult::DestinationUnwritable);
-  app.ClearFaults();
+  const auto fails = [&](auto change, const KorText& target) {
+    app.LimitReads(20000);
+    EXPECT_EQ(change(path, target, false, CompressOptions{}), FileResult::SourceUnreadable);
+    app.ClearFaults();
+    app.LimitWrites(10000);
+    EXPECT_EQ(change(path, target, false, CompressOptions{}), FileResult::DestinationUnwritable);
+    app.ClearFaults();
+    EXPECT_EQ(Leftovers(), std::vector<KorText>{u"f"});
+  };
+  const auto compress = [](auto&&... to) { return CompressFile(to...); };
+  const auto restore = [](auto&&... to) { return DecompressFile(to...); };
+  fails(compress, other);
   ASSERT_EQ(CompressFile(path, path, false), FileResult::Success);
-  app.LimitReads(20000);
-  EXPECT_EQ(DecompressFile(path, other, false), FileResult::SourceUnreadable);
-  app.ClearFaults();
-  app.LimitWrites(10000);
-  EXPECT_EQ(DecompressFile(path, path, false), FileResult::DestinationUnwritable);
-  EXPECT_EQ(Leftovers(), std::vector<KorText>{u"f"});
-  app.ClearFaults();
+  fails(restore, other);
+  fails(restore, path);
   EXPECT_EQ(DecompressFile(path, path, false), FileResult::Success);
   EXPECT_EQ(Get(path), MakeBytes(100000, 8));
 }

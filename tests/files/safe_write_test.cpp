@@ -137,14 +137,6 @@ TEST_F(LockFileTest, RetryUntilTheOtherIsDone) {
   EXPECT_FALSE(busy);
 }
 
-TEST_F(LockFileTest, CancelGivesUp) {
-  app.Put(lockPath, u"anna");
-  const LockAsker asker = Asker({LockAnswer::Cancel});
-  EXPECT_FALSE(LockFile(name, &asker));
-  EXPECT_FALSE(busy);
-  EXPECT_EQ(app.Content(lockPath), u"anna");
-}
-
 TEST_F(LockFileTest, LockThatCannotBeMadeIsAskedForToo) {
   const LockAsker asker = Asker({LockAnswer::Retry, LockAnswer::Cancel}); // the folder is missing
   EXPECT_FALSE(LockFile(name, &asker));

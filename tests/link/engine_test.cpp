@@ -780,23 +780,6 @@ TEST_F(EngineTest, SendsSotBeforeADownload) {
   EXPECT_EQ(Traced(), (std::vector<KorText>{u"RX FH 1[0d]", u"TX [02]", u"TX &LP 000000001[0d]"}));
 }
 
-TEST_F(EngineTest, RandomBytesNeverHangItAndTheNextGoodRequestIsAnswered) {
-  std::uint32_t seed = 12345;
-  const auto next = [&] { return seed = seed * 1664525 + 1013904223, seed >> 24; };
-  link.PutProgram(u"1.MPG", u"A\nB\n");
-  link.Start();
-  for (int round = 0; round < 300; ++round) {
-    std::string noise;
-    for (std::uint32_t length = next() * 40; length > 0; --length)
-      noise += static_cast<char>(next());
-    if (round % 3 == 0) noise += "FH 1\r>\r";
-    if (round % 5 == 0) noise += "\rTH 1\r";
-    link.Send(noise);
-    link.Send("\x11\r]\r"); // an XOFF among them is lifted, an upload ended
-    EXPECT_TRUE(link.Ask("XYZ").ends_with("ABCDEFGHIJKLMNOPQRSTUVWXYZ\r")) << round;
-  }
-}
-
 // --- Settings --------------------------------------------------------------------------------------
 
 TEST_F(EngineTest, TheSettingsFormTakesListedValuesOnly) {
@@ -926,12 +909,7 @@ class PlainEngineTest : public EngineTest {
  protected:
   PlainEngineTest() { Open(); }
   void Open() {
-    EngineServices services;
-    services.port = &link.port;
-    services.window = &link.form;
-    services.cncFolder = link.Folder();
-    services.startWorker = false;
-    engine = std::make_unique<DownloadApp>(services, u"PLAIN");
+    engine = std::make_unique<DownloadApp>(link.Services(), u"PLAIN");
     engine->SetUpServices();
     engine->BuildWindow();
   }

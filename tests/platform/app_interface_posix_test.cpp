@@ -44,9 +44,8 @@ class PosixServicesTest : public testing::Test {
  protected:
   PosixServicesTest() {
     for (const char* name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "NCEDL_DATA_DIR", "TMPDIR",
-                             "LC_ALL", "LC_TIME", "LC_NUMERIC", "LC_MESSAGES", "LANG", "LOCPATH"}) {
+                             "LC_ALL", "LC_TIME", "LC_NUMERIC", "LC_MESSAGES", "LANG", "LOCPATH"})
       environment.Set(name, nullptr);
-    }
     environment.Set("HOME", root.c_str());
   }
   KorText Folder(int type) {
@@ -279,9 +278,8 @@ TEST_F(RegistryFileTest, LosesNothingToAnotherWriter) {
   }
   for (std::thread& thread : threads)
     thread.join();
-  for (int n = 0; n < 40; ++n) {
+  for (int n = 0; n < 40; ++n)
     EXPECT_EQ(RegistryFile(app).ReadText(key, KorText::Format(u"%i.%i", n / 10, n % 10)), u"x");
-  }
 }
 
 TEST_F(PosixServicesTest, RegistryHoldsNumbersAndTexts) {

@@ -28,10 +28,9 @@ class FakeSerialPort : public SerialPort {
   using Self = FakeSerialPort;
 
  public:
-  void UseClock(const std::function<double()>&, std::function<void(double)> advance) {
+  void UseClock(std::function<void(double)> advance) {
     Set(&Self::clockAdvance, std::move(advance));
   }
-  void UseClock(std::function<void(double)> advance) { UseClock({}, std::move(advance)); }
 
   // --- Script ---------------------------------------------------------------------------------
   // Bytes that arrive now. One Read never returns bytes of two deliveries, so the deliveries are the

@@ -41,15 +41,14 @@ class NceLink {
 
   // A start on the settings file as it stands.
   void Open(const KorText& commandLine = {}) {
-    EngineServices services;
-    services.port = &port;
-    services.window = &form;
-    services.cncFolder = Folder();
-    services.startWorker = false;
-    link = std::make_unique<WatchedNce>(services, commandLine);
+    link = std::make_unique<WatchedNce>(Services(), commandLine);
     link->SetUpServices();
     link->BuildWindow();
     Run();
+  }
+
+  EngineServices Services(bool startWorker = false) {
+    return {&port, &form, {}, Folder(), startWorker};
   }
 
   KorText Folder() const { return app.Root() + u"cnc/"; }

@@ -4,7 +4,6 @@
 
 #include "tests/support/fake_serial_port.h"
 #include "tools/nce_controller/device_line.h"
-#include "tools/nce_controller/fault_line.h"
 #include "tools/nce_controller/flow_line.h"
 
 namespace kor::controller {
@@ -134,36 +133,6 @@ TEST_F(ControllerLine, AHoldStopsWhatIsSentUntilItIsLifted) {
   EXPECT_EQ(written, 0U);
   ASSERT_EQ(line.Write("y", device.now + 1s, written), LineState::Open);
   EXPECT_EQ(written, 1U) << "a hold that was never lifted may have been damage";
-}
-
-std::string Spoiled(std::uint64_t seed, double rate, FaultCounts& counts) {
-  FakeDevice device;
-  const std::atomic<bool> stop = false;
-  DeviceLine cable(device, Settings(115200), true, stop);
-  FaultLine line(cable, rate, seed);
-  for (int i = 0; i < 5000; ++i)
-    device.Deliver(std::string(1, static_cast<char>(i)), 1s);
-  std::string got;
-  while (device.now < 3s)
-    line.Read(got, 3s);
-  std::size_t written = 0;
-  line.Write(std::string(5000, 's'), 30s, written);
-  EXPECT_EQ(written, 5000U);
-  counts = line.FromHost();
-  EXPECT_EQ(got.size(), 5000 - counts.dropped + counts.doubled);
-  EXPECT_EQ(device.sent.size(), 5000 - line.ToHost().dropped + line.ToHost().doubled);
-  return got + device.Sent();
-}
-
-TEST_F(ControllerLine, TheSameSeedMakesTheSameDamage) {
-  FaultCounts counts;
-  const std::string first = Spoiled(7, 0.02, counts);
-  EXPECT_EQ(Spoiled(7, 0.02, counts), first);
-  EXPECT_NE(Spoiled(8, 0.02, counts), first);
-  for (const std::uint64_t kind : {counts.damaged, counts.dropped, counts.doubled, counts.delayed})
-    EXPECT_TRUE(kind > 5 && kind < 60) << kind << " of about 25";
-  Spoiled(7, 0, counts);
-  EXPECT_EQ(counts.Total(), 0U);
 }
 
 TEST_F(ControllerLine, SetsARealPortUp) {

@@ -122,22 +122,6 @@ TEST(ControllerSession, FetchesByTheProtocol) {
   }
 }
 
-TEST(ControllerSession, TheRequestAndItsAnswerMustAgree) {
-  using enum Outcome;
-  const std::pair<const char*, Outcome> cases[] = {
-      {"&LP 000000124", Fault},
-      {"%% File 124 not found on Host Computer", Refused},
-      {"Upload from NCE  in progress. &TH 123", Fault},
-      {"", TimedOut},
-  };
-  for (const auto& [answer, outcome] : cases) {
-    ScriptedLine line;
-    line.isStrict = false;
-    line.script = Script(std::string("FH 123=") + answer);
-    EXPECT_EQ(Session(line, {}).Fetch("123").verdict.outcome, outcome) << answer;
-  }
-}
-
 TEST(ControllerSession, AStartCodeAndADelayBeforeTheAnswerAreTheHostsRight) {
   ScriptedLine line;
   line.script = Script(std::string(kBegun) + ">=$E;>=UDL>");
