@@ -7,6 +7,7 @@
 #include "platform/console_terminal.h"
 #include "platform/platform.h"
 #include "platform/program_start.h"
+#include "services/core/app_interface.h"
 #include "services/core/version.h"
 #include "tools/common/tool_main.h"
 #include "ui/console/banner.h"

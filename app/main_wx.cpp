@@ -15,6 +15,7 @@
 #include "platform/platform.h"
 #include "platform/program_start.h"
 #include "platform/serial_devices.h"
+#include "services/core/app_interface.h"
 #include "services/core/text_lookup.h"
 #include "tools/common/tool_main.h"
 #include "ui/wx/one_window.h"

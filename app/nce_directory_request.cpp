@@ -2,6 +2,7 @@
 #include "app/nce_app.h"
 
 #include "app/nce_directory.h"
+#include "services/core/app_interface.h"
 
 namespace kor {
 

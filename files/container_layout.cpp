@@ -3,6 +3,7 @@
 #include <functional>
 
 #include "files/little_endian.h"
+#include "services/core/app_interface.h"
 
 namespace kor {
 namespace {

@@ -1,6 +1,7 @@
 #include "files/lock_file.h"
 
 #include "files/paths.h"
+#include "services/core/app_interface.h"
 #include "services/core/text_lookup.h"
 
 namespace kor {

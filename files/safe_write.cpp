@@ -5,6 +5,7 @@
 #include "files/compressed_file.h"
 #include "files/paths.h"
 #include "files/simple_file.h"
+#include "services/core/app_interface.h"
 
 namespace kor {
 namespace {

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "files/compressed_file.h"
+#include "services/core/app_interface.h"
 
 namespace kor {
 namespace {

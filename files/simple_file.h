@@ -19,8 +19,8 @@
 #include "files/checksum.h"
 #include "files/file_result.h"
 #include "files/void_buffer.h"
-#include "services/core/app_interface.h"
 #include "services/core/kor_text.h"
+#include "services/core/os_files.h"
 
 namespace kor {
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "files/container_layout.h"
+#include "services/core/app_interface.h"
 
 namespace kor {
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "files/simple_file.h"
+#include "services/core/app_interface.h"
 #include "services/core/text_lookup.h"
 
 namespace kor {

@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "link/echo_text.h"
-#include "services/core/app_interface.h"
 #include "services/core/text_lookup.h"
 
 namespace kor {

@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "files/paths.h"
 #include "services/core/app_interface.h"
 
 namespace kor {

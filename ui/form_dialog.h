@@ -11,7 +11,7 @@
 #include <optional>
 #include <vector>
 
-#include "services/core/app_interface.h"
+#include "services/core/file_time.h"
 #include "services/core/kor_text.h"
 #include "ui/link_status.h"
 

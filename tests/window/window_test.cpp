@@ -12,7 +12,6 @@
 #include <filesystem>
 #include <functional>
 
-#include "app/start_up.h"
 #include "platform/platform.h"
 #include "services/dictionary/dictionary.h"
 #include "tests/support/host_process.h"

@@ -8,6 +8,7 @@
 #include "platform/platform.h"
 #include "platform/program_start.h"
 #include "platform/terminals.h"
+#include "services/core/app_interface.h"
 #include "tools/common/tool_main.h"
 #include "tools/nce_controller/byte_device.h"
 #include "tools/nce_controller/device_line.h"

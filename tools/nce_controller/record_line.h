@@ -10,7 +10,7 @@
 #include <memory>
 #include <string>
 
-#include "services/core/app_interface.h"
+#include "services/core/os_files.h"
 #include "tools/nce_controller/line.h"
 
 namespace kor::controller {

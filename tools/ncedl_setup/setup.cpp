@@ -6,7 +6,7 @@
 #include "app/program_paths.h"
 #include "platform/serial_devices.h"
 #include "services/core/app_interface.h"
-#include "services/dictionary/dictionary.h"
+#include "services/dictionary/text_holder.h"
 #include "services/dictionary/user_language.h"
 #include "services/ini/ini_file.h"
 #include "tools/ncedl_setup/host_system.h"

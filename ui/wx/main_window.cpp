@@ -5,6 +5,7 @@
 #include <wx/sizer.h>
 #include <wx/statbox.h>
 
+#include "services/core/app_interface.h"
 #include "services/core/text_lookup.h"
 #include "ui/transfer_text.h"
 #include "ui/wx/accessible.h"

@@ -3,8 +3,6 @@
 // 5,000. Window's thread.
 #pragma once
 
-#include <string>
-
 #include <wx/panel.h>
 #include <wx/textctrl.h>
 #include <wx/timer.h>

@@ -6,8 +6,6 @@
 #include <wx/stdpaths.h>
 #include <wx/utils.h>
 
-#include "ui/wx/wx_text.h"
-
 namespace kor {
 
 namespace {

@@ -13,7 +13,7 @@ constexpr double kLongestWait = 60; // seconds
 
 } // namespace
 
-TimerPump::TimerPump(TimerQueue& timerQueue, std::function<void(std::function<void()>)> post)
+TimerPump::TimerPump(TimerQueue& timerQueue, const std::function<void(std::function<void()>)>& post)
     : timers(timerQueue) {
   timers.SetOnEarlier([this, post] { post([this] { Plan(); }); });
   Plan();

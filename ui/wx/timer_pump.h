@@ -13,7 +13,7 @@ namespace kor {
 class TimerPump : public wxTimer {
  public:
   // post runs a task on the window's thread; it may be called from any thread.
-  TimerPump(TimerQueue& timerQueue, std::function<void(std::function<void()>)> post);
+  TimerPump(TimerQueue& timerQueue, const std::function<void(std::function<void()>)>& post);
   ~TimerPump() override;
 
   void Notify() override; // the toolkit's

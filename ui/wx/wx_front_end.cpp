@@ -73,7 +73,7 @@ void WxFrontEnd::ShowMessage(const KorText& caption, const KorText& text, Messag
 }
 
 void WxFrontEnd::Post(std::function<void()> task) {
-  posts.CallAfter(std::move(task));
+  posts.CallAfter(task);
 }
 
 } // namespace kor
