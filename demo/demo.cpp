@@ -1,7 +1,8 @@
 // The demonstration: ncedl-console on one end of a pseudo-terminal, nce-controller on the other, each a
 // process of its own, at 115200 baud. Every byte that travels is compared with what this file says has
 // to travel; it has its own idea of the protocol for that. Exit code 0 only when everything was right.
-//   ncedl-demo [--quick]     --quick: the large program is a small one
+//   ncedl-demo [--quick] [--programs DIR] [--samples DIR]
+// --quick: the large program is a small one. --programs, --samples: others than those it was built with.
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,6 +15,7 @@
 #include <string>
 #include <string_view>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "tests/support/host_process.h"
@@ -127,7 +129,8 @@ double JsonNumber(const std::string& json, const std::string& name) {
 
 class Demo {
  public:
-  explicit Demo(bool quick) : isQuick(quick) {
+  Demo(bool quick, const std::string& programs, std::string sampleFolder)
+      : isQuick(quick), samples(std::move(sampleFolder)), folders(programs) {
     controller = std::make_unique<Process>(
         folders.Program("nce-controller",
                         {"--pty", folders.Line(), "--baud", std::to_string(kBaud), "--json",
@@ -161,7 +164,7 @@ class Demo {
   // --- Steps ---
 
   void PutPrograms() {
-    for (const auto& entry : fs::directory_iterator(NCEDL_SAMPLES))
+    for (const auto& entry : fs::directory_iterator(samples))
       if (entry.path().extension() != ".md")
         fs::copy(entry.path(), folders.Download(entry.path().filename().string()));
     std::string large;
@@ -358,7 +361,8 @@ class Demo {
   }
 
   const bool isQuick;
-  const HostFolders folders{NCEDL_PROGRAMS};
+  const std::string samples;
+  const HostFolders folders;
   const std::string record = folders.Path("", "record.txt");
   std::unique_ptr<Process> controller, host;
   int steps = 0, wrong = 0;
@@ -369,8 +373,16 @@ class Demo {
 } // namespace
 
 int main(int argc, char** argv) {
+  bool quick = false;
+  std::string programs = NCEDL_PROGRAMS, samples = NCEDL_SAMPLES;
+  for (int i = 1; i < argc; ++i) {
+    const std::string_view word = argv[i];
+    if (word == "--quick") quick = true;
+    if (word == "--programs" && i + 1 < argc) programs = argv[++i];
+    if (word == "--samples" && i + 1 < argc) samples = argv[++i];
+  }
   try {
-    return Demo(argc > 1 && std::string_view(argv[1]) == "--quick").Run();
+    return Demo(quick, programs, samples).Run();
   } catch (const std::exception& failure) {
     std::fprintf(stderr, "ncedl-demo: %s\n", failure.what());
     return 1;

@@ -1,0 +1,29 @@
+# What scripts/package makes with cpack.
+set(CPACK_PACKAGE_NAME ncedl)
+set(CPACK_PACKAGE_VENDOR "the ncedl authors")
+set(CPACK_PACKAGE_CONTACT "the ncedl authors <ncedl@ncedl.example>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "DNC link between a PC and the NCE controller of a cutting machine")
+set(CPACK_PACKAGE_DESCRIPTION "Keeps the programs of a sheet-metal cutting machine on a PC: sends those
+that its NCE controller asks for over a serial line, stores those that it
+sends, and lists the folder. Serves in a window, in a terminal or as a
+service, for months on end.
+.
+Beside the host there are a program that plays the controller, for trying
+out cabling and settings, and tools for settings, compressed files and texts.")
+set(CPACK_VERBATIM_VARIABLES ON)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
+set(CPACK_DEBIAN_PACKAGE_SECTION comm)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_DEPENDS adduser)
+set(CPACK_DEBIAN_PACKAGE_SUGGESTS bash-completion)
+set(control ${CMAKE_SOURCE_DIR}/packaging/debian)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${control}/postinst ${control}/prerm ${control}/postrm)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+
+include(CPack)
