@@ -147,6 +147,11 @@ void FakeFiles::LimitWrites(std::optional<std::uint64_t> bytes) {
   writeLimit = bytes;
 }
 
+std::uint64_t FakeFiles::WritesLeft() {
+  Lock lock(mutex);
+  return writeLimit.value_or(0);
+}
+
 void FakeFiles::LimitReads(std::optional<std::uint64_t> bytes) {
   Lock lock(mutex);
   readLimit = bytes;

@@ -40,6 +40,7 @@ class FakeFiles : public PlatformFiles {
   }
   // All files together take that many bytes more; then writes come up short and the disk is full.
   void LimitWrites(std::optional<std::uint64_t> bytes);
+  std::uint64_t WritesLeft(); // of that limit
   // Of each file, reading ends with an error after that many bytes.
   void LimitReads(std::optional<std::uint64_t> bytes);
   void FailSync(bool fail) { failSync = fail; }
