@@ -15,6 +15,18 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
+if(WIN32)
+  # The installer is an NSIS script of its own: CPack's has one for everybody, which knows neither who it installs for
+  # nor what has to outlive an upgrade.
+  set(CPACK_NCEDL_SOURCE ${CMAKE_SOURCE_DIR})
+  set(CPACK_GENERATOR External)
+  set(CPACK_PACKAGE_FILE_NAME ncedl-${PROJECT_VERSION}-windows-x64)
+  set(CPACK_EXTERNAL_ENABLE_STAGING ON)
+  set(CPACK_EXTERNAL_PACKAGE_SCRIPT ${CMAKE_SOURCE_DIR}/cmake/package_windows.cmake)
+  include(CPack)
+  return()
+endif()
+
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)

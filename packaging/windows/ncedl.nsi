@@ -1,0 +1,303 @@
+; The installer for Windows. Defined outside: VERSION, STAGE (the folder with what is installed), FILES (a list of
+; it, by cmake/package_windows.cmake), OUTPUT, ROOT (the tree).
+;   /S              without windows
+;   /AllUsers, /CurrentUser   for this computer, for this user
+;   /MAIN=FOLDER    the main folder; what its KOR.INI says stays as it is
+;   /AUTOSTART      the program starts with Windows
+;   /D=FOLDER       the programs' folder; last, without quotes
+; and the uninstaller:
+;   /S              without windows: the user's settings and programs stay, unless
+;   /SETTINGS=delete, /PROGRAMS=delete
+; Exit codes: 0 done, 1 cancelled, 2 failed; 3 a program of an older version is running.
+Unicode true
+Target amd64-unicode
+SetCompressor /SOLID lzma
+SetDateSave off
+ManifestSupportedOS Win10
+ManifestDPIAware true
+Name "NCE DNC link"
+OutFile "${OUTPUT}"
+BrandingText "ncedl ${VERSION}"
+
+!define SUITE "Velmora\Plenova 2026"
+!define KEY "Software\Microsoft\Windows\CurrentVersion\Uninstall\ncedl"
+!define RUN "Software\Microsoft\Windows\CurrentVersion\Run"
+!define CONFIGURATION "Software\${SUITE}\Configuration"
+!define GUID_ALL "{6D1B8C52-0E3F-4C57-9A55-2C0D6A1F7E01}"
+!define GUID_USER "{6D1B8C52-0E3F-4C57-9A55-2C0D6A1F7E02}"
+
+!define MULTIUSER_MUI
+!define MULTIUSER_EXECUTIONLEVEL Highest
+!define MULTIUSER_INSTALLMODE_COMMANDLINE
+!define MULTIUSER_INSTALLMODE_INSTDIR "ncedl"
+!define MULTIUSER_INSTALLMODE_INSTDIR_REGISTRY_KEY "${KEY}"
+!define MULTIUSER_INSTALLMODE_INSTDIR_REGISTRY_VALUENAME "InstallLocation"
+!define MULTIUSER_INSTALLMODE_DEFAULT_REGISTRY_KEY "${KEY}"
+!define MULTIUSER_INSTALLMODE_DEFAULT_REGISTRY_VALUENAME "InstallLocation"
+!define MULTIUSER_USE_PROGRAMFILES64
+!include MultiUser.nsh
+!include MUI2.nsh
+!include FileFunc.nsh
+!include "${FILES}"
+
+VIProductVersion "${VERSION}.0"
+VIAddVersionKey ProductName "ncedl"
+VIAddVersionKey ProductVersion "${VERSION}"
+VIAddVersionKey FileVersion "${VERSION}"
+VIAddVersionKey FileDescription "NCE DNC link, installer"
+VIAddVersionKey LegalCopyright "2026 the ncedl authors, MIT License"
+
+Var MainFolder
+Var MainAsked ; by /MAIN=
+Var Guid
+Var Answer
+
+!define MUI_ABORTWARNING
+!insertmacro MUI_PAGE_LICENSE "${STAGE}/LICENSE"
+!insertmacro MULTIUSER_PAGE_INSTALLMODE
+!insertmacro MUI_PAGE_DIRECTORY
+!define MUI_PAGE_CUSTOMFUNCTION_PRE ChooseMainFolder
+!define MUI_PAGE_HEADER_TEXT "Main folder"
+!define MUI_PAGE_HEADER_SUBTEXT "Where NC programs are kept, and the list of folders, KOR.INI."
+!define MUI_DIRECTORYPAGE_TEXT_TOP "Programs for the controller go into the folder cnc below the main folder."
+!define MUI_DIRECTORYPAGE_TEXT_DESTINATION "Main folder"
+!define MUI_DIRECTORYPAGE_VARIABLE $MainFolder
+!insertmacro MUI_PAGE_DIRECTORY
+!insertmacro MUI_PAGE_COMPONENTS
+!insertmacro MUI_PAGE_INSTFILES
+!insertmacro MUI_UNPAGE_CONFIRM
+!insertmacro MUI_UNPAGE_INSTFILES
+!insertmacro MUI_LANGUAGE "English"
+
+; --- What both do ---
+
+!macro KNOW_MODE UN
+  Function ${UN}KnowMode
+    ${If} $MultiUser.InstallMode == AllUsers
+      StrCpy $Guid "${GUID_ALL}"
+    ${Else}
+      StrCpy $Guid "${GUID_USER}"
+    ${EndIf}
+    ReadRegStr $0 SHCTX "${KEY}" "MainFolder"
+    ${If} $MainAsked != ""
+      StrCpy $MainFolder $MainAsked
+    ${ElseIf} $0 != ""
+      StrCpy $MainFolder $0
+    ${EndIf}
+  FunctionEnd
+
+  ; A program that runs may be sending: it is never ended from here.
+  Function ${UN}RefuseRunning
+    FindFirst $0 $1 "$INSTDIR\*.exe"
+    ${DoWhile} $1 != ""
+      ClearErrors
+      ${If} $1 != "uninstall.exe"
+        FileOpen $2 "$INSTDIR\$1" a
+        ${If} ${Errors}
+          MessageBox MB_OK|MB_ICONEXCLAMATION "$1 is running. End it when no transfer runs, and start this again." /SD IDOK
+          SetErrorLevel 3
+          Quit
+        ${EndIf}
+        FileClose $2
+      ${EndIf}
+      FindNext $0 $1
+    ${Loop}
+    FindClose $0
+  FunctionEnd
+!macroend
+!insertmacro KNOW_MODE ""
+!insertmacro KNOW_MODE "un."
+
+; --- Installing ---
+
+Function .onInit
+  SetRegView 64
+  StrCpy $9 $INSTDIR ; of /D=, which MultiUser forgets
+  !insertmacro MULTIUSER_INIT
+  ${If} $9 != ""
+    StrCpy $INSTDIR $9
+  ${EndIf}
+  ${GetParameters} $0
+  ${GetOptions} $0 "/MAIN=" $MainAsked
+  ReadRegStr $1 SHCTX "${RUN}" "ncedl" ; as before an upgrade
+  ClearErrors
+  ${GetOptions} $0 "/AUTOSTART" $2
+  ${IfNot} ${Errors}
+  ${OrIf} $1 != ""
+    SectionSetFlags 1 1
+  ${EndIf}
+FunctionEnd
+
+Function SettleMainFolder
+  ${If} $MainFolder == ""
+    StrCpy $MainFolder "$DOCUMENTS\${SUITE}"
+  ${EndIf}
+FunctionEnd
+
+; Asked at the first time only.
+Function ChooseMainFolder
+  StrCpy $MainFolder ""
+  Call KnowMode
+  ${If} $MainFolder != ""
+    Abort
+  ${EndIf}
+  Call SettleMainFolder
+FunctionEnd
+
+; Removes the files of the version that is there; nothing else of it.
+Function RemoveOlder
+  ReadRegStr $0 SHCTX "${KEY}" "UninstallString"
+  ReadRegStr $1 SHCTX "${KEY}" "InstallLocation"
+  ${If} $0 == ""
+  ${OrIfNot} ${FileExists} "$1\uninstall.exe"
+    Return
+  ${EndIf}
+  CopyFiles /SILENT "$1\uninstall.exe" "$PLUGINSDIR\older.exe"
+  ExecWait '"$PLUGINSDIR\older.exe" /S /UPGRADE /$MultiUser.InstallMode _?=$1' $2
+  Delete "$1\uninstall.exe"
+FunctionEnd
+
+; The data folder, program paths and configuration, by the program whose business they are.
+Function MakeMainFolder
+  Call SettleMainFolder
+  ${If} ${FileExists} "$MainFolder\KOR.INI"
+    DetailPrint "$MainFolder\KOR.INI stays as it is."
+    Return
+  ${EndIf}
+  nsExec::ExecToLog '"$INSTDIR\ncedl-setup.exe" --main "$MainFolder" --guid $Guid'
+  Pop $0
+  ${If} $0 != 0
+    MessageBox MB_OK|MB_ICONEXCLAMATION "The main folder can't be prepared: $MainFolder. Run ncedl-setup --main with another one." /SD IDOK
+    SetErrorLevel 2
+  ${EndIf}
+FunctionEnd
+
+Function EnterInSystem
+  WriteUninstaller "$INSTDIR\uninstall.exe"
+  WriteRegStr SHCTX "${KEY}" "DisplayName" "NCE DNC link"
+  WriteRegStr SHCTX "${KEY}" "DisplayVersion" "${VERSION}"
+  WriteRegStr SHCTX "${KEY}" "Publisher" "the ncedl authors"
+  WriteRegStr SHCTX "${KEY}" "DisplayIcon" "$INSTDIR\ncedl-console.exe"
+  WriteRegStr SHCTX "${KEY}" "InstallLocation" "$INSTDIR"
+  WriteRegStr SHCTX "${KEY}" "MainFolder" "$MainFolder"
+  WriteRegStr SHCTX "${KEY}" "UninstallString" '"$INSTDIR\uninstall.exe" /$MultiUser.InstallMode'
+  WriteRegStr SHCTX "${KEY}" "QuietUninstallString" '"$INSTDIR\uninstall.exe" /$MultiUser.InstallMode /S'
+  WriteRegDWORD SHCTX "${KEY}" "NoModify" 1
+  WriteRegDWORD SHCTX "${KEY}" "NoRepair" 1
+  ${GetSize} "$INSTDIR" "/S=0K" $0 $1 $2
+  WriteRegDWORD SHCTX "${KEY}" "EstimatedSize" $0
+FunctionEnd
+
+Section "Programs"
+  SectionIn RO
+  Call KnowMode
+  Call RefuseRunning
+  Call RemoveOlder
+  DeleteRegValue SHCTX "${RUN}" "ncedl"
+  !insertmacro INSTALL_FILES
+  SetOutPath "$INSTDIR" ; where the shortcuts start
+  Call MakeMainFolder
+  CreateDirectory "$SMPROGRAMS\NCE DNC link"
+  ${If} ${FileExists} "$INSTDIR\ncedl.exe"
+    CreateShortcut "$SMPROGRAMS\NCE DNC link\Download.lnk" "$INSTDIR\ncedl.exe"
+  ${EndIf}
+  CreateShortcut "$SMPROGRAMS\NCE DNC link\Download (console).lnk" "$INSTDIR\ncedl-console.exe"
+  CreateShortcut "$SMPROGRAMS\NCE DNC link\Documents.lnk" "$INSTDIR\docs"
+  CreateShortcut "$SMPROGRAMS\NCE DNC link\NC programs.lnk" "$MainFolder\cnc"
+  Call EnterInSystem
+SectionEnd
+
+Section /o "Start with Windows"
+  ${If} ${FileExists} "$INSTDIR\ncedl.exe"
+    WriteRegStr SHCTX "${RUN}" "ncedl" '"$INSTDIR\ncedl.exe"'
+  ${Else}
+    WriteRegStr SHCTX "${RUN}" "ncedl" '"$INSTDIR\ncedl-console.exe"'
+  ${EndIf}
+SectionEnd
+
+; --- Removing ---
+
+Function un.onInit
+  SetRegView 64
+  !insertmacro MULTIUSER_UNINIT
+  Call un.KnowMode
+FunctionEnd
+
+; $Answer: delete, when an option or the user says so.
+!macro ASK OPTION QUESTION
+  ${GetParameters} $0
+  ClearErrors
+  ${GetOptions} $0 "/${OPTION}=" $Answer
+  ${If} ${Errors}
+    StrCpy $Answer keep
+    MessageBox MB_YESNO|MB_ICONQUESTION|MB_DEFBUTTON2 "${QUESTION}" /SD IDNO IDNO +2
+    StrCpy $Answer delete
+  ${EndIf}
+!macroend
+
+; Of this user: settings, their logs and the configuration. Other programs' files in these folders stay.
+Function un.DeleteSettings
+  SetShellVarContext current
+  Delete "$APPDATA\${SUITE}\*.INI"
+  Delete "$APPDATA\${SUITE}\*.log"
+  Delete "$APPDATA\${SUITE}\*.log.1"
+  Delete "$APPDATA\${SUITE}\*.window"
+  RMDir "$APPDATA\${SUITE}"
+  RMDir "$APPDATA\Velmora"
+  DeleteRegKey HKCU "${CONFIGURATION}\$Guid"
+  DeleteRegKey /ifempty HKCU "${CONFIGURATION}"
+  DeleteRegKey /ifempty HKCU "Software\${SUITE}"
+  DeleteRegKey /ifempty HKCU "Software\Velmora"
+  Delete "$MainFolder\KOR.INI"
+FunctionEnd
+
+; What is empty of the main folder.
+Function un.RemoveMainFolder
+  FindFirst $0 $1 "$MainFolder\*.*"
+  ${DoWhile} $1 != ""
+    ${If} $1 != "."
+    ${AndIf} $1 != ".."
+      RMDir "$MainFolder\$1"
+    ${EndIf}
+    FindNext $0 $1
+  ${Loop}
+  FindClose $0
+  RMDir "$MainFolder"
+  RMDir "$DOCUMENTS\${SUITE}"
+  RMDir "$DOCUMENTS\Velmora"
+FunctionEnd
+
+Function un.DeleteData
+  ${If} $MainFolder == ""
+    Return
+  ${EndIf}
+  !insertmacro ASK "PROGRAMS" "Delete the NC programs in $MainFolder\cnc, too?"
+  ${If} $Answer == delete
+    RMDir /r "$MainFolder\cnc"
+  ${EndIf}
+  !insertmacro ASK "SETTINGS" "Delete the settings, too?"
+  ${If} $Answer == delete
+    Call un.DeleteSettings
+    ${If} $MultiUser.InstallMode == AllUsers
+      SetShellVarContext all
+    ${EndIf}
+    Call un.RemoveMainFolder
+  ${EndIf}
+FunctionEnd
+
+Section "Uninstall"
+  Call un.RefuseRunning
+  !insertmacro UNINSTALL_FILES
+  ${GetParameters} $0
+  ClearErrors
+  ${GetOptions} $0 "/UPGRADE" $1
+  ${IfNot} ${Errors}
+    Return
+  ${EndIf}
+  RMDir /r "$SMPROGRAMS\NCE DNC link"
+  DeleteRegValue SHCTX "${RUN}" "ncedl"
+  Delete "$INSTDIR\uninstall.exe"
+  RMDir "$INSTDIR"
+  Call un.DeleteData
+  DeleteRegKey SHCTX "${KEY}"
+SectionEnd
