@@ -40,6 +40,7 @@ const std::vector<Layer>& Layers() {
       {"ui/console/", {"ui/console/", "app/", "link/", "ui/", "services/"}, {}},
       {"ui/wx/", {"ui/wx/", "app/", "link/", "ui/", "services/"}, {"wx/"}},
       {"ui/wx/accessible_gtk", {"ui/wx/", "services/core/"}, {"wx/", "gtk/"}},
+      {"ui/wx/native_look_gtk", {"ui/wx/"}, {"gtk/"}},
       {"platform/",
        {"platform/", "services/core/", "link/serial_port.h", "ui/terminal.h", "ui/line_editor.h"},
        {kAnything}},
@@ -65,10 +66,10 @@ struct Reserved {
 
 const std::vector<Reserved>& ReservedHeaders() {
   static const std::vector<Reserved> reserved = {
-      {"wx/", {"ui/wx/", "app/main_wx", "tests/window/"}},
+      {"wx/", {"ui/wx/", "app/main_wx", "tests/window/", "demo/"}},
       {"windows.h", {"platform/"}},
       {"termios.h", {"platform/", "tests/platform/"}},
-      {"ui/wx/", {"ui/wx/", "app/main_wx", "tests/"}},
+      {"ui/wx/", {"ui/wx/", "app/main_wx", "tests/", "demo/"}},
       {"ui/console/", {"ui/console/", "app/main_", "tests/", "bench/"}},
       {"platform/", {"platform/", "app/main_", "tools/", "tests/", "bench/", "fuzz/", "torture/"}},
       {"tools/common/", {"tools/", "app/main_", "tests/"}},

@@ -93,13 +93,25 @@ wxSizer* FormWindow::MakeGroups() {
   for (const FormField& first : form.fields) {
     if (!groups.insert(first.groupNumber).second) continue;
     if (!column || made >= most) {
+      AlignLabels();
       column = new wxBoxSizer(wxVERTICAL);
       columns->Add(column, wxSizerFlags(1).Border(wxRIGHT, FromDIP(kGap)));
       made = 0;
     }
     made += MakeGroup(first, column, groups.size() == 1);
   }
+  AlignLabels();
   return columns;
+}
+
+// The controls of all groups in a column begin at the same place.
+void FormWindow::AlignLabels() {
+  int widest = 0;
+  for (const wxWindow* const label : labels)
+    widest = std::max(widest, label->GetBestSize().x);
+  for (wxWindow* const label : labels)
+    label->SetMinSize({widest, -1});
+  labels.clear();
 }
 
 std::size_t FormWindow::MakeGroup(const FormField& first, wxSizer* column, bool withNote) {
@@ -121,8 +133,8 @@ std::size_t FormWindow::MakeGroup(const FormField& first, wxSizer* column, bool 
     ++count;
   }
   if (withNote && !form.note.IsEmpty()) {
-    auto* const note = new wxStaticText(parent, wxID_ANY, ToLabel(form.note));
-    note->Wrap(FromDIP(kNoteWidth));
+    auto* const note = new wxStaticText(parent, wxID_ANY, {});
+    note->SetLabelText(InLines(form.note, *note, FromDIP(kNoteWidth)));
     box->Add(note, wxSizerFlags().Border(wxALL, FromDIP(kGap)));
   }
   column->Add(box, wxSizerFlags().Expand().Border(wxBOTTOM, FromDIP(kGap)));
@@ -140,12 +152,12 @@ void FormWindow::MakeField(FormField& field, wxWindow* parent, wxFlexGridSizer* 
   };
   wxWindow* label = nullptr;
   if (field.kind != FieldKind::Check)
-    label = new wxStaticText(parent, wxID_ANY, mnemonics.Label(field.label));
+    label = labels.emplace_back(new wxStaticText(parent, wxID_ANY, mnemonics.Label(field.label)));
   add(label, centred);
   row.control = MakeControl(field, parent);
   SetSpokenName(row.control, field.label);
   add(row.control, wxSizerFlags(1).Expand());
-  add(IsPath(field.kind) ? MakeBrowse(field, parent) : nullptr, centred);
+  add(IsPath(field.kind) ? MakeBrowse(field, parent) : nullptr, wxSizerFlags().Expand());
   // What is wrong with the field, in words, under it; takes no room while nothing is.
   row.problem = MakeProblem(parent);
   add(nullptr, {});
@@ -242,9 +254,9 @@ void FormWindow::ShowEnabled() {
 }
 
 void FormWindow::ShowProblem(wxStaticText* where, const KorText& text, int width) {
-  if (FromWx(where->GetLabelText()) == text) return;
-  where->SetLabelText(ToWx(text));
-  where->Wrap(width);
+  const wxString lines = InLines(text, *where, width);
+  if (where->GetLabelText() == lines) return;
+  where->SetLabelText(lines);
   where->Show(!text.IsEmpty());
 }
 

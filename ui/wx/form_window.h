@@ -3,6 +3,7 @@
 #pragma once
 
 #include <map>
+#include <vector>
 
 #include <wx/dialog.h>
 #include <wx/sizer.h>
@@ -30,6 +31,7 @@ class FormWindow : public wxDialog {
   wxSizer* MakeGroups();
   // The fields of first's group; how many there are.
   std::size_t MakeGroup(const FormField& first, wxSizer* column, bool withNote);
+  void AlignLabels();
   void MakeField(FormField& field, wxWindow* parent, wxFlexGridSizer* grid);
   wxWindow* MakeControl(const FormField& field, wxWindow* parent);
   wxWindow* MakeBrowse(const FormField& field, wxWindow* parent);
@@ -45,7 +47,8 @@ class FormWindow : public wxDialog {
 
   FormDescription& form;
   Mnemonics mnemonics;
-  std::map<int, Row> rows; // by the field's number
+  std::map<int, Row> rows;       // by the field's number
+  std::vector<wxWindow*> labels; // of the column that is being made
   wxStaticText* obstacle = nullptr;
   wxTimer looks;
   bool building = true;

@@ -39,6 +39,7 @@ LampRow::LampRow(wxWindow* parent) : wxPanel(parent) {
     grid->Add(lamp, wxSizerFlags().Expand());
   }
   SetSizer(grid);
+  SetMinSize({widest, -1}); // the sizer knows the height
   Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
     Arrange();
     event.Skip();
@@ -72,13 +73,15 @@ void LampRow::Show(const std::array<bool, kLampCount>& lamps) {
   }
 }
 
-// As many beside one another as the width holds.
+// As many beside one another as the width holds, in rows of about the same length.
 void LampRow::Arrange() {
-  const int columns = std::clamp(GetClientSize().x / widest, 1, static_cast<int>(kLampCount));
+  const int count = static_cast<int>(kLampCount);
+  const int most = std::clamp(GetClientSize().x / widest, 1, count);
+  const int rows = (count + most - 1) / most;
+  const int columns = (count + rows - 1) / rows;
   if (columns == grid->GetCols()) return;
   grid->SetCols(columns);
   InvalidateBestSize();
-  SetMinSize({-1, grid->CalcMin().y});
   if (GetParent()) GetParent()->PostSizeEvent();
 }
 

@@ -9,6 +9,7 @@
 #include "services/core/text_lookup.h"
 #include "ui/transfer_text.h"
 #include "ui/wx/accessible.h"
+#include "ui/wx/native_look.h"
 #include "ui/wx/side_windows.h"
 #include "ui/wx/signs.h"
 #include "ui/wx/wx_text.h"
@@ -23,8 +24,10 @@ constexpr int kButtonHeight = 40; // for a finger in a glove
 constexpr int kWidth = 560;
 constexpr int kHeight = 680;
 constexpr int kLeastWidth = 320;
-constexpr int kWidthWithCancel = 460;
-constexpr double kHeadlineScale = 2.4;
+constexpr int kLeastBarWidth = 60;
+constexpr int kBarHeight = 16;
+// Of the usual letters: the first with which the headline has room.
+constexpr float kHeadlineScales[] = {2.4F, 2.0F, 1.7F, 1.4F, 1.2F, 1.0F};
 constexpr int kGaugeRange = 1000;
 
 constexpr int kSendButton = 15210;
@@ -54,10 +57,6 @@ KorText TransferText(const StatusView& view, const Pace& pace) {
     text += part;
   }
   return text;
-}
-
-void SetTextIfNew(wxStaticText* control, const wxString& text) {
-  if (control->GetLabelText() != text) control->SetLabelText(text);
 }
 
 } // namespace
@@ -93,11 +92,16 @@ MainWindow::MainWindow(NCEApp& nceApp, const KorText& settingsName)
   column->Add(upper, wxSizerFlags().Expand().Border(wxALL, FromDIP(kGap)));
   column->Add(lower, wxSizerFlags(1).Expand().Border(wxLEFT | wxRIGHT | wxBOTTOM, FromDIP(kGap)));
   ground->SetSizer(column);
-  SetSize(FromDIP(wxSize(kWidth, kHeight)));
+  SetClientSize(std::max(FromDIP(kWidth), ground->GetBestSize().x), FromDIP(kHeight));
   CentreOnScreen();
   Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
     event.Skip();
     CallAfter([this] { FitParts(); });
+  });
+  // Comes, too, when the toolkit finds that a part needs another size.
+  upper->Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
+    event.Skip();
+    if (LeastHeight() != fittedHeight) CallAfter([this] { FitParts(); });
   });
 }
 
@@ -107,10 +111,9 @@ wxSizer* MainWindow::MakeState(wxWindow* parent) {
   sign = new wxStaticBitmap(parent, wxID_ANY, DrawnSign(Sign::Idle, kStateSign));
   headline = new wxStaticText(parent, wxID_ANY, {}, wxDefaultPosition, wxDefaultSize,
                               wxST_ELLIPSIZE_END | wxST_NO_AUTORESIZE);
-  headline->SetFont(headline->GetFont().Scaled(static_cast<float>(kHeadlineScale)).Bold());
   statusLine = new wxTextCtrl(parent, kStatusText, {}, wxDefaultPosition, wxDefaultSize,
                               wxTE_READONLY | wxBORDER_NONE);
-  statusLine->SetBackgroundColour(parent->GetBackgroundColour());
+  BlendIn(statusLine);
   SetSpokenName(statusLine, LookUpText(kStatusText, u"Status"));
   advice = new wxStaticText(parent, wxID_ANY, {});
   advice->Hide();
@@ -127,10 +130,12 @@ wxSizer* MainWindow::MakeState(wxWindow* parent) {
 wxSizer* MainWindow::MakeProgress(wxWindow* parent) {
   const KorText name = LookUpText(kProgressLabel, u"Progress");
   auto* const label = new wxStaticText(parent, kProgressLabel, ToLabel(name));
-  gauge = new wxGauge(parent, wxID_ANY, kGaugeRange, wxDefaultPosition, FromDIP(wxSize(60, 18)),
-                      wxGA_HORIZONTAL | wxGA_SMOOTH);
+  gauge = new wxGauge(parent, wxID_ANY, kGaugeRange, wxDefaultPosition,
+                      FromDIP(wxSize(kLeastBarWidth, kBarHeight)), wxGA_HORIZONTAL | wxGA_SMOOTH);
+  SetBarHeight(gauge, kBarHeight);
   SetSpokenName(gauge, name);
   progressText = new wxStaticText(parent, wxID_ANY, {});
+  progressText->SetFont(progressText->GetFont().Bold());
   auto* const row = new wxBoxSizer(wxHORIZONTAL);
   row->Add(label, wxSizerFlags().CentreVertical().Border(wxRIGHT, FromDIP(kGap)));
   row->Add(gauge, wxSizerFlags(1).CentreVertical().Border(wxRIGHT, FromDIP(kGap)));
@@ -158,15 +163,12 @@ wxCheckBox* MainWindow::MakeCheckBox(wxWindow* parent, const Switch& which) {
   return box;
 }
 
-// Jobs by hand in one row, what is set up rarely in the other.
-wxSizer* MainWindow::MakeActions(wxWindow* parent) {
-  auto* const grid = new wxFlexGridSizer(2, FromDIP(wxSize(kGap, kGap)));
-  grid->AddGrowableCol(0, 1);
-  grid->AddGrowableCol(1, 1);
-  for (const Action& action : kActions)
-    if (action.number != kLoopbackButton && action.number != kCancelButton)
-      grid->Add(MakeButton(parent, action), wxSizerFlags().Expand());
-  return grid;
+wxSizer* MainWindow::MakeActions(wxWindow* parent, std::initializer_list<int> numbers) {
+  auto* const row = new wxGridSizer(2, FromDIP(wxSize(kGap, kGap)));
+  for (const int number : numbers)
+    for (const Action& action : kActions)
+      if (action.number == number) row->Add(MakeButton(parent, action), wxSizerFlags().Expand());
+  return row;
 }
 
 // The line's own: its test and its handshakes.
@@ -174,7 +176,7 @@ wxSizer* MainWindow::MakeSwitches(wxWindow* parent) {
   auto* const box =
       new wxStaticBoxSizer(wxVERTICAL, parent, ToLabel(LookUpText(kTestLabel, u"Line Test")));
   box->GetStaticBox()->SetId(kTestLabel);
-  auto* const grid = new wxFlexGridSizer(2, FromDIP(wxSize(kGap * 2, kGap)));
+  auto* const grid = new wxGridSizer(2, FromDIP(wxSize(kGap, kGap)));
   for (const Action& action : kActions)
     if (action.number == kLoopbackButton)
       grid->Add(MakeButton(box->GetStaticBox(), action), wxSizerFlags().Expand());
@@ -190,11 +192,12 @@ wxPanel* MainWindow::MakeLower(wxWindow* parent) {
   auto* const panel = new wxPanel(parent);
   auto* const column = new wxBoxSizer(wxVERTICAL);
   const auto gap = wxSizerFlags().Expand().Border(wxTOP, FromDIP(kGap));
-  column->Add(MakeActions(panel), gap);
-  column->Add(MakeSwitches(panel), gap);
+  column->Add(MakeActions(panel, {kSendButton, kReceiveButton}), gap);
   column->Add(new wxStaticText(panel, wxID_ANY, ToLabel(LookUpText(15566, u"Jobs today"))), gap);
   jobs = new JobList(panel);
   column->Add(jobs, wxSizerFlags(1).Expand().Border(wxTOP, FromDIP(kGap / 2)));
+  column->Add(MakeActions(panel, {kSpecialButton, kSettingsButton}), gap);
+  column->Add(MakeSwitches(panel), gap);
   column->Add(MakeCheckBox(panel, kSwitches[0]), gap);
   monitor = new MonitorView(panel, mnemonics);
   monitor->SetId(kMonitor);
@@ -213,14 +216,26 @@ wxCheckBox* MainWindow::CheckBox(int number) const {
 
 // A window too small for everything shows the state, the progress and the lamps.
 void MainWindow::FitParts() {
-  const int least = LeastHeight();
+  FitHeadline();
+  FitCancelButton();
+  const int least = fittedHeight = LeastHeight();
   SetSizeHints(FromDIP(kLeastWidth), least + GetSize().y - GetClientSize().y);
-  const bool room = GetClientSize().y >= least + lower->GetSizer()->GetMinSize().y;
+  const wxSize needed = lower->GetSizer()->GetMinSize();
+  const bool room =
+      GetClientSize().y >= least + needed.y && GetClientSize().x >= needed.x + FromDIP(2 * kGap);
   if (lower->IsShown() != room) lower->Show(room);
-  Button(kCancelButton)->Show(GetClientSize().x >= FromDIP(kWidthWithCancel));
   upper->GetParent()->SetSize(GetClientSize());
-  upper->Layout();
   upper->GetParent()->Layout();
+  upper->Layout();
+  lamps->Layout();
+}
+
+// It gives way to a bar of which something can be seen.
+void MainWindow::FitCancelButton() {
+  wxButton* const cancel = Button(kCancelButton);
+  const int others = FindWindow(kProgressLabel)->GetBestSize().x + progressText->GetBestSize().x +
+                     cancel->GetBestSize().x;
+  cancel->Show(GetClientSize().x >= others + FromDIP(kLeastBarWidth + 5 * kGap));
 }
 
 int MainWindow::LeastHeight() const {
@@ -254,15 +269,36 @@ void MainWindow::AddJob(const EndedJob& job) {
 }
 
 void MainWindow::ShowHeadline(const StatusView& view) {
-  const Sign wanted = SignOf(view.activity);
-  if (!shown || shown->activity != view.activity) {
+  const Sign wanted = meter.Measured().held ? Sign::Held : SignOf(view.activity);
+  if (!shown || shownSign != wanted) {
     sign->SetBitmap(DrawnSign(wanted, kStateSign));
-    headline->SetForegroundColour(ColourOf(wanted));
+    for (wxStaticText* const text : {headline, progressText})
+      text->SetForegroundColour(ColourOf(wanted));
+    shownSign = wanted;
   }
-  SetTextIfNew(headline, ToWx(view.headline));
+  if (headline->GetLabelText() != ToWx(view.headline)) {
+    headline->SetLabelText(ToWx(view.headline));
+    FitParts();
+  }
   const wxString line = ToWx(view.line.PaddedRight(kStatusWidth));
   if (statusLine->GetValue() != line) statusLine->ChangeValue(line);
   if (!shown || shown->headline != view.headline) SetSpokenName(sign, view.headline);
+}
+
+// Letters of other alphabets are taken from other fonts, which may be higher.
+void MainWindow::FitHeadline() {
+  const int room = GetClientSize().x - FromDIP(kStateSign + 4 * kGap);
+  const wxString words = headline->GetLabelText();
+  wxFont font;
+  int width = 0, height = 0;
+  for (const float scale : kHeadlineScales) {
+    font = GetFont().Scaled(scale).Bold();
+    headline->GetTextExtent(words, &width, &height, nullptr, nullptr, &font);
+    if (width <= room) break;
+  }
+  if (font == headline->GetFont() && height <= headline->GetMinSize().y) return;
+  headline->SetFont(font);
+  headline->SetMinSize({-1, height});
 }
 
 void MainWindow::ShowProgress(const StatusView& view) {
@@ -272,16 +308,17 @@ void MainWindow::ShowProgress(const StatusView& view) {
   const wxString words = ToWx(TransferText(view, meter.Measured()));
   if (progressText->GetLabelText() == words) return;
   progressText->SetLabelText(words);
-  upper->Layout();
+  FitParts();
 }
 
 // Below the state, so that somebody without the handbook knows what to look at.
 void MainWindow::ShowAdvice(const StatusView& view) {
   const bool wanted = view.activity == LinkActivity::NoLink && linkAdvice;
   if (wanted == advice->IsShown()) return;
-  if (wanted) advice->SetLabelText(ToWx(linkAdvice()));
+  const int room =
+      std::max(GetClientSize().x, FromDIP(kLeastWidth)) - FromDIP(kStateSign + 4 * kGap);
+  if (wanted) advice->SetLabelText(InLines(linkAdvice(), *advice, room));
   advice->Show(wanted);
-  advice->Wrap(std::max(GetClientSize().x, FromDIP(kLeastWidth)) - FromDIP(kStateSign + 4 * kGap));
   upper->GetParent()->Layout();
   GrowToFit();
 }

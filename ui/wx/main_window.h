@@ -1,10 +1,11 @@
 // MainWindow: the one window of the program. Above all the state, in words of their own size with a sign
-// of its own shape; then the status line, the progress, the lamps; then what can be done, the jobs
-// of the day and the monitor. It shows what it is given and calls the engine's operations; what is
+// of its own shape; then the status line, the progress, the lamps; then the jobs by hand and those of the
+// day; below, what is set up rarely, the line test and the monitor. It shows what it is given and calls the engine's operations; what is
 // refused and when a job ends is the engine's to say. Window's thread.
 #pragma once
 
 #include <functional>
+#include <initializer_list>
 #include <optional>
 
 #include <wx/button.h>
@@ -21,6 +22,7 @@
 #include "ui/wx/lamp_row.h"
 #include "ui/wx/mnemonics.h"
 #include "ui/wx/monitor_view.h"
+#include "ui/wx/signs.h"
 #include "ui/wx/window_memory.h"
 
 namespace kor {
@@ -61,16 +63,18 @@ class MainWindow : public wxFrame {
 
   wxSizer* MakeState(wxWindow* parent);
   wxSizer* MakeProgress(wxWindow* parent);
-  wxSizer* MakeActions(wxWindow* parent);
+  wxSizer* MakeActions(wxWindow* parent, std::initializer_list<int> numbers);
   wxSizer* MakeSwitches(wxWindow* parent);
   wxPanel* MakeLower(wxWindow* parent);
   wxButton* MakeButton(wxWindow* parent, const Action& action);
   wxCheckBox* MakeCheckBox(wxWindow* parent, const Switch& which);
   void ShowHeadline(const StatusView& view);
+  void FitHeadline();
   void ShowProgress(const StatusView& view);
   void ShowAdvice(const StatusView& view);
   void ShowMonitorPane(bool shown);
   void FitParts();
+  void FitCancelButton();
   int LeastHeight() const; // of the client area, for what always stays
   void GrowToFit();
   wxButton* Button(int number) const;
@@ -92,8 +96,10 @@ class MainWindow : public wxFrame {
   Mnemonics mnemonics;
   std::function<KorText()> linkAdvice;
   std::optional<StatusView> shown;
+  Sign shownSign = Sign::Idle;
   RateMeter meter;
 
+  int fittedHeight = 0;     // what always stayed when the parts were last fitted
   wxPanel* upper = nullptr; // stays, however small the window is
   wxPanel* lower = nullptr;
   wxStaticBitmap* sign = nullptr;

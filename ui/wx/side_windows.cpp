@@ -50,8 +50,8 @@ wxDialog* MessageWindows::Make(const KorText& caption, const KorText& text, Mess
   row->Add(
       new wxStaticBitmap(window, wxID_ANY, wxArtProvider::GetBitmapBundle(art, wxART_MESSAGE_BOX)),
       wxSizerFlags().Border(wxRIGHT, window->FromDIP(kGap)));
-  auto* const words = new wxStaticText(window, wxID_ANY, ToLabel(text));
-  words->Wrap(window->FromDIP(kTextWidth));
+  auto* const words = new wxStaticText(window, wxID_ANY, {});
+  words->SetLabelText(InLines(text, *words, window->FromDIP(kTextWidth)));
   row->Add(words, wxSizerFlags(1).CentreVertical());
   auto* const ok = new wxButton(window, wxID_OK, Mnemonics().Label(LookUpText(47, u"Ok")));
   ok->Bind(wxEVT_BUTTON, [window](wxCommandEvent&) { window->Close(); });
@@ -69,7 +69,7 @@ void MessageWindows::Forget(const wxDialog* window) {
   std::erase_if(open, [window](const Shown& shown) { return shown.window == window; });
 }
 
-wxDialog* MakeEndWindow(wxWindow* parent, const KorText& caption,
+wxDialog* MakeEndWindow(wxWindow* parent, const KorText& caption, const KorText& text,
                         const std::vector<EndChoice>& choices) {
   auto* const window = new wxDialog(parent, wxID_ANY, ToWx(caption));
   auto* const row = new wxBoxSizer(wxHORIZONTAL);
@@ -78,9 +78,14 @@ wxDialog* MakeEndWindow(wxWindow* parent, const KorText& caption,
     auto* const button = new wxButton(window, wxID_ANY, mnemonics.Label(choice.label));
     SetSpokenName(button, choice.label);
     button->Bind(wxEVT_BUTTON, [action = choice.action](wxCommandEvent&) { action(); });
-    row->Add(button, wxSizerFlags().Border(wxALL, window->FromDIP(kGap)));
+    row->Add(button, wxSizerFlags().Border(wxRIGHT, window->FromDIP(kGap)));
   }
-  window->SetSizerAndFit(row);
+  auto* const words = new wxStaticText(window, wxID_ANY, {});
+  words->SetLabelText(InLines(text, *words, window->FromDIP(kTextWidth)));
+  auto* const column = new wxBoxSizer(wxVERTICAL);
+  column->Add(words, wxSizerFlags().Border(wxALL, window->FromDIP(kGap)));
+  column->Add(row, wxSizerFlags().Right().Border(wxLEFT | wxBOTTOM, window->FromDIP(kGap)));
+  window->SetSizerAndFit(column);
   window->Bind(wxEVT_CLOSE_WINDOW, [window](wxCloseEvent&) { window->Hide(); });
   return window;
 }

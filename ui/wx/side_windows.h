@@ -37,7 +37,7 @@ struct EndChoice {
 };
 
 // Made hidden; shown while the transfer runs. Closing it by its frame only hides it.
-wxDialog* MakeEndWindow(wxWindow* parent, const KorText& caption,
+wxDialog* MakeEndWindow(wxWindow* parent, const KorText& caption, const KorText& text,
                         const std::vector<EndChoice>& choices);
 
 // True for "Yes". Modal to the windows, not to the link; Enter and Escape mean "No".

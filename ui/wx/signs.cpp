@@ -20,11 +20,11 @@ struct SignColours {
   unsigned long light, dark; // 0xRRGGBB on a light and on a dark background
 };
 constexpr SignColours kColours[] = {
-    {Sign::Idle, 0x4a5568, 0xa8b3c4},       {Sign::Busy, 0x0b5cad, 0x6fb4ff},
-    {Sign::Done, 0x1b7a2f, 0x67cf7d},       {Sign::Failed, 0xb3141d, 0xff8080},
-    {Sign::NoLink, 0x9a4d00, 0xffb454},     {Sign::ActivityOff, 0x6b7280, 0x8f98a6},
-    {Sign::ActivityOn, 0x1b7a2f, 0x67cf7d}, {Sign::HoldOff, 0x6b7280, 0x8f98a6},
-    {Sign::HoldOn, 0xb3141d, 0xff8080},
+    {Sign::Idle, 0x4a5568, 0xa8b3c4},        {Sign::Busy, 0x0b5cad, 0x6fb4ff},
+    {Sign::Held, 0x9a4d00, 0xffb454},        {Sign::Done, 0x1b7a2f, 0x67cf7d},
+    {Sign::Failed, 0xb3141d, 0xff8080},      {Sign::NoLink, 0x9a4d00, 0xffb454},
+    {Sign::ActivityOff, 0x6b7280, 0x8f98a6}, {Sign::ActivityOn, 0x1b7a2f, 0x67cf7d},
+    {Sign::HoldOff, 0x6b7280, 0x8f98a6},     {Sign::HoldOn, 0xb3141d, 0xff8080},
 };
 
 using Path = wxGraphicsPath;
@@ -97,6 +97,7 @@ void Draw(wxGraphicsContext& on, Sign sign) {
       return path;
     }());
     break;
+  case Sign::Held:
   case Sign::HoldOn: // two bars: stopped
     Polygon(on, {{10, 6}, {42, 6}, {42, 94}, {10, 94}});
     Polygon(on, {{58, 6}, {90, 6}, {90, 94}, {58, 94}});

@@ -9,7 +9,18 @@
 
 namespace kor {
 
-enum class Sign { Idle, Busy, Done, Failed, NoLink, ActivityOff, ActivityOn, HoldOff, HoldOn };
+enum class Sign {
+  Idle,
+  Busy,
+  Held,
+  Done,
+  Failed,
+  NoLink,
+  ActivityOff,
+  ActivityOn,
+  HoldOff,
+  HoldOn
+};
 
 Sign SignOf(LinkActivity activity);
 Sign SignOf(Lamp lamp, bool on);

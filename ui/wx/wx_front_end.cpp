@@ -12,9 +12,16 @@ void WxFrontEnd::Attach(MainWindow& mainWindow, NCEApp& app) {
   window = &mainWindow;
   messages = std::make_unique<MessageWindows>(window);
   const EndChoice cancel{LookUpText(48, u"Cancel"), [&app] { app.CancelExchange(); }};
-  downloadEnd = MakeEndWindow(window, LookUpText(15317, u"Download End"), {cancel});
+  downloadEnd = MakeEndWindow(
+      window, LookUpText(15317, u"Download End"),
+      LookUpText(
+          15585,
+          u"The program goes out when the machine asks for it. This window closes at the end."),
+      {cancel});
   uploadEnd =
       MakeEndWindow(window, LookUpText(15318, u"Upload End"),
+                    LookUpText(15586, u"Start sending at the machine. \"Complete\" keeps what has "
+                                      u"arrived; \"Cancel\" keeps nothing."),
                     {{LookUpText(15319, u"Complete"), [&app] { app.CompleteUpload(); }}, cancel});
 }
 

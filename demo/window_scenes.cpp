@@ -1,0 +1,240 @@
+#include "demo/window_scenes.h"
+
+#include <algorithm>
+
+#include <wx/app.h>
+#include <wx/dialog.h>
+#include <wx/utils.h>
+
+#include "services/core/text_lookup.h"
+#include "services/dictionary/dictionary.h"
+#include "ui/wx/form_window.h"
+#include "ui/wx/side_windows.h"
+
+namespace kor::demo {
+
+namespace {
+
+constexpr const char16_t* kLanguages[] = {u"en-GB", u"cs-CZ", u"de-DE", u"es-ES",
+                                          u"fr-FR", u"it-IT", u"ja-JP", u"nl-NL",
+                                          u"pl-PL", u"pt-PT", u"tr-TR", u"zh-CN"};
+constexpr char16_t kFolder[] = u"/srv/nc/cnc/";
+constexpr char16_t kProgram[] = u"/srv/nc/cnc/0000123.MPG";
+constexpr std::int64_t kSize = 100'000;
+constexpr int kSmallWidth = 340, kSmallHeight = 200;
+
+StatusView ViewOf(LinkStatus code, std::int64_t bytes, std::int64_t size) {
+  StatusFacts facts;
+  facts.fileName = kProgram;
+  facts.count = bytes;
+  facts.total = size;
+  StatusView view;
+  view.code = code;
+  view.line = StatusText(code, facts, {});
+  view.activity = ActivityOf(code);
+  view.headline = StatusHeadline(code, facts.fileName, view.line);
+  view.fileName = facts.fileName;
+  view.bytes = view.count = bytes;
+  view.size = view.range = size;
+  view.lamps[kLampReceive] = view.lamps[kLampWrite] = IsTransfer(code);
+  return view;
+}
+
+} // namespace
+
+// With settings as a workshop has them, and no line.
+class WindowScenes::SceneApp : public NCEApp {
+ public:
+  explicit SceneApp(const EngineServices& lent) : NCEApp(lent, {}) {
+    windowSettings.baudrate = u"9600";
+    windowSettings.uploadPath = windowSettings.downloadPath = kFolder;
+    windowSettings.fileExtension = u"MPG";
+    windowSettings.logFile = u"/srv/nc/jobs.log";
+    windowSettings.writeLog = 1;
+  }
+};
+
+WindowScenes::WindowScenes(const KorText& dictionary, int settle)
+    : dictionaryFile(dictionary), settleTime(settle) {}
+
+WindowScenes::~WindowScenes() = default;
+
+std::span<const char16_t* const> WindowScenes::Languages() {
+  return kLanguages;
+}
+
+bool WindowScenes::Play(const KorText& language, const Look& look) {
+  system.SetUserLanguage(language);
+  if (!LoadProgramDictionary(dictionaryFile)) return false;
+  looking = &look;
+  Open();
+  PlayStates();
+  PlayMonitor();
+  PlayForms();
+  PlayMessages();
+  Close();
+  return true;
+}
+
+void WindowScenes::Open() {
+  system.SetUtc(
+      SystemTime{.year = 2026, .month = 3, .day = 12, .hour = 13, .minute = 5, .second = 9});
+  EngineServices services;
+  services.window = &frontEnd;
+  services.startWorker = false;
+  services.probePort = [](const KorText& name) { return name < u"COM4"; };
+  app = std::make_unique<SceneApp>(services);
+  window = new MainWindow(*app, app->ModelName());
+  frontEnd.Attach(*window, *app);
+  window->SetTitle("NCE");
+  window->SetLinkAdvice([] {
+    return KorText::Format(
+        LookUpText(15554, u"Looking for %s. Devices here: %s. It is tried again every second."),
+        u"/dev/ttyUSB0", u"/dev/ttyS0, /dev/ttyS1");
+  });
+  window->Recall();
+  window->ShowSettings();
+  window->Show();
+  Settle();
+}
+
+void WindowScenes::Close() {
+  frontEnd.Detach();
+  window->Destroy();
+  Settle();
+  app.reset();
+}
+
+void WindowScenes::Settle() const {
+  const wxMilliClock_t until = wxGetLocalTimeMillis() + settleTime;
+  do {
+    wxTheApp->Yield(true);
+    wxTheApp->ProcessIdle();
+    wxMilliSleep(2);
+  } while (wxGetLocalTimeMillis() < until);
+}
+
+// The window manager and the window answer each other several times.
+void WindowScenes::SettleSize() const {
+  for (int round = 0; round < 8; ++round)
+    Settle();
+}
+
+void WindowScenes::LookAt(wxTopLevelWindow& shown, std::string_view name) const {
+  Settle();
+  (*looking)(shown, name);
+}
+
+void WindowScenes::LookAtModal(std::string_view name, const std::function<void()>& run) {
+  window->CallAfter([this, name] {
+    for (wxWindow* const top : wxTopLevelWindows)
+      if (auto* const dialog = dynamic_cast<wxDialog*>(top); dialog && dialog->IsModal())
+        LookAt(*dialog, name);
+    CloseModalWindows();
+  });
+  run();
+}
+
+void WindowScenes::ShowState(LinkStatus code, std::int64_t bytes, std::int64_t size) {
+  window->ShowStatus(ViewOf(code, bytes, size));
+}
+
+// --- Scenes --------------------------------------------------------------------------------------------
+
+void WindowScenes::PlayStates() {
+  using enum LinkStatus;
+  ShowState(Waiting);
+  LookAt(*window, "idle");
+  for (int second = 0; second < 10; ++second, system.Advance(1))
+    ShowState(Downloading, 960 * second, kSize);
+  LookAt(*window, "sending");
+  StatusView held = ViewOf(Downloading, 960 * 9, kSize);
+  held.lamps = {};
+  held.lamps[kLampXoffHold] = true;
+  system.Advance(3);
+  window->ShowStatus(held);
+  LookAt(*window, "held");
+  for (const auto& [code, bytes] :
+       {std::pair{UploadCompleted, 20'862}, {DownloadErrors, 0}, {DownloadCompleted, 100'000}}) {
+    window->AddJob({code, ViewOf(code, bytes, bytes).line, kProgram, App().LocalTime()});
+    system.Advance(100);
+  }
+  ShowState(DownloadCompleted, kSize, kSize);
+  LookAt(*window, "done");
+  for (int second = 0; second < 3; ++second, system.Advance(1))
+    ShowState(Uploading, 960 * second, 0);
+  LookAt(*window, "receiving");
+  ShowState(DownloadCantOpen);
+  LookAt(*window, "failed");
+  ShowState(NoLink);
+  LookAt(*window, "no-link");
+  ShowState(Downloading, kSize / 3, kSize);
+  const wxSize usual = window->GetSize();
+  window->SetSize(kSmallWidth, kSmallHeight);
+  SettleSize();
+  LookAt(*window, "small");
+  window->SetSize(usual);
+  ShowState(Waiting);
+}
+
+void WindowScenes::PlayMonitor() {
+  auto* const fold = window->FindWindow(15207);
+  wxCommandEvent click(wxEVT_CHECKBOX, fold->GetId());
+  click.SetInt(1);
+  fold->ProcessWindowEvent(click);
+  for (int line = 1; line < 5; ++line)
+    window->Monitor().Append(KorText::Format(
+        u"RX >[0d]\nTX 2AN%i0 G01 X%i.250 Y13.000!N%i5 G01 X7.000!5C[0d]\n", line, line * 3, line));
+  SettleSize();
+  LookAt(*window, "monitor");
+  window->Monitor().FindNext("g01");
+  window->Monitor().Text().SetFocus();
+  LookAt(*window, "monitor-find");
+  click.SetInt(0);
+  fold->ProcessWindowEvent(click);
+}
+
+void WindowScenes::PlayForms() {
+  FormDescription settings = app->SettingsForm(), refused = settings, special = app->SpecialForm();
+  const auto look = [this](FormDescription& form, std::string_view name) {
+    LookAtModal(name, [&] { FormWindow(window, form).Run(); });
+  };
+  look(settings, "settings");
+  refused.check = [](FormDescription& form) {
+    form.obstacle = KorText::Format(
+        LookUpText(15440, u"End the running transfer first (\"cancel\") or wait for its end: %s"),
+        ViewOf(LinkStatus::Downloading, 960, kSize).line);
+  };
+  look(refused, "settings-refused");
+  look(special, "special");
+}
+
+void WindowScenes::PlayMessages() {
+  const auto newest = [this](std::string_view name) {
+    auto* const shown = dynamic_cast<wxTopLevelWindow*>(wxTopLevelWindows.GetLast()->GetData());
+    LookAt(*shown, name);
+    shown->Close();
+    Settle();
+  };
+  for (const auto& [which, name] :
+       {std::pair{EndDialog::Download, "download-end"}, {EndDialog::Upload, "upload-end"}}) {
+    frontEnd.ShowEndDialog(which, true);
+    for (wxWindow* const top : wxTopLevelWindows)
+      if (top->IsShown() && top != window) LookAt(*static_cast<wxTopLevelWindow*>(top), name);
+    frontEnd.ShowEndDialog(which, false);
+  }
+  frontEnd.ShowMessage(LookUpText(15328, u"Log"),
+                       KorText::Format(u"%s\n%s", u"COM1", u"/srv/nc/jobs.log"),
+                       MessageStyle::Information);
+  newest("message");
+  frontEnd.ShowMessage(
+      LookUpText(15101, u"Download Settings"),
+      KorText::Format(
+          LookUpText(15440, u"End the running transfer first (\"cancel\") or wait for its end: %s"),
+          ViewOf(LinkStatus::Downloading, 960, kSize).line),
+      MessageStyle::Exclamation);
+  newest("warning");
+  LookAtModal("question", [this] { Ask(window, LookUpText(15557, u"End the running transfer?")); });
+}
+
+} // namespace kor::demo

@@ -1,0 +1,55 @@
+// WindowScenes: every window of the program in every state worth looking at, on fakes of the system, so
+// that it looks the same each time. For the pictures, and for what is measured on all windows. Window's
+// thread.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <span>
+#include <string_view>
+
+#include "app/nce_app.h"
+#include "tests/support/test_app.h"
+#include "ui/wx/wx_front_end.h"
+
+namespace kor::demo {
+
+class WindowScenes {
+ public:
+  // Called with each window while it stands as it is to be seen, and the scene's name.
+  using Look = std::function<void(wxTopLevelWindow& window, std::string_view name)>;
+
+  // dictionary: path of the file that holds the texts. settle: milliseconds that the desktop is given
+  // to show what has changed.
+  WindowScenes(const KorText& dictionary, int settle);
+  ~WindowScenes();
+
+  static std::span<const char16_t* const> Languages(); // codes such as "de-DE"
+  // All scenes in one of them, each looked at. False when the texts can't be loaded.
+  bool Play(const KorText& language, const Look& look);
+
+ private:
+  class SceneApp;
+
+  void Open();
+  void Close();
+  void Settle() const;
+  void SettleSize() const;
+  void LookAt(wxTopLevelWindow& shown, std::string_view name) const;
+  void LookAtModal(std::string_view name, const std::function<void()>& run);
+  void ShowState(LinkStatus code, std::int64_t bytes = 0, std::int64_t size = 0);
+  void PlayStates();
+  void PlayMonitor();
+  void PlayForms();
+  void PlayMessages();
+
+  TestApp system;
+  const KorText dictionaryFile;
+  const int settleTime;
+  WxFrontEnd frontEnd;
+  std::unique_ptr<SceneApp> app;
+  MainWindow* window = nullptr; // the toolkit's to destroy
+  const Look* looking = nullptr;
+};
+
+} // namespace kor::demo

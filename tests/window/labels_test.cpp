@@ -1,0 +1,71 @@
+// Whether what every window says has the room that it needs, in all languages. CTest runs it at several
+// scalings, which the toolkit takes from the environment.
+#include <gtest/gtest.h>
+
+#include <wx/app.h>
+#include <wx/button.h>
+#include <wx/checkbox.h>
+#include <wx/choice.h>
+#include <wx/stattext.h>
+
+#include "demo/window_scenes.h"
+
+namespace kor {
+namespace {
+
+constexpr int kSettle = 15; // milliseconds
+
+bool HasWords(const wxWindow* control) {
+  return dynamic_cast<const wxStaticText*>(control) || dynamic_cast<const wxAnyButton*>(control) ||
+         dynamic_cast<const wxCheckBox*>(control) || dynamic_cast<const wxChoice*>(control);
+}
+
+wxSize NeededBy(const wxWindow& control) {
+  // What may be shortened says that it needs nothing.
+  if (control.HasFlag(wxST_ELLIPSIZE_END)) return control.GetTextExtent(control.GetLabel());
+  return control.GetBestSize();
+}
+
+void ExpectNothingClipped(const wxWindow& parent, const std::string& where) {
+  const wxSize room = parent.GetClientSize();
+  for (const wxWindow* const child : parent.GetChildren()) {
+    if (!child->IsShown() || child->IsTopLevel()) continue;
+    const std::string what = where + ": " + child->GetLabel().ToStdString(wxConvUTF8);
+    const wxRect place = child->GetRect();
+    EXPECT_LE(place.GetRight(), room.x) << what << " leaves its parent";
+    EXPECT_LE(place.GetBottom(), room.y) << what << " leaves its parent";
+    if (HasWords(child)) {
+      EXPECT_GE(place.width, NeededBy(*child).x) << what;
+      EXPECT_GE(place.height, NeededBy(*child).y) << what;
+    }
+    ExpectNothingClipped(*child, where);
+  }
+}
+
+TEST(Labels, HaveTheirRoomInAllLanguages) {
+  demo::WindowScenes scenes(u"" NCEDL_DICTIONARY, kSettle);
+  for (const char16_t* const language : demo::WindowScenes::Languages()) {
+    const std::string code = KorText(language).ToUtf8();
+    EXPECT_TRUE(scenes.Play(language, [&](const wxTopLevelWindow& window, std::string_view name) {
+      ExpectNothingClipped(window, code + " " + std::string(name));
+    }));
+  }
+}
+
+class TestProgram : public wxApp {
+ public:
+  bool OnInit() override { return true; }
+  int OnRun() override {
+    SetExitOnFrameDelete(false);
+    return RUN_ALL_TESTS();
+  }
+};
+
+} // namespace
+} // namespace kor
+
+int main(int argc, char** argv) {
+  ::testing::InitGoogleTest(&argc, argv);
+  wxApp::SetInstance(new kor::TestProgram);
+  return wxEntry(argc, argv);
+}

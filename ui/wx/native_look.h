@@ -1,0 +1,15 @@
+// What of a native control's look the toolkit has no operation for. One source file per toolkit. Window's
+// thread.
+#pragma once
+
+#include <wx/gauge.h>
+#include <wx/textctrl.h>
+
+namespace kor {
+
+// The bar has that height, in device-independent pixels, whatever the theme's has.
+void SetBarHeight(wxGauge* gauge, int height);
+// Shows what lies behind the text: it reads like a label, and can be selected and copied.
+void BlendIn(wxTextCtrl* text);
+
+} // namespace kor

@@ -1,0 +1,23 @@
+#include "ui/wx/native_look.h"
+
+#include <string>
+
+#include <gtk/gtk.h>
+
+namespace kor {
+
+void SetBarHeight(wxGauge* gauge, int height) {
+  const std::string style = "progress, trough { min-height: " + std::to_string(height) + "px; }";
+  GtkCssProvider* const provider = gtk_css_provider_new();
+  gtk_css_provider_load_from_data(provider, style.c_str(), -1, nullptr);
+  gtk_style_context_add_provider(
+      gtk_widget_get_style_context(static_cast<GtkWidget*>(gauge->GetHandle())),
+      GTK_STYLE_PROVIDER(provider), GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
+  g_object_unref(provider);
+}
+
+void BlendIn(wxTextCtrl* text) {
+  text->SetBackgroundColour(wxTransparentColour);
+}
+
+} // namespace kor
