@@ -19,6 +19,7 @@ if(WIN32)
   # The installer is an NSIS script of its own: CPack's has one for everybody, which knows neither who it installs for
   # nor what has to outlive an upgrade.
   set(CPACK_NCEDL_SOURCE ${CMAKE_SOURCE_DIR})
+  set(CPACK_STRIP_FILES OFF) # would write the time into them; they are linked without symbols
   set(CPACK_GENERATOR External)
   set(CPACK_PACKAGE_FILE_NAME ncedl-${PROJECT_VERSION}-windows-x64)
   set(CPACK_EXTERNAL_ENABLE_STAGING ON)
