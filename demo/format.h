@@ -1,0 +1,17 @@
+// Format: printf's formats as texts, for what the demonstrations write. Any thread.
+#pragma once
+
+#include <array>
+#include <cstdio>
+#include <string>
+
+namespace kor::demo {
+
+// At most 255 characters.
+inline std::string Format(const char* format, auto... values) {
+  std::array<char, 256> text{};
+  std::snprintf(text.data(), text.size(), format, values...);
+  return text.data();
+}
+
+} // namespace kor::demo
