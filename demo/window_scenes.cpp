@@ -1,6 +1,7 @@
 #include "demo/window_scenes.h"
 
 #include <algorithm>
+#include <array>
 
 #include <wx/app.h>
 #include <wx/dialog.h>
@@ -154,10 +155,10 @@ void WindowScenes::PlayStates() {
   system.Advance(3);
   window->ShowStatus(held);
   LookAt(*window, "held");
-  for (const auto& [code, bytes] :
-       {std::pair{UploadCompleted, 20'862}, {DownloadErrors, 0}, {DownloadCompleted, 100'000}}) {
-    window->AddJob({code, ViewOf(code, bytes, bytes).line, kProgram, App().LocalTime()});
-    system.Advance(100);
+  for (int job = 0; job < 12; ++job, system.Advance(100)) {
+    const LinkStatus code =
+        std::array{DownloadCompleted, UploadCompleted, DownloadErrors}[job % 3U];
+    window->AddJob({code, ViewOf(code, 20'862 * job, 0).line, kProgram, App().LocalTime()});
   }
   ShowState(DownloadCompleted, kSize, kSize);
   LookAt(*window, "done");

@@ -47,7 +47,10 @@ TEST(Labels, HaveTheirRoomInAllLanguages) {
   for (const char16_t* const language : demo::WindowScenes::Languages()) {
     const std::string code = KorText(language).ToUtf8();
     EXPECT_TRUE(scenes.Play(language, [&](const wxTopLevelWindow& window, std::string_view name) {
-      ExpectNothingClipped(window, code + " " + std::string(name));
+      const std::string where = code + " " + std::string(name);
+      ExpectNothingClipped(window, where);
+      const wxWindow* const send = window.FindWindow(15210);
+      EXPECT_TRUE(!send || send->IsShownOnScreen() || name == "small") << where;
     }));
   }
 }

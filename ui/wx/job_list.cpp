@@ -9,6 +9,9 @@ namespace kor {
 
 namespace {
 
+constexpr int kLeastColumns = 30;
+constexpr int kLeastLines = 5;
+
 // "✓  13:05:12   0000123.MPG   Download Completed - 500 bytes"
 KorText JobText(const EndedJob& job) {
   const StatusWords apart = TakeApart(job.line, job.fileName);
@@ -26,6 +29,8 @@ bool SameDay(const SystemTime& a, const SystemTime& b) {
 JobList::JobList(wxWindow* parent)
     : wxListBox(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize, 0, nullptr, wxLB_SINGLE) {
   SetSpokenName(this, LookUpText(15566, u"Jobs today"));
+  // Without it the list wants more room with each job.
+  SetMinSize({GetCharWidth() * kLeastColumns, GetCharHeight() * kLeastLines});
 }
 
 void JobList::Add(const EndedJob& job) {
