@@ -24,12 +24,11 @@ class ProgramPathsTest : public ::testing::Test {
 };
 
 TEST_F(ProgramPathsTest, CompletesNormalisesAndResolvesFolders) {
-  struct Case {
+  const struct {
     const char16_t* lines;
     int kind;
     KorText folder;
-  };
-  const Case kCases[] = {
+  } kCases[] = {
       {u"Main=D:\\kor", 3, u"D:/kor/"},
       {u"Main=/srv/kor", 8, u"/srv/kor/cnc/"},
       {u"Main=/srv/kor/", 45, u"/srv/kor/cnc/"},
@@ -47,7 +46,7 @@ TEST_F(ProgramPathsTest, CompletesNormalisesAndResolvesFolders) {
       {u"Main=/srv", 47, u""},
       {u"Main=/srv", -1, u""},
   };
-  for (const Case& test : kCases) {
+  for (const auto& test : kCases) {
     PutPaths(test.lines);
     ASSERT_TRUE(paths.Load());
     EXPECT_EQ(paths.GetFolder(test.kind), test.folder) << KorText(test.lines).ToBytes();

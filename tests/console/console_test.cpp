@@ -1,8 +1,7 @@
 // The console front end on a scripted terminal.
 #include <gtest/gtest.h>
 
-#include "tests/support/fake_serial_port.h"
-#include "tests/support/test_app.h"
+#include "tests/support/nce_link.h"
 #include "ui/console/banner.h"
 #include "ui/console/column_width.h"
 #include "ui/console/commands.h"
@@ -64,18 +63,14 @@ class ConsoleTest : public ::testing::Test {
     const auto shared = std::make_shared<FakeTerminal>(false);
     FakeTerminal& terminal = *shared;
     terminal.input = input + "quit\n";
-    FakeSerialPort port;
     ConsoleFrontEnd console(shared);
-    EngineServices services;
-    services.port = &port;
+    EngineServices services = link.Services();
     services.window = &console;
-    services.cncFolder = app.Path(u"cnc/");
-    services.startWorker = false;
     NCEApp nce(services, u"");
     Commands commands(nce, console);
     nce.SetUpServices();
     nce.BuildWindow();
-    port.Deliver(fromController);
+    link.port.Deliver(fromController);
     console.Run(nce.Timers(), [&](const KorText& line) {
       commands.Run(line);
       nce.Poll();
@@ -86,7 +81,8 @@ class ConsoleTest : public ::testing::Test {
     return terminal.output;
   }
 
-  TestApp app;
+  NceLink link;
+  TestApp& app = link.app;
   std::string fromController;
   std::string errors;
 };
@@ -132,9 +128,17 @@ TEST_F(ConsoleTest, ASettingAnswersWhatIsNowSetOrWhatIsAccepted) {
   const std::string folder = app.Path(u"nc").ToUtf8();
   const std::pair<std::string, std::string> cases[] = {
       {"set parity even", "parity           Even\n"},
+      {"set flow-control Combined", "flow-control     Combined\n"},
+      {"set flow-control none at all", "flow-control can't be \"none at all\""},
+      {"set character-delay 999", "character-delay  999\n"},
+      {"set character-delay 1000", "character-delay can't be \"1000\"; accepted: 0 to 999"},
+      {"set transmit-delay -1", "transmit-delay can't be \"-1\"; accepted: 0 to 30"},
+      {"set transmit-delay 3 s", "transmit-delay can't be \"3 s\""},
       {"set send-sot ON", "send-sot         on\n"},
-      {"set sot-character si", "sot-character    US\n"},
+      {"set sot-character si", "sot-character    US\n"}, // intended
+      {"set sot-character XYZ", "sot-character can't be \"XYZ\""},
       {"set port com2", "port             COM2\n"},
+      {"set port /dev/ttyUSB0", "port             /dev/ttyUSB0\n"},
       {"set upload-path " + folder, "upload-path      " + folder + "/\n"},
       {"set log-file " + folder + "/j.log", "log-file         " + folder + "/j.log\n"},
       {"set rts off", "rts              off\n"},

@@ -49,11 +49,10 @@ TEST_F(DictionaryLookup, ReferencesReadTheDigitsAfterTheMark) {
 
 TEST_F(DictionaryLookup, ExpandReplacesWhatHasATextAndNothingElse) {
   ASSERT_TRUE(dictionary.Load(u"diction.ary", TextHolder::kSourceTexts, true));
-  struct Case {
+  const struct {
     const char16_t *before, *after;
     bool replaced;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {u"", u"", false},
       {u"plain", u"plain", false},
       {u"Press ^48 now", u"Press Cancel now", true},
@@ -64,7 +63,7 @@ TEST_F(DictionaryLookup, ExpandReplacesWhatHasATextAndNothingElse) {
       {u"^48x^99^", u"Cancelx^99^", true},
       {u"^0048", u"Cancel", true},
   };
-  for (const Case& test : cases) {
+  for (const auto& test : cases) {
     KorText text = test.before;
     EXPECT_EQ(dictionary.Expand(text), test.replaced) << KorText(test.before).ToUtf8();
     EXPECT_EQ(text, KorText(test.after));

@@ -82,11 +82,10 @@ TEST_F(ConsoleE2e, ServesAndTellsItsStatusWhenPiped) {
 // Whatever the line does, the program ends within a second by its own steps.
 TEST_F(ConsoleE2e, EndsWithinASecondInEveryStateByEveryWay) {
   support::WriteWholeFile(folders.Download("0000123.MPG"), Program(40000));
-  struct State {
+  const struct {
     const char* name;
     std::function<void()> reach;
-  };
-  const State states[] = {
+  } states[] = {
       {"idle", [] {}},
       {"held by XOFF", [this] { line->Send(std::string(kXoff) + "XYZ\rDH\r"); }},
       {"in mid-download", [this] { BeginDownload("0000123"); }},
@@ -99,7 +98,7 @@ TEST_F(ConsoleE2e, EndsWithinASecondInEveryStateByEveryWay) {
       {"SIGINT", [this] { host->Signal(SIGINT); }},
       {"SIGTERM", [this] { host->Signal(SIGTERM); }},
   };
-  for (const State& state : states) {
+  for (const auto& state : states) {
     for (const auto& [way, end] : ways) {
       SCOPED_TRACE(std::string(state.name) + ", " + way);
       StartServing();

@@ -130,18 +130,17 @@ TEST_F(IniFile, NewKeysAndSectionsComeOutInOrderOfRegistration) {
 }
 
 TEST_F(IniFile, ABlockReplacesItsWholeSection) {
-  struct Case {
+  const struct {
     const char* before;
     std::vector<KorText> list;
     const char* after;
-  };
-  const Case kCases[] = {
+  } kCases[] = {
       {"; top\n[T]\n", {u"a", u"b"}, "[S]\na\nb\n\n; top\n[T]\n"},
       {"[S]\n; c\nold\n\n[T]\nK=1\n", {u"a"}, "[S]\na\n\n[T]\nK=1\n"},
       {"[T]\n[S]\nold\n\n", {u"a", u"", u"lost"}, "[T]\n[S]\na\n"},
       {"[S]\nold\n", {}, "[S]\n"},
   };
-  for (const Case& test : kCases) {
+  for (const auto& test : kCases) {
     app.Put(path, KorText::FromBytes(test.before));
     std::vector<KorText> list = test.list;
     iniFile file(path);
@@ -173,28 +172,22 @@ TEST_F(IniFile, AReadErrorGivesDefaults) {
 
 TEST_F(IniFile, AFailedSaveIsReportedAndLeavesTheOlderFile) {
   const std::string older = "[S]\nK=old\nJ=1\n";
-  struct Case {
-    const char* name;
-    std::function<void(TestApp&)> fault;
-  };
-  const Case kCases[] = {
-      {"refused", [](TestApp& to) { to.RefuseOpening(u"settings.ini", true); }},
-      {"disk full", [](TestApp& to) { to.LimitWrites(5); }},
-      {"no sync", [](TestApp& to) { to.FailSync(true); }},
-      {"no rename", [](TestApp& to) { to.FailRename(true); }},
-  };
-  for (const Case& test : kCases) {
+  const std::function<void()> faults[] = {[&] { app.RefuseOpening(u"settings.ini", true); },
+                                          [&] { app.LimitWrites(5); }, [&] { app.FailSync(true); },
+                                          [&] { app.FailRename(true); }};
+  for (const auto& fault : faults) {
+    SCOPED_TRACE(&fault - faults);
     app.Put(path, KorText::FromBytes(older));
     app.ForgetReports();
-    test.fault(app);
-    EXPECT_FALSE(Write(u"new")) << test.name;
-    EXPECT_TRUE(app.Messages().empty()) << test.name;
-    EXPECT_FALSE(Write(u"new", true)) << test.name;
+    fault();
+    EXPECT_FALSE(Write(u"new"));
+    EXPECT_TRUE(app.Messages().empty());
+    EXPECT_FALSE(Write(u"new", true));
     app.ClearFaults();
-    ASSERT_EQ(app.Messages().size(), 1u) << test.name;
+    ASSERT_EQ(app.Messages().size(), 1u);
     EXPECT_EQ(app.Messages()[0].level, MessageLevel::Warn);
     EXPECT_EQ(app.Messages()[0].info, path);
-    EXPECT_EQ(Bytes(), older) << test.name;
+    EXPECT_EQ(Bytes(), older);
   }
 }
 

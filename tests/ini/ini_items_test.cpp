@@ -8,81 +8,87 @@
 namespace kor {
 namespace {
 
-template <class Item> std::string Written(const Item& item) {
+std::string Written(const iniStruct& item) {
   return item.ValueText().ToBytes();
 }
 
-TEST(IniItems, Integers) {
-  struct Case {
-    const char16_t* text; // null: the key is missing
-    std::int32_t value;
-  };
-  constexpr Case kCases[] = {{nullptr, 7},
-                             {u"", 0},
-                             {u"5", 5},
-                             {u"-12", -12},
-                             {u"12ab", 12},
-                             {u"ab", 0},
-                             {u"99999999999", std::numeric_limits<std::int32_t>::max()}};
-  for (const Case& test : kCases) {
-    const KorText text = test.text;
-    std::int32_t value = 99;
-    std::uint32_t unsignedValue = 99;
-    iniInteger(u"S", u"K", &value, 7).SetFromText(test.text ? &text : nullptr);
-    iniInteger(u"S", u"K", &unsignedValue, 7u).SetFromText(test.text ? &text : nullptr);
-    EXPECT_EQ(value, test.value) << text.ToBytes();
-    EXPECT_EQ(static_cast<std::int32_t>(unsignedValue), test.value) << text.ToBytes();
+// What an item holds, written again, after each text was read; null: the key is missing.
+void ExpectReadAs(iniStruct& item,
+                  std::initializer_list<std::pair<const char16_t*, const char*>> cases) {
+  for (const auto& [text, held] : cases) {
+    const KorText given = text;
+    item.SetFromText(text ? &given : nullptr);
+    EXPECT_EQ(Written(item), held) << given.ToBytes();
   }
-  std::uint32_t highest = 0xFFFFFFFF;
-  EXPECT_EQ(Written(iniInteger(u"S", u"K", &highest)), "-1");
+}
+
+TEST(IniItems, ReadNumbersByTheirKind) {
+  std::int32_t value = 99;
+  std::uint32_t unsignedValue = 0, colour = 0, hex = 0;
+  iniInteger integer(u"S", u"K", &value, 7), wrapped(u"S", u"K", &unsignedValue, 7u);
+  for (iniInteger* item : {&integer, &wrapped})
+    ExpectReadAs(*item, {{nullptr, "7"},
+                         {u"", "0"},
+                         {u"5", "5"},
+                         {u"12ab", "12"},
+                         {u"ab", "0"},
+                         {u"99999999999", "2147483647"},
+                         {u"-12", "-12"}});
+  EXPECT_EQ(value, -12);
+  EXPECT_EQ(unsignedValue, 0xFFFFFFF4);
+
+  iniColor coloured(u"S", u"K", &colour, 0x010203);
+  ExpectReadAs(coloured, {{u"255  255\t255", "255 255 255"},
+                          {u"7", "7 0 0"},
+                          {u"red", "0 0 0"},
+                          {u"1 x 3", "1 0 0"},
+                          {u"256 -1 2", "0 255 2"},
+                          {nullptr, "3 2 1"},
+                          {u"1 2 3", "1 2 3"}});
+  EXPECT_EQ(colour, 0x030201u);
+
+  iniHex hexadecimal(u"S", u"K", &hex, 0xABC);
+  ExpectReadAs(hexadecimal, {{nullptr, "ABC"},
+                             {u"1F", "1F"},
+                             {u"1f", "1F"},
+                             {u"G", "10"}, // capitals go on behind F
+                             {u"1Z", "33"},
+                             {u"g", "0"},
+                             {u"", "0"},
+                             {u"12 34", "12"},
+                             {u"0x12", "0"},
+                             {u"00000000000000012", "1"}, // the 17th character isn't looked at
+                             {u"123456789", "23456789"}});
+  EXPECT_EQ(hex, 0x23456789u);
 }
 
 TEST(IniItems, RealsHaveOneToEightDecimals) {
-  struct Case {
-    double value;
-    const char* text;
-  };
-  constexpr Case kCases[] = {{0, "0.0"},
-                             {-0.0, "0.0"},
-                             {1.5, "1.5"},
-                             {-2, "-2.0"},
-                             {0.1 + 0.2, "0.3"},
-                             {1.234567894, "1.23456789"},
-                             {-1e-12, "0.0"},
-                             {1e20, "100000000000000000000.0"},
-                             {std::numeric_limits<double>::infinity(), "0.0"},
-                             {std::numeric_limits<double>::quiet_NaN(), "0.0"}};
-  for (const Case& test : kCases) {
-    double value = test.value;
-    EXPECT_EQ(Written(iniReal(u"S", u"K", &value)), test.text);
-  }
+  const std::pair<double, const char*> cases[] = {
+      {0, "0.0"},
+      {-0.0, "0.0"},
+      {-2, "-2.0"},
+      {0.1 + 0.2, "0.3"},
+      {1.234567894, "1.23456789"},
+      {-1e-12, "0.0"},
+      {1e20, "100000000000000000000.0"},
+      {std::numeric_limits<double>::infinity(), "0.0"},
+      {std::numeric_limits<double>::quiet_NaN(), "0.0"}};
   double value = 0;
   iniReal item(u"S", u"K", &value, 2.5);
-  const KorText text = u"3.25mm", comma = u"3,25";
-  item.SetFromText(&text);
-  EXPECT_EQ(value, 3.25);
-  item.SetFromText(&comma);
-  EXPECT_EQ(value, 3);
-  item.SetFromText(nullptr);
-  EXPECT_EQ(value, 2.5);
+  for (const auto& [number, text] : cases) {
+    value = number;
+    EXPECT_EQ(Written(item), text);
+  }
+  ExpectReadAs(item, {{u"3.25mm", "3.25"}, {u"3,25", "3.0"}, {nullptr, "2.5"}});
 }
 
 TEST(IniItems, OptionsAreKeptAsTheirIndex) {
   const std::vector<KorText> options = {u"Off", u"On", u"ON", u"Auto"};
   std::int32_t index = 0;
   iniStrOpt item(u"S", u"K", &index, options, 3);
-  struct Case {
-    const char16_t* text;
-    std::int32_t index;
-  };
-  for (const Case& test : {Case{u"OFF", 0}, Case{u"on", 2}, Case{u"none", 3}, Case{u"", 3}}) {
-    const KorText text = test.text;
-    item.SetFromText(&text);
-    EXPECT_EQ(index, test.index) << text.ToBytes();
-  }
-  item.SetFromText(nullptr);
+  ExpectReadAs(item, {{u"OFF", "Off"}, {u"none", "Auto"}, {u"on", "ON"}, {nullptr, "Auto"}});
   EXPECT_EQ(index, 3);
-  for (const auto& [stored, text] : {std::pair(0, "Off"), {3, "Auto"}, {4, ""}, {-1, ""}}) {
+  for (const auto& [stored, text] : {std::pair(0, "Off"), {4, ""}, {-1, ""}}) {
     index = stored;
     EXPECT_EQ(Written(item), text) << stored;
   }
@@ -90,60 +96,6 @@ TEST(IniItems, OptionsAreKeptAsTheirIndex) {
   wrongDefault.SetFromText(nullptr);
   EXPECT_EQ(index, 0);
   EXPECT_EQ(Written(empty), "");
-}
-
-TEST(IniItems, ColoursAreThreeNumbers) {
-  std::uint32_t colour = 0;
-  iniColor item(u"S", u"K", &colour, 0x010203);
-  struct Case {
-    const char16_t* text;
-    std::uint32_t colour;
-    const char* written;
-  };
-  constexpr Case kCases[] = {{u"1 2 3", 0x030201, "1 2 3"},
-                             {u"255  255\t255", 0xFFFFFF, "255 255 255"},
-                             {u"7", 7, "7 0 0"},
-                             {u"red", 0, "0 0 0"},
-                             {u"1 x 3", 1, "1 0 0"},
-                             {u"256 -1 2", 0x02FF00, "0 255 2"}};
-  for (const Case& test : kCases) {
-    const KorText text = test.text;
-    item.SetFromText(&text);
-    EXPECT_EQ(colour, test.colour) << text.ToBytes();
-    EXPECT_EQ(Written(item), test.written);
-  }
-  item.SetFromText(nullptr);
-  EXPECT_EQ(colour, 0x010203u);
-}
-
-TEST(IniItems, HexadecimalTakesCapitalsBeyondF) {
-  std::uint32_t value = 0;
-  iniHex item(u"S", u"K", &value, 0xABC);
-  struct Case {
-    const char16_t* text;
-    std::uint32_t value;
-    const char* written;
-  };
-  constexpr Case kCases[] = {
-      {u"1F", 0x1F, "1F"},
-      {u"1f", 0x1F, "1F"},
-      {u"G", 16, "10"},
-      {u"1Z", 0x10 | 35, "33"},
-      {u"g", 0, "0"},
-      {u"", 0, "0"},
-      {u"12 34", 0x12, "12"},
-      {u"0x12", 0, "0"},
-      {u"00000000000000012", 1, "1"}, // the 17th character isn't looked at
-      {u"123456789", 0x23456789, "23456789"},
-  };
-  for (const Case& test : kCases) {
-    const KorText text = test.text;
-    item.SetFromText(&text);
-    EXPECT_EQ(value, test.value) << text.ToBytes();
-    EXPECT_EQ(Written(item), test.written);
-  }
-  item.SetFromText(nullptr);
-  EXPECT_EQ(value, 0xABCu);
 }
 
 iniLines LinesOf(std::initializer_list<const char16_t*> texts) {

@@ -10,9 +10,9 @@
 namespace kor {
 namespace {
 
-std::string Joined(const std::vector<const KorText*>& lines) {
+std::string Joined(const iniLines& lines) {
   std::string text;
-  for (const KorText* line : lines)
+  for (const KorText* line : lines.All())
     text += line->ToBytes() + "|";
   return text;
 }
@@ -44,6 +44,21 @@ class FlatLines {
       if (lines[at].Left(length).EqualsNoCase(key)) break;
     }
     return at;
+  }
+  // The value of the key, or "none".
+  KorText Value(const KorText& section, const KorText& key) const {
+    const std::size_t header = Header(section);
+    if (header == lines.size()) return u"none";
+    const std::size_t at = KeyLine(header, key);
+    if (at == BodyEnd(header)) return u"none";
+    const std::size_t equals = lines[at].Find(u'=');
+    return equals == KorText::kNone ? KorText() : lines[at].Mid(equals + 1).Trimmed();
+  }
+  std::string Joined() const {
+    std::string text;
+    for (const KorText& line : lines)
+      text += line.ToBytes() + "|";
+    return text;
   }
   void Insert(std::size_t at, const KorText& line) {
     lines.insert(lines.begin() + static_cast<std::ptrdiff_t>(at), line);
@@ -109,16 +124,7 @@ TEST(IniLines, BehavesAsAFlatListSearchedFromTheTop) {
       KorText readBack = u"none";
       iniString read(section, key, &readBack, u"none");
       read.ReadFrom(lines);
-      const std::size_t header = flat.Header(section);
-      const std::size_t at = header == flat.lines.size() ? 0 : flat.KeyLine(header, key);
-      const bool missing = header == flat.lines.size() || at == flat.BodyEnd(header);
-      const std::size_t equals = missing ? 0 : flat.lines[at].Find(u'=');
-      const KorText expected = missing ? KorText(u"none")
-                               : equals == KorText::kNone
-                                   ? KorText()
-                                   : flat.lines[at].Mid(equals + 1).Trimmed();
-      ASSERT_EQ(readBack.ToBytes(), expected.ToBytes()) << "seed " << seed;
-
+      ASSERT_EQ(readBack.ToBytes(), flat.Value(section, key).ToBytes()) << "seed " << seed;
       if (texts.Number(3) == 0) {
         std::vector<KorText> block;
         for (std::size_t i = texts.Number(4); i > 0; --i)
@@ -130,10 +136,7 @@ TEST(IniLines, BehavesAsAFlatListSearchedFromTheTop) {
         flat.WriteKey(section, key, key + u"=" + value);
         iniString(section, key, &value).WriteTo(lines);
       }
-      std::vector<const KorText*> all;
-      for (const KorText& line : flat.lines)
-        all.push_back(&line);
-      ASSERT_EQ(Joined(lines.All()), Joined(all)) << "seed " << seed << " step " << step;
+      ASSERT_EQ(Joined(lines), flat.Joined()) << "seed " << seed << " step " << step;
     }
   }
 }

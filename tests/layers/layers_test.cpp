@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <optional>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -98,51 +98,28 @@ const Layer* LayerOf(std::string_view file) {
   return found;
 }
 
-struct Include {
-  std::string header;
-  bool isSystem = false;
-};
-
-std::optional<Include> ParseInclude(std::string_view line) {
-  const std::size_t hash = line.find_first_not_of(" \t");
-  if (hash == std::string_view::npos || line[hash] != '#') return std::nullopt;
-  const std::size_t word = line.find_first_not_of(" \t", hash + 1);
-  if (word == std::string_view::npos || !line.substr(word).starts_with("include"))
-    return std::nullopt;
-  const std::size_t open = line.find_first_of("<\"", word);
-  if (open == std::string_view::npos) return std::nullopt;
-  const bool isSystem = line[open] == '<';
-  const std::size_t close = line.find(isSystem ? '>' : '"', open + 1);
-  if (close == std::string_view::npos) return std::nullopt;
-  return Include{std::string(line.substr(open + 1, close - open - 1)), isSystem};
-}
-
-bool IsPlatformCondition(std::string_view line) {
-  const std::size_t hash = line.find_first_not_of(" \t");
-  if (hash == std::string_view::npos || line[hash] != '#') return false;
-  static constexpr std::string_view kMacros[] = {"_WIN32",    "_WIN64",  "__MINGW",
-                                                 "WIN32",     "__linux", "__unix",
-                                                 "__APPLE__", "_POSIX_", "_MSC_VER"};
-  return std::ranges::any_of(kMacros, [line](std::string_view macro) {
-    return line.find(macro) != std::string_view::npos;
-  });
+bool IsPlatformCondition(const std::string& line) {
+  static const std::regex condition(
+      R"(\s*#.*(_WIN32|_WIN64|__MINGW|WIN32|__linux|__unix|__APPLE__|_POSIX_|_MSC_VER).*)");
+  return std::regex_match(line, condition);
 }
 
 // What is wrong with one line of a file, or nothing.
-std::string Fault(std::string_view file, std::string_view line) {
+std::string Fault(std::string_view file, const std::string& line) {
   if (IsPlatformCondition(line) && !file.starts_with("platform/"))
     return "platform condition outside platform/";
-  const std::optional<Include> include = ParseInclude(line);
-  if (!include) return {};
+  static const std::regex include(R"(\s*#\s*include\s*([<"])([^>"]+).*)");
+  std::smatch found;
+  if (!std::regex_match(line, found, include)) return {};
+  const std::string header = found[2];
   for (const Reserved& reserved : ReservedHeaders())
-    if (include->header.starts_with(reserved.header) && !StartsWithAny(file, reserved.folders))
-      return include->header + " is not for this folder";
+    if (header.starts_with(reserved.header) && !StartsWithAny(file, reserved.folders))
+      return header + " is not for this folder";
   const Layer* layer = LayerOf(file);
   if (!layer) return "file in a folder without a layer";
-  if (!include->isSystem)
-    return StartsWithAny(include->header, layer->project) ? "" : include->header + " is above";
-  if (IsStandardHeader(include->header) || StartsWithAny(include->header, layer->system)) return {};
-  return "<" + include->header + "> is no header of the standard library";
+  if (found[1] == "\"") return StartsWithAny(header, layer->project) ? "" : header + " is above";
+  if (IsStandardHeader(header) || StartsWithAny(header, layer->system)) return {};
+  return "<" + header + "> is no header of the standard library";
 }
 
 std::vector<std::string> SourceFiles() {
@@ -186,11 +163,10 @@ TEST(Layers, EveryHeaderGuardsItselfWithPragmaOnce) {
 }
 
 TEST(Layers, TheRulesCatchWhatTheyAreFor) {
-  struct Case {
+  const struct {
     const char *file, *line;
     bool allowed;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"services/core/a.cpp", "#include <vector>", true},
       {"services/core/a.cpp", "#include \"files/simple_file.h\"", false},
       {"services/core/a.cpp", "#include <unistd.h>", false},
@@ -209,7 +185,7 @@ TEST(Layers, TheRulesCatchWhatTheyAreFor) {
       {"app/a.cpp", "#ifdef _WIN32", false},
       {"services/core/a.h", "#if defined(__clang__)", true},
   };
-  for (const Case& example : cases)
+  for (const auto& example : cases)
     EXPECT_EQ(Fault(example.file, example.line).empty(), example.allowed)
         << example.file << ": " << example.line;
 }

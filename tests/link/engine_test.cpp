@@ -12,8 +12,13 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
+KorText JobLogTo(const KorText& file) {
+  return u"[Log]\nlog file=" + file + u"\nwrite log=1\n";
+}
+
 class EngineTest : public ::testing::Test {
  protected:
+  void StartWithJobLog() { link.Start({}, {}, JobLogTo(jobs)); }
   void StartTrace() {
     ASSERT_TRUE(link.link->StartTrace(tracePath));
     header = link.app.Content(tracePath)->Length();
@@ -32,7 +37,8 @@ class EngineTest : public ::testing::Test {
   }
 
   NceLink link;
-  KorText tracePath = link.app.Path(u"trace.log");
+  const KorText jobs = link.app.Path(u"jobs.log");
+  const KorText tracePath = link.app.Path(u"trace.log");
   std::size_t header = 0;
 };
 
@@ -337,7 +343,7 @@ class Exchange {
  public:
   explicit Exchange(const Begun& begun) {
     link.PutProgram(u"1.MPG", KorText(150, u'o') + u"\nold\n");
-    link.Start({}, u"transmit delay=2\n", u"[Log]\nlog file=" + jobs + u"\nwrite log=1\n");
+    link.Start({}, u"transmit delay=2\n", JobLogTo(jobs));
     begun.begin(link);
     EXPECT_EQ(link.Code(), begun.code) << begun.what;
     link.form.statuses.clear();
@@ -574,8 +580,7 @@ TEST_F(EngineTest, AnOldValueThatNoListHoldsBlocksNoOtherSetting) {
 }
 
 TEST_F(EngineTest, AnOverrunIsShownAndLoggedBeforeTheNextReadClearsIt) {
-  const KorText jobs = link.app.Path(u"jobs.log");
-  link.Start({}, {}, u"[Log]\nlog file=" + jobs + u"\nwrite log=1\n");
+  StartWithJobLog();
   link.Ask("FH 1");
   link.Ask("TH 1");
   link.form.statuses.clear();
@@ -591,7 +596,6 @@ TEST_F(EngineTest, AnOverrunIsShownAndLoggedBeforeTheNextReadClearsIt) {
 }
 
 TEST_F(EngineTest, TheJobLogBringsTheJobsOfTheDayBack) {
-  const KorText jobs = link.app.Path(u"jobs.log");
   const SystemTime now = link.app.LocalTime();
   const auto line = [](const SystemTime& time, const KorText& text) {
     return KorText::Format(u"%8s %s %s %s\r\n", u"", App().FormatDate(time), App().FormatTime(time),
@@ -602,7 +606,7 @@ TEST_F(EngineTest, TheJobLogBringsTheJobsOfTheDayBack) {
   link.app.Put(jobs, line(earlier, u"Download Cancelled /cnc/1.MPG") + u"torn li\r\n" +
                          line(now, u"Download Completed /cnc/a - b.MPG - 42 bytes") +
                          line(now, u"Download Error(s) /cnc/Upload Cancelled.MPG") + u"  half");
-  link.Start({}, {}, u"[Log]\nlog file=" + jobs + u"\nwrite log=1\n");
+  StartWithJobLog();
   const std::vector<EndedJob> read = link.link->JobsOfToday();
   ASSERT_EQ(read.size(), 2U);
   EXPECT_EQ(read[0].code, LinkStatus::DownloadCompleted);
@@ -676,9 +680,8 @@ TEST_F(EngineTest, ARepeatedReplyIsTracedOnceAndRepeatedReceptionEachTime) {
 }
 
 TEST_F(EngineTest, WritesOneJobLinePerJob) {
-  const KorText jobs = link.app.Path(u"jobs.log");
   link.PutProgram(u"1.MPG", u"A\n");
-  link.Start({}, {}, u"[Log]\nlog file=" + jobs + u"\nwrite log=1\n");
+  StartWithJobLog();
   link.app.SetUtc(SystemTime{2026, 11, 21, 13, 5, 9, 0, 6});
   link.Ask("FH 9");
   link.Ask("FH 9"); // the same line again: one job-log line
@@ -705,7 +708,7 @@ TEST_F(EngineTest, WritesOneJobLinePerJob) {
 }
 
 TEST_F(EngineTest, AnUnwritableJobLogIsReportedOnce) {
-  link.Start({}, {}, u"[Log]\nlog file=" + link.app.Path(u"no/such/jobs.log") + u"\nwrite log=1\n");
+  link.Start({}, {}, JobLogTo(link.app.Path(u"no/such/jobs.log")));
   link.Ask("FH 8");
   link.Ask("FH 9");
   ASSERT_EQ(link.form.messages.size(), 1u);
@@ -716,7 +719,7 @@ TEST_F(EngineTest, AnUnwritableJobLogIsReportedOnce) {
 
 // As one in a folder of a server that is away may.
 TEST_F(EngineTest, AJobLogThatHangsHoldsTheWindowUpInNothing) {
-  link.Start({}, {}, u"[Log]\nlog file=" + link.app.Path(u"jobs.log") + u"\nwrite log=1\n");
+  StartWithJobLog();
   std::future<bool> window;
   bool answered = false;
   link.app.WhenOpening(u"jobs.log", [&] {
@@ -781,42 +784,6 @@ TEST_F(EngineTest, SendsSotBeforeADownload) {
 }
 
 // --- Settings --------------------------------------------------------------------------------------
-
-TEST_F(EngineTest, TheSettingsFormTakesListedValuesOnly) {
-  link.Start();
-  const KorText folder = link.app.Path(u"temp");
-  const struct {
-    const char16_t* key;
-    KorText value;
-    bool taken;
-  } cases[] = {
-      {u"baudrate", u"115200", true},
-      {u"baudrate", u"77", false},
-      {u"parity", u"even", true},
-      {u"flow-control", u"Combined", true},
-      {u"flow-control", u"none at all", false},
-      {u"character-delay", u"999", true},
-      {u"character-delay", u"1000", false},
-      {u"transmit-delay", u"30", true},
-      {u"transmit-delay", u"-1", false},
-      {u"transmit-delay", u"3 s", false},
-      {u"sot-character", u"SI", true},
-      {u"sot-character", u"XYZ", false},
-      {u"port", u"/dev/ttyUSB0", true},
-      {u"upload-path", folder, true},
-  };
-  for (const auto& c : cases) {
-    FormDescription form = link.link->SettingsForm();
-    form.Find(c.key)->value = c.value;
-    EXPECT_EQ(link.link->AcceptSettings(form).IsEmpty(), c.taken) << c.value.ToUtf8();
-  }
-  const LinkSettings& settings = link.link->Settings();
-  EXPECT_EQ(settings.parity, u"Even");
-  EXPECT_EQ(settings.sotCharacter, 31); // intended
-  EXPECT_EQ(settings.uploadPath, folder + u"/");
-  link.Run();
-  EXPECT_EQ(link.form.Title(), u"NCE /dev/ttyUSB0:115200,E,8,1,Combined");
-}
 
 TEST_F(EngineTest, OffersThePortsThatOpenAndTheCurrentOne) {
   const auto probe = [](const KorText& name) { return name == u"COM7"; };

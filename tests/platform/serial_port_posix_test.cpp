@@ -114,14 +114,13 @@ TEST_F(SerialPortPosixTest, CountsWhatHasArrived) {
 
 // A pseudo-terminal drops the data bits and PARENB; it keeps all the rest.
 TEST_F(SerialPortPosixTest, SettingsReachTheSystem) {
-  struct Case {
+  const struct {
     const char16_t* text;
     const char16_t* flow;
     std::uint32_t rate;
     tcflag_t flags; // of CSTOPB, PARODD, CMSPAR and CRTSCTS
     bool sendsXoff;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {u"baud=110 parity=N data=8 stop=1", u"None", 110, 0, false},
       {u"baud=150 parity=O data=7 stop=2", u"None", 150, PARODD | CSTOPB, false},
       {u"baud=300 parity=E data=7 stop=1.5", u"Xon/Xoff", 300, CSTOPB, true},
@@ -129,7 +128,7 @@ TEST_F(SerialPortPosixTest, SettingsReachTheSystem) {
       {u"baud=57600 parity=S data=8 stop=1", u"Combined", 57600, CMSPAR | CRTSCTS, true},
       {u"baud=115200 parity=N data=8 stop=1", u"Xon/Xoff", 115200, 0, true},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(KorText(c.text).ToUtf8());
     DeviceControlBlock block;
     ASSERT_TRUE(port.BuildControlBlock(c.text, block));

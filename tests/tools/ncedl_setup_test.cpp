@@ -119,12 +119,11 @@ TEST_F(NcedlSetup, SaysWhatIsInTheWay) {
   fs::create_directories(home / "taken");
   WriteWholeFile(home / "taken/cnc", "a file");
   WriteWholeFile(home / "file", "");
-  struct Case {
+  const struct {
     std::vector<std::string> arguments;
     int code;
     std::string says;
-  };
-  const Case kCases[] = {
+  } kCases[] = {
       {{}, 2, "nothing to do"},
       {{"--mian", "nc"}, 2, "there is no option --mian"},
       {{"--name", "x"}, 2, "belong to --main"},
@@ -141,7 +140,7 @@ TEST_F(NcedlSetup, SaysWhatIsInTheWay) {
       {{"--help"}, 0, "usage: ncedl-setup"},
       {{"--list"}, 0, "make one with ncedl-setup --main DIR"},
   };
-  for (const Case& test : kCases) {
+  for (const auto& test : kCases) {
     EXPECT_EQ(Run(test.arguments), test.code) << test.says;
     EXPECT_TRUE(Says(test.says)) << "instead of " << test.says << "\n" << output << diagnostics;
   }
