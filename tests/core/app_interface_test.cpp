@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <set>
-#include <thread>
 
 #include "tests/support/test_app.h"
+#include "tests/support/threads.h"
 
 namespace kor {
 namespace {
@@ -64,15 +64,10 @@ TEST_F(AppInterfaceTest, TheLogHasOneOwnerALimitAndOneOlderFile) {
 
 TEST_F(AppInterfaceTest, KeepsLogBlocksOfSeveralThreadsWhole) {
   ASSERT_TRUE(app.OpenLog(app.Path(u"app.log")));
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([&] {
-      for (int n = 0; n < 50; ++n)
-        app.Report({MessageLevel::Fatal, u"I", u"M", u"D", 3});
-    });
-  }
-  for (std::thread& thread : threads)
-    thread.join();
+  OnFourThreads([&](int) {
+    for (int n = 0; n < 50; ++n)
+      app.Report({MessageLevel::Fatal, u"I", u"M", u"D", 3});
+  });
   const KorText block = u"\n----------------\nMSG:FATAL: \"M\" (3)\n Info: \"I\"\nDetails:\nD"
                         u"\n----------------";
   EXPECT_EQ(app.Content(app.Path(u"app.log"))->ReplaceAll(block, u"x"), KorText(200, u'x'));
@@ -177,19 +172,14 @@ TEST_F(AppInterfaceTest, GivesEachCallerItsOwnTemporaryFile) {
   constexpr int kEach = 100;
   std::set<KorText> names;
   Mutex namesMutex;
-  std::vector<std::thread> threads;
   app.RemoveFolder(app.Path(u"temp")); // made again on first use
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([&] {
-      for (int n = 0; n < kEach; ++n) {
-        const KorText name = app.GetTemporaryFilename();
-        const Lock lock(namesMutex);
-        names.insert(name);
-      }
-    });
-  }
-  for (std::thread& thread : threads)
-    thread.join();
+  OnFourThreads([&](int) {
+    for (int n = 0; n < kEach; ++n) {
+      const KorText name = app.GetTemporaryFilename();
+      const Lock lock(namesMutex);
+      names.insert(name);
+    }
+  });
   EXPECT_EQ(names.size(), 4u * kEach);
   EXPECT_EQ(app.Names(app.Path(u"temp")).size(), 4u * kEach);
   const KorText start = app.Path(u"temp/KOR");

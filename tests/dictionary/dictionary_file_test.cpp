@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/dictionary/dictionary_samples.h"
+#include "tests/support/format_page.h"
 
 namespace kor {
 namespace {
@@ -25,23 +26,30 @@ class DictionaryFile : public ::testing::Test {
   TextHolder dictionary;
 };
 
+TEST_F(DictionaryFile, TheFormatPagesExampleIsWhatIsWrittenAndRead) {
+  dictionary.StartEditing(file);
+  dictionary.AddLanguage(SampleLanguage(u"de-DE", u"Deutsch", 1031));
+  TextEntry entry = SampleEntry(48, u"Cancel", {u"Abbrechen"});
+  entry.comment = u"Button.";
+  entry.importance = 3;
+  dictionary.AddEntry(entry);
+  ASSERT_TRUE(SaveAsDictionary(file, dictionary, false));
+  const std::vector<PageExample> examples = ReadExamples("dictionary.md", "dictionary");
+  ASSERT_EQ(examples.size(), 1u);
+  EXPECT_TRUE(app.Content(file) == KorText::FromBytes(PageBytes(examples[0])));
+  ASSERT_TRUE(dictionary.Load(file, 0, true));
+  EXPECT_EQ(dictionary.Text(48), u"Abbrechen");
+}
+
 TEST_F(DictionaryFile, EditingModeKeepsEverything) {
   TextHolder before;
   FillSample(before, file);
   ASSERT_TRUE(before.Save());
   ASSERT_TRUE(dictionary.Load(file, TextHolder::kEditing, true));
   EXPECT_TRUE(dictionary.IsEditing());
-  ASSERT_EQ(dictionary.Entries().size(), 4U);
-  for (std::size_t i = 0; i < 4; ++i) {
-    const TextEntry &a = before.Entries()[i], &b = dictionary.Entries()[i];
-    EXPECT_EQ(a.id, b.id);
-    EXPECT_EQ(a.phrase, b.phrase);
-    EXPECT_EQ(a.comment, b.comment);
-    EXPECT_EQ(a.textPosition, b.textPosition);
-    EXPECT_EQ(a.importance, b.importance);
-    EXPECT_EQ(a.translations, b.translations);
-    EXPECT_TRUE(a.created == b.created && a.modified == b.modified);
-  }
+  const KorText saved = *app.Content(file);
+  ASSERT_TRUE(dictionary.Save());
+  EXPECT_TRUE(app.Content(file) == saved);
   EXPECT_EQ(dictionary.Languages()[1].DisplayText(), u"Français (fr-FR - 1036:1252)");
   ASSERT_EQ(dictionary.Categories().size(), 1U);
   EXPECT_EQ(dictionary.Categories()[0].name, u"General");
@@ -138,33 +146,12 @@ TEST_F(DictionaryFile, AReadErrorIsNoDictionary) {
 }
 
 // What a program wrote whose entries end with the modification dates.
-class OlderEntry : public TextEntry {
- public:
-  void Transfer(DiskFile& stream) override {
-    stream.Transfer(phrase);
-    stream.Transfer(comment);
-    stream.Transfer(textPosition);
-    stream.SectionMark();
-    stream.Transfer(id);
-    stream.Transfer(categoryId);
-    stream.Transfer(created);
-    stream.Transfer(carried);
-    stream.SectionMark();
-    stream.Transfer(translations);
-    stream.Transfer(modified);
-    EndRecord(stream);
-  }
-};
-
 class OlderDictionary : public Storable {
  public:
   std::uint32_t ClassId() const override { return TextHolder::kClassId; }
   void Transfer(DiskFile& stream) override {
+    std::vector<Entry> entries(1);
     std::vector<KorText> names;
-    std::vector<OlderEntry> entries(1);
-    entries[0].id = 48;
-    entries[0].phrase = u"Cancel";
-    entries[0].carried = 77;
     std::vector<TextCatagory> categories;
     std::vector<TextLanguage> languages;
     stream.Transfer(names);
@@ -176,14 +163,32 @@ class OlderDictionary : public Storable {
     stream.Transfer(languages);
     EndRecord(stream);
   }
+
+ private:
+  struct Entry : Storable {
+    std::uint32_t ClassId() const override { return TextEntry().ClassId(); }
+    void Transfer(DiskFile& stream) override {
+      TextEntry entry = SampleEntry(48, u"Cancel", {});
+      entry.carried = 77;
+      stream.Transfer(entry.phrase);
+      stream.Transfer(entry.comment);
+      stream.Transfer(entry.textPosition);
+      stream.SectionMark();
+      stream.Transfer(entry.id);
+      stream.Transfer(entry.categoryId);
+      stream.Transfer(entry.created);
+      stream.Transfer(entry.carried);
+      stream.SectionMark();
+      stream.Transfer(entry.translations);
+      stream.Transfer(entry.modified);
+      EndRecord(stream);
+    }
+  };
 };
 
 TEST_F(DictionaryFile, EntriesWithoutAnImportanceKeepTheDefault) {
   OlderDictionary older;
-  RecordFileOptions options;
-  options.format.fileTypes = {TextHolder::kFileType};
-  options.compressed = true;
-  ASSERT_TRUE(SaveObject(file, older, options));
+  ASSERT_TRUE(SaveAsDictionary(file, older));
   ASSERT_TRUE(dictionary.Load(file, TextHolder::kEditing, true));
   ASSERT_EQ(dictionary.Entries().size(), 1U);
   EXPECT_EQ(dictionary.Entries()[0].importance, 0);

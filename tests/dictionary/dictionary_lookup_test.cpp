@@ -32,22 +32,20 @@ TEST_F(DictionaryLookup, BuiltInTextsAnswerByNumberOnlyAndGiveWayToTheDictionary
   EXPECT_EQ(dictionary.Text(1492), u"Continue");
 }
 
-TEST_F(DictionaryLookup, NumbersOutsideTheTableHaveNoText) {
+TEST_F(DictionaryLookup, NumbersAndReferencesOutsideTheTableHaveNoText) {
   ASSERT_TRUE(dictionary.Load(u"diction.ary", 0, true));
   EXPECT_EQ(dictionary.TableLength(), 325U);
   for (const std::int32_t id : {-2147483647 - 1, -1, 0, 8, 325, 2147483647})
     EXPECT_FALSE(dictionary.FindText(id)) << id;
-}
-
-TEST_F(DictionaryLookup, ReferencesReadTheDigitsAfterTheMark) {
-  ASSERT_TRUE(dictionary.Load(u"diction.ary", 0, true));
-  EXPECT_EQ(dictionary.TextRef(u"^48"), u"Abbrechen");
   EXPECT_EQ(dictionary.TextRef(u"^0048 more"), u"Abbrechen");
   for (const char16_t* none : {u"48", u"", u"^", u"^x48", u"^99999999999999999999", u"^4294967344"})
     EXPECT_FALSE(dictionary.FindTextRef(none)) << KorText(none).ToUtf8();
 }
 
 TEST_F(DictionaryLookup, ExpandReplacesWhatHasATextAndNothingElse) {
+  ASSERT_TRUE(dictionary.Load(u"diction.ary", TextHolder::kEditing, true));
+  dictionary.AddEntry(SampleEntry(1, u"see ^48", {})); // what stands in a text stays
+  ASSERT_TRUE(dictionary.Save());
   ASSERT_TRUE(dictionary.Load(u"diction.ary", TextHolder::kSourceTexts, true));
   const struct {
     const char16_t *before, *after;
@@ -58,6 +56,7 @@ TEST_F(DictionaryLookup, ExpandReplacesWhatHasATextAndNothingElse) {
       {u"Press ^48 now", u"Press Cancel now", true},
       {u"^48^324^48", u"CancelSorry!Cancel", true},
       {u"^49", u"^49", false},
+      {u"^1", u"see ^48", true},
       {u"^", u"^", false},
       {u"a ^ b ^^48", u"a ^ b ^Cancel", true},
       {u"^48x^99^", u"Cancelx^99^", true},
@@ -68,18 +67,6 @@ TEST_F(DictionaryLookup, ExpandReplacesWhatHasATextAndNothingElse) {
     EXPECT_EQ(dictionary.Expand(text), test.replaced) << KorText(test.before).ToUtf8();
     EXPECT_EQ(text, KorText(test.after));
   }
-}
-
-TEST_F(DictionaryLookup, ReplacedTextsAreNotSearchedAgain) {
-  TextHolder nested;
-  nested.StartEditing(app.Path(u"nested.ary"));
-  nested.AddEntry(SampleEntry(1, u"see ^2", {}));
-  nested.AddEntry(SampleEntry(2, u"two", {}));
-  ASSERT_TRUE(nested.Save());
-  ASSERT_TRUE(nested.Load(nested.Path(), TextHolder::kSourceTexts, true));
-  KorText text = u"^1";
-  EXPECT_TRUE(nested.Expand(text));
-  EXPECT_EQ(text, u"see ^2");
 }
 
 TEST_F(DictionaryLookup, TheSelectorPicksTheLanguage) {

@@ -43,13 +43,17 @@ inline void FillSample(TextHolder& dictionary, const KorText& path) {
       SampleEntry(7, u"Send %s & <wait>", {u"%s senden & <warten>", u"Envoyer %s"}));
 }
 
-inline bool SaveSample(const KorText& path, bool compressed = true) {
-  TextHolder dictionary;
-  FillSample(dictionary, path);
+inline bool SaveAsDictionary(const KorText& path, Storable& object, bool compressed = true) {
   RecordFileOptions options;
   options.format.fileTypes = {TextHolder::kFileType};
   options.compressed = compressed;
-  return SaveObject(path, dictionary, options);
+  return SaveObject(path, object, options);
+}
+
+inline bool SaveSample(const KorText& path, bool compressed = true) {
+  TextHolder dictionary;
+  FillSample(dictionary, path);
+  return SaveAsDictionary(path, dictionary, compressed);
 }
 
 // The file's bytes: the mark, then the text.

@@ -68,20 +68,6 @@ TEST_F(DictionarySave, OnlyWhatIsFullyLoadedIsSavedOrExported) {
   EXPECT_EQ(app.Content(file), older);
 }
 
-TEST_F(DictionarySave, AFullDiskLeavesTheOlderFile) {
-  app.SetAnswer(TextHolder::kAnswerContinue);
-  bool saved = false;
-  for (std::uint64_t room = 0; !saved; room += 97) {
-    app.LimitWrites(room);
-    saved = dictionary.Save();
-    app.ClearFaults();
-    EXPECT_EQ(PhraseOnDisk(), saved ? u"Give up" : u"Cancel") << room;
-    for (const KorText& name : app.Names(app.Path(u"dict/")))
-      EXPECT_TRUE(name == u"diction.ary" || name == u"diction.ary.bak") << name.ToUtf8();
-    ASSERT_LT(room, 100000U);
-  }
-}
-
 TEST_F(DictionarySave, ExportsXmlAsUtf16) {
   const KorText target = app.Path(u"dict/export.xml");
   dictionary.StartEditing(file);

@@ -9,10 +9,10 @@
 #include <filesystem>
 #include <map>
 #include <optional>
-#include <thread>
 
 #include "platform/posix/registry_file.h"
 #include "tests/support/test_app.h"
+#include "tests/support/threads.h"
 
 namespace kor {
 namespace {
@@ -269,15 +269,10 @@ TEST_F(RegistryFileTest, RefusesWhatIsTooLargeToBeOneAndSaysSoOnce) {
 }
 
 TEST_F(RegistryFileTest, LosesNothingToAnotherWriter) {
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([&, i] {
-      for (int n = 0; n < 10; ++n)
-        RegistryFile(app).WriteText(key, KorText::Format(u"%i.%i", i, n), u"x");
-    });
-  }
-  for (std::thread& thread : threads)
-    thread.join();
+  OnFourThreads([&](int i) {
+    for (int n = 0; n < 10; ++n)
+      RegistryFile(app).WriteText(key, KorText::Format(u"%i.%i", i, n), u"x");
+  });
   for (int n = 0; n < 40; ++n)
     EXPECT_EQ(RegistryFile(app).ReadText(key, KorText::Format(u"%i.%i", n / 10, n % 10)), u"x");
 }
