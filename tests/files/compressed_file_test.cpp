@@ -32,6 +32,12 @@ Bytes Framed(std::span<const std::uint8_t> piece) {
   return framed;
 }
 
+// A block with another number at an offset; a negative one counts from the end.
+Bytes WithNumber(Bytes block, std::ptrdiff_t at, std::uint32_t number) {
+  StoreLe32(at < 0 ? &*(block.end() + at) : block.data() + at, number);
+  return block;
+}
+
 Bytes Container(const char* year, const std::vector<Bytes>& parts) {
   Bytes file = BytesOf("KOR Compressed File \xA9 ");
   Append(file, AsBytes(year));
@@ -119,13 +125,11 @@ TEST_F(CompressedFileTest, TooBigBufferIsRefusedUnread) {
 }
 
 TEST_F(CompressedFileTest, LengthThatZlibCannotReachIsRefusedBeforeMemory) {
-  Bytes bomb = Piece(Bytes(1000, 'a'));
-  StoreLe32(bomb.data() + bomb.size() - 4, 0xFFFFFFFF);
+  const Bytes piece = Piece(Bytes(1000, 'a'));
   VoidBuffer output;
-  EXPECT_FALSE(VoidBuffer::Decompress(bomb, output));
+  EXPECT_FALSE(VoidBuffer::Decompress(WithNumber(piece, -4, 0xFFFFFFFF), output));
   EXPECT_EQ(output.Capacity(), 0u);
-  StoreLe32(bomb.data() + bomb.size() - 4, 999);
-  EXPECT_FALSE(VoidBuffer::Decompress(bomb, output));
+  EXPECT_FALSE(VoidBuffer::Decompress(WithNumber(piece, -4, 999), output));
 }
 
 // --- Files ---------------------------------------------------------------------------------------
@@ -194,43 +198,32 @@ TEST_F(CompressedFileTest, DamagedHeaders) {
 
 TEST_F(CompressedFileTest, DamagedBlocks) {
   const Bytes good = Framed(Piece(AsBytes("first block")));
-  const auto withLength = [&](std::uint32_t length) {
-    Bytes block = good;
-    StoreLe32(block.data(), length);
-    return block;
-  };
-  const auto withClaim = [&](std::uint32_t claim) {
-    Bytes block = good;
-    StoreLe32(block.data() + block.size() - 4, claim);
-    return block;
-  };
   Bytes chunked = good;
   Append(chunked, FromHex("02 00 00 00 00"));
-  struct {
+  const struct {
     const char* what;
     Bytes second;
     FileResult result;
-  } const cases[] = {
-      {"too long", withLength(0x2000001), FileResult::Corrupt},
-      {"longest, but not there", withLength(0x2000000), FileResult::SourceUnreadable},
-      {"no room for a trailer", withLength(4), FileResult::Corrupt},
-      {"ends inside", withLength(static_cast<std::uint32_t>(good.size() - 3)),
-       FileResult::SourceUnreadable},
+  } cases[] = {
+      {"too long", WithNumber(good, 0, 0x2000001), FileResult::Corrupt},
+      {"longest, but not there", WithNumber(good, 0, 0x2000000), FileResult::SourceUnreadable},
+      {"no room for a trailer", WithNumber(good, 0, 4), FileResult::Corrupt},
+      {"ends inside", Bytes(good.begin(), good.end() - 3), FileResult::SourceUnreadable},
       {"half a length", FromHex("10 00"), FileResult::SourceUnreadable},
-      {"claims 4 GiB", withClaim(0xFFFFFFFF), FileResult::Failure},
-      {"claims too little", withClaim(3), FileResult::Failure},
+      {"claims 4 GiB", WithNumber(good, -4, 0xFFFFFFFF), FileResult::Failure},
+      {"claims too little", WithNumber(good, -4, 3), FileResult::Failure},
       {"chunked in a block", Framed(chunked), FileResult::Failure},
   };
   for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
     ContainerFault fault;
     SimpleFile source;
     VoidBuffer output;
     source.OpenMemory(kFileRead, VoidBuffer(Container("2005", {good, c.second})));
-    EXPECT_EQ(DecompressFile(source, nullptr, &output, {.workers = 2, .fault = &fault}), c.result)
-        << c.what;
+    EXPECT_EQ(DecompressFile(source, nullptr, &output, {.workers = 2, .fault = &fault}), c.result);
     EXPECT_TRUE(output.IsEmpty());
-    EXPECT_EQ(fault.block, 1u) << c.what;
-    EXPECT_EQ(fault.offset, 26 + good.size()) << c.what;
+    EXPECT_EQ(fault.block, 1u);
+    EXPECT_EQ(fault.offset, 26 + good.size());
     EXPECT_FALSE(fault.reason.IsEmpty());
   }
 }

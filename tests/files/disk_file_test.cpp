@@ -154,48 +154,49 @@ TEST_F(DiskFileTest, HeadersFromBeforeAFieldExistedStillRead) {
   }
 }
 
+// What reading one of them leaves alone.
+std::uint32_t faultyNumber = 0;
+KorText faultyText;
+std::vector<std::uint64_t> faultyList;
+
+const Reader kReadNumber = Record(faultyNumber), kReadText = Record(faultyText),
+             kReadList = Record(faultyList);
+const Reader kCreate = [](DiskFile& file) { file.BeginRecord(0, true); };
+const Reader kReadNested = [](DiskFile& file) { file.BeginRecord(5), file.BeginRecord(6); };
+const Reader kReadMark = [](DiskFile& file) { file.BeginRecord(5), file.SectionMark(); };
+
+const struct {
+  const char* what;
+  Bytes body;
+  const Reader& reader;
+  std::uint32_t flags;
+} kFaults[] = {
+    {"another class", Dwords({6, 8, 4, 11}), kReadNumber, 1},
+    {"unregistered class", Dwords({6, 8, 4, 11}), kCreate, 1},
+    {"size B above size A", Dwords({5, 3, 4, 11}), kReadNumber, 64},
+    {"size B past the file", Dwords({5, 9, 5, 11}), kReadNumber, 64},
+    {"record past its enclosing one", Dwords({5, 16, 12, 6, 9, 5, 0, 0}), kReadNested, 64},
+    {"no section mark", Dwords({5, 8, 4, 11}), kReadMark, 64},
+    {"class number cut", {5, 0}, kReadNumber, 128},
+    {"size cut", Joined(Dwords({5}), {8, 0}), kReadNumber, 128},
+    {"text longer than its record", Dwords({5, 12, 8, 3, 0}), kReadText, 128},
+    {"text of 8 GiB", Dwords({5, 12, 8, 0xFFFFFFFF, 0}), kReadText, 128},
+    {"more elements than bytes", Dwords({5, 20, 16, 2, 0, 0, 0}), kReadList, 128},
+    {"size A behind the file", Dwords({5}), kReadNumber, 512},
+    {"size B behind the file", Dwords({5, 8}), kReadNumber, 512},
+};
+
 TEST_F(DiskFileTest, EachFaultSetsItsFlag) {
-  std::uint32_t number = 0;
-  KorText text = u"before";
-  std::vector<std::uint64_t> list{1};
-  const Reader readNumber = Record(number), readText = Record(text), readList = Record(list);
-  const Reader create = [](DiskFile& file) { file.BeginRecord(0, true); };
-  const Reader nested = [](DiskFile& file) {
-    file.BeginRecord(5);
-    file.BeginRecord(6);
-  };
-  const Reader marked = [](DiskFile& file) {
-    file.BeginRecord(5);
-    file.SectionMark();
-  };
-  const struct {
-    const char* what;
-    Bytes body;
-    Reader reader;
-    std::uint32_t flags;
-  } cases[] = {
-      {"another class", Dwords({6, 8, 4, 11}), readNumber, 1},
-      {"unregistered class", Dwords({6, 8, 4, 11}), create, 1},
-      {"size B above size A", Dwords({5, 3, 4, 11}), readNumber, 64},
-      {"size B past the file", Dwords({5, 9, 5, 11}), readNumber, 64},
-      {"record past its enclosing one", Dwords({5, 16, 12, 6, 9, 5, 0, 0}), nested, 64},
-      {"no section mark", Dwords({5, 8, 4, 11}), marked, 64},
-      {"class number cut", {5, 0}, readNumber, 128},
-      {"size cut", Joined(Dwords({5}), {8, 0}), readNumber, 128},
-      {"text longer than its record", Dwords({5, 12, 8, 3, 0}), readText, 128},
-      {"text of 8 GiB", Dwords({5, 12, 8, 0xFFFFFFFF, 0}), readText, 128},
-      {"more elements than bytes", Dwords({5, 20, 16, 2, 0, 0, 0}), readList, 128},
-      {"size A behind the file", Dwords({5}), readNumber, 512},
-      {"size B behind the file", Dwords({5, 8}), readNumber, 512},
-  };
-  for (const auto& c : cases) {
+  faultyNumber = 0;
+  faultyText = u"before";
+  faultyList = {1};
+  for (const auto& c : kFaults) {
     SCOPED_TRACE(c.what);
     EXPECT_EQ(ReadRecords(Joined(kHeader, c.body), kNarrow, c.reader), c.flags);
-    EXPECT_EQ(number, 0U);
-    EXPECT_EQ(text, u"before");
-    EXPECT_EQ(list.size(), 1U);
+    EXPECT_EQ(faultyNumber, 0U);
+    EXPECT_EQ(faultyText, u"before");
+    EXPECT_EQ(faultyList.size(), 1U);
   }
-
   DiskFile writing;
   writing.OpenMemory(kFileWrite);
   EXPECT_FALSE(writing.BeginRecord(5, true));

@@ -1,6 +1,6 @@
 // Damage done to record files byte by byte: reading ends in an error or in valid objects, without
 // taking more memory than the file justifies. And what the class registry and the inspector say.
-#include <cstring>
+#include <string>
 
 #include "tests/files/allocation_watch.h"
 #include "tests/files/file_test_support.h"
@@ -71,6 +71,40 @@ TEST_F(RecordDamageTest, EveryChangedByteIsSurvived) {
   }
 }
 
+constexpr const char16_t* kTree = uR"(type 77
+sizes 64-bit, two per record
+revision 2
+record 100200303 SampleRobot at 16, 24 bytes
+  arms = 2
+record 100200302 SampleMachine at 40, 317 bytes
+  name = Plasma é中
+  number = 3735928559
+  offset = -5
+  state = 1
+  running = 1
+  position = -300
+  travelled = -5000000000
+  speed = 1.5
+  codes = 3 elements: 1, 500, 65535
+  jobs = 3 elements: , 123, a longer job name
+  tools = 1 elements
+  parts = 0 elements
+  left = new
+  right = shared
+  record 100200301 SampleTool at 179, 46 bytes
+    name = drill
+    length = 12.25
+    bought = 2024-02-29
+  record 100200301 SampleTool at 229, 46 bytes
+    name = punch
+    length = 1
+    bought = none
+  record 100200301 SampleTool at 295, 46 bytes
+    name = torch
+    length = 4
+    bought = none
+)";
+
 TEST_F(RecordDamageTest, TheInspectorShowsTheTreeAndItsMembers) {
   SampleRobot robot;
   FillSample(robot);
@@ -85,53 +119,24 @@ TEST_F(RecordDamageTest, TheInspectorShowsTheTreeAndItsMembers) {
   KorText all;
   for (const KorText& line : RenderRecordFile(found))
     all += line + u"\n";
-  EXPECT_EQ(all, u"type 77\n"
-                 u"sizes 64-bit, two per record\n"
-                 u"revision 2\n"
-                 u"record 100200303 SampleRobot at 16, 24 bytes\n"
-                 u"  arms = 2\n"
-                 u"record 100200302 SampleMachine at 40, 317 bytes\n"
-                 u"  name = Plasma \u00e9\u4e2d\n"
-                 u"  number = 3735928559\n"
-                 u"  offset = -5\n"
-                 u"  state = 1\n"
-                 u"  running = 1\n"
-                 u"  position = -300\n"
-                 u"  travelled = -5000000000\n"
-                 u"  speed = 1.5\n"
-                 u"  codes = 3 elements: 1, 500, 65535\n"
-                 u"  jobs = 3 elements: , 123, a longer job name\n"
-                 u"  tools = 1 elements\n"
-                 u"  parts = 0 elements\n"
-                 u"  left = new\n"
-                 u"  right = shared\n"
-                 u"  record 100200301 SampleTool at 179, 46 bytes\n"
-                 u"    name = drill\n"
-                 u"    length = 12.25\n"
-                 u"    bought = 2024-02-29\n"
-                 u"  record 100200301 SampleTool at 229, 46 bytes\n"
-                 u"    name = punch\n"
-                 u"    length = 1\n"
-                 u"    bought = none\n"
-                 u"  record 100200301 SampleTool at 295, 46 bytes\n"
-                 u"    name = torch\n"
-                 u"    length = 4\n"
-                 u"    bought = none\n");
+  EXPECT_EQ(all, kTree);
+}
+
+// A record of a class that nobody registered, with two objects inside.
+void WriteOpaque(DiskFile& file) {
+  file.BeginRecord(4711);
+  std::uint16_t number = 0x1234;
+  SampleTool tool(u"saw", 1);
+  for (int i = 0; i < 2; ++i) {
+    file.Transfer(number);
+    file.TransferObject(tool);
+  }
+  file.EndRecord();
 }
 
 // Each case: a file, and what is wrong with it and where.
 TEST_F(RecordDamageTest, TheInspectorFindsRecordsByShapeAndDamageByOffset) {
-  const auto opaque = [](DiskFile& file) { // a class nobody registered, with two objects inside
-    file.BeginRecord(4711);
-    std::uint16_t number = 0x1234;
-    SampleTool tool(u"saw", 1);
-    file.Transfer(number);
-    file.TransferObject(tool);
-    file.Transfer(number);
-    file.TransferObject(tool);
-    file.EndRecord();
-  };
-  const Bytes whole = WriteRecords({}, opaque);
+  const Bytes whole = WriteRecords({}, WriteOpaque);
   const auto changed = [&](std::size_t at, std::uint8_t to) {
     Bytes bytes = whole;
     bytes[at] = to;
@@ -163,18 +168,18 @@ TEST_F(RecordDamageTest, TheInspectorFindsRecordsByShapeAndDamageByOffset) {
       damage.emplace_back(d.offset, d.flag);
     EXPECT_EQ(damage, c.damage);
   }
+}
 
-  const struct {
-    const char* bytes;
-    bool isRecordFile;
-  } kinds[] = {{"[Port Settings]\r\nport=COM1\r\n", false},
-               {"", false},
-               {"\x05\0\0\0\x04\0\0\0abcd", true}, // from before headers
-               {"\x05\0\0\0\x05\0\0\0abcd", false}};
-  for (const auto& kind : kinds) {
-    const std::string text(kind.bytes, kind.bytes[0] == 5 ? 12 : std::strlen(kind.bytes));
-    app.Put(app.Path(u"file"), KorText::FromBytes(text));
-    EXPECT_EQ(DescribeRecordFile(app.Path(u"file")).isRecordFile, kind.isRecordFile) << text;
+TEST_F(RecordDamageTest, TheInspectorTellsRecordFilesFromOthers) {
+  using namespace std::string_literals;
+  const std::pair<std::string, bool> kinds[] = {{"[Port Settings]\r\nport=COM1\r\n", false},
+                                                {"", false},
+                                                // from before headers
+                                                {"\x05\0\0\0\x04\0\0\0abcd"s, true},
+                                                {"\x05\0\0\0\x05\0\0\0abcd"s, false}};
+  for (const auto& [bytes, isRecordFile] : kinds) {
+    app.Put(app.Path(u"file"), KorText::FromBytes(bytes));
+    EXPECT_EQ(DescribeRecordFile(app.Path(u"file")).isRecordFile, isRecordFile) << bytes;
   }
   EXPECT_EQ(DescribeRecordFile(app.Path(u"missing")).result, FileResult::SourceUnreadable);
 }

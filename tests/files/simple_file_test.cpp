@@ -347,13 +347,6 @@ TEST_F(SimpleFileTest, ReadingOnAfterALineIsInStep) {
   }
 }
 
-TEST_F(SimpleFileTest, ReadAllToldOfAReadFault) {
-  SimpleFile file(Put(u"f", MakeBytes(1000, 9)));
-  app.LimitReads(500);
-  ASSERT_TRUE(file.Open(kFileRead));
-  EXPECT_EQ(file.ReadAll(), std::nullopt);
-}
-
 // --- Compressed ----------------------------------------------------------------------------------
 
 TEST_F(SimpleFileTest, VeryLargeContentsAreReadFromATemporaryFile) {
