@@ -23,6 +23,7 @@ using support::FarEnd;
 using support::HostFolders;
 using support::Milliseconds;
 using support::Process;
+using support::ProcessOptions;
 using Clock = std::chrono::steady_clock;
 using namespace std::string_literals;
 
@@ -38,8 +39,9 @@ std::string Program(std::size_t lines) {
 
 class ConsoleE2e : public testing::Test {
  protected:
-  void StartHost(const std::vector<std::string>& arguments = {}) {
-    host = folders.Start("ncedl-console", arguments);
+  void StartHost() { StartHost(folders.Program("ncedl-console"), folders.Options()); }
+  void StartHost(const std::vector<std::string>& command, const ProcessOptions& options) {
+    host = std::make_unique<Process>(command, options);
     ASSERT_TRUE(host->Expect(" 1 Waiting...")) << host->Diagnostics();
   }
   void StartServing() {
@@ -219,15 +221,12 @@ TEST_F(ConsoleE2e, AKilledUploadLeavesTheOldProgramAndTheNextStartCleansUp) {
 TEST_F(ConsoleE2e, AnUploadIsSyncedThenRenamedThenItsFolderIsSynced) {
   line = std::make_unique<FarEnd>(folders.Line());
   const std::string calls = folders.Path("temp", "calls");
-  std::vector<std::string> traced = {
-      "strace", "-D",  "-f",
-      "-y",     "-qq", "-o",
-      calls,    "-e",  "trace=fsync,fdatasync,rename,renameat,renameat2"};
-  traced.push_back(folders.Program("ncedl-console").front());
-  support::ProcessOptions options = folders.Options();
+  const std::string of = "trace=fsync,fdatasync,rename,renameat,renameat2";
+  const std::vector<std::string> traced = {
+      "strace", "-Dfyqq", "-o", calls, "-e", of, folders.Program("ncedl-console").front()};
+  ProcessOptions options = folders.Options();
   options.environment["ASAN_OPTIONS"] = "detect_leaks=0"; // it looks for leaks by tracing, too
-  host = std::make_unique<Process>(traced, options);
-  ASSERT_TRUE(host->Expect(" 1 Waiting...")) << host->Diagnostics();
+  StartHost(traced, options);
   BeginUpload("7");
   ASSERT_EQ(line->Exchange("04NEW!5C"), ">");
   ASSERT_EQ(line->Exchange("02]"), ">");
@@ -242,10 +241,9 @@ TEST_F(ConsoleE2e, AnUploadIsSyncedThenRenamedThenItsFolderIsSynced) {
 TEST_F(ConsoleE2e, AFullDiskEndsAnUploadAndLeavesTheOldProgram) {
   support::WriteWholeFile(folders.Upload("7.MPG"), "OLD\n");
   line = std::make_unique<FarEnd>(folders.Line());
-  support::ProcessOptions options = folders.Options();
+  ProcessOptions options = folders.Options();
   options.largestFile = 100'000;
-  host = std::make_unique<Process>(folders.Program("ncedl-console"), options);
-  ASSERT_TRUE(host->Expect(" 1 Waiting..."));
+  StartHost(folders.Program("ncedl-console"), options);
   BeginUpload("7");
   const std::string block(200, 'X');
   std::string reply = ">";
@@ -306,7 +304,7 @@ TEST_F(ConsoleE2e, SettingsOfNonsenseGiveDefaultsAndAreReplacedAtTheEnd) {
 TEST_F(ConsoleE2e, TheEnvironmentSwitchesDebugModesOnAndTheLogIsNamedAsTheSettings) {
   const std::string settings = "config/Velmora/Plenova 2026";
   support::WriteWholeFile(folders.Path(settings, "Debug.ini"), "[DEBUG_MODES]\nReg_Dateless\n");
-  support::ProcessOptions options = folders.Options();
+  ProcessOptions options = folders.Options();
   options.environment["NCEDL_DEBUG"] = "1";
   host = std::make_unique<Process>(folders.Program("ncedl-console", {"PRESS", "2"}), options);
   EXPECT_TRUE(host->Expect("00:00:00 ")) << host->Diagnostics(); // the fixed time of that mode

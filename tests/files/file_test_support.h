@@ -7,7 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include "files/little_endian.h"
 #include "files/simple_file.h"
+#include "files/void_buffer.h"
 #include "tests/support/test_app.h"
 
 namespace kor {
@@ -44,6 +46,40 @@ inline Bytes MakeBytes(std::size_t count, unsigned alphabet, unsigned seed = 1) 
   for (auto& byte : bytes)
     byte = static_cast<std::uint8_t>('0' + (random() >> 8) % alphabet);
   return bytes;
+}
+
+// --- Compressed files, made by hand ---------------------------------------------------------------
+
+inline void Append(Bytes& to, std::span<const std::uint8_t> bytes) {
+  to.insert(to.end(), bytes.begin(), bytes.end());
+}
+
+inline void AppendNumber(Bytes& to, std::uint32_t number) {
+  std::uint8_t bytes[4];
+  StoreLe32(bytes, number);
+  Append(to, bytes);
+}
+
+inline Bytes Piece(std::span<const std::uint8_t> content) {
+  VoidBuffer piece;
+  EXPECT_TRUE(VoidBuffer::Compress32(content, piece, 6));
+  return Bytes(piece.Bytes().begin(), piece.Bytes().end());
+}
+
+// A length and the piece: a block of format 2005, a chunk of a type-2 piece.
+inline Bytes Framed(std::span<const std::uint8_t> piece) {
+  Bytes framed;
+  AppendNumber(framed, static_cast<std::uint32_t>(piece.size()));
+  Append(framed, piece);
+  return framed;
+}
+
+inline Bytes Container(const char* year, const std::vector<Bytes>& parts) {
+  Bytes file = BytesOf("KOR Compressed File \xA9 ");
+  Append(file, AsBytes(year));
+  for (const Bytes& part : parts)
+    Append(file, part);
+  return file;
 }
 
 class FileTest : public testing::Test {

@@ -27,16 +27,9 @@ class KorfileTest : public FileTest {
 
   // Of three small blocks.
   KorText MakeContainer(const KorText& name) {
-    VoidBuffer piece;
-    std::string file = "KOR Compressed File \xA9 2005";
-    for (const char* text : {"first block", "second block", "third block"}) {
-      EXPECT_TRUE(VoidBuffer::Compress32(AsBytes(text), piece, 6));
-      std::uint8_t length[4];
-      StoreLe32(length, static_cast<std::uint32_t>(piece.Size()));
-      file.append(reinterpret_cast<const char*>(length), 4);
-      file.append(reinterpret_cast<const char*>(piece.Data()), piece.Size());
-    }
-    return Put(name, AsBytes(file));
+    return Put(name, Container("2005", {Framed(Piece(AsBytes("first block"))),
+                                        Framed(Piece(AsBytes("second block"))),
+                                        Framed(Piece(AsBytes("third block")))}));
   }
 
   KorText printed, complained;
