@@ -2,7 +2,9 @@
 // writes, and reads them back.
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
+#include <tuple>
 
 #include "app/nce_app.h"
 #include "tests/support/format_page.h"
@@ -23,22 +25,17 @@ std::vector<Bytes> ReadRecordExamples(const std::string& page) {
   return examples;
 }
 
-TEST(RecordFormats, TheStreamsExamplesAreWhatIsWrittenAndRead) {
-  TestApp app;
-  RegisterSamples();
-  const auto examples = ReadRecordExamples("record-stream.md");
-  ASSERT_EQ(examples.size(), 2u);
-
+// What the first example of record-stream.md holds.
+struct Mixed {
   std::uint8_t small = 18;
   std::int32_t negative = -2;
   double real = 2.5;
   KorText text = u"Ok";
   CalendarDate day{2026, 1, 31};
   std::vector<std::uint16_t> list{7, 500};
-  auto saw = std::make_shared<SampleTool>(u"saw", 1);
-  auto sameSaw = saw;
-  std::shared_ptr<SampleTool> none;
-  const auto move = [&](DiskFile& file) {
+  std::shared_ptr<SampleTool> saw = std::make_shared<SampleTool>(u"saw", 1), sameSaw = saw, none;
+
+  void Transfer(DiskFile& file) {
     ASSERT_TRUE(file.BeginRecord(4711));
     file.Transfer(small);
     file.Transfer(negative);
@@ -52,19 +49,22 @@ TEST(RecordFormats, TheStreamsExamplesAreWhatIsWrittenAndRead) {
     file.CachedInstance(none);
     EXPECT_EQ(file.BytesLeft(), 0u);
     file.EndRecord();
-  };
-  EXPECT_EQ(WriteRecords({}, move), examples[0]);
-  small = 0;
-  real = 0;
-  text.Clear();
-  saw = sameSaw = nullptr;
-  EXPECT_EQ(ReadRecords(examples[0], {}, move), 0u);
-  EXPECT_EQ(small, 18);
-  EXPECT_EQ(real, 2.5);
-  EXPECT_EQ(text, u"Ok");
-  ASSERT_NE(saw, nullptr);
-  EXPECT_EQ(saw->name, u"saw");
-  EXPECT_EQ(sameSaw, saw);
+  }
+};
+
+TEST(RecordFormats, TheStreamsExamplesAreWhatIsWrittenAndRead) {
+  TestApp app;
+  RegisterSamples();
+  const auto examples = ReadRecordExamples("record-stream.md");
+  ASSERT_EQ(examples.size(), 2u);
+  Mixed written, read{0, 0, 0, {}, {}, {}, {}, {}, {}};
+  EXPECT_EQ(WriteRecords({}, [&](DiskFile& file) { written.Transfer(file); }), examples[0]);
+  EXPECT_EQ(ReadRecords(examples[0], {}, [&](DiskFile& file) { read.Transfer(file); }), 0u);
+  EXPECT_EQ(std::tie(read.small, read.negative, read.real, read.text, read.list),
+            std::tie(written.small, written.negative, written.real, written.text, written.list));
+  ASSERT_NE(read.saw, nullptr);
+  EXPECT_EQ(read.saw->name, u"saw");
+  EXPECT_EQ(read.sameSaw, read.saw);
 
   std::uint64_t number = 11;
   const auto moveNumber = [&](DiskFile& file) {

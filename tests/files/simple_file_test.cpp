@@ -3,7 +3,6 @@
 #include <functional>
 
 #include "files/compressed_file.h"
-#include "files/little_endian.h"
 #include "tests/files/file_test_support.h"
 
 namespace kor {
@@ -351,24 +350,13 @@ TEST_F(SimpleFileTest, ReadingOnAfterALineIsInStep) {
 
 TEST_F(SimpleFileTest, VeryLargeContentsAreReadFromATemporaryFile) {
   const Bytes zeros(VoidBuffer::kChunkSize);
-  VoidBuffer piece;
-  ASSERT_TRUE(VoidBuffer::Compress32(zeros, piece, 6));
-  std::uint8_t length[4];
-  StoreLe32(length, static_cast<std::uint32_t>(piece.Size()));
-  SimpleFile made(app.Path(u"work/f"));
-  app.MakeFolder(app.Path(u"work"));
-  ASSERT_TRUE(made.Open(kFileWrite));
-  made.Write(ContainerSignature(2005));
-  for (int block = 0; block < 9; ++block) {
-    made.Write(length);
-    made.Write(piece.Bytes());
-  }
-  ASSERT_TRUE(made.Close());
+  const std::vector<Bytes> blocks(9, Framed(Piece(zeros)));
+  Put(u"work/f", Container("2005", blocks));
   FileResult result = FileResult::Failure;
   SimpleFile file(app.Path(u"work/f"));
   ASSERT_TRUE(file.Open(kFileRead | kFileText, false, true, &result));
   EXPECT_FALSE(file.InMemory());
-  EXPECT_EQ(file.Size(), 9 * zeros.size());
+  EXPECT_EQ(file.Size(), blocks.size() * zeros.size());
   EXPECT_EQ(file.Position(), 0u) << "a file on disk is put back behind the mark";
   EXPECT_EQ(Leftovers().size(), 2u);
   EXPECT_TRUE(file.Close());

@@ -1,5 +1,5 @@
-// The port on the system's communications functions. COM1 must be a line whose far side is pty_far_side;
-// wine_serial_check.sh arranges that.
+// The port on the system's communications functions. COM1 must be a line whose far side takes the orders
+// that wine_serial_check.sh names.
 #include "platform/win32/serial_port_win32.h"
 
 #include <gtest/gtest.h>

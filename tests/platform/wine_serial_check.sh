@@ -1,11 +1,9 @@
 #!/usr/bin/env bash
 # Runs the Windows serial port's check under Wine, with COM1 on a pseudo-terminal.
 #   wine_serial_check.sh CHECK.EXE
-# Wine reads its port names when it starts, so the check has a prefix of its own, removed afterwards. The
-# far side of the line is compiled here with the machine's compiler (CXX, else c++).
+# Wine reads its port names when it starts, so the check has a prefix of its own, removed afterwards.
 set -euo pipefail
 check=$(realpath "$1")
-here=$(dirname "$(realpath "${BASH_SOURCE[0]}")")
 wine=/usr/lib/wine/wine64 server=/usr/lib/wine/wineserver64
 work=$(mktemp -d)
 export WINEPREFIX=$work/prefix WINEDEBUG=-all WINEDLLOVERRIDES="mscoree=;mshtml=;winemenubuilder.exe="
@@ -26,9 +24,27 @@ clean_up() {
 }
 trap clean_up EXIT
 
-"${CXX:-c++}" -std=c++20 -o "$work/far_side" "$here/pty_far_side.cpp"
+# The far side prints the device's name, then echoes what arrives. Byte 1: it reads nothing for two seconds,
+# then drops everything up to a byte 2. Byte 4: it hangs up and ends.
 mkfifo "$work/name"
-"$work/far_side" >"$work/name" &
+python3 - >"$work/name" <<'END' &
+import os, time, tty
+line, device = os.openpty()
+tty.setraw(device)  # and kept open: it must not be hung up before the port is opened
+print(os.ttyname(device), flush=True)
+dropping = False
+while True:
+    for byte in os.read(line, 4096):
+        if dropping:
+            dropping = byte != 2
+        elif byte == 1:
+            time.sleep(2)
+            dropping = True
+        elif byte == 4:
+            os._exit(0)
+        else:
+            os.write(line, bytes([byte]))
+END
 farSide=$!
 read -r device <"$work/name"
 

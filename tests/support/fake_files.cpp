@@ -142,21 +142,6 @@ void FakeFiles::RefuseOpening(const KorText& part, bool forWritingOnly) {
   refused.emplace_back(part, forWritingOnly);
 }
 
-void FakeFiles::LimitWrites(std::optional<std::uint64_t> bytes) {
-  Lock lock(mutex);
-  writeLimit = bytes;
-}
-
-std::uint64_t FakeFiles::WritesLeft() {
-  Lock lock(mutex);
-  return writeLimit.value_or(0);
-}
-
-void FakeFiles::LimitReads(std::optional<std::uint64_t> bytes) {
-  Lock lock(mutex);
-  readLimit = bytes;
-}
-
 void FakeFiles::CutPowerAfter(std::optional<int> changes) {
   Lock lock(mutex);
   changesLeft = changes;

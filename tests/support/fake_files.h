@@ -39,10 +39,19 @@ class FakeFiles : public PlatformFiles {
     whenOpening = {part, std::move(action)};
   }
   // All files together take that many bytes more; then writes come up short and the disk is full.
-  void LimitWrites(std::optional<std::uint64_t> bytes);
-  std::uint64_t WritesLeft(); // of that limit
+  void LimitWrites(std::optional<std::uint64_t> bytes) {
+    const Lock lock(mutex);
+    writeLimit = bytes;
+  }
+  std::uint64_t WritesLeft() { // of that limit
+    const Lock lock(mutex);
+    return writeLimit.value_or(0);
+  }
   // Of each file, reading ends with an error after that many bytes.
-  void LimitReads(std::optional<std::uint64_t> bytes);
+  void LimitReads(std::optional<std::uint64_t> bytes) {
+    const Lock lock(mutex);
+    readLimit = bytes;
+  }
   void FailSync(bool fail) { failSync = fail; }
   void FailClose(bool fail) { failClose = fail; }
   void FailRename(bool fail) { failRename = fail; }

@@ -16,26 +16,10 @@ TestApp::~TestApp() {
   SetApp(nullptr);
 }
 
-std::vector<MessageRecord> TestApp::Messages() {
-  Lock lock(testMutex);
-  return messages;
-}
-
-std::vector<TestApp::Warning> TestApp::Warnings() {
-  Lock lock(testMutex);
-  return warnings;
-}
-
-std::vector<KorText> TestApp::DebugLines() {
-  Lock lock(testMutex);
-  return debugLines;
-}
-
 void TestApp::ForgetReports() {
   Lock lock(testMutex);
   messages.clear();
   warnings.clear();
-  debugLines.clear();
 }
 
 std::int32_t TestApp::Report(const MessageRecord& record) {
@@ -53,11 +37,6 @@ void TestApp::DebugWarning(const KorText& message, const KorText& info) {
     warnings.push_back({message, info});
   }
   AppInterface::DebugWarning(message, info);
-}
-
-void TestApp::DebugOutput(const KorText& text) {
-  Lock lock(testMutex);
-  debugLines.push_back(text);
 }
 
 } // namespace kor

@@ -1,6 +1,6 @@
 // TestApp: the services object of the tests, on fakes of the system that are part of it: files in a fresh
-// folder, a clock that is moved by hand, a registry in memory (see their headers). Messages, warnings and
-// diagnostic lines are kept. The property folders exist.
+// folder, a clock that is moved by hand, a registry in memory (see their headers). Messages and warnings
+// are kept. The property folders exist.
 //
 // Installs itself with SetApp while it lives. Every operation may be called from any thread, except
 // the settings of faults, which belong before the code under test starts.
@@ -31,9 +31,8 @@ class TestApp : public AppInterface,
   ~TestApp() override;
 
   // --- What was reported ---
-  std::vector<MessageRecord> Messages();
-  std::vector<Warning> Warnings();
-  std::vector<KorText> DebugLines();
+  std::vector<MessageRecord> Messages() { return Copy(&TestApp::messages); }
+  std::vector<Warning> Warnings() { return Copy(&TestApp::warnings); }
   void ForgetReports();
   // What Report answers instead of the record's number.
   void SetAnswer(std::optional<std::int32_t> toGive) { answer = toGive; }
@@ -56,14 +55,16 @@ class TestApp : public AppInterface,
   using FakeClock::SleepMilliseconds;
   std::int32_t Report(const MessageRecord& record) override;
   void DebugWarning(const KorText& message, const KorText& info) override;
-  void DebugOutput(const KorText& text) override;
 
  private:
+  template <class List> List Copy(List TestApp::*list) {
+    const Lock lock(testMutex);
+    return this->*list;
+  }
   std::optional<std::int32_t> answer;
   Mutex testMutex;
   std::vector<MessageRecord> messages KOR_GUARDED_BY(testMutex);
   std::vector<Warning> warnings KOR_GUARDED_BY(testMutex);
-  std::vector<KorText> debugLines KOR_GUARDED_BY(testMutex);
 };
 
 } // namespace kor

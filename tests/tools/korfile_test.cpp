@@ -52,36 +52,49 @@ TEST_F(KorfileTest, CompressAndRestoreInPlaceAndAside) {
   EXPECT_EQ(Leftovers(), (std::vector<KorText>{u"a b.nc", u"aside"}));
 }
 
-TEST_F(KorfileTest, ExitCodesAndComplaints) {
-  const KorText plain = Put(u"work/plain", AsBytes("N1 G01 X100 and some more text"));
-  const KorText packed = MakeContainer(u"work/packed");
-  const Bytes whole = *Get(packed);
-  const auto damaged = [&](std::u16string_view name, std::size_t at, std::uint8_t byte) {
+// Files of every kind of health, and what becomes of the commands on them.
+class KorfileFaults : public KorfileTest {
+ protected:
+  KorText Damaged(std::u16string_view name, std::size_t at, std::uint8_t byte) {
     Bytes bytes = whole;
     bytes[at] = byte;
     return Put(name, bytes);
-  };
-  const std::size_t second = 30 + LoadLe32(whole.data() + 26);
-  const KorText corrupt = damaged(u"work/corrupt", 3, '?');
-  const KorText badLength = damaged(u"work/length", second + 3, 0xFF);
-  const KorText badData = damaged(u"work/data", second + 9, 0xFF);
+  }
+  void ExpectEnd(const std::vector<KorText>& words, int code, const KorText& complaint) {
+    EXPECT_EQ(Run(words), code) << complaint.ToUtf8();
+    EXPECT_TRUE(complained.Contains(complaint)) << complained.ToUtf8() << complaint.ToUtf8();
+    EXPECT_EQ(complained.IsEmpty(), code == 0);
+  }
+
+  const KorText plain = Put(u"work/plain", AsBytes("N1 G01 X100 and some more text"));
+  const KorText packed = MakeContainer(u"work/packed");
+  const Bytes whole = *Get(packed);
+  const std::size_t second = 30 + LoadLe32(whole.data() + 26); // where its second block begins
+  const KorText corrupt = Damaged(u"work/corrupt", 3, '?');
+  const KorText badLength = Damaged(u"work/length", second + 3, 0xFF);
+  const KorText badData = Damaged(u"work/data", second + 9, 0xFF);
   const KorText shortText = Put(u"work/short", AsBytes("G90\nM30\n"));
   const KorText shortCut = Put(u"work/shortcut", std::span(whole).first(20));
   const KorText cut = Put(u"work/cut", std::span(whole).first(second + 9));
-  const KorText at = KorText::Format(u"block 1 at offset %u: ", second);
-  struct {
+  const KorText inSecond = KorText::Format(u"block 1 at offset %u: ", second);
+};
+
+TEST_F(KorfileFaults, ExitCodesAndComplaints) {
+  const struct {
     std::vector<KorText> words;
     int code;
     KorText complaint;
-  } const cases[] = {
+  } cases[] = {
       {{u"test", packed}, 0, u""},
       {{u"test", plain}, 0, u""},
-      {{u"test", badData}, 1, at + u"the block's data is damaged. Take the file from a backup"},
-      {{u"restore", badData}, 1, at},
-      {{u"crc", u"--contents", badData}, 1, at},
+      {{u"test", badData},
+       1,
+       inSecond + u"the block's data is damaged. Take the file from a backup"},
+      {{u"restore", badData}, 1, inSecond},
+      {{u"crc", u"--contents", badData}, 1, inSecond},
       {{u"info", badData}, 1, u"damaged"},
       {{u"test", app.Path(u"work/none")}, 3, u"work/none: the source can't be opened ("},
-      {{u"restore", cut}, 3, at + u"the file ends inside a block. The file was cut off"},
+      {{u"restore", cut}, 3, inSecond + u"the file ends inside a block. The file was cut off"},
       {{u"compress", plain, u"-o", app.Path(u"none/x")}, 4, u"none/x: the destination can't be"},
       {{u"restore", shortText}, 5, u"short: not a compressed file. Use it as it is."},
       {{u"restore", shortCut}, 3, u"shortcut: the file is shorter than a signature. The file was"},
@@ -90,34 +103,30 @@ TEST_F(KorfileTest, ExitCodesAndComplaints) {
       {{u"compress", packed}, 5, u"compressed already. Nothing needs to be done. [0x20000003]"},
       {{u"restore", plain}, 5, u"not a compressed file. Use it as it is."},
       {{u"info", corrupt}, 6, u"the signature is damaged"},
-      {{u"test", badLength}, 6, at + u"impossible block length"},
-      {{u"test", plain, cut, corrupt},
-       3,
-       u"[0x20000004]"}, // the first failure decides, all are told
-      {{}, 2, u"a command is missing; korfile --help"},
-      {{u"pack", plain}, 2, u"no command pack"},
-      {{u"test"}, 2, u"a file is missing"},
-      {{u"compress", u"-j", u"0", plain}, 2, u"threads are 1 to 256, not 0"},
-      {{u"compress", plain, packed, u"-o", u"x"}, 2, u"--output takes one file"},
-      {{u"info", plain, u"-o", u"x"}, 2, u"--output belongs to compress and restore"},
-      {{u"--help"}, 0, u""},
+      {{u"test", badLength}, 6, inSecond + u"impossible block length"},
+      {{u"test", plain, cut, corrupt}, 3, u"[0x20000004]"}, // the first decides, all are told
   };
   const std::vector<KorText> before = Leftovers();
   for (const auto& c : cases) {
-    EXPECT_EQ(Run(c.words), c.code) << c.complaint.ToUtf8();
-    EXPECT_TRUE(complained.Contains(c.complaint)) << complained.ToUtf8() << c.complaint.ToUtf8();
-    EXPECT_EQ(complained.IsEmpty(), c.code == 0);
-    if (c.words.size() < 2 || c.code == kWrongCommandLine) continue;
+    ExpectEnd(c.words, c.code, c.complaint);
     std::vector<KorText> words = c.words;
     words.push_back(u"--json");
     EXPECT_EQ(Run(words), c.code);
     EXPECT_EQ(printed.Contains(u"\"fault\": {"), c.code != 0) << printed.ToUtf8();
-    EXPECT_EQ(std::ranges::count(printed.View(), u'\n'),
-              c.words[0] == u"test" && c.words.size() == 4 ? 3 : 1)
-        << c.words[0].ToUtf8() << printed.ToUtf8();
+    const std::ptrdiff_t lines = c.words.size() == 4 && c.words[0] == u"test" ? 3 : 1;
+    EXPECT_EQ(std::ranges::count(printed.View(), u'\n'), lines) << printed.ToUtf8();
   }
   EXPECT_EQ(Leftovers(), before);
   EXPECT_EQ(Get(packed), whole);
+}
+
+TEST_F(KorfileFaults, AWrongCommandLineIsRefused) {
+  ExpectEnd({}, 2, u"a command is missing; korfile --help");
+  ExpectEnd({u"pack", plain}, 2, u"no command pack");
+  ExpectEnd({u"test"}, 2, u"a file is missing");
+  ExpectEnd({u"compress", u"-j", u"0", plain}, 2, u"threads are 1 to 256, not 0");
+  ExpectEnd({u"compress", plain, packed, u"-o", u"x"}, 2, u"--output takes one file");
+  ExpectEnd({u"info", plain, u"-o", u"x"}, 2, u"--output belongs to compress and restore");
 }
 
 TEST_F(KorfileTest, InfoShowsLayoutAsTextAndJson) {
