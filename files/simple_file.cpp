@@ -154,8 +154,14 @@ bool SimpleFile::OpenOnce(std::uint32_t mode, bool refuseEmpty) {
   openMode = mode;
   if (HasBits(mode, kFileAppend)) position = size;
   if ((mode & (kFileWrite | kFileRead | kFileText)) == (kFileRead | kFileText)) StartReadCache();
-  if (HasBits(mode, kFileText)) HasBits(mode, kFileWrite) && size == 0 ? WriteMark() : ReadMark();
-  return true;
+  if (!HasBits(mode, kFileText)) return true;
+  if (HasBits(mode, kFileWrite) && size == 0) {
+    WriteMark();
+    return true;
+  }
+  if (ReadMark()) return true;
+  Close();
+  return false;
 }
 
 SimpleFile::Prepared SimpleFile::PrepareCompressed(std::uint32_t mode, bool wait,
@@ -252,11 +258,10 @@ bool SimpleFile::ReadMark() {
   return InMemory() || count == skip || Seek(skip) == skip;
 }
 
-bool SimpleFile::WriteMark() {
+void SimpleFile::WriteMark() {
   encoding = EncodingOfMode(openMode);
-  if (encoding == TextEncoding::Utf16) return Write(kUtf16Mark) == sizeof kUtf16Mark;
-  if (encoding == TextEncoding::Utf8) return Write(kUtf8Mark) == sizeof kUtf8Mark;
-  return true;
+  if (encoding == TextEncoding::Utf16) Write(kUtf16Mark);
+  if (encoding == TextEncoding::Utf8) Write(kUtf8Mark);
 }
 
 // --- Closing -------------------------------------------------------------------------------------

@@ -147,8 +147,8 @@ class SimpleFile {
   bool FinishCompressed();
   void RemoveWorkingFile();
 
-  bool ReadMark();
-  bool WriteMark();
+  bool ReadMark(); // false: the file can't be put back behind it
+  void WriteMark();
 
   bool StartReadCache();
   bool FillReadCache(std::uint64_t offset);

@@ -15,7 +15,6 @@ namespace kor {
 namespace {
 
 constexpr std::uint64_t kMostRead = 1 << 20;
-constexpr std::int32_t kStatusCodes = 39;
 
 std::string NewestPart(const KorText& path) {
   SimpleFile file(path);
@@ -45,7 +44,7 @@ struct Found {
 // place counts.
 std::optional<Found> FindStatus(const KorText& line) {
   std::optional<Found> first;
-  for (std::int32_t number = 0; number < kStatusCodes; ++number) {
+  for (std::int32_t number = 0; number < kLinkStatusCount; ++number) {
     const auto code = static_cast<LinkStatus>(number);
     if (!EndsJob(code)) continue;
     const KorText words = Wording(code);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "services/core/path_text.h"
 #include "services/core/text_lookup.h"
 
 namespace kor {
@@ -108,7 +109,7 @@ constexpr bool EveryRowStandsAtItsNumber() {
   return true;
 }
 static_assert(EveryRowStandsAtItsNumber());
-static_assert(kRows.size() == static_cast<std::size_t>(NumberOf(SynchronisationCompleted)) + 1);
+static_assert(kRows.size() == kLinkStatusCount);
 static_assert(std::ranges::all_of(kRows, [](const Row& row) {
   return (row.pattern == None) == (*row.wording == u'\0');
 }));
@@ -126,8 +127,7 @@ const Row& RowOf(LinkStatus status) {
 
 // "0000123" of "/srv/nc/0000123.MPG".
 KorText ProgramName(const KorText& fileName) {
-  const std::size_t slash = fileName.View().find_last_of(u"/\\");
-  const KorText name = slash == KorText::kNone ? fileName : fileName.Mid(slash + 1);
+  const KorText name = FileNameOfPath(fileName);
   const std::size_t dot = name.FindLast(u'.');
   return dot == KorText::kNone || dot == 0 ? name : name.Left(dot);
 }

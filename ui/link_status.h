@@ -50,6 +50,8 @@ enum class LinkStatus : std::int32_t {
   SynchronisationCompleted = 38,
 };
 
+inline constexpr std::int32_t kLinkStatusCount = 39;
+
 // The number that is shown and logged.
 constexpr std::int32_t NumberOf(LinkStatus status) {
   return static_cast<std::int32_t>(status);

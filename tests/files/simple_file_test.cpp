@@ -114,6 +114,13 @@ TEST_F(SimpleFileTest, MarkDecidesTheEncoding) {
   EXPECT_TRUE(app.Warnings().empty());
 }
 
+TEST_F(SimpleFileTest, AFileThatCannotBePutBackBehindItsMarkIsNotRead) {
+  SimpleFile file(Put(u"f", AsBytes("N10 G00")));
+  app.FailSeek(true);
+  EXPECT_FALSE(file.Open(kFileRead | kFileWrite | kFileText));
+  EXPECT_FALSE(file.IsOpen());
+}
+
 TEST_F(SimpleFileTest, TextFilesAreWrittenInTheEncodingOfTheirMode) {
   const std::pair<std::uint32_t, const char*> cases[] = {
       {kFileWrite, "41 E9 3F 0D 0A"},

@@ -54,7 +54,7 @@ class TestFile : public OsFile {
   }
 
   std::optional<std::uint64_t> Seek(std::int64_t offset, bool fromEnd) override {
-    const auto moved = real->Seek(offset, fromEnd);
+    const auto moved = app.failSeek ? std::nullopt : real->Seek(offset, fromEnd);
     if (moved) at = static_cast<std::size_t>(*moved);
     return moved;
   }
@@ -149,7 +149,7 @@ void FakeFiles::CutPowerAfter(std::optional<int> changes) {
 }
 
 void FakeFiles::ClearFaults() {
-  failSync = failClose = failRename = failSize = false;
+  failSync = failClose = failRename = failSeek = failSize = false;
   CutPowerAfter(std::nullopt);
   Lock lock(mutex);
   refused.clear();

@@ -55,6 +55,7 @@ class FakeFiles : public PlatformFiles {
   void FailSync(bool fail) { failSync = fail; }
   void FailClose(bool fail) { failClose = fail; }
   void FailRename(bool fail) { failRename = fail; }
+  void FailSeek(bool fail) { failSeek = fail; }
   void FailSize(bool fail) { failSize = fail; } // files open, but don't tell how long they are
   // The changes that succeed before the power goes; from then on every change fails. A change is
   // making, writing to, syncing, closing after writing, renaming or removing a file or folder.
@@ -85,7 +86,8 @@ class FakeFiles : public PlatformFiles {
 
   KorText root;
   std::pair<KorText, std::function<void()>> whenOpening;
-  std::atomic<bool> failSync = false, failClose = false, failRename = false, failSize = false;
+  std::atomic<bool> failSync = false, failClose = false, failRename = false, failSeek = false,
+                    failSize = false;
   std::atomic<int> changeCount = 0;
   Mutex mutex;
   std::vector<std::pair<KorText, bool>> refused KOR_GUARDED_BY(mutex);

@@ -122,6 +122,7 @@ class ControllerRunner : public ::testing::Test {
 TEST_F(ControllerRunner, CarriesOutAScript) {
   const KorText file = host.app.Path(u"got.nc");
   host.app.Put(host.app.Path(u"up.nc"), u"M30\r\nG0 X1");
+  host.app.Put(file + u".new", u"somebody else's");
   EXPECT_EQ(Run(u"test\nlist\nrefuse 0\nfetch 0000123 -o \"" + file + u"\" --compare \"" +
                 host.Folder() + u"0000123.MPG\"\n" + u"expect UDL>\n" +
                 u"expect-exit 3 fetch 999\nexpect-part not found\nraw FH\n" +
@@ -130,6 +131,7 @@ TEST_F(ControllerRunner, CarriesOutAScript) {
             Outcome::Done)
       << diagnostics.str();
   EXPECT_EQ(host.app.Content(file), KorText(u"G90\nX10\n"));
+  EXPECT_EQ(host.app.Content(file + u".new"), u"somebody else's");
   EXPECT_EQ(host.app.Content(host.Folder() + u"0000777.MPG"), KorText(u"M30\nG0 X1\n"));
   EXPECT_TRUE(Printed("     1  0000123\n")) << output.str();
   EXPECT_TRUE(Printed("8 bytes in 1 frame, equal")) << output.str();

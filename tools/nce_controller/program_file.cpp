@@ -2,6 +2,7 @@
 
 #include <span>
 
+#include "files/simple_file.h"
 #include "services/core/app_interface.h"
 
 namespace kor::controller {
@@ -25,15 +26,10 @@ std::string LoadProgram(const KorText& path, std::string& content) {
 }
 
 std::string StoreProgram(const KorText& path, std::string_view content) {
-  const KorText beside = path + u".new";
-  const auto file = App().OpenFile(beside, FileAccess::Write);
-  if (!file) return Failure(beside);
+  KorFile file(path);
   const std::span bytes(reinterpret_cast<const std::uint8_t*>(content.data()), content.size());
-  const bool isWritten = file->Write(bytes) == content.size() && file->Sync() && file->Close();
-  if (isWritten && App().RenameFile(beside, path)) return {};
-  std::string failure = Failure(path);
-  App().RemoveFile(beside);
-  return failure;
+  const bool isStored = file.OpenSafe() && file.Write(bytes) == content.size() && file.Commit();
+  return isStored ? std::string() : Failure(path);
 }
 
 } // namespace kor::controller
