@@ -2,20 +2,10 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <random>
+
+#include "tests/support/test_folder.h"
 
 namespace kor {
-
-namespace {
-
-KorText FreshRoot() {
-  std::random_device random;
-  const auto name = "ncedl-test-" + std::to_string(random()) + "-" + std::to_string(random());
-  const auto root = std::filesystem::temp_directory_path() / name;
-  return KorText(root.generic_u16string()) + u"/";
-}
-
-} // namespace
 
 // A file of the platform with the faults of its FakeFiles in front of it.
 class TestFile : public OsFile {
@@ -102,9 +92,7 @@ class TestFile : public OsFile {
   std::optional<std::uint64_t> readLeft;
 };
 
-FakeFiles::FakeFiles() : root(FreshRoot()) {
-  PlatformFiles::MakeFolder(root);
-}
+FakeFiles::FakeFiles() : root(KorText(MakeTestFolder().generic_u16string()) + u"/") {}
 
 FakeFiles::~FakeFiles() {
   PlatformFiles::RemoveFolder(root);

@@ -217,13 +217,6 @@ std::optional<int> Process::WaitForExit(Milliseconds atMost) {
   return exitCode;
 }
 
-TemporaryFolder::TemporaryFolder() {
-  std::string pattern = (std::filesystem::temp_directory_path() / "ncedl-XXXXXX").string();
-  if (mkdtemp(pattern.data()) == nullptr)
-    throw std::system_error(errno, std::generic_category(), "mkdtemp");
-  path = pattern;
-}
-
 TemporaryFolder::~TemporaryFolder() {
   std::error_code ignored;
   std::filesystem::remove_all(path, ignored);

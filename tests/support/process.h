@@ -13,6 +13,8 @@
 #include <string_view>
 #include <vector>
 
+#include "tests/support/test_folder.h"
+
 namespace kor::support {
 
 using Milliseconds = std::chrono::milliseconds;
@@ -61,7 +63,7 @@ class Process {
 // A folder that goes away with the object.
 class TemporaryFolder {
  public:
-  TemporaryFolder();
+  TemporaryFolder() : path(MakeTestFolder()) {}
   ~TemporaryFolder();
   TemporaryFolder(const TemporaryFolder&) = delete;
   TemporaryFolder& operator=(const TemporaryFolder&) = delete;
@@ -69,7 +71,7 @@ class TemporaryFolder {
   std::string operator/(std::string_view name) const { return (path / name).string(); }
 
  private:
-  std::filesystem::path path;
+  const std::filesystem::path path;
 };
 
 std::string ReadWholeFile(const std::filesystem::path& path); // empty when it can't be read
