@@ -4,7 +4,7 @@
 
 #include <poll.h>
 #include <signal.h>
-#include <sys/syscall.h> // IWYU pragma: keep: SYS_pidfd_open
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 

@@ -2,7 +2,6 @@
 
 #include <wx/button.h>
 #include <wx/filedlg.h>
-#include <wx/settings.h>
 #include <wx/sizer.h>
 
 #include "services/core/text_lookup.h"

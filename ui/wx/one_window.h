@@ -5,7 +5,7 @@
 #include <functional>
 #include <memory>
 
-#include <wx/string.h>
+#include <wx/string.h> // IWYU pragma: keep
 // The toolkit's header of it needs that of its texts before it.
 #include <wx/snglinst.h>
 

@@ -10,7 +10,7 @@
 
 #include <wx/msgdlg.h>
 // After that one, whose names it uses.
-#include <wx/generic/msgdlgg.h>
+#include <wx/generic/msgdlgg.h> // IWYU pragma: keep: GTK's brings it, others don't
 
 #include "services/core/text_lookup.h"
 #include "ui/wx/accessible.h"
