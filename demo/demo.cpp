@@ -1,6 +1,7 @@
 // The demonstration: ncedl-console, or the window, on one end of a pseudo-terminal, nce-controller on the
 // other, each a process of its own. Exit code 0 only when every byte that travelled was right.
-//   ncedl-demo [--quick]           the console at 115200 baud; --quick: the large program is a small one
+//   ncedl-demo [--quick [PROGRAMS SAMPLES]]   the console at 115200 baud; --quick: the large program is a
+//                                  small one; PROGRAMS, SAMPLES: other folders than those it was built with
 //   ncedl-demo --window [FOLDER]   the window on the display there is; pictures of it go into FOLDER
 #include <cstdio>
 #include <filesystem>
@@ -25,8 +26,8 @@ constexpr int kBaud = 115200;
 
 class ConsoleDemo : private LineRun {
  public:
-  explicit ConsoleDemo(bool quick)
-      : LineRun(NCEDL_PROGRAMS, NCEDL_SAMPLES, kBaud), isQuick(quick) {}
+  ConsoleDemo(bool quick, const std::string& programFolder, const std::string& sampleFolder)
+      : LineRun(programFolder, sampleFolder, kBaud), isQuick(quick) {}
 
   int Run() {
     PutPrograms(isQuick ? 16'384 : 1'048'577);
@@ -137,7 +138,9 @@ int main(int argc, char** argv) {
   try {
     if (!words.empty() && words[0] == "--window")
       return ShowWindow(NCEDL_PROGRAMS, NCEDL_SAMPLES, words.size() > 1 ? words[1] : "");
-    return ConsoleDemo(!words.empty() && words[0] == "--quick").Run();
+    const bool quick = !words.empty() && words[0] == "--quick";
+    if (words.size() < 3) return ConsoleDemo(quick, NCEDL_PROGRAMS, NCEDL_SAMPLES).Run();
+    return ConsoleDemo(quick, std::string(words[1]), std::string(words[2])).Run();
   } catch (const std::exception& failure) {
     std::fprintf(stderr, "ncedl-demo: %s\n", failure.what());
     return 1;
