@@ -21,20 +21,18 @@
 
 #include "bench/paced_relay.h"
 #include "bench/result_table.h"
+#include "bench/served_host.h"
 #include "tests/support/host_process.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using namespace kor;
-using bench::Clock;
-using bench::PacedRelay;
+using namespace kor::bench;
 using support::HostFolders;
 using support::Milliseconds;
 using support::Process;
 using support::ProcessOptions;
-
-constexpr std::string_view kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZ\r";
 
 bench::ResultTable table;
 
@@ -42,113 +40,6 @@ void Row(const std::string& what, double value, const char* unit, double most = 
          double least = 0) {
   table.Row(what, value, unit, {most, least});
 }
-
-double Seconds(Clock::duration span) {
-  return std::chrono::duration<double>(span).count();
-}
-
-std::chrono::nanoseconds ByteTime(int baud) {
-  return std::chrono::nanoseconds(10'000'000'000LL / baud); // 8N1: ten bits
-}
-
-// NC text of at least so many bytes, in lines of the usual length.
-std::string NcText(std::size_t bytes) {
-  std::string text;
-  std::array<char, 64> line{};
-  for (unsigned i = 1; text.size() < bytes; ++i) {
-    std::snprintf(line.data(), line.size(), "N%u G01 X%u.%03u Y%u.%03u\n", i * 10, i % 1250,
-                  i * 7 % 1000, i * 3 % 2500, i * 13 % 1000);
-    text += line.data();
-  }
-  return text;
-}
-
-// The controller's end of the line, ready with its next request the moment a reply is complete. With a
-// byte time it keeps the line's speed in both directions, by a clock that stands still while this program
-// is late for a moment it waited for: what is lost by that clock is the host's doing.
-class Controller {
- public:
-  struct Reply {
-    std::string text; // with its CR
-    Clock::time_point first, last;
-  };
-
-  explicit Controller(const std::string& link, std::chrono::nanoseconds timePerByte = {})
-      : byteTime(timePerByte) {
-    KorText error;
-    terminal = OpenPseudoTerminal(KorText::FromUtf8(link), error);
-    if (!terminal) throw std::runtime_error(error.ToUtf8());
-  }
-
-  // Returns when the request's last byte reached the host.
-  Clock::time_point Send(std::string_view request) {
-    WaitUntil(std::max(lineTime, Now()) + byteTime * static_cast<std::int64_t>(request.size()));
-    const Clock::time_point sent = Now();
-    std::size_t written = 0;
-    terminal->Write({reinterpret_cast<const std::uint8_t*>(request.data()), request.size()},
-                    written);
-    if (written != request.size()) throw std::runtime_error("the terminal takes no request");
-    count += written;
-    return sent;
-  }
-
-  // One line; empty when nothing comes.
-  Reply Receive(Clock::duration atMost = std::chrono::seconds(30)) {
-    const Clock::time_point until = Now() + atMost;
-    std::size_t end = 0;
-    while ((end = arrived.find('\r')) == std::string::npos) {
-      if (Now() >= until) return {};
-      ReadSome(until);
-    }
-    Reply reply{arrived.substr(0, end + 1), firstByte, times[end]};
-    arrived.erase(0, end + 1);
-    times.erase(times.begin(), times.begin() + static_cast<std::ptrdiff_t>(end) + 1);
-    if (!times.empty()) firstByte = times.front();
-    WaitUntil(reply.last);
-    return reply;
-  }
-
-  Reply Ask(std::string_view request) {
-    Send(request);
-    return Receive();
-  }
-
-  std::string Device() const { return terminal->FarEnd().ToUtf8(); }
-  std::uint64_t Bytes() const { return count; } // in both directions
-  Clock::time_point Now() const { return Clock::now() - lateness; }
-
- private:
-  void WaitUntil(Clock::time_point moment) {
-    if (byteTime.count() == 0) return;
-    while (Now() < moment)
-      bench::WaitPrecisely(*terminal, moment + lateness, false);
-    lateness += Now() - moment;
-  }
-
-  // Asleep while nothing comes: awake, it would keep the host from the processor that wakes it.
-  void ReadSome(Clock::time_point until) {
-    std::array<std::uint8_t, 4096> piece{};
-    std::size_t got = 0;
-    terminal->Read(piece, got);
-    if (got == 0) return terminal->WaitUntil(until + lateness, true, false);
-    const Clock::time_point now = Now();
-    if (got > 0 && arrived.empty()) firstByte = now;
-    for (std::size_t i = 0; i < got; ++i) {
-      lineTime = std::max(lineTime, now) + byteTime;
-      times.push_back(lineTime);
-    }
-    arrived.append(reinterpret_cast<const char*>(piece.data()), got);
-    count += got;
-  }
-
-  std::chrono::nanoseconds byteTime;
-  Clock::duration lateness{};
-  std::unique_ptr<PseudoTerminal> terminal;
-  std::string arrived;
-  std::vector<Clock::time_point> times; // of the bytes in arrived
-  Clock::time_point firstByte, lineTime;
-  std::uint64_t count = 0;
-};
 
 // A screen that takes what is drawn.
 class Screen {
@@ -175,63 +66,6 @@ class Screen {
   std::atomic<bool> stopping{false};
   std::thread thread;
 };
-
-class Host {
- public:
-  // Piped, or on the terminal of a screen.
-  explicit Host(const HostFolders& folders, const std::string& terminal = {}) {
-    ProcessOptions options = folders.Options();
-    std::vector<std::string> command = folders.Program("ncedl-console");
-    if (terminal.empty()) {
-      options.outputFile = "/dev/null"; // a pipe that nobody reads would hold the program
-    } else {
-      options.terminal = terminal;
-      command.insert(command.begin(), {"setsid", "--ctty"});
-    }
-    process = std::make_unique<Process>(command, options);
-  }
-  ~Host() {
-    process->Signal(SIGTERM);
-    process->WaitForExit();
-  }
-  void Type(const std::string& command) { process->Type(command); }
-  pid_t Id() const { return process->Id(); }
-
- private:
-  std::unique_ptr<Process> process;
-};
-
-// Asks for the line test until the host answers; what came before is dropped.
-void AwaitHost(Controller& controller) {
-  for (int attempt = 0; attempt < 5000; ++attempt) {
-    controller.Send("XYZ\r");
-    if (controller.Receive(Milliseconds(2)).text != kAlphabet) continue;
-    while (!controller.Receive(Milliseconds(50)).text.empty()) {
-    }
-    return;
-  }
-  throw std::runtime_error("the host doesn't answer");
-}
-
-// Fetches a program of so many bytes and hands every frame's turn-around to the function.
-void Fetch(Controller& controller, const std::string& number, std::size_t bytes,
-           const std::function<void(double)>& onFrame = {}) {
-  if (controller.Ask("FH " + number + "\r").text.find("&LP") == std::string::npos)
-    throw std::runtime_error("the host doesn't find the program");
-  controller.Ask(">\r");
-  for (std::size_t got = 0; got < bytes;) {
-    const Clock::time_point asked = controller.Send(">\r");
-    const Controller::Reply frame = controller.Receive();
-    if (frame.text.size() < 6) throw std::runtime_error("a frame is missing");
-    got += frame.text.size() - 5; // without length, checksum and CR
-    if (onFrame) onFrame(Seconds(frame.first - asked));
-  }
-  if (controller.Receive().text != "]\r") throw std::runtime_error("the end mark is missing");
-}
-
-double Quantile(std::vector<double>& sorted, double q) {
-  return sorted[static_cast<std::size_t>(q * static_cast<double>(sorted.size() - 1))];
-}
 
 void TurnAround(const std::string& programs, bool withTrace, bool withMonitor, std::size_t bytes) {
   const HostFolders folders(programs);
@@ -366,24 +200,6 @@ void LineUseOfAll(const std::string& programs, int baud, std::size_t bytes) {
          {"gkermit", "-X", "-q", "-i", "-r"}, "sent.txt");
 }
 
-// Time on a processor of all threads of a process, in seconds.
-double ProcessorSeconds(pid_t id) {
-  double nanoseconds = 0;
-  for (const auto& task : fs::directory_iterator("/proc/" + std::to_string(id) + "/task")) {
-    double spent = 0;
-    std::ifstream(task.path() / "schedstat") >> spent;
-    nanoseconds += spent;
-  }
-  return nanoseconds / 1e9;
-}
-
-double MemoryMegabytes(pid_t id, std::string_view field) {
-  std::ifstream status("/proc/" + std::to_string(id) + "/status");
-  for (std::string line; std::getline(status, line);)
-    if (line.starts_with(field)) return std::stod(line.substr(field.size() + 1)) / 1024;
-  throw std::runtime_error("no memory figures");
-}
-
 void Idle(const std::string& programs, int seconds, bool onTerminal) {
   const HostFolders folders(programs);
   const std::string text = NcText(1 << 20);
@@ -401,25 +217,6 @@ void Idle(const std::string& programs, int seconds, bool onTerminal) {
   const std::string where = onTerminal ? " on a terminal" : " piped";
   Row("idle over " + std::to_string(seconds) + " s" + where + ", of one core",
       (ProcessorSeconds(host.Id()) - before) / seconds * 100, "%", 0.1);
-}
-
-void StartToServing(const std::string& programs) {
-  std::vector<double> times;
-  const HostFolders folders(programs);
-  Controller controller(folders.Line());
-  for (int round = 0; round < 11; ++round) {
-    const Clock::time_point begin = Clock::now();
-    const Host host(folders);
-    for (bool served = false; !served;) {
-      controller.Send("XYZ\r");
-      served = controller.Receive(Milliseconds(1)).text == kAlphabet;
-    }
-    times.push_back(Seconds(Clock::now() - begin) * 1000);
-    while (!controller.Receive(Milliseconds(20)).text.empty()) {
-    }
-  }
-  std::ranges::sort(times);
-  Row("start to serving, median of 11", Quantile(times, 0.5), "ms", 100);
 }
 
 void LargeFolder(const std::string& programs, int files) {
@@ -460,7 +257,8 @@ int Run(const std::string& programs, bool isQuick) {
   BesideAnEcho(programs, isQuick ? 1000 : 20'000);
   for (const bool onTerminal : {false, true})
     Idle(programs, isQuick ? 3 : 30, onTerminal);
-  StartToServing(programs);
+  Row("start to serving, median of 11", bench::StartToServing(programs, "ncedl-console"), "ms",
+      100);
   LargeFolder(programs, isQuick ? 1000 : 100'000);
   LargeProgram(programs, isQuick ? 10 : 100);
   return table.AllTargetsMet() ? 0 : 1;

@@ -14,6 +14,9 @@ void SetBarHeight(wxGauge* gauge, int height) {
       gtk_widget_get_style_context(static_cast<GtkWidget*>(gauge->GetHandle())),
       GTK_STYLE_PROVIDER(provider), GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
   g_object_unref(provider);
+  int needed = 0; // with what the theme draws around it
+  gtk_widget_get_preferred_height(static_cast<GtkWidget*>(gauge->GetHandle()), nullptr, &needed);
+  gauge->SetMinSize({gauge->GetMinSize().x, needed});
 }
 
 void BlendIn(wxTextCtrl* text) {

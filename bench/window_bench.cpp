@@ -1,0 +1,85 @@
+// Measures the window from outside, as a process on a pseudo-terminal and on the display there is. Prints a
+// table; exit code 1 when a target is missed. What the display server spends is not counted.
+//   window_bench PROGRAMS-FOLDER [--quick]
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "bench/result_table.h"
+#include "bench/served_host.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace kor::bench;
+using kor::support::HostFolders;
+using kor::support::WriteWholeFile;
+
+constexpr int kBaud = 115200;
+
+ResultTable table;
+
+class Spent {
+ public:
+  explicit Spent(pid_t process)
+      : id(process), all(ProcessorSeconds(id)), window(ProcessorSeconds(id, true)) {}
+
+  void Report(const std::string& what, Target target) const {
+    const double seconds = Seconds(Clock::now() - begin);
+    table.Row(what + ", of one core", (ProcessorSeconds(id) - all) / seconds * 100, "%", target);
+    table.Row(what + ", the window's thread", (ProcessorSeconds(id, true) - window) / seconds * 100,
+              "%");
+  }
+
+ private:
+  const pid_t id;
+  const double all, window;
+  const Clock::time_point begin = Clock::now();
+};
+
+void Measure(const std::string& programs, bool withMonitor, std::size_t bytes, int idleSeconds) {
+  const HostFolders folders(programs);
+  WriteWholeFile(fs::path(folders.SettingsFile()).replace_filename("NCE.window"),
+                 std::string("[Shown]\nmonitor=") + (withMonitor ? "1" : "0") + "\n");
+  const std::string text = NcText(bytes), name = withMonitor ? "window, monitor on, " : "window, ";
+  WriteWholeFile(folders.Download("1.MPG"), text);
+  Controller controller(folders.Line(), ByteTime(kBaud));
+  const Host host(folders, {}, "ncedl");
+  AwaitHost(controller);
+  {
+    const Spent spent(host.Id());
+    Fetch(controller, "1", text.size());
+    spent.Report(name + "at " + std::to_string(kBaud) + " baud", {.most = 5});
+  }
+  std::this_thread::sleep_for(std::chrono::seconds(1)); // what the download has left to do
+  const Spent spent(host.Id());
+  std::this_thread::sleep_for(std::chrono::seconds(idleSeconds));
+  spent.Report(name + "idle over " + std::to_string(idleSeconds) + " s", {.most = 0.5});
+  table.Row(name + "resident memory", MemoryMegabytes(host.Id(), "VmRSS"), "MB");
+}
+
+int Run(const std::string& programs, bool isQuick) {
+  for (const bool withMonitor : {false, true})
+    Measure(programs, withMonitor, (isQuick ? 48 : 384) * 1024, isQuick ? 3 : 30);
+  table.Row("window, start to serving, median of 11", StartToServing(programs, "ncedl"), "ms");
+  return table.AllTargetsMet() ? 0 : 1;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+  const std::vector<std::string> arguments(argv + 1, argv + argc);
+  if (arguments.empty()) {
+    std::fprintf(stderr, "usage: window_bench PROGRAMS-FOLDER [--quick]\n");
+    return 2;
+  }
+  try {
+    return Run(arguments[0], arguments.size() > 1 && arguments[1] == "--quick");
+  } catch (const std::exception& failure) {
+    std::fprintf(stderr, "window_bench: %s\n", failure.what());
+    return 2;
+  }
+}
