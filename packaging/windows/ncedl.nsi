@@ -57,17 +57,18 @@ Var Answer
 !insertmacro MULTIUSER_PAGE_INSTALLMODE
 !insertmacro MUI_PAGE_DIRECTORY
 !define MUI_PAGE_CUSTOMFUNCTION_PRE ChooseMainFolder
-!define MUI_PAGE_HEADER_TEXT "Main folder"
-!define MUI_PAGE_HEADER_SUBTEXT "Where NC programs are kept, and the list of folders, KOR.INI."
-!define MUI_DIRECTORYPAGE_TEXT_TOP "Programs for the controller go into the folder cnc below the main folder."
-!define MUI_DIRECTORYPAGE_TEXT_DESTINATION "Main folder"
+!define MUI_PAGE_HEADER_TEXT "$(MainFolderTitle)"
+!define MUI_PAGE_HEADER_SUBTEXT "$(MainFolderWhat)"
+!define MUI_DIRECTORYPAGE_TEXT_TOP "$(MainFolderUse)"
+!define MUI_DIRECTORYPAGE_TEXT_DESTINATION "$(MainFolderTitle)"
 !define MUI_DIRECTORYPAGE_VARIABLE $MainFolder
 !insertmacro MUI_PAGE_DIRECTORY
+!define MUI_COMPONENTSPAGE_NODESC
 !insertmacro MUI_PAGE_COMPONENTS
 !insertmacro MUI_PAGE_INSTFILES
 !insertmacro MUI_UNPAGE_CONFIRM
 !insertmacro MUI_UNPAGE_INSTFILES
-!insertmacro MUI_LANGUAGE "English"
+!include texts.nsh
 
 ; --- What both do ---
 
@@ -94,7 +95,7 @@ Var Answer
       ${If} $1 != "uninstall.exe"
         FileOpen $2 "$INSTDIR\$1" a
         ${If} ${Errors}
-          MessageBox MB_OK|MB_ICONEXCLAMATION "$1 is running. End it when no transfer runs, and start this again." /SD IDOK
+          MessageBox MB_OK|MB_ICONEXCLAMATION "$(IsRunning)" /SD IDOK
           SetErrorLevel 3
           Quit
         ${EndIf}
@@ -167,7 +168,7 @@ Function MakeMainFolder
   nsExec::ExecToLog '"$INSTDIR\ncedl-setup.exe" --main "$MainFolder" --guid $Guid'
   Pop $0
   ${If} $0 != 0
-    MessageBox MB_OK|MB_ICONEXCLAMATION "The main folder can't be prepared: $MainFolder. Run ncedl-setup --main with another one." /SD IDOK
+    MessageBox MB_OK|MB_ICONEXCLAMATION "$(CantPrepare)" /SD IDOK
     SetErrorLevel 2
   ${EndIf}
 FunctionEnd
@@ -188,7 +189,7 @@ Function EnterInSystem
   WriteRegDWORD SHCTX "${KEY}" "EstimatedSize" $0
 FunctionEnd
 
-Section "Programs"
+Section "$(ProgramsPart)"
   SectionIn RO
   Call KnowMode
   Call RefuseRunning
@@ -207,7 +208,7 @@ Section "Programs"
   Call EnterInSystem
 SectionEnd
 
-Section /o "Start with Windows"
+Section /o "$(StartPart)"
   ${If} ${FileExists} "$INSTDIR\ncedl.exe"
     WriteRegStr SHCTX "${RUN}" "ncedl" '"$INSTDIR\ncedl.exe"'
   ${Else}
@@ -271,11 +272,11 @@ Function un.DeleteData
   ${If} $MainFolder == ""
     Return
   ${EndIf}
-  !insertmacro ASK "PROGRAMS" "Delete the NC programs in $MainFolder\cnc, too?"
+  !insertmacro ASK "PROGRAMS" "$(AskPrograms)"
   ${If} $Answer == delete
     RMDir /r "$MainFolder\cnc"
   ${EndIf}
-  !insertmacro ASK "SETTINGS" "Delete the settings, too?"
+  !insertmacro ASK "SETTINGS" "$(AskSettings)"
   ${If} $Answer == delete
     Call un.DeleteSettings
     ${If} $MultiUser.InstallMode == AllUsers
