@@ -19,6 +19,7 @@
 #include "services/core/text_lookup.h"
 #include "tools/common/tool_main.h"
 #include "ui/wx/one_window.h"
+#include "ui/wx/program_icon.h"
 #include "ui/wx/timer_pump.h"
 #include "ui/wx/wx_front_end.h"
 #include "ui/wx/wx_text.h"
@@ -128,6 +129,7 @@ class WindowRun {
 
 void WindowRun::Show() {
   window = new MainWindow(app, app.ModelName());
+  SetProgramIcon(*window);
   frontEnd.Attach(*window, app);
   ReportThrough(frontEnd);
   window->SetLinkAdvice([this] { return LinkAdvice(app.Settings().port); });
@@ -164,6 +166,7 @@ void WindowRun::End() {
 }
 
 int WindowRun::Run(const std::function<int()>& loop, const std::function<void()>& exitLoop) {
+  LetOthersComeForward();
   OneWindow instance(app.ModelName());
   if (!instance.IsFirst()) return 0;
   exit = exitLoop;

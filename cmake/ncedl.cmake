@@ -29,6 +29,7 @@ if(NCEDL_FUZZ)
   target_compile_options(ncedl_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 if(WIN32)
+  enable_language(RC)
   target_compile_definitions(ncedl_options INTERFACE
     UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0A00)
   target_link_options(ncedl_options INTERFACE -static)
@@ -46,15 +47,39 @@ function(ncedl_library name)
   target_link_libraries(${name} PUBLIC ncedl_options ${ARG_LINK})
 endfunction()
 
-# ncedl_program(NAME SOURCES... [LINK ...] [INTERNAL]): one program. INTERNAL: not for users, not
+# ncedl_program(NAME SOURCES... [LINK ...] [DESCRIPTION text] [WINDOW] [INTERNAL]): one program.
+# DESCRIPTION: what Windows shows of it. WINDOW: it has no console there. INTERNAL: not for users, not
 # installed.
 function(ncedl_program name)
-  cmake_parse_arguments(ARG "INTERNAL" "" "SOURCES;LINK" ${ARGN})
+  cmake_parse_arguments(ARG "INTERNAL;WINDOW" "DESCRIPTION" "SOURCES;LINK" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE ncedl_options ${ARG_LINK})
+  set_target_properties(${name} PROPERTIES WIN32_EXECUTABLE ${ARG_WINDOW})
   if(NOT ARG_INTERNAL)
     install(TARGETS ${name} RUNTIME DESTINATION ${NCEDL_PROGRAM_DESTINATION})
+    if(WIN32)
+      ncedl_resources(${name} "${ARG_DESCRIPTION}" ${ARG_WINDOW})
+    endif()
   endif()
+endfunction()
+
+# Icon, manifest and version of a Windows program.
+function(ncedl_resources name description hasWindow)
+  set(manifest console)
+  set(toolkit "")
+  if(hasWindow)
+    set(manifest window)
+    set(toolkit "#define wxUSE_NO_MANIFEST 1\n#include \"wx/msw/wx.rc\"")
+  endif()
+  configure_file(${CMAKE_SOURCE_DIR}/cmake/windows_program.rc.in ${CMAKE_CURRENT_BINARY_DIR}/${name}.rc @ONLY)
+  set_source_files_properties(${CMAKE_CURRENT_BINARY_DIR}/${name}.rc PROPERTIES OBJECT_DEPENDS
+    "${CMAKE_SOURCE_DIR}/packaging/ncedl.ico;${CMAKE_SOURCE_DIR}/packaging/${manifest}.manifest")
+  # Apart from the program, whose compiler options are none of the resource compiler's.
+  add_library(${name}_resources OBJECT ${CMAKE_CURRENT_BINARY_DIR}/${name}.rc)
+  if(hasWindow)
+    target_include_directories(${name}_resources PRIVATE ${NCEDL_TOOLKIT_INCLUDES})
+  endif()
+  target_sources(${name} PRIVATE $<TARGET_OBJECTS:${name}_resources>)
 endfunction()
 
 # ncedl_test(NAME SOURCES... [LINK ...] [LABELS ...] [TIMEOUT seconds]): one GoogleTest program,

@@ -2,6 +2,7 @@
 // other, each a process of its own. Exit code 0 only when every byte that travelled was right.
 //   ncedl-demo [--quick [PROGRAMS SAMPLES]]   the console at 115200 baud; --quick: the large program is a
 //                                  small one; PROGRAMS, SAMPLES: other folders than those it was built with
+//   ncedl-demo --windows PROGRAMS  as --quick, with the Windows console of that folder, under Wine
 //   ncedl-demo --window [FOLDER]   the window on the display there is; pictures of it go into FOLDER
 #include <cstdio>
 #include <filesystem>
@@ -20,14 +21,16 @@ namespace {
 namespace fs = std::filesystem;
 using namespace kor::demo;
 using kor::support::Process;
+using kor::support::WindowsSystem;
 using Clock = std::chrono::steady_clock;
 
 constexpr int kBaud = 115200;
 
 class ConsoleDemo : private LineRun {
  public:
-  ConsoleDemo(bool quick, const std::string& programFolder, const std::string& sampleFolder)
-      : LineRun(programFolder, sampleFolder, kBaud), isQuick(quick) {}
+  ConsoleDemo(bool quick, const std::string& programFolder, const std::string& sampleFolder,
+              std::shared_ptr<const WindowsSystem> windows = nullptr)
+      : LineRun(programFolder, sampleFolder, kBaud, std::move(windows)), isQuick(quick) {}
 
   int Run() {
     PutPrograms(isQuick ? 16'384 : 1'048'577);
@@ -138,6 +141,10 @@ int main(int argc, char** argv) {
   try {
     if (!words.empty() && words[0] == "--window")
       return ShowWindow(NCEDL_PROGRAMS, NCEDL_SAMPLES, words.size() > 1 ? words[1] : "");
+    if (words.size() == 2 && words[0] == "--windows")
+      return ConsoleDemo(true, NCEDL_PROGRAMS, NCEDL_SAMPLES,
+                         std::make_shared<WindowsSystem>(std::string(words[1])))
+          .Run();
     const bool quick = !words.empty() && words[0] == "--quick";
     if (words.size() < 3) return ConsoleDemo(quick, NCEDL_PROGRAMS, NCEDL_SAMPLES).Run();
     return ConsoleDemo(quick, std::string(words[1]), std::string(words[2])).Run();

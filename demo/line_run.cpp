@@ -113,9 +113,10 @@ void Traffic::Upload(const std::string& number, const Texts& frames) {
 
 // --- LineRun -------------------------------------------------------------------------------------
 
-LineRun::LineRun(const std::string& programs, const std::string& folderOfSamples, int lineBaud)
-    : folders(programs), samples(folderOfSamples), record(folders.Path("", "record.txt")),
-      baud(lineBaud) {
+LineRun::LineRun(const std::string& programs, const std::string& folderOfSamples, int lineBaud,
+                 std::shared_ptr<const support::WindowsSystem> windows)
+    : folders(programs, std::move(windows)), samples(folderOfSamples),
+      record(folders.Path("", "record.txt")), baud(lineBaud) {
   folders.WriteProfile(baud);
   controller = std::make_unique<support::Process>(
       folders.Program("nce-controller",
@@ -186,7 +187,7 @@ void LineRun::UploadStep() {
   const std::string program = ReadWholeFile(folders.Path("", "sent.nc"));
   Traffic traffic;
   traffic.Upload("0000200", Frames(program));
-  Step("upload", "send " + folders.Path("", "sent.nc") + " --number 0000200", traffic);
+  Step("upload", "send \"" + folders.Path("", "sent.nc") + "\" --number 0000200", traffic);
   Check("the upload is on the disk as it was sent",
         ReadWholeFile(folders.Upload("0000200.MPG")) == program &&
             folders.UploadNames() == Texts{"0000200.MPG"});
@@ -199,7 +200,7 @@ Texts LineRun::FramesOf(const std::string& name) const {
 std::string LineRun::Fetch(const std::string& number, const Texts& names) const {
   std::string command = "fetch " + number;
   for (const std::string& name : names)
-    command += " --compare " + folders.Download(name);
+    command += " --compare \"" + folders.Download(name) + "\"";
   return command;
 }
 

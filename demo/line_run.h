@@ -30,8 +30,10 @@ struct Traffic {
 
 class LineRun {
  public:
-  // programs: the folder of the built ones. Throws std::runtime_error when the controller doesn't start.
-  LineRun(const std::string& programs, const std::string& samples, int baud);
+  // programs: the folder of the built ones. windows: where the host runs, if not here. Throws
+  // std::runtime_error when the controller doesn't start.
+  LineRun(const std::string& programs, const std::string& samples, int baud,
+          std::shared_ptr<const support::WindowsSystem> windows = nullptr);
   virtual ~LineRun() = default;
 
  protected:

@@ -8,4 +8,8 @@ namespace kor {
 // makes its write fail, as a full disk does, instead of ending the program.
 void PrepareProgram();
 
+// Before another program that runs already is asked to come to the front: on Windows only the one that the
+// user has just started may do that, or let others.
+void LetOthersComeForward();
+
 } // namespace kor

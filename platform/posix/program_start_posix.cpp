@@ -15,4 +15,6 @@ void PrepareProgram() {
   std::signal(SIGXFSZ, SIG_IGN);
 }
 
+void LetOthersComeForward() {}
+
 } // namespace kor

@@ -26,4 +26,8 @@ void PrepareProgram() {
   OpenMissing(stderr, "w", STD_ERROR_HANDLE);
 }
 
+void LetOthersComeForward() {
+  AllowSetForegroundWindow(ASFW_ANY);
+}
+
 } // namespace kor

@@ -41,6 +41,7 @@ const std::vector<Layer>& Layers() {
       {"ui/wx/", {"ui/wx/", "app/", "link/", "ui/", "services/"}, {"wx/"}},
       {"ui/wx/accessible_gtk", {"ui/wx/", "services/core/"}, {"wx/", "gtk/"}},
       {"ui/wx/native_look_gtk", {"ui/wx/"}, {"gtk/"}},
+      {"ui/wx/program_icon_gtk", {"ui/wx/"}, {"wx/", "gtk/"}},
       {"platform/",
        {"platform/", "services/core/", "link/serial_port.h", "ui/terminal.h", "ui/line_editor.h"},
        {kAnything}},
@@ -67,7 +68,7 @@ struct Reserved {
 const std::vector<Reserved>& ReservedHeaders() {
   static const std::vector<Reserved> reserved = {
       {"wx/", {"ui/wx/", "app/main_wx", "tests/window/", "demo/"}},
-      {"windows.h", {"platform/"}},
+      {"windows.h", {"platform/", "tests/e2e/"}},
       {"termios.h", {"platform/", "tests/platform/"}},
       {"ui/wx/", {"ui/wx/", "app/main_wx", "tests/", "demo/"}},
       {"ui/console/", {"ui/console/", "app/main_", "tests/", "bench/"}},

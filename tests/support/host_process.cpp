@@ -9,30 +9,38 @@ namespace kor::support {
 
 namespace fs = std::filesystem;
 
-HostFolders::HostFolders(std::string folderOfPrograms) : programs(std::move(folderOfPrograms)) {
+HostFolders::HostFolders(std::string folderOfPrograms,
+                         std::shared_ptr<const WindowsSystem> onWindows)
+    : programs(std::move(folderOfPrograms)), windows(std::move(onWindows)) {
   for (const char* name : {"down", "up", "config", "data", "temp"})
-    fs::create_directory(root.Path() / name);
-  const std::unique_ptr<Process> setup =
-      Start("ncedl-setup", {"--main", root / "main", "--port", "COM1=" + Line()});
-  if (setup->WaitForExit() != 0)
+    fs::create_directories(Path(name, ""));
+  std::vector<std::string> arguments = {"--main", Path("main", "")};
+  if (!windows) arguments.insert(arguments.end(), {"--port", "COM1=" + Line()});
+  const std::unique_ptr<Process> setup = Start("ncedl-setup", arguments);
+  if (setup->WaitForExit(Milliseconds(60'000)) != 0)
     throw std::runtime_error("ncedl-setup: " + setup->Output() + setup->Diagnostics());
   WriteProfile(115200);
 }
 
+std::string HostFolders::Line() const {
+  return windows ? windows->Line() : root / "line";
+}
+
 std::string HostFolders::Path(std::string_view folder, std::string_view name) const {
-  return (root.Path() / folder / name).string();
+  return (root.Path() / (windows ? "Blechstücke 板金" : "") / folder / name).string();
 }
 
 std::vector<std::string> HostFolders::UploadNames() const {
   std::vector<std::string> names;
-  for (const auto& entry : fs::directory_iterator(root.Path() / "up"))
+  for (const auto& entry : fs::directory_iterator(Upload("")))
     names.push_back(entry.path().filename().string());
   std::ranges::sort(names);
   return names;
 }
 
 std::string HostFolders::SettingsFile() const {
-  return root / "config/Velmora/Plenova 2026/NCE.INI";
+  return windows ? windows->SettingsFolder() / "NCE.INI"
+                 : fs::path(root / "config/Velmora/Plenova 2026/NCE.INI");
 }
 
 void HostFolders::WriteProfile(int baud, std::string_view moreLines) const {
@@ -44,8 +52,9 @@ void HostFolders::WriteProfile(int baud, std::string_view moreLines) const {
 }
 
 ProcessOptions HostFolders::Options() const {
-  ProcessOptions options;
+  ProcessOptions options = windows ? windows->Options() : ProcessOptions();
   options.workingFolder = root.Path();
+  if (windows) return options;
   options.environment = {{"HOME", root.Path().string()},
                          {"XDG_CONFIG_HOME", root / "config"},
                          {"NCEDL_DATA_DIR", root / "data"},
@@ -63,7 +72,9 @@ std::vector<std::string> HostFolders::Program(std::string_view name,
 
 std::unique_ptr<Process> HostFolders::Start(std::string_view name,
                                             const std::vector<std::string>& arguments) const {
-  return std::make_unique<Process>(Program(name, arguments), Options());
+  return std::make_unique<Process>(windows ? windows->Command(std::string(name), arguments)
+                                           : Program(name, arguments),
+                                   Options());
 }
 
 FarEnd::FarEnd(const std::string& link) {

@@ -1,5 +1,6 @@
-// What an end-to-end run needs around one real ncedl-console: folders of its own, settings, a name for
-// its port; and the far end of its line, played by hand. POSIX only. One thread.
+// What an end-to-end run needs around one real ncedl-console, or ncedl, of this system or of Windows: folders
+// of its own, settings, a name for its port; and the far end of its line, played by hand. POSIX only. One
+// thread.
 #pragma once
 
 #include <memory>
@@ -9,17 +10,20 @@
 
 #include "platform/terminals.h"
 #include "tests/support/process.h"
+#include "tests/support/windows_system.h"
 
 namespace kor::support {
 
 // Everything under one temporary folder: nothing of the user's is read or written.
 class HostFolders {
  public:
-  // programs: the folder of the built programs. Runs ncedl-setup for the folders and for COM1, which
-  // becomes Line(). Throws std::runtime_error when that fails.
-  explicit HostFolders(std::string programs);
+  // programs: the folder of the built programs. windows: where Start's programs run, if not here; the
+  // folders' names go beyond ASCII then. Runs ncedl-setup for the folders and for COM1, which becomes
+  // Line(). Throws std::runtime_error when that fails.
+  explicit HostFolders(std::string programs,
+                       std::shared_ptr<const WindowsSystem> windows = nullptr);
 
-  std::string Line() const { return root / "line"; } // where the device, or its link, is expected
+  std::string Line() const; // where the device, or its link, is expected
   std::string Download(std::string_view name) const { return Path("down/", name); }
   std::string Upload(std::string_view name) const { return Path("up/", name); }
   std::string Path(std::string_view folder, std::string_view name) const;
@@ -30,6 +34,7 @@ class HostFolders {
   void WriteProfile(int baud, std::string_view moreLines = {}) const;
 
   ProcessOptions Options() const;
+  // A program of this system.
   std::vector<std::string> Program(std::string_view name,
                                    const std::vector<std::string>& arguments = {}) const;
   std::unique_ptr<Process> Start(std::string_view name,
@@ -37,6 +42,7 @@ class HostFolders {
 
  private:
   std::string programs;
+  std::shared_ptr<const WindowsSystem> windows;
   TemporaryFolder root;
 };
 

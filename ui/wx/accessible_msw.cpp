@@ -1,11 +1,31 @@
 #include "ui/wx/accessible.h"
 #include "ui/wx/wx_text.h"
 
+#include <wx/access.h>
+
 namespace kor {
 
-// The system takes a control's name from the label before it.
+namespace {
+
+// The system's own answers, but for the name.
+class NamedAccessible : public wxAccessible {
+ public:
+  NamedAccessible(wxWindow* window, const wxString& spokenName)
+      : wxAccessible(window), name(spokenName) {}
+  wxAccStatus GetName(int child, wxString* told) override {
+    if (child != wxACC_SELF) return wxACC_NOT_IMPLEMENTED;
+    *told = name;
+    return wxACC_OK;
+  }
+
+ private:
+  const wxString name;
+};
+
+} // namespace
+
 void SetSpokenName(wxWindow* control, const KorText& name, const KorText& description) {
-  control->SetName(ToWx(name));
+  control->SetAccessible(new NamedAccessible(control, ToWx(name)));
   if (!description.IsEmpty()) control->SetToolTip(ToWx(description));
 }
 

@@ -41,9 +41,11 @@ bool AskToRaise(const wxString& service) {
   return connection != nullptr;
 }
 
-// A folder that only this user can write, and that is empty again after a restart of the computer.
+// A folder that only this user can write, and that is empty again after a restart of the computer. Windows
+// keeps both by name alone, for each user's session.
 wxString SocketFolder() {
   wxString folder;
+  if ((wxGetOsVersion() & wxOS_WINDOWS) != 0) return folder;
   if (!wxGetEnv("XDG_RUNTIME_DIR", &folder) || !wxFileName::IsDirWritable(folder))
     folder = wxStandardPaths::Get().GetUserDataDir();
   if (!wxFileName::DirExists(folder)) wxFileName::Mkdir(folder, wxS_DIR_DEFAULT, wxPATH_MKDIR_FULL);
@@ -62,7 +64,7 @@ OneWindow::OneWindow(const KorText& settingsName) {
   first = !checker->IsAnotherRunning() || !AskToRaise(service);
   if (!first) return;
   server = std::make_unique<RaiseServer>(onRaise);
-  if (wxFileName::FileExists(service)) wxRemoveFile(service);
+  if (!folder.empty() && wxFileName::FileExists(service)) wxRemoveFile(service);
   static_cast<RaiseServer&>(*server).Create(service);
 }
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include <wx/app.h>
+
 #include "services/core/app_interface.h"
 
 namespace kor {
@@ -23,7 +25,9 @@ TimerPump::~TimerPump() {
   timers.SetOnEarlier({});
 }
 
+// Windows has loops of its own while a file is chosen or the window is moved: they know timers, but no posts.
 void TimerPump::Notify() {
+  wxTheApp->ProcessPendingEvents();
   timers.RunDue(App().HighResolutionSeconds());
   Plan();
 }

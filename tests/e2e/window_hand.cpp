@@ -1,0 +1,138 @@
+// A hand at the windows of another program, on Windows: reads commands and answers each with a line.
+//   click N      the mouse presses and releases the button at control N, or window N's at its left
+//   key N        presses and releases a key of that virtual-key code, where the keyboard is
+//   text N       what control N shows
+//   checked N    yes or no
+//   windows      titles and texts of all visible windows
+//   close        has the toolkit's windows close
+// Controls are found by their numbers; "none" when no visible window has it enabled.
+#include <windows.h>
+
+#include <iostream>
+#include <string>
+
+namespace {
+
+std::string ToUtf8(const std::wstring& text) {
+  std::string bytes(4 * text.size(), '\0');
+  bytes.resize(static_cast<std::size_t>(
+      WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), bytes.data(),
+                          static_cast<int>(bytes.size()), nullptr, nullptr)));
+  return bytes;
+}
+
+// Asked of the control itself: another program's may not be read directly.
+std::string TextOf(HWND window) {
+  std::wstring text(4096, L'\0');
+  DWORD_PTR length = 0;
+  SendMessageTimeoutW(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()),
+                      SMTO_ABORTIFHUNG, 2000, &length);
+  text.resize(length);
+  return ToUtf8(text);
+}
+
+struct Search {
+  int number = 0;
+  HWND found = nullptr;
+};
+
+BOOL CALLBACK LookAtChild(HWND window, LPARAM parameter) {
+  Search& search = *reinterpret_cast<Search*>(parameter);
+  if (GetDlgCtrlID(window) == search.number && IsWindowVisible(window) && IsWindowEnabled(window))
+    search.found = window;
+  return search.found == nullptr;
+}
+
+BOOL CALLBACK LookInWindow(HWND window, LPARAM parameter) {
+  if (IsWindowVisible(window)) EnumChildWindows(window, LookAtChild, parameter);
+  return reinterpret_cast<Search*>(parameter)->found == nullptr;
+}
+
+HWND Find(int number) {
+  Search search{number};
+  EnumWindows(LookInWindow, reinterpret_cast<LPARAM>(&search));
+  return search.found;
+}
+
+void Click(HWND control) {
+  SetForegroundWindow(GetAncestor(control, GA_ROOT));
+  RECT place{};
+  GetWindowRect(control, &place);
+  SetCursorPos(place.left + 12, (place.top + place.bottom) / 2);
+  for (const DWORD part : {MOUSEEVENTF_LEFTDOWN, MOUSEEVENTF_LEFTUP}) {
+    INPUT input{};
+    input.type = INPUT_MOUSE;
+    input.mi.dwFlags = part;
+    SendInput(1, &input, sizeof input);
+  }
+}
+
+void Press(WORD key) {
+  for (const DWORD part : {DWORD{0}, DWORD{KEYEVENTF_KEYUP}}) {
+    INPUT input{};
+    input.type = INPUT_KEYBOARD;
+    input.ki.wVk = key;
+    input.ki.dwFlags = part;
+    SendInput(1, &input, sizeof input);
+  }
+}
+
+BOOL CALLBACK TellText(HWND window, LPARAM) {
+  if (const std::string text = TextOf(window); IsWindowVisible(window) && !text.empty())
+    std::cout << text << " | ";
+  return TRUE;
+}
+
+BOOL CALLBACK TellWindow(HWND window, LPARAM) {
+  if (!IsWindowVisible(window)) return TRUE;
+  TellText(window, 0);
+  EnumChildWindows(window, TellText, 0);
+  return TRUE;
+}
+
+BOOL CALLBACK CloseWindowOfToolkit(HWND window, LPARAM) {
+  wchar_t name[16] = {};
+  GetClassNameW(window, name, 16);
+  if (IsWindowVisible(window) && std::wstring(name).starts_with(L"wx"))
+    PostMessageW(window, WM_CLOSE, 0, 0);
+  return TRUE;
+}
+
+void CarryOut(const std::string& command, int number) {
+  if (command == "windows") {
+    EnumWindows(TellWindow, 0);
+    std::cout << std::endl;
+    return;
+  }
+  if (command == "close") {
+    EnumWindows(CloseWindowOfToolkit, 0);
+    std::cout << "closed" << std::endl;
+    return;
+  }
+  if (command == "key") {
+    Press(static_cast<WORD>(number));
+    std::cout << "pressed" << std::endl;
+    return;
+  }
+  const HWND control = Find(number);
+  if (!control)
+    std::cout << "none" << std::endl;
+  else if (command == "click")
+    Click(control), std::cout << "clicked" << std::endl;
+  else if (command == "text")
+    std::cout << TextOf(control) << std::endl;
+  else
+    std::cout << (SendMessageW(control, BM_GETCHECK, 0, 0) == BST_CHECKED ? "yes" : "no")
+              << std::endl;
+}
+
+} // namespace
+
+int main() {
+  std::string command;
+  while (std::cin >> command) {
+    int number = 0;
+    if (command != "windows" && command != "close") std::cin >> number;
+    CarryOut(command, number);
+  }
+}

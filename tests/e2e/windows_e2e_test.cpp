@@ -1,0 +1,238 @@
+// The Windows programs under Wine, with this system's nce-controller, or the test, at the far end of COM1: from
+// an empty Windows on, in folders and under a user name that code pages don't have.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "tests/support/host_process.h"
+
+namespace kor {
+namespace {
+
+namespace fs = std::filesystem;
+using support::FarEnd;
+using support::HostFolders;
+using support::Milliseconds;
+using support::Process;
+using support::ReadWholeFile;
+using support::WindowsSystem;
+using support::WriteWholeFile;
+using Clock = std::chrono::steady_clock;
+
+constexpr Milliseconds kLongest(60'000); // of a step on a busy machine
+
+// The numbers of its controls, and the system's of keys.
+constexpr int kStatus = 15201, kRts = 15273, kSettings = 15101, kEscape = 27, kReturn = 13;
+
+std::string WithoutCr(std::string text) {
+  std::erase(text, '\r');
+  return text;
+}
+
+class WindowsE2e : public testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    windows = std::make_shared<WindowsSystem>(NCEDL_WINDOWS_PROGRAMS);
+  }
+  static void TearDownTestSuite() { windows.reset(); }
+
+  std::unique_ptr<Process> StartWindows(const std::string& name,
+                                        const std::vector<std::string>& arguments = {}) {
+    return std::make_unique<Process>(windows->Command(name, arguments), windows->Options());
+  }
+  void RunBoth(const std::vector<std::string>& here, const std::vector<std::string>& there) {
+    Process native(here);
+    EXPECT_EQ(native.WaitForExit(kLongest), 0) << here[0] << native.Diagnostics();
+    const auto other = StartWindows(there[0], {there.begin() + 1, there.end()});
+    EXPECT_EQ(other->WaitForExit(kLongest), 0) << there[0] << other->Diagnostics();
+  }
+  std::string Native(const std::string& program) { return NCEDL_PROGRAMS "/" + program; }
+
+  // What the hand at the windows answers.
+  std::string Ask(const std::string& command) {
+    if (!hand) hand = StartWindows("window_hand");
+    const std::size_t from = hand->Output().size();
+    hand->Type(command);
+    EXPECT_TRUE(hand->Expect("\n", kLongest)) << command << hand->Diagnostics();
+    return WithoutCr(hand->Output().substr(from));
+  }
+  std::string Ask(const std::string& command, int number) {
+    return Ask(command + " " + std::to_string(number));
+  }
+  // Asks until the answer contains the text; whether it came to that.
+  bool Comes(const std::string& command, const std::string& text, bool wanted = true) {
+    const Clock::time_point until = Clock::now() + kLongest;
+    while ((Ask(command).find(text) != std::string::npos) != wanted) {
+      if (Clock::now() > until) return false;
+      hand->Expect("nothing", Milliseconds(50));
+    }
+    return true;
+  }
+  bool StatusComes(const std::string& text) {
+    return Comes("text " + std::to_string(kStatus), text);
+  }
+  void EndWindow(Process& program) {
+    Ask("close");
+    EXPECT_EQ(program.WaitForExit(kLongest), 0) << program.Diagnostics();
+  }
+  void Shoot(const std::string& name) {
+    const std::string shot = NCEDL_SHOTS "/" + name;
+    ASSERT_EQ(Process({"import", "-window", "root", shot}).WaitForExit(kLongest), 0);
+    Process colours({"identify", "-format", "%k", shot});
+    ASSERT_EQ(colours.WaitForExit(kLongest), 0);
+    EXPECT_GT(std::stoi(colours.Output()), 50) << shot;
+  }
+
+  static std::shared_ptr<const WindowsSystem> windows;
+  std::unique_ptr<Process> hand;
+};
+
+std::shared_ptr<const WindowsSystem> WindowsE2e::windows;
+
+// First: nothing has been set up yet.
+TEST_F(WindowsE2e, AnEmptyWindowsIsToldWhatToDoAndKeepsSettingsFromTheFirstEndOn) {
+  auto console = StartWindows("ncedl-console");
+  EXPECT_EQ(console->WaitForExit(kLongest), 0);
+  EXPECT_NE(console->Diagnostics().find("ncedl-setup --main FOLDER"), std::string::npos)
+      << console->Diagnostics();
+  const auto window = StartWindows("ncedl");
+  EXPECT_TRUE(Comes("windows", "Unable to locate Program Paths")) << Ask("windows");
+  Ask("key", kReturn);
+  EXPECT_TRUE(Comes("windows", "ncedl-setup --main FOLDER")) << Ask("windows");
+  Shoot("windows-first-start.png");
+  Ask("key", kReturn);
+  EXPECT_EQ(window->WaitForExit(kLongest), 0);
+
+  const HostFolders folders(NCEDL_PROGRAMS, windows); // has ncedl-setup make them
+  fs::remove(folders.SettingsFile());
+  const FarEnd line(folders.Line());
+  for (const char* baud : {"2400", "19200"}) {
+    console = folders.Start("ncedl-console");
+    ASSERT_TRUE(console->Expect(" 1 Waiting...", kLongest)) << console->Diagnostics();
+    console->Type("settings");
+    EXPECT_TRUE(console->Expect("baudrate         " + std::string(baud)));
+    console->Type("set baudrate 19200");
+    console->Type("quit");
+    EXPECT_EQ(console->WaitForExit(), 0) << console->Diagnostics();
+  }
+}
+
+// What the port's own check asks of its far side: an echo; byte 1: reads nothing until it says so, then drops
+// everything up to a byte 2; byte 4: hangs up.
+TEST_F(WindowsE2e, ThePortDoesWhatTheEngineAsksOfIt) {
+  auto line = std::make_unique<FarEnd>(windows->Line());
+  const auto check = StartWindows("serial_port_win32_check");
+  bool dropping = false;
+  while (!check->WaitForExit(Milliseconds(1))) {
+    for (const char byte : line ? line->Receive("nothing", Milliseconds(5)) : std::string()) {
+      if (dropping) {
+        dropping = byte != 2;
+      } else if (byte == 1) {
+        EXPECT_TRUE(check->Expect("LET GO", kLongest));
+        dropping = true;
+      } else if (byte == 4) {
+        line.reset();
+        break;
+      } else {
+        line->Send({&byte, 1});
+      }
+    }
+  }
+  EXPECT_EQ(check->WaitForExit(), 0) << check->Output();
+}
+
+TEST_F(WindowsE2e, TheWindowServesAControllerAndKeepsWhatIsClicked) {
+  const HostFolders folders(NCEDL_PROGRAMS, windows);
+  folders.WriteProfile(115200);
+  std::string program;
+  for (int i = 1; i <= 300; ++i)
+    program += "N" + std::to_string(i) + " G01 X1000.000 Y2000.000\n";
+  WriteWholeFile(folders.Download("0000123.MPG"), program);
+  Process controller(folders.Program("nce-controller", {"--pty", folders.Line(), "--baud", "115200",
+                                                        "--json", "--wait-host", "0", "run", "-"}));
+  while (!fs::exists(folders.Line()))
+    ASSERT_FALSE(controller.WaitForExit(Milliseconds(10))) << controller.Diagnostics();
+  auto window = folders.Start("ncedl");
+  ASSERT_TRUE(StatusComes("Waiting...")) << window->Diagnostics();
+  for (const std::string& step :
+       {std::string("list"), std::string("refuse 2"),
+        "fetch 0000123 --compare \"" + folders.Download("0000123.MPG") + "\"",
+        "send \"" + folders.Download("0000123.MPG") + "\" --number 0000200"}) {
+    controller.Type(step);
+    if (step != "refuse 2") {
+      EXPECT_TRUE(controller.Expect("\"ok\": true", kLongest))
+          << step << controller.Output() << controller.Diagnostics();
+    }
+  }
+  EXPECT_EQ(ReadWholeFile(folders.Upload("0000200.MPG")), program);
+  EXPECT_TRUE(StatusComes("Upload Completed")) << Ask("text", kStatus);
+  EXPECT_TRUE(Comes("windows", "NCE")) << Ask("windows");
+  Shoot("windows-window.png");
+
+  ASSERT_EQ(Ask("checked", kRts), "yes\n");
+  EXPECT_EQ(Ask("click", kRts), "clicked\n");
+  EXPECT_TRUE(Comes("checked " + std::to_string(kRts), "no"));
+  EXPECT_EQ(Ask("click", kSettings), "clicked\n");
+  EXPECT_TRUE(Comes("text 15232", "MPG")) << "the settings dialog's field";
+  Shoot("windows-settings.png");
+  Ask("key", kEscape);
+  EXPECT_TRUE(Comes("text 15232", "none"));
+  EndWindow(*window);
+  EXPECT_EQ(window->Diagnostics(), "");
+  window = folders.Start("ncedl");
+  ASSERT_TRUE(StatusComes("Waiting...")) << window->Diagnostics();
+  EXPECT_EQ(Ask("checked", kRts), "no\n") << "read back";
+  EndWindow(*window);
+}
+
+// What one system has written the other reads.
+TEST_F(WindowsE2e, FilesTravelBothWaysBetweenTheSystems) {
+  const support::TemporaryFolder folder;
+  const auto file = [&](const char* name) { return folder / name; };
+  WriteWholeFile(file("plain"), ReadWholeFile(Native("ncedl-console")).substr(0, 300'000));
+  RunBoth({Native("korfile"), "compress", "-o", file("packed-here"), file("plain")},
+          {"korfile", "compress", "-o", file("packed-there"), file("plain")});
+  RunBoth({Native("korfile"), "restore", "-o", file("from-there"), file("packed-there")},
+          {"korfile", "restore", "-o", file("from-here"), file("packed-here")});
+  EXPECT_EQ(ReadWholeFile(file("from-there")), ReadWholeFile(file("plain")));
+  EXPECT_EQ(ReadWholeFile(file("from-here")), ReadWholeFile(file("plain")));
+
+  RunBoth({Native("kordict"), "-d", file("words-here"), "build", NCEDL_DICTIONARY},
+          {"kordict", "-d", file("words-there"), "build", NCEDL_DICTIONARY});
+  RunBoth({Native("kordict"), "-d", file("words-there"), "export-xml", file("from-there.xml")},
+          {"kordict", "-d", file("words-here"), "export-xml", file("from-here.xml")});
+  EXPECT_EQ(ReadWholeFile(file("words-here")), ReadWholeFile(file("words-there")));
+  EXPECT_EQ(ReadWholeFile(file("from-here.xml")), ReadWholeFile(file("from-there.xml")));
+  EXPECT_NE(ReadWholeFile(file("from-here.xml")), "");
+}
+
+TEST_F(WindowsE2e, SettingsTravelBothWaysBetweenTheSystems) {
+  const HostFolders here(NCEDL_PROGRAMS), there(NCEDL_PROGRAMS, windows);
+  const std::string chosen = there.Download(""); // a name beyond ASCII
+  const auto settingsOf = [](const HostFolders& folders, const std::string& change) {
+    const FarEnd line(folders.Line());
+    const auto host = folders.Start("ncedl-console");
+    EXPECT_TRUE(host->Expect(" 1 Waiting...", kLongest)) << host->Diagnostics();
+    for (const std::string& command : {change, std::string("settings"), std::string("quit")})
+      host->Type(command);
+    EXPECT_EQ(host->WaitForExit(kLongest), 0) << host->Diagnostics();
+    const std::string text = WithoutCr(host->Output());
+    return text.substr(std::min(text.rfind("\nport "), text.size()));
+  };
+  const std::string made = settingsOf(here, "set download-path " + chosen);
+  EXPECT_NE(made.find(chosen), std::string::npos) << made;
+  fs::copy(here.SettingsFile(), there.SettingsFile(), fs::copy_options::overwrite_existing);
+  EXPECT_EQ(settingsOf(there, "status"), made);
+  settingsOf(there, "set baudrate 9600");
+  fs::copy(there.SettingsFile(), here.SettingsFile(), fs::copy_options::overwrite_existing);
+  const std::string back = settingsOf(here, "status");
+  EXPECT_NE(back.find("9600"), std::string::npos) << back;
+  EXPECT_NE(back.find(chosen), std::string::npos) << back;
+}
+
+} // namespace
+} // namespace kor

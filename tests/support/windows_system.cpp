@@ -1,0 +1,83 @@
+#include "tests/support/windows_system.h"
+
+#include <unistd.h>
+
+#include <stdexcept>
+
+namespace kor::support {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kUser = "Jörg Weiß";
+constexpr const char* kWine = "/usr/lib/wine/wine64"; // the wrapper in bin asks for a 32-bit Wine
+constexpr const char* kServer = "/usr/lib/wine/wineserver64";
+constexpr Milliseconds kLongest(120'000); // of making a Windows on a busy machine
+
+} // namespace
+
+WindowsSystem::WindowsSystem(std::string folderOfPrograms) : programs(std::move(folderOfPrograms)) {
+  fs::create_directory(root / "windows");
+  WriteWholeFile(root / "users", std::string(kUser) + ":x:" + std::to_string(getuid()) + ":" +
+                                     std::to_string(getgid()) + "::" + root.Path().string() +
+                                     ":/bin/sh\n");
+  WriteWholeFile(root / "groups", "users:x:" + std::to_string(getgid()) + ":\n");
+  StartServer();
+  Run({kWine, "wineboot", "-i"});
+  Run({kWine, "reg", "add", "HKLM\\Software\\Wine\\Ports", "/v", "COM1", "/d", Line(), "/f"});
+  EndServer(); // it looks for ports when it starts
+  StartServer();
+}
+
+WindowsSystem::~WindowsSystem() {
+  EndServer();
+  const std::string ofServer = ReadWholeFile(root / "windows/wineserver"); // it leaves that folder
+  if (ofServer.starts_with("wine-")) fs::remove_all("/tmp/" + ofServer);
+}
+
+// In the foreground, so that it is this process's child and dies with it; what runs in it ends then.
+void WindowsSystem::StartServer() {
+  server = std::make_unique<Process>(std::vector<std::string>{kServer, "-f", "-p"}, Options());
+  while (Process({kServer, "-k0"}, Options()).WaitForExit(kLongest) != 0)
+    if (server->WaitForExit(Milliseconds(10)))
+      throw std::runtime_error("wineserver: " + server->Diagnostics());
+}
+
+void WindowsSystem::EndServer() {
+  Process(std::vector<std::string>{kServer, "-k"}, Options()).WaitForExit(kLongest);
+  server->WaitForExit(kLongest);
+}
+
+void WindowsSystem::Run(const std::vector<std::string>& command) const {
+  Process process(command, Options());
+  if (process.WaitForExit(kLongest) != 0)
+    throw std::runtime_error(command[1] + ": " + process.Output() + process.Diagnostics());
+}
+
+std::vector<std::string> WindowsSystem::Command(const std::string& name,
+                                                const std::vector<std::string>& arguments) const {
+  const std::string own = programs + "/" + name + ".exe";
+  std::vector<std::string> all = {kWine, fs::exists(own) ? own : name};
+  all.insert(all.end(), arguments.begin(), arguments.end());
+  return all;
+}
+
+ProcessOptions WindowsSystem::Options() const {
+  ProcessOptions options;
+  options.environment = {{"WINEPREFIX", root / "windows"},
+                         {"WINEDEBUG", "-all"},
+                         {"WINEDLLOVERRIDES", "mscoree=;mshtml=;winemenubuilder.exe="},
+                         {"HOME", root.Path().string()},
+                         {"LC_ALL", "C.UTF-8"},
+                         {"LD_PRELOAD", "libnss_wrapper.so"},
+                         {"NSS_WRAPPER_PASSWD", root / "users"},
+                         {"NSS_WRAPPER_GROUP", root / "groups"}};
+  return options;
+}
+
+std::filesystem::path WindowsSystem::SettingsFolder() const {
+  return root.Path() / "windows/drive_c/users" / kUser / "AppData/Roaming/Velmora/Plenova 2026";
+}
+
+} // namespace kor::support
