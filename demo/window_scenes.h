@@ -8,6 +8,8 @@
 #include <span>
 #include <string_view>
 
+#include <wx/evtloop.h>
+
 #include "app/nce_app.h"
 #include "tests/support/test_app.h"
 #include "ui/wx/wx_front_end.h"
@@ -43,6 +45,9 @@ class WindowScenes {
   void PlayForms();
   void PlayMessages();
 
+  // The toolkit expects one to be active, also where this waits for the desktop itself.
+  wxGUIEventLoop loop;
+  const wxEventLoopActivator active{&loop};
   TestApp system;
   const KorText dictionaryFile;
   const int settleTime;
