@@ -191,7 +191,7 @@ void Add(std::vector<Sweep>& sweeps, const char* what, Action action, std::size_
       Begin(exchange, host);
       action(exchange, record->Of(seed), host, at, way);
     };
-    sweeps.push_back({std::string(what) + "-" + exchange.name, "byte", ways, length, run});
+    sweeps.push_back({std::string(what) + "-" + exchange.name, "bytes", ways, length, run});
   }
 }
 

@@ -108,7 +108,7 @@ void Host::ExpectServed() {
 
 void Host::End() {
   link.link->Terminate();
-  link.link.reset();
+  link.Close();
 }
 
 void Host::ExpectTidy() {

@@ -180,8 +180,8 @@ std::vector<Sweep> HostileSweeps() {
   };
   const auto things = [](unsigned) { return std::size(kPlaces) * std::size(kThings); };
   return {{"noise", "", 5, OnePosition, Noise},
-          {"hostile-numbers", "number", 8, numbers, HostileNumber},
-          {"odd-things", "thing", 1, things, OddThing},
+          {"hostile-numbers", "numbers", 8, numbers, HostileNumber},
+          {"odd-things", "things", 1, things, OddThing},
           {"ended-while-held", "", 1, OnePosition, EndedWhileHeld}};
 }
 

@@ -82,12 +82,12 @@ std::vector<Sweep> StoredSweeps() {
   std::vector<Sweep> sweeps;
   for (const StoredOperation& operation : StoredOperations()) {
     const auto shared = std::make_shared<Operation>(operation);
-    sweeps.push_back({std::string("full-disk-") + operation.name, "byte", 1,
+    sweeps.push_back({std::string("full-disk-") + operation.name, "bytes", 1,
                       [shared](unsigned seed) { return shared->Bytes(seed); },
                       [shared](unsigned seed, std::size_t bytes, std::size_t) {
                         shared->FillDisk(seed, bytes);
                       }});
-    sweeps.push_back({std::string("power-cut-") + operation.name, "change", 1,
+    sweeps.push_back({std::string("power-cut-") + operation.name, "changes", 1,
                       [shared](unsigned seed) { return shared->Changes(seed); },
                       [shared](unsigned seed, std::size_t changes, std::size_t) {
                         shared->CutPower(seed, changes);

@@ -12,6 +12,7 @@
 #include <cstring>
 #include <exception>
 #include <filesystem>
+#include <numeric>
 #include <random>
 #include <string_view>
 
@@ -44,9 +45,9 @@ class Course {
 
   void TryNext() {
     const auto begin = Clock::now();
-    if (next == 0) positions = sweep.positions(seed);
-    Try(seed, next);
-    if (++next == positions * sweep.ways) {
+    if (next == 0) Prepare();
+    Try(seed, next * stride % all);
+    if (++next == all) {
       next = 0;
       ++seed;
       ++whole;
@@ -84,18 +85,25 @@ class Course {
                   withSeed, position, what.c_str());
   }
 
+  // In steps of about five eighths of the way round: however short the run, it is spread over all positions.
+  void Prepare() {
+    positions = sweep.positions(seed);
+    all = positions * sweep.ways;
+    for (stride = all * 5 / 8 + 1; std::gcd(stride, all) != 1;)
+      ++stride;
+  }
+
   std::string Covered() const {
     if (sweep.unit.empty()) return "at random";
-    std::string text = sweep.unit + " 1.." +
-                       std::to_string(next == 0 ? positions : next / sweep.ways) + " of " +
-                       std::to_string(positions);
-    if (sweep.ways > 1) text += ", " + std::to_string(sweep.ways) + " ways";
-    return whole == 0 ? text : std::to_string(whole) + " whole, then " + text;
+    std::string text = whole > 0 ? "whole " + std::to_string(whole) + " times, then " : "";
+    text += std::to_string(next) + " of " + std::to_string(all);
+    return text + " (" + std::to_string(positions) + " " + sweep.unit +
+           (sweep.ways > 1 ? ", " + std::to_string(sweep.ways) + " ways)" : ")");
   }
 
   const Sweep sweep;
   unsigned seed;
-  std::size_t next = 0, positions = 0;
+  std::size_t positions = 0, all = 0, stride = 0, next = 0;
   std::uint64_t whole = 0, tries = 0, failures = 0;
   Clock::duration spent{};
 };

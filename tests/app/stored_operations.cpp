@@ -122,7 +122,7 @@ CutOutcome CutAfter(int changes, const StoredOperation& operation, NceLink& link
   outcome.finished = link.app.Changes() < changes;
   outcome.states = link.app.DiskStates();
   link.app.CutPowerAfter(0);
-  link.link.reset();
+  link.Close();
   link.app.ClearFaults();
   outcome.newer = InflatedContent(path);
   outcome.storedNewer = Stored(link, path);

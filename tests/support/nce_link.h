@@ -41,10 +41,17 @@ class NceLink {
 
   // A start on the settings file as it stands.
   void Open(const KorText& commandLine = {}) {
+    Close();
     link = std::make_unique<WatchedNce>(Services(), commandLine);
     link->SetUpServices();
     link->BuildWindow();
     Run();
+  }
+
+  // What it has posted holds the link.
+  void Close() {
+    form.RunPosted();
+    link.reset();
   }
 
   EngineServices Services(bool startWorker = false) {
