@@ -349,7 +349,7 @@ TEST_F(NceAppTest, TheRestOfAnUploadThatEndedHereIsNoRequest) {
       fresh.Ask("08G90!X10!17");
       fail(fresh);
       const std::int32_t code = fresh.Code();
-      for (const char* rest : {"0A(DEPTH 5)!3B", "(WIDTH 5)#3B", "TH 5)!3B", "0AFH 1!]!00",
+      for (const char* rest : {"0A(DEPTH 5)!3B", "(WIDTH 5)#3B", "TH 5)!3B", "FH x", "0AFH 1!]!00",
                                "ab]!00", "08DH!XYZ!00", "0A~end!!00", "04G9>!00", "abc"})
         EXPECT_EQ(fresh.Ask(rest), "<\r") << what << ": " << rest;
       EXPECT_EQ(fresh.Ask(">"), code == 19 ? "UDL>\r" : ">\r");

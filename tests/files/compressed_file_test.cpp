@@ -159,6 +159,7 @@ TEST_F(CompressedFileTest, DamagedBlocks) {
       {"too long", WithNumber(good, 0, 0x2000001), FileResult::Corrupt},
       {"longest, but not there", WithNumber(good, 0, 0x2000000), FileResult::SourceUnreadable},
       {"no room for a trailer", WithNumber(good, 0, 4), FileResult::Corrupt},
+      {"a trailer's length", WithNumber(good, 0, 5), FileResult::Failure},
       {"ends inside", Bytes(good.begin(), good.end() - 3), FileResult::SourceUnreadable},
       {"half a length", FromHex("10 00"), FileResult::SourceUnreadable},
       {"claims 4 GiB", WithNumber(good, -4, 0xFFFFFFFF), FileResult::Failure},

@@ -90,6 +90,7 @@ TEST_F(DiskFileTest, AnOlderRecordLeavesNewFieldsAloneAndANewerOneIsSkippedToIts
   EXPECT_EQ(ReadRecords(bytes, kNarrow,
                         [&](DiskFile& file) {
                           Record(a)(file);
+                          EXPECT_FALSE(file.Transfer(missing)) << "behind one that was skipped";
                           Record(b)(file);
                         }),
             0U);
