@@ -1,24 +1,18 @@
 // Feeds arbitrary bytes to everything that reads compressed data: whole containers through their
 // description and their restoring, buffers of both types, and the legacy decoder. The first byte
 // picks one, so that the seeds of each stay apart.
-#include <cstdlib>
-
 #include "files/compressed_file.h"
 #include "files/legacy_codec.h"
-#include "tests/support/test_app.h"
+#include "fuzz/fuzz_target.h"
 
-using namespace kor;
+namespace kor {
 
 namespace {
 
-void Expect(bool holds) {
-  if (!holds) std::abort();
-}
-
 // What the layout says must be what comes out, whatever the number of workers.
-void TryContainer(std::span<const std::uint8_t> bytes) {
+void TryContainer(FuzzInput bytes) {
   SimpleFile file;
-  Expect(file.OpenMemory(kFileRead, VoidBuffer(bytes)));
+  Require(file.OpenMemory(kFileRead, VoidBuffer(bytes)), "a container in memory opens");
   ContainerInfo info;
   ContainerFault fault;
   const FileResult layout = DescribeContainer(file, info, &fault);
@@ -26,33 +20,35 @@ void TryContainer(std::span<const std::uint8_t> bytes) {
   const FileResult alone = DecompressFile(file, nullptr, &one, {.workers = 1, .fault = &fault});
   file.Seek(0);
   const FileResult together = DecompressFile(file, nullptr, &two, {.workers = 2, .fault = &fault});
-  Expect(alone == together && std::ranges::equal(one.Bytes(), two.Bytes()));
+  Require(alone == together && std::ranges::equal(one.Bytes(), two.Bytes()),
+          "two workers do what one does");
   if (alone == FileResult::Success)
-    Expect(layout == FileResult::Success && one.Size() == info.inflated);
+    Require(layout == FileResult::Success && one.Size() == info.inflated,
+            "the layout told the size");
   else
-    Expect(one.IsEmpty());
+    Require(one.IsEmpty(), "nothing comes out of a damaged one");
 }
 
-void TryBuffer(std::span<const std::uint8_t> bytes) {
+void TryBuffer(FuzzInput bytes) {
   VoidBuffer buffer(bytes);
-  if (!buffer.Decompress()) Expect(std::ranges::equal(buffer.Bytes(), bytes));
+  if (!buffer.Decompress())
+    Require(std::ranges::equal(buffer.Bytes(), bytes), "a refused buffer stays");
 }
 
-void TryLegacy(std::span<const std::uint8_t> bytes) {
+void TryLegacy(FuzzInput bytes) {
   // Lengths beyond what fits are zeros only; a few megabytes tell as much as two gigabytes.
   if (bytes.size() >= 4 && bytes[3] != 0 && bytes[3] < 0x80) return;
   std::int32_t declared = 0;
   const VoidBuffer output = DecodeLegacyBuffer(bytes, declared);
-  Expect(output.Size() == static_cast<std::size_t>(std::max(declared, 0)));
+  Require(output.Size() == static_cast<std::size_t>(std::max(declared, 0)), "the declared size");
 }
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static TestApp app;
-  if (size == 0) return 0;
-  const std::span<const std::uint8_t> bytes(data + 1, size - 1);
-  switch (data[0] % 3) {
+void TryInput(TestApp&, FuzzInput input) {
+  if (input.empty()) return;
+  const FuzzInput bytes = input.subspan(1);
+  switch (input[0] % 3) {
   case 0:
     TryContainer(bytes);
     break;
@@ -62,6 +58,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   default:
     TryLegacy(bytes);
   }
-  app.ForgetReports();
-  return 0;
 }
+
+} // namespace kor

@@ -1,22 +1,11 @@
 // Random bytes as a settings file: whatever they are, reading ends, and what is written into it is
 // read back.
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <string_view>
-
+#include "fuzz/fuzz_target.h"
 #include "services/ini/ini_file.h"
-#include "tests/support/test_app.h"
+
+namespace kor {
 
 namespace {
-
-using namespace kor;
-
-void Require(bool holds, const char* what) {
-  if (holds) return;
-  std::fprintf(stderr, "broken: %s\n", what);
-  std::abort();
-}
 
 bool Visit(const KorText& path, KorText& text, std::int32_t& number, bool writes) {
   iniFile file(path);
@@ -27,10 +16,9 @@ bool Visit(const KorText& path, KorText& text, std::int32_t& number, bool writes
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static TestApp app;
+void TryInput(TestApp& app, FuzzInput bytes) {
   const KorText path = app.Path(u"start-in/KOR.INI");
-  app.Put(path, KorText::FromBytes({reinterpret_cast<const char*>(data), size}));
+  app.Put(path, KorText::FromBytes(TextOf(bytes)));
   KorText text;
   std::int32_t number = 0;
   Visit(path, text, number, false);
@@ -42,6 +30,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Visit(path, text, number, false);
     Require(text == u"value" && number == 42, "what was written is read");
   }
-  app.ForgetReports();
-  return 0;
 }
+
+} // namespace kor

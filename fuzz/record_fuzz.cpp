@@ -1,22 +1,13 @@
 // Any bytes as a record file: reading them ends in an error or in objects that can be written and read
 // again, and the inspector describes them. The first byte chooses how they are read, the rest is the
 // file.
-#include <cstdio>
-#include <cstdlib>
-
+#include "fuzz/fuzz_target.h"
 #include "tests/support/record_samples.h"
-#include "tests/support/test_app.h"
 #include "tools/korfile/record_inspector.h"
 
+namespace kor {
+
 namespace {
-
-using namespace kor;
-
-void Require(bool holds, const char* what) {
-  if (holds) return;
-  std::fprintf(stderr, "broken: %s\n", what);
-  std::abort();
-}
 
 void ReadKnownObject(const std::vector<std::uint8_t>& bytes, const RecordFormat& format) {
   SampleRobot robot, again;
@@ -50,17 +41,16 @@ void Describe(const std::vector<std::uint8_t>& bytes) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static TestApp app;
+void TryInput(TestApp&, FuzzInput input) {
   RegisterSamples();
-  if (size == 0) return 0;
+  if (input.empty()) return;
   RecordFormat format;
-  if ((data[0] & 1) != 0) format.fileTypes = {9};
-  format.wideSizes = (data[0] & 2) != 0;
-  const std::vector<std::uint8_t> bytes(data + 1, data + size);
+  if ((input[0] & 1) != 0) format.fileTypes = {9};
+  format.wideSizes = (input[0] & 2) != 0;
+  const std::vector<std::uint8_t> bytes(input.begin() + 1, input.end());
   ReadKnownObject(bytes, format);
   ReadAnyObjects(bytes, format);
   Describe(bytes);
-  app.ForgetReports();
-  return 0;
 }
+
+} // namespace kor
