@@ -140,12 +140,23 @@ void WindowScenes::ShowState(LinkStatus code, std::int64_t bytes, std::int64_t s
   window->ShowStatus(ViewOf(code, bytes, size));
 }
 
+void WindowScenes::AddJob(LinkStatus code, int number) {
+  StatusFacts facts;
+  facts.fileName = KorText::Format(u"%s00001%02i.MPG", kFolder, number);
+  facts.count = 2'086 * (number + 1);
+  window->AddJob({code, StatusText(code, facts, {}), facts.fileName, App().LocalTime()});
+}
+
 // --- Scenes --------------------------------------------------------------------------------------------
 
 void WindowScenes::PlayStates() {
   using enum LinkStatus;
   ShowState(Waiting);
   LookAt(*window, "idle");
+  for (int job = 0; job < 12; ++job, system.Advance(250))
+    AddJob(
+        std::array{DownloadCompleted, DownloadCompleted, UploadCompleted, DownloadErrors}[job % 4U],
+        job);
   for (int second = 0; second < 10; ++second, system.Advance(1))
     ShowState(Downloading, 960 * second, kSize);
   LookAt(*window, "sending");
@@ -155,11 +166,6 @@ void WindowScenes::PlayStates() {
   system.Advance(3);
   window->ShowStatus(held);
   LookAt(*window, "held");
-  for (int job = 0; job < 12; ++job, system.Advance(100)) {
-    const LinkStatus code =
-        std::array{DownloadCompleted, UploadCompleted, DownloadErrors}[job % 3U];
-    window->AddJob({code, ViewOf(code, 20'862 * job, 0).line, kProgram, App().LocalTime()});
-  }
   ShowState(DownloadCompleted, kSize, kSize);
   LookAt(*window, "done");
   for (int second = 0; second < 3; ++second, system.Advance(1))

@@ -40,6 +40,7 @@ class WindowScenes {
   void LookAt(wxTopLevelWindow& shown, std::string_view name) const;
   void LookAtModal(std::string_view name, const std::function<void()>& run);
   void ShowState(LinkStatus code, std::int64_t bytes = 0, std::int64_t size = 0);
+  void AddJob(LinkStatus code, int number);
   void PlayStates();
   void PlayMonitor();
   void PlayForms();
