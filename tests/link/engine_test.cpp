@@ -580,6 +580,19 @@ TEST_F(EngineTest, AnOldValueThatNoListHoldsBlocksNoOtherSetting) {
   EXPECT_EQ(link.link->Settings().baudrate, u"14400");
 }
 
+TEST_F(EngineTest, EveryOfferedSpeedReachesThePortAndEveryFieldStandsInABox) {
+  link.Start();
+  FormDescription form = link.link->SettingsForm();
+  for (const FormField& field : form.fields)
+    EXPECT_FALSE(field.group.IsEmpty()) << field.key.ToUtf8();
+  for (const KorText& speed : form.Find(u"baudrate")->choices) {
+    form.Find(u"baudrate")->value = speed;
+    EXPECT_EQ(link.link->AcceptSettings(form), u"");
+    link.Run();
+    EXPECT_EQ(KorText::Format(u"%u", link.port.Block().baudRate), speed);
+  }
+}
+
 TEST_F(EngineTest, AnOverrunIsShownAndLoggedBeforeTheNextReadClearsIt) {
   StartWithJobLog();
   link.Ask("FH 1");
