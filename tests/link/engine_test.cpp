@@ -89,8 +89,12 @@ TEST_F(EngineTest, ReportsALastingFailureOnceUntilItSucceeds) {
       link.Run();
     return link.form.messages.size();
   };
+  link.port.Deliver("XYZ\r");
+  link.link->Poll();
   link.port.Fail("GetStatus", -1, u"Busy");
+  link.port.Deliver("XYZ\r");
   EXPECT_EQ(poll(50), 1u);
+  EXPECT_EQ(link.port.TakeWritten(), "ABCDEFGHIJKLMNOPQRSTUVWXYZ\r") << "the first alone";
   EXPECT_FALSE(link.link->Poll()) << "nothing moved, so the worker rests";
   link.port.Fail("GetStatus", 0);
   EXPECT_EQ(poll(1), 1u);
@@ -228,6 +232,10 @@ TEST_F(EngineTest, TheRoleDecidesWhatServingBeginsWith) {
     EXPECT_EQ(fresh.form.Codes(), (std::vector<std::int32_t>{1, 9, 13, 17, c.code}));
     EXPECT_EQ(fresh.form.buttons, c.buttons);
     EXPECT_EQ(fresh.link->Timers().IsStarted(u"DownloadApp::PingNow"), c.code == 30);
+    fresh.link->Timers().Start(u"DownloadApp::EndOfServe", fresh.app.HighResolutionSeconds());
+    fresh.app.Advance(60);
+    fresh.link->RunDueTimers();
+    EXPECT_EQ(fresh.Watched().clientSteps, c.code == 30 ? 2 : 0);
   }
 }
 

@@ -14,6 +14,7 @@ namespace kor {
 class WatchedNce : public NCEApp {
  public:
   using NCEApp::NCEApp;
+  void DncClientStep() override { ++clientSteps; }
   std::uint64_t HeldBytes() const { return program.FileSize() + channel.SendLength(); }
   void SetDnc(std::int32_t synchronisation, std::int32_t serverRole) {
     ChangeSettings([&](LinkSettings& changed) {
@@ -21,6 +22,7 @@ class WatchedNce : public NCEApp {
       changed.dncServerRole = serverRole;
     });
   }
+  int clientSteps = 0;
 };
 
 class NceLink {
