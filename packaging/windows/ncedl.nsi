@@ -53,6 +53,8 @@ Var Guid
 Var Answer
 
 !define MUI_ABORTWARNING
+!define MUI_ICON "${ROOT}/packaging/ncedl.ico"
+!define MUI_UNICON "${ROOT}/packaging/ncedl.ico"
 !insertmacro MUI_PAGE_LICENSE "${STAGE}/LICENSE"
 !insertmacro MULTIUSER_PAGE_INSTALLMODE
 !insertmacro MUI_PAGE_DIRECTORY
@@ -178,7 +180,7 @@ Function EnterInSystem
   WriteRegStr SHCTX "${KEY}" "DisplayName" "NCE DNC link"
   WriteRegStr SHCTX "${KEY}" "DisplayVersion" "${VERSION}"
   WriteRegStr SHCTX "${KEY}" "Publisher" "the ncedl authors"
-  WriteRegStr SHCTX "${KEY}" "DisplayIcon" "$INSTDIR\ncedl-console.exe"
+  WriteRegStr SHCTX "${KEY}" "DisplayIcon" "$INSTDIR\ncedl.exe"
   WriteRegStr SHCTX "${KEY}" "InstallLocation" "$INSTDIR"
   WriteRegStr SHCTX "${KEY}" "MainFolder" "$MainFolder"
   WriteRegStr SHCTX "${KEY}" "UninstallString" '"$INSTDIR\uninstall.exe" /$MultiUser.InstallMode'
@@ -199,9 +201,7 @@ Section "$(ProgramsPart)"
   SetOutPath "$INSTDIR" ; where the shortcuts start
   Call MakeMainFolder
   CreateDirectory "$SMPROGRAMS\NCE DNC link"
-  ${If} ${FileExists} "$INSTDIR\ncedl.exe"
-    CreateShortcut "$SMPROGRAMS\NCE DNC link\Download.lnk" "$INSTDIR\ncedl.exe"
-  ${EndIf}
+  CreateShortcut "$SMPROGRAMS\NCE DNC link\Download.lnk" "$INSTDIR\ncedl.exe"
   CreateShortcut "$SMPROGRAMS\NCE DNC link\Download (console).lnk" "$INSTDIR\ncedl-console.exe"
   CreateShortcut "$SMPROGRAMS\NCE DNC link\Documents.lnk" "$INSTDIR\docs"
   CreateShortcut "$SMPROGRAMS\NCE DNC link\NC programs.lnk" "$MainFolder\cnc"
@@ -209,11 +209,7 @@ Section "$(ProgramsPart)"
 SectionEnd
 
 Section /o "$(StartPart)"
-  ${If} ${FileExists} "$INSTDIR\ncedl.exe"
-    WriteRegStr SHCTX "${RUN}" "ncedl" '"$INSTDIR\ncedl.exe"'
-  ${Else}
-    WriteRegStr SHCTX "${RUN}" "ncedl" '"$INSTDIR\ncedl-console.exe"'
-  ${EndIf}
+  WriteRegStr SHCTX "${RUN}" "ncedl" '"$INSTDIR\ncedl.exe"'
 SectionEnd
 
 ; --- Removing ---
