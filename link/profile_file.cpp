@@ -49,7 +49,7 @@ KorText Decoded(std::span<const std::uint8_t> bytes) {
   if (starts({0xFE, 0xFF})) return FromUtf16(bytes.subspan(2), true);
   const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
   if (starts({0xEF, 0xBB, 0xBF})) return KorText::FromUtf8(text.substr(3));
-  return KorText::IsUtf8(text) ? KorText::FromUtf8(text) : KorText::FromBytes(text);
+  return KorText::IsUtf8(text) ? KorText::FromUtf8(text) : App().Locale().FromLegacyBytes(text);
 }
 
 KorText ContentOf(const KorText& path) {

@@ -12,7 +12,7 @@
 //   double quotes around a value;
 // - lines end with LF, CR LF or CR; a value ends at a zero character;
 // - the encoding is that of the mark (UTF-8, UTF-16 of either byte order); without a mark the file is
-//   UTF-8 when all of it is valid UTF-8, else a byte is the character of the same number.
+//   UTF-8 when all of it is valid UTF-8, else what OsLocale::FromLegacyBytes makes of it.
 //
 // A file that is missing, unreadable, no profile at all, or larger than kLargestProfile (which is said)
 // reads as an empty one: every key takes its default.

@@ -49,4 +49,13 @@ KorText Win32Locale::Language() {
   return GetUserDefaultLocaleName(name, LOCALE_NAME_MAX_LENGTH) ? FromWide(name) : KorText();
 }
 
+// In the code page that the calls without wide characters use.
+KorText Win32Locale::FromLegacyBytes(std::string_view bytes) {
+  const int length = static_cast<int>(bytes.size());
+  std::wstring text(bytes.size(), L'\0'); // never more units than bytes
+  text.resize(static_cast<std::size_t>(
+      MultiByteToWideChar(CP_ACP, 0, bytes.data(), length, text.data(), length)));
+  return FromWide(text);
+}
+
 } // namespace kor

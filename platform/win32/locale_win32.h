@@ -11,6 +11,7 @@ class Win32Locale : public OsLocale {
   KorText Date(const SystemTime& time) override;
   KorText Time(const SystemTime& time) override;
   KorText Language() override;
+  KorText FromLegacyBytes(std::string_view bytes) override;
 };
 
 } // namespace kor

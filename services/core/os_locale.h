@@ -1,6 +1,8 @@
 // OsLocale: how the user writes numbers, dates and times, and his language. Any thread.
 #pragma once
 
+#include <string_view>
+
 #include "services/core/file_time.h"
 #include "services/core/kor_text.h"
 
@@ -23,6 +25,9 @@ class OsLocale {
   virtual KorText Date(const SystemTime& time) = 0; // user's short date
   virtual KorText Time(const SystemTime& time) = 0; // user's time with seconds
   virtual KorText Language() = 0;                   // such as "de-DE"; empty when unknown
+  // What the system's older programs mean by bytes of text; without such a convention a byte is the character
+  // of the same number.
+  virtual KorText FromLegacyBytes(std::string_view bytes) { return KorText::FromBytes(bytes); }
 };
 
 } // namespace kor

@@ -68,7 +68,7 @@ struct Reserved {
 const std::vector<Reserved>& ReservedHeaders() {
   static const std::vector<Reserved> reserved = {
       {"wx/", {"ui/wx/", "app/main_wx", "tests/window/", "demo/"}},
-      {"windows.h", {"platform/", "tests/e2e/"}},
+      {"windows.h", {"platform/", "tests/platform/", "tests/e2e/"}},
       {"termios.h", {"platform/", "tests/platform/"}},
       {"ui/wx/", {"ui/wx/", "app/main_wx", "tests/", "demo/"}},
       {"ui/console/", {"ui/console/", "app/main_", "tests/", "bench/"}},

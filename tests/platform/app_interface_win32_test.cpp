@@ -1,8 +1,12 @@
 // What is particular to Windows: the registry, names of devices, forced long paths.
 #include <gtest/gtest.h>
 
+#include <windows.h>
+
 #include <cstdlib>
 
+#include "link/profile_file.h"
+#include "platform/win32/locale_win32.h"
 #include "tests/support/test_app.h"
 
 namespace kor {
@@ -30,6 +34,42 @@ TEST_F(Win32ServicesTest, RegistryHoldsNumbersAndTexts) {
   EXPECT_EQ(app.ReadRegistryNumber(main, u"Name"), std::nullopt);
   EXPECT_EQ(app.ReadRegistryText(main, u"Version"), std::nullopt);
   EXPECT_EQ(app.ListRegistrySubKeys(key), std::vector<KorText>{u"Main"});
+}
+
+struct AppWithUsersLocale : TestApp {
+  OsLocale& Locale() override { return locale; }
+  Win32Locale locale;
+};
+
+// A text profile means what the system's own functions make of it.
+TEST(Win32Profile, ReadsAsTheSystemDoes) {
+  AppWithUsersLocale app;
+  const std::string profile =
+      "; [Port Settings]\r\n[Port Settings]\r\nPort = \"COM3\" \r\n"
+      "path=C:/\xFC \x80/\r\nempty=\r\nquoted='a \"b'\r\nbaud=0x10 z\r\n"
+      "delay= -7s\r\nlong=" +
+      std::string(100, 'x') +
+      "\r\nport=COM4\r\n[ Log ]\r\nwrite log=1\r\n[Port Settings]\r\nlate=1\r\n";
+  const KorText path = app.Path(u"profile.ini");
+  ASSERT_EQ(app.OpenFile(path, FileAccess::Write)
+                ->Write({reinterpret_cast<const std::uint8_t*>(profile.data()), profile.size()}),
+            profile.size());
+  const ProfileFile ours(path);
+  const auto wide = [](const KorText& text) {
+    return reinterpret_cast<const wchar_t*>(text.CStr());
+  };
+  for (const char16_t* section : {u"port settings", u"Log", u"none"}) {
+    for (const char16_t* key : {u"PORT", u"path", u"empty", u"quoted", u"baud", u"delay", u"long",
+                                u"late", u"write log"}) {
+      wchar_t text[ProfileFile::kTextBuffer] = {};
+      GetPrivateProfileStringW(wide(section), wide(key), L"default  ", text, 80, wide(path));
+      EXPECT_EQ(ours.Text(section, key, u"default  "), KorText(reinterpret_cast<char16_t*>(text)))
+          << KorText(key).ToUtf8();
+      EXPECT_EQ(ours.Integer(section, key, 42), static_cast<std::int32_t>(GetPrivateProfileIntW(
+                                                    wide(section), wide(key), 42, wide(path))))
+          << KorText(key).ToUtf8();
+    }
+  }
 }
 
 TEST(Win32Files, DevicesAreNoFiles) {

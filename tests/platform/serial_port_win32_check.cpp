@@ -125,6 +125,14 @@ TEST_F(SerialPortWin32Check, AWaitEndsWithBytesOrAnInterrupt) {
   EXPECT_EQ(ReadCount(1), "x");
 }
 
+TEST_F(SerialPortWin32Check, PortsFromTenOnOpenByTheirPlainNames) {
+  port.Close();
+  for (const char16_t* name : {u"COM12", u"com12", u"\\\\.\\COM12"}) {
+    EXPECT_TRUE(port.Open(name)) << ErrorText();
+    port.Close();
+  }
+}
+
 TEST_F(SerialPortWin32Check, WhatIsNotThereIsGoneAndAClosedPortFails) {
   Win32SerialPort other;
   EXPECT_FALSE(other.Open(u"COM77"));

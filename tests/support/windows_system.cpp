@@ -25,7 +25,8 @@ WindowsSystem::WindowsSystem(std::string folderOfPrograms) : programs(std::move(
   WriteWholeFile(root / "groups", "users:x:" + std::to_string(getgid()) + ":\n");
   StartServer();
   Run({kWine, "wineboot", "-i"});
-  Run({kWine, "reg", "add", "HKLM\\Software\\Wine\\Ports", "/v", "COM1", "/d", Line(), "/f"});
+  for (const char* port : {"COM1", "COM12"})
+    Run({kWine, "reg", "add", "HKLM\\Software\\Wine\\Ports", "/v", port, "/d", Line(), "/f"});
   EndServer(); // it looks for ports when it starts
   StartServer();
 }

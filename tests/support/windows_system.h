@@ -1,5 +1,5 @@
 // A Windows of Wine's for end-to-end tests of the programs that scripts/build-windows makes: empty at first,
-// its user has a name with umlauts and a blank, COM1 is the device that Line() comes to link to. Ends with
+// its user has a name with umlauts and a blank, COM1 and COM12 are the device that Line() comes to link to. Ends with
 // everything that runs in it. POSIX only. One thread.
 #pragma once
 
