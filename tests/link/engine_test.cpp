@@ -92,9 +92,9 @@ TEST_F(EngineTest, ReportsALastingFailureOnceUntilItSucceeds) {
   link.port.Deliver("XYZ\r");
   link.link->Poll();
   link.port.Fail("GetStatus", -1, u"Busy");
-  link.port.Deliver("XYZ\r");
+  link.port.Deliver("DH\r");
   EXPECT_EQ(poll(50), 1u);
-  EXPECT_EQ(link.port.TakeWritten(), "ABCDEFGHIJKLMNOPQRSTUVWXYZ\r") << "the first alone";
+  EXPECT_EQ(link.Code(), 2) << "nothing is read";
   EXPECT_FALSE(link.link->Poll()) << "nothing moved, so the worker rests";
   link.port.Fail("GetStatus", 0);
   EXPECT_EQ(poll(1), 1u);
@@ -194,7 +194,7 @@ TEST_F(EngineTest, AnIdleLineIsLeftAloneAndAHeldOneIsLookedAtWithoutHaste) {
   EXPECT_LE(looksIn(10), 21);
 }
 
-TEST_F(EngineTest, EachHoldLightsItsOwnLamp) {
+TEST_F(EngineTest, EachHoldLightsItsOwnLampAndTrafficItsTwo) {
   const std::pair<HoldBit, Lamp> holds[] = {{kCtsHold, kLampCtsHold},
                                             {kDsrHold, kLampDsrHold},
                                             {kRlsdHold, kLampRlsdHold},
@@ -207,6 +207,13 @@ TEST_F(EngineTest, EachHoldLightsItsOwnLamp) {
     After(0.2);
     for (const auto& [other, shown] : holds)
       EXPECT_EQ(link.form.last.lamps[shown], shown == lamp) << hold << " " << shown;
+  }
+  link.port.SetHolds(0);
+  link.Ask("XYZ");
+  for (const bool moved : {true, false}) {
+    After(0.2);
+    for (const Lamp lamp : {kLampReceive, kLampWrite})
+      EXPECT_EQ(link.form.last.lamps[lamp], moved) << lamp;
   }
 }
 
