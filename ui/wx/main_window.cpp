@@ -79,6 +79,7 @@ const MainWindow::Switch MainWindow::kSwitches[] = {
 
 MainWindow::MainWindow(NCEApp& nceApp, const KorText& settingsName)
     : wxFrame(nullptr, wxID_ANY, {}), app(nceApp), memory(settingsName) {
+  StopAnimations();
   auto* const ground = new wxPanel(this); // takes the keyboard from control to control
   upper = new wxPanel(ground);
   auto* const state = new wxBoxSizer(wxVERTICAL);
@@ -242,8 +243,10 @@ int MainWindow::LeastHeight() const {
   return upper->GetBestSize().y + FromDIP(2 * kGap);
 }
 
-// What has just been unfolded is to be seen.
+// What has just been unfolded is to be seen, and what was seen does not give way to higher letters.
 void MainWindow::GrowToFit() {
+  FitHeadline();
+  FitCancelButton();
   const int needed = LeastHeight() + lower->GetSizer()->GetMinSize().y;
   const wxSize now = GetClientSize();
   if (now.y < needed && !IsMaximized() && lower->IsShown()) SetClientSize(now.x, needed);
@@ -278,7 +281,7 @@ void MainWindow::ShowHeadline(const StatusView& view) {
   }
   if (headline->GetLabelText() != ToWx(view.headline)) {
     headline->SetLabelText(ToWx(view.headline));
-    FitParts();
+    GrowToFit();
   }
   const wxString line = ToWx(view.line.PaddedRight(kStatusWidth));
   if (statusLine->GetValue() != line) statusLine->ChangeValue(line);
@@ -308,7 +311,7 @@ void MainWindow::ShowProgress(const StatusView& view) {
   const wxString words = ToWx(TransferText(view, meter.Measured()));
   if (progressText->GetLabelText() == words) return;
   progressText->SetLabelText(words);
-  FitParts();
+  GrowToFit();
 }
 
 // Below the state, so that somebody without the handbook knows what to look at.
