@@ -206,6 +206,9 @@ class WindowProgram : public wxApp {
 int WindowProgram::OnRun() {
   std::setlocale(LC_NUMERIC, "C"); // numbers in files and logs have a point
   SetExitOnFrameDelete(false);
+  // No control waits for these; asking each after every event costs more than all that the window does.
+  wxIdleEvent::SetMode(wxIDLE_PROCESS_SPECIFIED);
+  wxUpdateUIEvent::SetMode(wxUPDATE_UI_PROCESS_SPECIFIED);
   PlatformAppInterface application(kProgramNames);
   SetApp(&application);
   ReportPlainly(application);

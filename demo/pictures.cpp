@@ -37,7 +37,6 @@ class Pictures : public wxApp {
 
   int OnRun() override {
     SetExitOnFrameDelete(false);
-    g_object_set(gtk_settings_get_default(), "gtk-enable-animations", FALSE, nullptr);
     demo::WindowScenes scenes(u"" NCEDL_DICTIONARY, kSettle);
     int taken = 0, missed = 0;
     for (std::size_t at = 1; at < arguments.size(); ++at) {

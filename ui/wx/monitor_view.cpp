@@ -1,5 +1,7 @@
 #include "ui/wx/monitor_view.h"
 
+#include <algorithm>
+
 #include <wx/button.h>
 #include <wx/filedlg.h>
 #include <wx/sizer.h>
@@ -13,7 +15,7 @@ namespace kor {
 
 namespace {
 
-constexpr int kShowPeriod = 50;               // milliseconds
+constexpr int kShowPeriod = 200;              // milliseconds; each drawing costs about the same
 constexpr std::size_t kMostWaiting = 1 << 20; // characters, while scrolled back
 constexpr int kMinimumLines = 4;
 
@@ -78,28 +80,28 @@ void MonitorView::ShowWaiting() {
     showTimer.StartOnce(kShowPeriod * 4); // until somebody scrolls to the end
     return;
   }
-  text->Freeze();
-  std::u16string_view rest = waiting;
-  while (!rest.empty()) {
-    const std::size_t end = rest.find(u'\n');
-    const std::size_t length = end == rest.npos ? rest.size() : end + 1;
-    ShowRun(rest.substr(0, length));
-    rest.remove_prefix(length);
-  }
+  // Not frozen meanwhile: thawing has the toolkit lay out all lines anew.
+  const wxString added = ToWx(waiting);
   waiting.Clear();
+  const long start = text->GetLastPosition();
+  text->SetDefaultStyle(StyleOf(false, text->GetFont()));
+  text->AppendText(added);
+  MarkSentLines(start, added);
   DropOldest();
-  text->Thaw();
   text->ShowPosition(text->XYToPosition(0, text->GetNumberOfLines() - 1));
 }
 
 // A line keeps the style of its beginning.
-void MonitorView::ShowRun(std::u16string_view run) {
-  if (atLineStart) {
-    sentLine = run.starts_with(u"TX");
-    text->SetDefaultStyle(StyleOf(sentLine, text->GetFont()));
+void MonitorView::MarkSentLines(long start, const wxString& added) {
+  const wxTextAttr sent = StyleOf(true, text->GetFont());
+  for (std::size_t at = 0; at < added.length();) {
+    const std::size_t end = std::min(added.find('\n', at), added.length() - 1) + 1;
+    if (atLineStart) sentLine = added.compare(at, 2, "TX") == 0;
+    if (sentLine)
+      text->SetStyle(start + static_cast<long>(at), start + static_cast<long>(end), sent);
+    atLineStart = added[end - 1] == '\n';
+    at = end;
   }
-  text->AppendText(ToWx(run));
-  atLineStart = run.back() == u'\n';
 }
 
 void MonitorView::DropOldest() {

@@ -18,7 +18,7 @@ class MonitorView : public wxPanel {
 
   MonitorView(wxWindow* parent, Mnemonics& mnemonics);
 
-  // May hold several lines and parts of lines. Shown within a twentieth of a second, all that came in
+  // May hold several lines and parts of lines. Shown within a fifth of a second, all that came in
   // one go; while the view is scrolled back it waits, so that what is read or selected stays in place.
   void Append(const KorText& newText);
   void Clear();
@@ -30,7 +30,7 @@ class MonitorView : public wxPanel {
 
  private:
   void ShowWaiting();
-  void ShowRun(std::u16string_view run);
+  void MarkSentLines(long start, const wxString& added);
   bool IsScrolledBack() const;
   void DropOldest();
   wxSizer* MakeTools(Mnemonics& mnemonics);

@@ -23,4 +23,8 @@ void BlendIn(wxTextCtrl* text) {
   text->SetBackgroundColour(wxTransparentColour);
 }
 
+void StopAnimations() {
+  g_object_set(gtk_settings_get_default(), "gtk-enable-animations", FALSE, nullptr);
+}
+
 } // namespace kor

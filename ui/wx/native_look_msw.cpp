@@ -10,4 +10,6 @@ void BlendIn(wxTextCtrl* text) {
   text->SetBackgroundColour(text->GetParent()->GetBackgroundColour());
 }
 
+void StopAnimations() {}
+
 } // namespace kor
