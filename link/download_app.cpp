@@ -66,7 +66,8 @@ DownloadApp::DownloadApp(EngineServices engineServices, const KorText& name)
               ShowMessage(caption, text, MessageStyle::Exclamation);
             }),
       monitor([this] { PostToWindow([this] { services.window->AppendMonitor(monitor.Take()); }); }),
-      channel(services.port, App().Clock(), board, log, monitor, *this), manual(*services.window) {}
+      channel(*services.port, App().Clock(), board, log, monitor, *this), manual(*services.window) {
+}
 
 DownloadApp::~DownloadApp() {
   StopWorker();

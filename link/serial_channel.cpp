@@ -14,11 +14,11 @@ constexpr std::uint8_t kXon = 17;
 constexpr std::uint8_t kXoff = 19;
 constexpr std::uint8_t kLineEnd = 64; // "@": ends the line of the loop-back test
 constexpr const char16_t* kLoopbackMessage = u"LocalTestMessage";
-constexpr double kWriteTimeout = 10.0;     // seconds
-constexpr double kSlowWrite = 5.0;         // seconds
-constexpr std::size_t kTracePiece = 1000;  // characters
-constexpr std::size_t kMonitorWrap = 256;  // characters
-constexpr std::size_t kMonitorHeld = 4096; // characters that may wait while the line is held
+constexpr std::uint32_t kWriteTimeout = 10000; // milliseconds
+constexpr double kSlowWrite = 5.0;             // seconds
+constexpr std::size_t kTracePiece = 1000;      // characters
+constexpr std::size_t kMonitorWrap = 256;      // characters
+constexpr std::size_t kMonitorHeld = 4096;     // characters that may wait while the line is held
 
 struct HoldName {
   std::uint32_t bit;
@@ -37,7 +37,7 @@ char16_t ParityLetter(const LinkSettings& settings) {
 
 } // namespace
 
-SerialChannel::SerialChannel(SerialPort* serialPort, OsClock& osClock, StatusBoard& statusBoard,
+SerialChannel::SerialChannel(SerialPort& serialPort, OsClock& osClock, StatusBoard& statusBoard,
                              CommsLog& commsLog, MonitorFeed& monitorFeed, ChannelHost& channelHost)
     : port(serialPort), clock(osClock), board(statusBoard), log(commsLog), monitor(monitorFeed),
       host(channelHost) {}
@@ -47,7 +47,7 @@ bool SerialChannel::Check(const char16_t* step, bool success) {
     if (!reported.empty()) reported.erase(step);
     return true;
   }
-  const KorText text = port->LastErrorText();
+  const KorText text = port.LastErrorText();
   KorText& last = reported[step];
   if (!quiet && last != text) host.ReportPortFailure(step, text);
   last = text;
@@ -62,10 +62,10 @@ void SerialChannel::Open(const LinkSettings& newSettings, const KorText& name, b
   noSoftwareFlow = noSoftware;
   reported.clear(); // somebody asked for it: every failing step is reported anew
   ForgetErrors();
-  if (port->IsOpen()) {
-    port->PurgeTransmit();
-    port->PurgeReceive();
-    Check(u"Close Previous Connection", port->Close());
+  if (port.IsOpen()) {
+    port.PurgeTransmit();
+    port.PurgeReceive();
+    Check(u"Close Previous Connection", port.Close());
   }
   isLost = !OpenDevice(false);
   if (isLost) nextRetry = clock.Seconds() + kRetryPeriod;
@@ -80,11 +80,11 @@ bool SerialChannel::OpenDevice(bool beQuiet) {
   // The way out of a hold that the controller never ends; what was on its way was torn by it.
   ForgetTraffic();
   previousHolds = 0;
-  const bool opened = Check(u"Open Comm", port->Open(settings->port));
+  const bool opened = Check(u"Open Comm", port.Open(settings->port));
   const bool configured = opened && ConfigureDevice();
   if (opened) {
-    port->PurgeTransmit();
-    port->PurgeReceive();
+    port.PurgeTransmit();
+    port.PurgeReceive();
   }
   quiet = false;
   return opened && (configured || !beQuiet);
@@ -95,18 +95,18 @@ bool SerialChannel::ConfigureDevice() {
   const KorText control = KorText::Format(u"baud=%s parity=%c data=%s stop=%s", s.baudrate,
                                           ParityLetter(s), s.databits, s.stopbits);
   DeviceControlBlock block;
-  Check(u"Set Comm Buffer Sizes", port->SetQueueSizes(kReceiveSize, kTransmitSize));
-  Check(u"Get Comm State", port->GetControlBlock(block));
-  if (!Check(u"Update Comm State", port->BuildControlBlock(control, block))) return false;
+  Check(u"Set Comm Buffer Sizes", port.SetQueueSizes(kReceiveSize, kTransmitSize));
+  Check(u"Get Comm State", port.GetControlBlock(block));
+  if (!Check(u"Update Comm State", port.BuildControlBlock(control, block))) return false;
   block.dsrSensitivity = false;
   block.xonChar = kXon;
   block.xoffChar = kXoff;
   ApplyFlowControl(block, s.flowControl, s.rtsCtsHandshake > 0, s.dtrDsrHandshake > 0,
                    noSoftwareFlow);
-  if (!Check(u"Set Comm State", port->SetControlBlock(block))) return false;
+  if (!Check(u"Set Comm State", port.SetControlBlock(block))) return false;
   PortTimeouts timeouts;
-  timeouts.writeConstant = static_cast<std::uint32_t>(kWriteTimeout + 1e-9) * 1000;
-  if (!Check(u"Setup_Timeouts", port->SetTimeouts(timeouts))) return false;
+  timeouts.writeConstant = kWriteTimeout;
+  if (!Check(u"Setup_Timeouts", port.SetTimeouts(timeouts))) return false;
   title = KorText::Format(u"%s %s:%s,%c,%s,%s,%s", applicationName, s.port, s.baudrate,
                           ParityLetter(s), s.databits, s.stopbits, s.flowControl);
   return true;
@@ -115,14 +115,14 @@ bool SerialChannel::ConfigureDevice() {
 void SerialChannel::Close() {
   settings = nullptr;
   isLost = false;
-  if (!port->IsOpen()) return;
-  port->PurgeTransmit();
-  port->PurgeReceive();
-  port->Close();
+  if (!port.IsOpen()) return;
+  port.PurgeTransmit();
+  port.PurgeReceive();
+  port.Close();
 }
 
 void SerialChannel::Lose() {
-  port->Close();
+  port.Close();
   ForgetTraffic();
   isLost = true;
   nextRetry = clock.Seconds() + kRetryPeriod;
@@ -151,7 +151,7 @@ void SerialChannel::ReopenWhenDue() {
   const double now = clock.Seconds();
   if (now < nextRetry) return;
   if (!OpenDevice(true)) {
-    if (port->IsOpen()) port->Close();
+    if (port.IsOpen()) port.Close();
     nextRetry = now + kRetryPeriod;
     return;
   }
@@ -165,8 +165,8 @@ void SerialChannel::ReopenWhenDue() {
 
 bool SerialChannel::CheckStatus() {
   LineStatus now;
-  if (!Check(u"Comms Status Check", port->GetStatus(now))) {
-    if (port->IsGone()) Lose();
+  if (!Check(u"Comms Status Check", port.GetStatus(now))) {
+    if (port.IsGone()) Lose();
     return false;
   }
   LogHoldChanges(now);
@@ -176,18 +176,18 @@ bool SerialChannel::CheckStatus() {
 }
 
 bool SerialChannel::Poll() {
-  if (!port->IsOpen()) {
+  if (!port.IsOpen()) {
     ReopenWhenDue();
     return false;
   }
   if (!CheckStatus()) return false;
   SetLamps();
   bool moved = status.inQueue > 0 && Read();
-  if (port->IsOpen() && status.outQueue == 0 && (status.holds & kXoffHold) == 0) {
+  if (port.IsOpen() && status.outQueue == 0 && (status.holds & kXoffHold) == 0) {
     // What a hold or a failure left behind goes on by itself as soon as the line allows it.
     if (transmitCount > 0 && !remoteXoff) dataToWrite = true;
     if (WriteStep() > 0) moved = true;
-    if (port->IsOpen()) host.FeedTransmitter();
+    if (port.IsOpen()) host.FeedTransmitter();
   }
   const std::size_t before = receiveCount;
   if (receiveCount > 0) host.ConsumeReceived();
@@ -296,8 +296,8 @@ bool SerialChannel::Read() {
   if (board.Code() == LinkStatus::OverRun) board.Set(LinkStatus::Waiting);
   const std::span<std::uint8_t> room = std::span(receiveBuffer).subspan(receiveCount);
   std::size_t count = 0;
-  if (!Check(u"Read Data", port->Read(room, count))) {
-    if (port->IsGone()) Lose();
+  if (!Check(u"Read Data", port.Read(room, count))) {
+    if (port.IsGone()) Lose();
     return false;
   }
   if (count == 0) return false;
@@ -370,8 +370,8 @@ std::size_t SerialChannel::WriteStep() {
   std::size_t written = 0;
   if (transmitCount > 0) {
     Read(); // an XOFF that has arrived is seen before anything goes out
-    if (!port->IsOpen()) return 0;
-    if (!remoteXoff) port->Write(std::span(transmitBuffer).first(transmitCount), written);
+    if (!port.IsOpen()) return 0;
+    if (!remoteXoff) port.Write(std::span(transmitBuffer).first(transmitCount), written);
   }
   dataToWrite = false;
   if (written == transmitCount && clock.Seconds() - start < kSlowWrite) {

@@ -54,15 +54,14 @@ class SerialChannel {
   // Every so many seconds a device that is not there is tried again.
   static constexpr double kRetryPeriod = 1.0;
 
-  // The port may be null for an engine that is never opened.
-  SerialChannel(SerialPort* serialPort, OsClock& osClock, StatusBoard& statusBoard,
+  SerialChannel(SerialPort& serialPort, OsClock& osClock, StatusBoard& statusBoard,
                 CommsLog& commsLog, MonitorFeed& monitorFeed, ChannelHost& channelHost);
 
   // Closes a previous connection and opens the configured one; failing steps are reported. settings
   // must outlive the connection. applicationName heads the title.
   void Open(const LinkSettings& settings, const KorText& applicationName, bool noSoftwareFlow);
   void Close();
-  bool IsOpen() const { return port && port->IsOpen(); }
+  bool IsOpen() const { return port.IsOpen(); }
 
   // One pass of status check, read and write. True when bytes moved: poll again at once.
   bool Poll();
@@ -120,7 +119,7 @@ class SerialChannel {
   // Reports a failing step once until it succeeds again or fails with another text.
   bool Check(const char16_t* step, bool success);
 
-  SerialPort* port;
+  SerialPort& port;
   OsClock& clock;
   StatusBoard& board;
   CommsLog& log;
