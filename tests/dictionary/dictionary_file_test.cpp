@@ -34,9 +34,9 @@ TEST_F(DictionaryFile, TheFormatPagesExampleIsWhatIsWrittenAndRead) {
   entry.importance = 3;
   dictionary.AddEntry(entry);
   ASSERT_TRUE(SaveAsDictionary(file, dictionary, false));
-  const std::vector<PageExample> examples = ReadExamples("dictionary.md", "dictionary");
+  const auto examples = ReadByteExamples("dictionary.md", "dictionary");
   ASSERT_EQ(examples.size(), 1u);
-  EXPECT_TRUE(app.Content(file) == KorText::FromBytes(PageBytes(examples[0])));
+  EXPECT_TRUE(app.Content(file) == KorText::FromBytes(examples[0]));
   ASSERT_TRUE(dictionary.Load(file, 0, true));
   EXPECT_EQ(dictionary.Text(48), u"Abbrechen");
 }

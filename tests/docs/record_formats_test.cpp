@@ -18,10 +18,8 @@ using Bytes = std::vector<std::uint8_t>;
 
 std::vector<Bytes> ReadRecordExamples(const std::string& page) {
   std::vector<Bytes> examples;
-  for (const PageExample& example : ReadExamples(page, "record")) {
-    const std::string bytes = PageBytes(example);
+  for (const std::string& bytes : ReadByteExamples(page, "record"))
     examples.emplace_back(bytes.begin(), bytes.end());
-  }
   return examples;
 }
 

@@ -10,8 +10,8 @@ namespace {
 
 std::vector<Bytes> ByteExamples(const std::string& page, const std::string& word) {
   std::vector<Bytes> examples;
-  for (const PageExample& example : ReadExamples(page, word))
-    examples.push_back(BytesOf(PageBytes(example)));
+  for (const std::string& bytes : ReadByteExamples(page, word))
+    examples.push_back(BytesOf(bytes));
   return examples;
 }
 

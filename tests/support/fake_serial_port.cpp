@@ -4,14 +4,6 @@
 
 namespace kor {
 
-namespace {
-
-std::string Number(std::size_t value) {
-  return std::to_string(value);
-}
-
-} // namespace
-
 // --- Script -------------------------------------------------------------------------------------
 
 void FakeSerialPort::Deliver(std::string_view bytes) {
@@ -72,7 +64,7 @@ bool FakeSerialPort::Open(const KorText& name) {
 
 bool FakeSerialPort::SetQueueSizes(std::uint32_t input, std::uint32_t output) {
   Lock lock(mutex);
-  return Begin("SetQueueSizes", Number(input) + " " + Number(output));
+  return Begin("SetQueueSizes", std::to_string(input) + " " + std::to_string(output));
 }
 
 bool FakeSerialPort::GetControlBlock(DeviceControlBlock& to) {
@@ -134,7 +126,7 @@ bool FakeSerialPort::Write(std::span<const std::uint8_t> from, std::size_t& writ
   {
     Lock lock(mutex);
     writtenCount = 0;
-    if (!Begin("Write", Number(from.size()))) return false;
+    if (!Begin("Write", std::to_string(from.size()))) return false;
     writtenCount = std::min(from.size(), writeLimit);
     taken.assign(from.begin(), from.begin() + static_cast<std::ptrdiff_t>(writtenCount));
     written += taken;

@@ -53,11 +53,15 @@ inline std::string PageBytes(std::string_view line) {
   return bytes;
 }
 
-inline std::string PageBytes(const PageExample& example) {
-  std::string bytes;
-  for (const std::string& line : example.lines)
-    bytes += PageBytes(line);
-  return bytes;
+// Of each block of a page, all lines together.
+inline std::vector<std::string> ReadByteExamples(const std::string& page, const std::string& word) {
+  std::vector<std::string> examples;
+  for (const PageExample& example : ReadExamples(page, word)) {
+    std::string& bytes = examples.emplace_back();
+    for (const std::string& line : example.lines)
+      bytes += PageBytes(line);
+  }
+  return examples;
 }
 
 // The same, of a page whose text behind the bar is what the bytes say.
