@@ -10,7 +10,6 @@
 #include "files/little_endian.h"
 #include "files/simple_file.h"
 #include "files/void_buffer.h"
-#include "tests/support/format_page.h"
 #include "tests/support/test_app.h"
 
 namespace kor {
@@ -27,7 +26,12 @@ inline Bytes BytesOf(std::string_view text) {
 
 // "EF BB BF" to bytes.
 inline Bytes FromHex(std::string_view hex) {
-  return BytesOf(PageBytes(hex));
+  Bytes bytes;
+  for (std::size_t at = hex.find_first_not_of(' '); at < hex.size();
+       at = hex.find_first_not_of(' ', at + 2))
+    bytes.push_back(
+        static_cast<std::uint8_t>(std::stoi(std::string(hex.substr(at, 2)), nullptr, 16)));
+  return bytes;
 }
 
 inline KorText TextOf(std::span<const std::uint8_t> bytes) {
