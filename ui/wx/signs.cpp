@@ -56,6 +56,18 @@ void Ring(wxGraphicsContext& on) {
   on.StrokePath(path);
 }
 
+void Disc(wxGraphicsContext& on) {
+  Path path = on.CreatePath();
+  path.AddCircle(50, 50, 44);
+  on.FillPath(path);
+}
+
+void Square(wxGraphicsContext& on) {
+  Path path = on.CreatePath();
+  path.AddRectangle(12, 12, 76, 76);
+  on.StrokePath(path);
+}
+
 void Draw(wxGraphicsContext& on, Sign sign) {
   switch (sign) {
   case Sign::Idle: // a ring with hands: waiting
@@ -84,18 +96,11 @@ void Draw(wxGraphicsContext& on, Sign sign) {
   case Sign::ActivityOff:
     Ring(on);
     break;
-  case Sign::ActivityOn: {
-    Path path = on.CreatePath();
-    path.AddCircle(50, 50, 44);
-    on.FillPath(path);
+  case Sign::ActivityOn:
+    Disc(on);
     break;
-  }
   case Sign::HoldOff:
-    on.StrokePath([&] {
-      Path path = on.CreatePath();
-      path.AddRectangle(12, 12, 76, 76);
-      return path;
-    }());
+    Square(on);
     break;
   case Sign::Held:
   case Sign::HoldOn: // two bars: stopped
