@@ -6,6 +6,7 @@
 #include <wx/button.h>
 #include <wx/checkbox.h>
 #include <wx/choice.h>
+#include <wx/listbox.h>
 #include <wx/stattext.h>
 
 #include "demo/window_scenes.h"
@@ -49,6 +50,9 @@ TEST(Labels, HaveTheirRoomInAllLanguages) {
     EXPECT_TRUE(scenes.Play(language, [&](const wxTopLevelWindow& window, std::string_view name) {
       const std::string where = code + " " + std::string(name);
       ExpectNothingClipped(window, where);
+      const auto* const jobs =
+          dynamic_cast<wxListBox*>(window.FindWindowByName("listBox", &window));
+      EXPECT_LE(jobs ? jobs->GetTopItem() : 0, 0) << where << ": the newest job is out of sight";
       const wxWindow* const send = window.FindWindow(15210);
       EXPECT_TRUE(!send || send->IsShownOnScreen() || name == "small") << where;
     }));

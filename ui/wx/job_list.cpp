@@ -38,6 +38,7 @@ void JobList::Add(const EndedJob& job) {
   newest = job.time;
   Insert(ToWx(JobText(job)), 0);
   if (GetCount() > kMostJobs) Delete(GetCount() - 1);
+  EnsureVisible(0); // the list stays where it was, below what is new
 }
 
 } // namespace kor
