@@ -102,6 +102,7 @@ struct FieldGroup {
   std::vector<int> fields;
 };
 
+// In groups, each in the order of its list.
 void SetGroups(std::vector<FormField>& fields) {
   static const FieldGroup kGroups[] = {
       {15550, u"Serial line", {15220, 15221, 15222, 15223, 15224, 15241}},
@@ -110,11 +111,14 @@ void SetGroups(std::vector<FormField>& fields) {
       {15553, u"Delays", {15246, 15247, 15249}},
       {15233, u"Job log", {15234, 15235}},
   };
+  auto next = fields.begin();
   for (const FieldGroup& group : kGroups)
-    for (FormField& field : fields) {
-      if (std::ranges::find(group.fields, field.number) == group.fields.end()) continue;
-      field.groupNumber = group.number;
-      field.group = LookUpText(group.number, group.label);
+    for (const int number : group.fields) {
+      const auto field = std::ranges::find(next, fields.end(), number, &FormField::number);
+      std::rotate(next, field, field + 1);
+      next->groupNumber = group.number;
+      next->group = LookUpText(group.number, group.label);
+      ++next;
     }
 }
 

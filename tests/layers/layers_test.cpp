@@ -41,6 +41,7 @@ const std::vector<Layer>& Layers() {
       {"ui/wx/", {"ui/wx/", "app/", "link/", "ui/", "services/"}, {"wx/"}},
       {"ui/wx/accessible_gtk", {"ui/wx/", "services/core/"}, {"wx/", "gtk/"}},
       {"ui/wx/native_look_gtk", {"ui/wx/"}, {"gtk/"}},
+      {"ui/wx/native_dialogs_gtk", {"ui/wx/"}, {"wx/", "gtk/"}},
       {"ui/wx/program_icon_gtk", {"ui/wx/"}, {"wx/", "gtk/"}},
       {"platform/",
        {"platform/", "services/core/", "link/serial_port.h", "ui/terminal.h", "ui/line_editor.h"},

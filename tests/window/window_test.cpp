@@ -1,213 +1,318 @@
-// The real window, operated by simulated mouse and keyboard, while a far end plays the controller on a real
-// pseudo-terminal. A robot runs a test's steps from a timer, so that they go on inside modal windows.
-#include <gtest/gtest.h>
+// The main window, its dialogs and messages: every control operated by simulated mouse and keyboard.
+#include "tests/window/robot.h"
 
-#include <wx/app.h>
-#include <wx/textctrl.h>
-// After those, whose names they use.
 #include <wx/listbox.h>
-#include <wx/uiaction.h>
 
+#include <algorithm>
+#include <array>
 #include <cstdlib>
-#include <filesystem>
-#include <functional>
 
-#include "platform/platform.h"
 #include "services/dictionary/dictionary.h"
-#include "tests/support/host_process.h"
-#include "tests/support/process.h"
 #include "ui/wx/form_window.h"
-#include "ui/wx/timer_pump.h"
-#include "ui/wx/wx_front_end.h"
-#include "ui/wx/wx_text.h"
+#include "ui/wx/lamp_row.h"
 
-namespace kor {
+namespace kor::window_test {
 namespace {
 
-namespace fs = std::filesystem;
-using support::FarEnd;
-using support::TemporaryFolder;
+using support::ReadWholeFile;
 using support::WriteWholeFile;
-
-constexpr int kPeriod = 20;      // milliseconds between two tries of a step
-constexpr int kMostTries = 1000; // of one step
-constexpr int kSettle = 10;      // periods between two steps: what was clicked has been drawn
-
-// Runs each step until it is true; the loop ends with the last, or with one that never is.
-class Robot : public wxTimer {
- public:
-  void Then(const char* name, std::function<bool()> step) {
-    steps.push_back({name, std::move(step)});
-  }
-  void Do(const char* name, std::function<void()> action) {
-    Then(name, [action = std::move(action)] { return action(), true; });
-  }
-  void Run() {
-    Start(kPeriod);
-    wxTheApp->wxAppConsole::OnRun();
-    Stop();
-    EXPECT_EQ(at, steps.size());
-  }
-  void Notify() override {
-    if (++waited < kSettle) return;
-    if (at == steps.size() || tries > kMostTries) return wxTheApp->ExitMainLoop();
-    if (steps[at].run()) {
-      ++at;
-      tries = waited = 0;
-    } else if (++tries > kMostTries) {
-      ADD_FAILURE() << "never: " << steps[at].name;
-    }
-  }
-
- private:
-  struct Step {
-    const char* name;
-    std::function<bool()> run;
-  };
-  std::vector<Step> steps;
-  std::size_t at = 0;
-  int tries = 0, waited = 0;
-};
-
-wxWindow* Find(int number) {
-  for (wxWindow* const top : wxTopLevelWindows)
-    if (wxWindow* const found = top->IsShown() ? top->FindWindow(number) : nullptr) return found;
-  return nullptr;
-}
-
-bool Click(int number) {
-  wxWindow* const control = Find(number);
-  if (!control || !control->IsEnabled()) return false;
-  wxUIActionSimulator mouse;
-  const wxRect place = control->GetScreenRect();
-  return mouse.MouseMove(place.GetPosition() + wxPoint(12, place.height / 2)) && mouse.MouseClick();
-}
-
-bool Type(const char* keys) {
-  return wxUIActionSimulator().Text(keys);
-}
-
-bool IsChecked(int number) {
-  return static_cast<wxCheckBox*>(Find(number))->GetValue();
-}
-
-class Window : public ::testing::Test {
- protected:
-  Window() : line(folders / "line") {
-    const fs::path ports = folders.Path() / "Velmora/Plenova 2026/ports";
-    fs::create_directories(ports);
-    fs::create_directories(folders / "cnc");
-    fs::create_symlink(folders / "line", ports / "COM1");
-    WriteWholeFile(ports.parent_path() / "NCE.INI",
-                   "[Port Settings]\ntransmit delay=0\n[Log]\nwrite log=1\nlog file=" +
-                       (folders / "jobs.log") + "\n");
-    setenv("XDG_CONFIG_HOME", folders.Path().c_str(), 1);
-    SetApp(&application);
-    application.FindFolders(u"2026");
-    KorText error = application.Start(u"Download", u"2026");
-  }
-  void Open() {
-    EngineServices services;
-    services.port = &port;
-    services.window = &frontEnd;
-    services.cncFolder = KorText::FromUtf8(folders / "cnc/");
-    app = std::make_unique<NCEApp>(services, KorText());
-    window = new MainWindow(*app, app->ModelName());
-    frontEnd.Attach(*window, *app);
-    window->Recall();
-    window->Show();
-    app->SetUpServices();
-    app->BuildWindow();
-    window->ShowSettings();
-    pump = std::make_unique<TimerPump>(app->Timers(),
-                                       [this](auto task) { frontEnd.Post(std::move(task)); });
-  }
-  void TearDown() override {
-    pump.reset();
-    if (app) app->Terminate();
-    frontEnd.Detach();
-    if (window) delete window;
-  }
-  KorText StatusLine() {
-    return FromWx(static_cast<wxTextCtrl*>(Find(15201))->GetValue()).Trimmed();
-  }
-
-  TemporaryFolder folders;
-  FarEnd line;
-  PlatformAppInterface application{kProgramNames};
-  PlatformSerialPort port;
-  WxFrontEnd frontEnd;
-  std::unique_ptr<NCEApp> app;
-  std::unique_ptr<TimerPump> pump;
-  MainWindow* window = nullptr;
-  Robot robot;
-};
 
 TEST_F(Window, AFetchedProgramShowsAndItsJobIsListed) {
   WriteWholeFile(folders / "cnc/7.MPG", "N1 X1\n");
   Open();
-  robot.Then("waiting", [this] { return StatusLine() == u"Waiting..."; });
-  robot.Then("monitor", [] { return Click(15207); });
-  robot.Then("unfolded beside the rest",
-             [] { return Find(15209) && Find(15210) && IsChecked(15207); });
+  Shows(u"Waiting...");
+  robot.Clicks(15207);
+  robot.Then("unfolded beside the rest", [] {
+    return Find(15209) && Find(15210) && Find(15202) && Find(15259) && IsChecked(15207);
+  });
+  robot.Then("a lamp", [this] {
+    line.Send("\x11");
+    return FindA<LampRow>(window)->IsOn(kLampReceive);
+  });
   robot.Do("fetch", [this] {
     EXPECT_NE(line.Exchange("FH 7").find("&LP"), std::string::npos);
     for (int frames = 0; frames < 3; ++frames)
       if (line.Exchange(">") == "]") break;
   });
-  robot.Then("shown", [this] {
-    return StatusLine() ==
-           KorText::FromUtf8("Download Completed " + (folders / "cnc/7.MPG") + " - 6 bytes");
-  });
+  Shows(KorText::FromUtf8("Download Completed " + (folders / "cnc/7.MPG") + " - 6 bytes"));
   robot.Then("in the monitor",
              [this] { return window->Monitor().Text().GetValue().Contains("RX FH 7[0d]"); });
-  robot.Then("listed", [this] {
-    const auto found = wxWindow::FindWindowByName("listBox", window);
-    return found && static_cast<wxListBox*>(found)->GetString(0).Contains("7.MPG");
-  });
+  robot.Then("listed", [this] { return FindA<wxListBox>(window)->GetString(0).Contains("7.MPG"); });
   robot.Run();
   EXPECT_TRUE(window->GetTitle().StartsWith("NCE")) << window->GetTitle();
   EXPECT_EQ(app->JobsOfToday().size(), 1U);
 }
 
-TEST_F(Window, SwitchesAndDialogsDoWhatTheySay) {
+TEST_F(Window, HandshakesAndSpecialFeaturesAreTakenOver) {
   Open();
-  robot.Then("handshakes", [] { return Click(15273); });
+  robot.Clicks(15273);
   robot.Then("taken over",
              [this] { return app->Settings().rtsCtsHandshake == 0 && !IsChecked(15273); });
-  robot.Then("the other", [] { return Click(15274); });
+  robot.Clicks(15274);
   robot.Then("taken over", [this] { return app->Settings().dtrDsrHandshake == 0; });
-  robot.Then("special features", [] { return Click(15270); });
+  robot.Clicks(15270);
   robot.Then("505 waits for 503",
              [] { return Find(505) && !Find(505)->IsEnabled() && Find(504)->IsEnabled(); });
-  robot.Then("503", [] { return Click(503); });
-  robot.Then("505", [] { return Click(505); });
+  robot.Clicks(503);
+  robot.Clicks(505);
   robot.Then("504 is out", [] { return !Find(504)->IsEnabled(); });
-  robot.Then("OK", [] { return Click(wxID_OK); });
+  robot.Clicks(1);
   robot.Then("kept", [this] {
     return app->Features().autoloadSequential == 1 && app->Features().hybridNumber == 1;
   });
-  robot.Then("settings", [] { return Click(15101); });
-  robot.Then("extension", [] { return Click(15232); });
-  robot.Do("a dot", [] {
-    wxUIActionSimulator().Char('A', wxMOD_CONTROL);
-    Type("a.b");
-  });
-  robot.Then("refused", [] { return Click(wxID_OK); });
-  robot.Then("and still there", [] {
-    auto* const text = static_cast<wxTextCtrl*>(Find(15232));
-    return text && text->GetValue() == "a.b" && text->HasFocus();
-  });
-  robot.Do("better", [] {
-    wxUIActionSimulator().Char('A', wxMOD_CONTROL);
-    Type("nc");
-  });
-  robot.Do("Enter", [] { wxUIActionSimulator().Char(WXK_RETURN); });
+  for (const bool byButton : {true, false}) {
+    robot.Clicks(15270);
+    robot.Clicks(506);
+    if (byButton)
+      robot.Clicks(2);
+    else
+      robot.Presses(WXK_ESCAPE);
+    robot.Then("dropped", [this] { return !Find(506) && app->Features().stripNceZeros == 0; });
+  }
+  robot.Run();
+}
+
+// A field of the settings: the keys that change it, and what is kept then.
+struct Entry {
+  int number;
+  const char16_t* key; // none: only visited
+  std::string typed;   // else the key code
+  int pressed;
+  std::string kept;
+};
+
+// In the order of the Tab key, without a mouse.
+TEST_F(Window, TheKeyboardReachesEverySetting) {
+  const std::string up = folders / "up/", down = folders / "down/", log = folders / "other.log";
+  for (const std::string& folder : {up, down})
+    std::filesystem::create_directory(folder);
+  const Entry entries[] = {
+      {15220, u"port", "COM8", 0, "COM8"},
+      {15221, u"baudrate", "", WXK_DOWN, "4800"},
+      {15222, u"parity", "", WXK_DOWN, "Odd"},
+      {15223, u"databits", "", WXK_UP, "7"},
+      {15224, u"stopbits", "", WXK_DOWN, "1.5"},
+      {15241, u"flow-control", "", WXK_DOWN, "Hardware"},
+      {15226, u"upload-path", up, 0, up},
+      {15238, nullptr, "", 0, ""},
+      {15228, u"download-path", down, 0, down},
+      {15239, nullptr, "", 0, ""},
+      {15232, u"file-extension", "nc", 0, "nc"},
+      {15260, u"send-sot", "", WXK_SPACE, "1"},
+      {15264, u"sot-character", "", WXK_DOWN, "DC3"},
+      {15261, u"send-eot", "", WXK_SPACE, "1"},
+      {15265, u"eot-character", "", WXK_DOWN, "ENQ"},
+      {15246, u"character-delay", "12", 0, "12"},
+      {15247, u"line-delay", "34", 0, "34"},
+      {15249, u"transmit-delay", "5", 0, "5"},
+      {15234, u"log-file", log, 0, log},
+      {15240, nullptr, "", 0, ""},
+      {15235, u"write-log", "", WXK_SPACE, "0"},
+  };
+  Open();
+  robot.Clicks(15101);
+  for (const Entry& entry : entries) {
+    robot.Then("focus on " + std::to_string(entry.number),
+               [&entry] { return FocusNumber() == entry.number; });
+    if (!entry.typed.empty()) robot.Types(entry.typed);
+    if (entry.pressed != 0) robot.Presses(entry.pressed);
+    robot.Presses(WXK_TAB);
+    if (entry.number == 15220) robot.Presses(WXK_TAB); // its list has a button of its own
+  }
+  for (int back = 0; back < 3; ++back) // from the buttons to the file's name
+    robot.Presses(WXK_TAB, wxMOD_SHIFT);
+  robot.Presses(WXK_RETURN);
+  robot.Then("accepted", [] { return !Find(15220); });
+  robot.Run();
+  ASSERT_FALSE(HasFailure());
+  const FormDescription kept = app->SettingsForm();
+  for (const Entry& entry : entries)
+    if (entry.key) {
+      EXPECT_EQ(kept.Find(entry.key)->value, KorText::FromUtf8(entry.kept)) << entry.number;
+    }
+}
+
+TEST_F(Window, BrowsingFillsAFieldAndWhatCannotWorkIsRefusedBesideIt) {
+  struct Browse {
+    int button, field;
+    const char* title;
+    std::string path;
+  };
+  const Browse browses[] = {{15238, 15226, "Upload Path", folders / "up"},
+                            {15239, 15228, "Download Path", folders / "down"},
+                            {15240, 15234, "Save Log File As", folders / "other.log"}};
+  for (const char* folder : {"up", "down"})
+    std::filesystem::create_directory(folders / folder);
+  Open();
+  robot.Clicks(15101);
+  const auto text = [](int number) { return static_cast<wxTextCtrl*>(Find(number)); };
+  for (const Browse& browse : browses) {
+    robot.Clicks(browse.button);
+    robot.Chooses(browse.title, browse.path);
+    robot.Then("filled in", [=] { return text(browse.field)->GetValue() == browse.path; });
+    robot.Clicks(browse.button);
+    robot.Then("again", [=] { return IsChoosing(browse.title); });
+    robot.Presses(WXK_ESCAPE);
+    robot.Then("as it was", [=] {
+      return !IsChoosing(browse.title) && text(browse.field)->GetValue() == browse.path;
+    });
+  }
+  robot.Clicks(15232);
+  robot.Types("a.b");
+  robot.Clicks(1);
+  robot.Then("refused, and still there",
+             [=] { return text(15232)->GetValue() == "a.b" && text(15232)->HasFocus(); });
+  robot.Types("nc");
+  robot.Presses(WXK_RETURN);
   robot.Then("accepted", [this] { return !Find(15232) && app->Settings().fileExtension == u"nc"; });
-  robot.Then("special features again", [] { return Click(15270); });
-  robot.Then("506", [] { return Click(506); });
-  robot.Do("Escape", [] { wxUIActionSimulator().Char(WXK_ESCAPE); });
-  robot.Then("dropped", [this] { return !Find(506) && app->Features().stripNceZeros == 0; });
+  robot.Run();
+  EXPECT_EQ(app->Settings().uploadPath, KorText::FromUtf8(folders / "up/"));
+  EXPECT_EQ(app->Settings().logFile, KorText::FromUtf8(folders / "other.log"));
+}
+
+TEST_F(Window, JobsByHandAreBegunEndedAndCompleted) {
+  WriteWholeFile(folders / "cnc/8.MPG", "N1 X1\n");
+  Open();
+  Shows(u"Waiting...");
+  robot.Clicks(15210);
+  robot.Chooses("Open NC file", folders / "cnc/8.MPG");
+  robot.Then("its window", [] { return Titled("Download End") && !Find(15210)->IsEnabled(); });
+  robot.Then("cancel", [] { return Click(FindA<wxButton>(Titled("Download End"))); });
+  Shows(u"Download Cancelled");
+  robot.Then("put away", [] { return !Titled("Download End") && Find(15210)->IsEnabled(); });
+  for (const char* label : {"Cancel", "Complete"}) {
+    robot.Clicks(15211);
+    robot.Chooses("Save NC file as", folders / "cnc/9.MPG");
+    robot.Presses(WXK_RETURN); // one too many ends nothing
+    Shows(u"Uploading");
+    robot.Do("a frame", [this] { line.Send("N1 X1\r"); });
+    robot.Then(label, [label] {
+      for (wxWindow* const button : Titled("Upload End")->GetChildren())
+        if (wxControl::RemoveMnemonics(button->GetLabel()) == label) return Click(button);
+      return false;
+    });
+    Shows(u"Upload " + KorText::FromUtf8(label));
+    robot.Then("put away", [] { return !Titled("Upload End") && Find(15211)->IsEnabled(); });
+  }
+  robot.Clicks(15212);
+  Shows(u"Local Loopback Test Failure");
+  robot.Do("a plug", [this] { line.Send("LocalTestMessage@"); });
+  Shows(u"Local Loopback Test Success");
+  robot.Run();
+  EXPECT_TRUE(std::filesystem::exists(folders / "cnc/9.MPG"));
+}
+
+TEST_F(Window, WhatTheControllerBeganIsCancelledAfterAQuestion) {
+  WriteWholeFile(folders / "cnc/7.MPG", "N1 X1\n");
+  Open();
+  Shows(u"Waiting...");
+  robot.Then("nothing to cancel", [] { return !Find(15556)->IsEnabled(); });
+  robot.Do("fetch", [this] { line.Exchange("FH 7"), line.Exchange(">"); });
+  Shows(u"Downloading");
+  for (const int answer : {static_cast<int>(WXK_ESCAPE), static_cast<int>('Y')}) {
+    robot.Clicks(15556);
+    robot.Then("asked", [] { return wxGetActiveWindow() != Find(15210)->GetParent(); });
+    robot.Presses(answer, answer == 'Y' ? wxMOD_ALT : wxMOD_NONE);
+    Shows(answer == 'Y' ? u"Download Cancelled" : u"Downloading");
+  }
+  robot.Run();
+}
+
+TEST_F(Window, TheTraceGoesToTheChosenFile) {
+  Open();
+  const std::string trace = folders / "trace.log";
+  robot.Clicks(15266);
+  robot.Then("asked", [] { return IsChoosing("Save Log File As"); });
+  robot.Presses(WXK_ESCAPE);
+  robot.Then("none", [this] { return !IsChecked(15266) && !app->IsTracing(); });
+  robot.Clicks(15266);
+  robot.Chooses("Save Log File As", trace);
+  robot.Then("on", [this] { return IsChecked(15266) && app->IsTracing(); });
+  robot.Clicks(15266);
+  robot.Then("off", [this] { return !IsChecked(15266) && !app->IsTracing(); });
+  robot.Run();
+  EXPECT_NE(ReadWholeFile(trace).find("Start of logging"), std::string::npos);
+  EXPECT_NE(ReadWholeFile(trace).find("End of Logging"), std::string::npos);
+}
+
+TEST_F(Window, StandsWhereItStood) {
+  Open();
+  const auto stands = [](MainWindow*& which) {
+    return [&which] { return which->GetPosition() == wxPoint(222, 111); };
+  };
+  MainWindow* second = nullptr;
+  robot.Do("move", [this] { window->Move(222, 111); });
+  robot.Then("moved", stands(window));
+  robot.Do("again", [&] {
+    window->Remember();
+    second = new MainWindow(*app, app->ModelName());
+    second->Recall();
+    second->Show();
+  });
+  robot.Then("there", stands(second));
+  robot.Run();
+  second->Destroy();
+}
+
+TEST_F(Window, MessagesDoNotPileUpAndAreAnsweredBesideADialog) {
+  Open();
+  robot.Clicks(15101);
+  robot.Do("twice", [this] {
+    for (int i = 0; i < 2; ++i)
+      frontEnd.ShowMessage(u"Caption", u"Words", MessageStyle::Exclamation);
+  });
+  robot.Then("once", [] { return Titled("Caption"); });
+  robot.Then("OK", [] { return Click(FindA<wxButton>(Titled("Caption"))); });
+  robot.Then("gone", [] { return !Titled("Caption") && Find(15220); });
+  robot.Presses(WXK_ESCAPE);
+  robot.Then("closed", [] { return !Find(15220); });
+  robot.Do("a hundred", [this] {
+    for (int i = 0; i < 100; ++i)
+      frontEnd.ShowMessage(KorText::Format(u"Message %i", i), {}, MessageStyle::Exclamation);
+  });
+  robot.Then("the newest are there", [] { return Titled("Message 99") && !Titled("Message 50"); });
+  robot.Run();
+}
+
+TEST_F(Window, AFailedJobAsksForAttentionUntilSomebodyLooks) {
+  Open();
+  auto* const other = new wxFrame(nullptr, wxID_ANY, "Other work");
+  const auto asks = [this] {
+    return gtk_window_get_urgency_hint(GTK_WINDOW(window->GetHandle())) != FALSE;
+  };
+  Shows(u"Waiting...");
+  robot.Do("look away", [=] { other->Show(), other->Raise(); });
+  robot.Then("away", [=, this] { return other->IsActive() && !window->IsActive() && !asks(); });
+  robot.Do("no such program", [this] { line.Exchange("FH 404"); });
+  robot.Then("asks", asks);
+  robot.Do("look", [=, this] {
+    other->Destroy();
+    window->Raise();
+  });
+  robot.Then("seen", [=] { return !asks(); });
+  robot.Run();
+}
+
+TEST_F(Window, WithoutALinkItSaysWhichPortItLooksFor) {
+  Open();
+  window->SetLinkAdvice([this] { return u"Looking for " + app->Settings().port; });
+  const auto says = [this](const wxString& words) {
+    robot.Then(words.ToStdString(), [=, this] {
+      for (wxWindow* const child : Find(15201)->GetParent()->GetChildren())
+        if (child->IsShown() && child->GetLabel() == words) return true;
+      return false;
+    });
+  };
+  for (const char* missing : {"COM7", "COM8"}) {
+    robot.Clicks(15101);
+    robot.Clicks(15220);
+    robot.Types(missing);
+    robot.Presses(WXK_RETURN);
+    says(wxString("Looking for ") + missing);
+    robot.Then("the system's words", [] { return Titled("Open Comm"); });
+    robot.Presses(WXK_RETURN);
+    robot.Then("read", [] { return !Titled("Open Comm"); });
+  }
   robot.Run();
 }
 
@@ -255,10 +360,10 @@ class TestProgram : public wxApp {
 };
 
 } // namespace
-} // namespace kor
+} // namespace kor::window_test
 
 int main(int argc, char** argv) {
   ::testing::InitGoogleTest(&argc, argv);
-  wxApp::SetInstance(new kor::TestProgram);
+  wxApp::SetInstance(new kor::window_test::TestProgram);
   return wxEntry(argc, argv);
 }

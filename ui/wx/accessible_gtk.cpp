@@ -9,7 +9,8 @@ namespace {
 
 // The toolkit's own widget inside the ones that only scroll or frame it.
 GtkWidget* Innermost(GtkWidget* widget) {
-  while (GTK_IS_SCROLLED_WINDOW(widget) || GTK_IS_EVENT_BOX(widget)) {
+  while (GTK_IS_SCROLLED_WINDOW(widget) || GTK_IS_EVENT_BOX(widget) ||
+         (GTK_IS_COMBO_BOX(widget) && gtk_combo_box_get_has_entry(GTK_COMBO_BOX(widget)))) {
     GtkWidget* const child = gtk_bin_get_child(GTK_BIN(widget));
     if (!child) break;
     widget = child;
@@ -29,6 +30,12 @@ void SetSpokenName(wxWindow* control, const KorText& name, const KorText& descri
   Name(widget, name);
   Name(Innermost(widget), name);
   if (!description.IsEmpty()) control->SetToolTip(ToWx(description));
+}
+
+void SpeakAsDialog(wxTopLevelWindow* dialog) {
+  GtkWidget* const widget = static_cast<GtkWidget*>(dialog->GetHandle());
+  if (AtkObject* const spoken = gtk_widget_get_accessible(widget))
+    atk_object_set_role(spoken, ATK_ROLE_DIALOG);
 }
 
 } // namespace kor

@@ -29,4 +29,7 @@ void SetSpokenName(wxWindow* control, const KorText& name, const KorText& descri
   if (!description.IsEmpty()) control->SetToolTip(ToWx(description));
 }
 
+// The system knows its dialogs.
+void SpeakAsDialog(wxTopLevelWindow*) {}
+
 } // namespace kor

@@ -27,7 +27,9 @@ constexpr int kTextWidth = 220;
 constexpr int kChoiceWidth = 120;
 constexpr int kGap = 6;
 constexpr std::size_t kOneColumn = 8; // fields that still stand below one another
-constexpr int kLookPeriod = 500;      // milliseconds between two looks for an obstacle
+constexpr int kAcceptButton = 1;      // the numbers of the two buttons
+constexpr int kDiscardButton = 2;
+constexpr int kLookPeriod = 500; // milliseconds between two looks for an obstacle
 
 bool IsPath(FieldKind kind) {
   return kind == FieldKind::FolderPath || kind == FieldKind::FilePath;
@@ -60,19 +62,12 @@ FormWindow::FormWindow(wxWindow* parent, FormDescription& description)
     : wxDialog(parent, wxID_ANY, ToWx(description.caption), wxDefaultPosition, wxDefaultSize,
                wxDEFAULT_DIALOG_STYLE | wxRESIZE_BORDER),
       form(description), looks(this) {
+  SpeakAsDialog(this);
   auto* const column = new wxBoxSizer(wxVERTICAL);
   column->Add(MakeGroups(), wxSizerFlags(1).Expand().Border(wxALL, FromDIP(kGap * 2)));
   obstacle = MakeProblem(this);
   column->Add(obstacle, wxSizerFlags().Expand().Border(wxLEFT | wxRIGHT, FromDIP(kGap * 2)));
-  auto* const buttons = new wxStdDialogButtonSizer;
-  auto* const ok = new wxButton(this, wxID_OK, mnemonics.Label(LookUpText(15301, u"OK")));
-  ok->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { Accept(); });
-  buttons->AddButton(ok);
-  buttons->AddButton(
-      new wxButton(this, wxID_CANCEL, mnemonics.Label(LookUpText(15302, u"Cancel"))));
-  buttons->Realize();
-  ok->SetDefault();
-  column->Add(buttons, wxSizerFlags().Expand().Border(wxALL, FromDIP(kGap)));
+  column->Add(MakeButtons(), wxSizerFlags().Expand().Border(wxALL, FromDIP(kGap)));
   SetSizerAndFit(column);
   building = false;
   ShowEnabled();
@@ -81,6 +76,26 @@ FormWindow::FormWindow(wxWindow* parent, FormDescription& description)
   if (form.check) looks.Start(kLookPeriod);
   if (!form.fields.empty()) rows[form.fields.front().number].control->SetFocus();
   CentreOnParent();
+}
+
+wxSizer* FormWindow::MakeButtons() {
+  const auto make = [this](int number, const KorText& label) {
+    auto* const button = new wxButton(this, number, mnemonics.Label(label));
+    SetSpokenName(button, label);
+    return button;
+  };
+  auto* const ok = make(kAcceptButton, LookUpText(15301, u"OK"));
+  auto* const cancel = make(kDiscardButton, LookUpText(15302, u"Cancel"));
+  ok->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { Accept(); });
+  cancel->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { EndModal(wxID_CANCEL); });
+  ok->SetDefault();
+  SetAffirmativeId(kAcceptButton);
+  SetEscapeId(kDiscardButton);
+  auto* const buttons = new wxStdDialogButtonSizer;
+  buttons->SetAffirmativeButton(ok);
+  buttons->SetCancelButton(cancel);
+  buttons->Realize();
+  return buttons;
 }
 
 // Each group in the place of its first field; a long form stands in two columns.
@@ -206,7 +221,8 @@ wxWindow* FormWindow::MakeBrowse(const FormField& field, wxWindow* parent) {
   auto* const button = new wxButton(parent, field.browseNumber, "...", wxDefaultPosition,
                                     wxDefaultSize, wxBU_EXACTFIT);
   SetSpokenName(button, field.browseTitle, field.browseTitle);
-  button->Bind(wxEVT_BUTTON, [this, &field](wxCommandEvent&) { Browse(field); });
+  button->Bind(wxEVT_BUTTON,
+               [this, &field](wxCommandEvent&) { CallAfter([this, &field] { Browse(field); }); });
   return button;
 }
 

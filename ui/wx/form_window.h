@@ -28,6 +28,7 @@ class FormWindow : public wxDialog {
     wxStaticText* problem = nullptr;
   };
 
+  wxSizer* MakeButtons();
   wxSizer* MakeGroups();
   // The fields of first's group; how many there are.
   std::size_t MakeGroup(const FormField& first, wxSizer* column, bool withNote);

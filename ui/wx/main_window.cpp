@@ -1,6 +1,7 @@
 #include "ui/wx/main_window.h"
 
 #include <algorithm>
+#include <utility>
 
 #include <wx/sizer.h>
 #include <wx/statbox.h>
@@ -29,6 +30,7 @@ constexpr int kBarHeight = 16;
 // Of the usual letters: the first with which the headline has room.
 constexpr float kHeadlineScales[] = {2.4F, 2.0F, 1.7F, 1.4F, 1.2F, 1.0F};
 constexpr int kGaugeRange = 1000;
+constexpr double kAdvicePeriod = 1; // seconds
 
 constexpr int kSendButton = 15210;
 constexpr int kReceiveButton = 15211;
@@ -146,12 +148,22 @@ wxSizer* MainWindow::MakeProgress(wxWindow* parent) {
   return row;
 }
 
+void MainWindow::RunNext(std::function<void()> action) {
+  CallAfter([this, run = std::move(action)] {
+    if (std::exchange(acting, true)) return;
+    run();
+    acting = false;
+  });
+}
+
 wxButton* MainWindow::MakeButton(wxWindow* parent, const Action& action) {
   const KorText name = LookUpText(action.number, action.label);
   auto* const button = new wxButton(parent, action.number, mnemonics.Label(name));
   button->SetMinSize(FromDIP(wxSize(-1, kButtonHeight)));
   SetSpokenName(button, name);
-  button->Bind(wxEVT_BUTTON, [this, run = action.run](wxCommandEvent&) { (this->*run)(); });
+  button->Bind(wxEVT_BUTTON, [this, run = action.run](wxCommandEvent&) {
+    RunNext([this, run] { (this->*run)(); });
+  });
   return button;
 }
 
@@ -159,8 +171,9 @@ wxCheckBox* MainWindow::MakeCheckBox(wxWindow* parent, const Switch& which) {
   const KorText name = LookUpText(which.number, which.label);
   auto* const box = new wxCheckBox(parent, which.number, mnemonics.Label(name));
   SetSpokenName(box, name);
-  box->Bind(wxEVT_CHECKBOX,
-            [this, run = which.run](wxCommandEvent& event) { (this->*run)(event.IsChecked()); });
+  box->Bind(wxEVT_CHECKBOX, [this, run = which.run](wxCommandEvent& event) {
+    RunNext([this, run, on = event.IsChecked()] { (this->*run)(on); });
+  });
   return box;
 }
 
@@ -317,10 +330,16 @@ void MainWindow::ShowProgress(const StatusView& view) {
 // Below the state, so that somebody without the handbook knows what to look at.
 void MainWindow::ShowAdvice(const StatusView& view) {
   const bool wanted = view.activity == LinkActivity::NoLink && linkAdvice;
-  if (wanted == advice->IsShown()) return;
+  const bool sameNow = wanted == advice->IsShown();
+  const double now = App().HighResolutionSeconds();
+  if (sameNow && (!wanted || now < nextAdvice)) return;
+  nextAdvice = now + kAdvicePeriod;
+  const KorText words = wanted ? linkAdvice() : KorText();
+  if (sameNow && words == advised) return;
+  advised = words;
   const int room =
       std::max(GetClientSize().x, FromDIP(kLeastWidth)) - FromDIP(kStateSign + 4 * kGap);
-  if (wanted) advice->SetLabelText(InLines(linkAdvice(), *advice, room));
+  if (wanted) advice->SetLabelText(InLines(words, *advice, room));
   advice->Show(wanted);
   upper->GetParent()->Layout();
   GrowToFit();

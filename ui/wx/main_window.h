@@ -38,7 +38,7 @@ class MainWindow : public wxFrame {
   // One that failed asks for attention until somebody looks.
   void AddJob(const EndedJob& job);
   void AddEarlierJob(const EndedJob& job) { jobs->Add(job); }
-  // What is said while there is no link: asked for each time that it is lost.
+  // What is said while there is no link: asked for about every second.
   void SetLinkAdvice(std::function<KorText()> text) { linkAdvice = std::move(text); }
   MonitorView& Monitor() { return *monitor; }
   // What the settings record holds now: the check boxes of the handshakes.
@@ -66,6 +66,9 @@ class MainWindow : public wxFrame {
   wxSizer* MakeActions(wxWindow* parent, std::initializer_list<int> numbers);
   wxSizer* MakeSwitches(wxWindow* parent);
   wxPanel* MakeLower(wxWindow* parent);
+  // Runs what a control asks for once its event is over, so that who pressed it, such as a screen reader, is
+  // answered before a dialog opens; and one thing at a time.
+  void RunNext(std::function<void()> action);
   wxButton* MakeButton(wxWindow* parent, const Action& action);
   wxCheckBox* MakeCheckBox(wxWindow* parent, const Switch& which);
   void ShowHeadline(const StatusView& view);
@@ -97,6 +100,9 @@ class MainWindow : public wxFrame {
   std::function<KorText()> linkAdvice;
   std::optional<StatusView> shown;
   Sign shownSign = Sign::Idle;
+  double nextAdvice = 0; // when the advice is asked for again
+  KorText advised;       // its text
+  bool acting = false;   // a control's action runs
   RateMeter meter;
 
   int fittedHeight = 0;     // what always stayed when the parts were last fitted

@@ -15,6 +15,7 @@
 #include "services/core/text_lookup.h"
 #include "ui/wx/accessible.h"
 #include "ui/wx/mnemonics.h"
+#include "ui/wx/native_dialogs.h"
 #include "ui/wx/wx_text.h"
 
 namespace kor {
@@ -23,6 +24,7 @@ namespace {
 
 constexpr int kTextWidth = 360; // device-independent pixels
 constexpr int kGap = 12;
+constexpr std::size_t kMostMessages = 10; // nobody may look for months
 
 } // namespace
 
@@ -34,17 +36,20 @@ void MessageWindows::Show(const KorText& caption, const KorText& text, MessageSt
     same->window->Raise();
     return;
   }
+  if (open.size() == kMostMessages) open.front().window->Close();
   wxDialog* const window = Make(caption, text, style);
   open.push_back({caption, text, window});
   window->Bind(wxEVT_CLOSE_WINDOW, [this, window](wxCloseEvent&) {
     Forget(window);
     window->Destroy();
   });
+  LetBeAnswered(window);
   window->Show();
 }
 
 wxDialog* MessageWindows::Make(const KorText& caption, const KorText& text, MessageStyle style) {
   auto* const window = new wxDialog(parent, wxID_ANY, ToWx(caption));
+  SpeakAsDialog(window);
   auto* const row = new wxBoxSizer(wxHORIZONTAL);
   const wxArtID art = style == MessageStyle::Exclamation ? wxART_WARNING : wxART_INFORMATION;
   row->Add(
@@ -72,6 +77,7 @@ void MessageWindows::Forget(const wxDialog* window) {
 wxDialog* MakeEndWindow(wxWindow* parent, const KorText& caption, const KorText& text,
                         const std::vector<EndChoice>& choices) {
   auto* const window = new wxDialog(parent, wxID_ANY, ToWx(caption));
+  SpeakAsDialog(window);
   auto* const row = new wxBoxSizer(wxHORIZONTAL);
   Mnemonics mnemonics;
   for (const EndChoice& choice : choices) {
@@ -98,6 +104,7 @@ bool Ask(wxWindow* parent, const KorText& question) {
 }
 
 void CloseModalWindows() {
+  CancelNativeDialogs();
   for (wxWindow* const window : wxTopLevelWindows)
     if (auto* const dialog = dynamic_cast<wxDialog*>(window); dialog && dialog->IsModal())
       dialog->EndModal(wxID_CANCEL);

@@ -11,7 +11,8 @@
 
 namespace kor {
 
-// Shows messages, each until it is closed. One that stands open is not shown a second time.
+// Shows messages, each until it is closed; of many the oldest goes. One that stands open is not shown a second
+// time.
 class MessageWindows {
  public:
   explicit MessageWindows(wxWindow* mainWindow) : parent(mainWindow) {}

@@ -4,6 +4,7 @@
 #include <wx/log.h>
 
 #include "services/core/app_interface.h"
+#include "services/core/path_text.h"
 #include "ui/wx/wx_text.h"
 
 namespace kor {
@@ -19,10 +20,9 @@ bool IsReachable(const wxRect& place) {
 } // namespace
 
 WindowMemory::WindowMemory(const KorText& settingsName) {
-  KorText path = App().GetApplicationPropertyPath(kSettingsFolder);
-  if (path.IsEmpty()) return;
-  if (path.Last() != u'/') path += u'/';
-  path += settingsName + u".window";
+  const KorText folder = App().GetApplicationPropertyPath(kSettingsFolder);
+  if (folder.IsEmpty()) return;
+  const KorText path = WithTrailingSlash(folder) + settingsName + u".window";
   config = std::make_unique<wxFileConfig>(wxString(), wxString(), ToWx(path), wxString(),
                                           wxCONFIG_USE_LOCAL_FILE);
 }
@@ -34,7 +34,11 @@ void WindowMemory::Restore(wxTopLevelWindow& window) const {
   };
   const wxRect place(kept("/Window/x"), kept("/Window/y"), kept("/Window/width"),
                      kept("/Window/height"));
-  if (place.width > 0 && place.height > 0 && IsReachable(place)) window.SetSize(place);
+  if (place.width > 0 && place.height > 0 && IsReachable(place)) {
+    window.SetSize(place);
+    // Some window managers place a window as they like when it appears, and move it when it asks later.
+    window.CallAfter([&window, at = place.GetPosition()] { window.Move(at); });
+  }
   if (config->ReadBool("/Window/maximised", false)) window.Maximize();
   if (config->ReadBool("/Window/minimised", false)) window.Iconize();
 }

@@ -11,18 +11,19 @@ namespace kor {
 void WxFrontEnd::Attach(MainWindow& mainWindow, NCEApp& app) {
   window = &mainWindow;
   messages = std::make_unique<MessageWindows>(window);
-  const EndChoice cancel{LookUpText(48, u"Cancel"), [&app] { app.CancelExchange(); }};
+  const KorText cancel = LookUpText(48, u"Cancel");
   downloadEnd = MakeEndWindow(
       window, LookUpText(15317, u"Download End"),
       LookUpText(
           15585,
           u"The program goes out when the machine asks for it. This window closes at the end."),
-      {cancel});
+      {{cancel, [&app] { app.CancelDownload(); }}});
   uploadEnd =
       MakeEndWindow(window, LookUpText(15318, u"Upload End"),
                     LookUpText(15586, u"Start sending at the machine. \"Complete\" keeps what has "
                                       u"arrived; \"Cancel\" keeps nothing."),
-                    {{LookUpText(15319, u"Complete"), [&app] { app.CompleteUpload(); }}, cancel});
+                    {{LookUpText(15319, u"Complete"), [&app] { app.CompleteUpload(); }},
+                     {cancel, [&app] { app.CancelUpload(); }}});
 }
 
 void WxFrontEnd::Detach() {
@@ -50,8 +51,13 @@ void WxFrontEnd::SetTitle(const KorText& title) {
 void WxFrontEnd::ShowEndDialog(EndDialog which, bool shown) {
   if (!window) return;
   wxDialog* const dialog = which == EndDialog::Download ? downloadEnd : uploadEnd;
-  if (shown) dialog->CentreOnParent();
-  dialog->Show(shown);
+  if (!shown) {
+    dialog->Hide();
+    return;
+  }
+  dialog->CentreOnParent();
+  // An Enter too many, still meant for the chooser of the file, must not end the transfer.
+  dialog->ShowWithoutActivating();
 }
 
 void WxFrontEnd::SetJobButtons(JobButtons state) {

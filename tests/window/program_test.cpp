@@ -1,0 +1,212 @@
+// The whole program with its window, as somebody who sees nothing operates it: found, read and pressed
+// through the accessibility bus, from another process, and by keys.
+#include <gtest/gtest.h>
+
+#include <gio/gio.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tests/support/host_process.h"
+
+namespace kor {
+namespace {
+
+namespace fs = std::filesystem;
+using support::FarEnd;
+using support::HostFolders;
+using support::Process;
+
+// Looks every few milliseconds, ten seconds at most.
+bool Until(const std::function<bool()>& condition) {
+  bool late = false;
+  const auto set = [](gpointer flag) -> gboolean {
+    return *static_cast<bool*>(flag) = true, G_SOURCE_REMOVE;
+  };
+  const guint limit = g_timeout_add(10000, set, &late);
+  const guint look = g_timeout_add(
+      20, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);
+  bool met = false;
+  while (!(met = condition()) && !late)
+    g_main_context_iteration(nullptr, TRUE);
+  g_source_remove(look);
+  if (!late) g_source_remove(limit);
+  return met;
+}
+
+// One control as the bus tells of it.
+struct Spoken {
+  std::string owner, path; // its address
+  std::string role, name;
+  std::uint32_t states = 0;
+};
+enum : std::uint32_t {
+  kActive = 1u << 1,
+  kChecked = 1u << 4,
+  kEnabled = 1u << 8,
+  kFocused = 1u << 12,
+  kShowing = 1u << 25
+};
+
+using Answer = std::unique_ptr<GVariant, decltype(&g_variant_unref)>;
+
+// The bus that programs tell assistive technology of themselves on.
+class SpeechBus {
+ public:
+  SpeechBus() {
+    const std::unique_ptr<GDBusConnection, decltype(&g_object_unref)> session(
+        g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr), g_object_unref);
+    bus = session.get();
+    const Answer address =
+        Call("org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus.GetAddress", nullptr);
+    const char* text = nullptr;
+    g_variant_get(address.get(), "(&s)", &text);
+    bus = g_dbus_connection_new_for_address_sync(
+        text,
+        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+        nullptr, nullptr, nullptr);
+  }
+  ~SpeechBus() { g_object_unref(bus); }
+  SpeechBus(const SpeechBus&) = delete;
+  SpeechBus& operator=(const SpeechBus&) = delete;
+
+  // Everything that the process shows.
+  std::vector<Spoken> Shown(pid_t process) const {
+    std::vector<Spoken> all;
+    for (const Spoken& program : Children({"org.a11y.atspi.Registry", kRoot, {}, {}, 0})) {
+      const Answer id =
+          Call("org.freedesktop.DBus", "/", "org.freedesktop.DBus.GetConnectionUnixProcessID",
+               g_variant_new("(s)", program.owner.c_str()));
+      guint32 owner = 0;
+      if (id) g_variant_get(id.get(), "(u)", &owner);
+      if (static_cast<pid_t>(owner) == process) Collect(program, all);
+    }
+    return all;
+  }
+  bool Press(const Spoken& control) const {
+    return Call(control.owner, control.path, "org.a11y.atspi.Action.DoAction",
+                g_variant_new("(i)", 0)) != nullptr;
+  }
+
+ private:
+  static constexpr const char* kRoot = "/org/a11y/atspi/accessible/root";
+
+  Answer Call(const std::string& owner, const std::string& path, const std::string& operation,
+              GVariant* arguments) const {
+    const std::size_t dot = operation.rfind('.');
+    return {g_dbus_connection_call_sync(bus, owner.c_str(), path.c_str(),
+                                        operation.substr(0, dot).c_str(),
+                                        operation.c_str() + dot + 1, arguments, nullptr,
+                                        G_DBUS_CALL_FLAGS_NONE, 5000, nullptr, nullptr),
+            [](GVariant* answer) {
+              if (answer) g_variant_unref(answer);
+            }};
+  }
+  std::vector<Spoken> Children(const Spoken& of) const {
+    std::vector<Spoken> children;
+    const Answer answer = Call(of.owner, of.path, "org.a11y.atspi.Accessible.GetChildren", nullptr);
+    if (!answer) return children;
+    GVariantIter* each = nullptr;
+    const char *owner = nullptr, *path = nullptr;
+    g_variant_get(answer.get(), "(a(so))", &each);
+    while (g_variant_iter_loop(each, "(&s&o)", &owner, &path))
+      children.push_back({owner, path, {}, {}, 0});
+    g_variant_iter_free(each);
+    return children;
+  }
+  void Collect(const Spoken& from, std::vector<Spoken>& all) const {
+    for (Spoken& child : Children(from)) {
+      Describe(child);
+      if ((child.states & kShowing) == 0) continue;
+      all.push_back(child);
+      Collect(child, all);
+    }
+  }
+  void Describe(Spoken& one) const {
+    const Answer role = Call(one.owner, one.path, "org.a11y.atspi.Accessible.GetRoleName", nullptr);
+    const Answer name = Call(one.owner, one.path, "org.freedesktop.DBus.Properties.Get",
+                             g_variant_new("(ss)", "org.a11y.atspi.Accessible", "Name"));
+    const Answer states = Call(one.owner, one.path, "org.a11y.atspi.Accessible.GetState", nullptr);
+    if (!role || !name || !states) return; // it has gone meanwhile
+    const char* text = nullptr;
+    g_variant_get(role.get(), "(&s)", &text);
+    one.role = text;
+    const std::unique_ptr<GVariant, decltype(&g_variant_unref)> value(
+        [&] {
+          GVariant* v = nullptr;
+          g_variant_get(name.get(), "(v)", &v);
+          return v;
+        }(),
+        g_variant_unref);
+    one.name = g_variant_get_string(value.get(), nullptr);
+    const std::unique_ptr<GVariant, decltype(&g_variant_unref)> words(
+        g_variant_get_child_value(states.get(), 0), g_variant_unref);
+    g_variant_get_child(words.get(), 0, "u", &one.states);
+  }
+
+  GDBusConnection* bus = nullptr;
+};
+
+std::string Listed(const std::vector<Spoken>& all) {
+  std::string text;
+  for (const Spoken& one : all)
+    text += one.role + " \"" + one.name + "\"\n";
+  return text;
+}
+
+class Program : public ::testing::Test {
+ protected:
+  void Start() {
+    program = folders.Start("ncedl");
+    ASSERT_TRUE(Shows("push button", "Special Features"));
+  }
+  // The first of the role whose name holds the text.
+  std::optional<Spoken> Find(const std::string& role, const std::string& name) {
+    for (const Spoken& one : bus.Shown(program->Id()))
+      if (one.role == role && one.name.find(name) != std::string::npos) return one;
+    return std::nullopt;
+  }
+  bool Shows(const std::string& role, const std::string& name, std::uint32_t states = 0) {
+    return Until([&] {
+      const auto found = Find(role, name);
+      return found && (found->states & states) == states;
+    });
+  }
+  bool Press(const std::string& role, const std::string& name) {
+    return Until([&] {
+      const auto found = Find(role, name);
+      return found && (found->states & kEnabled) != 0 && bus.Press(*found);
+    });
+  }
+  void Key(const std::string& keys) {
+    EXPECT_EQ(Process({"/usr/bin/xdotool", "key", keys}).WaitForExit(), 0);
+  }
+  int Ended() { return program->WaitForExit().value_or(-1); }
+
+  SpeechBus bus;
+  HostFolders folders{NCEDL_PROGRAMS};
+  std::unique_ptr<FarEnd> line = std::make_unique<FarEnd>(folders.Line());
+  std::unique_ptr<Process> program;
+};
+
+TEST_F(Program, Tries) {
+  Start();
+  std::puts(Listed(bus.Shown(program->Id())).c_str());
+  ASSERT_TRUE(Press("push button", "Download Settings"));
+  EXPECT_TRUE(Shows("dialog", "Download Settings"))
+      << Listed(bus.Shown(program->Id())) << program->Diagnostics();
+  std::puts(Listed(bus.Shown(program->Id())).c_str());
+  Key("Escape");
+  EXPECT_TRUE(Press("check box", "Show Monitor"));
+  Key("alt+F4");
+  EXPECT_EQ(Ended(), 0);
+}
+
+} // namespace
+} // namespace kor
