@@ -4,12 +4,14 @@
 
 #include <gio/gio.h>
 
+#include <csignal>
 #include <cstdint>
-#include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/support/host_process.h"
@@ -17,10 +19,10 @@
 namespace kor {
 namespace {
 
-namespace fs = std::filesystem;
 using support::FarEnd;
 using support::HostFolders;
 using support::Process;
+using support::ProcessOptions;
 
 // Looks every few milliseconds, ten seconds at most.
 bool Until(const std::function<bool()>& condition) {
@@ -47,9 +49,7 @@ struct Spoken {
 };
 enum : std::uint32_t {
   kActive = 1u << 1,
-  kChecked = 1u << 4,
   kEnabled = 1u << 8,
-  kFocused = 1u << 12,
   kShowing = 1u << 25
 };
 
@@ -195,16 +195,135 @@ class Program : public ::testing::Test {
   std::unique_ptr<Process> program;
 };
 
-TEST_F(Program, Tries) {
+// What somebody who sees nothing has to be told of.
+bool IsForUse(const std::string& role) {
+  static const std::set<std::string> roles = {
+      "push button", "check box", "combo box",    "spin button", "text",        "table",
+      "icon",        "frame",     "progress bar", "dialog",      "file chooser"};
+  return roles.contains(role);
+}
+
+TEST_F(Program, EveryControlHasARoleAndAName) {
+  struct Screen {
+    const char *role, *name; // what opens it
+    std::vector<std::pair<std::string, std::string>> controls;
+  };
+  const Screen screens[] = {
+      {"check box",
+       "Show Monitor",
+       {{"frame", "NCE COM1"},
+        {"icon", "Ready"},
+        {"text", "Status"},
+        {"progress bar", "Progress"},
+        {"push button", "Cancel Transfer"},
+        {"icon", "Receive: off"},
+        {"icon", "Transmit: off"},
+        {"icon", "CTS Hold: off"},
+        {"icon", "DSR Hold: off"},
+        {"icon", "RLSD Hold: off"},
+        {"icon", "XOFF Hold: off"},
+        {"icon", "XOFF Sent: off"},
+        {"push button", "Send NC File"},
+        {"push button", "Receive NC File"},
+        {"push button", "Special Features"},
+        {"push button", "Download Settings"},
+        {"push button", "Loop Back Test"},
+        {"check box", "Communications Trace"},
+        {"check box", "RTS/CTS Handshake"},
+        {"check box", "DTR/DSR Handshake"},
+        {"table", "Jobs today"},
+        {"text", "Monitor"},
+        {"push button", "Clear"},
+        {"push button", "Save..."},
+        {"text", "Text to find in the monitor"},
+        {"push button", "Find"}}},
+      {"push button",
+       "Special Features",
+       {{"dialog", "Special Features"},
+        {"check box", "Autoload sequential files"},
+        {"check box", "Use LLLSSES"},
+        {"check box", "Strip Leading Zeros From PC Filename"},
+        {"check box", "Strip Leading Zeros From NCE Filename"},
+        {"push button", "OK"},
+        {"push button", "Cancel"}}},
+      {"push button",
+       "Download Settings",
+       {{"dialog", "Download Settings"},
+        {"combo box", "Port"},
+        {"text", "Port"},
+        {"combo box", "Baud rate"},
+        {"combo box", "Parity"},
+        {"combo box", "Data bits"},
+        {"combo box", "Stop bits"},
+        {"combo box", "Flow control"},
+        {"text", "Upload path"},
+        {"push button", "Upload Path"},
+        {"text", "Download path"},
+        {"push button", "Download Path"},
+        {"text", "File extension"},
+        {"check box", "Send SOT"},
+        {"combo box", "SOT character"},
+        {"check box", "Send EOT"},
+        {"combo box", "EOT character"},
+        {"spin button", "Character delay (ms)"},
+        {"spin button", "Line delay (ms)"},
+        {"spin button", "Transmit delay (seconds)"},
+        {"text", "Log file"},
+        {"push button", "Save Log File As"},
+        {"check box", "Write log"}}},
+  };
   Start();
-  std::puts(Listed(bus.Shown(program->Id())).c_str());
-  ASSERT_TRUE(Press("push button", "Download Settings"));
-  EXPECT_TRUE(Shows("dialog", "Download Settings"))
-      << Listed(bus.Shown(program->Id())) << program->Diagnostics();
-  std::puts(Listed(bus.Shown(program->Id())).c_str());
-  Key("Escape");
-  EXPECT_TRUE(Press("check box", "Show Monitor"));
-  Key("alt+F4");
+  for (const Screen& screen : screens) {
+    ASSERT_TRUE(Press(screen.role, screen.name));
+    for (const auto& [role, name] : screen.controls)
+      EXPECT_TRUE(Shows(role, name)) << role << " " << name;
+    for (const Spoken& one : bus.Shown(program->Id()))
+      EXPECT_FALSE(IsForUse(one.role) && one.name.empty()) << one.role << " in " << screen.name;
+    if (screen.controls.front().first == "dialog") Key("Escape");
+  }
+}
+
+TEST_F(Program, ASecondStartRaisesTheFirst) {
+  Start();
+  ASSERT_TRUE(Shows("frame", "NCE", kActive));
+  Key("alt+Escape");
+  ASSERT_TRUE(Until([&] { return (Find("frame", "NCE")->states & kActive) == 0; }));
+  EXPECT_EQ(folders.Start("ncedl")->WaitForExit(), 0);
+  EXPECT_TRUE(Shows("frame", "NCE", kActive));
+}
+
+TEST_F(Program, ClosingInATransferAsks) {
+  support::WriteWholeFile(folders.Download("7.MPG"), "N1 X1\n");
+  Start();
+  line->Exchange("FH 7");
+  line->Exchange(">");
+  for (const char* answer : {"No", "Yes"}) {
+    ASSERT_TRUE(Shows("push button", "Cancel Transfer", kEnabled));
+    Key("alt+F4");
+    ASSERT_TRUE(Press("push button", answer)) << Listed(bus.Shown(program->Id()));
+  }
+  EXPECT_EQ(Ended(), 0);
+}
+
+TEST_F(Program, EndsWhateverStandsOpen) {
+  for (const int signal : {SIGTERM, SIGHUP}) {
+    Start();
+    ASSERT_TRUE(Press("push button", "Download Settings"));
+    ASSERT_TRUE(Press("push button", "Upload Path"));
+    ASSERT_TRUE(Shows("file chooser", "Upload Path"));
+    program->Signal(signal);
+    ASSERT_EQ(Ended(), 0);
+  }
+}
+
+TEST_F(Program, WithoutProgramPathsItSaysHowToSetThemUpAndEnds) {
+  ProcessOptions options = folders.Options();
+  options.environment["XDG_CONFIG_HOME"] = folders.Download("config");
+  program = std::make_unique<Process>(folders.Program("ncedl"), options);
+  ASSERT_TRUE(Shows("dialog", "Corrupt Installation"));
+  EXPECT_TRUE(Shows("label", "Unable to locate Program Paths"));
+  EXPECT_TRUE(Shows("label", "ncedl-setup --main FOLDER"));
+  ASSERT_TRUE(Press("push button", "Ok"));
   EXPECT_EQ(Ended(), 0);
 }
 
