@@ -15,6 +15,8 @@ void ReportCorruptInstallation(const KorText& location) {
   else
     record.message =
         KorText::Format(LookUpText(15326, u"Unable to locate Program Paths in\n\n%s"), location);
+  record.details =
+      LookUpText(15478, u"ncedl-setup --main FOLDER makes the folders and their list, KOR.INI");
   App().Report(record);
 }
 

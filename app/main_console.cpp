@@ -2,6 +2,7 @@
 // program's command line: the model name, with "SIMULATION" and "500" switching their modes on.
 #include <cstdlib>
 
+#include "app/main_common.h"
 #include "app/nce_app.h"
 #include "app/start_up.h"
 #include "platform/console_terminal.h"
@@ -9,7 +10,6 @@
 #include "platform/program_start.h"
 #include "services/core/app_interface.h"
 #include "services/core/version.h"
-#include "tools/common/tool_main.h"
 #include "ui/console/banner.h"
 #include "ui/console/commands.h"
 #include "ui/console/console_front_end.h"
@@ -18,41 +18,15 @@ using namespace kor;
 
 namespace {
 
-KorText JoinedWords(const std::vector<KorText>& words) {
-  KorText line;
-  for (const KorText& word : words) {
-    if (!line.IsEmpty()) line += u' ';
-    line += word;
-  }
-  return line;
-}
-
-KorText ReportText(const MessageRecord& record) {
-  KorText text = record.message;
-  if (!record.details.IsEmpty()) text += u"\n" + record.details;
-  return text.ReplaceAll(u"\n\n", u"\n");
-}
-
 // Before there is a front end, and after it.
-void ShowPlainly(Terminal& terminal, const KorText& caption, KorText text, bool isError) {
-  text.ReplaceAll(u"\n", u": ");
-  const std::string line = PrintableText(KorText::Format(u"%s: %s", caption, text));
+void ShowPlainly(Terminal& terminal, const KorText& caption, const KorText& text, bool isError) {
+  const std::string line = PrintableText(KorText::Format(u"%s: %s", caption, InOneLine(text)));
   terminal.WriteError((isError && terminal.HasColours() ? RedText(line) : line) + "\n");
 }
 
 void ReportPlainly(AppInterface& application, Terminal& terminal) {
   application.SetReporter([&terminal](const MessageRecord& record) {
     ShowPlainly(terminal, record.info, ReportText(record), record.level != MessageLevel::Info);
-    return record.number;
-  });
-}
-
-// Reports may come from any thread; the front end shows them between its lines.
-void ReportThrough(ConsoleFrontEnd& console) {
-  App().SetReporter([&console](const MessageRecord& record) {
-    console.Post([&console, record] {
-      console.ShowMessage(record.info, ReportText(record), MessageStyle::Information);
-    });
     return record.number;
   });
 }
@@ -69,14 +43,9 @@ int Serve(const std::shared_ptr<Terminal>& terminal, const KorText& commandLine,
           const KorText& cncFolder) {
   PlatformSerialPort port;
   ConsoleFrontEnd console(terminal);
-  EngineServices services;
-  services.port = &port;
-  services.window = &console;
-  services.cncFolder = cncFolder;
-  services.probePort = [](const KorText& name) { return PlatformSerialPort().Open(name); };
-  NCEApp app(services, commandLine);
+  NCEApp app(HostServices(port, console, cncFolder), commandLine);
   Commands commands(app, console);
-  ReportThrough(console);
+  ReportThrough(console, MessageStyle::Information);
   terminal->OnEvent(console.EventHandler());
   app.SetMonitorShown(false);
   app.SetUpServices();
@@ -106,20 +75,12 @@ WORDS, joined by blanks, name the settings: "ncedl-console PRESS 2" works with t
 word SIMULATION it simulates, with 500 it knows the names of that model. Without any the settings are
 those of NCE. "help" lists the commands once it runs; ncedl-setup prepares the folders and the port.)";
 
-// A single word that begins with "-" names no settings: it is answered, and nothing is served, opened or
-// written. The exit code, or none to serve.
-std::optional<int> AnswerOption(const std::vector<KorText>& words) {
-  if (words.size() != 1 || !words[0].StartsWith(u"-") || words[0].Find(u' ') != KorText::kNone)
-    return std::nullopt;
-  return CommandLine(u"ncedl-console", kHelp).Read(words).Tell(StandardOutput());
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
   PrepareProgram();
   const std::vector<KorText> words = ProgramArguments(argc, argv);
-  if (const auto code = AnswerOption(words)) return *code;
+  if (const auto code = AnswerOption(u"ncedl-console", kHelp, words)) return *code;
   const std::shared_ptr<Terminal> terminal = MakeConsoleTerminal();
   PlatformAppInterface application(kProgramNames);
   SetApp(&application);

@@ -6,8 +6,8 @@
 #include <utility>
 
 #include <wx/app.h>
-#include <wx/msgdlg.h>
 
+#include "app/main_common.h"
 #include "app/nce_app.h"
 #include "app/start_up.h"
 #include "platform/console_terminal.h"
@@ -17,7 +17,6 @@
 #include "platform/serial_devices.h"
 #include "services/core/app_interface.h"
 #include "services/core/text_lookup.h"
-#include "tools/common/tool_main.h"
 #include "ui/wx/one_window.h"
 #include "ui/wx/program_icon.h"
 #include "ui/wx/timer_pump.h"
@@ -42,41 +41,10 @@ constexpr double kEndPeriod = 0.2; // seconds between two looks whether a signal
 
 volatile std::sig_atomic_t endAsked = 0;
 
-KorText JoinedWords(const std::vector<KorText>& words) {
-  KorText line;
-  for (const KorText& word : words) {
-    if (!line.IsEmpty()) line += u' ';
-    line += word;
-  }
-  return line;
-}
-
-// A single word that begins with "-" names no settings.
-std::optional<int> AnswerOption(const std::vector<KorText>& words) {
-  if (words.size() != 1 || !words[0].StartsWith(u"-") || words[0].Find(u' ') != KorText::kNone)
-    return std::nullopt;
-  return CommandLine(u"ncedl", kHelp).Read(words).Tell(StandardOutput());
-}
-
-KorText ReportText(const MessageRecord& record) {
-  return record.details.IsEmpty() ? record.message : record.message + u"\n\n" + record.details;
-}
-
 // Before there is a window, and after it.
 void ReportPlainly(AppInterface& application) {
   application.SetReporter([](const MessageRecord& record) {
-    const long icon = record.level == MessageLevel::Info ? wxICON_INFORMATION : wxICON_ERROR;
-    wxMessageBox(ToWx(ReportText(record)), ToWx(record.info), wxOK | icon);
-    return record.number;
-  });
-}
-
-// Reports may come from any thread.
-void ReportThrough(WxFrontEnd& frontEnd) {
-  App().SetReporter([&frontEnd](const MessageRecord& record) {
-    frontEnd.Post([&frontEnd, record] {
-      frontEnd.ShowMessage(record.info, ReportText(record), MessageStyle::Exclamation);
-    });
+    ShowAlone(record.info, ReportText(record));
     return record.number;
   });
 }
@@ -98,7 +66,7 @@ KorText LinkAdvice(const KorText& port) {
 class WindowRun {
  public:
   WindowRun(const KorText& commandLine, const KorText& cncFolder)
-      : app(Services(cncFolder), commandLine) {}
+      : app(HostServices(port, frontEnd, cncFolder), commandLine) {}
 
   // The loop is the toolkit's; its result is the exit code.
   int Run(const std::function<int()>& loop, const std::function<void()>& exitLoop);
@@ -106,14 +74,8 @@ class WindowRun {
   void End();
 
  private:
-  EngineServices Services(const KorText& cncFolder) {
-    EngineServices services;
-    services.port = &port;
-    services.window = &frontEnd;
-    services.cncFolder = cncFolder;
-    services.probePort = [](const KorText& name) { return PlatformSerialPort().Open(name); };
-    return services;
-  }
+  // Ends the loop, or the innermost of what runs inside it, which has to unwind before the next.
+  void Leave();
   void Show();
   bool MayClose();
 
@@ -131,7 +93,7 @@ void WindowRun::Show() {
   window = new MainWindow(app, app.ModelName());
   SetProgramIcon(*window);
   frontEnd.Attach(*window, app);
-  ReportThrough(frontEnd);
+  ReportThrough(frontEnd, MessageStyle::Exclamation);
   window->SetLinkAdvice([this] { return LinkAdvice(app.Settings().port); });
   window->Recall();
   window->Show();
@@ -161,8 +123,10 @@ void WindowRun::End() {
   if (std::exchange(ending, true)) return;
   window->Remember();
   window->Hide();
-  CloseModalWindows();
-  exit();
+}
+
+void WindowRun::Leave() {
+  if (!CancelInnermostModal()) exit();
 }
 
 int WindowRun::Run(const std::function<int()>& loop, const std::function<void()>& exitLoop) {
@@ -176,6 +140,7 @@ int WindowRun::Run(const std::function<int()>& loop, const std::function<void()>
     window->Raise();
   });
   app.Timers().Create(u"ncedl::Look", kEndPeriod, App().HighResolutionSeconds(), true, [this] {
+    if (ending) Leave();
     if (endAsked != 0) End();
     awake.Set(app.RunningExchange().has_value());
   });
@@ -214,7 +179,7 @@ int WindowProgram::OnRun() {
   ReportPlainly(application);
   KorText error;
   const auto program = StartProgram(application, commandLine, error);
-  if (!error.IsEmpty()) wxMessageBox(ToWx(error), "Download", wxOK | wxICON_ERROR);
+  if (!error.IsEmpty()) ShowAlone(u"Download", error);
   if (!program) return 0; // intended: a program that can't start ends without an error code
   WindowRun run(commandLine, program->cncFolder);
   Bind(wxEVT_QUERY_END_SESSION, [](wxCloseEvent&) {}); // no question
@@ -222,18 +187,13 @@ int WindowProgram::OnRun() {
   return run.Run([this] { return wxApp::OnRun(); }, [this] { ExitMainLoop(); });
 }
 
-void OnEndSignal(int) {
-  endAsked = 1;
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
   PrepareProgram();
   const std::vector<KorText> words = ProgramArguments(argc, argv);
-  if (const auto code = AnswerOption(words)) return *code;
-  for (const int signal : {SIGINT, SIGTERM})
-    std::signal(signal, OnEndSignal);
+  if (const auto code = AnswerOption(u"ncedl", kHelp, words)) return *code;
+  CallAtEndSignal([](int) { endAsked = 1; });
   wxApp::SetInstance(new WindowProgram(JoinedWords(words)));
   int none = 1; // no option of the toolkit hides in the words
   return wxEntry(none, argv);

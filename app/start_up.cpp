@@ -30,15 +30,6 @@ void OpenApplicationLog(AppInterface& app, const KorText& commandLine) {
                                kVersion));
 }
 
-void ReportHowToSetUp(AppInterface& app) {
-  MessageRecord record;
-  record.level = MessageLevel::Info;
-  record.info = LookUpText(15477, u"First start");
-  record.message =
-      LookUpText(15478, u"ncedl-setup --main FOLDER makes the folders and their list, KOR.INI");
-  app.Report(record);
-}
-
 } // namespace
 
 void RegisterStoredClasses() {
@@ -61,10 +52,7 @@ std::optional<StartedProgram> StartProgram(AppInterface& app, const KorText& com
   SettleStartInFolder();
   LoadDebugFile();
   ProgramPaths paths;
-  if (!paths.LoadOrReport()) {
-    ReportHowToSetUp(app);
-    return std::nullopt;
-  }
+  if (!paths.LoadOrReport()) return std::nullopt;
   RegisterStoredClasses();
   return StartedProgram{paths.GetFolder(kCncFolder)};
 }

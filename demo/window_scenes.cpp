@@ -209,8 +209,8 @@ void WindowScenes::PlayForms() {
   look(settings, "settings");
   refused.check = [](FormDescription& form) {
     form.obstacle = KorText::Format(
-        LookUpText(15440, u"End the running transfer first (\"cancel\") or wait for its end: %s"),
-        ViewOf(LinkStatus::Downloading, 960, kSize).line);
+        LookUpText(15440, u"End the running transfer first (\"%s\") or wait for its end: %s"),
+        LookUpText(15556, u"Cancel Transfer"), ViewOf(LinkStatus::Downloading, 960, kSize).line);
   };
   look(refused, "settings-refused");
   look(special, "special");
@@ -237,8 +237,8 @@ void WindowScenes::PlayMessages() {
   frontEnd.ShowMessage(
       LookUpText(15101, u"Download Settings"),
       KorText::Format(
-          LookUpText(15440, u"End the running transfer first (\"cancel\") or wait for its end: %s"),
-          ViewOf(LinkStatus::Downloading, 960, kSize).line),
+          LookUpText(15440, u"End the running transfer first (\"%s\") or wait for its end: %s"),
+          frontEnd.CancelName(), ViewOf(LinkStatus::Downloading, 960, kSize).line),
       MessageStyle::Exclamation);
   newest("warning");
   LookAtModal("question", [this] { Ask(window, LookUpText(15557, u"End the running transfer?")); });

@@ -290,8 +290,8 @@ KorText DownloadApp::WhatRuns() {
   const auto running = RunningExchange();
   if (!running) return {};
   return KorText::Format(
-      LookUpText(15440, u"End the running transfer first (\"cancel\") or wait for its end: %s"),
-      *running);
+      LookUpText(15440, u"End the running transfer first (\"%s\") or wait for its end: %s"),
+      services.window->CancelName(), *running);
 }
 
 bool DownloadApp::MayStart(const KorText& caption) {

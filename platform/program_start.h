@@ -12,4 +12,8 @@ void PrepareProgram();
 // user has just started may do that, or let others.
 void LetOthersComeForward();
 
+// Has the handler called, as a signal's, when the program is asked to end: by the user, or because the session or
+// its terminal ends.
+void CallAtEndSignal(void (*handler)(int));
+
 } // namespace kor

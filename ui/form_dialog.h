@@ -2,7 +2,7 @@
 // the recording fake of the tests implement it. Owned by the program's main, lent to DownloadApp,
 // and outlives it.
 //
-// Threads: every operation is called on the window's thread, except Post, which any thread may call.
+// Threads: every operation is called on the window's thread, except Post and CancelName, which any thread may call.
 #pragma once
 
 #include <array>
@@ -123,6 +123,8 @@ class FormDialog {
   virtual bool RunForm(FormDescription& form) = 0;
   virtual std::optional<KorText> ChooseFile(const FileChoice& choice) = 0;
   virtual void ShowMessage(const KorText& caption, const KorText& text, MessageStyle style) = 0;
+  // What a user of this front end does to end a transfer, as a message names it.
+  virtual KorText CancelName() const { return u"cancel"; }
   // Runs the task on the window's thread, in the order of the posts; never waits for it. Tasks that
   // are still waiting when the window closes are dropped.
   virtual void Post(std::function<void()> task) = 0;

@@ -17,4 +17,9 @@ void PrepareProgram() {
 
 void LetOthersComeForward() {}
 
+void CallAtEndSignal(void (*handler)(int)) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+    std::signal(signal, handler);
+}
+
 } // namespace kor

@@ -1,6 +1,8 @@
 #include "platform/program_start.h"
 
+#include <csignal>
 #include <cstdio>
+#include <initializer_list>
 
 #include <io.h>
 #include <windows.h>
@@ -28,6 +30,11 @@ void PrepareProgram() {
 
 void LetOthersComeForward() {
   AllowSetForegroundWindow(ASFW_ANY);
+}
+
+void CallAtEndSignal(void (*handler)(int)) {
+  for (const int signal : {SIGINT, SIGTERM, SIGBREAK})
+    std::signal(signal, handler);
 }
 
 } // namespace kor

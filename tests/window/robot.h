@@ -142,14 +142,16 @@ class Robot : public wxTimer {
   }
   void Notify() override {
     if (++waited < kSettle) return;
-    if (at == steps.size() || tries > kMostTries) return wxTheApp->ExitMainLoop();
+    if (at == steps.size() || tries > kMostTries) {
+      if (!CancelInnermostModal()) wxTheApp->ExitMainLoop();
+      return;
+    }
     waited = kSettle - kTryAgain;
     if (steps[at].run()) {
       ++at;
       tries = waited = 0;
     } else if (++tries > kMostTries) {
       ADD_FAILURE() << "never: " << steps[at].name << "; focus on " << FocusNumber();
-      CloseModalWindows();
     }
   }
 

@@ -46,6 +46,12 @@ std::string PrintableText(const KorText& text) {
   return clean.ToUtf8();
 }
 
+KorText InOneLine(const KorText& message) {
+  KorText line = message;
+  line.ReplaceAll(u"\n\n", u"\n");
+  return line.ReplaceAll(u"\n", u": ");
+}
+
 std::string RedText(std::string_view text) {
   return std::string(kRed) + std::string(text) + std::string(kPlain);
 }
@@ -376,9 +382,7 @@ void ConsoleFrontEnd::SetTitle(const KorText& newTitle) {
 }
 
 void ConsoleFrontEnd::ShowMessage(const KorText& caption, const KorText& text, MessageStyle) {
-  KorText oneLine = text;
-  oneLine.ReplaceAll(u"\n", u": ");
-  std::string line = PrintableText(KorText::Format(u"%s: %s", caption, oneLine));
+  std::string line = PrintableText(KorText::Format(u"%s: %s", caption, InOneLine(text)));
   if (interactive) line = PrintableText(ClockText()) + " " + line;
   EraseLive();
   output.WriteError((colours ? RedText(line) : line) + "\n");

@@ -23,6 +23,8 @@ namespace kor {
 
 // UTF-8 without control characters and changes of writing direction, which would disturb the screen.
 std::string PrintableText(const KorText& text);
+// A message's lines, each after ": ".
+KorText InOneLine(const KorText& message);
 // For a terminal that shows colours.
 std::string RedText(std::string_view text);
 

@@ -6,8 +6,8 @@
 
 namespace kor {
 
-// Ends those that stand open, as if they were cancelled.
-void CancelNativeDialogs();
+// Ends those that stand open, as if they were cancelled. False when there are none.
+bool CancelNativeDialogs();
 
 // Before it is shown: the window can be answered although a modal one stands open.
 void LetBeAnswered(wxWindow* window);

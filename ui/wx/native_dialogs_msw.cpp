@@ -3,7 +3,9 @@
 namespace kor {
 
 // The system has no call that ends one from outside; they end with the program's windows.
-void CancelNativeDialogs() {}
+bool CancelNativeDialogs() {
+  return false;
+}
 
 // A modal window takes the input of those that are there before it only.
 void LetBeAnswered(wxWindow*) {}

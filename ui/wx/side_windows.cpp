@@ -26,28 +26,8 @@ constexpr int kTextWidth = 360; // device-independent pixels
 constexpr int kGap = 12;
 constexpr std::size_t kMostMessages = 10; // nobody may look for months
 
-} // namespace
-
-void MessageWindows::Show(const KorText& caption, const KorText& text, MessageStyle style) {
-  const auto same = std::find_if(open.begin(), open.end(), [&](const Shown& shown) {
-    return shown.caption == caption && shown.text == text;
-  });
-  if (same != open.end()) {
-    same->window->Raise();
-    return;
-  }
-  if (open.size() == kMostMessages) open.front().window->Close();
-  wxDialog* const window = Make(caption, text, style);
-  open.push_back({caption, text, window});
-  window->Bind(wxEVT_CLOSE_WINDOW, [this, window](wxCloseEvent&) {
-    Forget(window);
-    window->Destroy();
-  });
-  LetBeAnswered(window);
-  window->Show();
-}
-
-wxDialog* MessageWindows::Make(const KorText& caption, const KorText& text, MessageStyle style) {
+wxDialog* MakeMessage(wxWindow* parent, const KorText& caption, const KorText& text,
+                      MessageStyle style) {
   auto* const window = new wxDialog(parent, wxID_ANY, ToWx(caption));
   SpeakAsDialog(window);
   auto* const row = new wxBoxSizer(wxHORIZONTAL);
@@ -59,7 +39,13 @@ wxDialog* MessageWindows::Make(const KorText& caption, const KorText& text, Mess
   words->SetLabelText(InLines(text, *words, window->FromDIP(kTextWidth)));
   row->Add(words, wxSizerFlags(1).CentreVertical());
   auto* const ok = new wxButton(window, wxID_OK, Mnemonics().Label(LookUpText(47, u"Ok")));
-  ok->Bind(wxEVT_BUTTON, [window](wxCommandEvent&) { window->Close(); });
+  SetSpokenName(ok, LookUpText(47, u"Ok"));
+  ok->Bind(wxEVT_BUTTON, [window](wxCommandEvent&) {
+    if (window->IsModal())
+      window->EndModal(wxID_OK);
+    else
+      window->Close();
+  });
   ok->SetDefault();
   window->SetEscapeId(wxID_OK);
   auto* const column = new wxBoxSizer(wxVERTICAL);
@@ -70,8 +56,37 @@ wxDialog* MessageWindows::Make(const KorText& caption, const KorText& text, Mess
   return window;
 }
 
+} // namespace
+
+void MessageWindows::Show(const KorText& caption, const KorText& text, MessageStyle style) {
+  const auto same = std::find_if(open.begin(), open.end(), [&](const Shown& shown) {
+    return shown.caption == caption && shown.text == text;
+  });
+  if (same != open.end()) {
+    same->window->Raise();
+    return;
+  }
+  if (open.size() == kMostMessages) open.front().window->Close();
+  wxDialog* const window = MakeMessage(parent, caption, text, style);
+  open.push_back({caption, text, window});
+  window->Bind(wxEVT_CLOSE_WINDOW, [this, window](wxCloseEvent&) {
+    Forget(window);
+    window->Destroy();
+  });
+  LetBeAnswered(window);
+  window->Show();
+}
+
 void MessageWindows::Forget(const wxDialog* window) {
   std::erase_if(open, [window](const Shown& shown) { return shown.window == window; });
+}
+
+void ShowAlone(const KorText& caption, const KorText& text) {
+  wxDialog* const window = MakeMessage(nullptr, caption, text, MessageStyle::Exclamation);
+  window->CallAfter(
+      [window] { window->CentreOnScreen(); }); // where the window manager would not do it
+  window->ShowModal();
+  window->Destroy();
 }
 
 wxDialog* MakeEndWindow(wxWindow* parent, const KorText& caption, const KorText& text,
@@ -103,11 +118,15 @@ bool Ask(wxWindow* parent, const KorText& question) {
   return dialog.ShowModal() == wxID_YES;
 }
 
-void CloseModalWindows() {
-  CancelNativeDialogs();
+// The toolkit ends only the innermost of its loops, and its windows stand in the order of their making.
+bool CancelInnermostModal() {
+  if (CancelNativeDialogs()) return true;
+  wxDialog* innermost = nullptr;
   for (wxWindow* const window : wxTopLevelWindows)
     if (auto* const dialog = dynamic_cast<wxDialog*>(window); dialog && dialog->IsModal())
-      dialog->EndModal(wxID_CANCEL);
+      innermost = dialog;
+  if (innermost) innermost->EndModal(wxID_CANCEL);
+  return innermost != nullptr;
 }
 
 } // namespace kor

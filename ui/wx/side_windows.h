@@ -24,12 +24,14 @@ class MessageWindows {
     KorText caption, text;
     wxDialog* window;
   };
-  wxDialog* Make(const KorText& caption, const KorText& text, MessageStyle style);
   void Forget(const wxDialog* window);
 
   wxWindow* parent;
   std::vector<Shown> open; // their windows belong to the main one
 };
+
+// A message where there is no main window: in the middle of the screen, until it is closed.
+void ShowAlone(const KorText& caption, const KorText& text);
 
 // One button of an end dialog.
 struct EndChoice {
@@ -44,7 +46,8 @@ wxDialog* MakeEndWindow(wxWindow* parent, const KorText& caption, const KorText&
 // True for "Yes". Modal to the windows, not to the link; Enter and Escape mean "No".
 bool Ask(wxWindow* parent, const KorText& question);
 
-// Ends every modal window as if it were cancelled.
-void CloseModalWindows();
+// Ends the newest modal window as if it were cancelled; those below it only once it has gone. False when
+// there is none.
+bool CancelInnermostModal();
 
 } // namespace kor

@@ -11,10 +11,23 @@ namespace kor {
 
 namespace {
 
+constexpr double kSettleTime = 2; // seconds until a window is the user's to move
+
 // A part of the title bar that can be taken hold of lies on a screen.
 bool IsReachable(const wxRect& place) {
   const wxPoint title(place.x + place.width / 2, place.y + 10);
   return wxDisplay::GetFromPoint(title) != wxNOT_FOUND;
+}
+
+// Some window managers place a window as they like when it appears, and move it when it asks then.
+void InsistOn(wxTopLevelWindow& window, const wxRect& place) {
+  const double until = App().HighResolutionSeconds() + kSettleTime;
+  window.Bind(wxEVT_MOVE, [&window, place, until, settled = false](wxMoveEvent& event) mutable {
+    event.Skip();
+    settled = settled || window.GetPosition() == place.GetPosition() ||
+              App().HighResolutionSeconds() > until;
+    if (!settled) window.CallAfter([&window, place] { window.SetSize(place); });
+  });
 }
 
 } // namespace
@@ -36,8 +49,7 @@ void WindowMemory::Restore(wxTopLevelWindow& window) const {
                      kept("/Window/height"));
   if (place.width > 0 && place.height > 0 && IsReachable(place)) {
     window.SetSize(place);
-    // Some window managers place a window as they like when it appears, and move it when it asks later.
-    window.CallAfter([&window, at = place.GetPosition()] { window.Move(at); });
+    InsistOn(window, place);
   }
   if (config->ReadBool("/Window/maximised", false)) window.Maximize();
   if (config->ReadBool("/Window/minimised", false)) window.Iconize();

@@ -1,11 +1,12 @@
 // WxFrontEnd: the engine's window on the toolkit. Owned by main and outlives the engine; the main window
-// is lent to it once the application exists. All but Post run on the window's thread.
+// is lent to it once the application exists. All but Post and CancelName run on the window's thread.
 #pragma once
 
 #include <memory>
 
 #include <wx/event.h>
 
+#include "services/core/text_lookup.h"
 #include "ui/form_dialog.h"
 #include "ui/wx/main_window.h"
 #include "ui/wx/side_windows.h"
@@ -29,6 +30,7 @@ class WxFrontEnd : public FormDialog {
   bool RunForm(FormDescription& form) override;
   std::optional<KorText> ChooseFile(const FileChoice& choice) override;
   void ShowMessage(const KorText& caption, const KorText& text, MessageStyle style) override;
+  KorText CancelName() const override { return LookUpText(15556, u"Cancel Transfer"); }
   void Post(std::function<void()> task) override;
 
  private:

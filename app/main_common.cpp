@@ -1,0 +1,45 @@
+#include "app/main_common.h"
+
+#include "platform/platform.h"
+#include "tools/common/tool_main.h"
+
+namespace kor {
+
+KorText JoinedWords(const std::vector<KorText>& words) {
+  KorText line;
+  for (const KorText& word : words) {
+    if (!line.IsEmpty()) line += u' ';
+    line += word;
+  }
+  return line;
+}
+
+std::optional<int> AnswerOption(const char16_t* program, const char16_t* help,
+                                const std::vector<KorText>& words) {
+  if (words.size() != 1 || !words[0].StartsWith(u"-") || words[0].Find(u' ') != KorText::kNone)
+    return std::nullopt;
+  return CommandLine(program, help).Read(words).Tell(StandardOutput());
+}
+
+EngineServices HostServices(SerialPort& port, FormDialog& window, const KorText& cncFolder) {
+  EngineServices services;
+  services.port = &port;
+  services.window = &window;
+  services.cncFolder = cncFolder;
+  services.probePort = [](const KorText& name) { return PlatformSerialPort().Open(name); };
+  return services;
+}
+
+KorText ReportText(const MessageRecord& record) {
+  return record.details.IsEmpty() ? record.message : record.message + u"\n\n" + record.details;
+}
+
+void ReportThrough(FormDialog& window, MessageStyle style) {
+  App().SetReporter([&window, style](const MessageRecord& record) {
+    window.Post(
+        [&window, style, record] { window.ShowMessage(record.info, ReportText(record), style); });
+    return record.number;
+  });
+}
+
+} // namespace kor

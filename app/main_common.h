@@ -1,0 +1,30 @@
+// What the mains of the two hosts have in common: their command line, what they lend to the engine, and where
+// reports go. Main thread.
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "link/download_app.h"
+#include "services/core/app_interface.h"
+#include "ui/form_dialog.h"
+
+namespace kor {
+
+// The command line: the words, joined by one blank.
+KorText JoinedWords(const std::vector<KorText>& words);
+
+// A single word that begins with "-" names no settings: it is answered, and nothing is served, opened or
+// written. The exit code, or none to serve.
+std::optional<int> AnswerOption(const char16_t* program, const char16_t* help,
+                                const std::vector<KorText>& words);
+
+// What the engine works with on this system; the port and the window outlive it.
+EngineServices HostServices(SerialPort& port, FormDialog& window, const KorText& cncFolder);
+
+// The report's message, and below an empty line its details.
+KorText ReportText(const MessageRecord& record);
+// From now on the window shows reports. They may come from any thread.
+void ReportThrough(FormDialog& window, MessageStyle style);
+
+} // namespace kor
