@@ -131,7 +131,7 @@ void WindowScenes::LookAtModal(std::string_view name, const std::function<void()
     for (wxWindow* const top : wxTopLevelWindows)
       if (auto* const dialog = dynamic_cast<wxDialog*>(top); dialog && dialog->IsModal())
         LookAt(*dialog, name);
-    CloseModalWindows();
+    CancelInnermostModal();
   });
   run();
 }
