@@ -22,15 +22,14 @@ class StartUpTest : public ::testing::Test {
   TestApp app;
 };
 
-TEST_F(StartUpTest, WithoutProgramPathsTheCommandThatMakesThemFollowsTheMessage) {
+TEST_F(StartUpTest, WithoutProgramPathsTheMessageNamesTheCommandThatMakesThem) {
   EXPECT_FALSE(Start());
   const auto messages = app.Messages();
-  ASSERT_GE(messages.size(), 2u);
-  const MessageRecord& paths = messages[messages.size() - 2];
+  ASSERT_FALSE(messages.empty());
+  const MessageRecord& paths = messages.back();
   EXPECT_EQ(paths.info, u"Corrupt Installation");
   EXPECT_EQ(paths.message, u"Unable to locate Program Paths in\n\n" + app.Path(u"data/"));
-  EXPECT_TRUE(paths.details.IsEmpty());
-  EXPECT_TRUE(messages.back().message.StartsWith(u"ncedl-setup --main "));
+  EXPECT_TRUE(paths.details.StartsWith(u"ncedl-setup --main "));
   EXPECT_TRUE(Log(u"NCE.log").Contains(u"MSG:FATAL: \"Unable to locate Program Paths"));
 }
 
