@@ -235,13 +235,19 @@ TEST_F(Window, TheTraceGoesToTheChosenFile) {
   EXPECT_NE(ReadWholeFile(trace).find("End of Logging"), std::string::npos);
 }
 
-TEST_F(Window, StandsWhereItStood) {
+TEST_F(Window, StandsWhereItStoodAsLargeAsItWas) {
   Open();
   const auto stands = [](MainWindow*& which) {
-    return [&which] { return which->GetPosition() == wxPoint(222, 111); };
+    return [&which] {
+      return which->GetPosition() == wxPoint(222, 111) &&
+             which->GetClientSize() == wxSize(611, 577);
+    };
   };
   MainWindow* second = nullptr;
-  robot.Do("move", [this] { window->Move(222, 111); });
+  robot.Do("move", [this] {
+    window->Move(222, 111);
+    window->SetClientSize(611, 577);
+  });
   robot.Then("moved", stands(window));
   robot.Do("again", [&] {
     window->Remember();
@@ -252,6 +258,23 @@ TEST_F(Window, StandsWhereItStood) {
   robot.Then("there", stands(second));
   robot.Run();
   second->Destroy();
+}
+
+TEST_F(Window, TimersGoOnWhileAQuestionStandsThatCameWithOne) {
+  Open();
+  int looks = 0;
+  app->Timers().Create(u"look", 0.02, App().HighResolutionSeconds(), true, [&] { ++looks; });
+  std::function<void()> due = [&] {
+    window->CallAfter([&] { looks = 0, Ask(window, u"Words"); });
+    pump->Stop();
+    pump->Notify();
+  };
+  const auto run = [](gpointer task) -> gboolean {
+    return (*static_cast<std::function<void()>*>(task))(), G_SOURCE_REMOVE;
+  };
+  robot.Do("due", [&] { looks = -1000, g_idle_add(run, &due); });
+  robot.Then("looks", [&] { return looks > 3; });
+  robot.Run();
 }
 
 TEST_F(Window, MessagesDoNotPileUpAndAreAnsweredBesideADialog) {

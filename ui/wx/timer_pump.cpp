@@ -26,10 +26,11 @@ TimerPump::~TimerPump() {
 }
 
 // Windows has loops of its own while a file is chosen or the window is moved: they know timers, but no posts.
+// A post may open a window with a loop of its own, so the next call is planned before.
 void TimerPump::Notify() {
-  wxTheApp->ProcessPendingEvents();
   timers.RunDue(App().HighResolutionSeconds());
   Plan();
+  wxTheApp->ProcessPendingEvents();
 }
 
 void TimerPump::Plan() {

@@ -19,6 +19,12 @@ bool IsReachable(const wxRect& place) {
   return wxDisplay::GetFromPoint(title) != wxNOT_FOUND;
 }
 
+// The size is the inside's: what a window manager puts around it is not known before the window is shown.
+void Place(wxTopLevelWindow& window, const wxRect& place) {
+  window.Move(place.GetPosition());
+  window.SetClientSize(place.GetSize());
+}
+
 // Some window managers place a window as they like when it appears, and move it when it asks then.
 void InsistOn(wxTopLevelWindow& window, const wxRect& place) {
   const double until = App().HighResolutionSeconds() + kSettleTime;
@@ -26,7 +32,7 @@ void InsistOn(wxTopLevelWindow& window, const wxRect& place) {
     event.Skip();
     settled = settled || window.GetPosition() == place.GetPosition() ||
               App().HighResolutionSeconds() > until;
-    if (!settled) window.CallAfter([&window, place] { window.SetSize(place); });
+    if (!settled) window.CallAfter([&window, place] { Place(window, place); });
   });
 }
 
@@ -48,7 +54,7 @@ void WindowMemory::Restore(wxTopLevelWindow& window) const {
   const wxRect place(kept("/Window/x"), kept("/Window/y"), kept("/Window/width"),
                      kept("/Window/height"));
   if (place.width > 0 && place.height > 0 && IsReachable(place)) {
-    window.SetSize(place);
+    Place(window, place);
     InsistOn(window, place);
   }
   if (config->ReadBool("/Window/maximised", false)) window.Maximize();
@@ -60,7 +66,7 @@ void WindowMemory::Keep(const wxTopLevelWindow& window) {
   config->Write("/Window/maximised", window.IsMaximized());
   config->Write("/Window/minimised", window.IsIconized());
   if (!window.IsMaximized() && !window.IsIconized()) {
-    const wxRect place = window.GetRect();
+    const wxRect place(window.GetPosition(), window.GetClientSize());
     config->Write("/Window/x", place.x);
     config->Write("/Window/y", place.y);
     config->Write("/Window/width", place.width);
