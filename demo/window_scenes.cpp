@@ -153,10 +153,10 @@ void WindowScenes::PlayStates() {
   using enum LinkStatus;
   ShowState(Waiting);
   LookAt(*window, "idle");
+  constexpr std::array kCodes = {DownloadCompleted, DownloadCompleted, UploadCompleted,
+                                 DownloadErrors};
   for (int job = 0; job < 12; ++job, system.Advance(250))
-    AddJob(
-        std::array{DownloadCompleted, DownloadCompleted, UploadCompleted, DownloadErrors}[job % 4U],
-        job);
+    AddJob(kCodes[static_cast<unsigned>(job) % kCodes.size()], job);
   for (int second = 0; second < 10; ++second, system.Advance(1))
     ShowState(Downloading, 960 * second, kSize);
   LookAt(*window, "sending");

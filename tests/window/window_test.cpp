@@ -320,7 +320,7 @@ TEST_F(Window, WithoutALinkItSaysWhichPortItLooksFor) {
   Open();
   window->SetLinkAdvice([this] { return u"Looking for " + app->Settings().port; });
   const auto says = [this](const wxString& words) {
-    robot.Then(words.ToStdString(), [=, this] {
+    robot.Then(words.ToStdString(), [=] {
       for (wxWindow* const child : Find(15201)->GetParent()->GetChildren())
         if (child->IsShown() && child->GetLabel() == words) return true;
       return false;
