@@ -46,15 +46,15 @@ wxString InLines(const KorText& text, const wxWindow& window, int width) {
   const wxString all = ToWx(text);
   wxString lines, line;
   std::size_t last = 0; // where the line can break
-  for (std::size_t at = 0; at < all.length(); ++at) {
-    if (all[at] == '\n') {
+  for (const wxUniChar letter : all) {
+    if (letter == '\n') {
       lines += line + '\n';
       line.clear();
       last = 0;
       continue;
     }
-    if (!line.empty() && BreaksBetween(line.Last(), all[at])) last = line.length();
-    line += all[at];
+    if (!line.empty() && BreaksBetween(line.Last(), letter)) last = line.length();
+    line += letter;
     if (last == 0 || window.GetTextExtent(line).x <= width) continue;
     lines += line.Left(last).Trim() + '\n';
     line = line.Mid(last);
