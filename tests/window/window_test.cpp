@@ -235,6 +235,59 @@ TEST_F(Window, TheTraceGoesToTheChosenFile) {
   EXPECT_NE(ReadWholeFile(trace).find("End of Logging"), std::string::npos);
 }
 
+TEST_F(Window, TheMonitorFollowsUnlessScrolledBack) {
+  Open();
+  robot.Clicks(15207);
+  wxTextCtrl& text = window->Monitor().Text();
+  const auto sees = [&](long position) {
+    const wxPoint place = text.PositionToCoords(position);
+    return place != wxDefaultPosition && wxRect(text.GetSize()).Contains(place);
+  };
+  robot.Do("much", [this] {
+    for (int number = 0; number < 300; ++number)
+      frontEnd.AppendMonitor(KorText::Format(u"RX line %i[0d]\n", number));
+  });
+  robot.Then("follows", [&] {
+    return text.GetValue().Contains("line 299") && sees(text.GetLastPosition()) && !sees(0);
+  });
+  robot.Then("scrolled back", [&] { return text.ShowPosition(0), sees(0); });
+  robot.Do("later", [this] { frontEnd.AppendMonitor(u"TX later\n"); });
+  for (int looks = 0; looks < 10; ++looks) // for longer than it waits
+    robot.Then("stays", [&] { return sees(0) && !text.GetValue().Contains("later"); });
+  robot.Then("goes on", [&] {
+    text.ShowPosition(text.GetLastPosition());
+    return text.GetValue().Contains("later");
+  });
+  robot.Run();
+}
+
+TEST_F(Window, TheMonitorsToolsFindSaveAndClear) {
+  Open();
+  robot.Clicks(15207);
+  MonitorView& monitor = window->Monitor();
+  const auto tool = [&](const wxString& label) {
+    return [&monitor, label] {
+      for (wxWindow* const child : monitor.GetChildren())
+        if (wxControl::GetLabelText(child->GetLabel()) == label) return Click(child);
+      return false;
+    };
+  };
+  const auto found = [&] { return monitor.Text().GetStringSelection() == "line 7["; };
+  robot.Do("some", [this] { frontEnd.AppendMonitor(u"RX line 7[0d]\nTX later\n"); });
+  robot.Then("find", tool("Find")); // of nothing
+  robot.Then("back to the words", [] { return Press(WXK_TAB, wxMOD_SHIFT), true; });
+  robot.Types("LINE 7[");
+  robot.Presses(WXK_RETURN);
+  robot.Then("found", found);
+  robot.Then("save", tool("Save..."));
+  robot.Chooses("Save Log File As", folders / "m.log");
+  robot.Then("saved",
+             [&] { return ReadWholeFile(folders / "m.log") == "RX line 7[0d]\nTX later\n"; });
+  robot.Then("clear", tool("Clear"));
+  robot.Then("cleared", [&] { return monitor.Text().IsEmpty(); });
+  robot.Run();
+}
+
 TEST_F(Window, StandsWhereItStoodAsLargeAsItWas) {
   Open();
   const auto stands = [](MainWindow*& which) {
