@@ -102,7 +102,6 @@ TEST_F(WindowsE2e, AnEmptyWindowsIsToldWhatToDoAndKeepsSettingsFromTheFirstEndOn
       << console->Diagnostics();
   const auto window = StartWindows("ncedl");
   EXPECT_TRUE(Comes("windows", "Unable to locate Program Paths")) << Ask("windows");
-  Ask("key", kReturn);
   EXPECT_TRUE(Comes("windows", "ncedl-setup --main FOLDER")) << Ask("windows");
   Shoot("windows-first-start.png");
   Ask("key", kReturn);
