@@ -8,6 +8,7 @@
 // Controls are found by their numbers; "none" when no visible window has it enabled.
 #include <windows.h>
 
+#include <algorithm>
 #include <iostream>
 #include <string>
 
@@ -28,6 +29,7 @@ std::string TextOf(HWND window) {
   SendMessageTimeoutW(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()),
                       SMTO_ABORTIFHUNG, 2000, &length);
   text.resize(length);
+  std::replace(text.begin(), text.end(), L'\n', L' '); // an answer is one line
   return ToUtf8(text);
 }
 
