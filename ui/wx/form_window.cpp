@@ -25,6 +25,7 @@ namespace {
 constexpr int kNoteWidth = 380; // device-independent pixels; so below
 constexpr int kTextWidth = 220;
 constexpr int kChoiceWidth = 120;
+constexpr int kBrowseWidth = 40; // for a finger, too
 constexpr int kGap = 6;
 constexpr std::size_t kOneColumn = 8; // fields that still stand below one another
 constexpr int kAcceptButton = 1;      // the numbers of the two buttons
@@ -138,7 +139,7 @@ std::size_t FormWindow::MakeGroup(const FormField& first, wxSizer* column, bool 
     parent = framed->GetStaticBox();
     box = framed;
   }
-  auto* const grid = new wxFlexGridSizer(3, FromDIP(wxSize(kGap, kGap)));
+  auto* const grid = new wxFlexGridSizer(2, FromDIP(wxSize(kGap, kGap)));
   grid->AddGrowableCol(1);
   box->Add(grid, wxSizerFlags().Expand().Border(wxALL, FromDIP(kGap)));
   std::size_t count = 0;
@@ -158,26 +159,23 @@ std::size_t FormWindow::MakeGroup(const FormField& first, wxSizer* column, bool 
 
 void FormWindow::MakeField(FormField& field, wxWindow* parent, wxFlexGridSizer* grid) {
   Row& row = rows[field.number];
-  const auto centred = wxSizerFlags().CentreVertical();
-  const auto add = [&](wxWindow* window, const wxSizerFlags& flags) {
-    if (window)
-      grid->Add(window, flags);
-    else
-      grid->AddSpacer(0);
-  };
-  wxWindow* label = nullptr;
-  if (field.kind != FieldKind::Check)
-    label = labels.emplace_back(new wxStaticText(parent, wxID_ANY, mnemonics.Label(field.label)));
-  add(label, centred);
+  if (field.kind == FieldKind::Check) {
+    grid->AddSpacer(1); // the gap beside a column of no width is left out of the form's least width
+  } else {
+    labels.push_back(new wxStaticText(parent, wxID_ANY, mnemonics.Label(field.label)));
+    grid->Add(labels.back(), wxSizerFlags().CentreVertical());
+  }
   row.control = MakeControl(field, parent);
   SetSpokenName(row.control, field.label);
-  add(row.control, wxSizerFlags(1).Expand());
-  add(IsPath(field.kind) ? MakeBrowse(field, parent) : nullptr, wxSizerFlags().Expand());
+  auto* const cell = new wxBoxSizer(wxHORIZONTAL);
+  cell->Add(row.control, wxSizerFlags(1).Expand());
+  if (IsPath(field.kind))
+    cell->Add(MakeBrowse(field, parent), wxSizerFlags().Expand().Border(wxLEFT, FromDIP(kGap)));
+  grid->Add(cell, wxSizerFlags().Expand());
   // What is wrong with the field, in words, under it; takes no room while nothing is.
   row.problem = MakeProblem(parent);
-  add(nullptr, {});
-  add(row.problem, wxSizerFlags().Expand());
-  add(nullptr, {});
+  grid->AddSpacer(0);
+  grid->Add(row.problem, wxSizerFlags().Expand());
 }
 
 wxStaticText* FormWindow::MakeProblem(wxWindow* parent) {
@@ -220,6 +218,7 @@ wxWindow* FormWindow::MakeControl(const FormField& field, wxWindow* parent) {
 wxWindow* FormWindow::MakeBrowse(const FormField& field, wxWindow* parent) {
   auto* const button = new wxButton(parent, field.browseNumber, "...", wxDefaultPosition,
                                     wxDefaultSize, wxBU_EXACTFIT);
+  button->SetMinSize(FromDIP(wxSize(kBrowseWidth, -1)));
   SetSpokenName(button, field.browseTitle, field.browseTitle);
   button->Bind(wxEVT_BUTTON,
                [this, &field](wxCommandEvent&) { CallAfter([this, &field] { Browse(field); }); });
