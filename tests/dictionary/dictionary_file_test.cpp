@@ -41,25 +41,17 @@ TEST_F(DictionaryFile, TheFormatPagesExampleIsWhatIsWrittenAndRead) {
   EXPECT_EQ(dictionary.Text(48), u"Abbrechen");
 }
 
-TEST_F(DictionaryFile, EditingModeKeepsEverything) {
+TEST_F(DictionaryFile, EditingModeKeepsEverythingAndRunModeOneTextPerNumber) {
   TextHolder before;
   FillSample(before, file);
+  before.FindEntry(7)->carried = 77;
   ASSERT_TRUE(before.Save());
-  ASSERT_TRUE(dictionary.Load(file, TextHolder::kEditing, true));
-  EXPECT_TRUE(dictionary.IsEditing());
   const KorText saved = *app.Content(file);
+  ASSERT_TRUE(dictionary.Load(file, TextHolder::kEditing, true));
   ASSERT_TRUE(dictionary.Save());
   EXPECT_TRUE(app.Content(file) == saved);
-  EXPECT_EQ(dictionary.Languages()[1].DisplayText(), u"Français (fr-FR - 1036:1252)");
-  ASSERT_EQ(dictionary.Categories().size(), 1U);
-  EXPECT_EQ(dictionary.Categories()[0].name, u"General");
-}
-
-TEST_F(DictionaryFile, RunModeKeepsTheLanguagesAndOneTextPerNumber) {
-  ASSERT_TRUE(SaveSample(file));
   ASSERT_TRUE(dictionary.Load(file, 0, true));
-  EXPECT_TRUE(dictionary.Entries().empty());
-  EXPECT_TRUE(dictionary.Categories().empty());
+  EXPECT_TRUE(dictionary.Entries().empty() && dictionary.Categories().empty());
   EXPECT_EQ(dictionary.Languages().size(), 2U);
   EXPECT_EQ(dictionary.Text(7), u"%s senden & <warten>");
 }
@@ -85,15 +77,14 @@ TEST_F(DictionaryFile, LoadingAgainDiscardsWhatWasHeld) {
 
 TEST_F(DictionaryFile, OtherFilesAreRefusedWithTheReport) {
   const KorText plain = PlainBytes();
-  KorText otherType = plain, oldest = plain, otherObject = plain;
-  otherType.Remove(0, 1);
-  otherType.Insert(0, u"X");
-  oldest.Remove(8, 8); // the markers that the oldest programs didn't write
-  otherObject.Remove(16, 1);
-  otherObject.Insert(16, u"\x01");
+  const auto with = [&](std::size_t at, char16_t byte) {
+    return plain.Left(at) + KorText(1, byte) + plain.Mid(at + 1);
+  };
+  // Without the markers that the oldest programs didn't write.
+  const KorText oldest = plain.Left(8) + plain.Mid(16);
   const KorText contents[] = {
-      u"",       u"short", KorText(5000, u'x'), u"KOR Compressed File \xA9 2005",
-      otherType, oldest,   otherObject};
+      u"",           u"short", KorText(5000, u'x'), u"KOR Compressed File \xA9 2005",
+      with(0, u'X'), oldest,   with(16, 1)};
   for (const KorText& content : contents) {
     Put(content);
     app.ForgetReports();
@@ -121,10 +112,8 @@ TEST_F(DictionaryFile, NoChangedByteDoesHarmInEitherMode) {
   const KorText whole = PlainBytes();
   for (std::size_t at = 0; at < whole.Length(); ++at) {
     for (const int change : {1, 0xFF}) {
-      KorText damaged = whole.Left(at);
-      damaged += static_cast<char16_t>(whole[at] ^ change);
-      damaged += whole.Mid(at + 1);
-      Put(damaged);
+      Put(whole.Left(at) + KorText(1, static_cast<char16_t>(whole[at] ^ change)) +
+          whole.Mid(at + 1));
       for (const std::int32_t selector : {0, TextHolder::kEditing}) {
         const bool loaded = dictionary.Load(file, selector, false);
         EXPECT_EQ(loaded, dictionary.IsLoaded());
@@ -145,54 +134,17 @@ TEST_F(DictionaryFile, AReadErrorIsNoDictionary) {
   EXPECT_FALSE(dictionary.Load(file, 0, false));
 }
 
-// What a program wrote whose entries end with the modification dates.
-class OlderDictionary : public Storable {
- public:
-  std::uint32_t ClassId() const override { return TextHolder::kClassId; }
-  void Transfer(DiskFile& stream) override {
-    std::vector<Entry> entries(1);
-    std::vector<KorText> names;
-    std::vector<TextCatagory> categories;
-    std::vector<TextLanguage> languages;
-    stream.Transfer(names);
-    stream.SectionMark();
-    stream.Transfer(entries);
-    stream.SectionMark();
-    stream.Transfer(categories);
-    stream.SectionMark();
-    stream.Transfer(languages);
-    EndRecord(stream);
-  }
-
- private:
-  struct Entry : Storable {
-    std::uint32_t ClassId() const override { return TextEntry().ClassId(); }
-    void Transfer(DiskFile& stream) override {
-      TextEntry entry = SampleEntry(48, u"Cancel", {});
-      entry.carried = 77;
-      stream.Transfer(entry.phrase);
-      stream.Transfer(entry.comment);
-      stream.Transfer(entry.textPosition);
-      stream.SectionMark();
-      stream.Transfer(entry.id);
-      stream.Transfer(entry.categoryId);
-      stream.Transfer(entry.created);
-      stream.Transfer(entry.carried);
-      stream.SectionMark();
-      stream.Transfer(entry.translations);
-      stream.Transfer(entry.modified);
-      EndRecord(stream);
-    }
-  };
-};
-
+// Older programs' entries end with the modification dates.
 TEST_F(DictionaryFile, EntriesWithoutAnImportanceKeepTheDefault) {
-  OlderDictionary older;
-  ASSERT_TRUE(SaveAsDictionary(file, older));
+  std::string older = ReadByteExamples("dictionary.md", "dictionary").at(0);
+  older.erase(older.find("\xEA\x07\x0B\x15") + 4, 4);
+  for (const std::size_t size : {20, 24, 62, 66}) // of the two records around it
+    older[size] = static_cast<char>(older[size] - 4);
+  Put(KorText::FromBytes(older));
   ASSERT_TRUE(dictionary.Load(file, TextHolder::kEditing, true));
   ASSERT_EQ(dictionary.Entries().size(), 1U);
   EXPECT_EQ(dictionary.Entries()[0].importance, 0);
-  EXPECT_EQ(dictionary.Entries()[0].carried, 77U);
+  EXPECT_EQ(DateText(dictionary.Entries()[0].LatestModification()), u"2026-11-21");
   ASSERT_TRUE(dictionary.Load(file, TextHolder::kSourceTexts, true));
   EXPECT_EQ(dictionary.Text(48), u"Cancel");
 }

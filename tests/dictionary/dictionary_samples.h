@@ -43,6 +43,13 @@ inline void FillSample(TextHolder& dictionary, const KorText& path) {
       SampleEntry(7, u"Send %s & <wait>", {u"%s senden & <warten>", u"Envoyer %s"}));
 }
 
+// A unit of a translation file; rest: what stands behind its texts. No target: no translation.
+inline KorText Unit(int id, const KorText& source, const KorText& target = {},
+                    const KorText& rest = {}) {
+  return KorText::Format(u"<trans-unit id=\"%i\"><source>%s</source>%s%s</trans-unit>", id, source,
+                         target.IsEmpty() ? KorText() : u"<target>" + target + u"</target>", rest);
+}
+
 inline bool SaveAsDictionary(const KorText& path, Storable& object, bool compressed = true) {
   RecordFileOptions options;
   options.format.fileTypes = {TextHolder::kFileType};

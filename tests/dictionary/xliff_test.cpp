@@ -10,13 +10,13 @@ class Xliff : public ::testing::Test {
  protected:
   void SetUp() override { FillSample(dictionary, app.Path(u"diction.ary")); }
 
-  KorText Utf8(const char16_t* text) { return KorText::FromBytes(KorText(text).ToUtf8()); }
+  KorText Utf8(const KorText& text) { return KorText::FromBytes(text.ToUtf8()); }
   ImportResult Import(const KorText& bytes) {
     app.Put(file, bytes);
     return dictionary.ImportXLIFF(file);
   }
   // A file for German with these units.
-  ImportResult ImportUnits(const char16_t* units) {
+  ImportResult ImportUnits(const KorText& units) {
     return Import(Utf8(u"<xliff version=\"1.2\">\n<file target-language=\"de-DE\">\n<body>\n") +
                   Utf8(units) + u"</body></file></xliff>");
   }
@@ -84,14 +84,13 @@ TEST_F(Xliff, ExportsOneFilePerLanguage) {
 }
 
 TEST_F(Xliff, TakesTranslationsNotesDatesAndImportance) {
-  const ImportResult result = ImportUnits(
-      u"<trans-unit id=\"48\"><source>Cancel</source><target>Verwerfen</target><context-group>"
-      u"<context context-type=\"x-importance\">5</context>"
-      u"<context context-type=\"x-modified\">2027-01-02</context></context-group>"
-      u"<note>New note.</note></trans-unit>"
-      u"<trans-unit id=\"7\"><source>Send %s &amp; &lt;wait&gt;</source></trans-unit>"
-      u"<trans-unit id=\"323\"><source>Call us.</source><target><g>Rufen</g> <g>Sie</g> \n<g>an"
-      u"</g></target><note/></trans-unit>");
+  const ImportResult result =
+      ImportUnits(Unit(48, u"Cancel", u"Verwerfen",
+                       u"<context-group><context context-type=\"x-importance\">5</context>"
+                       u"<context context-type=\"x-modified\">2027-01-02</context></context-group>"
+                       u"<note>New note.</note>") +
+                  Unit(7, u"Send %s &amp; &lt;wait&gt;") +
+                  Unit(323, u"Call us.", u"<g>Rufen</g> <g>Sie</g> \n<g>an</g>", u"<note/>"));
   ASSERT_TRUE(result.done);
   EXPECT_EQ(result.changed, 2U);
   EXPECT_TRUE(result.added.empty());
@@ -109,9 +108,8 @@ TEST_F(Xliff, TakesTranslationsNotesDatesAndImportance) {
 }
 
 TEST_F(Xliff, AnUnknownNumberBecomesAnEntry) {
-  const ImportResult result = ImportUnits(
-      u"<group id=\"3\" restype=\"Lamps\"><trans-unit id=\"15250\"><source>CTS  Hold!</source>"
-      u"<target>CTS-Halt</target></trans-unit></group>");
+  const ImportResult result = ImportUnits(u"<group id=\"3\" restype=\"Lamps\">" +
+                                          Unit(15250, u"CTS  Hold!", u"CTS-Halt") + u"</group>");
   ASSERT_TRUE(result.done);
   EXPECT_EQ(result.added, std::vector<std::int32_t>{15250});
   const TextEntry* entry = dictionary.FindEntry(15250);
@@ -135,8 +133,7 @@ TEST_F(Xliff, AcceptsWhatTranslationProgramsWrite) {
 }
 
 TEST_F(Xliff, TellsThatTheEnglishTextHasChanged) {
-  const ImportResult result = ImportUnits(
-      u"<trans-unit id=\"48\"><source>Abort</source><target>Abbruch</target></trans-unit>");
+  const ImportResult result = ImportUnits(Unit(48, u"Abort", u"Abbruch"));
   EXPECT_TRUE(result.done);
   ASSERT_EQ(result.warnings.size(), 1U);
   EXPECT_EQ(

@@ -47,10 +47,15 @@ TEST_F(RecordDamageTest, EveryTruncationIsSurvived) {
       const Bytes cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
       ReadAndWriteAgain(cut, format);
       if (format.wideSizes) continue;
-      SampleRobot robot;
+      SampleRobot robot, before;
+      robot.name = before.name = u"mine";
       app.Put(app.Path(u"cut"), TextOf(cut));
-      EXPECT_FALSE(LoadObject(app.Path(u"cut"), robot, {format, false, false, {}}));
-      EXPECT_TRUE(robot == SampleRobot());
+      app.Put(app.Path(u"unreadable"), TextOf(whole));
+      app.LimitReads(length);
+      for (const char16_t* name : {u"cut", u"unreadable"})
+        EXPECT_FALSE(LoadObject(app.Path(name), robot, {format, false, false, {}}));
+      app.ClearFaults();
+      EXPECT_TRUE(robot == before);
     }
   }
 }

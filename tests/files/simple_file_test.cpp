@@ -13,50 +13,45 @@ class SimpleFileTest : public FileTest {};
 // --- Waiting -------------------------------------------------------------------------------------
 
 // Lets something happen while a file waits.
-class SimpleFileWait : public testing::Test {
- protected:
-  struct WaitingApp : TestApp {
-    void SleepMilliseconds(std::uint32_t milliseconds) override {
-      EXPECT_EQ(milliseconds, 100u);
-      TestApp::SleepMilliseconds(milliseconds);
-      if (++sleeps; onSleep) onSleep();
-    }
-    std::function<void()> onSleep;
-    int sleeps = 0;
-  } app;
-  const KorText path = app.Path(u"f");
-  SimpleFile file{path};
+struct WaitingApp : TestApp {
+  void SleepMilliseconds(std::uint32_t milliseconds) override {
+    EXPECT_EQ(milliseconds, 100u);
+    TestApp::SleepMilliseconds(milliseconds);
+    if (++sleeps; onSleep) onSleep(*this);
+  }
+  std::function<void(WaitingApp&)> onSleep;
+  int sleeps = 0;
 };
 
-TEST_F(SimpleFileWait, EmptyOrMissingFileIsGivenUpAfterFiveSeconds) {
-  for (int tries = 1; tries <= 2; ++tries) {
-    EXPECT_FALSE(file.Open(kFileRead, true));
-    EXPECT_EQ(app.sleeps, 50 * tries);
-    app.Put(path, u"");
-  }
-}
-
-TEST_F(SimpleFileWait, FileThatIsWrittenMeanwhileOpens) {
-  app.onSleep = [&] {
-    if (app.sleeps == 3) app.Put(path, u"text");
+TEST(SimpleFileWait, AnEmptyOrMissingFileMayFillForFiveSeconds) {
+  const auto write = [](WaitingApp& app) {
+    if (app.sleeps == 3) app.Put(app.Path(u"f"), u"text");
   };
-  EXPECT_TRUE(file.Open(kFileRead | kFileText, true));
-  EXPECT_EQ(app.sleeps, 3);
-  EXPECT_EQ(file.Size(), 4u);
-}
-
-TEST_F(SimpleFileWait, ClockThatJumpsEndsTheWaitOnce) {
-  app.onSleep = [&] { app.Advance(-2.0); }; // back, so that the unsigned difference is huge
-  EXPECT_FALSE(file.Open(kFileRead, true));
-  EXPECT_EQ(app.sleeps, 1);
-}
-
-TEST_F(SimpleFileWait, EmptyFileOpensAtOnceForUpdateAndWithoutTheFlag) {
-  app.Put(path, u"");
-  EXPECT_TRUE(file.Open(kFileRead | kFileWrite, true));
-  EXPECT_TRUE(file.Close());
-  EXPECT_TRUE(file.Open(kFileRead, false));
-  EXPECT_EQ(app.sleeps, 0);
+  const auto jump = [](WaitingApp& app) { app.Advance(-2.0); }; // the difference is unsigned
+  const struct {
+    const char* what;
+    bool isThere;
+    std::uint32_t mode;
+    bool waits, opens;
+    int sleeps;
+    std::function<void(WaitingApp&)> onSleep = {};
+  } cases[] = {
+      {"missing", false, kFileRead, true, false, 50},
+      {"empty", true, kFileRead, true, false, 50},
+      {"written meanwhile", false, kFileRead | kFileText, true, true, 3, write},
+      {"the clock goes back", true, kFileRead, true, false, 1, jump},
+      {"empty for update", true, kFileRead | kFileWrite, true, true, 0},
+      {"empty without the flag", true, kFileRead, false, true, 0},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    WaitingApp app;
+    if (c.isThere) app.Put(app.Path(u"f"), u"");
+    app.onSleep = c.onSleep;
+    SimpleFile file(app.Path(u"f"));
+    EXPECT_EQ(file.Open(c.mode, c.waits), c.opens);
+    EXPECT_EQ(app.sleeps, c.sleeps);
+  }
 }
 
 // --- Opening and marks ---------------------------------------------------------------------------
