@@ -28,7 +28,7 @@ class Kordict : public ::testing::Test {
   }
   KorText FirstError() const { return errors.empty() ? KorText() : errors[0]; }
   // One translation file with these units.
-  KorText PutXliff(const char16_t* code, const char16_t* units) {
+  KorText PutXliff(const char16_t* code, const KorText& units) {
     const KorText path = app.Path(u"xlf/dictionary_" + KorText(code) + u".xlf");
     const KorText text = u"<xliff version=\"1.2\"><file target-language=\"" + KorText(code) +
                          u"\"><body>\n" + units + u"</body></file></xliff>";
@@ -42,8 +42,7 @@ class Kordict : public ::testing::Test {
   std::vector<KorText> out, errors;
 };
 
-constexpr const char16_t* kCancelUnit = u"<trans-unit id=\"48\"><source>Cancel</source>"
-                                        u"<target>Abbrechen</target></trans-unit>";
+const KorText kCancelUnit = Unit(48, u"Cancel", u"Abbrechen");
 
 TEST_F(Kordict, SaysWhatIsWrongWithACommandLine) {
   const std::pair<std::vector<KorText>, const char16_t*> cases[] = {
@@ -63,9 +62,7 @@ TEST_F(Kordict, SaysWhatIsWrongWithACommandLine) {
 
 TEST_F(Kordict, BuildsFromAFolderAndShowsWhatItBuilt) {
   PutXliff(u"de-DE", kCancelUnit);
-  PutXliff(u"tr-TR",
-           u"<trans-unit id=\"48\"><source>Cancel</source></trans-unit>"
-           u"<trans-unit id=\"5\"><source>a\\b\nc</source><target>x</target></trans-unit>");
+  PutXliff(u"tr-TR", Unit(48, u"Cancel") + Unit(5, u"a\\b\nc", u"x"));
   app.Put(app.Path(u"xlf/readme.txt"), u"no translation");
   ASSERT_EQ(Run({u"build", app.Path(u"xlf")}), 0) << FirstError().ToUtf8();
   ASSERT_EQ(Run({u"info"}), 0);
@@ -96,8 +93,7 @@ TEST_F(Kordict, FindsTextsInAnyLanguageOrInOne) {
 
 TEST_F(Kordict, RefusesToBuildFromFilesThatContradictEachOther) {
   const KorText german = PutXliff(u"de-DE", kCancelUnit);
-  const KorText french = PutXliff(u"fr-FR", u"<trans-unit id=\"48\"><source>Abort</source>"
-                                            u"<target>Annuler</target></trans-unit>");
+  const KorText french = PutXliff(u"fr-FR", Unit(48, u"Abort", u"Annuler"));
   EXPECT_EQ(Run({u"build", german, french}), 3);
   EXPECT_TRUE(FirstError().StartsWith(french + u":2: unit 48: the English text is \"Abort\" here"));
   EXPECT_EQ(app.Content(file), std::nullopt);
@@ -125,15 +121,13 @@ TEST_F(Kordict, KnowsALanguageOrIsTold) {
 TEST_F(Kordict, ImportsAllFilesOrNone) {
   BuildSample();
   const KorText before = *app.Content(file);
-  const KorText german = PutXliff(u"de-DE", u"<trans-unit id=\"48\"><source>Cancel</source>"
-                                            u"<target>Verwerfen</target></trans-unit>");
+  const KorText german = PutXliff(u"de-DE", Unit(48, u"Cancel", u"Verwerfen"));
   const KorText bad = PutXliff(u"fr-FR", u"<trans-unit id=\"x\"/>");
   EXPECT_EQ(Run({u"import-xliff", german, bad}), 3);
   EXPECT_EQ(FirstError(), bad + u":2: unit with the id \"x\". Give it a number from 0 to 999999.");
   EXPECT_EQ(app.Content(file), before);
   EXPECT_EQ(Run({u"import-xliff", PutXliff(u"nl-NL", kCancelUnit)}), 3) << "a new language";
-  const KorText mistyped = PutXliff(u"fr-FR", u"<trans-unit id=\"84\"><source>Cancel</source>"
-                                              u"<target>Abandon</target></trans-unit>");
+  const KorText mistyped = PutXliff(u"fr-FR", Unit(84, u"Cancel", u"Abandon"));
   EXPECT_EQ(Run({u"import-xliff", german, mistyped}), 0);
   EXPECT_EQ(Printed(), german + u": 1 changed, 0 added\n" + mistyped +
                            u": 0 changed, 1 added\n  new: unit 84 \"Cancel\"\n");
@@ -145,8 +139,7 @@ TEST_F(Kordict, ImportsAllFilesOrNone) {
 TEST_F(Kordict, LeavesTheOlderFileWhenItCannotWrite) {
   BuildSample();
   const KorText before = *app.Content(file);
-  const KorText german = PutXliff(u"de-DE", u"<trans-unit id=\"48\"><source>Cancel</source>"
-                                            u"<target>Verwerfen</target></trans-unit>");
+  const KorText german = PutXliff(u"de-DE", Unit(48, u"Cancel", u"Verwerfen"));
   const std::vector<KorText> commands[] = {
       {u"import-xliff", german},
       {u"import-xliff", german, u"--no-backup"},

@@ -109,6 +109,14 @@ class ControllerRunner : public ::testing::Test {
     const ParsedCommand parsed = ParseCommand({u"run", file}, false);
     return runner.Run(parsed.command);
   }
+  // Its path, in quotes.
+  KorText Put(const char16_t* name, const KorText& content) {
+    host.app.Put(host.app.Path(name), content);
+    return u"\"" + host.app.Path(name) + u"\"";
+  }
+  static std::string Obstacle(const std::vector<KorText>& words) {
+    return FindObstacle(ParseCommand(words, false).command);
+  }
   bool Printed(const char* text) const { return output.str().find(text) != std::string::npos; }
 
   NceLink host;
@@ -140,30 +148,43 @@ TEST_F(ControllerRunner, CarriesOutAScript) {
   EXPECT_EQ(diagnostics.str(), "");
 }
 
-TEST_F(ControllerRunner, AScriptEndsAtTheFirstLineThatFails) {
-  host.app.Put(host.app.Path(u"other"), u"G90\nX11\n");
-  host.app.Put(host.app.Path(u"bad.nc"), u"X1\nX[2]\n");
+TEST_F(ControllerRunner, AScriptEndsAtTheFirstLineThatFailsAndBeforeItBeginsWhereThatIsKnown) {
+  const KorText good = Put(u"good.nc", u"G90\nX11\n"), bad = Put(u"bad.nc", u"X1\nX[2]\n");
+  const KorText made = u"\"" + host.app.Path(u"made.nc") + u"\"", script = host.app.Path(u"script");
+  using enum Outcome;
   const struct {
     KorText script;
     Outcome outcome;
-    const char* message;
+    const char* message = "";
+    bool isKnownBefore = false;
   } cases[] = {
-      {u"test\nfetch 999\ntest\n", Outcome::Refused, "script, line 2: fetch 999"},
-      {u"test\nexpect ABC\n", Outcome::Mismatch, "the host's last line is \"ABCDEFGHIJKLM"},
-      {u"expect-exit 4 test\n", Outcome::Mismatch, "ended with exit code 0 instead of 4"},
-      {u"fetch 0000123 --compare \"" + host.app.Path(u"other") + u"\"\n", Outcome::Mismatch,
+      {u"test\nfetch 999\ntest\n", Refused, "script, line 2: fetch 999"},
+      {u"test\nexpect ABC\n", Mismatch, "the host's last line is \"ABCDEFGHIJKLM"},
+      {u"expect-exit 4 test\n", Mismatch, "ended with exit code 0 instead of 4"},
+      {u"fetch 0000123 --compare " + good + u"\n", Mismatch,
        "line 2 (empty lines not counted): is \"X10\", expected \"X11\""},
-      {u"send \"" + host.app.Path(u"bad.nc") + u"\" --number 5\n", Outcome::Usage,
-       "bad.nc: line 2, column 4: ']'"},
-      {u"send nowhere --number 5\n", Outcome::Usage, "nowhere: "},
-      {u"raw <\n", Outcome::TimedOut, "no answer for 10.0 s"},
-      {u"test\nnonsense\n", Outcome::Usage, "script, line 2: unknown command \"nonsense\""},
+      {u"raw <\n", TimedOut, "no answer for 10.0 s"},
+      {u"fetch 0000123 --compare nowhere\n", Usage}, // the host may make it on the way
+      {u"test\nsend " + good + u" --number 5\n", Done},
+      {u"expect-exit 2 send nowhere --number 5\n", Done},
+      {u"fetch 0000123 -o " + made + u"\nsend " + made + u" --number 5\n", Done},
+      {u"test\nsend " + bad + u" --number 5\n", Usage, "bad.nc: line 2, column 4: ']'", true},
+      {u"send nowhere --number 5\n", Usage, "script, line 1: ", true},
+      {u"test\nnonsense\n", Usage, "script, line 2: unknown command \"nonsense\"", true},
   };
   for (const auto& c : cases) {
+    SCOPED_TRACE(c.script.ToUtf8());
     diagnostics.str({});
-    EXPECT_EQ(Run(c.script), c.outcome) << c.script.ToUtf8();
+    host.app.Put(script, c.script);
+    const std::string before = Obstacle({u"run", script});
+    EXPECT_EQ(RunFile(script), c.outcome);
     EXPECT_NE(diagnostics.str().find(c.message), std::string::npos) << diagnostics.str();
+    EXPECT_NE(before.find(c.isKnownBefore ? c.message : ""), std::string::npos) << before;
+    EXPECT_EQ(before.empty(), !c.isKnownBefore) << before;
   }
+  EXPECT_NE(Obstacle({u"run", u"nowhere"}), "");
+  EXPECT_NE(Obstacle({u"fetch", u"1", u"--compare", u"nowhere"}), "");
+  EXPECT_EQ(Obstacle({u"run", u"-"}), "");
 }
 
 TEST_F(ControllerRunner, CarriesOutTypedCommandsAsTheyComeAndGoesOnBehindAWrongOne) {
@@ -174,37 +195,6 @@ TEST_F(ControllerRunner, CarriesOutTypedCommandsAsTheyComeAndGoesOnBehindAWrongO
   for (const char* complaint : {"line 5: expect no", "line 6: unknown command \"nonsense\"",
                                 "line 7: a quote is not closed"})
     EXPECT_NE(diagnostics.str().find(complaint), std::string::npos) << diagnostics.str();
-}
-
-TEST_F(ControllerRunner, KnowsBeforeTheLineIsOpenedWhatCannotBeDone) {
-  const auto put = [this](const char16_t* name, const KorText& content) {
-    host.app.Put(host.app.Path(name), content);
-    return u"\"" + host.app.Path(name) + u"\"";
-  };
-  const KorText good = put(u"good.nc", u"G90\n"), bad = put(u"bad.nc", u"X[2]\n");
-  const KorText made = u"\"" + host.app.Path(u"made.nc") + u"\"";
-  const std::pair<KorText, const char*> cases[] = {
-      {u"test\nsend " + good + u" --number 5\n", ""},
-      {u"test\nsend " + bad + u" --number 5\n", "script, line 2: "},
-      {u"send nowhere --number 5\n", "script, line 1: nowhere: "},
-      {u"nonsense\n", "script, line 1: unknown command"},
-      {u"expect-exit 2 send nowhere --number 5\n", ""},
-      {u"fetch 0000123 -o " + made + u"\nsend " + made + u" --number 5\n", ""},
-      {u"fetch 0000123 --compare nowhere\n", ""}, // the host may make it on the way
-  };
-  const KorText path = host.app.Path(u"script");
-  const auto obstacle = [](const std::vector<KorText>& words) {
-    return FindObstacle(ParseCommand(words, false).command);
-  };
-  for (const auto& [script, expected] : cases) {
-    host.app.Put(path, script);
-    const std::string found = obstacle({u"run", path});
-    EXPECT_NE(found.find(expected), found.npos) << found;
-    EXPECT_EQ(found.empty(), *expected == '\0') << found;
-  }
-  EXPECT_NE(obstacle({u"run", u"nowhere"}), "");
-  EXPECT_NE(obstacle({u"fetch", u"1", u"--compare", u"nowhere"}), "");
-  EXPECT_EQ(obstacle({u"run", u"-"}), "");
 }
 
 TEST_F(ControllerRunner, SoaksAndComparesWithTheHostsFiles) {
