@@ -3,6 +3,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <string>
 
 #include "tests/support/nce_link.h"
@@ -12,8 +13,6 @@ namespace kor::controller {
 
 class HostLine : public Line {
  public:
-  enum class Damage { None, Flip, Drop, Double, Return };
-
   explicit HostLine(NceLink& toReach) : host(toReach) {}
 
   Time Now() override {
@@ -38,8 +37,8 @@ class HostLine : public Line {
   std::string FailureText() const override { return {}; }
 
   static constexpr Time kByteTime = std::chrono::microseconds(87); // 115200 baud
-  Damage damage = Damage::None;
-  char bits = 0; // that a flip changes
+  // Does the damage to the byte at a place of what passes.
+  std::function<void(std::string&, std::size_t)> spoil;
   bool isToHost = true;
   std::uint64_t place = 0; // of the byte, counted from the start
 
@@ -55,17 +54,10 @@ class HostLine : public Line {
   std::string Spoil(std::string_view bytes, bool towardsHost) {
     std::uint64_t& passed = towardsHost ? counts.toHost : counts.fromHost;
     std::string result(bytes);
-    if (damage != Damage::None && towardsHost == isToHost && place >= passed &&
-        place < passed + bytes.size())
-      SpoilAt(result, static_cast<std::size_t>(place - passed));
+    if (spoil && towardsHost == isToHost && place >= passed && place < passed + bytes.size())
+      spoil(result, static_cast<std::size_t>(place - passed));
     passed += bytes.size();
     return result;
-  }
-  void SpoilAt(std::string& bytes, std::size_t at) const {
-    if (damage == Damage::Flip) bytes[at] = static_cast<char>(bytes[at] ^ bits);
-    if (damage == Damage::Return) bytes[at] = '\r';
-    if (damage == Damage::Drop) bytes.erase(at, 1);
-    if (damage == Damage::Double) bytes.insert(at, 1, bytes[at]);
   }
 
   NceLink& host;

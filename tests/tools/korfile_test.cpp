@@ -6,6 +6,7 @@
 #include "files/compressed_file.h"
 #include "files/disk_file.h"
 #include "tests/files/file_test_support.h"
+#include "tests/support/record_samples.h"
 
 namespace kor {
 namespace {
@@ -162,18 +163,15 @@ TEST_F(KorfileTest, InfoShowsLayoutAsTextAndJson) {
 }
 
 TEST_F(KorfileTest, RecordFilesAreShownAsATree) {
-  const KorText path = app.Path(u"work/set.DAT");
-  DiskFile file(path, {.fileTypes = {77}});
-  ASSERT_TRUE(file.OpenSafe());
-  ASSERT_TRUE(file.TransferHeader());
-  file.BeginRecord(4711);
-  std::uint32_t field = 5;
-  file.Transfer(field);
+  std::uint32_t field = 0;
   // What stands behind a section mark may look like a record's two sizes.
-  for (const std::uint32_t number : {record_marker::kSection, 8U, 4U, 1U})
-    file.Transfer(field = number);
-  file.EndRecord();
-  ASSERT_TRUE(file.Commit());
+  const Bytes bytes = WriteRecords({{77}, false, 1}, [&](DiskFile& file) {
+    file.BeginRecord(4711);
+    for (const std::uint32_t number : {5U, record_marker::kSection, 8U, 4U, 1U})
+      file.Transfer(field = number);
+    file.EndRecord();
+  });
+  const KorText path = Put(u"work/set.DAT", bytes);
   for (const char16_t* form : {u"plain", u"packed"}) {
     EXPECT_EQ(Run({u"info", path}), 0) << complained.ToUtf8();
     EXPECT_TRUE(printed.Contains(u"4711")) << KorText(form).ToUtf8() << printed.ToUtf8();
@@ -182,15 +180,12 @@ TEST_F(KorfileTest, RecordFilesAreShownAsATree) {
     EXPECT_EQ(printed.Find(u"\"class\""), printed.View().rfind(u"\"class\"")) << printed.ToUtf8();
     Run({u"compress", path});
   }
-  Run({u"restore", path});
-  Bytes bytes = *Get(path);
-  bytes.resize(bytes.size() - 2);
-  Put(u"work/set.DAT", bytes);
+  Put(u"work/set.DAT", std::span(bytes).first(bytes.size() - 2));
   EXPECT_EQ(Run({u"test", path}), 6);
   EXPECT_TRUE(complained.Contains(u" at offset ")) << complained.ToUtf8();
 }
 
-TEST_F(KorfileTest, CancelLeavesEverythingAsItWas) {
+TEST_F(KorfileTest, CancelLeavesEverythingAsItWasAndTheBarIsWiped) {
   const KorText packed = MakeContainer(u"work/packed");
   const auto before = Get(packed);
   cancelAt = 1;
@@ -198,10 +193,7 @@ TEST_F(KorfileTest, CancelLeavesEverythingAsItWas) {
   EXPECT_TRUE(complained.Contains(u"cancelled")) << complained.ToUtf8();
   EXPECT_EQ(Get(packed), before);
   EXPECT_EQ(Leftovers(), std::vector<KorText>{u"packed"});
-}
-
-TEST_F(KorfileTest, ProgressBarIsDrawnAndWiped) {
-  Run({u"test", MakeContainer(u"work/packed")});
+  Run({u"test", packed});
   EXPECT_NE(progress.str().find("[####"), std::string::npos) << progress.str();
   EXPECT_TRUE(progress.str().ends_with(" \r"));
 }

@@ -49,29 +49,30 @@ class ControllerDamage : public ::testing::Test {
 
 // Among them: a ">" that becomes "<" and brings a frame twice, or "~" and ends the download.
 TEST_F(ControllerDamage, ADownloadSurvivesAnySingleDamage) {
-  using Damage = HostLine::Damage;
   HostLine clean(host);
   ASSERT_TRUE(Fetch(clean).IsDone());
   const LineCounts counts = clean.Counts();
-  const struct {
-    Damage damage;
-    char bits;
-  } kinds[] = {{Damage::Flip, 0x02}, {Damage::Flip, 0x40}, {Damage::Flip, 0x11},
-               {Damage::Drop, 0},    {Damage::Double, 0},  {Damage::Return, 0}};
+  const auto flip = [](char bits) {
+    return [bits](std::string& s, std::size_t at) { s[at] = static_cast<char>(s[at] ^ bits); };
+  };
+  const std::function<void(std::string&, std::size_t)> kinds[] = {
+      flip(0x02),
+      flip(0x40),
+      flip(0x11),
+      [](std::string& s, std::size_t at) { s.erase(at, 1); },
+      [](std::string& s, std::size_t at) { s.insert(at, 1, s[at]); },
+      [](std::string& s, std::size_t at) { s[at] = '\r'; }};
   for (const bool isToHost : {true, false}) {
     const std::uint64_t bytes = isToHost ? counts.toHost : counts.fromHost;
     for (std::uint64_t place = 0; place < bytes / 2; ++place) // the first of two transfers
       for (const auto& kind : kinds) {
         HostLine line(host);
-        line.damage = kind.damage;
-        line.bits = kind.bits;
+        line.spoil = kind;
         line.isToHost = isToHost;
         line.place = place;
         const Verdict verdict = Fetch(line);
-        ASSERT_TRUE(verdict.IsDone())
-            << verdict.message << ", damage " << static_cast<int>(kind.damage) << "/"
-            << static_cast<int>(kind.bits) << (isToHost ? " to" : " from") << " the host at "
-            << place;
+        ASSERT_TRUE(verdict.IsDone()) << verdict.message << ", damage " << &kind - kinds
+                                      << (isToHost ? " to" : " from") << " the host at " << place;
       }
   }
 }
