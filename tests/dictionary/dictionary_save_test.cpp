@@ -72,29 +72,22 @@ TEST_F(DictionarySave, ExportsXmlAsUtf16) {
   const KorText target = app.Path(u"dict/export.xml");
   dictionary.StartEditing(file);
   dictionary.AddLanguage(SampleLanguage(u"de-DE", u"Deutsch & mehr", 1031));
+  const KorText head = u"<?xml version=\"1.0\" encoding=\"UTF-16\"?>\n"
+                       u"<Dictionary>\n"
+                       u"  <Language folder=\"de-DE\" lcid=\"1031\" codepage=\"1252\">"
+                       u"Deutsch &amp; mehr</Language>\n";
   EXPECT_FALSE(dictionary.ExportXML(target)) << "no entries";
-  SimpleFile unfinished(target, kFileRead | kFileText, false, false);
-  KorText last, line;
-  while (unfinished.ReadLine(line))
-    last = line;
-  unfinished.Close();
-  EXPECT_EQ(last, u"  <Language folder=\"de-DE\" lcid=\"1031\" codepage=\"1252\">Deutsch &amp; mehr"
-                  u"</Language>");
+  EXPECT_EQ(app.Content(target), Utf16(head));
   dictionary.AddEntry(SampleEntry(7, u"a<b>&c", {u"", u"日本"}));
   ASSERT_TRUE(dictionary.ExportXML(target));
-  const KorText expected = u"<?xml version=\"1.0\" encoding=\"UTF-16\"?>\n"
-                           u"<Dictionary>\n"
-                           u"  <Language folder=\"de-DE\" lcid=\"1031\" codepage=\"1252\">"
-                           u"Deutsch &amp; mehr</Language>\n"
-                           u"  <Entry>\n"
-                           u"    <id>7</id>\n"
-                           u"    <phrase>a&lt;b&gt;&amp;c</phrase>\n"
-                           u"    <textpos>TXTPOS_abc</textpos>\n"
-                           u"    <comment>A note.</comment>\n"
-                           u"    <translation>日本</translation>\n"
-                           u"  </Entry>\n"
-                           u"</Dictionary>\n";
-  EXPECT_EQ(app.Content(target), Utf16(expected));
+  EXPECT_EQ(app.Content(target), Utf16(head + u"  <Entry>\n"
+                                              u"    <id>7</id>\n"
+                                              u"    <phrase>a&lt;b&gt;&amp;c</phrase>\n"
+                                              u"    <textpos>TXTPOS_abc</textpos>\n"
+                                              u"    <comment>A note.</comment>\n"
+                                              u"    <translation>日本</translation>\n"
+                                              u"  </Entry>\n"
+                                              u"</Dictionary>\n"));
 }
 
 TEST_F(DictionarySave, ExportsTheHeaderAndKeepsTheOlderOne) {

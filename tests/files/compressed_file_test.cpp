@@ -27,11 +27,12 @@ class CompressedFileTest : public FileTest {
  protected:
   CompressedFileTest() { app.MakeFolder(app.Path(u"work")); }
 
-  FileResult Restore(const Bytes& file, Bytes* content = nullptr) {
+  FileResult Restore(const Bytes& file, Bytes* content = nullptr,
+                     const CompressOptions& options = {}) {
     SimpleFile source;
     VoidBuffer output;
     source.OpenMemory(kFileRead, VoidBuffer(file));
-    const FileResult result = DecompressFile(source, nullptr, &output);
+    const FileResult result = DecompressFile(source, nullptr, &output, options);
     if (content != nullptr) content->assign(output.Bytes().begin(), output.Bytes().end());
     return result;
   }
@@ -169,11 +170,11 @@ TEST_F(CompressedFileTest, DamagedBlocks) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     ContainerFault fault;
-    SimpleFile source;
-    VoidBuffer output;
-    source.OpenMemory(kFileRead, VoidBuffer(Container("2005", {good, c.second})));
-    EXPECT_EQ(DecompressFile(source, nullptr, &output, {.workers = 2, .fault = &fault}), c.result);
-    EXPECT_TRUE(output.IsEmpty());
+    Bytes content;
+    EXPECT_EQ(
+        Restore(Container("2005", {good, c.second}), &content, {.workers = 2, .fault = &fault}),
+        c.result);
+    EXPECT_TRUE(content.empty());
     EXPECT_EQ(fault.block, 1u);
     EXPECT_EQ(fault.offset, 26 + good.size());
     EXPECT_FALSE(fault.reason.IsEmpty());
@@ -186,11 +187,8 @@ TEST_F(CompressedFileTest, EarlierFaultWinsWhateverTheNumberOfWorkers) {
   bad[12] ^= 0xFF;
   const Bytes file = Container("2005", {good, bad, good, FromHex("FF FF FF FF")});
   for (const unsigned workers : {1u, 2u, 4u}) {
-    SimpleFile source;
     ContainerFault fault;
-    source.OpenMemory(kFileRead, VoidBuffer(file));
-    EXPECT_EQ(DecompressFile(source, nullptr, nullptr, {.workers = workers, .fault = &fault}),
-              FileResult::Failure);
+    EXPECT_EQ(Restore(file, nullptr, {.workers = workers, .fault = &fault}), FileResult::Failure);
     EXPECT_EQ(fault.block, 1u);
   }
 }
@@ -263,15 +261,13 @@ TEST_F(CompressedFileTest, ProgressComesInOrderAndCancels) {
   for (int block = 0; block < 9; ++block)
     Append(file, Framed(Piece(MakeBytes(1000, 4))));
   std::vector<std::uint64_t> steps;
-  SimpleFile source;
-  source.OpenMemory(kFileRead, VoidBuffer(file));
   CompressOptions options{.workers = 3};
   options.progress = [&](std::uint64_t done, std::uint64_t total) {
     EXPECT_EQ(total, file.size());
     steps.push_back(done);
     return true;
   };
-  EXPECT_EQ(DecompressFile(source, nullptr, nullptr, options), FileResult::Success);
+  EXPECT_EQ(Restore(file, nullptr, options), FileResult::Success);
   ASSERT_EQ(steps.size(), 9u);
   EXPECT_TRUE(std::is_sorted(steps.begin(), steps.end()));
   EXPECT_EQ(steps.back(), file.size());
