@@ -1,6 +1,7 @@
 #include "app/main_common.h"
 
 #include "platform/platform.h"
+#include "platform/program_start.h"
 #include "tools/common/tool_main.h"
 
 namespace kor {
@@ -15,10 +16,13 @@ KorText JoinedWords(const std::vector<KorText>& words) {
 }
 
 std::optional<int> AnswerOption(const char16_t* program, const char16_t* help,
-                                const std::vector<KorText>& words) {
+                                const std::vector<KorText>& words,
+                                const std::function<void(const KorText&)>& showInstead) {
   if (words.size() != 1 || !words[0].StartsWith(u"-") || words[0].Find(u' ') != KorText::kNone)
     return std::nullopt;
-  return CommandLine(program, help).Read(words).Tell(StandardOutput());
+  const CommandLineAnswer answer = CommandLine(program, help).Read(words);
+  const bool isSeen = !showInstead || FindOutput();
+  return answer.Tell(isSeen ? StandardOutput() : ToolOutput{showInstead, showInstead});
 }
 
 EngineServices HostServices(SerialPort& port, FormDialog& window, const KorText& cncFolder) {

@@ -2,6 +2,7 @@
 // reports go. Main thread.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -15,9 +16,10 @@ namespace kor {
 KorText JoinedWords(const std::vector<KorText>& words);
 
 // A single word that begins with "-" names no settings: it is answered, and nothing is served, opened or
-// written. The exit code, or none to serve.
+// written. The exit code, or none to serve. showInstead gets the answer where nobody would see what is printed.
 std::optional<int> AnswerOption(const char16_t* program, const char16_t* help,
-                                const std::vector<KorText>& words);
+                                const std::vector<KorText>& words,
+                                const std::function<void(const KorText&)>& showInstead = {});
 
 // What the engine works with on this system; the port and the window outlive it.
 EngineServices HostServices(SerialPort& port, FormDialog& window, const KorText& cncFolder);

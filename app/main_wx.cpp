@@ -6,6 +6,7 @@
 #include <utility>
 
 #include <wx/app.h>
+#include <wx/msgdlg.h>
 
 #include "app/main_common.h"
 #include "app/nce_app.h"
@@ -52,9 +53,9 @@ void ReportPlainly(AppInterface& application) {
 // Which port is looked for, what is there, and when it is tried again.
 KorText LinkAdvice(const KorText& port) {
   KorText devices;
-  for (const SerialDevice& device : ListSerialDevices()) {
+  for (const KorText& path : ListSerialPaths()) {
     if (!devices.IsEmpty()) devices += u", ";
-    devices += device.path;
+    devices += path;
   }
   if (devices.IsEmpty()) devices = LookUpText(15555, u"none");
   return KorText::Format(
@@ -70,8 +71,9 @@ class WindowRun {
 
   // The loop is the toolkit's; its result is the exit code.
   int Run(const std::function<int()>& loop, const std::function<void()>& exitLoop);
-  // The desktop's session ends: no question.
   void End();
+  // The desktop's session ends, and the process with it.
+  [[noreturn]] void EndAtOnce();
 
  private:
   // Ends the loop, or the innermost of what runs inside it, which has to unwind before the next.
@@ -123,6 +125,15 @@ void WindowRun::End() {
   if (std::exchange(ending, true)) return;
   window->Remember();
   window->Hide();
+}
+
+// Windows ends the process once its windows have been told; nothing is left for later, and nobody is there to answer
+// a message.
+void WindowRun::EndAtOnce() {
+  if (window) End();
+  App().SetReporter({});
+  app.Terminate();
+  std::_Exit(0);
 }
 
 void WindowRun::Leave() {
@@ -183,18 +194,33 @@ int WindowProgram::OnRun() {
   if (!program) return 0; // intended: a program that can't start ends without an error code
   WindowRun run(commandLine, program->cncFolder);
   Bind(wxEVT_QUERY_END_SESSION, [](wxCloseEvent&) {}); // no question
-  Bind(wxEVT_END_SESSION, [&run](wxCloseEvent&) { run.End(); });
+  Bind(wxEVT_END_SESSION, [&run](wxCloseEvent&) { run.EndAtOnce(); });
   return run.Run([this] { return wxApp::OnRun(); }, [this] { ExitMainLoop(); });
 }
+
+// Shows a text and ends.
+class AnswerProgram : public wxApp {
+ public:
+  explicit AnswerProgram(const KorText& answer) : text(answer) {}
+  bool OnInit() override { return true; }
+  int OnRun() override { return wxMessageBox(ToWx(text), "ncedl"), 0; }
+
+ private:
+  const KorText text;
+};
 
 } // namespace
 
 int main(int argc, char** argv) {
   PrepareProgram();
   const std::vector<KorText> words = ProgramArguments(argc, argv);
-  if (const auto code = AnswerOption(u"ncedl", kHelp, words)) return *code;
+  int none = 1; // no option of the toolkit hides in the words
+  const auto show = [&](const KorText& answer) {
+    wxApp::SetInstance(new AnswerProgram(answer));
+    wxEntry(none, argv);
+  };
+  if (const auto code = AnswerOption(u"ncedl", kHelp, words, show)) return *code;
   CallAtEndSignal([](int) { endAsked = 1; });
   wxApp::SetInstance(new WindowProgram(JoinedWords(words)));
-  int none = 1; // no option of the toolkit hides in the words
   return wxEntry(none, argv);
 }

@@ -8,6 +8,10 @@ namespace kor {
 // makes its write fail, as a full disk does, instead of ending the program.
 void PrepareProgram();
 
+// Before a program that has no console of its own prints: its output, where it has none, is the console that it
+// was started from, from now on to its end. False: there is none either, and nobody would see what is printed.
+bool FindOutput();
+
 // Before another program that runs already is asked to come to the front: on Windows only the one that the
 // user has just started may do that, or let others.
 void LetOthersComeForward();

@@ -19,5 +19,7 @@ struct SerialDevice {
 
 // By kind and number.
 std::vector<SerialDevice> ListSerialDevices();
+// Their paths alone. Opens none: may be asked every second while other programs use them.
+std::vector<KorText> ListSerialPaths();
 
 } // namespace kor

@@ -64,13 +64,25 @@ bool LacksUart(const Candidate& candidate) {
   return type >> number && number == PORT_UNKNOWN;
 }
 
+// In their order. What can be told without opening them has been: a file without a device behind it is none.
+std::vector<Candidate> CandidatesIn(const fs::path& folder) {
+  std::vector<Candidate> candidates;
+  std::error_code error;
+  for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
+    auto candidate = ReadCandidate(entry.path());
+    if (!candidate || !fs::is_character_file(entry.path(), error)) continue;
+    if (candidate->kind != 0 || !LacksUart(*candidate)) candidates.push_back(std::move(*candidate));
+  }
+  std::ranges::sort(candidates, {}, [](const Candidate& candidate) {
+    return std::tuple(candidate.kind, candidate.number);
+  });
+  return candidates;
+}
+
 // Nothing for a file without a device behind it.
 std::optional<SerialDevice::State> StateOf(const Candidate& candidate) {
   using State = SerialDevice::State;
-  std::error_code error;
-  if (!fs::is_character_file(candidate.path, error)) return std::nullopt;
   const bool isBuiltIn = candidate.kind == 0;
-  if (isBuiltIn && LacksUart(candidate)) return std::nullopt;
   const int device = ::open(candidate.path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
   if (device < 0 && errno == EBUSY) return State::InUse;
   if (device < 0) return errno == EACCES ? std::optional(State::NoPermission) : std::nullopt;
@@ -89,17 +101,22 @@ std::vector<SerialDevice> ListSerialDevices() {
   return ListSerialDevicesIn("/dev");
 }
 
+std::vector<KorText> ListSerialPaths() {
+  return ListSerialPathsIn("/dev");
+}
+
+std::vector<KorText> ListSerialPathsIn(const fs::path& folder) {
+  std::vector<KorText> paths;
+  for (const Candidate& candidate : CandidatesIn(folder))
+    paths.push_back(KorText::FromUtf8(candidate.path.native()));
+  return paths;
+}
+
 std::vector<SerialDevice> ListSerialDevicesIn(const fs::path& folder) {
-  std::vector<Candidate> candidates;
   std::error_code error;
-  for (const fs::directory_entry& entry : fs::directory_iterator(folder, error))
-    if (auto candidate = ReadCandidate(entry.path())) candidates.push_back(std::move(*candidate));
-  std::ranges::sort(candidates, {}, [](const Candidate& candidate) {
-    return std::tuple(candidate.kind, candidate.number);
-  });
   const std::map<fs::path, std::string> names = NamesById(folder);
   std::vector<SerialDevice> devices;
-  for (const Candidate& candidate : candidates) {
+  for (const Candidate& candidate : CandidatesIn(folder)) {
     const auto state = StateOf(candidate);
     if (!state) continue;
     const auto name = names.find(fs::weakly_canonical(candidate.path, error));

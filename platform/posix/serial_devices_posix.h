@@ -1,4 +1,4 @@
-// ListSerialDevices on another folder than /dev, for tests.
+// The lists of serial devices on another folder than /dev, for tests.
 #pragma once
 
 #include <filesystem>
@@ -8,5 +8,6 @@
 namespace kor {
 
 std::vector<SerialDevice> ListSerialDevicesIn(const std::filesystem::path& folder);
+std::vector<KorText> ListSerialPathsIn(const std::filesystem::path& folder);
 
 } // namespace kor

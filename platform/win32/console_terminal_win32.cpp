@@ -2,7 +2,12 @@
 
 #include <windows.h>
 
+#include <array>
 #include <cstdlib>
+#include <string>
+#include <thread>
+
+#include "platform/win32/wide_text.h"
 
 namespace kor {
 
@@ -23,6 +28,31 @@ BOOL WINAPI OnControl(DWORD event) {
   return TRUE;
 }
 
+// A program that has user32.dll in it, as shell32.dll brings it into all of ours, is told of the session's end by its
+// windows, not by the control handler.
+LRESULT CALLBACK OnMessage(HWND window, UINT message, WPARAM parameter, LPARAM more) {
+  if (message == WM_ENDSESSION && parameter != 0) {
+    OnControl(CTRL_SHUTDOWN_EVENT);
+    Sleep(INFINITE); // until the process has ended: nothing is begun beside that
+  }
+  return DefWindowProcW(window, message, parameter, more);
+}
+
+// A hidden window, on a thread of its own.
+void WaitForEndOfSession() {
+  WNDCLASSW kind{};
+  kind.lpfnWndProc = OnMessage;
+  kind.hInstance = GetModuleHandleW(nullptr);
+  kind.lpszClassName = L"ncedl-console";
+  RegisterClassW(&kind);
+  if (!CreateWindowExW(0, kind.lpszClassName, nullptr, WS_OVERLAPPED, 0, 0, 0, 0, nullptr, nullptr,
+                       kind.hInstance, nullptr))
+    return;
+  MSG message{};
+  while (GetMessageW(&message, nullptr, 0, 0) > 0)
+    DispatchMessageW(&message);
+}
+
 bool IsConsole(HANDLE handle) {
   DWORD mode = 0;
   return GetConsoleMode(handle, &mode) != 0;
@@ -41,10 +71,7 @@ class Win32Terminal : public Terminal {
  public:
   Win32Terminal()
       : input(GetStdHandle(STD_INPUT_HANDLE)), output(GetStdHandle(STD_OUTPUT_HANDLE)),
-        diagnostics(GetStdHandle(STD_ERROR_HANDLE)) {
-    SetConsoleOutputCP(CP_UTF8);
-    SetConsoleCP(CP_UTF8);
-  }
+        diagnostics(GetStdHandle(STD_ERROR_HANDLE)) {}
   ~Win32Terminal() override { Win32Terminal::StopKeys(); }
 
   bool IsInteractive() const override { return IsConsole(input) && IsConsole(output); }
@@ -80,6 +107,7 @@ class Win32Terminal : public Terminal {
   }
 
   std::size_t Read(std::span<char> to) override {
+    if (IsConsole(input)) return ReadKeys(to);
     DWORD count = 0;
     const auto room = static_cast<DWORD>(to.size());
     return ReadFile(input, to.data(), room, &count, nullptr) ? count : 0;
@@ -92,9 +120,27 @@ class Win32Terminal : public Terminal {
     eventHandler = std::move(onEvent);
     endedEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     SetConsoleCtrlHandler(OnControl, TRUE);
+    std::thread(WaitForEndOfSession).detach();
   }
 
  private:
+  // In the console's own 16 bits: its conversion to UTF-8 loses what is beyond ASCII. A read that Ctrl-Break
+  // breaks off is not the end.
+  std::size_t ReadKeys(std::span<char> to) {
+    std::array<wchar_t, 128> units{}; // at most three bytes each
+    std::wstring typed;
+    while (typed.empty() || IS_HIGH_SURROGATE(typed.back())) {
+      DWORD count = 0;
+      const auto room = static_cast<DWORD>(typed.empty() ? units.size() : 1);
+      SetLastError(ERROR_SUCCESS);
+      if (!ReadConsoleW(input, units.data(), room, &count, nullptr)) return 0;
+      if (count == 0 && GetLastError() != ERROR_OPERATION_ABORTED) return 0;
+      typed.append(units.data(), count);
+    }
+    const std::string bytes = FromWide(typed).ToUtf8();
+    return bytes.copy(to.data(), to.size());
+  }
+
   HANDLE input, output, diagnostics;
   DWORD before = 0;
   bool keysStarted = false;

@@ -35,19 +35,26 @@ bool ReadPort(HKEY key, DWORD index, KorText& port) {
 
 } // namespace
 
-std::vector<SerialDevice> ListSerialDevices() {
-  std::vector<SerialDevice> devices;
+std::vector<KorText> ListSerialPaths() {
+  std::vector<KorText> paths;
   HKEY key = nullptr;
   if (::RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"HARDWARE\\DEVICEMAP\\SERIALCOMM", 0, KEY_READ, &key) !=
       ERROR_SUCCESS)
-    return devices; // never had a port
+    return paths; // never had a port
   KorText port;
   for (DWORD index = 0; ReadPort(key, index, port); ++index)
-    if (!port.IsEmpty()) devices.push_back({port, {}, StateOf(port)});
+    if (!port.IsEmpty()) paths.push_back(port);
   ::RegCloseKey(key);
-  std::ranges::sort(devices, {}, [](const SerialDevice& device) {
-    return device.path.Mid(3).ToInteger(); // behind "COM"
+  std::ranges::sort(paths, {}, [](const KorText& path) {
+    return path.Mid(3).ToInteger(); // behind "COM"
   });
+  return paths;
+}
+
+std::vector<SerialDevice> ListSerialDevices() {
+  std::vector<SerialDevice> devices;
+  for (const KorText& path : ListSerialPaths())
+    devices.push_back({path, {}, StateOf(path)});
   return devices;
 }
 

@@ -5,6 +5,8 @@
 //   checked N    yes or no
 //   windows      titles and texts of all visible windows
 //   close        has the toolkit's windows close
+//   log-off      tells the hosts' windows, hidden ones as well, that the session ends; "gone" when one was before it
+//                had answered
 // Controls are found by their numbers; "none" when no visible window has it enabled.
 #include <windows.h>
 
@@ -100,6 +102,17 @@ BOOL CALLBACK CloseWindowOfToolkit(HWND window, LPARAM) {
   return TRUE;
 }
 
+BOOL CALLBACK EndSession(HWND window, LPARAM gone) {
+  wchar_t name[16] = {};
+  GetClassNameW(window, name, 16);
+  DWORD_PTR result = 0;
+  if (std::wstring(name).starts_with(L"wx") || std::wstring(name) == L"ncedl-console")
+    for (const UINT message : {WM_QUERYENDSESSION, WM_ENDSESSION})
+      if (!SendMessageTimeoutW(window, message, TRUE, 0, SMTO_NORMAL, 10'000, &result))
+        *reinterpret_cast<bool*>(gone) = true;
+  return TRUE;
+}
+
 void CarryOut(const std::string& command, int number) {
   if (command == "windows") {
     EnumWindows(TellWindow, 0);
@@ -109,6 +122,12 @@ void CarryOut(const std::string& command, int number) {
   if (command == "close") {
     EnumWindows(CloseWindowOfToolkit, 0);
     std::cout << "closed" << std::endl;
+    return;
+  }
+  if (command == "log-off") {
+    bool gone = false;
+    EnumWindows(EndSession, reinterpret_cast<LPARAM>(&gone));
+    std::cout << (gone ? "gone" : "told") << std::endl;
     return;
   }
   if (command == "key") {
@@ -134,7 +153,7 @@ int main() {
   std::string command;
   while (std::cin >> command) {
     int number = 0;
-    if (command != "windows" && command != "close") std::cin >> number;
+    if (command != "windows" && command != "close" && command != "log-off") std::cin >> number;
     CarryOut(command, number);
   }
 }

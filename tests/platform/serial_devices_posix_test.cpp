@@ -49,6 +49,9 @@ TEST(SerialDevices, AreThoseThatAreReallyThere) {
     EXPECT_EQ(found[i].stableName, wanted.stableName[0] ? path(wanted.stableName) : KorText());
     EXPECT_EQ(found[i].state, wanted.state) << wanted.name;
   }
+  std::vector<KorText> paths = ListSerialPathsIn(folder.Path());
+  std::erase(paths, path("ttyS7")); // there, as far as can be told without opening it
+  EXPECT_EQ(paths, (std::vector{path("ttyUSB9"), path("ttyUSB10"), path("ttyACM0")}));
   EXPECT_TRUE(PosixSerialPort().Open(path("ttyUSB10"))) << "looking leaves it free";
 }
 

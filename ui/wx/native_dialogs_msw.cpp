@@ -1,10 +1,33 @@
 #include "ui/wx/native_dialogs.h"
 
+#include <string_view>
+
+#include <wx/msw/private.h>
+
 namespace kor {
 
-// The system has no call that ends one from outside; they end with the program's windows.
+namespace {
+
+// The system's own, not one of the toolkit's, which has the same class; the innermost is the one that is
+// enabled.
+BOOL CALLBACK CancelIfNative(HWND window, LPARAM found) {
+  wchar_t name[16] = {};
+  ::GetClassNameW(window, name, 16);
+  if (std::wstring_view(name) != L"#32770" || wxFindWinFromHandle(window) ||
+      !::IsWindowVisible(window) || !::IsWindowEnabled(window))
+    return TRUE;
+  // A question of yes and no has no other way out than "no".
+  ::PostMessageW(window, WM_COMMAND, ::GetDlgItem(window, IDCANCEL) ? IDCANCEL : IDNO, 0);
+  *reinterpret_cast<bool*>(found) = true;
+  return TRUE;
+}
+
+} // namespace
+
 bool CancelNativeDialogs() {
-  return false;
+  bool found = false;
+  ::EnumThreadWindows(::GetCurrentThreadId(), CancelIfNative, reinterpret_cast<LPARAM>(&found));
+  return found;
 }
 
 // A modal window takes the input of those that are there before it only.
