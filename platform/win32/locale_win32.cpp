@@ -44,7 +44,14 @@ KorText Win32Locale::Time(const SystemTime& time) {
   return FromWide(text);
 }
 
+// Of the system's own texts; dates and numbers may be another country's.
 KorText Win32Locale::Language() {
+  ULONG count = 0, length = 0;
+  if (GetUserPreferredUILanguages(MUI_LANGUAGE_NAME, &count, nullptr, &length)) {
+    std::wstring names(length, L'\0'); // each ends with a zero
+    if (GetUserPreferredUILanguages(MUI_LANGUAGE_NAME, &count, names.data(), &length) && count > 0)
+      return FromWide(names.c_str());
+  }
   wchar_t name[LOCALE_NAME_MAX_LENGTH] = {};
   return GetUserDefaultLocaleName(name, LOCALE_NAME_MAX_LENGTH) ? FromWide(name) : KorText();
 }

@@ -102,6 +102,14 @@ void Add(DWORD bits, LineErrors& errors) {
   errors.breaks += (bits & CE_BREAK) != 0;
 }
 
+// Windows 11 keeps a timer's resolution only while a window of the program can be seen, unless it is told otherwise.
+void WaitPreciselyUnseen() {
+  PROCESS_POWER_THROTTLING_STATE state{};
+  state.Version = PROCESS_POWER_THROTTLING_CURRENT_VERSION;
+  state.ControlMask = PROCESS_POWER_THROTTLING_IGNORE_TIMER_RESOLUTION;
+  ::SetProcessInformation(::GetCurrentProcess(), ProcessPowerThrottling, &state, sizeof state);
+}
+
 } // namespace
 
 struct Win32SerialPort::State {
@@ -166,6 +174,7 @@ bool Win32SerialPort::Open(const KorText& name) {
   state->writesAreShort = false;
   state->gone = false;
   ::timeBeginPeriod(1);
+  WaitPreciselyUnseen();
   return true;
 }
 
