@@ -99,7 +99,10 @@ MainWindow::MainWindow(NCEApp& nceApp, const KorText& settingsName)
   CentreOnScreen();
   Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
     event.Skip();
-    CallAfter([this] { FitParts(); });
+    CallAfter([this] {
+      FitParts();
+      lower->Refresh();
+    });
   });
   // Comes, too, when the toolkit finds that a part needs another size.
   upper->Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
@@ -371,6 +374,7 @@ void MainWindow::ShowMonitorPane(bool shownNow) {
   app.SetMonitorShown(shownNow);
   lower->Layout();
   GrowToFit();
+  lower->Refresh(); // a group's frame leaves what it stood on as it was
 }
 
 void MainWindow::Recall() {

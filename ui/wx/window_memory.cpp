@@ -51,8 +51,9 @@ void WindowMemory::Restore(wxTopLevelWindow& window) const {
   const auto kept = [this](const char* what) {
     return static_cast<int>(config->ReadLong(what, 0));
   };
-  const wxRect place(kept("/Window/x"), kept("/Window/y"), kept("/Window/width"),
-                     kept("/Window/height"));
+  // The size is for another density of the screen, too.
+  const wxRect place({kept("/Window/x"), kept("/Window/y")},
+                     window.FromDIP(wxSize(kept("/Window/width"), kept("/Window/height"))));
   if (place.width > 0 && place.height > 0 && IsReachable(place)) {
     Place(window, place);
     InsistOn(window, place);
@@ -66,7 +67,7 @@ void WindowMemory::Keep(const wxTopLevelWindow& window) {
   config->Write("/Window/maximised", window.IsMaximized());
   config->Write("/Window/minimised", window.IsIconized());
   if (!window.IsMaximized() && !window.IsIconized()) {
-    const wxRect place(window.GetPosition(), window.GetClientSize());
+    const wxRect place(window.GetPosition(), window.ToDIP(window.GetClientSize()));
     config->Write("/Window/x", place.x);
     config->Write("/Window/y", place.y);
     config->Write("/Window/width", place.width);
