@@ -2,7 +2,7 @@
 ; it, by cmake/package_windows.cmake), OUTPUT, ROOT (the tree).
 ;   /S              without windows
 ;   /AllUsers, /CurrentUser   for this computer, for this user
-;   /MAIN=FOLDER    the main folder; what its KOR.INI says stays as it is
+;   /MAIN=FOLDER    the main folder; what its KOR.INI says of other folders stays as it is
 ;   /AUTOSTART      the program starts with Windows
 ;   /D=FOLDER       the programs' folder; last, without quotes
 ; and the uninstaller:
@@ -38,6 +38,7 @@ BrandingText "ncedl ${VERSION}"
 !include MultiUser.nsh
 !include MUI2.nsh
 !include FileFunc.nsh
+!include WordFunc.nsh
 !include "${FILES}"
 
 VIProductVersion "${VERSION}.0"
@@ -156,22 +157,51 @@ Function RemoveOlder
     Return
   ${EndIf}
   CopyFiles /SILENT "$1\uninstall.exe" "$PLUGINSDIR\older.exe"
+  ClearErrors
   ExecWait '"$PLUGINSDIR\older.exe" /S /UPGRADE /$MultiUser.InstallMode _?=$1' $2
+  ${If} ${Errors}
+  ${OrIf} $2 != 0 ; it has told why
+    SetErrorLevel 3
+    Quit
+  ${EndIf}
   Delete "$1\uninstall.exe"
 FunctionEnd
 
-; The data folder, program paths and configuration, by the program whose business they are.
+; The data folder, program paths and configuration, by the program whose business they are. A configuration is one user's:
+; what is for all of them is where each one's program looks without one, in the data folder.
 Function MakeMainFolder
   Call SettleMainFolder
-  ${If} ${FileExists} "$MainFolder\KOR.INI"
-    DetailPrint "$MainFolder\KOR.INI stays as it is."
-    Return
+  StrCpy $0 "$MainFolder\KOR.INI"
+  StrCpy $1 $0
+  ${If} $MultiUser.InstallMode == AllUsers
+    StrCpy $1 "$DOCUMENTS\${SUITE}\KOR.INI"
+  ${EndIf}
+  ReadRegStr $2 SHCTX "${KEY}" "MainFolder"
+  ReadINIStr $3 $1 "PROGRAM PATHS" "Main" ; after an uninstaller that has kept it
+  ${WordReplace} "$MainFolder\" "\" "/" "+" $4
+  ${If} ${FileExists} $1
+    ${If} $2 == $MainFolder
+    ${OrIf} $3 == $4
+      DetailPrint "$1 stays as it is."
+      Return
+    ${EndIf}
+  ${EndIf}
+  StrCpy $2 "" ; whether the main folder has a list already
+  ${If} ${FileExists} $0
+    StrCpy $2 "kept"
   ${EndIf}
   nsExec::ExecToLog '"$INSTDIR\ncedl-setup.exe" --main "$MainFolder" --guid $Guid'
-  Pop $0
-  ${If} $0 != 0
+  Pop $3
+  ${If} $3 != 0
     MessageBox MB_OK|MB_ICONEXCLAMATION "$(CantPrepare)" /SD IDOK
     SetErrorLevel 2
+  ${ElseIf} $0 != $1
+    CreateDirectory "$DOCUMENTS\${SUITE}"
+    CopyFiles /SILENT $0 $1
+    ${If} $2 == ""
+      Delete $0
+    ${EndIf}
+    DeleteRegKey HKCU "${CONFIGURATION}\$Guid"
   ${EndIf}
 FunctionEnd
 
@@ -203,6 +233,7 @@ Section "$(ProgramsPart)"
   CreateDirectory "$SMPROGRAMS\NCE DNC link"
   CreateShortcut "$SMPROGRAMS\NCE DNC link\Download.lnk" "$INSTDIR\ncedl.exe"
   CreateShortcut "$SMPROGRAMS\NCE DNC link\Download (console).lnk" "$INSTDIR\ncedl-console.exe"
+  CreateShortcut "$SMPROGRAMS\NCE DNC link\User guide.lnk" "$INSTDIR\docs\user-guide.html"
   CreateShortcut "$SMPROGRAMS\NCE DNC link\Documents.lnk" "$INSTDIR\docs"
   CreateShortcut "$SMPROGRAMS\NCE DNC link\NC programs.lnk" "$MainFolder\cnc"
   Call EnterInSystem
@@ -243,13 +274,16 @@ Function un.DeleteSettings
   RMDir "$APPDATA\Velmora"
   DeleteRegKey HKCU "${CONFIGURATION}\$Guid"
   DeleteRegKey /ifempty HKCU "${CONFIGURATION}"
+  DeleteRegValue HKCU "Software\${SUITE}\COMMON" "Language"
+  DeleteRegKey /ifempty HKCU "Software\${SUITE}\COMMON"
   DeleteRegKey /ifempty HKCU "Software\${SUITE}"
   DeleteRegKey /ifempty HKCU "Software\Velmora"
   Delete "$MainFolder\KOR.INI"
 FunctionEnd
 
-; What is empty of the main folder.
+; What is empty of the main folder, and the list of folders that all users have.
 Function un.RemoveMainFolder
+  Delete "$DOCUMENTS\${SUITE}\KOR.INI"
   FindFirst $0 $1 "$MainFolder\*.*"
   ${DoWhile} $1 != ""
     ${If} $1 != "."
