@@ -1,7 +1,7 @@
 # What scripts/package makes with cpack.
 set(CPACK_PACKAGE_NAME ncedl)
 set(CPACK_PACKAGE_VENDOR "the ncedl authors")
-set(CPACK_PACKAGE_CONTACT "the ncedl authors <ncedl@ncedl.example>")
+set(CPACK_PACKAGE_CONTACT ${NCEDL_MAINTAINER})
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "DNC link between a PC and the NCE controller of a cutting machine")
 set(CPACK_PACKAGE_DESCRIPTION "Keeps the programs of a sheet-metal cutting machine on a PC: sends those
 that its NCE controller asks for over a serial line, stores those that it
