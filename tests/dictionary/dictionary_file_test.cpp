@@ -48,6 +48,7 @@ TEST_F(DictionaryFile, EditingModeKeepsEverythingAndRunModeOneTextPerNumber) {
   ASSERT_TRUE(before.Save());
   const KorText saved = *app.Content(file);
   ASSERT_TRUE(dictionary.Load(file, TextHolder::kEditing, true));
+  EXPECT_EQ(dictionary.FindEntry(7)->carried, 77U);
   ASSERT_TRUE(dictionary.Save());
   EXPECT_TRUE(app.Content(file) == saved);
   ASSERT_TRUE(dictionary.Load(file, 0, true));

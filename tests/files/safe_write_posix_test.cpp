@@ -52,37 +52,31 @@ TEST_F(SafeWritePosixTest, AReplacedFileKeepsItsRights) {
       [&] { return CompressFile(path, path, false) == FileResult::Success; },
       [&] { return DecompressFile(path, path, false) == FileResult::Success; },
   };
-  // Root may give files away, others to their groups only.
-  const bool root = ::geteuid() == 0;
-  gid_t groups[64] = {::getegid()};
-  const int count = ::getgroups(64, groups);
-  const gid_t group = root ? 4321 : groups[std::max(count, 1) - 1];
-  for (const mode_t mode : {0600u, 0664u, 0640u, 0755u})
-    for (std::size_t way = 0; way < std::size(ways); ++way) {
-      app.Put(path, u"older");
-      if (way == 3) {
-        ASSERT_EQ(CompressFile(path, path, false), FileResult::Success);
-      }
-      ASSERT_EQ(::chown(path.ToUtf8().c_str(), root ? 1234 : ::geteuid(), group), 0);
-      ASSERT_EQ(::chmod(path.ToUtf8().c_str(), mode), 0);
-      const std::string rights = Rights(path.ToUtf8());
-      EXPECT_TRUE(ways[way]()) << way;
-      EXPECT_EQ(Rights(path.ToUtf8()), rights) << way;
-    }
-}
-
-TEST_F(SafeWritePosixTest, AReplacedFileKeepsItsAccessList) {
   // One user reads, the group does not, which the mode alone would grant it.
   constexpr std::string_view kList("\2\0\0\0\1\0\6\0\xFF\xFF\xFF\xFF\2\0\4\0\xD2\4\0\0"
                                    "\4\0\0\0\xFF\xFF\xFF\xFF\x10\0\4\0\xFF\xFF\xFF\xFF"
                                    "\x20\0\0\0\xFF\xFF\xFF\xFF",
                                    44);
-  app.Put(path, u"older");
-  // A file system without such lists has nothing to lose.
-  ::setxattr(path.ToUtf8().c_str(), kAccessList, kList.data(), kList.size(), 0);
-  const std::string rights = Rights(path.ToUtf8());
-  EXPECT_TRUE(Write(path));
-  EXPECT_EQ(Rights(path.ToUtf8()), rights);
+  // Root may give files away, others to their groups only.
+  const bool root = ::geteuid() == 0;
+  gid_t groups[64] = {::getegid()};
+  const int count = ::getgroups(64, groups);
+  const gid_t group = root ? 4321 : groups[std::max(count, 1) - 1];
+  const std::string name = path.ToUtf8();
+  for (const mode_t mode : {0600u, 0664u, 0640u, 0755u})
+    for (const auto& way : ways) {
+      app.Put(path, u"older");
+      if (&way == &ways[3]) {
+        ASSERT_EQ(CompressFile(path, path, false), FileResult::Success);
+      }
+      ASSERT_EQ(::chown(name.c_str(), root ? 1234 : ::geteuid(), group), 0);
+      ASSERT_EQ(::chmod(name.c_str(), mode), 0);
+      // A file system without such lists has nothing to lose.
+      if (mode == 0640) ::setxattr(name.c_str(), kAccessList, kList.data(), kList.size(), 0);
+      const std::string rights = Rights(name);
+      EXPECT_TRUE(way()) << &way - ways;
+      EXPECT_EQ(Rights(name), rights) << &way - ways;
+    }
 }
 
 TEST_F(SafeWritePosixTest, WritesWhereALinkLeadsUnlessItReplacesIt) {
