@@ -131,8 +131,8 @@ TEST_F(ControllerRunner, CarriesOutAScript) {
   const KorText file = host.app.Path(u"got.nc");
   host.app.Put(host.app.Path(u"up.nc"), u"M30\r\nG0 X1");
   host.app.Put(file + u".new", u"somebody else's");
-  EXPECT_EQ(Run(u"test\nlist\nrefuse 0\nfetch 0000123 -o \"" + file + u"\" --compare \"" +
-                host.Folder() + u"0000123.MPG\"\n" + u"expect UDL>\n" +
+  EXPECT_EQ(Run(u"wait-host 5\ntest\nlist\nrefuse 0\nfetch 0000123 -o \"" + file +
+                u"\" --compare \"" + host.Folder() + u"0000123.MPG\"\n" + u"expect UDL>\n" +
                 u"expect-exit 3 fetch 999\nexpect-part not found\nraw FH\n" +
                 u"wait 1\nexpect %% Message not recognised by HOST\n" + u"send \"" +
                 host.app.Path(u"up.nc") + u"\" --number 0000777 --read-back\nprint done\n"),
@@ -144,7 +144,7 @@ TEST_F(ControllerRunner, CarriesOutAScript) {
   EXPECT_TRUE(Printed("     1  0000123\n")) << output.str();
   EXPECT_TRUE(Printed("8 bytes in 1 frame, equal")) << output.str();
   EXPECT_TRUE(Printed("as expected: %% File 999 not found on Host Computer")) << output.str();
-  EXPECT_TRUE(Printed("12 steps")) << output.str();
+  EXPECT_TRUE(Printed("13 steps")) << output.str();
   EXPECT_EQ(diagnostics.str(), "");
 }
 
