@@ -27,7 +27,7 @@ TEST(SimpleFileWait, AnEmptyOrMissingFileMayFillForFiveSeconds) {
   const auto write = [](WaitingApp& app) {
     if (app.sleeps == 3) app.Put(app.Path(u"f"), u"text");
   };
-  const auto jump = [](WaitingApp& app) { app.Advance(-2.0); }; // the difference is unsigned
+  const auto jump = [](WaitingApp& app) { app.Advance(-0.5); }; // the difference is unsigned
   const struct {
     const char* what;
     bool isThere;

@@ -125,7 +125,6 @@ TEST_F(NcedlSetup, SaysWhatIsInTheWay) {
     std::string says;
   } kCases[] = {
       {{}, 2, "nothing to do"},
-      {{"--mian", "nc"}, 2, "there is no option --mian"},
       {{"--name", "x"}, 2, "belong to --main"},
       {{"--main", "nc", "--guid", "12"}, 2, "12: an identifier has the form"},
       {{"--port", "COM1"}, 2, "COM1: write the name, \"=\" and the device"},
@@ -137,7 +136,6 @@ TEST_F(NcedlSetup, SaysWhatIsInTheWay) {
       {{"--main", "a\\b"}, 1, "Choose a folder without it in its path"},
       {{"--main", "sealed"}, 1, "sealed/KOR.INI can't be read"},
       {{"--main", "taken"}, 1, "taken/cnc/ (CNC) can't be made"},
-      {{"--help"}, 0, "usage: ncedl-setup"},
       {{"--list"}, 0, "make one with ncedl-setup --main DIR"},
   };
   for (const auto& test : kCases) {
