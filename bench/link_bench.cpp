@@ -106,9 +106,7 @@ void BesideAnEcho(const std::string& programs, int rounds) {
   };
   double echo = 0;
   {
-    ProcessOptions options;
-    options.terminal = controller.Device();
-    const Process bare({"cat"}, options);
+    const Process bare(OnTerminal(controller.Device(), {"cat"}));
     echo = median("XYZ\r");
   }
   const Host host(folders);
@@ -174,12 +172,10 @@ void Others(const std::string& name, int baud, const std::string& text,
   fs::create_directory(folder / "in");
   PacedRelay relay(folder / "left", folder / "right", ByteTime(baud));
   ProcessOptions right, left;
-  right.terminal = folder / "right";
   right.workingFolder = folder / "in";
-  left.terminal = folder / "left";
   left.workingFolder = folder.Path();
-  Process receiving(receiver, right);
-  Process sending(sender, left);
+  Process receiving(OnTerminal(folder / "right", receiver), right);
+  Process sending(OnTerminal(folder / "left", sender), left);
   // rx throws its last acknowledgement away with the terminal's queues, so sx would repeat its end.
   const auto received = receiving.WaitForExit(Milliseconds(300000));
   const double seconds = relay.ActiveSeconds();

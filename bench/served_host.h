@@ -117,20 +117,26 @@ class Controller {
   std::uint64_t count = 0;
 };
 
+// The command with the device as its standard input and output.
+inline std::vector<std::string> OnTerminal(const std::string& device,
+                                           std::vector<std::string> command) {
+  command.insert(command.begin(), {"sh", "-c", "exec \"$@\" <>\"$0\" >&0", device});
+  return command;
+}
+
 class Host {
  public:
   // Piped, or on the terminal of a screen; program: "ncedl-console", or the window, "ncedl".
   explicit Host(const support::HostFolders& folders, const std::string& terminal = {},
                 const std::string& program = "ncedl-console") {
-    support::ProcessOptions options = folders.Options();
     std::vector<std::string> command = folders.Program(program);
-    if (terminal.empty()) {
-      options.outputFile = "/dev/null"; // a pipe that nobody reads would hold the program
+    if (terminal.empty()) { // a pipe that nobody reads would hold the program
+      command.insert(command.begin(), {"sh", "-c", "exec \"$0\" >/dev/null"});
     } else {
-      options.terminal = terminal;
       command.insert(command.begin(), {"setsid", "--ctty"});
+      command = OnTerminal(terminal, std::move(command));
     }
-    process = std::make_unique<support::Process>(command, options);
+    process = std::make_unique<support::Process>(command, folders.Options());
   }
   ~Host() {
     process->Signal(SIGTERM);

@@ -228,9 +228,7 @@ TEST_F(ConsoleE2e, AnUploadIsSyncedThenRenamedThenItsFolderIsSynced) {
 TEST_F(ConsoleE2e, AFullDiskEndsAnUploadAndLeavesTheOldProgram) {
   support::WriteWholeFile(folders.Upload("7.MPG"), "OLD\n");
   line = std::make_unique<FarEnd>(folders.Line());
-  ProcessOptions options = folders.Options();
-  options.largestFile = 100'000;
-  StartHost(folders.Program("ncedl-console"), options);
+  StartHost({"prlimit", "--fsize=100000", folders.Program("ncedl-console")[0]}, folders.Options());
   BeginUpload("7");
   const std::string block(200, 'X');
   std::string reply = ">";

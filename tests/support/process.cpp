@@ -4,16 +4,13 @@
 #include <poll.h>
 #include <signal.h>
 #include <sys/prctl.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdlib>
 #include <fstream>
-#include <initializer_list>
 #include <iterator>
 #include <stdexcept>
 #include <system_error>
@@ -44,14 +41,14 @@ Milliseconds Left(Clock::time_point until) {
                   std::chrono::duration_cast<Milliseconds>(until - Clock::now()) + Milliseconds(1));
 }
 
-std::vector<std::string> Environment(const std::map<std::string, std::string>& added) {
-  std::vector<std::string> all;
-  for (char** entry = environ; *entry != nullptr; ++entry) {
-    const std::string_view text = *entry;
-    if (!added.contains(std::string(text.substr(0, text.find('='))))) all.emplace_back(text);
-  }
-  for (const auto& [name, value] : added)
+// The program by way of env, which sets its surroundings up.
+std::vector<std::string> Command(const std::vector<std::string>& program,
+                                 const ProcessOptions& options) {
+  std::vector<std::string> all = {"env"};
+  if (!options.workingFolder.empty()) all.push_back("--chdir=" + options.workingFolder.string());
+  for (const auto& [name, value] : options.environment)
     all.push_back(name + "=" + value);
+  all.insert(all.end(), program.begin(), program.end());
   return all;
 }
 
@@ -63,12 +60,6 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
   return pointers;
 }
 
-bool Redirect(const std::string& path, int flags, std::initializer_list<int> streams) {
-  const int opened = open(path.c_str(), flags | O_NOCTTY, 0600); // NOLINT(*-vararg)
-  return opened >= 0 &&
-         std::ranges::all_of(streams, [opened](int stream) { return dup2(opened, stream) >= 0; });
-}
-
 // What a test starts dies with it, and it with the run that started it, however either ends.
 void DieWith(pid_t parent) {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
@@ -76,25 +67,13 @@ void DieWith(pid_t parent) {
 }
 
 // In the child, between fork and exec: system calls only.
-[[noreturn]] void Become(const Pipe& in, const Pipe& out, const Pipe& err,
-                         const ProcessOptions& options, pid_t parent, char* const* arguments,
-                         char* const* environment) {
+[[noreturn]] void Become(const Pipe& in, const Pipe& out, const Pipe& err, pid_t parent,
+                         char* const* arguments) {
   DieWith(parent);
   dup2(in.read, STDIN_FILENO);
   dup2(out.write, STDOUT_FILENO);
   dup2(err.write, STDERR_FILENO);
-  if (!options.terminal.empty() &&
-      !Redirect(options.terminal, O_RDWR, {STDIN_FILENO, STDOUT_FILENO}))
-    _exit(126);
-  if (!options.outputFile.empty() &&
-      !Redirect(options.outputFile, O_WRONLY | O_CREAT | O_TRUNC, {STDOUT_FILENO}))
-    _exit(126);
-  if (!options.workingFolder.empty() && chdir(options.workingFolder.c_str()) != 0) _exit(126);
-  if (options.largestFile) {
-    const rlimit limit{*options.largestFile, *options.largestFile};
-    setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  execvpe(arguments[0], arguments, environment);
+  execvp(arguments[0], arguments);
   _exit(127);
 }
 
@@ -103,16 +82,13 @@ void DieWith(pid_t parent) {
 Process::Process(const std::vector<std::string>& commandLine, const ProcessOptions& options) {
   signal(SIGPIPE, SIG_IGN); // writing to a program that has ended is no reason to end
   Pipe in, out, err;
-  std::vector<std::string> arguments = commandLine;
-  std::vector<std::string> environment = Environment(options.environment);
-  const std::vector<char*> argumentPointers = Pointers(arguments);
-  const std::vector<char*> environmentPointers = Pointers(environment);
+  std::vector<std::string> arguments = Command(commandLine, options);
+  const std::vector<char*> pointers = Pointers(arguments);
   DieWith(getppid());
   const pid_t parent = getpid();
   id = fork();
   if (id < 0) throw std::system_error(errno, std::generic_category(), "fork");
-  if (id == 0)
-    Become(in, out, err, options, parent, argumentPointers.data(), environmentPointers.data());
+  if (id == 0) Become(in, out, err, parent, pointers.data());
   Close(in.read);
   Close(out.write);
   Close(err.write);
@@ -135,12 +111,7 @@ Process::~Process() {
 
 void Process::Type(std::string_view line) {
   const std::string text = std::string(line) + "\n";
-  std::string_view rest = text;
-  while (!rest.empty()) {
-    const ssize_t written = write(input, rest.data(), rest.size());
-    if (written <= 0) return; // it has ended: the next expectation says so
-    rest.remove_prefix(static_cast<std::size_t>(written));
-  }
+  if (write(input, text.data(), text.size()) < 0) Close(input); // the next expectation says so
 }
 
 void Process::CloseInput() {
@@ -163,11 +134,11 @@ void Process::Drain(int& descriptor, std::string& to) {
 
 bool Process::Pump(Milliseconds atMost) {
   std::array<pollfd, 2> waiting{{{output, POLLIN, 0}, {diagnostics, POLLIN, 0}}};
-  if (output < 0 && diagnostics < 0) return false;
+  const bool isOpen = output >= 0 || diagnostics >= 0;
   poll(waiting.data(), waiting.size(), static_cast<int>(atMost.count()));
   Drain(output, outputText);
   Drain(diagnostics, diagnosticsText);
-  return true;
+  return isOpen;
 }
 
 const std::string& Process::Output() {
@@ -202,17 +173,11 @@ std::optional<int> Process::WaitForExit(Milliseconds atMost) {
   const auto until = Clock::now() + atMost;
   while (!exitCode) {
     int state = 0;
-    const bool more = Pump(Milliseconds(0));
-    if (waitpid(id, &state, WNOHANG) == id) {
+    if (waitpid(id, &state, WNOHANG) == id)
       exitCode = WIFEXITED(state) ? WEXITSTATUS(state) : 128 + WTERMSIG(state);
-      Pump(Milliseconds(0));
-    } else if (Clock::now() >= until) {
-      return std::nullopt;
-    } else if (more) {
-      Pump(std::min(Left(until), Milliseconds(10)));
-    } else {
-      poll(nullptr, 0, 1); // both streams are closed, the exit follows at once
-    }
+    else if (Clock::now() >= until)
+      break;
+    Pump(exitCode ? Milliseconds(0) : std::min(Left(until), Milliseconds(2)));
   }
   return exitCode;
 }

@@ -5,7 +5,6 @@
 #include <sys/types.h>
 
 #include <chrono>
-#include <cstdint>
 #include <filesystem>
 #include <map>
 #include <optional>
@@ -22,9 +21,6 @@ using Milliseconds = std::chrono::milliseconds;
 struct ProcessOptions {
   std::map<std::string, std::string> environment; // added to this process's own
   std::filesystem::path workingFolder;            // empty: this process's
-  std::optional<std::uint64_t> largestFile;       // bytes, RLIMIT_FSIZE; a longer file is EFBIG
-  std::string terminal;                           // device for standard input and output
-  std::string outputFile;                         // for standard output, instead of the pipe
 };
 
 // A running program with pipes at its three standard streams. Destroying it kills it. It dies with
