@@ -17,36 +17,23 @@
 namespace kor {
 namespace {
 
-// Sets environment variables (null: unsets) until it goes.
-class Environment {
- public:
-  ~Environment() {
-    for (const auto& [name, value] : before)
-      Put(name, value ? value->c_str() : nullptr);
-  }
-  void Set(const std::string& name, const char* value) {
-    const char* old = std::getenv(name.c_str());
-    before.try_emplace(name, old ? std::optional<std::string>(old) : std::nullopt);
-    Put(name, value);
-  }
-
- private:
-  static void Put(const std::string& name, const char* value) {
-    if (value)
-      ::setenv(name.c_str(), value, 1);
-    else
-      ::unsetenv(name.c_str());
-  }
-  std::map<std::string, std::optional<std::string>> before;
-};
-
+// A user with an environment and a home of its own.
 class PosixServicesTest : public testing::Test {
  protected:
   PosixServicesTest() {
-    for (const char* name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "NCEDL_DATA_DIR", "TMPDIR",
-                             "LC_ALL", "LC_TIME", "LC_NUMERIC", "LC_MESSAGES", "LANG", "LOCPATH"})
-      environment.Set(name, nullptr);
-    environment.Set("HOME", root.c_str());
+    for (const char* name : kVariables) {
+      const char* value = std::getenv(name);
+      saved[name] = value ? std::optional<std::string>(value) : std::nullopt;
+      Set(name, nullptr);
+    }
+    Set("HOME", root.c_str());
+  }
+  ~PosixServicesTest() override {
+    for (const auto& [name, value] : saved)
+      Set(name.c_str(), value ? value->c_str() : nullptr);
+  }
+  static void Set(const char* name, const char* value) {
+    static_cast<void>(value ? ::setenv(name, value, 1) : ::unsetenv(name));
   }
   KorText Folder(int type) {
     PosixAppInterface app{kProgramNames};
@@ -55,7 +42,10 @@ class PosixServicesTest : public testing::Test {
   }
   TestApp files;
   const std::string root = files.Path(u"data").ToUtf8();
-  Environment environment;
+  static constexpr const char* kVariables[] = {
+      "HOME",    "XDG_CONFIG_HOME", "XDG_DATA_HOME", "NCEDL_DATA_DIR", "TMPDIR", "LC_ALL",
+      "LC_TIME", "LC_NUMERIC",      "LC_MESSAGES",   "LANG",           "LOCPATH"};
+  std::map<std::string, std::optional<std::string>> saved;
 };
 
 TEST_F(PosixServicesTest, FindsItsFoldersFromTheEnvironment) {
@@ -64,23 +54,23 @@ TEST_F(PosixServicesTest, FindsItsFoldersFromTheEnvironment) {
   EXPECT_EQ(Folder(kTemporaryFolder), u"/tmp/");
   if (!files.FolderExists(u"/var/lib/ncedl")) {
     EXPECT_EQ(Folder(kDataFolder), home + u"/.local/share/" + suite);
-    environment.Set("XDG_DATA_HOME", "/x/data");
+    Set("XDG_DATA_HOME", "/x/data");
     EXPECT_EQ(Folder(kDataFolder), u"/x/data/" + suite);
   }
-  environment.Set("XDG_CONFIG_HOME", "/x/config");
-  environment.Set("NCEDL_DATA_DIR", "/srv/nc");
-  environment.Set("TMPDIR", root.c_str());
+  Set("XDG_CONFIG_HOME", "/x/config");
+  Set("NCEDL_DATA_DIR", "/srv/nc");
+  Set("TMPDIR", root.c_str());
   EXPECT_EQ(Folder(kSettingsFolder), u"/x/config/" + suite);
   EXPECT_EQ(Folder(kDataFolder), u"/srv/nc/");
   EXPECT_EQ(Folder(kTemporaryFolder), home + u"/");
-  environment.Set("XDG_CONFIG_HOME", "relative");
-  environment.Set("TMPDIR", "/no/such/folder");
+  Set("XDG_CONFIG_HOME", "relative");
+  Set("TMPDIR", "/no/such/folder");
   EXPECT_EQ(Folder(kSettingsFolder), home + u"/.config/" + suite);
   EXPECT_EQ(Folder(kTemporaryFolder), u"/tmp/");
 }
 
 TEST_F(PosixServicesTest, StartsInTheWorkingFolderWhereItsPathsFileIs) {
-  environment.Set("NCEDL_DATA_DIR", "/srv/nc");
+  Set("NCEDL_DATA_DIR", "/srv/nc");
   const auto before = std::filesystem::current_path();
   std::filesystem::current_path(root);
   EXPECT_EQ(Folder(kStartInFolder), u"/srv/nc/");
@@ -104,13 +94,13 @@ std::string InLocale(PosixAppInterface& app) {
 TEST_F(PosixServicesTest, SpeaksTheUsersLocale) {
   PosixAppInterface app{kProgramNames};
   for (const char* none : {"C", "POSIX", "xx_XX.UTF-8", ""}) { // one is not installed
-    environment.Set("LC_ALL", none);
+    Set("LC_ALL", none);
     EXPECT_EQ(InLocale(app), "01/11/2026 13:05:09 ,.0:dd/mm/yyyy|dd MMMM yyyy 0.5");
   }
   const std::string folder = files.Path(u"data/fi_FI.UTF-8").ToUtf8();
   ASSERT_EQ(std::system(("localedef -i fi_FI -f UTF-8 " + folder).c_str()), 0);
-  environment.Set("LOCPATH", root.c_str());
-  environment.Set("LC_ALL", "fi_FI.UTF-8");
+  Set("LOCPATH", root.c_str());
+  Set("LC_ALL", "fi_FI.UTF-8");
   // In a process of its own: the C library loses some bytes whenever LOCPATH is set.
   EXPECT_EXIT(
       {
@@ -130,10 +120,10 @@ TEST_F(PosixServicesTest, NamesTheUsersLanguage) {
                                                            {"POSIX", u""},
                                                            {nullptr, u""}};
   for (const auto& [value, language] : cases) {
-    environment.Set("LANG", value);
+    Set("LANG", value);
     EXPECT_EQ(app.UserLanguage(), language);
   }
-  environment.Set("LC_MESSAGES", "cs_CZ.UTF-8");
+  Set("LC_MESSAGES", "cs_CZ.UTF-8");
   EXPECT_EQ(app.UserLanguage(), u"cs-CZ");
 }
 
@@ -277,21 +267,15 @@ TEST_F(RegistryFileTest, LosesNothingToAnotherWriter) {
     EXPECT_EQ(RegistryFile(app).ReadText(key, KorText::Format(u"%i.%i", n / 10, n % 10)), u"x");
 }
 
-TEST_F(PosixServicesTest, RegistryHoldsNumbersAndTexts) {
-  environment.Set("XDG_CONFIG_HOME", (root + "/made/on/first/write").c_str());
-  PosixAppInterface app{kProgramNames};
-  app.Start(u"Download", u"2026");
-  const KorText key = AppInterface::RegistryKey(u"Configuration\\Main");
-  EXPECT_EQ(app.ReadRegistryNumber(key, u"Version"), std::nullopt);
-  EXPECT_TRUE(app.WriteRegistryNumber(key, u"Version", 4294967295));
-  EXPECT_TRUE(app.WriteRegistryText(key, u"Name", u"Workshop"));
-  EXPECT_EQ(app.ReadRegistryNumber(key, u"version"), 4294967295);
-  EXPECT_EQ(app.ReadRegistryText(key, u"Name"), u"Workshop");
-  EXPECT_EQ(app.ListRegistrySubKeys(AppInterface::RegistryKey(u"configuration")),
-            std::vector<KorText>{u"Main"});
+TEST_F(RegistryFileTest, HoldsNumbers) {
+  RegistryFile file(app);
+  app.RemoveFolder(app.Path(u"settings")); // made again on first use
+  EXPECT_EQ(file.ReadNumber(key, u"Version"), std::nullopt);
+  EXPECT_TRUE(file.WriteNumber(key, u"Version", 4294967295));
+  EXPECT_EQ(file.ReadNumber(key, u"version"), 4294967295);
   for (const char16_t* noNumber : {u"", u"x", u"-1", u"4294967296", u"99999999999999999999"}) {
-    app.WriteRegistryText(key, u"Version", noNumber);
-    EXPECT_EQ(app.ReadRegistryNumber(key, u"Version"), std::nullopt);
+    file.WriteText(key, u"Version", noNumber);
+    EXPECT_EQ(file.ReadNumber(key, u"Version"), std::nullopt);
   }
 }
 

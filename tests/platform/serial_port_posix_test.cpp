@@ -12,53 +12,39 @@
 #include <atomic>
 #include <functional>
 #include <numeric>
+#include <optional>
 #include <thread>
 
 #include "platform/posix/serial_names.h"
 #include "platform/posix/serial_rate_posix.h"
-#include "tests/support/pty_pair.h"
-#include "tests/support/test_app.h"
+#include "tests/platform/serial_port_fixture.h"
+#include "tests/support/host_process.h"
 
 namespace kor {
 namespace {
 
 using std::chrono::microseconds;
 using std::chrono::steady_clock;
+constexpr support::Milliseconds kNow{0};
 constexpr microseconds kLong{30'000'000}; // a wait that something else has to end
 
-std::span<const std::uint8_t> Bytes(const std::string& text) {
-  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
-}
-
-class SerialPortPosixTest : public testing::Test {
+class SerialPortPosixTest : public SerialPortFixture<PosixSerialPort> {
  protected:
-  void SetUp() override { ASSERT_TRUE(port.Open(cable.Device())) << ErrorText(); }
-
-  std::string ErrorText() const { return port.LastErrorText().ToUtf8(); }
-
-  std::string ReadSome() {
-    std::array<std::uint8_t, 4000> buffer{};
-    std::size_t count = 0;
-    EXPECT_TRUE(port.Read(buffer, count)) << ErrorText();
-    return {buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(count)};
+  // On a terminal as people have it: with an echo, by lines.
+  void SetUp() override {
+    termios line = Settings();
+    line.c_lflag |= ECHO | ICANON | ISIG;
+    line.c_iflag |= ICRNL;
+    line.c_oflag |= OPOST | ONLCR;
+    ASSERT_EQ(tcsetattr(tty, TCSANOW, &line), 0);
+    ASSERT_TRUE(port.Open(device)) << ErrorText();
   }
+  ~SerialPortPosixTest() override { close(tty); }
 
-  // Waits for the bytes that the far side has sent.
-  std::string ReadCount(std::size_t count) {
-    std::string received;
-    while (received.size() < count) {
-      port.WaitReadable(kLong);
-      const std::string some = ReadSome();
-      if (some.empty()) break; // neither bytes nor a wait: the test fails by what is missing
-      received += some;
-    }
-    return received;
-  }
-
-  std::size_t WriteSome(const std::string& bytes) {
-    std::size_t count = 0;
-    EXPECT_TRUE(port.Write(Bytes(bytes), count)) << ErrorText();
-    return count;
+  termios Settings() {
+    termios line{};
+    EXPECT_EQ(tcgetattr(tty, &line), 0);
+    return line;
   }
 
   // Writes until the line takes no more.
@@ -81,9 +67,9 @@ class SerialPortPosixTest : public testing::Test {
     ASSERT_TRUE(port.SetControlBlock(block)) << ErrorText();
   }
 
-  TestApp app;
-  PtyPair cable;
-  PosixSerialPort port;
+  std::optional<support::FarEnd> cable{app.Path(u"line").ToUtf8()};
+  const KorText device = cable->Device();
+  const int tty = open(device.ToUtf8().c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK); // a program's
 };
 
 TEST_F(SerialPortPosixTest, CarriesEveryByteBothWaysUnchanged) {
@@ -91,18 +77,20 @@ TEST_F(SerialPortPosixTest, CarriesEveryByteBothWaysUnchanged) {
   std::iota(all.begin(), all.end(), '\0');
   Set(u"None");
   EXPECT_EQ(WriteSome(all), all.size());
-  EXPECT_EQ(cable.Receive(all.size()), all);
-  EXPECT_EQ(cable.Send(all), all.size());
+  EXPECT_EQ(cable->Receive(all), all);
+  cable->Send(all);
   EXPECT_EQ(ReadCount(all.size()), all);
-  EXPECT_EQ(cable.ReceiveAll(), "") << "the port echoes";
+  EXPECT_EQ(cable->Receive("nothing", kNow), "") << "the port echoes";
 }
 
 TEST_F(SerialPortPosixTest, CountsWhatHasArrived) {
   LineStatus status;
   ASSERT_TRUE(port.GetStatus(status));
   EXPECT_EQ(status.inQueue, 0u);
-  EXPECT_EQ(ReadSome(), "");
-  cable.Send("0123456789");
+  std::array<std::uint8_t, 4> buffer{};
+  std::size_t count = 1;
+  EXPECT_TRUE(port.Read(buffer, count) && count == 0) << ErrorText();
+  cable->Send("0123456789");
   port.WaitReadable(kLong);
   ASSERT_TRUE(port.GetStatus(status));
   EXPECT_EQ(status.inQueue, 10u);
@@ -134,9 +122,8 @@ TEST_F(SerialPortPosixTest, SettingsReachTheSystem) {
     ASSERT_TRUE(port.BuildControlBlock(c.text, block));
     ApplyFlowControl(block, c.flow, true, true, false);
     ASSERT_TRUE(port.SetControlBlock(block)) << ErrorText();
-    termios line{};
-    ASSERT_EQ(tcgetattr(cable.FarEnd(), &line), 0);
-    EXPECT_EQ(LineRate(cable.FarEnd()), c.rate);
+    const termios line = Settings();
+    EXPECT_EQ(LineRate(tty), c.rate);
     EXPECT_EQ(line.c_cflag & (CSTOPB | PARODD | CMSPAR | CRTSCTS), c.flags);
     EXPECT_EQ(line.c_iflag, c.sendsXoff ? tcflag_t{IXOFF} : tcflag_t{0});
     EXPECT_EQ(line.c_oflag, tcflag_t{0});
@@ -155,27 +142,27 @@ TEST_F(SerialPortPosixTest, TakesRatesThatHaveNoNameAndRefusesNone) {
   DeviceControlBlock block;
   block.baudRate = 7200;
   ASSERT_TRUE(port.SetControlBlock(block)) << ErrorText();
-  EXPECT_EQ(LineRate(cable.FarEnd()), 7200u);
+  EXPECT_EQ(LineRate(tty), 7200u);
   block.baudRate = 0;
   EXPECT_FALSE(port.SetControlBlock(block));
-  EXPECT_EQ(LineRate(cable.FarEnd()), 7200u);
+  EXPECT_EQ(LineRate(tty), 7200u);
   EXPECT_FALSE(port.IsGone());
 }
 
 TEST_F(SerialPortPosixTest, IsRawBeforeItIsConfigured) {
-  cable.Send("\x03 abc\r");
+  cable->Send("\x03 abc\r");
   EXPECT_EQ(ReadCount(6), "\x03 abc\r");
-  EXPECT_EQ(cable.ReceiveAll(), "");
+  EXPECT_EQ(cable->Receive("nothing", kNow), "");
 }
 
 TEST_F(SerialPortPosixTest, NobodyElseOpensItUntilItIsClosed) {
   PosixSerialPort second;
-  EXPECT_FALSE(second.Open(cable.Device()));
+  EXPECT_FALSE(second.Open(device));
   EXPECT_EQ(second.LastErrorText(), u"In use by another program");
   EXPECT_FALSE(second.IsGone());
   EXPECT_FALSE(second.IsOpen());
   ASSERT_TRUE(port.Close());
-  EXPECT_TRUE(second.Open(cable.Device()));
+  EXPECT_TRUE(second.Open(device));
 }
 
 TEST_F(SerialPortPosixTest, WhatIsNoTerminalIsRefused) {
@@ -208,26 +195,23 @@ TEST_F(SerialPortPosixTest, AClosedPortFailsEveryStepAndOnlyWaits) {
 
 TEST_F(SerialPortPosixTest, XoffStopsTheDriverAndStillReachesTheReader) {
   Set(u"Xon/Xoff");
-  cable.Send("a\x13");
+  cable->Send("a\x13");
   EXPECT_EQ(ReadCount(2), "a\x13");
   EXPECT_EQ(Holds(), kXoffHold);
   EXPECT_EQ(WriteSome("held"), 0u);
   // Stopped in the driver as well: another descriptor's bytes don't go out either.
-  const int other = open(cable.Device().ToUtf8().c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK);
-  ASSERT_GE(other, 0);
-  EXPECT_EQ(write(other, "x", 1), -1);
-  close(other);
-  EXPECT_EQ(cable.ReceiveAll(), "");
-  cable.Send("\x11");
+  EXPECT_EQ(write(tty, "x", 1), -1);
+  EXPECT_EQ(cable->Receive("nothing", kNow), "");
+  cable->Send("\x11");
   EXPECT_EQ(ReadCount(1), "\x11");
   EXPECT_EQ(Holds(), 0u);
   EXPECT_EQ(WriteSome("free"), 4u);
-  EXPECT_EQ(cable.Receive(4), "free");
+  EXPECT_EQ(cable->Receive("free"), "free");
 }
 
 TEST_F(SerialPortPosixTest, XoffIsAnOrdinaryByteWithoutSoftwareFlowControl) {
   Set(u"Hardware");
-  cable.Send("\x13");
+  cable->Send("\x13");
   EXPECT_EQ(ReadCount(1), "\x13");
   EXPECT_EQ(Holds(), 0u);
   EXPECT_EQ(WriteSome("on"), 2u);
@@ -239,24 +223,22 @@ TEST_F(SerialPortPosixTest, AHeldLineIsUsableAgainAfterPurgeSettingAndReopening)
   const std::function<void()> ways[] = {
       [&] { EXPECT_TRUE(port.PurgeTransmit()); },
       [&] { Set(u"None"); },
-      [&] { EXPECT_TRUE(port.Close() && port.Open(cable.Device())); },
+      [&] { EXPECT_TRUE(port.Close() && port.Open(device)); },
       [&] { // a program that was killed while held
-        const int other = open(cable.Device().ToUtf8().c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK);
         port.Close();
-        tcflow(other, TCOOFF);
-        close(other);
-        EXPECT_TRUE(port.Open(cable.Device())) << ErrorText();
+        tcflow(tty, TCOOFF);
+        EXPECT_TRUE(port.Open(device)) << ErrorText();
       },
   };
   for (const auto& way : ways) {
     Set(u"Xon/Xoff");
-    cable.Send("\x13");
+    cable->Send("\x13");
     ASSERT_EQ(ReadCount(1), "\x13");
     ASSERT_EQ(Holds(), kXoffHold);
     way();
     EXPECT_EQ(Holds(), 0u);
     EXPECT_EQ(WriteSome("ok"), 2u);
-    EXPECT_EQ(cable.Receive(2), "ok");
+    EXPECT_EQ(cable->Receive("ok"), "ok");
   }
 }
 
@@ -265,11 +247,11 @@ TEST_F(SerialPortPosixTest, NeitherWriteNorCloseWaitsForAFullLine) {
   Set(u"None");
   const std::size_t taken = FillLine();
   EXPECT_GT(taken, 1000u);
-  EXPECT_EQ(cable.Receive(taken), std::string(taken, 'x'));
+  EXPECT_EQ(cable->Receive(std::string(taken, 'x')).size(), taken);
   EXPECT_EQ(WriteSome("more"), 4u) << "the line is free again";
   Set(u"Xon/Xoff");
   FillLine();
-  cable.Send("\x13");
+  cable->Send("\x13");
   ASSERT_EQ(ReadCount(1), "\x13");
   const auto start = steady_clock::now();
   EXPECT_TRUE(port.Close());
@@ -277,7 +259,7 @@ TEST_F(SerialPortPosixTest, NeitherWriteNorCloseWaitsForAFullLine) {
 }
 
 TEST_F(SerialPortPosixTest, APulledCableIsToldByEveryOperation) {
-  cable.HangUp();
+  cable.reset();
   port.WaitReadable(kLong);
   LineStatus status;
   DeviceControlBlock block;
@@ -294,25 +276,25 @@ TEST_F(SerialPortPosixTest, APulledCableIsToldByEveryOperation) {
     EXPECT_EQ(ErrorText(), "Input/output error");
   }
   EXPECT_TRUE(port.Close());
-  EXPECT_FALSE(port.Open(cable.Device()));
+  EXPECT_FALSE(port.Open(device));
   EXPECT_TRUE(port.IsGone());
 }
 
 TEST_F(SerialPortPosixTest, AReturningDeviceIsFoundBehindItsName) {
-  ASSERT_EQ(AssignSerialName(u"com3", cable.Device()), u"");
+  ASSERT_EQ(AssignSerialName(u"com3", device), u"");
   ASSERT_TRUE(port.Close() && port.Open(u"COM3")) << ErrorText();
-  cable.HangUp();
+  cable.reset();
   LineStatus status;
   EXPECT_FALSE(port.GetStatus(status));
   EXPECT_TRUE(port.Close());
   EXPECT_FALSE(port.Open(u"COM3"));
   EXPECT_TRUE(port.IsGone());
-  PtyPair back;
-  back.LinkAt(app.Path(u"settings/ports/COM3"));
+  support::FarEnd back(app.Path(u"back").ToUtf8());
+  ASSERT_EQ(AssignSerialName(u"COM3", back.Device()), u"");
   ASSERT_TRUE(port.Open(u"COM3")) << ErrorText();
   EXPECT_FALSE(port.IsGone());
   WriteSome("back");
-  EXPECT_EQ(back.Receive(4), "back");
+  EXPECT_EQ(back.Receive("back"), "back");
 }
 
 TEST_F(SerialPortPosixTest, InterruptEndsTheWaitThatRunsOrTheNextOne) {
@@ -335,7 +317,7 @@ TEST_F(SerialPortPosixTest, InterruptEndsTheWaitThatRunsOrTheNextOne) {
   const auto quiet = steady_clock::now();
   port.WaitReadable(microseconds(2000));
   EXPECT_GE(steady_clock::now() - quiet, microseconds(2000));
-  cable.Send("x");
+  cable->Send("x");
   EXPECT_EQ(ReadCount(1), "x") << "interrupts are used up, bytes still end the wait";
 }
 

@@ -3,12 +3,11 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <iostream>
 #include <numeric>
 #include <string>
 
-#include "tests/support/test_app.h"
+#include "tests/platform/serial_port_fixture.h"
 
 namespace kor {
 namespace {
@@ -16,19 +15,13 @@ namespace {
 using std::chrono::microseconds;
 using std::chrono::steady_clock;
 
-std::span<const std::uint8_t> Bytes(const std::string& text) {
-  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
-}
-
-class SerialPortWin32Check : public testing::Test {
+class SerialPortWin32Check : public SerialPortFixture<Win32SerialPort> {
  protected:
   void SetUp() override {
     ASSERT_TRUE(port.Open(u"COM1")) << ErrorText();
     Configure(u"baud=9600 parity=N data=8 stop=1", u"None");
     SetWriteLimit(10000);
   }
-
-  std::string ErrorText() const { return port.LastErrorText().ToUtf8(); }
 
   void Configure(const KorText& text, const KorText& flow) {
     ASSERT_TRUE(port.SetQueueSizes(4000, 1000)) << ErrorText();
@@ -45,12 +38,6 @@ class SerialPortWin32Check : public testing::Test {
     PortTimeouts timeouts;
     timeouts.writeConstant = milliseconds;
     ASSERT_TRUE(port.SetTimeouts(timeouts)) << ErrorText();
-  }
-
-  std::size_t WriteSome(const std::string& bytes) {
-    std::size_t count = 0;
-    EXPECT_TRUE(port.Write(Bytes(bytes), count)) << ErrorText();
-    return count;
   }
 
   // As often as it takes something, for ten seconds at most.
@@ -73,21 +60,6 @@ class SerialPortWin32Check : public testing::Test {
     return count;
   }
 
-  std::string ReadCount(std::size_t wanted) {
-    std::string received;
-    const auto until = steady_clock::now() + std::chrono::seconds(10);
-    while (received.size() < wanted && steady_clock::now() < until) {
-      port.WaitReadable(microseconds(100000));
-      std::array<std::uint8_t, 4000> buffer{};
-      std::size_t count = 0;
-      if (!port.Read(buffer, count)) break;
-      received.append(buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(count));
-    }
-    return received;
-  }
-
-  TestApp app;
-  Win32SerialPort port;
   DeviceControlBlock block;
 };
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <span>
 #include <stdexcept>
 
 namespace kor::support {
@@ -84,15 +83,8 @@ FarEnd::FarEnd(const std::string& link) {
 }
 
 void FarEnd::Send(std::string_view bytes) {
-  const auto until = std::chrono::steady_clock::now() + Milliseconds(10000);
-  std::span<const std::uint8_t> rest(reinterpret_cast<const std::uint8_t*>(bytes.data()),
-                                     bytes.size());
-  while (!rest.empty() && std::chrono::steady_clock::now() < until) {
-    std::size_t written = 0;
-    if (!terminal->Write(rest, written)) return;
-    rest = rest.subspan(written);
-    if (!rest.empty()) terminal->WaitUntil(until, false, true);
-  }
+  std::size_t written = 0;
+  terminal->Write({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, written);
 }
 
 bool FarEnd::ReadSome(PseudoTerminal::Moment until) {

@@ -56,6 +56,7 @@ class FarEnd {
   std::string Receive(std::string_view end = "\r", Milliseconds atMost = Milliseconds(10000));
   std::string Exchange(std::string_view request); // adds the CR, returns the reply without it
   void Abandon() { terminal->Abandon(); }         // a killed host has left the line
+  const KorText& Device() const { return terminal->FarEnd(); } // that the link leads to
 
  private:
   bool ReadSome(PseudoTerminal::Moment until);
