@@ -48,8 +48,7 @@ TEST_F(NcePosixTest, AnUploadReplacesALinkAndSettingsFollowTheirs) {
   fs::create_symlink("../far/none", Native(u"cnc/2.MPG.ncedl-part"));
   fs::create_symlink("../far/settings", Native(u"settings/NCE.INI"));
   link.Start();
-  link.Ask("FH 1");
-  link.Ask("TH 1");
+  link.BeginUpload("1");
   link.Ask("04NEW!00");
   EXPECT_EQ(link.Ask("]"), ">\r");
   EXPECT_EQ(link.app.Content(link.app.Path(u"cnc/1.MPG")), u"NEW\n");

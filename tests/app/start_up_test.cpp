@@ -24,13 +24,11 @@ class StartUpTest : public ::testing::Test {
 
 TEST_F(StartUpTest, WithoutProgramPathsTheMessageNamesTheCommandThatMakesThem) {
   EXPECT_FALSE(Start());
-  const auto messages = app.Messages();
-  ASSERT_FALSE(messages.empty());
-  const MessageRecord& paths = messages.back();
-  EXPECT_EQ(paths.info, u"Corrupt Installation");
-  EXPECT_EQ(paths.message, u"Unable to locate Program Paths in\n\n" + app.Path(u"data/"));
-  EXPECT_TRUE(paths.details.StartsWith(u"ncedl-setup --main "));
-  EXPECT_TRUE(Log(u"NCE.log").Contains(u"MSG:FATAL: \"Unable to locate Program Paths"));
+  ASSERT_FALSE(app.Messages().empty());
+  EXPECT_TRUE(app.Messages().back().details.StartsWith(u"ncedl-setup --main "));
+  EXPECT_TRUE(
+      Log(u"NCE.log")
+          .Contains(u"MSG:FATAL: \"Unable to locate Program Paths in\n\n" + app.Path(u"data/")));
 }
 
 TEST_F(StartUpTest, EachProgramHasALogOfItsOwn) {

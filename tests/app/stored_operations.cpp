@@ -20,8 +20,7 @@ void Start(NceLink& link, const KorText&, const StoredTexts&) {
 }
 
 bool Upload(NceLink& link, const KorText&, const StoredTexts& texts) {
-  link.Ask("FH 0000123");
-  link.Ask("TH 0000123");
+  link.BeginUpload("0000123");
   std::string rest = texts.newer.ToBytes();
   for (std::size_t end = rest.find('\n'); end != rest.npos; end = rest.find('\n')) {
     link.Send(MakeFrame(rest.substr(0, end) + "!"));
@@ -89,11 +88,6 @@ const StoredOperation kOperations[] = {
      }},
 };
 
-StoredContent Stored(NceLink& link, const KorText& path) {
-  const auto text = link.app.Content(path);
-  return text ? StoredContent(text->ToBytes()) : std::nullopt;
-}
-
 } // namespace
 
 std::span<const StoredOperation> StoredOperations() {
@@ -115,7 +109,7 @@ CutOutcome CutAfter(int changes, const StoredOperation& operation, NceLink& link
   link.app.RestoreDisk({});
   operation.prepare(link, path, texts);
   outcome.older = InflatedContent(path);
-  outcome.storedOlder = Stored(link, path);
+  outcome.storedOlder = link.app.Content(path);
   link.app.WatchDisk();
   link.app.CutPowerAfter(changes);
   outcome.success = operation.run(link, path, texts);
@@ -125,7 +119,7 @@ CutOutcome CutAfter(int changes, const StoredOperation& operation, NceLink& link
   link.Close();
   link.app.ClearFaults();
   outcome.newer = InflatedContent(path);
-  outcome.storedNewer = Stored(link, path);
+  outcome.storedNewer = link.app.Content(path);
   return outcome;
 }
 
@@ -144,7 +138,8 @@ std::string FindTorn(const StoredOperation& operation, NceLink& link, const CutO
     RemoveAbandonedParts(App().Files(), path.Left(path.FindLast(u'/')));
     const StoredContent now = InflatedContent(path);
     if (now != uncut.newer && now != uncut.older) return "torn: " + now.value_or("(none)");
-    if (cut.finished && Stored(link, path) != uncut.storedNewer) return "success, but not on disk";
+    if (cut.finished && link.app.Content(path) != uncut.storedNewer)
+      return "success, but not on disk";
     const std::string parts = PartsBeside(link, path);
     if (!parts.empty()) return "left: " + parts;
   }

@@ -27,7 +27,7 @@ StoredContent InflatedContent(const KorText& path);
 struct CutOutcome {
   bool success = false, finished = false;
   StoredContent older, newer; // inflated
-  StoredContent storedOlder, storedNewer;
+  std::optional<KorText> storedOlder, storedNewer;
   std::set<DiskImage::Files> states;
 };
 

@@ -18,9 +18,7 @@ class StoredSettingsTest : public ::testing::Test {
     link.form.RunPosted();
   }
   void Set(const char16_t* key, const char16_t* value) {
-    FormDescription form = link.link->SettingsForm();
-    form.Find(key)->value = value;
-    EXPECT_EQ(link.link->AcceptSettings(form), u"");
+    EXPECT_EQ(ChangeSetting(*link.link, key, value), u"");
   }
 
   NceLink link;

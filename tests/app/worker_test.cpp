@@ -8,165 +8,113 @@
 #include <random>
 #include <thread>
 
-#include "app/nce_frame.h"
 #include "tests/support/nce_link.h"
+#include "tools/nce_controller/session.h"
 
 namespace kor {
 namespace {
 
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
+using controller::LineState;
 
-// The controller: uploads and downloads without end, on a thread of its own.
-class Controller {
+// The controller's line, in real time and until it is stopped.
+class RealLine : public controller::Line {
  public:
-  Controller(TestApp& services, FakeSerialPort& line, const KorText& programFolder)
-      : app(services), port(line), folder(programFolder) {
-    port.SetResponder([this](std::string_view bytes) { Take(bytes); });
-    thread = std::thread([this] { Run(); });
-  }
-  ~Controller() { Stop(); }
-
-  void Stop() {
-    {
+  explicit RealLine(FakeSerialPort& toUse) : port(toUse) {
+    port.SetResponder([this](std::string_view bytes) {
       const Lock lock(mutex);
-      stopped = true;
-    }
-    changed.notify_all();
-    if (thread.joinable()) thread.join();
+      arrived += bytes;
+      changed.notify_all();
+    });
   }
-  int Uploads() const { return uploads; } // acknowledged to the end and found whole
-  int Downloads() const { return downloads; }
-  // What it waits for, and what came.
-  std::string Last() {
+  void Stop() {
     const Lock lock(mutex);
-    return asked + " -> " + received;
+    stopped = true;
+    changed.notify_all();
   }
-  // Until the next reply, for a moment at most.
+  // Until something arrives, for a moment at most.
   void WaitForReply() {
     const Lock lock(mutex);
     changed.wait_until(mutex, Clock::now() + 2ms);
   }
 
+  controller::Time Now() override { return Clock::now().time_since_epoch(); }
+  LineState Read(std::string& to, controller::Time until) override {
+    const Lock lock(mutex);
+    while (!stopped && arrived.empty())
+      if (changed.wait_until(mutex, Clock::time_point(until)) == std::cv_status::timeout) break;
+    to += std::exchange(arrived, {});
+    return stopped ? LineState::Stopped : LineState::Open;
+  }
+  LineState Write(std::string_view bytes, controller::Time, std::size_t& written) override {
+    written = bytes.size();
+    port.Deliver(bytes);
+    return LineState::Open;
+  }
+  void Abandon() override {}
+  controller::LineCounts Counts() const override { return {}; }
+  std::string FailureText() const override { return {}; }
+
  private:
-  void Take(std::string_view bytes) {
-    const Lock lock(mutex);
-    received += bytes;
-    changed.notify_all();
-  }
-
-  bool Stopped() {
-    const Lock lock(mutex);
-    return stopped;
-  }
-
-  // The reply, or nothing when none comes in time.
-  std::string Exchange(std::string_view request) {
-    const Lock lock(mutex);
-    received.clear();
-    asked = request;
-    port.Deliver(std::string(request) + "\r");
-    WaitFor("\r", 500ms);
-    return received.substr(0, received.rfind('\r')); // the end mark comes with the last frame
-  }
-
-  void WaitFor(const char* end, Clock::duration atMost) KOR_REQUIRES(mutex) {
-    const auto until = Clock::now() + atMost;
-    while (!stopped && received.find(end) == received.npos)
-      if (changed.wait_until(mutex, until) == std::cv_status::timeout) break;
-  }
-
-  // Out of an upload that broke off, and past replies that come late.
-  void Resynchronise() {
-    Exchange("]");
-    const Lock lock(mutex);
-    WaitFor("never", 100ms);
-  }
-
-  void Run() {
-    for (int round = 0; !Stopped(); ++round) {
-      if (Exchange("XYZ") != "ABCDEFGHIJKLMNOPQRSTUVWXYZ")
-        Resynchronise();
-      else if (round % 2 == 0)
-        Upload(round);
-      else
-        Download();
-    }
-  }
-
-  void Upload(int round) {
-    Exchange("FH 7");
-    if (!Exchange("TH 7").ends_with("&TH 7")) return; // the request before it was lost
-    std::string whole;
-    for (int line = 0; line < 5; ++line) {
-      const std::string text = "N" + std::to_string(line) + " X" + std::to_string(round);
-      std::string frame = MakeFrame(text + "!");
-      frame.pop_back();
-      if (Exchange(frame) != ">") return;
-      whole += text + "\n";
-    }
-    if (Exchange("02]") != ">") return;
-    EXPECT_EQ(app.Content(folder + u"7.MPG").value_or(u"(none)").ToBytes(), whole);
-    ++uploads;
-  }
-
-  void Download() {
-    if (Exchange("FH 8").find("&LP ") == std::string::npos) return;
-    std::string all;
-    while (!all.ends_with(']')) {
-      const std::string frame = Exchange(">");
-      if (frame.empty() || frame == "UDL>" || frame == ">") return; // broken off
-      if (!frame.starts_with("Download to")) all += frame;
-    }
-    if (first.empty()) first = all;
-    EXPECT_EQ(all, first);
-    ++downloads;
-  }
-
-  TestApp& app;
   FakeSerialPort& port;
-  const KorText folder;
-  std::string first;
-  std::atomic<int> uploads = 0, downloads = 0;
   Mutex mutex;
   std::condition_variable_any changed;
-  std::string asked KOR_GUARDED_BY(mutex);
-  std::string received KOR_GUARDED_BY(mutex);
+  std::string arrived KOR_GUARDED_BY(mutex);
   bool stopped KOR_GUARDED_BY(mutex) = false;
-  std::thread thread;
 };
 
 class WorkerTest : public ::testing::TestWithParam<unsigned> {
  protected:
   WorkerTest() {
-    port.SetRealWaits(true);
-    app.Put(folder + u"8.MPG", KorText(200, u'G') + u"\n" + KorText(90, u'X') + u"\n");
+    port.UseClock({});
+    app.Put(link.Folder() + u"8.MPG", KorText::FromBytes(program));
     app.Put(app.Path(u"settings/NCE.INI"),
             u"[Port Settings]\ntransmit delay=0\n[Files]\nupload path=" + uploads + u"\n");
     app.MakeFolder(uploads);
     engine = std::make_unique<NCEApp>(link.Services(true), KorText());
     engine->SetUpServices();
     engine->BuildWindow();
-    controller = std::make_unique<Controller>(app, port, uploads);
+    controller = std::thread([this] { UploadAndDownload(); });
   }
-  ~WorkerTest() override { engine->Terminate(); } // before the controller goes
+  ~WorkerTest() override {
+    StopController();
+    engine->Terminate();
+  }
+  void StopController() {
+    line.Stop();
+    if (controller.joinable()) controller.join();
+  }
+
+  // The controller, on its thread: without end, and again after everything that breaks into it.
+  void UploadAndDownload() {
+    controller::Session session(line, {.timeout = 300ms, .retries = 1000});
+    for (int round = 0;; ++round) {
+      const std::string sent = "N1 X" + std::to_string(round) + "\n" + program;
+      const controller::Verdict upload = session.Send("7", sent, false).verdict;
+      if (upload.IsDone()) {
+        EXPECT_EQ(app.Content(uploads + u"7.MPG").value_or(u"(none)").ToBytes(), sent);
+        ++stored;
+      }
+      const controller::FetchReport download = session.Fetch("8");
+      if (download.verdict.IsDone()) {
+        EXPECT_EQ(download.program, program);
+        ++fetched;
+      }
+      if (download.verdict.outcome == controller::Outcome::Stopped) return;
+    }
+  }
 
   // The window's thread at work until the condition holds; the clock goes ten times as fast.
   bool Await(const std::function<bool()>& holds) {
     for (const auto until = Clock::now() + 30s; !holds();) {
       if (Clock::now() > until) return false;
-      controller->WaitForReply();
+      line.WaitForReply();
       app.Advance(0.02);
       link.form.RunPosted();
       engine->RunDueTimers();
     }
     return true;
-  }
-
-  void SetField(const char16_t* key, const KorText& value) {
-    FormDescription changed = engine->SettingsForm();
-    changed.Find(key)->value = value;
-    engine->AcceptSettings(changed);
   }
 
   void PullDevice() {
@@ -180,7 +128,7 @@ class WorkerTest : public ::testing::TestWithParam<unsigned> {
   void Disturb(unsigned choice) {
     const bool odd = (choice / 8) % 2 != 0;
     const std::function<void()> wishes[] = {
-        [&] { SetField(u"baudrate", odd ? u"9600" : u"4800"); },
+        [&] { ChangeSetting(*engine, u"baudrate", odd ? u"9600" : u"4800"); },
         [&] { engine->SetHandshake(odd, false); },
         [&] {
           engine->SetFeatures({0, 0, odd ? 1 : 0, 0});
@@ -191,7 +139,7 @@ class WorkerTest : public ::testing::TestWithParam<unsigned> {
         [&] { PullDevice(); },
         [&] { odd ? engine->CancelUpload() : engine->CancelDownload(); },
         [&] { engine->SetMonitorShown(odd); },
-        [&] { SetField(u"write-log", odd ? u"1" : u"0"); },
+        [&] { ChangeSetting(*engine, u"write-log", odd ? u"1" : u"0"); },
     };
     wishes[choice % std::size(wishes)]();
   }
@@ -199,28 +147,29 @@ class WorkerTest : public ::testing::TestWithParam<unsigned> {
   NceLink link;
   TestApp& app = link.app;
   FakeSerialPort& port = link.port;
-  const KorText folder = link.Folder(), uploads = app.Path(u"up/");
-  std::unique_ptr<Controller> controller;
+  const KorText uploads = app.Path(u"up/");
+  const std::string program = std::string(200, 'G') + "\n" + std::string(90, 'X') + "\n";
+  RealLine line{port};
   std::unique_ptr<NCEApp> engine;
+  std::atomic<int> stored = 0, fetched = 0; // acknowledged to the end and found whole
+  std::thread controller;
 };
 
 TEST_P(WorkerTest, ServesOnWhileTheUserChangesEverythingAndEndsInTheMiddle) {
   std::minstd_rand random(GetParam());
-  const auto served = [this] { return controller->Uploads() + controller->Downloads(); };
+  const auto served = [this] { return stored + fetched; };
   for (int step = 0; step < 20; ++step) {
     Disturb(static_cast<unsigned>(random() >> 4));
     const int before = served();
     const bool waits = random() % 3 != 0; // else the next one comes on its heels
     EXPECT_TRUE(!waits || Await([&] { return served() > before; }))
-        << "after step " << step << ": " << engine->CurrentStatus().line.ToUtf8() << "; "
-        << controller->Last();
+        << "after step " << step << ": " << engine->CurrentStatus().line.ToUtf8();
   }
-  const int stored = controller->Uploads(), fetched = controller->Downloads();
   EXPECT_TRUE(
-      Await([&] { return controller->Uploads() > stored && controller->Downloads() > fetched; }));
+      Await([&, up = int{stored}, down = int{fetched}] { return stored > up && fetched > down; }));
   Disturb(static_cast<unsigned>(random() >> 4));
   engine->Terminate();
-  controller->Stop();
+  StopController();
   for (const KorText& name : app.Names(uploads))
     EXPECT_FALSE(name.EndsWith(kPartSuffix)) << name.ToUtf8();
 }
@@ -229,7 +178,7 @@ TEST_P(WorkerTest, ServesOnWhileTheUserChangesEverythingAndEndsInTheMiddle) {
 TEST(WorkerEndTest, AJobLogThatHangsDoesNotHoldTheEnd) {
   NceLink link;
   TestApp& app = link.app;
-  link.port.SetRealWaits(true);
+  link.port.UseClock({});
   std::promise<void> begun, release;
   app.Put(app.Path(u"settings/NCE.INI"),
           u"[Log]\nlog file=" + app.Path(u"jobs.log") + u"\nwrite log=1\n");

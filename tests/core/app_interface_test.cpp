@@ -143,9 +143,6 @@ TEST_F(AppInterfaceTest, HoldsFoldersWithATrailingSlash) {
     app.SetApplicationPropertyPath(type, KorText::Format(u"/folder%i", type));
   for (const int type : {7, 9, 10, 11, 12})
     EXPECT_EQ(app.GetApplicationPropertyPath(type), KorText::Format(u"/folder%i/", type));
-  app.SetApplicationPropertyPath(7, {});
-  EXPECT_EQ(app.GetApplicationPropertyPath(7), u"");
-  EXPECT_EQ(app.GetApplicationPropertyString(8), u"2026");
   app.SetProgramFolder(u"CNC", u"a/");
   app.SetProgramFolder(u"cnc", u"b/");
   EXPECT_EQ(app.GetProgramFolder(u"Cnc"), u"b/");

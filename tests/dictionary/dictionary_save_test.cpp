@@ -46,7 +46,7 @@ TEST_F(DictionarySave, AsksBeforeItGoesOnWithoutABackup) {
   EXPECT_EQ(app.Messages()[0].message, u"Unable to backup existing dictionary\n\nContinue?");
   EXPECT_EQ(app.Messages()[0].details, u"Continue");
   EXPECT_EQ(PhraseOnDisk(), u"Cancel");
-  app.SetAnswer(TextHolder::kAnswerContinue);
+  app.SetReporter([](const MessageRecord&) { return TextHolder::kAnswerContinue; });
   EXPECT_TRUE(dictionary.Save());
   EXPECT_EQ(PhraseOnDisk(), u"Give up");
 }

@@ -64,29 +64,21 @@ TEST(FlowControl, AnyOtherTextLeavesTheBlock) {
 }
 
 TEST(ControlText, EveryOfferedSettingIsUnderstood) {
-  const struct {
-    const char16_t* text;
-    std::uint32_t baud;
-    Parity parity;
-    std::uint8_t data;
-    StopBits stop;
-  } cases[] = {
-      {u"baud=110 parity=N data=7 stop=2", 110, Parity::None, 7, StopBits::Two},
-      {u"baud=300 parity=E data=8 stop=1.5", 300, Parity::Even, 8, StopBits::OnePointFive},
-      {u"baud=1200 parity=S data=8 stop=1", 1200, Parity::Space, 8, StopBits::One},
-      {u"BAUD=4800 Parity=e DATA=5 stop=1", 4800, Parity::Even, 5, StopBits::One},
-      {u"  baud=9600  parity=N data=6 stop=1 ", 9600, Parity::None, 6, StopBits::One},
-      {u"baud=115200 parity=N data=8 stop=1", 115200, Parity::None, 8, StopBits::One},
+  const std::pair<const char16_t*, DeviceControlBlock> cases[] = {
+      {u"baud=110 parity=N data=7 stop=2",
+       {.baudRate = 110, .dataBits = 7, .stopBits = StopBits::Two}},
+      {u"baud=300 parity=E data=8 stop=1.5",
+       {.baudRate = 300, .parity = Parity::Even, .stopBits = StopBits::OnePointFive}},
+      {u"baud=1200 parity=S data=8 stop=1", {.baudRate = 1200, .parity = Parity::Space}},
+      {u"BAUD=4800 Parity=e DATA=5 stop=1",
+       {.baudRate = 4800, .dataBits = 5, .parity = Parity::Even}},
+      {u"  baud=9600  parity=N data=6 stop=1 ", {.dataBits = 6}},
+      {u"baud=115200 parity=N data=8 stop=1", {.baudRate = 115200}},
   };
-  for (const auto& c : cases) {
+  for (const auto& [text, expected] : cases) {
     DeviceControlBlock block;
-    EXPECT_TRUE(ParseControlText(c.text, block)) << KorText(c.text).ToUtf8();
-    DeviceControlBlock expected;
-    expected.baudRate = c.baud;
-    expected.parity = c.parity;
-    expected.dataBits = c.data;
-    expected.stopBits = c.stop;
-    EXPECT_EQ(block, expected) << KorText(c.text).ToUtf8();
+    EXPECT_TRUE(ParseControlText(text, block)) << KorText(text).ToUtf8();
+    EXPECT_EQ(block, expected) << KorText(text).ToUtf8();
   }
 }
 

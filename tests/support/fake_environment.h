@@ -11,7 +11,6 @@ namespace kor {
 
 class FakeEnvironment : public OsEnvironment {
  public:
-  void SetUserName(const KorText& name) { user = name; }
   // The environment is empty but for these.
   void SetEnvironment(const KorText& name, const KorText& value) { variables[name] = value; }
   // All folders lie below that one: "start-in", "temp", "settings", "program" and "data".
@@ -21,7 +20,7 @@ class FakeEnvironment : public OsEnvironment {
     const auto found = variables.find(name);
     return found == variables.end() ? KorText() : found->second;
   }
-  KorText User() override { return user; }
+  KorText User() override { return u"tester"; }
   KorText System() override { return u"Test system"; }
   PropertyFolders Folders(const ProgramNames&, const KorText&) override {
     return {root + u"start-in", root + u"temp", root + u"settings", root + u"program",
@@ -32,7 +31,6 @@ class FakeEnvironment : public OsEnvironment {
 
  private:
   KorText root;
-  KorText user = u"tester";
   std::map<KorText, KorText> variables;
 };
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <utility>
 
 #include "tests/support/test_folder.h"
 
@@ -10,27 +11,24 @@ namespace kor {
 // A file of the platform with the faults of its FakeFiles in front of it.
 class TestFile : public OsFile {
  public:
-  TestFile(std::unique_ptr<OsFile> realFile, FakeFiles& owner, const KorText& path,
+  TestFile(std::unique_ptr<OsFile> realFile, FakeFiles& owner, const KorText& openedPath,
            FileAccess access)
-      : real(std::move(realFile)), app(owner), writing(access != FileAccess::Read) {
+      : real(std::move(realFile)), app(owner), path(openedPath),
+        writing(access != FileAccess::Read) {
     Lock lock(app.mutex);
     readLeft = app.readLimit;
     if (!writing || !app.disk) return;
     node = app.disk->Open(path);
     if (access == FileAccess::Write) node->seen.clear();
-    if (access == FileAccess::Append) at = node->seen.size();
   }
   ~TestFile() override = default;
 
   std::size_t Read(std::span<std::uint8_t> to) override {
-    if (!readLeft || to.size() <= *readLeft) {
-      const std::size_t count = real->Read(to);
-      if (readLeft) *readLeft -= count;
-      return count;
-    }
-    const std::size_t count = real->Read(to.first(static_cast<std::size_t>(*readLeft)));
-    *readLeft -= count;
-    app.SetLastError(FakeFiles::kDeviceFault);
+    const bool faulty = readLeft && to.size() > *readLeft;
+    const std::size_t count =
+        real->Read(faulty ? to.first(static_cast<std::size_t>(*readLeft)) : to);
+    if (readLeft) *readLeft -= count;
+    if (faulty) app.SetLastError(FakeFiles::kDeviceFault);
     return count;
   }
 
@@ -38,15 +36,14 @@ class TestFile : public OsFile {
     if (!app.MayChange()) return 0;
     const std::size_t allowed = app.TakeWriteBudget(from.size());
     const std::size_t count = real->Write(from.first(allowed));
+    Lock lock(app.mutex);
+    if (node) node->seen = app.Content(path)->ToBytes();
     if (allowed < from.size()) app.SetLastError(FakeFiles::kDiskFull);
-    See(from.first(count));
     return count;
   }
 
   std::optional<std::uint64_t> Seek(std::int64_t offset, bool fromEnd) override {
-    const auto moved = app.failSeek ? std::nullopt : real->Seek(offset, fromEnd);
-    if (moved) at = static_cast<std::size_t>(*moved);
-    return moved;
+    return app.failSeek ? std::nullopt : real->Seek(offset, fromEnd);
   }
 
   std::optional<std::uint64_t> Size() override {
@@ -54,8 +51,7 @@ class TestFile : public OsFile {
   }
 
   bool Sync() override {
-    if (!app.MayChange()) return false;
-    if (app.failSync) {
+    if (!app.MayChange() || app.failSync) {
       app.SetLastError(FakeFiles::kDeviceFault);
       return false;
     }
@@ -65,28 +61,18 @@ class TestFile : public OsFile {
   }
 
   bool Close() override {
-    const bool counts = writing && !closed;
-    closed = true;
-    const bool allowed = !counts || app.MayChange();
+    const bool counts = writing && !std::exchange(closed, true);
     const bool done = real->Close();
-    if (!counts || !app.failClose) return done && allowed;
+    if (!counts || (app.MayChange() && !app.failClose)) return done;
     app.SetLastError(FakeFiles::kDeviceFault);
     return false;
   }
 
  private:
-  void See(std::span<const std::uint8_t> bytes) {
-    Lock lock(app.mutex);
-    if (!node) return;
-    node->seen.resize(std::max(node->seen.size(), at + bytes.size()));
-    std::copy(bytes.begin(), bytes.end(), node->seen.begin() + static_cast<std::ptrdiff_t>(at));
-    at += bytes.size();
-  }
-
   std::unique_ptr<OsFile> real;
   FakeFiles& app;
   DiskImage::NodePtr node; // null: not watched
-  std::size_t at = 0;
+  const KorText path;
   bool writing;
   bool closed = false;
   std::optional<std::uint64_t> readLeft;
@@ -220,11 +206,8 @@ bool FakeFiles::Remove(const KorText& path) {
 }
 
 bool FakeFiles::Rename(const KorText& from, const KorText& to) {
-  if (failRename) {
-    SetLastError(kAccessDenied);
-    return false;
-  }
-  if (!MayChange() || !PlatformFiles::Rename(from, to)) return false;
+  if (failRename) SetLastError(kAccessDenied);
+  if (failRename || !MayChange() || !PlatformFiles::Rename(from, to)) return false;
   Lock lock(mutex);
   if (disk) disk->Rename(from, to);
   return true;

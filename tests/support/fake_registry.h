@@ -2,7 +2,6 @@
 #pragma once
 
 #include <map>
-#include <utility>
 #include <variant>
 
 #include "services/core/os_registry.h"
@@ -28,39 +27,34 @@ class FakeRegistry : public OsRegistry {
     Lock lock(mutex);
     std::vector<KorText> names;
     for (const auto& [stored, content] : values) {
-      const KorText& known = stored.first;
-      if (!known.StartsWithNoCase(key + u"\\")) continue;
-      const KorText below = known.Mid(key.Length() + 1);
-      const KorText name = below.Left(below.Find(u'\\'));
+      if (!stored.StartsWithNoCase(key + u"\\")) continue;
+      const KorText below = stored.Mid(key.Length() + 1);
+      const KorText name = below.Left(below.View().find_first_of(u"\\\n"));
       if (names.empty() || !names.back().EqualsNoCase(name)) names.push_back(name);
     }
     return names;
   }
 
  private:
-  using Name = std::pair<KorText, KorText>; // key, value
-  struct FoldedOrder {
-    bool operator()(const Name& a, const Name& b) const {
-      const int order = a.first.CompareNoCase(b.first);
-      return order != 0 ? order < 0 : a.second.CompareNoCase(b.second) < 0;
-    }
+  struct NoCase {
+    bool operator()(const KorText& a, const KorText& b) const { return a.CompareNoCase(b) < 0; }
   };
   using Stored = std::variant<std::uint32_t, KorText>;
 
   template <class Kind> std::optional<Kind> Read(const KorText& key, const KorText& value) {
     const Lock lock(mutex);
-    const auto found = values.find({key, value});
+    const auto found = values.find(key + u"\n" + value);
     if (found == values.end() || !std::holds_alternative<Kind>(found->second)) return std::nullopt;
     return std::get<Kind>(found->second);
   }
   bool Write(const KorText& key, const KorText& value, const Stored& content) {
     const Lock lock(mutex);
-    values[{key, value}] = content;
+    values[key + u"\n" + value] = content;
     return true;
   }
 
   Mutex mutex;
-  std::map<Name, Stored, FoldedOrder> values KOR_GUARDED_BY(mutex);
+  std::map<KorText, Stored, NoCase> values KOR_GUARDED_BY(mutex); // "key\nvalue"
 };
 
 } // namespace kor

@@ -87,11 +87,10 @@ bool FakeSerialPort::SetControlBlock(const DeviceControlBlock& newBlock) {
   return true;
 }
 
-bool FakeSerialPort::SetTimeouts(const PortTimeouts& newTimeouts) {
+bool FakeSerialPort::SetTimeouts(const PortTimeouts& timeouts) {
   Lock lock(mutex);
-  if (!Begin("SetTimeouts")) return false;
-  timeouts = newTimeouts;
-  return true;
+  return Begin("SetTimeouts", std::to_string(timeouts.readInterval) + " " +
+                                  std::to_string(timeouts.writeConstant));
 }
 
 bool FakeSerialPort::GetStatus(LineStatus& status) {
@@ -131,7 +130,6 @@ bool FakeSerialPort::Write(std::span<const std::uint8_t> from, std::size_t& writ
     taken.assign(from.begin(), from.begin() + static_cast<std::ptrdiff_t>(writtenCount));
     written += taken;
     queued += writtenCount;
-    if (loopBack && !taken.empty()) deliveries.push_back(taken);
     answer = responder;
     changed.notify_all();
   }
@@ -164,9 +162,9 @@ bool FakeSerialPort::Close() {
 
 void FakeSerialPort::WaitReadable(std::chrono::microseconds atMost) {
   Lock lock(mutex);
-  if (realWaits) return WaitRealTime(atMost);
+  if (!clockAdvance) return WaitRealTime(atMost);
   const bool ready = std::exchange(interrupted, false) || (open && !deliveries.empty());
-  if (!ready && clockAdvance) clockAdvance(std::chrono::duration<double>(atMost).count());
+  if (!ready) clockAdvance(std::chrono::duration<double>(atMost).count());
 }
 
 void FakeSerialPort::WaitRealTime(std::chrono::microseconds atMost) {

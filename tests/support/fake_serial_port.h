@@ -1,8 +1,8 @@
 // FakeSerialPort: a scripted serial line for tests, benchmarks and fuzzing. The script says what
 // the far side and the system do; the record says what the code under test did.
 //
-// Time: WaitReadable moves the clock given with UseClock by what it was told to wait; nothing really waits
-// unless SetRealWaits is on.
+// Time: WaitReadable moves the clock given with UseClock by what it was told to wait; without one it waits
+// in real time.
 //
 // Threads: every member may be called from any thread. The responder runs on the writing thread.
 #pragma once
@@ -45,8 +45,6 @@ class FakeSerialPort : public SerialPort {
   void SetWriteLimit(std::size_t bytes) { Set(&Self::writeLimit, bytes); }
   // Reported by one GetStatus.
   void SetLineErrors(const LineErrors& errors) { Set(&Self::lineErrors, errors); }
-  // What is written arrives.
-  void SetLoopBack(bool plugged) { Set(&Self::loopBack, plugged); }
   // Called after each Write with the bytes it took, without the lock: plays the far side.
   void SetResponder(std::function<void(std::string_view)> newResponder) {
     Set(&Self::responder, std::move(newResponder));
@@ -57,18 +55,15 @@ class FakeSerialPort : public SerialPort {
   // Away: every operation fails with text and IsGone() is true. An open port stays dead when the
   // device comes back; it must be closed and opened again.
   void SetPresent(bool isPresent, const KorText& text = u"No such device");
-  // WaitReadable waits for Deliver or Interrupt in real time.
-  void SetRealWaits(bool real) { Set(&Self::realWaits, real); }
 
   // --- Record ---------------------------------------------------------------------------------
-  std::string Written() const { return Get(&Self::written); } // all bytes that Write took
-  std::string TakeWritten();                                  // the same, and starts afresh
-  // Calls in order: the operation, and for some an argument: "Open COM1", "SetQueueSizes 4000
-  // 1000", "BuildControlBlock baud=...", "Write 12" (the bytes offered); GetStatus and Read are left out.
+  std::string TakeWritten(); // all bytes that Write took since the last call
+  // Calls in order: the operation, and for some what it was given: "Open COM1", "SetQueueSizes 4000
+  // 1000", "BuildControlBlock baud=...", "SetTimeouts 0 10000" (of reading a byte, of a write), "Write 12"
+  // (the bytes offered); GetStatus and Read are left out.
   std::vector<std::string> Calls() const { return Get(&Self::calls); }
   void ClearCalls() { Set(&Self::calls, {}); }
   DeviceControlBlock Block() const { return Get(&Self::block); } // last one set
-  PortTimeouts Timeouts() const { return Get(&Self::timeouts); } // last ones set
 
   // --- SerialPort -----------------------------------------------------------------------------
   bool Open(const KorText& name) override;
@@ -116,8 +111,6 @@ class FakeSerialPort : public SerialPort {
   std::uint32_t holds KOR_GUARDED_BY(mutex) = 0;
   LineErrors lineErrors KOR_GUARDED_BY(mutex);
   bool stalled KOR_GUARDED_BY(mutex) = false;
-  bool loopBack KOR_GUARDED_BY(mutex) = false;
-  bool realWaits KOR_GUARDED_BY(mutex) = false;
   std::function<void(std::string_view)> responder KOR_GUARDED_BY(mutex);
   std::map<std::string, Fault> faults KOR_GUARDED_BY(mutex);
   bool present KOR_GUARDED_BY(mutex) = true;
@@ -129,7 +122,6 @@ class FakeSerialPort : public SerialPort {
   bool interrupted KOR_GUARDED_BY(mutex) = false;
   KorText errorText KOR_GUARDED_BY(mutex);
   DeviceControlBlock block KOR_GUARDED_BY(mutex);
-  PortTimeouts timeouts KOR_GUARDED_BY(mutex);
   std::string written KOR_GUARDED_BY(mutex);
   std::size_t queued KOR_GUARDED_BY(mutex) = 0;
   std::vector<std::string> calls KOR_GUARDED_BY(mutex);

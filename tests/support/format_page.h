@@ -2,8 +2,8 @@
 // the text behind them.
 #pragma once
 
-#include <algorithm>
 #include <fstream>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -45,11 +45,10 @@ inline std::vector<PageExample> ReadExamples(const std::string& page, const std:
 
 // Of "46 48 0D | FH.".
 inline std::string PageBytes(std::string_view line) {
-  const std::size_t bar = std::min(line.find('|'), line.size());
+  std::istringstream numbers(std::string(line.substr(0, line.find('|'))));
   std::string bytes;
-  for (std::size_t at = line.find_first_not_of(' '); at < bar;
-       at = line.find_first_not_of(' ', at + 2))
-    bytes += static_cast<char>(std::stoi(std::string(line.substr(at, 2)), nullptr, 16));
+  for (int byte = 0; numbers >> std::hex >> byte;)
+    bytes += static_cast<char>(byte);
   return bytes;
 }
 

@@ -25,6 +25,13 @@ class WatchedNce : public NCEApp {
   int clientSteps = 0;
 };
 
+// Has one field of the settings form changed; what is wrong with it.
+inline KorText ChangeSetting(DownloadApp& app, const char16_t* key, const KorText& value) {
+  FormDescription form = app.SettingsForm();
+  form.Find(key)->value = value;
+  return app.AcceptSettings(form);
+}
+
 class NceLink {
  public:
   NceLink() {
@@ -82,10 +89,19 @@ class NceLink {
   // A request and its CR.
   std::string Ask(std::string_view request) { return Send(std::string(request) + "\r"); }
 
-  // The same, past the transmit delay.
-  std::string AskLater(std::string_view request) {
-    Ask(request);
-    app.Advance(30);
+  // A download up to its first frame, which is returned; an upload up to its first line.
+  std::string BeginDownload(const std::string& number) {
+    Ask("FH " + number);
+    Ask(">");
+    return Ask(">");
+  }
+  std::string BeginUpload(const std::string& number) { // named by the last download request
+    Ask("FH " + number);
+    return Ask("TH " + number);
+  }
+  // Lets that time pass; what the link has sent since it was last asked.
+  std::string After(double seconds) {
+    app.Advance(seconds);
     link->RunDueTimers();
     Run();
     return port.TakeWritten();

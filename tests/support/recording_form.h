@@ -22,15 +22,12 @@ class RecordingForm : public FormDialog {
   }
   void ShowEndedJob(const EndedJob& job) override { jobs.push_back(job); }
   void AppendMonitor(const KorText& text) override { monitor += text; }
-  void SetTitle(const KorText& newTitle) override { titles.push_back(newTitle); }
+  void SetTitle(const KorText& newTitle) override { title = newTitle; }
   void ShowEndDialog(EndDialog which, bool shown) override { endDialogs[which] = shown; }
   void SetJobButtons(JobButtons state) override { buttons = state; }
-  void ShowSpecialButton() override { specialShown = true; }
-  bool RunForm(FormDescription& form) override { return onForm && onForm(form); }
-  std::optional<KorText> ChooseFile(const FileChoice& choice) override {
-    choices.push_back(choice);
-    return chosen;
-  }
+  void ShowSpecialButton() override {}
+  bool RunForm(FormDescription&) override { return false; }
+  std::optional<KorText> ChooseFile(const FileChoice&) override { return std::nullopt; }
   void ShowMessage(const KorText& caption, const KorText& text, MessageStyle style) override {
     messages.push_back({caption, text, style});
   }
@@ -51,7 +48,6 @@ class RecordingForm : public FormDialog {
         task();
     }
   }
-  KorText Title() const { return titles.empty() ? KorText() : titles.back(); }
   // The codes of the statuses shown, in order, without repeats.
   std::vector<std::int32_t> Codes() const {
     std::vector<std::int32_t> codes;
@@ -65,13 +61,9 @@ class RecordingForm : public FormDialog {
   StatusView last;
   std::vector<EndedJob> jobs;
   KorText monitor;
-  std::vector<KorText> titles;
+  KorText title;
   std::map<EndDialog, bool> endDialogs;
   JobButtons buttons = JobButtons::Enabled;
-  bool specialShown = false;
-  std::function<bool(FormDescription&)> onForm;
-  std::vector<FileChoice> choices;
-  std::optional<KorText> chosen;
   std::vector<Message> messages;
 
  private:

@@ -34,8 +34,6 @@ class TestApp : public AppInterface,
   std::vector<MessageRecord> Messages() { return Copy(&TestApp::messages); }
   std::vector<Warning> Warnings() { return Copy(&TestApp::warnings); }
   void ForgetReports();
-  // What Report answers instead of the record's number.
-  void SetAnswer(std::optional<std::int32_t> toGive) { answer = toGive; }
 
   // --- AppInterface ---
   OsFiles& Files() override { return *this; }
@@ -61,7 +59,6 @@ class TestApp : public AppInterface,
     const Lock lock(testMutex);
     return this->*list;
   }
-  std::optional<std::int32_t> answer;
   Mutex testMutex;
   std::vector<MessageRecord> messages KOR_GUARDED_BY(testMutex);
   std::vector<Warning> warnings KOR_GUARDED_BY(testMutex);
