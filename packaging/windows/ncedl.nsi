@@ -167,6 +167,14 @@ Function RemoveOlder
   Delete "$1\uninstall.exe"
 FunctionEnd
 
+; What ncedl-setup has registered, and the keys above it when they hold nothing else.
+!macro FORGET_CONFIGURATION
+  DeleteRegKey HKCU "${CONFIGURATION}\$Guid"
+  DeleteRegKey /ifempty HKCU "${CONFIGURATION}"
+  DeleteRegKey /ifempty HKCU "Software\${SUITE}"
+  DeleteRegKey /ifempty HKCU "Software\Velmora"
+!macroend
+
 ; The data folder, program paths and configuration, by the program whose business they are. A configuration is one user's:
 ; what is for all of them is where each one's program looks without one, in the data folder.
 Function MakeMainFolder
@@ -201,7 +209,7 @@ Function MakeMainFolder
     ${If} $2 == ""
       Delete $0
     ${EndIf}
-    DeleteRegKey HKCU "${CONFIGURATION}\$Guid"
+    !insertmacro FORGET_CONFIGURATION
   ${EndIf}
 FunctionEnd
 
@@ -272,12 +280,9 @@ Function un.DeleteSettings
   Delete "$APPDATA\${SUITE}\*.window"
   RMDir "$APPDATA\${SUITE}"
   RMDir "$APPDATA\Velmora"
-  DeleteRegKey HKCU "${CONFIGURATION}\$Guid"
-  DeleteRegKey /ifempty HKCU "${CONFIGURATION}"
   DeleteRegValue HKCU "Software\${SUITE}\COMMON" "Language"
   DeleteRegKey /ifempty HKCU "Software\${SUITE}\COMMON"
-  DeleteRegKey /ifempty HKCU "Software\${SUITE}"
-  DeleteRegKey /ifempty HKCU "Software\Velmora"
+  !insertmacro FORGET_CONFIGURATION
   Delete "$MainFolder\KOR.INI"
 FunctionEnd
 
