@@ -116,7 +116,7 @@ TEST_F(ShippedDictionary, TheCodesOwnWordsAreItsEnglish) {
     for (const auto& file : std::filesystem::recursive_directory_iterator(root)) {
       if (!file.is_regular_file()) continue;
       for (const Use& use : UsesIn(ReadSource(file.path())))
-        expect(file.path(), use);
+        expect(file.path().string(), use);
     }
   }
   // A text with a name, and a table that counts its numbers itself.

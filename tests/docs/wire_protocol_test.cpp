@@ -2,6 +2,7 @@
 // replies with the page. The page itself says how its examples are written.
 #include <gtest/gtest.h>
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -43,14 +44,13 @@ class Host {
 
  private:
   void Switch(const std::string& option) {
-    if (option == "strip-pc-zeros")
-      features.stripPcZeros = 1;
-    else if (option == "strip-nce-zeros")
-      features.stripNceZeros = 1;
-    else if (option == "autoload")
-      features.autoloadSequential = 1;
-    else if (option == "hybrid")
-      features.hybridNumber = 1;
+    static const std::map<std::string, std::int32_t SpecialFeatures::*> kFeatures = {
+        {"strip-pc-zeros", &SpecialFeatures::stripPcZeros},
+        {"strip-nce-zeros", &SpecialFeatures::stripNceZeros},
+        {"autoload", &SpecialFeatures::autoloadSequential},
+        {"hybrid", &SpecialFeatures::hybridNumber}};
+    if (kFeatures.contains(option))
+      features.*kFeatures.at(option) = 1;
     else if (option == "500")
       commandLine = u"500";
     else if (option == "upload-folder-unwritable")

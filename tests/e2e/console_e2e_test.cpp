@@ -57,10 +57,20 @@ class ConsoleE2e : public testing::Test {
   void BeginUpload(const std::string& number) {
     line->Exchange("FH " + number); // an upload is named by the last download request
     ASSERT_EQ(line->Exchange("TH 1"), "Upload from NCE  in progress. &TH " + number);
+    ASSERT_EQ(line->Exchange("04NEW!5C"), ">");
+  }
+  // By its own steps and within a second, whatever it does and the line does.
+  void ExpectEnd(const std::function<void()>& wish) {
+    const Clock::time_point begin = Clock::now();
+    wish();
+    EXPECT_EQ(host->WaitForExit(), 0) << host->Diagnostics();
+    EXPECT_LT(Clock::now() - begin, std::chrono::seconds(1));
   }
   void Quit() {
-    host->Type("quit");
-    EXPECT_EQ(host->WaitForExit(), 0) << host->Diagnostics();
+    ExpectEnd([this] { host->Type("quit"); });
+  }
+  void Terminate() {
+    ExpectEnd([this] { host->Signal(SIGTERM); });
   }
 
   HostFolders folders{NCEDL_PROGRAMS};
@@ -68,7 +78,6 @@ class ConsoleE2e : public testing::Test {
   std::unique_ptr<Process> host;
 };
 
-// Whatever the line does, the program ends within a second by its own steps.
 TEST_F(ConsoleE2e, EndsWithinASecondInEveryStateByEveryWay) {
   support::WriteWholeFile(folders.Download("0000123.MPG"), Program(40000));
   const struct {
@@ -82,22 +91,15 @@ TEST_F(ConsoleE2e, EndsWithinASecondInEveryStateByEveryWay) {
       {"a line that never drains",
        [this] { host->Type("send " + folders.Download("0000123.MPG")); }},
   };
-  const std::pair<const char*, std::function<void()>> ways[] = {
-      {"quit", [this] { host->Type("quit"); }},
-      {"SIGINT", [this] { host->Signal(SIGINT); }},
-      {"SIGTERM", [this] { host->Signal(SIGTERM); }},
-  };
-  for (const auto& state : states) {
-    for (const auto& [way, end] : ways) {
-      SCOPED_TRACE(std::string(state.name) + ", " + way);
+  const std::function<void()> ways[] = {[this] { Quit(); }, [this] { Terminate(); },
+                                        [this] { ExpectEnd([this] { host->Signal(SIGINT); }); }};
+  for (const auto& state : states)
+    for (const auto& end : ways) {
+      SCOPED_TRACE(std::string(state.name) + ", way " + std::to_string(&end - ways));
       StartServing();
       state.reach();
-      const Clock::time_point begin = Clock::now();
       end();
-      EXPECT_EQ(host->WaitForExit(), 0) << host->Diagnostics();
-      EXPECT_LT(Clock::now() - begin, std::chrono::seconds(1));
     }
-  }
   EXPECT_EQ(folders.UploadNames(), std::vector<std::string>());
 }
 
@@ -110,18 +112,13 @@ TEST_F(ConsoleE2e, EndsWithinASecondWhateverIsQueued) {
   StartServing();
   line->Send(requests);
   ASSERT_TRUE(host->Expect(" 8 Download Preparation"));
-  Clock::time_point begin = Clock::now();
-  host->Signal(SIGTERM);
-  EXPECT_EQ(host->WaitForExit(), 0) << host->Diagnostics();
-  EXPECT_LT(Clock::now() - begin, std::chrono::seconds(1)) << "requests";
+  Terminate();
   StartServing();
   for (int i = 0; i < 60; ++i) {
     host->Type("send " + folders.Download("1.MPG"));
     host->Type("cancel");
   }
-  begin = Clock::now();
   Quit();
-  EXPECT_LT(Clock::now() - begin, std::chrono::seconds(1)) << "commands";
 }
 
 TEST_F(ConsoleE2e, AFloodOfInputTakesNoMemoryAndDoesNotHoldTheEnd) {
@@ -135,10 +132,7 @@ TEST_F(ConsoleE2e, AFloodOfInputTakesNoMemoryAndDoesNotHoldTheEnd) {
   const std::string memory =
       support::ReadWholeFile("/proc/" + std::to_string(host->Id()) + "/statm");
   EXPECT_LT(std::stol(memory.substr(memory.find(' '))), 100'000) << "pages";
-  const Clock::time_point begin = Clock::now();
-  host->Signal(SIGTERM);
-  EXPECT_EQ(host->WaitForExit(), 0);
-  EXPECT_LT(Clock::now() - begin, std::chrono::seconds(1));
+  Terminate();
 }
 
 TEST_F(ConsoleE2e, WithoutStandardStreamsNothingButTheProtocolGoesOut) {
@@ -155,12 +149,10 @@ TEST_F(ConsoleE2e, WithoutStandardStreamsNothingButTheProtocolGoesOut) {
   line->Receive("never", Milliseconds(100));
   for (int i = 0; i < 3; ++i) {
     BeginUpload("7");
-    ASSERT_EQ(line->Exchange("04NEW!5C"), ">");
     ASSERT_EQ(line->Exchange("]"), ">");
     EXPECT_EQ(support::ReadWholeFile(folders.Upload("7.MPG")), "NEW\n");
   }
-  host->Signal(SIGTERM);
-  EXPECT_EQ(host->WaitForExit(), 0);
+  Terminate();
 }
 
 TEST_F(ConsoleE2e, NoProgramWritesItsTextIntoTheFilesThatItOpens) {
@@ -192,7 +184,6 @@ TEST_F(ConsoleE2e, AKilledUploadLeavesTheOldProgramAndTheNextStartCleansUp) {
   support::WriteWholeFile(folders.Upload("7.MPG"), "OLD\n");
   StartServing();
   BeginUpload("7");
-  ASSERT_EQ(line->Exchange("04NEW!5C"), ">");
   host->Signal(SIGKILL);
   ASSERT_EQ(host->WaitForExit(), 128 + SIGKILL);
   line->Abandon();
@@ -215,7 +206,6 @@ TEST_F(ConsoleE2e, AnUploadIsSyncedThenRenamedThenItsFolderIsSynced) {
   options.environment["ASAN_OPTIONS"] = "detect_leaks=0"; // it looks for leaks by tracing, too
   StartHost(traced, options);
   BeginUpload("7");
-  ASSERT_EQ(line->Exchange("04NEW!5C"), ">");
   ASSERT_EQ(line->Exchange("02]"), ">");
   Quit();
   const std::regex order(R"(sync\(\d+<[^>]*/up/7\.MPG\.[^>]*>\) += 0\n)"
@@ -268,8 +258,7 @@ TEST_F(ConsoleE2e, ADeviceThatVanishesIsServedAgainWhenItIsBack) {
   EXPECT_EQ(reply, kAlphabet);
   EXPECT_LT(Clock::now() - back, std::chrono::seconds(2));
   EXPECT_EQ(host->Diagnostics(), reports);
-  host->Signal(SIGTERM);
-  EXPECT_EQ(host->WaitForExit(), 0);
+  Terminate();
 }
 
 TEST_F(ConsoleE2e, SettingsOfNonsenseGiveDefaultsAndAreReplacedAtTheEnd) {
