@@ -139,7 +139,7 @@ TEST_F(DictionaryFile, AReadErrorIsNoDictionary) {
 TEST_F(DictionaryFile, EntriesWithoutAnImportanceKeepTheDefault) {
   std::string older = ReadByteExamples("dictionary.md", "dictionary").at(0);
   older.erase(older.find("\xEA\x07\x0B\x15") + 4, 4);
-  for (const std::size_t size : {20, 24, 62, 66}) // of the two records around it
+  for (const std::size_t size : {20U, 24U, 62U, 66U}) // of the two records around it
     older[size] = static_cast<char>(older[size] - 4);
   Put(KorText::FromBytes(older));
   ASSERT_TRUE(dictionary.Load(file, TextHolder::kEditing, true));
