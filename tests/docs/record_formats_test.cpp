@@ -7,21 +7,13 @@
 #include <tuple>
 
 #include "app/nce_app.h"
+#include "tests/files/file_test_support.h"
 #include "tests/support/format_page.h"
 #include "tests/support/record_samples.h"
 #include "tests/support/test_app.h"
 
 namespace kor {
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
-
-std::vector<Bytes> ReadRecordExamples(const std::string& page) {
-  std::vector<Bytes> examples;
-  for (const std::string& bytes : ReadByteExamples(page, "record"))
-    examples.emplace_back(bytes.begin(), bytes.end());
-  return examples;
-}
 
 // What the first example of record-stream.md holds.
 struct Mixed {
@@ -53,11 +45,13 @@ struct Mixed {
 TEST(RecordFormats, TheStreamsExamplesAreWhatIsWrittenAndRead) {
   TestApp app;
   RegisterSamples();
-  const auto examples = ReadRecordExamples("record-stream.md");
+  const auto examples = ReadByteExamples("record-stream.md", "record");
   ASSERT_EQ(examples.size(), 2u);
   Mixed written, read{0, 0, 0, {}, {}, {}, {}, {}, {}};
-  EXPECT_EQ(WriteRecords({}, [&](DiskFile& file) { written.Transfer(file); }), examples[0]);
-  EXPECT_EQ(ReadRecords(examples[0], {}, [&](DiskFile& file) { read.Transfer(file); }), 0u);
+  EXPECT_EQ(WriteRecords({}, [&](DiskFile& file) { written.Transfer(file); }),
+            BytesOf(examples[0]));
+  EXPECT_EQ(ReadRecords(BytesOf(examples[0]), {}, [&](DiskFile& file) { read.Transfer(file); }),
+            0u);
   EXPECT_EQ(std::tie(read.small, read.negative, read.real, read.text, read.list),
             std::tie(written.small, written.negative, written.real, written.text, written.list));
   ASSERT_NE(read.saw, nullptr);
@@ -71,21 +65,22 @@ TEST(RecordFormats, TheStreamsExamplesAreWhatIsWrittenAndRead) {
     file.EndRecord();
   };
   const RecordFormat wide{{77}, true, 1};
-  EXPECT_EQ(WriteRecords(wide, moveNumber), examples[1]);
+  EXPECT_EQ(WriteRecords(wide, moveNumber), BytesOf(examples[1]));
   number = 0;
-  EXPECT_EQ(ReadRecords(examples[1], wide, moveNumber), 0u);
+  EXPECT_EQ(ReadRecords(BytesOf(examples[1]), wide, moveNumber), 0u);
   EXPECT_EQ(number, 11u);
 }
 
 TEST(RecordFormats, TheSettingsExampleIsANewProgramsRecord) {
   TestApp app;
-  const auto examples = ReadRecordExamples("settings-record.md");
+  const auto examples = ReadByteExamples("settings-record.md", "record");
   ASSERT_EQ(examples.size(), 1u);
   NCEApp program;
-  EXPECT_EQ(WriteRecords({}, [&](DiskFile& file) { file.TransferObject(program); }), examples[0]);
+  EXPECT_EQ(WriteRecords({}, [&](DiskFile& file) { file.TransferObject(program); }),
+            BytesOf(examples[0]));
 
   // The port's "1" made a "7", and the last option set.
-  Bytes changed = examples[0];
+  Bytes changed = BytesOf(examples[0]);
   changed[36] = 1;
   changed[62] = '7';
   EXPECT_EQ(ReadRecords(changed, {}, [&](DiskFile& file) { file.TransferObject(program); }), 0u);

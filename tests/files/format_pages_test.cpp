@@ -8,36 +8,30 @@
 namespace kor {
 namespace {
 
-std::vector<Bytes> ByteExamples(const std::string& page, const std::string& word) {
-  std::vector<Bytes> examples;
-  for (const std::string& bytes : ReadByteExamples(page, word))
-    examples.push_back(BytesOf(bytes));
-  return examples;
-}
-
 class FormatPages : public FileTest {};
 
 TEST_F(FormatPages, CompressedFilesAreWrittenAndReadAsShown) {
-  const std::vector<Bytes> examples = ByteExamples("compressed-file.md", "container");
+  const auto examples = ReadByteExamples("compressed-file.md", "container");
   ASSERT_EQ(examples.size(), 2u);
   const Bytes text = BytesOf("N10 G00 X5\r\nN20 M30\r\n");
-  for (const Bytes& example : examples) {
-    SimpleFile file(Put(u"f", example));
+  for (const std::string& example : examples) {
+    SimpleFile file(Put(u"f", AsBytes(example)));
     ASSERT_TRUE(file.Open(kFileRead, false, true));
     EXPECT_EQ(file.ReadAll(), text);
   }
   ASSERT_EQ(CompressFile(Put(u"f", text), app.Path(u"g"), false), FileResult::Success);
-  EXPECT_EQ(Get(app.Path(u"g")), examples[0]);
+  EXPECT_EQ(Get(app.Path(u"g")), BytesOf(examples[0]));
 }
 
 TEST_F(FormatPages, LegacyBuffersAreReadAsShown) {
-  const std::vector<Bytes> encoded = ByteExamples("legacy-buffer.md", "legacy");
-  const std::vector<Bytes> outputs = ByteExamples("legacy-buffer.md", "output");
+  const auto encoded = ReadByteExamples("legacy-buffer.md", "legacy");
+  const auto outputs = ReadByteExamples("legacy-buffer.md", "output");
   ASSERT_EQ(encoded.size(), 2u);
   ASSERT_EQ(outputs.size(), 2u);
   for (std::size_t i = 0; i < encoded.size(); ++i) {
     std::int32_t declared = 0;
-    EXPECT_EQ(TextOf(DecodeLegacyBuffer(encoded[i], declared).Bytes()), TextOf(outputs[i]));
+    EXPECT_EQ(TextOf(DecodeLegacyBuffer(BytesOf(encoded[i]), declared).Bytes()),
+              KorText::FromBytes(outputs[i]));
   }
   EXPECT_TRUE(app.Warnings().empty());
 }
