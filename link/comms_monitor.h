@@ -13,9 +13,8 @@ class CommsMonitor {
  public:
   // poll: one pass, true when it should be called again at once. wait: the pause after an idle pass;
   // it ends when wakeUp is called from another thread. last: what the thread does before it ends.
-  CommsMonitor(
-      std::function<bool()> poll, std::function<void()> wait, std::function<void()> wakeUp,
-      std::function<void()> last = [] {});
+  CommsMonitor(std::function<bool()> poll, std::function<void()> wait, std::function<void()> wakeUp,
+               std::function<void()> last);
   ~CommsMonitor(); // waits for the thread however long it takes
   CommsMonitor(const CommsMonitor&) = delete;
   CommsMonitor& operator=(const CommsMonitor&) = delete;

@@ -143,12 +143,10 @@ TEST_F(ProgramPathsTest, JoinsTheSubFolderOfReportsWithItsOwnSeparator) {
 
 class ConfigurationsTest : public ProgramPathsTest {
  protected:
-  Configuration Put(const KorText& path, bool isDefault = false, std::uint32_t version = 1,
-                    bool withFile = true) {
+  Configuration Put(const KorText& path, std::uint32_t version = 1, bool withFile = true) {
     Configuration entry;
     entry.name = u"Name";
     entry.path = path;
-    entry.isDefault = isDefault;
     entry.version = version;
     if (withFile) app.Put(NormalisedFolder(path) + kPathsFileName, u"[PROGRAM PATHS]\n");
     return RegisterConfiguration(entry).value();
@@ -166,7 +164,7 @@ class ConfigurationsTest : public ProgramPathsTest {
 TEST_F(ConfigurationsTest, ListsFoldersThatHoldTheFileOnce) {
   const KorText a = app.Path(u"a/"), b = app.Path(u"b/"), pub = app.PublicDocumentsFolder();
   EXPECT_EQ(Put(a).guid.Length(), 38u);
-  EXPECT_NE(Put(b, false, 1, false).guid, Put(a).guid);
+  EXPECT_NE(Put(b, 1, false).guid, Put(a).guid);
   const auto raw = [&](const char16_t* name, const KorText& path) {
     const KorText key = ConfigurationKey(ConfigurationKind::Configuration, name);
     app.WriteRegistryText(key, u"Path", path);
@@ -215,8 +213,8 @@ TEST_F(ConfigurationsTest, SettleTheStartInFolder) {
   EXPECT_EQ(settle(data), data); // nothing is set up
   app.Put(data + kPathsFileName, u"");
   EXPECT_EQ(settle(data), data);
-  Put(app.Path(u"old"), false, 1);
-  Put(app.Path(u"new"), false, 2);
+  Put(app.Path(u"old"), 1);
+  Put(app.Path(u"new"), 2);
   EXPECT_EQ(settle(data), app.Path(u"new/"));
   app.RemoveFile(app.Path(u"new/KOR.INI")); // moved away
   EXPECT_EQ(settle(data), app.Path(u"old/"));

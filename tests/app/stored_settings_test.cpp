@@ -92,7 +92,12 @@ TEST_F(StoredSettingsTest, ADeviceThatIsNoComPortIsUsedOnceAndCostsNoOtherSettin
 }
 
 TEST_F(StoredSettingsTest, AnEmptyObjectOfTheRegistryHarmsNothing) {
-  NCEApp empty;
+  RegisterStoredClasses();
+  RegisterStoredClasses(); // the second time does no harm either
+  EXPECT_EQ(ClassRegistry::Global().Create(100091201)->ClassId(), 100091201u);
+  const auto made = ClassRegistry::Global().Create(103090701);
+  auto& empty = dynamic_cast<NCEApp&>(*made);
+  EXPECT_EQ(empty.ClassId(), 103090701u);
   empty.SetUpServices();
   empty.BuildWindow();
   empty.SettingsDialog();
@@ -109,6 +114,7 @@ TEST_F(StoredSettingsTest, AnEmptyObjectOfTheRegistryHarmsNothing) {
   }
   EXPECT_EQ(empty.CurrentStatus().code, LinkStatus::NoLink);
   empty.Terminate();
+  EXPECT_TRUE(link.app.Warnings().empty());
 }
 
 // As a power cut after the change finds them; the settings folder of a new user isn't there yet.
@@ -189,14 +195,6 @@ TEST_F(StoredSettingsTest, EveryCutOfTheRecordGivesTheDefaultsOrTheSettings) {
   }
   EXPECT_TRUE(link.form.messages.empty());
   EXPECT_TRUE(link.app.Messages().empty());
-}
-
-TEST_F(StoredSettingsTest, TheStoredClassesAreRegisteredUnderTheirNumbers) {
-  RegisterStoredClasses();
-  RegisterStoredClasses();
-  EXPECT_EQ(ClassRegistry::Global().Create(100091201)->ClassId(), 100091201u);
-  EXPECT_EQ(ClassRegistry::Global().Create(103090701)->ClassId(), 103090701u);
-  EXPECT_TRUE(link.app.Warnings().empty());
 }
 
 } // namespace

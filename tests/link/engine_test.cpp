@@ -93,6 +93,12 @@ TEST_F(EngineTest, ReportsALastingFailureOnceUntilItSucceeds) {
   link.port.Fail("GetStatus", 5, u"Busy");
   EXPECT_EQ(poll(50), 2u);
   EXPECT_EQ(link.form.messages[0].caption, u"Comms Status Check");
+  link.port.Fail("GetStatus", 0);
+  link.port.Fail("Read", 3, u"Torn");
+  link.port.Deliver("XYZ\r");
+  EXPECT_EQ(poll(5), 3u);
+  EXPECT_EQ(link.form.messages[2].caption, u"Read Data");
+  EXPECT_EQ(link.Code(), 2);
 }
 
 TEST_F(EngineTest, ServesAgainWhenALostDeviceIsBack) {
@@ -224,8 +230,7 @@ TEST_F(EngineTest, TheRoleDecidesWhatServingBeginsWith) {
     EXPECT_EQ(fresh.form.buttons, c.buttons);
     EXPECT_EQ(fresh.link->Timers().IsStarted(u"DownloadApp::PingNow"), c.code == 30);
     fresh.link->Timers().Start(u"DownloadApp::EndOfServe", fresh.app.HighResolutionSeconds());
-    fresh.app.Advance(60);
-    fresh.link->RunDueTimers();
+    fresh.After(60);
     EXPECT_EQ(fresh.Watched().clientSteps, c.code == 30 ? 2 : 0);
   }
 }

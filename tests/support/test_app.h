@@ -6,6 +6,9 @@
 // the settings of faults, which belong before the code under test starts.
 #pragma once
 
+#include <type_traits>
+#include <vector>
+
 #include "services/core/app_interface.h"
 #include "tests/support/fake_clock.h"
 #include "tests/support/fake_environment.h"
@@ -27,13 +30,27 @@ class TestApp : public AppInterface,
     friend bool operator==(const Warning&, const Warning&) = default;
   };
 
-  TestApp();
-  ~TestApp() override;
+  TestApp() : AppInterface(kProgramNames) {
+    SetFoldersBelow(Root());
+    Start(u"Download", u"2026");
+    for (const int type :
+         {kStartInFolder, kTemporaryFolder, kSettingsFolder, kProgramFolder, kDataFolder})
+      FakeFiles::MakeFolder(GetApplicationPropertyPath(type));
+    SetApp(this);
+  }
+  ~TestApp() override {
+    OpenLog({});
+    SetApp(nullptr);
+  }
 
   // --- What was reported ---
   std::vector<MessageRecord> Messages() { return Copy(&TestApp::messages); }
   std::vector<Warning> Warnings() { return Copy(&TestApp::warnings); }
-  void ForgetReports();
+  void ForgetReports() {
+    const Lock lock(testMutex);
+    messages.clear();
+    warnings.clear();
+  }
 
   // --- AppInterface ---
   OsFiles& Files() override { return *this; }
@@ -51,13 +68,24 @@ class TestApp : public AppInterface,
   using AppInterface::SetLastError;
   using AppInterface::SyncFolder;
   using FakeClock::SleepMilliseconds;
-  std::int32_t Report(const MessageRecord& record) override;
-  void DebugWarning(const KorText& message, const KorText& info) override;
+  std::int32_t Report(const MessageRecord& record) override {
+    Add(&TestApp::messages, record);
+    return AppInterface::Report(record);
+  }
+  void DebugWarning(const KorText& message, const KorText& info) override {
+    Add(&TestApp::warnings, {message, info});
+    AppInterface::DebugWarning(message, info);
+  }
 
  private:
   template <class List> List Copy(List TestApp::*list) {
     const Lock lock(testMutex);
     return this->*list;
+  }
+  template <class Item>
+  void Add(std::vector<Item> TestApp::*list, const std::type_identity_t<Item>& item) {
+    const Lock lock(testMutex);
+    (this->*list).push_back(item);
   }
   Mutex testMutex;
   std::vector<MessageRecord> messages KOR_GUARDED_BY(testMutex);
