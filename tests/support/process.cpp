@@ -7,7 +7,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <fstream>
@@ -19,6 +18,7 @@ namespace kor::support {
 namespace {
 
 using Clock = std::chrono::steady_clock;
+constexpr Milliseconds kPause(2); // of one wait; what comes ends it at once
 
 struct Pipe {
   int read = -1, write = -1;
@@ -34,11 +34,6 @@ struct Pipe {
 void Close(int& descriptor) {
   if (descriptor >= 0) close(descriptor);
   descriptor = -1;
-}
-
-Milliseconds Left(Clock::time_point until) {
-  return std::max(Milliseconds(0),
-                  std::chrono::duration_cast<Milliseconds>(until - Clock::now()) + Milliseconds(1));
 }
 
 // The program by way of env, which sets its surroundings up.
@@ -161,7 +156,7 @@ bool Process::Expect(std::string_view text, Milliseconds atMost) {
       return true;
     }
     if (!more || Clock::now() >= until) return false;
-    Pump(Left(until));
+    Pump(kPause);
   }
 }
 
@@ -177,7 +172,7 @@ std::optional<int> Process::WaitForExit(Milliseconds atMost) {
       exitCode = WIFEXITED(state) ? WEXITSTATUS(state) : 128 + WTERMSIG(state);
     else if (Clock::now() >= until)
       break;
-    Pump(exitCode ? Milliseconds(0) : std::min(Left(until), Milliseconds(2)));
+    Pump(exitCode ? Milliseconds(0) : kPause);
   }
   return exitCode;
 }
