@@ -404,11 +404,13 @@ TEST_F(NceAppTest, SimulationAcknowledgesItsOwnFrames) {
 TEST_F(NceAppTest, SpecialFeaturesFollowTheRulesOfTheirDialog) {
   link.Start();
   link.link->SetFeatures({1, 0, 1, 0});
+  EXPECT_TRUE(link.form.specialShown);
   FormDescription form = link.link->SpecialForm();
   KorText values;
   for (const char16_t* key : {u"autoload", u"strip-pc", u"strip-nce", u"hybrid"})
     values += form.Find(key)->value;
   EXPECT_EQ(values, u"1010");
+  EXPECT_EQ(form.Find(u"hybrid")->group, u"Autoload Options");
   link.link->SetFeatures({});
   const auto enabled = [&](const char16_t* autoload, const char16_t* hybrid) {
     form.Find(u"autoload")->value = autoload;

@@ -96,7 +96,7 @@ TEST_F(EngineTest, ReportsALastingFailureOnceUntilItSucceeds) {
   link.port.Fail("GetStatus", 0);
   link.port.Fail("Read", 3, u"Torn");
   link.port.Deliver("XYZ\r");
-  EXPECT_EQ(poll(5), 3u);
+  ASSERT_EQ(poll(5), 3u);
   EXPECT_EQ(link.form.messages[2].caption, u"Read Data");
   EXPECT_EQ(link.Code(), 2);
 }

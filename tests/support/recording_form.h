@@ -25,7 +25,7 @@ class RecordingForm : public FormDialog {
   void SetTitle(const KorText& newTitle) override { title = newTitle; }
   void ShowEndDialog(EndDialog which, bool shown) override { endDialogs[which] = shown; }
   void SetJobButtons(JobButtons state) override { buttons = state; }
-  void ShowSpecialButton() override {}
+  void ShowSpecialButton() override { specialShown = true; }
   bool RunForm(FormDescription&) override { return false; }
   std::optional<KorText> ChooseFile(const FileChoice&) override { return std::nullopt; }
   void ShowMessage(const KorText& caption, const KorText& text, MessageStyle style) override {
@@ -64,6 +64,7 @@ class RecordingForm : public FormDialog {
   KorText title;
   std::map<EndDialog, bool> endDialogs;
   JobButtons buttons = JobButtons::Enabled;
+  bool specialShown = false;
   std::vector<Message> messages;
 
  private:
