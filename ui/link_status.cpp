@@ -53,7 +53,7 @@ using enum Pattern;
 using enum LinkStatus;
 constexpr auto kStill = Traffic::None, kComing = Traffic::Coming, kRunning = Traffic::Running;
 constexpr auto kIdle = LinkActivity::Idle, kBusy = LinkActivity::Busy, kDone = LinkActivity::Done,
-               kBad = LinkActivity::Failed;
+               kStopped = LinkActivity::Cancelled, kBad = LinkActivity::Failed;
 constexpr bool kEnds = true, kGoesOn = false;
 
 // clang-format off
@@ -74,8 +74,8 @@ constexpr std::array kRows{
     Row{Uploading, Counted, u"Uploading %s - %i bytes received.", kGoesOn, kRunning, kBusy, kReceiving},
     Row{DownloadErrors, Named, u"Download Error(s)", kEnds, kStill, kBad, kFailed},
     Row{UploadErrors, Named, u"Upload Error(s)", kEnds, kStill, kBad, kFailed},
-    Row{DownloadCancelled, Named, u"Download Cancelled", kEnds, kStill, kDone, kCancelled},
-    Row{UploadCancelled, Named, u"Upload Cancelled", kEnds, kStill, kDone, kCancelled},
+    Row{DownloadCancelled, Named, u"Download Cancelled", kEnds, kStill, kStopped, kCancelled},
+    Row{UploadCancelled, Named, u"Upload Cancelled", kEnds, kStill, kStopped, kCancelled},
     Row{DownloadCompleted, Counted, u"Download Completed %s - %i bytes", kEnds, kStill, kDone, kSent},
     Row{UploadCompleted, Counted, u"Upload Completed %s - %i bytes in file.", kEnds, kStill, kDone, kReceived},
     Row{AutoloadCutting, Named, u"Autoload Cutting", kEnds, kStill, kDone, kNoPhrase},

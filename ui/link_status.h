@@ -58,7 +58,7 @@ constexpr std::int32_t NumberOf(LinkStatus status) {
 }
 
 // What a display tells at a glance, by colour or sign.
-enum class LinkActivity { NoLink, Idle, Busy, Done, Failed };
+enum class LinkActivity { NoLink, Idle, Busy, Done, Cancelled, Failed };
 
 // What the status texts are filled with.
 struct StatusFacts {

@@ -822,7 +822,7 @@ TEST(LinkStatusTest, TellsFromAfarWhatGoesOn) {
       {LinkStatus::Downloading, u"/n.c/0000123.MPG", u"Sending 0000123", LinkActivity::Busy},
       {LinkStatus::Uploading, u"C:\\nc\\.5", u"Receiving .5", LinkActivity::Busy},
       {LinkStatus::DownloadCantOpen, u"/n.c/7", u"Not found: 7", LinkActivity::Failed},
-      {LinkStatus::UploadCancelled, u"", u"the line", LinkActivity::Done},
+      {LinkStatus::UploadCancelled, u"", u"the line", LinkActivity::Cancelled},
       {LinkStatus::LoopBackTest, u"/nc/1.MPG", u"the line", LinkActivity::Idle},
       {static_cast<LinkStatus>(39), u"/nc/1.MPG", u"the line", LinkActivity::Idle},
   };

@@ -14,10 +14,11 @@ constexpr int kLeastLines = 5;
 
 // "✓  13:05:12   0000123.MPG   Download Completed - 500 bytes"
 KorText JobText(const EndedJob& job) {
+  const bool done = ActivityOf(job.code) == LinkActivity::Done;
   const StatusWords apart = TakeApart(job.line, job.fileName);
   const KorText name = apart.name.IsEmpty() ? KorText() : apart.name + u"   ";
-  return KorText::Format(u"%s  %02i:%02i:%02i   %s%s", job.Failed() ? u"\u2717" : u"\u2713",
-                         job.time.hour, job.time.minute, job.time.second, name, apart.words);
+  return KorText::Format(u"%s  %02i:%02i:%02i   %s%s", done ? u"\u2713" : u"\u2717", job.time.hour,
+                         job.time.minute, job.time.second, name, apart.words);
 }
 
 bool SameDay(const SystemTime& a, const SystemTime& b) {
@@ -33,9 +34,14 @@ JobList::JobList(wxWindow* parent)
   SetMinSize({GetCharWidth() * kLeastColumns, GetCharHeight() * kLeastLines});
 }
 
+void JobList::BeginDay(const SystemTime& today) {
+  if (SameDay(today, day)) return;
+  day = today;
+  Clear();
+}
+
 void JobList::Add(const EndedJob& job) {
-  if (!SameDay(job.time, newest)) Clear();
-  newest = job.time;
+  BeginDay(job.time);
   Insert(ToWx(JobText(job)), 0);
   if (GetCount() > kMostJobs) Delete(GetCount() - 1);
   EnsureVisible(0); // the list stays where it was, below what is new

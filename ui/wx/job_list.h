@@ -1,5 +1,5 @@
-// JobList: the jobs of the day, newest first: result, time, program, what was done. A job of another day
-// begins a new list. Window's thread.
+// JobList: the jobs of the day, newest first: result, time, program, what was done. Each day begins a new
+// list. Window's thread.
 #pragma once
 
 #include <wx/listbox.h>
@@ -13,9 +13,10 @@ class JobList : public wxListBox {
   static constexpr unsigned int kMostJobs = 1000; // the oldest goes
   explicit JobList(wxWindow* parent);
   void Add(const EndedJob& job);
+  void BeginDay(const SystemTime& today); // nothing happens while it is the day of the list
 
  private:
-  SystemTime newest;
+  SystemTime day;
 };
 
 } // namespace kor

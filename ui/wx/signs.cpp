@@ -159,6 +159,7 @@ Sign SignOf(LinkActivity activity) {
     return Sign::Busy;
   case LinkActivity::Done:
     return Sign::Done;
+  case LinkActivity::Cancelled: // only a part may have arrived
   case LinkActivity::Failed:
     break;
   }
