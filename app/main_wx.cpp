@@ -6,7 +6,9 @@
 #include <utility>
 
 #include <wx/app.h>
+#include <wx/log.h>
 #include <wx/msgdlg.h>
+#include <wx/timer.h>
 
 #include "app/main_common.h"
 #include "app/nce_app.h"
@@ -18,6 +20,7 @@
 #include "platform/serial_devices.h"
 #include "services/core/app_interface.h"
 #include "services/core/text_lookup.h"
+#include "ui/wx/display_loss.h"
 #include "ui/wx/one_window.h"
 #include "ui/wx/program_icon.h"
 #include "ui/wx/timer_pump.h"
@@ -42,13 +45,46 @@ constexpr double kEndPeriod = 0.2; // seconds between two looks whether a signal
 
 volatile std::sig_atomic_t endAsked = 0;
 
-// Before there is a window, and after it.
+// Before there is a window, and after it. Who asks the program to end need not read it.
+void ShowPlainly(const KorText& caption, const KorText& text) {
+  struct Look : wxTimer {
+    void Notify() override {
+      if (endAsked != 0) CancelInnermostModal();
+    }
+  } look;
+  look.Start(static_cast<int>(kEndPeriod * 1000));
+  ShowAlone(caption, text);
+}
+
 void ReportPlainly(AppInterface& application) {
   application.SetReporter([](const MessageRecord& record) {
-    ShowAlone(record.info, ReportText(record));
+    ShowPlainly(record.info, ReportText(record));
     return record.number;
   });
 }
+
+// What the toolkit has to say goes into the application's log: its own windows would stand in the way.
+class ToolkitLog : public wxLog {
+ public:
+  ToolkitLog() : before(SetActiveTarget(this)) { wxSetAssertHandler(&OnAssertion); }
+  ~ToolkitLog() override {
+    wxDisableAsserts();
+    SetActiveTarget(before);
+  }
+  ToolkitLog(const ToolkitLog&) = delete;
+  ToolkitLog& operator=(const ToolkitLog&) = delete;
+
+ protected:
+  void DoLogText(const wxString& text) override { App().DebugWarning(FromWx(text), u"toolkit"); }
+
+ private:
+  static void OnAssertion(const wxString& file, int line, const wxString&,
+                          const wxString& condition, const wxString&) {
+    App().DebugWarning(FromWx(condition), KorText::Format(u"%s:%i", FromWx(file), line));
+  }
+
+  wxLog* const before;
+};
 
 // Which port is looked for, what is there, and when it is tried again.
 KorText LinkAdvice(const KorText& port) {
@@ -71,6 +107,7 @@ class WindowRun {
 
   // The loop is the toolkit's; its result is the exit code.
   int Run(const std::function<int()>& loop, const std::function<void()>& exitLoop);
+  // A signal, or the window was closed: no question. The loops unwind in their own time.
   void End();
   // The desktop's session ends, and the process with it.
   [[noreturn]] void EndAtOnce();
@@ -80,7 +117,10 @@ class WindowRun {
   void Leave();
   void Show();
   bool MayClose();
+  [[noreturn]] void SaveAndExit(); // nothing unwinds, no window is touched
+  static void EndWithoutDisplay();
 
+  static WindowRun* serving; // while its loop runs
   PlatformSerialPort port;
   WxFrontEnd frontEnd;
   NCEApp app;
@@ -90,6 +130,8 @@ class WindowRun {
   bool asking = false;
   bool ending = false;
 };
+
+WindowRun* WindowRun::serving = nullptr;
 
 void WindowRun::Show() {
   window = new MainWindow(app, app.ModelName());
@@ -131,9 +173,18 @@ void WindowRun::End() {
 // a message.
 void WindowRun::EndAtOnce() {
   if (window) End();
+  SaveAndExit();
+}
+
+void WindowRun::SaveAndExit() {
   App().SetReporter({});
+  frontEnd.Detach();
   app.Terminate();
   std::_Exit(0);
+}
+
+void WindowRun::EndWithoutDisplay() {
+  if (serving) serving->SaveAndExit();
 }
 
 void WindowRun::Leave() {
@@ -155,11 +206,14 @@ int WindowRun::Run(const std::function<int()>& loop, const std::function<void()>
     if (endAsked != 0) End();
     awake.Set(app.RunningExchange().has_value());
   });
+  serving = this;
+  CallWhenDisplayIsLost(&EndWithoutDisplay);
   int result = 0;
   {
     TimerPump pump(app.Timers(), [this](auto task) { frontEnd.Post(std::move(task)); });
     result = loop();
   }
+  serving = nullptr;
   instance.SetOnRaise({});
   ReportPlainly(App());
   app.Terminate();
@@ -187,12 +241,14 @@ int WindowProgram::OnRun() {
   wxUpdateUIEvent::SetMode(wxUPDATE_UI_PROCESS_SPECIFIED);
   PlatformAppInterface application(kProgramNames);
   SetApp(&application);
+  const ToolkitLog toolkitLog;
   ReportPlainly(application);
   KorText error;
   const auto program = StartProgram(application, commandLine, error);
-  if (!error.IsEmpty()) ShowAlone(u"Download", error);
+  if (!error.IsEmpty()) ShowPlainly(u"Download", error);
   if (!program) return 0; // intended: a program that can't start ends without an error code
   WindowRun run(commandLine, program->cncFolder);
+  // The end of the desktop's session: these events, a signal, or a display that goes.
   Bind(wxEVT_QUERY_END_SESSION, [](wxCloseEvent&) {}); // no question
   Bind(wxEVT_END_SESSION, [&run](wxCloseEvent&) { run.EndAtOnce(); });
   return run.Run([this] { return wxApp::OnRun(); }, [this] { ExitMainLoop(); });

@@ -40,6 +40,7 @@ const std::vector<Layer>& Layers() {
       {"ui/console/", {"ui/console/", "app/", "link/", "ui/", "services/"}, {}},
       {"ui/wx/", {"ui/wx/", "app/", "link/", "ui/", "services/"}, {"wx/"}},
       {"ui/wx/accessible_gtk", {"ui/wx/", "services/core/"}, {"wx/", "gtk/"}},
+      {"ui/wx/display_loss_gtk", {"ui/wx/"}, {"gdk/"}},
       {"ui/wx/native_look_gtk", {"ui/wx/"}, {"gtk/"}},
       {"ui/wx/native_dialogs_gtk", {"ui/wx/"}, {"wx/", "gtk/"}},
       {"ui/wx/program_icon_gtk", {"ui/wx/"}, {"wx/", "gtk/"}},

@@ -1,0 +1,7 @@
+#include "ui/wx/display_loss.h"
+
+namespace kor {
+
+void CallWhenDisplayIsLost(void (*)()) {}
+
+} // namespace kor
