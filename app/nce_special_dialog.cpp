@@ -54,6 +54,7 @@ void NCEApp::SetFeatures(const SpecialFeatures& changed) {
 FormDescription NCEApp::SpecialForm() const {
   FormDescription form;
   form.caption = LookUpText(15300, u"Special Features");
+  form.name = u"Download Special Dialog";
   form.note = LookUpText(15308, kFeatureNote);
   for (const FeatureField& feature : kFeatureFields) {
     FormField field{feature.number,

@@ -79,6 +79,7 @@ struct FormField {
 // A modal form: its caption, its fields and the rule that enables fields as others change.
 struct FormDescription {
   KorText caption;
+  KorText name;     // of the dialog as an object; not shown
   KorText note;     // explanation shown in the form, in the first group
   KorText obstacle; // why the form can't be accepted now, whatever its fields hold
   std::vector<FormField> fields;

@@ -2,7 +2,6 @@
 // scalings, which the toolkit takes from the environment.
 #include <gtest/gtest.h>
 
-#include <wx/app.h>
 #include <wx/button.h>
 #include <wx/checkbox.h>
 #include <wx/choice.h>
@@ -59,20 +58,5 @@ TEST(Labels, HaveTheirRoomInAllLanguages) {
   }
 }
 
-class TestProgram : public wxApp {
- public:
-  bool OnInit() override { return true; }
-  int OnRun() override {
-    SetExitOnFrameDelete(false);
-    return RUN_ALL_TESTS();
-  }
-};
-
 } // namespace
 } // namespace kor
-
-int main(int argc, char** argv) {
-  ::testing::InitGoogleTest(&argc, argv);
-  wxApp::SetInstance(new kor::TestProgram);
-  return wxEntry(argc, argv);
-}

@@ -6,7 +6,9 @@
 #include <gtest/gtest.h>
 
 #include <wx/app.h>
+#include <wx/button.h>
 #include <wx/checkbox.h>
+#include <wx/stattext.h>
 #include <wx/textctrl.h>
 // After those, whose names they use.
 #include <wx/uiaction.h>
@@ -19,6 +21,7 @@
 #include <string>
 #include <vector>
 
+#include "app/main_common.h"
 #include "platform/platform.h"
 #include "tests/support/host_process.h"
 #include "tests/support/process.h"
@@ -63,20 +66,24 @@ inline bool IsChoosing(const std::string& title) {
   return found;
 }
 
-// The number of the control that the keyboard works on; 0: none of the program's.
-inline int FocusNumber() {
+// The control that the keyboard works on; null: none of the program's.
+inline wxWindow* Focused() {
   for (wxWindow* const top : wxTopLevelWindows) {
     if (!top->IsShown() || !gtk_window_is_active(GTK_WINDOW(top->GetHandle()))) continue;
     GtkWidget* widget = gtk_window_get_focus(GTK_WINDOW(top->GetHandle()));
     for (; widget; widget = gtk_widget_get_parent(widget)) {
       std::vector<wxWindow*> all(1, top);
       for (std::size_t at = 0; at < all.size(); ++at) {
-        if (all[at]->GetHandle() == widget && all[at]->GetId() > 0) return all[at]->GetId();
+        if (all[at]->GetHandle() == widget && !all[at]->IsTopLevel()) return all[at];
         all.insert(all.end(), all[at]->GetChildren().begin(), all[at]->GetChildren().end());
       }
     }
   }
-  return 0;
+  return nullptr;
+}
+
+inline int FocusNumber() {
+  return Focused() ? Focused()->GetId() : 0;
 }
 
 template <class Control> Control* FindA(wxWindow* in) {
@@ -188,6 +195,7 @@ class Window : public ::testing::Test {
     app = std::make_unique<NCEApp>(services, KorText());
     window = new MainWindow(*app, app->ModelName());
     frontEnd.Attach(*window, *app);
+    ReportThrough(frontEnd, MessageStyle::Exclamation);
     window->Recall();
     window->Show();
     app->SetUpServices();
@@ -201,6 +209,17 @@ class Window : public ::testing::Test {
     if (app) app->Terminate();
     frontEnd.Detach();
     delete window;
+  }
+  // Waits for a message with the words, and closes it.
+  void Says(const wxString& caption, const wxString& words) {
+    robot.Then(words.ToStdString(), [=] {
+      auto* const text = Titled(caption) ? FindA<wxStaticText>(Titled(caption)) : nullptr;
+      wxString all = text ? text->GetLabel() : wxString();
+      all.Replace("\n", " ");
+      return all.Contains(words);
+    });
+    robot.Then("OK", [=] { return Click(FindA<wxButton>(Titled(caption))); });
+    robot.Then("closed", [=] { return !Titled(caption); });
   }
   // Waits until the status line begins with the text.
   void Shows(const KorText& text) {

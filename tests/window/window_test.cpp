@@ -1,7 +1,9 @@
 // The main window, its dialogs and messages: every control operated by simulated mouse and keyboard.
 #include "tests/window/robot.h"
 
+#include <wx/gauge.h>
 #include <wx/listbox.h>
+#include <wx/statbmp.h>
 
 #include <algorithm>
 #include <array>
@@ -20,6 +22,10 @@ using support::WriteWholeFile;
 TEST_F(Window, AFetchedProgramShowsAndItsJobIsListed) {
   WriteWholeFile(folders / "cnc/7.MPG", "N1 X1\n");
   Open();
+  robot.Do("of another day", [this] {
+    window->AddEarlierJob({LinkStatus::DownloadCompleted, u"Words", {}, {.year = 2001}});
+  });
+  robot.Then("not today's", [this] { return FindA<wxListBox>(window)->IsEmpty(); });
   Shows(u"Waiting...");
   robot.Clicks(15207);
   robot.Then("unfolded beside the rest", [] {
@@ -53,6 +59,7 @@ TEST_F(Window, HandshakesAndSpecialFeaturesAreTakenOver) {
   robot.Clicks(15270);
   robot.Then("505 waits for 503",
              [] { return Find(505) && !Find(505)->IsEnabled() && Find(504)->IsEnabled(); });
+  robot.Then("named", [] { return wxWindow::FindWindowByName("Download Special Dialog"); });
   robot.Clicks(503);
   robot.Clicks(505);
   robot.Then("504 is out", [] { return !Find(504)->IsEnabled(); });
@@ -111,6 +118,7 @@ TEST_F(Window, TheKeyboardReachesEverySetting) {
   };
   Open();
   robot.Clicks(15101);
+  robot.Then("framed", [] { return Find(15234) && Find(15234)->GetParent() == Find(15233); });
   for (const Entry& entry : entries) {
     robot.Then("focus on " + std::to_string(entry.number),
                [&entry] { return FocusNumber() == entry.number; });
@@ -203,18 +211,37 @@ TEST_F(Window, JobsByHandAreBegunEndedAndCompleted) {
 }
 
 TEST_F(Window, WhatTheControllerBeganIsCancelledAfterAQuestion) {
-  WriteWholeFile(folders / "cnc/7.MPG", "N1 X1\n");
+  WriteWholeFile(folders / "cnc/7.MPG",
+                 std::string(100, 'A') + "\n" + std::string(100, 'B') + "\n");
   Open();
   Shows(u"Waiting...");
   robot.Then("nothing to cancel", [] { return !Find(15556)->IsEnabled(); });
-  robot.Do("fetch", [this] { line.Exchange("FH 7"), line.Exchange(">"); });
-  Shows(u"Downloading");
-  for (const int answer : {static_cast<int>(WXK_ESCAPE), static_cast<int>('Y')}) {
+  const auto asked = [] { return Find(wxID_NO) != nullptr; };
+  const auto fetch = [this] {
+    for (const char* words : {"FH 7", ">", ">"})
+      line.Exchange(words);
+  };
+  const auto ask = [&] {
+    Shows(u"Downloading");
     robot.Clicks(15556);
-    robot.Then("asked", [] { return wxGetActiveWindow() != Find(15210)->GetParent(); });
-    robot.Presses(answer, answer == 'Y' ? wxMOD_ALT : wxMOD_NONE);
-    Shows(answer == 'Y' ? u"Download Cancelled" : u"Downloading");
-  }
+    robot.Then("asked", asked);
+  };
+  robot.Do("fetch", fetch);
+  robot.Then("the bar half full", [this] { return FindA<wxGauge>(window)->GetValue() / 10 == 50; });
+  robot.Clicks(15210);
+  Says("Send NC File", "(\"Cancel Transfer\")");
+  ask();
+  robot.Presses(WXK_ESCAPE);
+  robot.Then("goes on", [=] { return !asked(); });
+  ask();
+  robot.Do("its end comes first", [this] { line.Exchange(">"); });
+  robot.Then("not asked any more", [=] { return !asked(); });
+  robot.Do("fetch", fetch);
+  ask();
+  robot.Presses('Y', wxMOD_ALT);
+  Shows(u"Download Cancelled");
+  robot.Then("a part is not marked as whole",
+             [this] { return FindA<wxListBox>(window)->GetString(0).StartsWith(L"\u2717"); });
   robot.Run();
 }
 
@@ -252,6 +279,10 @@ TEST_F(Window, TheMonitorFollowsUnlessScrolledBack) {
   });
   robot.Then("scrolled back", [&] { return text.ShowPosition(0), sees(0); });
   robot.Do("later", [this] { frontEnd.AppendMonitor(u"TX later\n"); });
+  robot.Then("saved with what waits", [&] {
+    return window->Monitor().Save(KorText::FromUtf8(folders / "m.log")) &&
+           ReadWholeFile(folders / "m.log").ends_with("line 299[0d]\nTX later\n");
+  });
   for (int looks = 0; looks < 10; ++looks) // for longer than it waits
     robot.Then("stays", [&] { return sees(0) && !text.GetValue().Contains("later"); });
   robot.Then("goes on", [&] {
@@ -279,10 +310,18 @@ TEST_F(Window, TheMonitorsToolsFindSaveAndClear) {
   robot.Types("LINE 7[");
   robot.Presses(WXK_RETURN);
   robot.Then("found", found);
+  robot.Do("more", [this] { frontEnd.AppendMonitor(u"RX more\n"); });
+  robot.Then("still selected",
+             [&] { return monitor.Text().GetValue().Contains("more") && found(); });
+  std::filesystem::create_symlink("loop.log", folders / "loop.log");
+  robot.Then("save", tool("Save..."));
+  robot.Chooses("Save Log File As", folders / "loop.log");
+  Says("Save Log File As", "/loop.log\". Choose a folder");
   robot.Then("save", tool("Save..."));
   robot.Chooses("Save Log File As", folders / "m.log");
-  robot.Then("saved",
-             [&] { return ReadWholeFile(folders / "m.log") == "RX line 7[0d]\nTX later\n"; });
+  robot.Then("saved", [&] {
+    return ReadWholeFile(folders / "m.log") == "RX line 7[0d]\nTX later\nRX more\n";
+  });
   robot.Then("clear", tool("Clear"));
   robot.Then("cleared", [&] { return monitor.Text().IsEmpty(); });
   robot.Run();
@@ -392,6 +431,72 @@ TEST_F(Window, WithoutALinkItSaysWhichPortItLooksFor) {
   robot.Run();
 }
 
+std::string SpokenName(const wxWindow* control) {
+  auto* const widget = static_cast<GtkWidget*>(control->GetHandle());
+  return atk_object_get_name(gtk_widget_get_accessible(widget));
+}
+
+std::string Picture(const wxStaticBitmap* sign) {
+  const wxImage image = sign->GetBitmap().ConvertToImage();
+  return {reinterpret_cast<const char*>(image.GetData()),
+          3UL * image.GetWidth() * image.GetHeight()};
+}
+
+TEST_F(Window, EachLampTellsItsStateByWordsAndSign) {
+  Open();
+  robot.Do("each alone", [this] {
+    constexpr int kNumbers[] = {15205, 15206, 15250, 15251, 15256, 15257, 15258};
+    for (const int lit : kNumbers) {
+      const auto* const sign = FindA<wxStaticBitmap>(Find(lit)->GetParent());
+      frontEnd.ShowStatus({});
+      const std::string out = Picture(sign);
+      StatusView view;
+      view.lamps[static_cast<std::size_t>(std::ranges::find(kNumbers, lit) - kNumbers)] = true;
+      frontEnd.ShowStatus(view);
+      EXPECT_NE(Picture(sign), out) << lit;
+      for (const int number : kNumbers)
+        EXPECT_EQ(SpokenName(FindA<wxStaticBitmap>(Find(number)->GetParent())),
+                  Find(number)->GetLabel() + (number == lit ? ": on" : ": off"));
+    }
+  });
+  robot.Run();
+}
+
+// What the keyboard can work on, in the order in which it is read.
+std::vector<wxWindow*> ControlsAsRead(wxWindow* in) {
+  std::vector<wxWindow*> all(1, in);
+  for (std::size_t at = 0; at < all.size(); ++at)
+    all.insert(all.end(), all[at]->GetChildren().begin(), all[at]->GetChildren().end());
+  std::erase_if(all, [](const wxWindow* control) {
+    return !control->GetChildren().empty() || !control->AcceptsFocusFromKeyboard() ||
+           !control->IsEnabled() || !control->IsShownOnScreen();
+  });
+  std::ranges::stable_sort(all, [](const wxWindow* a, const wxWindow* b) {
+    const wxRect one = a->GetScreenRect(), other = b->GetScreenRect();
+    const bool sameRow = one.GetTop() <= other.GetBottom() && other.GetTop() <= one.GetBottom();
+    return sameRow ? one.x < other.x : one.y < other.y;
+  });
+  return all;
+}
+
+TEST_F(Window, TabGoesThroughTheWindowAsItIsRead) {
+  Open();
+  robot.Clicks(15207);
+  std::vector<wxWindow*> reached;
+  robot.Then("once round", [&] {
+    wxWindow* const now = Focused();
+    if (!now || (!reached.empty() && now == reached.back())) return false; // not there yet
+    if (!reached.empty() && now == reached.front()) return true;
+    reached.push_back(now);
+    Press(WXK_TAB);
+    return false;
+  });
+  robot.Run();
+  std::vector<wxWindow*> all = ControlsAsRead(window);
+  std::ranges::rotate(all, std::ranges::find(all, reached.front()));
+  EXPECT_EQ(reached, all);
+}
+
 // The letters that are reached with Alt.
 std::string AltKeys(wxWindow* in) {
   std::string keys;
@@ -426,20 +531,5 @@ TEST_F(Window, EachLetterReachesOneControlInEveryLanguage) {
   unsetenv("LC_ALL");
 }
 
-class TestProgram : public wxApp {
- public:
-  bool OnInit() override { return true; }
-  int OnRun() override {
-    SetExitOnFrameDelete(false);
-    return RUN_ALL_TESTS();
-  }
-};
-
 } // namespace
 } // namespace kor::window_test
-
-int main(int argc, char** argv) {
-  ::testing::InitGoogleTest(&argc, argv);
-  wxApp::SetInstance(new kor::window_test::TestProgram);
-  return wxEntry(argc, argv);
-}

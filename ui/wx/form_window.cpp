@@ -63,6 +63,7 @@ FormWindow::FormWindow(wxWindow* parent, FormDescription& description)
     : wxDialog(parent, wxID_ANY, ToWx(description.caption), wxDefaultPosition, wxDefaultSize,
                wxDEFAULT_DIALOG_STYLE | wxRESIZE_BORDER),
       form(description), looks(this) {
+  if (!form.name.IsEmpty()) SetName(ToWx(form.name));
   SpeakAsDialog(this);
   auto* const column = new wxBoxSizer(wxVERTICAL);
   column->Add(MakeGroups(), wxSizerFlags(1).Expand().Border(wxALL, FromDIP(kGap * 2)));

@@ -29,6 +29,12 @@ Lamp LampAt(std::size_t at) {
   return static_cast<Lamp>(at);
 }
 
+// There is nothing to do with the keyboard.
+void LeaveOut(wxPanel* panel) {
+  panel->DisableFocusFromKeyboard();
+  panel->SetCanFocus(false);
+}
+
 } // namespace
 
 LampRow::LampRow(wxWindow* parent) : wxPanel(parent) {
@@ -39,6 +45,7 @@ LampRow::LampRow(wxWindow* parent) : wxPanel(parent) {
     grid->Add(lamp, wxSizerFlags().Expand());
   }
   SetSizer(grid);
+  LeaveOut(this);
   SetMinSize({widest, -1}); // the sizer knows the height
   Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
     Arrange();
@@ -55,6 +62,7 @@ wxPanel* LampRow::MakeLamp(Lamp lamp) {
   row->Add(new wxStaticText(cell, kLabels[lamp].number, ToLabel(names[lamp])),
            wxSizerFlags().CentreVertical());
   cell->SetSizer(row);
+  LeaveOut(cell);
   Draw(lamp);
   return cell;
 }

@@ -277,6 +277,9 @@ void MainWindow::ShowStatus(const StatusView& view) {
   ShowProgress(view);
   lamps->Show(view.lamps);
   ShowAdvice(view);
+  jobs->BeginDay(App().LocalTime());
+  // A "Yes" must not end the transfer that comes next.
+  if (shown && IsExchange(shown->code) && !IsExchange(view.code)) WithdrawQuestion();
   if (Button(kCancelButton)->IsEnabled() != IsExchange(view.code))
     Button(kCancelButton)->Enable(IsExchange(view.code));
   shown = view;

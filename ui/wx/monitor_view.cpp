@@ -1,11 +1,14 @@
 #include "ui/wx/monitor_view.h"
 
 #include <algorithm>
+#include <string>
 
 #include <wx/button.h>
 #include <wx/filedlg.h>
 #include <wx/sizer.h>
 
+#include "link/manual_transfer.h"
+#include "services/core/app_interface.h"
 #include "services/core/text_lookup.h"
 #include "ui/wx/accessible.h"
 #include "ui/wx/signs.h"
@@ -51,7 +54,7 @@ wxSizer* MonitorView::MakeTools(Mnemonics& mnemonics) {
     row->Add(button, wxSizerFlags().Border(wxRIGHT, FromDIP(4)));
   };
   add(15560, u"Clear", [this] { Clear(); });
-  add(15561, u"Save...", [this] { ChooseFile(); });
+  add(15561, u"Save...", [this] { CallAfter([this] { ChooseFile(); }); });
   wanted = new wxTextCtrl(this, wxID_ANY, {}, wxDefaultPosition, FromDIP(wxSize(90, -1)),
                           wxTE_PROCESS_ENTER);
   SetSpokenName(wanted, LookUpText(15563, u"Text to find in the monitor"),
@@ -80,6 +83,8 @@ void MonitorView::ShowWaiting() {
     showTimer.StartOnce(kShowPeriod * 4); // until somebody scrolls to the end
     return;
   }
+  long from = 0, to = 0; // adding text takes a selection away
+  text->GetSelection(&from, &to);
   // Not frozen meanwhile: thawing has the toolkit lay out all lines anew.
   const wxString added = ToWx(waiting);
   waiting.Clear();
@@ -87,7 +92,8 @@ void MonitorView::ShowWaiting() {
   text->SetDefaultStyle(StyleOf(false, text->GetFont()));
   text->AppendText(added);
   MarkSentLines(start, added);
-  DropOldest();
+  const long dropped = DropOldest();
+  if (from != to) text->SetSelection(std::max(from - dropped, 0L), std::max(to - dropped, 0L));
   text->ShowPosition(text->XYToPosition(0, text->GetNumberOfLines() - 1));
 }
 
@@ -104,9 +110,11 @@ void MonitorView::MarkSentLines(long start, const wxString& added) {
   }
 }
 
-void MonitorView::DropOldest() {
+long MonitorView::DropOldest() {
   const int surplus = text->GetNumberOfLines() - 1 - kMostLines;
-  if (surplus > 0) text->Remove(0, text->XYToPosition(0, surplus));
+  const long end = surplus > 0 ? text->XYToPosition(0, surplus) : 0;
+  if (end > 0) text->Remove(0, end);
+  return end;
 }
 
 void MonitorView::Clear() {
@@ -115,8 +123,13 @@ void MonitorView::Clear() {
   atLineStart = true;
 }
 
-bool MonitorView::Save(const wxString& path) const {
-  return text->SaveFile(path);
+bool MonitorView::Save(const KorText& path) const {
+  const std::string bytes = (FromWx(text->GetValue()) + waiting).ToUtf8();
+  const auto file = App().OpenFile(path, FileAccess::Write);
+  return file &&
+         file->Write({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}) ==
+             bytes.size() &&
+         file->Close();
 }
 
 bool MonitorView::FindNext(const wxString& wantedText) {
@@ -135,9 +148,21 @@ bool MonitorView::FindNext(const wxString& wantedText) {
 }
 
 void MonitorView::ChooseFile() {
-  wxFileDialog chooser(this, ToWx(LookUpText(15314, u"Save Log File As")), {}, {}, "*.log",
+  const KorText caption = LookUpText(15314, u"Save Log File As");
+  wxFileDialog chooser(this, ToWx(caption), {}, {},
+                       ToWx(FileFilters(LookUpText(15315, u"Log files"), u"log")),
                        wxFD_SAVE | wxFD_OVERWRITE_PROMPT);
-  if (chooser.ShowModal() == wxID_OK && !Save(chooser.GetPath())) wxBell();
+  if (chooser.ShowModal() != wxID_OK) return;
+  const KorText path = FromWx(chooser.GetPath());
+  if (Save(path)) return;
+  const KorText reason = App().ErrorText(App().LastError());
+  App().Report(
+      {MessageLevel::Warn, caption,
+       KorText::Format(LookUpText(15568, u"The monitor could not be saved in \"%s\". Choose a "
+                                         u"folder that you may write to, with room on its "
+                                         u"disk."),
+                       path),
+       reason, 0});
 }
 
 void MonitorView::Find() {

@@ -22,7 +22,8 @@ class MonitorView : public wxPanel {
   // one go; while the view is scrolled back it waits, so that what is read or selected stays in place.
   void Append(const KorText& newText);
   void Clear();
-  bool Save(const wxString& path) const; // false when the file can't be written
+  // With what waits to be shown. False when the file can't be written: LastError tells why.
+  bool Save(const KorText& path) const;
   // Selects the next place that holds the text, in any letter case, from the selection on and around
   // the end; false when there is none.
   bool FindNext(const wxString& wantedText);
@@ -32,7 +33,7 @@ class MonitorView : public wxPanel {
   void ShowWaiting();
   void MarkSentLines(long start, const wxString& added);
   bool IsScrolledBack() const;
-  void DropOldest();
+  long DropOldest(); // how many characters
   wxSizer* MakeTools(Mnemonics& mnemonics);
   void ChooseFile();
   void Find();

@@ -115,7 +115,15 @@ bool Ask(wxWindow* parent, const KorText& question) {
   wxGenericMessageDialog dialog(parent, ToWx(question), parent->GetLabel(),
                                 wxYES_NO | wxNO_DEFAULT | wxICON_QUESTION);
   dialog.SetYesNoLabels(ToWx(LookUpText(66, u"Yes")), ToWx(LookUpText(65, u"No")));
+  dialog.SetEscapeId(wxID_NO);
   return dialog.ShowModal() == wxID_YES;
+}
+
+void WithdrawQuestion() {
+  for (wxWindow* const window : wxTopLevelWindows)
+    if (auto* const asked = dynamic_cast<wxGenericMessageDialog*>(window);
+        asked && asked->IsModal())
+      asked->EndModal(wxID_NO);
 }
 
 // The toolkit ends only the innermost of its loops, and its windows stand in the order of their making.

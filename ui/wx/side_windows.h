@@ -45,6 +45,8 @@ wxDialog* MakeEndWindow(wxWindow* parent, const KorText& caption, const KorText&
 
 // True for "Yes". Modal to the windows, not to the link; Enter and Escape mean "No".
 bool Ask(wxWindow* parent, const KorText& question);
+// What was asked about is over: as if the answer were "No".
+void WithdrawQuestion();
 
 // Ends the newest modal window as if it were cancelled; those below it only once it has gone. False when
 // there is none.
