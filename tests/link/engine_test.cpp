@@ -249,14 +249,9 @@ TEST_F(EngineTest, LineErrorsAreCountedToldAndTraced) {
   link.Start();
   StartTrace();
   EXPECT_TRUE(LineErrorTexts(link.link->CurrentLineErrors()).empty());
-  LineErrors noise;
-  noise.framing = 5;
-  link.port.SetLineErrors(noise);
+  link.port.SetLineErrors({.framing = 5});
   link.Run();
-  noise = {};
-  noise.framing = 7;
-  noise.parity = noise.overrun = noise.overflow = noise.breaks = 1;
-  link.port.SetLineErrors(noise);
+  link.port.SetLineErrors({.overflow = 1, .overrun = 1, .parity = 1, .framing = 7, .breaks = 1});
   link.Run();
   link.Run();
   EXPECT_EQ(LineErrorTexts(link.link->CurrentLineErrors()),
