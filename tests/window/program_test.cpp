@@ -59,12 +59,10 @@ class SpeechBus {
     const std::unique_ptr<GDBusConnection, decltype(&g_object_unref)> session(
         g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr), g_object_unref);
     bus = session.get();
-    const Answer address =
-        Call("org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus.GetAddress", nullptr);
-    const char* text = nullptr;
-    g_variant_get(address.get(), "(&s)", &text);
+    const std::string address =
+        Text(Call("org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus.GetAddress", nullptr));
     bus = g_dbus_connection_new_for_address_sync(
-        text,
+        address.c_str(),
         static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                           G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
         nullptr, nullptr, nullptr);
@@ -101,9 +99,7 @@ class SpeechBus {
                                         operation.substr(0, dot).c_str(),
                                         operation.c_str() + dot + 1, arguments, nullptr,
                                         G_DBUS_CALL_FLAGS_NONE, 5000, nullptr, nullptr),
-            [](GVariant* answer) {
-              if (answer) g_variant_unref(answer);
-            }};
+            g_variant_unref};
   }
   std::vector<Spoken> Children(const Spoken& of) const {
     std::vector<Spoken> children;
@@ -126,25 +122,20 @@ class SpeechBus {
     }
   }
   void Describe(Spoken& one) const {
-    const Answer role = Call(one.owner, one.path, "org.a11y.atspi.Accessible.GetRoleName", nullptr);
-    const Answer name = Call(one.owner, one.path, "org.freedesktop.DBus.Properties.Get",
-                             g_variant_new("(ss)", "org.a11y.atspi.Accessible", "Name"));
+    one.role = Text(Call(one.owner, one.path, "org.a11y.atspi.Accessible.GetRoleName", nullptr));
+    one.name = Text(Call(one.owner, one.path, "org.freedesktop.DBus.Properties.Get",
+                         g_variant_new("(ss)", "org.a11y.atspi.Accessible", "Name")));
     const Answer states = Call(one.owner, one.path, "org.a11y.atspi.Accessible.GetState", nullptr);
-    if (!role || !name || !states) return; // it has gone meanwhile
-    const char* text = nullptr;
-    g_variant_get(role.get(), "(&s)", &text);
-    one.role = text;
-    const std::unique_ptr<GVariant, decltype(&g_variant_unref)> value(
-        [&] {
-          GVariant* v = nullptr;
-          g_variant_get(name.get(), "(v)", &v);
-          return v;
-        }(),
-        g_variant_unref);
-    one.name = g_variant_get_string(value.get(), nullptr);
-    const std::unique_ptr<GVariant, decltype(&g_variant_unref)> words(
-        g_variant_get_child_value(states.get(), 0), g_variant_unref);
+    if (!states) return; // it has gone meanwhile
+    const Answer words(g_variant_get_child_value(states.get(), 0), g_variant_unref);
     g_variant_get_child(words.get(), 0, "u", &one.states);
+  }
+  static std::string Text(const Answer& answer) {
+    if (!answer) return {};
+    Answer text(g_variant_get_child_value(answer.get(), 0), g_variant_unref);
+    if (g_variant_is_of_type(text.get(), G_VARIANT_TYPE_VARIANT))
+      text.reset(g_variant_get_variant(text.get()));
+    return g_variant_get_string(text.get(), nullptr);
   }
 
   GDBusConnection* bus = nullptr;
