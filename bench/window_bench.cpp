@@ -1,6 +1,7 @@
 // Measures the window from outside, as a process on a pseudo-terminal and on the display there is. Prints a
 // table; exit code 1 when a target is missed. What the display server spends is not counted.
 //   window_bench PROGRAMS-FOLDER [--quick]
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
@@ -19,6 +20,7 @@ using kor::support::HostFolders;
 using kor::support::WriteWholeFile;
 
 constexpr int kBaud = 115200;
+constexpr double kDrawnFrame = 16.7; // milliseconds, at sixty a second
 
 ResultTable table;
 
@@ -49,11 +51,16 @@ void Measure(const std::string& programs, bool withMonitor, std::size_t bytes, i
   Controller controller(folders.Line(), ByteTime(kBaud));
   const Host host(folders, {}, "ncedl");
   AwaitHost(controller);
+  // Of the controller, for each frame: what holds the worker up shows in them.
+  std::vector<double> waits;
   {
     const Spent spent(host.Id());
-    Fetch(controller, "1", text.size());
+    Fetch(controller, "1", text.size(), [&](double wait) { waits.push_back(wait * 1000); });
     spent.Report(name + "at " + std::to_string(kBaud) + " baud", {.most = 5});
   }
+  std::ranges::sort(waits);
+  table.Row(name + "median wait for a frame", Quantile(waits, 0.5), "ms");
+  table.Row(name + "longest wait for a frame", waits.back(), "ms", {.most = kDrawnFrame});
   std::this_thread::sleep_for(std::chrono::seconds(1)); // what the download has left to do
   const Spent spent(host.Id());
   std::this_thread::sleep_for(std::chrono::seconds(idleSeconds));
