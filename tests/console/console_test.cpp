@@ -11,6 +11,8 @@
 namespace kor {
 namespace {
 
+constexpr std::chrono::minutes kStarved(1); // the writer's thread may wait for a processor
+
 // A terminal whose input is given beforehand.
 class FakeTerminal : public Terminal {
  public:
@@ -76,7 +78,7 @@ class ConsoleTest : public ::testing::Test {
       nce.Poll();
     });
     nce.Terminate();
-    console.Flush();
+    console.Flush(kStarved);
     errors = terminal.errors;
     return terminal.output;
   }
@@ -98,13 +100,13 @@ TEST_F(ConsoleTest, PipedItWritesALineForEachChangeOfStatus) {
   console.ShowStatus(View(12, u"Downloading N - 5 of 9 bytes sent."));
   console.ShowStatus(View(9, u"Download could not open/read from A"));
   console.ShowStatus(View(9, u"Download could not open/read from B"));
-  console.Flush();
+  console.Flush(kStarved);
   EXPECT_EQ(terminal.output, "13:05:09 1 Waiting...\n"
                              "13:05:09 12 Downloading N - 0 of 9 bytes sent.\n"
                              "13:05:09 9 Download could not open/read from A\n"
                              "13:05:09 9 Download could not open/read from B\n");
   console.ShowMessage(u"Open Comm", u"COM1\nNo such device", MessageStyle::Information);
-  console.Flush();
+  console.Flush(kStarved);
   EXPECT_EQ(terminal.errors, "Open Comm: COM1: No such device\n");
 }
 
@@ -181,20 +183,20 @@ TEST_F(ConsoleTest, ALiveTerminalKeepsTheStatusBelowTheText) {
   EXPECT_TRUE(terminal.keysStarted);
   console.ShowStatus(View(1, u"Waiting..."));
   console.SetMonitorOn(true);
-  console.Flush();
+  console.Flush(kStarved);
   terminal.output.clear();
   console.AppendMonitor(u"RX XYZ[0d]\nTX ABC");
-  console.Flush();
+  console.Flush(kStarved);
   EXPECT_TRUE(terminal.output.starts_with("\r\x1b[J\x1b[1A\x1b[KRX XYZ[0d]\n")); // text above
   EXPECT_TRUE(terminal.output.ends_with("\n> "));
   EXPECT_EQ(terminal.output.find("TX ABC"), std::string::npos); // for a moment
   console.ShowStatus(View(1, u"Waiting..."));
-  console.Flush();
+  console.Flush(kStarved);
   EXPECT_NE(terminal.output.find("TX ABC\n"), std::string::npos);
   terminal.output.clear();
   console.AppendMonitor(u"\nRX ");
   console.AppendMonitor(u">[0d]\n");
-  console.Flush();
+  console.Flush(kStarved);
   EXPECT_NE(terminal.output.find("\x1b[KRX >[0d]\n"), std::string::npos) << terminal.output;
 }
 
@@ -314,7 +316,7 @@ TEST_F(ConsoleTest, EndedJobsScrollPastWithTheirTimeAndFailuresAreRed) {
         {LinkStatus::UploadErrors, u"Upload Error(s) /n/8.MPG", u"/n/8.MPG", App().LocalTime()});
     console.ShowStatus(View(0, u"No Link"));
     console.ShowMessage(u"Open Comm", u"COM1", MessageStyle::Information);
-    console.Flush();
+    console.Flush(kStarved);
     const std::string red = colours ? "\x1b[31m" : "", plain = colours ? "\x1b[0m" : "";
     EXPECT_TRUE(terminal->output.starts_with(
         "21/11/2026\n13:05:09 7.MPG Download Completed - 9 bytes  /n/\n" + red +
@@ -349,7 +351,7 @@ TEST_F(ConsoleTest, AWishToEndInATransferIsAskedBackOnceOnATerminal) {
       console.Post([&] { console.AskQuit(); }); // the second wish, where one was not enough
     });
     console.Run(timers, [](const KorText&) {});
-    console.Flush();
+    console.Flush(kStarved);
     EXPECT_EQ(terminal->output.find("once more ends it") != std::string::npos, c.asks);
   }
 }

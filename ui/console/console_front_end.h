@@ -52,8 +52,8 @@ class ConsoleFrontEnd : public FormDialog {
 
   // A line of answer to a command, on standard output.
   void Print(const KorText& line);
-  // Waits until what was printed has been taken, at most a third of a second.
-  void Flush() { output.Flush(); }
+  // Waits until what was printed has been taken.
+  void Flush(std::chrono::milliseconds atMost = ConsoleOutput::kPatience) { output.Flush(atMost); }
   void SetMonitorOn(bool on);
 
   // FormDialog

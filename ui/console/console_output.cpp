@@ -1,15 +1,8 @@
 #include "ui/console/console_output.h"
 
-#include <chrono>
 #include <thread>
 
 namespace kor {
-
-namespace {
-
-constexpr std::chrono::milliseconds kPatience(300);
-
-} // namespace
 
 ConsoleOutput::ConsoleOutput(std::shared_ptr<Terminal> terminal) {
   std::thread([state = shared, terminal = std::move(terminal)] { Run(state, terminal); }).detach();
@@ -33,9 +26,9 @@ void ConsoleOutput::Add(std::string_view text, bool isError) {
   shared->changed.notify_all();
 }
 
-void ConsoleOutput::Flush() {
+void ConsoleOutput::Flush(std::chrono::milliseconds atMost) {
   if (hasStopped) return;
-  const auto until = std::chrono::steady_clock::now() + kPatience;
+  const auto until = std::chrono::steady_clock::now() + atMost;
   const Lock lock(shared->mutex);
   while (!shared->waiting.empty() || shared->writing)
     if (shared->changed.wait_until(shared->mutex, until) == std::cv_status::timeout) break;

@@ -4,6 +4,7 @@
 // Owned by the console front end; Write and WriteError are called on the window's thread.
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <memory>
@@ -19,16 +20,17 @@ class ConsoleOutput {
  public:
   // Text that may wait for a reader; beyond it the oldest is dropped.
   static constexpr std::size_t kMostWaiting = 1 << 20; // bytes
+  static constexpr std::chrono::milliseconds kPatience{300};
 
   explicit ConsoleOutput(std::shared_ptr<Terminal> terminal);
-  // Gives the reader a third of a second to take what is left.
+  // Gives the reader kPatience to take what is left.
   ~ConsoleOutput();
   ConsoleOutput(const ConsoleOutput&) = delete;
   ConsoleOutput& operator=(const ConsoleOutput&) = delete;
 
   void Write(std::string_view text) { Add(text, false); }
   void WriteError(std::string_view text) { Add(text, true); }
-  void Flush(); // waits at most a third of a second
+  void Flush(std::chrono::milliseconds atMost = kPatience);
 
  private:
   struct Text {
