@@ -439,7 +439,7 @@ std::string SpokenName(const wxWindow* control) {
 std::string Picture(const wxStaticBitmap* sign) {
   const wxImage image = sign->GetBitmap().ConvertToImage();
   return {reinterpret_cast<const char*>(image.GetData()),
-          3UL * image.GetWidth() * image.GetHeight()};
+          3 * static_cast<std::size_t>(image.GetWidth() * image.GetHeight())};
 }
 
 TEST_F(Window, EachLampTellsItsStateByWordsAndSign) {
@@ -493,7 +493,7 @@ TEST_F(Window, TabGoesThroughTheWindowAsItIsRead) {
   });
   robot.Run();
   std::vector<wxWindow*> all = ControlsAsRead(window);
-  std::ranges::rotate(all, std::ranges::find(all, reached.front()));
+  std::rotate(all.begin(), std::ranges::find(all, reached.front()), all.end());
   EXPECT_EQ(reached, all);
 }
 
