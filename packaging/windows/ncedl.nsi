@@ -198,7 +198,8 @@ Function MakeMainFolder
   ${If} ${FileExists} $0
     StrCpy $2 "kept"
   ${EndIf}
-  nsExec::ExecToLog '"$INSTDIR\ncedl-setup.exe" --main "$MainFolder" --guid $Guid'
+  ; The dot, for a drive's root ends with what would take the quote away.
+  nsExec::ExecToLog '"$INSTDIR\ncedl-setup.exe" --main "$MainFolder\." --guid $Guid'
   Pop $3
   ${If} $3 != 0
     MessageBox MB_OK|MB_ICONEXCLAMATION "$(CantPrepare)" /SD IDOK
