@@ -148,19 +148,12 @@ TEST_F(WindowsE2e, ThePortDoesWhatTheEngineAsksOfIt) {
   EXPECT_EQ(check->WaitForExit(), 0) << check->Output();
 }
 
-TEST_F(WindowsE2e, TheWindowServesAControllerAndKeepsWhatIsClicked) {
-  const HostFolders folders(NCEDL_PROGRAMS, windows);
-  folders.WriteProfile(115200);
+// A directory, a download with repeats and an upload, compared.
+void ServeEachJob(const HostFolders& folders, Process& controller) {
   std::string program;
   for (int i = 1; i <= 300; ++i)
     program += "N" + std::to_string(i) + " G01 X1000.000 Y2000.000\n";
   WriteWholeFile(folders.Download("0000123.MPG"), program);
-  Process controller(folders.Program("nce-controller", {"--pty", folders.Line(), "--baud", "115200",
-                                                        "--json", "--wait-host", "0", "run", "-"}));
-  while (!fs::exists(folders.Line()))
-    ASSERT_FALSE(controller.WaitForExit(Milliseconds(10))) << controller.Diagnostics();
-  auto window = folders.Start("ncedl");
-  ASSERT_TRUE(StatusComes("Waiting...")) << window->Diagnostics();
   for (const std::string& step :
        {std::string("list"), std::string("refuse 2"),
         "fetch 0000123 --compare \"" + folders.Download("0000123.MPG") + "\"",
@@ -172,6 +165,18 @@ TEST_F(WindowsE2e, TheWindowServesAControllerAndKeepsWhatIsClicked) {
     }
   }
   EXPECT_EQ(ReadWholeFile(folders.Upload("0000200.MPG")), program);
+}
+
+TEST_F(WindowsE2e, TheWindowServesAControllerAndKeepsWhatIsClicked) {
+  const HostFolders folders(NCEDL_PROGRAMS, windows);
+  folders.WriteProfile(115200);
+  Process controller(folders.Program("nce-controller", {"--pty", folders.Line(), "--baud", "115200",
+                                                        "--json", "--wait-host", "0", "run", "-"}));
+  while (!fs::exists(folders.Line()))
+    ASSERT_FALSE(controller.WaitForExit(Milliseconds(10))) << controller.Diagnostics();
+  auto window = folders.Start("ncedl");
+  ASSERT_TRUE(StatusComes("Waiting...")) << window->Diagnostics();
+  ServeEachJob(folders, controller);
   EXPECT_TRUE(StatusComes("Upload Completed")) << Ask("text", kStatus);
   EXPECT_TRUE(Comes("windows", "NCE")) << Ask("windows");
   Shoot("windows-window.png");

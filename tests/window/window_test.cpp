@@ -89,6 +89,22 @@ struct Entry {
 };
 
 // In the order of the Tab key, without a mouse.
+void Enter(Robot& robot, const Entry& entry) {
+  robot.Then("focus on " + std::to_string(entry.number),
+             [number = entry.number] { return FocusNumber() == number; });
+  if (!entry.typed.empty()) robot.Types(entry.typed);
+  if (entry.pressed != 0) robot.Presses(entry.pressed);
+  robot.Presses(WXK_TAB);
+  if (entry.number == 15220) robot.Presses(WXK_TAB); // its list has a button of its own
+}
+
+void AcceptByReturn(Robot& robot) {
+  for (int back = 0; back < 3; ++back) // from the buttons to the file's name
+    robot.Presses(WXK_TAB, wxMOD_SHIFT);
+  robot.Presses(WXK_RETURN);
+  robot.Then("accepted", [] { return !Find(15220); });
+}
+
 TEST_F(Window, TheKeyboardReachesEverySetting) {
   const std::string up = folders / "up/", down = folders / "down/", log = folders / "other.log";
   for (const std::string& folder : {up, down})
@@ -119,18 +135,9 @@ TEST_F(Window, TheKeyboardReachesEverySetting) {
   Open();
   robot.Clicks(15101);
   robot.Then("framed", [] { return Find(15234) && Find(15234)->GetParent() == Find(15233); });
-  for (const Entry& entry : entries) {
-    robot.Then("focus on " + std::to_string(entry.number),
-               [&entry] { return FocusNumber() == entry.number; });
-    if (!entry.typed.empty()) robot.Types(entry.typed);
-    if (entry.pressed != 0) robot.Presses(entry.pressed);
-    robot.Presses(WXK_TAB);
-    if (entry.number == 15220) robot.Presses(WXK_TAB); // its list has a button of its own
-  }
-  for (int back = 0; back < 3; ++back) // from the buttons to the file's name
-    robot.Presses(WXK_TAB, wxMOD_SHIFT);
-  robot.Presses(WXK_RETURN);
-  robot.Then("accepted", [] { return !Find(15220); });
+  for (const Entry& entry : entries)
+    Enter(robot, entry);
+  AcceptByReturn(robot);
   robot.Run();
   ASSERT_FALSE(HasFailure());
   const FormDescription kept = app->SettingsForm();
