@@ -30,6 +30,7 @@ LICENCES = {
     "glibc": "LGPL-2.1-or-later",
     "gtk+3.0": "LGPL-2.1-or-later",
     "libedit": "BSD-3-Clause",
+    "libx11": "MIT AND MIT-open-group AND X11",
     "libz-mingw-w64": "Zlib",
     "mingw-w64": "ZPL-2.1 AND MIT AND BSD-3-Clause",
     "nsis": "Zlib AND CPL-1.0 WITH LZMA-exception",
