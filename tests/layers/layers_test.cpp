@@ -38,7 +38,7 @@ const std::vector<Layer>& Layers() {
       {"link/", {"link/", "ui/", "files/", "services/"}, {}},
       {"app/", {"app/", "link/", "ui/", "files/", "services/"}, {}},
       {"ui/console/", {"ui/console/", "app/", "link/", "ui/", "services/"}, {}},
-      {"ui/wx/", {"ui/wx/", "app/", "link/", "ui/", "services/"}, {"wx/"}},
+      {"ui/wx/", {"ui/wx/", "app/", "link/", "ui/", "files/", "services/"}, {"wx/"}},
       {"ui/wx/accessible_gtk", {"ui/wx/", "services/core/"}, {"wx/", "gtk/"}},
       {"ui/wx/display_loss_gtk", {"ui/wx/"}, {"gdk/"}},
       {"ui/wx/native_look_gtk", {"ui/wx/"}, {"gtk/"}},

@@ -314,9 +314,13 @@ TEST_F(Window, TheMonitorsToolsFindSaveAndClear) {
   robot.Do("some", [this] { frontEnd.AppendMonitor(u"RX line 7[0d]\nTX later\n"); });
   robot.Then("find", tool("Find")); // of nothing
   robot.Then("back to the words", [] { return Press(WXK_TAB, wxMOD_SHIFT), true; });
+  const auto complains = [&] { return FindA<wxStaticText>(&monitor)->IsShown(); };
+  robot.Types("nowhere");
+  robot.Presses(WXK_RETURN);
+  robot.Then("not found", complains);
   robot.Types("LINE 7[");
   robot.Presses(WXK_RETURN);
-  robot.Then("found", found);
+  robot.Then("found", [=] { return found() && !complains(); });
   robot.Do("more", [this] { frontEnd.AppendMonitor(u"RX more\n"); });
   robot.Then("still selected",
              [&] { return monitor.Text().GetValue().Contains("more") && found(); });

@@ -7,6 +7,7 @@
 #include <wx/filedlg.h>
 #include <wx/sizer.h>
 
+#include "files/simple_file.h"
 #include "link/manual_transfer.h"
 #include "services/core/app_interface.h"
 #include "services/core/text_lookup.h"
@@ -60,7 +61,12 @@ wxSizer* MonitorView::MakeTools(Mnemonics& mnemonics) {
   SetSpokenName(wanted, LookUpText(15563, u"Text to find in the monitor"),
                 LookUpText(15563, u"Text to find in the monitor"));
   wanted->Bind(wxEVT_TEXT_ENTER, [this](wxCommandEvent&) { Find(); });
+  wanted->Bind(wxEVT_TEXT, [this](wxCommandEvent&) { SayNotFound(false); });
   row->Add(wanted, wxSizerFlags(1).Expand().Border(wxRIGHT, FromDIP(4)));
+  notFound = new wxStaticText(this, wxID_ANY, ToWx(LookUpText(15569, u"not found")));
+  notFound->SetForegroundColour(ColourOf(Sign::Failed));
+  notFound->Hide();
+  row->Add(notFound, wxSizerFlags().CentreVertical().Border(wxRIGHT, FromDIP(4)));
   add(15562, u"Find", [this] { Find(); });
   return row;
 }
@@ -125,11 +131,11 @@ void MonitorView::Clear() {
 
 bool MonitorView::Save(const KorText& path) const {
   const std::string bytes = (FromWx(text->GetValue()) + waiting).ToUtf8();
-  const auto file = App().OpenFile(path, FileAccess::Write);
-  return file &&
-         file->Write({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}) ==
+  KorFile file(path);
+  return file.OpenSafe() &&
+         file.Write({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}) ==
              bytes.size() &&
-         file->Close();
+         file.Commit();
 }
 
 bool MonitorView::FindNext(const wxString& wantedText) {
@@ -166,7 +172,11 @@ void MonitorView::ChooseFile() {
 }
 
 void MonitorView::Find() {
-  if (!FindNext(wanted->GetValue())) wxBell();
+  SayNotFound(!wanted->IsEmpty() && !FindNext(wanted->GetValue()));
+}
+
+void MonitorView::SayNotFound(bool said) {
+  if (notFound->Show(said)) Layout();
 }
 
 } // namespace kor

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <wx/panel.h>
+#include <wx/stattext.h>
 #include <wx/textctrl.h>
 #include <wx/timer.h>
 
@@ -22,7 +23,8 @@ class MonitorView : public wxPanel {
   // one go; while the view is scrolled back it waits, so that what is read or selected stays in place.
   void Append(const KorText& newText);
   void Clear();
-  // With what waits to be shown. False when the file can't be written: LastError tells why.
+  // With what waits to be shown, in UTF-8. False when the file can't be written: LastError tells why, and an older
+  // file is whole.
   bool Save(const KorText& path) const;
   // Selects the next place that holds the text, in any letter case, from the selection on and around
   // the end; false when there is none.
@@ -37,12 +39,14 @@ class MonitorView : public wxPanel {
   wxSizer* MakeTools(Mnemonics& mnemonics);
   void ChooseFile();
   void Find();
+  void SayNotFound(bool said);
 
   wxTextCtrl* text = nullptr;
   wxTextCtrl* wanted = nullptr;
-  KorText waiting;         // not shown yet
-  bool sentLine = false;   // the line at the end of the text is one of the host's
-  bool atLineStart = true; // the text ends with a line end
+  wxStaticText* notFound = nullptr; // hidden otherwise
+  KorText waiting;                  // not shown yet
+  bool sentLine = false;            // the line at the end of the text is one of the host's
+  bool atLineStart = true;          // the text ends with a line end
   wxTimer showTimer;
 };
 
