@@ -109,6 +109,18 @@ inline bool IsChecked(int number) {
   return static_cast<wxCheckBox*>(Find(number))->GetValue();
 }
 
+// What stands on the screen, for a failure's message.
+inline std::string Shown() {
+  std::string shown;
+  for (const wxWindow* const top : wxTopLevelWindows)
+    if (top->IsShown()) {
+      const auto* const text = FindA<wxTextCtrl>(const_cast<wxWindow*>(top));
+      shown += "\n" + top->GetLabel().ToStdString() + ": " +
+               (text ? text->GetValue().ToStdString() : "");
+    }
+  return shown;
+}
+
 // Runs each step until it is true; the loop ends with the last, or with one that never is.
 class Robot : public wxTimer {
  public:
@@ -158,7 +170,7 @@ class Robot : public wxTimer {
       ++at;
       tries = waited = 0;
     } else if (++tries > kMostTries) {
-      ADD_FAILURE() << "never: " << steps[at].name << "; focus on " << FocusNumber();
+      ADD_FAILURE() << "never: " << steps[at].name << "; focus on " << FocusNumber() << Shown();
     }
   }
 
