@@ -105,6 +105,12 @@ inline void Press(int key, int modifiers = wxMOD_NONE) {
   wxUIActionSimulator().Char(key, modifiers);
 }
 
+// In place of all that the control with the focus holds.
+inline void Type(const std::string& text) {
+  Press('A', wxMOD_CONTROL);
+  wxUIActionSimulator().Text(text.c_str());
+}
+
 inline bool IsChecked(int number) {
   return static_cast<wxCheckBox*>(Find(number))->GetValue();
 }
@@ -136,19 +142,16 @@ class Robot : public wxTimer {
   void Presses(int key, int modifiers = wxMOD_NONE) {
     Do("key " + std::to_string(key), [=] { Press(key, modifiers); });
   }
-  // In place of all that the control with the focus holds.
   void Types(const std::string& text) {
-    Do("type " + text, [text] {
-      Press('A', wxMOD_CONTROL);
-      wxUIActionSimulator().Text(text.c_str());
-    });
+    Do("type " + text, [text] { Type(text); });
   }
-  // Answers a chooser of files or folders with a path.
+  // Answers a chooser of files or folders with a path; once more where it was not ready for all of it.
   void Chooses(const std::string& title, const std::string& path) {
     Then(title, [title] { return IsChoosing(title); });
     Types(path);
-    Then("chosen " + path, [title] {
+    Then("chosen " + path, [title, path, times = 0]() mutable {
       if (!IsChoosing(title)) return true;
+      if (++times % 15 == 0) Type(path);
       Press(WXK_RETURN);
       return false;
     });
