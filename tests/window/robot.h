@@ -52,18 +52,25 @@ inline wxTopLevelWindow* Titled(const wxString& title) {
   return nullptr;
 }
 
-// A chooser of files or folders, which is the system's own.
-inline bool IsChoosing(const std::string& title) {
+// A window of the system's own that is what is meant.
+inline bool IsThere(const std::function<bool(GtkWindow*)>& isMeant) {
   GList* const all = gtk_window_list_toplevels();
-  const bool found =
-      g_list_find_custom(all, title.c_str(), [](gconstpointer window, gconstpointer name) {
-        return GTK_IS_FILE_CHOOSER(window) && gtk_widget_get_mapped(GTK_WIDGET(window))
-                   ? g_strcmp0(gtk_window_get_title(GTK_WINDOW(window)),
-                               static_cast<const char*>(name))
-                   : 1;
-      });
+  bool found = false;
+  for (const GList* at = all; at; at = at->next)
+    found = found || (gtk_widget_get_mapped(GTK_WIDGET(at->data)) && isMeant(GTK_WINDOW(at->data)));
   g_list_free(all);
   return found;
+}
+
+// A chooser of files or folders.
+inline bool IsChoosing(const std::string& title) {
+  return IsThere([&](GtkWindow* window) {
+    return GTK_IS_FILE_CHOOSER(window) && gtk_window_get_title(window) == title;
+  });
+}
+
+inline bool IsAskingToReplace() {
+  return IsThere([](GtkWindow* window) { return GTK_IS_MESSAGE_DIALOG(window) == TRUE; });
 }
 
 // The control that the keyboard works on; null: none of the program's.

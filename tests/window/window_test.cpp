@@ -336,6 +336,13 @@ TEST_F(Window, TheMonitorsToolsFindSaveAndClear) {
   robot.Then("saved", [&] {
     return ReadWholeFile(folders / "m.log") == "RX line 7[0d]\nTX later\nRX more\n";
   });
+  robot.Then("save", tool("Save..."));
+  robot.Then("chooser", [] { return IsChoosing("Save Log File As"); });
+  robot.Types(folders / "m.log");
+  robot.Then("question whether to replace it",
+             [] { return IsAskingToReplace() || (Press(WXK_RETURN), false); });
+  robot.Then("ended with its question",
+             [] { return !CancelInnermostModal() && !IsAskingToReplace(); });
   robot.Then("clear", tool("Clear"));
   robot.Then("cleared", [&] { return monitor.Text().IsEmpty(); });
   robot.Run();

@@ -4,16 +4,30 @@
 
 namespace kor {
 
-bool CancelNativeDialogs() {
+namespace {
+
+bool CancelVisible(bool (*isMeant)(GtkWindow* window)) {
   bool found = false;
   GList* const all = gtk_window_list_toplevels();
   for (const GList* at = all; at; at = at->next)
-    if (GTK_IS_FILE_CHOOSER_DIALOG(at->data) && gtk_widget_get_visible(GTK_WIDGET(at->data))) {
+    if (GTK_IS_DIALOG(at->data) && gtk_widget_get_visible(GTK_WIDGET(at->data)) &&
+        isMeant(GTK_WINDOW(at->data))) {
       gtk_dialog_response(GTK_DIALOG(at->data), GTK_RESPONSE_CANCEL);
       found = true;
     }
   g_list_free(all);
   return found;
+}
+
+} // namespace
+
+// A chooser waits for the answer to its question whether a file may be replaced: that goes first.
+bool CancelNativeDialogs() {
+  return CancelVisible([](GtkWindow* window) {
+           return GTK_IS_FILE_CHOOSER_DIALOG(gtk_window_get_transient_for(window)) == TRUE;
+         }) ||
+         CancelVisible(
+             [](GtkWindow* window) { return GTK_IS_FILE_CHOOSER_DIALOG(window) == TRUE; });
 }
 
 void LetBeAnswered(wxWindow* window) {
