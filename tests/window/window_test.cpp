@@ -302,16 +302,18 @@ TEST_F(Window, TheMonitorFollowsUnlessScrolledBack) {
   robot.Run();
 }
 
+bool ClickTool(const MonitorView& monitor, const wxString& label) {
+  for (wxWindow* const child : monitor.GetChildren())
+    if (wxControl::GetLabelText(child->GetLabel()) == label) return Click(child);
+  return false;
+}
+
 TEST_F(Window, TheMonitorsToolsFindSaveAndClear) {
   Open();
   robot.Clicks(15207);
   MonitorView& monitor = window->Monitor();
   const auto tool = [&](const wxString& label) {
-    return [&monitor, label] {
-      for (wxWindow* const child : monitor.GetChildren())
-        if (wxControl::GetLabelText(child->GetLabel()) == label) return Click(child);
-      return false;
-    };
+    return [&monitor, label] { return ClickTool(monitor, label); };
   };
   const auto found = [&] { return monitor.Text().GetStringSelection() == "line 7["; };
   robot.Do("some", [this] { frontEnd.AppendMonitor(u"RX line 7[0d]\nTX later\n"); });
