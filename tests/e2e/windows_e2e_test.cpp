@@ -118,7 +118,7 @@ TEST_F(WindowsE2e, AnEmptyWindowsIsToldWhatToDoAndKeepsSettingsFromTheFirstEndOn
     console->Type("set baudrate 19200");
     EXPECT_TRUE(console->Expect("baudrate         19200"));
     hand.reset(); // Wine's desktop goes with the last window; so do its copies of the console's streams
-    Ask("log-off");
+    EXPECT_TRUE(Comes("log-off", "gone")); // its window for that may come late
     hand.reset();
     EXPECT_EQ(console->WaitForExit(), 0) << console->Diagnostics();
   }
