@@ -2,6 +2,7 @@
 
 #include "platform/platform.h"
 #include "platform/program_start.h"
+#include "platform/serial_devices.h"
 #include "tools/common/tool_main.h"
 
 namespace kor {
@@ -30,7 +31,7 @@ EngineServices HostServices(SerialPort& port, FormDialog& window, const KorText&
   services.port = &port;
   services.window = &window;
   services.cncFolder = cncFolder;
-  services.probePort = [](const KorText& name) { return PlatformSerialPort().Open(name); };
+  services.probePort = IsSerialPortFree;
   return services;
 }
 

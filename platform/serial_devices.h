@@ -1,7 +1,7 @@
 // The serial devices that this computer has at the moment, whatever names the settings have for them.
 //
-// A free function; any thread. It sends nothing and changes no device's settings. A device that can't be
-// judged otherwise is opened for a moment, which on most adapters raises DTR and RTS.
+// Free functions; any thread. They send nothing and change no device's settings. A device that
+// can't be judged otherwise is opened for a moment, which on most adapters raises DTR and RTS.
 #pragma once
 
 #include <vector>
@@ -19,6 +19,8 @@ struct SerialDevice {
 
 // By kind and number.
 std::vector<SerialDevice> ListSerialDevices();
+// Whether the port of that name, as the settings have it, is there and could be opened now.
+bool IsSerialPortFree(const KorText& name);
 // Their paths alone. Opens none: may be asked every second while other programs use them.
 std::vector<KorText> ListSerialPaths();
 

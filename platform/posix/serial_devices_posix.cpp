@@ -17,6 +17,7 @@
 #include <tuple>
 
 #include "platform/posix/serial_devices_posix.h"
+#include "platform/posix/serial_names.h"
 
 namespace kor {
 
@@ -79,15 +80,21 @@ std::vector<Candidate> CandidatesIn(const fs::path& folder) {
   return candidates;
 }
 
+bool IsBuiltIn(const fs::path& path) {
+  const auto candidate = ReadCandidate(path);
+  return candidate && candidate->kind == 0;
+}
+
 // Nothing for a file without a device behind it.
-std::optional<SerialDevice::State> StateOf(const Candidate& candidate) {
+std::optional<SerialDevice::State> StateOf(const fs::path& path) {
   using State = SerialDevice::State;
-  const bool isBuiltIn = candidate.kind == 0;
-  const int device = ::open(candidate.path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+  std::error_code error;
+  const bool isBuiltIn = IsBuiltIn(path) || IsBuiltIn(fs::weakly_canonical(path, error));
+  const int device = ::open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
   if (device < 0 && errno == EBUSY) return State::InUse;
   if (device < 0) return errno == EACCES ? std::optional(State::NoPermission) : std::nullopt;
   std::optional<State> state = State::Free;
-  if (isBuiltIn && !HasUart(device))
+  if (!::isatty(device) || (isBuiltIn && !HasUart(device)))
     state.reset();
   else if (::flock(device, LOCK_EX | LOCK_NB) != 0)
     state = State::InUse;
@@ -99,6 +106,10 @@ std::optional<SerialDevice::State> StateOf(const Candidate& candidate) {
 
 std::vector<SerialDevice> ListSerialDevices() {
   return ListSerialDevicesIn("/dev");
+}
+
+bool IsSerialPortFree(const KorText& name) {
+  return StateOf(SerialDevicePath(name).ToUtf8()) == SerialDevice::State::Free;
 }
 
 std::vector<KorText> ListSerialPaths() {
@@ -117,7 +128,7 @@ std::vector<SerialDevice> ListSerialDevicesIn(const fs::path& folder) {
   const std::map<fs::path, std::string> names = NamesById(folder);
   std::vector<SerialDevice> devices;
   for (const Candidate& candidate : CandidatesIn(folder)) {
-    const auto state = StateOf(candidate);
+    const auto state = StateOf(candidate.path);
     if (!state) continue;
     const auto name = names.find(fs::weakly_canonical(candidate.path, error));
     const std::string stable = name == names.end() ? std::string() : name->second;

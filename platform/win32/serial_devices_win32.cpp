@@ -51,6 +51,10 @@ std::vector<KorText> ListSerialPaths() {
   return paths;
 }
 
+bool IsSerialPortFree(const KorText& name) {
+  return StateOf(name) == SerialDevice::State::Free;
+}
+
 std::vector<SerialDevice> ListSerialDevices() {
   std::vector<SerialDevice> devices;
   for (const KorText& path : ListSerialPaths())

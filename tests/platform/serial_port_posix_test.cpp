@@ -17,6 +17,7 @@
 
 #include "platform/posix/serial_names.h"
 #include "platform/posix/serial_rate_posix.h"
+#include "platform/serial_devices.h"
 #include "tests/platform/serial_port_fixture.h"
 #include "tests/support/host_process.h"
 
@@ -71,6 +72,21 @@ class SerialPortPosixTest : public SerialPortFixture<PosixSerialPort> {
   const KorText device = cable->Device();
   const int tty = open(device.ToUtf8().c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK); // a program's
 };
+
+TEST_F(SerialPortPosixTest, IsFoundFreeWithoutAChangeToWhatAnotherProgramHasSet) {
+  EXPECT_FALSE(IsSerialPortFree(device)) << "held by a host";
+  port.Close();
+  termios before = Settings();
+  before.c_lflag |= ICANON;
+  before.c_cflag |= CRTSCTS;
+  ASSERT_EQ(tcsetattr(tty, TCSANOW, &before), 0);
+  EXPECT_TRUE(IsSerialPortFree(device));
+  const termios after = Settings();
+  EXPECT_EQ(after.c_lflag, before.c_lflag);
+  EXPECT_EQ(after.c_cflag, before.c_cflag);
+  app.Put(app.Path(u"file"), u"no terminal");
+  EXPECT_FALSE(IsSerialPortFree(app.Path(u"file")));
+}
 
 TEST_F(SerialPortPosixTest, CarriesEveryByteBothWaysUnchanged) {
   std::string all(256, '\0');
