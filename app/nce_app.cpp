@@ -1,5 +1,7 @@
 #include "app/nce_app.h"
 
+#include <utility>
+
 #include "files/member.h"
 
 namespace kor {
@@ -45,10 +47,20 @@ void NCEApp::BeforeServing() {
   workerFeatures = windowFeatures;
 }
 
-// --- Simulation ----------------------------------------------------------------------------------------
+// --- After a reply -------------------------------------------------------------------------------
 
+// An exchange that something else has ended meanwhile asks for nothing any more.
+void NCEApp::DoWhatWaits() {
+  const Waiting what = std::exchange(waiting, Waiting::Nothing);
+  if (what == Waiting::Listing && Status() == LinkStatus::DirectoryListing) ListDirectory();
+  if (what == Waiting::NextFile && Status() == LinkStatus::Downloading) LoadNextSequentialFile();
+}
+
+// The simulation answers itself.
 void NCEApp::PollIdle() {
-  if (!simulation || channel.IsSending()) return; // a held line has not taken the last reply yet
+  if (channel.IsSending()) return; // a held line has not taken the last reply yet
+  DoWhatWaits();
+  if (!simulation) return;
   if (Status() == LinkStatus::Waiting) {
     requestText = u"FH 0000001";
     DownloadNow();

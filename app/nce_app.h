@@ -75,6 +75,8 @@ class NCEApp : public DownloadApp {
   std::string NextBlock();
   void SendNextFrame();
   void SendFrameOrEnd();
+  void DoWhatWaits();
+  void ListDirectory();
   void LoadNextSequentialFile();
   void EndDownload();
   void SendDirectoryPage();
@@ -92,6 +94,8 @@ class NCEApp : public DownloadApp {
   std::int32_t nakCount = 0;
   std::int32_t unexpectedAckCount = 0;
   std::int32_t hybridLastSheet = 0;
+  // What the disk is asked for once the reply before it is on the line, or the next request comes.
+  enum class Waiting { Nothing, Listing, NextFile } waiting = Waiting::Nothing;
   std::vector<KorText> directoryList;
   std::size_t directoryRemaining = 0;
 };

@@ -10,6 +10,10 @@ void NCEApp::OnDirectoryRequest() {
   FinishTransfer();
   EnterStatus(LinkStatus::DirectoryListing);
   Reply(u"Directory of Host Computer\nSelect File. &DH");
+  waiting = Waiting::Listing;
+}
+
+void NCEApp::ListDirectory() {
   auto list = ListNcFiles(App().Files(), workerSettings.downloadPath, workerSettings.fileExtension);
   if (!list) {
     EnterStatus(LinkStatus::DirectoryError);

@@ -57,6 +57,7 @@ void NCEApp::StartDownload() {
   upload.Discard();
   frameText.clear(); // a refusal before the first frame must not bring back the program before
   nakCount = 0;
+  waiting = Waiting::Nothing;
   const KorText folder = workerSettings.downloadPath;
   auto opened = NcProgram::Result::CantOpen;
   if (model500) opened = OpenProgram(MakeModel500FileName(folder));
@@ -139,10 +140,12 @@ void NCEApp::SendFrameOrEnd() {
     channel.SendBytes(frameText);
   }
   if (!program.AtEnd()) return;
-  if (workerFeatures.autoloadSequential != 0 && !manual.IsRunning())
+  if (workerFeatures.autoloadSequential == 0 || manual.IsRunning())
+    EndDownload();
+  else if (frameText.empty())
     LoadNextSequentialFile();
   else
-    EndDownload();
+    waiting = Waiting::NextFile;
 }
 
 void NCEApp::EndDownload() {
@@ -195,6 +198,7 @@ void NCEApp::OnRefuse() {
 bool NCEApp::LoadTransfer(const KorText& path, std::int64_t& size) {
   frameText.clear();
   nakCount = 0;
+  waiting = Waiting::Nothing;
   if (ReadProgram(path) != NcProgram::Result::Read) return false;
   size = static_cast<std::int64_t>(program.FileSize());
   return true;

@@ -45,6 +45,7 @@ bool NCEApp::RefuseRest(const KorText& line) {
 
 // The first test that holds decides; each looks for its text anywhere in the line.
 void NCEApp::Dispatch(const KorText& line) {
+  DoWhatWaits();
   if (Status() == LinkStatus::Uploading) {
     OnUploadData(line);
   } else if (RefuseRest(line)) {

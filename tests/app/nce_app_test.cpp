@@ -166,6 +166,29 @@ TEST_F(NceAppTest, AutoloadJoinsTheFollowingNumbersIntoOneStream) {
   EXPECT_EQ(link.form.title, u"125"); // the unchanged number alone
 }
 
+// The disk is asked only when the reply before it has gone out.
+TEST_F(NceAppTest, NoReplyWaitsForAListingOrForTheNextFileOfAChain) {
+  const std::string greeting = "Directory of Host Computer\nSelect File. &DH\r";
+  const std::string page = " 1|1         2|2        \r";
+  link.PutProgram(u"1.MPG", u"A\n");
+  link.PutProgram(u"2.MPG", u"B\n");
+  link.Start();
+  Features({1, 0, 0, 0});
+  std::string onLine;
+  const auto take = [&] { onLine += link.port.TakeWritten(); };
+  link.app.WhenOpening(u"2.MPG", take);
+  link.BeginDownload("1");
+  EXPECT_EQ(onLine, MakeFrame("A!"));
+  EXPECT_EQ(link.Ask(">"), MakeFrame("B!") + "]\r");
+  onLine.clear();
+  link.app.WhenOpening(link.Folder(), take);
+  link.Ask("DH");
+  EXPECT_EQ(onLine, greeting);
+  EXPECT_EQ(link.Ask(">"), page);
+  link.app.WhenOpening({}, {});
+  EXPECT_EQ(link.Send("DH\r>\r"), greeting + page) << "a page that is asked for at once";
+}
+
 TEST_F(NceAppTest, AChainEndsWhereNoNumberFollows) {
   for (const char16_t* content : {u"A\n", u"\n"}) {
     for (const char16_t* name : {u"2147483647.MPG", u"2147483648.MPG"})

@@ -185,8 +185,18 @@ void FakeFiles::RestoreDisk(const DiskImage::Files& files) {
 
 // --- Files --------------------------------------------------------------------------------------
 
-std::unique_ptr<OsFile> FakeFiles::Open(const KorText& path, FileAccess access) {
+void FakeFiles::TellOpening(const KorText& path) {
   if (whenOpening.second && path.Contains(whenOpening.first)) whenOpening.second();
+}
+
+std::optional<std::vector<FileEntry>> FakeFiles::ReadFolder(const KorText& folder,
+                                                            const NameFilter& wanted) {
+  TellOpening(folder);
+  return PlatformFiles::ReadFolder(folder, wanted);
+}
+
+std::unique_ptr<OsFile> FakeFiles::Open(const KorText& path, FileAccess access) {
+  TellOpening(path);
   if (IsRefused(path, access)) {
     SetLastError(kAccessDenied);
     return nullptr;

@@ -34,7 +34,8 @@ class FakeFiles : public PlatformFiles {
   // --- Faults ---
   // Refuses to open files whose path holds the text (access denied); for writing only, if so chosen.
   void RefuseOpening(const KorText& part, bool forWritingOnly = false);
-  // Runs each time before a file whose path holds the text is opened, on the thread that opens it.
+  // Runs each time before a file whose path holds the text is opened or such a folder is listed, on
+  // the thread that does it.
   void WhenOpening(const KorText& part, std::function<void()> action) {
     whenOpening = {part, std::move(action)};
   }
@@ -78,7 +79,12 @@ class FakeFiles : public PlatformFiles {
   bool RemoveFolder(const KorText& path) override;
   bool SyncFolder(const KorText& folder) override;
 
+ protected:
+  std::optional<std::vector<FileEntry>> ReadFolder(const KorText& folder,
+                                                   const NameFilter& wanted) override;
+
  private:
+  void TellOpening(const KorText& path);
   friend class TestFile;
   bool IsRefused(const KorText& path, FileAccess access);
   bool MayChange(); // counts the change
