@@ -21,4 +21,6 @@ read -r -t 30 number <"$work/number" || { cat "$work/xvfb.log" >&2; exit 1; }
 export DISPLAY=:$number XDG_RUNTIME_DIR=$work HOME=$work NO_AT_BRIDGE=0 GDK_BACKEND=x11
 openbox >/dev/null 2>&1 &
 manager=$!
-dbus-run-session -- "$@"
+# The bus tells of each service that it starts; what the program says comes through.
+# shellcheck disable=SC2016 # for the inner shell
+dbus-run-session -- sh -c 'exec 2>&3 3>&-; exec "$@"' sh "$@" 3>&2 2>"$work/bus.log"

@@ -1,0 +1,35 @@
+# shellcheck shell=bash
+# Sourced by the scripts that build; they stand in the tree's root and have pipefail set.
+#
+# quietly NAME COMMAND...: keeps what the command prints in build/logs/NAME.log and shows the end of that when the
+# command fails. On a terminal the line in which ninja counts its steps is shown meanwhile.
+quietly() {
+  local log=build/logs/$1.log result=0
+  shift
+  mkdir -p build/logs
+  if [ -t 2 ]; then
+    "$@" </dev/null 2>&1 | show_steps "$log" || result=$?
+  else
+    "$@" </dev/null >"$log" 2>&1 || result=$?
+  fi
+  [ $result -ne 0 ] || return 0
+  tail -n 40 "$log" >&2
+  echo "${0##*/}: failed; $log has the whole story" >&2
+  return $result
+}
+
+# Copies its input to the file and shows each line that begins with "[" in place of the one before.
+show_steps() {
+  local line width
+  width=$(tput cols 2>/dev/null || echo 80)
+  while IFS= read -r line; do
+    printf '%s\n' "$line"
+    [[ $line != \[* ]] || printf '\r\033[K%.*s' $((width - 1)) "$line" >&2
+  done >"$1"
+  printf '\r\033[K' >&2
+}
+
+# build_preset PRESET [ARGUMENT...]: configures and builds; the arguments go to the build.
+build_preset() {
+  cmake --preset "$1" && cmake --build --preset "$1" -j "$(nproc)" "${@:2}"
+}
