@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Writes what is in a package as SPDX 2.3 JSON: its files, and the libraries in or behind its programs with version and
 licence, from dpkg's database and the linker's maps.
 
@@ -20,6 +20,8 @@ import subprocess
 import sys
 import uuid
 
+from license_expression import get_spdx_licensing
+
 GCC = "GPL-3.0-or-later WITH GCC-exception-3.1"
 # By Debian's source package. One that is missing has to be looked up and entered: see its copyright file.
 LICENCES = {
@@ -32,13 +34,16 @@ LICENCES = {
     "libedit": "BSD-3-Clause",
     "libx11": "MIT AND MIT-open-group AND X11",
     "libz-mingw-w64": "Zlib",
-    "mingw-w64": "ZPL-2.1 AND MIT AND BSD-3-Clause",
+    "mingw-w64": "ZPL-2.1 AND MIT AND BSD-3-Clause AND LicenseRef-Lucent",
     "nsis": "Zlib AND CPL-1.0 WITH LZMA-exception",
     "pcre2": "BSD-3-Clause",
     "pugixml": "MIT",
     "wxwidgets3.2": "LGPL-2.0-or-later WITH WxWindows-exception-3.1",
     "zlib": "Zlib",
 }
+
+# Licences that SPDX has no name for, by theirs here: where NOTICE has their text.
+NAMELESS = {"LicenseRef-Lucent": "gdtoa, parts of MinGW-w64: "}
 
 
 def run(*command):
@@ -109,13 +114,20 @@ def linked_statically(maps):
 # --- The list ---
 
 
+def extracted(reference):
+    """What NOTICE has between the line that names the licence and the next rule."""
+    with open(os.path.join(os.path.dirname(__file__), "../NOTICE"), encoding="utf-8") as file:
+        text = file.read()
+    return {"licenseId": reference, "extractedText": text[text.index("\n" + NAMELESS[reference]):].split("\n----")[0].strip()}
+
+
 def file_entry(folder, path):
     name = "./" + os.path.relpath(path, folder)
     return {
         "SPDXID": spdx_id("File-" + name[2:]),
         "fileName": name,
         "checksums": [{"algorithm": kind.upper(), "checksumValue": digest(path, kind)} for kind in ("sha1", "sha256")],
-        "licenseConcluded": "MIT",
+        "licenseConcluded": "CC0-1.0" if name.endswith(".metainfo.xml") else "MIT",
         "copyrightText": "NOASSERTION",
     }
 
@@ -139,19 +151,23 @@ def verification_code(files):
     return {"packageVerificationCodeValue": hashlib.sha1("".join(sums).encode()).hexdigest()}
 
 
+def purl(name, version):
+    """Of the source package; the regular expressions come within the toolkit's."""
+    place = f"{name}@{version}".replace("+", "%2B")
+    return f"pkg:generic/{place}" if name == "pcre2" else f"pkg:deb/debian/{place}?arch=source"
+
+
 def document(package, version, folder, libraries, relation):
     paths = [] if folder is None else [
         path for path in glob.glob(folder + "/**", recursive=True, include_hidden=True) if os.path.isfile(path)]
     files = sorted((file_entry(folder, path) for path in paths), key=lambda entry: entry["fileName"])
     analysed = {"filesAnalyzed": True, "packageVerificationCode": verification_code(files)} if files else {}
     sha256 = digest(package, "sha256")
-    main = package_entry("ncedl", version, "MIT", packageFileName=os.path.basename(package), supplier="NOASSERTION",
+    main = package_entry("ncedl", version, "MIT", packageFileName=os.path.basename(package), supplier="Organization: the ncedl authors",
                          checksums=[{"algorithm": "SHA256", "checksumValue": sha256}], **analysed)
     others = [
-        package_entry(name, number, LICENCES[name], externalRefs=[{
-            "referenceCategory": "PACKAGE-MANAGER", "referenceType": "purl",
-            "referenceLocator": "pkg:" + ("generic/" if name == "pcre2" else "deb/debian/")
-            + f"{name}@{number}".replace("+", "%2B")}])
+        package_entry(name, number, LICENCES[name], supplier="Organization: Debian", externalRefs=[{
+            "referenceCategory": "PACKAGE-MANAGER", "referenceType": "purl", "referenceLocator": purl(name, number)}])
         for name, number in sorted(libraries)]
     relations = [("SPDXRef-DOCUMENT", "DESCRIBES", main["SPDXID"])]
     relations += [(main["SPDXID"], "CONTAINS", file["SPDXID"]) for file in files]
@@ -167,6 +183,8 @@ def document(package, version, folder, libraries, relation):
         "creationInfo": {"created": created.strftime("%Y-%m-%dT%H:%M:%SZ"), "creators": ["Organization: the ncedl authors"]},
         "packages": [main, *others],
         "files": files,
+        "hasExtractedLicensingInfos": [extracted(reference) for reference in sorted(NAMELESS)
+                                       if any(reference in other["licenseConcluded"] for other in others)],
         "relationships": [{"spdxElementId": a, "relationshipType": kind, "relatedSpdxElement": b}
                           for a, kind, b in relations],
     }
@@ -188,6 +206,10 @@ def version_of(package):
 
 
 def write_zip(package, folder, *maps):
+    mapped = {os.path.basename(name).removesuffix(".map") for name in maps}
+    for path in glob.glob(folder + "/*.exe"):
+        if os.path.basename(path) not in mapped:
+            sys.exit(f"sbom: the linker's map of {os.path.basename(path)} is missing; build it anew")
     write(package, version_of(package), folder, linked_statically(maps), "STATIC_LINK")
 
 
@@ -197,6 +219,13 @@ def write_setup(package, *maps):
 
 
 # --- The check ---
+
+
+def licence_faults(expression, extracted_infos):
+    for info in extracted_infos:
+        expression = expression.replace(info["licenseId"], "MIT")
+    for error in get_spdx_licensing().validate(expression).errors:
+        yield f"{expression}: {error}"
 
 
 def faults_of(path, folder=None):
@@ -213,8 +242,10 @@ def faults_of(path, folder=None):
     if main["checksums"][0]["checksumValue"] != digest(package, "sha256"):
         yield "the package has another checksum"
     for entry in told["packages"]:
-        if not entry["versionInfo"] or "NOASSERTION" in entry["licenseConcluded"]:
-            yield f"{entry['name']} has no version or licence"
+        if not entry["versionInfo"] or entry["supplier"] == "NOASSERTION":
+            yield f"{entry['name']} has no version or supplier"
+    for entry in [*told["packages"], *told["files"]]:
+        yield from licence_faults(entry["licenseConcluded"], told["hasExtractedLicensingInfos"])
     if len(told["packages"]) < 4:
         yield "libraries are missing"
     if folder is None:
