@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "link/echo_text.h"
 #include "services/core/text_lookup.h"
@@ -44,13 +45,16 @@ SerialChannel::SerialChannel(SerialPort& serialPort, OsClock& osClock, StatusBoa
 
 bool SerialChannel::Check(const char16_t* step, bool success) {
   if (success) {
-    if (!reported.empty()) reported.erase(step);
+    if (!failures.empty()) failures.erase(step);
     return true;
   }
   const KorText text = port.LastErrorText();
-  KorText& last = reported[step];
-  if (!quiet && last != text) host.ReportPortFailure(step, text);
-  last = text;
+  Failure& failure = failures[step];
+  const bool lasts = std::exchange(failure.last, text) == text;
+  const bool isKnown = failure.reported.IsEmpty() && port.IsGone(); // its loss was reported
+  if (failure.reported == text || (isRetry && (!lasts || isKnown))) return false;
+  failure.reported = text;
+  host.ReportPortFailure(step, text);
   return false;
 }
 
@@ -60,7 +64,7 @@ void SerialChannel::Open(const LinkSettings& newSettings, const KorText& name, b
   settings = &newSettings;
   applicationName = name;
   noSoftwareFlow = noSoftware;
-  reported.clear(); // somebody asked for it: every failing step is reported anew
+  failures.clear(); // somebody asked for it: every failing step is reported anew
   ForgetErrors();
   if (port.IsOpen()) {
     port.PurgeTransmit();
@@ -74,8 +78,8 @@ void SerialChannel::Open(const LinkSettings& newSettings, const KorText& name, b
 
 // False when the device could not be opened. A device that could not be configured stays open under
 // the title "No Link" and is polled.
-bool SerialChannel::OpenDevice(bool beQuiet) {
-  quiet = beQuiet;
+bool SerialChannel::OpenDevice(bool again) {
+  isRetry = again;
   title = applicationName + u" - No Link";
   // The way out of a hold that the controller never ends; what was on its way was torn by it.
   ForgetTraffic();
@@ -86,8 +90,8 @@ bool SerialChannel::OpenDevice(bool beQuiet) {
     port.PurgeTransmit();
     port.PurgeReceive();
   }
-  quiet = false;
-  return opened && (configured || !beQuiet);
+  isRetry = false;
+  return opened && (configured || !again);
 }
 
 bool SerialChannel::ConfigureDevice() {
@@ -156,7 +160,7 @@ void SerialChannel::ReopenWhenDue() {
     return;
   }
   isLost = false;
-  reported.clear();
+  failures.clear();
   host.ShowTitle(title);
   host.OnLinkBack();
 }

@@ -111,12 +111,13 @@ class SerialChannel {
   void WritePendingTransmit();
   void RefillTransmit();
   void HandOverMonitor();
-  bool OpenDevice(bool quiet);
+  bool OpenDevice(bool again);
   bool ConfigureDevice();
   void ReopenWhenDue();
   void Lose();
   void ForgetTraffic();
-  // Reports a failing step once until it succeeds again or fails with another text.
+  // Reports a failing step once until it succeeds again or fails with another text. A retry reports
+  // another text when it has come twice in a row: a device that comes back may refuse for a moment.
   bool Check(const char16_t* step, bool success);
 
   SerialPort& port;
@@ -130,10 +131,14 @@ class SerialChannel {
   KorText applicationName;
   KorText title;
   bool noSoftwareFlow = false;
-  bool quiet = false;                  // failing steps are not reported: a retry of a lost device
-  bool isLost = false;                 // the device could not be opened or has disappeared
-  double nextRetry = 0;                // seconds of the high-resolution clock
-  std::map<KorText, KorText> reported; // step, system text
+  bool isRetry = false; // of a device that could not be opened or has disappeared
+  bool isLost = false;  // the device could not be opened or has disappeared
+  double nextRetry = 0; // seconds of the high-resolution clock
+  struct Failure {
+    KorText last;     // the system's text
+    KorText reported; // the one that was reported; empty: none
+  };
+  std::map<KorText, Failure> failures; // by step, until it succeeds
 
   struct {
     std::atomic<std::uint32_t> overrun{0}, parity{0}, framing{0}, breaks{0};

@@ -101,6 +101,35 @@ TEST_F(EngineTest, ReportsALastingFailureOnceUntilItSucceeds) {
   EXPECT_EQ(link.Code(), 2);
 }
 
+// A device that comes back may refuse for a moment; what refuses twice in a row needs somebody.
+TEST_F(EngineTest, SaysAReasonThatHasChangedOnceItLasts) {
+  const auto fail = [this](const char* operation, int times, const char16_t* text, int seconds) {
+    link.port.Fail(operation, times, text);
+    for (int i = 0; i < seconds; ++i)
+      link.After(1);
+    std::vector<KorText> said;
+    for (const auto& message : link.form.messages)
+      said.push_back(message.caption + u": " + message.text.Mid(5));
+    return said;
+  };
+  std::vector<KorText> all = {u"Open Comm: No such file"};
+  link.port.Fail("Open", -1, u"No such file");
+  link.Start();
+  EXPECT_EQ(fail("Open", 1, u"Not yet yours", 1), all);
+  EXPECT_EQ(fail("Open", -1, u"Not permitted", 1), all);
+  all.push_back(u"Open Comm: Not permitted");
+  EXPECT_EQ(fail("Open", -1, u"Not permitted", 3), all);
+  all.push_back(u"Open Comm: No such file");
+  EXPECT_EQ(fail("Open", -1, u"No such file", 3), all);
+  fail("Open", 0, u"", 1);
+  link.port.SetPresent(false, u"Gone");
+  all.push_back(u"Comms Status Check: Gone"); // and not "Open Comm: Gone" as well
+  EXPECT_EQ(fail("SetControlBlock", -1, u"Not this speed", 3), all);
+  link.port.SetPresent(true);
+  all.push_back(u"Set Comm State: Not this speed");
+  EXPECT_EQ(fail("Open", 0, u"", 3), all);
+}
+
 TEST_F(EngineTest, ServesAgainWhenALostDeviceIsBack) {
   link.PutProgram(u"1.MPG", KorText(150, u'A') + u"\nB\n");
   link.port.SetPresent(false, u"No such device");
