@@ -50,6 +50,22 @@ KorText StepCaption(const KorText& step) {
   return LookUpText(kFirst + static_cast<int>(found - std::begin(kSteps)), step);
 }
 
+// What to do about it; empty where nothing is known.
+KorText RemedyOf(PortTrouble trouble) {
+  switch (trouble) {
+  case PortTrouble::NotThere:
+    return LookUpText(15600, u"Plug in the adapter, or choose another port in the settings.");
+  case PortTrouble::InUse:
+    return LookUpText(15601, u"Close the other program, or choose another port in the settings.");
+  case PortTrouble::NotAllowed:
+    return LookUpText(15602, u"This user may not use the device: on Linux, add the user to the "
+                             u"group \"dialout\" and log in anew.");
+  case PortTrouble::Other:
+    break;
+  }
+  return {};
+}
+
 } // namespace
 
 EngineServices NoServices() {
@@ -225,6 +241,12 @@ void DownloadApp::ReportPortFailure(const KorText& step, const KorText& systemTe
               MessageStyle::Information);
 }
 
+void DownloadApp::OnPortTrouble(PortTrouble trouble, const KorText& systemText) {
+  const KorText remedy = RemedyOf(trouble);
+  const KorText sentence = systemText.EndsWith(u".") ? systemText : systemText + u".";
+  board.SetLinkReason(remedy.IsEmpty() ? sentence : sentence + u" " + remedy);
+}
+
 void DownloadApp::ShowTitle(const KorText& title) {
   PostToWindow([this, title] { services.window->SetTitle(title); });
 }
@@ -287,11 +309,12 @@ void DownloadApp::CancelUpload() {
 }
 
 KorText DownloadApp::WhatRuns() {
-  const auto running = RunningExchange();
-  if (!running) return {};
+  const StatusView view = board.TakeView();
+  if (!IsExchange(view.code)) return {};
+  // The headline, which counts nothing: asked for again the text is the same.
   return KorText::Format(
       LookUpText(15440, u"End the running transfer first (\"%s\") or wait for its end: %s"),
-      services.window->CancelName(), *running);
+      services.window->CancelName(), view.headline);
 }
 
 bool DownloadApp::MayStart(const KorText& caption) {
@@ -383,7 +406,7 @@ FormDescription DownloadApp::SettingsForm() {
     for (FormField& field : edited.fields)
       field.problem.Clear();
     for (const FieldRefusal& refusal : CheckSettingsForm(edited, windowSettings))
-      edited.Find(refusal.key)->problem = refusal.reason;
+      edited.Find(refusal.key)->problem = refusal.Reason(refusal.label);
   };
   return form;
 }

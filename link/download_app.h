@@ -137,6 +137,7 @@ class DownloadApp : public Storable, protected ChannelHost {
   void ConsumeReceived() override { ProcessReceived(); }
   void FeedTransmitter() override { PollIdle(); }
   void ReportPortFailure(const KorText& step, const KorText& systemText) override;
+  void OnPortTrouble(PortTrouble trouble, const KorText& systemText) override;
   void ShowTitle(const KorText& title) override;
   void OnLinkLost() override;
   void OnLinkBack() override;

@@ -152,11 +152,6 @@ KorText ListedValue(const FormField& field) {
   return {};
 }
 
-KorText Refusal(const FormField& field, const KorText& accepted) {
-  return KorText::Format(LookUpText(15424, u"%s can't be \"%s\"; accepted: %s"), field.key,
-                         field.value, accepted);
-}
-
 bool IsFolder(const KorText& path) {
   return path.IsEmpty() || App().FolderExists(path); // empty: the working folder
 }
@@ -207,12 +202,13 @@ KorText WhatIsAccepted(const FormField& field, const KorText& value) {
   return field.kind == FieldKind::FilePath ? WhatLogFilesAre(value) : WhatPortsAre(value);
 }
 
+// The readers of a field return what it accepts when they don't take its value, else an empty text.
+
 KorText ReadTextField(const FormField& field, KorText& value) {
   const KorText entered = EnteredText(field);
   const KorText accepted = WhatIsAccepted(field, entered);
-  if (!accepted.IsEmpty()) return Refusal(field, accepted);
-  value = entered;
-  return {};
+  if (accepted.IsEmpty()) value = entered;
+  return accepted;
 }
 
 bool IsWholeNumber(const KorText& text) {
@@ -222,7 +218,7 @@ bool IsWholeNumber(const KorText& text) {
 KorText ReadCheckField(const FormField& field, std::int32_t& value) {
   const KorText text = field.value.Trimmed();
   const bool on = text == u"1" || text.EqualsNoCase(u"on");
-  if (!on && text != u"0" && !text.EqualsNoCase(u"off")) return Refusal(field, u"on, off");
+  if (!on && text != u"0" && !text.EqualsNoCase(u"off")) return u"on, off";
   value = on ? 1 : 0;
   return {};
 }
@@ -232,7 +228,7 @@ KorText ReadNumberField(const FormField& field, std::int32_t maximum, std::int32
   const KorText text = field.value.Trimmed();
   const std::int32_t number = text.ToInteger();
   if (!IsWholeNumber(text) || number > maximum)
-    return Refusal(field, KorText::Format(LookUpText(15425, u"0 to %i"), maximum));
+    return KorText::Format(LookUpText(15425, u"0 to %i"), maximum);
   value = number;
   return {};
 }
@@ -244,7 +240,7 @@ KorText ReadCodeField(const FormField& field, std::uint8_t& value) {
     value = ControlCodeOfName(i);
     return {};
   }
-  return Refusal(field, ListText(Texts(names)));
+  return ListText(Texts(names));
 }
 
 } // namespace
@@ -360,8 +356,8 @@ std::vector<FieldRefusal> ReadEditedFields(const FormDescription& form, LinkSett
   const auto take = [&](const char16_t* key, auto&& reader) {
     const FormField* field = form.Find(key);
     if (!field || field->value == before.Find(key)->value) return;
-    const KorText wrong = reader(*field);
-    if (!wrong.IsEmpty()) refusals.push_back({key, wrong});
+    const KorText accepted = reader(*field);
+    if (!accepted.IsEmpty()) refusals.push_back({key, field->label, field->value, accepted});
   };
   take(u"port", [&](const FormField& field) { return ReadTextField(field, settings.port); });
   for (const TextField& text : kTextFields)
@@ -379,6 +375,11 @@ std::vector<FieldRefusal> ReadEditedFields(const FormDescription& form, LinkSett
 
 } // namespace
 
+KorText FieldRefusal::Reason(const KorText& name) const {
+  return KorText::Format(LookUpText(15424, u"%s can't be \"%s\"; accepted: %s"), name, value,
+                         accepted);
+}
+
 std::vector<FieldRefusal> CheckSettingsForm(const FormDescription& form,
                                             const LinkSettings& settings) {
   LinkSettings read = settings;
@@ -388,7 +389,7 @@ std::vector<FieldRefusal> CheckSettingsForm(const FormDescription& form,
 KorText ReadSettingsForm(const FormDescription& form, LinkSettings& settings) {
   LinkSettings read = settings;
   const std::vector<FieldRefusal> refusals = ReadEditedFields(form, read);
-  if (!refusals.empty()) return refusals.front().reason;
+  if (!refusals.empty()) return refusals.front().Reason(refusals.front().key);
   EnsureTrailingSeparators(read);
   settings = read;
   return {};

@@ -74,14 +74,19 @@ void EnsureTrailingSeparators(LinkSettings& settings);
 FormDescription MakeSettingsForm(const LinkSettings& settings, const std::vector<KorText>& ports);
 
 struct FieldRefusal {
-  KorText key;    // of the field
-  KorText reason; // what is wrong, and what the field accepts
+  KorText key, label; // of the field
+  KorText value;      // what it holds
+  KorText accepted;   // what it accepts
+
+  // name: what the reader knows the field by, its label or its key.
+  KorText Reason(const KorText& name) const;
 };
 // Every edited field that can't work, in the form's order: values that no list holds, an extension with
 // a dot, folders that are not there, an empty port.
 std::vector<FieldRefusal> CheckSettingsForm(const FormDescription& form,
                                             const LinkSettings& settings);
-// Takes the form over. An empty text, or the first refusal; settings are then unchanged.
+// Takes the form over. An empty text, or the first refusal, which names the key; settings are then
+// unchanged.
 KorText ReadSettingsForm(const FormDescription& form, LinkSettings& settings);
 
 } // namespace kor

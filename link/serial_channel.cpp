@@ -49,6 +49,7 @@ bool SerialChannel::Check(const char16_t* step, bool success) {
     return true;
   }
   const KorText text = port.LastErrorText();
+  host.OnPortTrouble(port.Trouble(), text);
   Failure& failure = failures[step];
   const bool lasts = std::exchange(failure.last, text) == text;
   const bool isKnown = failure.reported.IsEmpty() && port.IsGone(); // its loss was reported

@@ -38,6 +38,8 @@ class ChannelHost {
   virtual void FeedTransmitter() = 0;
   // A failing step and the system's text for it.
   virtual void ReportPortFailure(const KorText& step, const KorText& systemText) = 0;
+  // Each failing step, also of a quiet retry.
+  virtual void OnPortTrouble(PortTrouble trouble, const KorText& systemText) = 0;
   virtual void ShowTitle(const KorText& title) = 0;
   // The device has disappeared; the channel goes on trying to open it, quietly.
   virtual void OnLinkLost() = 0;

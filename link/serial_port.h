@@ -2,7 +2,8 @@
 // one device. Owned by the program's main, lent to DownloadApp.
 //
 // Errors: every operation returns false when the system refuses; LastErrorText() then gives the
-// system's text and IsGone() tells whether the device itself has disappeared (USB adapter pulled).
+// system's text, IsGone() tells whether the device itself has disappeared (USB adapter pulled), and
+// Trouble() what kind of failure it was.
 //
 // Threads: used by one thread at a time, except Interrupt(), which any thread may call.
 //
@@ -75,6 +76,9 @@ struct PortTimeouts {
   std::uint32_t writeConstant = 0; // milliseconds; 0 = no limit
 };
 
+// Why an operation failed, as far as the user can do something about it.
+enum class PortTrouble { Other, NotThere, InUse, NotAllowed };
+
 class SerialPort {
  public:
   virtual ~SerialPort() = default;
@@ -101,6 +105,9 @@ class SerialPort {
 
   virtual KorText LastErrorText() const = 0;
   virtual bool IsGone() const = 0;
+  virtual PortTrouble Trouble() const {
+    return IsGone() ? PortTrouble::NotThere : PortTrouble::Other;
+  }
 
   // Waits until bytes can be read, the device disappears, the time has passed or Interrupt() is
   // called. With no device open it waits for the last two.

@@ -22,6 +22,11 @@ void StatusBoard::SetMachine(const KorText& machine, bool serverRole) {
   facts.serverRole = serverRole;
 }
 
+void StatusBoard::SetLinkReason(const KorText& reason) {
+  const Lock lock(mutex);
+  linkReason = reason;
+}
+
 void StatusBoard::BeginCount(std::int64_t size) {
   total = size;
   count = 0;
@@ -67,6 +72,7 @@ StatusView StatusBoard::TakeView() {
   FormLine();
   view.line = line;
   view.fileName = facts.fileName;
+  if (now == LinkStatus::NoLink) view.reason = linkReason;
   view.activity = ActivityOf(now);
   view.headline = StatusHeadline(now, facts.fileName, line);
   view.bytes = facts.count;

@@ -26,6 +26,7 @@ class StatusBoard {
 
   void SetFileName(const KorText& name);
   void SetMachine(const KorText& machine, bool serverRole);
+  void SetLinkReason(const KorText& reason); // shown while there is no link
   void SetCount(std::int64_t bytes) { count = bytes; }
   void AddCount(std::int64_t bytes) { count += bytes; }
   std::int64_t Count() const { return count; }
@@ -63,6 +64,7 @@ class StatusBoard {
   std::array<std::atomic<bool>, kLampCount> lamps{};
   StatusFacts facts KOR_GUARDED_BY(mutex);
   KorText line KOR_GUARDED_BY(mutex);
+  KorText linkReason KOR_GUARDED_BY(mutex);
   std::uint32_t toldTime KOR_GUARDED_BY(mutex) = 0; // timesSet when jobs were told last
 };
 

@@ -35,6 +35,7 @@ struct StatusView {
   KorText line; // its text, unpadded; a window shows it padded to 70 characters
   LinkActivity activity = LinkActivity::NoLink;
   KorText headline;       // the state in few words, for a large line
+  KorText reason;         // why there is no link, and what to do about it; while there is none
   KorText fileName;       // full name of the current file, as line has it where it names the file
   std::int64_t bytes = 0; // sent or received so far
   std::int64_t size = 0;  // bytes in all; 0 when that isn't known, as for an upload

@@ -37,6 +37,8 @@ constexpr Phrase kCancelled = [] { return LookUpText(15539, u"Cancelled: %s"); }
 constexpr Phrase kListing = [] { return LookUpText(15540, u"Listing programs"); };
 constexpr Phrase kTestPassed = [] { return LookUpText(15541, u"Line test passed"); };
 constexpr Phrase kTestFailed = [] { return LookUpText(15542, u"Line test: no answer"); };
+constexpr Phrase kTesting = [] { return LookUpText(15212, u"Loop Back Test"); };
+constexpr Phrase kListingFailed = [] { return LookUpText(15603, u"Listing failed"); };
 constexpr Phrase kDataLost = [] { return LookUpText(15543, u"Data lost"); };
 
 struct Row {
@@ -60,7 +62,7 @@ constexpr bool kEnds = true, kGoesOn = false;
 constexpr std::array kRows{
     Row{LinkStatus::NoLink, Fixed, u"No Link", kGoesOn, kStill, LinkActivity::NoLink, kNoLink},
     Row{Waiting, Fixed, u"Waiting...", kGoesOn, kStill, kIdle, kReady},
-    Row{LoopBackTest, Fixed, u"Loop Back Test", kGoesOn, kStill, kIdle, kNoPhrase},
+    Row{LoopBackTest, Fixed, u"Loop Back Test", kGoesOn, kStill, kIdle, kTesting},
     Row{DirectoryListing, Fixed, u"Directory Listing", kGoesOn, kStill, kIdle, kListing},
     Row{ControllerOption, Fixed, u"NC Controller Option", kGoesOn, kStill, kIdle, kNoPhrase},
     Row{DownloadWaiting, Fixed, u"Download Waiting For Controller", kGoesOn, kComing, kBusy, kPreparing},
@@ -81,7 +83,7 @@ constexpr std::array kRows{
     Row{AutoloadCutting, Named, u"Autoload Cutting", kEnds, kStill, kDone, kNoPhrase},
     Row{LoopbackFailure, Fixed, u"Local Loopback Test Failure", kGoesOn, kStill, kBad, kTestFailed},
     Row{LoopbackSuccess, Fixed, u"Local Loopback Test Success", kGoesOn, kStill, kDone, kTestPassed},
-    Row{DirectoryError, Fixed, u"Directory Listing: Error", kEnds, kStill, kBad, kNoPhrase},
+    Row{DirectoryError, Fixed, u"Directory Listing: Error", kEnds, kStill, kBad, kListingFailed},
     Row{OverRun, Fixed, u"Over Run Error! Data loss has occurred!", kEnds, kStill, kBad, kDataLost},
     Row{UnexpectedError, Named, u"Unexpected error", kEnds, kStill, kBad, kFailed},
     Row{FormatError, Named, u"File format error", kEnds, kStill, kBad, kFailed},

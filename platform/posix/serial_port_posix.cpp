@@ -141,8 +141,14 @@ bool PosixSerialPort::RequireOpen() {
   return device.IsValid() || Fail(EBADF);
 }
 
+PortTrouble PosixSerialPort::Trouble() const {
+  if (lastError == EBUSY || lastError == EWOULDBLOCK) return PortTrouble::InUse;
+  if (lastError == EACCES || lastError == EPERM) return PortTrouble::NotAllowed;
+  return SerialPort::Trouble();
+}
+
 KorText PosixSerialPort::LastErrorText() const {
-  if (lastError == EBUSY || lastError == EWOULDBLOCK) return u"In use by another program";
+  if (Trouble() == PortTrouble::InUse) return u"In use by another program";
   return App().ErrorText(static_cast<std::uint32_t>(lastError));
 }
 

@@ -51,6 +51,7 @@ class PosixSerialPort : public SerialPort {
   bool Close() override;
   KorText LastErrorText() const override;
   bool IsGone() const override { return gone; }
+  PortTrouble Trouble() const override;
   void WaitReadable(std::chrono::microseconds atMost) override;
   void Interrupt() override;
 

@@ -151,6 +151,12 @@ KorText Win32SerialPort::LastErrorText() const {
   return App().ErrorText(state->lastError & 0xFFFF);
 }
 
+// A port that another program has open denies access; nothing else does.
+PortTrouble Win32SerialPort::Trouble() const {
+  if (state->lastError == ERROR_ACCESS_DENIED && !state->gone) return PortTrouble::InUse;
+  return SerialPort::Trouble();
+}
+
 bool Win32SerialPort::IsGone() const {
   return state->gone;
 }

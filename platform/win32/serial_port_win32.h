@@ -45,6 +45,7 @@ class Win32SerialPort : public SerialPort {
   bool Close() override;
   KorText LastErrorText() const override;
   bool IsGone() const override;
+  PortTrouble Trouble() const override;
   void WaitReadable(std::chrono::microseconds atMost) override;
   void Interrupt() override;
 

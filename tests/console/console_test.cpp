@@ -172,7 +172,7 @@ TEST_F(ConsoleTest, AControllersDownloadIsCancelledBeforeAnotherIsSent) {
       Run("status\nsend " + app.Path(u"x.NC").ToUtf8() + "\ncancel\nstatus\n");
   EXPECT_EQ(errors,
             "Send NC File: End the running transfer first (\"cancel\") or wait for its end: "
-            "Download Waiting For Controller\n");
+            "Preparing 1\n");
   EXPECT_NE(output.find("status 16 Download Cancelled 1\n"), std::string::npos) << output;
 }
 

@@ -137,8 +137,15 @@ TEST_F(EngineTest, ServesAgainWhenALostDeviceIsBack) {
   EXPECT_EQ(link.Code(), 0);
   link.After(5);
   EXPECT_EQ(link.form.messages.size(), 1u);
+  const auto reason = [this] { return link.link->CurrentStatus().reason; };
+  constexpr char16_t kPlugIn[] = u"Plug in the adapter, or choose another port in the settings.";
+  EXPECT_EQ(reason(), KorText(u"No such device. ") + kPlugIn);
+  link.port.SetPresent(false, u"Another.");
+  link.After(1); // told by the quiet retry, too
+  EXPECT_EQ(reason(), KorText(u"Another. ") + kPlugIn);
   link.port.SetPresent(true);
   link.After(1);
+  EXPECT_EQ(reason(), u"");
   link.BeginDownload("1");
   link.form.statuses.clear();
   link.port.SetPresent(false, u"Gone");
@@ -438,7 +445,7 @@ TEST_F(EngineTest, ATransferIsNotBrokenIntoUntilItIsCancelled) {
         wish(of);
         of.Run();
         ASSERT_EQ(of.form.messages.size(), 1u) << what;
-        EXPECT_TRUE(of.form.messages[0].text.Contains(of.Line())) << what;
+        EXPECT_TRUE(of.form.messages[0].text.Contains(of.link->CurrentStatus().headline)) << what;
         EXPECT_TRUE(of.form.messages[0].text.Contains(u"\"cancel\"")) << what;
         EXPECT_EQ(of.Code(), begun.code) << what;
         of.form.messages.clear();
@@ -648,6 +655,7 @@ TEST_F(EngineTest, TheSettingsFormSaysWhatIsWrongBesideEachField) {
   for (const FormField& field : form.fields)
     EXPECT_EQ(field.problem.IsEmpty(),
               field.key != u"file-extension" && field.key != u"upload-path");
+  EXPECT_TRUE(form.Find(u"upload-path")->problem.StartsWith(u"Upload path can't be"));
   EXPECT_EQ(form.obstacle, u"");
   link.PutProgram(u"1.MPG", u"A\n");
   link.Ask("FH 1");
@@ -847,7 +855,8 @@ TEST(LinkStatusTest, TellsFromAfarWhatGoesOn) {
       {LinkStatus::Uploading, u"C:\\nc\\.5", u"Receiving .5", LinkActivity::Busy},
       {LinkStatus::DownloadCantOpen, u"/n.c/7", u"Not found: 7", LinkActivity::Failed},
       {LinkStatus::UploadCancelled, u"", u"the line", LinkActivity::Cancelled},
-      {LinkStatus::LoopBackTest, u"/nc/1.MPG", u"the line", LinkActivity::Idle},
+      {LinkStatus::LoopBackTest, u"/nc/1.MPG", u"Loop Back Test", LinkActivity::Idle},
+      {LinkStatus::DirectoryError, u"/nc/1.MPG", u"Listing failed", LinkActivity::Failed},
       {static_cast<LinkStatus>(39), u"/nc/1.MPG", u"the line", LinkActivity::Idle},
   };
   for (const auto& c : cases) {

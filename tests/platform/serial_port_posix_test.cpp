@@ -175,6 +175,7 @@ TEST_F(SerialPortPosixTest, NobodyElseOpensItUntilItIsClosed) {
   PosixSerialPort second;
   EXPECT_FALSE(second.Open(device));
   EXPECT_EQ(second.LastErrorText(), u"In use by another program");
+  EXPECT_EQ(second.Trouble(), PortTrouble::InUse);
   EXPECT_FALSE(second.IsGone());
   EXPECT_FALSE(second.IsOpen());
   ASSERT_TRUE(port.Close());

@@ -64,6 +64,7 @@ std::optional<bool> Commands::Switch(const KorText& command, const KorText& argu
 void Commands::Status(const KorText&) {
   const StatusView view = app.CurrentStatus();
   console.Print(KorText::Format(u"status %i %s", NumberOf(view.code), view.line));
+  if (!view.reason.IsEmpty()) console.Print(view.reason);
   for (const KorText& text : LineErrorTexts(app.CurrentLineErrors()))
     console.Print(text);
 }

@@ -305,12 +305,14 @@ void ConsoleFrontEnd::ShowStatus(const StatusView& view) {
   const bool isLost = isNew && view.code == LinkStatus::NoLink;
   const bool isBack =
       hasStatus && shown.code == LinkStatus::NoLink && view.code == LinkStatus::Waiting;
+  const bool hasNewReason = view.reason != shown.reason && !view.reason.IsEmpty();
   shown = view;
   hasStatus = true;
   meter.Update(view, App().HighResolutionSeconds());
   if (isNew) AskWhileBusy();
   if (!interactive) {
     if (isNew) Print(KorText::Format(u"%s %i %s", ClockText(), NumberOf(view.code), view.line));
+    if (hasNewReason) Print(KorText::Format(u"%s %s", ClockText(), view.reason));
     return;
   }
   const std::string line = PrintableText(KorText::Format(u"%s %s", ClockText(), view.line));

@@ -86,7 +86,8 @@ KorText TransferText(const StatusView& view, const Pace& pace, std::size_t room)
 
 KorText IdleText(const StatusView& view, std::size_t room) {
   const StatusWords apart = TakeApart(view.line, view.fileName);
-  const KorText text = apart.name.IsEmpty() ? apart.words : apart.name + u" " + apart.words;
+  KorText text = apart.name.IsEmpty() ? apart.words : apart.name + u" " + apart.words;
+  if (!view.reason.IsEmpty()) text += u": " + view.reason;
   return WithFolder(CutRight(text, room), apart.folder, room);
 }
 
