@@ -81,6 +81,7 @@ DownloadApp::DownloadApp(EngineServices engineServices, const KorText& name)
             [this](const KorText& caption, const KorText& text) {
               ShowMessage(caption, text, MessageStyle::Exclamation);
             }),
+      feed(*services.window),
       monitor([this] { PostToWindow([this] { services.window->AppendMonitor(monitor.Take()); }); }),
       channel(*services.port, App().Clock(), board, log, monitor, *this), manual(*services.window) {
 }
@@ -187,7 +188,7 @@ void DownloadApp::RunDueTimers() {
 // --- Between the threads -------------------------------------------------------------------------------
 
 void DownloadApp::PostToWindow(std::function<void()> task) {
-  services.window->Post(std::move(task));
+  feed.Add(WindowFeed::Kind::Task, std::move(task));
 }
 
 void DownloadApp::RunOnWorker(std::function<void()> task) {
@@ -211,8 +212,8 @@ void DownloadApp::ChangeSettings(const std::function<void(LinkSettings&)>& chang
 }
 
 void DownloadApp::ShowMessage(const KorText& caption, const KorText& text, MessageStyle style) {
-  PostToWindow(
-      [this, caption, text, style] { services.window->ShowMessage(caption, text, style); });
+  feed.Add(WindowFeed::Kind::Message,
+           [this, caption, text, style] { services.window->ShowMessage(caption, text, style); });
 }
 
 void DownloadApp::ReportOnce(const KorText& caption, const KorText& text) {
@@ -248,7 +249,7 @@ void DownloadApp::OnPortTrouble(PortTrouble trouble, const KorText& systemText) 
 }
 
 void DownloadApp::ShowTitle(const KorText& title) {
-  PostToWindow([this, title] { services.window->SetTitle(title); });
+  feed.Add(WindowFeed::Kind::Title, [this, title] { services.window->SetTitle(title); });
 }
 
 // The exchange that was running is over; its job is logged before the link shows as gone.
@@ -341,23 +342,20 @@ void DownloadApp::UpdateStatus() {
   if (code == shownCode && !EndsJob(code)) return;
   shownCode = code;
   board.TellJobs();
-  ++waitingViews;
-  PostToWindow([this, view = board.TakeView()] {
-    --waitingViews;
-    services.window->ShowStatus(view);
-  });
+  feed.Add(WindowFeed::Kind::Status,
+           [this, view = board.TakeView()] { services.window->ShowStatus(view); });
 }
 
 // Changes that wait to be shown come first: the newest state must not overtake them.
 void DownloadApp::DisplayStatus() {
+  feed.Show();
   const StatusView view = board.TakeView();
-  if (waitingViews > 0) return;
   board.ClearActivity();
   services.window->ShowStatus(view);
 }
 
 void DownloadApp::WriteJobLine(const EndedJob& job) {
-  PostToWindow([this, ended = job, time = App().LocalTime()]() mutable {
+  feed.Add(WindowFeed::Kind::Job, [this, ended = job, time = App().LocalTime()]() mutable {
     ended.time = time;
     services.window->ShowEndedJob(ended);
   });

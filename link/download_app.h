@@ -29,6 +29,7 @@
 #include "link/status_board.h"
 #include "link/task_queue.h"
 #include "link/upload_file.h"
+#include "link/window_feed.h"
 #include "ui/form_dialog.h"
 #include "ui/no_window.h"
 #include "ui/timer_queue.h"
@@ -194,6 +195,7 @@ class DownloadApp : public Storable, protected ChannelHost {
  private:
   SettingsStore store;
   CommsLog log;
+  WindowFeed feed;
   MonitorFeed monitor;
 
  protected:
@@ -226,7 +228,6 @@ class DownloadApp : public Storable, protected ChannelHost {
   TimerQueue timers;
   TaskQueue tasks;
   std::unique_ptr<CommsMonitor> worker;
-  std::atomic<int> waitingViews{0};    // posted status changes that the window has not shown yet
   std::optional<LinkStatus> shownCode; // worker: last status posted to the window
   bool downloadDelayed = false;        // worker: the transmit delay runs
   std::uint32_t delays = 0;            // worker: how many transmit delays have begun

@@ -735,6 +735,23 @@ TEST_F(EngineTest, WritesOneJobLinePerJob) {
   EXPECT_FALSE(link.form.jobs[3].Failed());
 }
 
+// Its newest jobs and its newest state are what it gets to show.
+TEST_F(EngineTest, AWindowThatFallsBehindTakesNoMemory) {
+  link.Start();
+  for (int number = 1; number <= 2500; ++number) {
+    link.port.Deliver(KorText::Format(u"FH %i\r", number).ToBytes() + "XYZ\r");
+    while (link.link->Poll()) {
+    }
+  }
+  EXPECT_EQ(link.form.Waiting(), 1u);
+  link.form.RunPosted();
+  EXPECT_EQ(link.form.title, u"NCE  2500");
+  ASSERT_EQ(link.form.jobs.size(), 1000u);
+  EXPECT_EQ(link.form.jobs[0].fileName, link.Folder() + u"1501.MPG");
+  EXPECT_LE(link.form.statuses.size(), 200u);
+  EXPECT_EQ(link.form.last.code, LinkStatus::LoopBackTest);
+}
+
 TEST_F(EngineTest, AnUnwritableJobLogIsReportedOnce) {
   link.Start({}, {}, JobLogTo(link.app.Path(u"no/such/jobs.log")));
   link.Ask("FH 8");

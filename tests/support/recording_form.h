@@ -48,6 +48,10 @@ class RecordingForm : public FormDialog {
         task();
     }
   }
+  std::size_t Waiting() { // posts
+    const Lock lock(mutex);
+    return posted.size();
+  }
   // The codes of the statuses shown, in order, without repeats.
   std::vector<std::int32_t> Codes() const {
     std::vector<std::int32_t> codes;

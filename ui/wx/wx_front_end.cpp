@@ -1,5 +1,7 @@
 #include "ui/wx/wx_front_end.h"
 
+#include <utility>
+
 #include <wx/filedlg.h>
 
 #include "services/core/text_lookup.h"
@@ -7,6 +9,12 @@
 #include "ui/wx/wx_text.h"
 
 namespace kor {
+
+namespace {
+
+constexpr int kPostPeriod = 50; // milliseconds; a change is shown within 100
+
+} // namespace
 
 void WxFrontEnd::Attach(MainWindow& mainWindow, NCEApp& app) {
   window = &mainWindow;
@@ -27,7 +35,12 @@ void WxFrontEnd::Attach(MainWindow& mainWindow, NCEApp& app) {
 }
 
 void WxFrontEnd::Detach() {
-  posts.DeletePendingEvents();
+  nextRun.Stop();
+  wakeUps.DeletePendingEvents();
+  {
+    const Lock lock(mutex);
+    posts.clear();
+  }
   messages.reset();
   window = nullptr;
 }
@@ -86,7 +99,27 @@ void WxFrontEnd::ShowMessage(const KorText& caption, const KorText& text, Messag
 }
 
 void WxFrontEnd::Post(std::function<void()> task) {
-  posts.CallAfter(task);
+  {
+    const Lock lock(mutex);
+    posts.push_back(std::move(task));
+    if (std::exchange(isWoken, true)) return;
+  }
+  wakeUps.CallAfter([this] { RunPosts(); });
+}
+
+// The toolkit turns to nothing else, neither keys nor timers, before it is out of wake-ups: what
+// comes while these run waits for the timer, which also serves the loop of a window that one opens.
+void WxFrontEnd::RunPosts() {
+  std::deque<std::function<void()>> now;
+  {
+    const Lock lock(mutex);
+    now.swap(posts);
+    isWoken = !now.empty();
+  }
+  if (now.empty()) return;
+  nextRun.StartOnce(kPostPeriod);
+  for (const auto& task : now)
+    task();
 }
 
 } // namespace kor

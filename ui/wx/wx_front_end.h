@@ -2,11 +2,14 @@
 // is lent to it once the application exists. All but Post and CancelName run on the window's thread.
 #pragma once
 
+#include <deque>
 #include <memory>
 
 #include <wx/event.h>
+#include <wx/timer.h>
 
 #include "services/core/text_lookup.h"
+#include "services/core/thread_annotations.h"
 #include "ui/form_dialog.h"
 #include "ui/wx/main_window.h"
 #include "ui/wx/side_windows.h"
@@ -34,11 +37,23 @@ class WxFrontEnd : public FormDialog {
   void Post(std::function<void()> task) override;
 
  private:
+  // Has what was posted meanwhile run, a while after what ran before.
+  struct NextRun : wxTimer {
+    explicit NextRun(WxFrontEnd& ofFrontEnd) : frontEnd(ofFrontEnd) {}
+    void Notify() override { frontEnd.RunPosts(); }
+    WxFrontEnd& frontEnd;
+  };
+  void RunPosts();
+
   MainWindow* window = nullptr;
   wxDialog* downloadEnd = nullptr; // belong to the main window
   wxDialog* uploadEnd = nullptr;
   std::unique_ptr<MessageWindows> messages;
-  wxEvtHandler posts;
+  wxEvtHandler wakeUps;
+  NextRun nextRun{*this};
+  Mutex mutex;
+  std::deque<std::function<void()>> posts KOR_GUARDED_BY(mutex);
+  bool isWoken KOR_GUARDED_BY(mutex) = false; // a wake-up or the timer will run them
 };
 
 } // namespace kor
