@@ -11,7 +11,12 @@
 namespace kor {
 
 struct SerialDevice {
-  enum class State { Free, InUse, NoPermission };
+  enum class State {
+    Free,
+    InUse,
+    NoPermission,
+    Console
+  };                  // Console: the system writes its messages there
   KorText path;       // "/dev/ttyUSB0", "COM3"
   KorText stableName; // "/dev/serial/by-id/usb-...", which stays with the adapter; empty: none
   State state = State::Free;

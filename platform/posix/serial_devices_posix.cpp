@@ -11,8 +11,10 @@
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <tuple>
 
@@ -51,6 +53,11 @@ std::map<fs::path, std::string> NamesById(const fs::path& folder) {
   for (const fs::directory_entry& entry : fs::directory_iterator(folder / "serial/by-id", error))
     names.emplace(fs::weakly_canonical(entry.path(), error), entry.path());
   return names;
+}
+
+std::set<std::string> WordsOf(const fs::path& file) {
+  std::ifstream words(file);
+  return {std::istream_iterator<std::string>(words), {}};
 }
 
 bool HasUart(int device) {
@@ -105,7 +112,7 @@ std::optional<SerialDevice::State> StateOf(const fs::path& path) {
 } // namespace
 
 std::vector<SerialDevice> ListSerialDevices() {
-  return ListSerialDevicesIn("/dev");
+  return ListSerialDevicesIn("/dev", "/sys/class/tty/console/active");
 }
 
 bool IsSerialPortFree(const KorText& name) {
@@ -123,13 +130,15 @@ std::vector<KorText> ListSerialPathsIn(const fs::path& folder) {
   return paths;
 }
 
-std::vector<SerialDevice> ListSerialDevicesIn(const fs::path& folder) {
+std::vector<SerialDevice> ListSerialDevicesIn(const fs::path& folder, const fs::path& consoles) {
   std::error_code error;
+  const std::set<std::string> consoleNames = WordsOf(consoles);
   const std::map<fs::path, std::string> names = NamesById(folder);
   std::vector<SerialDevice> devices;
   for (const Candidate& candidate : CandidatesIn(folder)) {
-    const auto state = StateOf(candidate.path);
+    auto state = StateOf(candidate.path);
     if (!state) continue;
+    if (consoleNames.contains(candidate.path.filename())) state = SerialDevice::State::Console;
     const auto name = names.find(fs::weakly_canonical(candidate.path, error));
     const std::string stable = name == names.end() ? std::string() : name->second;
     devices.push_back(

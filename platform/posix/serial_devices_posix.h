@@ -7,7 +7,9 @@
 
 namespace kor {
 
-std::vector<SerialDevice> ListSerialDevicesIn(const std::filesystem::path& folder);
+// consoles: the file in which the kernel names its consoles.
+std::vector<SerialDevice> ListSerialDevicesIn(const std::filesystem::path& folder,
+                                              const std::filesystem::path& consoles);
 std::vector<KorText> ListSerialPathsIn(const std::filesystem::path& folder);
 
 } // namespace kor

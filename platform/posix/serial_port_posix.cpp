@@ -26,6 +26,7 @@ namespace kor {
 namespace {
 
 constexpr std::chrono::milliseconds kLinesAge{20}; // how old the modem lines' state may be
+constexpr std::chrono::milliseconds kPiece{10};    // line time that an adapter is given ahead
 
 struct Rate {
   std::uint32_t rate;
@@ -154,7 +155,8 @@ KorText PosixSerialPort::LastErrorText() const {
 
 // --- Opening and closing --------------------------------------------------------------------------
 
-PosixSerialPort::PosixSerialPort() : wake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+PosixSerialPort::PosixSerialPort(std::filesystem::path systemFolder)
+    : system(std::move(systemFolder)), wake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
 PosixSerialPort::~PosixSerialPort() {
   Close();
@@ -168,8 +170,9 @@ bool PosixSerialPort::Open(const KorText& name) {
   if (!Claim(opened) || !MakeRaw(opened)) return false;
   device = std::move(opened);
   current = {};
-  hasModemLines = hasErrorCounts = true;
+  hasModemLines = hasCounts = true;
   linesRead = {};
+  lineFree = {};
   newErrors = {};
   xoffReceived = gone = hungUp = false;
   outputStopped = true; // a killed program may have left it so
@@ -187,6 +190,7 @@ bool PosixSerialPort::Claim(const Descriptor& opened) {
   if (::fstat(opened.Get(), &info) != 0) return Fail(errno);
   if (!::isatty(opened.Get())) return Fail(errno);
   if (::flock(opened.Get(), LOCK_EX | LOCK_NB) != 0) return Fail(errno);
+  driver = SerialDriverOf(info.st_rdev, system);
   const unsigned kind = major(info.st_rdev);
   isPseudoTerminal = kind >= 136 && kind <= 143;
   if (!isPseudoTerminal && ::ioctl(opened.Get(), TIOCEXCL) != 0) return Fail(errno);
@@ -223,6 +227,8 @@ bool PosixSerialPort::Close() {
 
 // The kernel waits in close for unsent bytes, up to 30 s. So: drop them, lift every hold, and where
 // bytes still sit in the hardware, where nothing can drop them, tell it not to wait for those either.
+// An adapter then sends what a hold has left in it, no more than a piece, to the controller that
+// holds.
 void PosixSerialPort::SpeedUpClose() {
   ::tcflush(device.Get(), TCOFLUSH);
   xoffReceived = false;
@@ -271,6 +277,7 @@ bool PosixSerialPort::SetControlBlock(const DeviceControlBlock& block) {
   termios before{};
   if (!RequireOpen()) return false;
   if (block.baudRate == 0) return Fail(EINVAL); // would hang up
+  if (block.baudRate < driver.lowestRate) return Fail(EINVAL);
   if (::tcgetattr(device.Get(), &before) != 0) return Fail(errno);
   termios line = before;
   SetRaw(line);
@@ -333,18 +340,21 @@ bool PosixSerialPort::GetStatus(LineStatus& status) {
 }
 
 void PosixSerialPort::RefreshLines() {
-  if (!hasModemLines && !hasErrorCounts) return;
-  const auto now = std::chrono::steady_clock::now();
+  if (hasCounts) RefreshCounts();
+  if (!hasModemLines) return;
+  const auto now = Clock::now();
   if (linesRead.time_since_epoch().count() != 0 && now - linesRead < kLinesAge) return;
   linesRead = now;
-  if (hasModemLines) hasModemLines = ::ioctl(device.Get(), TIOCMGET, &modemLines) == 0;
-  if (hasErrorCounts) RefreshErrorCounts();
+  hasModemLines = ::ioctl(device.Get(), TIOCMGET, &modemLines) == 0;
 }
 
-void PosixSerialPort::RefreshErrorCounts() {
+// The driver's own counts, without a transfer over the bus: they tell when the lines are worth one.
+void PosixSerialPort::RefreshCounts() {
   serial_icounter_struct counts{};
-  hasErrorCounts = ::ioctl(device.Get(), TIOCGICOUNT, &counts) == 0;
-  if (!hasErrorCounts) return;
+  hasCounts = ::ioctl(device.Get(), TIOCGICOUNT, &counts) == 0;
+  if (!hasCounts) return;
+  const std::array<int, 2> changes = {counts.cts, counts.dsr};
+  if (std::exchange(lineChanges, changes) != changes) linesRead = {};
   const std::array<int, 5> now = {counts.buf_overrun, counts.overrun, counts.parity, counts.frame,
                                   counts.brk};
   const std::array<std::uint32_t*, 5> news = {&newErrors.overflow, &newErrors.overrun,
@@ -400,15 +410,37 @@ void PosixSerialPort::UpdateOutputStop() {
   ::tcflow(device.Get(), stop ? TCOOFF : TCOON);
 }
 
+bool PosixSerialPort::SendsPieces() const {
+  return driver.isUsb && (current.outX || current.outxCtsFlow || current.outxDsrFlow);
+}
+
+std::chrono::nanoseconds PosixSerialPort::ByteTime() const {
+  constexpr std::chrono::nanoseconds kTenBits = std::chrono::seconds(10); // start, 8 data, stop
+  return kTenBits / std::max<std::uint32_t>(current.baudRate, 1);
+}
+
+// When the hold ends, a piece may still be in the adapter.
+std::span<const std::uint8_t> PosixSerialPort::Piece(std::span<const std::uint8_t> from) {
+  const auto now = Clock::now();
+  if (Holds() != 0) lineFree = now + kPiece;
+  const std::chrono::nanoseconds ahead = std::max(lineFree - now, Clock::duration::zero());
+  if (ahead > kPiece / 2) return {};
+  const auto count = static_cast<std::size_t>((kPiece - ahead) / ByteTime());
+  return from.first(std::clamp<std::size_t>(count, 1, from.size()));
+}
+
 bool PosixSerialPort::Write(std::span<const std::uint8_t> from, std::size_t& writtenCount) {
   writtenCount = 0;
   if (!RequireOpen()) return false;
   RefreshLines();
   UpdateOutputStop();
+  if (from.empty()) return true;
+  if (SendsPieces()) from = Piece(from);
   if (outputStopped || from.empty()) return true;
   const ssize_t count = ::write(device.Get(), from.data(), from.size());
   if (count < 0) return errno == EAGAIN || errno == EINTR || Fail(errno);
   writtenCount = static_cast<std::size_t>(count);
+  lineFree = std::max(lineFree, Clock::now()) + writtenCount * ByteTime();
   return true;
 }
 

@@ -9,6 +9,8 @@
 //   transfer over the bus.
 // - DTR under handshake stays on: input is read all the time, so it never has to hold the far side.
 // While output is stopped by XOFF or DSR, Write takes nothing.
+// - A USB adapter sends what its driver was given, whatever stops the line in the meantime. Where a
+//   hold can come, Write gives it no more than 10 ms of line time ahead, and nothing during a hold.
 //
 // 1.5 stop bits are 2 with more than 5 data bits: no UART has a real half there, and whoever expects
 // 1.5 accepts 2. Settings that the hardware doesn't take (read back after setting; the rate may be off
@@ -21,14 +23,17 @@
 
 #include <array>
 #include <chrono>
+#include <filesystem>
 
 #include "link/serial_port.h"
+#include "platform/posix/serial_driver_posix.h"
 
 namespace kor {
 
 class PosixSerialPort : public SerialPort {
  public:
-  PosixSerialPort();
+  // systemFolder: /sys, or what stands for it in a test.
+  explicit PosixSerialPort(std::filesystem::path systemFolder = "/sys");
   ~PosixSerialPort() override;
   PosixSerialPort(const PosixSerialPort&) = delete;
   PosixSerialPort& operator=(const PosixSerialPort&) = delete;
@@ -79,22 +84,32 @@ class PosixSerialPort : public SerialPort {
   bool LineTook(const DeviceControlBlock& block);
   void SetModemOutputs(const DeviceControlBlock& block);
   void RefreshLines();
-  void RefreshErrorCounts();
+  void RefreshCounts();
   std::uint32_t Holds() const;
   bool DsrIsOff() const;
   void WatchXoff(std::span<const std::uint8_t> bytes);
   void UpdateOutputStop();
+  bool SendsPieces() const; // a hold can come, and the driver doesn't stop for it
+  // What of it may go out now, so that no more than a piece is on its way.
+  std::span<const std::uint8_t> Piece(std::span<const std::uint8_t> from);
+  std::chrono::nanoseconds ByteTime() const; // at the current rate
   void SpeedUpClose();
 
+  using Clock = std::chrono::steady_clock;
+
+  const std::filesystem::path system;
   Descriptor device;
+  SerialDriver driver;
   Descriptor wake;            // eventfd of Interrupt; never replaced
   DeviceControlBlock current; // as last set
   bool isPseudoTerminal = false;
-  bool hasModemLines = false;  // until TIOCMGET says that there are none
-  bool hasErrorCounts = false; // the same for TIOCGICOUNT
-  int modemLines = 0;          // TIOCM_ bits
-  std::chrono::steady_clock::time_point linesRead{};
+  bool hasModemLines = false; // until TIOCMGET says that there are none
+  bool hasCounts = false;     // the same for TIOCGICOUNT
+  int modemLines = 0;         // TIOCM_ bits
+  Clock::time_point linesRead{};
+  Clock::time_point lineFree{};     // when an adapter will have sent what it was given
   std::array<int, 5> errorCounts{}; // of the driver, in the order of LineErrors
+  std::array<int, 2> lineChanges{}; // of CTS and DSR, the driver's counts
   LineErrors newErrors;             // for the next GetStatus
   bool hungUp = false;              // a wait found the device gone
   bool xoffReceived = false;

@@ -5,15 +5,19 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <termios.h>
 #include <unistd.h>
 
 #include <array>
 #include <atomic>
+#include <filesystem>
 #include <functional>
 #include <numeric>
 #include <optional>
 #include <thread>
+#include <tuple>
 
 #include "platform/posix/serial_names.h"
 #include "platform/posix/serial_rate_posix.h"
@@ -336,6 +340,54 @@ TEST_F(SerialPortPosixTest, InterruptEndsTheWaitThatRunsOrTheNextOne) {
   EXPECT_GE(steady_clock::now() - quiet, microseconds(2000));
   cable->Send("x");
   EXPECT_EQ(ReadCount(1), "x") << "interrupts are used up, bytes still end the wait";
+}
+
+class AdapterTest : public SerialPortPosixTest {
+ protected:
+  // On the terminal, as the system would describe it if it were an adapter of that driver.
+  bool OpenAdapter(const std::string& driver) {
+    struct stat info {};
+    EXPECT_EQ(fstat(tty, &info), 0);
+    const auto number =
+        std::to_string(major(info.st_rdev)) + ":" + std::to_string(minor(info.st_rdev));
+    const auto folder = system.Path() / "dev/char" / number / "device";
+    std::filesystem::create_directories(folder);
+    std::filesystem::create_symlink("../bus/usb-serial", folder / "subsystem");
+    std::filesystem::create_symlink("../drivers/" + driver, folder / "driver");
+    return port.Close() && adapter.Open(device);
+  }
+
+  const support::TemporaryFolder system;
+  PosixSerialPort adapter{system.Path()};
+};
+
+// At a bit per second: the test is over before a byte is.
+TEST_F(AdapterTest, IsGivenOnePieceAtATimeWhereAHoldCanCome) {
+  const std::tuple<const char16_t*, std::size_t, std::size_t> cases[] = {
+      {u"None", 100, 100}, {u"Xon/Xoff", 1, 0}, {u"Hardware", 1, 0}, {u"Combined", 1, 0}};
+  ASSERT_TRUE(OpenAdapter("pl2303"));
+  for (const auto& [flow, first, second] : cases) {
+    ASSERT_TRUE(adapter.Close() && adapter.Open(device));
+    DeviceControlBlock block;
+    block.baudRate = 1;
+    ApplyFlowControl(block, flow, true, true, false);
+    ASSERT_TRUE(adapter.SetControlBlock(block));
+    for (const std::size_t wanted : {first, second}) {
+      std::size_t count = 0;
+      EXPECT_TRUE(adapter.Write(std::array<std::uint8_t, 100>(), count));
+      EXPECT_EQ(count, wanted) << KorText(flow).ToUtf8();
+    }
+  }
+}
+
+TEST_F(AdapterTest, RefusesRatesThatItsChipReplacesByOthers) {
+  ASSERT_TRUE(OpenAdapter("ftdi_sio"));
+  for (const std::uint32_t rate : {110u, 150u, 300u}) {
+    DeviceControlBlock block;
+    block.baudRate = rate;
+    EXPECT_EQ(adapter.SetControlBlock(block), rate == 300) << rate;
+    EXPECT_FALSE(adapter.IsGone());
+  }
 }
 
 TEST(SerialNamesTest, ComNamesAreLinksOrBuiltInPortsAndOthersArePaths) {

@@ -41,6 +41,8 @@ const char16_t* StateText(SerialDevice::State state) {
     return u"in use";
   case SerialDevice::State::NoPermission:
     return u"no permission";
+  case SerialDevice::State::Console:
+    return u"console";
   default:
     return u"free";
   }
