@@ -199,26 +199,29 @@ FileResult Restore2004(SimpleFile& source, const Sink& sink, const CompressOptio
              : Fail(options.fault, FileResult::Failure, 0, offset, u"cancelled");
 }
 
+bool OpenSource(SimpleFile& source, bool wait, const CompressOptions& options) {
+  if (source.Open(kFileRead, wait)) return true;
+  FailSystem(options.fault, FileResult::SourceUnreadable, 0, 0, u"the source can't be opened");
+  return false;
+}
+
 // Opens the target beside itself, lets the work fill it and puts it in its place.
 template <class Work>
 FileResult WriteTarget(SimpleFile& source, const KorText& path, const CompressOptions& options,
                        Work work) {
   KorFile target(path);
+  target.HoldTarget();
   if (!target.OpenSafe())
     return FailSystem(options.fault, FileResult::DestinationUnwritable, 0, 0,
                       u"the destination can't be opened for writing");
+  source.Close(); // it may be the target, and longer by what was written to it until it was held
+  if (!OpenSource(source, false, options)) return FileResult::SourceUnreadable;
   const FileResult result = work(target);
   if (result != FileResult::Success) return result;
   source.Close(); // it may be the target
   if (target.Commit()) return FileResult::Success;
   return FailSystem(options.fault, FileResult::DestinationUnwritable, 0, 0,
                     u"the destination can't be replaced");
-}
-
-bool OpenSource(SimpleFile& source, bool wait, const CompressOptions& options) {
-  if (source.Open(kFileRead, wait)) return true;
-  FailSystem(options.fault, FileResult::SourceUnreadable, 0, 0, u"the source can't be opened");
-  return false;
 }
 
 } // namespace
@@ -234,7 +237,6 @@ FileResult CompressFile(const KorText& source, const KorText& destination, bool 
   if (!OpenSource(from, wait, options)) return FileResult::SourceUnreadable;
   if (HasSignature(from))
     return Fail(options.fault, FileResult::WrongKind, 0, 0, u"the file is compressed already");
-  from.Seek(0);
   return WriteTarget(from, destination, options, [&](SimpleFile& to) {
     if (to.Write(ContainerSignature(2005)) != kSignatureSize)
       return FailSystem(options.fault, FileResult::DestinationUnwritable, 0, 0,
@@ -262,7 +264,6 @@ FileResult DecompressFile(const KorText& source, const KorText& destination, boo
   int year = 0;
   const FileResult kind = ReadSignature(from, year, options.fault);
   if (kind != FileResult::Success) return kind;
-  from.Seek(0);
   return WriteTarget(from, destination, options,
                      [&](SimpleFile& to) { return DecompressFile(from, &to, nullptr, options); });
 }

@@ -15,10 +15,18 @@ constexpr int kAttempts = 100;
 // 255 bytes, and a character takes up to four.
 constexpr std::size_t kNameStart = 50;
 
+constexpr FileTime kDay = FileTime{24} * 60 * 60 * 10'000'000;
+
 KorText PartPath(const KorText& target) {
   std::random_device random;
   return FolderOfPath(target) + FileNameOfPath(target).Left(kNameStart) +
          KorText::Format(u".%08x%08x", random(), random()) + kPartSuffix;
+}
+
+// A file from the future may be one that a computer with another clock writes.
+bool IsOlderThanADay(const FileInfo& info) {
+  const FileTime now = App().CurrentFileTime();
+  return info.modified < now && now - info.modified > kDay;
 }
 
 } // namespace
@@ -31,9 +39,11 @@ bool KorFile::OpenSafe(std::uint32_t mode, bool compress) {
   if (IsOpen() || Name().IsEmpty() || (mode & (kFileRead | kFileAppend)) != 0) return false;
   safeTarget = followsLinks ? App().LinkTarget(Name()) : Name();
   if (safeTarget.IsEmpty()) return false;
-  // Folders can't be replaced and devices must not be.
+  // Folders can't be replaced and devices must not be, not even where a link leads to one.
   const std::optional<FileInfo> older = App().FileAttributes(safeTarget);
-  if (older && !older->isFile) return false;
+  if (!App().CanReplaceFile(safeTarget) || (older && !older->isFile)) return false;
+  if (older && holdsTarget) heldTarget = App().OpenFile(safeTarget, FileAccess::Claim);
+  if (older && holdsTarget && !heldTarget) return false;
   UseWriteCache(false);
   for (int attempt = 0; attempt < kAttempts && !IsOpen(); ++attempt) {
     const KorText part = PartPath(safeTarget);
@@ -44,7 +54,7 @@ bool KorFile::OpenSafe(std::uint32_t mode, bool compress) {
   }
   safe = IsOpen();
   // From the start: nobody reads half a file whom the whole one is kept from. Not every file system can.
-  if (safe && older) App().CopyAttributes(safeTarget, WorkingPath());
+  if (safe && older) App().CopyAttributes(safeTarget, *WorkingHandle());
   compressOnCommit = compress;
   return safe;
 }
@@ -65,6 +75,7 @@ bool KorFile::CommitPart() {
   bool renamed = files.Rename(part, safeTarget);
   if (!renamed) {
     KeepWorkingFile();
+    heldTarget.reset();
     renamed = SimpleFile::Close() && files.Rename(part, safeTarget);
     if (!renamed) files.Remove(part);
   }
@@ -78,6 +89,7 @@ bool KorFile::CommitPart() {
 void KorFile::Discard() {
   if (!safe) return;
   safe = false;
+  heldTarget.reset();
   SimpleFile::Close();
   UseWriteCache(true);
 }
@@ -99,7 +111,7 @@ std::size_t RemoveAbandonedParts(OsFiles& files, const KorText& folder) {
         // The writer's lock: it can't be had while a living process holds the file. Held here while
         // removing, so that no new writer gets the file.
         auto lock = files.Open(path, FileAccess::Claim);
-        if (!lock) return false;
+        if (!lock || (!lock->IsHeld() && !IsOlderThanADay(entry.info))) return false;
         if (files.Remove(path)) return true;
         lock.reset(); // not every system removes an open file
         return files.Remove(path);

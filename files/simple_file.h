@@ -127,6 +127,7 @@ class SimpleFile {
   bool OpenStandIn(const KorText& path, bool temporary, std::uint32_t mode);
   const KorText& WorkingPath() const { return workingPath; }
   void KeepWorkingFile() { workingPathTemporary = false; }
+  OsFile* WorkingHandle() { return handle.get(); } // null when closed or in memory
 
  private:
   struct ReadCache {
@@ -200,6 +201,7 @@ class KorFile : public SimpleFile {
   // to is the target; the link stays. Every write goes to the operating system at once, so that a full
   // disk shows by a short write; a caller that writes many small pieces turns the write cache on.
   // The mode is kFileWrite with any of the text bits. Compressed: Commit compresses.
+  // False also when the target can't be replaced (OsFiles::CanReplace).
   bool OpenSafe(std::uint32_t mode = kFileWrite, bool compress = false);
   // Flush, disk, rename over the target, disk for the folder. False when anything failed, also an
   // earlier write: the older target is whole then and nothing else is left. Closes in either case.
@@ -212,6 +214,9 @@ class KorFile : public SimpleFile {
   // A link that bears the file's name is itself the target of a safe write, and gone after it: nothing
   // outside the file's folder is touched. Not with compression. To be called before OpenSafe.
   void ReplaceLinks() { followsLinks = false; }
+  // An existing target is claimed by OpenSafe, until Commit: whoever has it open for writing would
+  // go on writing into what is replaced. Not with compression. To be called before OpenSafe.
+  void HoldTarget() { holdsTarget = true; }
 
  private:
   bool CommitPart();
@@ -219,12 +224,15 @@ class KorFile : public SimpleFile {
   bool safe = false;
   bool compressOnCommit = false;
   bool followsLinks = true;
+  bool holdsTarget = false;
+  std::unique_ptr<OsFile> heldTarget;
   KorText safeTarget; // what a safe write replaces
 };
 
 // Removes the files that writers left beside their targets when they were killed, and keeps those
-// that a living process still writes. Whatever else bears such a name, a link above all, stays, and so
-// does what it leads to. Returns how many it removed.
+// that a living process still writes. Where the file system has no locks to tell the two apart,
+// what was written to within a day is kept. Whatever else bears such a name, a link above all,
+// stays, and so does what it leads to. Returns how many it removed.
 std::size_t RemoveAbandonedParts(OsFiles& files, const KorText& folder);
 
 } // namespace kor

@@ -8,9 +8,6 @@ namespace kor {
 
 bool UploadFile::Open(const KorText& path) {
   Discard();
-  const auto existing = App().FileAttributes(path);
-  if (existing && (existing->isFolder || existing->isSystem || existing->isReadOnly)) return false;
-  if (!App().CanReplaceFile(path)) return false;
   auto opened = std::make_unique<KorFile>(path);
   opened->ReplaceLinks();
   if (!opened->OpenSafe(kFileWrite)) return false;

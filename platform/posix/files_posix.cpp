@@ -2,6 +2,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
@@ -115,6 +116,16 @@ class PosixFile : public OsFile {
     return closed == 0 || errno == EINTR || Fail(errno); // after EINTR the file is closed, too
   }
 
+  bool IsHeld() const override { return held; }
+  int Descriptor() const { return file; }
+  int Release() { return std::exchange(file, -1); }
+
+  // Only a lock that another holds is a refusal; a file system without locks is none.
+  bool Hold(int kind) {
+    held = ::flock(file, kind | LOCK_NB) == 0;
+    return held || errno != EWOULDBLOCK || Fail(EBUSY);
+  }
+
  private:
   // Repeats a transfer until everything is moved, the file ends or the system refuses.
   template <class Bytes, class Transfer> std::size_t Move(Bytes bytes, Transfer transfer) {
@@ -130,6 +141,38 @@ class PosixFile : public OsFile {
   }
 
   int file;
+  bool held = false;
+};
+
+// The reading end of a pipe.
+class PosixPipe : public PosixFile {
+ public:
+  using PosixFile::PosixFile;
+
+  // Waits for the writer. A pipe that nobody has opened for writing ends with an error.
+  std::size_t Read(std::span<std::uint8_t> to) override {
+    std::size_t moved = 0;
+    while (moved < to.size()) {
+      const ssize_t count = ::read(Descriptor(), to.data() + moved, to.size() - moved);
+      if (count < 0 && errno == EAGAIN && Wait()) continue;
+      if (count < 0) Fail(errno);
+      if (count == 0 && !HadWriter()) Fail(ENXIO);
+      if (count <= 0) break;
+      moved += static_cast<std::size_t>(count);
+    }
+    return moved;
+  }
+
+ private:
+  // False when a signal came: it may be the user who gives up.
+  bool Wait() {
+    pollfd state = {Descriptor(), POLLIN, 0};
+    return ::poll(&state, 1, -1) >= 0;
+  }
+  bool HadWriter() {
+    pollfd state = {Descriptor(), POLLIN, 0};
+    return ::poll(&state, 1, 0) > 0;
+  }
 };
 
 // Never waits: a pipe without a far end is refused, not waited for.
@@ -137,6 +180,7 @@ int FlagsOf(FileAccess access) {
   constexpr int kCommon = O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
   switch (access) {
   case FileAccess::Read:
+  case FileAccess::Stream:
     return kCommon | O_RDONLY;
   case FileAccess::Write:
     return kCommon | O_WRONLY | O_CREAT;
@@ -146,28 +190,41 @@ int FlagsOf(FileAccess access) {
     return kCommon | O_WRONLY | O_CREAT | O_APPEND;
   case FileAccess::CreateNew:
     return kCommon | O_WRONLY | O_CREAT | O_EXCL;
-  case FileAccess::Claim:
-    return kCommon | O_RDONLY | O_NOFOLLOW;
+  case FileAccess::Claim: // for writing: a file system of the network locks no others
+    return kCommon | O_WRONLY | O_NOFOLLOW;
   }
   return kCommon | O_RDONLY;
 }
 
-// Only a lock that another holds is a refusal; a file system without locks is none.
-bool LockAs(int file, FileAccess access) {
-  if (access == FileAccess::Read) return true;
-  const int kind = access == FileAccess::Append ? LOCK_SH : LOCK_EX;
-  return ::flock(file, kind | LOCK_NB) == 0 || errno != EWOULDBLOCK || Fail(EBUSY);
+// Of what is no plain file the length is not to be had: its reader would take it for empty.
+bool CanOpenAs(mode_t mode, FileAccess access) {
+  if (S_ISDIR(mode)) return Fail(EISDIR);
+  if (S_ISREG(mode)) return true;
+  const bool isPipe = access == FileAccess::Stream && S_ISFIFO(mode);
+  const bool writes = access != FileAccess::Read && access != FileAccess::Claim;
+  return isPipe || (writes && access != FileAccess::Stream) || Fail(EINVAL);
 }
 
 // The content goes only once the lock is had.
-bool Prepare(int file, FileAccess access) {
+std::unique_ptr<OsFile> Prepared(std::unique_ptr<PosixFile> file, FileAccess access) {
   struct stat status {};
-  if (!Checked(::fstat(file, &status))) return false;
-  if (S_ISDIR(status.st_mode)) return Fail(EISDIR);
-  if (access == FileAccess::Claim && !S_ISREG(status.st_mode)) return Fail(EINVAL);
-  if (!LockAs(file, access)) return false;
+  if (!Checked(::fstat(file->Descriptor(), &status)) || !CanOpenAs(status.st_mode, access))
+    return nullptr;
+  if (S_ISFIFO(status.st_mode) && access == FileAccess::Stream)
+    return std::make_unique<PosixPipe>(file->Release());
+  if (access == FileAccess::Read || access == FileAccess::Stream) return file;
+  if (!file->Hold(access == FileAccess::Append ? LOCK_SH : LOCK_EX)) return nullptr;
   const bool empties = access == FileAccess::Write && S_ISREG(status.st_mode);
-  return !empties || Checked(::ftruncate(file, 0));
+  if (empties && !Checked(::ftruncate(file->Descriptor(), 0))) return nullptr;
+  return file;
+}
+
+// The system lets root write a file that nobody may write.
+bool MayWrite(const std::string& path, mode_t mode) {
+  if (S_ISDIR(mode)) return Fail(EISDIR);
+  if (!S_ISREG(mode)) return Fail(EINVAL);
+  if ((mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0) return Fail(EACCES);
+  return Checked(::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS));
 }
 
 bool IsFolder(const std::string& path) {
@@ -195,15 +252,14 @@ std::string ReadLink(const std::string& path) {
 }
 
 // An access list says more than the mode, whose group bits then are its mask.
-bool CopyPermissions(const std::string& from, const std::string& to, mode_t mode) {
+bool CopyPermissions(const std::string& from, int to, mode_t mode) {
   constexpr const char* kAccessList = "system.posix_acl_access";
   std::array<char, 0x1000> list;
   const ssize_t length = ::getxattr(from.c_str(), kAccessList, list.data(), list.size());
   if (length > 0)
-    return Checked(
-        ::setxattr(to.c_str(), kAccessList, list.data(), static_cast<std::size_t>(length), 0));
-  ::removexattr(to.c_str(), kAccessList); // the folder may have given it one
-  return Checked(::chmod(to.c_str(), mode));
+    return Checked(::fsetxattr(to, kAccessList, list.data(), static_cast<std::size_t>(length), 0));
+  ::fremovexattr(to, kAccessList); // the folder may have given it one
+  return Checked(::fchmod(to, mode));
 }
 
 struct CloseFolder {
@@ -242,8 +298,7 @@ std::unique_ptr<OsFile> PosixFiles::Open(const KorText& path, FileAccess access)
     Fail(errno);
     return nullptr;
   }
-  auto opened = std::make_unique<PosixFile>(file);
-  return Prepare(file, access) ? std::move(opened) : nullptr;
+  return Prepared(std::make_unique<PosixFile>(file), access);
 }
 
 std::optional<FileInfo> PosixFiles::Attributes(const KorText& path) {
@@ -274,8 +329,7 @@ bool PosixFiles::CanReplace(const KorText& path) {
   if (!ToNative(path, native)) return false;
   if (::lstat(native.c_str(), &file) != 0) return errno == ENOENT || Fail(errno);
   // A link gives way itself; what it points to stays as it is.
-  const bool isLink = S_ISLNK(file.st_mode);
-  if (!isLink && !Checked(::faccessat(AT_FDCWD, native.c_str(), W_OK, AT_EACCESS))) return false;
+  if (!S_ISLNK(file.st_mode) && !MayWrite(native, file.st_mode)) return false;
   const std::size_t slash = native.rfind('/');
   const std::string parent = slash == std::string::npos ? "." : native.substr(0, slash + 1);
   if (!Checked(::stat(parent.c_str(), &folder))) return false;
@@ -319,19 +373,17 @@ KorText PosixFiles::LinkTarget(const KorText& path) {
   return {};
 }
 
-bool PosixFiles::CopyAttributes(const KorText& from, const KorText& to) {
-  std::string nativeFrom, nativeTo;
+bool PosixFiles::CopyAttributes(const KorText& from, OsFile& to) {
+  std::string native;
   struct stat status {};
-  if (!ToNative(from, nativeFrom) || !ToNative(to, nativeTo) ||
-      !Checked(::stat(nativeFrom.c_str(), &status)))
-    return false;
+  if (!ToNative(from, native) || !Checked(::stat(native.c_str(), &status))) return false;
   // Only root gives files away; anyone may give one to a group that he is in.
-  const char* file = nativeTo.c_str();
-  if (::chown(file, status.st_uid, status.st_gid) != 0 &&
-      ::chown(file, static_cast<uid_t>(-1), status.st_gid) != 0)
+  const int file = static_cast<PosixFile&>(to).Descriptor();
+  if (::fchown(file, status.st_uid, status.st_gid) != 0 &&
+      ::fchown(file, static_cast<uid_t>(-1), status.st_gid) != 0)
     Fail(errno);
   // Neither a program's nor a received file's content runs with another's rights.
-  return CopyPermissions(nativeFrom, nativeTo, status.st_mode & 0777);
+  return CopyPermissions(native, file, status.st_mode & 0777);
 }
 
 bool PosixFiles::SetModified(const KorText& path, FileTime modified) {

@@ -234,12 +234,12 @@ bool RegistryFile::Save(const std::vector<KorText>& lines) {
   for (const KorText& line : lines)
     bytes += line.ToUtf8() + "\n";
   const KorText target = app.LinkTarget(Path());
-  if (target.IsEmpty()) return false;
+  if (target.IsEmpty() || !app.CanReplaceFile(target)) return false;
   const KorText beside = target + u".new";
   app.RemoveFile(beside); // what a killed program left, or a link that would lead elsewhere
   const std::unique_ptr<OsFile> file = app.OpenFile(beside, FileAccess::CreateNew);
   if (!file) return false;
-  app.CopyAttributes(target, beside);
+  app.CopyAttributes(target, *file);
   const bool written = file->Write({reinterpret_cast<const std::uint8_t*>(bytes.data()),
                                     bytes.size()}) == bytes.size() &&
                        file->Sync();

@@ -96,6 +96,9 @@ class Win32File : public OsFile {
     return Checked(CloseHandle(std::exchange(file, INVALID_HANDLE_VALUE)));
   }
 
+  bool IsHeld() const override { return true; } // the sharing that it was opened with sees to it
+  HANDLE Handle() const { return file; }
+
  private:
   // Repeats a transfer until everything is moved, the file ends or the system refuses.
   template <class Bytes, class Transfer> std::size_t Move(Bytes bytes, Transfer transfer) {
@@ -121,6 +124,7 @@ OpenForm FormOf(FileAccess access) {
   constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
   switch (access) {
   case FileAccess::Read:
+  case FileAccess::Stream:
     return {GENERIC_READ, kShareAll, OPEN_EXISTING};
   case FileAccess::Write:
     return {GENERIC_WRITE, FILE_SHARE_READ, OPEN_ALWAYS};
@@ -143,6 +147,19 @@ HANDLE OpenNative(const std::wstring& path, const OpenForm& form, DWORD flags) {
                      nullptr);
 }
 
+// With the rights to set its access list, and its owner, where the system gives them.
+HANDLE MakeNative(const std::wstring& path) {
+  OpenForm form = FormOf(FileAccess::CreateNew);
+  const DWORD plain = form.rights;
+  HANDLE handle = INVALID_HANDLE_VALUE;
+  for (const DWORD more : {READ_CONTROL | WRITE_DAC | WRITE_OWNER, READ_CONTROL | WRITE_DAC, 0L}) {
+    form.rights = plain | more;
+    handle = OpenNative(path, form, FILE_ATTRIBUTE_NORMAL);
+    if (handle != INVALID_HANDLE_VALUE || GetLastError() != ERROR_ACCESS_DENIED) break;
+  }
+  return handle;
+}
+
 bool IsFolder(const std::wstring& path) {
   const DWORD attributes = GetFileAttributesW(path.c_str());
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
@@ -159,26 +176,24 @@ struct FreeLocal {
 
 // The access list, with the entries that come from the folder again coming from the folder; owner and
 // group as far as the system lets them be given.
-bool CopySecurity(std::wstring from, std::wstring to) {
+bool CopySecurity(HANDLE from, HANDLE to) {
   constexpr SECURITY_INFORMATION kNames = OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION;
   PACL list = nullptr;
   PSID owner = nullptr, group = nullptr;
   PSECURITY_DESCRIPTOR read = nullptr;
-  const DWORD error =
-      GetNamedSecurityInfoW(from.data(), SE_FILE_OBJECT, kNames | DACL_SECURITY_INFORMATION, &owner,
-                            &group, &list, nullptr, &read);
+  const DWORD error = GetSecurityInfo(from, SE_FILE_OBJECT, kNames | DACL_SECURITY_INFORMATION,
+                                      &owner, &group, &list, nullptr, &read);
   if (error != ERROR_SUCCESS) return Fail(error);
   const std::unique_ptr<void, FreeLocal> descriptor(read);
-  SetNamedSecurityInfoW(to.data(), SE_FILE_OBJECT, kNames, owner, group, nullptr, nullptr);
+  SetSecurityInfo(to, SE_FILE_OBJECT, kNames, owner, group, nullptr, nullptr);
   SECURITY_DESCRIPTOR_CONTROL control = 0;
   DWORD revision = 0;
   if (!Checked(GetSecurityDescriptorControl(read, &control, &revision))) return false;
   const auto heirs = static_cast<SECURITY_INFORMATION>((control & SE_DACL_PROTECTED) != 0
                                                            ? PROTECTED_DACL_SECURITY_INFORMATION
                                                            : UNPROTECTED_DACL_SECURITY_INFORMATION);
-  const DWORD set =
-      SetNamedSecurityInfoW(to.data(), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION | heirs, nullptr,
-                            nullptr, list, nullptr);
+  const DWORD set = SetSecurityInfo(to, SE_FILE_OBJECT, DACL_SECURITY_INFORMATION | heirs, nullptr,
+                                    nullptr, list, nullptr);
   return set == ERROR_SUCCESS || Fail(set);
 }
 
@@ -259,8 +274,11 @@ std::unique_ptr<OsFile> Win32Files::Open(const KorText& path, FileAccess access)
     return nullptr;
   }
   const bool claims = access == FileAccess::Claim;
-  const HANDLE handle = OpenNative(native, FormOf(access),
-                                   claims ? FILE_FLAG_OPEN_REPARSE_POINT : FILE_ATTRIBUTE_NORMAL);
+  const HANDLE handle =
+      access == FileAccess::CreateNew
+          ? MakeNative(native)
+          : OpenNative(native, FormOf(access),
+                       claims ? FILE_FLAG_OPEN_REPARSE_POINT : FILE_ATTRIBUTE_NORMAL);
   if (handle == INVALID_HANDLE_VALUE) {
     Fail(GetLastError());
     return nullptr;
@@ -366,14 +384,22 @@ KorText Win32Files::LinkTarget(const KorText& path) {
   return target.empty() ? path : FromWide(target);
 }
 
-bool Win32Files::CopyAttributes(const KorText& from, const KorText& to) {
-  std::wstring nativeFrom, nativeTo;
-  if (!ToNative(from, nativeFrom) || !ToNative(to, nativeTo)) return false;
-  const DWORD attributes = GetFileAttributesW(nativeFrom.c_str());
-  if (attributes == INVALID_FILE_ATTRIBUTES) return Fail(GetLastError());
-  const bool copied = CopySecurity(nativeFrom, nativeTo);
-  const DWORD kept = attributes & (FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM);
-  return Checked(SetFileAttributesW(nativeTo.c_str(), kept | FILE_ATTRIBUTE_ARCHIVE)) && copied;
+bool Win32Files::CopyAttributes(const KorText& from, OsFile& to) {
+  constexpr OpenForm kForm = {READ_CONTROL | FILE_READ_ATTRIBUTES,
+                              FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                              OPEN_EXISTING};
+  std::wstring native;
+  if (!ToNative(from, native)) return false;
+  const Win32File source(OpenNative(native, kForm, FILE_FLAG_BACKUP_SEMANTICS));
+  FILE_BASIC_INFO given{}, kept{};
+  if (!Checked(GetFileInformationByHandleEx(source.Handle(), FileBasicInfo, &given, sizeof given)))
+    return false;
+  const HANDLE target = static_cast<Win32File&>(to).Handle();
+  const bool copied = CopySecurity(source.Handle(), target);
+  // Times of 0 stay as they are.
+  kept.FileAttributes = (given.FileAttributes & (FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM)) |
+                        FILE_ATTRIBUTE_ARCHIVE;
+  return Checked(SetFileInformationByHandle(target, FileBasicInfo, &kept, sizeof kept)) && copied;
 }
 
 bool Win32Files::SetModified(const KorText& path, FileTime modified) {

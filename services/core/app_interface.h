@@ -198,9 +198,7 @@ class AppInterface {
   bool MakeFolder(const KorText& path) { return Files().MakeFolder(path); }
   bool RemoveFolder(const KorText& path) { return Files().RemoveFolder(path); }
   KorText LinkTarget(const KorText& path) { return Files().LinkTarget(path); }
-  bool CopyAttributes(const KorText& from, const KorText& to) {
-    return Files().CopyAttributes(from, to);
-  }
+  bool CopyAttributes(const KorText& from, OsFile& to) { return Files().CopyAttributes(from, to); }
   bool SetFileModified(const KorText& path, FileTime modified) {
     return Files().SetModified(path, modified);
   }

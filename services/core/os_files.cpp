@@ -45,11 +45,11 @@ bool OsFiles::CanName(const KorText& name) const {
 bool OsFiles::Duplicate(const KorText& from, const KorText& to) {
   const std::unique_ptr<OsFile> source = Open(from, FileAccess::Read);
   const std::optional<FileInfo> info = Attributes(from);
-  if (!source || !info) return false;
+  if (!source || !info || !CanReplace(to)) return false;
   const KorText copyPath = to + KorText::Format(u".%u.tmp", std::random_device()());
   const std::unique_ptr<OsFile> copy = Open(copyPath, FileAccess::CreateNew);
   if (!copy) return false;
-  CopyAttributes(from, copyPath); // not every file system can
+  CopyAttributes(from, *copy); // not every file system can
   const bool copied = CopyContent(*source, *copy) && copy->Sync();
   if (copy->Close() && copied && SetModified(copyPath, info->modified) && Rename(copyPath, to)) {
     const KorText folder = FolderOfPath(to);

@@ -34,12 +34,13 @@ struct FileEntry {
 // What opening is to do with an existing or a missing file. While one holds a file for writing, no
 // other can open it for writing, in this process or another; readers are never kept out.
 enum class FileAccess {
-  Read,      // existing file, reading
+  Read,      // existing plain file, reading
+  Stream,    // the same, or a pipe, whose reader waits for what its writer has to say
   Write,     // created or emptied, writing
   ReadWrite, // created when missing, content kept, reading and writing
   Append,    // created when missing, every write goes to the end
   CreateNew, // must not exist yet, writing
-  Claim,     // existing plain file and no link to one, reading; held as if for writing
+  Claim,     // existing plain file and no link to one; held, not changed
 };
 
 // An open file of the platform. Closes itself when destroyed. One thread at a time.
@@ -57,6 +58,9 @@ class OsFile {
   virtual bool Sync() = 0;
   // False when the platform reports a late write error.
   virtual bool Close() = 0;
+  // Of a file opened for writing or claimed: false on a file system without locks, where another
+  // may be writing it too.
+  virtual bool IsHeld() const = 0;
 };
 
 class OsErrors {
@@ -76,20 +80,22 @@ class OsFiles : public OsErrors {
   virtual bool Remove(const KorText& path) = 0;
   // Replaces an existing target in one step.
   virtual bool Rename(const KorText& from, const KorText& to) = 0;
-  // Whether a file renamed to the path would be stored: the name is possible there, and an existing
-  // file may be written and replaced by this user. A missing folder or a full disk is not looked for.
+  // Whether a file renamed to the path would be stored: the name is possible there, and what exists
+  // is a plain file that this user may write and replace. A file that nobody may write is refused
+  // to everybody. A missing folder or a full disk is not looked for.
   virtual bool CanReplace(const KorText& path) = 0;
-  // Copies content and time beside the target and renames the copy over it; the older target stays
-  // whole when that fails.
+  // Copies content and time beside the target and renames the copy over it, where CanReplace allows
+  // that; the older target stays whole when it fails.
   bool Duplicate(const KorText& from, const KorText& to);
   // The path that a path leads to when it names a symbolic link, also to a file that does not exist yet
   // (Windows: only to one that does); the path itself when it names none. Empty when the links go round
   // in a circle.
   virtual KorText LinkTarget(const KorText& path) = 0;
-  // Gives a file the permissions of another, and its owner and group where the system allows it.
-  // Windows: the access list, and hidden and system. False when the permissions could not be set, also
-  // when there is no file to take them from.
-  virtual bool CopyAttributes(const KorText& from, const KorText& to) = 0;
+  // Gives a file that this object made the permissions of another, and its owner and group where
+  // the system allows it. Windows: the access list, and hidden and system. Through the open file:
+  // what has taken its name meanwhile gets nothing. False when the permissions could not be set,
+  // also when there is no file to take them from.
+  virtual bool CopyAttributes(const KorText& from, OsFile& to) = 0;
   virtual bool SetModified(const KorText& path, FileTime modified) = 0;
 
   virtual bool MakeFolder(const KorText& path) = 0;   // with all missing parents; true if it exists

@@ -235,6 +235,37 @@ TEST_F(CompressedFileTest, BlockThatDoesNotGetSmallerIsRefused) {
   EXPECT_EQ(Leftovers(), std::vector<KorText>{u"f"});
 }
 
+TEST_F(CompressedFileTest, AFileThatAnotherWritesIsNotReplaced) {
+  for (const bool packed : {false, true}) {
+    const auto change = [&] {
+      return packed ? DecompressFile(path, path, false) : CompressFile(path, path, false);
+    };
+    app.RemoveFile(path);
+    app.Put(path, u"line one\r\n");
+    if (packed) {
+      ASSERT_EQ(CompressFile(path, path, false), FileResult::Success);
+    }
+    SimpleFile writer(path);
+    ASSERT_TRUE(writer.Open(kFileWrite | kFileAppend));
+    EXPECT_EQ(change(), FileResult::DestinationUnwritable);
+    EXPECT_EQ(Leftovers(), std::vector<KorText>{u"f"});
+    EXPECT_TRUE(writer.Close());
+    EXPECT_EQ(change(), FileResult::Success);
+  }
+}
+
+TEST_F(CompressedFileTest, WhatIsWrittenUntilTheFileIsHeldIsCompressedToo) {
+  app.Put(path, u"line one\r\n");
+  int openings = 0;
+  app.WhenOpening(path, [&] {
+    if (++openings == 2) app.Put(path, u"line one\r\nline two\r\n");
+  });
+  EXPECT_EQ(CompressFile(path, path, false), FileResult::Success);
+  app.WhenOpening({}, {});
+  EXPECT_EQ(DecompressFile(path, path, false), FileResult::Success);
+  EXPECT_EQ(app.Content(path), u"line one\r\nline two\r\n");
+}
+
 TEST_F(CompressedFileTest, ShortReadsAndFullDisksLeaveNoTarget) {
   app.Put(path, TextOf(MakeBytes(100000, 8)));
   const auto fails = [&](auto change, const KorText& target) {

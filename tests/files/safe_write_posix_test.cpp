@@ -79,6 +79,25 @@ TEST_F(SafeWritePosixTest, AReplacedFileKeepsItsRights) {
     }
 }
 
+TEST_F(SafeWritePosixTest, AWriteProtectedFileStays) {
+  for (const bool packed : {false, true}) {
+    app.RemoveFile(path);
+    app.Put(path, u"older");
+    if (packed) {
+      ASSERT_EQ(CompressFile(path, path, false), FileResult::Success);
+    }
+    ASSERT_EQ(::chmod(path.ToUtf8().c_str(), 0444), 0);
+    const auto content = app.Content(path);
+    EXPECT_FALSE(Write(path));
+    EXPECT_NE(app.LastError(), 0u);
+    EXPECT_FALSE(Write(path, true));
+    EXPECT_EQ(packed ? DecompressFile(path, path, false) : CompressFile(path, path, false),
+              FileResult::DestinationUnwritable);
+    EXPECT_EQ(app.Content(path), content);
+    EXPECT_EQ(Leftovers(), std::vector<KorText>{u"O00123"});
+  }
+}
+
 TEST_F(SafeWritePosixTest, WritesWhereALinkLeadsUnlessItReplacesIt) {
   app.Put(app.Path(u"far/file"), u"older");
   Link("../far/file", u"work/relative");

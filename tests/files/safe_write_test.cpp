@@ -80,6 +80,20 @@ TEST_F(SafeWriteTest, AbandonedPartsGoLivingOnesStay) {
   EXPECT_EQ(app.Content(path), u"done");
 }
 
+TEST_F(SafeWriteTest, WithoutLocksOnlyPartsOlderThanADayAreAbandoned) {
+  app.FailLocks(true);
+  const FileTime now = app.CurrentFileTime(), hour = 36'000'000'000;
+  const std::pair<const char16_t*, FileTime> parts[] = {
+      {u"a", now - 25 * hour}, {u"b", now - 23 * hour}, {u"c", now + hour}};
+  for (const auto& [name, modified] : parts) {
+    const KorText part = app.Path(u"work/") + name + kPartSuffix;
+    app.Put(part, u"half");
+    ASSERT_TRUE(app.SetFileModified(part, modified));
+  }
+  EXPECT_EQ(RemoveAbandonedParts(app, app.Path(u"work")), 1u);
+  EXPECT_EQ(Leftovers(), (std::vector<KorText>{u"b.ncedl-part", u"c.ncedl-part"}));
+}
+
 // --- Lock files ----------------------------------------------------------------------------------
 
 class LockFileTest : public FileTest {

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <map>
 #include <optional>
+#include <thread>
 
 #include "platform/posix/registry_file.h"
 #include "tests/support/test_app.h"
@@ -279,6 +280,58 @@ TEST_F(RegistryFileTest, HoldsNumbers) {
   }
 }
 
+TEST_F(PosixServicesTest, GivesRightsToTheOpenFileNotToWhatHasTakenItsName) {
+  files.Put(files.Path(u"open"), u"x");
+  files.Put(files.Path(u"secret"), u"x");
+  const auto native = [&](const char16_t* name) { return files.Path(name).ToUtf8(); };
+  ASSERT_EQ(::chmod(native(u"open").c_str(), 0666), 0);
+  ASSERT_EQ(::chmod(native(u"secret").c_str(), 0600), 0);
+  const auto part = files.OpenFile(files.Path(u"part"), FileAccess::CreateNew);
+  ASSERT_TRUE(part && files.RenameFile(files.Path(u"part"), files.Path(u"aside")));
+  ASSERT_EQ(::symlink("secret", native(u"part").c_str()), 0);
+  EXPECT_TRUE(files.CopyAttributes(files.Path(u"open"), *part));
+  const auto modeOf = [&](const char16_t* name) {
+    struct stat status {};
+    EXPECT_EQ(::stat(native(name).c_str(), &status), 0);
+    return status.st_mode & 0777;
+  };
+  EXPECT_EQ(modeOf(u"secret"), 0600u);
+  EXPECT_EQ(modeOf(u"aside"), 0666u);
+}
+
+TEST_F(PosixServicesTest,
+       ClaimsForWriting) { // over NFS nobody locks for himself what he only reads
+  files.Put(files.Path(u"part"), u"x");
+  const auto claim = files.OpenFile(files.Path(u"part"), FileAccess::Claim);
+  const std::uint8_t byte = 'y';
+  ASSERT_TRUE(claim && claim->IsHeld());
+  EXPECT_EQ(claim->Write({&byte, 1}), 1u);
+}
+
+TEST_F(PosixServicesTest, ReadsPipesToTheirEndAndNothingElseWithoutALength) {
+  const std::string pipe = files.Path(u"pipe").ToUtf8();
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  for (const KorText& path : {files.Path(u"pipe"), KorText(u"/dev/null"), KorText(u"/dev/zero")})
+    EXPECT_EQ(files.OpenFile(path, FileAccess::Read), nullptr) << path.ToUtf8();
+  EXPECT_EQ(files.OpenFile(u"/dev/zero", FileAccess::Stream), nullptr);
+  std::uint8_t bytes[8];
+  files.SetLastError(0);
+  EXPECT_EQ(files.OpenFile(files.Path(u"pipe"), FileAccess::Stream)->Read(bytes), 0u);
+  EXPECT_NE(files.LastError(), 0u) << "nobody writes";
+  const auto reader = files.OpenFile(files.Path(u"pipe"), FileAccess::Stream);
+  const std::jthread writer([&] {
+    const auto end = files.OpenFile(files.Path(u"pipe"), FileAccess::Append);
+    const std::uint8_t text[] = {'a', 'b', 'c'};
+    for (const std::uint8_t& byte : text)
+      end->Write({&byte, 1});
+  });
+  files.SetLastError(0);
+  std::size_t count = 0;
+  while (count == 0) // until the writer has come
+    count = reader->Read(bytes);
+  EXPECT_EQ(count, 3u);
+}
+
 TEST_F(PosixServicesTest, TellsBeforehandWhatMayNotBeReplaced) {
   const KorText folder = files.Path(u"programs/");
   const auto native = [&](const char16_t* name) { return (folder + name).ToUtf8(); };
@@ -290,7 +343,7 @@ TEST_F(PosixServicesTest, TellsBeforehandWhatMayNotBeReplaced) {
   ASSERT_EQ(::chmod(native(u"other").c_str(), 0666), 0);
   ASSERT_EQ(::symlink("locked", native(u"link").c_str()), 0);
   EXPECT_TRUE(may(u"new") && may(u"own") && may(u"no/folder"));
-  EXPECT_FALSE(may(KorText(256, u'1')));
+  EXPECT_FALSE(may(KorText(256, u'1')) || may(u"locked") || may(u"."));
   // Root may do everything; it plays another user. Any other user has no files of somebody else.
   const bool isRoot = ::geteuid() == 0;
   constexpr uid_t kPlayed = 12345;

@@ -125,9 +125,10 @@ TEST_F(PlatformFilesTest, ClaimsOnlyAPlainFileThatNobodyWrites) {
   ASSERT_TRUE(claim);
   EXPECT_EQ(app.OpenFile(path, FileAccess::ReadWrite), nullptr);
   EXPECT_EQ(app.LinkTarget(path), path);
-  app.Put(app.Path(u"data/other"), u"x");
-  EXPECT_TRUE(app.CopyAttributes(path, app.Path(u"data/other")));
-  EXPECT_FALSE(app.CopyAttributes(app.Path(u"data/missing"), path));
+  const auto other = app.OpenFile(app.Path(u"data/other"), FileAccess::CreateNew);
+  ASSERT_TRUE(other);
+  EXPECT_TRUE(app.CopyAttributes(path, *other));
+  EXPECT_FALSE(app.CopyAttributes(app.Path(u"data/missing"), *other));
 }
 
 TEST_F(PlatformFilesTest, MakesListsAndRemovesFolders) {

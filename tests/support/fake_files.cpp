@@ -14,7 +14,7 @@ class TestFile : public OsFile {
   TestFile(std::unique_ptr<OsFile> realFile, FakeFiles& owner, const KorText& openedPath,
            FileAccess access)
       : real(std::move(realFile)), app(owner), path(openedPath),
-        writing(access != FileAccess::Read) {
+        writing(access != FileAccess::Read && access != FileAccess::Stream) {
     Lock lock(app.mutex);
     readLeft = app.readLimit;
     if (!writing || !app.disk) return;
@@ -67,6 +67,9 @@ class TestFile : public OsFile {
     app.SetLastError(FakeFiles::kDeviceFault);
     return false;
   }
+
+  bool IsHeld() const override { return !app.failLocks && real->IsHeld(); }
+  OsFile& Real() { return *real; }
 
  private:
   std::unique_ptr<OsFile> real;
@@ -123,7 +126,7 @@ void FakeFiles::CutPowerAfter(std::optional<int> changes) {
 }
 
 void FakeFiles::ClearFaults() {
-  failSync = failClose = failRename = failSeek = failSize = false;
+  failSync = failClose = failRename = failSeek = failSize = failLocks = false;
   CutPowerAfter(std::nullopt);
   Lock lock(mutex);
   refused.clear();
@@ -201,7 +204,7 @@ std::unique_ptr<OsFile> FakeFiles::Open(const KorText& path, FileAccess access) 
     SetLastError(kAccessDenied);
     return nullptr;
   }
-  const bool writing = access != FileAccess::Read;
+  const bool writing = access != FileAccess::Read && access != FileAccess::Stream;
   if (writing && !MayChange()) return nullptr;
   std::unique_ptr<OsFile> file = PlatformFiles::Open(path, access);
   if (!file) return nullptr;
@@ -230,8 +233,8 @@ bool FakeFiles::SyncFolder(const KorText& folder) {
   return true;
 }
 
-bool FakeFiles::CopyAttributes(const KorText& from, const KorText& to) {
-  return MayChange() && PlatformFiles::CopyAttributes(from, to);
+bool FakeFiles::CopyAttributes(const KorText& from, OsFile& to) {
+  return MayChange() && PlatformFiles::CopyAttributes(from, static_cast<TestFile&>(to).Real());
 }
 
 bool FakeFiles::CanReplace(const KorText& path) {

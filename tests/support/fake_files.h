@@ -57,7 +57,8 @@ class FakeFiles : public PlatformFiles {
   void FailClose(bool fail) { failClose = fail; }
   void FailRename(bool fail) { failRename = fail; }
   void FailSeek(bool fail) { failSeek = fail; }
-  void FailSize(bool fail) { failSize = fail; } // files open, but don't tell how long they are
+  void FailLocks(bool fail) { failLocks = fail; } // of a file system that has none
+  void FailSize(bool fail) { failSize = fail; }   // files open, but don't tell how long they are
   // The changes that succeed before the power goes; from then on every change fails. A change is
   // making, writing to, syncing, closing after writing, renaming or removing a file or folder.
   void CutPowerAfter(std::optional<int> changes);
@@ -73,7 +74,7 @@ class FakeFiles : public PlatformFiles {
   std::unique_ptr<OsFile> Open(const KorText& path, FileAccess access) override;
   bool Remove(const KorText& path) override;
   bool Rename(const KorText& from, const KorText& to) override;
-  bool CopyAttributes(const KorText& from, const KorText& to) override;
+  bool CopyAttributes(const KorText& from, OsFile& to) override;
   bool CanReplace(const KorText& path) override;
   bool MakeFolder(const KorText& path) override;
   bool RemoveFolder(const KorText& path) override;
@@ -93,7 +94,7 @@ class FakeFiles : public PlatformFiles {
   KorText root;
   std::pair<KorText, std::function<void()>> whenOpening;
   std::atomic<bool> failSync = false, failClose = false, failRename = false, failSeek = false,
-                    failSize = false;
+                    failSize = false, failLocks = false;
   std::atomic<int> changeCount = 0;
   Mutex mutex;
   std::vector<std::pair<KorText, bool>> refused KOR_GUARDED_BY(mutex);
