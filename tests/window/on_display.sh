@@ -22,5 +22,4 @@ export DISPLAY=:$number XDG_RUNTIME_DIR=$work HOME=$work NO_AT_BRIDGE=0 GDK_BACK
 openbox >/dev/null 2>&1 &
 manager=$!
 # The bus tells of each service that it starts; what the program says comes through.
-# shellcheck disable=SC2016 # for the inner shell
 dbus-run-session -- sh -c 'exec 2>&3 3>&-; exec "$@"' sh "$@" 3>&2 2>"$work/bus.log"
