@@ -1,6 +1,5 @@
 // Every exchange, disturbed at every byte that travels.
 #include <algorithm>
-#include <memory>
 
 #include "torture/host.h"
 
@@ -8,30 +7,98 @@ namespace kor::torture {
 
 namespace {
 
-const std::string kToTheEnd = "> to ]", kFrames = "frames"; // stand for several lines
+constexpr int kDelay = 2; // seconds, of the exchange that waits
 
 struct Exchange {
   const char* name;
-  void (*begin)(Host&); // what the user does first; may be null
-  std::vector<std::string> lines;
+  Steps (*steps)(const Host&);
+  void (*begin)(Host&) = nullptr; // what the user does first
   bool stores = false;
+  int delay = 0;
 };
 
+NamedProgram Named(const Host& host, const std::string& content,
+                   const KorText& name = u"0000007.MPG") {
+  return {host.Path(name).ToBytes(), content};
+}
+
+// A download up to its first frame. A refusal then brings nothing, least of all a frame of before.
+Script Preparation(const std::string& number, const std::string& nineDigits) {
+  Script script;
+  script.Ask("FH " + number, "&LP " + nineDigits).Begin("Download");
+  script.Ask(">", "Download to NCE in progress. &FH " + nineDigits).Ask("<", "");
+  return script;
+}
+
 const Exchange kExchanges[] = {
-    {"line-test", nullptr, {"XYZ", "xyz", "XYZ"}},
-    {"directory", nullptr, {"DH", kToTheEnd}},
-    {"download", nullptr, {"FH 0000007", ">", ">", "<", "<", kToTheEnd, ">", "~end"}},
+    {"line-test",
+     [](const Host&) {
+       return Script()
+           .Ask("XYZ", "ABCDEFGHIJKLMNOPQRSTUVWXYZ")
+           .Ask("xyz", "%% Message not recognised by HOST")
+           .Ask("XYZ", "ABCDEFGHIJKLMNOPQRSTUVWXYZ")
+           .Done();
+     }},
+    {"directory",
+     [](const Host&) {
+       return Script().Directory({"0000007", "6", "7", "8", "9"}).Done();
+     }},
+    {"download",
+     [](const Host& host) {
+       return Preparation("0000007", "000000007")
+           .Download({Named(host, host.older)}, 2)
+           .Ask(">", "UDL>")
+           .Ask("~end", "END")
+           .Done();
+     }},
+    {"long-line",
+     [](const Host& host) {
+       return Preparation("6", "000000006")
+           .Download({Named(host, host.longer, u"6.MPG")}, 1)
+           .Done();
+     }},
     {"chain",
+     [](const Host& host) {
+       return Preparation("7", "000000007")
+           .Download({Named(host, "N7\n", u"7.MPG"), Named(host, "\n", u"8.MPG"),
+                      Named(host, host.last, u"9.MPG")},
+                     1)
+           .Done();
+     },
      [](Host& host) {
        host.link.link->SetFeatures({1, 0, 0, 0});
+     }},
+    {"delayed",
+     [](const Host&) {
+       return Script()
+           .Ask("FH 0000007", "")
+           .Begin("Download")
+           .Ask(">", ">") // not yet
+           .Wait(kDelay, "&LP 000000007")
+           .Done();
      },
-     {"FH 7", kToTheEnd}},
-    {"upload", nullptr, {"FH 0000007", "TH 0000007", kFrames}, true},
-    {"send-by-hand", [](Host& host) { host.link.link->SendFile(host.Path()); }, {kToTheEnd}},
+     nullptr, false, kDelay},
+    {"upload",
+     [](const Host& host) {
+       return Script()
+           .Ask("FH 0000007", "&LP 000000007")
+           .Begin("Download")
+           .Ask("TH 0000007", "Upload from NCE  in progress. &TH 0000007")
+           .Begin("Upload")
+           .Upload(Named(host, host.newer))
+           .Done();
+     },
+     nullptr, true},
+    {"send-by-hand",
+     [](const Host& host) {
+       return Script().Begin("Download").Download({Named(host, host.older)}).Done();
+     },
+     [](Host& host) { host.link.link->SendFile(host.Path()); }},
     {"receive-by-hand",
-     [](Host& host) { host.link.link->ReceiveFile(host.Path()); },
-     {kFrames},
-     true},
+     [](const Host& host) {
+       return Script().Begin("Upload").Upload(Named(host, host.newer)).Done();
+     },
+     [](Host& host) { host.link.link->ReceiveFile(host.Path()); }, true},
 };
 
 void Begin(const Exchange& exchange, Host& host) {
@@ -39,96 +106,147 @@ void Begin(const Exchange& exchange, Host& host) {
   host.link.Run();
 }
 
-bool EndsIt(const Step& step) {
-  return step.reply.ends_with("]\r");
-}
-
-// The exchange as it is when nothing disturbs it.
-Steps RecordSteps(const Exchange& exchange, unsigned seed) {
-  Host host(seed);
-  Steps steps;
-  Begin(exchange, host);
-  for (const std::string& line : exchange.lines) {
-    if (line == kToTheEnd) {
-      while (std::ranges::none_of(steps, &EndsIt) && steps.size() < 100)
-        steps.push_back(host.Ask(">"));
-    } else if (line == kFrames) {
-      for (const std::string& frame : host.UploadLines())
-        steps.push_back(host.Ask(frame));
-    } else {
-      steps.push_back(host.Ask(line));
-    }
-  }
-  return steps;
-}
-
-std::size_t Length(const Steps& steps, bool withReplies) {
-  std::size_t length = 0;
-  for (const auto& [line, reply] : steps)
-    length += line.size() + (withReplies ? reply.size() : 0);
-  return length;
-}
-
-// Once more, undisturbed, and the next start.
-void ExpectRepeatable(const Exchange& exchange, Host& host, const Steps& steps) {
+// All of it; true: every reply was the right one, and the job is logged.
+void ExpectUndisturbed(const Exchange& exchange, Host& host, const Steps& steps) {
   host.ExpectServed();
   Begin(exchange, host);
-  Require(host.Play(steps), "afterwards the same exchange is another one");
+  const std::size_t played = host.Play(steps);
+  Require(played == steps.size(), "afterwards it breaks off at step " + std::to_string(played));
+  host.ExpectLastJob(steps.back().job);
   if (exchange.stores) host.ExpectWhole(true);
   host.ExpectTidy();
 }
 
-// --- The device is pulled, and put back at once, soon or late ---------------------------------------
+// --- An exchange that the host can't go on with --------------------------------------------------
 
-constexpr std::size_t kPulledWays = 3;
+bool IsData(const Step& step) {
+  return step.line.find('!') != std::string::npos;
+}
+
+// The controller goes on with an upload that has ended at the host: it is refused up to its end
+// mark.
+void ExpectRestRefused(Host& host, const Steps& steps, const Place& place) {
+  for (std::size_t i = place.inReply ? place.step + 1 : place.step; i < steps.size(); ++i) {
+    if (!IsData(steps[i]) && i + 1 < steps.size()) continue;
+    const std::string reply = host.link.Send(steps[i].line);
+    Require(reply == "<\r", "the rest of an upload is answered by: " + reply);
+  }
+  host.ExpectForgotten();
+  host.ExpectWhole(false);
+}
+
+std::vector<std::string> JobsOf(const Step& step) {
+  if (step.job.empty()) return {};
+  return {step.job};
+}
+
+// also: what is logged beside what ran.
+void ExpectBrokenOff(const Exchange& exchange, const Steps& steps, Host& host, const Place& place,
+                     const std::vector<std::string>& also = {}) {
+  const Step& before = Before(steps, place);
+  std::vector<std::string> jobs = JobsOf(before);
+  if (!before.running.empty()) jobs.push_back(before.running + " Error(s) ");
+  jobs.insert(jobs.end(), also.begin(), also.end());
+  host.ExpectForgotten();
+  host.ExpectJobs(jobs);
+  host.ExpectWhole(exchange.stores && !before.job.empty());
+  if (before.running == "Upload") ExpectRestRefused(host, steps, place);
+  host.ExpectFirstRequestServed();
+  ExpectUndisturbed(exchange, host, steps);
+}
+
+// What has been sent by then is past; anything more would be too late.
+std::string Cut(Host& host) {
+  host.link.port.TakeWritten();
+  return {};
+}
+
+// The device is pulled, and put back at once, soon or late; way 3: with the controller's XOFF still
+// in force. Way 4: the port is opened anew.
+constexpr std::size_t kPulledWays = 5;
 
 Disturbance Pull(Host& host, std::size_t way) {
-  const auto pull = [&host, way](char) {
+  const auto pull = [&host, way] {
     host.link.port.SetPresent(false);
     host.link.port.SetPresent(way == 0); // before anyone has looked
-    return std::string();
+    return Cut(host);
   };
   const auto putBack = [&host, way] {
     host.link.Run(3);
     host.PassTime(way == 2 ? 2.5 : 0.1);
     host.link.port.SetPresent(true);
   };
-  return {pull, putBack};
+  const auto hold = [&host](char) {
+    host.link.port.Deliver("\x13");
+    return std::string();
+  };
+  const auto open = [&host](char) {
+    host.link.link->RunOnWorker([&host] { host.link.link->OpenPort(0); });
+    return Cut(host);
+  };
+  if (way == 4) return {open, [&host] { host.link.Run(); }, true};
+  if (way == 3) return {hold, [pull, putBack] { pull(), putBack(); }, true};
+  return {[pull](char) { return pull(); }, putBack, true};
 }
 
 void Pulled(const Exchange& exchange, const Steps& steps, Host& host, std::size_t at,
             std::size_t way) {
-  const bool whole = host.Play(steps, at, Pull(host, way));
-  host.link.port.SetPresent(true);
-  host.ExpectWhole(whole && exchange.stores);
-  ExpectRepeatable(exchange, host, steps);
+  const Place place = PlaceOf(steps, at, true);
+  host.Play(steps, place, Pull(host, way));
+  ExpectBrokenOff(exchange, steps, host, place);
 }
 
-// --- The line is held for a moment, or for ten minutes -----------------------------------------------
+// The controller's line never ends, until the receive buffer is full.
+void Flooded(const Exchange& exchange, const Steps& steps, Host& host, std::size_t at,
+             std::size_t) {
+  const Place place = PlaceOf(steps, at, true);
+  const std::string flood(SerialChannel::kReceiveSize, 'U');
+  const auto now = [&](char) {
+    host.link.port.Deliver(flood);
+    return std::string();
+  };
+  const auto later = [&] {
+    host.link.port.Deliver("!\r");
+    for (int poll = 0; poll < 2; ++poll) // the first may find the buffer full and read nothing
+      host.PassTime(0.1);
+    Cut(host);
+  };
+  host.Play(steps, place, {now, later, true});
+  ExpectBrokenOff(exchange, steps, host, place, {"Over Run Error! Data loss has occurred!"});
+}
 
-constexpr std::size_t kHeldWays = 2;
+// --- The line is held for a moment, or for ten minutes -------------------------------------------
+
+constexpr std::size_t kHeldWays = 3; // 2: by an XOFF that the controller sends
 
 void Held(const Exchange& exchange, const Steps& steps, Host& host, std::size_t at,
           std::size_t way) {
   const auto hold = [&](char c) {
-    host.link.port.SetHolds(way == 0 ? kXoffHold : kCtsHold);
+    if (way == 2)
+      host.link.port.Deliver("\x13");
+    else
+      host.link.port.SetHolds(way == 0 ? kXoffHold : kCtsHold);
     return std::string(1, c);
   };
   const auto release = [&] {
-    host.PassTime(way == 0 ? 0.2 : 600);
+    host.PassTime(way == 1 ? 600 : 0.2);
     host.link.port.SetHolds(0);
+    if (way == 2) host.link.port.Deliver("\x11");
     host.link.Run();
   };
-  Require(host.Play(steps, at, {hold, release}), "a held line changes what is sent");
+  const std::size_t played = host.Play(steps, PlaceOf(steps, at, true), {hold, release});
+  Require(played == steps.size(), "a held line changes step " + std::to_string(played));
+  host.ExpectJobs(JobsOf(steps.back()));
   host.ExpectWhole(exchange.stores);
-  ExpectRepeatable(exchange, host, steps);
+  ExpectUndisturbed(exchange, host, steps);
 }
 
-// --- A byte of the controller's is damaged, dropped or doubled ---------------------------------------
+// --- A byte of the controller's is damaged, dropped or doubled -----------------------------------
 
 constexpr std::size_t kDamagedWays = 3;
 
-// Lines are not checked, so that a damaged one may be stored; but no other may be lost, doubled or cut.
+// Lines are not checked, so that a damaged one may be stored; but no other may be lost, doubled or
+// cut.
 bool IsNearly(const std::string& whole, const std::string& stored) {
   const auto [at, other] = std::ranges::mismatch(whole, stored);
   const auto from = static_cast<std::size_t>(at - whole.begin());
@@ -147,49 +265,30 @@ void Damaged(const Exchange& exchange, const Steps& steps, Host& host, std::size
     became = static_cast<char>(c ^ static_cast<char>(1 + host.Below(255)));
     return std::string(1, became);
   };
-  // The positions are those of the controller's bytes alone.
-  std::size_t offset = 0;
-  for (std::size_t i = 0, left = at; left >= steps[i].line.size(); ++i) {
-    left -= steps[i].line.size();
-    offset += steps[i].reply.size();
-  }
-  const bool acknowledged = host.Play(steps, at + offset, {damage, {}});
+  const Place place = PlaceOf(steps, at, false);
+  const bool acknowledged = host.Play(steps, place, {damage, {}}) == steps.size();
   const std::string stored = host.Stored();
   if (became != ']') { // which ends an upload
     const bool isOlder = stored == host.older && !(exchange.stores && acknowledged);
     Require(isOlder || IsNearly(host.newer, stored), "more is damaged than one byte: " + stored);
   }
-  ExpectRepeatable(exchange, host, steps);
+  ExpectUndisturbed(exchange, host, steps);
 }
-
-// The exchange of a seed; kept until another seed's is asked for.
-class Record {
- public:
-  explicit Record(const Exchange& what) : exchange(what) {}
-  const Steps& Of(unsigned wanted) {
-    if (steps.empty() || seed != wanted) steps = RecordSteps(exchange, seed = wanted);
-    return steps;
-  }
-
- private:
-  const Exchange& exchange;
-  unsigned seed = 0;
-  Steps steps;
-};
 
 using Action = void (*)(const Exchange&, const Steps&, Host&, std::size_t at, std::size_t way);
 
 void Add(std::vector<Sweep>& sweeps, const char* what, Action action, std::size_t ways,
          bool bothSides) {
   for (const Exchange& exchange : kExchanges) {
-    const auto record = std::make_shared<Record>(exchange);
-    const auto length = [record, bothSides](unsigned seed) {
-      return Length(record->Of(seed), bothSides);
+    if (action == Held && exchange.delay > 0) continue; // its own time passes while it is held
+    const auto length = [&exchange, bothSides](unsigned seed) {
+      return Length(exchange.steps(Host(seed)), bothSides);
     };
-    const auto run = [&exchange, record, action](unsigned seed, std::size_t at, std::size_t way) {
-      Host host(seed);
+    const auto run = [&exchange, action](unsigned seed, std::size_t at, std::size_t way) {
+      Host host(seed, exchange.delay);
+      const Steps steps = exchange.steps(host);
       Begin(exchange, host);
-      action(exchange, record->Of(seed), host, at, way);
+      action(exchange, steps, host, at, way);
     };
     sweeps.push_back({std::string(what) + "-" + exchange.name, "bytes", ways, length, run});
   }
@@ -200,6 +299,7 @@ void Add(std::vector<Sweep>& sweeps, const char* what, Action action, std::size_
 std::vector<Sweep> ExchangeSweeps() {
   std::vector<Sweep> sweeps;
   Add(sweeps, "pulled", Pulled, kPulledWays, true);
+  Add(sweeps, "flooded", Flooded, 1, true);
   Add(sweeps, "held", Held, kHeldWays, true);
   Add(sweeps, "damaged", Damaged, kDamagedWays, false);
   return sweeps;

@@ -1,7 +1,9 @@
 #include "torture/host.h"
 
-#include "app/nce_frame.h"
+#include <algorithm>
+
 #include "files/compressed_file.h"
+#include "tools/nce_controller/frame.h"
 
 namespace kor::torture {
 
@@ -9,38 +11,34 @@ namespace {
 
 constexpr int kUploadCompleted = 19;
 constexpr std::size_t kNever = ~std::size_t{0};
-constexpr std::string_view kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZ\r";
+constexpr int kMostPolls = 10'000; // of a long reply, byte by byte
+constexpr const char16_t* kJobLog = u"settings/jobs.log";
+const std::string kAlphabet = std::string(controller::kAlphabet) + "\r";
 
 } // namespace
 
-Host::Host(unsigned seed) : random(seed) {
+Host::Host(unsigned seed, int transmitDelay) : random(seed) {
   older = Lines("OLD");
   newer = Lines("NEW");
+  longer = std::string(1001 + Below(600), 'L') + "\n" + Lines("LONG");
+  last = Lines("NINE");
   link.PutProgram(u"0000007.MPG", KorText::FromBytes(older));
+  link.PutProgram(u"6.MPG", KorText::FromBytes(longer));
   link.PutProgram(u"7.MPG", u"N7\n");
   link.PutProgram(u"8.MPG", u"\n"); // nothing of it is sent
-  link.PutProgram(u"9.MPG", KorText::FromBytes(Lines("NINE")));
+  link.PutProgram(u"9.MPG", KorText::FromBytes(last));
   link.app.Put(outside, u"outside");
-  link.Start();
+  link.Start({}, KorText::Format(u"transmit delay=%i\n", transmitDelay),
+             u"[Log]\nwrite log=1\nlog file=" + link.app.Path(kJobLog) + u"\n");
 }
 
+// Some hold what would be a request if it stood alone.
 std::string Host::Lines(const char* word) {
+  constexpr const char* kRemarks[] = {"", " (DEPTH 5)", " (DH 3~end)", " FH 9", " XYZ", ">", "<"};
   std::string text;
   for (std::size_t left = 1 + Below(16); left > 0; --left)
-    text += word + std::to_string(random()) + "\n";
+    text += word + std::to_string(random()) + kRemarks[Below(std::size(kRemarks))] + "\n";
   return text;
-}
-
-std::vector<std::string> Host::UploadLines() const {
-  std::vector<std::string> lines;
-  for (std::size_t at = 0; at < newer.size();) {
-    const std::size_t end = newer.find('\n', at);
-    lines.push_back(MakeFrame(newer.substr(at, end - at) + "!"));
-    lines.back().pop_back();
-    at = end + 1;
-  }
-  lines.push_back("02]");
-  return lines;
 }
 
 void Host::PassTime(double seconds) {
@@ -49,33 +47,36 @@ void Host::PassTime(double seconds) {
   link.Run();
 }
 
-void Host::PlayLine(const std::string& line, std::size_t at, const Disturbance& disturb) {
-  for (std::size_t i = 0; i < line.size(); ++i) {
-    link.port.Deliver(i == at ? disturb.now(line[i]) : std::string(1, line[i]));
-    link.Run();
-    if (i == at && disturb.later) disturb.later();
+void Host::PlayLine(const Step& step, std::size_t at, const Disturbance& disturb) {
+  if (step.seconds > 0) PassTime(step.seconds);
+  for (std::size_t i = 0; i < step.line.size(); ++i) {
+    link.port.Deliver(i == at ? disturb.now(step.line[i]) : std::string(1, step.line[i]));
+    link.Run(kMostPolls);
+    if (i != at) continue;
+    if (disturb.later) disturb.later();
+    if (disturb.endsPlay) return;
   }
 }
 
-bool Host::Play(const Steps& steps, std::size_t at, const Disturbance& disturb) {
-  for (const auto& [line, reply] : steps) {
+std::size_t Host::Play(const Steps& steps, const Place& place, const Disturbance& disturb) {
+  for (std::size_t i = 0; i < steps.size(); ++i) {
+    const bool isHere = i == place.step;
+    std::size_t left = place.offset;
     link.port.TakeWritten();
-    const bool inReply = at >= line.size() && at - line.size() < reply.size();
-    if (inReply) {
+    if (isHere && place.inReply) {
       link.port.SetWriteLimit(1);
-      link.port.SetResponder([&, left = at - line.size()](std::string_view bytes) mutable {
+      link.port.SetResponder([&](std::string_view bytes) {
         if (left-- == 0) disturb.now(bytes[0]);
       });
     }
-    PlayLine(line, at, disturb);
+    PlayLine(steps[i], isHere && !place.inReply ? place.offset : kNever, disturb);
     link.port.SetWriteLimit(kNever);
     link.port.SetResponder({});
-    if (inReply && disturb.later) disturb.later();
-    const std::size_t length = line.size() + reply.size();
-    at = at >= length ? at - length : kNever;
-    if (link.port.TakeWritten() != reply) return false;
+    if (isHere && place.inReply && disturb.later) disturb.later();
+    if (isHere && disturb.endsPlay) return i;
+    if (link.port.TakeWritten() != steps[i].reply) return i;
   }
-  return true;
+  return steps.size();
 }
 
 std::string Host::Stored() {
@@ -92,18 +93,69 @@ void Host::ExpectWhole(bool acknowledged) {
   Require(now == newer || !link.link || link.Code() != kUploadCompleted, "false 'completed'");
 }
 
-void Host::ExpectServed() {
+void Host::Recover() {
   link.port.SetPresent(true);
   link.port.SetHolds(0);
   link.app.ClearFaults();
   for (int second = 0; second < 3; ++second)
     PassTime(1.1);
-  link.Send("\x11\r]\r\r"); // releases a hold, ends a broken line and an upload
-  Require(link.Ask("XYZ") == kAlphabet, "the next good request is not served");
-  Require(link.Watched().HeldBytes() == 0, "the exchange that broke off keeps its memory");
+}
+
+void Host::ExpectNothingKept() {
+  Require(link.HeldBytes() == 0, "the exchange that broke off keeps its memory");
   for (const KorText& name : link.app.Names(link.Folder()))
     Require(!name.EndsWith(kPartSuffix) || name.StartsWith(u"x."),
             "a part is left: " + name.ToUtf8());
+}
+
+void Host::ExpectServed() {
+  Recover();
+  link.Send("\x11\r]\r\r"); // releases a hold, ends a broken line and an upload
+  Require(link.Ask("XYZ") == kAlphabet, "the next good request is not served");
+  ExpectNothingKept();
+}
+
+void Host::ExpectForgotten() {
+  Recover();
+  const std::string said = link.port.TakeWritten();
+  Require(said.empty(), "speaks unasked: " + said);
+  const auto running = link.link->RunningExchange();
+  Require(!running, "still runs: " + running.value_or(KorText()).ToUtf8());
+  ExpectNothingKept();
+}
+
+void Host::ExpectFirstRequestServed() {
+  std::string reply = link.Ask("FH 0000007");
+  PassTime(3); // a transmit delay
+  reply += link.port.TakeWritten();
+  Require(reply == "&LP 000000007\r", "the first request is answered by: " + reply);
+}
+
+std::vector<std::string> Host::Jobs() {
+  std::vector<std::string> lines;
+  std::string text = link.app.Content(link.app.Path(kJobLog)).value_or(KorText()).ToBytes();
+  for (std::size_t end = text.find("\r\n"); end != text.npos; end = text.find("\r\n")) {
+    lines.push_back(text.substr(0, end));
+    text.erase(0, end + 2);
+  }
+  if (!text.empty()) lines.push_back("(broken off) " + text);
+  return lines;
+}
+
+void Host::ExpectJobs(const std::vector<std::string>& texts) {
+  const std::vector<std::string> jobs = Jobs();
+  Require(jobs.size() == texts.size(),
+          std::to_string(jobs.size()) + " job lines instead of " + std::to_string(texts.size()));
+  for (std::size_t i = 0; i < jobs.size(); ++i)
+    Require(jobs[i].find(" " + texts[i]) != std::string::npos,
+            "job line \"" + jobs[i] + "\" instead of \"" + texts[i] + "\"");
+}
+
+void Host::ExpectLastJob(const std::string& text) {
+  if (text.empty()) return;
+  const std::vector<std::string> jobs = Jobs();
+  Require(!jobs.empty() && jobs.back().ends_with(" " + text),
+          "the job log does not end with \"" + text + "\"");
 }
 
 void Host::End() {

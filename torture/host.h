@@ -4,52 +4,57 @@
 #include <random>
 
 #include "tests/support/nce_link.h"
+#include "torture/script.h"
 #include "torture/sweep.h"
 
 namespace kor::torture {
-
-struct Step {
-  std::string line, reply; // each with its CR
-};
-using Steps = std::vector<Step>;
 
 // What happens when a byte is about to travel, and after the link has come to rest.
 struct Disturbance {
   std::function<std::string(char)> now; // what the controller sends instead
   std::function<void()> later;
+  bool endsPlay = false; // nothing more travels after that
 };
 
 class Host {
  public:
-  explicit Host(unsigned seed);
+  explicit Host(unsigned seed, int transmitDelay = 0);
 
   std::size_t Below(std::size_t limit) { return random() % limit; }
-  KorText Path() const { return link.Folder() + u"0000007.MPG"; } // of the program
-  std::vector<std::string> UploadLines() const;                   // its frames and the end mark
+  KorText Path(const KorText& name = u"0000007.MPG") const { return link.Folder() + name; }
 
-  Step Ask(const std::string& line) { return {line + "\r", link.Ask(line)}; }
-  // Goes on until a reply is not the one of the steps; true: all were. The disturbance comes at that
-  // byte, of both directions together.
-  bool Play(const Steps& steps, std::size_t at = ~std::size_t{0}, const Disturbance& disturb = {});
+  // Goes on until a reply is not the one of the steps, and returns how many were.
+  std::size_t Play(const Steps& steps, const Place& place = {}, const Disturbance& disturb = {});
   void PassTime(double seconds);
 
   std::string Stored(); // the program, as its readers see it
   // The older or the newer program is there, and the newer if that was told.
   void ExpectWhole(bool acknowledged);
-  // The device is back, the clock goes on: the next good request is answered, and nothing is left of the
-  // exchange before. Parts whose name starts with "x." are not ours.
+  // The device is back, the clock goes on: the next good request is answered, and nothing is left
+  // of the exchange before. Parts whose name starts with "x." are not ours.
   void ExpectServed();
+  // An exchange that the host could not go on with is over: the host is silent, and nothing runs or
+  // is kept.
+  void ExpectForgotten();
+  // The first request after that, which nothing of what came before may spoil.
+  void ExpectFirstRequestServed();
+  // The job log holds these lines, each with that text behind its date, and no others.
+  void ExpectJobs(const std::vector<std::string>& texts);
+  void ExpectLastJob(const std::string& text);
   // The next start serves, too, and nothing outside was touched.
   void ExpectTidy();
   void End();
 
   NceLink link;
-  std::string older, newer; // programs
+  std::string older, newer, longer, last; // programs; one of a line longer than the transmit buffer
   const KorText outside = link.app.Path(u"outside.MPG");
 
  private:
   std::string Lines(const char* word);
-  void PlayLine(const std::string& line, std::size_t at, const Disturbance& disturb);
+  void PlayLine(const Step& step, std::size_t at, const Disturbance& disturb);
+  void Recover();
+  void ExpectNothingKept();
+  std::vector<std::string> Jobs();
   std::mt19937 random;
 };
 

@@ -1,4 +1,5 @@
-// Noise on the line, numbers that lead elsewhere, odd things in the folders, an end while the line is held.
+// Noise on the line, numbers that lead elsewhere, odd things in the folders, an end while the line
+// is held.
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -17,7 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// --- Noise ---------------------------------------------------------------------------------------------
+// --- Noise ---------------------------------------------------------------------------------------
 
 void Noise(unsigned seed, std::size_t, std::size_t way) {
   constexpr std::string_view kForms[] = {"", "><~]\r", "FHTDX 0123456789\r", "\r\r\n\x11\x13",
@@ -35,7 +36,7 @@ void Noise(unsigned seed, std::size_t, std::size_t way) {
   host.ExpectTidy();
 }
 
-// --- Numbers -------------------------------------------------------------------------------------------
+// --- Numbers -------------------------------------------------------------------------------------
 
 std::vector<std::string> Numbers(Host& host) {
   std::vector<std::string> numbers = {"../outside",
@@ -77,7 +78,7 @@ void HostileNumber(unsigned seed, std::size_t position, std::size_t way) {
   host.ExpectTidy();
 }
 
-// --- Odd things ----------------------------------------------------------------------------------------
+// --- Odd things ----------------------------------------------------------------------------------
 
 void MakeSocket(const fs::path& path) {
   const int made = ::socket(AF_UNIX, SOCK_STREAM, 0);
@@ -122,7 +123,7 @@ constexpr const char* kPlaces[] = {
 void Visit(Host& host) {
   for (const char* line : {"DH", ">", ">", "FH 0000007", ">", ">", "~end", "FH 0000007", "TH 1"})
     host.link.Ask(line);
-  for (const std::string& line : host.UploadLines())
+  for (const std::string& line : UploadLines(host.newer))
     host.link.Ask(line);
 }
 
@@ -157,7 +158,7 @@ void OddThing(unsigned seed, std::size_t position, std::size_t) {
   host.ExpectTidy();
 }
 
-// --- Ended while the line is held ----------------------------------------------------------------------
+// --- Ended while the line is held ----------------------------------------------------------------
 
 void EndedWhileHeld(unsigned seed, std::size_t, std::size_t) {
   Host host(seed);

@@ -1,5 +1,5 @@
-// Wherever something is stored: a disk that is full after every number of bytes, and the power that goes
-// after every change, with every state of the disk that may follow.
+// Wherever something is stored: a disk that is full after every number of bytes, and the power that
+// goes after every change, with every state of the disk that may follow.
 #include <memory>
 
 #include "tests/app/stored_operations.h"
@@ -22,11 +22,12 @@ class Operation {
  public:
   explicit Operation(const StoredOperation& what) : operation(what) {}
 
-  // That it makes and writes.
-  std::size_t Changes(unsigned seed) {
+  // Cuts: before each change that it makes and after the last, when all of it has happened.
+  std::size_t Cuts(unsigned seed) {
     Count(seed);
-    return changes;
+    return changes + 2;
   }
+  // That it writes.
   std::size_t Bytes(unsigned seed) {
     Count(seed);
     return bytes;
@@ -87,8 +88,8 @@ std::vector<Sweep> StoredSweeps() {
                       [shared](unsigned seed, std::size_t bytes, std::size_t) {
                         shared->FillDisk(seed, bytes);
                       }});
-    sweeps.push_back({std::string("power-cut-") + operation.name, "changes", 1,
-                      [shared](unsigned seed) { return shared->Changes(seed); },
+    sweeps.push_back({std::string("power-cut-") + operation.name, "cuts", 1,
+                      [shared](unsigned seed) { return shared->Cuts(seed); },
                       [shared](unsigned seed, std::size_t changes, std::size_t) {
                         shared->CutPower(seed, changes);
                       }});

@@ -81,11 +81,13 @@ class Course {
  private:
   void Tell(unsigned withSeed, std::size_t position, const std::string& what) {
     if (++failures <= kToldFailures)
-      std::printf("FAILED scripts/torture --again %s %u %zu: %.400s\n", sweep.name.c_str(),
-                  withSeed, position, what.c_str());
+      std::printf("FAILED scripts/torture --again %s %u %zu: (try %ju) %.400s\n",
+                  sweep.name.c_str(), withSeed, position, static_cast<std::uintmax_t>(tries),
+                  what.c_str());
   }
 
-  // In steps of about five eighths of the way round: however short the run, it is spread over all positions.
+  // In steps of about five eighths of the way round: however short the run, it is spread over all
+  // positions.
   void Prepare() {
     positions = sweep.positions(seed);
     all = positions * sweep.ways;
@@ -94,6 +96,7 @@ class Course {
   }
 
   std::string Covered() const {
+    if (tries == 0) return "not reached";
     if (sweep.unit.empty()) return "at random";
     std::string text = whole > 0 ? "whole " + std::to_string(whole) + " times, then " : "";
     text += std::to_string(next) + " of " + std::to_string(all);
@@ -101,7 +104,7 @@ class Course {
            (sweep.ways > 1 ? ", " + std::to_string(sweep.ways) + " ways)" : ")");
   }
 
-  const Sweep sweep;
+  Sweep sweep;
   unsigned seed;
   std::size_t positions = 0, all = 0, stride = 0, next = 0;
   std::uint64_t whole = 0, tries = 0, failures = 0;
@@ -120,7 +123,7 @@ int Summary(const std::vector<Course>& courses) {
   std::uint64_t tries = 0, failures = 0;
   std::printf("%-26s %9s %9s %7s  %s\n", "", "tries", "survived", "failed", "covered");
   for (const Course& course : courses) {
-    if (course.Tries() > 0) course.PrintRow();
+    course.PrintRow();
     tries += course.Tries();
     failures += course.Failures();
   }
@@ -159,9 +162,9 @@ int main(int count, char** arguments) {
     if (option == "--only") only = arguments[i + 1];
     if (option != "--again" || i + 3 >= count) continue;
     std::vector<Course> courses = Courses(seed, only);
+    std::erase_if(courses, [&](const Course& course) { return course.Name() != arguments[i + 1]; });
     for (Course& course : courses)
-      if (course.Name() == arguments[i + 1])
-        course.Try(Number(arguments[i + 2]), Number(arguments[i + 3]));
+      course.Try(Number(arguments[i + 2]), Number(arguments[i + 3]));
     return Summary(courses);
   }
   std::printf("seed %u\n", seed);

@@ -26,8 +26,7 @@ bool Upload(NceLink& link, const KorText&, const StoredTexts& texts) {
     link.Send(MakeFrame(rest.substr(0, end) + "!"));
     rest.erase(0, end + 1);
   }
-  link.Ask("02]");
-  return link.Code() == 19;
+  return link.Ask("02]").starts_with(">");
 }
 
 bool WriteIni(const KorText& path, KorText value) {
@@ -112,9 +111,16 @@ CutOutcome CutAfter(int changes, const StoredOperation& operation, NceLink& link
   outcome.storedOlder = link.app.Content(path);
   link.app.WatchDisk();
   link.app.CutPowerAfter(changes);
+  const auto keepStates = [&] {
+    outcome.finished = link.app.Changes() < changes;
+    outcome.states = link.app.DiskStates();
+  };
+  // What is acknowledged to the controller has to be on the disk when the first byte of that goes
+  // out.
+  link.port.SetResponder([&](std::string_view) { keepStates(); });
   outcome.success = operation.run(link, path, texts);
-  outcome.finished = link.app.Changes() < changes;
-  outcome.states = link.app.DiskStates();
+  link.port.SetResponder({});
+  if (outcome.states.empty()) keepStates();
   link.app.CutPowerAfter(0);
   link.Close();
   link.app.ClearFaults();
@@ -133,6 +139,7 @@ std::string PartsBeside(NceLink& link, const KorText& path) {
 std::string FindTorn(const StoredOperation& operation, NceLink& link, const CutOutcome& cut,
                      const CutOutcome& uncut) {
   const KorText path = link.app.Path(operation.target);
+  if (cut.success && cut.newer != uncut.newer) return "success, but not stored";
   for (const DiskImage::Files& state : cut.states) {
     link.app.RestoreDisk(state);
     RemoveAbandonedParts(App().Files(), path.Left(path.FindLast(u'/')));

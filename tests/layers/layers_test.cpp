@@ -76,7 +76,7 @@ const std::vector<Reserved>& ReservedHeaders() {
       {"ui/console/", {"ui/console/", "app/main_", "tests/", "bench/"}},
       {"platform/", {"platform/", "app/main_", "tools/", "tests/", "bench/", "fuzz/", "torture/"}},
       {"tools/common/", {"tools/", "app/main_", "tests/"}},
-      {"tools/nce_controller/", {"tools/nce_controller/", "tests/"}},
+      {"tools/nce_controller/", {"tools/nce_controller/", "tests/", "torture/"}},
       {"tests/", {"tests/", "bench/", "demo/", "fuzz/", "torture/"}},
   };
   return reserved;
