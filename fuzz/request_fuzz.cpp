@@ -88,7 +88,7 @@ class Host {
         [&] { app->ReceiveFile(shop.up + u"hand.MPG"); },
         [&] { on ? app->CompleteUpload() : app->CancelExchange(); },
         [&] { on ? app->LoopbackTest() : app->XonXoffTest(); },
-        [&] { on ? static_cast<void>(app->StartTrace(shop.up + u"trace")) : app->StopTrace(); },
+        [&] { on ? app->StartTrace(shop.up + u"trace") : app->StopTrace(); },
         [&] { app->SetMonitorShown(on); },
         [&] { app->SetHandshake(on, how % 3 == 0); },
         [&] { Set(u"write-log", on ? u"1" : u"0"); },

@@ -12,6 +12,7 @@ constexpr const char16_t* kVersionRule =
 constexpr const char16_t* kSettingsRule = u"==================== Settings ======================";
 constexpr std::int64_t kSecondsPerMinute = 60;
 constexpr std::int64_t kMinutesPerHour = 60;
+constexpr std::size_t kTaskBytes = 200; // of a line that waits, beside its text
 
 // Toward zero, but a value a hair below a whole number counts as that number.
 std::int64_t Truncated(double value) {
@@ -36,66 +37,90 @@ KorText TraceStamp(double t, double d) {
                          minutesInAll - kMinutesPerHour * hours, seconds, d);
 }
 
-bool CommsLog::StartTrace(const KorText& path, const LinkSettings& settings) {
-  const Lock lock(mutex);
+CommsLog::CommsLog(SideThread& writerThread, std::function<void()> tellFailure)
+    : writer(writerThread), failed(std::move(tellFailure)) {}
+
+void CommsLog::StartTrace(const KorText& path, const LinkSettings& settings) {
+  const double now = App().HighResolutionSeconds();
+  std::uint32_t number = 0;
+  {
+    const Lock lock(mutex);
+    number = ++traces;
+  }
+  tracing = number;
+  const auto open = [this, number, path, settings, now] { OpenTrace(number, path, settings, now); };
+  if (!writer.Add(0, open)) EndTrace(number);
+}
+
+void CommsLog::OpenTrace(std::uint32_t number, const KorText& path, const LinkSettings& settings,
+                         double now) {
   trace.reset();
   auto file = std::make_unique<SimpleFile>(path);
-  if (!file->Open(kFileWrite)) return false;
+  if (!file->Open(kFileWrite)) {
+    EndTrace(number);
+    return;
+  }
   trace = std::move(file);
-  startTime = App().HighResolutionSeconds();
+  openTrace = number;
+  startTime = now;
   previousOffset = 0;
-  WriteTraceLine(u"Start of logging", false);
+  WriteTraceLine(u"Start of logging", false, now);
   WriteHeader(settings);
-  return true;
+}
+
+// A trace that a newer one has followed, or that was stopped, is not missed.
+void CommsLog::EndTrace(std::uint32_t number) {
+  if (tracing.compare_exchange_strong(number, 0)) failed();
 }
 
 void CommsLog::WriteHeader(const LinkSettings& s) {
-  WriteTraceLine(kVersionRule, false);
-  WriteTraceLine(KorText::Format(u"%s - %s", kProgramVersion, App().OperatingSystem()), false);
-  WriteTraceLine(kSettingsRule, false);
-  WriteTraceLine(KorText::Format(u"Port=%s baud=%s parity=%s data=%s stop=%s flow=%s", s.port,
-                                 s.baudrate, s.parity, s.databits, s.stopbits, s.flowControl),
-                 false);
-  WriteTraceLine(KorText::Format(u"Upload path=%s Download path=%s Extension=%s", s.uploadPath,
-                                 s.downloadPath, s.fileExtension),
-                 false);
-  WriteTraceLine(KorText::Format(u"Transmit delay=%i Character Delay=%i Line Delay=%i",
-                                 s.transmitDelay, s.characterDelay, s.lineDelay),
-                 false);
-  WriteTraceLine(KorText::Format(u"Send SOT=%i SOT Character=%i Send EOT=%i EOT Character=%i",
-                                 s.sendSot, s.sotCharacter, s.sendEot, s.eotCharacter),
-                 false);
-  WriteTraceLine(kSettingsRule, false);
-}
-
-void CommsLog::CloseTrace(const KorText& lastLine) {
-  WriteTraceLine(lastLine, false);
-  trace.reset();
+  const auto write = [this](const KorText& text) { WriteTraceLine(text, false, startTime); };
+  write(kVersionRule);
+  write(KorText::Format(u"%s - %s", kProgramVersion, App().OperatingSystem()));
+  write(kSettingsRule);
+  write(KorText::Format(u"Port=%s baud=%s parity=%s data=%s stop=%s flow=%s", s.port, s.baudrate,
+                        s.parity, s.databits, s.stopbits, s.flowControl));
+  write(KorText::Format(u"Upload path=%s Download path=%s Extension=%s", s.uploadPath,
+                        s.downloadPath, s.fileExtension));
+  write(KorText::Format(u"Transmit delay=%i Character Delay=%i Line Delay=%i", s.transmitDelay,
+                        s.characterDelay, s.lineDelay));
+  write(KorText::Format(u"Send SOT=%i SOT Character=%i Send EOT=%i EOT Character=%i", s.sendSot,
+                        s.sotCharacter, s.sendEot, s.eotCharacter));
+  write(kSettingsRule);
 }
 
 void CommsLog::StopTrace(const KorText& lastLine) {
-  const Lock lock(mutex);
-  if (trace) CloseTrace(lastLine);
-}
-
-bool CommsLog::IsTracing() const {
-  const Lock lock(mutex);
-  return trace != nullptr;
+  if (tracing.exchange(0) == 0) return;
+  writer.Add(0, [this, lastLine, now = App().HighResolutionSeconds()] {
+    WriteTraceLine(lastLine, false, now);
+    trace.reset();
+  });
 }
 
 void CommsLog::Trace(const KorText& text, bool force) {
-  const Lock lock(mutex);
-  WriteTraceLine(text, force);
+  const std::uint32_t number = tracing;
+  if (number == 0 || text.IsEmpty()) return;
+  const std::size_t bytes = text.Length() * sizeof(char16_t) + kTaskBytes;
+  const bool hasRoom =
+      writer.WaitingBytes() + bytes <= kMostTraceWaiting &&
+      writer.AddQuietly(bytes, [this, number, text, force, now = App().HighResolutionSeconds()] {
+        if (number == openTrace) WriteTraceLine(text, force, now);
+      });
+  if (hasRoom) return;
+  EndTrace(number);
+  writer.Add(0, [this] { trace.reset(); });
 }
 
-void CommsLog::WriteTraceLine(const KorText& text, bool force) {
-  if (!trace || !trace->IsGood() || text.IsEmpty()) return;
+void CommsLog::WriteTraceLine(const KorText& text, bool force, double now) {
+  if (!trace || text.IsEmpty()) return;
   if (text == lastLogged && !force) return;
   lastLogged = text;
-  const double t = App().HighResolutionSeconds() - startTime;
+  const double t = now - startTime;
   const double d = t - previousOffset;
   previousOffset = t;
-  WriteLine(*trace, KorText::Format(u"%s %s\r\n", TraceStamp(t, d), text));
+  if (WriteLine(*trace, KorText::Format(u"%s %s\r\n", TraceStamp(t, d), text))) return;
+  trace.reset();
+  EndTrace(openTrace);
 }
 
 void CommsLog::SetJobLog(const KorText& file, bool write) {
@@ -104,24 +129,33 @@ void CommsLog::SetJobLog(const KorText& file, bool write) {
   writeJobs = write;
 }
 
-bool CommsLog::LogJob(const KorText& statusLine) {
-  const Lock writing(jobMutex);
+void CommsLog::LogJob(const EndedJob& job) {
   KorText path, tag;
   {
     const Lock lock(mutex);
-    if (!writeJobs || statusLine == lastLogged) return true;
+    if (!writeJobs) return;
     path = jobFile;
     tag = jobTag;
   }
+  const std::size_t bytes = job.line.Length() * sizeof(char16_t) + kTaskBytes;
+  const auto write = [this, path, tag, job] { WriteJobLine(path, tag, job); };
+  if (!writer.Add(bytes, write)) TellJobFailure(true);
+}
+
+void CommsLog::TellJobFailure(bool isFailing) {
+  if (!jobFailureTold.exchange(isFailing) && isFailing) failed();
+}
+
+void CommsLog::WriteJobLine(const KorText& path, const KorText& tag, const EndedJob& job) {
+  if (job.line == lastLogged) return;
   SimpleFile file(path);
-  if (!file.Open(kFileWrite | kFileAppend)) return false;
-  {
-    const Lock lock(mutex);
-    lastLogged = statusLine;
-  }
-  const SystemTime now = App().LocalTime();
-  return WriteLine(file, KorText::Format(u"%8s %s %s %s\r\n", tag, App().FormatDate(now),
-                                         App().FormatTime(now), statusLine));
+  const bool opened = file.Open(kFileWrite | kFileAppend);
+  if (opened) lastLogged = job.line;
+  const bool written =
+      opened &&
+      WriteLine(file, KorText::Format(u"%8s %s %s %s\r\n", tag, App().FormatDate(job.time),
+                                      App().FormatTime(job.time), job.line));
+  TellJobFailure(!written);
 }
 
 void CommsLog::SetJobTag(const KorText& tag) {

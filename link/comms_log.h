@@ -1,53 +1,81 @@
 // CommsLog: the communications trace (every line sent and received, with time stamps) and the job log
 // (one dated line for each finished job). Both drop repeats against the text last written to either.
-// Owned by DownloadApp. Any thread; single lines stay whole. Every line reaches the operating system
-// when it is written.
+// Owned by DownloadApp. Any thread; lines stay whole and in order.
+//
+// No call waits for a disk: a thread of its own opens and writes the files, each line at once. A
+// line gets the time at which it was logged. When a disk is so slow that the next line finds no
+// room, the trace ends there, so that it never has a gap, and a job line is lost; both are told.
 #pragma once
 
+#include <atomic>
+#include <functional>
 #include <memory>
 
 #include "files/simple_file.h"
 #include "link/link_settings.h"
+#include "link/side_thread.h"
 #include "services/core/kor_text.h"
 #include "services/core/thread_annotations.h"
+#include "ui/form_dialog.h"
 
 namespace kor {
 
 class CommsLog {
  public:
+  // Bytes that may wait for the disk. The last part is kept for job lines.
+  static constexpr std::size_t kMostWaiting = 4 << 20, kMostTraceWaiting = 3 << 20;
+
+  // tellFailure: the user is told that a log can't be written. On any thread. Of a job log, once,
+  // until a line could be written again.
+  CommsLog(SideThread& writerThread, std::function<void()> tellFailure);
+
   // Opens the trace (a running one is closed first) and writes its first line and the settings header.
-  // False when the file can't be written; tracing is then off.
-  bool StartTrace(const KorText& path, const LinkSettings& settings);
+  // When the file can't be written, that is told, and tracing is off.
+  void StartTrace(const KorText& path, const LinkSettings& settings);
   // Writes lastLine as a trace line and closes the trace; nothing when none is open.
   void StopTrace(const KorText& lastLine);
-  bool IsTracing() const;
+  bool IsTracing() const { return tracing != 0; }
 
-  // One trace line. Without force, a text equal to the last logged one is dropped.
+  // One trace line. Without force, a text equal to the last logged one is dropped. The writer may
+  // sleep until it is woken: a reply goes out first.
   void Trace(const KorText& text, bool force);
 
   // Where job-log lines go, and whether any are written.
   void SetJobLog(const KorText& file, bool write);
-  // One job-log line, dropped when equal to the last logged text. False when the file can't be
-  // written; true when nothing was to be done.
-  bool LogJob(const KorText& statusLine);
+  // One job-log line, dropped when equal to the last logged text.
+  void LogJob(const EndedJob& job);
 
   // Written in front of each job-log line, right-aligned in eight columns.
   void SetJobTag(const KorText& tag);
 
  private:
-  void WriteTraceLine(const KorText& text, bool force) KOR_REQUIRES(mutex);
-  void WriteHeader(const LinkSettings& settings) KOR_REQUIRES(mutex);
-  void CloseTrace(const KorText& lastLine) KOR_REQUIRES(mutex);
+  // On the writer, as all that it owns.
+  void OpenTrace(std::uint32_t number, const KorText& path, const LinkSettings& settings,
+                 double now);
+  void WriteTraceLine(const KorText& text, bool force, double now);
+  void WriteHeader(const LinkSettings& settings);
+  void WriteJobLine(const KorText& path, const KorText& tag, const EndedJob& job);
 
-  Mutex jobMutex; // taken before the other: while a job line is written nothing else has to wait
-  mutable Mutex mutex;
-  std::unique_ptr<SimpleFile> trace KOR_GUARDED_BY(mutex);
-  double startTime KOR_GUARDED_BY(mutex) = 0;      // seconds of the high-resolution clock
-  double previousOffset KOR_GUARDED_BY(mutex) = 0; // seconds since the start
-  KorText lastLogged KOR_GUARDED_BY(mutex);
+  // On any thread.
+  void EndTrace(std::uint32_t number); // of a trace that can't be written; told
+  void TellJobFailure(bool isFailing);
+
+  SideThread& writer;
+  const std::function<void()> failed;
+  std::atomic<std::uint32_t> tracing{0}; // the number of the trace that is wanted; 0: none
+  std::atomic<bool> jobFailureTold{false};
+  Mutex mutex;
+  std::uint32_t traces KOR_GUARDED_BY(mutex) = 0; // how many were started
   KorText jobFile KOR_GUARDED_BY(mutex);
   bool writeJobs KOR_GUARDED_BY(mutex) = false;
   KorText jobTag KOR_GUARDED_BY(mutex);
+
+  // The writer's.
+  std::unique_ptr<SimpleFile> trace;
+  std::uint32_t openTrace = 0; // its number
+  double startTime = 0;        // seconds of the high-resolution clock
+  double previousOffset = 0;   // seconds since the start
+  KorText lastLogged;
 };
 
 // The time stamp of a trace line: t seconds since the start, d seconds since the line before, as

@@ -23,7 +23,7 @@ constexpr double kXonPeriod = 3.0;
 constexpr char16_t kXon = 17;
 constexpr char16_t kXoff = 19;
 constexpr std::int64_t kLargestChunk = 100;         // characters of one feed
-constexpr std::chrono::milliseconds kPatience(400); // with a worker that is to end
+constexpr std::chrono::milliseconds kPatience(400); // with a thread that is to end
 
 KorText LogFailure() {
   return LookUpText(15321, u"Unable to write to log file");
@@ -81,13 +81,16 @@ DownloadApp::DownloadApp(EngineServices engineServices, const KorText& name)
             [this](const KorText& caption, const KorText& text) {
               ShowMessage(caption, text, MessageStyle::Exclamation);
             }),
-      feed(*services.window),
+      log(logWriter, [this] { TellLogFailure(); }), feed(*services.window),
       monitor([this] { PostToWindow([this] { services.window->AppendMonitor(monitor.Take()); }); }),
       channel(*services.port, App().Clock(), board, log, monitor, *this), manual(*services.window) {
 }
 
 DownloadApp::~DownloadApp() {
   StopWorker();
+  folderLooks.Finish();
+  logWriter.Finish();
+  if (logsFor) logsFor->SetLogWriter({});
 }
 
 void DownloadApp::StopWorker() {
@@ -111,14 +114,31 @@ void DownloadApp::SetUpServices() {
   });
 }
 
+void DownloadApp::StartSideThreads() {
+  logsFor = &App();
+  logsFor->SetLogWriter([this](std::size_t bytes, std::function<void()> work) {
+    logWriter.Add(bytes, std::move(work)); // what finds no room is dropped
+  });
+  if (!services.startWorker) return;
+  logWriter.Start();
+  folderLooks.Start();
+}
+
+void DownloadApp::LookAside(std::function<void()> look) {
+  folderLooks.Add(1, [this, look = std::move(look)] {
+    if (!ending) look();
+  });
+}
+
 void DownloadApp::BuildWindow() {
+  StartSideThreads();
   store.SetName(modelName);
   store.Load([this] { return LoadSettings(); });
   workerSettings = windowSettings;
   log.SetJobLog(windowSettings.logFile, windowSettings.writeLog != 0);
   board.SetMachine(windowSettings.machineName, windowSettings.dncServerRole > 0);
   store.ClearAway();
-  UploadFile::ClearAway(windowSettings.uploadPath);
+  LookAside([folder = windowSettings.uploadPath] { UploadFile::ClearAway(folder); });
   SetStatus(LinkStatus::Waiting);
   OpenPort(0);
   UpdateStatus();
@@ -167,6 +187,8 @@ void DownloadApp::Terminate() {
   workerStuck = worker && !worker->Stop(kPatience);
   if (workerStuck) {
     SaveSettings();
+    log.StopTrace(u"Application Terminated");
+    StopSideThreads();
     // Last, while nothing more is opened: the worker may come back to the port at any time.
     channel.Close();
     return;
@@ -178,7 +200,16 @@ void DownloadApp::Terminate() {
   channel.Close();
   KeepSettings();
   log.StopTrace(u"Application Terminated");
+  workerStuck = !StopSideThreads();
   manual.HideEndDialogs();
+}
+
+// A folder that is still looked at keeps nobody waiting as long as all the rest takes.
+bool DownloadApp::StopSideThreads() {
+  const auto until = std::chrono::steady_clock::now() + kPatience;
+  const bool written = logWriter.Stop(until);
+  if (written && logsFor) logsFor->SetLogWriter({});
+  return folderLooks.Stop(until) && written;
 }
 
 void DownloadApp::RunDueTimers() {
@@ -197,7 +228,13 @@ void DownloadApp::RunOnWorker(std::function<void()> task) {
 
 bool DownloadApp::Poll() {
   const bool worked = tasks.Run();
-  return channel.Poll() || worked;
+  const bool moved = channel.Poll();
+  logWriter.Wake(); // behind the reply
+  if (!services.startWorker && !moved) {
+    folderLooks.RunHere();
+    logWriter.RunHere();
+  }
+  return moved || worked;
 }
 
 void DownloadApp::WaitIdle() {
@@ -214,14 +251,6 @@ void DownloadApp::ChangeSettings(const std::function<void(LinkSettings&)>& chang
 void DownloadApp::ShowMessage(const KorText& caption, const KorText& text, MessageStyle style) {
   feed.Add(WindowFeed::Kind::Message,
            [this, caption, text, style] { services.window->ShowMessage(caption, text, style); });
-}
-
-void DownloadApp::ReportOnce(const KorText& caption, const KorText& text) {
-  {
-    const Lock lock(mutex);
-    if (!reportedFailures.insert(caption + u"\n" + text).second) return;
-  }
-  ShowMessage(caption, text, MessageStyle::Exclamation);
 }
 
 // --- Port ----------------------------------------------------------------------------------------------
@@ -355,16 +384,15 @@ void DownloadApp::DisplayStatus() {
 }
 
 void DownloadApp::WriteJobLine(const EndedJob& job) {
-  feed.Add(WindowFeed::Kind::Job, [this, ended = job, time = App().LocalTime()]() mutable {
-    ended.time = time;
-    services.window->ShowEndedJob(ended);
-  });
-  if (!log.LogJob(job.line)) {
-    ReportOnce(LookUpText(15328, u"Log"), LogFailure());
-    return;
-  }
-  const Lock lock(mutex);
-  reportedFailures.clear();
+  EndedJob ended = job;
+  ended.time = App().LocalTime();
+  feed.Add(WindowFeed::Kind::Job, [this, ended] { services.window->ShowEndedJob(ended); });
+  log.LogJob(ended);
+}
+
+void DownloadApp::TellLogFailure() {
+  PostToWindow([this] { services.window->ShowTracing(log.IsTracing()); });
+  ShowMessage(LookUpText(15328, u"Log"), LogFailure(), MessageStyle::Exclamation);
 }
 
 void DownloadApp::Ping() {
@@ -658,10 +686,8 @@ void DownloadApp::ChooseTraceFile() {
   if (const auto chosen = services.window->ChooseFile(choice)) StartTrace(*chosen);
 }
 
-bool DownloadApp::StartTrace(const KorText& path) {
-  if (log.StartTrace(path, windowSettings)) return true;
-  services.window->ShowMessage(LookUpText(15328, u"Log"), LogFailure(), MessageStyle::Exclamation);
-  return false;
+void DownloadApp::StartTrace(const KorText& path) {
+  log.StartTrace(path, windowSettings);
 }
 
 std::vector<EndedJob> DownloadApp::JobsOfToday() const {

@@ -8,13 +8,14 @@
 // (CommsMonitor) runs Poll and everything that touches the channel, the transfer file or the
 // protocol's state; the window reaches those by RunOnWorker, whose tasks run before the next poll, so
 // the window never waits for the worker or the line. The worker reaches the window by FormDialog::Post.
+// What may wait for a disk and is no program that was asked for, two side threads do: one writes
+// the logs, in order; the other looks at folders.
 #pragma once
 
 #include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <set>
 
 #include "files/storable.h"
 #include "link/comms_log.h"
@@ -26,6 +27,7 @@
 #include "link/no_port.h"
 #include "link/serial_channel.h"
 #include "link/settings_store.h"
+#include "link/side_thread.h"
 #include "link/status_board.h"
 #include "link/task_queue.h"
 #include "link/upload_file.h"
@@ -36,6 +38,8 @@
 
 namespace kor {
 
+class AppInterface;
+
 // What main lends to the engine; everything outlives it. Without a port and a window of its own a link has
 // those that do nothing.
 struct EngineServices {
@@ -43,13 +47,16 @@ struct EngineServices {
   FormDialog* window = &NoWindow();
   std::function<bool(const KorText&)> probePort; // whether a port can be opened now
   KorText cncFolder;                             // default of both NC folders
-  bool startWorker = true;                       // tests poll by hand
+  bool startWorker =
+      true; // and the side threads; tests poll by hand, which does what they would do
 };
 
 // Of an object that is never run.
 EngineServices NoServices();
 
 class DownloadApp : public Storable, protected ChannelHost {
+  static constexpr std::size_t kMostLooks = 100;
+
  public:
   static constexpr std::uint32_t kClassId = 100091201;
 
@@ -68,8 +75,8 @@ class DownloadApp : public Storable, protected ChannelHost {
   virtual void OpenPort(int noSoftwareFlow); // worker
   virtual void ChooseUploadFile();
   virtual void ChooseDownloadFile();
-  // Stops the timers and the worker, closes the port, saves the settings. Never waits for the line, and
-  // less than half a second for the worker: then IsWorkerStuck.
+  // Stops the timers and the threads, closes the port, saves the settings. Never waits for the
+  // line, and less than half a second for the worker, and as long for the logs: then IsWorkerStuck.
   virtual void Terminate();
   virtual void Ping();
   virtual void ProcessReceived(); // worker: consumes what has arrived
@@ -114,7 +121,7 @@ class DownloadApp : public Storable, protected ChannelHost {
   // Refused, with a message, for an upload that the controller began: half of it would be stored.
   void CompleteUpload();
   void ChooseTraceFile();
-  bool StartTrace(const KorText& path); // false (and a message) when it can't be written
+  void StartTrace(const KorText& path); // a message follows when it can't be written
   void StopTrace();
   bool IsTracing() const { return log.IsTracing(); }
   // What the job log tells of today, oldest first; nothing when none is written.
@@ -123,7 +130,8 @@ class DownloadApp : public Storable, protected ChannelHost {
   void ReadyForServing();
 
   // --- Worker ------------------------------------------------------------------------------------------
-  // After Terminate. The worker still uses this object, so the program has to end without destroying it.
+  // After Terminate. The worker, or a side thread, still uses this object, so the program has to
+  // end without destroying it.
   bool IsWorkerStuck() const { return workerStuck; }
   // One pass: the window's tasks, then the channel. True when bytes moved: poll again at once.
   bool Poll();
@@ -158,8 +166,6 @@ class DownloadApp : public Storable, protected ChannelHost {
   // Sends SOT, then starts the download after the transmit delay.
   void DelayDownload();
   void DownloadNow();
-  // A message box once, until the same step has succeeded.
-  void ReportOnce(const KorText& caption, const KorText& text);
   void ShowMessage(const KorText& caption, const KorText& text, MessageStyle style);
   void PostToWindow(std::function<void()> task);
 
@@ -194,6 +200,8 @@ class DownloadApp : public Storable, protected ChannelHost {
 
  private:
   SettingsStore store;
+  SideThread logWriter{CommsLog::kMostWaiting};
+  SideThread folderLooks{kMostLooks}; // each counts as one byte
   CommsLog log;
   WindowFeed feed;
   MonitorFeed monitor;
@@ -221,6 +229,11 @@ class DownloadApp : public Storable, protected ChannelHost {
   void StartSend(const KorText& path);
   void StartReceive(const KorText& path);
   void FinishServing();
+  void StartSideThreads();
+  bool StopSideThreads(); // false when one has not ended in time
+  // Looks at a folder that may be slow; not done any more once the program ends.
+  void LookAside(std::function<void()> look);
+  void TellLogFailure();
   void WriteJobLine(const EndedJob& job);
   void CreateTimer(const char16_t* name, double period, bool started,
                    void (DownloadApp::*action)());
@@ -233,9 +246,8 @@ class DownloadApp : public Storable, protected ChannelHost {
   std::uint32_t delays = 0;            // worker: how many transmit delays have begun
   bool terminated = false;             // window
   bool workerStuck = false;            // window
+  AppInterface* logsFor = nullptr;     // window: whose log the writer's thread writes, too
   std::atomic<bool> ending{false};
-  Mutex mutex;
-  std::set<KorText> reportedFailures KOR_GUARDED_BY(mutex);
 };
 
 } // namespace kor

@@ -116,6 +116,8 @@ class FormDialog {
   virtual void ShowStatus(const StatusView& view) = 0;
   // Each ended job once, in order, also when no job log is written.
   virtual void ShowEndedJob(const EndedJob&) {}
+  // Whether a trace is written, when that has changed by itself.
+  virtual void ShowTracing(bool) {}
   virtual void AppendMonitor(const KorText& text) = 0; // may hold several lines and parts of lines
   virtual void SetTitle(const KorText& title) = 0;
   virtual void ShowEndDialog(EndDialog which, bool shown) = 0;

@@ -136,8 +136,7 @@ void AppInterface::StartNewLog() {
 }
 
 // Whoever reports a failure may ask for its number afterwards.
-void AppInterface::WriteLog(const KorText& text) {
-  const std::string bytes = text.ToBytes();
+void AppInterface::AppendToLog(const std::string& bytes) {
   const std::uint32_t error = LastError();
   Lock lock(logMutex);
   const bool isFull = logSize > 0 && logSize + bytes.size() > kLongestLog;
@@ -145,6 +144,24 @@ void AppInterface::WriteLog(const KorText& text) {
   if (log)
     logSize += log->Write({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
   SetLastError(error);
+}
+
+void AppInterface::WriteLog(const KorText& text) {
+  const std::string bytes = text.ToBytes();
+  LogWriter write;
+  {
+    Lock lock(mutex);
+    write = logWriter;
+  }
+  if (write)
+    write(bytes.size(), [this, bytes] { AppendToLog(bytes); });
+  else
+    AppendToLog(bytes);
+}
+
+void AppInterface::SetLogWriter(LogWriter writer) {
+  Lock lock(mutex);
+  logWriter = std::move(writer);
 }
 
 void AppInterface::SetFailureNotice(const KorText& text) {

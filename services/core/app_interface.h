@@ -106,6 +106,10 @@ class AppInterface {
   static constexpr std::uint64_t kLongestLog = 1 << 20;
   bool OpenLog(const KorText& path);
   void WriteLog(const KorText& text);
+  // What writes the texts from now on, so that nobody waits for the disk: it is given the size of
+  // each and the work, which it does later and in order. Empty: whoever writes does the work.
+  using LogWriter = std::function<void(std::size_t bytes, std::function<void()> work)>;
+  void SetLogWriter(LogWriter writer);
   // The notice for a failure that nothing else explains, in the user's language. The dictionary sets it
   // when it is loaded; empty before.
   void SetFailureNotice(const KorText& text);
@@ -223,6 +227,7 @@ class AppInterface {
 
  private:
   void StartNewLog() KOR_REQUIRES(logMutex);
+  void AppendToLog(const std::string& bytes);
   KorText* PropertyFolder(int type) KOR_REQUIRES(mutex);
   DebugMode* FindMode(const KorText& name) KOR_REQUIRES(mutex);
   void SettleLongPaths();
@@ -245,6 +250,7 @@ class AppInterface {
   std::vector<std::pair<KorText, std::int32_t>> consoleOptions KOR_GUARDED_BY(mutex);
   RandomNumbers temporaryNumbers KOR_GUARDED_BY(mutex);
   MessageReporter reporter KOR_GUARDED_BY(mutex);
+  LogWriter logWriter KOR_GUARDED_BY(mutex);
   KorText logPath KOR_GUARDED_BY(logMutex);
   std::uint64_t logSize KOR_GUARDED_BY(logMutex) = 0;
   std::unique_ptr<OsFile> log KOR_GUARDED_BY(logMutex);

@@ -58,7 +58,12 @@ TEST_F(AppInterfaceTest, TheLogHasOneOwnerALimitAndOneOlderFile) {
   app.WriteLog(text(u'e')); // no new file can be opened
   app.ClearFaults();
   app.WriteLog(u"again");
+  std::function<void()> work; // of the thread that writes
+  app.SetLogWriter([&](std::size_t, std::function<void()> given) { work = std::move(given); });
+  app.WriteLog(u" later");
   EXPECT_EQ(app.Content(log), u"again");
+  work();
+  EXPECT_EQ(app.Content(log), u"again later");
   EXPECT_EQ(app.Names(app.Path(u"made")), (std::vector<KorText>{u"app.log", u"app.log.1"}));
 }
 

@@ -20,7 +20,9 @@ class EngineTest : public ::testing::Test {
  protected:
   void StartWithJobLog() { link.Start({}, {}, JobLogTo(jobs)); }
   void StartTrace() {
-    ASSERT_TRUE(link.link->StartTrace(tracePath));
+    link.link->StartTrace(tracePath);
+    link.Run();
+    ASSERT_TRUE(link.link->IsTracing());
     header = link.app.Content(tracePath)->Length();
   }
   // Trace lines after the header, without their time stamps.
@@ -29,6 +31,18 @@ class EngineTest : public ::testing::Test {
     for (const KorText& line : Split(link.app.Content(tracePath)->Mid(header), u'\n'))
       if (!line.IsEmpty()) lines.push_back(line.Mid(line.Find(u')') + 2).ReplaceAll(u"\r", u""));
     return lines;
+  }
+
+  // How late the reply to a request comes; the clock stands but for files that answer late.
+  double Lateness(const std::function<void()>& ask) {
+    const double asked = link.app.Seconds();
+    std::optional<double> replied;
+    link.port.SetResponder([&](std::string_view) {
+      if (!replied) replied = link.app.Seconds();
+    });
+    ask();
+    link.port.SetResponder({});
+    return replied.value_or(1e9) - asked;
   }
 
   NceLink link;
@@ -677,6 +691,7 @@ TEST_F(EngineTest, TracesTheLineWithItsEcho) {
                                   u"RX A\x7f[80][0d]", u"TX %% Message not recognised by HOST[0d]",
                                   u"CTS Hold=1  XOff Sent=1  "}));
   link.link->StopTrace();
+  link.Run();
   const KorText whole = *link.app.Content(tracePath);
   EXPECT_TRUE(whole.StartsWith(
       u"00:00:00.000000 (+0.000000) Start of logging\r\n"
@@ -692,19 +707,58 @@ TEST_F(EngineTest, TracesTheLineWithItsEcho) {
 TEST_F(EngineTest, ANewTraceEndsTheOldOneEvenWhenItCannotBeWritten) {
   link.Start();
   StartTrace();
-  ASSERT_TRUE(link.link->StartTrace(tracePath)); // nothing holds the file any more
+  StartTrace(); // nothing holds the file any more
   EXPECT_EQ(Traced(), std::vector<KorText>());
-  EXPECT_FALSE(link.link->StartTrace(link.app.Path(u"no/such/trace")));
+  link.link->StartTrace(link.app.Path(u"no/such/trace"));
+  link.Run();
+  EXPECT_FALSE(link.link->IsTracing() || link.form.tracing);
+  ASSERT_EQ(link.form.messages.size(), 1u);
+  EXPECT_EQ(link.form.messages[0].text, u"Unable to write to log file");
   link.Ask("XYZ");
   EXPECT_EQ(Traced(), std::vector<KorText>());
 }
 
+TEST_F(EngineTest, ATraceThatTheDiskHasNoRoomForEndsAndSaysSoOnce) {
+  link.Start();
+  StartTrace();
+  link.app.LimitWrites(0);
+  link.Ask("XYZ");
+  link.Ask("XYZ");
+  EXPECT_FALSE(link.link->IsTracing() || link.form.tracing);
+  ASSERT_EQ(link.form.messages.size(), 1u);
+  EXPECT_EQ(link.form.messages[0].text, u"Unable to write to log file");
+}
+
+// Its disk takes nothing for minutes: what came first is kept, without a gap.
+TEST_F(EngineTest, ATraceThatFindsNoRoomToWaitEndsThereAndJobLinesAreStillKept) {
+  SideThread writer(CommsLog::kMostWaiting);
+  int told = 0;
+  CommsLog log(writer, [&] { ++told; });
+  log.SetJobLog(jobs, true);
+  log.StartTrace(tracePath, LinkSettings());
+  writer.RunHere();
+  header = link.app.Content(tracePath)->Length();
+  int lines = 0;
+  for (; log.IsTracing() && lines < 1000000; ++lines)
+    log.Trace(KorText::Format(u"%i", lines), false);
+  log.Trace(u"later", false);
+  log.LogJob({LinkStatus::DownloadCompleted, u"job", {}, {}});
+  EXPECT_EQ(told, 1);
+  writer.RunHere();
+  EXPECT_EQ(Traced().size(), static_cast<std::size_t>(lines) - 1);
+  EXPECT_EQ(Traced().back(), KorText::Format(u"%i", lines - 2));
+  EXPECT_TRUE(link.app.Content(jobs)->EndsWith(u" job\r\n"));
+}
+
 TEST_F(EngineTest, ARepeatedReplyIsTracedOnceAndRepeatedReceptionEachTime) {
-  CommsLog log;
-  ASSERT_TRUE(log.StartTrace(tracePath, LinkSettings()));
+  SideThread writer(CommsLog::kMostWaiting);
+  CommsLog log(writer, [] {});
+  log.StartTrace(tracePath, LinkSettings());
+  writer.RunHere();
   header = link.app.Content(tracePath)->Length();
   for (const bool force : {false, false, true, true})
     log.Trace(u"same", force);
+  writer.RunHere();
   EXPECT_EQ(Traced(), (std::vector<KorText>{u"same", u"same", u"same"}));
   EXPECT_EQ(TraceStamp(3725.5, -0.125), u"01:02:05.500000 (-0.125000)");
 }
@@ -760,22 +814,41 @@ TEST_F(EngineTest, AnUnwritableJobLogIsReportedOnce) {
   EXPECT_EQ(link.form.messages[0].text, u"Unable to write to log file");
 }
 
-// As one in a folder of a server that is away may.
-TEST_F(EngineTest, AJobLogThatHangsHoldsTheWindowUpInNothing) {
+// The folders of both logs answer as late as those of a server that is away.
+TEST_F(EngineTest, NoReplyWaitsForALog) {
   StartWithJobLog();
-  std::future<bool> window;
-  bool answered = false;
-  link.app.WhenOpening(u"jobs.log", [&] {
-    window = std::async(std::launch::async, [&] {
-      link.app.Advance(0.1);
-      link.link->RunDueTimers();
-      return link.link->SetHandshake(false, true);
-    });
-    answered = window.wait_for(std::chrono::seconds(5)) == std::future_status::ready;
-  });
-  link.Ask("FH 9");
-  EXPECT_TRUE(answered);
-  EXPECT_TRUE(window.get());
+  link.PutProgram(u"1.MPG", u"A\n");
+  link.app.WhenOpening(u".log", [this] { link.app.Advance(3); });
+  EXPECT_EQ(Lateness([this] { link.Ask("FH 9"); }), 0);
+  link.BeginDownload("1");
+  EXPECT_EQ(Lateness([this] { link.Ask(">"); }), 0);
+  EXPECT_EQ(link.Code(), 18);
+  link.BeginUpload("2");
+  EXPECT_EQ(Lateness([this] { link.Ask("]"); }), 0);
+  EXPECT_EQ(Lateness([this] {
+              link.link->StartTrace(tracePath);
+              link.Ask("XYZ");
+            }),
+            0);
+  EXPECT_EQ(Split(*link.app.Content(jobs), u'\n').size(), 5u); // all four jobs
+  EXPECT_TRUE(link.app.Content(tracePath)->Contains(u"RX XYZ"));
+}
+
+TEST_F(EngineTest, AnUploadFolderThatAnswersLateHoldsUpNeitherStartNorEnd) {
+  link.PutProgram(KorText(u"1.0123456789abcdef") + kPartSuffix, u"");
+  link.app.WhenOpening(u"cnc", [this] { link.app.Advance(5); });
+  const double begun = link.app.Seconds();
+  for (const bool served : {false, true}) {
+    NCEApp nce(link.Services(), u"");
+    nce.SetUpServices();
+    nce.BuildWindow();
+    EXPECT_EQ(link.app.Seconds(), begun);
+    if (served) nce.Poll(); // by now it has answered
+    nce.Terminate();
+    EXPECT_EQ(link.app.Seconds() > begun, served);
+    EXPECT_EQ(link.app.Names(link.Folder()).empty(), served);
+    link.app.Advance(begun - link.app.Seconds());
+  }
 }
 
 TEST_F(EngineTest, TheMonitorShowsTheTrafficOnlyWhileItIsShown) {

@@ -34,8 +34,8 @@ class FakeFiles : public PlatformFiles {
   // --- Faults ---
   // Refuses to open files whose path holds the text (access denied); for writing only, if so chosen.
   void RefuseOpening(const KorText& part, bool forWritingOnly = false);
-  // Runs each time before a file whose path holds the text is opened or such a folder is listed, on
-  // the thread that does it.
+  // Runs each time before a file or folder whose path holds the text is opened, listed or asked
+  // for, on the thread that does it.
   void WhenOpening(const KorText& part, std::function<void()> action) {
     whenOpening = {part, std::move(action)};
   }
@@ -72,6 +72,10 @@ class FakeFiles : public PlatformFiles {
 
   // --- OsFiles ---
   std::unique_ptr<OsFile> Open(const KorText& path, FileAccess access) override;
+  std::optional<FileInfo> Attributes(const KorText& path) override {
+    TellOpening(path);
+    return PlatformFiles::Attributes(path);
+  }
   bool Remove(const KorText& path) override;
   bool Rename(const KorText& from, const KorText& to) override;
   bool CopyAttributes(const KorText& from, OsFile& to) override;

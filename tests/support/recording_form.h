@@ -21,6 +21,7 @@ class RecordingForm : public FormDialog {
     last = view;
   }
   void ShowEndedJob(const EndedJob& job) override { jobs.push_back(job); }
+  void ShowTracing(bool on) override { tracing = on; }
   void AppendMonitor(const KorText& text) override { monitor += text; }
   void SetTitle(const KorText& newTitle) override { title = newTitle; }
   void ShowEndDialog(EndDialog which, bool shown) override { endDialogs[which] = shown; }
@@ -64,6 +65,7 @@ class RecordingForm : public FormDialog {
   std::vector<StatusView> statuses;
   StatusView last;
   std::vector<EndedJob> jobs;
+  bool tracing = true; // until it was told otherwise
   KorText monitor;
   KorText title;
   std::map<EndDialog, bool> endDialogs;

@@ -411,7 +411,11 @@ void MainWindow::OnTrace(bool on) {
     app.ChooseTraceFile();
   else
     app.StopTrace();
-  CheckBox(kTraceSwitch)->SetValue(app.IsTracing());
+  ShowTracing(app.IsTracing());
+}
+
+void MainWindow::ShowTracing(bool on) {
+  CheckBox(kTraceSwitch)->SetValue(on);
 }
 
 void MainWindow::OnRts(bool on) {

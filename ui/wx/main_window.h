@@ -37,6 +37,7 @@ class MainWindow : public wxFrame {
   void ShowSpecialButton();
   // One that failed asks for attention until somebody looks.
   void AddJob(const EndedJob& job);
+  void ShowTracing(bool on);
   void AddEarlierJob(const EndedJob& job) { jobs->Add(job); }
   // What is said while there is no link: asked for about every second.
   void SetLinkAdvice(std::function<KorText()> text) { linkAdvice = std::move(text); }

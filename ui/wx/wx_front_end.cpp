@@ -53,6 +53,10 @@ void WxFrontEnd::ShowEndedJob(const EndedJob& job) {
   if (window) window->AddJob(job);
 }
 
+void WxFrontEnd::ShowTracing(bool on) {
+  if (window) window->ShowTracing(on);
+}
+
 void WxFrontEnd::AppendMonitor(const KorText& text) {
   if (window) window->Monitor().Append(text);
 }
