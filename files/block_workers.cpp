@@ -1,14 +1,33 @@
 #include "files/block_workers.h"
 
 #include <algorithm>
+#include <system_error>
 
 namespace kor {
 
-BlockWorkers::BlockWorkers(std::size_t count, Step work)
+BlockWorkers::BlockWorkers(std::size_t count, Step work, Room room)
     : step(work), slots(std::max<std::size_t>(count, 1)) {
-  if (slots.size() == 1) return;
-  for (Slot& slot : slots)
-    threads.emplace_back([this, &slot] { Run(slot); });
+  if (slots.size() > 1) slots.resize(Reserve(room));
+  if (slots.size() > 1) slots.resize(StartThreads());
+}
+
+// How many workers have room; the first one takes it as it needs it.
+std::size_t BlockWorkers::Reserve(Room room) {
+  std::size_t count = 0;
+  while (count < slots.size() && slots[count].input.Reserve(room.input) &&
+         slots[count].output.Reserve(room.output))
+    ++count;
+  return std::max<std::size_t>(count, 1);
+}
+
+std::size_t BlockWorkers::StartThreads() {
+  threads.reserve(slots.size());
+  try {
+    for (Slot& slot : slots)
+      threads.emplace_back([this, &slot] { Run(slot); });
+  } catch (const std::system_error&) { // there are no more
+  }
+  return std::max<std::size_t>(threads.size(), 1);
 }
 
 BlockWorkers::~BlockWorkers() {

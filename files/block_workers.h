@@ -2,7 +2,8 @@
 // on block after block. The owner fills inputs and takes outputs in block order, so that results don't
 // depend on the number of threads; block n belongs to the buffers number n modulo that number.
 //
-// One owner on one thread. With one worker there is no thread: Finish does the step itself.
+// One owner on one thread. With one worker there is no thread: Finish does the step itself. There
+// are fewer workers than asked for where the system has no memory or no threads for all of them.
 #pragma once
 
 #include <condition_variable>
@@ -21,7 +22,11 @@ class BlockWorkers {
   // False when the block's data is no good. Runs on several threads at once.
   using Step = bool (*)(std::span<const std::uint8_t> input, VoidBuffer& output);
 
-  BlockWorkers(std::size_t count, Step work);
+  struct Room { // bytes of each worker's buffers
+    std::size_t input = 0, output = 0;
+  };
+
+  BlockWorkers(std::size_t count, Step work, Room room);
   ~BlockWorkers(); // waits for the steps that are under way
   BlockWorkers(const BlockWorkers&) = delete;
   BlockWorkers& operator=(const BlockWorkers&) = delete;
@@ -44,6 +49,8 @@ class BlockWorkers {
     bool good = false;
   };
 
+  std::size_t Reserve(Room room);
+  std::size_t StartThreads();
   void Run(Slot& slot);
   bool WaitForWork(const Slot& slot);
   void Report(Slot& slot, bool good);

@@ -20,13 +20,15 @@ bool GoesOn(const CompressOptions& options, const SimpleFile& source, std::uint6
   return !options.progress || options.progress(done, source.Size());
 }
 
+constexpr BlockWorkers::Room kWholeBlocks = {kContainerBlock, kContainerBlock};
+
 // Moves blocks through the workers, in order. A fault in an earlier block comes before one in a later
 // block, however far ahead the reading was.
 class BlockRun {
  public:
   BlockRun(SimpleFile& file, const CompressOptions& settings, std::size_t workers,
-           BlockWorkers::Step step)
-      : source(file), options(settings), pipe(workers, step) {}
+           BlockWorkers::Step step, BlockWorkers::Room room)
+      : source(file), options(settings), pipe(workers, step, room) {}
   virtual ~BlockRun() = default;
 
   FileResult Run() {
@@ -35,11 +37,11 @@ class BlockRun {
         StartNext();
       if (block == started) return ending;
       const Place place = places[block % places.size()];
-      if (!pipe.Finish(block))
-        return Fail(options.fault, FileResult::Failure, block, place.offset, StepFault());
-      if (!Take(pipe.Output(block)))
-        return FailSystem(options.fault, FileResult::DestinationUnwritable, block, place.offset,
-                          u"the destination can't be written");
+      const bool good = pipe.Finish(block);
+      const VoidBuffer& output = pipe.Output(block);
+      if (output.LacksMemory()) return FailMemory(options.fault, block, place.offset);
+      if (!good) return Fail(options.fault, FileResult::Failure, block, place.offset, StepFault());
+      if (!Take(output)) return TakeFault(block, place.offset);
       if (!GoesOn(options, source, place.end))
         return Fail(options.fault, FileResult::Failure, block, place.offset, u"cancelled");
     }
@@ -49,6 +51,10 @@ class BlockRun {
   // Fills the input. Sets `more` to false at the regular end; any result but Success is the end too.
   virtual FileResult ReadBlock(VoidBuffer& input, std::uint64_t block, bool& more) = 0;
   virtual bool Take(const VoidBuffer& output) = 0;
+  virtual FileResult TakeFault(std::uint64_t block, std::uint64_t offset) const {
+    return FailSystem(options.fault, FileResult::DestinationUnwritable, block, offset,
+                      u"the destination can't be written");
+  }
   virtual const char16_t* StepFault() const = 0;
 
   SimpleFile& source;
@@ -87,7 +93,7 @@ class CompressRun : public BlockRun {
   CompressRun(SimpleFile& from, SimpleFile& to, const CompressOptions& settings)
       : BlockRun(from, settings,
                  WorkerCount(settings, (from.Size() + kContainerBlock - 1) / kContainerBlock),
-                 CompressBlock),
+                 CompressBlock, kWholeBlocks),
         target(to) {}
 
  protected:
@@ -97,8 +103,7 @@ class CompressRun : public BlockRun {
     const std::uint64_t offset = source.Position();
     const auto count =
         static_cast<std::size_t>(std::min<std::uint64_t>(kContainerBlock, source.Size() - offset));
-    if (!input.Resize(count))
-      return Fail(options.fault, FileResult::Failure, block, offset, u"not enough memory");
+    if (!input.Resize(count)) return FailMemory(options.fault, block, offset);
     if (source.Read(input.Bytes()) == count) return FileResult::Success;
     return FailSystem(options.fault, FileResult::SourceUnreadable, block, offset,
                       u"the source can't be read in full");
@@ -128,6 +133,7 @@ struct Sink {
   VoidBuffer* buffer = nullptr;
   FileCrc* crc = nullptr;
 
+  bool LacksMemory() const { return buffer != nullptr && buffer->LacksMemory(); }
   bool Take(std::span<const std::uint8_t> bytes) const {
     if (crc != nullptr) crc->Add(bytes);
     if (buffer != nullptr) return buffer->Append(bytes);
@@ -139,7 +145,8 @@ class RestoreRun : public BlockRun {
  public:
   RestoreRun(SimpleFile& from, const Sink& to, const CompressOptions& settings,
              std::uint64_t blocks)
-      : BlockRun(from, settings, WorkerCount(settings, blocks), InflateBlock), sink(to) {}
+      : BlockRun(from, settings, WorkerCount(settings, blocks), InflateBlock, kWholeBlocks),
+        sink(to) {}
 
  protected:
   FileResult ReadBlock(VoidBuffer& input, std::uint64_t block, bool& more) override {
@@ -149,13 +156,16 @@ class RestoreRun : public BlockRun {
     std::uint32_t length = 0;
     const FileResult result = ReadBlockLength(source, block, length, options.fault);
     if (result != FileResult::Success) return result;
-    if (!input.Resize(length))
-      return Fail(options.fault, FileResult::Failure, block, offset, u"not enough memory");
+    if (!input.Resize(length)) return FailMemory(options.fault, block, offset);
     if (source.Read(input.Bytes()) == length) return FileResult::Success;
     return FailSystem(options.fault, FileResult::SourceUnreadable, block, offset,
                       u"the source can't be read in full");
   }
   bool Take(const VoidBuffer& output) override { return sink.Take(output.Bytes()); }
+  FileResult TakeFault(std::uint64_t block, std::uint64_t offset) const override {
+    return sink.LacksMemory() ? FailMemory(options.fault, block, offset)
+                              : BlockRun::TakeFault(block, offset);
+  }
   const char16_t* StepFault() const override { return u"the block's data is damaged"; }
 
  private:
@@ -185,12 +195,14 @@ FileResult Restore2004(SimpleFile& source, const Sink& sink, const CompressOptio
   const std::uint64_t offset = source.Position();
   VoidBuffer piece;
   if (!piece.Resize(static_cast<std::size_t>(source.Size() - offset)))
-    return Fail(options.fault, FileResult::Failure, 0, offset, u"not enough memory");
+    return FailMemory(options.fault, 0, offset);
   if (source.Read(piece.Bytes()) != piece.Size())
     return FailSystem(options.fault, FileResult::SourceUnreadable, 0, offset,
                       u"the source can't be read in full");
   if (!piece.Decompress())
-    return Fail(options.fault, FileResult::Failure, 0, offset, u"the data is damaged");
+    return piece.LacksMemory()
+               ? FailMemory(options.fault, 0, offset)
+               : Fail(options.fault, FileResult::Failure, 0, offset, u"the data is damaged");
   if (!sink.Take(piece.Bytes()))
     return FailSystem(options.fault, FileResult::DestinationUnwritable, 0, offset,
                       u"the destination can't be written");

@@ -132,14 +132,20 @@ bool HasSignature(SimpleFile& file) {
 
 FileResult Fail(ContainerFault* fault, FileResult result, std::uint64_t block, std::uint64_t offset,
                 const char16_t* reason) {
-  if (fault != nullptr) *fault = {block, offset, reason};
+  if (fault != nullptr) *fault = {block, offset, reason, 0, false};
   return result;
 }
 
 FileResult FailSystem(ContainerFault* fault, FileResult result, std::uint64_t block,
                       std::uint64_t offset, const char16_t* reason) {
-  if (fault != nullptr) *fault = {block, offset, reason, App().LastError()};
+  if (fault != nullptr) *fault = {block, offset, reason, App().LastError(), false};
   return result;
+}
+
+FileResult FailMemory(ContainerFault* fault, std::uint64_t block, std::uint64_t offset) {
+  Fail(fault, FileResult::Failure, block, offset, u"not enough memory");
+  if (fault != nullptr) fault->noMemory = true;
+  return FileResult::Failure;
 }
 
 FileResult ReadSignature(SimpleFile& source, int& year, ContainerFault* fault) {

@@ -34,6 +34,7 @@ struct ContainerFault {
   std::uint64_t offset = 0;      // in the source file, bytes
   KorText reason;                // English
   std::uint32_t systemError = 0; // the system's number where the system refused, else 0
+  bool noMemory = false;         // the file may be as whole as any
 };
 // Fills the fault when there is one to fill, and returns the result.
 FileResult Fail(ContainerFault* fault, FileResult result, std::uint64_t block, std::uint64_t offset,
@@ -41,6 +42,9 @@ FileResult Fail(ContainerFault* fault, FileResult result, std::uint64_t block, s
 // The same where the system refused: keeps App().LastError().
 FileResult FailSystem(ContainerFault* fault, FileResult result, std::uint64_t block,
                       std::uint64_t offset, const char16_t* reason);
+
+// FileResult::Failure for want of memory.
+FileResult FailMemory(ContainerFault* fault, std::uint64_t block, std::uint64_t offset);
 
 // Reads the signature at the position.
 FileResult ReadSignature(SimpleFile& source, int& year, ContainerFault* fault);

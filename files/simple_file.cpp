@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <utility>
 
 #include "files/compressed_file.h"
@@ -15,8 +16,8 @@ constexpr std::uint64_t kMemoryStep = 0x100000;
 constexpr std::uint32_t kWaitPeriod = 5000; // milliseconds
 constexpr std::uint32_t kWaitStep = 100;
 constexpr std::size_t kPeekSize = 512; // of a file that is open for update
-// Compressed contents larger than this are inflated into a temporary file.
-constexpr std::uint64_t kLargestInMemory = 0x10000000;
+// Compressed contents larger than this, a single block's, are inflated into a temporary file.
+constexpr std::uint64_t kLargestInMemory = 0x2000000;
 
 constexpr std::uint8_t kUtf8Mark[] = {0xEF, 0xBB, 0xBF};
 constexpr std::uint8_t kUtf16Mark[] = {0xFF, 0xFE};
@@ -93,7 +94,7 @@ void SimpleFile::Reset() {
   position = size = 0;
   memory = nullptr;
   ownMemory.Free();
-  writeFailed = false;
+  writeFailed = lackedMemory = false;
   workingPath = name;
   workingPathTemporary = false;
 }
@@ -182,7 +183,9 @@ SimpleFile::Prepared SimpleFile::PrepareCompressedRead(std::uint32_t mode, bool 
   if (!source.Open(kFileRead, wait)) return Prepared::Failed;
   if (InflatedSize(source) > kLargestInMemory) return InflateToWorkingFile(source, result);
   VoidBuffer inflated;
-  result = DecompressFile(source, nullptr, &inflated);
+  ContainerFault fault;
+  result = DecompressFile(source, nullptr, &inflated, {.fault = &fault});
+  lackedMemory = fault.noMemory;
   if (result == FileResult::WrongKind) {
     result = FileResult::Success;
     compressed = false;
@@ -200,8 +203,10 @@ SimpleFile::Prepared SimpleFile::InflateToWorkingFile(SimpleFile& source, FileRe
   workingPath = App().GetTemporaryFilename();
   workingPathTemporary = true;
   SimpleFile target(workingPath);
-  result = target.Open(kFileWrite) ? DecompressFile(source, &target, nullptr)
+  ContainerFault fault;
+  result = target.Open(kFileWrite) ? DecompressFile(source, &target, nullptr, {.fault = &fault})
                                    : FileResult::DestinationUnwritable;
+  lackedMemory = fault.noMemory;
   if (!target.Close() && result == FileResult::Success) result = FileResult::DestinationUnwritable;
   if (result == FileResult::Success) return Prepared::Plain;
   RemoveWorkingFile();
@@ -519,7 +524,13 @@ bool SimpleFile::WriteText(std::u16string_view text) {
 
 std::optional<std::vector<std::uint8_t>> SimpleFile::ReadAll() {
   if (!IsOpen()) return std::nullopt;
-  std::vector<std::uint8_t> bytes(AtEnd() ? 0 : static_cast<std::size_t>(size - position));
+  std::vector<std::uint8_t> bytes;
+  try {
+    bytes.resize(AtEnd() ? 0 : static_cast<std::size_t>(size - position));
+  } catch (const std::bad_alloc&) {
+    lackedMemory = true;
+    return std::nullopt;
+  }
   if (!bytes.empty() && Read(bytes) != bytes.size()) return std::nullopt;
   return bytes;
 }

@@ -71,6 +71,8 @@ class SimpleFile {
   std::uint32_t Mode() const { return openMode; }
   TextEncoding Encoding() const { return encoding; }
   bool IsCompressed() const { return compressed; }
+  // The last Open or ReadAll failed only for want of memory.
+  bool LackedMemory() const { return lackedMemory; }
   std::uint64_t Position() const { return position; } // bytes from the start
   std::uint64_t Size() const { return size; }         // bytes; grows with writes past the end
   bool AtEnd() const { return position >= size; }
@@ -101,7 +103,8 @@ class SimpleFile {
   template <class... Args> bool Print(std::u16string_view format, const Args&... args) {
     return WriteText(KorText::Format(format, args...));
   }
-  // From the position to the end of the file; std::nullopt when it can't be read in full.
+  // From the position to the end of the file; std::nullopt when it can't be read in full, or when
+  // there is no memory for it.
   std::optional<std::vector<std::uint8_t>> ReadAll();
 
   // --- Checksum ----------------------------------------------------------------------------------
@@ -181,6 +184,7 @@ class SimpleFile {
   std::uint64_t position = 0;
   std::uint64_t size = 0;
   bool compressed = false;
+  bool lackedMemory = false;
   bool targetExisted = true; // before a compressed file was opened for writing
   VoidBuffer ownMemory;
   VoidBuffer* memory = nullptr; // ownMemory or the caller's; null: on disk

@@ -56,8 +56,7 @@ bool CompressChunks(ByteSpan source, VoidBuffer& destination, int level) {
   return AppendTrailer(destination, VoidBuffer::kChunked, 0);
 }
 
-bool DecompressChunks(ByteSpan chunks, VoidBuffer& destination) {
-  VoidBuffer part;
+bool DecompressChunks(ByteSpan chunks, VoidBuffer& part, VoidBuffer& destination) {
   while (!chunks.empty()) {
     if (chunks.size() < 4) return false;
     const std::uint32_t length = LoadLe32(chunks.data());
@@ -93,7 +92,7 @@ bool VoidBuffer::SetCapacity(std::size_t bytes) {
     return true;
   }
   auto* moved = static_cast<std::uint8_t*>(std::realloc(memory.get(), bytes));
-  if (moved == nullptr) return false;
+  if (moved == nullptr) return Refuse();
   static_cast<void>(memory.release()); // realloc took it over
   memory.reset(moved);
   capacity = bytes;
@@ -126,7 +125,7 @@ bool VoidBuffer::ResizeZeroed(std::size_t bytes) {
   Free();
   if (bytes == 0) return true;
   memory.reset(static_cast<std::uint8_t*>(std::calloc(bytes, 1)));
-  if (!memory) return false;
+  if (!memory) return Refuse();
   size = capacity = bytes;
   return true;
 }
@@ -164,9 +163,9 @@ bool VoidBuffer::Compress32(std::span<const std::uint8_t> source, VoidBuffer& de
   const std::size_t room = std::min(CompressionBound(source.size()) + kTrailerSize, largest);
   if (room < kTrailerSize || !destination.Reserve(room)) return false;
   auto length = static_cast<uLongf>(room - kTrailerSize);
-  if (compress2(destination.Data(), &length, source.data(), static_cast<uLong>(source.size()),
-                level) != Z_OK)
-    return false;
+  const int code = compress2(destination.Data(), &length, source.data(),
+                             static_cast<uLong>(source.size()), level);
+  if (code != Z_OK) return code == Z_MEM_ERROR && destination.Refuse();
   destination.Resize(length);
   return AppendTrailer(destination, kSingleStream, static_cast<std::uint32_t>(source.size()));
 }
@@ -188,7 +187,7 @@ bool VoidBuffer::Decompress32(std::span<const std::uint8_t> source, VoidBuffer& 
       uncompress(destination.Data(), &length, source.data(), static_cast<uLong>(source.size()));
   const bool good = code == Z_OK && length == trailer.length;
   destination.Resize(good ? length : 0);
-  return good;
+  return good || (code == Z_MEM_ERROR && destination.Refuse());
 }
 
 bool VoidBuffer::Decompress(std::span<const std::uint8_t> source, VoidBuffer& destination) {
@@ -200,16 +199,18 @@ bool VoidBuffer::Decompress(std::span<const std::uint8_t> source, VoidBuffer& de
   destination.Clear();
   const Trailer trailer = ReadTrailer(source);
   if (trailer.type == kSingleStream) return Decompress32(source, destination);
+  VoidBuffer part;
   if (trailer.type == kChunked &&
-      DecompressChunks(source.first(source.size() - kTrailerSize), destination))
+      DecompressChunks(source.first(source.size() - kTrailerSize), part, destination))
     return true;
+  const bool lacked = part.LacksMemory() || destination.LacksMemory();
   destination.Clear();
-  return false;
+  return lacked && destination.Refuse();
 }
 
 bool VoidBuffer::Decompress() {
   VoidBuffer inflated;
-  if (!Decompress(Bytes(), inflated)) return false;
+  if (!Decompress(Bytes(), inflated)) return inflated.LacksMemory() && Refuse();
   *this = std::move(inflated);
   return true;
 }

@@ -48,8 +48,10 @@ class VoidBuffer {
   // Nothing but zeros. Memory is taken only as it is touched, where the system works that way.
   bool ResizeZeroed(std::size_t bytes);
   bool Append(std::span<const std::uint8_t> bytes);
-  void Clear() { size = 0; } // keeps the memory
+  void Clear() { size = 0, lacksMemory = false; } // keeps the memory
   void Free();
+  // Whether growing this buffer, or filling it by an operation below, failed for that; until Clear.
+  bool LacksMemory() const { return lacksMemory; }
 
   // Compresses into a type-1 piece, or a type-2 one from 32 MiB of source on (from 2 GiB on with the
   // large flag). An empty source empties the destination and succeeds. False, and an empty
@@ -73,6 +75,7 @@ class VoidBuffer {
   bool Decompress();
 
  private:
+  bool Refuse() { return lacksMemory = true, false; }
   bool Overlaps(std::span<const std::uint8_t> bytes) const;
   struct Release {
     void operator()(std::uint8_t* bytes) const { std::free(bytes); }
@@ -80,6 +83,7 @@ class VoidBuffer {
   std::unique_ptr<std::uint8_t, Release> memory;
   std::size_t size = 0;
   std::size_t capacity = 0;
+  bool lacksMemory = false;
 };
 
 } // namespace kor

@@ -9,6 +9,8 @@ namespace kor {
 
 namespace {
 
+constexpr std::size_t kLongestUtf8 = 4; // bytes of a character
+
 // Both conversions work in place: the result is never longer than what it is made of.
 void NarrowUtf16(std::vector<std::uint8_t>& bytes) {
   std::size_t to = 0;
@@ -21,7 +23,8 @@ void NarrowUtf8(std::vector<std::uint8_t>& bytes) {
   std::size_t to = 0;
   for (std::size_t from = 0; from < bytes.size();) {
     const auto lineEnd =
-        std::find(bytes.begin() + static_cast<std::ptrdiff_t>(from), bytes.end(), '\n');
+        std::find_if(bytes.begin() + static_cast<std::ptrdiff_t>(from), bytes.end(),
+                     [](std::uint8_t c) { return c == '\n' || c == '\r'; });
     const auto next = std::min(static_cast<std::size_t>(lineEnd - bytes.begin()) + 1, bytes.size());
     const std::string_view line(reinterpret_cast<const char*>(bytes.data()) + from, next - from);
     const std::string narrow = KorText::FromUtf8(line).ToBytes();
@@ -58,7 +61,8 @@ NcProgram::Result NcProgram::Open(SimpleFile& file, std::uint32_t mode) {
   const bool plain = file.Size() < kSignatureSize;
   if (plain && IsCutSignature(file)) return Result::Damaged;
   file.Close();
-  if (!file.Open(mode, false, !plain)) return Result::Damaged;
+  if (!file.Open(mode, false, !plain))
+    return file.LackedMemory() ? Result::TooLarge : Result::Damaged;
   file.Seek(0); // in memory, looking for the mark has taken bytes whatever they were
   return Result::Read;
 }
@@ -72,12 +76,14 @@ NcProgram::Result NcProgram::Read(const KorText& path) {
   const TextEncoding encoding = file.Encoding();
   file.Seek(MarkSize(encoding));
   auto content = file.ReadAll();
-  if (!content) return Result::Damaged;
+  if (!content) return file.LackedMemory() ? Result::TooLarge : Result::Damaged;
   file.Close();
   bytes = std::move(*content);
   if (encoding == TextEncoding::Utf16) NarrowUtf16(bytes);
-  if (encoding == TextEncoding::Utf8) NarrowUtf8(bytes);
-  if (!LinesFit()) {
+  const bool isUtf8 = encoding == TextEncoding::Utf8;
+  const bool mayFit = !isUtf8 || LinesFit(kLongestLine * kLongestUtf8);
+  if (isUtf8 && mayFit) NarrowUtf8(bytes);
+  if (!mayFit || !LinesFit(kLongestLine)) {
     Clear();
     return Result::LineTooLong;
   }
@@ -93,9 +99,9 @@ std::string_view NcProgram::LineAt(std::size_t from, std::size_t& next) const {
   return all.substr(from, end - from);
 }
 
-bool NcProgram::LinesFit() const {
+bool NcProgram::LinesFit(std::size_t longest) const {
   for (std::size_t at = 0; at < bytes.size();)
-    if (LineAt(at, at).size() > kLongestLine) return false;
+    if (LineAt(at, at).size() > longest) return false;
   return true;
 }
 

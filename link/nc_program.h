@@ -17,10 +17,12 @@ class NcProgram {
   // A longer line, in characters, is no NC program.
   static constexpr std::size_t kLongestLine = 24576;
 
-  // More bytes, inflated ones of a compressed file, would take weeks on the line, and all memory first.
-  static constexpr std::uint64_t kLargest = 1u << 30;
+  // More bytes, inflated ones of a compressed file, would take six hours on the fastest line, and
+  // reading them would keep the line waiting.
+  static constexpr std::uint64_t kLargest = 256u << 20;
 
-  // All but Read and CantOpen: the file is there, but nothing of it may be sent.
+  // All but Read and CantOpen: the file is there, but nothing of it may be sent. TooLarge: also
+  // when there is no memory for it.
   enum class Result { Read, CantOpen, LineTooLong, Damaged, TooLarge };
 
   // Opens a closed file at its first byte, its mark included; of a compressed file, what it holds. What
@@ -40,7 +42,7 @@ class NcProgram {
 
  private:
   std::string_view LineAt(std::size_t from, std::size_t& next) const;
-  bool LinesFit() const;
+  bool LinesFit(std::size_t longest) const;
 
   std::vector<std::uint8_t> bytes;
   std::uint64_t fileSize = 0;

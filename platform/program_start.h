@@ -6,6 +6,7 @@ namespace kor {
 // Standard streams that the program was started without are opened on the null device: the next file or
 // device to be opened would take their place, and get what is printed. A file that may grow no further
 // makes its write fail, as a full disk does, instead of ending the program.
+// Want of memory or of threads ends the program with a sentence.
 void PrepareProgram();
 
 // Before a program that has no console of its own prints: its output, where it has none, is the console that it

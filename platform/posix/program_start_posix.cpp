@@ -6,6 +6,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "services/core/last_words.h"
+
 namespace kor {
 
 void PrepareProgram() {
@@ -13,6 +15,7 @@ void PrepareProgram() {
   for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
     if (::fcntl(stream, F_GETFD) < 0 && ::open("/dev/null", O_RDWR) != stream) ::_exit(1);
   std::signal(SIGXFSZ, SIG_IGN);
+  EndWithASentence();
 }
 
 bool FindOutput() {

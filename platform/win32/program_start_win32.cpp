@@ -8,6 +8,8 @@
 #include <io.h>
 #include <windows.h>
 
+#include "services/core/last_words.h"
+
 namespace kor {
 
 namespace {
@@ -50,6 +52,7 @@ void PrintUtf8() {
 } // namespace
 
 void PrepareProgram() {
+  EndWithASentence();
   outputIsMissing = !IsOpen(STD_OUTPUT_HANDLE);
   OpenMissing(stdin, "r", STD_INPUT_HANDLE);
   OpenMissing(stdout, "w", STD_OUTPUT_HANDLE);

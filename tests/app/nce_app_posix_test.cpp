@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "tests/support/nce_link.h"
+#include "tests/support/scarce_memory.h"
 
 namespace kor {
 namespace {
@@ -24,8 +25,11 @@ TEST_F(NcePosixTest, WhatIsNoPlainFileIsNoProgram) {
   fs::create_directory(Native(u"cnc/3.MPG"));
   link.PutProgram(u"4.MPG", u"G90\n");
   fs::resize_file(Native(u"cnc/4.MPG"), NcProgram::kLargest + 1);
+  link.PutProgram(u"5.MPG", u"G90\n");
+  fs::resize_file(Native(u"cnc/5.MPG"), 200u << 20); // which there is no memory for
   link.Start();
-  for (const char* number : {"1", "2", "3", "4"})
+  const ScarceMemory scarce(100u << 20);
+  for (const char* number : {"1", "2", "3", "4", "5"})
     EXPECT_EQ(link.Ask(std::string("FH ") + number),
               std::string("%% File ") + number + " not found on Host Computer\r");
 }

@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "tests/support/process.h"
+#include "tests/support/scarce_memory.h"
 
 namespace kor {
 namespace {
@@ -18,7 +19,7 @@ class NcedlSetup : public ::testing::Test {
  protected:
   // Runs it and gives the exit code; what it wrote is kept.
   int Run(const std::vector<std::string>& arguments, const std::string& program = "ncedl-setup") {
-    std::vector<std::string> words = {NCEDL_PROGRAMS "/" + program};
+    std::vector<std::string> words = {fs::path(NCEDL_PROGRAMS) / program};
     words.insert(words.end(), arguments.begin(), arguments.end());
     support::ProcessOptions options;
     options.workingFolder = home.Path();
@@ -162,6 +163,17 @@ TEST_F(NcedlSetup, EveryProgramAnswersHelpAndVersionAndNothingElse) {
                                " --help lists what there is\n");
     EXPECT_TRUE(fs::is_empty(home.Path())) << program;
   }
+}
+
+// A stack that the limit has no room for is what each thread asks for.
+TEST_F(NcedlSetup, AHostThatGetsNoThreadsEndsWithASentence) {
+  ASSERT_EQ(Run({"--main", "nc"}), 0);
+  if (!ScarceMemory::kWorks) return;
+  EXPECT_EQ(Run({"-c", "ulimit -S -s 8000000; ulimit -S -v 4000000; exec \"$0\"",
+                 NCEDL_PROGRAMS "/ncedl-console"},
+                "/bin/sh"),
+            1);
+  EXPECT_TRUE(Says("The program has ended: the system gives it no more threads.")) << diagnostics;
 }
 
 } // namespace

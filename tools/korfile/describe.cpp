@@ -124,10 +124,10 @@ FileDescription DescribeFile(const KorText& path) {
 void AddRecords(FileDescription& file) {
   if (file.result != FileResult::Success) return;
   if (file.compressed && file.contents > kLargestToInspect) return;
-  RecordFileDescription records = DescribeRecordFile(file.path);
-  if (records.result != FileResult::Success)
-    file.result = Fail(&file.fault, records.result, 0, 0,
-                       u"the contents are damaged (korfile test tells where)");
+  RecordFileDescription records = DescribeRecordFile(file.path, &file.fault);
+  if (records.result == FileResult::Failure && !file.fault.noMemory)
+    Fail(&file.fault, records.result, 0, 0, u"the contents are damaged (korfile test tells where)");
+  if (records.result != FileResult::Success) file.result = records.result;
   if (!records.isRecordFile) return;
   if (!records.damage.empty()) {
     const RecordDamage& first = records.damage[0];

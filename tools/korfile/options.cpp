@@ -81,7 +81,8 @@ any failure it is still there. With several files the work goes on behind a fail
 
 exit codes:
   0  success
-  1  the data is damaged or can't be compressed, or the work was cancelled  (0x20000000)
+  1  the data is damaged or can't be compressed, there is not enough memory,
+     or the work was cancelled                                              (0x20000000)
   2  wrong command line
   3  a file could not be read in full                                       (0x20000001)
   4  a file could not be written in full                                    (0x20000002)

@@ -317,7 +317,7 @@ void RenderNode(std::vector<KorText>& lines, const RecordNode& node, std::size_t
 
 } // namespace
 
-RecordFileDescription DescribeRecordFile(const KorText& path) {
+RecordFileDescription DescribeRecordFile(const KorText& path, ContainerFault* fault) {
   SimpleFile file(path);
   FileResult result = FileResult::Success;
   // A file too short to be a compressed one is no less a record file.
@@ -326,6 +326,10 @@ RecordFileDescription DescribeRecordFile(const KorText& path) {
     return DescribeRecords(file);
   RecordFileDescription description;
   description.result = result == FileResult::Success ? FileResult::SourceUnreadable : result;
+  if (file.LackedMemory())
+    FailMemory(fault, 0, 0);
+  else
+    FailSystem(fault, description.result, 0, 0, u"the contents can't be unpacked");
   return description;
 }
 

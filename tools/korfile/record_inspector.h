@@ -9,6 +9,7 @@
 #include <optional>
 #include <vector>
 
+#include "files/container_layout.h"
 #include "files/file_result.h"
 #include "files/simple_file.h"
 #include "services/core/kor_text.h"
@@ -52,7 +53,8 @@ struct RecordFileDescription {
   std::vector<RecordDamage> damage; // in file order
 };
 
-RecordFileDescription DescribeRecordFile(const KorText& path);
+// The fault is filled when the result is not Success.
+RecordFileDescription DescribeRecordFile(const KorText& path, ContainerFault* fault = nullptr);
 RecordFileDescription DescribeRecords(SimpleFile& openFile);
 // One line per header fact, record, field and damage, records indented by their depth.
 std::vector<KorText> RenderRecordFile(const RecordFileDescription& description);
