@@ -3,6 +3,7 @@
 #include <chrono>
 
 #include "files/compressed_file.h"
+#include "files/spooled_file.h"
 #include "services/core/app_interface.h"
 #include "tools/common/json.h"
 #include "tools/common/progress_bar.h"
@@ -26,6 +27,7 @@ struct Failure {
 
 const char16_t* Remedy(KorfileCommand command, const Failure& failure) {
   const bool compressing = command == KorfileCommand::Compress;
+  if (failure.fault.noMemory) return u"Close other programs, or work with fewer threads (-j 1).";
   switch (failure.result) {
   case FileResult::DestinationUnwritable:
     return u"Check the free space and your right to write in that folder; an older file is whole.";
@@ -62,6 +64,9 @@ class Korfile {
  private:
   FileResult RunOn(const KorText& file) {
     App().SetLastError(0);
+    const SpooledFile spooled(file, [this] { return !output.isCancelled(); });
+    if (spooled.Result() != FileResult::Success) return ReportUnread(file, spooled.Result());
+    source = spooled.Path();
     switch (options.command) {
     case KorfileCommand::Compress:
     case KorfileCommand::Restore:
@@ -76,9 +81,20 @@ class Korfile {
     return FileResult::Failure;
   }
 
+  FileResult ReportUnread(const KorText& file, FileResult result) {
+    Failure failure{result, {}};
+    if (result == FileResult::Failure)
+      Fail(&failure.fault, result, 0, 0, u"cancelled");
+    else
+      FailSystem(&failure.fault, result, 0, 0,
+                 result == FileResult::SourceUnreadable ? u"the source can't be read in full"
+                                                        : u"the temporary folder can't be written");
+    return ReportFailure(file, failure);
+  }
+
   CompressOptions Settings(const KorText& file, Failure& failure) {
     CompressOptions settings{.workers = options.threads, .fault = &failure.fault};
-    const std::optional<FileInfo> info = App().FileAttributes(file);
+    const std::optional<FileInfo> info = App().FileAttributes(source);
     bar.Start(file.ToUtf8(), info ? info->size : 0, Now());
     settings.progress = [this](std::uint64_t done, std::uint64_t) {
       bar.Update(done, Now());
@@ -92,20 +108,20 @@ class Korfile {
     const KorText& target = options.target.IsEmpty() ? file : options.target;
     const CompressOptions settings = Settings(file, failure);
     failure.result = options.command == KorfileCommand::Compress
-                         ? CompressFile(file, target, false, settings)
-                         : DecompressFile(file, target, false, settings);
+                         ? CompressFile(source, target, false, settings)
+                         : DecompressFile(source, target, false, settings);
     bar.Finish();
-    if (options.command == KorfileCommand::Restore) ExcuseShortFile(file, failure);
+    if (options.command == KorfileCommand::Restore) ExcuseShortFile(source, failure);
     if (failure.result != FileResult::Success) return ReportFailure(file, failure);
     if (options.json || !options.quiet) ReportConversion(file, target);
     return failure.result;
   }
 
   // A plain file may be shorter than a signature.
-  static void ExcuseShortFile(const KorText& file, Failure& failure) {
-    SimpleFile source(file);
+  static void ExcuseShortFile(const KorText& path, Failure& failure) {
+    SimpleFile file(path);
     if (failure.result != FileResult::SourceUnreadable || failure.fault.systemError != 0) return;
-    if (source.Open(kFileRead) && IsShortPlainFile(source))
+    if (file.Open(kFileRead) && IsShortPlainFile(file))
       failure.result = Fail(&failure.fault, FileResult::WrongKind, 0, 0, u"not a compressed file");
   }
 
@@ -132,8 +148,9 @@ class Korfile {
   }
 
   FileResult Info(const KorText& file) {
-    FileDescription description = DescribeFile(file);
+    FileDescription description = DescribeFile(source);
     AddRecords(description);
+    description.path = file;
     Failure failure{description.result, description.fault};
     if (failure.fault.systemError == 0) description.crc = ChecksumOf(file, failure);
     bar.Finish();
@@ -150,7 +167,7 @@ class Korfile {
 
   // Inflates a compressed file, reads a plain one, and looks into the records of a record file.
   FileResult Test(const KorText& file) {
-    FileDescription description = DescribeFile(file);
+    FileDescription description = DescribeFile(source);
     Failure failure{description.result, description.fault};
     if (failure.result == FileResult::Success)
       (description.compressed ? description.contentsCrc : description.crc) =
@@ -160,6 +177,7 @@ class Korfile {
       failure = {description.result, description.fault};
     }
     bar.Finish();
+    description.path = file;
     description.result = failure.result;
     description.fault = failure.fault;
     if (options.json) PrintJson(RenderDescriptionJson(description));
@@ -171,7 +189,7 @@ class Korfile {
 
   FileResult Crc(const KorText& file) {
     Failure failure;
-    const bool inflate = options.contents && IsCompressedFile(file);
+    const bool inflate = options.contents && IsCompressedFile(source);
     const auto crc = inflate ? InflatedChecksum(file, failure) : ChecksumOf(file, failure);
     bar.Finish();
     if (!crc) return ReportFailure(file, failure);
@@ -190,21 +208,20 @@ class Korfile {
   // Of the file as it lies. Nothing, and the failure, when it can't be read or is cancelled.
   std::optional<FileCrc> ChecksumOf(const KorText& file, Failure& failure) {
     const CompressOptions settings = Settings(file, failure);
-    SimpleFile source(file);
+    SimpleFile read(source);
     FileCrc crc;
     VoidBuffer bytes;
-    bool good = source.Open(kFileRead) && bytes.Resize(kReadSize);
-    while (good && !source.AtEnd()) {
-      const std::size_t wanted =
-          std::min<std::uint64_t>(kReadSize, source.Size() - source.Position());
-      good = source.Read(bytes.Bytes().first(wanted)) == wanted;
+    bool good = read.Open(kFileRead) && bytes.Resize(kReadSize);
+    while (good && !read.AtEnd()) {
+      const std::size_t wanted = std::min<std::uint64_t>(kReadSize, read.Size() - read.Position());
+      good = read.Read(bytes.Bytes().first(wanted)) == wanted;
       crc.Add(bytes.Bytes().first(good ? wanted : 0));
-      if (good && settings.progress(source.Position(), source.Size())) continue;
+      if (good && settings.progress(read.Position(), read.Size())) continue;
       if (good) failure.result = Fail(&failure.fault, FileResult::Failure, 0, 0, u"cancelled");
       if (good) return std::nullopt;
     }
     if (good) return crc;
-    failure.result = FailSystem(&failure.fault, FileResult::SourceUnreadable, 0, source.Position(),
+    failure.result = FailSystem(&failure.fault, FileResult::SourceUnreadable, 0, read.Position(),
                                 u"the source can't be read in full");
     return std::nullopt;
   }
@@ -213,12 +230,12 @@ class Korfile {
     CompressOptions settings = Settings(file, failure);
     FileCrc crc;
     settings.contentCrc = &crc;
-    SimpleFile source(file);
-    if (!source.Open(kFileRead))
+    SimpleFile read(source);
+    if (!read.Open(kFileRead))
       failure.result = FailSystem(&failure.fault, FileResult::SourceUnreadable, 0, 0,
                                   u"the source can't be opened");
     else
-      failure.result = DecompressFile(source, nullptr, nullptr, settings);
+      failure.result = DecompressFile(read, nullptr, nullptr, settings);
     return failure.result == FileResult::Success ? std::optional(crc) : std::nullopt;
   }
 
@@ -247,6 +264,7 @@ class Korfile {
   const KorfileOutput& output;
   std::ostream none{nullptr};
   ProgressBar bar;
+  KorText source; // where the bytes of the file in hand are read
 };
 
 } // namespace
