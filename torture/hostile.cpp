@@ -181,8 +181,8 @@ std::vector<Sweep> HostileSweeps() {
   };
   const auto things = [](unsigned) { return std::size(kPlaces) * std::size(kThings); };
   return {{"noise", "", 5, OnePosition, Noise},
-          {"hostile-numbers", "numbers", 8, numbers, HostileNumber},
-          {"odd-things", "things", 1, things, OddThing},
+          {"hostile-numbers", "numbers", 8, numbers, HostileNumber, 2},
+          {"odd-things", "things", 1, things, OddThing, 3},
           {"ended-while-held", "", 1, OnePosition, EndedWhileHeld}};
 }
 

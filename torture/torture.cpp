@@ -45,31 +45,21 @@ class Course {
 
   void TryNext() {
     const auto begin = Clock::now();
-    if (next == 0) Prepare();
-    Try(seed, next * stride % all);
-    if (++next == all) {
-      next = 0;
+    if (next == 0 && !Attempt(seed, 0, [this] { Prepare(); })) {
+      ++tries;
       ++seed;
-      ++whole;
+    } else {
+      Try(seed, next * stride % all);
+      if (++next == all) StartAnew();
     }
     spent += Clock::now() - begin;
   }
 
   // position: place times ways plus way.
   void Try(unsigned withSeed, std::size_t position) {
-    std::snprintf(current.data(), current.size(),
-                  "STUCK OR DEAD scripts/torture --again %s %u %zu\n", sweep.name.c_str(), withSeed,
-                  position);
-    ::alarm(kStuckAfter);
     ++tries;
-    try {
-      sweep.run(withSeed, position / sweep.ways, position % sweep.ways);
-    } catch (const Broken& broken) {
-      Tell(withSeed, position, broken.what);
-    } catch (const std::exception& failure) {
-      Tell(withSeed, position, failure.what());
-    }
-    ::alarm(0);
+    Attempt(withSeed, position,
+            [&] { sweep.run(withSeed, position / sweep.ways, position % sweep.ways); });
   }
 
   void PrintRow() const {
@@ -79,6 +69,30 @@ class Course {
   }
 
  private:
+  void StartAnew() {
+    next = 0;
+    ++seed;
+    ++whole;
+  }
+
+  // False, and told, when it fails.
+  bool Attempt(unsigned withSeed, std::size_t position, const std::function<void()>& what) {
+    std::snprintf(current.data(), current.size(),
+                  "STUCK OR DEAD scripts/torture --again %s %u %zu\n", sweep.name.c_str(), withSeed,
+                  position);
+    ::alarm(kStuckAfter);
+    const std::uint64_t before = failures;
+    try {
+      what();
+    } catch (const Broken& broken) {
+      Tell(withSeed, position, broken.what);
+    } catch (const std::exception& failure) {
+      Tell(withSeed, position, failure.what());
+    }
+    ::alarm(0);
+    return failures == before;
+  }
+
   void Tell(unsigned withSeed, std::size_t position, const std::string& what) {
     if (++failures <= kToldFailures)
       std::printf("FAILED scripts/torture --again %s %u %zu: (try %ju) %.400s\n",
