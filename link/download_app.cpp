@@ -20,8 +20,7 @@ constexpr double kDisplayPeriod = 0.1; // seconds
 constexpr double kPingPeriod = 1.0;
 constexpr double kEndOfServePeriod = 5.0;
 constexpr double kXonPeriod = 3.0;
-constexpr char16_t kXon = 17;
-constexpr char16_t kXoff = 19;
+constexpr double kUploadPatience = 60.0;            // seconds without a line until the user is told
 constexpr std::int64_t kLargestChunk = 100;         // characters of one feed
 constexpr std::chrono::milliseconds kPatience(400); // with a thread that is to end
 
@@ -110,7 +109,7 @@ void DownloadApp::SetUpServices() {
   CreateTimer(kEndOfServeTimer, kEndOfServePeriod, false, &DownloadApp::EndOfServe);
   timers.Create(kXonTimer, kXonPeriod, Now(), false, [this] {
     timers.Stop(kXonTimer);
-    SendControl(kXon);
+    RunOnWorker([this] { channel.ReleaseController(); });
   });
 }
 
@@ -666,15 +665,9 @@ void DownloadApp::LoopbackTest() {
   });
 }
 
-void DownloadApp::SendControl(char16_t c) {
-  RunOnWorker([this, c] {
-    if (channel.IsOpen()) channel.SendText(KorText(1, c));
-  });
-}
-
 void DownloadApp::XonXoffTest() {
   StartOnWorker(LookUpText(15442, u"XON/XOFF Test"), [this] {
-    channel.SendText(KorText(1, kXoff));
+    channel.HoldController();
     timers.Start(kXonTimer, Now());
   });
 }

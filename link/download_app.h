@@ -214,7 +214,6 @@ class DownloadApp : public Storable, protected ChannelHost {
 
  private:
   void DisplayStatus();
-  void SendControl(char16_t c);
   void EndOfServe();
   // Ends the exchange that runs, or is about to, with one of the two codes.
   void EndExchange(LinkStatus downloadCode, LinkStatus uploadCode);

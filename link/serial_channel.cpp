@@ -17,6 +17,8 @@ constexpr std::uint8_t kLineEnd = 64; // "@": ends the line of the loop-back tes
 constexpr const char16_t* kLoopbackMessage = u"LocalTestMessage";
 constexpr std::uint32_t kWriteTimeout = 10000; // milliseconds
 constexpr double kSlowWrite = 5.0;             // seconds
+constexpr double kXonPatience = 0.2;           // seconds that the end waits for a held line
+constexpr std::uint32_t kXonStep = 5;          // milliseconds
 constexpr std::size_t kTracePiece = 1000;      // characters
 constexpr std::size_t kMonitorWrap = 256;      // characters
 constexpr std::size_t kMonitorHeld = 4096;     // characters that may wait while the line is held
@@ -68,6 +70,7 @@ void SerialChannel::Open(const LinkSettings& newSettings, const KorText& name, b
   failures.clear(); // somebody asked for it: every failing step is reported anew
   ForgetErrors();
   if (port.IsOpen()) {
+    if (SendOwedXon()) log.Trace(u"TX [11]", false);
     port.PurgeTransmit();
     port.PurgeReceive();
     Check(u"Close Previous Connection", port.Close());
@@ -84,12 +87,12 @@ bool SerialChannel::OpenDevice(bool again) {
   title = applicationName + u" - No Link";
   // The way out of a hold that the controller never ends; what was on its way was torn by it.
   ForgetTraffic();
-  previousHolds = 0;
   const bool opened = Check(u"Open Comm", port.Open(settings->port));
   const bool configured = opened && ConfigureDevice();
   if (opened) {
     port.PurgeTransmit();
     port.PurgeReceive();
+    if (controllerHold == Hold::Releasing) SendText(KorText(1, kXon));
   }
   isRetry = false;
   return opened && (configured || !again);
@@ -121,6 +124,7 @@ void SerialChannel::Close() {
   settings = nullptr;
   isLost = false;
   if (!port.IsOpen()) return;
+  SendOwedXon(); // not traced: a worker that is stuck may have the log
   port.PurgeTransmit();
   port.PurgeReceive();
   port.Close();
@@ -177,6 +181,8 @@ bool SerialChannel::CheckStatus() {
   LogHoldChanges(now);
   if (now.errors != LineErrors()) CountErrors(now.errors);
   status = now;
+  if (controllerHold == Hold::Releasing && !IsSending() && now.outQueue == 0)
+    controllerHold = Hold::None;
   return true;
 }
 
@@ -459,7 +465,7 @@ void SerialChannel::SendText(const KorText& text) {
   SendBytes(text.Left(std::min(text.Find(u'\0'), text.Length())).ToBytes());
 }
 
-// --- Line test -----------------------------------------------------------------------------------------
+// --- Line tests ----------------------------------------------------------------------------------------
 
 void SerialChannel::StartLoopbackTest() {
   board.Set(LinkStatus::LoopbackFailure);
@@ -472,6 +478,32 @@ void SerialChannel::CheckLoopback() {
   const std::optional<std::string> line = ExtractLine(kLineEnd, false);
   if (line && KorText::FromBytes(*line).Contains(kLoopbackMessage))
     board.Set(LinkStatus::LoopbackSuccess);
+}
+
+void SerialChannel::HoldController() {
+  if (!port.IsOpen()) return;
+  controllerHold = Hold::Held;
+  SendText(KorText(1, kXoff));
+}
+
+void SerialChannel::ReleaseController() {
+  if (controllerHold == Hold::None) return;
+  controllerHold = Hold::Releasing;
+  if (port.IsOpen()) SendText(KorText(1, kXon));
+}
+
+// Past the buffers: without it the controller would stay stopped for good, and what they hold is to be
+// dropped anyway. True when it was written.
+bool SerialChannel::SendOwedXon() {
+  if (controllerHold.exchange(Hold::None) == Hold::None) return false;
+  const double until = clock.Seconds() + kXonPatience;
+  std::size_t written = 0;
+  LineStatus now;
+  for (bool isOut = false; !isOut && clock.Seconds() < until; clock.SleepMilliseconds(kXonStep)) {
+    if (written == 0 && !port.Write(std::span(&kXon, 1), written)) return false;
+    isOut = written > 0 && (!port.GetStatus(now) || now.outQueue == 0);
+  }
+  return written > 0;
 }
 
 } // namespace kor

@@ -100,6 +100,11 @@ class SerialChannel {
 
   void StartLoopbackTest(); // status 21 until the message comes back, then 22
 
+  // XOFF holds the controller until XON releases it, which Open and Close send first when it is still to
+  // come. A release that a lost device has cost follows when the device is back.
+  void HoldController();
+  void ReleaseController(); // nothing for a controller that isn't held
+
  private:
   bool Read();
   std::size_t WriteStep();
@@ -115,6 +120,7 @@ class SerialChannel {
   void HandOverMonitor();
   bool OpenDevice(bool again);
   bool ConfigureDevice();
+  bool SendOwedXon();
   void ReopenWhenDue();
   void Lose();
   void ForgetTraffic();
@@ -157,7 +163,9 @@ class SerialChannel {
   std::size_t sendPosition = 0;
   bool dataToWrite = false;
   bool remoteXoff = false;
-  std::optional<double> delayUntil; // end of the character delay that runs now
+  enum class Hold { None, Held, Releasing };
+  std::atomic<Hold> controllerHold{Hold::None}; // Close may be the window's
+  std::optional<double> delayUntil;             // end of the character delay that runs now
 
   KorText monitorLine;
   bool monitorLineOpen = false;

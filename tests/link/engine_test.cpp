@@ -697,8 +697,13 @@ TEST_F(EngineTest, TracesTheLineWithItsEcho) {
             (std::vector<KorText>{u"RX A\x7f[80][0d]", u"TX %% Message not recognised by HOST[0d]",
                                   u"RX A\x7f[80][0d]", u"TX %% Message not recognised by HOST[0d]",
                                   u"CTS Hold=1  XOff Sent=1  "}));
-  link.link->StopTrace();
+  link.link->OpenPort(0); // ends the hold
+  link.port.SetHolds(kXoffSent);
   link.Run();
+  EXPECT_EQ(Traced().back(), u"CTS Hold=0  ");
+  link.link->StopTrace();
+  EXPECT_FALSE(link.link->IsTracing());
+  link.Ask("XYZ");
   const KorText whole = *link.app.Content(tracePath);
   EXPECT_TRUE(whole.StartsWith(
       u"00:00:00.000000 (+0.000000) Start of logging\r\n"
@@ -887,6 +892,61 @@ TEST_F(EngineTest, TheXonXoffTestHoldsTheControllerForThreeSeconds) {
   EXPECT_EQ(link.After(2.9), "");
   EXPECT_EQ(link.After(0.2), "\x11");
   EXPECT_EQ(link.After(10), "");
+  link.port.ClearCalls();
+  link.link->OpenPort(0);
+  EXPECT_EQ(link.port.Calls().front(), "PurgeTransmit") << "nothing is owed any more";
+}
+
+// Whatever ends those three seconds, and whether or not the XON has left the buffers by then.
+TEST_F(EngineTest, AHeldControllerIsReleasedBeforeAnythingIsDropped) {
+  const std::pair<const char*, std::function<void(NceLink&)>> ends[] = {
+      {"end", [](NceLink& of) { of.link->Terminate(); }},
+      {"re-opened", [](NceLink& of) { of.link->OpenPort(0); }},
+      {"XON held back, then the end",
+       [](NceLink& of) {
+         of.port.SetStalled(true);
+         of.Send("XYZ\r");
+         of.port.ClearCalls();
+         of.After(3);
+         of.port.SetStalled(false);
+         of.link->Terminate();
+       }},
+      {"a line that takes nothing",
+       [](NceLink& of) {
+         of.port.SetStalled(true);
+         const double before = of.app.HighResolutionSeconds();
+         of.link->Terminate();
+         EXPECT_LE(of.app.HighResolutionSeconds() - before, 0.25);
+       }},
+  };
+  for (const auto& [what, end] : ends) {
+    NceLink fresh;
+    fresh.Start();
+    fresh.link->XonXoffTest();
+    fresh.Run();
+    EXPECT_EQ(fresh.port.TakeWritten(), "\x13");
+    fresh.port.ClearCalls();
+    end(fresh);
+    const Strings calls = fresh.port.Calls();
+    ASSERT_GE(calls.size(), 4u) << what;
+    EXPECT_EQ(Strings(calls.begin(), calls.begin() + 4),
+              (Strings{"Write 1", "PurgeTransmit", "PurgeReceive", "Close"}))
+        << what;
+    EXPECT_TRUE(fresh.port.TakeWritten().ends_with("\x11")) << what;
+    EXPECT_EQ(fresh.After(10), "") << what;
+  }
+}
+
+TEST_F(EngineTest, AControllerWhoseAdapterWasPulledIsReleasedWhenItIsBack) {
+  link.Start();
+  link.link->XonXoffTest();
+  link.Run();
+  link.port.SetPresent(false);
+  link.After(5);
+  link.port.TakeWritten();
+  link.port.SetPresent(true);
+  link.After(1);
+  EXPECT_EQ(link.After(0), "\x11");
 }
 
 TEST_F(EngineTest, SendsSotBeforeADownload) {
