@@ -489,7 +489,7 @@ bool DownloadApp::StopDelay() {
 void DownloadApp::DelayDownload() {
   StopDelay();
   FinishTransfer(); // the request takes the place of what ran
-  if (workerSettings.sendSot > 0) channel.SendCharacter(workerSettings.sotCharacter, false);
+  if (workerSettings.sendSot != 0) channel.SendCharacter(workerSettings.sotCharacter, false);
   if (workerSettings.transmitDelay < 1) {
     DownloadNow();
     return;

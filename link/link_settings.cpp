@@ -325,13 +325,17 @@ FormDescription MakeSettingsForm(const LinkSettings& settings, const std::vector
     form.fields.push_back(field);
   }
   for (const NumberField& number : kNumberFields) {
+    // A box shows only two states, and a value outside its range must not be lost by being shown.
+    const std::int32_t value = settings.*number.member;
+    const bool isCheck = number.maximum == 1;
     FormField field{number.number,
                     number.key,
                     LookUpText(number.number, number.label),
-                    number.maximum == 1 ? FieldKind::Check : FieldKind::Number,
-                    KorText::Format(u"%i", settings.*number.member),
+                    isCheck ? FieldKind::Check : FieldKind::Number,
+                    KorText::Format(u"%i", isCheck && value != 0 ? 1 : value),
                     {}};
-    field.maximum = number.maximum;
+    field.minimum = std::min(value, 0);
+    field.maximum = std::max(value, number.maximum);
     form.fields.push_back(field);
   }
   for (const CodeField& code : kCodeFields) {

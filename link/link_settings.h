@@ -27,7 +27,7 @@ struct LinkSettings {
   std::int32_t transmitDelay = 0;  // seconds
   KorText logFile;                 // job log
   std::int32_t writeLog = 0;       // 1: the job log is written
-  std::int32_t characterDelay = 0; // milliseconds
+  std::int32_t characterDelay = 0; // milliseconds, before each piece of a file; frames have none
   std::int32_t lineDelay = 0;      // stored and shown only; nothing applies it
   std::int32_t sendSot = 0;
   std::int32_t sendEot = 0;       // stored and shown only; EOT is never sent

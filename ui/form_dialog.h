@@ -67,6 +67,7 @@ struct FormField {
   KorText value; // Check: "0" or "1"; Choice: one of choices
   std::vector<KorText> choices;
   bool editable = false;    // Choice: any other text may be entered as well
+  std::int32_t minimum = 0; // Number
   std::int32_t maximum = 0; // Number
   KorText browseTitle{};    // FolderPath and FilePath: title of the chooser
   KorText filters{};        // FilePath: as in FileChoice

@@ -603,10 +603,23 @@ TEST_F(EngineTest, SimulationWaitsForAHeldLine) {
   EXPECT_LE(link.port.TakeWritten().size(), 4u);
 }
 
-TEST_F(EngineTest, AnOldValueThatNoListHoldsBlocksNoOtherSetting) {
-  link.Start({}, u"parity=\nbaudrate=14400\ntransmit delay=45\n");
-  EXPECT_EQ(ChangeSetting(*link.link, u"stopbits", u"2"), u"");
-  EXPECT_EQ(link.link->Settings().baudrate, u"14400");
+TEST_F(EngineTest, AnOldValueThatNoListHoldsBlocksNoOtherSettingAndIsKept) {
+  for (const std::int32_t delay : {45, -5}) {
+    link.Start({}, KorText::Format(u"parity=\nbaudrate=14400\ntransmit delay=%i\n", delay),
+               u"[Log]\nwrite log=2\n");
+    FormDescription form = link.link->SettingsForm();
+    form.Find(u"stopbits")->value = u"2";
+    for (FormField& field : form.fields) { // as controls show them
+      if (field.kind == FieldKind::Check && field.value != u"1") field.value = u"0";
+      if (field.kind == FieldKind::Number)
+        field.value = KorText::Format(
+            u"%i", std::clamp(field.value.ToInteger(), field.minimum, field.maximum));
+    }
+    EXPECT_EQ(link.link->AcceptSettings(form), u"");
+    EXPECT_EQ(link.link->Settings().baudrate, u"14400");
+    EXPECT_EQ(link.link->Settings().transmitDelay, delay);
+    EXPECT_EQ(link.link->Settings().writeLog, 2);
+  }
 }
 
 TEST_F(EngineTest, EverySpeedAndHandshakeReachesThePortAndEveryFieldStandsInABox) {
@@ -958,6 +971,12 @@ TEST_F(EngineTest, SendsSotBeforeADownload) {
   link.Run();
   EXPECT_EQ(link.Ask("FH 1"), "\x02&LP 000000001\r");
   EXPECT_EQ(Traced(), (std::vector<KorText>{u"RX FH 1[0d]", u"TX [02]", u"TX &LP 000000001[0d]"}));
+  link.link->CancelExchange();
+  link.Run();
+  EXPECT_EQ(ChangeSetting(*link.link, u"send-sot", u"off"), u"");
+  link.Run();
+  EXPECT_EQ(link.link->Settings().sendSot, 0);
+  EXPECT_EQ(link.Ask("FH 1"), "&LP 000000001\r");
 }
 
 // --- Settings --------------------------------------------------------------------------------------

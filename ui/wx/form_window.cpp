@@ -52,8 +52,8 @@ wxWindow* MakeChoice(const FormField& field, wxWindow* parent) {
   auto* const choice = new wxChoice(parent, field.number);
   AddChoices(choice, field);
   // A value from an older file that no list holds is kept as long as nobody chooses another.
-  if (!choice->SetStringSelection(ToWx(field.value)))
-    choice->SetSelection(choice->Append(ToWx(field.value)));
+  const int listed = choice->FindString(ToWx(field.value), true);
+  choice->SetSelection(listed != wxNOT_FOUND ? listed : choice->Append(ToWx(field.value)));
   return choice;
 }
 
@@ -202,7 +202,7 @@ wxWindow* FormWindow::MakeControl(const FormField& field, wxWindow* parent) {
     return MakeChoice(field, parent);
   case FieldKind::Number: {
     auto* const number = new wxSpinCtrl(parent, field.number, {}, wxDefaultPosition, wxDefaultSize,
-                                        wxSP_ARROW_KEYS, 0, field.maximum);
+                                        wxSP_ARROW_KEYS, field.minimum, field.maximum);
     number->SetValue(field.value.ToInteger());
     return number;
   }

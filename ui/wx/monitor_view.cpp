@@ -127,6 +127,7 @@ void MonitorView::Clear() {
   waiting.Clear();
   text->Clear();
   atLineStart = true;
+  SayNotFound(false);
 }
 
 bool MonitorView::Save(const KorText& path) const {
