@@ -61,14 +61,15 @@ class NCEApp : public DownloadApp {
   void OnDownloadRequest(const KorText& line);
   void OnUploadRequest();
   void OnUploadData(const KorText& line);
-  void OnUploadEnd();
+  void OnUploadEnd(const KorText& line);
+  KorText UploadNote(bool isCut) const;
   void OnUploadFailed();
   void OnDirectoryRequest();
   void OnAcknowledge();
   void OnRefuse();
   void Reply(const KorText& text); // the text and CR
 
-  KorText MakePcFileName(const KorText& folder);
+  KorText MakePcFileName(const KorText& folder, const SpecialFeatures& features);
   KorText MakeModel500FileName(const KorText& folder);
   void ApplyHybridNumber();
   NcProgram::Result OpenProgram(const KorText& path);
@@ -87,10 +88,15 @@ class NCEApp : public DownloadApp {
   SpecialFeatures windowFeatures; // window's copy: edited and stored
 
   SpecialFeatures workerFeatures; // worker's copy
-  KorText requestText;            // last "FH " line
-  KorText numberText;             // number of that request, as the host file is named
-  KorText pcFilePath;             // host file being sent or received
-  std::string frameText;          // last frame, kept for sending again
+  // What the download was begun with: a change takes effect with the next one.
+  struct {
+    SpecialFeatures features;
+    KorText folder, extension;
+  } begun;
+  KorText requestText;   // last "FH " line
+  KorText numberText;    // number of that request, as the host file is named
+  KorText pcFilePath;    // host file being sent or received
+  std::string frameText; // last frame, kept for sending again
   std::int32_t nakCount = 0;
   std::int32_t unexpectedAckCount = 0;
   std::int32_t hybridLastSheet = 0;

@@ -22,13 +22,11 @@ void NCEApp::ApplyHybridNumber() {
 }
 
 // The folder carries its own separator.
-KorText NCEApp::MakePcFileName(const KorText& folder) {
+KorText NCEApp::MakePcFileName(const KorText& folder, const SpecialFeatures& features) {
   numberText = RequestNumber(requestText);
-  if (workerFeatures.hybridNumber != 0) ApplyHybridNumber();
-  const bool chainOfSheets =
-      workerFeatures.autoloadSequential != 0 && workerFeatures.hybridNumber != 0;
-  if (workerFeatures.stripPcZeros != 0 && !chainOfSheets)
-    numberText = StripLeadingZeros(numberText);
+  if (features.hybridNumber != 0) ApplyHybridNumber();
+  const bool chainOfSheets = features.autoloadSequential != 0 && features.hybridNumber != 0;
+  if (features.stripPcZeros != 0 && !chainOfSheets) numberText = StripLeadingZeros(numberText);
   pcFilePath = folder + numberText + u"." + workerSettings.fileExtension;
   ShowNumberTitle();
   return pcFilePath;
@@ -58,11 +56,12 @@ void NCEApp::StartDownload() {
   frameText.clear(); // a refusal before the first frame must not bring back the program before
   nakCount = 0;
   waiting = Waiting::Nothing;
-  const KorText folder = workerSettings.downloadPath;
+  begun = {workerFeatures, workerSettings.downloadPath, workerSettings.fileExtension};
   auto opened = NcProgram::Result::CantOpen;
-  if (model500) opened = OpenProgram(MakeModel500FileName(folder));
+  if (model500) opened = OpenProgram(MakeModel500FileName(begun.folder));
   // Only where there is no such file: one that is refused must not bring another program.
-  if (opened == NcProgram::Result::CantOpen) opened = OpenProgram(MakePcFileName(folder));
+  if (opened == NcProgram::Result::CantOpen)
+    opened = OpenProgram(MakePcFileName(begun.folder, begun.features));
   if (opened != NcProgram::Result::Read) {
     EnterStatus(LinkStatus::DownloadCantOpen);
     Reply(KorText::Format(u"%%%% File %s not found on Host Computer", numberText));
@@ -73,7 +72,7 @@ void NCEApp::StartDownload() {
   EnterStatus(LinkStatus::DownloadPreparation);
   const std::int32_t number = numberText.ToInteger();
   // Intended: only the form without zeros carries the words.
-  if (workerFeatures.stripNceZeros != 0)
+  if (begun.features.stripNceZeros != 0)
     Reply(KorText::Format(u"Download to NCE in progress. &LP %i", number));
   else
     Reply(KorText::Format(u"&LP %09i", number));
@@ -87,7 +86,7 @@ void NCEApp::OnAcknowledge() {
     break;
   case LinkStatus::DownloadPreparation:
     EnterStatus(LinkStatus::Downloading);
-    Reply(KorText::Format(workerFeatures.stripNceZeros != 0
+    Reply(KorText::Format(begun.features.stripNceZeros != 0
                               ? u"Download to NCE in progress. &FH %i"
                               : u"Download to NCE in progress. &FH %09i",
                           numberText.ToInteger()));
@@ -140,7 +139,7 @@ void NCEApp::SendFrameOrEnd() {
     channel.SendBytes(frameText);
   }
   if (!program.AtEnd()) return;
-  if (workerFeatures.autoloadSequential == 0 || manual.IsRunning())
+  if (begun.features.autoloadSequential == 0 || manual.IsRunning())
     EndDownload();
   else if (frameText.empty())
     LoadNextSequentialFile();
@@ -150,6 +149,7 @@ void NCEApp::SendFrameOrEnd() {
 
 void NCEApp::EndDownload() {
   board.SetCount(board.Total());
+  ShowProgress(board.Total(), board.Total());
   EnterStatus(LinkStatus::DownloadCompleted);
   Reply(u"]");
   FinishTransfer();
@@ -158,12 +158,12 @@ void NCEApp::EndDownload() {
 // The next file of the chain follows in the same stream: the controller's next ">" brings its first
 // frame, with no end mark between the files.
 void NCEApp::LoadNextSequentialFile() {
-  const auto next = NextNumber(numberText, workerFeatures, hybridLastSheet);
+  const auto next = NextNumber(numberText, begun.features, hybridLastSheet);
   if (!next) {
     EndDownload();
     return;
   }
-  const KorText path = workerSettings.downloadPath + *next + u"." + workerSettings.fileExtension;
+  const KorText path = begun.folder + *next + u"." + begun.extension;
   const NcProgram::Result opened = ReadProgram(path);
   if (opened == NcProgram::Result::CantOpen) {
     EndDownload();

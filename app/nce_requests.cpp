@@ -7,12 +7,15 @@ namespace {
 
 constexpr std::uint8_t kCarriageReturn = 13;
 
-// A whole line that can be no part of a frame.
-bool IsPlainRequest(const KorText& line) {
-  for (const char16_t* word : {u"~end", u"~", u"DH", u"XYZ"})
-    if (line == word) return true;
-  const bool named = line.StartsWith(u"FH ") || line.StartsWith(u"TH ");
-  return named && line.View().find_first_not_of(u"0123456789 \t", 3) == KorText::kNone;
+// "]", alone or with the digits of a frame around it.
+bool IsBareEndMark(const KorText& line) {
+  return line.Contains(u"]") &&
+         line.View().find_first_not_of(u"0123456789ABCDEF] ") == KorText::kNone;
+}
+
+bool IsRequest(const KorText& line) {
+  const auto holds = [&](const char16_t* word) { return line.Contains(word); };
+  return holds(u"~") || holds(u"DH") || holds(u"XYZ") || holds(u"TH ") || holds(u"FH ");
 }
 
 } // namespace
@@ -31,16 +34,18 @@ void NCEApp::ProcessReceived() {
   }
 }
 
-// What still comes of an upload that has ended on this side is refused until its end mark or a request
-// that can be nothing else: a comment such as "(DEPTH 5)" holds the text of one. True when that was the
-// line.
+// Lines of a program hold "!", requests don't. What still comes of an upload that has ended on this
+// side is refused until its end mark or a request: a comment such as "(DEPTH 5)" holds the text of
+// one. What is neither ends nothing: it may be the end of a torn line. True when it was refused.
 bool NCEApp::RefuseRest(const KorText& line) {
-  if (!upload.IsEndMarkAwaited() || line == u">" || line == u"<") return false;
-  const bool isRequest = IsPlainRequest(line.Trimmed());
-  const bool isEndMark = line.Trimmed().EndsWith(u"]") && !line.Contains(u"!");
-  if (isRequest || isEndMark) upload.EndMarkCame();
-  if (!isRequest) Reply(u"<");
-  return !isRequest;
+  if (!upload.IsEndMarkAwaited()) return false;
+  const bool isData = line.Contains(u"!");
+  const bool isEndMark = !isData && IsBareEndMark(line);
+  if (isEndMark || (!isData && IsRequest(line))) upload.EndMarkCame();
+  if (!isData && !isEndMark) return false;
+  BreakOffDownload(); // a file that is sent by hand meanwhile
+  Reply(u"<");
+  return true;
 }
 
 // The first test that holds decides; each looks for its text anywhere in the line.

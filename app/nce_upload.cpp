@@ -3,6 +3,9 @@
 
 #include <algorithm>
 
+#include "services/core/path_text.h"
+#include "services/core/text_lookup.h"
+
 namespace kor {
 
 namespace {
@@ -15,23 +18,35 @@ constexpr std::size_t kShortestData = 4;     // length and checksum digits of an
 // Intended: the number is that of the last "FH " request; what follows "TH " plays no part.
 void NCEApp::OnUploadRequest() {
   FinishTransfer();
-  const KorText path = MakePcFileName(workerSettings.uploadPath);
+  const KorText path = MakePcFileName(workerSettings.uploadPath, workerFeatures);
   board.SetFileName(path);
   if (!NamesFile(numberText) || !OpenUpload(path)) {
+    upload.AwaitEndMark(); // the controller may send its lines all the same
     EnterStatus(LinkStatus::UploadCantOpen);
     Reply(u"%% Unable to create file on Host Computer");
     return;
   }
-  board.SetCount(0);
   ShowProgress(0, kUploadRange);
-  EnterStatus(LinkStatus::Uploading);
+  BeginUpload(UploadNote(false));
   Reply(
       KorText::Format(u"Upload from NCE  in progress. &TH %s", numberText)); // two blanks intended
 }
 
+// A program without a number is a hidden file that no request finds.
+KorText NCEApp::UploadNote(bool isCut) const {
+  if (isCut)
+    return LookUpText(15447, u"Stored only up to a \"]\" in the text of a line: the program is "
+                             u"incomplete. Remove it and send the program again.");
+  if (!numberText.IsEmpty() || manual.IsRunning()) return {};
+  return KorText::Format(
+      LookUpText(15446, u"No number was asked for: this upload is stored as \"%s\". Ask for its "
+                        u"number at the machine, then send it again."),
+      FileNameOfPath(pcFilePath));
+}
+
 void NCEApp::OnUploadData(const KorText& line) {
   if (line.Contains(u"]")) {
-    OnUploadEnd();
+    OnUploadEnd(line);
     return;
   }
   if (line.Length() < kShortestData) {
@@ -45,7 +60,7 @@ void NCEApp::OnUploadData(const KorText& line) {
     OnUploadFailed();
     return;
   }
-  board.AddCount(static_cast<std::int64_t>(line.Length()));
+  CountReceived(line.Length());
   ShowProgress(std::min(board.Count(), kUploadRange), kUploadRange);
   Reply(u">");
 }
@@ -58,14 +73,17 @@ void NCEApp::OnUploadFailed() {
   FinishTransfer();
 }
 
-void NCEApp::OnUploadEnd() {
-  upload.EndMarkCame();
+// Intended: "]" in the text of a data line ends the upload, too. What follows such a line is the
+// rest of the same program, and no request.
+void NCEApp::OnUploadEnd(const KorText& line) {
+  const bool isCut = line.Contains(u"!");
+  if (!isCut) upload.EndMarkCame();
   if (!CommitUpload()) {
     OnUploadFailed();
     return;
   }
   ShowProgress(0, 0);
-  EnterStatus(LinkStatus::UploadCompleted);
+  EnterStatus(LinkStatus::UploadCompleted, UploadNote(isCut));
   Reply(u">");
   FinishTransfer();
 }

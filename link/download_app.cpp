@@ -73,9 +73,13 @@ EngineServices NoServices() {
   return services;
 }
 
+DownloadApp::DownloadApp() : DownloadApp(NoServices(), {}) {
+  windowCaption = u"Download Application (1)";
+}
+
 DownloadApp::DownloadApp(EngineServices engineServices, const KorText& name)
-    : services(std::move(engineServices)), modelName(name),
-      board([this](const EndedJob& job) { WriteJobLine(job); }),
+    : services(std::move(engineServices)), windowCaption(u"Download Application (2)"),
+      modelName(name), board([this](const EndedJob& job) { WriteJobLine(job); }),
       store(windowSettings, services.cncFolder,
             [this](const KorText& caption, const KorText& text) {
               ShowMessage(caption, text, MessageStyle::Exclamation);
@@ -83,6 +87,7 @@ DownloadApp::DownloadApp(EngineServices engineServices, const KorText& name)
       log(logWriter, [this] { TellLogFailure(); }), feed(*services.window),
       monitor([this] { PostToWindow([this] { services.window->AppendMonitor(monitor.Take()); }); }),
       channel(*services.port, App().Clock(), board, log, monitor, *this), manual(*services.window) {
+  services.window->SetTitle(windowCaption);
 }
 
 DownloadApp::~DownloadApp() {
@@ -228,6 +233,7 @@ void DownloadApp::RunOnWorker(std::function<void()> task) {
 bool DownloadApp::Poll() {
   const bool worked = tasks.Run();
   const bool moved = channel.Poll();
+  WatchUpload();
   logWriter.Wake(); // behind the reply
   if (!services.startWorker && !moved) {
     folderLooks.RunHere();
@@ -321,7 +327,11 @@ void DownloadApp::AbandonExchange() {
 
 void DownloadApp::CancelExchange() {
   RunOnWorker([this] {
-    if (downloadDelayed || IsExchange(Status())) CancelNow();
+    if (downloadDelayed || IsExchange(Status()))
+      CancelNow();
+    else
+      ShowMessage(LookUpText(15556, u"Cancel Transfer"),
+                  LookUpText(15444, u"No transfer is running."), MessageStyle::Information);
   });
 }
 
@@ -528,7 +538,8 @@ void DownloadApp::ChooseUploadFile() {
 }
 
 void DownloadApp::SendFile(const KorText& path) {
-  StartOnWorker(ManualTransfer::SendCaption(), [this, path] { StartSend(path); });
+  StartOnWorker(ManualTransfer::SendCaption(),
+                [this, full = App().AbsolutePath(path)] { StartSend(full); });
 }
 
 void DownloadApp::StartSend(const KorText& path) {
@@ -582,7 +593,8 @@ void DownloadApp::FinishTransfer() {
 }
 
 void DownloadApp::ReceiveFile(const KorText& path) {
-  StartOnWorker(ManualTransfer::ReceiveCaption(), [this, path] { StartReceive(path); });
+  StartOnWorker(ManualTransfer::ReceiveCaption(),
+                [this, full = App().AbsolutePath(path)] { StartReceive(full); });
 }
 
 void DownloadApp::StartReceive(const KorText& path) {
@@ -591,8 +603,7 @@ void DownloadApp::StartReceive(const KorText& path) {
     EnterStatus(LinkStatus::UploadCantOpen);
     return;
   }
-  board.SetCount(0);
-  EnterStatus(LinkStatus::Uploading);
+  BeginUpload();
   manual.Begin(EndDialog::Upload, modelName + u"  " + path);
 }
 
@@ -600,7 +611,7 @@ void DownloadApp::ProcessReceived() {
   if (Status() == LinkStatus::Uploading && upload.IsOpen()) {
     const std::string_view bytes = channel.Received();
     const bool stored = upload.Write(bytes);
-    board.AddCount(static_cast<std::int64_t>(bytes.size()));
+    CountReceived(bytes.size());
     if (!stored) {
       upload.Discard();
       EnterStatus(LinkStatus::UploadErrors);
@@ -612,10 +623,14 @@ void DownloadApp::ProcessReceived() {
 
 void DownloadApp::CompleteUpload() {
   RunOnWorker([this] {
-    if (Status() != LinkStatus::Uploading) return;
+    const KorText caption = LookUpText(15318, u"Upload End");
+    if (Status() != LinkStatus::Uploading) {
+      ShowMessage(caption, LookUpText(15445, u"Nothing is being received."),
+                  MessageStyle::Information);
+      return;
+    }
     if (!manual.IsRunning()) {
-      ShowMessage(LookUpText(15318, u"Upload End"),
-                  LookUpText(15443, u"Only the controller can complete this upload."),
+      ShowMessage(caption, LookUpText(15443, u"Only the controller can complete this upload."),
                   MessageStyle::Exclamation);
       return;
     }
@@ -632,6 +647,40 @@ bool DownloadApp::OpenUpload(const KorText& path) {
   if (!upload.Open(path)) return false;
   StopDelay(); // a download that waits for it would break into the upload
   return true;
+}
+
+void DownloadApp::BeginUpload(const KorText& note) {
+  board.SetCount(0);
+  uploadNote = note;
+  uploadMoved = Now();
+  uploadStands = false;
+  EnterStatus(LinkStatus::Uploading, note);
+}
+
+void DownloadApp::CountReceived(std::size_t bytes) {
+  board.AddCount(static_cast<std::int64_t>(bytes));
+  uploadMoved = Now();
+  if (uploadStands) ShowUploadNote(false);
+}
+
+// An upload whose end mark never comes waits for ever: whoever looks at the PC is told what to do.
+void DownloadApp::WatchUpload() {
+  if (uploadStands || Status() != LinkStatus::Uploading) return;
+  if (Now() - uploadMoved >= kUploadPatience) ShowUploadNote(true);
+}
+
+void DownloadApp::ShowUploadNote(bool standsStill) {
+  uploadStands = standsStill;
+  KorText note = uploadNote;
+  if (standsStill)
+    note = KorText::Format(
+        LookUpText(15448,
+                   u"Nothing has come for a minute, and no \"]\" has ended this upload. Send "
+                   u"on at the machine, or end it here: %s"),
+        services.window->CancelName());
+  board.SetNote(note);
+  shownCode.reset(); // the code is the same, but the window shall show it at once
+  UpdateStatus();
 }
 
 bool DownloadApp::CommitUpload() {

@@ -61,7 +61,7 @@ class DownloadApp : public Storable, protected ChannelHost {
   static constexpr std::uint32_t kClassId = 100091201;
 
   // An empty object, as the class registry makes it: nothing arrives, nobody sees what it shows.
-  DownloadApp() : DownloadApp(NoServices(), {}) {}
+  DownloadApp();
   // modelName names the settings file and heads the window title.
   DownloadApp(EngineServices engineServices, const KorText& modelName);
   ~DownloadApp() override;
@@ -102,7 +102,8 @@ class DownloadApp : public Storable, protected ChannelHost {
   FormDescription SettingsForm(); // lent to a front end: it lives as long as this
   // What runs on the line now, as the status line tells it; nothing between exchanges. Any thread.
   std::optional<KorText> RunningExchange();
-  // Ends the exchange that runs, the controller's as well as one begun by hand.
+  // Ends the exchange that runs, the controller's as well as one begun by hand. Without one, and
+  // for a CompleteUpload without an upload, a message says so.
   void CancelExchange();
   // The following are refused while an exchange runs, with a message that says what runs and how to
   // end it; sending, receiving and the two tests also while there is no link.
@@ -154,8 +155,8 @@ class DownloadApp : public Storable, protected ChannelHost {
 
   LinkStatus Status() const { return board.Code(); }
   void SetStatus(LinkStatus code) { board.Set(code); }
-  void EnterStatus(LinkStatus code) {
-    SetStatus(code);
+  void EnterStatus(LinkStatus code, const KorText& note = {}) {
+    board.Set(code, note);
     UpdateStatus();
   }
   // Forms the status line (with its job-log line) and has the window show it at once.
@@ -173,6 +174,9 @@ class DownloadApp : public Storable, protected ChannelHost {
   // they are; an application that sends lines reads those instead.
   virtual bool LoadTransfer(const KorText& path, std::int64_t& size);
   bool OpenUpload(const KorText& path); // safe write beside the target
+  // The upload that was opened runs from now on; the note stands beside its status.
+  void BeginUpload(const KorText& note = {});
+  void CountReceived(std::size_t bytes); // of the upload that runs
   // The received program replaces the target. False when it could not be stored whole.
   bool CommitUpload();
   // Reads the file's lines; false (with a message when a line is too long) leaves the program empty.
@@ -192,6 +196,8 @@ class DownloadApp : public Storable, protected ChannelHost {
   void KeepSettings();
 
   const EngineServices services;
+  KorText windowCaption; // of the window until the port is opened
+  KorText helpFile = u"comshelp.hlp";
   KorText modelName;
   KorText pingText;            // sent by the ping timer when not empty
   LinkSettings windowSettings; // the window's: edited and stored
@@ -219,6 +225,8 @@ class DownloadApp : public Storable, protected ChannelHost {
   void EndExchange(LinkStatus downloadCode, LinkStatus uploadCode);
   void CancelNow() { EndExchange(LinkStatus::DownloadCancelled, LinkStatus::UploadCancelled); }
   bool StopDelay(); // true when a download was waiting
+  void WatchUpload();
+  void ShowUploadNote(bool standsStill);
   // Any thread. The first is an empty text when nothing speaks against it; the second shows why not.
   KorText WhatRuns();
   bool MayStart(const KorText& caption);
@@ -243,6 +251,9 @@ class DownloadApp : public Storable, protected ChannelHost {
   std::optional<LinkStatus> shownCode; // worker: last status posted to the window
   bool downloadDelayed = false;        // worker: the transmit delay runs
   std::uint32_t delays = 0;            // worker: how many transmit delays have begun
+  KorText uploadNote;                  // worker: beside the status of the upload that runs
+  double uploadMoved = 0;              // worker: seconds, when it last brought something
+  bool uploadStands = false;           // worker: the user has been told that it stands still
   bool terminated = false;             // window
   bool workerStuck = false;            // window
   AppInterface* logsFor = nullptr;     // window: whose log the writer's thread writes, too

@@ -43,7 +43,7 @@ std::optional<KorText> ManualTransfer::ChooseToReceive(const LinkSettings& setti
 void ManualTransfer::Remember(const KorText& path, LinkSettings& settings) {
   const std::size_t nameStart = FolderOfPath(path).Length();
   const std::size_t dot = path.FindLast(u'.');
-  if (nameStart > 0) settings.downloadPath = path.Left(nameStart);
+  settings.downloadPath = path.Left(nameStart);
   if (dot != KorText::kNone && dot > nameStart) settings.fileExtension = path.Mid(dot + 1);
 }
 

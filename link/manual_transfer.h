@@ -20,7 +20,8 @@ class ManualTransfer {
   // The name of the current file is filled in. Nothing when the user chose none.
   std::optional<KorText> ChooseToSend(const LinkSettings& settings, const KorText& currentFile);
   std::optional<KorText> ChooseToReceive(const LinkSettings& settings, const KorText& currentFile);
-  // Intended: the next dialog opens where this file lay and filters for its kind.
+  // Intended: the next dialog opens where this file lay and filters for its kind. The path is a
+  // whole one.
   static void Remember(const KorText& path, LinkSettings& settings);
   void HideEndDialogs();
 

@@ -465,7 +465,7 @@ void SerialChannel::SendText(const KorText& text) {
   SendBytes(text.Left(std::min(text.Find(u'\0'), text.Length())).ToBytes());
 }
 
-// --- Line tests ----------------------------------------------------------------------------------------
+// --- Line tests ----------------------------------------------------------------------------------
 
 void SerialChannel::StartLoopbackTest() {
   board.Set(LinkStatus::LoopbackFailure);
@@ -492,8 +492,8 @@ void SerialChannel::ReleaseController() {
   if (port.IsOpen()) SendText(KorText(1, kXon));
 }
 
-// Past the buffers: without it the controller would stay stopped for good, and what they hold is to be
-// dropped anyway. True when it was written.
+// Past the buffers: without it the controller would stay stopped for good, and what they hold is to
+// be dropped anyway. True when it was written.
 bool SerialChannel::SendOwedXon() {
   if (controllerHold.exchange(Hold::None) == Hold::None) return false;
   const double until = clock.Seconds() + kXonPatience;

@@ -100,8 +100,8 @@ class SerialChannel {
 
   void StartLoopbackTest(); // status 21 until the message comes back, then 22
 
-  // XOFF holds the controller until XON releases it, which Open and Close send first when it is still to
-  // come. A release that a lost device has cost follows when the device is back.
+  // XOFF holds the controller until XON releases it, which Open and Close send first when it is
+  // still to come. A release that a lost device has cost follows when the device is back.
   void HoldController();
   void ReleaseController(); // nothing for a controller that isn't held
 

@@ -5,10 +5,16 @@ namespace kor {
 StatusBoard::StatusBoard(std::function<void(const EndedJob&)> jobReceiver)
     : onJob(std::move(jobReceiver)) {}
 
-void StatusBoard::Set(LinkStatus newCode) {
+void StatusBoard::Set(LinkStatus newCode, const KorText& newNote) {
   const Lock lock(mutex);
   code = newCode;
+  note = newNote;
   ++timesSet;
+}
+
+void StatusBoard::SetNote(const KorText& text) {
+  const Lock lock(mutex);
+  note = text;
 }
 
 void StatusBoard::SetFileName(const KorText& name) {
@@ -53,9 +59,9 @@ std::vector<EndedJob> StatusBoard::TakeJobs() {
   if (!EndsJob(code) || toldTime == timesSet) return jobs;
   toldTime = timesSet;
   FormLine();
-  jobs.push_back({code, StatusText(code, facts, line), facts.fileName, {}});
+  jobs.push_back({code, StatusText(code, facts, line), facts.fileName, {}, note});
   if (code == LinkStatus::UnexpectedError)
-    jobs.push_back({LinkStatus::FormatError, line, facts.fileName, {}});
+    jobs.push_back({LinkStatus::FormatError, line, facts.fileName, {}, note});
   return jobs;
 }
 
@@ -75,6 +81,7 @@ StatusView StatusBoard::TakeView() {
   if (now == LinkStatus::NoLink) view.reason = linkReason;
   view.activity = ActivityOf(now);
   view.headline = StatusHeadline(now, facts.fileName, line);
+  view.note = note;
   view.bytes = facts.count;
   view.size = now == LinkStatus::Uploading ? 0 : facts.total;
   view.count = progress;

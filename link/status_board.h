@@ -21,7 +21,10 @@ class StatusBoard {
   // onJob receives each job whose line belongs in the job log, without a time, on the thread of TellJobs.
   explicit StatusBoard(std::function<void(const EndedJob&)> onJob);
 
-  void Set(LinkStatus code); // also when unchanged: a job that ends twice is two jobs
+  // Counts even if unchanged: two jobs may end alike. The note tells beside the text what the user
+  // should know of this state.
+  void Set(LinkStatus code, const KorText& note = {});
+  void SetNote(const KorText& text); // of the state as it is
   LinkStatus Code() const { return code.load(); }
 
   void SetFileName(const KorText& name);
@@ -65,6 +68,7 @@ class StatusBoard {
   StatusFacts facts KOR_GUARDED_BY(mutex);
   KorText line KOR_GUARDED_BY(mutex);
   KorText linkReason KOR_GUARDED_BY(mutex);
+  KorText note KOR_GUARDED_BY(mutex);
   std::uint32_t toldTime KOR_GUARDED_BY(mutex) = 0; // timesSet when jobs were told last
 };
 

@@ -8,11 +8,11 @@ namespace kor {
 
 bool UploadFile::Open(const KorText& path) {
   Discard();
+  endMarkAwaited = true;
   auto opened = std::make_unique<KorFile>(path);
   opened->ReplaceLinks();
   if (!opened->OpenSafe(kFileWrite)) return false;
   file = std::move(opened);
-  endMarkAwaited = true;
   return true;
 }
 

@@ -21,9 +21,10 @@ class UploadFile {
   bool Commit();
   void Discard();
 
-  // An upload has begun whose end mark has not come. The controller may still send the rest of it after
-  // the upload has ended on this side.
+  // An upload has begun, or was refused, whose end mark has not come. The controller may still send
+  // the rest of it after the upload has ended on this side.
   bool IsEndMarkAwaited() const { return endMarkAwaited; }
+  void AwaitEndMark() { endMarkAwaited = true; }
   void EndMarkCame() { endMarkAwaited = false; }
 
   // Removes what a killed program left of its uploads to the folder. Before the worker starts.

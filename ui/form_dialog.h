@@ -36,6 +36,7 @@ struct StatusView {
   LinkActivity activity = LinkActivity::NoLink;
   KorText headline;       // the state in few words, for a large line
   KorText reason;         // why there is no link, and what to do about it; while there is none
+  KorText note;           // what the user should know beside it; empty as a rule
   KorText fileName;       // full name of the current file, as line has it where it names the file
   std::int64_t bytes = 0; // sent or received so far
   std::int64_t size = 0;  // bytes in all; 0 when that isn't known, as for an upload
@@ -51,6 +52,7 @@ struct EndedJob {
   KorText line;     // its text
   KorText fileName; // full name of its file
   SystemTime time;  // local
+  KorText note{};   // what the user should know beside the text; no log has it
 
   bool Failed() const;
 };

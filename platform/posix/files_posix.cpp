@@ -373,6 +373,12 @@ KorText PosixFiles::LinkTarget(const KorText& path) {
   return {};
 }
 
+KorText PosixFiles::AbsolutePath(const KorText& path) {
+  std::string folder(PATH_MAX, '\0');
+  if (path.StartsWith(u"/") || !::getcwd(folder.data(), folder.size())) return path;
+  return KorText::FromUtf8(folder.c_str()) + u"/" + path;
+}
+
 bool PosixFiles::CopyAttributes(const KorText& from, OsFile& to) {
   std::string native;
   struct stat status {};

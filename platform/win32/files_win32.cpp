@@ -384,6 +384,15 @@ KorText Win32Files::LinkTarget(const KorText& path) {
   return target.empty() ? path : FromWide(target);
 }
 
+// A whole path keeps its separators.
+KorText Win32Files::AbsolutePath(const KorText& path) {
+  const auto isSeparator = [&](std::size_t at) { return path[at] == u'/' || path[at] == u'\\'; };
+  const bool isLong = path.Length() > 2;
+  if (isLong && (path[1] == u':' ? isSeparator(2) : isSeparator(0) && isSeparator(1))) return path;
+  const std::wstring full = FullPath(ToWide(path.View()));
+  return full.empty() ? path : FromWide(full);
+}
+
 bool Win32Files::CopyAttributes(const KorText& from, OsFile& to) {
   constexpr OpenForm kForm = {READ_CONTROL | FILE_READ_ATTRIBUTES,
                               FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,

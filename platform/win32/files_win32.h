@@ -26,6 +26,7 @@ class Win32Files : public OsFiles {
   bool Rename(const KorText& from, const KorText& to) override;
   bool CanReplace(const KorText& path) override;
   KorText LinkTarget(const KorText& path) override;
+  KorText AbsolutePath(const KorText& path) override;
   bool CopyAttributes(const KorText& from, OsFile& to) override;
   bool SetModified(const KorText& path, FileTime modified) override;
   bool MakeFolder(const KorText& path) override;

@@ -202,6 +202,7 @@ class AppInterface {
   bool MakeFolder(const KorText& path) { return Files().MakeFolder(path); }
   bool RemoveFolder(const KorText& path) { return Files().RemoveFolder(path); }
   KorText LinkTarget(const KorText& path) { return Files().LinkTarget(path); }
+  KorText AbsolutePath(const KorText& path) { return Files().AbsolutePath(path); }
   bool CopyAttributes(const KorText& from, OsFile& to) { return Files().CopyAttributes(from, to); }
   bool SetFileModified(const KorText& path, FileTime modified) {
     return Files().SetModified(path, modified);

@@ -91,6 +91,8 @@ class OsFiles : public OsErrors {
   // (Windows: only to one that does); the path itself when it names none. Empty when the links go round
   // in a circle.
   virtual KorText LinkTarget(const KorText& path) = 0;
+  // The path from the root on: one that isn't begins in the working folder. Neither has to exist.
+  virtual KorText AbsolutePath(const KorText& path) = 0;
   // Gives a file that this object made the permissions of another, and its owner and group where
   // the system allows it. Windows: the access list, and hidden and system. Through the open file:
   // what has taken its name meanwhile gets nothing. False when the permissions could not be set,

@@ -32,6 +32,8 @@ TEST_F(NcePosixTest, WhatIsNoPlainFileIsNoProgram) {
   for (const char* number : {"1", "2", "3", "4", "5"})
     EXPECT_EQ(link.Ask(std::string("FH ") + number),
               std::string("%% File ") + number + " not found on Host Computer\r");
+  EXPECT_EQ(link.BeginUpload("1"), "%% Unable to create file on Host Computer\r");
+  EXPECT_TRUE(fs::is_fifo(Native(u"cnc/1.MPG")));
 }
 
 // Whatever bits of it a line takes, a name must not act on the line.

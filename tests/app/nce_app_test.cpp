@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <filesystem>
+
 #include "app/nce_frame.h"
 #include "files/compressed_file.h"
 #include "tests/support/nce_link.h"
@@ -19,8 +22,9 @@ class NceAppTest : public ::testing::Test {
     link.Run();
   }
   // A whole download: all that comes until the end mark or an empty answer.
-  std::string Fetch(std::string_view request) {
-    std::string all = link.Ask(request), answer = all;
+  std::string Fetch(std::string_view request) { return FetchRest(link.Ask(request)); }
+  std::string FetchRest(std::string all) {
+    std::string answer = all;
     for (int i = 0; i < 10000 && !answer.empty() && !answer.ends_with("]\r"); ++i) {
       answer = link.Ask(">");
       all += answer;
@@ -51,6 +55,51 @@ TEST_F(NceAppTest, EveryByteTravelsUnchangedInALineLongerThanTheTransmitBuffer) 
   link.PutProgram(u"1.MPG", line + u"\nEND\n");
   link.Start();
   EXPECT_EQ(Fetch("FH 1"), kStart1 + MakeFrame(line.ToBytes() + "!") + MakeFrame("END!") + "]\r");
+}
+
+TEST_F(NceAppTest, ADownloadIsCountedFromItsStartToTheFilesSize) {
+  link.PutProgram(u"1.MPG", KorText(120, u'X') + u"\r\n" + KorText(120, u'Y') + u"\r\nZ\r\n");
+  link.Start();
+  for (const std::int64_t sent : {0, 123, 246, 247}) {
+    SCOPED_TRACE(sent);
+    link.Ask(sent == 0 ? "FH 1" : ">");
+    if (sent == 0) link.Ask(">");
+    link.After(0.2);
+    EXPECT_EQ(link.form.last.bytes, sent);
+    EXPECT_EQ(link.form.last.count, sent);
+    EXPECT_EQ(link.form.last.range, 247);
+  }
+  EXPECT_EQ(link.Code(), 18);
+  link.Ask("FH 1");
+  link.After(0.2);
+  EXPECT_EQ(link.form.last.bytes + link.form.last.count, 0) << "of the one before";
+}
+
+TEST_F(NceAppTest, FeaturesChangedInADownloadTakeEffectWithTheNextOne) {
+  for (const char16_t* name : {u"1", u"2", u"3", u"37304", u"37305", u"37306"})
+    link.PutProgram(KorText(name) + u".MPG", KorText(name) + u"\n");
+  const struct {
+    SpecialFeatures before, after; // autoload, strip PC, strip NCE, hybrid
+    const char* request;
+    std::size_t frames;
+  } cases[] = {{{}, {1, 0, 1, 0}, "FH 1", 1},
+               {{1, 0, 0, 1}, {1, 0, 0, 0}, "FH 3730405", 2},
+               {{1, 0, 0, 0}, {1, 0, 0, 1}, "FH 1", 3}};
+  link.Start();
+  for (const auto& [before, after, request, frames] : cases) {
+    for (std::size_t acknowledged = 0; acknowledged < 3; ++acknowledged) {
+      Features(before);
+      const std::string whole = Fetch(request);
+      EXPECT_EQ(std::ranges::count(whole, '!'), frames);
+      std::string all = link.Ask(request);
+      for (std::size_t n = 0; n < acknowledged; ++n)
+        all += link.Ask(">");
+      Features(after);
+      EXPECT_EQ(link.link->Features().hybridNumber, after.hybridNumber);
+      EXPECT_EQ(FetchRest(all), whole) << request << " after " << acknowledged;
+      EXPECT_NE(Fetch(request), whole) << request;
+    }
+  }
 }
 
 TEST_F(NceAppTest, SendsWhatACompressedProgramHolds) {
@@ -257,6 +306,46 @@ TEST_F(NceAppTest, StoresAnUploadUnderTheLastRequestedNumber) {
   EXPECT_EQ(link.Code(), 19);
   EXPECT_EQ(link.app.Content(link.Folder() + u"0000123.MPG"), u"G90\nX10\n");
   EXPECT_EQ(link.Line(), u"Upload Completed " + link.Folder() + u"0000123.MPG - 8 bytes in file.");
+  EXPECT_EQ(link.form.jobs.back().note, u"");
+  EXPECT_EQ(link.Ask("0A~end!!00"), "END\r"); // a request again: nothing is left of the upload
+}
+
+TEST_F(NceAppTest, AnUploadWithoutANumberIsToldOf) {
+  link.Start();
+  link.Ask("TH 7");
+  EXPECT_TRUE(link.form.last.note.StartsWith(u"No number was asked for: this upload is stored as "
+                                             u"\".MPG\"."));
+  EXPECT_EQ(link.Ask("04AB!C7"), ">\r");
+  EXPECT_EQ(link.Ask("]"), ">\r");
+  EXPECT_EQ(link.form.jobs.back().note, link.form.last.note);
+  EXPECT_NE(link.form.last.note, u"");
+  link.BeginUpload("7");
+  EXPECT_EQ(link.form.last.note, u"");
+  EXPECT_EQ(link.form.messages.size(), 0u);
+}
+
+// The console and the window say so; a byte that comes all the same takes it back.
+TEST_F(NceAppTest, AnUploadThatStandsForAMinuteIsToldOf) {
+  for (const bool byHand : {false, true}) {
+    NceLink fresh;
+    fresh.Start();
+    if (byHand)
+      fresh.link->ReceiveFile(fresh.Folder() + u"1.MPG"), fresh.Run();
+    else
+      fresh.BeginUpload("1");
+    for (int round = 0; round < 2; ++round) {
+      fresh.After(59);
+      EXPECT_EQ(fresh.form.last.note, u"");
+      fresh.After(2);
+      EXPECT_TRUE(fresh.form.last.note.StartsWith(u"Nothing has come for a minute"));
+      EXPECT_TRUE(fresh.form.last.note.EndsWith(u": cancel"));
+      EXPECT_EQ(fresh.Ask("04AB!C7"), ">\r");
+      EXPECT_EQ(fresh.form.last.note, u"");
+    }
+    fresh.link->CancelExchange(), fresh.Run();
+    fresh.After(120);
+    EXPECT_EQ(fresh.form.last.note, u"");
+  }
 }
 
 TEST_F(NceAppTest, ADiskThatFailsLeavesTheOlderProgramAndNothingElse) {
@@ -298,6 +387,19 @@ const std::pair<const char*, std::function<void(NceLink&)>> kUploadEnds[] = {
        EXPECT_EQ(of.Ask("00 Y200!55"), "<\r");
      }},
     {"cancelled", [](NceLink& of) { of.link->CancelExchange(), of.Run(); }},
+    {"refused at its start",
+     [](NceLink& of) {
+       of.link->CancelExchange(), of.Run();
+       of.app.RefuseOpening(u"cnc/", true); // as when the folder is away
+       EXPECT_EQ(of.Ask("TH 1"), "%% Unable to create file on Host Computer\r");
+       of.app.ClearFaults();
+     }},
+    {"an end mark in the text of a line",
+     [](NceLink& of) {
+       EXPECT_EQ(of.Ask("0C(POS[1])!G1!00"), ">\r");
+       EXPECT_TRUE(of.form.jobs.back().note.StartsWith(u"Stored only up to a \"]\""));
+       EXPECT_EQ(of.form.last.note, of.form.jobs.back().note);
+     }},
     {"completed by hand",
      [](NceLink& of) {
        of.link->CancelExchange(), of.Run();
@@ -310,6 +412,10 @@ const struct {
   std::string_view end, reply; // what ends the rest, and what is answered
 } kRestEnds[] = {
     {"06]", "<\r"},
+    {"01]5D", "<\r"},
+    {"FH P]", "%% File P] not found on Host Computer\r"},
+    {"TH ", "Upload from NCE  in progress. &TH 0000001\r"},
+    {"ABC~endDEF", "END\r"},
     {"XYZ", "ABCDEFGHIJKLMNOPQRSTUVWXYZ\r"},
     {"~", "UDL>\r"},
     {"~end", "END\r"},
@@ -328,15 +434,16 @@ TEST_F(NceAppTest, TheRestOfAnUploadThatEndedHereIsNoRequest) {
       fresh.Ask("08G90!X10!17");
       fail(fresh);
       const std::int32_t code = fresh.Code();
-      for (const char* rest : {"0A(DEPTH 5)!3B", "(WIDTH 5)#3B", "TH 5)!3B", "FH x", "0AFH 1!]!00",
-                               "ab]!00", "08DH!XYZ!00", "0A~end!!00", "04G9>!00", "abc"})
+      EXPECT_EQ(fresh.Ask("3B"), "%% Message not recognised by HOST\r"); // of a torn line
+      for (const char* rest : {"0A(DEPTH 5)!3B", "TH 5)!3B", "0AFH 1!]!00", "ab]!00", "08DH!XYZ!00",
+                               "0A~end!!00", "04G9>!00"})
         EXPECT_EQ(fresh.Ask(rest), "<\r") << what << ": " << rest;
       EXPECT_EQ(fresh.Ask(">"), code == 19 ? "UDL>\r" : ">\r");
       EXPECT_EQ(fresh.Ask("<"), "");
       EXPECT_EQ(fresh.Code(), code) << what;
       EXPECT_EQ(fresh.Ask(end), reply) << what;
-      if (end == "06]") {
-        EXPECT_EQ(fresh.Ask("0A"), "%% Message not recognised by HOST\r");
+      if (end != "TH " && !reply.starts_with("Upload")) {
+        EXPECT_EQ(fresh.Ask("0C(~)!00"), "UDL>\r") << what << ": " << end;
       }
       EXPECT_EQ(fresh.app.Content(fresh.Folder() + u"0000001.MPG"),
                 code == 19 ? u"G90\nX10\n" : u"old\n");
@@ -383,7 +490,7 @@ TEST_F(NceAppTest, WhatEndsADownloadIsAnsweredAndLetsGoOfItsMemory) {
 
 TEST_F(NceAppTest, PagesThroughTheDirectory) {
   for (const char16_t* name : {u"3730417.MPG", u"20.MPG", u"101.MPG", u"other.TXT"})
-    link.PutProgram(name, u"A\n");
+    link.PutProgram(name, u"A"); // one byte is a program, none isn't
   link.PutProgram(u"empty.MPG", u"");
   link.PutProgram(u"folder.MPG/x", u"A\n");
   link.Start();
@@ -417,6 +524,9 @@ TEST_F(NceAppTest, WaitsTheTransmitDelayAndStartsTheNewestRequestOnce) {
   EXPECT_EQ(link.After(2.9), "");
   EXPECT_EQ(link.After(0.2), "&LP 000000002\r");
   EXPECT_EQ(link.After(10), "");
+  link.BeginUpload("2"); // takes the place of the request before it
+  EXPECT_EQ(link.After(10), "");
+  EXPECT_EQ(link.Code(), 13);
 }
 
 TEST_F(NceAppTest, SimulationAcknowledgesItsOwnFrames) {
@@ -438,6 +548,11 @@ TEST_F(NceAppTest, SpecialFeaturesFollowTheRulesOfTheirDialog) {
     values += form.Find(key)->value;
   EXPECT_EQ(values, u"1010");
   EXPECT_EQ(form.Find(u"hybrid")->group, u"Autoload Options");
+  form.Find(u"strip-pc")->value = u"1";
+  form.Find(u"strip-nce")->value = u"0";
+  link.link->AcceptSpecialForm(form);
+  EXPECT_EQ(link.link->Features().stripPcZeros, 1);
+  EXPECT_EQ(link.link->Features().stripNceZeros, 0);
   link.link->SetFeatures({});
   const auto enabled = [&](const char16_t* autoload, const char16_t* hybrid) {
     form.Find(u"autoload")->value = autoload;
@@ -452,15 +567,48 @@ TEST_F(NceAppTest, SpecialFeaturesFollowTheRulesOfTheirDialog) {
 }
 
 TEST_F(NceAppTest, AFileSentByHandGoesOutInFrames) {
-  link.app.Put(link.app.Path(u"elsewhere/part.NC"), u"G90\nX10\n");
+  const KorText path = link.app.Path(u"elsewhere/2.NC");
+  const std::string full(98, 'G'), last(120, 'X');
+  link.app.Put(path, KorText::FromBytes(full + "\n" + last + "\r\n"));
+  link.app.Put(link.app.Path(u"elsewhere/3.NC"), u"no autoload by hand\n");
   link.Start();
-  link.link->SendFile(link.app.Path(u"elsewhere/part.NC"));
+  Features({1, 0, 0, 0});
+  link.Ask("FH 2");
+  link.form.chosen = path;
+  link.link->ChooseDownloadFile();
   link.Run();
   EXPECT_EQ(link.Code(), 12);
-  EXPECT_EQ(link.Ask(">"), "08G90!X10!17\r]\r");
+  EXPECT_EQ(link.form.title, u"NCE  " + path);
+  EXPECT_EQ(link.Ask(">"), MakeFrame(full + "!" + last + "!") + "]\r");
   EXPECT_EQ(link.Code(), 18);
   EXPECT_EQ(link.link->Settings().fileExtension, u"NC");
   EXPECT_EQ(link.link->Settings().downloadPath, link.app.Path(u"elsewhere/"));
+}
+
+TEST_F(NceAppTest, AFileSentByHandNamesItsWholeFolderAndItsExtensionIfItHasOne) {
+  const std::filesystem::path root(link.Folder().ToUtf8());
+  const auto relative = std::filesystem::relative(root, std::filesystem::current_path());
+  link.PutProgram(u"sub.d/2", u"A\n");
+  link.Start();
+  link.link->SendFile(KorText::FromUtf8((relative / "sub.d/2").generic_string()));
+  link.Run();
+  const KorText folder = link.link->Settings().downloadPath;
+  EXPECT_TRUE(std::filesystem::path(folder.ToUtf8()).is_absolute()) << folder.ToUtf8();
+  EXPECT_EQ(link.app.Content(folder + u"2"), u"A\n");
+  EXPECT_EQ(link.link->Settings().fileExtension, u"MPG");
+}
+
+TEST_F(NceAppTest, AnUnknownLineBreaksASendingByHandOff) {
+  for (const auto& [line, reply] :
+       {std::pair("nonsense", ""), std::pair("0C(DEPTH 5)!00", "<\r")}) {
+    link.PutProgram(u"1.MPG", u"A\n");
+    link.Start();
+    link.BeginUpload("1");
+    link.link->CancelExchange(), link.Run();
+    link.link->SendFile(link.Folder() + u"1.MPG"), link.Run();
+    EXPECT_EQ(link.Ask(line), reply);
+    EXPECT_EQ(link.Code(), 14);
+  }
 }
 
 } // namespace

@@ -100,11 +100,17 @@ TEST_F(ConsoleTest, PipedItWritesALineForEachChangeOfStatus) {
   console.ShowStatus(View(12, u"Downloading N - 5 of 9 bytes sent."));
   console.ShowStatus(View(9, u"Download could not open/read from A"));
   console.ShowStatus(View(9, u"Download could not open/read from B"));
+  StatusView noted = View(13, u"Uploading A - 0 bytes received.");
+  noted.note = u"It stands.";
+  for (int i = 0; i < 2; ++i)
+    console.ShowStatus(noted);
   console.Flush(kStarved);
   EXPECT_EQ(terminal.output, "13:05:09 1 Waiting...\n"
                              "13:05:09 12 Downloading N - 0 of 9 bytes sent.\n"
                              "13:05:09 9 Download could not open/read from A\n"
-                             "13:05:09 9 Download could not open/read from B\n");
+                             "13:05:09 9 Download could not open/read from B\n"
+                             "13:05:09 13 Uploading A - 0 bytes received.\n"
+                             "13:05:09 It stands.\n");
   console.ShowMessage(u"Open Comm", u"COM1\nNo such device", MessageStyle::Information);
   console.Flush(kStarved);
   EXPECT_EQ(terminal.errors, "Open Comm: COM1: No such device\n");
@@ -155,6 +161,8 @@ TEST_F(ConsoleTest, ASettingAnswersWhatIsNowSetOrWhatIsAccepted) {
       {"set log-file " + folder, "accepted: a file in a folder that exists\n"},
       {"special hybrid on", "hybrid needs autoload; first: special autoload on\n"},
       {"special autoload on\nspecial hybrid on", "hybrid           on\n"},
+      {"special strip-pc on",
+       "strip-pc plays no part while autoload and hybrid are on; first: special hybrid off\n"},
       {"special autoload off", "autoload         off\n"}, // hybrid keeps its mark
       {"special hybrid off", "hybrid           off\n"},
   };
@@ -174,6 +182,10 @@ TEST_F(ConsoleTest, AControllersDownloadIsCancelledBeforeAnotherIsSent) {
             "Send NC File: End the running transfer first (\"cancel\") or wait for its end: "
             "Preparing 1\n");
   EXPECT_NE(output.find("status 16 Download Cancelled 1\n"), std::string::npos) << output;
+  fromController.clear();
+  Run("cancel\ncomplete\n");
+  EXPECT_EQ(errors, "Cancel Transfer: No transfer is running.\n"
+                    "Upload End: Nothing is being received.\n");
 }
 
 TEST_F(ConsoleTest, ALiveTerminalKeepsTheStatusBelowTheText) {
@@ -312,16 +324,16 @@ TEST_F(ConsoleTest, EndedJobsScrollPastWithTheirTimeAndFailuresAreRed) {
     ConsoleFrontEnd console(terminal);
     console.ShowEndedJob({LinkStatus::DownloadCompleted, u"Download Completed /n/7.MPG - 9 bytes",
                           u"/n/7.MPG", App().LocalTime()});
-    console.ShowEndedJob(
-        {LinkStatus::UploadErrors, u"Upload Error(s) /n/8.MPG", u"/n/8.MPG", App().LocalTime()});
+    console.ShowEndedJob({LinkStatus::UploadErrors, u"Upload Error(s) /n/8.MPG", u"/n/8.MPG",
+                          App().LocalTime(), u"Send it again."});
     console.ShowStatus(View(0, u"No Link"));
     console.ShowMessage(u"Open Comm", u"COM1", MessageStyle::Information);
     console.Flush(kStarved);
     const std::string red = colours ? "\x1b[31m" : "", plain = colours ? "\x1b[0m" : "";
     EXPECT_TRUE(terminal->output.starts_with(
         "21/11/2026\n13:05:09 7.MPG Download Completed - 9 bytes  /n/\n" + red +
-        "13:05:09 8.MPG Upload Error(s)  /n/" + plain + "\n" + red + "13:05:09 No Link" + plain +
-        "\n"))
+        "13:05:09 8.MPG Upload Error(s)  /n/" + plain + "\n" + red + "Send it again." + plain +
+        "\n" + red + "13:05:09 No Link" + plain + "\n"))
         << terminal->output;
     EXPECT_EQ(terminal->errors, red + "13:05:09 Open Comm: COM1" + plain + "\n");
   }

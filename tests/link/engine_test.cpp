@@ -171,6 +171,9 @@ TEST_F(EngineTest, ServesAgainWhenALostDeviceIsBack) {
   EXPECT_EQ(link.form.messages.size(), 2u);
   EXPECT_EQ(link.form.title, u"NCE - No Link");
   link.port.SetPresent(true);
+  link.port.Fail("SetControlBlock", 1); // it answers, but isn't ready yet
+  link.After(1.0);
+  EXPECT_EQ(link.Code(), 0);
   link.After(1.0);
   EXPECT_EQ(link.Code(), 1);
   link.port.SetPresent(
@@ -291,7 +294,8 @@ TEST_F(EngineTest, TheRoleDecidesWhatServingBeginsWith) {
 
 TEST_F(EngineTest, AManualReceiveThatCantBeStoredSaysSoAndLeavesTheButtons) {
   link.Start();
-  link.link->ReceiveFile(link.app.Path(u"cnc")); // a folder
+  link.form.chosen = link.app.Path(u"cnc"); // a folder
+  link.link->ChooseUploadFile();
   link.Run();
   EXPECT_EQ(link.form.Codes().back(), 10);
   EXPECT_EQ(link.Line(), u"Upload could not open/write to " + link.app.Path(u"cnc"));
@@ -655,7 +659,7 @@ TEST_F(EngineTest, AnOverrunIsShownAndLoggedBeforeTheNextReadClearsIt) {
   EXPECT_EQ(link.Code(), 1);
   EXPECT_TRUE(link.app.Content(jobs)->EndsWith(u" Over Run Error! Data loss has occurred!\r\n"));
   EXPECT_EQ(link.app.Names(link.Folder()), std::vector<KorText>());
-  EXPECT_EQ(link.Send("\rXYZ\r"), "<\rABCDEFGHIJKLMNOPQRSTUVWXYZ\r");
+  EXPECT_EQ(link.Send("!00\rXYZ\r"), "<\rABCDEFGHIJKLMNOPQRSTUVWXYZ\r");
 }
 
 TEST_F(EngineTest, TheJobLogBringsTheJobsOfTheDayBack) {
@@ -675,7 +679,7 @@ TEST_F(EngineTest, TheJobLogBringsTheJobsOfTheDayBack) {
   EXPECT_EQ(read[0].code, LinkStatus::DownloadCompleted);
   EXPECT_EQ(read[0].fileName, u"/cnc/a - b.MPG");
   EXPECT_EQ(read[0].line, u"Download Completed /cnc/a - b.MPG - 42 bytes");
-  EXPECT_EQ(read[0].time.second, now.second);
+  EXPECT_EQ(App().FormatTime(read[0].time), App().FormatTime(now));
   EXPECT_EQ(read[1].code, LinkStatus::DownloadErrors);
   EXPECT_EQ(read[1].fileName, u"/cnc/Upload Cancelled.MPG");
 }
@@ -1093,6 +1097,20 @@ TEST_F(PlainEngineTest, SendsAFileAsItIsInChunksWithTheCharacterDelayBetween) {
     EXPECT_EQ(link.port.TakeWritten().size(), sent);
     link.app.Advance(0.5);
   }
+}
+
+TEST_F(PlainEngineTest, ItsCaptionStandsUntilThePortIsOpened) {
+  struct Plain : DownloadApp {
+    Plain() = default;
+    explicit Plain(const EngineServices& lent) : DownloadApp(lent, u"PLAIN") {}
+    using DownloadApp::helpFile;
+    using DownloadApp::windowCaption;
+  };
+  EXPECT_EQ(Plain().windowCaption, u"Download Application (1)");
+  link.form.title.Clear();
+  const Plain plain(link.Services());
+  EXPECT_EQ(link.form.title, u"Download Application (2)");
+  EXPECT_EQ(plain.helpFile, u"comshelp.hlp");
 }
 
 TEST_F(PlainEngineTest, ABaudTextThatIsNoNumberSendsNothing) {

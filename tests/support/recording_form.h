@@ -28,7 +28,7 @@ class RecordingForm : public FormDialog {
   void SetJobButtons(JobButtons state) override { buttons = state; }
   void ShowSpecialButton() override { specialShown = true; }
   bool RunForm(FormDescription&) override { return false; }
-  std::optional<KorText> ChooseFile(const FileChoice&) override { return std::nullopt; }
+  std::optional<KorText> ChooseFile(const FileChoice&) override { return chosen; }
   void ShowMessage(const KorText& caption, const KorText& text, MessageStyle style) override {
     messages.push_back({caption, text, style});
   }
@@ -62,6 +62,7 @@ class RecordingForm : public FormDialog {
     return codes;
   }
 
+  std::optional<KorText> chosen; // what the user chooses in every chooser
   std::vector<StatusView> statuses;
   StatusView last;
   std::vector<EndedJob> jobs;

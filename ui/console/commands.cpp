@@ -64,7 +64,8 @@ std::optional<bool> Commands::Switch(const KorText& command, const KorText& argu
 void Commands::Status(const KorText&) {
   const StatusView view = app.CurrentStatus();
   console.Print(KorText::Format(u"status %i %s", NumberOf(view.code), view.line));
-  if (!view.reason.IsEmpty()) console.Print(view.reason);
+  for (const KorText& text : {view.reason, view.note})
+    if (!text.IsEmpty()) console.Print(text);
   for (const KorText& text : LineErrorTexts(app.CurrentLineErrors()))
     console.Print(text);
 }
@@ -182,8 +183,12 @@ void Commands::Special(const KorText& argument) {
   if (!on) return;
   // A box that the form has disabled keeps a mark that it has, but gets none.
   form.updateEnabled(form.fields);
-  if (*on && !field->enabled && field->key == u"hybrid") {
-    console.Print(LookUpText(15475, u"hybrid needs autoload; first: special autoload on"));
+  if (*on && !field->enabled) {
+    console.Print(field->key == u"hybrid"
+                      ? LookUpText(15475, u"hybrid needs autoload; first: special autoload on")
+                      : LookUpText(15449,
+                                   u"strip-pc plays no part while autoload and hybrid are on; "
+                                   u"first: special hybrid off"));
     return;
   }
   field->value = *on ? u"1" : u"0";

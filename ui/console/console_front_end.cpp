@@ -306,6 +306,7 @@ void ConsoleFrontEnd::ShowStatus(const StatusView& view) {
   const bool isBack =
       hasStatus && shown.code == LinkStatus::NoLink && view.code == LinkStatus::Waiting;
   const bool hasNewReason = view.reason != shown.reason && !view.reason.IsEmpty();
+  const bool hasNote = !view.note.IsEmpty() && (isNew || view.note != shown.note);
   shown = view;
   hasStatus = true;
   meter.Update(view, App().HighResolutionSeconds());
@@ -313,8 +314,10 @@ void ConsoleFrontEnd::ShowStatus(const StatusView& view) {
   if (!interactive) {
     if (isNew) Print(KorText::Format(u"%s %i %s", ClockText(), NumberOf(view.code), view.line));
     if (hasNewReason) Print(KorText::Format(u"%s %s", ClockText(), view.reason));
+    if (hasNote) Print(KorText::Format(u"%s %s", ClockText(), view.note));
     return;
   }
+  if (hasNote && !EndsJob(view.code)) PrintAlert(PrintableText(ClockText() + u" " + view.note));
   const std::string line = PrintableText(KorText::Format(u"%s %s", ClockText(), view.line));
   if (isLost)
     PrintAlert(line);
@@ -346,6 +349,7 @@ void ConsoleFrontEnd::ShowEndedJob(const EndedJob& job) {
     PrintAlert(line);
   else
     PrintLine(line);
+  if (!job.note.IsEmpty()) PrintAlert(PrintableText(job.note));
 }
 
 void ConsoleFrontEnd::SetMonitorOn(bool on) {

@@ -12,13 +12,14 @@ namespace {
 constexpr int kLeastColumns = 30;
 constexpr int kLeastLines = 5;
 
-// "✓  13:05:12   0000123.MPG   Download Completed - 500 bytes"
+// "✓  13:05:12   0000123.MPG   Download Completed - 500 bytes", and what else there is to know
 KorText JobText(const EndedJob& job) {
-  const bool done = ActivityOf(job.code) == LinkActivity::Done;
+  const bool done = ActivityOf(job.code) == LinkActivity::Done && job.note.IsEmpty();
   const StatusWords apart = TakeApart(job.line, job.fileName);
   const KorText name = apart.name.IsEmpty() ? KorText() : apart.name + u"   ";
-  return KorText::Format(u"%s  %02i:%02i:%02i   %s%s", done ? u"\u2713" : u"\u2717", job.time.hour,
-                         job.time.minute, job.time.second, name, apart.words);
+  const KorText note = job.note.IsEmpty() ? KorText() : u"   " + job.note;
+  return KorText::Format(u"%s  %02i:%02i:%02i   %s%s%s", done ? u"\u2713" : u"\u2717",
+                         job.time.hour, job.time.minute, job.time.second, name, apart.words, note);
 }
 
 bool SameDay(const SystemTime& a, const SystemTime& b) {

@@ -335,12 +335,13 @@ void MainWindow::ShowProgress(const StatusView& view) {
 
 // Below the state, so that somebody without the handbook knows what to look at.
 void MainWindow::ShowAdvice(const StatusView& view) {
-  const bool wanted = view.activity == LinkActivity::NoLink && linkAdvice;
-  const bool sameNow = wanted == advice->IsShown();
+  const bool noLink = view.activity == LinkActivity::NoLink && linkAdvice;
+  const bool wanted = noLink || !view.note.IsEmpty();
+  const bool sameNow = wanted == advice->IsShown() && shown && view.note == shown->note;
   const double now = App().HighResolutionSeconds();
   if (sameNow && (!wanted || now < nextAdvice)) return;
   nextAdvice = now + kAdvicePeriod;
-  const KorText words = wanted ? linkAdvice() : KorText();
+  const KorText words = noLink ? linkAdvice() : view.note;
   if (sameNow && words == advised) return;
   advised = words;
   const int room =
