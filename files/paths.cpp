@@ -41,15 +41,22 @@ std::size_t CommonFolders(std::u16string_view path, std::u16string_view base) {
   return common;
 }
 
+bool IsRelative(const KorText& path) {
+  return GetPathRoot(path).IsEmpty() && !path.StartsWith(u"/");
+}
+
 std::optional<KorText> ClimbTo(const KorText& path, const KorText& base) {
   if (!GetPathRoot(path).EqualsNoCase(GetPathRoot(base))) return std::nullopt;
   const KorText from = base + u"/";
   const std::size_t common = CommonFolders(path, from);
-  // A path without a root of its own has nothing in common with any folder.
-  if (common == 0) return std::nullopt;
+  // Two relative paths start in the same folder, whichever that is.
+  const bool haveStart = IsRelative(path) && IsRelative(base) && !base.IsEmpty();
+  if (common == 0 && !haveStart) return std::nullopt;
   KorText climbed;
-  for (std::size_t i = common; i < from.Length(); ++i)
-    if (from[i] == u'/') climbed += u"../";
+  for (const KorText& folder : Split(from.Mid(common), u'/')) {
+    if (folder == u"..") return std::nullopt; // nobody knows what to come back to
+    if (!folder.IsEmpty() && folder != u".") climbed += u"../";
+  }
   return climbed + path.Mid(common);
 }
 
@@ -110,9 +117,12 @@ KorText RelToAbsPath(const KorText& path, OptionalPath base, OptionalPath) {
   while (rest.StartsWith(u"../")) {
     rest.Remove(0, 3);
     const std::size_t cut = folder.FindLast(u'/');
-    if (cut != KorText::kNone && cut >= GetPathRoot(folder).Length()) folder = folder.Left(cut);
+    if (cut != KorText::kNone && cut >= GetPathRoot(folder).Length())
+      folder = folder.Left(cut);
+    else if (IsRelative(folder))
+      folder.Clear();
   }
-  return folder + u"/" + rest;
+  return folder.IsEmpty() && IsRelative(given) ? rest : folder + u"/" + rest;
 }
 
 KorText MakeValidFileName(const KorText& name) {

@@ -59,6 +59,10 @@ TEST_F(PathsTest, AbsoluteToRelative) {
       {u"//other/share/x", u"//server/share", kNone, true, u"//other/share/x"},
       {u"/srv/jobs/x", u"/srv/other", kNone, true, u"../jobs/x"},
       {u"x.nc", u"/srv", kNone, true, u"x.nc"},
+      {u"Other/x", u"Jobs/A", kNone, true, u"../../Other/x"},
+      {u"Jobs/B/x", u"Jobs/A", kNone, true, u"../B/x"},
+      {u"x", u"", kNone, true, u"x"},
+      {u"Other/x", u"../Jobs", kNone, true, u"Other/x"}, // what to climb to is not known
       // a root folder
       {u"C:/Data/Jobs/x", kNone, u"c:\\data", false, u"Jobs/x"},
       {u"C:/Data/x", u"C:/Data/Jobs", u"C:/Data/", false, u"x"},
@@ -84,6 +88,7 @@ TEST_F(PathsTest, RelativeToAbsolute) {
       {u"../../../x", u"C:/Jobs/A", u"C:/x"}, // no folder above the root
       {u"../../x", u"//server/share", u"//server/x"},
       {u"../../x", u"/srv/jobs", u"/x"},
+      {u"../../Other/x", u"Jobs/A", u"Other/x"},
       {u".hidden/x", u"C:/Jobs", u"C:/Jobs/.hidden/x"},
       {u"/x/y", u"C:/Jobs", u"C:/x/y"},
       {u"/x/y", u"\\\\server\\share", u"//server/x/y"},
