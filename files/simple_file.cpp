@@ -130,9 +130,8 @@ bool SimpleFile::OpenStandIn(const KorText& path, bool temporary, std::uint32_t 
 
 bool SimpleFile::OpenWorkingFile(std::uint32_t mode, bool wait) {
   if (!wait) return OpenOnce(mode, false);
-  // Another process may have created the file and not written it yet. For update an empty file is
-  // as good as any.
-  const bool refuseEmpty = HasBits(mode, kFileRead) && !IsUpdate(mode);
+  // Another process may have created the file and not written it yet.
+  const bool refuseEmpty = HasBits(mode, kFileRead);
   const std::uint32_t start = App().TickCount();
   while (!OpenOnce(mode, refuseEmpty)) {
     App().SleepMilliseconds(kWaitStep);

@@ -53,8 +53,8 @@ class SimpleFile {
 
   // False when already open, when the name is empty, when the mode is 0, or when it fails; the result
   // code tells why a compressed file could not be read. With the wait flag it tries for 5 s, and an
-  // empty file opened for reading counts as not there yet: another process may have created it and
-  // not written it so far.
+  // empty file opened for reading, or for update, counts as not there yet: another process may have
+  // created it and not written it so far.
   // Compressed: a compressed file is inflated (a plain one is read as it is), a written one is
   // compressed over the target by Close, which is when the older target is replaced. Not for update
   // or appending. A compressed file is read from memory, a very large one from a temporary file. In

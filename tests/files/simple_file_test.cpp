@@ -40,7 +40,8 @@ TEST(SimpleFileWait, AnEmptyOrMissingFileMayFillForFiveSeconds) {
       {"empty", true, kFileRead, true, false, 50},
       {"written meanwhile", false, kFileRead | kFileText, true, true, 3, write},
       {"the clock goes back", true, kFileRead, true, false, 1, jump},
-      {"empty for update", true, kFileRead | kFileWrite, true, true, 0},
+      {"empty for update", true, kFileRead | kFileWrite, true, false, 50},
+      {"empty for writing", true, kFileWrite, true, true, 0},
       {"empty without the flag", true, kFileRead, false, true, 0},
   };
   for (const auto& c : cases) {
@@ -360,6 +361,25 @@ TEST_F(SimpleFileTest, VeryLargeContentsAreReadFromATemporaryFile) {
   EXPECT_FALSE(file.Open(kFileRead, false, true, &result));
   EXPECT_EQ(result, FileResult::DestinationUnwritable);
   EXPECT_EQ(Leftovers(), std::vector<KorText>{u"f"});
+}
+
+TEST_F(SimpleFileTest, ACompressedFileTakesItsTargetsPlaceOnlyWhenItIsWhole) {
+  const KorText path = app.Path(u"work/f");
+  for (const bool existed : {false, true}) {
+    for (const bool isFull : {false, true}) {
+      app.Put(path, u"older");
+      if (!existed) app.RemoveFile(path);
+      SimpleFile file(path);
+      ASSERT_TRUE(file.Open(kFileWrite, false, true));
+      EXPECT_TRUE(file.WriteText(u"newer"));
+      if (isFull) app.LimitWrites(0);
+      EXPECT_EQ(file.Close(), !isFull);
+      app.ClearFaults();
+      EXPECT_EQ(IsCompressedFile(path), !isFull);
+      EXPECT_EQ(app.Content(path) == u"older", existed && isFull);
+      EXPECT_EQ(Leftovers().size(), existed || !isFull ? 1u : 0u);
+    }
+  }
 }
 
 TEST_F(SimpleFileTest, CompressedOpenTellsPlainFromDamaged) {
