@@ -2,9 +2,12 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <poll.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/statfs.h>
+#include <sys/sysmacros.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -13,6 +16,8 @@
 #include <climits>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
+#include <string>
 #include <utility>
 
 #include "platform/posix/file_time_posix.h"
@@ -251,6 +256,37 @@ std::string ReadLink(const std::string& path) {
   return length > 0 ? std::string(target.data(), static_cast<std::size_t>(length)) : std::string();
 }
 
+// Unknown: the device decides.
+DriveType TypeOfFileSystem(std::uint32_t type) {
+  switch (type) {
+  case NFS_SUPER_MAGIC:
+  case SMB_SUPER_MAGIC:
+  case CIFS_SUPER_MAGIC:
+  case SMB2_SUPER_MAGIC:
+  case V9FS_MAGIC:
+  case AFS_SUPER_MAGIC:
+  case CODA_SUPER_MAGIC:
+    return DriveType::Remote;
+  case TMPFS_MAGIC:
+  case RAMFS_MAGIC:
+    return DriveType::RamDisk;
+  case ISOFS_SUPER_MAGIC:
+  case UDF_SUPER_MAGIC:
+    return DriveType::CdRom;
+  default:
+    return DriveType::Unknown;
+  }
+}
+
+// A partition's folder lies in that of its disk.
+bool IsRemovable(dev_t device) {
+  const std::string folder = "/sys/dev/block/" + std::to_string(gnu_dev_major(device)) + ":" +
+                             std::to_string(gnu_dev_minor(device));
+  for (const char* const place : {"/removable", "/../removable"})
+    if (char answer = '0'; std::ifstream(folder + place).get(answer)) return answer == '1';
+  return false;
+}
+
 // An access list says more than the mode, whose group bits then are its mask.
 bool CopyPermissions(const std::string& from, int to, mode_t mode) {
   constexpr const char* kAccessList = "system.posix_acl_access";
@@ -392,10 +428,44 @@ bool PosixFiles::CopyAttributes(const KorText& from, OsFile& to) {
   return CopyPermissions(native, file, status.st_mode & 0777);
 }
 
-bool PosixFiles::SetModified(const KorText& path, FileTime modified) {
+std::optional<FileTimes> PosixFiles::Times(const KorText& path) {
   std::string native;
-  const timespec times[2] = {{0, UTIME_OMIT}, ToTimespec(modified)};
-  return ToNative(path, native) && Checked(::utimensat(AT_FDCWD, native.c_str(), times, 0));
+  struct statx status {};
+  if (!ToNative(path, native) ||
+      !Checked(::statx(AT_FDCWD, native.c_str(), 0, STATX_BASIC_STATS | STATX_BTIME, &status)))
+    return std::nullopt;
+  const auto convert = [](const statx_timestamp& time) {
+    return FromTimespec({time.tv_sec, static_cast<long>(time.tv_nsec)});
+  };
+  const bool isBirthKnown = (status.stx_mask & STATX_BTIME) != 0;
+  return FileTimes{isBirthKnown ? convert(status.stx_btime) : 0, convert(status.stx_atime),
+                   convert(status.stx_mtime)};
+}
+
+bool PosixFiles::SetTimes(const KorText& path, const FileTimes& times) {
+  std::string native;
+  const auto convert = [](FileTime time) {
+    return time != 0 ? ToTimespec(time) : timespec{0, UTIME_OMIT};
+  };
+  const timespec both[2] = {convert(times.accessed), convert(times.modified)};
+  return ToNative(path, native) && Checked(::utimensat(AT_FDCWD, native.c_str(), both, 0));
+}
+
+DriveType PosixFiles::Drive(const KorText& path) {
+  std::string native;
+  struct stat status {};
+  struct statfs system {};
+  if (!ToNative(path, native) || !Checked(::stat(native.c_str(), &status)) ||
+      !Checked(::statfs(native.c_str(), &system)))
+    return DriveType::NoRoot;
+  const DriveType type = TypeOfFileSystem(static_cast<std::uint32_t>(system.f_type));
+  if (type != DriveType::Unknown) return type;
+  return IsRemovable(status.st_dev) ? DriveType::Removable : DriveType::Fixed;
+}
+
+bool PosixFiles::SetCurrentFolder(const KorText& path) {
+  std::string native;
+  return ToNative(path, native) && Checked(::chdir(native.c_str()));
 }
 
 std::optional<std::vector<FileEntry>> PosixFiles::ReadFolder(const KorText& folder,

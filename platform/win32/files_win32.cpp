@@ -411,7 +411,17 @@ bool Win32Files::CopyAttributes(const KorText& from, OsFile& to) {
   return Checked(SetFileInformationByHandle(target, FileBasicInfo, &kept, sizeof kept)) && copied;
 }
 
-bool Win32Files::SetModified(const KorText& path, FileTime modified) {
+std::optional<FileTimes> Win32Files::Times(const KorText& path) {
+  std::wstring native;
+  WIN32_FILE_ATTRIBUTE_DATA data{};
+  if (!ToNative(path, native) ||
+      !Checked(GetFileAttributesExW(native.c_str(), GetFileExInfoStandard, &data)))
+    return std::nullopt;
+  return FileTimes{ToFileTime(data.ftCreationTime), ToFileTime(data.ftLastAccessTime),
+                   ToFileTime(data.ftLastWriteTime)};
+}
+
+bool Win32Files::SetTimes(const KorText& path, const FileTimes& times) {
   std::wstring native;
   if (!ToNative(path, native)) return false;
   constexpr OpenForm kForm = {
@@ -419,8 +429,27 @@ bool Win32Files::SetModified(const KorText& path, FileTime modified) {
   const HANDLE handle = OpenNative(native, kForm, FILE_FLAG_BACKUP_SEMANTICS); // folders, too
   if (handle == INVALID_HANDLE_VALUE) return Fail(GetLastError());
   Win32File file(handle);
-  const FILETIME time = {static_cast<DWORD>(modified), static_cast<DWORD>(modified >> 32)};
-  return Checked(SetFileTime(handle, nullptr, nullptr, &time));
+  const auto convert = [](FileTime time) { // 0 leaves the time as it is
+    return FILETIME{static_cast<DWORD>(time), static_cast<DWORD>(time >> 32)};
+  };
+  const FILETIME created = convert(times.created), accessed = convert(times.accessed),
+                 modified = convert(times.modified);
+  return Checked(SetFileTime(handle, &created, &accessed, &modified));
+}
+
+DriveType Win32Files::Drive(const KorText& path) {
+  std::wstring native;
+  if (!ToNative(path, native) || GetFileAttributesW(native.c_str()) == INVALID_FILE_ATTRIBUTES)
+    return DriveType::NoRoot;
+  std::wstring root(native.size() + MAX_PATH, L'\0');
+  if (!Checked(GetVolumePathNameW(native.c_str(), root.data(), static_cast<DWORD>(root.size()))))
+    return DriveType::Unknown;
+  return static_cast<DriveType>(GetDriveTypeW(root.c_str()));
+}
+
+bool Win32Files::SetCurrentFolder(const KorText& path) {
+  std::wstring native;
+  return ToNative(path, native) && Checked(SetCurrentDirectoryW(native.c_str()));
 }
 
 std::optional<std::vector<FileEntry>> Win32Files::ReadFolder(const KorText& folder,

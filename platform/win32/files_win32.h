@@ -28,7 +28,10 @@ class Win32Files : public OsFiles {
   KorText LinkTarget(const KorText& path) override;
   KorText AbsolutePath(const KorText& path) override;
   bool CopyAttributes(const KorText& from, OsFile& to) override;
-  bool SetModified(const KorText& path, FileTime modified) override;
+  std::optional<FileTimes> Times(const KorText& path) override;
+  bool SetTimes(const KorText& path, const FileTimes& times) override;
+  DriveType Drive(const KorText& path) override;
+  bool SetCurrentFolder(const KorText& path) override;
   bool MakeFolder(const KorText& path) override;
   bool RemoveFolder(const KorText& path) override;
   bool SyncFolder(const KorText& folder) override;

@@ -205,8 +205,14 @@ class AppInterface {
   KorText AbsolutePath(const KorText& path) { return Files().AbsolutePath(path); }
   bool CopyAttributes(const KorText& from, OsFile& to) { return Files().CopyAttributes(from, to); }
   bool SetFileModified(const KorText& path, FileTime modified) {
-    return Files().SetModified(path, modified);
+    return Files().SetTimes(path, {.modified = modified});
   }
+  std::optional<FileTimes> FileTimesOf(const KorText& path) { return Files().Times(path); }
+  bool SetFileTimes(const KorText& path, const FileTimes& times) {
+    return Files().SetTimes(path, times);
+  }
+  DriveType DriveTypeOf(const KorText& path) { return Files().Drive(path); }
+  bool EnterFolder(const KorText& path) { return Files().SetCurrentFolder(path); }
   std::optional<std::vector<FileEntry>> ListFolder(const KorText& folder,
                                                    const KorText& nameEnding = {}) {
     return Files().List(folder, nameEnding);

@@ -51,7 +51,8 @@ bool OsFiles::Duplicate(const KorText& from, const KorText& to) {
   if (!copy) return false;
   CopyAttributes(from, *copy); // not every file system can
   const bool copied = CopyContent(*source, *copy) && copy->Sync();
-  if (copy->Close() && copied && SetModified(copyPath, info->modified) && Rename(copyPath, to)) {
+  if (copy->Close() && copied && SetTimes(copyPath, {.modified = info->modified}) &&
+      Rename(copyPath, to)) {
     const KorText folder = FolderOfPath(to);
     SyncFolder(folder.IsEmpty() ? KorText(u".") : folder); // the target is whole either way
     return true;

@@ -26,6 +26,24 @@ struct FileInfo {
   bool isReadOnly = false;
 };
 
+// UTC; 0: not known, or to be left as it is.
+struct FileTimes {
+  FileTime created = 0; // POSIX: can't be set
+  FileTime accessed = 0;
+  FileTime modified = 0;
+};
+
+// By the numbers that Windows gives them. Remote: on another computer.
+enum class DriveType : std::uint32_t {
+  Unknown = 0,
+  NoRoot = 1, // there is no such path
+  Removable = 2,
+  Fixed = 3,
+  Remote = 4,
+  CdRom = 5,
+  RamDisk = 6,
+};
+
 struct FileEntry {
   KorText name; // without folder
   FileInfo info;
@@ -98,8 +116,12 @@ class OsFiles : public OsErrors {
   // what has taken its name meanwhile gets nothing. False when the permissions could not be set,
   // also when there is no file to take them from.
   virtual bool CopyAttributes(const KorText& from, OsFile& to) = 0;
-  virtual bool SetModified(const KorText& path, FileTime modified) = 0;
+  virtual std::optional<FileTimes> Times(const KorText& path) = 0;
+  virtual bool SetTimes(const KorText& path, const FileTimes& times) = 0;
+  virtual DriveType Drive(const KorText& path) = 0;
 
+  // The folder that relative paths start from, of the whole process.
+  virtual bool SetCurrentFolder(const KorText& path) = 0;
   virtual bool MakeFolder(const KorText& path) = 0;   // with all missing parents; true if it exists
   virtual bool RemoveFolder(const KorText& path) = 0; // with its contents
   // Makes a directory entry change durable (POSIX: syncs the folder); true where not needed.

@@ -2,6 +2,8 @@
 // operations on to the platform's.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "tests/support/test_app.h"
 
 namespace kor {
@@ -151,6 +153,12 @@ TEST_F(PlatformFilesTest, MakesListsAndRemovesFolders) {
   EXPECT_EQ(entry.info.modified, time);
   EXPECT_TRUE(entry.info.isFile && !entry.info.isFolder && !entry.info.isReadOnly);
   EXPECT_EQ(app.FileAttributes(path)->modified, time);
+  EXPECT_TRUE(app.SetFileTimes(path, {.accessed = time - 10}));
+  EXPECT_EQ(app.FileTimesOf(path)->accessed, time - 10);
+  EXPECT_EQ(app.FileTimesOf(path)->modified, time) << "0 leaves a time as it is";
+  const FileTime created = app.FileTimesOf(path)->created;
+  EXPECT_TRUE(created == 0 || created > time) << created;
+  EXPECT_EQ(app.FileTimesOf(app.Path(u"missing")), std::nullopt);
   EXPECT_EQ(app.ListFolder(app.Path(u"data"), u" file")->size(), 1u);
   EXPECT_EQ(app.ListFolder(app.Path(u"data"), u" FILE")->size(),
             app.FileNamesIgnoreCase() ? 1u : 0u);
@@ -164,6 +172,18 @@ TEST_F(PlatformFilesTest, MakesListsAndRemovesFolders) {
   EXPECT_EQ(app.ListFolder(app.Path(u"a")), std::nullopt);
   EXPECT_EQ(app.ListFolder({}), std::nullopt);
   EXPECT_TRUE(app.SyncFolder(app.Path(u"data")));
+}
+
+TEST_F(PlatformFilesTest, EntersFoldersAndTellsWhatTheyLieOn) {
+  app.Put(path, u"x");
+  const auto before = std::filesystem::current_path();
+  EXPECT_TRUE(app.EnterFolder(app.Path(u"data")));
+  EXPECT_TRUE(app.FileExists(path.Mid(path.FindLast(u'/') + 1)));
+  EXPECT_FALSE(app.EnterFolder(app.Path(u"missing")));
+  std::filesystem::current_path(before);
+  EXPECT_EQ(app.DriveTypeOf(app.Path(u"missing")), DriveType::NoRoot);
+  EXPECT_NE(app.DriveTypeOf(path), DriveType::NoRoot);
+  EXPECT_EQ(app.DriveTypeOf(path), app.DriveTypeOf(app.Path(u"data")));
 }
 
 TEST_F(PlatformFilesTest, ReachesPathsBeyondTheOldLimit) {
