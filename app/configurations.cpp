@@ -55,6 +55,18 @@ bool ClearOtherDefaults(const std::vector<Configuration>& list, const Configurat
   });
 }
 
+bool Store(Configuration& entry) {
+  const std::vector<Configuration> list = ListConfigurations();
+  const auto old = FindFolder(list, entry.path);
+  if (entry.guid.IsEmpty()) {
+    entry.guid = old == list.end() || old->guid.IsEmpty() ? NewGuid() : old->guid;
+  }
+  entry.subKey = old == list.end() ? entry.guid : old->subKey;
+  // The mark is taken from the others last: without an entry there must not be a list without
+  // default.
+  return WriteEntry(entry) && (!entry.isDefault || ClearOtherDefaults(list, entry));
+}
+
 } // namespace
 
 bool SameFolder(const KorText& a, const KorText& b) {
@@ -89,16 +101,8 @@ std::optional<Configuration> ChooseDefault(const std::vector<Configuration>& lis
 
 std::optional<Configuration> RegisterConfiguration(Configuration entry) {
   entry.path = NormalisedFolder(entry.path);
-  const std::vector<Configuration> list = ListConfigurations();
-  const auto old = FindFolder(list, entry.path);
-  if (entry.guid.IsEmpty()) {
-    entry.guid = old == list.end() || old->guid.IsEmpty() ? NewGuid() : old->guid;
-  }
-  entry.subKey = old == list.end() ? entry.guid : old->subKey;
-  // The mark is taken from the others last: without an entry there must not be a list without default.
-  if (!WriteEntry(entry)) return std::nullopt;
-  if (entry.isDefault && !ClearOtherDefaults(list, entry)) return std::nullopt;
-  return entry;
+  const bool stored = App().ChangeRegistry([&] { return Store(entry); });
+  return stored ? std::optional(entry) : std::nullopt;
 }
 
 KorText NewGuid() {

@@ -169,7 +169,8 @@ bool RegistryFile::WriteNumber(const KorText& key, const KorText& value, std::ui
 bool RegistryFile::WriteText(const KorText& key, const KorText& value, const KorText& text) {
   const KorText folder = Folder();
   if (!app.MakeFolder(folder)) return false;
-  const FolderLock lock(folder);
+  std::optional<FolderLock> lock;
+  if (changing != std::this_thread::get_id()) lock.emplace(folder);
   std::optional<std::vector<KorText>> lines = Load();
   if (!lines) return false;
   const KorText line = Escaped(value, true) + u"=" + Escaped(text, false);
@@ -181,6 +182,16 @@ bool RegistryFile::WriteText(const KorText& key, const KorText& value, const Kor
     InsertLine(*lines, section, key, line);
   }
   return Save(*lines);
+}
+
+bool RegistryFile::Change(const std::function<bool()>& work) {
+  const KorText folder = Folder();
+  if (!app.MakeFolder(folder)) return false;
+  const FolderLock lock(folder);
+  changing = std::this_thread::get_id();
+  const bool done = work();
+  changing = std::thread::id();
+  return done;
 }
 
 std::vector<KorText> RegistryFile::SubKeys(const KorText& key) {

@@ -13,7 +13,10 @@
 // file in one step, under a lock on the settings folder; a file that can't be read is not replaced.
 #pragma once
 
+#include <atomic>
+#include <functional>
 #include <optional>
+#include <thread>
 #include <vector>
 
 #include "services/core/app_interface.h"
@@ -28,6 +31,7 @@ class RegistryFile : public OsRegistry {
   std::optional<KorText> ReadText(const KorText& key, const KorText& value) override;
   bool WriteNumber(const KorText& key, const KorText& value, std::uint32_t number) override;
   bool WriteText(const KorText& key, const KorText& value, const KorText& text) override;
+  bool Change(const std::function<bool()>& work) override;
   std::vector<KorText> SubKeys(const KorText& key) override;
 
  private:
@@ -38,6 +42,7 @@ class RegistryFile : public OsRegistry {
   bool Save(const std::vector<KorText>& lines);
 
   AppInterface& app;
+  std::atomic<std::thread::id> changing; // the thread whose Change holds the lock
 };
 
 } // namespace kor

@@ -81,7 +81,8 @@ KorText Win32Environment::FolderAdvice(const ProgramNames&) {
 }
 
 KorText Win32Environment::PublicDocuments() {
-  return KnownFolder(FOLDERID_PublicDocuments) + u"/";
+  const KorText folder = KnownFolder(FOLDERID_PublicDocuments);
+  return folder.IsEmpty() ? folder : folder + u"/";
 }
 
 KorText Win32Environment::User() {

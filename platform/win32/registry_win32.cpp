@@ -74,6 +74,17 @@ bool Win32Registry::WriteText(const KorText& key, const KorText& value, const Ko
   return result == ERROR_SUCCESS;
 }
 
+// Who holds the lock for long has hung: better two defaults than none.
+bool Win32Registry::Change(const std::function<bool()>& work) {
+  constexpr DWORD kLongest = 5000; // milliseconds
+  const HANDLE mutex = CreateMutexW(nullptr, FALSE, L"Local\\Velmora.Plenova.Registry");
+  const DWORD waited = mutex != nullptr ? WaitForSingleObject(mutex, kLongest) : WAIT_FAILED;
+  const bool done = work();
+  if (waited == WAIT_OBJECT_0 || waited == WAIT_ABANDONED) ReleaseMutex(mutex);
+  if (mutex != nullptr) CloseHandle(mutex);
+  return done;
+}
+
 std::vector<KorText> Win32Registry::SubKeys(const KorText& key) {
   RegistryKeyHandle opened;
   std::vector<KorText> names;

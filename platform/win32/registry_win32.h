@@ -16,6 +16,7 @@ class Win32Registry : public OsRegistry {
   std::optional<KorText> ReadText(const KorText& key, const KorText& value) override;
   bool WriteNumber(const KorText& key, const KorText& value, std::uint32_t number) override;
   bool WriteText(const KorText& key, const KorText& value, const KorText& text) override;
+  bool Change(const std::function<bool()>& work) override;
   std::vector<KorText> SubKeys(const KorText& key) override;
 
  private:

@@ -155,6 +155,7 @@ class AppInterface {
   bool WriteRegistryText(const KorText& key, const KorText& value, const KorText& text) {
     return Registry().WriteText(key, value, text);
   }
+  bool ChangeRegistry(const std::function<bool()>& work) { return Registry().Change(work); }
   std::vector<KorText> ListRegistrySubKeys(const KorText& key) { return Registry().SubKeys(key); }
   std::uint32_t WaitLockPeriod(); // milliseconds; "COMMON" "WaitLockPeriod", default 3000
   std::uint32_t RegionalCsv();    // "COMMON" "RegionalCSV", default 0

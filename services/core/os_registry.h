@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -19,6 +20,9 @@ class OsRegistry {
   // Make the key when it is missing.
   virtual bool WriteNumber(const KorText& key, const KorText& value, std::uint32_t number) = 0;
   virtual bool WriteText(const KorText& key, const KorText& value, const KorText& text) = 0;
+  // Does the work, which may read and write, while no other program changes anything, and returns
+  // what it returned. Not from within itself.
+  virtual bool Change(const std::function<bool()>& work) = 0;
   // Names of the keys one level below, each once.
   virtual std::vector<KorText> SubKeys(const KorText& key) = 0;
 };

@@ -122,9 +122,8 @@ bool iniFile::WriteLines() {
   std::vector<const KorText*> all = lines.All();
   while (!all.empty() && all.back()->IsEmpty())
     all.pop_back();
-  // A file that may not be written to is not replaced by way of its folder either.
   const std::optional<FileInfo> info = App().FileAttributes(path);
-  if (info && (info->isReadOnly || info->isFolder || info->size > kLargestSettings)) return false;
+  if (info && info->size > kLargestSettings) return false;
   KorFile file(path);
   const std::uint32_t textBits = EncodingMode(all);
   if (!file.OpenSafe(kFileWrite | kFileText | textBits)) return false;

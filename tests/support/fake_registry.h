@@ -23,6 +23,7 @@ class FakeRegistry : public OsRegistry {
   bool WriteText(const KorText& key, const KorText& value, const KorText& text) override {
     return Write(key, value, text);
   }
+  bool Change(const std::function<bool()>& work) override { return work(); }
   std::vector<KorText> SubKeys(const KorText& key) override {
     Lock lock(mutex);
     std::vector<KorText> names;

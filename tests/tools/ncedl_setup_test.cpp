@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <memory>
 
 #include "tests/support/process.h"
 #include "tests/support/scarce_memory.h"
@@ -17,17 +18,18 @@ using support::WriteWholeFile;
 
 class NcedlSetup : public ::testing::Test {
  protected:
+  support::ProcessOptions Surroundings() {
+    return {{{"HOME", home.Path().string()},
+             {"XDG_CONFIG_HOME", home / "config"},
+             {"NCEDL_DATA_DIR", home / "data"},
+             {"LC_ALL", "C.UTF-8"}},
+            home.Path()};
+  }
   // Runs it and gives the exit code; what it wrote is kept.
   int Run(const std::vector<std::string>& arguments, const std::string& program = "ncedl-setup") {
     std::vector<std::string> words = {fs::path(NCEDL_PROGRAMS) / program};
     words.insert(words.end(), arguments.begin(), arguments.end());
-    support::ProcessOptions options;
-    options.workingFolder = home.Path();
-    options.environment = {{"HOME", home.Path().string()},
-                           {"XDG_CONFIG_HOME", home / "config"},
-                           {"NCEDL_DATA_DIR", home / "data"},
-                           {"LC_ALL", "C.UTF-8"}};
-    Process process(words, options);
+    Process process(words, Surroundings());
     const std::optional<int> code = process.WaitForExit();
     output = process.Output();
     diagnostics = process.Diagnostics();
@@ -68,6 +70,25 @@ TEST_F(NcedlSetup, MakesTheMainFolderAndRegistersIt) {
   EXPECT_EQ(ReadWholeFile(folder + "KOR.INI"), paths);
   EXPECT_EQ(Registry(), registry);
   EXPECT_TRUE(Says("  * Süd " + folder)) << output;
+}
+
+TEST_F(NcedlSetup, SeveralAtOnceLeaveOneDefault) {
+  std::vector<std::unique_ptr<Process>> setups;
+  for (const char* folder : {"a", "b", "c", "d", "e", "f", "g", "h"})
+    setups.push_back(std::make_unique<Process>(
+        std::vector<std::string>{NCEDL_PROGRAMS "/ncedl-setup", "--main", folder}, Surroundings()));
+  for (const auto& setup : setups)
+    EXPECT_EQ(setup->WaitForExit(), 0) << setup->Diagnostics();
+  EXPECT_EQ(Count(Registry(), "\nPath="), setups.size());
+  EXPECT_EQ(Count(Registry(), "\nDefault=1"), 1u) << Registry();
+}
+
+TEST_F(NcedlSetup, AWriteProtectedPathsFileIsNamedAsSuch) {
+  fs::create_directory(home / "nc");
+  WriteWholeFile(home / "nc/KOR.INI", "[PROGRAM PATHS]\nMain=elsewhere\n");
+  fs::permissions(home / "nc/KOR.INI", fs::perms::owner_read);
+  EXPECT_NE(Run({"--main", "nc"}), 0);
+  EXPECT_TRUE(Says("can't be written: Permission denied.")) << diagnostics;
 }
 
 TEST_F(NcedlSetup, CompletesAPathsFileWithoutTouchingItsOtherLines) {
