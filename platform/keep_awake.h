@@ -17,6 +17,7 @@ class KeepAwake {
 
  private:
   struct Hold;
+  struct Asker;
   std::shared_ptr<Hold> hold; // empty: the system may sleep
 };
 
