@@ -129,8 +129,11 @@ void WindowScenes::LookAt(wxTopLevelWindow& shown, std::string_view name) const 
 void WindowScenes::LookAtModal(std::string_view name, const std::function<void()>& run) {
   window->CallAfter([this, name] {
     for (wxWindow* const top : wxTopLevelWindows)
-      if (auto* const dialog = dynamic_cast<wxDialog*>(top); dialog && dialog->IsModal())
+      if (auto* const dialog = dynamic_cast<wxDialog*>(top); dialog && dialog->IsModal()) {
+        wxCommandEvent ok(wxEVT_BUTTON, dialog->GetAffirmativeId());
+        if (name == "settings-refused") dialog->FindWindow(ok.GetId())->ProcessWindowEvent(ok);
         LookAt(*dialog, name);
+      }
     CancelInnermostModal();
   });
   run();
@@ -208,6 +211,12 @@ void WindowScenes::PlayForms() {
   };
   look(settings, "settings");
   refused.check = [](FormDescription& form) {
+    for (const char16_t* key : {u"upload-path", u"file-extension", u"log-file"}) {
+      FormField& field = *form.Find(key);
+      field.problem =
+          FieldRefusal{key, field.label, field.value, LookUpText(15472, u"a folder that exists")}
+              .Reason(field.label);
+    }
     form.obstacle = KorText::Format(
         LookUpText(15440, u"End the running transfer first (\"%s\") or wait for its end: %s"),
         LookUpText(15556, u"Cancel Transfer"), ViewOf(LinkStatus::Downloading, 960, kSize).line);

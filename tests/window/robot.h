@@ -15,6 +15,7 @@
 
 #include <gtk/gtk.h>
 
+#include <atomic>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -194,6 +195,16 @@ class Robot : public wxTimer {
   int tries = 0, waited = 0;
 };
 
+// The real port, which can be told of errors that no pseudo-terminal has.
+struct NoisyPort : PlatformSerialPort {
+  bool GetStatus(LineStatus& status) override {
+    const bool told = PlatformSerialPort::GetStatus(status);
+    status.errors.framing += framing.exchange(0);
+    return told;
+  }
+  std::atomic<std::uint32_t> framing{0};
+};
+
 class Window : public ::testing::Test {
  protected:
   Window() : line(folders / "line") {
@@ -253,7 +264,7 @@ class Window : public ::testing::Test {
   support::TemporaryFolder folders;
   support::FarEnd line;
   PlatformAppInterface application{kProgramNames};
-  PlatformSerialPort port;
+  NoisyPort port;
   WxFrontEnd frontEnd;
   std::unique_ptr<NCEApp> app;
   std::unique_ptr<TimerPump> pump;

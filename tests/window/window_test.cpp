@@ -1,8 +1,11 @@
 // The main window, its dialogs and messages: every control operated by simulated mouse and keyboard.
 #include "tests/window/robot.h"
 
+#include <wx/dcscreen.h>
+#include <wx/display.h>
 #include <wx/gauge.h>
 #include <wx/listbox.h>
+#include <wx/settings.h>
 #include <wx/statbmp.h>
 
 #include <algorithm>
@@ -201,10 +204,14 @@ TEST_F(Window, JobsByHandAreBegunEndedAndCompleted) {
     robot.Presses(WXK_RETURN); // one too many ends nothing
     Shows(u"Uploading");
     robot.Do("a frame", [this] { line.Send("N1 X1\r"); });
+    if (*label == 'C' && label[1] == 'o')
+      robot.Then("its frame closed",
+                 [] { return !Titled("Upload End") || !Titled("Upload End")->Close(); });
     robot.Then(label, [label] {
       wxWindow* const refusal =
           Titled("Receive NC File"); // where the Enter met the button that had opened it
       if (refusal) return Click(FindA<wxButton>(refusal)), false;
+      if (!Titled("Upload End")) return Click(Find(15319));
       for (wxWindow* const button : Titled("Upload End")->GetChildren())
         if (wxControl::RemoveMnemonics(button->GetLabel()) == label) return Click(button);
       return false;
@@ -212,10 +219,18 @@ TEST_F(Window, JobsByHandAreBegunEndedAndCompleted) {
     Shows(u"Upload " + KorText::FromUtf8(label));
     robot.Then("put away", [] { return !Titled("Upload End") && Find(15211)->IsEnabled(); });
   }
+  robot.Do("noise", [this] { port.framing = 3; });
   robot.Clicks(15212);
   Shows(u"Local Loopback Test Failure");
   robot.Do("a plug", [this] { line.Send("LocalTestMessage@"); });
   Shows(u"Local Loopback Test Success");
+  robot.Then("the errors of the line", [] {
+    for (wxWindow* const child : Find(15259)->GetChildren())
+      if (child->GetLabel().StartsWith("3 framing errors")) return child->IsShownOnScreen();
+    return false;
+  });
+  robot.Clicks(15442);
+  robot.Then("XOFF", [this] { return line.Receive("\x13").ends_with('\x13'); });
   robot.Run();
   EXPECT_TRUE(std::filesystem::exists(folders / "cnc/9.MPG"));
 }
@@ -281,17 +296,20 @@ TEST_F(Window, TheMonitorFollowsUnlessScrolledBack) {
     return place != wxDefaultPosition && wxRect(text.GetSize()).Contains(place);
   };
   robot.Do("much", [this] {
-    for (int number = 0; number < 300; ++number)
-      frontEnd.AppendMonitor(KorText::Format(u"RX line %i[0d]\n", number));
+    KorText much;
+    for (int number = 0; number < 40'000; ++number)
+      much += KorText::Format(u"%s line %i[0d]\n", number % 2 == 0 ? u"RX" : u"TX", number);
+    frontEnd.AppendMonitor(much);
   });
   robot.Then("follows", [&] {
-    return text.GetValue().Contains("line 299") && sees(text.GetLastPosition()) && !sees(0);
+    return text.GetValue().Contains("line 39999") && sees(text.GetLastPosition()) && !sees(0) &&
+           text.GetNumberOfLines() == MonitorView::kMostLines + 1;
   });
   robot.Then("scrolled back", [&] { return text.ShowPosition(0), sees(0); });
   robot.Do("later", [this] { frontEnd.AppendMonitor(u"TX later\n"); });
   robot.Then("saved with what waits", [&] {
     return window->Monitor().Save(KorText::FromUtf8(folders / "m.log")) &&
-           ReadWholeFile(folders / "m.log").ends_with("line 299[0d]\nTX later\n");
+           ReadWholeFile(folders / "m.log").ends_with("line 39999[0d]\nTX later\n");
   });
   for (int looks = 0; looks < 10; ++looks) // for longer than it waits
     robot.Then("stays", [&] { return sees(0) && !text.GetValue().Contains("later"); });
@@ -316,7 +334,18 @@ TEST_F(Window, TheMonitorsToolsFindSaveAndClear) {
     return [&monitor, label] { return ClickTool(monitor, label); };
   };
   const auto found = [&] { return monitor.Text().GetStringSelection() == "line 7["; };
-  robot.Do("some", [this] { frontEnd.AppendMonitor(u"RX line 7[0d]\nTX later\n"); });
+  robot.Do("some", [this] { frontEnd.AppendMonitor(u"RX line 7[0d]\nTX later\nLocalTest"); });
+  robot.Then("what is sent is bold, also where nothing says so", [&] {
+    const wxString all = monitor.Text().GetValue();
+    const auto weight = [&](const char* words) {
+      wxTextAttr style;
+      monitor.Text().GetStyle(static_cast<long>(all.find(words)), style);
+      return style.GetFontWeight();
+    };
+    return all.Contains("LocalTest") && weight("line 7") == wxFONTWEIGHT_NORMAL &&
+           weight("later") == wxFONTWEIGHT_BOLD && weight("LocalTest") == wxFONTWEIGHT_BOLD;
+  });
+  robot.Do("ended", [this] { frontEnd.AppendMonitor(u"Message@\n"); });
   robot.Then("find", tool("Find")); // of nothing
   robot.Then("back to the words", [] { return Press(WXK_TAB, wxMOD_SHIFT), true; });
   const auto complains = [&] { return FindA<wxStaticText>(&monitor)->IsShown(); };
@@ -336,7 +365,8 @@ TEST_F(Window, TheMonitorsToolsFindSaveAndClear) {
   robot.Then("save", tool("Save..."));
   robot.Chooses("Save Log File As", folders / "m.log");
   robot.Then("saved", [&] {
-    return ReadWholeFile(folders / "m.log") == "RX line 7[0d]\nTX later\nRX more\n";
+    return ReadWholeFile(folders / "m.log") ==
+           "RX line 7[0d]\nTX later\nLocalTestMessage@\nRX more\n";
   });
   robot.Then("save", tool("Save..."));
   robot.Then("chooser", [] { return IsChoosing("Save Log File As"); });
@@ -347,6 +377,42 @@ TEST_F(Window, TheMonitorsToolsFindSaveAndClear) {
              [] { return !CancelInnermostModal() && !IsAskingToReplace(); });
   robot.Then("clear", tool("Clear"));
   robot.Then("cleared", [&] { return monitor.Text().IsEmpty(); });
+  robot.Run();
+}
+
+TEST_F(Window, NothingIsOutOfReachHoweverSmallItIs) {
+  Open();
+  window->AddEarlierJob({LinkStatus::DownloadCompleted, u"Words", {}, App().LocalTime()});
+  robot.Clicks(15207);
+  robot.Do("small", [this] { window->SetClientSize(480, 400); });
+  robot.Then("small", [this] { return window->GetClientSize().y < 420; });
+  for (const int number : {15210, 15101, 15442, 15274, 15207})
+    robot.Then("in sight " + std::to_string(number), [this, number] {
+      Find(number)->SetFocus();
+      return window->GetScreenRect().Contains(Find(number)->GetScreenRect());
+    });
+  robot.Run();
+}
+
+TEST_F(Window, ANewJobLeavesAListThatWasScrolledBackWhereItIs) {
+  Open();
+  auto* const list = FindA<wxListBox>(window);
+  const auto add = [this](int number) {
+    window->AddEarlierJob(
+        {LinkStatus::DownloadCompleted, KorText::Format(u"Job %i", number), {}, App().LocalTime()});
+  };
+  wxString shown;
+  const auto top = [list] { return list->GetString(static_cast<unsigned>(list->GetTopItem())); };
+  robot.Do("many", [=] {
+    for (int number = 0; number < 99; ++number)
+      add(number);
+  });
+  robot.Then("newest", [=] { return top().EndsWith("Job 98"); });
+  robot.Then("back",
+             [&] { return list->SetFirstItem(40), shown = top(), shown.EndsWith("Job 59"); });
+  robot.Do("one more", [=] { add(99); });
+  for (int looks = 0; looks < 5; ++looks)
+    robot.Then("stays", [&] { return top() == shown; });
   robot.Run();
 }
 
@@ -371,6 +437,25 @@ TEST_F(Window, StandsWhereItStoodAsLargeAsItWas) {
     second->Show();
   });
   robot.Then("there", stands(second));
+  const std::string memory = folders.Path() / "Velmora/Plenova 2026/NCE.window";
+  robot.Do("too large", [&] {
+    WriteWholeFile(memory, "[Window]\nwidth=9000\nheight=8000\n");
+    second->Destroy();
+    second = new MainWindow(*app, app->ModelName());
+    second->Recall();
+    second->Show();
+  });
+  robot.Then("no larger than the screen", [&] {
+    return second->GetClientSize().x > 1000 &&
+           wxDisplay(second).GetClientArea().Contains(wxRect(second->GetSize()));
+  });
+  robot.Do("not its file", [&] {
+    WriteWholeFile(memory, ReadWholeFile(memory) + std::string(100'000, '#'));
+    second->Destroy();
+    second = new MainWindow(*app, app->ModelName());
+    second->Recall();
+    EXPECT_LT(second->GetClientSize().x, 1000);
+  });
   robot.Run();
   second->Destroy();
 }
@@ -396,17 +481,18 @@ TEST_F(Window, MessagesDoNotPileUpAndAreAnsweredBesideADialog) {
   Open();
   robot.Clicks(15101);
   robot.Do("twice", [this] {
-    for (int i = 0; i < 2; ++i)
-      frontEnd.ShowMessage(u"Caption", u"Words", MessageStyle::Exclamation);
+    for (const char16_t* button : {u"Button", u"Caption"})
+      frontEnd.ShowMessage(button, u"Words", MessageStyle::Exclamation);
   });
-  robot.Then("once", [] { return Titled("Caption"); });
+  robot.Then("once", [] { return Titled("Caption") && !Titled("Button"); });
   robot.Then("OK", [] { return Click(FindA<wxButton>(Titled("Caption"))); });
   robot.Then("gone", [] { return !Titled("Caption") && Find(15220); });
   robot.Presses(WXK_ESCAPE);
   robot.Then("closed", [] { return !Find(15220); });
   robot.Do("a hundred", [this] {
     for (int i = 0; i < 100; ++i)
-      frontEnd.ShowMessage(KorText::Format(u"Message %i", i), {}, MessageStyle::Exclamation);
+      frontEnd.ShowMessage(KorText::Format(u"Message %i", i), KorText::Format(u"%i", i),
+                           MessageStyle::Exclamation);
   });
   robot.Then("the newest are there", [] { return Titled("Message 99") && !Titled("Message 50"); });
   robot.Run();
@@ -423,6 +509,12 @@ TEST_F(Window, AFailedJobAsksForAttentionUntilSomebodyLooks) {
   robot.Then("away", [=, this] { return other->IsActive() && !window->IsActive() && !asks(); });
   robot.Do("no such program", [this] { line.Exchange("FH 404"); });
   robot.Then("asks", asks);
+  robot.Then("painted below the only job, too", [this] {
+    const wxRect list = FindA<wxListBox>(window)->GetScreenRect();
+    wxColour colour;
+    wxScreenDC().GetPixel(list.GetRight() - 20, list.GetBottom() - 20, &colour);
+    return colour == wxSystemSettings::GetColour(wxSYS_COLOUR_LISTBOX);
+  });
   robot.Do("look", [=, this] {
     other->Destroy();
     window->Raise();
@@ -435,9 +527,11 @@ TEST_F(Window, WithoutALinkItSaysWhichPortItLooksFor) {
   Open();
   window->SetLinkAdvice([this] { return u"Looking for " + app->Settings().port; });
   const auto says = [this](const wxString& words) {
-    robot.Then(words.ToStdString(), [=] {
+    robot.Then(words.ToStdString(), [=, this] {
       for (wxWindow* const child : Find(15201)->GetParent()->GetChildren())
-        if (child->IsShown() && child->GetLabel() == words) return true;
+        if (wxString said = child->GetLabel(); child->IsShown() && said.Replace("\n", " ") > 0)
+          return said.Contains(words) && said.Contains("Plug in the adapter") &&
+                 child->GetBestSize().x < window->GetClientSize().x;
       return false;
     });
   };
@@ -450,6 +544,8 @@ TEST_F(Window, WithoutALinkItSaysWhichPortItLooksFor) {
     robot.Then("the system's words", [] { return Titled("Open Comm"); });
     robot.Presses(WXK_RETURN);
     robot.Then("read", [] { return !Titled("Open Comm"); });
+    robot.Do("narrower", [this] { window->SetClientSize(400, 600); });
+    says(wxString("Looking for ") + missing);
   }
   robot.Run();
 }

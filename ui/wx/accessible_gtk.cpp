@@ -23,7 +23,22 @@ void Name(GtkWidget* widget, const KorText& name) {
     atk_object_set_name(spoken, name.ToUtf8().c_str());
 }
 
+// The toolkit makes a text the name of the control that gets the keyboard next.
+template <class Base> class Plain : public Base {
+ public:
+  using Base::Base;
+  bool GTKWidgetNeedsMnemonic() const override { return false; }
+};
+
 } // namespace
+
+wxStaticText* MakePlainText(wxWindow* parent, int number, const wxString& text, long style) {
+  return new Plain<wxStaticText>(parent, number, text, wxDefaultPosition, wxDefaultSize, style);
+}
+
+wxStaticBox* MakePlainBox(wxWindow* parent, int number, const wxString& title) {
+  return new Plain<wxStaticBox>(parent, number, title);
+}
 
 void SetSpokenName(wxWindow* control, const KorText& name, const KorText& description) {
   GtkWidget* const widget = static_cast<GtkWidget*>(control->GetHandle());

@@ -29,6 +29,14 @@ void SetSpokenName(wxWindow* control, const KorText& name, const KorText& descri
   if (!description.IsEmpty()) control->SetToolTip(ToWx(description));
 }
 
+wxStaticText* MakePlainText(wxWindow* parent, int number, const wxString& text, long style) {
+  return new wxStaticText(parent, number, text, wxDefaultPosition, wxDefaultSize, style);
+}
+
+wxStaticBox* MakePlainBox(wxWindow* parent, int number, const wxString& title) {
+  return new wxStaticBox(parent, number, title);
+}
+
 // The system knows its dialogs.
 void SpeakAsDialog(wxTopLevelWindow*) {}
 

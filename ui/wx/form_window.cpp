@@ -9,12 +9,14 @@
 #include <wx/combobox.h>
 #include <wx/dirdlg.h>
 #include <wx/filedlg.h>
+#include <wx/settings.h>
 #include <wx/sizer.h>
 #include <wx/spinctrl.h>
 #include <wx/statbox.h>
 
 #include "services/core/text_lookup.h"
 #include "ui/wx/accessible.h"
+#include "ui/wx/screen_room.h"
 #include "ui/wx/signs.h"
 #include "ui/wx/wx_text.h"
 
@@ -27,6 +29,7 @@ constexpr int kTextWidth = 220;
 constexpr int kChoiceWidth = 120;
 constexpr int kBrowseWidth = 40; // for a finger, too
 constexpr int kGap = 6;
+constexpr int kScrollStep = 16;
 constexpr std::size_t kOneColumn = 8; // fields that still stand below one another
 constexpr int kAcceptButton = 1;      // the numbers of the two buttons
 constexpr int kDiscardButton = 2;
@@ -66,11 +69,13 @@ FormWindow::FormWindow(wxWindow* parent, FormDescription& description)
   if (!form.name.IsEmpty()) SetName(ToWx(form.name));
   SpeakAsDialog(this);
   auto* const column = new wxBoxSizer(wxVERTICAL);
-  column->Add(MakeGroups(), wxSizerFlags(1).Expand().Border(wxALL, FromDIP(kGap * 2)));
+  MakePage();
+  column->Add(page, wxSizerFlags(1).Expand().Border(wxALL, FromDIP(kGap * 2)));
   obstacle = MakeProblem(this);
   column->Add(obstacle, wxSizerFlags().Expand().Border(wxLEFT | wxRIGHT, FromDIP(kGap * 2)));
   column->Add(MakeButtons(), wxSizerFlags().Expand().Border(wxALL, FromDIP(kGap)));
-  SetSizerAndFit(column);
+  SetSizer(column);
+  FitToScreen();
   building = false;
   ShowEnabled();
   ShowObstacle();
@@ -101,7 +106,10 @@ wxSizer* FormWindow::MakeButtons() {
 }
 
 // Each group in the place of its first field; a long form stands in two columns.
-wxSizer* FormWindow::MakeGroups() {
+void FormWindow::MakePage() {
+  page = new wxScrolledWindow(this);
+  page->SetScrollRate(FromDIP(kScrollStep), FromDIP(kScrollStep));
+  FollowFocus(*page);
   auto* const columns = new wxBoxSizer(wxHORIZONTAL);
   const std::size_t most = form.fields.size() > kOneColumn ? form.fields.size() / 2 : kOneColumn;
   wxSizer* column = nullptr;
@@ -118,7 +126,23 @@ wxSizer* FormWindow::MakeGroups() {
     made += MakeGroup(first, column, groups.size() == 1);
   }
   AlignLabels();
-  return columns;
+  page->SetSizer(columns);
+}
+
+// The page gives way where the screen has no room, and takes a scroll bar beside what it shows then.
+void FormWindow::FitToScreen() {
+  const wxSize contents = page->GetSizer()->GetMinSize(), room = ScreenRoom(*this);
+  page->SetMinSize(contents);
+  wxSize over = GetSizer()->GetMinSize() - room;
+  if (over.y > 0) over.x += wxSystemSettings::GetMetric(wxSYS_VSCROLL_X, this);
+  wxSize least = contents;
+  if (over.y > 0) least.x += wxSystemSettings::GetMetric(wxSYS_VSCROLL_X, this);
+  over.IncTo({0, 0});
+  page->SetMinSize(least - over);
+  GetSizer()->SetSizeHints(this);
+  Layout();
+  page->FitInside();
+  MoveOntoScreen(*this);
 }
 
 // The controls of all groups in a column begin at the same place.
@@ -132,11 +156,11 @@ void FormWindow::AlignLabels() {
 }
 
 std::size_t FormWindow::MakeGroup(const FormField& first, wxSizer* column, bool withNote) {
-  wxWindow* parent = this;
+  wxWindow* parent = page;
   auto* box = new wxBoxSizer(wxVERTICAL);
   if (first.groupNumber != 0) {
-    auto* const framed = new wxStaticBoxSizer(wxVERTICAL, this, ToLabel(first.group));
-    framed->GetStaticBox()->SetId(first.groupNumber);
+    auto* const framed = new wxStaticBoxSizer(
+        MakePlainBox(page, first.groupNumber, ToLabel(first.group)), wxVERTICAL);
     parent = framed->GetStaticBox();
     box = framed;
   }
@@ -150,7 +174,7 @@ std::size_t FormWindow::MakeGroup(const FormField& first, wxSizer* column, bool 
     ++count;
   }
   if (withNote && !form.note.IsEmpty()) {
-    auto* const note = new wxStaticText(parent, wxID_ANY, {});
+    auto* const note = MakePlainText(parent, wxID_ANY);
     note->SetLabelText(InLines(form.note, *note, FromDIP(kNoteWidth)));
     box->Add(note, wxSizerFlags().Border(wxALL, FromDIP(kGap)));
   }
@@ -180,7 +204,7 @@ void FormWindow::MakeField(FormField& field, wxWindow* parent, wxFlexGridSizer* 
 }
 
 wxStaticText* FormWindow::MakeProblem(wxWindow* parent) {
-  auto* const problem = new wxStaticText(parent, wxID_ANY, {});
+  auto* const problem = MakePlainText(parent, wxID_ANY);
   problem->SetForegroundColour(ColourOf(Sign::Failed));
   problem->Hide();
   return problem;
@@ -281,21 +305,28 @@ void FormWindow::ShowObstacle() {
   form.check(form);
   const bool shown = obstacle->IsShown();
   ShowProblem(obstacle, form.obstacle, GetClientSize().x - FromDIP(kGap * 4));
-  if (shown != obstacle->IsShown()) Fit();
+  if (shown != obstacle->IsShown()) FitToScreen();
 }
 
 bool FormWindow::ShowProblems() {
   ShowObstacle();
-  wxWindow* first = nullptr;
+  const Row* first = nullptr;
   for (const FormField& field : form.fields) {
     const Row& row = rows[field.number];
     ShowProblem(row.problem, field.problem,
                 std::max(row.control->GetSize().x, FromDIP(kTextWidth)));
-    if (!first && !field.problem.IsEmpty()) first = row.control;
+    if (!first && !field.problem.IsEmpty()) first = &row;
   }
-  Fit();
-  if (first) first->SetFocus();
+  FitToScreen();
+  if (first) ShowFirst(*first);
   return !first && form.obstacle.IsEmpty();
+}
+
+// With the field what is wrong with it.
+void FormWindow::ShowFirst(const Row& row) {
+  row.control->SetFocus();
+  ScrollTo(*page, *row.problem);
+  ScrollTo(*page, *row.control);
 }
 
 void FormWindow::Accept() {

@@ -1,11 +1,13 @@
-// FormWindow: shows any described form as a modal dialog of native controls. The link goes on meanwhile:
-// the toolkit's loop runs the timers and posts. Window's thread.
+// FormWindow: shows any described form as a modal dialog of native controls, no larger than the screen:
+// what has no room is scrolled to, above the buttons. The link goes on meanwhile: the toolkit's loop runs
+// the timers and posts. Window's thread.
 #pragma once
 
 #include <map>
 #include <vector>
 
 #include <wx/dialog.h>
+#include <wx/scrolwin.h>
 #include <wx/sizer.h>
 #include <wx/stattext.h>
 #include <wx/timer.h>
@@ -29,7 +31,8 @@ class FormWindow : public wxDialog {
   };
 
   wxSizer* MakeButtons();
-  wxSizer* MakeGroups();
+  void MakePage();
+  void FitToScreen();
   // The fields of first's group; how many there are.
   std::size_t MakeGroup(const FormField& first, wxSizer* column, bool withNote);
   void AlignLabels();
@@ -44,12 +47,14 @@ class FormWindow : public wxDialog {
   void ShowEnabled();
   void ShowObstacle();
   bool ShowProblems(); // false when there is one
+  void ShowFirst(const Row& row);
   void Accept();
 
   FormDescription& form;
   Mnemonics mnemonics;
   std::map<int, Row> rows;       // by the field's number
   std::vector<wxWindow*> labels; // of the column that is being made
+  wxScrolledWindow* page = nullptr;
   wxStaticText* obstacle = nullptr;
   wxTimer looks;
   bool building = true;

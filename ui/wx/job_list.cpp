@@ -1,5 +1,7 @@
 #include "ui/wx/job_list.h"
 
+#include <wx/settings.h>
+
 #include "services/core/text_lookup.h"
 #include "ui/transfer_text.h"
 #include "ui/wx/accessible.h"
@@ -11,6 +13,8 @@ namespace {
 
 constexpr int kLeastColumns = 30;
 constexpr int kLeastLines = 5;
+constexpr int kLayoutTime = 50; // milliseconds until a new row has its place
+constexpr int kMostTries = 10;
 
 // "✓  13:05:12   0000123.MPG   Download Completed - 500 bytes", and what else there is to know
 KorText JobText(const EndedJob& job) {
@@ -31,8 +35,15 @@ bool SameDay(const SystemTime& a, const SystemTime& b) {
 JobList::JobList(wxWindow* parent)
     : wxListBox(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize, 0, nullptr, wxLB_SINGLE) {
   SetSpokenName(this, LookUpText(15566, u"Jobs today"));
+  // GTK's theme would leave what lies below the last job unpainted while another window is in front.
+  SetBackgroundColour(wxSystemSettings::GetColour(wxSYS_COLOUR_LISTBOX));
+  layoutTimer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { OnLayout(); });
   // Without it the list wants more room with each job.
   SetMinSize({GetCharWidth() * kLeastColumns, GetCharHeight() * kLeastLines});
+}
+
+void JobList::OnLayout() {
+  if (!IsEmpty() && GetTopItem() > 0 && triesLeft > 0) ShowNewest(triesLeft - 1);
 }
 
 void JobList::BeginDay(const SystemTime& today) {
@@ -43,9 +54,21 @@ void JobList::BeginDay(const SystemTime& today) {
 
 void JobList::Add(const EndedJob& job) {
   BeginDay(job.time);
+  const int top = IsEmpty() || layoutTimer.IsRunning() ? 0 : GetTopItem();
   Insert(ToWx(JobText(job)), 0);
   if (GetCount() > kMostJobs) Delete(GetCount() - 1);
-  EnsureVisible(0); // the list stays where it was, below what is new
+  // Who has scrolled back goes on seeing the same jobs; otherwise the list would stay below the new one.
+  if (top == 0)
+    ShowNewest(kMostTries);
+  else if (GetTopItem() != top + 1)
+    SetFirstItem(top + 1);
+}
+
+// The toolkit lays the new row out later, and may keep on top what was there.
+void JobList::ShowNewest(int tries) {
+  EnsureVisible(0);
+  triesLeft = tries;
+  layoutTimer.StartOnce(kLayoutTime);
 }
 
 } // namespace kor

@@ -1,8 +1,9 @@
 // JobList: the jobs of the day, newest first: result, time, program, what was done. Each day begins a new
-// list. Window's thread.
+// list. It shows the newest unless it was scrolled back, and then stays with what is read. Window's thread.
 #pragma once
 
 #include <wx/listbox.h>
+#include <wx/timer.h>
 
 #include "ui/form_dialog.h"
 
@@ -16,7 +17,12 @@ class JobList : public wxListBox {
   void BeginDay(const SystemTime& today); // nothing happens while it is the day of the list
 
  private:
+  void ShowNewest(int tries);
+  void OnLayout();
+
   SystemTime day;
+  wxTimer layoutTimer; // runs until a new row is laid out
+  int triesLeft = 0;
 };
 
 } // namespace kor

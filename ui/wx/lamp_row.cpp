@@ -59,7 +59,7 @@ wxPanel* LampRow::MakeLamp(Lamp lamp) {
   signs[lamp] = new wxStaticBitmap(cell, wxID_ANY, DrawnSign(SignOf(lamp, false), kSide));
   auto* const row = new wxBoxSizer(wxHORIZONTAL);
   row->Add(signs[lamp], wxSizerFlags().CentreVertical().Border(wxRIGHT, FromDIP(kGap)));
-  row->Add(new wxStaticText(cell, kLabels[lamp].number, ToLabel(names[lamp])),
+  row->Add(MakePlainText(cell, kLabels[lamp].number, ToLabel(names[lamp])),
            wxSizerFlags().CentreVertical());
   cell->SetSizer(row);
   LeaveOut(cell);

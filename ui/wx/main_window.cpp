@@ -3,14 +3,15 @@
 #include <algorithm>
 #include <utility>
 
-#include <wx/sizer.h>
 #include <wx/statbox.h>
 
+#include "link/serial_channel.h"
 #include "services/core/app_interface.h"
 #include "services/core/text_lookup.h"
 #include "ui/transfer_text.h"
 #include "ui/wx/accessible.h"
 #include "ui/wx/native_look.h"
+#include "ui/wx/screen_room.h"
 #include "ui/wx/side_windows.h"
 #include "ui/wx/signs.h"
 #include "ui/wx/wx_text.h"
@@ -25,12 +26,14 @@ constexpr int kButtonHeight = 40; // for a finger in a glove
 constexpr int kWidth = 560;
 constexpr int kHeight = 680;
 constexpr int kLeastWidth = 320;
+constexpr int kLeastLower = 90; // of the part that scrolls: a button can be seen whole
+constexpr int kScrollStep = 16;
 constexpr int kLeastBarWidth = 60;
 constexpr int kBarHeight = 16;
 // Of the usual letters: the first with which the headline has room.
 constexpr float kHeadlineScales[] = {2.4F, 2.0F, 1.7F, 1.4F, 1.2F, 1.0F};
 constexpr int kGaugeRange = 1000;
-constexpr double kAdvicePeriod = 1; // seconds
+constexpr int kAdvicePeriod = 1000; // milliseconds
 
 constexpr int kSendButton = 15210;
 constexpr int kReceiveButton = 15211;
@@ -46,6 +49,8 @@ constexpr int kTraceSwitch = 15266;
 constexpr int kRtsSwitch = 15273;
 constexpr int kDtrSwitch = 15274;
 constexpr int kCancelButton = 15556;
+constexpr int kCompleteButton = 15319;
+constexpr int kXonButton = 15442;
 constexpr const char* kMonitorPart = "monitor";
 constexpr std::size_t kStatusWidth = 70; // characters
 
@@ -69,6 +74,8 @@ const MainWindow::Action MainWindow::kActions[] = {
     {kLoopbackButton, u"Loop Back Test", &MainWindow::Loopback},
     {kSpecialButton, u"Special Features", &MainWindow::Special},
     {kSettingsButton, u"Download Settings", &MainWindow::Settings},
+    {kXonButton, u"XON/XOFF Test", &MainWindow::XonXoff},
+    {kCompleteButton, u"Complete", &MainWindow::Complete},
     {kCancelButton, u"Cancel Transfer", &MainWindow::Cancel},
 };
 
@@ -79,10 +86,14 @@ const MainWindow::Switch MainWindow::kSwitches[] = {
     {kDtrSwitch, u"DTR/DSR Handshake", &MainWindow::OnDtr},
 };
 
+const MainWindow::Action& MainWindow::ActionOf(int number) {
+  return *std::ranges::find(kActions, number, &Action::number);
+}
+
 MainWindow::MainWindow(NCEApp& nceApp, const KorText& settingsName)
     : wxFrame(nullptr, wxID_ANY, {}), app(nceApp), memory(settingsName) {
   StopAnimations();
-  auto* const ground = new wxPanel(this); // takes the keyboard from control to control
+  ground = new wxScrolledWindow(this); // takes the keyboard from control to control
   upper = new wxPanel(ground);
   auto* const state = new wxBoxSizer(wxVERTICAL);
   state->Add(MakeState(upper), wxSizerFlags().Expand());
@@ -90,20 +101,25 @@ MainWindow::MainWindow(NCEApp& nceApp, const KorText& settingsName)
   lamps = new LampRow(upper);
   state->Add(lamps, wxSizerFlags().Expand().Border(wxTOP, FromDIP(kGap)));
   upper->SetSizer(state);
-  lower = MakeLower(ground);
+  MakeLower(ground);
   auto* const column = new wxBoxSizer(wxVERTICAL);
   column->Add(upper, wxSizerFlags().Expand().Border(wxALL, FromDIP(kGap)));
   column->Add(lower, wxSizerFlags(1).Expand().Border(wxLEFT | wxRIGHT | wxBOTTOM, FromDIP(kGap)));
   ground->SetSizer(column);
-  SetClientSize(std::max(FromDIP(kWidth), ground->GetBestSize().x), FromDIP(kHeight));
+  wxSize usual(std::max(FromDIP(kWidth), column->GetMinSize().x), FromDIP(kHeight));
+  usual.IncTo({lower->GetSizer()->GetMinSize().x + FromDIP(2 * kGap), -1});
+  usual.DecTo(ScreenRoom(*this));
+  SetClientSize(usual);
+  for (wxScrolledWindow* const scrolled : {ground, lower}) {
+    scrolled->SetScrollRate(FromDIP(kScrollStep), FromDIP(kScrollStep));
+    FollowFocus(*scrolled);
+  }
   CentreOnScreen();
   Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
     event.Skip();
-    CallAfter([this] {
-      FitParts();
-      lower->Refresh();
-    });
+    CallAfter([this] { FitParts(); });
   });
+  adviceTimer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { ShowAdvice(); });
   // Comes, too, when the toolkit finds that a part needs another size.
   upper->Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
     event.Skip();
@@ -115,13 +131,12 @@ MainWindow::MainWindow(NCEApp& nceApp, const KorText& settingsName)
 
 wxSizer* MainWindow::MakeState(wxWindow* parent) {
   sign = new wxStaticBitmap(parent, wxID_ANY, DrawnSign(Sign::Idle, kStateSign));
-  headline = new wxStaticText(parent, wxID_ANY, {}, wxDefaultPosition, wxDefaultSize,
-                              wxST_ELLIPSIZE_END | wxST_NO_AUTORESIZE);
+  headline = MakePlainText(parent, wxID_ANY, {}, wxST_ELLIPSIZE_END | wxST_NO_AUTORESIZE);
   statusLine = new wxTextCtrl(parent, kStatusText, {}, wxDefaultPosition, wxDefaultSize,
                               wxTE_READONLY | wxBORDER_NONE);
   BlendIn(statusLine);
   SetSpokenName(statusLine, LookUpText(kStatusText, u"Status"));
-  advice = new wxStaticText(parent, wxID_ANY, {});
+  advice = MakePlainText(parent, wxID_ANY);
   advice->Hide();
   auto* const words = new wxBoxSizer(wxVERTICAL);
   words->Add(headline, wxSizerFlags().Expand());
@@ -135,20 +150,28 @@ wxSizer* MainWindow::MakeState(wxWindow* parent) {
 
 wxSizer* MainWindow::MakeProgress(wxWindow* parent) {
   const KorText name = LookUpText(kProgressLabel, u"Progress");
-  auto* const label = new wxStaticText(parent, kProgressLabel, ToLabel(name));
+  auto* const label = MakePlainText(parent, kProgressLabel, ToLabel(name));
   gauge = new wxGauge(parent, wxID_ANY, kGaugeRange, wxDefaultPosition,
                       FromDIP(wxSize(kLeastBarWidth, kBarHeight)), wxGA_HORIZONTAL | wxGA_SMOOTH);
   SetBarHeight(gauge, kBarHeight);
   SetSpokenName(gauge, name);
-  progressText = new wxStaticText(parent, wxID_ANY, {});
+  progressText = MakePlainText(parent, wxID_ANY);
   progressText->SetFont(progressText->GetFont().Bold());
-  auto* const row = new wxBoxSizer(wxHORIZONTAL);
-  row->Add(label, wxSizerFlags().CentreVertical().Border(wxRIGHT, FromDIP(kGap)));
-  row->Add(gauge, wxSizerFlags(1).CentreVertical().Border(wxRIGHT, FromDIP(kGap)));
-  row->Add(progressText, wxSizerFlags().CentreVertical().Border(wxRIGHT, FromDIP(kGap)));
-  row->Add(MakeButton(parent, kActions[std::size(kActions) - 1]), wxSizerFlags().CentreVertical());
+  const auto gap = wxSizerFlags().CentreVertical().Border(wxRIGHT, FromDIP(kGap));
+  auto* const measure = new wxBoxSizer(wxHORIZONTAL);
+  measure->Add(label, gap);
+  measure->Add(gauge, wxSizerFlags(gap).Proportion(1));
+  auto* const rest = new wxBoxSizer(wxHORIZONTAL);
+  rest->Add(progressText, gap);
+  rest->AddStretchSpacer();
+  rest->Add(MakeButton(parent, ActionOf(kCompleteButton)), gap);
+  rest->Add(MakeButton(parent, ActionOf(kCancelButton)), wxSizerFlags().CentreVertical());
+  Button(kCompleteButton)->Hide();
   Button(kCancelButton)->Disable();
-  return row;
+  progress = new wxBoxSizer(wxHORIZONTAL);
+  progress->Add(measure, wxSizerFlags(1).Expand());
+  progress->Add(rest, wxSizerFlags().Expand());
+  return progress;
 }
 
 void MainWindow::RunNext(std::function<void()> action) {
@@ -183,30 +206,32 @@ wxCheckBox* MainWindow::MakeCheckBox(wxWindow* parent, const Switch& which) {
 wxSizer* MainWindow::MakeActions(wxWindow* parent, std::initializer_list<int> numbers) {
   auto* const row = new wxGridSizer(2, FromDIP(wxSize(kGap, kGap)));
   for (const int number : numbers)
-    for (const Action& action : kActions)
-      if (action.number == number) row->Add(MakeButton(parent, action), wxSizerFlags().Expand());
+    row->Add(MakeButton(parent, ActionOf(number)), wxSizerFlags().Expand());
   return row;
 }
 
-// The line's own: its test and its handshakes.
+// The line's own: its tests, its handshakes, and what went wrong on it.
 wxSizer* MainWindow::MakeSwitches(wxWindow* parent) {
-  auto* const box =
-      new wxStaticBoxSizer(wxVERTICAL, parent, ToLabel(LookUpText(kTestLabel, u"Line Test")));
-  box->GetStaticBox()->SetId(kTestLabel);
+  auto* const box = new wxStaticBoxSizer(
+      MakePlainBox(parent, kTestLabel, ToLabel(LookUpText(kTestLabel, u"Line Test"))), wxVERTICAL);
   auto* const grid = new wxGridSizer(2, FromDIP(wxSize(kGap, kGap)));
-  for (const Action& action : kActions)
-    if (action.number == kLoopbackButton)
-      grid->Add(MakeButton(box->GetStaticBox(), action), wxSizerFlags().Expand());
+  for (const int number : {kLoopbackButton, kXonButton})
+    grid->Add(MakeButton(box->GetStaticBox(), ActionOf(number)), wxSizerFlags().Expand());
   for (const int number : {kTraceSwitch, kRtsSwitch, kDtrSwitch})
     for (const Switch& which : kSwitches)
       if (which.number == number)
         grid->Add(MakeCheckBox(box->GetStaticBox(), which), wxSizerFlags().CentreVertical());
   box->Add(grid, wxSizerFlags().Expand().Border(wxALL, FromDIP(kGap)));
+  lineErrors = MakePlainText(box->GetStaticBox(), wxID_ANY);
+  lineErrors->SetForegroundColour(ColourOf(Sign::Failed));
+  lineErrors->Hide();
+  box->Add(lineErrors, wxSizerFlags().Border(wxLEFT | wxRIGHT | wxBOTTOM, FromDIP(kGap)));
   return box;
 }
 
-wxPanel* MainWindow::MakeLower(wxWindow* parent) {
-  auto* const panel = new wxPanel(parent);
+void MainWindow::MakeLower(wxWindow* parent) {
+  lower = new wxScrolledWindow(parent);
+  wxWindow* const panel = lower;
   auto* const column = new wxBoxSizer(wxVERTICAL);
   const auto gap = wxSizerFlags().Expand().Border(wxTOP, FromDIP(kGap));
   column->Add(MakeActions(panel, {kSendButton, kReceiveButton}), gap);
@@ -219,8 +244,8 @@ wxPanel* MainWindow::MakeLower(wxWindow* parent) {
   monitor = new MonitorView(panel, mnemonics);
   monitor->SetId(kMonitor);
   column->Add(monitor, wxSizerFlags(2).Expand().Border(wxTOP, FromDIP(kGap / 2)));
-  panel->SetSizer(column);
-  return panel;
+  lower->SetMinSize(FromDIP(wxSize(-1, kLeastLower)));
+  lower->SetSizer(column);
 }
 
 wxButton* MainWindow::Button(int number) const {
@@ -231,41 +256,51 @@ wxCheckBox* MainWindow::CheckBox(int number) const {
   return static_cast<wxCheckBox*>(FindWindow(number));
 }
 
-// A window too small for everything shows the state, the progress and the lamps.
+// What the lower part has no room for is scrolled to; where even the upper one has none, both are.
 void MainWindow::FitParts() {
   FitHeadline();
-  FitCancelButton();
+  FitProgress();
+  WrapAdvice();
   const int least = fittedHeight = LeastHeight();
-  SetSizeHints(FromDIP(kLeastWidth), least + GetSize().y - GetClientSize().y);
-  const wxSize needed = lower->GetSizer()->GetMinSize();
-  const bool room =
-      GetClientSize().y >= least + needed.y && GetClientSize().x >= needed.x + FromDIP(2 * kGap);
-  if (lower->IsShown() != room) lower->Show(room);
-  upper->GetParent()->SetSize(GetClientSize());
-  upper->GetParent()->Layout();
+  wxSize hint(FromDIP(kLeastWidth), least);
+  hint.DecTo(ScreenRoom(*this));
+  SetSizeHints(hint + (GetSize() - GetClientSize()));
+  ground->SetSize(GetClientSize());
+  ground->FitInside();
+  ground->Layout();
   upper->Layout();
   lamps->Layout();
+  lower->FitInside();
+  lower->Layout();
+  lower->Refresh(); // a group's frame leaves what it stood on as it was
 }
 
-// It gives way to a bar of which something can be seen.
-void MainWindow::FitCancelButton() {
-  wxButton* const cancel = Button(kCancelButton);
-  const int others = FindWindow(kProgressLabel)->GetBestSize().x + progressText->GetBestSize().x +
-                     cancel->GetBestSize().x;
-  cancel->Show(GetClientSize().x >= others + FromDIP(kLeastBarWidth + 5 * kGap));
+// In two rows where one would leave nothing of the bar to be seen.
+void MainWindow::FitProgress() {
+  int needed = FromDIP(kLeastBarWidth + 7 * kGap);
+  for (const wxWindow* const part :
+       {FindWindow(kProgressLabel), FindWindow(kCompleteButton), FindWindow(kCancelButton),
+        wxStaticCast(progressText, wxWindow)})
+    if (part->IsShown()) needed += part->GetBestSize().x;
+  progress->SetOrientation(GetClientSize().x >= needed ? wxHORIZONTAL : wxVERTICAL);
 }
 
 int MainWindow::LeastHeight() const {
-  return upper->GetBestSize().y + FromDIP(2 * kGap);
+  return upper->GetSizer()->GetMinSize().y + FromDIP(2 * kGap + kLeastLower);
 }
 
-// What has just been unfolded is to be seen, and what was seen does not give way to higher letters.
+// What has just been unfolded is to be seen, and what was seen does not give way to higher letters, as far as
+// the screen has room.
 void MainWindow::GrowToFit() {
   FitHeadline();
-  FitCancelButton();
-  const int needed = LeastHeight() + lower->GetSizer()->GetMinSize().y;
+  FitProgress();
+  const int wanted = LeastHeight() - FromDIP(kLeastLower) + lower->GetSizer()->GetMinSize().y;
+  const int needed = std::min(wanted, ScreenRoom(*this).y);
   const wxSize now = GetClientSize();
-  if (now.y < needed && !IsMaximized() && lower->IsShown()) SetClientSize(now.x, needed);
+  if (now.y < needed && !IsMaximized()) {
+    SetClientSize(now.x, needed);
+    MoveOntoScreen(*this);
+  }
   FitParts();
 }
 
@@ -276,13 +311,17 @@ void MainWindow::ShowStatus(const StatusView& view) {
   ShowHeadline(view);
   ShowProgress(view);
   lamps->Show(view.lamps);
-  ShowAdvice(view);
+  ShowLineErrors();
   jobs->BeginDay(App().LocalTime());
   // A "Yes" must not end the transfer that comes next.
   if (shown && IsExchange(shown->code) && !IsExchange(view.code)) WithdrawQuestion();
   if (Button(kCancelButton)->IsEnabled() != IsExchange(view.code))
     Button(kCancelButton)->Enable(IsExchange(view.code));
+  const bool isNews = !shown || shown->activity != view.activity ||
+                      shown->reason != view.reason || shown->note != view.note;
   shown = view;
+  if (isNews) ShowAdvice();
+  if (onStatus) onStatus(view);
 }
 
 void MainWindow::AddJob(const EndedJob& job) {
@@ -334,22 +373,38 @@ void MainWindow::ShowProgress(const StatusView& view) {
 }
 
 // Below the state, so that somebody without the handbook knows what to look at.
-void MainWindow::ShowAdvice(const StatusView& view) {
-  const bool noLink = view.activity == LinkActivity::NoLink && linkAdvice;
-  const bool wanted = noLink || !view.note.IsEmpty();
-  const bool sameNow = wanted == advice->IsShown() && shown && view.note == shown->note;
-  const double now = App().HighResolutionSeconds();
-  if (sameNow && (!wanted || now < nextAdvice)) return;
-  nextAdvice = now + kAdvicePeriod;
-  const KorText words = noLink ? linkAdvice() : view.note;
-  if (sameNow && words == advised) return;
+void MainWindow::ShowAdvice() {
+  const bool noLink = shown && shown->activity == LinkActivity::NoLink && linkAdvice;
+  if (!noLink)
+    adviceTimer.Stop();
+  else if (!adviceTimer.IsRunning())
+    adviceTimer.Start(kAdvicePeriod);
+  KorText words = noLink ? linkAdvice() : shown ? shown->note : KorText();
+  if (noLink && !shown->reason.IsEmpty()) words = shown->reason + u"\n" + words;
+  if (words == advised) return;
   advised = words;
-  const int room =
-      std::max(GetClientSize().x, FromDIP(kLeastWidth)) - FromDIP(kStateSign + 4 * kGap);
-  if (wanted) advice->SetLabelText(InLines(words, *advice, room));
-  advice->Show(wanted);
-  upper->GetParent()->Layout();
+  advice->Show(!words.IsEmpty());
+  WrapAdvice();
   GrowToFit();
+}
+
+void MainWindow::WrapAdvice() {
+  const int room =
+      std::max(GetClientSize().x, FromDIP(kLeastWidth)) - FromDIP(kStateSign + 5 * kGap);
+  const wxString lines = InLines(advised, *advice, room);
+  if (advice->GetLabelText() != lines) advice->SetLabelText(lines);
+}
+
+// Counted since the port was opened.
+void MainWindow::ShowLineErrors() {
+  KorText words;
+  for (const KorText& text : LineErrorTexts(app.CurrentLineErrors()))
+    words += words.IsEmpty() ? text : u"\n" + text;
+  const wxString lines = InLines(words, *lineErrors, FromDIP(kWidth - 6 * kGap));
+  if (lineErrors->GetLabelText() == lines) return;
+  lineErrors->SetLabelText(lines);
+  lineErrors->Show(!lines.empty());
+  FitParts();
 }
 
 void MainWindow::SetJobButtons(JobButtons state) {
@@ -359,12 +414,17 @@ void MainWindow::SetJobButtons(JobButtons state) {
     Button(number)->Show(state != JobButtons::Hidden);
     Button(number)->Enable(enabled);
   }
-  lower->Layout();
+  FitParts();
 }
 
 void MainWindow::ShowSpecialButton() {
   Button(kSpecialButton)->Show();
-  lower->Layout();
+  FitParts();
+}
+
+void MainWindow::ShowComplete(bool isShown) {
+  Button(kCompleteButton)->Show(isShown);
+  GrowToFit();
 }
 
 void MainWindow::ShowSettings() {
@@ -376,9 +436,8 @@ void MainWindow::ShowMonitorPane(bool shownNow) {
   CheckBox(kMonitorSwitch)->SetValue(shownNow);
   monitor->Show(shownNow);
   app.SetMonitorShown(shownNow);
-  lower->Layout();
   GrowToFit();
-  lower->Refresh(); // a group's frame leaves what it stood on as it was
+  if (shownNow) ScrollTo(*lower, *monitor);
 }
 
 void MainWindow::Recall() {

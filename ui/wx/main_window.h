@@ -1,20 +1,25 @@
 // MainWindow: the one window of the program. Above all the state, in words of their own size with a sign
 // of its own shape; then the status line, the progress, the lamps; then the jobs by hand and those of the
-// day; below, what is set up rarely, the line test and the monitor. It shows what it is given and calls the engine's operations; what is
+// day; below, what is set up rarely, the line tests and the monitor. What has no room is scrolled to,
+// below the state, which stays. It shows what it is given and calls the engine's operations; what is
 // refused and when a job ends is the engine's to say. Window's thread.
 #pragma once
 
 #include <functional>
 #include <initializer_list>
 #include <optional>
+#include <utility>
 
 #include <wx/button.h>
 #include <wx/checkbox.h>
 #include <wx/frame.h>
 #include <wx/gauge.h>
+#include <wx/scrolwin.h>
+#include <wx/sizer.h>
 #include <wx/statbmp.h>
 #include <wx/stattext.h>
 #include <wx/textctrl.h>
+#include <wx/timer.h>
 
 #include "app/nce_app.h"
 #include "ui/transfer_text.h"
@@ -35,12 +40,16 @@ class MainWindow : public wxFrame {
   void ShowStatus(const StatusView& view);
   void SetJobButtons(JobButtons state);
   void ShowSpecialButton();
+  // While a receipt by hand runs it can be completed here, whatever has become of its own window.
+  void ShowComplete(bool shown);
   // One that failed asks for attention until somebody looks.
   void AddJob(const EndedJob& job);
   void ShowTracing(bool on);
   void AddEarlierJob(const EndedJob& job) { jobs->Add(job); }
-  // What is said while there is no link: asked for about every second.
+  // What is said while there is no link, below its reason: asked for every second.
   void SetLinkAdvice(std::function<KorText()> text) { linkAdvice = std::move(text); }
+  // Called with each status that is shown.
+  void SetOnStatus(std::function<void(const StatusView&)> follow) { onStatus = std::move(follow); }
   MonitorView& Monitor() { return *monitor; }
   // What the settings record holds now: the check boxes of the handshakes.
   void ShowSettings();
@@ -61,12 +70,13 @@ class MainWindow : public wxFrame {
   };
   static const Action kActions[];
   static const Switch kSwitches[];
+  static const Action& ActionOf(int number);
 
   wxSizer* MakeState(wxWindow* parent);
   wxSizer* MakeProgress(wxWindow* parent);
   wxSizer* MakeActions(wxWindow* parent, std::initializer_list<int> numbers);
   wxSizer* MakeSwitches(wxWindow* parent);
-  wxPanel* MakeLower(wxWindow* parent);
+  void MakeLower(wxWindow* parent);
   // Runs what a control asks for once its event is over, so that who pressed it, such as a screen reader, is
   // answered before a dialog opens; and one thing at a time.
   void RunNext(std::function<void()> action);
@@ -75,11 +85,13 @@ class MainWindow : public wxFrame {
   void ShowHeadline(const StatusView& view);
   void FitHeadline();
   void ShowProgress(const StatusView& view);
-  void ShowAdvice(const StatusView& view);
+  void ShowAdvice();
+  void WrapAdvice();
+  void ShowLineErrors();
   void ShowMonitorPane(bool shown);
   void FitParts();
-  void FitCancelButton();
-  int LeastHeight() const; // of the client area, for what always stays
+  void FitProgress();
+  int LeastHeight() const; // of the client area: the state, and a strip of the rest
   void GrowToFit();
   wxButton* Button(int number) const;
   wxCheckBox* CheckBox(int number) const;
@@ -87,6 +99,8 @@ class MainWindow : public wxFrame {
   void Send() { app.ChooseDownloadFile(); }
   void Receive() { app.ChooseUploadFile(); }
   void Loopback() { app.LoopbackTest(); }
+  void XonXoff() { app.XonXoffTest(); }
+  void Complete() { app.CompleteUpload(); }
   void Special() { app.SpecialDialog(); }
   void Settings();
   void Cancel();
@@ -99,24 +113,28 @@ class MainWindow : public wxFrame {
   WindowMemory memory;
   Mnemonics mnemonics;
   std::function<KorText()> linkAdvice;
+  std::function<void(const StatusView&)> onStatus;
   std::optional<StatusView> shown;
   Sign shownSign = Sign::Idle;
-  double nextAdvice = 0; // when the advice is asked for again
-  KorText advised;       // its text
-  bool acting = false;   // a control's action runs
+  wxTimer adviceTimer; // runs while there is no link
+  KorText advised;     // the advice, not yet in lines
+  bool acting = false; // a control's action runs
   RateMeter meter;
 
-  int fittedHeight = 0;     // what always stayed when the parts were last fitted
-  wxPanel* upper = nullptr; // stays, however small the window is
-  wxPanel* lower = nullptr;
+  int fittedHeight = 0; // LeastHeight when the parts were last fitted
+  wxScrolledWindow* ground = nullptr;
+  wxPanel* upper = nullptr;
+  wxScrolledWindow* lower = nullptr;
   wxStaticBitmap* sign = nullptr;
   wxStaticText* headline = nullptr;
   wxTextCtrl* statusLine = nullptr;
   wxStaticText* advice = nullptr;
+  wxBoxSizer* progress = nullptr;
   wxGauge* gauge = nullptr;
   wxStaticText* progressText = nullptr;
   LampRow* lamps = nullptr;
   JobList* jobs = nullptr;
+  wxStaticText* lineErrors = nullptr; // hidden while there are none
   MonitorView* monitor = nullptr;
 };
 

@@ -23,6 +23,19 @@ constexpr int kShowPeriod = 200;              // milliseconds; each drawing cost
 constexpr std::size_t kMostWaiting = 1 << 20; // characters, while scrolled back
 constexpr int kMinimumLines = 4;
 
+// From the beginning of a line on. What arrives is always marked, what is sent isn't where a test begins.
+bool IsSent(const wxString& text, std::size_t at) {
+  return text.compare(at, 3, "RX ") != 0;
+}
+
+// Without the lines that would be dropped again at once.
+KorText NewestLines(const KorText& text) {
+  std::size_t at = text.Length();
+  for (int lines = 0; at > 0; --at)
+    if (text[at - 1] == u'\n' && ++lines > MonitorView::kMostLines) break;
+  return text.Mid(at);
+}
+
 wxTextAttr StyleOf(bool sent, const wxFont& font) {
   wxTextAttr style(ColourOf(sent ? Sign::Busy : Sign::Done));
   style.SetFont(sent ? font.Bold() : font);
@@ -63,7 +76,7 @@ wxSizer* MonitorView::MakeTools(Mnemonics& mnemonics) {
   wanted->Bind(wxEVT_TEXT_ENTER, [this](wxCommandEvent&) { Find(); });
   wanted->Bind(wxEVT_TEXT, [this](wxCommandEvent&) { SayNotFound(false); });
   row->Add(wanted, wxSizerFlags(1).Expand().Border(wxRIGHT, FromDIP(4)));
-  notFound = new wxStaticText(this, wxID_ANY, ToWx(LookUpText(15569, u"not found")));
+  notFound = MakePlainText(this, wxID_ANY, ToWx(LookUpText(15569, u"not found")));
   notFound->SetForegroundColour(ColourOf(Sign::Failed));
   notFound->Hide();
   row->Add(notFound, wxSizerFlags().CentreVertical().Border(wxRIGHT, FromDIP(4)));
@@ -73,7 +86,10 @@ wxSizer* MonitorView::MakeTools(Mnemonics& mnemonics) {
 
 void MonitorView::Append(const KorText& newText) {
   waiting += newText;
-  if (waiting.Length() > kMostWaiting) waiting.Remove(0, waiting.Length() / 2);
+  if (waiting.Length() > kMostWaiting) {
+    const std::size_t end = waiting.Find(u'\n', waiting.Length() / 2);
+    waiting = end == KorText::kNone ? KorText() : waiting.Mid(end + 1);
+  }
   if (!waiting.IsEmpty() && !showTimer.IsRunning()) showTimer.StartOnce(kShowPeriod);
 }
 
@@ -92,27 +108,25 @@ void MonitorView::ShowWaiting() {
   long from = 0, to = 0; // adding text takes a selection away
   text->GetSelection(&from, &to);
   // Not frozen meanwhile: thawing has the toolkit lay out all lines anew.
-  const wxString added = ToWx(waiting);
+  const KorText newest = NewestLines(waiting);
+  if (newest.Length() < waiting.Length()) atLineStart = true;
   waiting.Clear();
-  const long start = text->GetLastPosition();
-  text->SetDefaultStyle(StyleOf(false, text->GetFont()));
-  text->AppendText(added);
-  MarkSentLines(start, added);
+  AppendInStyle(ToWx(newest));
   const long dropped = DropOldest();
   if (from != to) text->SetSelection(std::max(from - dropped, 0L), std::max(to - dropped, 0L));
   text->ShowPosition(text->XYToPosition(0, text->GetNumberOfLines() - 1));
 }
 
-// A line keeps the style of its beginning.
-void MonitorView::MarkSentLines(long start, const wxString& added) {
-  const wxTextAttr sent = StyleOf(true, text->GetFont());
-  for (std::size_t at = 0; at < added.length();) {
-    const std::size_t end = std::min(added.find('\n', at), added.length() - 1) + 1;
-    if (atLineStart) sentLine = added.compare(at, 2, "TX") == 0;
-    if (sentLine)
-      text->SetStyle(start + static_cast<long>(at), start + static_cast<long>(end), sent);
-    atLineStart = added[end - 1] == '\n';
-    at = end;
+// A line keeps the style of its beginning; lines that travel the same way go in together.
+void MonitorView::AppendInStyle(const wxString& added) {
+  for (std::size_t at = 0, end = 0; at < added.length(); at = end) {
+    if (atLineStart) sentLine = IsSent(added, at);
+    do {
+      end = std::min(added.find('\n', end), added.length() - 1) + 1;
+      atLineStart = added[end - 1] == '\n';
+    } while (end < added.length() && IsSent(added, end) == sentLine);
+    text->SetDefaultStyle(StyleOf(sentLine, text->GetFont()));
+    text->AppendText(added.Mid(at, end - at));
   }
 }
 

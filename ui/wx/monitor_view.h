@@ -33,7 +33,7 @@ class MonitorView : public wxPanel {
 
  private:
   void ShowWaiting();
-  void MarkSentLines(long start, const wxString& added);
+  void AppendInStyle(const wxString& added);
   bool IsScrolledBack() const;
   long DropOldest(); // how many characters
   wxSizer* MakeTools(Mnemonics& mnemonics);

@@ -35,7 +35,7 @@ wxDialog* MakeMessage(wxWindow* parent, const KorText& caption, const KorText& t
   row->Add(
       new wxStaticBitmap(window, wxID_ANY, wxArtProvider::GetBitmapBundle(art, wxART_MESSAGE_BOX)),
       wxSizerFlags().Border(wxRIGHT, window->FromDIP(kGap)));
-  auto* const words = new wxStaticText(window, wxID_ANY, {});
+  auto* const words = MakePlainText(window, wxID_ANY);
   words->SetLabelText(InLines(text, *words, window->FromDIP(kTextWidth)));
   row->Add(words, wxSizerFlags(1).CentreVertical());
   auto* const ok = new wxButton(window, wxID_OK, Mnemonics().Label(LookUpText(47, u"Ok")));
@@ -59,16 +59,15 @@ wxDialog* MakeMessage(wxWindow* parent, const KorText& caption, const KorText& t
 } // namespace
 
 void MessageWindows::Show(const KorText& caption, const KorText& text, MessageStyle style) {
-  const auto same = std::find_if(open.begin(), open.end(), [&](const Shown& shown) {
-    return shown.caption == caption && shown.text == text;
-  });
+  const auto same = std::ranges::find(open, text, &Shown::text);
   if (same != open.end()) {
+    same->window->SetTitle(ToWx(caption));
     same->window->Raise();
     return;
   }
   if (open.size() == kMostMessages) open.front().window->Close();
   wxDialog* const window = MakeMessage(parent, caption, text, style);
-  open.push_back({caption, text, window});
+  open.push_back({text, window});
   window->Bind(wxEVT_CLOSE_WINDOW, [this, window](wxCloseEvent&) {
     Forget(window);
     window->Destroy();
@@ -101,7 +100,7 @@ wxDialog* MakeEndWindow(wxWindow* parent, const KorText& caption, const KorText&
     button->Bind(wxEVT_BUTTON, [action = choice.action](wxCommandEvent&) { action(); });
     row->Add(button, wxSizerFlags().Border(wxRIGHT, window->FromDIP(kGap)));
   }
-  auto* const words = new wxStaticText(window, wxID_ANY, {});
+  auto* const words = MakePlainText(window, wxID_ANY);
   words->SetLabelText(InLines(text, *words, window->FromDIP(kTextWidth)));
   auto* const column = new wxBoxSizer(wxVERTICAL);
   column->Add(words, wxSizerFlags().Border(wxALL, window->FromDIP(kGap)));
@@ -116,6 +115,7 @@ bool Ask(wxWindow* parent, const KorText& question) {
                                 wxYES_NO | wxNO_DEFAULT | wxICON_QUESTION);
   dialog.SetYesNoLabels(ToWx(LookUpText(66, u"Yes")), ToWx(LookUpText(65, u"No")));
   dialog.SetEscapeId(wxID_NO);
+  dialog.CallAfter([&dialog] { SpeakAsDialog(&dialog); }); // it is made when it is shown
   return dialog.ShowModal() == wxID_YES;
 }
 

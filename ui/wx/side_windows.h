@@ -11,8 +11,8 @@
 
 namespace kor {
 
-// Shows messages, each until it is closed; of many the oldest goes. One that stands open is not shown a second
-// time.
+// Shows messages, each until it is closed; of many the oldest goes. What stands open is not shown a second
+// time, whatever brought it.
 class MessageWindows {
  public:
   explicit MessageWindows(wxWindow* mainWindow) : parent(mainWindow) {}
@@ -21,7 +21,7 @@ class MessageWindows {
 
  private:
   struct Shown {
-    KorText caption, text;
+    KorText text;
     wxDialog* window;
   };
   void Forget(const wxDialog* window);

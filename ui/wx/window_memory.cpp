@@ -1,10 +1,16 @@
 #include "ui/wx/window_memory.h"
 
+#include <algorithm>
+#include <string>
+
 #include <wx/display.h>
 #include <wx/log.h>
+#include <wx/sstream.h>
 
+#include "files/simple_file.h"
 #include "services/core/app_interface.h"
 #include "services/core/path_text.h"
+#include "ui/wx/screen_room.h"
 #include "ui/wx/wx_text.h"
 
 namespace kor {
@@ -12,10 +18,20 @@ namespace kor {
 namespace {
 
 constexpr double kSettleTime = 2; // seconds until a window is the user's to move
+constexpr int kTitleWidth = 400;  // pixels; a window from a larger screen is cut to this one
+constexpr std::size_t kMostBytes = 1 << 14; // the file has a dozen lines; another one is not read
+
+std::string ReadMemory(const KorText& path) {
+  KorFile file(path);
+  if (!file.Open(kFileRead) || file.Size() > kMostBytes) return {};
+  std::string bytes(static_cast<std::size_t>(file.Size()), '\0');
+  bytes.resize(file.Read({reinterpret_cast<std::uint8_t*>(bytes.data()), bytes.size()}));
+  return bytes;
+}
 
 // A part of the title bar that can be taken hold of lies on a screen.
 bool IsReachable(const wxRect& place) {
-  const wxPoint title(place.x + place.width / 2, place.y + 10);
+  const wxPoint title(place.x + std::min(place.width, kTitleWidth) / 2, place.y + 10);
   return wxDisplay::GetFromPoint(title) != wxNOT_FOUND;
 }
 
@@ -41,9 +57,9 @@ void InsistOn(wxTopLevelWindow& window, const wxRect& place) {
 WindowMemory::WindowMemory(const KorText& settingsName) {
   const KorText folder = App().GetApplicationPropertyPath(kSettingsFolder);
   if (folder.IsEmpty()) return;
-  const KorText path = WithTrailingSlash(folder) + settingsName + u".window";
-  config = std::make_unique<wxFileConfig>(wxString(), wxString(), ToWx(path), wxString(),
-                                          wxCONFIG_USE_LOCAL_FILE);
+  path = WithTrailingSlash(folder) + settingsName + u".window";
+  wxStringInputStream kept(ToWx(KorText::FromUtf8(ReadMemory(path))));
+  config = std::make_unique<wxFileConfig>(kept);
 }
 
 void WindowMemory::Restore(wxTopLevelWindow& window) const {
@@ -52,9 +68,13 @@ void WindowMemory::Restore(wxTopLevelWindow& window) const {
     return static_cast<int>(config->ReadLong(what, 0));
   };
   // The size is for another density of the screen, too.
-  const wxRect place({kept("/Window/x"), kept("/Window/y")},
-                     window.FromDIP(wxSize(kept("/Window/width"), kept("/Window/height"))));
+  wxRect place({kept("/Window/x"), kept("/Window/y")},
+               window.FromDIP(wxSize(kept("/Window/width"), kept("/Window/height"))));
   if (place.width > 0 && place.height > 0 && IsReachable(place)) {
+    window.Move(place.GetPosition()); // onto its screen
+    wxSize size = place.GetSize();
+    size.DecTo(ScreenRoom(window));
+    place.SetSize(size);
     Place(window, place);
     InsistOn(window, place);
   }
@@ -73,8 +93,14 @@ void WindowMemory::Keep(const wxTopLevelWindow& window) {
     config->Write("/Window/width", place.width);
     config->Write("/Window/height", place.height);
   }
-  const wxLogNull quiet; // a place that can't be kept is not worth a message
-  config->Flush();
+  // A place that can't be kept is not worth a message.
+  wxStringOutputStream lines;
+  config->Save(lines);
+  const std::string bytes = FromWx(lines.GetString()).ToUtf8();
+  KorFile file(path);
+  if (file.OpenSafe() && file.Write({reinterpret_cast<const std::uint8_t*>(bytes.data()),
+                                     bytes.size()}) == bytes.size())
+    file.Commit();
 }
 
 bool WindowMemory::IsShown(const wxString& part, bool otherwise) const {

@@ -16,14 +16,17 @@ class WindowMemory {
   // settingsName: the model name. Without a settings folder nothing is remembered.
   explicit WindowMemory(const KorText& settingsName);
 
-  // Puts the window where it was, if a screen is still there; its default size otherwise.
+  // Puts the window where it was, if a screen is still there, and no larger than that; its default size
+  // otherwise.
   void Restore(wxTopLevelWindow& window) const;
   void Keep(const wxTopLevelWindow& window);
   bool IsShown(const wxString& part, bool otherwise) const;
   void SetShown(const wxString& part, bool shown);
 
  private:
-  std::unique_ptr<wxFileConfig> config;
+  KorText path;
+  std::unique_ptr<wxFileConfig>
+      config; // of no file: the toolkit would show its own window where it can't save
 };
 
 } // namespace kor
