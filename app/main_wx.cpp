@@ -1,9 +1,11 @@
 // ncedl: the DNC link in a window. Its whole command line, words joined by one blank, is the program's
 // command line: the model name, with "SIMULATION" and "500" switching their modes on.
+#include <atomic>
 #include <clocale>
-#include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <utility>
+#include <vector>
 
 #include <wx/app.h>
 #include <wx/log.h>
@@ -41,34 +43,65 @@ SIMULATION it simulates, with 500 it knows the names of that model. Without any 
 of NCE. A second start with the same words shows the window that is there. ncedl-setup prepares the
 folders and the port.)";
 
-constexpr double kEndPeriod = 0.2; // seconds between two looks whether a signal came
+constexpr char kNoDisplay[] =
+    "ncedl: there is no display to show a window on; ncedl-console serves without one\n";
 
-volatile std::sig_atomic_t endAsked = 0;
+constexpr double kEndPeriod = 0.2; // seconds between two tries to end what stands in the way
+
+constexpr unsigned long kForEver = 60'000;     // milliseconds: far longer than the watch needs
+constexpr unsigned long kMorePatience = 2'000; // milliseconds, with an end that is on its way
+
+std::atomic<bool> endAsked{false};
 
 // Before there is a window, and after it. Who asks the program to end need not read it.
 void ShowPlainly(const KorText& caption, const KorText& text) {
   struct Look : wxTimer {
     void Notify() override {
-      if (endAsked != 0) CancelInnermostModal();
+      if (endAsked) CancelInnermostModal();
     }
   } look;
   look.Start(static_cast<int>(kEndPeriod * 1000));
   ShowAlone(caption, text);
 }
 
+void ShowPlainly(const MessageRecord& record) {
+  ShowPlainly(record.info, ReportText(record));
+}
+
 void ReportPlainly(AppInterface& application) {
   application.SetReporter([](const MessageRecord& record) {
-    ShowPlainly(record.info, ReportText(record));
+    ShowPlainly(record);
     return record.number;
   });
 }
+
+// What the start has to say waits for the window: nobody may be there to answer, and the line is to
+// be served.
+class EarlyReports {
+ public:
+  explicit EarlyReports(AppInterface& application) {
+    application.SetReporter([this](const MessageRecord& record) {
+      records.push_back(record);
+      return record.number;
+    });
+  }
+  std::vector<MessageRecord> Take(AppInterface& application) {
+    ReportPlainly(application);
+    return std::exchange(records, {});
+  }
+
+ private:
+  std::vector<MessageRecord> records;
+};
 
 // What the toolkit has to say goes into the application's log: its own windows would stand in the way.
 class ToolkitLog : public wxLog {
  public:
   ToolkitLog() : before(SetActiveTarget(this)) { wxSetAssertHandler(&OnAssertion); }
+  // What its windows say when they are taken down goes nowhere: nobody answers any more.
   ~ToolkitLog() override {
     wxDisableAsserts();
+    EnableLogging(false);
     SetActiveTarget(before);
   }
   ToolkitLog(const ToolkitLog&) = delete;
@@ -105,12 +138,16 @@ class WindowRun {
   WindowRun(const KorText& commandLine, const KorText& cncFolder)
       : app(HostServices(port, frontEnd, cncFolder), commandLine) {}
 
-  // The loop is the toolkit's; its result is the exit code.
-  int Run(const std::function<int()>& loop, const std::function<void()>& exitLoop);
+  // The loop is the toolkit's; its result is the exit code. early: what the start had to say.
+  int Run(const std::function<int()>& loop, const std::function<void()>& exitLoop,
+          const std::vector<MessageRecord>& early);
   // A signal, or the window was closed: no question. The loops unwind in their own time.
   void End();
   // The desktop's session ends, and the process with it.
   [[noreturn]] void EndAtOnce();
+  static void OnEndAsked();
+  // The window's thread hangs, as it does in a call of its display: ends without it.
+  static void OnEndOverdue();
 
  private:
   // Ends the loop, or the innermost of what runs inside it, which has to unwind before the next.
@@ -120,7 +157,10 @@ class WindowRun {
   [[noreturn]] void SaveAndExit(); // nothing unwinds, no window is touched
   static void EndWithoutDisplay();
 
-  static WindowRun* serving; // while its loop runs
+  static std::atomic<WindowRun*> serving; // while its loop runs
+  // Who ends the program: the window's thread, the watch on it, or the loss of the display; one of
+  // them.
+  static std::atomic<bool> finishing;
   PlatformSerialPort port;
   WxFrontEnd frontEnd;
   NCEApp app;
@@ -131,13 +171,15 @@ class WindowRun {
   bool ending = false;
 };
 
-WindowRun* WindowRun::serving = nullptr;
+std::atomic<WindowRun*> WindowRun::serving{nullptr};
+std::atomic<bool> WindowRun::finishing{false};
 
 void WindowRun::Show() {
   window = new MainWindow(app, app.ModelName());
   SetProgramIcon(*window);
   frontEnd.Attach(*window, app);
   ReportThrough(frontEnd, MessageStyle::Exclamation);
+  window->SetOnStatus([this](const StatusView& view) { awake.Set(IsExchange(view.code)); });
   window->SetLinkAdvice([this] { return LinkAdvice(app.Settings().port); });
   window->Recall();
   window->Show();
@@ -167,6 +209,24 @@ void WindowRun::End() {
   if (std::exchange(ending, true)) return;
   window->Remember();
   window->Hide();
+  app.Timers().Create(u"ncedl::Leave", kEndPeriod, App().HighResolutionSeconds() - kEndPeriod, true,
+                      [this] { Leave(); });
+}
+
+void WindowRun::OnEndAsked() {
+  endAsked = true;
+  if (!serving) return; // a look of its own, or the watch
+  wxTheApp->CallAfter([] {
+    if (serving) serving.load()->End();
+  });
+}
+
+void WindowRun::OnEndOverdue() {
+  if (finishing.exchange(true))
+    wxMilliSleep(kMorePatience);
+  else if (serving)
+    serving.load()->SaveAndExit();
+  std::_Exit(0);
 }
 
 // Windows ends the process once its windows have been told; nothing is left for later, and nobody is there to answer
@@ -184,16 +244,23 @@ void WindowRun::SaveAndExit() {
 }
 
 void WindowRun::EndWithoutDisplay() {
-  if (serving) serving->SaveAndExit();
+  if (serving && !finishing.exchange(true)) serving.load()->SaveAndExit();
 }
 
 void WindowRun::Leave() {
   if (!CancelInnermostModal()) exit();
 }
 
-int WindowRun::Run(const std::function<int()>& loop, const std::function<void()>& exitLoop) {
+int WindowRun::Run(const std::function<int()>& loop, const std::function<void()>& exitLoop,
+                   const std::vector<MessageRecord>& early) {
   LetOthersComeForward();
   OneWindow instance(app.ModelName());
+  if (instance.IsOtherSilent()) {
+    ShowPlainly(app.ModelName(), LookUpText(15604, u"The window of these settings is open already "
+                                                   u"but does not answer. End that program, then "
+                                                   u"start again."));
+    std::_Exit(1);
+  }
   if (!instance.IsFirst()) return 0;
   exit = exitLoop;
   Show();
@@ -201,18 +268,17 @@ int WindowRun::Run(const std::function<int()>& loop, const std::function<void()>
     window->Iconize(false);
     window->Raise();
   });
-  app.Timers().Create(u"ncedl::Look", kEndPeriod, App().HighResolutionSeconds(), true, [this] {
-    if (ending) Leave();
-    if (endAsked != 0) End();
-    awake.Set(app.RunningExchange().has_value());
-  });
+  for (const MessageRecord& record : early)
+    frontEnd.ShowMessage(record.info, ReportText(record), MessageStyle::Exclamation);
   serving = this;
   CallWhenDisplayIsLost(&EndWithoutDisplay);
+  if (endAsked) End();
   int result = 0;
   {
     TimerPump pump(app.Timers(), [this](auto task) { frontEnd.Post(std::move(task)); });
     result = loop();
   }
+  if (finishing.exchange(true)) wxMilliSleep(kForEver); // the watch was first
   serving = nullptr;
   instance.SetOnRaise({});
   ReportPlainly(App());
@@ -242,16 +308,20 @@ int WindowProgram::OnRun() {
   PlatformAppInterface application(kProgramNames);
   SetApp(&application);
   const ToolkitLog toolkitLog;
-  ReportPlainly(application);
+  EarlyReports reports(application);
   KorText error;
   const auto program = StartProgram(application, commandLine, error);
+  const std::vector<MessageRecord> early = reports.Take(application);
+  if (!program)
+    for (const MessageRecord& record : early)
+      ShowPlainly(record);
   if (!error.IsEmpty()) ShowPlainly(u"Download", error);
   if (!program) return 0; // intended: a program that can't start ends without an error code
   WindowRun run(commandLine, program->cncFolder);
   // The end of the desktop's session: these events, a signal, or a display that goes.
   Bind(wxEVT_QUERY_END_SESSION, [](wxCloseEvent&) {}); // no question
   Bind(wxEVT_END_SESSION, [&run](wxCloseEvent&) { run.EndAtOnce(); });
-  return run.Run([this] { return wxApp::OnRun(); }, [this] { ExitMainLoop(); });
+  return run.Run([this] { return wxApp::OnRun(); }, [this] { ExitMainLoop(); }, early);
 }
 
 // Shows a text and ends.
@@ -276,7 +346,8 @@ int main(int argc, char** argv) {
     wxEntry(none, argv);
   };
   if (const auto code = AnswerOption(u"ncedl", kHelp, words, show)) return *code;
-  CallAtEndSignal([](int) { endAsked = 1; });
+  WatchForEnd(&WindowRun::OnEndAsked, &WindowRun::OnEndOverdue);
+  if (!FindDisplay()) return std::fputs(kNoDisplay, stderr), 1;
   wxApp::SetInstance(new WindowProgram(JoinedWords(words)));
   return wxEntry(none, argv);
 }

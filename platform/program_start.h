@@ -17,8 +17,9 @@ bool FindOutput();
 // user has just started may do that, or let others.
 void LetOthersComeForward();
 
-// Has the handler called, as a signal's, when the program is asked to end: by the user, or because the session or
-// its terminal ends.
-void CallAtEndSignal(void (*handler)(int));
+// When the program is asked to end, by the user or because the session or its terminal ends: has
+// the one called at once, and the other a second later, if the program is still there. Both on a
+// thread of their own. Called once.
+void WatchForEnd(void (*onAsked)(), void (*onOverdue)());
 
 } // namespace kor

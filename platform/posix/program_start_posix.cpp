@@ -1,7 +1,10 @@
 #include "platform/program_start.h"
 
+#include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <initializer_list>
+#include <thread>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -9,6 +12,12 @@
 #include "services/core/last_words.h"
 
 namespace kor {
+
+namespace {
+
+constexpr std::chrono::seconds kPatience(1); // with a program that was asked to end
+
+} // namespace
 
 void PrepareProgram() {
   // A new descriptor is the lowest free one, so they come in order.
@@ -24,9 +33,23 @@ bool FindOutput() {
 
 void LetOthersComeForward() {}
 
-void CallAtEndSignal(void (*handler)(int)) {
+// A handler may do next to nothing, so it wakes a thread.
+void WatchForEnd(void (*onAsked)(), void (*onOverdue)()) {
+  static int ends[2] = {-1, -1};
+  if (::pipe2(ends, O_CLOEXEC) != 0) return;
+  std::thread([onAsked, onOverdue] {
+    char byte = 0;
+    while (::read(ends[0], &byte, 1) < 0 && errno == EINTR) {
+    }
+    onAsked();
+    std::this_thread::sleep_for(kPatience);
+    onOverdue();
+  }).detach();
   for (const int signal : {SIGINT, SIGTERM, SIGHUP})
-    std::signal(signal, handler);
+    std::signal(signal, [](int) {
+      const int before = errno;
+      if (::write(ends[1], "", 1) < 0) errno = before;
+    });
 }
 
 } // namespace kor

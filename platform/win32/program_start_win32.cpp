@@ -14,6 +14,7 @@ namespace kor {
 
 namespace {
 
+constexpr DWORD kPatience = 1000; // milliseconds, with a program that was asked to end
 bool outputIsMissing = false;
 UINT codePageBefore = 0; // of the console, which is the caller's, too
 
@@ -74,9 +75,17 @@ void LetOthersComeForward() {
   AllowSetForegroundWindow(ASFW_ANY);
 }
 
-void CallAtEndSignal(void (*handler)(int)) {
+// The system calls a handler on a thread of its own.
+void WatchForEnd(void (*onAsked)(), void (*onOverdue)()) {
+  static void (*calls[2])() = {};
+  calls[0] = onAsked;
+  calls[1] = onOverdue;
   for (const int signal : {SIGINT, SIGTERM, SIGBREAK})
-    std::signal(signal, handler);
+    std::signal(signal, [](int) {
+      calls[0]();
+      ::Sleep(kPatience);
+      calls[1]();
+    });
 }
 
 } // namespace kor

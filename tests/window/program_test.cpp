@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <gio/gio.h>
+#include <gio/gunixsocketaddress.h>
 
 #include <csignal>
 #include <cstdint>
@@ -47,9 +48,13 @@ struct Spoken {
   std::string owner, path; // its address
   std::string role, name;
   std::uint32_t states = 0;
+  std::string label{}; // name of the control that names it
 };
 enum : std::uint32_t { kActive = 1u << 1, kEnabled = 1u << 8, kShowing = 1u << 25 };
 
+template <class Object> std::unique_ptr<Object, decltype(&g_object_unref)> Owned(Object* object) {
+  return {object, g_object_unref};
+}
 using Answer = std::unique_ptr<GVariant, decltype(&g_variant_unref)>;
 
 // The bus that programs tell assistive technology of themselves on.
@@ -129,6 +134,24 @@ class SpeechBus {
     if (!states) return; // it has gone meanwhile
     const Answer words(g_variant_get_child_value(states.get(), 0), g_variant_unref);
     g_variant_get_child(words.get(), 0, "u", &one.states);
+    one.label = LabelOf(one);
+  }
+  std::string LabelOf(const Spoken& one) const {
+    constexpr guint32 kLabelledBy = 2;
+    const Answer answer =
+        Call(one.owner, one.path, "org.a11y.atspi.Accessible.GetRelationSet", nullptr);
+    if (!answer) return {};
+    GVariantIter *relations = nullptr, *targets = nullptr;
+    guint32 kind = 0;
+    const char *owner = nullptr, *path = nullptr;
+    std::string label;
+    g_variant_get(answer.get(), "(a(ua(so)))", &relations);
+    while (g_variant_iter_loop(relations, "(ua(so))", &kind, &targets))
+      while (kind == kLabelledBy && g_variant_iter_loop(targets, "(&s&o)", &owner, &path))
+        label += Text(Call(owner, path, "org.freedesktop.DBus.Properties.Get",
+                           g_variant_new("(ss)", "org.a11y.atspi.Accessible", "Name")));
+    g_variant_iter_free(relations);
+    return label;
   }
   static std::string Text(const Answer& answer) {
     if (!answer) return {};
@@ -175,6 +198,14 @@ class Program : public ::testing::Test {
   void Key(const std::string& keys) {
     EXPECT_EQ(Process({"/usr/bin/xdotool", "key", keys}).WaitForExit(), 0);
   }
+  bool Answers() {
+    return Until([&] {
+      return line->Send("FH 8\r"), !line->Receive("\r", support::Milliseconds(300)).empty();
+    });
+  }
+  std::filesystem::path Memory() const {
+    return std::filesystem::path(folders.SettingsFile()).replace_extension("window");
+  }
   int Ended() { return program->WaitForExit().value_or(-1); }
 
   SpeechBus bus;
@@ -202,7 +233,8 @@ TEST_F(Program, EveryControlHasARoleAndAName) {
        "icon/Receive: off|icon/Transmit: off|icon/CTS Hold: off|icon/DSR Hold: off|"
        "icon/RLSD Hold: off|icon/XOFF Hold: off|icon/XOFF Sent: off|push button/Send NC File|"
        "push button/Receive NC File|push button/Special Features|push button/Download Settings|"
-       "push button/Loop Back Test|check box/Communications Trace|check box/RTS/CTS Handshake|"
+       "push button/Loop Back Test|push button/XON/XOFF Test|check box/Communications Trace|check "
+       "box/RTS/CTS Handshake|"
        "check box/DTR/DSR Handshake|table/Jobs today|text/Monitor|push button/Clear|push "
        "button/Save...|"
        "text/Text to find in the monitor|push button/Find"},
@@ -227,26 +259,38 @@ TEST_F(Program, EveryControlHasARoleAndAName) {
       role = one.substr(0, one.find('/'));
       EXPECT_TRUE(Shows(role, one.substr(role.size() + 1))) << one;
     }
-    for (const Spoken& one : bus.Shown(program->Id()))
+    for (const Spoken& one : bus.Shown(program->Id())) {
       EXPECT_FALSE(IsForUse(one.role) && one.name.empty()) << one.role << " in " << screen.name;
+      EXPECT_TRUE(one.label.empty() || one.label == one.name) << one.label << ": " << one.name;
+    }
     if (screen.controls.starts_with("dialog")) Key("Escape");
   }
 }
 
 TEST_F(Program, ASecondStartRaisesTheFirst) {
   // What the toolkit has to say of a damaged file stands in nobody's way.
-  support::WriteWholeFile(std::filesystem::path(folders.SettingsFile()).replace_extension("window"),
-                          "[[\n=");
+  support::WriteWholeFile(Memory(), "[[\n=");
   Start();
   ASSERT_TRUE(Shows("frame", "NCE", kActive));
   Key("super+d"); // all windows are put away
   ASSERT_TRUE(Until([&] { return (Find("frame", "NCE")->states & kActive) == 0; }));
   EXPECT_EQ(folders.Start("ncedl")->WaitForExit(), 0);
   EXPECT_TRUE(Shows("frame", "NCE", kActive));
+  program->Signal(SIGSTOP);
+  const std::unique_ptr<Process> stopped = std::exchange(program, folders.Start("ncedl"));
+  ASSERT_TRUE(Press("push button", "Ok"));
+  EXPECT_EQ(Ended(), 1);
 }
 
 TEST_F(Program, ClosingInATransferAsks) {
   support::WriteWholeFile(folders.Download("7.MPG"), "N1 X1\n");
+  const std::string silentBus = folders.Download("bus"); // that is asked to keep the system awake
+  const auto socket = Owned(
+      g_socket_new(G_SOCKET_FAMILY_UNIX, G_SOCKET_TYPE_STREAM, G_SOCKET_PROTOCOL_DEFAULT, nullptr));
+  const auto address = Owned(g_unix_socket_address_new(silentBus.c_str()));
+  ASSERT_TRUE(g_socket_bind(socket.get(), address.get(), TRUE, nullptr) &&
+              g_socket_listen(socket.get(), nullptr));
+  setenv("DBUS_SYSTEM_BUS_ADDRESS", ("unix:path=" + silentBus).c_str(), 1);
   Start();
   line->Exchange("FH 7");
   line->Exchange(">");
@@ -254,12 +298,14 @@ TEST_F(Program, ClosingInATransferAsks) {
     ASSERT_TRUE(Shows("push button", "Cancel Transfer", kEnabled));
     ASSERT_TRUE(Shows("frame", "NCE", kActive));
     Key("alt+F4");
+    ASSERT_TRUE(Shows("dialog", "NCE"));
     ASSERT_TRUE(Press("push button", answer)) << Listed(bus.Shown(program->Id()));
   }
   EXPECT_EQ(Ended(), 0);
 }
 
 TEST_F(Program, EndsWhateverStandsOpen) {
+  std::filesystem::create_directories(Memory()); // where no size can be kept
   for (const int signal : {SIGTERM, SIGHUP}) {
     Start();
     ASSERT_TRUE(Press("push button", "Download Settings"));
@@ -270,18 +316,35 @@ TEST_F(Program, EndsWhateverStandsOpen) {
   }
 }
 
-TEST_F(Program, EndsProperlyWhenItsDisplayGoes) {
-  Process display({"/usr/bin/Xvfb", "-displayfd", "1"});
-  ASSERT_TRUE(display.Expect("\n")) << display.Diagnostics();
+TEST_F(Program, EndsProperlyWhenItsDisplayGoesOrHangs) {
+  for (const bool hangs : {false, true}) {
+    Process display({"/usr/bin/Xvfb", "-displayfd", "1"});
+    ASSERT_TRUE(display.Expect("\n")) << display.Diagnostics();
+    ProcessOptions options = folders.Options();
+    options.environment["DISPLAY"] = ":" + display.Output().substr(0, display.Output().size() - 1);
+    program = std::make_unique<Process>(folders.Program("ncedl"), options);
+    ASSERT_TRUE(Answers());
+    display.Signal(hangs ? SIGSTOP : SIGTERM);
+    if (hangs) program->Signal(SIGTERM);
+    EXPECT_EQ(Ended(), 0);
+    EXPECT_FALSE(support::ReadWholeFile(folders.SettingsFile()).starts_with("[Port Settings]"));
+  }
+}
+
+TEST_F(Program, WithoutADisplayItNamesTheConsole) {
   ProcessOptions options = folders.Options();
-  options.environment["DISPLAY"] = ":" + display.Output().substr(0, display.Output().size() - 1);
-  program = std::make_unique<Process>(folders.Program("ncedl"), options);
-  ASSERT_TRUE(Until([&] {
-    return line->Send("FH 8\r"), !line->Receive("\r", support::Milliseconds(300)).empty();
-  }));
-  display.Signal(SIGTERM);
-  EXPECT_EQ(Ended(), 0);
-  EXPECT_FALSE(support::ReadWholeFile(folders.SettingsFile()).starts_with("[Port Settings]"));
+  options.environment["DISPLAY"] = options.environment["WAYLAND_DISPLAY"] = "";
+  Process blind(folders.Program("ncedl"), options);
+  EXPECT_EQ(blind.WaitForExit(), 1);
+  EXPECT_NE(blind.Diagnostics().find("ncedl-console"), std::string::npos);
+}
+
+TEST_F(Program, ServesBeforeAnybodyHasReadThatItsTextsAreMissing) {
+  const std::filesystem::path copy = folders.Download("ncedl"); // beside it there are none
+  std::filesystem::copy_file(NCEDL_PROGRAMS "/ncedl", copy);
+  program = std::make_unique<Process>(std::vector<std::string>{copy}, folders.Options());
+  ASSERT_TRUE(Answers());
+  EXPECT_TRUE(Press("push button", "Ok"));
 }
 
 TEST_F(Program, WithoutProgramPathsItSaysHowToSetThemUpAndEnds) {

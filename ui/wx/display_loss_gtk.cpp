@@ -15,6 +15,12 @@ int OnLoss(Display*) {
 
 } // namespace
 
+bool FindDisplay() {
+  GdkDisplay* const display = gdk_display_open(nullptr);
+  if (display) gdk_display_close(display);
+  return display != nullptr;
+}
+
 // A display of another kind than X stops the program itself: it can be told of nothing.
 void CallWhenDisplayIsLost(void (*end)()) {
   lastCall = end;

@@ -2,6 +2,10 @@
 
 namespace kor {
 
+bool FindDisplay() {
+  return true;
+}
+
 void CallWhenDisplayIsLost(void (*)()) {}
 
 } // namespace kor

@@ -129,7 +129,8 @@ void FormWindow::MakePage() {
   page->SetSizer(columns);
 }
 
-// The page gives way where the screen has no room, and takes a scroll bar beside what it shows then.
+// The page gives way where the screen has no room, and takes a scroll bar beside what it shows
+// then.
 void FormWindow::FitToScreen() {
   const wxSize contents = page->GetSizer()->GetMinSize(), room = ScreenRoom(*this);
   page->SetMinSize(contents);

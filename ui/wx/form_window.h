@@ -1,6 +1,6 @@
-// FormWindow: shows any described form as a modal dialog of native controls, no larger than the screen:
-// what has no room is scrolled to, above the buttons. The link goes on meanwhile: the toolkit's loop runs
-// the timers and posts. Window's thread.
+// FormWindow: shows any described form as a modal dialog of native controls, no larger than the
+// screen: what has no room is scrolled to, above the buttons. The link goes on meanwhile: the
+// toolkit's loop runs the timers and posts. Window's thread.
 #pragma once
 
 #include <map>

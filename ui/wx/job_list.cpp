@@ -35,7 +35,7 @@ bool SameDay(const SystemTime& a, const SystemTime& b) {
 JobList::JobList(wxWindow* parent)
     : wxListBox(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize, 0, nullptr, wxLB_SINGLE) {
   SetSpokenName(this, LookUpText(15566, u"Jobs today"));
-  // GTK's theme would leave what lies below the last job unpainted while another window is in front.
+  // GTK leaves what lies below the last job unpainted while another window is in front.
   SetBackgroundColour(wxSystemSettings::GetColour(wxSYS_COLOUR_LISTBOX));
   layoutTimer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { OnLayout(); });
   // Without it the list wants more room with each job.
@@ -57,7 +57,8 @@ void JobList::Add(const EndedJob& job) {
   const int top = IsEmpty() || layoutTimer.IsRunning() ? 0 : GetTopItem();
   Insert(ToWx(JobText(job)), 0);
   if (GetCount() > kMostJobs) Delete(GetCount() - 1);
-  // Who has scrolled back goes on seeing the same jobs; otherwise the list would stay below the new one.
+  // Who has scrolled back goes on seeing the same jobs; otherwise the list would stay below the new
+  // one.
   if (top == 0)
     ShowNewest(kMostTries);
   else if (GetTopItem() != top + 1)

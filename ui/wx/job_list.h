@@ -1,5 +1,6 @@
-// JobList: the jobs of the day, newest first: result, time, program, what was done. Each day begins a new
-// list. It shows the newest unless it was scrolled back, and then stays with what is read. Window's thread.
+// JobList: the jobs of the day, newest first: result, time, program, what was done. Each day begins
+// a new list. It shows the newest unless it was scrolled back, and then stays with what is read.
+// Window's thread.
 #pragma once
 
 #include <wx/listbox.h>

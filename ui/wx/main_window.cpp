@@ -289,8 +289,8 @@ int MainWindow::LeastHeight() const {
   return upper->GetSizer()->GetMinSize().y + FromDIP(2 * kGap + kLeastLower);
 }
 
-// What has just been unfolded is to be seen, and what was seen does not give way to higher letters, as far as
-// the screen has room.
+// What has just been unfolded is to be seen, and what was seen does not give way to higher letters,
+// as far as the screen has room.
 void MainWindow::GrowToFit() {
   FitHeadline();
   FitProgress();
@@ -317,8 +317,8 @@ void MainWindow::ShowStatus(const StatusView& view) {
   if (shown && IsExchange(shown->code) && !IsExchange(view.code)) WithdrawQuestion();
   if (Button(kCancelButton)->IsEnabled() != IsExchange(view.code))
     Button(kCancelButton)->Enable(IsExchange(view.code));
-  const bool isNews = !shown || shown->activity != view.activity ||
-                      shown->reason != view.reason || shown->note != view.note;
+  const bool isNews = !shown || shown->activity != view.activity || shown->reason != view.reason ||
+                      shown->note != view.note;
   shown = view;
   if (isNews) ShowAdvice();
   if (onStatus) onStatus(view);

@@ -1,8 +1,8 @@
-// MainWindow: the one window of the program. Above all the state, in words of their own size with a sign
-// of its own shape; then the status line, the progress, the lamps; then the jobs by hand and those of the
-// day; below, what is set up rarely, the line tests and the monitor. What has no room is scrolled to,
-// below the state, which stays. It shows what it is given and calls the engine's operations; what is
-// refused and when a job ends is the engine's to say. Window's thread.
+// MainWindow: the one window of the program. Above all the state, in words of their own size with a
+// sign of its own shape; then the status line, the progress, the lamps; then the jobs by hand and
+// those of the day; below, what is set up rarely, the line tests and the monitor. What has no room
+// is scrolled to, below the state, which stays. It shows what it is given and calls the engine's
+// operations; what is refused and when a job ends is the engine's to say. Window's thread.
 #pragma once
 
 #include <functional>

@@ -23,7 +23,8 @@ constexpr int kShowPeriod = 200;              // milliseconds; each drawing cost
 constexpr std::size_t kMostWaiting = 1 << 20; // characters, while scrolled back
 constexpr int kMinimumLines = 4;
 
-// From the beginning of a line on. What arrives is always marked, what is sent isn't where a test begins.
+// From the beginning of a line on. What arrives is always marked, what is sent isn't where a test
+// begins.
 bool IsSent(const wxString& text, std::size_t at) {
   return text.compare(at, 3, "RX ") != 0;
 }

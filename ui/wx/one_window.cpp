@@ -1,8 +1,14 @@
 #include "ui/wx/one_window.h"
 
+#include <chrono>
+#include <future>
+#include <optional>
+#include <thread>
+
 #include <wx/filename.h>
 #include <wx/ipc.h>
 #include <wx/log.h>
+#include <wx/socket.h>
 #include <wx/stdpaths.h>
 #include <wx/utils.h>
 
@@ -11,6 +17,7 @@ namespace kor {
 namespace {
 
 constexpr const char* kTopic = "raise";
+constexpr std::chrono::seconds kPatience(3); // with a window that may be busy
 
 // A name that no file system minds.
 wxString SafeName(const KorText& settingsName) {
@@ -41,11 +48,27 @@ bool AskToRaise(const wxString& service) {
   return connection != nullptr;
 }
 
+bool IsWindows() {
+  return (wxGetOsVersion() & wxOS_WINDOWS) != 0;
+}
+
+// Nothing when the other window is there and does not answer. The toolkit itself would wait for
+// ever; Windows has a limit of its own, and lets only the thread with a loop ask.
+std::optional<bool> AskInTime(const wxString& service) {
+  if (IsWindows()) return AskToRaise(service);
+  wxSocketBase::Initialize();
+  const auto answer = std::make_shared<std::promise<bool>>();
+  std::future<bool> answered = answer->get_future();
+  std::thread([answer, service] { answer->set_value(AskToRaise(service)); }).detach();
+  if (answered.wait_for(kPatience) != std::future_status::ready) return std::nullopt;
+  return answered.get();
+}
+
 // A folder that only this user can write, and that is empty again after a restart of the computer. Windows
 // keeps both by name alone, for each user's session.
 wxString SocketFolder() {
   wxString folder;
-  if ((wxGetOsVersion() & wxOS_WINDOWS) != 0) return folder;
+  if (IsWindows()) return folder;
   if (!wxGetEnv("XDG_RUNTIME_DIR", &folder) || !wxFileName::IsDirWritable(folder))
     folder = wxStandardPaths::Get().GetUserDataDir();
   if (!wxFileName::DirExists(folder)) wxFileName::Mkdir(folder, wxS_DIR_DEFAULT, wxPATH_MKDIR_FULL);
@@ -61,7 +84,11 @@ OneWindow::OneWindow(const KorText& settingsName) {
   const wxString service = wxFileName(folder, name).GetFullPath();
   checker = std::make_unique<wxSingleInstanceChecker>();
   checker->Create(name + ".lock", folder);
-  first = !checker->IsAnotherRunning() || !AskToRaise(service);
+  if (checker->IsAnotherRunning()) {
+    const auto raised = AskInTime(service);
+    silent = !raised;
+    first = raised == false;
+  }
   if (!first) return;
   server = std::make_unique<RaiseServer>(onRaise);
   if (!folder.empty() && wxFileName::FileExists(service)) wxRemoveFile(service);

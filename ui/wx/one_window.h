@@ -1,5 +1,5 @@
-// OneWindow: one window per settings name. A second start finds the first, raises it and ends. Window's
-// thread.
+// OneWindow: one window per settings name. A second start finds the first, raises it and ends; one
+// that does not answer within three seconds is told apart. Window's thread.
 #pragma once
 
 #include <functional>
@@ -22,6 +22,8 @@ class OneWindow {
 
   // True when no other window of that name runs. Otherwise the other one has been asked to show itself.
   bool IsFirst() const { return first; }
+  // The other one hangs, and so does a thread that still asks it: end without unwinding.
+  bool IsOtherSilent() const { return silent; }
   // Called on the window's thread when a second start asks for the window.
   void SetOnRaise(std::function<void()> raise);
 
@@ -30,6 +32,7 @@ class OneWindow {
   std::unique_ptr<wxServerBase> server;
   std::function<void()> onRaise;
   bool first = true;
+  bool silent = false;
 };
 
 } // namespace kor

@@ -11,8 +11,8 @@
 
 namespace kor {
 
-// Shows messages, each until it is closed; of many the oldest goes. What stands open is not shown a second
-// time, whatever brought it.
+// Shows messages, each until it is closed; of many the oldest goes. What stands open is not shown a
+// second time, whatever brought it.
 class MessageWindows {
  public:
   explicit MessageWindows(wxWindow* mainWindow) : parent(mainWindow) {}

@@ -16,8 +16,8 @@ class WindowMemory {
   // settingsName: the model name. Without a settings folder nothing is remembered.
   explicit WindowMemory(const KorText& settingsName);
 
-  // Puts the window where it was, if a screen is still there, and no larger than that; its default size
-  // otherwise.
+  // Puts the window where it was, if a screen is still there, and no larger than that; its default
+  // size otherwise.
   void Restore(wxTopLevelWindow& window) const;
   void Keep(const wxTopLevelWindow& window);
   bool IsShown(const wxString& part, bool otherwise) const;
