@@ -100,6 +100,12 @@ TEST_F(NceAppTest, FeaturesChangedInADownloadTakeEffectWithTheNextOne) {
       EXPECT_NE(Fetch(request), whole) << request;
     }
   }
+  Features({1, 0, 0, 0});
+  const std::string whole = Fetch("FH 1");
+  link.app.Put(link.app.Path(u"elsewhere/9.NC"), u"A\n");
+  link.link->SendFile(link.app.Path(u"elsewhere/9.NC"));
+  link.link->Poll(); // the window stores that folder only when the request runs already
+  EXPECT_EQ(FetchRest(link.Ask("FH 1")), whole);
 }
 
 TEST_F(NceAppTest, SendsWhatACompressedProgramHolds) {
@@ -570,7 +576,7 @@ TEST_F(NceAppTest, AFileSentByHandGoesOutInFrames) {
   const KorText path = link.app.Path(u"elsewhere/2.NC");
   const std::string full(98, 'G'), last(120, 'X');
   link.app.Put(path, KorText::FromBytes(full + "\n" + last + "\r\n"));
-  link.app.Put(link.app.Path(u"elsewhere/3.NC"), u"no autoload by hand\n");
+  link.PutProgram(u"3.MPG", u"no autoload by hand\n");
   link.Start();
   Features({1, 0, 0, 0});
   link.Ask("FH 2");

@@ -198,6 +198,26 @@ TEST(WorkerEndTest, AFolderThatHangsDoesNotHoldTheEnd) {
   }
 }
 
+TEST(WorkerEndTest, TheWorkerEndsBeforeWhatItWorksWith) {
+  NceLink link;
+  link.port.UseClock({});
+  const std::string number = std::string(40, '0') + "7";
+  link.PutProgram(KorText::FromBytes(number) + u".MPG", u"A\n");
+  link.app.Put(link.app.Path(u"settings/NCE.INI"), u"[Port Settings]\ntransmit delay=0\n");
+  std::promise<void> opening;
+  std::once_flag once;
+  link.app.WhenOpening(u"07.MPG", [&] {
+    std::call_once(once, [&] { opening.set_value(), link.port.WaitReadable(5s); });
+  });
+  auto engine = std::make_unique<NCEApp>(link.Services(true), KorText());
+  engine->SetUpServices();
+  engine->BuildWindow();
+  link.port.Deliver("FH " + number + "\r");
+  opening.get_future().wait();
+  engine.reset(); // the number, which the reply is made of, stays until the worker has ended
+  EXPECT_EQ(link.port.TakeWritten(), "&LP 000000007\r");
+}
+
 INSTANTIATE_TEST_SUITE_P(Seeds, WorkerTest, ::testing::Range(1u, 3u));
 
 } // namespace

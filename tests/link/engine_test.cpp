@@ -663,11 +663,22 @@ TEST_F(EngineTest, AnOverrunIsShownAndLoggedBeforeTheNextReadClearsIt) {
 }
 
 TEST_F(EngineTest, TheJobLogBringsTheJobsOfTheDayBack) {
-  const SystemTime now = link.app.LocalTime();
   const auto line = [](const SystemTime& time, const KorText& text) {
     return KorText::Format(u"%8s %s %s %s\r\n", u"", App().FormatDate(time), App().FormatTime(time),
                            text);
   };
+  constexpr std::uint16_t kHours[] = {0, 9, 12, 13};
+  for (const std::uint16_t hour : kHours) {
+    link.app.WriteTwelveHours(hour != 9);
+    const SystemTime now{2026, 11, 21, hour, 5, 9, 0, 6};
+    link.app.SetUtc(now);
+    link.app.Put(jobs, line(now, u"Download Completed /cnc/1.MPG - 42 bytes"));
+    StartWithJobLog();
+    const std::vector<EndedJob> read = link.link->JobsOfToday();
+    ASSERT_EQ(read.size(), 1u) << hour;
+    EXPECT_EQ(App().FormatTime(read[0].time), App().FormatTime(now));
+  }
+  const SystemTime now = link.app.LocalTime();
   SystemTime earlier = now;
   earlier.year -= 1;
   link.app.Put(jobs, line(earlier, u"Download Cancelled /cnc/1.MPG") + u"torn li\r\n" +
@@ -679,7 +690,6 @@ TEST_F(EngineTest, TheJobLogBringsTheJobsOfTheDayBack) {
   EXPECT_EQ(read[0].code, LinkStatus::DownloadCompleted);
   EXPECT_EQ(read[0].fileName, u"/cnc/a - b.MPG");
   EXPECT_EQ(read[0].line, u"Download Completed /cnc/a - b.MPG - 42 bytes");
-  EXPECT_EQ(App().FormatTime(read[0].time), App().FormatTime(now));
   EXPECT_EQ(read[1].code, LinkStatus::DownloadErrors);
   EXPECT_EQ(read[1].fileName, u"/cnc/Upload Cancelled.MPG");
 }
@@ -919,18 +929,12 @@ TEST_F(EngineTest, AHeldControllerIsReleasedBeforeAnythingIsDropped) {
   const std::pair<const char*, std::function<void(NceLink&)>> ends[] = {
       {"end", [](NceLink& of) { of.link->Terminate(); }},
       {"re-opened", [](NceLink& of) { of.link->OpenPort(0); }},
-      {"XON held back, then the end",
+      {"a line that takes nothing, after the three seconds",
        [](NceLink& of) {
          of.port.SetStalled(true);
          of.Send("XYZ\r");
-         of.port.ClearCalls();
          of.After(3);
-         of.port.SetStalled(false);
-         of.link->Terminate();
-       }},
-      {"a line that takes nothing",
-       [](NceLink& of) {
-         of.port.SetStalled(true);
+         of.port.ClearCalls();
          const double before = of.app.HighResolutionSeconds();
          of.link->Terminate();
          EXPECT_LE(of.app.HighResolutionSeconds() - before, 0.25);
@@ -945,12 +949,9 @@ TEST_F(EngineTest, AHeldControllerIsReleasedBeforeAnythingIsDropped) {
     fresh.port.ClearCalls();
     end(fresh);
     const Strings calls = fresh.port.Calls();
-    ASSERT_GE(calls.size(), 4u) << what;
-    EXPECT_EQ(Strings(calls.begin(), calls.begin() + 4),
-              (Strings{"Write 1", "PurgeTransmit", "PurgeReceive", "Close"}))
-        << what;
+    const Strings released{"Write 1", "PurgeTransmit", "PurgeReceive", "Close"};
+    EXPECT_EQ(std::ranges::search(calls, released).begin(), calls.begin()) << what;
     EXPECT_TRUE(fresh.port.TakeWritten().ends_with("\x11")) << what;
-    EXPECT_EQ(fresh.After(10), "") << what;
   }
 }
 
