@@ -30,6 +30,13 @@ Script Preparation(const std::string& number, const std::string& nineDigits) {
   return script;
 }
 
+Script UploadRequest() {
+  Script script;
+  script.Ask("FH 0000007", "&LP 000000007").Begin("Download");
+  script.Ask("TH 0000007", "Upload from NCE  in progress. &TH 0000007").Begin("Upload");
+  return script;
+}
+
 const Exchange kExchanges[] = {
     {"line-test",
      [](const Host&) {
@@ -79,14 +86,11 @@ const Exchange kExchanges[] = {
      },
      nullptr, false, kDelay},
     {"upload",
+     [](const Host& host) { return UploadRequest().Upload(Named(host, host.newer)).Done(); },
+     nullptr, true},
+    {"cut-upload",
      [](const Host& host) {
-       return Script()
-           .Ask("FH 0000007", "&LP 000000007")
-           .Begin("Download")
-           .Ask("TH 0000007", "Upload from NCE  in progress. &TH 0000007")
-           .Begin("Upload")
-           .Upload(Named(host, host.newer))
-           .Done();
+       return UploadRequest().CutUpload(Named(host, host.newer), host.last).Done();
      },
      nullptr, true},
     {"send-by-hand",

@@ -90,17 +90,33 @@ Script& Script::Download(const std::vector<NamedProgram>& programs, int refusals
       Ask("<", frame);
   }
   steps.back().reply += "]\r";
-  if (programs.size() > 1) steps.back().later = 2; // no next file is looked for while a reply waits
+  // The next file is looked for when the frame's last byte is out.
+  if (programs.size() > 1) steps.back().later = 3;
   const NamedProgram& last = programs.back();
   End("Download Completed " + last.path + " - " + std::to_string(last.content.size()) + " bytes");
   return *this;
 }
 
+void Script::EndUpload(const NamedProgram& program) {
+  End("Upload Completed " + program.path + " - " + std::to_string(program.content.size()) +
+      " bytes in file.");
+}
+
 Script& Script::Upload(const NamedProgram& program) {
   for (const std::string& line : UploadLines(program.content))
     Ask(line, ">");
-  End("Upload Completed " + program.path + " - " + std::to_string(program.content.size()) +
-      " bytes in file.");
+  EndUpload(program);
+  return *this;
+}
+
+Script& Script::CutUpload(const NamedProgram& program, std::string_view rest) {
+  std::vector<std::string> lines = UploadLines(program.content);
+  lines.back() = EncodeFrame("(POS[1])!G1!");
+  for (const std::string& line : lines)
+    Ask(line, ">");
+  EndUpload(program);
+  for (const std::string& line : UploadLines(rest))
+    Ask(line, "<");
   return *this;
 }
 

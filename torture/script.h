@@ -15,7 +15,7 @@ struct Step {
   std::string running{};       // "Download" or "Upload" while one runs after this line; else empty
   std::string job{};           // what the job log ends with then; empty: nothing
   double seconds = 0;          // that pass before the reply, instead of a line
-  std::size_t later = 0; // last bytes of the reply that the host turns to when the rest is out
+  std::size_t later = 0;       // last bytes of the reply; with the first of them the host goes on
 };
 using Steps = std::vector<Step>;
 
@@ -44,12 +44,15 @@ class Script {
   // refused so often, unless it is the only one.
   Script& Download(const std::vector<NamedProgram>& programs, int refusals = 0);
   Script& Upload(const NamedProgram& program);
+  // Ended by a "]" in the text of a line; that line and the rest of the program are not stored.
+  Script& CutUpload(const NamedProgram& program, std::string_view rest);
   Script& Directory(const std::vector<std::string>& names); // without extension
   const Steps& Done() const { return steps; }
 
  private:
   void Add(Step step);
   void End(const std::string& job);
+  void EndUpload(const NamedProgram& program);
   Steps steps = {{}};
 };
 
