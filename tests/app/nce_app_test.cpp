@@ -367,11 +367,13 @@ TEST_F(NceAppTest, ADiskThatFailsLeavesTheOlderProgramAndNothingElse) {
     NceLink fresh;
     fresh.PutProgram(u"1.MPG", u"old\n");
     fresh.Start();
-    fresh.BeginUpload("1");
+    fresh.link->ReceiveFile(fresh.Folder() + u"1.MPG"); // ends as the controller's does
+    fresh.Run();
     fresh.Ask("08G90!X10!17");
     fail(fresh.app);
     EXPECT_EQ(fresh.Ask(last), "<\r");
     EXPECT_EQ(fresh.Code(), 15);
+    EXPECT_FALSE(fresh.form.endDialogs[EndDialog::Upload]);
     fresh.app.ClearFaults();
     EXPECT_EQ(fresh.app.Content(fresh.Folder() + u"1.MPG"), u"old\n");
     EXPECT_EQ(fresh.app.Names(fresh.Folder()), std::vector<KorText>{u"1.MPG"});
