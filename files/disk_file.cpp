@@ -199,9 +199,9 @@ void DiskFile::MoveTo(std::uint64_t target) {
   SetLimit();
 }
 
-// At the logical position, whatever record is open. Nothing moves when not all bytes are there.
+// At the logical position, whatever record is open. The block has been started, and
+// there is no error. Nothing moves when not all bytes are there.
 bool DiskFile::ReadRaw(std::uint8_t* to, std::uint64_t length) {
-  if (errors != 0 || !StartBlock()) return false;
   if (StreamPosition() > Size() || length > Size() - StreamPosition()) {
     SetError(kErrorShortRead);
     return false;
@@ -573,7 +573,7 @@ bool DiskFile::CompatibleInt(std::int64_t& value) {
 }
 
 bool DiskFile::Transfer(KorText& text) {
-  if (errors != 0 || !StartBlock()) return false;
+  if (!StartBlock()) return false;
   return writing ? WriteText(text.View()) : ReadText(text);
 }
 

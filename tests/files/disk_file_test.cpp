@@ -94,6 +94,17 @@ TEST_F(DiskFileTest, AnOlderRecordLeavesNewFieldsAloneAndANewerOneIsSkippedToIts
   EXPECT_EQ(std::tie(a, b), std::make_tuple(1U, 9U));
 }
 
+TEST_F(DiskFileTest, NothingBeginsInAClosedStreamOrBehindAnError) {
+  KorText text = u"kept";
+  DiskFile file;
+  file.ReportErrors(false);
+  EXPECT_FALSE(file.TransferHeader() || file.BeginRecord(5) || file.Transfer(text));
+  ASSERT_TRUE(file.OpenMemory(kFileWrite));
+  file.SetError(kErrorCancelled);
+  EXPECT_FALSE(file.TransferHeader() || file.BeginRecord(5) || file.Transfer(text));
+  EXPECT_EQ(file.StreamPosition(), 0u);
+}
+
 TEST_F(DiskFileTest, ATextLongerThanABlockIsPassedOver) {
   KorText text(40000, u'x');
   std::uint32_t one = 1, two = 2, a = 0, b = 0;
