@@ -186,8 +186,6 @@ void WindowRun::Show() {
   app.SetUpServices();
   app.BuildWindow();
   window->ShowSettings();
-  for (const EndedJob& job : app.JobsOfToday())
-    window->AddEarlierJob(job);
   window->Bind(wxEVT_CLOSE_WINDOW, [this](wxCloseEvent& event) {
     if (!event.CanVeto() || MayClose())
       End();

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "link/job_log.h"
+#include "link/ended_jobs.h"
 #include "services/core/app_interface.h"
 #include "services/core/text_lookup.h"
 
@@ -21,6 +21,7 @@ constexpr double kPingPeriod = 1.0;
 constexpr double kEndOfServePeriod = 5.0;
 constexpr double kXonPeriod = 3.0;
 constexpr double kUploadPatience = 60.0;            // seconds without a line until the user is told
+constexpr std::size_t kJobBytes = 500;              // of an ended job that waits to be written
 constexpr std::int64_t kLargestChunk = 100;         // characters of one feed
 constexpr std::chrono::milliseconds kPatience(400); // with a thread that is to end
 
@@ -92,6 +93,7 @@ DownloadApp::DownloadApp(EngineServices engineServices, const KorText& name)
 
 DownloadApp::~DownloadApp() {
   StopWorker();
+  gone = true;
   folderLooks.Finish();
   logWriter.Finish();
   if (logsFor) logsFor->SetLogWriter({});
@@ -130,13 +132,14 @@ void DownloadApp::StartSideThreads() {
 
 void DownloadApp::LookAside(std::function<void()> look) {
   folderLooks.Add(1, [this, look = std::move(look)] {
-    if (!ending) look();
+    if (!ending && !gone) look();
   });
 }
 
 void DownloadApp::BuildWindow() {
   StartSideThreads();
   store.SetName(modelName);
+  jobsPath = store.PathBeside(u".jobs");
   store.Load([this] { return LoadSettings(); });
   workerSettings = windowSettings;
   log.SetJobLog(windowSettings.logFile, windowSettings.writeLog != 0);
@@ -147,6 +150,9 @@ void DownloadApp::BuildWindow() {
   OpenPort(0);
   UpdateStatus();
   BeforeServing();
+  AskJobsOfToday([this](const std::vector<EndedJob>& jobs) {
+    if (!jobs.empty()) services.window->ShowEarlierJobs(jobs);
+  });
   if (!services.startWorker) return;
   worker = std::make_unique<CommsMonitor>([this] { return Poll(); }, [this] { WaitIdle(); },
                                           [this] { services.port->Interrupt(); },
@@ -396,10 +402,14 @@ void DownloadApp::WriteJobLine(const EndedJob& job) {
   EndedJob ended = job;
   ended.time = App().LocalTime();
   feed.Add(WindowFeed::Kind::Job, [this, ended] { services.window->ShowEndedJob(ended); });
+  logWriter.Add(kJobBytes, [this, ended] {
+    if (!jobsPath.IsEmpty()) AddEndedJob(jobsPath, ended);
+  });
   log.LogJob(ended);
 }
 
 void DownloadApp::TellLogFailure() {
+  if (gone) return;
   PostToWindow([this] { services.window->ShowTracing(log.IsTracing()); });
   ShowMessage(LookUpText(15328, u"Log"), LogFailure(), MessageStyle::Exclamation);
 }
@@ -732,9 +742,17 @@ void DownloadApp::StartTrace(const KorText& path) {
   log.StartTrace(path, windowSettings);
 }
 
-std::vector<EndedJob> DownloadApp::JobsOfToday() const {
-  if (windowSettings.writeLog == 0) return {};
-  return ReadJobsOfDay(windowSettings.logFile, App().LocalTime());
+// Behind the jobs that have ended so far.
+void DownloadApp::AskJobsOfToday(std::function<void(const std::vector<EndedJob>&)> show) {
+  ++unanswered;
+  const bool asked = logWriter.Add(1, [this, show = std::move(show)] {
+    if (gone) return;
+    PostToWindow([this, show, jobs = ReadJobsOfDay(jobsPath, App().LocalTime())] {
+      --unanswered;
+      show(jobs);
+    });
+  });
+  if (!asked) --unanswered;
 }
 
 void DownloadApp::StopTrace() {

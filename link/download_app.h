@@ -125,8 +125,8 @@ class DownloadApp : public Storable, protected ChannelHost {
   void StartTrace(const KorText& path); // a message follows when it can't be written
   void StopTrace();
   bool IsTracing() const { return log.IsTracing(); }
-  // What the job log tells of today, oldest first; nothing when none is written.
-  std::vector<EndedJob> JobsOfToday() const;
+  // The jobs that ended today, oldest first: show gets them later, on the window's thread.
+  void AskJobsOfToday(std::function<void(const std::vector<EndedJob>&)> show);
   void SetMonitorShown(bool shown) { monitor.SetShown(shown); }
   void ReadyForServing();
 
@@ -139,8 +139,9 @@ class DownloadApp : public Storable, protected ChannelHost {
   void WaitIdle();
   // Any thread. The task runs on the worker before its next poll; dropped when the worker has ended.
   void RunOnWorker(std::function<void()> task);
-  // Any thread. So many tasks wait that no more should be given for the time being.
-  bool IsBehind() { return tasks.IsBehind(); }
+  // Any thread. So many tasks wait that no more should be given for the time being, or something
+  // that was asked for has not been answered.
+  bool IsBehind() { return tasks.IsBehind() || unanswered > 0; }
 
  protected:
   // ChannelHost, on the worker
@@ -256,8 +257,11 @@ class DownloadApp : public Storable, protected ChannelHost {
   bool uploadStands = false;           // worker: the user has been told that it stands still
   bool terminated = false;             // window
   bool workerStuck = false;            // window
+  KorText jobsPath;                    // of the file of ended jobs; set before the worker starts
+  std::atomic<int> unanswered{0};      // questions to the side threads
   AppInterface* logsFor = nullptr;     // window: whose log the writer's thread writes, too
   std::atomic<bool> ending{false};
+  std::atomic<bool> gone{false}; // nothing more is posted
 };
 
 } // namespace kor

@@ -41,6 +41,10 @@ void SettingsStore::SetName(const KorText& name) {
   warn(Caption(), KorText::Format(text, name));
 }
 
+KorText SettingsStore::PathBeside(const KorText& ending) const {
+  return path.IsEmpty() ? path : path.Left(path.FindLast(u'.')) + ending;
+}
+
 // A stored record whose port is another one is not trusted when it is loaded.
 bool SettingsStore::NamesComPort() const {
   return settings.port.StartsWith(u"COM");

@@ -57,6 +57,8 @@ class SettingsStore {
   // The settings are those of the file of this name. A name that no file can have keeps no settings, and
   // reads none: the user is warned.
   void SetName(const KorText& name);
+  // The path of a file beside the record, of its name and this ending; empty when nothing is kept.
+  KorText PathBeside(const KorText& ending) const;
 
   // The file's record; false when it could not be read, or not be stored whole.
   bool ReadRecord(Storable& application) const;

@@ -59,7 +59,8 @@ std::vector<EndedJob> StatusBoard::TakeJobs() {
   if (!EndsJob(code) || toldTime == timesSet) return jobs;
   toldTime = timesSet;
   FormLine();
-  jobs.push_back({code, StatusText(code, facts, line), facts.fileName, {}, note});
+  const std::int64_t bytes = IsTransferEnd(code) ? facts.count : 0;
+  jobs.push_back({code, StatusText(code, facts, line), facts.fileName, {}, note, bytes});
   if (code == LinkStatus::UnexpectedError)
     jobs.push_back({LinkStatus::FormatError, line, facts.fileName, {}, note});
   return jobs;

@@ -49,10 +49,11 @@ struct StatusView {
 // A job that has ended, as it goes into the job log.
 struct EndedJob {
   LinkStatus code = LinkStatus::NoLink;
-  KorText line;     // its text
-  KorText fileName; // full name of its file
-  SystemTime time;  // local
-  KorText note{};   // what the user should know beside the text; no log has it
+  KorText line;           // its text
+  KorText fileName;       // full name of its file
+  SystemTime time;        // local
+  KorText note{};         // what the user should know beside the text; no log has it
+  std::int64_t bytes = 0; // that were transferred
 
   bool Failed() const;
 };
@@ -119,6 +120,8 @@ class FormDialog {
   virtual void ShowStatus(const StatusView& view) = 0;
   // Each ended job once, in order, also when no job log is written.
   virtual void ShowEndedJob(const EndedJob&) {}
+  // What ended today before this start, oldest first; some jobs may have ended since.
+  virtual void ShowEarlierJobs(const std::vector<EndedJob>&) {}
   // Whether a trace is written, when that has changed by itself.
   virtual void ShowTracing(bool) {}
   virtual void AppendMonitor(const KorText& text) = 0; // may hold several lines and parts of lines

@@ -169,6 +169,10 @@ bool IsTransfer(LinkStatus status) {
   return RowOf(status).traffic == Traffic::Running;
 }
 
+bool IsTransferEnd(LinkStatus status) {
+  return status >= DownloadErrors && status <= UploadCompleted;
+}
+
 LinkActivity ActivityOf(LinkStatus status) {
   return RowOf(status).activity;
 }

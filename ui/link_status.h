@@ -83,6 +83,9 @@ bool IsExchange(LinkStatus status);
 // True while bytes of a program are on their way.
 bool IsTransfer(LinkStatus status);
 
+// True for the states in which bytes of a program have been on their way.
+bool IsTransferEnd(LinkStatus status);
+
 LinkActivity ActivityOf(LinkStatus status);
 
 // A short phrase for a large line, in the user's language: "Sending 0000123". The status line where the

@@ -75,7 +75,8 @@ class ConsoleTest : public ::testing::Test {
     link.port.Deliver(fromController);
     console.Run(nce.Timers(), [&](const KorText& line) {
       commands.Run(line);
-      nce.Poll();
+      while (nce.Poll()) {
+      }
     });
     nce.Terminate();
     console.Flush(kStarved);
@@ -186,6 +187,12 @@ TEST_F(ConsoleTest, AControllersDownloadIsCancelledBeforeAnotherIsSent) {
   Run("cancel\ncomplete\n");
   EXPECT_EQ(errors, "Cancel Transfer: No transfer is running.\n"
                     "Upload End: Nothing is being received.\n");
+}
+
+TEST_F(ConsoleTest, PrintsTheJobsOfToday) {
+  fromController = "FH 9\r";
+  const std::string output = Run("status\ncancel\njobs\nstatus\n");
+  EXPECT_NE(output.find("00:00:00 9 Download Cancelled\n"), std::string::npos) << output;
 }
 
 TEST_F(ConsoleTest, ALiveTerminalKeepsTheStatusBelowTheText) {

@@ -1,5 +1,5 @@
-// Compares the examples of docs/formats/record-stream.md and settings-record.md with what the program
-// writes, and reads them back.
+// Compares the examples of docs/formats/record-stream.md, settings-record.md and ended-jobs.md with
+// what the program writes, and reads them back.
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -7,6 +7,7 @@
 #include <tuple>
 
 #include "app/nce_app.h"
+#include "link/ended_jobs.h"
 #include "tests/files/file_test_support.h"
 #include "tests/support/format_page.h"
 #include "tests/support/record_samples.h"
@@ -14,6 +15,32 @@
 
 namespace kor {
 namespace {
+
+TEST(EndedJobs, TheExampleHolds) {
+  TestApp app;
+  const KorText path = app.Path(u"NCE.jobs");
+  const KorText sent = u"/srv/nc/0000123.MPG";
+  using enum LinkStatus;
+  const std::pair<EndedJob, SystemTime> jobs[] = {
+      {{DownloadCompleted, {}, sent, {}, {}, 93301}, {2026, 11, 22, 4, 20, 5}},
+      {{DownloadCompleted, {}, sent, {}, {}, 93301}, {2026, 11, 22, 4, 21, 40}},
+      {{DownloadCantOpen, {}, u"/srv/nc/124.MPG", {}, {}, 0}, {2026, 11, 22, 4, 22, 1}},
+      {{UploadCompleted, {}, u"/srv/nc/up/7.MPG", {}, {}, 2048}, {2026, 11, 22, 4, 25, 13}}};
+  for (const auto& [job, time] : jobs) {
+    EndedJob timed = job;
+    timed.time = time;
+    EXPECT_TRUE(AddEndedJob(path, timed));
+  }
+  std::string example;
+  const std::vector<PageExample> examples = ReadExamples("ended-jobs.md", "jobs");
+  for (const std::string& line : examples.at(0).lines)
+    example += line + "\n";
+  EXPECT_EQ(app.Content(path), KorText::FromUtf8(example));
+  const std::vector<EndedJob> read = ReadJobsOfDay(path, jobs[0].second);
+  ASSERT_EQ(read.size(), 4U);
+  EXPECT_EQ(read[3].line, u"Upload Completed /srv/nc/up/7.MPG - 2048 bytes in file.");
+  EXPECT_EQ(read[3].time.minute, 25);
+}
 
 // What the first example of record-stream.md holds.
 struct Mixed {

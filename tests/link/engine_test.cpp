@@ -5,6 +5,7 @@
 #include <future>
 #include <set>
 
+#include "link/ended_jobs.h"
 #include "tests/support/nce_link.h"
 
 namespace kor {
@@ -662,36 +663,39 @@ TEST_F(EngineTest, AnOverrunIsShownAndLoggedBeforeTheNextReadClearsIt) {
   EXPECT_EQ(link.Send("!00\rXYZ\r"), "<\rABCDEFGHIJKLMNOPQRSTUVWXYZ\r");
 }
 
-TEST_F(EngineTest, TheJobLogBringsTheJobsOfTheDayBack) {
-  const auto line = [](const SystemTime& time, const KorText& text) {
-    return KorText::Format(u"%8s %s %s %s\r\n", u"", App().FormatDate(time), App().FormatTime(time),
-                           text);
-  };
-  constexpr std::uint16_t kHours[] = {0, 9, 12, 13};
-  for (const std::uint16_t hour : kHours) {
-    link.app.WriteTwelveHours(hour != 9);
-    const SystemTime now{2026, 11, 21, hour, 5, 9, 0, 6};
-    link.app.SetUtc(now);
-    link.app.Put(jobs, line(now, u"Download Completed /cnc/1.MPG - 42 bytes"));
-    StartWithJobLog();
-    const std::vector<EndedJob> read = link.link->JobsOfToday();
-    ASSERT_EQ(read.size(), 1u) << hour;
-    EXPECT_EQ(App().FormatTime(read[0].time), App().FormatTime(now));
-  }
-  const SystemTime now = link.app.LocalTime();
-  SystemTime earlier = now;
-  earlier.year -= 1;
-  link.app.Put(jobs, line(earlier, u"Download Cancelled /cnc/1.MPG") + u"torn li\r\n" +
-                         line(now, u"Download Completed /cnc/a - b.MPG - 42 bytes") +
-                         line(now, u"Download Error(s) /cnc/Upload Cancelled.MPG") + u"  half");
-  StartWithJobLog();
-  const std::vector<EndedJob> read = link.link->JobsOfToday();
-  ASSERT_EQ(read.size(), 2U);
-  EXPECT_EQ(read[0].code, LinkStatus::DownloadCompleted);
-  EXPECT_EQ(read[0].fileName, u"/cnc/a - b.MPG");
-  EXPECT_EQ(read[0].line, u"Download Completed /cnc/a - b.MPG - 42 bytes");
-  EXPECT_EQ(read[1].code, LinkStatus::DownloadErrors);
-  EXPECT_EQ(read[1].fileName, u"/cnc/Upload Cancelled.MPG");
+// Equal ones, too, and while no job log is written.
+TEST_F(EngineTest, TheJobsOfTheDayAreShownAgainAfterAStart) {
+  const KorText file = link.app.Path(u"settings/NCE.jobs");
+  link.app.SetUtc(SystemTime{2026, 11, 21, 13, 5, 9, 0, 6});
+  link.app.Put(file, u"6\t2025-11-21 13:05:09\tdownload\t9\t0\t/n/1.MPG\n"
+                     u"7\t2026-11-21 13:05:09\tdownload\t12\t0\t/n/1.MPG\n8\t2026-11-21 1");
+  link.PutProgram(u"1.MPG", u"A\n");
+  link.Start();
+  link.BeginDownload("1");
+  link.Ask(">");
+  link.Ask("FH 9");
+  link.Ask("FH 9");
+  link.Open();
+  std::vector<KorText> lines;
+  for (const EndedJob& job : link.form.earlier)
+    lines.push_back(job.line);
+  const KorText missing = u"Download could not open/read from " + link.Folder() + u"9.MPG";
+  ASSERT_EQ(lines,
+            (std::vector<KorText>{u"Download Completed " + link.Folder() + u"1.MPG - 2 bytes",
+                                  missing, missing}));
+  EXPECT_EQ(link.form.earlier[2].time.second, 9);
+  EXPECT_TRUE(link.app.Content(file)->Contains(u"\n9\t2026-11-21 13:05:09\tdownload\t18\t2\t"));
+}
+
+TEST_F(EngineTest, TheFileOfEndedJobsKeepsTheNewestLines) {
+  const KorText file = link.app.Path(u"new/NCE.jobs");
+  EndedJob job{LinkStatus::UploadCompleted, {}, KorText(10000, u'n'), {.year = 2026}, {}, 7};
+  for (int i = 0; i < 60; ++i)
+    ASSERT_TRUE(AddEndedJob(file, job));
+  const KorText content = *link.app.Content(file);
+  EXPECT_LE(content.Length(), kMostEndedJobs);
+  EXPECT_EQ(content.ToInteger(), 27); // the first line's
+  EXPECT_EQ(ReadJobsOfDay(file, job.time).size(), 34U);
 }
 
 TEST_F(EngineTest, TheSettingsFormSaysWhatIsWrongBesideEachField) {

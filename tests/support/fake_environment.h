@@ -37,23 +37,18 @@ class FakeEnvironment : public OsEnvironment {
 class FakeLocale : public OsLocale {
  public:
   void SetUserLanguage(const KorText& toTell) { language = toTell; }
-  void WriteTwelveHours(bool on) { twelveHours = on; } // "01:05:09 PM"
 
   RegionalSettings Load() override { return {}; }
   KorText Date(const SystemTime& time) override { // "21/11/2026"
     return KorText::Format(u"%02i/%02i/%04i", time.day, time.month, time.year);
   }
   KorText Time(const SystemTime& time) override { // "13:05:09"
-    if (twelveHours)
-      return KorText::Format(u"%02i:%02i:%02i %s", (time.hour + 11) % 12 + 1, time.minute,
-                             time.second, time.hour < 12 ? u"AM" : u"PM");
     return KorText::Format(u"%02i:%02i:%02i", time.hour, time.minute, time.second);
   }
   KorText Language() override { return language; }
 
  private:
   KorText language = u"en-GB";
-  bool twelveHours = false;
 };
 
 } // namespace kor

@@ -21,6 +21,7 @@ class RecordingForm : public FormDialog {
     last = view;
   }
   void ShowEndedJob(const EndedJob& job) override { jobs.push_back(job); }
+  void ShowEarlierJobs(const std::vector<EndedJob>& before) override { earlier = before; }
   void ShowTracing(bool on) override { tracing = on; }
   void AppendMonitor(const KorText& text) override { monitor += text; }
   void SetTitle(const KorText& newTitle) override { title = newTitle; }
@@ -65,7 +66,7 @@ class RecordingForm : public FormDialog {
   std::optional<KorText> chosen; // what the user chooses in every chooser
   std::vector<StatusView> statuses;
   StatusView last;
-  std::vector<EndedJob> jobs;
+  std::vector<EndedJob> jobs, earlier;
   bool tracing = true; // until it was told otherwise
   KorText monitor;
   KorText title;

@@ -26,7 +26,7 @@ TEST_F(Window, AFetchedProgramShowsAndItsJobIsListed) {
   WriteWholeFile(folders / "cnc/7.MPG", "N1 X1\n");
   Open();
   robot.Do("of another day", [this] {
-    window->AddEarlierJob({LinkStatus::DownloadCompleted, u"Words", {}, {.year = 2001}});
+    window->AddEarlierJobs({{LinkStatus::DownloadCompleted, u"Words", {}, {.year = 2001}}});
   });
   robot.Then("not today's", [this] { return FindA<wxListBox>(window)->IsEmpty(); });
   Shows(u"Waiting...");
@@ -47,9 +47,15 @@ TEST_F(Window, AFetchedProgramShowsAndItsJobIsListed) {
   robot.Then("in the monitor",
              [this] { return window->Monitor().Text().GetValue().Contains("RX FH 7[0d]"); });
   robot.Then("listed", [this] { return FindA<wxListBox>(window)->GetString(0).Contains("7.MPG"); });
+  robot.Do("ask for the jobs of today", [this] {
+    app->AskJobsOfToday([this](const auto& jobs) { window->AddEarlierJobs(jobs); });
+  });
+  robot.Then("kept", [this] {
+    const auto* const list = FindA<wxListBox>(window);
+    return list->GetCount() == 2 && list->GetString(1) == list->GetString(0);
+  });
   robot.Run();
   EXPECT_TRUE(window->GetTitle().StartsWith("NCE")) << window->GetTitle();
-  EXPECT_EQ(app->JobsOfToday().size(), 1U);
 }
 
 TEST_F(Window, HandshakesAndSpecialFeaturesAreTakenOver) {
@@ -382,7 +388,7 @@ TEST_F(Window, TheMonitorsToolsFindSaveAndClear) {
 
 TEST_F(Window, NothingIsOutOfReachHoweverSmallItIs) {
   Open();
-  window->AddEarlierJob({LinkStatus::DownloadCompleted, u"Words", {}, App().LocalTime()});
+  window->AddJob({LinkStatus::DownloadCompleted, u"Words", {}, App().LocalTime()});
   robot.Clicks(15207);
   robot.Do("small", [this] { window->SetClientSize(480, 400); });
   robot.Then("small", [this] { return window->GetClientSize().y < 420; });
@@ -398,7 +404,7 @@ TEST_F(Window, ANewJobLeavesAListThatWasScrolledBackWhereItIs) {
   Open();
   auto* const list = FindA<wxListBox>(window);
   const auto add = [this](int number) {
-    window->AddEarlierJob(
+    window->AddJob(
         {LinkStatus::DownloadCompleted, KorText::Format(u"Job %i", number), {}, App().LocalTime()});
   };
   wxString shown;

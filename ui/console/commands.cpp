@@ -20,6 +20,7 @@ const Commands::Command Commands::kCommands[] = {
     {u"receive", u"FILE", 15403, u"receive into a file by hand", &Commands::Receive},
     {u"complete", u"", 15404, u"end a receipt and keep the file", &Commands::Complete},
     {u"cancel", u"", 15405, u"give up the running transfer", &Commands::Cancel},
+    {u"jobs", u"", 15417, u"show the jobs of today", &Commands::Jobs},
     {u"loopback", u"", 15406, u"test the port with a loop-back plug", &Commands::Loopback},
     {u"xon", u"", 15407, u"send XOFF, and XON three seconds later", &Commands::Xon},
     {u"monitor", u"on|off", 15408, u"show what travels on the line", &Commands::Monitor},
@@ -68,6 +69,13 @@ void Commands::Status(const KorText&) {
     if (!text.IsEmpty()) console.Print(text);
   for (const KorText& text : LineErrorTexts(app.CurrentLineErrors()))
     console.Print(text);
+}
+
+void Commands::Jobs(const KorText&) {
+  app.AskJobsOfToday([this](const std::vector<EndedJob>& jobs) {
+    for (const EndedJob& job : jobs)
+      console.PrintJob(job);
+  });
 }
 
 void Commands::Send(const KorText& argument) {

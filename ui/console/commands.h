@@ -25,6 +25,7 @@ class Commands {
   static const Command kCommands[];
 
   void Status(const KorText& argument);
+  void Jobs(const KorText& argument);
   void Send(const KorText& argument);
   void Receive(const KorText& argument);
   void Complete(const KorText& argument);

@@ -344,6 +344,10 @@ void ConsoleFrontEnd::ShowEndedJob(const EndedJob& job) {
   const KorText date = App().FormatDate(today);
   if (date != shownDate) Print(date);
   shownDate = date;
+  PrintJob(job);
+}
+
+void ConsoleFrontEnd::PrintJob(const EndedJob& job) {
   const std::string line = PrintableText(JobLine(job, ScreenColumns()));
   if (job.Failed())
     PrintAlert(line);

@@ -52,6 +52,7 @@ class ConsoleFrontEnd : public FormDialog {
 
   // A line of answer to a command, on standard output.
   void Print(const KorText& line);
+  void PrintJob(const EndedJob& job); // likewise; red where it failed
   // Waits until what was printed has been taken.
   void Flush(std::chrono::milliseconds atMost = ConsoleOutput::kPatience) { output.Flush(atMost); }
   void SetMonitorOn(bool on);

@@ -52,6 +52,11 @@ void JobList::BeginDay(const SystemTime& today) {
   Clear();
 }
 
+void JobList::AddEarlier(const std::vector<EndedJob>& jobs) {
+  for (auto job = jobs.rbegin(); job != jobs.rend() && GetCount() < kMostJobs; ++job)
+    if (SameDay(job->time, day)) Append(ToWx(JobText(*job)));
+}
+
 void JobList::Add(const EndedJob& job) {
   BeginDay(job.time);
   const int top = IsEmpty() || layoutTimer.IsRunning() ? 0 : GetTopItem();

@@ -3,6 +3,8 @@
 // Window's thread.
 #pragma once
 
+#include <vector>
+
 #include <wx/listbox.h>
 #include <wx/timer.h>
 
@@ -15,6 +17,8 @@ class JobList : public wxListBox {
   static constexpr unsigned int kMostJobs = 1000; // the oldest goes
   explicit JobList(wxWindow* parent);
   void Add(const EndedJob& job);
+  // Below what has been added already; oldest first. Those of other days are left out.
+  void AddEarlier(const std::vector<EndedJob>& jobs);
   void BeginDay(const SystemTime& today); // nothing happens while it is the day of the list
 
  private:

@@ -45,7 +45,7 @@ class MainWindow : public wxFrame {
   // One that failed asks for attention until somebody looks.
   void AddJob(const EndedJob& job);
   void ShowTracing(bool on);
-  void AddEarlierJob(const EndedJob& job) { jobs->Add(job); }
+  void AddEarlierJobs(const std::vector<EndedJob>& earlier) { jobs->AddEarlier(earlier); }
   // What is said while there is no link, below its reason: asked for every second.
   void SetLinkAdvice(std::function<KorText()> text) { linkAdvice = std::move(text); }
   // Called with each status that is shown.

@@ -53,6 +53,10 @@ void WxFrontEnd::ShowEndedJob(const EndedJob& job) {
   if (window) window->AddJob(job);
 }
 
+void WxFrontEnd::ShowEarlierJobs(const std::vector<EndedJob>& jobs) {
+  if (window) window->AddEarlierJobs(jobs);
+}
+
 void WxFrontEnd::ShowTracing(bool on) {
   if (window) window->ShowTracing(on);
 }

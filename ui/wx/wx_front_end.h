@@ -25,6 +25,7 @@ class WxFrontEnd : public FormDialog {
   // FormDialog
   void ShowStatus(const StatusView& view) override;
   void ShowEndedJob(const EndedJob& job) override;
+  void ShowEarlierJobs(const std::vector<EndedJob>& jobs) override;
   void ShowTracing(bool on) override;
   void AppendMonitor(const KorText& text) override;
   void SetTitle(const KorText& title) override;
