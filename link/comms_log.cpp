@@ -1,6 +1,9 @@
 #include "link/comms_log.h"
 
+#include <algorithm>
+
 #include "services/core/app_interface.h"
+#include "ui/link_status.h"
 
 namespace kor {
 
@@ -27,7 +30,50 @@ bool WriteLine(SimpleFile& file, const KorText& line) {
   return file.Write({data, bytes.size()}) == bytes.size() && file.Flush();
 }
 
+// The first line, or the beginning of a long one.
+KorText FirstLine(SimpleFile& file) {
+  constexpr std::size_t kMost = 8192;
+  std::string bytes(kMost, '\0');
+  bytes.resize(file.Read({reinterpret_cast<std::uint8_t*>(bytes.data()), bytes.size()}));
+  if (bytes.starts_with("\xEF\xBB\xBF")) bytes.erase(0, 3); // an editor's mark
+  return KorText::FromUtf8(bytes.substr(0, bytes.find("\r\n")));
+}
+
+// "00:00:00.000000 (+0.000000) Start of logging"
+bool IsTraceLine(const KorText& line) {
+  constexpr std::u16string_view kForm = u"00:00:00.000000 (";
+  const KorText stamp = line.Left(kForm.size());
+  return std::ranges::equal(stamp.View(), kForm, [](char16_t c, char16_t form) {
+    return form == u'0' ? IsDigit(c) : c == form;
+  });
+}
+
+// A date and a time, in whatever form, and then a text of a status that ends a job.
+bool IsJobLine(const KorText& line) {
+  constexpr std::ptrdiff_t kLeastDigits = 6;
+  for (std::int32_t number = 0; number < kLinkStatusCount; ++number) {
+    const auto code = static_cast<LinkStatus>(number);
+    const KorText text = EndsJob(code) ? StatusText(code, {}, {}) : KorText();
+    // Up to the name, which is empty here.
+    const std::size_t at = line.Find(u" " + text.Left(text.Find(u"  ")).Trimmed());
+    if (text.IsEmpty() || at == KorText::kNone) continue;
+    if (std::ranges::count_if(line.Left(at).View(), IsDigit) >= kLeastDigits) return true;
+  }
+  return false;
+}
+
 } // namespace
+
+bool MayHoldLog(const KorText& path) {
+  const auto there = App().FileAttributes(path);
+  if (!there) return true;
+  if (!there->isFile) return false;
+  if (there->size == 0) return true;
+  SimpleFile file(path);
+  if (!file.Open(kFileRead)) return false;
+  const KorText line = FirstLine(file);
+  return IsTraceLine(line) || IsJobLine(line);
+}
 
 KorText TraceStamp(double t, double d) {
   const std::int64_t minutesInAll = Truncated(t / static_cast<double>(kSecondsPerMinute));
@@ -40,7 +86,7 @@ KorText TraceStamp(double t, double d) {
 CommsLog::CommsLog(SideThread& writerThread, std::function<void()> tellFailure)
     : writer(writerThread), failed(std::move(tellFailure)) {}
 
-void CommsLog::StartTrace(const KorText& path, const LinkSettings& settings) {
+void CommsLog::StartTrace(const KorText& path, const LinkSettings& settings, Replace replace) {
   const double now = App().HighResolutionSeconds();
   std::uint32_t number = 0;
   {
@@ -48,15 +94,18 @@ void CommsLog::StartTrace(const KorText& path, const LinkSettings& settings) {
     number = ++traces;
   }
   tracing = number;
-  const auto open = [this, number, path, settings, now] { OpenTrace(number, path, settings, now); };
+  const auto open = [this, number, path, settings, replace, now] {
+    OpenTrace(number, path, settings, replace, now);
+  };
   if (!writer.Add(0, open)) EndTrace(number);
 }
 
 void CommsLog::OpenTrace(std::uint32_t number, const KorText& path, const LinkSettings& settings,
-                         double now) {
+                         Replace replace, double now) {
   trace.reset();
   auto file = std::make_unique<SimpleFile>(path);
-  if (!file->Open(kFileWrite)) {
+  const bool mayReplace = replace == Replace::Anything || MayHoldLog(path);
+  if (!mayReplace || !file->Open(kFileWrite)) {
     EndTrace(number);
     return;
   }

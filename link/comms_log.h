@@ -20,8 +20,15 @@
 
 namespace kor {
 
+// Whether a command may have a log written there: nothing is there, an empty file, or a trace or a
+// job log already. What holds anything else, such as a program or the settings, is nobody's to
+// lose.
+bool MayHoldLog(const KorText& path);
+
 class CommsLog {
  public:
+  enum class Replace { OnlyLogs, Anything };
+
   // Bytes that may wait for the disk. The last part is kept for job lines.
   static constexpr std::size_t kMostWaiting = 4 << 20, kMostTraceWaiting = 3 << 20;
 
@@ -30,8 +37,8 @@ class CommsLog {
   CommsLog(SideThread& writerThread, std::function<void()> tellFailure);
 
   // Opens the trace (a running one is closed first) and writes its first line and the settings header.
-  // When the file can't be written, that is told, and tracing is off.
-  void StartTrace(const KorText& path, const LinkSettings& settings);
+  // When the file can't be written, or must not be replaced, that is told, and tracing is off.
+  void StartTrace(const KorText& path, const LinkSettings& settings, Replace replace);
   // Writes lastLine as a trace line and closes the trace; nothing when none is open.
   void StopTrace(const KorText& lastLine);
   bool IsTracing() const { return tracing != 0; }
@@ -51,7 +58,7 @@ class CommsLog {
  private:
   // On the writer, as all that it owns.
   void OpenTrace(std::uint32_t number, const KorText& path, const LinkSettings& settings,
-                 double now);
+                 Replace replace, double now);
   void WriteTraceLine(const KorText& text, bool force, double now);
   void WriteHeader(const LinkSettings& settings);
   void WriteJobLine(const KorText& path, const KorText& tag, const EndedJob& job);

@@ -130,8 +130,8 @@ void DownloadApp::StartSideThreads() {
   folderLooks.Start();
 }
 
-void DownloadApp::LookAside(std::function<void()> look) {
-  folderLooks.Add(1, [this, look = std::move(look)] {
+bool DownloadApp::LookAside(std::function<void()> look) {
+  return folderLooks.Add(1, [this, look = std::move(look)] {
     if (!ending && !gone) look();
   });
 }
@@ -453,7 +453,41 @@ FormDescription DownloadApp::SettingsForm() {
     for (const FieldRefusal& refusal : CheckSettingsForm(edited, windowSettings))
       edited.Find(refusal.key)->problem = refusal.Reason(refusal.label);
   };
+  form.look = [this](const FormDescription& edited, const FormDescription::Looked& done) {
+    LookAtForm(edited, [looked = edited, done](const Refusals& refusals) mutable {
+      for (const FieldRefusal& refusal : refusals)
+        looked.Find(refusal.key)->problem = refusal.Reason(refusal.label);
+      done(looked);
+    });
+  };
   return form;
+}
+
+void DownloadApp::LookAtForm(const FormDescription& edited,
+                             const std::function<void(const Refusals&)>& done) {
+  if (!NamesNewPlaces(edited, windowSettings)) {
+    done({});
+    return;
+  }
+  ++unanswered;
+  const bool taken = LookAside([this, edited, before = windowSettings, done] {
+    PostToWindow([this, done, refusals = LookAtPlaces(edited, before)] {
+      --unanswered;
+      done(refusals);
+    });
+  });
+  if (!taken) --unanswered;
+}
+
+void DownloadApp::LookAndAcceptSettings(const FormDescription& form,
+                                        std::function<void(const KorText&)> done) {
+  if (!CheckSettingsForm(form, windowSettings).empty() || !WhatRuns().IsEmpty()) {
+    done(AcceptSettings(form));
+    return;
+  }
+  LookAtForm(form, [this, form, done = std::move(done)](const Refusals& refusals) {
+    done(refusals.empty() ? AcceptSettings(form) : refusals.front().Reason(refusals.front().key));
+  });
 }
 
 void DownloadApp::SettingsDialog() {
@@ -735,11 +769,12 @@ void DownloadApp::ChooseTraceFile() {
   FileChoice choice{FileChoice::Kind::Save, LookUpText(15314, u"Save Log File As"), {}, {}, {}};
   choice.filters = FileFilters(LookUpText(15315, u"Log files"), u"log");
   log.StopTrace({});
-  if (const auto chosen = services.window->ChooseFile(choice)) StartTrace(*chosen);
+  if (const auto chosen = services.window->ChooseFile(choice))
+    log.StartTrace(*chosen, windowSettings, CommsLog::Replace::Anything); // the chooser has asked
 }
 
 void DownloadApp::StartTrace(const KorText& path) {
-  log.StartTrace(path, windowSettings);
+  log.StartTrace(path, windowSettings, CommsLog::Replace::OnlyLogs);
 }
 
 // Behind the jobs that have ended so far.

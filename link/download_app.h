@@ -109,7 +109,10 @@ class DownloadApp : public Storable, protected ChannelHost {
   // end it; sending, receiving and the two tests also while there is no link.
   //
   // Takes over an edited form and re-opens the port. An empty text, or what is wrong with a field.
+  // The second looks at the folders and files that the form names before that: done gets the same
+  // text on the window's thread, later where there is something to look at.
   KorText AcceptSettings(const FormDescription& form);
+  void LookAndAcceptSettings(const FormDescription& form, std::function<void(const KorText&)> done);
   // Re-opens the port. False, after the message, when it was refused.
   bool SetHandshake(bool rtsCts, bool dtrDsr);
   void SendFile(const KorText& path);
@@ -122,7 +125,8 @@ class DownloadApp : public Storable, protected ChannelHost {
   // Refused, with a message, for an upload that the controller began: half of it would be stored.
   void CompleteUpload();
   void ChooseTraceFile();
-  void StartTrace(const KorText& path); // a message follows when it can't be written
+  // A message follows when it can't be written, or when the file holds anything but a log.
+  void StartTrace(const KorText& path);
   void StopTrace();
   bool IsTracing() const { return log.IsTracing(); }
   // The jobs that ended today, oldest first: show gets them later, on the window's thread.
@@ -240,7 +244,9 @@ class DownloadApp : public Storable, protected ChannelHost {
   void StartSideThreads();
   bool StopSideThreads(); // false when one has not ended in time
   // Looks at a folder that may be slow; not done any more once the program ends.
-  void LookAside(std::function<void()> look);
+  bool LookAside(std::function<void()> look); // false when too many wait
+  using Refusals = std::vector<FieldRefusal>;
+  void LookAtForm(const FormDescription& edited, const std::function<void(const Refusals&)>& done);
   void TellLogFailure();
   void WriteJobLine(const EndedJob& job);
   void CreateTimer(const char16_t* name, double period, bool started,

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "link/comms_log.h"
 #include "link/profile_file.h"
 #include "services/core/app_interface.h"
 #include "services/core/path_text.h"
@@ -168,18 +169,13 @@ KorText WhatExtensionsAre(const KorText& value) {
   return LookUpText(15471, u"letters and digits without a dot, such as MPG");
 }
 
-KorText WhatFoldersAre(const KorText& value) {
-  return IsFolder(value) ? KorText() : LookUpText(15472, u"a folder that exists");
-}
-
-KorText WhatLogFilesAre(const KorText& value) {
-  if (value.IsEmpty() || (IsFolder(FolderOfPath(value)) && !App().FolderExists(value))) return {};
-  return LookUpText(15473, u"a file in a folder that exists");
-}
-
 KorText WhatPortsAre(const KorText& value) {
   return value.IsEmpty() ? LookUpText(15470, u"a name such as COM1, or the path of a device")
                          : KorText();
+}
+
+bool IsPlace(const FormField& field) {
+  return field.kind == FieldKind::FolderPath || field.kind == FieldKind::FilePath;
 }
 
 bool IsList(const FormField& field) {
@@ -198,8 +194,7 @@ KorText WhatIsAccepted(const FormField& field, const KorText& value) {
   if (field.kind == FieldKind::Text) return WhatExtensionsAre(value);
   if (value[0] == u'~')
     return LookUpText(15474, u"the whole path, for ~ stands for no folder here");
-  if (field.kind == FieldKind::FolderPath) return WhatFoldersAre(value);
-  return field.kind == FieldKind::FilePath ? WhatLogFilesAre(value) : WhatPortsAre(value);
+  return IsPlace(field) ? KorText() : WhatPortsAre(value);
 }
 
 // The readers of a field return what it accepts when they don't take its value, else an empty text.
@@ -209,6 +204,14 @@ KorText ReadTextField(const FormField& field, KorText& value) {
   const KorText accepted = WhatIsAccepted(field, entered);
   if (accepted.IsEmpty()) value = entered;
   return accepted;
+}
+
+// What the field of a place accepts, when there is no such place; else an empty text.
+KorText LookAtPlace(const FormField& field, const KorText& value) {
+  if (field.kind == FieldKind::FolderPath)
+    return IsFolder(value) ? KorText() : LookUpText(15472, u"a folder that exists");
+  if (value.IsEmpty() || (IsFolder(FolderOfPath(value)) && !App().FolderExists(value))) return {};
+  return LookUpText(15473, u"a file in a folder that exists");
 }
 
 bool IsWholeNumber(const KorText& text) {
@@ -380,6 +383,7 @@ std::vector<FieldRefusal> ReadEditedFields(const FormDescription& form, LinkSett
 } // namespace
 
 KorText FieldRefusal::Reason(const KorText& name) const {
+  if (!whole.IsEmpty()) return whole;
   return KorText::Format(LookUpText(15424, u"%s can't be \"%s\"; accepted: %s"), name, value,
                          accepted);
 }
@@ -388,6 +392,36 @@ std::vector<FieldRefusal> CheckSettingsForm(const FormDescription& form,
                                             const LinkSettings& settings) {
   LinkSettings read = settings;
   return ReadEditedFields(form, read);
+}
+
+namespace {
+
+// The fields that name another place than the settings do.
+std::vector<const FormField*> NewPlaces(const FormDescription& form, const LinkSettings& settings) {
+  std::vector<const FormField*> places;
+  const FormDescription before = MakeSettingsForm(settings, {});
+  for (const FormField& field : form.fields)
+    if (IsPlace(field) && field.value != before.Find(field.key)->value) places.push_back(&field);
+  return places;
+}
+
+} // namespace
+
+bool NamesNewPlaces(const FormDescription& form, const LinkSettings& settings) {
+  return !NewPlaces(form, settings).empty();
+}
+
+std::vector<FieldRefusal> LookAtPlaces(const FormDescription& form, const LinkSettings& settings) {
+  std::vector<FieldRefusal> refusals;
+  for (const FormField* const field : NewPlaces(form, settings)) {
+    const KorText value = EnteredText(*field);
+    FieldRefusal refusal{field->key, field->label, field->value, LookAtPlace(*field, value)};
+    const bool isThere = refusal.accepted.IsEmpty() && !value.IsEmpty();
+    if (isThere && field->kind == FieldKind::FilePath && !MayHoldLog(value))
+      refusal.whole = LookUpText(15321, u"Unable to write to log file");
+    if (!refusal.accepted.IsEmpty() || !refusal.whole.IsEmpty()) refusals.push_back(refusal);
+  }
+  return refusals;
 }
 
 KorText ReadSettingsForm(const FormDescription& form, LinkSettings& settings) {

@@ -77,14 +77,20 @@ struct FieldRefusal {
   KorText key, label; // of the field
   KorText value;      // what it holds
   KorText accepted;   // what it accepts
+  KorText whole{};    // all that is to be said, where it isn't that
 
   // name: what the reader knows the field by, its label or its key.
   KorText Reason(const KorText& name) const;
 };
 // Every edited field that can't work, in the form's order: values that no list holds, an extension with
-// a dot, folders that are not there, an empty port.
+// a dot, an empty port. No folder is looked at.
 std::vector<FieldRefusal> CheckSettingsForm(const FormDescription& form,
                                             const LinkSettings& settings);
+// Whether the edited form names a folder or a file that the settings don't, and which of those
+// can't work: folders that are not there, files that must not become logs. Looking may take long;
+// any thread.
+bool NamesNewPlaces(const FormDescription& form, const LinkSettings& settings);
+std::vector<FieldRefusal> LookAtPlaces(const FormDescription& form, const LinkSettings& settings);
 // Takes the form over. An empty text, or the first refusal, which names the key; settings are then
 // unchanged.
 KorText ReadSettingsForm(const FormDescription& form, LinkSettings& settings);

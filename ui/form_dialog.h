@@ -90,8 +90,13 @@ struct FormDescription {
   std::vector<FormField> fields;
   // Called on opening and after each change; sets enabled of the fields.
   std::function<void(std::vector<FormField>&)> updateEnabled;
-  // Sets obstacle, and problem of every field. A form with either is not accepted.
+  // Sets obstacle, and problem of every field, as far as that can be told without a look at a disk.
+  // A form with either is not accepted.
   std::function<void(FormDescription&)> check;
+  // Looks at the folders and files that an accepted form names, which may take long: done gets the
+  // form with the problems, on the window's thread, perhaps at once.
+  using Looked = std::function<void(const FormDescription&)>;
+  std::function<void(const FormDescription&, const Looked& done)> look;
 
   FormField* Find(std::u16string_view key);
   const FormField* Find(std::u16string_view key) const;

@@ -160,6 +160,7 @@ TEST_F(ConsoleTest, ASettingAnswersWhatIsNowSetOrWhatIsAccepted) {
       {"set download-path /no/such", "\"/no/such\"; accepted: a folder that exists\n"},
       {"set log-file /no/such/j.log", "accepted: a file in a folder that exists\n"},
       {"set log-file " + folder, "accepted: a file in a folder that exists\n"},
+      {"set log-file " + app.Path(u"settings/NCE.INI").ToUtf8(), "Unable to write to log file\n"},
       {"special hybrid on", "hybrid needs autoload; first: special autoload on\n"},
       {"special autoload on\nspecial hybrid on", "hybrid           on\n"},
       {"special strip-pc on",

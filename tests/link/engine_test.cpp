@@ -698,22 +698,63 @@ TEST_F(EngineTest, TheFileOfEndedJobsKeepsTheNewestLines) {
   EXPECT_EQ(ReadJobsOfDay(file, job.time).size(), 34U);
 }
 
+// Folders are looked at beside the serving and only when all else is right.
 TEST_F(EngineTest, TheSettingsFormSaysWhatIsWrongBesideEachField) {
   link.Start();
   FormDescription form = link.link->SettingsForm();
   form.Find(u"file-extension")->value = u"a.b";
   form.Find(u"upload-path")->value = u"/no/such/folder";
+  link.app.WhenOpening(u"such", [this] { link.app.Advance(9); });
+  const double asked = link.app.Seconds();
   form.check(form);
   for (const FormField& field : form.fields)
-    EXPECT_EQ(field.problem.IsEmpty(),
-              field.key != u"file-extension" && field.key != u"upload-path");
-  EXPECT_TRUE(form.Find(u"upload-path")->problem.StartsWith(u"Upload path can't be"));
+    EXPECT_EQ(field.problem.IsEmpty(), field.key != u"file-extension");
   EXPECT_EQ(form.obstacle, u"");
+  KorText problem;
+  form.look(form,
+            [&](const FormDescription& seen) { problem = seen.Find(u"upload-path")->problem; });
+  EXPECT_TRUE(problem.IsEmpty() && link.app.Seconds() == asked && link.link->IsBehind());
+  link.Run();
+  EXPECT_TRUE(problem.Contains(u"a folder that exists"));
+  EXPECT_FALSE(link.link->IsBehind());
   link.PutProgram(u"1.MPG", u"A\n");
   link.Ask("FH 1");
   form = link.link->SettingsForm();
   form.check(form);
   EXPECT_NE(form.obstacle, u"");
+}
+
+// Only where nothing is lost.
+TEST_F(EngineTest, ATraceAndANewJobLogReplaceNothingButLogs) {
+  const std::pair<KorText, bool> contents[] = {
+      {u"", true},
+      {u"00:00:00.000000 (+0.000000) Start of logging\r\n", true},
+      {u"         21/11/2026 13:05:09 Upload Cancelled /n/1.MPG\r\n", true},
+      {u"         21/11/2026 13:05:09 Directory Listing: Error\r\n", true},
+      {u"N1 G0 X0\r\n", false},
+      {u"(Upload Cancelled 1)\r\n", false},
+      {u"[Log]\r\n", false}};
+  link.Start();
+  const KorText file = link.app.Path(u"x.log");
+  for (const auto& [content, isTaken] : contents) {
+    SCOPED_TRACE(content.ToUtf8());
+    std::optional<KorText> refusal;
+    link.app.Put(file, content);
+    FormDescription form = link.link->SettingsForm();
+    form.Find(u"log-file")->value = file;
+    link.link->LookAndAcceptSettings(form, [&](const KorText& wrong) { refusal = wrong; });
+    link.Run();
+    EXPECT_EQ(refusal, isTaken ? u"" : u"Unable to write to log file");
+    EXPECT_EQ(ChangeSetting(*link.link, u"log-file", u""), u"");
+    link.form.messages.clear();
+    link.link->StartTrace(file);
+    link.Run();
+    EXPECT_EQ(link.link->IsTracing(), isTaken);
+    EXPECT_EQ(link.form.messages.size(), isTaken ? 0U : 1U);
+    EXPECT_EQ(link.app.Content(file) == content, !isTaken);
+    link.link->StopTrace();
+    link.Run();
+  }
 }
 
 TEST_F(EngineTest, TracesTheLineWithItsEcho) {
@@ -778,7 +819,7 @@ TEST_F(EngineTest, ATraceThatFindsNoRoomToWaitEndsThereAndJobLinesAreStillKept) 
   int told = 0;
   CommsLog log(writer, [&] { ++told; });
   log.SetJobLog(jobs, true);
-  log.StartTrace(tracePath, LinkSettings());
+  log.StartTrace(tracePath, LinkSettings(), CommsLog::Replace::OnlyLogs);
   writer.RunHere();
   header = link.app.Content(tracePath)->Length();
   int lines = 0;
@@ -796,7 +837,7 @@ TEST_F(EngineTest, ATraceThatFindsNoRoomToWaitEndsThereAndJobLinesAreStillKept) 
 TEST_F(EngineTest, ARepeatedReplyIsTracedOnceAndRepeatedReceptionEachTime) {
   SideThread writer(CommsLog::kMostWaiting);
   CommsLog log(writer, [] {});
-  log.StartTrace(tracePath, LinkSettings());
+  log.StartTrace(tracePath, LinkSettings(), CommsLog::Replace::OnlyLogs);
   writer.RunHere();
   header = link.app.Content(tracePath)->Length();
   for (const bool force : {false, false, true, true})

@@ -166,11 +166,12 @@ void Commands::Set(const KorText& argument) {
     return;
   }
   field->value = argument.Mid(blank).Trimmed();
-  const KorText wrong = app.AcceptSettings(form);
-  if (!wrong.IsEmpty())
-    console.Print(wrong);
-  else
-    PrintField(*MakeSettingsForm(app.Settings(), {}).Find(key));
+  app.LookAndAcceptSettings(form, [this, key](const KorText& wrong) {
+    if (!wrong.IsEmpty())
+      console.Print(wrong);
+    else
+      PrintField(*MakeSettingsForm(app.Settings(), {}).Find(key));
+  });
 }
 
 void Commands::Special(const KorText& argument) {

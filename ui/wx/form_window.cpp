@@ -13,6 +13,7 @@
 #include <wx/sizer.h>
 #include <wx/spinctrl.h>
 #include <wx/statbox.h>
+#include <wx/weakref.h>
 
 #include "services/core/text_lookup.h"
 #include "ui/wx/accessible.h"
@@ -309,11 +310,12 @@ void FormWindow::ShowObstacle() {
   if (shown != obstacle->IsShown()) FitToScreen();
 }
 
-bool FormWindow::ShowProblems() {
+bool FormWindow::ShowProblems(const FormDescription* looked) {
   ShowObstacle();
   const Row* first = nullptr;
-  for (const FormField& field : form.fields) {
+  for (FormField& field : form.fields) {
     const Row& row = rows[field.number];
+    if (looked && field.problem.IsEmpty()) field.problem = looked->Find(field.key)->problem;
     ShowProblem(row.problem, field.problem,
                 std::max(row.control->GetSize().x, FromDIP(kTextWidth)));
     if (!first && !field.problem.IsEmpty()) first = &row;
@@ -330,9 +332,25 @@ void FormWindow::ShowFirst(const Row& row) {
   ScrollTo(*page, *row.control);
 }
 
+// The folders may be slow: meanwhile the form stands as it is, and only Cancel works.
 void FormWindow::Accept() {
   ReadControls();
-  if (ShowProblems()) EndModal(wxID_OK);
+  if (!ShowProblems()) return;
+  if (!form.look) {
+    EndModal(wxID_OK);
+    return;
+  }
+  AllowOnlyCancel(true);
+  form.look(form, [self = wxWeakRef<FormWindow>(this)](const FormDescription& looked) {
+    if (!self) return;
+    self->AllowOnlyCancel(false);
+    if (self->ShowProblems(&looked)) self->EndModal(wxID_OK);
+  });
+}
+
+void FormWindow::AllowOnlyCancel(bool only) {
+  for (wxWindow* const child : GetChildren())
+    if (child->GetId() != kDiscardButton) child->Enable(!only);
 }
 
 bool FormWindow::Run() {

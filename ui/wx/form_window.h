@@ -46,9 +46,11 @@ class FormWindow : public wxDialog {
   void ReadControls();
   void ShowEnabled();
   void ShowObstacle();
-  bool ShowProblems(); // false when there is one
+  // False when there is one; with those that a look has found.
+  bool ShowProblems(const FormDescription* looked = nullptr);
   void ShowFirst(const Row& row);
   void Accept();
+  void AllowOnlyCancel(bool only);
 
   FormDescription& form;
   Mnemonics mnemonics;
