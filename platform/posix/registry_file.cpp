@@ -6,13 +6,21 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <string>
 
 #include "services/core/text_lookup.h"
+#include "services/core/thread_annotations.h"
 
 namespace kor {
 
 namespace {
+
+constexpr auto kMostLines = static_cast<std::ptrdiff_t>(kMostSettingsLines);
+
+// How long a writer waits for another program's lock, and how often it looks, in milliseconds.
+constexpr std::uint32_t kLockWait = 5000;
+constexpr std::uint32_t kLockStep = 50;
 
 bool IsEscape(std::u16string_view text) {
   return text.size() >= 6 && text.starts_with(u"%u") &&
@@ -114,12 +122,16 @@ void InsertLine(std::vector<KorText>& lines, const Section& section, const KorTe
   lines.insert(lines.begin() + static_cast<std::ptrdiff_t>(at), line);
 }
 
-// Keeps two programs from changing the file at once; leaves nothing behind.
+// Keeps two programs from changing the file at once; leaves nothing behind. Whoever may read the
+// folder can hold its lock, so the wait has an end.
 class FolderLock {
  public:
-  explicit FolderLock(const KorText& folder)
+  FolderLock(const KorText& folder, AppInterface& app)
       : handle(::open(folder.ToUtf8().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-    if (handle >= 0) ::flock(handle, LOCK_EX); // where there are no locks, the rename alone must do
+    const std::uint32_t start = app.TickCount();
+    while (handle >= 0 && IsHeld() && app.TickCount() - start < kLockWait)
+      app.SleepMilliseconds(kLockStep);
+    held = handle < 0 || !IsHeld();
   }
   ~FolderLock() {
     if (handle >= 0) ::close(handle);
@@ -127,8 +139,14 @@ class FolderLock {
   FolderLock(const FolderLock&) = delete;
   FolderLock& operator=(const FolderLock&) = delete;
 
+  bool IsOurs() const { return held; }
+
  private:
+  // By another program. Where there are no locks, the rename alone must do.
+  bool IsHeld() const { return ::flock(handle, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK; }
+
   int handle;
+  bool held = false;
 };
 
 } // namespace
@@ -167,10 +185,8 @@ bool RegistryFile::WriteNumber(const KorText& key, const KorText& value, std::ui
 }
 
 bool RegistryFile::WriteText(const KorText& key, const KorText& value, const KorText& text) {
-  const KorText folder = Folder();
-  if (!app.MakeFolder(folder)) return false;
-  std::optional<FolderLock> lock;
-  if (changing != std::this_thread::get_id()) lock.emplace(folder);
+  if (changing != std::this_thread::get_id())
+    return Change([&] { return WriteText(key, value, text); });
   std::optional<std::vector<KorText>> lines = Load();
   if (!lines) return false;
   const KorText line = Escaped(value, true) + u"=" + Escaped(text, false);
@@ -187,7 +203,13 @@ bool RegistryFile::WriteText(const KorText& key, const KorText& value, const Kor
 bool RegistryFile::Change(const std::function<bool()>& work) {
   const KorText folder = Folder();
   if (!app.MakeFolder(folder)) return false;
-  const FolderLock lock(folder);
+  static Mutex turns; // of this program's threads
+  const Lock turn(turns);
+  const FolderLock lock(folder, app);
+  if (!lock.IsOurs()) {
+    app.SetLastError(EBUSY);
+    return false;
+  }
   changing = std::this_thread::get_id();
   const bool done = work();
   changing = std::thread::id();
@@ -210,14 +232,12 @@ std::vector<KorText> RegistryFile::SubKeys(const KorText& key) {
 }
 
 // Says so once: the file is read for every value.
-bool RegistryFile::IsTooLarge(std::uint64_t size) {
+void RegistryFile::TellTooLarge() {
   static std::atomic<bool> said = false;
-  if (size <= kLargestSettings) return false;
-  if (said.exchange(true)) return true;
+  if (said.exchange(true)) return;
   const KorText why =
       LookUpText(15452, u"The file is too large to be a settings file: it was not read.");
   app.Report({MessageLevel::Warn, Path(), why, {}, 0});
-  return true;
 }
 
 // The file's lines; none when there is no file, std::nullopt when it can't be read.
@@ -226,9 +246,13 @@ std::optional<std::vector<KorText>> RegistryFile::Load() {
   if (!app.FileAttributes(path)) return std::vector<KorText>();
   const std::unique_ptr<OsFile> file = app.OpenFile(path, FileAccess::Read);
   const auto size = file ? file->Size() : std::nullopt;
-  if (!size || IsTooLarge(*size)) return std::nullopt;
-  std::string bytes(static_cast<std::size_t>(*size), '\0');
+  if (!size) return std::nullopt;
+  std::string bytes(*size <= kLargestSettings ? static_cast<std::size_t>(*size) : 0, '\0');
   if (file->Read({reinterpret_cast<std::uint8_t*>(bytes.data()), bytes.size()}) != bytes.size()) {
+    return std::nullopt;
+  }
+  if (*size > kLargestSettings || std::ranges::count(bytes, '\n') > kMostLines) {
+    TellTooLarge();
     return std::nullopt;
   }
   std::vector<KorText> lines = Split(KorText::FromUtf8(bytes), u'\n');

@@ -37,7 +37,7 @@ class RegistryFile : public OsRegistry {
  private:
   KorText Folder();
   KorText Path();
-  bool IsTooLarge(std::uint64_t size);
+  void TellTooLarge();
   std::optional<std::vector<KorText>> Load();
   bool Save(const std::vector<KorText>& lines);
 

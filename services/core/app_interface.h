@@ -47,8 +47,13 @@ struct DebugMode {
   std::int32_t value = 0;
 };
 
-// Bytes; a larger file is no settings file of any kind.
-inline constexpr std::uint64_t kLargestSettings = 16u << 20;
+// A larger file is no settings file of any kind. The number of lines and sections has a limit of
+// its own, since an empty one takes far more memory than its one or two bytes: the limits are what
+// a file of the largest size has when its lines are ordinary ones of 32 bytes, and hundreds of
+// times the sections of the suite's longest file. Such a file takes some 100 MB at most.
+inline constexpr std::uint64_t kLargestSettings = 16u << 20; // bytes
+inline constexpr std::size_t kMostSettingsLines = 500'000;
+inline constexpr std::size_t kMostSections = 10'000;
 
 // Types of GetApplicationPropertyPath and GetApplicationPropertyString.
 enum PropertyType : int {

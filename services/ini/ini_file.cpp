@@ -45,18 +45,30 @@ bool iniFile::Passes(const iniStruct& item, const Filter& section, const Filter&
          (!key || item.KeyName().EqualsNoCase(*key));
 }
 
+// False, without going on, when the file is too large to be one.
+bool iniFile::ReadLines(SimpleFile& file, std::vector<KorText>& read) {
+  if (file.Size() > kLargestSettings) return false;
+  std::size_t sections = 0;
+  for (KorText line; file.ReadLine(line);) {
+    sections += line.StartsWith(u"[") ? 1 : 0;
+    if (read.size() == kMostSettingsLines || sections > kMostSections) return false;
+    read.push_back(std::move(line));
+  }
+  return true;
+}
+
 bool iniFile::Load(bool /*report*/) {
   Release();
+  tooLarge = false;
   if (path.IsEmpty()) return false;
   SimpleFile file(path);
   if (!file.Open(kFileRead | kFileText)) return false;
-  if (file.Size() > kLargestSettings) {
+  std::vector<KorText> read;
+  tooLarge = !ReadLines(file, read);
+  if (tooLarge) {
     Warn(path, LookUpText(15452, u"The file is too large to be a settings file: it was not read."));
     return false;
   }
-  std::vector<KorText> read;
-  for (KorText line; file.ReadLine(line);)
-    read.push_back(std::move(line));
   // A file that breaks off while it is read must not be taken, and later saved, as a shorter one.
   loaded = file.AtEnd();
   if (!loaded) return false;
@@ -123,7 +135,7 @@ bool iniFile::WriteLines() {
   while (!all.empty() && all.back()->IsEmpty())
     all.pop_back();
   const std::optional<FileInfo> info = App().FileAttributes(path);
-  if (info && info->size > kLargestSettings) return false;
+  if (info && (tooLarge || info->size > kLargestSettings)) return false;
   KorFile file(path);
   const std::uint32_t textBits = EncodingMode(all);
   if (!file.OpenSafe(kFileWrite | kFileText | textBits)) return false;

@@ -9,7 +9,8 @@
 // beside what a link of its name leads to, and renames, so it needs a folder that can be written to, and
 // a failure leaves the older file whole.
 //
-// A file of more than kLargestSettings is none: it is neither read nor written over, and said so.
+// A file of more than kLargestSettings, kMostSettingsLines or kMostSections is none: it is neither
+// read nor written over, and said so.
 #pragma once
 
 #include <memory>
@@ -54,6 +55,7 @@ class iniFile {
 
  private:
   void Release();
+  bool ReadLines(SimpleFile& file, std::vector<KorText>& read);
   void TakeLines(std::vector<KorText> read);
   std::string BytesOf(const KorText& line) const;
   bool Passes(const iniStruct& item, const Filter& section, const Filter& key) const;
@@ -66,6 +68,7 @@ class iniFile {
   TextEncoding encoding = TextEncoding::EightBit; // of the loaded file, by its mark
   bool unmarkedUtf8 = false;
   bool loaded = false;
+  bool tooLarge = false; // the file on disk, when it was last loaded
   bool written = false;
   bool saved = false;
 };

@@ -109,13 +109,20 @@ TEST_F(IniFile, EveryTextComesBackWhateverTheFileHeld) {
 }
 
 TEST_F(IniFile, WhatIsTooLargeToBeOneIsRefusedWithAWord) {
-  app.Put(path, u"[S]\nK=1\n" + KorText(kLargestSettings, u'\n'));
-  const KorText older = *app.Content(path);
-  EXPECT_EQ(Read(u"S", u"K"), u"(default)");
-  EXPECT_FALSE(Write(u"v"));
-  EXPECT_EQ(app.Content(path), older);
-  ASSERT_FALSE(app.Messages().empty());
-  EXPECT_EQ(app.Messages()[0].info, path);
+  KorText headers;
+  for (std::size_t i = 0; i <= kMostSections; ++i)
+    headers += u"[\n";
+  for (const KorText& content :
+       {KorText(kLargestSettings, u' '), KorText(kMostSettingsLines, u'\n'), headers}) {
+    const KorText older = u"[S]\nK=1\n" + content;
+    app.Put(path, older);
+    app.ForgetReports();
+    EXPECT_EQ(Read(u"S", u"K"), u"(default)");
+    EXPECT_FALSE(Write(u"v"));
+    EXPECT_EQ(app.Content(path), older);
+    ASSERT_FALSE(app.Messages().empty());
+    EXPECT_EQ(app.Messages()[0].info, path);
+  }
 }
 
 TEST_F(IniFile, NewKeysAndSectionsComeOutInOrderOfRegistration) {

@@ -2,8 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -250,11 +252,14 @@ TEST_F(RegistryFileTest, KeepsItsPermissionsAndFollowsItsLink) {
 }
 
 TEST_F(RegistryFileTest, RefusesWhatIsTooLargeToBeOneAndSaysSoOnce) {
-  const KorText content = KorText::Format(u"[%s]\nv=1\n", key) + KorText(kLargestSettings, u'\n');
-  app.Put(path, content);
-  EXPECT_EQ(RegistryFile(app).ReadText(key, u"v"), std::nullopt);
-  EXPECT_FALSE(RegistryFile(app).WriteText(key, u"v", u"2"));
-  EXPECT_EQ(app.Content(path), content);
+  for (const KorText& rest :
+       {KorText(kLargestSettings, u' '), KorText(kMostSettingsLines, u'\n')}) {
+    const KorText content = KorText::Format(u"[%s]\nv=1\n", key) + rest;
+    app.Put(path, content);
+    EXPECT_EQ(RegistryFile(app).ReadText(key, u"v"), std::nullopt);
+    EXPECT_FALSE(RegistryFile(app).WriteText(key, u"v", u"2"));
+    EXPECT_EQ(app.Content(path), content);
+  }
   ASSERT_EQ(app.Messages().size(), 1u);
   EXPECT_EQ(app.Messages()[0].info, path);
 }
@@ -266,6 +271,18 @@ TEST_F(RegistryFileTest, LosesNothingToAnotherWriter) {
   });
   for (int n = 0; n < 40; ++n)
     EXPECT_EQ(RegistryFile(app).ReadText(key, KorText::Format(u"%i.%i", n / 10, n % 10)), u"x");
+}
+
+TEST_F(RegistryFileTest, WaitsForAnotherProgramButNotForEver) {
+  const double before = app.Seconds();
+  const int other = ::open(app.Path(u"settings").ToUtf8().c_str(), O_RDONLY | O_DIRECTORY);
+  ASSERT_EQ(::flock(other, LOCK_EX), 0);
+  EXPECT_FALSE(RegistryFile(app).WriteText(key, u"v", u"1"));
+  EXPECT_EQ(app.LastError(), static_cast<std::uint32_t>(EBUSY));
+  EXPECT_NEAR(app.Seconds() - before, 5, 0.2); // on the clock that is moved by hand
+  EXPECT_EQ(app.Content(path), std::nullopt);
+  ::close(other);
+  EXPECT_TRUE(RegistryFile(app).WriteText(key, u"v", u"1"));
 }
 
 TEST_F(RegistryFileTest, HoldsNumbers) {

@@ -177,8 +177,9 @@ bool Setup::SetPort(const KorText& name, const KorText& device) {
 bool Setup::SetLanguage() {
   const KorText& code = *options.language;
   if (!StoreLanguage(code))
-    return Fail(u"the language can't be stored: " + SystemReason() +
-                u". The user's settings folder has to be writable");
+    return Fail(
+        u"the language can't be stored: " + SystemReason() +
+        u". The user's settings folder has to be writable, and no program may hold its lock");
   if (code.IsEmpty() || code.StartsWithNoCase(u"en")) return true; // the source texts are English
   TextHolder dictionary;
   const bool loaded =
