@@ -49,7 +49,7 @@ KorText MakeDictionary(TestApp& app) {
     entry.textPosition = TextEntry::MakeTextPosition(entry.phrase);
     for (std::size_t i = 0; i < kLanguages; ++i)
       entry.translations.push_back(babbler.Sentence());
-    dictionary.AddEntry(entry);
+    dictionary.AddEntries({entry});
   }
   dictionary.Save(TextHolder::Backup::None);
   return path;

@@ -28,6 +28,14 @@ KorText XmlEntry(const TextEntry& entry) {
   return xml + u"  </Entry>\n";
 }
 
+// What a name in C can hold; a file's may hold anything, line ends too.
+KorText HeaderName(const KorText& textPosition) {
+  KorText name;
+  for (const char16_t c : textPosition.View())
+    if (TextEntry::IsNameCharacter(c) || c == u'_') name += c;
+  return name;
+}
+
 KorText DefineLine(const KorText& name, std::int32_t id) {
   return (u"#define " + name).PaddedRight(kDefineWidth) + KorText::Format(u" %i\n", id);
 }
@@ -57,9 +65,10 @@ bool TextHolder::ExportXML(const KorText& file) {
 bool TextHolder::ExportHeader() {
   if (!MayExport(u"Export Header")) return false;
   KorText header;
-  for (const TextEntry& entry : entries)
-    header +=
-        entry.textPosition.IsEmpty() ? KorText(u"\n") : DefineLine(entry.textPosition, entry.id);
+  for (const TextEntry& entry : entries) {
+    const KorText name = HeaderName(entry.textPosition);
+    header += name.IsEmpty() ? KorText(u"\n") : DefineLine(name, entry.id);
+  }
   header += u"\n";
   header += DefineLine(u"TXTPOS_VOID", -1);
   const KorText file = FolderOfPath(path) + u"textlib.h";

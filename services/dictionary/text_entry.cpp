@@ -5,15 +5,9 @@
 namespace kor {
 namespace {
 
-constexpr std::size_t kLongestName = 32;
-
 const KorText& NoText() {
   static const KorText kNone;
   return kNone;
-}
-
-bool IsNameCharacter(char16_t c) {
-  return IsDigit(c) || IsAsciiLetter(c);
 }
 
 bool AreDigits(std::u16string_view text) {
@@ -106,6 +100,10 @@ void TextEntry::AddModification(const CalendarDate& date) {
     modified.push_back(date);
 }
 
+bool TextEntry::IsNameCharacter(char16_t c) {
+  return IsDigit(c) || IsAsciiLetter(c);
+}
+
 KorText TextEntry::MakeTextPosition(std::u16string_view phrase) {
   KorText name;
   char16_t before = 0;
@@ -115,7 +113,7 @@ KorText TextEntry::MakeTextPosition(std::u16string_view phrase) {
     before = c;
   }
   if (name.Length() > kLongestName) name.Remove(kLongestName / 2, name.Length() - kLongestName);
-  return u"TXTPOS_" + name;
+  return kNamePrefix + name;
 }
 
 } // namespace kor

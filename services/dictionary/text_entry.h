@@ -63,6 +63,9 @@ class TextEntry : public Storable {
   // "TXTPOS_" and the phrase's letters A-Z a-z and digits, a run of blanks as one "_". Longer than 32
   // characters, before the prefix is put on, it keeps its first and last 16.
   static KorText MakeTextPosition(std::u16string_view phrase);
+  static bool IsNameCharacter(char16_t c); // a letter or digit
+  static constexpr char16_t kNamePrefix[] = u"TXTPOS_";
+  static constexpr std::size_t kLongestName = 32; // behind the prefix
 
   std::vector<KorText> translations; // by language index; may be shorter than the languages
   std::vector<CalendarDate> modified;

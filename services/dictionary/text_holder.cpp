@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <utility>
 
+#include "files/container_layout.h"
 #include "files/paths.h"
 #include "services/core/app_interface.h"
 
@@ -146,8 +148,15 @@ bool TextHolder::Load(const KorText& file, std::int32_t languageSelector, bool r
   return false;
 }
 
+// Looked at before anything is inflated.
+bool TextHolder::IsTooLarge(const KorText& file) {
+  SimpleFile source(file);
+  return source.Open(kFileRead) && std::max(source.Size(), InflatedSize(source)) > kLargestFile;
+}
+
 // The file lies compressed. One that is not is opened once more, as it is.
 bool TextHolder::ReadFile(const KorText& file, const KorText& requestedLanguage) {
+  if (IsTooLarge(file)) return false;
   KorFile source(file);
   FileResult result = FileResult::Success;
   if (!source.Open(kFileRead, false, true, &result)) {
@@ -221,11 +230,12 @@ TextEntry* TextHolder::FindEntry(std::int32_t id) {
   return const_cast<TextEntry*>(std::as_const(*this).FindEntry(id));
 }
 
-TextEntry& TextHolder::AddEntry(const TextEntry& entry) {
+// All at once: to insert each in its place would take quadratic time.
+void TextHolder::AddEntries(std::vector<TextEntry> fresh) {
   MarkChanged();
-  const auto at = std::ranges::lower_bound(entries, entry.id, {}, &TextEntry::id);
-  if (at != entries.end() && at->id == entry.id) return *at = entry;
-  return *entries.insert(at, entry);
+  entries.insert(entries.end(), std::make_move_iterator(fresh.begin()),
+                 std::make_move_iterator(fresh.end()));
+  SortContent();
 }
 
 // --- Saving ------------------------------------------------------------------------------------------

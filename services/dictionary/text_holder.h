@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -44,6 +45,11 @@ class TextHolder : public Storable {
  public:
   static constexpr std::uint32_t kClassId = 100095000;
   static constexpr std::uint32_t kFileType = 0x54434944; // "DICT"
+
+  // A larger file, inflated, is no dictionary: 20,000 texts of 40 characters in 25 languages take
+  // 45 MB.
+  static constexpr std::uint64_t kLargestFile = 64u << 20; // bytes
+  static constexpr std::uint32_t kMostLanguages = 1000;    // more than Windows has locales
 
   // Language selectors; 0 and above: the index of a language.
   static constexpr std::int32_t kSourceTexts = -1;
@@ -102,7 +108,7 @@ class TextHolder : public Storable {
   void AddLanguage(const TextLanguage& language);
   const TextEntry* FindEntry(std::int32_t id) const;
   TextEntry* FindEntry(std::int32_t id);
-  TextEntry& AddEntry(const TextEntry& entry); // replaces one of the same number
+  void AddEntries(std::vector<TextEntry> fresh); // in any order; of numbers that are not there yet
 
   // --- Exchange; editing mode only (App() is told otherwise) -------------------------------------
   // UTF-16. False also when there are no entries: the file then ends after the languages.
@@ -120,6 +126,7 @@ class TextHolder : public Storable {
 
  private:
   void Clear();
+  static bool IsTooLarge(const KorText& file);
   bool ReadFile(const KorText& file, const KorText& requestedLanguage);
   bool ReadStream(VoidBuffer& bytes, const KorText& file);
   void SetFailureNotice() const;
@@ -127,14 +134,16 @@ class TextHolder : public Storable {
   bool MayExport(std::u16string_view what) const;
   bool WriteXLIFF(const KorText& file, std::size_t language) const;
   bool FitsDictionary(const XliffReader& reader, const KorText& file, ImportResult& result) const;
-  void TakeUnit(const XliffUnit& unit, std::size_t language, ImportResult& result);
-  void AddCategory(std::int32_t id, const KorText& name); // unless there is one of that number
+  void TakeUnits(const XliffReader& reader, std::size_t language, const TitledProgress& progress,
+                 ImportResult& result);
+  void AddCategories(std::span<const XliffUnit> units); // those whose numbers are not there yet
 
   // Entries and categories are kept: writing, or reading in editing mode.
   bool KeepsContent(const DiskFile& file) const {
     return file.IsWriting() || (selector == kEditing && !languagesOnly);
   }
   bool TransferLanguageNames(DiskFile& file);
+  bool TransferLanguages(DiskFile& file);
   bool TransferEntries(DiskFile& file);
   bool TransferCategories(DiskFile& file);
   bool TakeEntry(DiskFile& file);

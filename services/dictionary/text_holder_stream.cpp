@@ -23,7 +23,7 @@ bool SkipObject(DiskFile& file, std::uint32_t classId) {
 void TextHolder::Transfer(DiskFile& file) {
   const bool reading = !file.IsWriting();
   const bool whole = TransferLanguageNames(file) && TransferEntries(file) &&
-                     TransferCategories(file) && file.SectionMark() && file.Transfer(languages);
+                     TransferCategories(file) && TransferLanguages(file);
   if (!whole) file.SetError(kErrorShortRead); // a dictionary that lacks a part is damaged
   if (reading) SortContent();
   EndRecord(file);
@@ -31,13 +31,22 @@ void TextHolder::Transfer(DiskFile& file) {
 
 // The names stand in front so that a list of languages can be shown without reading on.
 bool TextHolder::TransferLanguageNames(DiskFile& file) {
-  std::vector<KorText> names;
-  for (const TextLanguage& language : languages)
-    names.push_back(language.name);
-  if (!file.Transfer(names)) return false;
+  const auto count = file.TransferCount(languages.size(), kLeastText);
+  if (!count || (!file.IsWriting() && *count > kMostLanguages)) return false;
+  for (std::uint32_t i = 0; i < *count; ++i)
+    if (!(file.IsWriting() ? file.Transfer(languages[i].name) : file.SkipText())) return false;
   if (file.HasFormatMarker()) return true;
   file.SetError(kErrorFileType); // the layout of the oldest programs
   return false;
+}
+
+// The limit is looked at before memory is taken for them.
+bool TextHolder::TransferLanguages(DiskFile& file) {
+  if (!file.SectionMark()) return false;
+  const auto count = file.TransferCount(languages.size(), kLeastRecord);
+  if (!count || (!file.IsWriting() && *count > kMostLanguages)) return false;
+  languages.resize(*count);
+  return std::ranges::all_of(languages, [&](auto& one) { return file.TransferObject(one); });
 }
 
 bool TextHolder::TransferEntries(DiskFile& file) {

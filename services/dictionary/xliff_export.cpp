@@ -1,8 +1,9 @@
 // TextHolder's XLIFF 1.2 export: one file per language, for translators.
-#include <algorithm>
+#include <map>
 #include <pugixml.hpp>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "services/core/app_interface.h"
 #include "services/dictionary/text_holder.h"
@@ -49,30 +50,29 @@ void AppendUnit(pugi::xml_node group, const TextEntry& entry, std::size_t langua
   AppendText(unit, "note", entry.comment);
 }
 
-// The categories, and a nameless one for each number that an entry has and they lack.
-std::vector<TextCatagory> AllCategories(std::span<const TextCatagory> known,
-                                        std::span<const TextEntry> entries) {
-  std::vector<TextCatagory> all(known.begin(), known.end());
-  for (const TextEntry& entry : entries) {
-    const auto at = std::ranges::lower_bound(all, entry.categoryId, {}, &TextCatagory::id);
-    if (at == all.end() || at->id != entry.categoryId)
-      all.insert(at, TextCatagory())->id = entry.categoryId;
-  }
-  return all;
+struct Group {
+  KorText name;
+  std::vector<const TextEntry*> entries;
+};
+
+// By category number; a number that no category has is a nameless group.
+std::map<std::int32_t, Group> GroupsOf(std::span<const TextCatagory> categories,
+                                       std::span<const TextEntry> entries) {
+  std::map<std::int32_t, Group> groups;
+  for (const TextCatagory& category : categories)
+    groups[category.id].name = category.name;
+  for (const TextEntry& entry : entries)
+    groups[entry.categoryId].entries.push_back(&entry);
+  return groups;
 }
 
-void AppendGroup(pugi::xml_node body, const TextCatagory& category,
-                 std::span<const TextEntry> entries, std::size_t language) {
-  pugi::xml_node group;
-  for (const TextEntry& entry : entries) {
-    if (entry.categoryId != category.id) continue;
-    if (!group) {
-      group = body.append_child("group");
-      SetAttribute(group, "id", KorText::Format(u"%i", category.id));
-      SetAttribute(group, "restype", category.name);
-    }
-    AppendUnit(group, entry, language);
-  }
+void AppendGroup(pugi::xml_node body, std::int32_t id, const Group& content, std::size_t language) {
+  if (content.entries.empty()) return;
+  pugi::xml_node group = body.append_child("group");
+  SetAttribute(group, "id", KorText::Format(u"%i", id));
+  SetAttribute(group, "restype", content.name);
+  for (const TextEntry* entry : content.entries)
+    AppendUnit(group, *entry, language);
 }
 
 } // namespace
@@ -104,8 +104,8 @@ bool TextHolder::WriteXLIFF(const KorText& target, std::size_t language) const {
   AppendText(file.append_child("header"), "note",
              u"Contains UI text for Plenova Applications and Services.");
   pugi::xml_node body = file.append_child("body");
-  for (const TextCatagory& category : AllCategories(categories, entries))
-    AppendGroup(body, category, entries, language);
+  for (const auto& [id, group] : GroupsOf(categories, entries))
+    AppendGroup(body, id, group, language);
 
   std::string text;
   StringWriter writer(text);

@@ -1,5 +1,6 @@
 // TextHolder's XLIFF import.
-#include <algorithm>
+#include <set>
+#include <utility>
 
 #include "services/core/app_interface.h"
 #include "services/core/text_lookup.h"
@@ -18,6 +19,16 @@ TextEntry NewEntry(const XliffUnit& unit) {
   entry.categoryId = unit.categoryId;
   entry.created = unit.modified;
   return entry;
+}
+
+// True when the translation is another one now.
+bool TakeUnit(const XliffUnit& unit, std::size_t language, TextEntry& entry) {
+  const bool changed = unit.target && *unit.target != entry.Translation(language);
+  if (changed) entry.SetTranslation(language, *unit.target);
+  entry.importance = unit.importance.value_or(entry.importance);
+  entry.AddModification(unit.modified);
+  entry.comment = unit.note.value_or(entry.comment);
+  return changed;
 }
 
 void ReportFailure(const ImportResult& result) {
@@ -44,20 +55,8 @@ ImportResult TextHolder::ImportXLIFF(const KorText& file, bool report,
     if (report) ReportFailure(result);
     return result;
   }
-  const auto language = static_cast<std::size_t>(LanguageWithCode(reader.Language()));
-  const auto size = static_cast<double>(reader.Units().size());
-  double position = 0;
-  for (const XliffUnit& unit : reader.Units()) {
-    if (progress) progress(u"Import from XLIFF", position++, size);
-    const TextEntry* known = FindEntry(unit.id);
-    if (known != nullptr && known->phrase != unit.source)
-      result.warnings.push_back(reader.About(
-          unit, KorText::Format(u"the English text is \"%s\" here and \"%s\" in the dictionary. "
-                                u"Check the translation, and export the file again.",
-                                unit.source, known->phrase)));
-    TakeUnit(unit, language, result);
-  }
-  if (progress) progress(u"Import from XLIFF", size, size);
+  TakeUnits(reader, static_cast<std::size_t>(LanguageWithCode(reader.Language())), progress,
+            result);
   result.done = true;
   return result;
 }
@@ -76,32 +75,41 @@ bool TextHolder::FitsDictionary(const XliffReader& reader, const KorText& file,
   return result.errors.empty();
 }
 
-void TextHolder::TakeUnit(const XliffUnit& unit, std::size_t language, ImportResult& result) {
-  TextEntry* entry = FindEntry(unit.id);
-  bool isNew = false;
-  if (entry == nullptr) {
-    AddCategory(unit.categoryId, unit.categoryName);
-    entry = &AddEntry(NewEntry(unit));
-    result.added.push_back(unit.id);
-    isNew = true;
+void TextHolder::TakeUnits(const XliffReader& reader, std::size_t language,
+                           const TitledProgress& progress, ImportResult& result) {
+  const auto size = static_cast<double>(reader.Units().size());
+  std::vector<TextEntry> fresh;
+  for (const XliffUnit& unit : reader.Units()) {
+    if (progress)
+      progress(u"Import from XLIFF", static_cast<double>(&unit - &reader.Units()[0]), size);
+    TextEntry* const known = FindEntry(unit.id);
+    if (known == nullptr) {
+      result.added.push_back(unit.id);
+      TakeUnit(unit, language, fresh.emplace_back(NewEntry(unit)));
+      continue;
+    }
+    if (known->phrase != unit.source)
+      result.warnings.push_back(reader.About(
+          unit, KorText::Format(u"the English text is \"%s\" here and \"%s\" in the dictionary. "
+                                u"Check the translation, and export the file again.",
+                                unit.source, known->phrase)));
+    if (TakeUnit(unit, language, *known)) ++result.changed;
   }
-  if (unit.target && *unit.target != entry->Translation(language)) {
-    entry->SetTranslation(language, *unit.target);
-    if (!isNew) ++result.changed;
-  }
-  entry->importance = unit.importance.value_or(entry->importance);
-  entry->AddModification(unit.modified);
-  entry->comment = unit.note.value_or(entry->comment);
-  MarkChanged();
+  AddCategories(reader.Units());
+  AddEntries(std::move(fresh));
+  if (progress) progress(u"Import from XLIFF", size, size);
 }
 
-void TextHolder::AddCategory(std::int32_t id, const KorText& name) {
-  const auto at = std::ranges::lower_bound(categories, id, {}, &TextCatagory::id);
-  if (at != categories.end() && at->id == id) return;
-  TextCatagory category;
-  category.id = id;
-  category.name = name;
-  categories.insert(at, category);
+void TextHolder::AddCategories(std::span<const XliffUnit> units) {
+  std::set<std::int32_t> known;
+  for (const TextCatagory& category : categories)
+    known.insert(category.id);
+  for (const XliffUnit& unit : units) {
+    if (FindEntry(unit.id) != nullptr || !known.insert(unit.categoryId).second) continue;
+    TextCatagory& category = categories.emplace_back();
+    category.id = unit.categoryId;
+    category.name = unit.categoryName;
+  }
 }
 
 } // namespace kor

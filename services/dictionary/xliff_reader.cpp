@@ -63,9 +63,7 @@ std::optional<std::int32_t> ParseNumber(const KorText& text) {
 } // namespace
 
 KorText XliffReader::Place(std::ptrdiff_t offset) const {
-  const auto length = static_cast<std::ptrdiff_t>(bytes.size());
-  const auto end = bytes.begin() + std::clamp<std::ptrdiff_t>(offset, 0, length);
-  const auto line = 1 + std::count(bytes.begin(), end, static_cast<std::uint8_t>('\n'));
+  const auto line = 1 + (std::ranges::lower_bound(lineEnds, offset) - lineEnds.begin());
   return path + KorText::Format(u":%i:", static_cast<std::int64_t>(line));
 }
 
@@ -93,6 +91,8 @@ bool XliffReader::Parse() {
     return false;
   }
   bytes = std::move(*content);
+  for (std::size_t at = 0; at < bytes.size(); ++at)
+    if (bytes[at] == '\n') lineEnds.push_back(static_cast<std::ptrdiff_t>(at));
   const pugi::xml_parse_result parsed =
       document.load_buffer(bytes.data(), bytes.size(), kParseOptions);
   if (parsed) return true;

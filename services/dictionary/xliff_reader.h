@@ -53,6 +53,7 @@ class XliffReader {
   KorText path;
   ImportResult& result;
   std::vector<std::uint8_t> bytes;
+  std::vector<std::ptrdiff_t> lineEnds; // in the bytes
   pugi::xml_document document;
   KorText language;
   std::vector<XliffUnit> units;

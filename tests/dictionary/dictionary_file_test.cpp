@@ -1,6 +1,7 @@
 // The dictionary's file: what is kept in which mode, where it is looked for, damage of every kind.
 #include <gtest/gtest.h>
 
+#include "files/compressed_file.h"
 #include "tests/dictionary/dictionary_samples.h"
 #include "tests/support/format_page.h"
 
@@ -32,7 +33,7 @@ TEST_F(DictionaryFile, TheFormatPagesExampleIsWhatIsWrittenAndRead) {
   TextEntry entry = SampleEntry(48, u"Cancel", {u"Abbrechen"});
   entry.comment = u"Button.";
   entry.importance = 3;
-  dictionary.AddEntry(entry);
+  dictionary.AddEntries({entry});
   ASSERT_TRUE(SaveAsDictionary(file, dictionary, false));
   const auto examples = ReadByteExamples("dictionary.md", "dictionary");
   ASSERT_EQ(examples.size(), 1u);
@@ -124,6 +125,22 @@ TEST_F(DictionaryFile, NoChangedByteDoesHarmInEitherMode) {
       }
     }
   }
+}
+
+// A small file can inflate to a thousand times its size, and a short list can take more memory than
+// it takes bytes.
+TEST_F(DictionaryFile, WhatIsTooLargeToBeOneIsRefused) {
+  const KorText large = PlainBytes() + KorText(TextHolder::kLargestFile, u'\0');
+  Put(large);
+  ASSERT_EQ(CompressFile(file, app.Path(u"small.ary"), false), FileResult::Success);
+  for (const KorText& path : {file, app.Path(u"small.ary")})
+    for (const std::int32_t selector : {0, TextHolder::kEditing})
+      EXPECT_FALSE(dictionary.Load(path, selector, false)) << path.ToUtf8();
+  FillSample(dictionary, file);
+  while (dictionary.Languages().size() <= TextHolder::kMostLanguages)
+    dictionary.AddLanguage(SampleLanguage(u"xx", u"X", 1));
+  ASSERT_TRUE(SaveAsDictionary(file, dictionary));
+  EXPECT_FALSE(dictionary.Load(file, TextHolder::kSourceTexts, false));
 }
 
 TEST_F(DictionaryFile, AReadErrorIsNoDictionary) {

@@ -44,7 +44,7 @@ TEST_F(DictionaryLookup, NumbersAndReferencesOutsideTheTableHaveNoText) {
 
 TEST_F(DictionaryLookup, ExpandReplacesWhatHasATextAndNothingElse) {
   ASSERT_TRUE(dictionary.Load(u"diction.ary", TextHolder::kEditing, true));
-  dictionary.AddEntry(SampleEntry(1, u"see ^48", {})); // what stands in a text stays
+  dictionary.AddEntries({SampleEntry(1, u"see ^48", {})}); // what stands in a text stays
   ASSERT_TRUE(dictionary.Save());
   ASSERT_TRUE(dictionary.Load(u"diction.ary", TextHolder::kSourceTexts, true));
   const struct {

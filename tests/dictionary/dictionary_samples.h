@@ -36,11 +36,11 @@ inline void FillSample(TextHolder& dictionary, const KorText& path) {
   dictionary.StartEditing(path);
   dictionary.AddLanguage(SampleLanguage(u"de-DE", u"Deutsch", 1031));
   dictionary.AddLanguage(SampleLanguage(u"fr-FR", u"Français", 1036));
-  dictionary.AddEntry(SampleEntry(48, u"Cancel", {u"Abbrechen", u"Annuler"}));
-  dictionary.AddEntry(SampleEntry(323, u"Call us.", {u"Rufen Sie uns an.", u""}));
-  dictionary.AddEntry(SampleEntry(324, u"Sorry!", {u"Entschuldigung!"}));
-  dictionary.AddEntry(
-      SampleEntry(7, u"Send %s & <wait>", {u"%s senden & <warten>", u"Envoyer %s"}));
+  dictionary.AddEntries({SampleEntry(48, u"Cancel", {u"Abbrechen", u"Annuler"})});
+  dictionary.AddEntries({SampleEntry(323, u"Call us.", {u"Rufen Sie uns an.", u""})});
+  dictionary.AddEntries({SampleEntry(324, u"Sorry!", {u"Entschuldigung!"})});
+  dictionary.AddEntries(
+      {SampleEntry(7, u"Send %s & <wait>", {u"%s senden & <warten>", u"Envoyer %s"})});
 }
 
 // A unit of a translation file; rest: what stands behind its texts. No target: no translation.

@@ -78,7 +78,7 @@ TEST_F(DictionarySave, ExportsXmlAsUtf16) {
                        u"Deutsch &amp; mehr</Language>\n";
   EXPECT_FALSE(dictionary.ExportXML(target)) << "no entries";
   EXPECT_EQ(app.Content(target), Utf16(head));
-  dictionary.AddEntry(SampleEntry(7, u"a<b>&c", {u"", u"日本"}));
+  dictionary.AddEntries({SampleEntry(7, u"a<b>&c", {u"", u"日本"})});
   ASSERT_TRUE(dictionary.ExportXML(target));
   EXPECT_EQ(app.Content(target), Utf16(head + u"  <Entry>\n"
                                               u"    <id>7</id>\n"
@@ -95,17 +95,18 @@ TEST_F(DictionarySave, ExportsTheHeaderAndKeepsTheOlderOne) {
   app.Put(target, u"older");
   TextEntry nameless = SampleEntry(8, u"x", {});
   nameless.textPosition.Clear();
-  dictionary.AddEntry(nameless);
+  dictionary.AddEntries({nameless});
   TextEntry longest = SampleEntry(9, u"x", {});
   longest.textPosition = u"TXTPOS_" + KorText(40, u'n');
-  dictionary.AddEntry(longest);
+  dictionary.AddEntries({longest});
+  dictionary.FindEntry(323)->textPosition = u"TXTPOS_Call\n#error_\u00E4us"; // no C name
   ASSERT_TRUE(dictionary.ExportHeader());
   const KorText names = u"#define TXTPOS_Send_s__wait                      7\n"
                         u"\n"
                         u"#define TXTPOS_" +
                         KorText(40, u'n') + u" 9\n" +
                         u"#define TXTPOS_Cancel                            48\n"
-                        u"#define TXTPOS_Call_us                           323\n"
+                        u"#define TXTPOS_Callerror_us                      323\n"
                         u"#define TXTPOS_Sorry                             324\n"
                         u"\n"
                         u"#define TXTPOS_VOID                              -1\n";

@@ -1,6 +1,8 @@
 // Translation files: out and in, what translation programs do to them, and what is wrong with bad ones.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "tests/dictionary/dictionary_samples.h"
 
 namespace kor {
@@ -104,6 +106,22 @@ TEST_F(Xliff, AnUnknownNumberBecomesAnEntry) {
   EXPECT_EQ(entry->Translation(0), u"CTS-Halt");
   ASSERT_EQ(dictionary.Categories().size(), 2U);
   EXPECT_EQ(dictionary.Categories()[1].name, u"Lamps");
+}
+
+// In whatever order they come; each in a step of its own would take minutes for these.
+TEST_F(Xliff, ManyNewNumbersAndWarningsComeInReasonableTime) {
+  KorText units;
+  for (int id = 40'000; id > 20'000; --id)
+    units += KorText::Format(u"<group id=\"%i\"><trans-unit id=\"%i\"><source>a</source>"
+                             u"</trans-unit></group>\n",
+                             id, id);
+  ASSERT_EQ(ImportUnits(units).added.size(), 20'000U);
+  EXPECT_EQ(dictionary.Entries().size(), 20'004U);
+  EXPECT_TRUE(std::ranges::is_sorted(dictionary.Entries(), {}, &TextEntry::id));
+  EXPECT_EQ(dictionary.Categories().size(), 20'001U);
+  units.ReplaceAll(u"<source>a", u"<source>b");
+  EXPECT_EQ(ImportUnits(units).warnings.size(), 20'000U);
+  EXPECT_TRUE(dictionary.ExportXLIFF(app.Path(u"out")));
 }
 
 TEST_F(Xliff, AcceptsWhatTranslationProgramsWrite) {
