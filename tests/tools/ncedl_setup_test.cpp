@@ -168,6 +168,21 @@ TEST_F(NcedlSetup, SaysWhatIsInTheWay) {
   EXPECT_FALSE(fs::exists(Port("COM1")));
 }
 
+// A dictionary may come from anywhere: no sign of it moves the cursor or colours the screen.
+TEST_F(NcedlSetup, AToolShowsControlCharactersAsText) {
+  WriteWholeFile(
+      home / "de.xlf",
+      "<xliff version=\"1.2\"><file target-language=\"de-DE\"><body><trans-unit id=\"5\" "
+      "resname=\"A\x1b\"><source>x\x1b[31m\xC2\x9B"
+      "1m\x7f</source></trans-unit></body>"
+      "</file></xliff>");
+  ASSERT_EQ(Run({"build", "de.xlf", "-d", "d.ary"}, "kordict"), 0) << diagnostics;
+  ASSERT_EQ(Run({"get", "5", "-d", "d.ary"}, "kordict"), 0);
+  EXPECT_TRUE(Says("5 A\\x1B, ") && Says("source x\\x1B[31m\\x9B1m\\x7F\n")) << output;
+  EXPECT_EQ(Run({"get", "5", "-d", "d\x1b.ary"}, "kordict"), 3);
+  EXPECT_TRUE(Says("d\\x1B.ary: missing")) << diagnostics;
+}
+
 // A host that was only asked for its version must not serve, and nothing is written anywhere.
 TEST_F(NcedlSetup, EveryProgramAnswersHelpAndVersionAndNothingElse) {
   for (const std::string program :
