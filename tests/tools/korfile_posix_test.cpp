@@ -10,7 +10,6 @@
 
 #include <sys/stat.h>
 
-#include "files/compressed_file.h"
 #include "tests/files/file_test_support.h"
 #include "tests/support/scarce_memory.h"
 
