@@ -179,16 +179,22 @@ TEST(WorkerEndTest, AFolderThatHangsDoesNotHoldTheEnd) {
     NceLink link;
     TestApp& app = link.app;
     link.port.UseClock({});
-    std::promise<void> begun, release;
+    std::promise<void> begun, reached, release;
     app.Put(app.Path(u"settings/NCE.INI"),
             u"[Log]\nlog file=" + app.Path(u"jobs.log") + u"\nwrite log=1\n");
-    app.WhenOpening(folder, [wait = release.get_future().share()] { wait.wait_for(5s); });
+    std::atomic<bool> first{true};
+    app.WhenOpening(folder, [&, wait = release.get_future().share()] {
+      if (first.exchange(false)) reached.set_value();
+      wait.wait_for(5s);
+    });
     auto engine = std::make_unique<NCEApp>(link.Services(true), KorText());
     engine->SetUpServices();
     engine->BuildWindow();
     engine->ReceiveFile(app.Path(u"in.NC"));
     engine->RunOnWorker([&] { begun.set_value(); });
     begun.get_future().wait();
+    // The end must find it under way; the log's is reached by the end.
+    if (KorText(folder) == u"cnc") reached.get_future().wait();
     engine->Terminate();
     EXPECT_TRUE(engine->IsWorkerStuck());
     release.set_value();
