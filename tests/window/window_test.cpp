@@ -288,9 +288,11 @@ TEST_F(Window, TheTraceGoesToTheChosenFile) {
   robot.Then("on", [this] { return IsChecked(15266) && app->IsTracing(); });
   robot.Clicks(15266);
   robot.Then("off", [this] { return !IsChecked(15266) && !app->IsTracing(); });
+  robot.Then("written", [&] { // by a thread of its own
+    const wxString text = wxString::FromUTF8(ReadWholeFile(trace));
+    return text.Contains("Start of logging") && text.Contains("End of Logging");
+  });
   robot.Run();
-  EXPECT_NE(ReadWholeFile(trace).find("Start of logging"), std::string::npos);
-  EXPECT_NE(ReadWholeFile(trace).find("End of Logging"), std::string::npos);
 }
 
 TEST_F(Window, TheMonitorFollowsUnlessScrolledBack) {
