@@ -305,19 +305,19 @@ TEST_F(Window, TheMonitorFollowsUnlessScrolledBack) {
   };
   robot.Do("much", [this] {
     KorText much;
-    for (int number = 0; number < 40'000; ++number)
-      much += KorText::Format(u"%s line %i[0d]\n", number % 2 == 0 ? u"RX" : u"TX", number);
+    for (int number = 0; number < 100'000; ++number)
+      much += KorText::Format(u"%s %i\n", number % 10 != 0 ? u"RX" : u"TX", number);
     frontEnd.AppendMonitor(much);
   });
   robot.Then("follows", [&] {
-    return text.GetValue().Contains("line 39999") && sees(text.GetLastPosition()) && !sees(0) &&
+    return text.GetValue().Contains("RX 99999") && sees(text.GetLastPosition()) && !sees(0) &&
            text.GetNumberOfLines() == MonitorView::kMostLines + 1;
   });
   robot.Then("scrolled back", [&] { return text.ShowPosition(0), sees(0); });
   robot.Do("later", [this] { frontEnd.AppendMonitor(u"TX later\n"); });
   robot.Then("saved with what waits", [&] {
     return window->Monitor().Save(KorText::FromUtf8(folders / "m.log")) &&
-           ReadWholeFile(folders / "m.log").ends_with("line 39999[0d]\nTX later\n");
+           ReadWholeFile(folders / "m.log").ends_with("RX 99999\nTX later\n");
   });
   for (int looks = 0; looks < 10; ++looks) // for longer than it waits
     robot.Then("stays", [&] { return sees(0) && !text.GetValue().Contains("later"); });
@@ -424,6 +424,35 @@ TEST_F(Window, ANewJobLeavesAListThatWasScrolledBackWhereItIs) {
   robot.Run();
 }
 
+TEST_F(Window, TheListOfJobsIsPaintedWholeOnceTheLinkIsBack) {
+  Open();
+  auto* const list = FindA<wxListBox>(window);
+  window->SetLinkAdvice([] { return u"Words\nWords"; });
+  int usual = 0;
+  const auto choose = [this](const char16_t* name) {
+    FormDescription form = app->SettingsForm();
+    form.Find(u"port")->value = name;
+    EXPECT_EQ(app->AcceptSettings(form), u"");
+  };
+  Shows(u"Waiting...");
+  robot.Do("no link", [&] { usual = list->GetSize().y, choose(u"COM7"); });
+  robot.Then("gives way to the advice, and is not in front", [&] {
+    return list->GetSize().y < usual && Titled("Open Comm") && Titled("Open Comm")->IsActive();
+  });
+  robot.Do("a job", [this] {
+    window->AddJob({LinkStatus::DownloadCompleted, u"Words", {}, App().LocalTime()});
+  });
+  robot.Do("link", [&] { choose(u"COM1"); });
+  robot.Then("as large as it was", [&] { return list->GetSize().y == usual; });
+  robot.Then("painted", [&] {
+    const wxRect place = list->GetScreenRect();
+    wxColour colour;
+    wxScreenDC().GetPixel(place.GetRight() - 20, place.GetBottom() - 6, &colour);
+    return colour == wxSystemSettings::GetColour(wxSYS_COLOUR_LISTBOX);
+  });
+  robot.Run();
+}
+
 TEST_F(Window, StandsWhereItStoodAsLargeAsItWas) {
   Open();
   const auto stands = [](MainWindow*& which) {
@@ -517,12 +546,6 @@ TEST_F(Window, AFailedJobAsksForAttentionUntilSomebodyLooks) {
   robot.Then("away", [=, this] { return other->IsActive() && !window->IsActive() && !asks(); });
   robot.Do("no such program", [this] { line.Exchange("FH 404"); });
   robot.Then("asks", asks);
-  robot.Then("painted below the only job, too", [this] {
-    const wxRect list = FindA<wxListBox>(window)->GetScreenRect();
-    wxColour colour;
-    wxScreenDC().GetPixel(list.GetRight() - 20, list.GetBottom() - 20, &colour);
-    return colour == wxSystemSettings::GetColour(wxSYS_COLOUR_LISTBOX);
-  });
   robot.Do("look", [=, this] {
     other->Destroy();
     window->Raise();

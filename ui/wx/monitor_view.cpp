@@ -22,6 +22,7 @@ namespace {
 constexpr int kShowPeriod = 200;              // milliseconds; each drawing costs about the same
 constexpr std::size_t kMostWaiting = 1 << 20; // characters, while scrolled back
 constexpr int kMinimumLines = 4;
+constexpr int kLinesAtOnce = 500; // more would hold up the window
 
 // From the beginning of a line on. What arrives is always marked, what is sent isn't where a test
 // begins.
@@ -35,6 +36,14 @@ KorText NewestLines(const KorText& text) {
   for (int lines = 0; at > 0; --at)
     if (text[at - 1] == u'\n' && ++lines > MonitorView::kMostLines) break;
   return text.Mid(at);
+}
+
+// Where so many lines end, or the text does.
+std::size_t EndOfLines(const KorText& text, int lines) {
+  std::size_t end = 0;
+  while (lines-- > 0 && end != KorText::kNone)
+    end = text.Find(u'\n', end) == KorText::kNone ? KorText::kNone : text.Find(u'\n', end) + 1;
+  return std::min(end, text.Length());
 }
 
 wxTextAttr StyleOf(bool sent, const wxFont& font) {
@@ -111,8 +120,10 @@ void MonitorView::ShowWaiting() {
   // Not frozen meanwhile: thawing has the toolkit lay out all lines anew.
   const KorText newest = NewestLines(waiting);
   if (newest.Length() < waiting.Length()) atLineStart = true;
-  waiting.Clear();
-  AppendInStyle(ToWx(newest));
+  const KorText some = newest.Left(EndOfLines(newest, kLinesAtOnce));
+  waiting = newest.Mid(some.Length());
+  if (!waiting.IsEmpty()) showTimer.StartOnce(kShowPeriod);
+  AppendInStyle(ToWx(some));
   const long dropped = DropOldest();
   if (from != to) text->SetSelection(std::max(from - dropped, 0L), std::max(to - dropped, 0L));
   text->ShowPosition(text->XYToPosition(0, text->GetNumberOfLines() - 1));

@@ -19,8 +19,8 @@ class MonitorView : public wxPanel {
 
   MonitorView(wxWindow* parent, Mnemonics& mnemonics);
 
-  // May hold several lines and parts of lines. Shown within a fifth of a second, all that came in
-  // one go; while the view is scrolled back it waits, so that what is read or selected stays in place.
+  // May hold several lines and parts of lines. Shown within a fifth of a second, 500 lines in one
+  // go; while the view is scrolled back it waits, so that what is read or selected stays in place.
   void Append(const KorText& newText);
   void Clear();
   // With what waits to be shown, in UTF-8. False when the file can't be written: LastError tells why, and an older
