@@ -60,7 +60,7 @@ void NCEApp::DoWhatWaits() {
 void NCEApp::PollIdle() {
   if (channel.IsSending()) return; // a held line has not taken the last reply yet
   DoWhatWaits();
-  if (!simulation) return;
+  if (!simulation || Status() == LinkStatus::DownloadWaiting) return;
   if (Status() == LinkStatus::Waiting) {
     requestText = u"FH 0000001";
     DownloadNow();

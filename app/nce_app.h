@@ -79,6 +79,9 @@ class NCEApp : public DownloadApp {
   void DoWhatWaits();
   void ListDirectory();
   void LoadNextSequentialFile();
+  bool LookAgain(const KorText& path, std::function<void()> look);
+  void LookForNextFile();
+  void ForgetWaits();
   void EndDownload();
   void SendDirectoryPage();
   void ShowNumberTitle();
@@ -102,6 +105,9 @@ class NCEApp : public DownloadApp {
   std::int32_t hybridLastSheet = 0;
   // What the disk is asked for once the reply before it is on the line, or the next request comes.
   enum class Waiting { Nothing, Listing, NextFile } waiting = Waiting::Nothing;
+  int looks = 0;            // at a file that somebody writes
+  bool fileAwaited = false; // the next file of a chain is being written
+  bool frameIsOwed = false; // and the controller waits for a frame of it
   std::vector<KorText> directoryList;
   std::size_t directoryRemaining = 0;
 };

@@ -1,6 +1,8 @@
 // Host file names, and downloads with their chains of files.
 #include "app/nce_app.h"
 
+#include <utility>
+
 #include "app/nce_frame.h"
 
 namespace kor {
@@ -8,6 +10,9 @@ namespace kor {
 namespace {
 
 constexpr std::int32_t kMostRefusals = 3;
+// At a program that somebody writes it is looked again after a second, five times.
+constexpr double kLookPeriod = 1.0;
+constexpr int kMostTries = 5;
 
 } // namespace
 
@@ -42,6 +47,7 @@ KorText NCEApp::MakeModel500FileName(const KorText& folder) {
 void NCEApp::OnDownloadRequest(const KorText& line) {
   requestText = line;
   board.SetFileName(RequestNumber(line)); // until its file is known
+  looks = 0;
   DelayDownload();
 }
 
@@ -50,18 +56,40 @@ NcProgram::Result NCEApp::OpenProgram(const KorText& path) {
   return NamesFile(numberText) ? ReadProgram(path) : NcProgram::Result::CantOpen;
 }
 
+// What belongs to the download before: a refusal before the first frame must not bring it back.
+void NCEApp::ForgetWaits() {
+  frameText.clear();
+  nakCount = 0;
+  waiting = Waiting::Nothing;
+  fileAwaited = frameIsOwed = false;
+}
+
+// False when it was looked often enough; the user is told then.
+bool NCEApp::LookAgain(const KorText& path, std::function<void()> look) {
+  if (looks++ == kMostTries) {
+    TellRefusal(NcProgram::Result::BeingWritten, path);
+    return false;
+  }
+  Delay(kLookPeriod, std::move(look));
+  return true;
+}
+
 void NCEApp::StartDownload() {
   FinishTransfer();
   upload.Discard();
-  frameText.clear(); // a refusal before the first frame must not bring back the program before
-  nakCount = 0;
-  waiting = Waiting::Nothing;
+  ForgetWaits();
   begun = {workerFeatures, workerSettings.downloadPath, workerSettings.fileExtension};
   auto opened = NcProgram::Result::CantOpen;
   if (model500) opened = OpenProgram(MakeModel500FileName(begun.folder));
   // Only where there is no such file: one that is refused must not bring another program.
   if (opened == NcProgram::Result::CantOpen)
     opened = OpenProgram(MakePcFileName(begun.folder, begun.features));
+  if (opened == NcProgram::Result::BeingWritten &&
+      LookAgain(pcFilePath, [this] { DownloadNow(); })) {
+    board.SetCount(0);
+    EnterStatus(LinkStatus::DownloadWaiting);
+    return;
+  }
   if (opened != NcProgram::Result::Read) {
     EnterStatus(LinkStatus::DownloadCantOpen);
     Reply(KorText::Format(u"%%%% File %s not found on Host Computer", numberText));
@@ -123,9 +151,11 @@ std::string NCEApp::NextBlock() {
 void NCEApp::SendNextFrame() {
   // A file of an autoload chain without a line to send brings no frame: the file after it answers the
   // same ">", so that the controller never waits for nothing.
-  do
+  do {
+    frameIsOwed = fileAwaited;
+    if (fileAwaited) return;
     SendFrameOrEnd();
-  while (frameText.empty() && Status() == LinkStatus::Downloading);
+  } while (frameText.empty() && Status() == LinkStatus::Downloading);
 }
 
 void NCEApp::SendFrameOrEnd() {
@@ -139,6 +169,7 @@ void NCEApp::SendFrameOrEnd() {
     channel.SendBytes(frameText);
   }
   if (!program.AtEnd()) return;
+  looks = 0;
   if (begun.features.autoloadSequential == 0 || manual.IsRunning())
     EndDownload();
   else if (frameText.empty())
@@ -158,6 +189,7 @@ void NCEApp::EndDownload() {
 // The next file of the chain follows in the same stream: the controller's next ">" brings its first
 // frame, with no end mark between the files.
 void NCEApp::LoadNextSequentialFile() {
+  fileAwaited = false;
   const auto next = NextNumber(numberText, begun.features, hybridLastSheet);
   if (!next) {
     EndDownload();
@@ -170,6 +202,9 @@ void NCEApp::LoadNextSequentialFile() {
     ShowTitle(numberText); // intended: without the model name, as for the files of a chain
     return;
   }
+  fileAwaited =
+      opened == NcProgram::Result::BeingWritten && LookAgain(path, [this] { LookForNextFile(); });
+  if (fileAwaited) return;
   if (opened != NcProgram::Result::Read) { // the end mark would say that all is there
     board.SetFileName(path);
     BreakOffDownload();
@@ -184,6 +219,12 @@ void NCEApp::LoadNextSequentialFile() {
   EnterStatus(LinkStatus::Downloading);
 }
 
+void NCEApp::LookForNextFile() {
+  if (!fileAwaited || Status() != LinkStatus::Downloading) return;
+  LoadNextSequentialFile();
+  if (frameIsOwed && Status() == LinkStatus::Downloading) SendNextFrame();
+}
+
 void NCEApp::OnRefuse() {
   if (Status() != LinkStatus::Downloading) return;
   if (++nakCount >= kMostRefusals) {
@@ -196,10 +237,10 @@ void NCEApp::OnRefuse() {
 }
 
 bool NCEApp::LoadTransfer(const KorText& path, std::int64_t& size) {
-  frameText.clear();
-  nakCount = 0;
-  waiting = Waiting::Nothing;
-  if (ReadProgram(path) != NcProgram::Result::Read) return false;
+  ForgetWaits();
+  const NcProgram::Result opened = ReadProgram(path);
+  if (opened == NcProgram::Result::BeingWritten) TellRefusal(opened, path);
+  if (opened != NcProgram::Result::Read) return false;
   size = static_cast<std::int64_t>(program.FileSize());
   return true;
 }

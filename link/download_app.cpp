@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "link/ended_jobs.h"
+#include "link/writer_watch.h"
 #include "services/core/app_interface.h"
 #include "services/core/text_lookup.h"
 
@@ -552,13 +553,18 @@ void DownloadApp::DelayDownload() {
       KorText::Format(u"Download delayed for %i second(s).\n", workerSettings.transmitDelay));
   board.SetCount(0);
   EnterStatus(LinkStatus::DownloadWaiting);
+  Delay(workerSettings.transmitDelay, [this] { DownloadNow(); });
+}
+
+void DownloadApp::Delay(double seconds, std::function<void()> task) {
   downloadDelayed = true;
   // Only the worker deletes the timer: here it could be a newer request's by now.
-  timers.Create(kDownloadTimer, workerSettings.transmitDelay, Now(), true, [this, mine = ++delays] {
-    RunOnWorker([this, mine] {
-      if (downloadDelayed && mine == delays) DownloadNow();
-    });
-  });
+  timers.Create(kDownloadTimer, seconds, Now(), true,
+                [this, mine = ++delays, then = std::move(task)] {
+                  RunOnWorker([this, mine, then] {
+                    if (mine == delays && StopDelay()) then();
+                  });
+                });
 }
 
 void DownloadApp::DownloadNow() {
@@ -604,9 +610,14 @@ void DownloadApp::StartSend(const KorText& path) {
 }
 
 bool DownloadApp::LoadTransfer(const KorText& path, std::int64_t& size) {
+  const WriterWatch watch(path);
   SimpleFile file(path);
-  const bool opened = NcProgram::Open(file) == NcProgram::Result::Read;
+  const bool opened = !watch.IsHeld() && NcProgram::Open(file) == NcProgram::Result::Read;
   const auto bytes = opened ? file.ReadAll() : std::nullopt;
+  if (watch.SawWriter()) {
+    TellRefusal(NcProgram::Result::BeingWritten, path);
+    return false;
+  }
   if (!bytes) return false;
   size = static_cast<std::int64_t>(bytes->size());
   channel.SetSendSource(std::string(bytes->begin(), bytes->end()));
@@ -733,8 +744,13 @@ bool DownloadApp::CommitUpload() {
 }
 
 NcProgram::Result DownloadApp::ReadProgram(const KorText& path) {
-  using enum NcProgram::Result;
   const NcProgram::Result result = program.Read(path);
+  if (result != NcProgram::Result::BeingWritten) TellRefusal(result, path);
+  return result;
+}
+
+void DownloadApp::TellRefusal(NcProgram::Result result, const KorText& path) {
+  using enum NcProgram::Result;
   KorText why;
   if (result == LineTooLong) why = LookUpText(15320, u"Not a valid ASCII file.");
   if (result == Damaged)
@@ -742,8 +758,11 @@ NcProgram::Result DownloadApp::ReadProgram(const KorText& path) {
         LookUpText(15450, u"\"%s\" is damaged or can't be read in full: it was not sent."), path);
   if (result == TooLarge)
     why = KorText::Format(LookUpText(15451, u"\"%s\" is too large: it was not read."), path);
+  if (result == BeingWritten)
+    why = KorText::Format(
+        LookUpText(15453, u"\"%s\" is still being written by another program: it was not sent."),
+        path);
   if (!why.IsEmpty()) ShowMessage(u"Error", why, MessageStyle::Exclamation);
-  return result;
 }
 
 // --- Line tests and logs -------------------------------------------------------------------------------

@@ -172,6 +172,8 @@ class DownloadApp : public Storable, protected ChannelHost {
   // Sends SOT, then starts the download after the transmit delay.
   void DelayDownload();
   void DownloadNow();
+  // Runs the task on the worker after so many seconds, unless StopDelay or another delay is sooner.
+  void Delay(double seconds, std::function<void()> task);
   void ShowMessage(const KorText& caption, const KorText& text, MessageStyle style);
   void PostToWindow(std::function<void()> task);
 
@@ -184,8 +186,10 @@ class DownloadApp : public Storable, protected ChannelHost {
   void CountReceived(std::size_t bytes); // of the upload that runs
   // The received program replaces the target. False when it could not be stored whole.
   bool CommitUpload();
-  // Reads the file's lines; false (with a message when a line is too long) leaves the program empty.
+  // Reads the file's lines. A refusal leaves the program empty; the user is told of it, except that
+  // somebody writes the file, which may be over in a moment.
   NcProgram::Result ReadProgram(const KorText& path);
+  void TellRefusal(NcProgram::Result result, const KorText& path);
   // After a transfer, however it ended: lets go of its memory and of the windows of a manual job.
   void FinishTransfer();
   // An exchange that can't go on ends as an error: a part of an upload is removed, a delayed download

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "files/container_layout.h"
+#include "link/writer_watch.h"
 #include "services/core/app_interface.h"
 
 namespace kor {
@@ -69,6 +70,14 @@ NcProgram::Result NcProgram::Open(SimpleFile& file, std::uint32_t mode) {
 
 NcProgram::Result NcProgram::Read(const KorText& path) {
   Clear();
+  const WriterWatch watch(path);
+  const Result result = watch.IsHeld() ? Result::BeingWritten : ReadAsItIs(path);
+  if (result == Result::CantOpen || !watch.SawWriter()) return result;
+  Clear();
+  return Result::BeingWritten;
+}
+
+NcProgram::Result NcProgram::ReadAsItIs(const KorText& path) {
   SimpleFile file(path);
   const Result opened = Open(file, kFileRead | kFileText);
   if (opened != Result::Read) return opened;

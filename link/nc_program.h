@@ -22,8 +22,8 @@ class NcProgram {
   static constexpr std::uint64_t kLargest = 256u << 20;
 
   // All but Read and CantOpen: the file is there, but nothing of it may be sent. TooLarge: also
-  // when there is no memory for it.
-  enum class Result { Read, CantOpen, LineTooLong, Damaged, TooLarge };
+  // when there is no memory for it. BeingWritten may change in a moment.
+  enum class Result { Read, CantOpen, LineTooLong, Damaged, TooLarge, BeingWritten };
 
   // Opens a closed file at its first byte, its mark included; of a compressed file, what it holds. What
   // is no plain file can't be opened.
@@ -31,7 +31,8 @@ class NcProgram {
 
   // Lines end at LF, CR LF or a lone CR (which could not travel: it ends a frame). An 8-bit file's bytes
   // are kept as they are; of a file with a UTF-8 or UTF-16 mark each character becomes one byte, "?"
-  // above 255. On failure the program is empty.
+  // above 255. On failure the program is empty. What somebody else writes at the time is refused,
+  // whatever it looks like.
   Result Read(const KorText& path);
   void Clear();
 
@@ -41,6 +42,7 @@ class NcProgram {
   bool AtEnd() const { return position >= bytes.size(); }
 
  private:
+  Result ReadAsItIs(const KorText& path);
   std::string_view LineAt(std::size_t from, std::size_t& next) const;
   bool LinesFit(std::size_t longest) const;
 

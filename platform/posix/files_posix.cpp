@@ -14,6 +14,7 @@
 #include <array>
 #include <cerrno>
 #include <climits>
+#include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -466,6 +467,21 @@ DriveType PosixFiles::Drive(const KorText& path) {
 bool PosixFiles::SetCurrentFolder(const KorText& path) {
   std::string native;
   return ToNative(path, native) && Checked(::chdir(native.c_str()));
+}
+
+// A lease for reading is granted only while nobody can write. It goes again at once; somebody who
+// opens the file for writing meanwhile makes the kernel send a signal, which is ignored by default.
+// A lease of another program, such as a file server's, also means that somebody may write.
+bool PosixFiles::IsBeingWritten(const KorText& path) {
+  std::string native;
+  if (!ToNative(path, native)) return false;
+  const int file = ::open(native.c_str(), FlagsOf(FileAccess::Read));
+  if (file < 0) return errno == EWOULDBLOCK;
+  ::fcntl(file, F_SETSIG, SIGURG);
+  const bool refused = ::fcntl(file, F_SETLEASE, F_RDLCK) != 0 && errno == EAGAIN;
+  ::fcntl(file, F_SETLEASE, F_UNLCK);
+  ::close(file);
+  return refused;
 }
 
 std::optional<std::vector<FileEntry>> PosixFiles::ReadFolder(const KorText& folder,

@@ -35,6 +35,7 @@ class PosixFiles : public OsFiles {
   bool SetTimes(const KorText& path, const FileTimes& times) override;
   DriveType Drive(const KorText& path) override;
   bool SetCurrentFolder(const KorText& path) override;
+  bool IsBeingWritten(const KorText& path) override;
   bool MakeFolder(const KorText& path) override;
   bool RemoveFolder(const KorText& path) override;
   bool SyncFolder(const KorText& folder) override;

@@ -452,6 +452,16 @@ bool Win32Files::SetCurrentFolder(const KorText& path) {
   return ToNative(path, native) && Checked(SetCurrentDirectoryW(native.c_str()));
 }
 
+bool Win32Files::IsBeingWritten(const KorText& path) {
+  std::wstring native;
+  if (!ToNative(path, native) || IsDevice(native)) return false;
+  const OpenForm alone{GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE, OPEN_EXISTING};
+  const HANDLE file = OpenNative(native, alone, FILE_ATTRIBUTE_NORMAL);
+  if (file == INVALID_HANDLE_VALUE) return GetLastError() == ERROR_SHARING_VIOLATION;
+  CloseHandle(file);
+  return false;
+}
+
 std::optional<std::vector<FileEntry>> Win32Files::ReadFolder(const KorText& folder,
                                                              const NameFilter& wanted) {
   std::wstring native;

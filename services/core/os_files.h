@@ -119,6 +119,9 @@ class OsFiles : public OsErrors {
   virtual std::optional<FileTimes> Times(const KorText& path) = 0;
   virtual bool SetTimes(const KorText& path, const FileTimes& times) = 0;
   virtual DriveType Drive(const KorText& path) = 0;
+  // Whether somebody has the file open for writing, as far as the system tells; Linux tells it only
+  // of the user's own files.
+  virtual bool IsBeingWritten(const KorText& path) = 0;
 
   // The folder that relative paths start from, of the whole process.
   virtual bool SetCurrentFolder(const KorText& path) = 0;

@@ -159,6 +159,94 @@ TEST_F(NceAppTest, RefusesWhatIsNoWholeProgram) {
   }
 }
 
+// How somebody may be writing program 1 for as long as the flag is set: as the system tells it, by
+// size or time, or by the content of a young file alone.
+const struct {
+  const char* what;
+  std::function<void(NceLink&, const bool&)> write;
+} kWriters[] = {
+    {"opened for writing", [](NceLink& of, const bool&) { of.app.SetBeingWritten(u"1.MPG"); }},
+    {"growing",
+     [](NceLink& of, const bool& goesOn) {
+       of.app.WhenOpening(u"1.MPG", [&of, &goesOn] {
+         if (goesOn) of.PutProgram(u"1.MPG", *of.app.Content(of.Folder() + u"1.MPG") + u"X\n");
+       });
+     }},
+    {"written over",
+     [](NceLink& of, const bool& goesOn) {
+       of.app.WhenOpening(u"1.MPG", [&of, &goesOn, number = 0]() mutable {
+         if (!goesOn) return;
+         of.PutProgram(u"1.MPG", KorText::Format(u"%05i\n", ++number));
+         of.app.SetTimes(of.Folder() + u"1.MPG", {.modified = of.app.Utc()});
+       });
+       of.app.SetTimes(of.Folder() + u"1.MPG", {.modified = of.app.Utc()});
+     }},
+};
+
+TEST_F(NceAppTest, AProgramThatSomebodyWritesWaitsAndIsNeverSentInPart) {
+  for (const auto& [what, write] : kWriters) {
+    NceLink fresh;
+    bool goesOn = true;
+    fresh.PutProgram(u"1.MPG", u"A\n");
+    fresh.Start();
+    write(fresh, goesOn);
+    EXPECT_EQ(fresh.Ask("FH 1"), "") << what;
+    for (int second = 0; second < 4; ++second)
+      EXPECT_EQ(fresh.After(1), "") << what;
+    EXPECT_EQ(fresh.Code(), 5);
+    EXPECT_TRUE(fresh.form.messages.empty());
+    EXPECT_EQ(fresh.After(1), "%% File 1 not found on Host Computer\r") << what;
+    EXPECT_EQ(fresh.Code(), 9);
+    ASSERT_EQ(fresh.form.messages.size(), 1u) << what;
+    EXPECT_TRUE(fresh.form.messages[0].text.Contains(u"1.MPG\" is still being written"));
+    EXPECT_EQ(fresh.Ask("FH 1"), "");
+    goesOn = false;
+    fresh.app.SetBeingWritten({});
+    EXPECT_EQ(fresh.After(1), "&LP 000000001\r") << what;
+  }
+}
+
+TEST_F(NceAppTest, ARequestOrAnUploadOvertakesTheWaitForAWriter) {
+  link.PutProgram(u"1.MPG", u"A\n");
+  link.PutProgram(u"2.MPG", u"B\n");
+  link.Start();
+  link.app.SetBeingWritten(u"1.MPG");
+  link.Ask("FH 1");
+  EXPECT_EQ(link.Ask("FH 2"), "&LP 000000002\r");
+  EXPECT_EQ(link.After(9), "");
+  link.Ask("FH 1");
+  EXPECT_EQ(link.Ask("TH 1"), "Upload from NCE  in progress. &TH 1\r");
+  EXPECT_EQ(link.After(9), "");
+  EXPECT_EQ(link.Code(), 13);
+  link.Ask("06]");
+  link.link->SendFile(link.Folder() + u"1.MPG"); // by hand nobody waits: it is said at once
+  link.Run();
+  EXPECT_EQ(link.Code(), 9);
+  EXPECT_TRUE(link.form.messages.back().text.Contains(u"1.MPG\" is still being written"));
+}
+
+TEST_F(NceAppTest, ASheetThatSomebodyWritesHoldsItsChainOrEndsItAsAnError) {
+  for (const bool isDone : {true, false}) {
+    NceLink fresh;
+    for (const char16_t* name : {u"1.MPG", u"2.MPG"})
+      fresh.PutProgram(name, u"A\n");
+    fresh.Start();
+    fresh.link->SetFeatures({1, 0, 0, 0});
+    fresh.app.SetBeingWritten(u"2.MPG");
+    EXPECT_EQ(fresh.BeginDownload("1"), MakeFrame("A!"));
+    EXPECT_EQ(fresh.Ask("<"), MakeFrame("A!"));
+    EXPECT_EQ(fresh.Ask(">"), "");
+    EXPECT_EQ(fresh.After(1), "");
+    if (isDone) fresh.app.SetBeingWritten({});
+    for (int second = 0; second < 3; ++second)
+      EXPECT_EQ(fresh.After(1), isDone && second == 0 ? MakeFrame("A!") + "]\r" : "");
+    EXPECT_EQ(fresh.After(1), "");
+    EXPECT_EQ(fresh.Code(), isDone ? 18 : 14);
+    ASSERT_EQ(fresh.form.messages.size(), isDone ? 0u : 1u);
+    EXPECT_TRUE(isDone || fresh.form.messages[0].text.Contains(u"2.MPG\" is still being written"));
+  }
+}
+
 TEST_F(NceAppTest, AFileThatDoesNotTellItsSizeIsNoEmptyProgram) {
   link.PutProgram(u"1.MPG", u"G90\n");
   link.Start();

@@ -51,6 +51,18 @@ class PosixServicesTest : public testing::Test {
   std::map<std::string, std::optional<std::string>> saved;
 };
 
+TEST_F(PosixServicesTest, TellsWhetherSomebodyHasAFileOpenForWriting) {
+  const KorText path = files.Path(u"1.MPG");
+  files.Put(path, u"G90\n");
+  const auto reader = files.OpenFile(path, FileAccess::Read);
+  EXPECT_FALSE(files.IsBeingWritten(path));
+  auto writer = files.OpenFile(path, FileAccess::Append);
+  EXPECT_TRUE(files.IsBeingWritten(path));
+  writer.reset();
+  EXPECT_FALSE(files.IsBeingWritten(path) || files.IsBeingWritten(path + u"x"));
+  EXPECT_TRUE(files.OpenFile(path, FileAccess::Append)) << "no lease is left";
+}
+
 TEST_F(PosixServicesTest, FindsItsFoldersFromTheEnvironment) {
   const KorText home = KorText::FromUtf8(root), suite = u"Velmora/Plenova 2026/";
   EXPECT_EQ(Folder(kSettingsFolder), home + u"/.config/" + suite);

@@ -39,6 +39,8 @@ class FakeFiles : public PlatformFiles {
   void WhenOpening(const KorText& part, std::function<void()> action) {
     whenOpening = {part, std::move(action)};
   }
+  // Of files whose path holds the text the system says that somebody writes them; empty: of none.
+  void SetBeingWritten(const KorText& part) { beingWritten = part; }
   // All files together take that many bytes more; then writes come up short and the disk is full.
   void LimitWrites(std::optional<std::uint64_t> bytes) {
     const Lock lock(mutex);
@@ -80,6 +82,10 @@ class FakeFiles : public PlatformFiles {
   bool Rename(const KorText& from, const KorText& to) override;
   bool CopyAttributes(const KorText& from, OsFile& to) override;
   bool CanReplace(const KorText& path) override;
+  bool IsBeingWritten(const KorText& path) override {
+    return beingWritten.IsEmpty() ? PlatformFiles::IsBeingWritten(path)
+                                  : path.Contains(beingWritten);
+  }
   bool MakeFolder(const KorText& path) override;
   bool RemoveFolder(const KorText& path) override;
   bool SyncFolder(const KorText& folder) override;
@@ -97,6 +103,7 @@ class FakeFiles : public PlatformFiles {
 
   KorText root;
   std::pair<KorText, std::function<void()>> whenOpening;
+  KorText beingWritten;
   std::atomic<bool> failSync = false, failClose = false, failRename = false, failSeek = false,
                     failSize = false, failLocks = false;
   std::atomic<int> changeCount = 0;
