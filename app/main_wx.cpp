@@ -46,6 +46,7 @@ folders and the port.)";
 constexpr char kNoDisplay[] =
     "ncedl: there is no display to show a window on; ncedl-console serves without one\n";
 
+constexpr double kDayPeriod = 60;  // seconds between two looks whether a day has begun
 constexpr double kEndPeriod = 0.2; // seconds between two tries to end what stands in the way
 
 constexpr unsigned long kForEver = 60'000;     // milliseconds: far longer than the watch needs
@@ -268,6 +269,9 @@ int WindowRun::Run(const std::function<int()>& loop, const std::function<void()>
   });
   for (const MessageRecord& record : early)
     frontEnd.ShowMessage(record.info, ReportText(record), MessageStyle::Exclamation);
+  // The engine shows only what changes in it; the jobs of the day begin anew at midnight.
+  app.Timers().Create(u"ncedl::Day", kDayPeriod, App().HighResolutionSeconds(), true,
+                      [this] { window->ShowStatus(app.CurrentStatus()); });
   serving = this;
   CallWhenDisplayIsLost(&EndWithoutDisplay);
   if (endAsked) End();

@@ -67,7 +67,9 @@ class Screen {
   std::thread thread;
 };
 
-void TurnAround(const std::string& programs, bool withTrace, bool withMonitor, std::size_t bytes) {
+// Gives the median, in milliseconds.
+double TurnAround(const std::string& programs, bool withTrace, bool withMonitor,
+                  std::size_t bytes) {
   const HostFolders folders(programs);
   const std::string text = NcText(bytes);
   support::WriteWholeFile(folders.Download("1.MPG"), text);
@@ -86,11 +88,12 @@ void TurnAround(const std::string& programs, bool withTrace, bool withMonitor, s
   Row(name + "p50", Quantile(times, 0.5), "ms", 0.2);
   Row(name + "p99", Quantile(times, 0.99), "ms", 1);
   Row(name + "p99.9", Quantile(times, 0.999), "ms");
+  return Quantile(times, 0.5);
 }
 
 // The same pseudo-terminal, first with a process that does nothing but send back what it gets: what the
 // system itself takes.
-void BesideAnEcho(const std::string& programs, int rounds) {
+double BesideAnEcho(const std::string& programs, int rounds) {
   const HostFolders folders(programs);
   Controller controller(folders.Line());
   const auto median = [&](std::string_view request) {
@@ -115,6 +118,31 @@ void BesideAnEcho(const std::string& programs, int rounds) {
   Row("bare echo on the same pseudo-terminal, p50", echo, "ms");
   Row("line test on the same pseudo-terminal, p50", served, "ms", 0.2);
   Row("line test beside the bare echo, p50 to p50", served / echo, "x");
+  return echo;
+}
+
+// The share of the time that the line is busy, in percent.
+double BusyShare(Controller& controller, int baud, const std::function<void()>& exchanges) {
+  const std::uint64_t before = controller.Bytes();
+  const Clock::time_point begin = controller.Now();
+  exchanges();
+  const double spent = Seconds(controller.Now() - begin);
+  return Seconds(ByteTime(baud)) * static_cast<double>(controller.Bytes() - before) / spent * 100;
+}
+
+// What the system lets a process reach that only sends back what it gets, in exchanges as long as
+// those of a download.
+double EchoShare(const std::string& programs, int baud, std::size_t bytes) {
+  constexpr std::size_t kExchange = 110; // an acknowledgement and a frame
+  const HostFolders folders(programs);
+  Controller controller(folders.Line(), ByteTime(baud));
+  const Process bare(OnTerminal(controller.Device(), {"cat"}));
+  const std::string line = std::string(kExchange / 2 - 1, 'x') + "\r";
+  if (controller.Ask(line).text != line) throw std::runtime_error("no echo");
+  return BusyShare(controller, baud, [&] {
+    for (std::size_t sent = 0; sent < bytes; sent += kExchange)
+      controller.Ask(line);
+  });
 }
 
 void LineUse(const std::string& programs, int baud, std::size_t bytes) {
@@ -125,14 +153,14 @@ void LineUse(const std::string& programs, int baud, std::size_t bytes) {
   Controller controller(folders.Line(), ByteTime(baud));
   Host host(folders);
   AwaitHost(controller);
-  const std::uint64_t before = controller.Bytes();
   const Clock::time_point begin = controller.Now();
-  Fetch(controller, "1", text.size());
+  const double share = BusyShare(controller, baud, [&] { Fetch(controller, "1", text.size()); });
   const double spent = Seconds(controller.Now() - begin);
-  const double busy = Seconds(ByteTime(baud)) * static_cast<double>(controller.Bytes() - before);
   const double payload = Seconds(ByteTime(baud)) * static_cast<double>(text.size());
   const std::string at = " at " + std::to_string(baud) + " baud";
-  Row("NCE" + at + ", of what the framing allows", busy / spent * 100, "%", 0, 99);
+  Row("NCE" + at + ", of what the framing allows", share, "%");
+  Row("NCE" + at + ", of what a bare echo reaches", share / EchoShare(programs, baud, bytes) * 100,
+      "%", 0, 99);
   Row("NCE" + at + ", of the line", payload / spent * 100, "%");
 }
 
@@ -208,11 +236,12 @@ void Idle(const std::string& programs, int seconds, bool onTerminal) {
   if (!onTerminal)
     Row("resident memory after a download of 1 MiB", MemoryMegabytes(host.Id(), "VmRSS"), "MB", 20);
   std::this_thread::sleep_for(Milliseconds(500)); // what the download has left to do
-  const double before = ProcessorSeconds(host.Id());
+  const double before = ProcessorSeconds(host.Id()), sleepsBefore = Sleeps(host.Id());
   std::this_thread::sleep_for(std::chrono::seconds(seconds));
-  const std::string where = onTerminal ? " on a terminal" : " piped";
-  Row("idle over " + std::to_string(seconds) + " s" + where + ", of one core",
-      (ProcessorSeconds(host.Id()) - before) / seconds * 100, "%", 0.1);
+  const std::string name =
+      "idle over " + std::to_string(seconds) + " s" + (onTerminal ? " on a terminal" : " piped");
+  Row(name + ", of one core", (ProcessorSeconds(host.Id()) - before) / seconds * 100, "%", 0.095);
+  Row(name + ", wake-ups a second", (Sleeps(host.Id()) - sleepsBefore) / seconds, "", 2);
 }
 
 void LargeFolder(const std::string& programs, int files) {
@@ -245,12 +274,14 @@ void LargeProgram(const std::string& programs, std::size_t megabytes) {
 
 int Run(const std::string& programs, bool isQuick) {
   const std::size_t kib = 1024;
+  double turnAround = 0; // at last with both
   for (const bool trace : {false, true})
     for (const bool monitor : {false, true})
-      TurnAround(programs, trace, monitor, (isQuick ? 64 : 1024) * kib);
+      turnAround = TurnAround(programs, trace, monitor, (isQuick ? 64 : 1024) * kib);
   LineUseOfAll(programs, 9600, (isQuick ? 4 : 24) * kib);
   LineUseOfAll(programs, 115200, (isQuick ? 32 : 256) * kib);
-  BesideAnEcho(programs, isQuick ? 1000 : 20'000);
+  const double echo = BesideAnEcho(programs, isQuick ? 1000 : 20'000);
+  Row("turn-around, trace on, monitor on, beside the bare echo", turnAround / echo, "x", 1.2);
   for (const bool onTerminal : {false, true})
     Idle(programs, isQuick ? 3 : 30, onTerminal);
   Row("start to serving, median of 11", bench::StartToServing(programs, "ncedl-console"), "ms",

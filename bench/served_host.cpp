@@ -84,11 +84,26 @@ double ProcessorSeconds(pid_t id, bool onlyFirst) {
   return nanoseconds / 1e9;
 }
 
-double MemoryMegabytes(pid_t id, std::string_view field) {
-  std::ifstream status("/proc/" + std::to_string(id) + "/status");
+namespace {
+
+double StatusField(const fs::path& process, std::string_view field) {
+  std::ifstream status(process / "status");
   for (std::string line; std::getline(status, line);)
-    if (line.starts_with(field)) return std::stod(line.substr(field.size() + 1)) / 1024;
-  throw std::runtime_error("no memory figures");
+    if (line.starts_with(field)) return std::stod(line.substr(field.size() + 1));
+  throw std::runtime_error("no figures of a process");
+}
+
+} // namespace
+
+double Sleeps(pid_t id) {
+  double count = 0;
+  for (const auto& task : fs::directory_iterator("/proc/" + std::to_string(id) + "/task"))
+    count += StatusField(task.path(), "voluntary_ctxt_switches");
+  return count;
+}
+
+double MemoryMegabytes(pid_t id, std::string_view field) {
+  return StatusField("/proc/" + std::to_string(id), field) / 1024;
 }
 
 } // namespace kor::bench

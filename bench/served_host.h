@@ -160,6 +160,8 @@ double StartToServing(const std::string& programs, const std::string& program);
 double Quantile(const std::vector<double>& sorted, double q);
 // Time on a processor of all threads of a process, or of its first one, in seconds.
 double ProcessorSeconds(pid_t id, bool onlyFirst = false);
+// How often the threads of a process have gone to sleep, and so been woken.
+double Sleeps(pid_t id);
 // A line of /proc/ID/status, such as "VmRSS".
 double MemoryMegabytes(pid_t id, std::string_view field);
 

@@ -27,7 +27,8 @@ ResultTable table;
 class Spent {
  public:
   explicit Spent(pid_t process)
-      : id(process), all(ProcessorSeconds(id)), window(ProcessorSeconds(id, true)) {}
+      : id(process), all(ProcessorSeconds(id)), window(ProcessorSeconds(id, true)),
+        sleeps(Sleeps(id)) {}
 
   void Report(const std::string& what, Target target) const {
     const double seconds = Seconds(Clock::now() - begin);
@@ -35,10 +36,14 @@ class Spent {
     table.Row(what + ", the window's thread", (ProcessorSeconds(id, true) - window) / seconds * 100,
               "%");
   }
+  void ReportWakeUps(const std::string& what, Target target) const {
+    table.Row(what + ", wake-ups a second", (Sleeps(id) - sleeps) / Seconds(Clock::now() - begin),
+              "", target);
+  }
 
  private:
   const pid_t id;
-  const double all, window;
+  const double all, window, sleeps;
   const Clock::time_point begin = Clock::now();
 };
 
@@ -64,7 +69,9 @@ void Measure(const std::string& programs, bool withMonitor, std::size_t bytes, i
   std::this_thread::sleep_for(std::chrono::seconds(1)); // what the download has left to do
   const Spent spent(host.Id());
   std::this_thread::sleep_for(std::chrono::seconds(idleSeconds));
-  spent.Report(name + "idle over " + std::to_string(idleSeconds) + " s", {.most = 0.5});
+  const std::string idle = name + "idle over " + std::to_string(idleSeconds) + " s";
+  spent.Report(idle, {.most = 0.095});
+  spent.ReportWakeUps(idle, {.most = 4});
   table.Row(name + "resident memory", MemoryMegabytes(host.Id(), "VmRSS"), "MB");
 }
 

@@ -242,6 +242,7 @@ bool DownloadApp::Poll() {
   const bool moved = channel.Poll();
   WatchUpload();
   logWriter.Wake(); // behind the reply
+  KeepDisplaying();
   if (!services.startWorker && !moved) {
     folderLooks.RunHere();
     logWriter.RunHere();
@@ -391,9 +392,20 @@ void DownloadApp::UpdateStatus() {
            [this, view = board.TakeView()] { services.window->ShowStatus(view); });
 }
 
+void DownloadApp::KeepDisplaying() {
+  if (board.IsChanged() && !displaying.exchange(true)) timers.Start(kDisplayTimer, Now());
+}
+
 // Changes that wait to be shown come first: the newest state must not overtake them.
 void DownloadApp::DisplayStatus() {
   feed.Show();
+  // The rate of a transfer is to be seen to fall when nothing moves.
+  if (!board.TakeChange() && !IsExchange(Status())) {
+    timers.Stop(kDisplayTimer);
+    displaying = false;
+    KeepDisplaying(); // of what has changed since
+    return;
+  }
   const StatusView view = board.TakeView();
   board.ClearActivity();
   services.window->ShowStatus(view);
@@ -773,6 +785,7 @@ void DownloadApp::LoopbackTest() {
     AbandonExchange();
     EnterStatus(LinkStatus::Waiting);
     channel.StartLoopbackTest();
+    displaying = true;
     timers.Start(kDisplayTimer, Now());
   });
 }

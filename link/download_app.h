@@ -159,7 +159,10 @@ class DownloadApp : public Storable, protected ChannelHost {
   void OnOverRun() override;
 
   LinkStatus Status() const { return board.Code(); }
-  void SetStatus(LinkStatus code) { board.Set(code); }
+  void SetStatus(LinkStatus code) {
+    board.Set(code);
+    KeepDisplaying();
+  }
   void EnterStatus(LinkStatus code, const KorText& note = {}) {
     board.Set(code, note);
     UpdateStatus();
@@ -229,6 +232,8 @@ class DownloadApp : public Storable, protected ChannelHost {
 
  private:
   void DisplayStatus();
+  // Any thread. The display timer runs only while there is something to show.
+  void KeepDisplaying();
   void EndOfServe();
   // Ends the exchange that runs, or is about to, with one of the two codes.
   void EndExchange(LinkStatus downloadCode, LinkStatus uploadCode);
@@ -259,6 +264,7 @@ class DownloadApp : public Storable, protected ChannelHost {
   TimerQueue timers;
   TaskQueue tasks;
   std::unique_ptr<CommsMonitor> worker;
+  std::atomic<bool> displaying{true};  // the display timer runs
   std::optional<LinkStatus> shownCode; // worker: last status posted to the window
   bool downloadDelayed = false;        // worker: the transmit delay runs
   std::uint32_t delays = 0;            // worker: how many transmit delays have begun

@@ -162,6 +162,7 @@ void SerialChannel::ReopenWhenDue() {
   if (!OpenDevice(true)) {
     if (port.IsOpen()) port.Close();
     nextRetry = now + kRetryPeriod;
+    board.MarkChanged(); // a window also tells which devices there are
     return;
   }
   isLost = false;

@@ -10,38 +10,43 @@ void StatusBoard::Set(LinkStatus newCode, const KorText& newNote) {
   code = newCode;
   note = newNote;
   ++timesSet;
+  MarkChanged();
 }
 
 void StatusBoard::SetNote(const KorText& text) {
   const Lock lock(mutex);
   note = text;
+  MarkChanged();
 }
 
 void StatusBoard::SetFileName(const KorText& name) {
   const Lock lock(mutex);
   facts.fileName = name;
+  MarkChanged();
 }
 
 void StatusBoard::SetMachine(const KorText& machine, bool serverRole) {
   const Lock lock(mutex);
   facts.machineName = machine;
   facts.serverRole = serverRole;
+  MarkChanged();
 }
 
 void StatusBoard::SetLinkReason(const KorText& reason) {
   const Lock lock(mutex);
   linkReason = reason;
+  MarkChanged();
 }
 
 void StatusBoard::BeginCount(std::int64_t size) {
-  total = size;
-  count = 0;
+  Keep(total, size);
+  SetCount(0);
   SetProgress(0, size);
 }
 
 void StatusBoard::SetProgress(std::int64_t position, std::int64_t range) {
-  progress = position;
-  progressRange = range;
+  Keep(progress, position);
+  Keep(progressRange, range);
 }
 
 // Intended: an unexpected error shows as the file format error, and the job log gets both lines.

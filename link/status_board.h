@@ -1,7 +1,7 @@
 // StatusBoard: the one place of the link status, on which both threads keep what the status display
-// shows. Owned by DownloadApp. Every operation may be called from any thread; the lamps are plain flags.
-// A job is told without the board's lock: the log's folder may take its time, and whoever only looks at
-// the status does not wait for it.
+// shows, and whether that has changed. Owned by DownloadApp. Every operation may be called from any
+// thread; the lamps are plain flags. A job is told without the board's lock: whoever only looks at
+// the status does not wait for what is done with it.
 #pragma once
 
 #include <array>
@@ -30,8 +30,8 @@ class StatusBoard {
   void SetFileName(const KorText& name);
   void SetMachine(const KorText& machine, bool serverRole);
   void SetLinkReason(const KorText& reason); // shown while there is no link
-  void SetCount(std::int64_t bytes) { count = bytes; }
-  void AddCount(std::int64_t bytes) { count += bytes; }
+  void SetCount(std::int64_t bytes) { Keep(count, bytes); }
+  void AddCount(std::int64_t bytes) { Keep(count, count + bytes); } // one thread at a time
   std::int64_t Count() const { return count; }
   std::int64_t Total() const { return total; }
   // Nothing of so many bytes has been sent.
@@ -39,12 +39,17 @@ class StatusBoard {
   // The progress bar: position and range in bytes.
   void SetProgress(std::int64_t position, std::int64_t range);
 
-  void SetLamp(Lamp lamp, bool on) { lamps[lamp] = on; }
+  void SetLamp(Lamp lamp, bool on) { Keep(lamps[lamp], on); }
 
   void ClearActivity() {
     SetLamp(kLampReceive, false);
     SetLamp(kLampWrite, false);
   }
+
+  // Whether something is to be shown that was not, or may be, since TakeChange was last true.
+  bool IsChanged() const { return changed; }
+  bool TakeChange() { return changed.exchange(false); }
+  void MarkChanged() { changed = true; }
 
   // Forms the status line and returns what is to be shown.
   StatusView TakeView();
@@ -53,10 +58,14 @@ class StatusBoard {
   void TellJobs();
 
  private:
+  template <class Value> void Keep(std::atomic<Value>& where, Value value) {
+    if (where.exchange(value) != value) MarkChanged();
+  }
   void FormLine() KOR_REQUIRES(mutex);
   std::vector<EndedJob> TakeJobs();
 
   std::function<void(const EndedJob&)> onJob;
+  std::atomic<bool> changed{true};
   Mutex mutex;
   std::atomic<LinkStatus> code{LinkStatus::Waiting};
   std::atomic<std::uint32_t> timesSet{0};

@@ -243,6 +243,33 @@ TEST_F(EngineTest, AnIdleLineIsLeftAloneAndAHeldOneIsLookedAtWithoutHaste) {
   EXPECT_LE(looksIn(10), 21);
 }
 
+TEST_F(EngineTest, TheDisplayRunsWhileThereIsSomethingToShow) {
+  const auto ticksUntilRest = [this] {
+    int ticks = 0;
+    while (ticks < 100 && link.link->Timers().IsStarted(u"DownloadApp::DisplayStatus")) {
+      link.After(0.1);
+      ++ticks;
+    }
+    return ticks;
+  };
+  link.PutProgram(u"1.MPG", u"A\n");
+  link.Start();
+  EXPECT_LE(ticksUntilRest(), 5);
+  link.port.Deliver("XYZ\r");
+  link.Run();
+  link.After(0.1);
+  EXPECT_TRUE(link.form.last.lamps[kLampReceive]);
+  EXPECT_LE(ticksUntilRest(), 5);
+  EXPECT_FALSE(link.form.last.lamps[kLampReceive]);
+  link.port.SetHolds(kCtsHold);
+  link.After(1);
+  link.After(0.1);
+  EXPECT_TRUE(link.form.last.lamps[kLampCtsHold]);
+  link.port.SetHolds(0);
+  link.Ask("FH 1");
+  EXPECT_EQ(ticksUntilRest(), 100) << "the rate of a transfer that stands";
+}
+
 TEST_F(EngineTest, EachHoldLightsItsOwnLampAndTrafficItsTwo) {
   const std::pair<HoldBit, Lamp> holds[] = {{kCtsHold, kLampCtsHold},
                                             {kDsrHold, kLampDsrHold},

@@ -16,8 +16,9 @@ namespace kor {
 
 namespace {
 
-constexpr double kLongestWait = 1.0; // seconds
-constexpr double kRefresh = 1.0;     // seconds between two looks at a transfer that may stand
+constexpr double kLongestWait = 60.0; // seconds
+constexpr double kRestPeriod = 0.1;   // seconds that the begin of a monitor line waits for its end
+constexpr double kRefresh = 1.0;      // seconds between two looks at a transfer that may stand
 constexpr std::string_view kPrompt = "> ";
 constexpr std::string_view kRed = "\x1b[31m", kPlain = "\x1b[0m";
 
@@ -152,6 +153,7 @@ void ConsoleFrontEnd::WaitForWork(const TimerQueue& timers) {
   const double now = App().HighResolutionSeconds();
   double wait = due ? std::clamp(*due - now, 0.0, kLongestWait) : kLongestWait;
   if (hasStatus && IsExchange(shown.code)) wait = std::min(wait, kRefresh);
+  if (!monitorRest.empty()) wait = std::clamp(restDue - now, 0.0, wait);
   const Lock lock(shared->mutex);
   const double most = !takes && shared->HasInput() ? std::min(wait, kBusy) : wait;
   const auto until = std::chrono::steady_clock::now() + std::chrono::duration<double>(most);
@@ -274,6 +276,7 @@ void ConsoleFrontEnd::DrawLive() {
 
 // A transfer that stands changes nothing that would be told; its rate changes by that.
 void ConsoleFrontEnd::Refresh() {
+  if (App().HighResolutionSeconds() >= restDue) ShowMonitorRest();
   if (!interactive || !hasStatus || !IsExchange(shown.code)) return;
   meter.Update(shown, App().HighResolutionSeconds());
   DrawLive();
@@ -299,7 +302,7 @@ bool ConsoleFrontEnd::IsOnScreen(const StatusView& view) const {
 }
 
 void ConsoleFrontEnd::ShowStatus(const StatusView& view) {
-  ShowMonitorRest(); // the engine shows its status every 100 ms: no text is held back for longer
+  ShowMonitorRest();
   if (IsOnScreen(view)) return; // an idle program has nothing to draw ten times a second
   const bool isNew = !hasStatus || IsNewStatus(shown, view);
   const bool isLost = isNew && view.code == LinkStatus::NoLink;
@@ -374,6 +377,7 @@ void ConsoleFrontEnd::ShowMonitorRest() {
 // waits a moment for its end.
 void ConsoleFrontEnd::AppendMonitor(const KorText& text) {
   if (!monitorOn) return;
+  if (monitorRest.empty()) restDue = App().HighResolutionSeconds() + kRestPeriod;
   monitorRest += text.ToUtf8();
   if (restIsShown && !monitorRest.empty()) {
     restIsShown = false;

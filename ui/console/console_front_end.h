@@ -127,6 +127,7 @@ class ConsoleFrontEnd : public FormDialog {
   RateMeter meter;
   bool monitorOn = false;
   std::string monitorRest;     // monitor text after the last line end
+  double restDue = 0;          // when it is shown as it is; seconds of the high-resolution clock
   bool restIsShown = false;    // the begin of that line is on the screen already
   std::string liveLine;        // as drawn; empty when nothing is
   std::size_t liveColumns = 0; // of its status line

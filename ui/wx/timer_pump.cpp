@@ -11,7 +11,7 @@ namespace kor {
 
 namespace {
 
-constexpr double kLongestWait = 60; // seconds
+constexpr double kLongestWait = 0.5; // seconds; so late, at most, is a post in a loop of Windows
 
 } // namespace
 

@@ -1,5 +1,5 @@
 // TimerPump: has the engine's timers run as they fall due, on the toolkit's loop; between them it
-// wakes nobody. Window's thread.
+// wakes twice a second. Window's thread.
 #pragma once
 
 #include <functional>
