@@ -206,6 +206,34 @@ TEST_F(Kordict, ChecksTranslationFilesAndNamesUnitAndRemedy) {
   EXPECT_EQ(Run({u"check", PutXliff(u"fr-FR", kCancelUnit)}), 0);
 }
 
+// Each case is a fault, and behind it what is right.
+TEST_F(Kordict, ChecksWhatAProgramCanSeeOfALanguagesTypography) {
+  const struct {
+    const char16_t *code, *source, *fault, *good, *says;
+  } cases[] = {
+      {u"de-DE", u"\"x\" is", u"\"x\" ist", u"\u201Ex\u201C ist", u"mark or apostrophe \" is"},
+      {u"pl-PL", u"\"x\" is", u"\u201Ex\u201C ist", u"\u201Ex\u201D jest", u"apostrophe \u201C is"},
+      {u"it-IT", u"\"x\" is", u"\u00ABx\u00BB l'", u"\"x\" l'", u"apostrophe \u00AB is"},
+      {u"fr-FR", u"it's on", u"l\u2019un", u"l'un", u"apostrophe \u2019 is"},
+      {u"fr-FR", u"is: on 1:25", u"est : 1:25", u"est\u00A0: 1:25", u"U+00A0"},
+      {u"fr-FR", u"the \"x\"", u"le \u00ABx\u00BB", u"le \u00AB\u00A0x\u00A0\u00BB", u"U+00A0"},
+      {u"zh-CN", u"Failed: %s", u"\u5931\u8D25: %s", u"\u5931\u8D25\uFF1A%s", u"full-width"},
+      {u"zh-CN", u"Delay (ms)", u"\u5EF6\u8FDF (ms)", u"\u5EF6\u8FDF\uFF08ms\uFF09", u"full-width"},
+  };
+  for (const auto& [code, source, fault, good, says] : cases) {
+    EXPECT_EQ(Run({u"check", PutXliff(code, Unit(5, source, fault))}), 1)
+        << KorText(fault).ToUtf8();
+    EXPECT_TRUE(Printed().Contains(says)) << Printed().ToUtf8();
+    EXPECT_EQ(Run({u"check", PutXliff(code, Unit(5, source, good))}), 0) << Printed().ToUtf8();
+  }
+  const KorText name(33, u'n');
+  EXPECT_EQ(Run({u"check",
+                 PutXliff(u"de-DE", u"<trans-unit id=\"5\" resname=\"TXTPOS_" + name +
+                                        u"\"><source>a</source><target>b</target></trans-unit>")}),
+            1);
+  EXPECT_TRUE(Printed().Contains(u"33 characters behind \"TXTPOS_\"")) << Printed().ToUtf8();
+}
+
 TEST(KordictCheck, MeasuresTextsAsTheyAreShown) {
   EXPECT_EQ(TextWidth(u"Größe"), 5U);
   EXPECT_EQ(TextWidth(u"保存"), 4U);

@@ -20,6 +20,57 @@ bool IsWide(char16_t c) {
                              [c](const auto& block) { return c >= block[0] && c <= block[1]; });
 }
 
+// How a language writes. Quotation marks are those that its texts may hold.
+struct Typography {
+  std::u16string_view primary; // language
+  std::u16string_view marks;
+};
+constexpr std::u16string_view kAllMarks =
+    u"\"\u201C\u201D\u201E\u2018\u2019\u201A\u00AB\u00BB\u300C\u300D";
+constexpr Typography kTypographies[] = {
+    {u"cs", u"\u201E\u201C"}, {u"de", u"\u201E\u201C"}, {u"fr", u"\u00AB\u00BB"},
+    {u"ja", u"\u300C\u300D"}, {u"pl", u"\u201E\u201D"}, {u"zh", u"\u201C\u201D"},
+};
+constexpr std::u16string_view kPlainMarks = u"\""; // of the other languages
+
+constexpr char16_t kNoBreakSpace = 0xA0;
+
+std::u16string_view MarksOf(const KorText& primary) {
+  for (const Typography& one : kTypographies)
+    if (primary.EqualsNoCase(one.primary)) return one.marks;
+  return kPlainMarks;
+}
+
+// A sign that ends a word, not one inside "1:25" or "COM1:9600".
+bool EndsWord(std::u16string_view text, std::size_t at) {
+  return at + 1 == text.size() || text[at + 1] == u' ' || text[at + 1] == u'\n';
+}
+
+bool LacksNoBreakSpace(std::u16string_view text) {
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    const bool spacedBefore = at > 0 && text[at - 1] == kNoBreakSpace;
+    const bool spacedBehind = at + 1 < text.size() && text[at + 1] == kNoBreakSpace;
+    const bool isSign =
+        std::u16string_view(u":;?!").find(text[at]) != text.npos && EndsWord(text, at);
+    if ((isSign || text[at] == u'\u00BB') && !spacedBefore) return true;
+    if (text[at] == u'\u00AB' && !spacedBehind) return true;
+  }
+  return false;
+}
+
+// A narrow sign beside a wide character, with or without a blank between.
+bool HasNarrowSign(std::u16string_view text) {
+  KorText close(text);
+  close.ReplaceAll(u" ", u"");
+  const std::u16string_view plain = close;
+  for (std::size_t at = 0; at < plain.size(); ++at) {
+    if (std::u16string_view(u",:;?!()").find(plain[at]) == text.npos) continue;
+    if ((at > 0 && IsWide(plain[at - 1])) || (at + 1 < plain.size() && IsWide(plain[at + 1])))
+      return true;
+  }
+  return false;
+}
+
 KorText ListOf(const std::vector<KorText>& directives) {
   KorText list;
   for (const KorText& directive : directives)
@@ -35,6 +86,7 @@ class Checker {
  private:
   void CheckName(const TextEntry& entry);
   void CheckTranslation(const TextEntry& entry, std::size_t language);
+  void CheckTypography(const TextEntry& entry, std::int32_t language, const KorText& text);
   void CheckWidth(const TextEntry& entry, std::int32_t language, const KorText& text);
   void Find(const TextEntry& entry, std::int32_t language, const KorText& what) {
     findings.push_back({language, entry.id, entry.textPosition, what});
@@ -63,6 +115,37 @@ void Checker::CheckName(const TextEntry& entry) {
     Find(entry, TextHolder::kSourceTexts,
          KorText::Format(u"the name is also that of unit %i. Give one of them another resname.",
                          first->second));
+  const KorText bare = entry.textPosition.StartsWith(TextEntry::kNamePrefix)
+                           ? entry.textPosition.Mid(KorText(TextEntry::kNamePrefix).Length())
+                           : entry.textPosition;
+  if (bare.Length() > TextEntry::kLongestName)
+    Find(entry, TextHolder::kSourceTexts,
+         KorText::Format(
+             u"the name has %i characters behind \"%s\" instead of at most %i. Shorten the "
+             u"resname.",
+             bare.Length(), TextEntry::kNamePrefix, TextEntry::kLongestName));
+}
+
+void Checker::CheckTypography(const TextEntry& entry, std::int32_t language, const KorText& text) {
+  const KorText& code = dictionary.Languages()[static_cast<std::size_t>(language)].folder;
+  const KorText primary = code.Left(code.Find(u'-'));
+  const std::u16string_view marks = MarksOf(primary);
+  for (const char16_t c : text.View()) {
+    if (kAllMarks.find(c) == kAllMarks.npos || marks.find(c) != marks.npos) continue;
+    Find(entry, language,
+         KorText::Format(
+             u"the quotation mark or apostrophe %s is another one than in the language's other "
+             u"texts. Write %s or '.",
+             KorText(1, c), KorText(marks)));
+    break;
+  }
+  if (primary.EqualsNoCase(u"fr") && LacksNoBreakSpace(text))
+    Find(entry, language,
+         u"French has a no-break space (U+00A0) before : ; ? ! and inside \u00AB \u00BB. Put it "
+         u"in.");
+  if (primary.EqualsNoCase(u"zh") && HasNarrowSign(text))
+    Find(entry, language,
+         u"a narrow , : ; ? ! ( or ) stands beside a Chinese character. Write the full-width one.");
 }
 
 void Checker::CheckTranslation(const TextEntry& entry, std::size_t language) {
@@ -78,6 +161,7 @@ void Checker::CheckTranslation(const TextEntry& entry, std::size_t language) {
     Find(entry, index,
          KorText::Format(u"the directives are %s instead of %s. Keep them all, in this order.",
                          ListOf(found), ListOf(wanted)));
+  CheckTypography(entry, index, text);
   CheckWidth(entry, index, text);
 }
 

@@ -1,5 +1,7 @@
 // What is wrong with a dictionary's texts: missing translations, lost printf directives, names that
-// are used twice, texts that outgrow their control by half.
+// are used twice or too long, texts that outgrow their control by half, and what a program can see
+// of a language's typography: quotation marks of one kind, no-break spaces in French, wide signs in
+// Chinese.
 #pragma once
 
 #include <cstddef>

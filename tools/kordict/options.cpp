@@ -82,8 +82,9 @@ commands:
   export-xliff FOLDER    write dictionary_CODE.xlf for each language
   import-xliff XLIFF...  take over translations and show what is changed and new; all files or none
   header                 write textlib.h, the numbers under their names, beside the dictionary
-  check [XLIFF...]       look for missing translations, lost directives, names used twice and texts
-                         that are too long; in the translation files, or in the dictionary
+  check [XLIFF...]       look for missing translations, lost directives, names used twice, texts and
+                         names that are too long, and other quotation marks and signs than the
+                         language's; in the translation files, or in the dictionary
 
 options:
   -d, --dictionary FILE  the dictionary, this file and no other (default: diction.ary in this folder,

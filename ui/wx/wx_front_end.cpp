@@ -24,7 +24,7 @@ void WxFrontEnd::Attach(MainWindow& mainWindow, NCEApp& app) {
       window, LookUpText(15317, u"Download End"),
       LookUpText(
           15585,
-          u"The program goes out when the machine asks for it. This window closes at the end."),
+          u"The NC program is sent when the machine asks for it. This window closes at the end."),
       {{cancel, [&app] { app.CancelDownload(); }}});
   uploadEnd =
       MakeEndWindow(window, LookUpText(15318, u"Upload End"),
