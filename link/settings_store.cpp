@@ -1,5 +1,7 @@
 #include "link/settings_store.h"
 
+#include <algorithm>
+#include <span>
 #include <utility>
 
 #include "files/paths.h"
@@ -14,6 +16,16 @@ namespace {
 
 KorText Caption() {
   return LookUpText(15101, u"Download Settings");
+}
+
+// A record has zero bytes from its first sizes on; a text has none, except UTF-16 with its mark.
+bool HoldsRecord(const KorText& path) {
+  SimpleFile file(path);
+  std::uint8_t start[64];
+  if (!file.Open(kFileRead)) return false;
+  const std::span bytes(start, file.Read(start));
+  const bool isUtf16 = bytes.size() >= 2 && (bytes[0] ^ bytes[1]) == 1 && bytes[0] >= 0xFE;
+  return !isUtf16 && std::ranges::count(bytes, 0) > 0;
 }
 
 KorText SettingsFolder() {
@@ -79,8 +91,20 @@ bool SettingsStore::LoadTwice(const RecordStep& load) const {
   return false;
 }
 
+// The next save replaces the record, and with it what could still be read out of it.
+void SettingsStore::KeepDamaged() const {
+  if (!HoldsRecord(path)) return;
+  const KorText copy = path + u".damaged";
+  const bool kept = App().DuplicateFile(path, copy);
+  App().DebugWarning(
+      kept ? u"Settings record damaged, kept as" : u"Settings record damaged, not kept as", copy);
+}
+
 void SettingsStore::Load(const RecordStep& load) {
-  if (!LoadTwice(load)) ReadSettingsProfile(path, cncFolder, settings);
+  if (!LoadTwice(load)) {
+    KeepDamaged();
+    ReadSettingsProfile(path, cncFolder, settings);
+  }
   EnsureTrailingSeparators(settings);
   if (NamesComPort())
     keptPort = settings.port;

@@ -64,7 +64,8 @@ class SettingsStore {
   bool ReadRecord(Storable& application) const;
   bool WriteRecord(Storable& application);
 
-  // Loads the settings by the application's operation, and from a text profile when that fails.
+  // Loads the settings by the application's operation, and from a text profile when that fails. A
+  // record that can't be used is kept as "NAME.INI.damaged", and the log says so.
   void Load(const RecordStep& load);
   // Saves them by the application's operation. A failure is reported once, until a save succeeds again.
   void Save(const RecordStep& save);
@@ -77,6 +78,7 @@ class SettingsStore {
  private:
   bool NamesComPort() const;
   bool LoadTwice(const RecordStep& load) const;
+  void KeepDamaged() const;
 
   LinkSettings& settings;
   const KorText cncFolder;

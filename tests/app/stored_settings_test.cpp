@@ -35,6 +35,7 @@ TEST_F(StoredSettingsTest, AProfileIsReadOnceAndReplacedByTheRecord) {
     link.link->SetFeatures({1, 0, 1, 0});
   });
   EXPECT_FALSE(link.app.Content(path)->Contains(u"[Port Settings]"));
+  EXPECT_EQ(link.app.Content(path + u".damaged"), std::nullopt) << "a text is no damage";
   Run([&](NceLink&) {
     const LinkSettings& settings = link.link->Settings();
     EXPECT_EQ(settings.baudrate, u"9600");
@@ -192,6 +193,11 @@ TEST_F(StoredSettingsTest, EveryCutOfTheRecordGivesTheDefaultsOrTheSettings) {
       EXPECT_EQ(link.link->Settings().fileExtension, u"MPG");
       EXPECT_EQ(link.link->Features().stripPcZeros, 0) << length;
     });
+    // The end of the program has written the defaults over it.
+    EXPECT_EQ(link.app.Content(path + u".damaged").value_or(KorText()),
+              length < 8 ? KorText() : whole.Left(length));
+    EXPECT_EQ(link.app.Warnings().size(), length < 8 ? 0U : 1U) << length;
+    link.app.ForgetReports();
   }
   EXPECT_TRUE(link.form.messages.empty());
   EXPECT_TRUE(link.app.Messages().empty());
