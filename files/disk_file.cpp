@@ -120,14 +120,15 @@ void DiskFile::ReportNewErrors() {
   record.level = MessageLevel::Warn;
   record.info = LookUpText(252, u"File Error");
   record.number = static_cast<std::int32_t>(fresh);
-  record.message = KorText::Format(u"%s \"%s\" -\n\n %s %i - %s",
+  record.message = KorText::Format(LookUpText(15634, u"%s \"%s\" -\n\n %s %i - %s"),
                                    LookUpText(262, u"A problem occurred with the file"), Name(),
                                    LookUpText(251, u"Error"), fresh, DescribeRecordErrors(fresh));
   if (errorQuestion != ErrorQuestion::None) {
     const bool retry = errorQuestion == ErrorQuestion::Retry;
     record.level = MessageLevel::Query;
-    record.message += KorText::Format(
-        u"\n\n%s?", LookUpText(static_cast<int>(errorQuestion), retry ? u"Retry" : u"Continue"));
+    const KorText word =
+        LookUpText(static_cast<int>(errorQuestion), retry ? u"Retry" : u"Continue");
+    record.message += u"\n\n" + KorText::Format(LookUpText(15631, u"%s?"), word);
   }
   errorAnswer = App().Report(record);
 }

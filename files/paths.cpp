@@ -139,8 +139,9 @@ KorText MakeValidFileName(const KorText& name, bool quiet) {
   if (quiet || valid == name) return valid;
   MessageRecord record;
   record.level = MessageLevel::Info;
-  record.message = KorText::Format(u"%s:\n  %s\n %s:\n  %s", LookUpText(kOldNameText, u"Old name"),
-                                   name, LookUpText(kNewNameText, u"New name"), valid);
+  record.message = KorText::Format(LookUpText(15632, u"%s:\n  %s\n %s:\n  %s"),
+                                   LookUpText(kOldNameText, u"Old name"), name,
+                                   LookUpText(kNewNameText, u"New name"), valid);
   App().Report(record);
   return valid;
 }

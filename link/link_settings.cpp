@@ -133,6 +133,25 @@ std::vector<KorText> Texts(std::span<const char16_t* const> list) {
   return {list.begin(), list.end()};
 }
 
+// What stands for a value in the window. What is stored, typed and logged stays the value itself.
+struct ChoiceText {
+  const char16_t* key; // of the setting
+  int number;
+  const char16_t* value;
+};
+constexpr ChoiceText kChoiceTexts[] = {
+    {u"parity", 15620, u"None"},       {u"parity", 15621, u"Odd"},
+    {u"parity", 15622, u"Even"},       {u"parity", 15623, u"Mark"},
+    {u"parity", 15624, u"Space"},      {u"flow-control", 15625, u"Hardware"},
+    {u"flow-control", 15626, u"None"}, {u"flow-control", 15627, u"Combined"},
+};
+
+KorText ShownChoice(const KorText& key, const KorText& value) {
+  for (const ChoiceText& text : kChoiceTexts)
+    if (key == text.key && value == text.value) return LookUpText(text.number, text.value);
+  return value;
+}
+
 KorText ListText(const std::vector<KorText>& choices) {
   KorText list;
   for (const KorText& choice : choices) {
@@ -322,6 +341,8 @@ FormDescription MakeSettingsForm(const LinkSettings& settings, const std::vector
     if (text.choices) field.choices = Texts(text.choices());
     // A value from an older file that the list lacks stays selectable.
     if (text.choices && ListedValue(field).IsEmpty()) field.choices.push_back(field.value);
+    for (const KorText& choice : field.choices)
+      field.shown.push_back(ShownChoice(field.key, choice));
     if (text.browseText > 0) field.browseTitle = LookUpText(text.browseText, text.browseTitle);
     field.browseNumber = text.browseButton;
     if (text.kind == FieldKind::FilePath) field.filters = LogFileFilters();

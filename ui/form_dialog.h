@@ -79,6 +79,8 @@ struct FormField {
   int groupNumber = 0;  // of the box that frames it with the others of that group; 0: none
   KorText group{};      // the box's label
   KorText problem{};    // what is wrong with the value, and what the field accepts
+  // Choice: what stands for each choice on the screen; empty: the choices themselves.
+  std::vector<KorText> shown{};
 };
 
 // A modal form: its caption, its fields and the rule that enables fields as others change.

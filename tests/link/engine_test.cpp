@@ -6,6 +6,7 @@
 #include <set>
 
 #include "link/ended_jobs.h"
+#include "services/core/text_lookup.h"
 #include "tests/support/nce_link.h"
 
 namespace kor {
@@ -728,7 +729,13 @@ TEST_F(EngineTest, TheFileOfEndedJobsKeepsTheNewestLines) {
 // Folders are looked at beside the serving and only when all else is right.
 TEST_F(EngineTest, TheSettingsFormSaysWhatIsWrongBesideEachField) {
   link.Start();
+  SetTextLookup(
+      [](int number) { return KorText::Format(number == 15621 ? u"(%i)" : u"", number); });
   FormDescription form = link.link->SettingsForm();
+  SetTextLookup({});
+  EXPECT_EQ(form.Find(u"parity")->value, u"None"); // shown in the user's words, stored as it is
+  EXPECT_EQ(form.Find(u"parity")->shown[1], u"(15621)");
+  EXPECT_EQ(form.Find(u"flow-control")->shown[0], u"Xon/Xoff");
   form.Find(u"file-extension")->value = u"a.b";
   form.Find(u"upload-path")->value = u"/no/such/folder";
   link.app.WhenOpening(u"such", [this] { link.app.Advance(9); });

@@ -41,7 +41,7 @@ bool IsPath(FieldKind kind) {
 }
 
 template <class Control> void AddChoices(Control* control, const FormField& field) {
-  for (const KorText& choice : field.choices)
+  for (const KorText& choice : field.shown.empty() ? field.choices : field.shown)
     control->Append(ToWx(choice));
   control->SetMinSize(control->FromDIP(wxSize(kChoiceWidth, -1)));
 }
@@ -56,9 +56,16 @@ wxWindow* MakeChoice(const FormField& field, wxWindow* parent) {
   auto* const choice = new wxChoice(parent, field.number);
   AddChoices(choice, field);
   // A value from an older file that no list holds is kept as long as nobody chooses another.
-  const int listed = choice->FindString(ToWx(field.value), true);
-  choice->SetSelection(listed != wxNOT_FOUND ? listed : choice->Append(ToWx(field.value)));
+  const auto listed = std::ranges::find(field.choices, field.value);
+  choice->SetSelection(listed != field.choices.end()
+                           ? static_cast<int>(listed - field.choices.begin())
+                           : choice->Append(ToWx(field.value)));
   return choice;
+}
+
+KorText ChosenValue(const FormField& field, int selection) {
+  const auto at = static_cast<std::size_t>(selection);
+  return selection >= 0 && at < field.choices.size() ? field.choices[at] : field.value;
 }
 
 } // namespace
@@ -273,7 +280,7 @@ KorText FormWindow::ValueOf(const FormField& field) const {
     return KorText::Format(u"%i", static_cast<wxSpinCtrl*>(control)->GetValue());
   case FieldKind::Choice:
     if (field.editable) return FromWx(static_cast<wxComboBox*>(control)->GetValue());
-    return FromWx(static_cast<wxChoice*>(control)->GetStringSelection());
+    return ChosenValue(field, static_cast<wxChoice*>(control)->GetSelection());
   case FieldKind::Text:
   case FieldKind::FolderPath:
   case FieldKind::FilePath:

@@ -70,7 +70,7 @@ wxPanel* LampRow::MakeLamp(Lamp lamp) {
 void LampRow::Draw(Lamp lamp) {
   signs[lamp]->SetBitmap(DrawnSign(SignOf(lamp, shown[lamp]), kSide));
   const KorText state = shown[lamp] ? LookUpText(15564, u"on") : LookUpText(15565, u"off");
-  SetSpokenName(signs[lamp], names[lamp] + u": " + state);
+  SetSpokenName(signs[lamp], KorText::Format(LookUpText(15633, u"%s: %s"), names[lamp], state));
 }
 
 void LampRow::Show(const std::array<bool, kLampCount>& lamps) {

@@ -12,7 +12,8 @@ namespace kor {
 class Mnemonics {
  public:
   // The label with "&" before the first letter or digit that is still free, those that begin a word
-  // first. A label without one, as in Chinese, stays as it is.
+  // first. A label in Chinese or Japanese stays as it is, also one with a Latin letter: a letter in
+  // brackets behind each would take room that narrow windows don't have.
   wxString Label(const KorText& text);
 
  private:
