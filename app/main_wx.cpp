@@ -158,7 +158,7 @@ class WindowRun {
   [[noreturn]] void SaveAndExit(); // nothing unwinds, no window is touched
   static void EndWithoutDisplay();
 
-  static std::atomic<WindowRun*> serving; // while its loop runs
+  static std::atomic<WindowRun*> serving; // from the worker's start to the end of the loop
   // Who ends the program: the window's thread, the watch on it, or the loss of the display; one of
   // them.
   static std::atomic<bool> finishing;
@@ -186,6 +186,7 @@ void WindowRun::Show() {
   window->Show();
   app.SetUpServices();
   app.BuildWindow();
+  serving = this;
   window->ShowSettings();
   window->Bind(wxEVT_CLOSE_WINDOW, [this](wxCloseEvent& event) {
     if (!event.CanVeto() || MayClose())
@@ -242,8 +243,12 @@ void WindowRun::SaveAndExit() {
   std::_Exit(0);
 }
 
+// The worker must not run on beside the end that the display's library makes of the process. Before
+// the settings are loaded there is nothing to save.
 void WindowRun::EndWithoutDisplay() {
-  if (serving && !finishing.exchange(true)) serving.load()->SaveAndExit();
+  if (finishing.exchange(true)) return;
+  if (serving) serving.load()->SaveAndExit();
+  std::_Exit(1);
 }
 
 void WindowRun::Leave() {
@@ -262,6 +267,7 @@ int WindowRun::Run(const std::function<int()>& loop, const std::function<void()>
   }
   if (!instance.IsFirst()) return 0;
   exit = exitLoop;
+  CallWhenDisplayIsLost(&EndWithoutDisplay);
   Show();
   instance.SetOnRaise([this] {
     window->Iconize(false);
@@ -272,8 +278,6 @@ int WindowRun::Run(const std::function<int()>& loop, const std::function<void()>
   // The engine shows only what changes in it; the jobs of the day begin anew at midnight.
   app.Timers().Create(u"ncedl::Day", kDayPeriod, App().HighResolutionSeconds(), true,
                       [this] { window->ShowStatus(app.CurrentStatus()); });
-  serving = this;
-  CallWhenDisplayIsLost(&EndWithoutDisplay);
   if (endAsked) End();
   int result = 0;
   {
