@@ -45,11 +45,26 @@ void SettingsStore::SetName(const KorText& name) {
   const KorText file = name + u".INI";
   if (App().CanNameFile(file)) {
     path = SettingsFolder() + file;
+    Claim(name);
     return;
   }
   const KorText text =
       LookUpText(15476, u"\"%s\" can't be the name of a file, so settings are not kept. Start the "
                         u"program with another name.");
+  warn(Caption(), KorText::Format(text, name));
+}
+
+// Two that save would overwrite each other's changes. A claim that can't be made for another
+// reason, as in a folder that is read-only, keeps nobody from saving.
+void SettingsStore::Claim(const KorText& name) {
+  const KorText held = PathBeside(u".lock");
+  App().MakeFolder(SettingsFolder());
+  claim = App().OpenFile(held, FileAccess::ReadWrite);
+  keptElsewhere = !claim && App().Files().Exists(held) && App().Files().CanReplace(held);
+  if (!keptElsewhere) return;
+  const KorText text =
+      LookUpText(15605, u"Another program keeps the settings of %s already. What is changed here "
+                        u"holds until this program ends and is not saved.");
   warn(Caption(), KorText::Format(text, name));
 }
 
@@ -73,6 +88,7 @@ bool SettingsStore::ReadRecord(Storable& application) const {
 
 // A record without a COM name would cost all settings at the next start.
 bool SettingsStore::WriteRecord(Storable& application) {
+  if (keptElsewhere) return true; // said at the start
   RecordFileOptions options;
   options.report = false;
   App().MakeFolder(SettingsFolder());

@@ -6,10 +6,12 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <span>
 
 #include "files/member.h"
 #include "link/link_settings.h"
+#include "services/core/os_files.h"
 
 namespace kor {
 
@@ -54,8 +56,9 @@ class SettingsStore {
   // both NC folders. The user is warned through warn.
   SettingsStore(LinkSettings& windowSettings, const KorText& cncFolder, Warning warn);
 
-  // The settings are those of the file of this name. A name that no file can have keeps no settings, and
-  // reads none: the user is warned.
+  // The settings are those of the file of this name. A name that no file can have keeps no settings
+  // and reads none; while another program keeps those of the name, this one saves none. The user is
+  // warned of both.
   void SetName(const KorText& name);
   // The path of a file beside the record, of its name and this ending; empty when nothing is kept.
   KorText PathBeside(const KorText& ending) const;
@@ -79,13 +82,16 @@ class SettingsStore {
   bool NamesComPort() const;
   bool LoadTwice(const RecordStep& load) const;
   void KeepDamaged() const;
+  void Claim(const KorText& name);
 
   LinkSettings& settings;
   const KorText cncFolder;
   const Warning warn;
-  KorText path;               // empty: not named yet, or never kept
-  KorText keptPort = u"COM1"; // the COM name that the record holds
-  bool lossReported = false;  // the last save failed, and this was said
+  KorText path;                  // empty: not named yet, or never kept
+  KorText keptPort = u"COM1";    // the COM name that the record holds
+  bool lossReported = false;     // the last save failed, and this was said
+  std::unique_ptr<OsFile> claim; // held by the program that keeps the settings of the name
+  bool keptElsewhere = false;    // by another program
 };
 
 } // namespace kor

@@ -164,6 +164,15 @@ TEST_F(StoredSettingsTest, SettingsThatCannotBeKeptAreSaidOnceAndServingGoesOn) 
   EXPECT_EQ(link.app.Messages().size(), 2u);
 }
 
+TEST_F(StoredSettingsTest, WhileAnotherProgramKeepsThemTheyAreNotSaved) {
+  link.app.MakeFolder(link.app.Path(u"settings"));
+  const auto other = link.app.OpenFile(link.app.Path(u"settings/NCE.lock"), FileAccess::ReadWrite);
+  Run([&](NceLink&) { Set(u"baudrate", u"19200"); });
+  EXPECT_FALSE(link.app.Content(path));
+  ASSERT_EQ(link.form.messages.size(), 1u);
+  EXPECT_TRUE(link.form.messages[0].text.StartsWith(u"Another program keeps"));
+}
+
 TEST_F(StoredSettingsTest, ANameThatNoFileCanHaveIsSaidAtTheStart) {
   link.Start(u"NCE");
   link.link->Terminate();
@@ -177,7 +186,8 @@ TEST_F(StoredSettingsTest, ANameThatNoFileCanHaveIsSaidAtTheStart) {
     link.form.messages.clear();
   }
   EXPECT_TRUE(link.app.Messages().empty());
-  EXPECT_EQ(link.app.Names(link.app.Path(u"settings")), std::vector<KorText>{u"NCE.INI"});
+  EXPECT_EQ(link.app.Names(link.app.Path(u"settings")),
+            (std::vector<KorText>{u"NCE.INI", u"NCE.lock"}));
 }
 
 TEST_F(StoredSettingsTest, EveryCutOfTheRecordGivesTheDefaultsOrTheSettings) {
