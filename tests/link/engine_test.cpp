@@ -1029,7 +1029,9 @@ TEST_F(EngineTest, AHeldControllerIsReleasedBeforeAnythingIsDropped) {
     end(fresh);
     const Strings calls = fresh.port.Calls();
     const Strings released{"Write 1", "PurgeTransmit", "PurgeReceive", "Close"};
-    EXPECT_EQ(std::ranges::search(calls, released).begin(), calls.begin()) << what;
+    EXPECT_EQ(std::search(calls.begin(), calls.end(), released.begin(), released.end()),
+              calls.begin())
+        << what;
     EXPECT_TRUE(fresh.port.TakeWritten().ends_with("\x11")) << what;
   }
 }
