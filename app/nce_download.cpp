@@ -227,6 +227,7 @@ void NCEApp::LookForNextFile() {
 
 void NCEApp::OnRefuse() {
   if (Status() != LinkStatus::Downloading) return;
+  if (frameIsOwed) return; // the last frame was accepted, and the next one is not there yet
   if (++nakCount >= kMostRefusals) {
     ShowProgress(0, 0);
     EnterStatus(LinkStatus::DownloadErrors);

@@ -11,6 +11,7 @@ namespace kor {
 namespace {
 
 constexpr int kAttempts = 100;
+constexpr int kMostFailures = 3;
 // Characters of the target's name that the name beside it starts with: file systems limit a name to
 // 255 bytes, and a character takes up to four.
 constexpr std::size_t kNameStart = 50;
@@ -45,15 +46,17 @@ bool KorFile::OpenSafe(std::uint32_t mode, bool compress) {
   if (older && holdsTarget) heldTarget = App().OpenFile(safeTarget, FileAccess::Claim);
   if (older && holdsTarget && !heldTarget) return false;
   UseWriteCache(false);
-  for (int attempt = 0; attempt < kAttempts && !IsOpen(); ++attempt) {
+  int failures = 0;
+  for (int attempt = 0; attempt < kAttempts && failures < kMostFailures && !IsOpen(); ++attempt) {
     const KorText part = PartPath(safeTarget);
     const bool taken = App().FileAttributes(part).has_value();
-    if (!taken && !OpenStandIn(part, true, mode | kFileWrite | kFileNew)) break;
-    // Someone who clears abandoned files may have taken it for one, just before it was locked.
+    // Whoever clears abandoned files away may have locked or removed the new one before we did.
+    if (!taken && !OpenStandIn(part, true, mode | kFileWrite | kFileNew)) ++failures;
     if (IsOpen() && !App().FileExists(part)) SimpleFile::Close();
   }
   safe = IsOpen();
-  // From the start: nobody reads half a file whom the whole one is kept from. Not every file system can.
+  // Permissions are set first: whoever may not read the target must not read the half-written part.
+  // Not every file system can set them.
   if (safe && older) App().CopyAttributes(safeTarget, *WorkingHandle());
   compressOnCommit = compress;
   return safe;

@@ -471,14 +471,19 @@ bool PosixFiles::SetCurrentFolder(const KorText& path) {
 
 // A lease for reading is granted only while nobody can write. It goes again at once; somebody who
 // opens the file for writing meanwhile makes the kernel send a signal, which is ignored by default.
-// A lease of another program, such as a file server's, also means that somebody may write.
+// A lease of another program, such as a file server's, also means that somebody may write. Clients
+// of network file systems refuse leases for reasons of their own, which say nothing of a writer.
 bool PosixFiles::IsBeingWritten(const KorText& path) {
   std::string native;
   if (!ToNative(path, native)) return false;
   const int file = ::open(native.c_str(), FlagsOf(FileAccess::Read));
   if (file < 0) return errno == EWOULDBLOCK;
+  struct statfs system {};
+  const bool isRemote =
+      ::fstatfs(file, &system) == 0 &&
+      TypeOfFileSystem(static_cast<std::uint32_t>(system.f_type)) == DriveType::Remote;
   ::fcntl(file, F_SETSIG, SIGURG);
-  const bool refused = ::fcntl(file, F_SETLEASE, F_RDLCK) != 0 && errno == EAGAIN;
+  const bool refused = !isRemote && ::fcntl(file, F_SETLEASE, F_RDLCK) != 0 && errno == EAGAIN;
   ::fcntl(file, F_SETLEASE, F_UNLCK);
   ::close(file);
   return refused;

@@ -236,6 +236,7 @@ TEST_F(NceAppTest, ASheetThatSomebodyWritesHoldsItsChainOrEndsItAsAnError) {
     EXPECT_EQ(fresh.BeginDownload("1"), MakeFrame("A!"));
     EXPECT_EQ(fresh.Ask("<"), MakeFrame("A!"));
     EXPECT_EQ(fresh.Ask(">"), "");
+    EXPECT_EQ(fresh.Ask("<"), ""); // that frame is accepted
     EXPECT_EQ(fresh.After(1), "");
     if (isDone) fresh.app.SetBeingWritten({});
     for (int second = 0; second < 3; ++second)
