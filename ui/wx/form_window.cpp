@@ -13,7 +13,6 @@
 #include <wx/sizer.h>
 #include <wx/spinctrl.h>
 #include <wx/statbox.h>
-#include <wx/weakref.h>
 
 #include "services/core/text_lookup.h"
 #include "ui/wx/accessible.h"
@@ -91,6 +90,10 @@ FormWindow::FormWindow(wxWindow* parent, FormDescription& description)
   if (form.check) looks.Start(kLookPeriod);
   if (!form.fields.empty()) rows[form.fields.front().number].control->SetFocus();
   CentreOnParent();
+}
+
+FormWindow::~FormWindow() {
+  *self = nullptr;
 }
 
 wxSizer* FormWindow::MakeButtons() {
@@ -348,10 +351,10 @@ void FormWindow::Accept() {
     return;
   }
   AllowOnlyCancel(true);
-  form.look(form, [self = wxWeakRef<FormWindow>(this)](const FormDescription& looked) {
-    if (!self) return;
-    self->AllowOnlyCancel(false);
-    if (self->ShowProblems(&looked)) self->EndModal(wxID_OK);
+  form.look(form, [window = self](const FormDescription& looked) {
+    if (!*window) return;
+    (*window)->AllowOnlyCancel(false);
+    if ((*window)->ShowProblems(&looked)) (*window)->EndModal(wxID_OK);
   });
 }
 

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <vector>
 
 #include <wx/dialog.h>
@@ -20,6 +21,9 @@ namespace kor {
 class FormWindow : public wxDialog {
  public:
   FormWindow(wxWindow* parent, FormDescription& description);
+  ~FormWindow() override;
+  FormWindow(const FormWindow&) = delete;
+  FormWindow& operator=(const FormWindow&) = delete;
 
   // Modal. True when it was accepted; the fields then hold what the user left in them.
   bool Run();
@@ -59,6 +63,9 @@ class FormWindow : public wxDialog {
   wxScrolledWindow* page = nullptr;
   wxStaticText* obstacle = nullptr;
   wxTimer looks;
+  // Whoever looks at the folders copies it and lets go of it on a thread of its own, so it is no
+  // weak reference of the toolkit; only the window's thread follows it. Null once this has gone.
+  const std::shared_ptr<FormWindow*> self = std::make_shared<FormWindow*>(this);
   bool building = true;
 };
 
