@@ -279,11 +279,9 @@ int WindowRun::Run(const std::function<int()>& loop, const std::function<void()>
   app.Timers().Create(u"ncedl::Day", kDayPeriod, App().HighResolutionSeconds(), true,
                       [this] { window->ShowStatus(app.CurrentStatus()); });
   if (endAsked) End();
-  int result = 0;
-  {
-    TimerPump pump(app.Timers(), [this](auto task) { frontEnd.Post(std::move(task)); });
-    result = loop();
-  }
+  TimerPump pump(app.Timers(), [this](auto task) { frontEnd.Post(std::move(task)); });
+  const int result = loop();
+  pump.End();
   if (finishing.exchange(true)) wxMilliSleep(kForEver); // the watch was first
   serving = nullptr;
   instance.SetOnRaise({});

@@ -238,9 +238,10 @@ class Window : public ::testing::Test {
                                        [this](auto task) { frontEnd.Post(std::move(task)); });
   }
   void TearDown() override {
-    pump.reset();
+    if (pump) pump->End();
     if (app) app->Terminate();
     frontEnd.Detach();
+    pump.reset();
     delete window;
   }
   // Waits for a message with the words, and closes it.

@@ -514,6 +514,18 @@ TEST_F(Window, TimersGoOnWhileAQuestionStandsThatCameWithOne) {
   robot.Run();
 }
 
+TEST_F(Window, APostThatTheEndOvertakesStartsNoTimer) {
+  std::vector<std::function<void()>> posts;
+  TimerQueue timers;
+  TimerPump ended(timers, [&](auto task) { posts.push_back(std::move(task)); });
+  timers.Create(u"soon", 1, App().HighResolutionSeconds(), true, [] {});
+  ended.End();
+  ASSERT_FALSE(posts.empty());
+  for (const auto& post : posts)
+    post();
+  EXPECT_FALSE(ended.IsRunning());
+}
+
 TEST_F(Window, MessagesDoNotPileUpAndAreAnsweredBesideADialog) {
   Open();
   robot.Clicks(15101);

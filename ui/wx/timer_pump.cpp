@@ -22,7 +22,13 @@ TimerPump::TimerPump(TimerQueue& timerQueue, const std::function<void(std::funct
 }
 
 TimerPump::~TimerPump() {
+  End();
+}
+
+void TimerPump::End() {
   timers.SetOnEarlier({});
+  Stop();
+  ended = true;
 }
 
 // Windows has loops of its own while a file is chosen or the window is moved: they know timers, but no posts.
@@ -34,6 +40,7 @@ void TimerPump::Notify() {
 }
 
 void TimerPump::Plan() {
+  if (ended) return;
   const auto due = timers.NextDue();
   const double wait = due ? *due - App().HighResolutionSeconds() : kLongestWait;
   StartOnce(static_cast<int>(std::ceil(std::clamp(wait, 0.001, kLongestWait) * 1000)));

@@ -15,12 +15,15 @@ class TimerPump : public wxTimer {
   // post runs a task on the window's thread; it may be called from any thread.
   TimerPump(TimerQueue& timerQueue, const std::function<void(std::function<void()>)>& post);
   ~TimerPump() override;
+  // Runs no timer any more. What was posted before may still come: this has to outlive it.
+  void End();
 
   void Notify() override; // the toolkit's
  private:
   void Plan();
 
   TimerQueue& timers;
+  bool ended = false;
 };
 
 } // namespace kor
