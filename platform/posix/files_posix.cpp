@@ -211,8 +211,17 @@ bool CanOpenAs(mode_t mode, FileAccess access) {
   return isPipe || (writes && access != FileAccess::Stream) || Fail(EINVAL);
 }
 
+// Between opening and locking another may have replaced the file: the lock keeps nobody from the
+// new one then.
+bool StillHasName(const struct stat& opened, const std::string& path) {
+  struct stat named {};
+  const bool isThere = ::stat(path.c_str(), &named) == 0;
+  return (isThere && named.st_ino == opened.st_ino && named.st_dev == opened.st_dev) || Fail(EBUSY);
+}
+
 // The content goes only once the lock is had.
-std::unique_ptr<OsFile> Prepared(std::unique_ptr<PosixFile> file, FileAccess access) {
+std::unique_ptr<OsFile> Prepared(std::unique_ptr<PosixFile> file, const std::string& path,
+                                 FileAccess access) {
   struct stat status {};
   if (!Checked(::fstat(file->Descriptor(), &status)) || !CanOpenAs(status.st_mode, access))
     return nullptr;
@@ -220,6 +229,8 @@ std::unique_ptr<OsFile> Prepared(std::unique_ptr<PosixFile> file, FileAccess acc
     return std::make_unique<PosixPipe>(file->Release());
   if (access == FileAccess::Read || access == FileAccess::Stream) return file;
   if (!file->Hold(access == FileAccess::Append ? LOCK_SH : LOCK_EX)) return nullptr;
+  const bool hadName = S_ISREG(status.st_mode) && access != FileAccess::CreateNew;
+  if (hadName && !StillHasName(status, path)) return nullptr;
   const bool empties = access == FileAccess::Write && S_ISREG(status.st_mode);
   if (empties && !Checked(::ftruncate(file->Descriptor(), 0))) return nullptr;
   return file;
@@ -335,7 +346,7 @@ std::unique_ptr<OsFile> PosixFiles::Open(const KorText& path, FileAccess access)
     Fail(errno);
     return nullptr;
   }
-  return Prepared(std::make_unique<PosixFile>(file), access);
+  return Prepared(std::make_unique<PosixFile>(file), native, access);
 }
 
 std::optional<FileInfo> PosixFiles::Attributes(const KorText& path) {
