@@ -117,9 +117,12 @@ void CommsLog::OpenTrace(std::uint32_t number, const KorText& path, const LinkSe
   WriteHeader(settings);
 }
 
-// A trace that a newer one has followed, or that was stopped, is not missed.
+// A trace that a newer one has followed is not missed. One that was stopped is: what was traced
+// until then is not all there.
 void CommsLog::EndTrace(std::uint32_t number) {
-  if (tracing.compare_exchange_strong(number, 0)) failed();
+  std::uint32_t wanted = number;
+  const bool isMissed = tracing.compare_exchange_strong(wanted, 0) || wanted == 0;
+  if (isMissed && toldTrace.exchange(number) != number) failed();
 }
 
 void CommsLog::WriteHeader(const LinkSettings& s) {
@@ -157,7 +160,9 @@ void CommsLog::Trace(const KorText& text, bool force) {
       });
   if (hasRoom) return;
   EndTrace(number);
-  writer.Add(0, [this] { trace.reset(); });
+  writer.Add(0, [this, number] {
+    if (number == openTrace) trace.reset();
+  });
 }
 
 void CommsLog::WriteTraceLine(const KorText& text, bool force, double now) {

@@ -64,12 +64,13 @@ class CommsLog {
   void WriteJobLine(const KorText& path, const KorText& tag, const EndedJob& job);
 
   // On any thread.
-  void EndTrace(std::uint32_t number); // of a trace that can't be written; told
+  void EndTrace(std::uint32_t number); // of a trace that can't be written; told once
   void TellJobFailure(bool isFailing);
 
   SideThread& writer;
   const std::function<void()> failed;
-  std::atomic<std::uint32_t> tracing{0}; // the number of the trace that is wanted; 0: none
+  std::atomic<std::uint32_t> tracing{0};   // the number of the trace that is wanted; 0: none
+  std::atomic<std::uint32_t> toldTrace{0}; // the last one whose failure was told
   std::atomic<bool> jobFailureTold{false};
   Mutex mutex;
   std::uint32_t traces KOR_GUARDED_BY(mutex) = 0; // how many were started

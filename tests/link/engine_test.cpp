@@ -834,6 +834,10 @@ TEST_F(EngineTest, ANewTraceEndsTheOldOneEvenWhenItCannotBeWritten) {
   EXPECT_EQ(link.form.messages[0].text, u"Unable to write to log file");
   link.Ask("XYZ");
   EXPECT_EQ(Traced(), std::vector<KorText>());
+  link.link->StartTrace(link.app.Path(u"no/such/trace"));
+  link.link->StopTrace(); // before it could be tried
+  link.Run();
+  EXPECT_EQ(link.form.messages.size(), 2u);
 }
 
 TEST_F(EngineTest, ATraceThatTheDiskHasNoRoomForEndsAndSaysSoOnce) {
@@ -851,18 +855,23 @@ TEST_F(EngineTest, ATraceThatTheDiskHasNoRoomForEndsAndSaysSoOnce) {
 TEST_F(EngineTest, ATraceThatFindsNoRoomToWaitEndsThereAndJobLinesAreStillKept) {
   SideThread writer(CommsLog::kMostWaiting);
   int told = 0;
-  CommsLog log(writer, [&] { ++told; });
+  const KorText newerPath = link.app.Path(u"newer.log");
+  CommsLog log(writer, [&] {
+    if (++told == 1) log.StartTrace(newerPath, LinkSettings(), CommsLog::Replace::OnlyLogs);
+  });
   log.SetJobLog(jobs, true);
   log.StartTrace(tracePath, LinkSettings(), CommsLog::Replace::OnlyLogs);
   writer.RunHere();
   header = link.app.Content(tracePath)->Length();
   int lines = 0;
-  for (; log.IsTracing() && lines < 1000000; ++lines)
+  for (; told == 0 && lines < 1000000; ++lines)
     log.Trace(KorText::Format(u"%i", lines), false);
-  log.Trace(u"later", false);
   log.LogJob({LinkStatus::DownloadCompleted, u"job", {}, {}});
-  EXPECT_EQ(told, 1);
   writer.RunHere();
+  log.Trace(u"on", false); // into the one that was started since
+  writer.RunHere();
+  EXPECT_EQ(told, 1);
+  EXPECT_TRUE(link.app.Content(newerPath)->EndsWith(u") on\r\n"));
   EXPECT_EQ(Traced().size(), static_cast<std::size_t>(lines) - 1);
   EXPECT_EQ(Traced().back(), KorText::Format(u"%i", lines - 2));
   EXPECT_TRUE(link.app.Content(jobs)->EndsWith(u" job\r\n"));
