@@ -1,6 +1,8 @@
 #include "link/ended_jobs.h"
 
 #include <algorithm>
+#include <functional>
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -13,9 +15,18 @@ namespace kor {
 
 namespace {
 
-constexpr std::uint64_t kLongestLine = 16 << 10; // bytes that are searched for the last line
+constexpr std::string_view kHeader = "ended jobs 1\n"; // with the version
+constexpr std::uint64_t kLongestLine = 16 << 10;       // bytes that are searched for the last line
+constexpr std::uint32_t kLongestWait = 300, kWaitStep = 20; // ms, for another program
 
-enum Field : std::size_t { Number, Time, Direction, Code, Bytes, Name, Count };
+enum Field : std::size_t { Number, Time, Direction, Code, Bytes, Note, Name, Count };
+
+bool HasHeader(SimpleFile& file) {
+  std::string bytes(kHeader.size(), '\0');
+  file.Seek(0);
+  bytes.resize(file.Read({reinterpret_cast<std::uint8_t*>(bytes.data()), bytes.size()}));
+  return bytes == kHeader;
+}
 
 std::string NewestPart(SimpleFile& file, std::uint64_t most) {
   const std::uint64_t size = std::min(file.Size(), most);
@@ -31,6 +42,14 @@ bool Write(SimpleFile& file, const std::string& bytes) {
          file.Flush();
 }
 
+// Without a line that the power tore, and without the header or a line whose start is not there.
+std::string NewestLines(SimpleFile& file, std::uint64_t most) {
+  if (!HasHeader(file)) return {};
+  std::string lines = NewestPart(file, most);
+  lines.resize(lines.find_last_of('\n') + 1);
+  return lines.substr(lines.find('\n') + 1);
+}
+
 // The last field takes what is left, tabs included.
 std::vector<KorText> FieldsOf(const KorText& line) {
   std::vector<KorText> fields;
@@ -44,11 +63,13 @@ std::vector<KorText> FieldsOf(const KorText& line) {
   return fields;
 }
 
-std::int64_t LastNumber(const std::string& newest) {
-  const std::size_t end = newest.find_last_not_of('\n');
-  const std::size_t begin = end == newest.npos ? end : newest.find_last_of('\n', end);
-  const std::size_t first = begin == newest.npos ? 0 : begin + 1;
-  return FieldsOf(KorText::FromUtf8(std::string_view(newest).substr(first)))[0].ToInteger64();
+// Of whole lines. The largest number there is repeats itself.
+std::int64_t NextNumber(const std::string& lines) {
+  if (lines.size() < 2) return 1;
+  const std::size_t begin = lines.find_last_of('\n', lines.size() - 2) + 1;
+  const KorText last = KorText::FromUtf8(std::string_view(lines).substr(begin));
+  constexpr std::int64_t kLargest = std::numeric_limits<std::int64_t>::max();
+  return std::clamp<std::int64_t>(FieldsOf(last)[Number].ToInteger64(), 0, kLargest - 1) + 1;
 }
 
 const char16_t* DirectionOf(LinkStatus code) {
@@ -73,14 +94,17 @@ KorText DayText(const SystemTime& day) {
   return KorText::Format(u"%04i-%02i-%02i", day.year, day.month, day.day);
 }
 
+KorText WithBlanksFor(std::u16string_view unwanted, KorText text) {
+  for (const char16_t c : unwanted)
+    text.ReplaceAll(KorText(1, c), u" ");
+  return text;
+}
+
 std::string LineOf(std::int64_t number, const EndedJob& job) {
-  KorText name = job.fileName;
-  for (const char16_t end : {u'\r', u'\n'})
-    name.ReplaceAll(KorText(1, end), u" ");
   const SystemTime& t = job.time;
-  return KorText::Format(u"%i\t%s %02i:%02i:%02i\t%s\t%i\t%i\t%s\n", number, DayText(t), t.hour,
+  return KorText::Format(u"%i\t%s %02i:%02i:%02i\t%s\t%i\t%i\t%s\t%s\n", number, DayText(t), t.hour,
                          t.minute, t.second, DirectionOf(job.code), NumberOf(job.code), job.bytes,
-                         name)
+                         WithBlanksFor(u"\t\r\n", job.note), WithBlanksFor(u"\r\n", job.fileName))
       .ToUtf8();
 }
 
@@ -100,7 +124,7 @@ std::optional<EndedJob> JobOf(const KorText& line, const SystemTime& day) {
   const auto code = static_cast<LinkStatus>(fields[Code].ToInteger());
   const auto time = TimeOf(fields[Time], day);
   if (!time || !EndsJob(code)) return std::nullopt;
-  EndedJob job{code, {}, fields[Name], *time, {}, fields[Bytes].ToInteger64()};
+  EndedJob job{code, {}, fields[Name], *time, fields[Note], fields[Bytes].ToInteger64()};
   StatusFacts facts;
   facts.fileName = job.fileName;
   facts.count = job.bytes;
@@ -108,10 +132,35 @@ std::optional<EndedJob> JobOf(const KorText& line, const SystemTime& day) {
   return job;
 }
 
-// In one step: whoever reads it meanwhile sees the older or the newer file.
-bool Rewrite(const KorText& path, const std::string& bytes) {
-  KorFile file(path);
-  return file.OpenSafe() && Write(file, bytes) && file.Commit();
+// Another program of the same settings may be adding its own job. A file that can't be written at
+// all is not waited for.
+bool OpenWhenFree(const KorText& path, const std::function<bool()>& open) {
+  const std::uint32_t start = App().TickCount();
+  while (!open()) {
+    const bool mayBeHeld = App().FileExists(path) && App().CanReplaceFile(path);
+    if (!mayBeHeld || App().TickCount() - start >= kLongestWait) return false;
+    App().SleepMilliseconds(kWaitStep);
+  }
+  return true;
+}
+
+bool IsContinuable(SimpleFile& file, const std::string& end) {
+  return file.Size() == 0 || (HasHeader(file) && end.back() == '\n');
+}
+
+// In one step: whoever reads it meanwhile sees the older or the newer file. Nobody else writes it
+// from before it is read until it is replaced.
+bool Rewrite(const KorText& path, const EndedJob& job) {
+  KorFile newer(path);
+  newer.HoldTarget();
+  if (!OpenWhenFree(path, [&] { return newer.OpenSafe(); })) return false;
+  SimpleFile older(path);
+  if (!older.Open(kFileRead)) return false;
+  const bool isFull = older.Size() + kLongestLine > kMostEndedJobs;
+  const std::string lines = NewestLines(older, isFull ? kMostEndedJobs / 2 : kMostEndedJobs);
+  older.Close();
+  return Write(newer, std::string(kHeader) + lines + LineOf(NextNumber(lines), job)) &&
+         newer.Commit();
 }
 
 } // namespace
@@ -119,24 +168,24 @@ bool Rewrite(const KorText& path, const std::string& bytes) {
 bool AddEndedJob(const KorText& path, const EndedJob& job) {
   App().MakeFolder(FolderOfPath(path));
   SimpleFile file(path);
-  if (!file.Open(kFileRead | kFileWrite)) return false;
+  if (!OpenWhenFree(path, [&] { return file.Open(kFileRead | kFileWrite); })) return false;
   const std::string end = NewestPart(file, kLongestLine);
-  std::string line = LineOf(LastNumber(end) + 1, job);
-  if (!end.empty() && end.back() != '\n') line.insert(0, "\n"); // the power went in mid-line
-  if (file.Size() + line.size() <= kMostEndedJobs) {
+  if (end.empty() && file.Size() > 0) return false; // it can't be read
+  std::string added = LineOf(NextNumber(end), job);
+  if (end.empty()) added.insert(0, kHeader);
+  if (IsContinuable(file, end) && file.Size() + added.size() <= kMostEndedJobs) {
     file.Seek(0, true);
-    return Write(file, line);
+    return Write(file, added);
   }
-  const std::string newer = NewestPart(file, kMostEndedJobs / 2);
   file.Close();
-  return Rewrite(path, newer.substr(newer.find('\n') + 1) + line);
+  return Rewrite(path, job);
 }
 
 std::vector<EndedJob> ReadJobsOfDay(const KorText& path, const SystemTime& day) {
   std::vector<EndedJob> jobs;
   SimpleFile file(path);
   if (!file.Open(kFileRead)) return jobs;
-  for (const KorText& line : Split(KorText::FromUtf8(NewestPart(file, kMostEndedJobs)), u'\n'))
+  for (const KorText& line : Split(KorText::FromUtf8(NewestLines(file, kMostEndedJobs)), u'\n'))
     if (const auto job = JobOf(line, day)) jobs.push_back(*job);
   return jobs;
 }

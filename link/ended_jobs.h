@@ -1,6 +1,7 @@
 // The file of the ended jobs beside the settings: one line for each job, also for equal ones and
 // while no job log is written, so that the jobs of the day are known again after a restart. What
-// the lines hold is in docs/formats/ended-jobs.md. Any thread, one at a time.
+// the lines hold is in docs/formats/ended-jobs.md. Any thread, one at a time; several programs may
+// share one file.
 #pragma once
 
 #include <vector>
@@ -12,11 +13,12 @@ namespace kor {
 // Bytes: a file that would grow longer loses the older half of its lines.
 inline constexpr std::uint64_t kMostEndedJobs = 512 << 10;
 
-// Adds the job with the number after the last one's; makes the folder when it is missing. False
-// when it could not be written.
+// Adds the job with the number after the last one's; makes the folder when it is missing. A file
+// of another version is begun anew. Waits less than a second for a program that holds the
+// file. False when it could not be written.
 bool AddEndedJob(const KorText& path, const EndedJob& job);
 // The jobs of the given local day, oldest first. Lines that no job has are passed over; nothing
-// when the file can't be read.
+// when the file can't be read or is of another version.
 std::vector<EndedJob> ReadJobsOfDay(const KorText& path, const SystemTime& day);
 
 } // namespace kor

@@ -25,7 +25,8 @@ TEST(EndedJobs, TheExampleHolds) {
       {{DownloadCompleted, {}, sent, {}, {}, 93301}, {2026, 11, 22, 4, 20, 5}},
       {{DownloadCompleted, {}, sent, {}, {}, 93301}, {2026, 11, 22, 4, 21, 40}},
       {{DownloadCantOpen, {}, u"/srv/nc/124.MPG", {}, {}, 0}, {2026, 11, 22, 4, 22, 1}},
-      {{UploadCompleted, {}, u"/srv/nc/up/7.MPG", {}, {}, 2048}, {2026, 11, 22, 4, 25, 13}}};
+      {{UploadCompleted, {}, u"/srv/nc/up/7.MPG", {}, u"Stored only up\tto\r\na \"]\"", 2048},
+       {2026, 11, 22, 4, 25, 13}}};
   for (const auto& [job, time] : jobs) {
     EndedJob timed = job;
     timed.time = time;
@@ -39,6 +40,7 @@ TEST(EndedJobs, TheExampleHolds) {
   const std::vector<EndedJob> read = ReadJobsOfDay(path, jobs[0].second);
   ASSERT_EQ(read.size(), 4U);
   EXPECT_EQ(read[3].line, u"Upload Completed /srv/nc/up/7.MPG - 2048 bytes in file.");
+  EXPECT_EQ(read[3].note, u"Stored only up to  a \"]\"");
   EXPECT_EQ(read[3].time.minute, 25);
 }
 

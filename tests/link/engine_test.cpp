@@ -695,8 +695,9 @@ TEST_F(EngineTest, AnOverrunIsShownAndLoggedBeforeTheNextReadClearsIt) {
 TEST_F(EngineTest, TheJobsOfTheDayAreShownAgainAfterAStart) {
   const KorText file = link.app.Path(u"settings/NCE.jobs");
   link.app.SetUtc(SystemTime{2026, 11, 21, 13, 5, 9, 0, 6});
-  link.app.Put(file, u"6\t2025-11-21 13:05:09\tdownload\t9\t0\t/n/1.MPG\n"
-                     u"7\t2026-11-21 13:05:09\tdownload\t12\t0\t/n/1.MPG\n8\t2026-11-21 1");
+  link.app.Put(file, u"ended jobs 1\n6\t2025-11-21 13:05:09\tdownload\t9\t0\t\t/n/1.MPG\n"
+                     u"7\t2026-11-21 13:05:09\tdownload\t12\t0\t\t/n/1.MPG\n"
+                     u"8\t2026-11-21 13:05:09\tdownload\t9\t0\t\t/n/to"); // torn
   link.PutProgram(u"1.MPG", u"A\n");
   link.Start();
   link.BeginDownload("1");
@@ -712,18 +713,50 @@ TEST_F(EngineTest, TheJobsOfTheDayAreShownAgainAfterAStart) {
             (std::vector<KorText>{u"Download Completed " + link.Folder() + u"1.MPG - 2 bytes",
                                   missing, missing}));
   EXPECT_EQ(link.form.earlier[2].time.second, 9);
-  EXPECT_TRUE(link.app.Content(file)->Contains(u"\n9\t2026-11-21 13:05:09\tdownload\t18\t2\t"));
+  EXPECT_TRUE(link.app.Content(file)->Contains(
+      u"\t12\t0\t\t/n/1.MPG\n8\t2026-11-21 13:05:09\tdownload\t18\t2\t\t"));
 }
 
 TEST_F(EngineTest, TheFileOfEndedJobsKeepsTheNewestLines) {
   const KorText file = link.app.Path(u"new/NCE.jobs");
   EndedJob job{LinkStatus::UploadCompleted, {}, KorText(10000, u'n'), {.year = 2026}, {}, 7};
-  for (int i = 0; i < 60; ++i)
+  SimpleFile other(file); // another program's, which is done with it some time later
+  int openings = 0;
+  link.app.WhenOpening(u".jobs", [&] {
+    if (++openings % 8 == 0) other.Close();
+  });
+  for (int i = 0; i < 60; ++i) {
+    EXPECT_EQ(other.Open(kFileRead | kFileWrite), i > 0);
     ASSERT_TRUE(AddEndedJob(file, job));
+    other.Close();
+  }
   const KorText content = *link.app.Content(file);
   EXPECT_LE(content.Length(), kMostEndedJobs);
-  EXPECT_EQ(content.ToInteger(), 27); // the first line's
+  EXPECT_TRUE(content.StartsWith(u"ended jobs 1\n27\t"));
   EXPECT_EQ(ReadJobsOfDay(file, job.time).size(), 34U);
+  ASSERT_TRUE(other.Open(kFileRead | kFileWrite));
+  link.app.WhenOpening({}, {});
+  EXPECT_FALSE(AddEndedJob(file, job)); // who waits gives up in the end
+}
+
+TEST_F(EngineTest, TheFileOfEndedJobsIsReadAndContinuedOnlyInItsOwnVersion) {
+  const KorText file = link.app.Path(u"NCE.jobs"),
+                fields = u"\t2026-01-01 00:00:00\t-\t9\t0\t\tn\n";
+  const KorText ownVersion = u"ended jobs 1\n", last = u"9223372036854775807" + fields;
+  const EndedJob job{LinkStatus::DownloadCantOpen, {}, u"n", {.year = 2026, .month = 1, .day = 1}};
+  const std::tuple<KorText, std::size_t, KorText> contents[] = {
+      {u"ended jobs 2\n7" + fields, 0, ownVersion + u"1\t"},
+      {u"ended jo", 0, ownVersion + u"1\t"},
+      {u"7" + fields, 0, ownVersion + u"1\t"},
+      {ownVersion + u"7" + fields, 1, ownVersion + u"7" + fields + u"8\t"},
+      {ownVersion + last, 1, ownVersion + last + u"9223372036854775807\t"}};
+  for (const auto& [content, count, continued] : contents) {
+    SCOPED_TRACE(content.ToUtf8());
+    link.app.Put(file, content);
+    EXPECT_EQ(ReadJobsOfDay(file, job.time).size(), count);
+    EXPECT_TRUE(AddEndedJob(file, job));
+    EXPECT_TRUE(link.app.Content(file)->StartsWith(continued));
+  }
 }
 
 // Folders are looked at beside the serving and only when all else is right.
