@@ -683,12 +683,13 @@ TEST_F(NceAppTest, AFileSentByHandGoesOutInFrames) {
 }
 
 TEST_F(NceAppTest, AFileSentByHandNamesItsWholeFolderAndItsExtensionIfItHasOne) {
-  const std::filesystem::path root(link.Folder().ToUtf8());
-  const auto relative = std::filesystem::relative(root, std::filesystem::current_path());
   link.PutProgram(u"sub.d/2", u"A\n");
   link.Start();
-  link.link->SendFile(KorText::FromUtf8((relative / "sub.d/2").generic_string()));
+  const std::filesystem::path before = std::filesystem::current_path();
+  std::filesystem::current_path(link.Folder().ToUtf8());
+  link.link->SendFile(u"sub.d/2");
   link.Run();
+  std::filesystem::current_path(before);
   const KorText folder = link.link->Settings().downloadPath;
   EXPECT_TRUE(std::filesystem::path(folder.ToUtf8()).is_absolute()) << folder.ToUtf8();
   EXPECT_EQ(link.app.Content(folder + u"2"), u"A\n");
