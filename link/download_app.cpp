@@ -21,6 +21,7 @@ constexpr double kDisplayPeriod = 0.1; // seconds
 constexpr double kPingPeriod = 1.0;
 constexpr double kEndOfServePeriod = 5.0;
 constexpr double kXonPeriod = 3.0;
+constexpr double kAnswerPatience = 5.0;             // seconds for a look at a folder
 constexpr double kUploadPatience = 60.0;            // seconds without a line until the user is told
 constexpr std::size_t kJobBytes = 500;              // of an ended job that waits to be written
 constexpr std::int64_t kLargestChunk = 100;         // characters of one feed
@@ -28,6 +29,14 @@ constexpr std::chrono::milliseconds kPatience(400); // with a thread that is to 
 
 KorText LogFailure() {
   return LookUpText(15321, u"Unable to write to log file");
+}
+
+KorText SilentFolder() {
+  return LookUpText(15454, u"The folder does not answer. Choose another one, or try again later.");
+}
+
+KorText AnswerTimer(int question) {
+  return KorText::Format(u"DownloadApp::Answer %i", question);
 }
 
 double Now() {
@@ -95,7 +104,8 @@ DownloadApp::DownloadApp(EngineServices engineServices, const KorText& name)
 DownloadApp::~DownloadApp() {
   StopWorker();
   gone = true;
-  folderLooks.Finish();
+  for (SideThread& looker : folderLooks)
+    looker.Finish();
   logWriter.Finish();
   if (logsFor) logsFor->SetLogWriter({});
 }
@@ -128,12 +138,15 @@ void DownloadApp::StartSideThreads() {
   });
   if (!services.startWorker) return;
   logWriter.Start();
-  folderLooks.Start();
+  for (SideThread& looker : folderLooks)
+    looker.Start();
 }
 
-bool DownloadApp::LookAside(std::function<void()> look) {
-  return folderLooks.Add(1, [this, look = std::move(look)] {
-    if (!ending && !gone) look();
+bool DownloadApp::LookAside(const std::function<void()>& look) {
+  return std::ranges::any_of(folderLooks, [&](SideThread& looker) {
+    return looker.Add(1, [this, look] {
+      if (!ending && !gone) look();
+    });
   });
 }
 
@@ -151,7 +164,7 @@ void DownloadApp::BuildWindow() {
   OpenPort(0);
   UpdateStatus();
   BeforeServing();
-  AskJobsOfToday([this](const std::vector<EndedJob>& jobs) {
+  ReadJobsOfToday([this](const std::vector<EndedJob>& jobs) {
     if (!jobs.empty()) services.window->ShowEarlierJobs(jobs);
   });
   if (!services.startWorker) return;
@@ -220,7 +233,10 @@ bool DownloadApp::StopSideThreads() {
   const auto until = std::chrono::steady_clock::now() + kPatience;
   const bool written = logWriter.Stop(until);
   if (written && logsFor) logsFor->SetLogWriter({});
-  return folderLooks.Stop(until) && written;
+  bool ended = written;
+  for (SideThread& looker : folderLooks)
+    ended = looker.Stop(until) && ended;
+  return ended;
 }
 
 void DownloadApp::RunDueTimers() {
@@ -244,7 +260,8 @@ bool DownloadApp::Poll() {
   logWriter.Wake(); // behind the reply
   KeepDisplaying();
   if (!services.startWorker && !moved) {
-    folderLooks.RunHere();
+    for (SideThread& looker : folderLooks)
+      looker.RunHere();
     logWriter.RunHere();
   }
   return moved || worked;
@@ -482,14 +499,32 @@ void DownloadApp::LookAtForm(const FormDescription& edited,
     done({});
     return;
   }
-  ++unanswered;
-  const bool taken = LookAside([this, edited, before = windowSettings, done] {
-    PostToWindow([this, done, refusals = LookAtPlaces(edited, before)] {
-      --unanswered;
-      done(refusals);
+  const auto refuse = [edited, before = windowSettings, done] {
+    done(RefusePlaces(edited, before, SilentFolder()));
+  };
+  const int question = AwaitAnswer(refuse);
+  const bool taken = LookAside([this, edited, before = windowSettings, question, done] {
+    PostToWindow([this, question, done, refusals = LookAtPlaces(edited, before)] {
+      if (TakeAnswer(question)) done(refusals);
     });
   });
-  if (!taken) --unanswered;
+  if (!taken && TakeAnswer(question)) refuse();
+}
+
+int DownloadApp::AwaitAnswer(const std::function<void()>& refuse) {
+  const int question = ++questions;
+  ++unanswered;
+  timers.Create(AnswerTimer(question), kAnswerPatience, Now(), true, [this, question, refuse] {
+    if (TakeAnswer(question)) refuse();
+  });
+  return question;
+}
+
+bool DownloadApp::TakeAnswer(int question) {
+  if (!timers.IsStarted(AnswerTimer(question))) return false;
+  timers.Delete(AnswerTimer(question));
+  --unanswered;
+  return true;
 }
 
 void DownloadApp::LookAndAcceptSettings(const FormDescription& form,
@@ -810,16 +845,22 @@ void DownloadApp::StartTrace(const KorText& path) {
 }
 
 // Behind the jobs that have ended so far.
-void DownloadApp::AskJobsOfToday(std::function<void(const std::vector<EndedJob>&)> show) {
-  ++unanswered;
-  const bool asked = logWriter.Add(1, [this, show = std::move(show)] {
+bool DownloadApp::ReadJobsOfToday(std::function<void(const std::vector<EndedJob>&)> show) {
+  return logWriter.Add(1, [this, show = std::move(show)] {
     if (gone) return;
-    PostToWindow([this, show, jobs = ReadJobsOfDay(jobsPath, App().LocalTime())] {
-      --unanswered;
-      show(jobs);
-    });
+    PostToWindow([show, jobs = ReadJobsOfDay(jobsPath, App().LocalTime())] { show(jobs); });
   });
-  if (!asked) --unanswered;
+}
+
+void DownloadApp::AskJobsOfToday(std::function<void(const std::vector<EndedJob>&)> show) {
+  const auto refuse = [this] {
+    ShowMessage(LookUpText(15328, u"Log"), SilentFolder(), MessageStyle::Exclamation);
+  };
+  const int question = AwaitAnswer(refuse);
+  const bool asked = ReadJobsOfToday([this, question, show = std::move(show)](const auto& jobs) {
+    if (TakeAnswer(question)) show(jobs);
+  });
+  if (!asked && TakeAnswer(question)) refuse();
 }
 
 void DownloadApp::StopTrace() {

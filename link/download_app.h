@@ -8,10 +8,11 @@
 // (CommsMonitor) runs Poll and everything that touches the channel, the transfer file or the
 // protocol's state; the window reaches those by RunOnWorker, whose tasks run before the next poll, so
 // the window never waits for the worker or the line. The worker reaches the window by FormDialog::Post.
-// What may wait for a disk and is no program that was asked for, two side threads do: one writes
-// the logs, in order; the other looks at folders.
+// What may wait for a disk and is no program that was asked for, side threads do: one writes
+// the logs, in order; the others look at folders, one each, so that none waits for one that hangs.
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <functional>
@@ -55,8 +56,6 @@ struct EngineServices {
 EngineServices NoServices();
 
 class DownloadApp : public Storable, protected ChannelHost {
-  static constexpr std::size_t kMostLooks = 100;
-
  public:
   static constexpr std::uint32_t kClassId = 100091201;
 
@@ -110,7 +109,8 @@ class DownloadApp : public Storable, protected ChannelHost {
   //
   // Takes over an edited form and re-opens the port. An empty text, or what is wrong with a field.
   // The second looks at the folders and files that the form names before that: done gets the same
-  // text on the window's thread, later where there is something to look at.
+  // text on the window's thread, later where there is something to look at, after five seconds at
+  // most: then the folder does not answer, and is refused.
   KorText AcceptSettings(const FormDescription& form);
   void LookAndAcceptSettings(const FormDescription& form, std::function<void(const KorText&)> done);
   // Re-opens the port. False, after the message, when it was refused.
@@ -129,7 +129,8 @@ class DownloadApp : public Storable, protected ChannelHost {
   void StartTrace(const KorText& path);
   void StopTrace();
   bool IsTracing() const { return log.IsTracing(); }
-  // The jobs that ended today, oldest first: show gets them later, on the window's thread.
+  // The jobs that ended today, oldest first: show gets them later, on the window's thread; after
+  // five seconds without an answer a message says so instead.
   void AskJobsOfToday(std::function<void(const std::vector<EndedJob>&)> show);
   void SetMonitorShown(bool shown) { monitor.SetShown(shown); }
   void ReadyForServing();
@@ -219,7 +220,8 @@ class DownloadApp : public Storable, protected ChannelHost {
  private:
   SettingsStore store;
   SideThread logWriter{CommsLog::kMostWaiting};
-  SideThread folderLooks{kMostLooks}; // each counts as one byte
+  // Each does one thing at a time, which counts as one byte.
+  std::array<SideThread, 3> folderLooks{SideThread(1), SideThread(1), SideThread(1)};
   CommsLog log;
   WindowFeed feed;
   MonitorFeed monitor;
@@ -253,9 +255,14 @@ class DownloadApp : public Storable, protected ChannelHost {
   void StartSideThreads();
   bool StopSideThreads(); // false when one has not ended in time
   // Looks at a folder that may be slow; not done any more once the program ends.
-  bool LookAside(std::function<void()> look); // false when too many wait
+  bool LookAside(const std::function<void()>& look); // false when all are busy
   using Refusals = std::vector<FieldRefusal>;
   void LookAtForm(const FormDescription& edited, const std::function<void(const Refusals&)>& done);
+  // Window's thread. A question to a side thread is answered by whoever takes the answer first:
+  // what the thread has found, or refuse after five seconds.
+  int AwaitAnswer(const std::function<void()>& refuse);
+  bool TakeAnswer(int question); // false when it has been taken
+  bool ReadJobsOfToday(std::function<void(const std::vector<EndedJob>&)> show);
   void TellLogFailure();
   void WriteJobLine(const EndedJob& job);
   void CreateTimer(const char16_t* name, double period, bool started,
@@ -275,6 +282,7 @@ class DownloadApp : public Storable, protected ChannelHost {
   bool workerStuck = false;            // window
   KorText jobsPath;                    // of the file of ended jobs; set before the worker starts
   std::atomic<int> unanswered{0};      // questions to the side threads
+  int questions = 0;                   // window: so many were asked
   AppInterface* logsFor = nullptr;     // window: whose log the writer's thread writes, too
   std::atomic<bool> ending{false};
   std::atomic<bool> gone{false}; // nothing more is posted

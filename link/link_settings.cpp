@@ -445,6 +445,14 @@ std::vector<FieldRefusal> LookAtPlaces(const FormDescription& form, const LinkSe
   return refusals;
 }
 
+std::vector<FieldRefusal> RefusePlaces(const FormDescription& form, const LinkSettings& settings,
+                                       const KorText& reason) {
+  std::vector<FieldRefusal> refusals;
+  for (const FormField* const field : NewPlaces(form, settings))
+    refusals.push_back({field->key, field->label, field->value, {}, reason});
+  return refusals;
+}
+
 KorText ReadSettingsForm(const FormDescription& form, LinkSettings& settings) {
   LinkSettings read = settings;
   const std::vector<FieldRefusal> refusals = ReadEditedFields(form, read);

@@ -91,6 +91,9 @@ std::vector<FieldRefusal> CheckSettingsForm(const FormDescription& form,
 // any thread.
 bool NamesNewPlaces(const FormDescription& form, const LinkSettings& settings);
 std::vector<FieldRefusal> LookAtPlaces(const FormDescription& form, const LinkSettings& settings);
+// All of those, for one reason, where looking takes too long.
+std::vector<FieldRefusal> RefusePlaces(const FormDescription& form, const LinkSettings& settings,
+                                       const KorText& reason);
 // Takes the form over. An empty text, or the first refusal, which names the key; settings are then
 // unchanged.
 KorText ReadSettingsForm(const FormDescription& form, LinkSettings& settings);

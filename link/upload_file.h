@@ -27,7 +27,8 @@ class UploadFile {
   void AwaitEndMark() { endMarkAwaited = true; }
   void EndMarkCame() { endMarkAwaited = false; }
 
-  // Removes what a killed program left of its uploads to the folder. Before the worker starts.
+  // Removes what a killed program left of its uploads to the folder. Any
+  // thread; an upload that runs keeps its part.
   static void ClearAway(const KorText& folder);
 
  private:

@@ -182,10 +182,11 @@ TEST(WorkerEndTest, AFolderThatHangsDoesNotHoldTheEnd) {
     std::promise<void> begun, reached, release;
     app.Put(app.Path(u"settings/NCE.INI"),
             u"[Log]\nlog file=" + app.Path(u"jobs.log") + u"\nwrite log=1\n");
-    std::atomic<bool> first{true};
+    std::atomic<bool> first{true}, hangs{true};
     app.WhenOpening(folder, [&, wait = release.get_future().share()] {
       if (first.exchange(false)) reached.set_value();
       wait.wait_for(5s);
+      hangs = false;
     });
     auto engine = std::make_unique<NCEApp>(link.Services(true), KorText());
     engine->SetUpServices();
@@ -194,7 +195,16 @@ TEST(WorkerEndTest, AFolderThatHangsDoesNotHoldTheEnd) {
     engine->RunOnWorker([&] { begun.set_value(); });
     begun.get_future().wait();
     // The end must find it under way; the log's is reached by the end.
-    if (KorText(folder) == u"cnc") reached.get_future().wait();
+    if (KorText(folder) == u"cnc") {
+      reached.get_future().wait();
+      FormDescription form = engine->SettingsForm();
+      form.Find(u"upload-path")->value = app.Path(u"settings");
+      bool looked = false;
+      form.look(form, [&](const FormDescription&) { looked = true; });
+      while (!looked)
+        link.form.RunPosted();
+      EXPECT_TRUE(hangs) << "another folder is looked at meanwhile";
+    }
     engine->Terminate();
     EXPECT_TRUE(engine->IsWorkerStuck());
     release.set_value();

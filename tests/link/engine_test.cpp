@@ -791,6 +791,37 @@ TEST_F(EngineTest, TheSettingsFormSaysWhatIsWrongBesideEachField) {
   EXPECT_NE(form.obstacle, u"");
 }
 
+// What comes later is dropped. A look of which others hang is refused at once.
+TEST_F(EngineTest, AFolderThatDoesNotAnswerIsRefusedInTime) {
+  link.Start();
+  const KorText silent = u"The folder does not answer. Choose another one, or try again later.";
+  FormDescription form = link.link->SettingsForm();
+  form.Find(u"upload-path")->value = u"/no/such/folder";
+  std::vector<KorText> answers;
+  const auto look = [&] {
+    link.link->LookAndAcceptSettings(form, [&](const KorText& wrong) { answers.push_back(wrong); });
+  };
+  const auto pass = [&](double seconds) {
+    link.app.Advance(seconds);
+    link.link->RunDueTimers();
+    link.form.RunPosted();
+  };
+  look();
+  link.link->AskJobsOfToday([](const auto&) { ADD_FAILURE(); });
+  pass(4.9);
+  EXPECT_TRUE(answers.empty() && link.link->IsBehind());
+  pass(0.2);
+  EXPECT_EQ(answers, std::vector<KorText>{silent});
+  ASSERT_EQ(link.form.messages.size(), 1u);
+  EXPECT_EQ(link.form.messages[0].text, silent);
+  EXPECT_FALSE(link.link->IsBehind());
+  link.Run();
+  EXPECT_EQ(answers.size(), 1u);
+  for (int i = 0; i < 4; ++i)
+    look();
+  EXPECT_EQ(answers, (std::vector<KorText>{silent, silent}));
+}
+
 // Only where nothing is lost.
 TEST_F(EngineTest, ATraceAndANewJobLogReplaceNothingButLogs) {
   const std::pair<KorText, bool> contents[] = {
