@@ -205,7 +205,7 @@ TEST_F(EngineTest, AnXoffHoldsEverythingUntilAnXon) {
 
 TEST_F(EngineTest, APartialWriteGoesOnWhereItEnded) {
   link.Start();
-  for (const std::size_t limit : {7, 26}) { // the second leaves a single byte
+  for (const std::size_t limit : {std::size_t{7}, std::size_t{26}}) { // 26 leaves a single byte
     link.port.SetWriteLimit(limit);
     EXPECT_EQ(link.Ask("XYZ"), "ABCDEFGHIJKLMNOPQRSTUVWXYZ\r");
   }
