@@ -12,8 +12,11 @@ namespace kor {
 
 class ScarceMemory {
  public:
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) // GCC
   static constexpr bool kWorks = false;
+#elif defined(__has_feature) // Clang
+  static constexpr bool kWorks =
+      !(__has_feature(address_sanitizer) || __has_feature(thread_sanitizer));
 #else
   static constexpr bool kWorks = true;
 #endif
