@@ -1,5 +1,5 @@
-// ncedl: the DNC link in a window. Its whole command line, words joined by one blank, is the program's
-// command line: the model name, with "SIMULATION" and "500" switching their modes on.
+// ncedl: the DNC link in a window. Its whole command line, words joined by one blank, is the
+// program's command line: the model name, with "SIMULATION" and "500" switching their modes on.
 #include <atomic>
 #include <clocale>
 #include <cstdio>
@@ -95,7 +95,8 @@ class EarlyReports {
   std::vector<MessageRecord> records;
 };
 
-// What the toolkit has to say goes into the application's log: its own windows would stand in the way.
+// What the toolkit has to say goes into the application's log: its own windows would stand in the
+// way.
 class ToolkitLog : public wxLog {
  public:
   ToolkitLog() : before(SetActiveTarget(this)) { wxSetAssertHandler(&OnAssertion); }
@@ -229,8 +230,8 @@ void WindowRun::OnEndOverdue() {
   std::_Exit(0);
 }
 
-// Windows ends the process once its windows have been told; nothing is left for later, and nobody is there to answer
-// a message.
+// Windows ends the process once its windows have been told; nothing is left for later, and nobody
+// is there to answer a message.
 void WindowRun::EndAtOnce() {
   if (window) End();
   SaveAndExit();
@@ -306,7 +307,8 @@ class WindowProgram : public wxApp {
 int WindowProgram::OnRun() {
   std::setlocale(LC_NUMERIC, "C"); // numbers in files and logs have a point
   SetExitOnFrameDelete(false);
-  // No control waits for these; asking each after every event costs more than all that the window does.
+  // No control waits for these; asking each after every event costs more than all that the window
+  // does.
   wxIdleEvent::SetMode(wxIDLE_PROCESS_SPECIFIED);
   wxUpdateUIEvent::SetMode(wxUPDATE_UI_PROCESS_SPECIFIED);
   PlatformAppInterface application(kProgramNames);

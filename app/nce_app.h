@@ -41,7 +41,7 @@ class NCEApp : public DownloadApp {
   void PollIdle() override;
   void StartDownload() override;
 
-  // --- Window ---------------------------------------------------------------------------------------
+  // --- Window -----------------------------------------------------------------------------------
   const SpecialFeatures& Features() const { return windowFeatures; }
   void SetFeatures(const SpecialFeatures& changed);
   // The special-features dialog; the form is also what scripts edit.

@@ -149,8 +149,8 @@ std::string NCEApp::NextBlock() {
 }
 
 void NCEApp::SendNextFrame() {
-  // A file of an autoload chain without a line to send brings no frame: the file after it answers the
-  // same ">", so that the controller never waits for nothing.
+  // A file of an autoload chain without a line to send brings no frame: the file after it answers
+  // the same ">", so that the controller never waits for nothing.
   do {
     frameIsOwed = fileAwaited;
     if (fileAwaited) return;

@@ -11,7 +11,8 @@ namespace {
 constexpr std::int32_t kTexts = 20000;
 constexpr std::size_t kLanguages = 8;
 
-// Sentences of made-up words, about as long as the shipped texts, that repeat as little as real ones.
+// Sentences of made-up words, about as long as the shipped texts, that repeat as little as real
+// ones.
 class Babbler {
  public:
   KorText Sentence() {

@@ -1,5 +1,5 @@
-// Measures ncedl-console from outside, as a process on a pseudo-terminal, and other transfer programs on a
-// line of the same speed. Prints a table; exit code 1 when a target is missed.
+// Measures ncedl-console from outside, as a process on a pseudo-terminal, and other transfer
+// programs on a line of the same speed. Prints a table; exit code 1 when a target is missed.
 //   link_bench PROGRAMS-FOLDER [--quick]
 #include <signal.h>
 
@@ -91,8 +91,8 @@ double TurnAround(const std::string& programs, bool withTrace, bool withMonitor,
   return Quantile(times, 0.5);
 }
 
-// The same pseudo-terminal, first with a process that does nothing but send back what it gets: what the
-// system itself takes.
+// The same pseudo-terminal, first with a process that does nothing but send back what it gets: what
+// the system itself takes.
 double BesideAnEcho(const std::string& programs, int rounds) {
   const HostFolders folders(programs);
   Controller controller(folders.Line());

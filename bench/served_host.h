@@ -1,5 +1,5 @@
-// What the line benchmarks share: the controller's end of a pseudo-terminal, a host on the other, and what
-// a process costs. Owned by the benchmark's main; one thread.
+// What the line benchmarks share: the controller's end of a pseudo-terminal, a host on the other,
+// and what a process costs. Owned by the benchmark's main; one thread.
 #pragma once
 
 #include <signal.h>
@@ -30,9 +30,9 @@ std::chrono::nanoseconds ByteTime(int baud);
 // NC text of at least so many bytes, in lines of the usual length.
 std::string NcText(std::size_t bytes);
 
-// The controller's end of the line, ready with its next request the moment a reply is complete. With a
-// byte time it keeps the line's speed in both directions, by a clock that stands still while this program
-// is late for a moment it waited for: what is lost by that clock is the host's doing.
+// The controller's end of the line, ready with its next request the moment a reply is complete.
+// With a byte time it keeps the line's speed in both directions, by a clock that stands still while
+// this program is late for a moment it waited for: what is lost by that clock is the host's doing.
 class Controller {
  public:
   struct Reply {
@@ -154,7 +154,8 @@ void AwaitHost(Controller& controller);
 // Fetches a program of so many bytes and hands every frame's turn-around to the function.
 void Fetch(Controller& controller, const std::string& number, std::size_t bytes,
            const std::function<void(double)>& onFrame = {});
-// Milliseconds from the start of a host's process to the first request that it serves, the median of 11.
+// Milliseconds from the start of a host's process to the first request that it serves, the median
+// of 11.
 double StartToServing(const std::string& programs, const std::string& program);
 
 double Quantile(const std::vector<double>& sorted, double q);

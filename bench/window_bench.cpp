@@ -1,5 +1,6 @@
-// Measures the window from outside, as a process on a pseudo-terminal and on the display there is. Prints a
-// table; exit code 1 when a target is missed. What the display server spends is not counted.
+// Measures the window from outside, as a process on a pseudo-terminal and on the display there is.
+// Prints a table; exit code 1 when a target is missed. What the display server spends is not
+// counted.
 //   window_bench PROGRAMS-FOLDER [--quick]
 #include <algorithm>
 #include <cstdio>

@@ -150,7 +150,8 @@ void WindowScenes::AddJob(LinkStatus code, int number) {
   window->AddJob({code, StatusText(code, facts, {}), facts.fileName, App().LocalTime()});
 }
 
-// --- Scenes --------------------------------------------------------------------------------------------
+// --- Scenes
+// --------------------------------------------------------------------------------------------
 
 void WindowScenes::PlayStates() {
   using enum LinkStatus;
