@@ -1,5 +1,5 @@
-// What the mains of the two hosts have in common: their command line, what they lend to the engine, and where
-// reports go. Main thread.
+// What the mains of the two hosts have in common: their command line, what they lend to the engine,
+// and where reports go. Main thread.
 #pragma once
 
 #include <functional>
@@ -15,8 +15,9 @@ namespace kor {
 // The command line: the words, joined by one blank.
 KorText JoinedWords(const std::vector<KorText>& words);
 
-// A single word that begins with "-" names no settings: it is answered, and nothing is served, opened or
-// written. The exit code, or none to serve. showInstead gets the answer where nobody would see what is printed.
+// A single word that begins with "-" names no settings: it is answered, and nothing is served,
+// opened or written. The exit code, or none to serve. showInstead gets the answer where nobody
+// would see what is printed.
 std::optional<int> AnswerOption(const char16_t* program, const char16_t* help,
                                 const std::vector<KorText>& words,
                                 const std::function<void(const KorText&)>& showInstead = {});

@@ -1,5 +1,5 @@
-// ncedl-console: the DNC link in a terminal. Its whole command line, words joined by one blank, is the
-// program's command line: the model name, with "SIMULATION" and "500" switching their modes on.
+// ncedl-console: the DNC link in a terminal. Its whole command line, words joined by one blank, is
+// the program's command line: the model name, with "SIMULATION" and "500" switching their modes on.
 #include <cstdlib>
 
 #include "app/main_common.h"

@@ -47,7 +47,7 @@ void NCEApp::BeforeServing() {
   workerFeatures = windowFeatures;
 }
 
-// --- After a reply -------------------------------------------------------------------------------
+// --- After a reply ---
 
 // An exchange that something else has ended meanwhile asks for nothing any more.
 void NCEApp::DoWhatWaits() {

@@ -30,19 +30,18 @@ struct HybridNumber {
 };
 HybridNumber SplitHybridNumber(KorText number);
 
-// "H", seven digits, ".C", two digits: 'FH 0000123' gives 'H0000001.C23'. Longer numbers lengthen the
-// end.
+// "H", seven digits, ".C", two digits: 'FH 0000123' gives 'H0000001.C23'. Longer numbers lengthen
+// the end.
 KorText Model500Name(const KorText& requestText);
 
-// The number that follows in an autoload chain, without leading zeros (five digits with hybridNumber);
-// std::nullopt after the last sheet and where no 32-bit number
-// follows.
+// The number that follows in an autoload chain, without leading zeros (five digits with
+// hybridNumber); std::nullopt after the last sheet and where no 32-bit number follows.
 std::optional<KorText> NextNumber(const KorText& number, const SpecialFeatures& features,
                                   std::int32_t lastSheet);
 
-// Whether a number from the line may name a file: it must stay inside its folder and be no device of
-// the system. It does not when it holds "/", "\", ":" or a character that file names can't have, is
-// made of dots, or is a reserved name such as "NUL". An empty number may.
+// Whether a number from the line may name a file: it must stay inside its folder and be no device
+// of the system. It does not when it holds "/", "\", ":" or a character that file names can't have,
+// is made of dots, or is a reserved name such as "NUL". An empty number may.
 bool NamesFile(const KorText& number);
 
 } // namespace kor

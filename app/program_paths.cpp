@@ -127,7 +127,8 @@ bool ProgramPaths::ReadSection(bool writeDefaults) {
   return true;
 }
 
-// Completes and normalises the texts and resolves them; true when a kind but "Main" took its default.
+// Completes and normalises the texts and resolves them; true when a kind but "Main" took its
+// default.
 bool ProgramPaths::FillDefaults() {
   KorText& mainText = texts[kMainFolder];
   mainText = NormalisedFolder(mainText.IsEmpty() ? KorText(u".") : mainText);

@@ -1,11 +1,12 @@
-// ProgramPaths: the program's folders by kind, read from the section "PROGRAM PATHS" of KOR.INI in the
-// start-in folder. Whoever needs the folders makes one; loading hands every folder to the application
-// services, which keep them by display name when the object is gone. One thread at a time.
+// ProgramPaths: the program's folders by kind, read from the section "PROGRAM PATHS" of KOR.INI in
+// the start-in folder. Whoever needs the folders makes one; loading hands every folder to the
+// application services, which keep them by display name when the object is gone. One thread at a
+// time.
 //
 // Folder texts end with "/" and use "/" only. A text that is not absolute counts from the folder of
-// KOR.INI, "." and ".." included, and stays relative in the file, so that a whole tree can be moved. A
-// missing or empty "Main" is the folder of KOR.INI itself. A drive ("C:") counts as absolute on every
-// system.
+// KOR.INI, "." and ".." included, and stays relative in the file, so that a whole tree can be
+// moved. A missing or empty "Main" is the folder of KOR.INI itself. A drive ("C:") counts as
+// absolute on every system.
 #pragma once
 
 #include <array>
@@ -40,9 +41,9 @@ class ProgramPaths {
   // Takes the start-in folder as the place of the paths file at each Load.
   ProgramPaths() = default;
 
-  // False when the place of the paths file is not known, or when the file or its section is not there
-  // or can't be read: all folders are empty then. writeDefaults writes the section back when a folder
-  // took its default; a file that can't be written is reported as a warning.
+  // False when the place of the paths file is not known, or when the file or its section is not
+  // there or can't be read: all folders are empty then. writeDefaults writes the section back when
+  // a folder took its default; a file that can't be written is reported as a warning.
   bool Load(bool writeDefaults = false);
   // Load for the program's start: a failure is shown to the user.
   bool LoadOrReport(bool writeDefaults = false);
@@ -51,9 +52,9 @@ class ProgramPaths {
   bool WritingFailed() const { return writingFailed; }
 
   // Loads first when that was not done. Empty for a kind that does not exist, and, with a message
-  // unless quiet, when the paths can't be loaded. A folder is made at most once; when it can't be made
-  // the next call tries again. The sub-folder of "Reports" is joined with "/", which gives two of them;
-  // this is intended.
+  // unless quiet, when the paths can't be loaded. A folder is made at most once; when it can't be
+  // made the next call tries again. The sub-folder of "Reports" is joined with "/", which gives two
+  // of them; this is intended.
   KorText GetFolder(int kind, bool makeIfMissing = false, bool quiet = false,
                     bool noSubFolder = false);
   // Empty: no sub-folder.

@@ -1,9 +1,9 @@
-// The program's start, the same for the window and the console: dictionary, services, application log and
-// debug modes, program paths, class registration. Main thread.
+// The program's start, the same for the window and the console: dictionary, services, application
+// log and debug modes, program paths, class registration. Main thread.
 //
-// The log is the file of the settings' name in the settings folder, "NCE.log" beside NCE.INI; of several
-// programs with one name each has its own: "NCE-2.log" to "NCE-9.log". A program that can open none runs
-// without.
+// The log is the file of the settings' name in the settings folder, "NCE.log" beside NCE.INI; of
+// several programs with one name each has its own: "NCE-2.log" to "NCE-9.log". A program that can
+// open none runs without.
 #pragma once
 
 #include <optional>
@@ -17,8 +17,8 @@ struct StartedProgram {
   KorText cncFolder; // default folder of NC files
 };
 
-// Runs the start in its fixed order. Nothing when the program must end, with exit code 0 as intended;
-// the reason has been reported through the services, or is in error.
+// Runs the start in its fixed order. Nothing when the program must end, with exit code 0 as
+// intended; the reason has been reported through the services, or is in error.
 std::optional<StartedProgram> StartProgram(AppInterface& app, const KorText& commandLine,
                                            KorText& error);
 

@@ -1,6 +1,7 @@
 // Compressing and restoring of NC text by korfile, beside pigz -6 with as many threads: whole
-// programs, from file to file, with the peak of their memory. Both put the result on the disk before
-// they end (pigz with -Y). The shortest of the runs counts: other work on the machine only adds.
+// programs, from file to file, with the peak of their memory. Both put the result on the disk
+// before they end (pigz with -Y). The shortest of the runs counts: other work on the machine only
+// adds.
 #include <benchmark/benchmark.h>
 #include <spawn.h>
 #include <sys/resource.h>

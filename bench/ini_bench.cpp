@@ -1,5 +1,5 @@
-// Settings files of many keys: reading and writing all of them in one section, and as many sections of one
-// key. The time for a key stays the same however many there are.
+// Settings files of many keys: reading and writing all of them in one section, and as many sections
+// of one key. The time for a key stays the same however many there are.
 #include <benchmark/benchmark.h>
 
 #include "services/ini/ini_file.h"

@@ -1,6 +1,6 @@
-// What runs in one process, measured with Google Benchmark and printed as rows of the common table: of
-// each benchmark the rate when it reports bytes or items, else the time, the median of repeated ones;
-// then its own counters. Exit code 1 when a target is missed or a benchmark failed.
+// What runs in one process, measured with Google Benchmark and printed as rows of the common table:
+// of each benchmark the rate when it reports bytes or items, else the time, the median of repeated
+// ones; then its own counters. Exit code 1 when a target is missed or a benchmark failed.
 //   ncedl_bench [Google Benchmark's options]
 #include <benchmark/benchmark.h>
 

@@ -1,6 +1,6 @@
 // PacedRelay: two pseudo-terminals joined as if by a cable between two computers. What one program
-// writes to one far end comes out at the other, no faster than a line of the given speed carries it.
-// Owned by the benchmark; a thread per direction does the work.
+// writes to one far end comes out at the other, no faster than a line of the given speed carries
+// it. Owned by the benchmark; a thread per direction does the work.
 #pragma once
 
 #include <array>
@@ -30,7 +30,8 @@ class PacedRelay {
   PacedRelay& operator=(const PacedRelay&) = delete;
 
   void StartCounting(); // forgets what has passed
-  // From the arrival of the first byte to that of the last, in both directions together, in seconds.
+  // From the arrival of the first byte to that of the last, in both directions together, in
+  // seconds.
   double ActiveSeconds() const;
   std::uint64_t BytesToRight() const { return counts[0]; }
   std::uint64_t BytesToLeft() const { return counts[1]; }

@@ -1,5 +1,5 @@
-// The table of benchmarks that scripts/bench shows: a row per value, with its target and whether the
-// target is met. Owned by the benchmark's main; one thread.
+// The table of benchmarks that scripts/bench shows: a row per value, with its target and whether
+// the target is met. Owned by the benchmark's main; one thread.
 #pragma once
 
 #include <string>

@@ -1,9 +1,11 @@
-// The demonstration: ncedl-console, or the window, on one end of a pseudo-terminal, nce-controller on the
-// other, each a process of its own. Exit code 0 only when every byte that travelled was right.
-//   ncedl-demo [--quick [PROGRAMS SAMPLES]]   the console at 115200 baud; --quick: the large program is a
-//                                  small one; PROGRAMS, SAMPLES: other folders than those it was built with
+// The demonstration: ncedl-console, or the window, on one end of a pseudo-terminal, nce-controller
+// on the other, each a process of its own. Exit code 0 only when every byte that travelled was
+// right.
+//   ncedl-demo                     the console at 115200 baud
+//   ncedl-demo --quick [PROGRAMS SAMPLES]   the same with a small program in place of the large
+//                                  one, and with other folders than those it was built with
 //   ncedl-demo --windows PROGRAMS  as --quick, with the Windows console of that folder, under Wine
-//   ncedl-demo --window [FOLDER]   the window on the display there is; pictures of it go into FOLDER
+//   ncedl-demo --window [FOLDER]   the window on the display there is, its pictures in FOLDER
 #include <cstdio>
 #include <filesystem>
 #include <memory>

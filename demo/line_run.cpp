@@ -28,7 +28,7 @@ bool ShowsProgress() {
   return isatty(STDERR_FILENO) == 1;
 }
 
-// --- What has to travel --------------------------------------------------------------------------
+// --- What has to travel ---
 
 std::string Frame(const std::string& block) {
   const unsigned sum = std::accumulate(block.begin(), block.end(), 0U, [](unsigned all, char c) {
@@ -83,7 +83,7 @@ double JsonNumber(const std::string& json, const std::string& name) {
 
 } // namespace
 
-// --- Traffic -------------------------------------------------------------------------------------
+// --- Traffic ---
 
 void Traffic::Exchange(std::string_view request, std::string_view reply) {
   Request(request);
@@ -111,7 +111,7 @@ void Traffic::Upload(const std::string& number, const Texts& frames) {
   Exchange("]", ">");
 }
 
-// --- LineRun -------------------------------------------------------------------------------------
+// --- LineRun ---
 
 LineRun::LineRun(const std::string& programs, const std::string& folderOfSamples, int lineBaud,
                  std::shared_ptr<const support::WindowsSystem> windows)

@@ -1,6 +1,6 @@
-// LineRun: a controller on a pseudo-terminal that does what it is told, step by step, while a host serves
-// it. Every byte that travels is compared with what has to travel; this has its own idea of the protocol
-// for that. Prints a line for each step. Owned by a demonstration; one thread.
+// LineRun: a controller on a pseudo-terminal that does what it is told, step by step, while a host
+// serves it. Every byte that travels is compared with what has to travel; this has its own idea of
+// the protocol for that. Prints a line for each step. Owned by a demonstration; one thread.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,5 @@
-// Takes a picture of every window in every state, in the languages named, with the frame that the window
-// manager draws.
+// Takes a picture of every window in every state, in the languages named, with the frame that the
+// window manager draws.
 //   ncedl-pictures FOLDER [LANGUAGE...]
 #include <cstdio>
 #include <filesystem>

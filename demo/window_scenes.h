@@ -1,6 +1,6 @@
-// WindowScenes: every window of the program in every state worth looking at, on fakes of the system, so
-// that it looks the same each time. For the pictures, and for what is measured on all windows. Window's
-// thread.
+// WindowScenes: every window of the program in every state worth looking at, on fakes of the
+// system, so that it looks the same each time. For the pictures, and for what is measured on all
+// windows. Window's thread.
 #pragma once
 
 #include <functional>
@@ -21,8 +21,8 @@ class WindowScenes {
   // Called with each window while it stands as it is to be seen, and the scene's name.
   using Look = std::function<void(wxTopLevelWindow& window, std::string_view name)>;
 
-  // dictionary: path of the file that holds the texts. settle: milliseconds that the desktop is given
-  // to show what has changed.
+  // dictionary: path of the file that holds the texts. settle: milliseconds that the desktop is
+  // given to show what has changed.
   WindowScenes(const KorText& dictionary, int settle);
   ~WindowScenes();
 

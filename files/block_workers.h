@@ -1,6 +1,7 @@
 // BlockWorkers: a few threads, each with an input and an output buffer of its own, that do one step
-// on block after block. The owner fills inputs and takes outputs in block order, so that results don't
-// depend on the number of threads; block n belongs to the buffers number n modulo that number.
+// on block after block. The owner fills inputs and takes outputs in block order, so that results
+// don't depend on the number of threads; block n belongs to the buffers number n modulo that
+// number.
 //
 // One owner on one thread. With one worker there is no thread: Finish does the step itself. There
 // are fewer workers than asked for where the system has no memory or no threads for all of them.

@@ -1,6 +1,7 @@
 // FileCrc: the 64-bit file checksum. Polynomial x^64 + x^4 + x^3 + x + 1 in reflected form, least
-// significant bit first, register starting at 0, no final inversion. Beside it a count of the bytes,
-// modulo 2^32. Disk form (12 bytes): count, low half, high half, each a 32-bit little-endian number.
+// significant bit first, register starting at 0, no final inversion. Beside it a count of the
+// bytes, modulo 2^32. Disk form (12 bytes): count, low half, high half, each a 32-bit little-endian
+// number.
 //
 // A value type: no locking. The free functions may be called from any thread.
 #pragma once

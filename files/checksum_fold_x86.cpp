@@ -1,10 +1,10 @@
 // Folding with the carry-less multiplication of x86-64 processors.
 //
-// 16 bytes of input are a polynomial of degree 127, its highest term in the lowest bit. Replacing them
-// by "low half times x^(d+64) plus high half times x^d", both modulo the checksum's polynomial, moves
-// them d bits ahead without changing the remainder. The product of two reflected halves comes out
-// one bit too high, so the powers are one lower. Four lanes hide the multiplier's latency; the 16
-// bytes left at the end go through the table.
+// 16 bytes of input are a polynomial of degree 127, its highest term in the lowest bit. Replacing
+// them by "low half times x^(d+64) plus high half times x^d", both modulo the checksum's
+// polynomial, moves them d bits ahead without changing the remainder. The product of two reflected
+// halves comes out one bit too high, so the powers are one lower. Four lanes hide the multiplier's
+// latency; the 16 bytes left at the end go through the table.
 #include "files/checksum_tables.h"
 
 #include <wmmintrin.h>

@@ -22,8 +22,8 @@ bool GoesOn(const CompressOptions& options, const SimpleFile& source, std::uint6
 
 constexpr BlockWorkers::Room kWholeBlocks = {kContainerBlock, kContainerBlock};
 
-// Moves blocks through the workers, in order. A fault in an earlier block comes before one in a later
-// block, however far ahead the reading was.
+// Moves blocks through the workers, in order. A fault in an earlier block comes before one in a
+// later block, however far ahead the reading was.
 class BlockRun {
  public:
   BlockRun(SimpleFile& file, const CompressOptions& settings, std::size_t workers,
@@ -48,7 +48,8 @@ class BlockRun {
   }
 
  protected:
-  // Fills the input. Sets `more` to false at the regular end; any result but Success is the end too.
+  // Fills the input. Sets `more` to false at the regular end; any result but Success is the end
+  // too.
   virtual FileResult ReadBlock(VoidBuffer& input, std::uint64_t block, bool& more) = 0;
   virtual bool Take(const VoidBuffer& output) = 0;
   virtual FileResult TakeFault(std::uint64_t block, std::uint64_t offset) const {
@@ -82,7 +83,7 @@ class BlockRun {
   FileResult ending = FileResult::Success;
 };
 
-// --- Compressing ---------------------------------------------------------------------------------
+// --- Compressing ---
 
 bool CompressBlock(std::span<const std::uint8_t> input, VoidBuffer& output) {
   return VoidBuffer::Compress32(input, output, VoidBuffer::kDefaultLevel, kContainerBlock);
@@ -121,7 +122,7 @@ class CompressRun : public BlockRun {
   SimpleFile& target;
 };
 
-// --- Restoring -----------------------------------------------------------------------------------
+// --- Restoring ---
 
 bool InflateBlock(std::span<const std::uint8_t> input, VoidBuffer& output) {
   return VoidBuffer::Decompress32(input, output, kContainerBlock);

@@ -3,9 +3,9 @@
 // type-1 piece of VoidBuffer. "2004" is only read: the rest of the file is one piece.
 // docs/formats/compressed-file.md has the layout in bytes.
 //
-// Large files are worked on by short-lived threads inside one call, at most two buffers of 32 MiB per
-// thread. The result is the same whatever their number. Nothing here shows a message to the user.
-// Every function may be called from any thread, for files that no other thread uses.
+// Large files are worked on by short-lived threads inside one call, at most two buffers of 32 MiB
+// per thread. The result is the same whatever their number. Nothing here shows a message to the
+// user. Every function may be called from any thread, for files that no other thread uses.
 #pragma once
 
 #include <cstdint>
@@ -32,16 +32,16 @@ struct CompressOptions {
 // Whether the file's first 26 bytes are exactly one of the signatures.
 bool IsCompressedFile(const KorText& path);
 
-// Writes the "2005" format. The destination, which may be the source, is written beside and replaced
-// when complete; with any other result it stays as it was. With the wait flag the source is waited
-// for. A file with a block that would come out longer than a reader accepts (32 MiB) can't be stored:
-// Failure.
+// Writes the "2005" format. The destination, which may be the source, is written beside and
+// replaced when complete; with any other result it stays as it was. With the wait flag the source
+// is waited for. A file with a block that would come out longer than a reader accepts (32 MiB)
+// can't be stored: Failure.
 FileResult CompressFile(const KorText& source, const KorText& destination, bool wait,
                         const CompressOptions& options = {});
 
-// Inflates an open file that stands at its start into the output buffer when one is given, else into
-// the open destination; without either the data is only tested. On failure the output is empty, and
-// the destination holds what came before the fault: its owner discards it.
+// Inflates an open file that stands at its start into the output buffer when one is given, else
+// into the open destination; without either the data is only tested. On failure the output is
+// empty, and the destination holds what came before the fault: its owner discards it.
 FileResult DecompressFile(SimpleFile& source, SimpleFile* destination, VoidBuffer* output,
                           const CompressOptions& options = {});
 // From path to path, with the same care for the destination as CompressFile.

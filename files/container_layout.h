@@ -24,8 +24,8 @@ using Signature = std::array<std::uint8_t, kSignatureSize>;
 const Signature& ContainerSignature(int year);
 // Tolerant comparison: 0 identical, 1 another file or only the year differs, -1 damaged.
 int CompareSignature(const Signature& header, const Signature& with);
-// Whether an open file that stands at its start begins with exactly one of the signatures. Moves the
-// position.
+// Whether an open file that stands at its start begins with exactly one of the signatures. Moves
+// the position.
 bool HasSignature(SimpleFile& file);
 
 // Where and why a whole-file operation failed.

@@ -10,7 +10,8 @@
 namespace kor {
 namespace {
 
-// Larger moves bypass the block cache, in pieces of this size so that progress and cancel still work.
+// Larger moves bypass the block cache, in pieces of this size so that progress and cancel still
+// work.
 constexpr std::uint64_t kDirectPiece = 0x100000;
 
 constexpr std::uint32_t kNoInstance = 0xFFFFFFFF; // a reference to no object
@@ -104,7 +105,7 @@ void DiskFile::ResetStream() {
   instances.clear();
 }
 
-// --- Errors, progress --------------------------------------------------------------------------------
+// --- Errors, progress ---
 
 void DiskFile::SetError(std::uint32_t flags) {
   errors |= flags;
@@ -139,7 +140,7 @@ void DiskFile::TellProgress() {
     SetError(kErrorCancelled);
 }
 
-// --- Block cache -------------------------------------------------------------------------------------
+// --- Block cache ---
 
 bool DiskFile::StartBlock() {
   if (block != nullptr) return true;
@@ -272,7 +273,7 @@ std::uint64_t DiskFile::BytesLeft() const {
   return records.back().end > from ? records.back().end - from : 0;
 }
 
-// --- Header ------------------------------------------------------------------------------------------
+// --- Header ---
 
 bool DiskFile::TransferHeader() {
   if (errors != 0 || !StartBlock()) return false;
@@ -329,7 +330,7 @@ bool DiskFile::TakeMarker(std::uint32_t expected) {
   return false;
 }
 
-// --- Records -----------------------------------------------------------------------------------------
+// --- Records ---
 
 DiskFile::BegunRecord DiskFile::BeginRecord(std::uint32_t classId, bool create, bool skipAllowed) {
   if (errors != 0 || !StartBlock()) return {};
@@ -486,7 +487,7 @@ void DiskFile::TransferMembers(Storable& object, std::span<const MemberDescripti
     member.transfer(*this, object);
 }
 
-// --- Shared objects ----------------------------------------------------------------------------------
+// --- Shared objects ---
 
 bool DiskFile::TransferCrc(FileCrc& crc) {
   std::array<std::uint8_t, 12> bytes;
@@ -535,7 +536,7 @@ std::shared_ptr<Storable> DiskFile::ReadInstance() {
   return object;
 }
 
-// --- Fields ------------------------------------------------------------------------------------------
+// --- Fields ---
 
 bool DiskFile::Transfer(bool& flag) {
   std::uint32_t number = flag ? 1 : 0;
@@ -649,7 +650,7 @@ std::optional<std::uint32_t> DiskFile::TransferCount(std::size_t count, std::siz
   return std::nullopt;
 }
 
-// --- Whole files -------------------------------------------------------------------------------------
+// --- Whole files ---
 
 namespace {
 

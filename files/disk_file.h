@@ -1,15 +1,17 @@
-// DiskFile: the binary stream that stored objects move themselves through. It frames each object as a
-// record with its class number and back-patched sizes, so that a reader skips what it does not know
-// and keeps its defaults where an older file has less. The bytes are in docs/formats/record-stream.md.
+// DiskFile: the binary stream that stored objects move themselves through. It frames each object as
+// a record with its class number and back-patched sizes, so that a reader skips what it does not
+// know and keeps its defaults where an older file has less. The bytes are in
+// docs/formats/record-stream.md.
 //
 // One operation serves both directions: open for writing (kFileWrite in the mode), Transfer writes;
-// else it reads. While reading, nothing moves outside a record, past the end of the record, or after
-// an error: the destination keeps its value and Transfer gives false. Writes are not bounded.
+// else it reads. While reading, nothing moves outside a record, past the end of the record, or
+// after an error: the destination keeps its value and Transfer gives false. Writes are not bounded.
 //
-// Errors are flags that stay set until the next Open; each kind is reported once per stream, through
-// App(). A stream with an error reads and writes nothing more, and Commit refuses it.
+// Errors are flags that stay set until the next Open; each kind is reported once per stream,
+// through App(). A stream with an error reads and writes nothing more, and Commit refuses it.
 //
-// Owned by whoever made it, one thread at a time. Opened like any KorFile: Open, OpenSafe, OpenMemory.
+// Owned by whoever made it, one thread at a time. Opened like any KorFile: Open, OpenSafe,
+// OpenMemory.
 #pragma once
 
 #include <array>
@@ -124,8 +126,8 @@ class DiskFile : public KorFile {
     std::unique_ptr<Storable> object; // reading with the create flag
     explicit operator bool() const { return open; }
   };
-  // Writing: opens a record of the class. Reading: opens the next one; a class other than classId (0:
-  // any) or, with the create flag, one that the registry does not know is skipped where that is
+  // Writing: opens a record of the class. Reading: opens the next one; a class other than classId
+  // (0: any) or, with the create flag, one that the registry does not know is skipped where that is
   // allowed, else an error.
   BegunRecord BeginRecord(std::uint32_t classId, bool create = false, bool skipAllowed = false);
   // Patches the sizes, or moves to the record's end. Nothing when no record is open.
@@ -164,8 +166,9 @@ class DiskFile : public KorFile {
   // A fixed number between groups of fields; reading anything else in its place is an error.
   bool SectionMark();
   bool SkipText(); // reading: passes over a text
-  // Writing: writes the count. Reading: the count, or nothing when the record has none; a count whose
-  // elements, of at least leastBytes each, can't be in what is left of the record is an error.
+  // Writing: writes the count. Reading: the count, or nothing when the record has none; a count
+  // whose elements, of at least leastBytes each, can't be in what is left of the record is an
+  // error.
   std::optional<std::uint32_t> TransferCount(std::size_t count, std::size_t leastBytes);
 
  private:
@@ -242,7 +245,7 @@ class DiskFile : public KorFile {
   std::u16string unitBuffer;
 };
 
-// --- Whole files -----------------------------------------------------------------------------------
+// --- Whole files ---
 struct RecordFileOptions {
   RecordFormat format;
   bool compressed = false; // reading then takes plain files, too
@@ -250,13 +253,13 @@ struct RecordFileOptions {
   ProgressInfo progress;
   std::uint64_t largest = 0; // bytes; a larger file is not read. 0: any
 };
-// Reads the object of a file. False when the file can't be opened, holds no object of that class, or
-// has an error; the object's stored fields are then what they were before.
+// Reads the object of a file. False when the file can't be opened, holds no object of that class,
+// or has an error; the object's stored fields are then what they were before.
 bool LoadObject(const KorText& path, Storable& object, const RecordFileOptions& options = {});
 // Writes it, beside the file and renamed over it when complete.
 bool SaveObject(const KorText& path, Storable& object, const RecordFileOptions& options = {});
 
-// --- Inline parts ----------------------------------------------------------------------------------
+// --- Inline parts ---
 template <RecordNumber T> inline bool DiskFile::Transfer(T& value) {
   if (static_cast<std::size_t>(limit - at) >= sizeof(T)) [[likely]] {
     if (writing)

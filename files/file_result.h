@@ -1,5 +1,5 @@
-// FileResult: the result codes of the whole-file operations (compress, restore, opening a compressed
-// file). The numbers are shown to users and kept in scripts, so they never change.
+// FileResult: the result codes of the whole-file operations (compress, restore, opening a
+// compressed file). The numbers are shown to users and kept in scripts, so they never change.
 #pragma once
 
 #include <cstdint>

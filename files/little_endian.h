@@ -1,6 +1,6 @@
-// Numbers as bytes, least significant byte first, whatever the machine: the one place where the disk
-// formats turn values into bytes. The pointers need no alignment; the caller sees to it that the bytes
-// are there. Pure functions, any thread.
+// Numbers as bytes, least significant byte first, whatever the machine: the one place where the
+// disk formats turn values into bytes. The pointers need no alignment; the caller sees to it that
+// the bytes are there. Pure functions, any thread.
 #pragma once
 
 #include <bit>

@@ -1,6 +1,6 @@
-// Lock files keep two users from writing the same file: NAME with its extension replaced, holding the
-// name of the user who edits it. The lock is advisory; it protects only against writers that follow
-// the same protocol, and it stays behind when its owner is killed, until a user removes it.
+// Lock files keep two users from writing the same file: NAME with its extension replaced, holding
+// the name of the user who edits it. The lock is advisory; it protects only against writers that
+// follow the same protocol, and it stays behind when its owner is killed, until a user removes it.
 //
 // One thread at a time per lock; the asker is called on that thread.
 #pragma once
@@ -26,8 +26,8 @@ struct LockAsker {
 
 // Takes the lock of the file: makes the lock file and writes the user's name into it (the operating
 // system's when none is given). Returns the closed file object that names the lock file, or null.
-// Without an asker, a lock that can't be had ends in null at once; with one, the user is asked until
-// it can or until he gives up.
+// Without an asker, a lock that can't be had ends in null at once; with one, the user is asked
+// until it can or until he gives up.
 std::unique_ptr<SimpleFile> LockFile(const KorText& name, const LockAsker* asker,
                                      const KorText& extension = u".LOK",
                                      const KorText& userName = {});

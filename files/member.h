@@ -1,5 +1,5 @@
-// Member: a class's description of one of its members, from a pointer to it. A class lists its members
-// once, in stream order, and that list is its record:
+// Member: a class's description of one of its members, from a pointer to it. A class lists its
+// members once, in stream order, and that list is its record:
 //
 //   std::span<const MemberDescription> Machine::Members() {
 //     static constexpr MemberDescription kMembers[] = {

@@ -2,8 +2,8 @@
 // tree can be moved. Characters are compared after turning "\" into "/", and without regard to the
 // case of the ASCII letters. Results of the conversions use "/".
 //
-// A base or root that is not given (std::nullopt) is the program folder for a base, and no root. Pure
-// functions but for the warnings; any thread.
+// A base or root that is not given (std::nullopt) is the program folder for a base, and no root.
+// Pure functions but for the warnings; any thread.
 #pragma once
 
 #include <optional>
@@ -15,8 +15,8 @@ namespace kor {
 
 using OptionalPath = std::optional<std::u16string_view>;
 
-// Negative, 0 or positive: the difference of the first pair of characters that differs, -1 when a ends
-// first or is absent, 1 when b is. Two absent paths are equal.
+// Negative, 0 or positive: the difference of the first pair of characters that differs, -1 when a
+// ends first or is absent, 1 when b is. Two absent paths are equal.
 int ComparePaths(OptionalPath a, OptionalPath b);
 
 // "C:" of a drive path, "//server" of a network path, else empty.
@@ -26,16 +26,16 @@ KorText GetPathRoot(std::u16string_view path);
 // warning says so.
 bool IsUnicodeNotationPath(std::u16string_view path, bool warn);
 
-// "." for the base itself, "./..." below it, "../..." beside it when climbing is allowed and both have
-// the same root (compared without regard to case). A path that fits none of these comes back as it
-// was given. A path below the root folder is cut to the part below it, unless a base was given too
-// and the part still names a folder.
+// "." for the base itself, "./..." below it, "../..." beside it when climbing is allowed and both
+// have the same root (compared without regard to case). A path that fits none of these comes back
+// as it was given. A path below the root folder is cut to the part below it, unless a base was
+// given too and the part still names a folder.
 KorText AbsToRelPath(const KorText& path, OptionalPath base = std::nullopt,
                      OptionalPath root = std::nullopt, bool allowClimbing = false);
 
-// The way back. A path that begins with one "/" is joined to GetPathRoot of the base; other paths that
-// don't begin with "." come back with separators changed. The root folder has no effect: a path that
-// AbsToRelPath cut to the part below it does not tell, and comes back as it is.
+// The way back. A path that begins with one "/" is joined to GetPathRoot of the base; other paths
+// that don't begin with "." come back with separators changed. The root folder has no effect: a
+// path that AbsToRelPath cut to the part below it does not tell, and comes back as it is.
 KorText RelToAbsPath(const KorText& path, OptionalPath base = std::nullopt,
                      OptionalPath root = std::nullopt);
 

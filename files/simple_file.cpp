@@ -87,7 +87,7 @@ bool SimpleFile::SetName(const KorText& path) {
   return true;
 }
 
-// --- Opening -------------------------------------------------------------------------------------
+// --- Opening ---
 
 void SimpleFile::Reset() {
   encoding = TextEncoding::EightBit;
@@ -237,7 +237,7 @@ void SimpleFile::RemoveWorkingFile() {
   workingPathTemporary = false;
 }
 
-// --- Byte-order mark -----------------------------------------------------------------------------
+// --- Byte-order mark ---
 
 bool SimpleFile::ReadMark() {
   encoding = TextEncoding::EightBit;
@@ -268,7 +268,7 @@ void SimpleFile::WriteMark() {
   if (encoding == TextEncoding::Utf8) Write(kUtf8Mark);
 }
 
-// --- Closing -------------------------------------------------------------------------------------
+// --- Closing ---
 
 bool SimpleFile::Close() {
   if (!IsOpen()) return false;
@@ -297,7 +297,7 @@ bool SimpleFile::FinishCompressed() {
   return CompressFile(workingPath, name, false) == FileResult::Success;
 }
 
-// --- Reading -------------------------------------------------------------------------------------
+// --- Reading ---
 
 std::size_t SimpleFile::Read(std::span<std::uint8_t> to) {
   if (!to.empty()) std::memset(to.data(), 0, to.size());
@@ -359,7 +359,7 @@ std::size_t SimpleFile::ReadCached(std::span<std::uint8_t> to) {
   return done;
 }
 
-// --- Writing -------------------------------------------------------------------------------------
+// --- Writing ---
 
 std::size_t SimpleFile::Write(std::span<const std::uint8_t> from) {
   if (!IsOpen() || !HasBits(openMode, kFileWrite)) return 0;
@@ -423,7 +423,7 @@ bool SimpleFile::GrowMemory(std::uint64_t newSize) {
   return true;
 }
 
-// --- Position ------------------------------------------------------------------------------------
+// --- Position ---
 
 std::uint64_t SimpleFile::Seek(std::uint64_t offset, bool fromEnd) {
   if (!IsOpen()) return position;
@@ -447,7 +447,7 @@ bool SimpleFile::SeekHandle(std::uint64_t target) {
   return App().SeekFile(*handle, static_cast<std::int64_t>(target), false) == target;
 }
 
-// --- Text ----------------------------------------------------------------------------------------
+// --- Text ---
 
 std::span<const std::uint8_t> SimpleFile::Peek() {
   if (AtEnd()) return {};
@@ -534,7 +534,7 @@ std::optional<std::vector<std::uint8_t>> SimpleFile::ReadAll() {
   return bytes;
 }
 
-// --- Checksum and memory -------------------------------------------------------------------------
+// --- Checksum and memory ---
 
 bool SimpleFile::GetFileCrc(FileCrc& crc, std::uint32_t mode) {
   if (IsOpen()) {

@@ -1,7 +1,7 @@
-// SimpleFile: the one class through which the system reads and writes files. An object names one file
-// and can be opened and closed repeatedly. It hides whether the bytes live on disk or in memory,
-// whether the file on disk is compressed, the byte-order mark of text files, and the waiting for a
-// file that another process still holds.
+// SimpleFile: the one class through which the system reads and writes files. An object names one
+// file and can be opened and closed repeatedly. It hides whether the bytes live on disk or in
+// memory, whether the file on disk is compressed, the byte-order mark of text files, and the
+// waiting for a file that another process still holds.
 //
 // KorFile is the program's file class: a SimpleFile that can also write safely, beside its target.
 //
@@ -51,15 +51,15 @@ class SimpleFile {
   // Only while closed; an open file keeps its name and gives false.
   bool SetName(const KorText& path);
 
-  // False when already open, when the name is empty, when the mode is 0, or when it fails; the result
-  // code tells why a compressed file could not be read. With the wait flag it tries for 5 s, and an
-  // empty file opened for reading, or for update, counts as not there yet: another process may have
-  // created it and not written it so far.
-  // Compressed: a compressed file is inflated (a plain one is read as it is), a written one is
-  // compressed over the target by Close, which is when the older target is replaced. Not for update
-  // or appending. A compressed file is read from memory, a very large one from a temporary file. In
-  // memory, a text file's first four bytes are gone after Open whatever its mark: stored files rely
-  // on it. A file shorter than the 26 bytes of a signature can't be opened so.
+  // False when already open, when the name is empty, when the mode is 0, or when it fails; the
+  // result code tells why a compressed file could not be read. With the wait flag it tries for 5 s,
+  // and an empty file opened for reading, or for update, counts as not there yet: another process
+  // may have created it and not written it so far. Compressed: a compressed file is inflated (a
+  // plain one is read as it is), a written one is compressed over the target by Close, which is
+  // when the older target is replaced. Not for update or appending. A compressed file is read from
+  // memory, a very large one from a temporary file. In memory, a text file's first four bytes are
+  // gone after Open whatever its mark: stored files rely on it. A file shorter than the 26 bytes of
+  // a signature can't be opened so.
   virtual bool Open(std::uint32_t mode, bool wait = false, bool compressed = false,
                     FileResult* result = nullptr);
   // False when cached bytes, the disk or the compression failed. A closed file gives false.
@@ -80,13 +80,14 @@ class SimpleFile {
   // Bytes read; fewer than asked for at the end of the file or after a failure. The destination is
   // cleared first.
   std::size_t Read(std::span<std::uint8_t> to);
-  // Bytes taken; fewer than given when the disk took fewer. Bytes that the write cache took can still
-  // fail later: Flush and Close tell.
+  // Bytes taken; fewer than given when the disk took fewer. Bytes that the write cache took can
+  // still fail later: Flush and Close tell.
   std::size_t Write(std::span<const std::uint8_t> from);
-  // New position: offset, or size - offset with the flag. A closed file, or a target before the start
-  // of a file on disk, changes nothing.
+  // New position: offset, or size - offset with the flag. A closed file, or a target before the
+  // start of a file on disk, changes nothing.
   std::uint64_t Seek(std::uint64_t offset, bool fromEnd = false);
-  // Hands cached bytes to the operating system; a log calls it after each line. False when it failed.
+  // Hands cached bytes to the operating system; a log calls it after each line. False when it
+  // failed.
   bool Flush();
   // Flush, and then to the disk itself.
   bool Sync();
@@ -95,8 +96,9 @@ class SimpleFile {
 
   // --- Text --------------------------------------------------------------------------------------
   // The next line without its end (LF or CR LF; the last may have none), by the file's encoding; an
-  // 8-bit byte becomes the character of the same number. False at the end of the file. A line of more
-  // than `longest` bytes comes back cut, just longer than that, and its rest follows as the next.
+  // 8-bit byte becomes the character of the same number. False at the end of the file. A line of
+  // more than `longest` bytes comes back cut, just longer than that, and its rest follows as the
+  // next.
   bool ReadLine(KorText& line, std::size_t longest = KorText::kNone);
   // In the file's encoding. False when not all bytes were taken.
   bool WriteText(std::u16string_view text);
@@ -108,14 +110,15 @@ class SimpleFile {
   std::optional<std::vector<std::uint8_t>> ReadAll();
 
   // --- Checksum ----------------------------------------------------------------------------------
-  // The checksum of the whole file as it lies on disk, its mark included. Only for a closed file. With
-  // kFileText in the mode the mark is recognised, and half a character at the end of a UTF-16 file is
-  // left out where it would be the only byte of a piece of 64 KiB; elsewhere it counts. Intended.
+  // The checksum of the whole file as it lies on disk, its mark included. Only for a closed file.
+  // With kFileText in the mode the mark is recognised, and half a character at the end of a UTF-16
+  // file is left out where it would be the only byte of a piece of 64 KiB; elsewhere it counts.
+  // Intended.
   bool GetFileCrc(FileCrc& crc, std::uint32_t mode = kFileRead);
 
   // --- Memory ------------------------------------------------------------------------------------
-  // Opens over a buffer of its own. Marks are neither looked for nor written; the encoding is that of
-  // the mode's bits. False when already open or the mode is 0.
+  // Opens over a buffer of its own. Marks are neither looked for nor written; the encoding is that
+  // of the mode's bits. False when already open or the mode is 0.
   bool OpenMemory(std::uint32_t mode, VoidBuffer own = {});
   // Opens over a caller's buffer, which has to stay until Close. Writes past its end resize it all
   // the same, with a debug warning.
@@ -200,11 +203,11 @@ class KorFile : public SimpleFile {
   ~KorFile() override; // discards what was not committed
 
   // Opens for writing beside the target, in the target's folder. The target is neither touched nor
-  // created before Commit. The new file keeps the target's permissions, owner and group as far as the
-  // system allows it. Of a symbolic link, also to a file that does not exist yet, the file that it leads
-  // to is the target; the link stays. Every write goes to the operating system at once, so that a full
-  // disk shows by a short write; a caller that writes many small pieces turns the write cache on.
-  // The mode is kFileWrite with any of the text bits. Compressed: Commit compresses.
+  // created before Commit. The new file keeps the target's permissions, owner and group as far as
+  // the system allows it. Of a symbolic link, also to a file that does not exist yet, the file that
+  // it leads to is the target; the link stays. Every write goes to the operating system at once, so
+  // that a full disk shows by a short write; a caller that writes many small pieces turns the write
+  // cache on. The mode is kFileWrite with any of the text bits. Compressed: Commit compresses.
   // False also when the target can't be replaced (OsFiles::CanReplace).
   bool OpenSafe(std::uint32_t mode = kFileWrite, bool compress = false);
   // Flush, disk, rename over the target, disk for the folder. False when anything failed, also an
@@ -215,8 +218,9 @@ class KorFile : public SimpleFile {
   // Of a safe write: gives it up, as Discard.
   bool Close() override;
   bool IsSafe() const { return safe; }
-  // A link that bears the file's name is itself the target of a safe write, and gone after it: nothing
-  // outside the file's folder is touched. Not with compression. To be called before OpenSafe.
+  // A link that bears the file's name is itself the target of a safe write, and gone after it:
+  // nothing outside the file's folder is touched. Not with compression. To be called before
+  // OpenSafe.
   void ReplaceLinks() { followsLinks = false; }
   // An existing target is claimed by OpenSafe, until Commit: whoever has it open for writing would
   // go on writing into what is replaced. Not with compression. To be called before OpenSafe.

@@ -1,14 +1,14 @@
-// StorableContainer: a stored object that owns a file. It loads and saves it, knows whether there are
-// unsaved changes and whether the file changed meanwhile on disk, and holds its lock file while it is
-// edited.
+// StorableContainer: a stored object that owns a file. It loads and saves it, knows whether there
+// are unsaved changes and whether the file changed meanwhile on disk, and holds its lock file while
+// it is edited.
 //
-// Life: empty; Load gives it its path; Customise (path needed) makes sure that it is locked and up to
-// date before it is edited; Save writes to that path only; ResetFlags takes it back to having none.
-// Locks nest: the lock file lives from the first Lock to the last Unlock. A Lock that fails counts as
-// well and wants its Unlock.
+// Life: empty; Load gives it its path; Customise (path needed) makes sure that it is locked and up
+// to date before it is edited; Save writes to that path only; ResetFlags takes it back to having
+// none. Locks nest: the lock file lives from the first Lock to the last Unlock. A Lock that fails
+// counts as well and wants its Unlock.
 //
-// Misuse gives a debug warning; only a refused save and a too early Customise fail for it. One thread
-// at a time.
+// Misuse gives a debug warning; only a refused save and a too early Customise fail for it. One
+// thread at a time.
 #pragma once
 
 #include <cstdint>

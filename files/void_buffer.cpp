@@ -135,7 +135,7 @@ bool VoidBuffer::Overlaps(std::span<const std::uint8_t> bytes) const {
          memory.get() < bytes.data() + bytes.size();
 }
 
-// --- Compression ---------------------------------------------------------------------------------
+// --- Compression ---
 
 bool VoidBuffer::Compress(std::span<const std::uint8_t> source, VoidBuffer& destination, bool large,
                           int level) {

@@ -1,6 +1,6 @@
 // VoidBuffer: a growable byte buffer that compresses and restores itself. Growing reports failure
-// instead of throwing, and new bytes are not cleared unless asked for: buffers of 32 MiB are ordinary
-// here.
+// instead of throwing, and new bytes are not cleared unless asked for: buffers of 32 MiB are
+// ordinary here.
 //
 // Compressed form: every piece ends in a 5-byte trailer, a type byte and a 32-bit little-endian
 // number. Type 1 is a zlib stream and the length it inflates to; type 2 is a run of chunks (32-bit
@@ -53,8 +53,8 @@ class VoidBuffer {
   // Whether growing this buffer, or filling it by an operation below, failed for that; until Clear.
   bool LacksMemory() const { return lacksMemory; }
 
-  // Compresses into a type-1 piece, or a type-2 one from 32 MiB of source on (from 2 GiB on with the
-  // large flag). An empty source empties the destination and succeeds. False, and an empty
+  // Compresses into a type-1 piece, or a type-2 one from 32 MiB of source on (from 2 GiB on with
+  // the large flag). An empty source empties the destination and succeeds. False, and an empty
   // destination, when it fails.
   static bool Compress(std::span<const std::uint8_t> source, VoidBuffer& destination, bool large,
                        int level = kDefaultLevel);

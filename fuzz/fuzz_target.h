@@ -13,7 +13,8 @@ namespace kor {
 
 using FuzzInput = std::span<const std::uint8_t>;
 
-// One input, any bytes. The services live as long as the process; what was reported is forgotten afterwards.
+// One input, any bytes. The services live as long as the process; what was reported is forgotten
+// afterwards.
 void TryInput(TestApp& app, FuzzInput bytes);
 
 inline void Require(bool holds, const char* what) {

@@ -1,9 +1,9 @@
-// Random bytes on the line, in pieces, against the whole request handling, while the line and the user do
-// what they like: whatever they are, nothing breaks, nothing is written outside the upload folder, and the next good
-// request is answered.
+// Random bytes on the line, in pieces, against the whole request handling, while the line and the
+// user do what they like: whatever they are, nothing breaks, nothing is written outside the upload
+// folder, and the next good request is answered.
 //
-// The first byte switches the special features; after it, FF ends a piece that is delivered at once,
-// FE lets a second pass, and FD has the byte after it choose an event.
+// The first byte switches the special features; after it, FF ends a piece that is delivered at
+// once, FE lets a second pass, and FD has the byte after it choose an event.
 #include <functional>
 #include <memory>
 #include <string>

@@ -1,6 +1,6 @@
-// CommsLog: the communications trace (every line sent and received, with time stamps) and the job log
-// (one dated line for each finished job). Both drop repeats against the text last written to either.
-// Owned by DownloadApp. Any thread; lines stay whole and in order.
+// CommsLog: the communications trace (every line sent and received, with time stamps) and the job
+// log (one dated line for each finished job). Both drop repeats against the text last written to
+// either. Owned by DownloadApp. Any thread; lines stay whole and in order.
 //
 // No call waits for a disk: a thread of its own opens and writes the files, each line at once. A
 // line gets the time at which it was logged. When a disk is so slow that the next line finds no
@@ -36,8 +36,9 @@ class CommsLog {
   // until a line could be written again.
   CommsLog(SideThread& writerThread, std::function<void()> tellFailure);
 
-  // Opens the trace (a running one is closed first) and writes its first line and the settings header.
-  // When the file can't be written, or must not be replaced, that is told, and tracing is off.
+  // Opens the trace (a running one is closed first) and writes its first line and the settings
+  // header. When the file can't be written, or must not be replaced, that is told, and tracing is
+  // off.
   void StartTrace(const KorText& path, const LinkSettings& settings, Replace replace);
   // Writes lastLine as a trace line and closes the trace; nothing when none is open.
   void StopTrace(const KorText& lastLine);

@@ -114,7 +114,7 @@ void DownloadApp::StopWorker() {
   worker.reset();
 }
 
-// --- Life ----------------------------------------------------------------------------------------------
+// --- Life ---
 
 void DownloadApp::CreateTimer(const char16_t* name, double period, bool started,
                               void (DownloadApp::*action)()) {
@@ -243,7 +243,7 @@ void DownloadApp::RunDueTimers() {
   timers.RunDue(Now());
 }
 
-// --- Between the threads -------------------------------------------------------------------------------
+// --- Between the threads ---
 
 void DownloadApp::PostToWindow(std::function<void()> task) {
   feed.Add(WindowFeed::Kind::Task, std::move(task));
@@ -283,7 +283,7 @@ void DownloadApp::ShowMessage(const KorText& caption, const KorText& text, Messa
            [this, caption, text, style] { services.window->ShowMessage(caption, text, style); });
 }
 
-// --- Port ----------------------------------------------------------------------------------------------
+// --- Port ---
 
 void DownloadApp::OpenPort(int noSoftwareFlow) {
   // The channel forgets what was on its way: what came after the gap would be taken for the rest.
@@ -327,7 +327,7 @@ void DownloadApp::OnLinkBack() {
   EnterStatus(LinkStatus::Waiting);
 }
 
-// --- The running exchange ------------------------------------------------------------------------------
+// --- The running exchange ---
 
 std::optional<KorText> DownloadApp::RunningExchange() {
   const StatusView view = board.TakeView();
@@ -397,7 +397,7 @@ void DownloadApp::StartOnWorker(const KorText& caption, std::function<void()> ta
   });
 }
 
-// --- Status --------------------------------------------------------------------------------------------
+// --- Status ---
 
 void DownloadApp::UpdateStatus() {
   const LinkStatus code = Status();
@@ -471,7 +471,7 @@ void DownloadApp::ReadyForServing() {
     timers.Stop(kPingTimer);
 }
 
-// --- Settings ------------------------------------------------------------------------------------------
+// --- Settings ---
 
 FormDescription DownloadApp::SettingsForm() {
   FormDescription form =
@@ -559,8 +559,8 @@ KorText DownloadApp::AcceptSettings(const FormDescription& form) {
   return {};
 }
 
-// A change that was taken over comes to pass, even when the controller was faster: what it began ends
-// as an error then.
+// A change that was taken over comes to pass, even when the controller was faster: what it began
+// ends as an error then.
 void DownloadApp::ReopenPort() {
   RunOnWorker([this] {
     OpenPort(0);
@@ -581,7 +581,7 @@ bool DownloadApp::SetHandshake(bool rtsCts, bool dtrDsr) {
   return true;
 }
 
-// --- Delayed download ----------------------------------------------------------------------------------
+// --- Delayed download ---
 
 bool DownloadApp::StopDelay() {
   timers.Delete(kDownloadTimer);
@@ -620,7 +620,7 @@ void DownloadApp::DownloadNow() {
   StartDownload();
 }
 
-// --- Manual transfer -----------------------------------------------------------------------------------
+// --- Manual transfer ---
 
 void DownloadApp::ChooseDownloadFile() {
   if (!MayStart(ManualTransfer::SendCaption())) return;
@@ -742,7 +742,7 @@ void DownloadApp::CompleteUpload() {
   });
 }
 
-// --- Transfer file -------------------------------------------------------------------------------------
+// --- Transfer file ---
 
 bool DownloadApp::OpenUpload(const KorText& path) {
   board.SetFileName(path);
@@ -812,7 +812,7 @@ void DownloadApp::TellRefusal(NcProgram::Result result, const KorText& path) {
   if (!why.IsEmpty()) ShowMessage(u"Error", why, MessageStyle::Exclamation);
 }
 
-// --- Line tests and logs -------------------------------------------------------------------------------
+// --- Line tests and logs ---
 
 void DownloadApp::LoopbackTest() {
   StartOnWorker(LookUpText(15212, u"Loop Back Test"), [this] {

@@ -1,15 +1,17 @@
-// DownloadApp: the generic serial download application: the form dialog and stored object on which the
-// settings store, the serial channel and its worker, the timers, the link status, the transfer files and
-// both logs hang together. A derived application supplies the controller's protocol by overriding the virtual operations.
+// DownloadApp: the generic serial download application: the form dialog and stored object on which
+// the settings store, the serial channel and its worker, the timers, the link status, the transfer
+// files and both logs hang together. A derived application supplies the controller's protocol by
+// overriding the virtual operations.
 //
 // Made once by main, which also owns the port and the window that it is lent.
 //
 // Threads. The window's thread runs the operations under "Window" and the timers. The worker
 // (CommsMonitor) runs Poll and everything that touches the channel, the transfer file or the
-// protocol's state; the window reaches those by RunOnWorker, whose tasks run before the next poll, so
-// the window never waits for the worker or the line. The worker reaches the window by FormDialog::Post.
-// What may wait for a disk and is no program that was asked for, side threads do: one writes
-// the logs, in order; the others look at folders, one each, so that none waits for one that hangs.
+// protocol's state; the window reaches those by RunOnWorker, whose tasks run before the next poll,
+// so the window never waits for the worker or the line. The worker reaches the window by
+// FormDialog::Post. What may wait for a disk and is no program that was asked for, side threads do:
+// one writes the logs, in order; the others look at folders, one each, so that none waits for one
+// that hangs.
 #pragma once
 
 #include <array>
@@ -41,8 +43,8 @@ namespace kor {
 
 class AppInterface;
 
-// What main lends to the engine; everything outlives it. Without a port and a window of its own a link has
-// those that do nothing.
+// What main lends to the engine; everything outlives it. Without a port and a window of its own a
+// link has those that do nothing.
 struct EngineServices {
   SerialPort* port = &NoPort();
   FormDialog* window = &NoWindow();
@@ -65,7 +67,8 @@ class DownloadApp : public Storable, protected ChannelHost {
   DownloadApp(EngineServices engineServices, const KorText& modelName);
   ~DownloadApp() override;
 
-  // --- Operations for a derived application, in slot order -------------------------------------------
+  // --- Operations for a derived application, in slot order
+  // -------------------------------------------
   virtual void SetUpServices();
   // Loads the settings, opens the port, starts the worker. An override calls this first.
   virtual void BuildWindow();
@@ -86,12 +89,14 @@ class DownloadApp : public Storable, protected ChannelHost {
   virtual void DncServerStep() {}
   virtual void DncClientStep() {}
 
-  // --- Storable --------------------------------------------------------------------------------------
+  // --- Storable
+  // --------------------------------------------------------------------------------------
   std::uint32_t ClassId() const override { return kClassId; }
   void Transfer(DiskFile& file) override;
   static std::span<const MemberDescription> Members();
 
-  // --- Window -----------------------------------------------------------------------------------------
+  // --- Window
+  // -----------------------------------------------------------------------------------------
   const KorText& ModelName() const { return modelName; }
   const LinkSettings& Settings() const { return windowSettings; } // the window's copy
   StatusView CurrentStatus() { return board.TakeView(); }
@@ -135,14 +140,16 @@ class DownloadApp : public Storable, protected ChannelHost {
   void SetMonitorShown(bool shown) { monitor.SetShown(shown); }
   void ReadyForServing();
 
-  // --- Worker ------------------------------------------------------------------------------------------
+  // --- Worker
+  // ------------------------------------------------------------------------------------------
   // After Terminate. The worker, or a side thread, still uses this object, so the program has to
   // end without destroying it.
   bool IsWorkerStuck() const { return workerStuck; }
   // One pass: the window's tasks, then the channel. True when bytes moved: poll again at once.
   bool Poll();
   void WaitIdle();
-  // Any thread. The task runs on the worker before its next poll; dropped when the worker has ended.
+  // Any thread. The task runs on the worker before its next poll; dropped when the worker has
+  // ended.
   void RunOnWorker(std::function<void()> task);
   // Any thread. So many tasks wait that no more should be given for the time being, or something
   // that was asked for has not been answered.
@@ -181,8 +188,8 @@ class DownloadApp : public Storable, protected ChannelHost {
   void ShowMessage(const KorText& caption, const KorText& text, MessageStyle style);
   void PostToWindow(std::function<void()> task);
 
-  // Makes a chosen file ready to be sent; false when it can't be read. The engine sends its bytes as
-  // they are; an application that sends lines reads those instead.
+  // Makes a chosen file ready to be sent; false when it can't be read. The engine sends its bytes
+  // as they are; an application that sends lines reads those instead.
   virtual bool LoadTransfer(const KorText& path, std::int64_t& size);
   bool OpenUpload(const KorText& path); // safe write beside the target
   // The upload that was opened runs from now on; the note stands beside its status.
@@ -196,8 +203,8 @@ class DownloadApp : public Storable, protected ChannelHost {
   void TellRefusal(NcProgram::Result result, const KorText& path);
   // After a transfer, however it ended: lets go of its memory and of the windows of a manual job.
   void FinishTransfer();
-  // An exchange that can't go on ends as an error: a part of an upload is removed, a delayed download
-  // does not start, the job is logged.
+  // An exchange that can't go on ends as an error: a part of an upload is removed, a delayed
+  // download does not start, the job is logged.
   void AbandonExchange();
   // On the window's thread, when everything is ready and the worker has not started yet.
   virtual void BeforeServing() {}
@@ -243,10 +250,12 @@ class DownloadApp : public Storable, protected ChannelHost {
   bool StopDelay(); // true when a download was waiting
   void WatchUpload();
   void ShowUploadNote(bool standsStill);
-  // Any thread. The first is an empty text when nothing speaks against it; the second shows why not.
+  // Any thread. The first is an empty text when nothing speaks against it; the second shows why
+  // not.
   KorText WhatRuns();
   bool MayStart(const KorText& caption);
-  // Runs the task on the worker unless an exchange or the lack of a link is in its way, then or now.
+  // Runs the task on the worker unless an exchange or the lack of a link is in its way, then or
+  // now.
   void StartOnWorker(const KorText& caption, std::function<void()> task);
   void ReopenPort();
   void StartSend(const KorText& path);

@@ -1,8 +1,8 @@
-// The engine's settings record: line parameters, folders, delays, framing characters, log switch; the
-// lists of accepted values; how they are read from a text profile and edited through a form.
+// The engine's settings record: line parameters, folders, delays, framing characters, log switch;
+// the lists of accepted values; how they are read from a text profile and edited through a form.
 //
-// A value type. DownloadApp keeps two: the window's copy, which is edited and stored, and the worker's,
-// which is replaced between two polls.
+// A value type. DownloadApp keeps two: the window's copy, which is edited and stored, and the
+// worker's, which is replaced between two polls.
 #pragma once
 
 #include <cstdint>
@@ -42,15 +42,16 @@ struct LinkSettings {
   KorText machineName = u"Machine";
 };
 
-// "Xon/Xoff", "Hardware", "None", "Combined" and so on: what the settings dialog offers, in list order.
+// "Xon/Xoff", "Hardware", "None", "Combined" and so on: what the settings dialog offers, in list
+// order.
 std::span<const char16_t* const> BaudRates();
 std::span<const char16_t* const> Parities();
 std::span<const char16_t* const> DataBits();
 std::span<const char16_t* const> StopBitTexts();
 std::span<const char16_t* const> FlowControls();
 
-// The names of the control codes 0 to 31, three characters each. Intended: "SI " stands for 31, so that
-// 15 can't be chosen.
+// The names of the control codes 0 to 31, three characters each. Intended: "SI " stands for 31, so
+// that 15 can't be chosen.
 std::span<const char16_t* const> ControlCodeNames();
 std::uint8_t ControlCodeOfName(std::size_t listIndex);
 // The name shown for a code; a code that no entry carries (15, or above 31) is shown as a number.
@@ -60,17 +61,17 @@ KorText NameOfControlCode(std::uint8_t code);
 std::vector<KorText> OfferedPorts(const KorText& current,
                                   const std::function<bool(const KorText&)>& probe);
 
-// Reads every key of a text profile into the settings; a missing file or key gives the key's default.
-// Values are cut to 79 characters. cncFolder is the default of both folders.
+// Reads every key of a text profile into the settings; a missing file or key gives the key's
+// default. Values are cut to 79 characters. cncFolder is the default of both folders.
 void ReadSettingsProfile(const KorText& path, const KorText& cncFolder, LinkSettings& settings);
 
 // A file name is joined to the folder as it stands, so it must end in a separator; an empty folder
 // stays empty (the working folder).
 void EnsureTrailingSeparators(LinkSettings& settings);
 
-// The settings dialog as a form, and back. Only fields whose value differs from the settings are read
-// and checked: one that was left alone may hold what an older file brought. Check boxes take "on" and
-// "off" beside "1" and "0".
+// The settings dialog as a form, and back. Only fields whose value differs from the settings are
+// read and checked: one that was left alone may hold what an older file brought. Check boxes take
+// "on" and "off" beside "1" and "0".
 FormDescription MakeSettingsForm(const LinkSettings& settings, const std::vector<KorText>& ports);
 
 struct FieldRefusal {
@@ -82,8 +83,8 @@ struct FieldRefusal {
   // name: what the reader knows the field by, its label or its key.
   KorText Reason(const KorText& name) const;
 };
-// Every edited field that can't work, in the form's order: values that no list holds, an extension with
-// a dot, an empty port. No folder is looked at.
+// Every edited field that can't work, in the form's order: values that no list holds, an extension
+// with a dot, an empty port. No folder is looked at.
 std::vector<FieldRefusal> CheckSettingsForm(const FormDescription& form,
                                             const LinkSettings& settings);
 // Whether the edited form names a folder or a file that the settings don't, and which of those

@@ -1,5 +1,6 @@
-// ManualTransfer: what the window shows and asks of a transfer that is begun by hand: the file dialogs,
-// where they open the next time, the end dialogs and the job buttons. Owned by DownloadApp.
+// ManualTransfer: what the window shows and asks of a transfer that is begun by hand: the file
+// dialogs, where they open the next time, the end dialogs and the job buttons. Owned by
+// DownloadApp.
 //
 // Threads: Begin and End run on the worker, everything else on the window's thread.
 #pragma once

@@ -1,6 +1,6 @@
-// MonitorFeed: carries the echo of the line from the worker to the window's monitor pane. The worker
-// never waits for the window: it adds text here, and a wake-up is posted when the window has none
-// pending. So a window thread that waits for the worker can't deadlock with it.
+// MonitorFeed: carries the echo of the line from the worker to the window's monitor pane. The
+// worker never waits for the window: it adds text here, and a wake-up is posted when the window has
+// none pending. So a window thread that waits for the worker can't deadlock with it.
 #pragma once
 
 #include <atomic>

@@ -1,5 +1,6 @@
-// NcProgram: an NC file read into memory, handed out line by line. One copy of the bytes is held, no
-// index: a program of 100 MB takes 100 MB, a compressed one twice that while it is read. Worker's thread.
+// NcProgram: an NC file read into memory, handed out line by line. One copy of the bytes is held,
+// no index: a program of 100 MB takes 100 MB, a compressed one twice that while it is read.
+// Worker's thread.
 #pragma once
 
 #include <cstdint>
@@ -25,19 +26,20 @@ class NcProgram {
   // when there is no memory for it. BeingWritten may change in a moment.
   enum class Result { Read, CantOpen, LineTooLong, Damaged, TooLarge, BeingWritten };
 
-  // Opens a closed file at its first byte, its mark included; of a compressed file, what it holds. What
-  // is no plain file can't be opened.
+  // Opens a closed file at its first byte, its mark included; of a compressed file, what it holds.
+  // What is no plain file can't be opened.
   static Result Open(SimpleFile& file, std::uint32_t mode = kFileRead);
 
-  // Lines end at LF, CR LF or a lone CR (which could not travel: it ends a frame). An 8-bit file's bytes
-  // are kept as they are; of a file with a UTF-8 or UTF-16 mark each character becomes one byte, "?"
-  // above 255. On failure the program is empty. What somebody else writes at the time is refused,
-  // whatever it looks like.
+  // Lines end at LF, CR LF or a lone CR (which could not travel: it ends a frame). An 8-bit file's
+  // bytes are kept as they are; of a file with a UTF-8 or UTF-16 mark each character becomes one
+  // byte, "?" above 255. On failure the program is empty. What somebody else writes at the time is
+  // refused, whatever it looks like.
   Result Read(const KorText& path);
   void Clear();
 
   std::uint64_t FileSize() const { return fileSize; } // bytes; of a compressed file, inflated
-  // The next line, without its end; std::nullopt after the last. Valid until the next Read or Clear.
+  // The next line, without its end; std::nullopt after the last. Valid until the next Read or
+  // Clear.
   std::optional<std::string_view> NextLine();
   bool AtEnd() const { return position >= bytes.size(); }
 

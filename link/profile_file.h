@@ -1,6 +1,6 @@
-// ProfileFile: a plain settings profile, read with the meaning of the platform's profile functions on
-// every platform. Read only; the whole file is taken in by the constructor. Owned by the caller, one
-// thread at a time.
+// ProfileFile: a plain settings profile, read with the meaning of the platform's profile functions
+// on every platform. Read only; the whole file is taken in by the constructor. Owned by the caller,
+// one thread at a time.
 //
 // Rules:
 // - a line "[name]" starts a section: from the first character that is no blank to the last "]"
@@ -11,11 +11,12 @@
 // - blanks around section names, keys and values are dropped, then one pair of matching single or
 //   double quotes around a value;
 // - lines end with LF, CR LF or CR; a value ends at a zero character;
-// - the encoding is that of the mark (UTF-8, UTF-16 of either byte order); without a mark the file is
+// - the encoding is that of the mark (UTF-8, UTF-16 of either byte order); without a mark the file
+// is
 //   UTF-8 when all of it is valid UTF-8, else what OsLocale::FromLegacyBytes makes of it.
 //
-// A file that is missing, unreadable, no profile at all, or larger than kLargestProfile (which is said)
-// reads as an empty one: every key takes its default.
+// A file that is missing, unreadable, no profile at all, or larger than kLargestProfile (which is
+// said) reads as an empty one: every key takes its default.
 #pragma once
 
 #include <cstdint>
@@ -33,13 +34,13 @@ class ProfileFile {
 
   explicit ProfileFile(const KorText& path);
 
-  // Cut to one character less than the buffer holds. The default of a missing key loses its trailing
-  // blanks; a key with an empty value gives an empty text.
+  // Cut to one character less than the buffer holds. The default of a missing key loses its
+  // trailing blanks; a key with an empty value gives an empty text.
   KorText Text(std::u16string_view section, std::u16string_view key, const KorText& byDefault,
                std::size_t bufferSize = kTextBuffer) const;
-  // A sign and digits up to the first other character, with "0x", "0o" or "0b" (lower case) in front
-  // of hexadecimal, octal and binary digits; counted modulo 2 to the 32nd. A missing or empty value
-  // gives the default, any other text 0.
+  // A sign and digits up to the first other character, with "0x", "0o" or "0b" (lower case) in
+  // front of hexadecimal, octal and binary digits; counted modulo 2 to the 32nd. A missing or empty
+  // value gives the default, any other text 0.
   std::int32_t Integer(std::u16string_view section, std::u16string_view key,
                        std::int32_t byDefault) const;
 

@@ -61,7 +61,7 @@ bool SerialChannel::Check(const char16_t* step, bool success) {
   return false;
 }
 
-// --- Opening and closing ---------------------------------------------------------------------------
+// --- Opening and closing ---
 
 void SerialChannel::Open(const LinkSettings& newSettings, const KorText& name, bool noSoftware) {
   settings = &newSettings;
@@ -140,8 +140,8 @@ void SerialChannel::Lose() {
   host.OnLinkLost();
 }
 
-// What was on its way belongs to an exchange that the controller has given up by the time the device is
-// back.
+// What was on its way belongs to an exchange that the controller has given up by the time the
+// device is back.
 void SerialChannel::ForgetTraffic() {
   receiveCount = 0;
   transmitCount = 0;
@@ -171,7 +171,7 @@ void SerialChannel::ReopenWhenDue() {
   host.OnLinkBack();
 }
 
-// --- Poll ----------------------------------------------------------------------------------------------
+// --- Poll ---
 
 bool SerialChannel::CheckStatus() {
   LineStatus now;
@@ -209,8 +209,8 @@ bool SerialChannel::Poll() {
   return moved || consumed || (dataToWrite && transmitCount > 0 && canWrite);
 }
 
-// Bytes that arrive, a device that goes and tasks end the wait at once, so it only bounds how late the rest
-// is noticed: a hold that ends, a device that drains, a retry.
+// Bytes that arrive, a device that goes and tasks end the wait at once, so it only bounds how late
+// the rest is noticed: a hold that ends, a device that drains, a retry.
 std::chrono::microseconds SerialChannel::IdleWait() const {
   using std::chrono::microseconds;
   constexpr microseconds kIdle(1000000), kHeld(20000), kDraining(10000), kWaiting(1000),
@@ -297,7 +297,7 @@ void SerialChannel::HandOverMonitor() {
   monitorLine.Clear();
 }
 
-// --- Receiving -----------------------------------------------------------------------------------------
+// --- Receiving ---
 
 bool SerialChannel::Read() {
   if (receiveCount >= kReceiveSize) {
@@ -374,7 +374,7 @@ std::optional<std::string> SerialChannel::ExtractLine(std::uint8_t end, bool kee
   return line;
 }
 
-// --- Sending -------------------------------------------------------------------------------------------
+// --- Sending ---
 
 std::size_t SerialChannel::WriteStep() {
   if (!dataToWrite) return 0;
@@ -466,7 +466,7 @@ void SerialChannel::SendText(const KorText& text) {
   SendBytes(text.Left(std::min(text.Find(u'\0'), text.Length())).ToBytes());
 }
 
-// --- Line tests ----------------------------------------------------------------------------------
+// --- Line tests ---
 
 void SerialChannel::StartLoopbackTest() {
   board.Set(LinkStatus::LoopbackFailure);

@@ -1,10 +1,10 @@
 // SerialChannel: the one serial device through which the engine talks to the controller. Opens and
-// configures it from the settings, polls it, moves bytes between the device and its buffers, honours
-// holds, echoes the traffic to the monitor and the trace, and runs the two line tests.
+// configures it from the settings, polls it, moves bytes between the device and its buffers,
+// honours holds, echoes the traffic to the monitor and the trace, and runs the two line tests.
 //
-// Owned by DownloadApp. Threads: everything runs on the thread that polls (CommsMonitor once it runs,
-// before that the window's), except where another is named. What other threads may look at, status, counts
-// and lamps, it puts on the StatusBoard.
+// Owned by DownloadApp. Threads: everything runs on the thread that polls (CommsMonitor once it
+// runs, before that the window's), except where another is named. What other threads may look at,
+// status, counts and lamps, it puts on the StatusBoard.
 //
 // Nothing here waits for the line. A reply that the transmit buffer can't take stays in a queue
 // behind it and follows in order; a held line leaves bytes waiting and the poll goes on, so closing
@@ -67,8 +67,8 @@ class SerialChannel {
 
   // One pass of status check, read and write. True when bytes moved: poll again at once.
   bool Poll();
-  // How long an idle worker may wait for bytes before the next poll. 1 ms while something waits to be
-  // sent and the line is free, 20 ms while the line is held. With nothing to send only the lamps
+  // How long an idle worker may wait for bytes before the next poll. 1 ms while something waits to
+  // be sent and the line is free, 20 ms while the line is held. With nothing to send only the lamps
   // want a look, and a second is soon enough for those.
   std::chrono::microseconds IdleWait() const;
   // Line errors since Open. Any thread.
@@ -93,7 +93,8 @@ class SerialChannel {
   bool IsSending() const { return transmitCount > 0 || !replyQueue.empty(); }
 
   // The first line up to and including end, without the bytes outside 32 to 126 (end itself is kept
-  // when keepEnd is set); std::nullopt when no whole line has arrived. An empty line is an empty text.
+  // when keepEnd is set); std::nullopt when no whole line has arrived. An empty line is an empty
+  // text.
   std::optional<std::string> ExtractLine(std::uint8_t end, bool keepEnd);
   std::string_view Received() const;
   void DiscardReceived();

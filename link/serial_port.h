@@ -1,5 +1,5 @@
-// SerialPort: the communications interface that the serial channel is written against. One object is
-// one device. Owned by the program's main, lent to DownloadApp.
+// SerialPort: the communications interface that the serial channel is written against. One object
+// is one device. Owned by the program's main, lent to DownloadApp.
 //
 // Errors: every operation returns false when the system refuses; LastErrorText() then gives the
 // system's text, IsGone() tells whether the device itself has disappeared (USB adapter pulled), and
@@ -50,8 +50,8 @@ enum HoldBit : std::uint32_t {
   kXoffSent = 16, // XOFF was sent, the far side is held
 };
 
-// What went wrong in receiving since the last GetStatus, by kind. Where the system tells only that there
-// was an error, as Windows does, it counts as one.
+// What went wrong in receiving since the last GetStatus, by kind. Where the system tells only that
+// there was an error, as Windows does, it counts as one.
 struct LineErrors {
   std::uint32_t overflow = 0; // the system's input queue was full
   std::uint32_t overrun = 0;  // the device's was
@@ -88,16 +88,16 @@ class SerialPort {
   virtual bool IsOpen() const = 0;
   virtual bool SetQueueSizes(std::uint32_t input, std::uint32_t output) = 0;
   virtual bool GetControlBlock(DeviceControlBlock& block) = 0;
-  // Changes the block as a text "baud=9600 parity=N data=8 stop=1" says; members that the text does not
-  // name keep their value, except that no flow control is left on. The device is not touched.
+  // Changes the block as a text "baud=9600 parity=N data=8 stop=1" says; members that the text does
+  // not name keep their value, except that no flow control is left on. The device is not touched.
   virtual bool BuildControlBlock(const KorText& text, DeviceControlBlock& block) = 0;
   virtual bool SetControlBlock(const DeviceControlBlock& block) = 0;
   virtual bool SetTimeouts(const PortTimeouts& timeouts) = 0;
   virtual bool GetStatus(LineStatus& status) = 0;
   // Returns at once with what has arrived; readCount 0 is no failure.
   virtual bool Read(std::span<std::uint8_t> to, std::size_t& readCount) = 0;
-  // Takes what the device has room for now. A partial count is no failure; the line may be held. Does
-  // not wait for the line: POSIX returns at once, Windows within 20 ms.
+  // Takes what the device has room for now. A partial count is no failure; the line may be held.
+  // Does not wait for the line: POSIX returns at once, Windows within 20 ms.
   virtual bool Write(std::span<const std::uint8_t> from, std::size_t& writtenCount) = 0;
   virtual bool PurgeTransmit() = 0; // drops what was not yet sent, and ends a held output
   virtual bool PurgeReceive() = 0;
@@ -116,13 +116,13 @@ class SerialPort {
   virtual void Interrupt() = 0;
 };
 
-// The text form of BuildControlBlock, for implementations without a system call for it. Baud rates of
-// 110 to 115200 that the settings list names, data 5 to 8, stop 1, 1.5, 2, parity N O E M S (either case).
-// False on anything else; the block is then unchanged.
+// The text form of BuildControlBlock, for implementations without a system call for it. Baud rates
+// of 110 to 115200 that the settings list names, data 5 to 8, stop 1, 1.5, 2, parity N O E M S
+// (either case). False on anything else; the block is then unchanged.
 bool ParseControlText(const KorText& text, DeviceControlBlock& block);
 
-// Applies a flow-control setting: "Combined", "Hardware", "Xon/Xoff" or "None", compared as they stand;
-// any other text leaves the block as it is. noSoftware suppresses XON/XOFF.
+// Applies a flow-control setting: "Combined", "Hardware", "Xon/Xoff" or "None", compared as they
+// stand; any other text leaves the block as it is. noSoftware suppresses XON/XOFF.
 void ApplyFlowControl(DeviceControlBlock& block, const KorText& setting, bool rtsCts, bool dtrDsr,
                       bool noSoftware);
 

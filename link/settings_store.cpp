@@ -77,8 +77,8 @@ bool SettingsStore::NamesComPort() const {
   return settings.port.StartsWith(u"COM");
 }
 
-// A text profile in the record's place, as on the first start, is no failure worth a word. Of a file too
-// large for both, reading the profile says so.
+// A text profile in the record's place, as on the first start, is no failure worth a word. Of a
+// file too large for both, reading the profile says so.
 bool SettingsStore::ReadRecord(Storable& application) const {
   RecordFileOptions options;
   options.report = false;

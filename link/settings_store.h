@@ -1,8 +1,8 @@
 // SettingsStore: the window's settings on the disk: the members of their record, the load with the
 // hand-over from a text profile, the save. Owned by DownloadApp. Window's thread.
 //
-// The record is the whole application's, of which the settings are a part: reading and writing it are
-// operations of the application, which this class calls where it is their turn.
+// The record is the whole application's, of which the settings are a part: reading and writing it
+// are operations of the application, which this class calls where it is their turn.
 #pragma once
 
 #include <functional>
@@ -52,8 +52,8 @@ class SettingsStore {
   using Warning = std::function<void(const KorText& caption, const KorText& text)>;
   using RecordStep = std::function<bool()>;
 
-  // The settings are the window's copy, which is stored, and outlive this. cncFolder is the default of
-  // both NC folders. The user is warned through warn.
+  // The settings are the window's copy, which is stored, and outlive this. cncFolder is the default
+  // of both NC folders. The user is warned through warn.
   SettingsStore(LinkSettings& windowSettings, const KorText& cncFolder, Warning warn);
 
   // The settings are those of the file of this name. A name that no file can have keeps no settings
@@ -70,7 +70,8 @@ class SettingsStore {
   // Loads the settings by the application's operation, and from a text profile when that fails. A
   // record that can't be used is kept as "NAME.INI.damaged", and the log says so.
   void Load(const RecordStep& load);
-  // Saves them by the application's operation. A failure is reported once, until a save succeeds again.
+  // Saves them by the application's operation. A failure is reported once, until a save succeeds
+  // again.
   void Save(const RecordStep& save);
   void Change(const std::function<void(LinkSettings&)>& change); // not saved yet
   // Of a port that no record holds: what becomes of it at the next start.

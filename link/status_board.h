@@ -18,7 +18,8 @@ namespace kor {
 
 class StatusBoard {
  public:
-  // onJob receives each job whose line belongs in the job log, without a time, on the thread of TellJobs.
+  // onJob receives each job whose line belongs in the job log, without a time, on the thread of
+  // TellJobs.
   explicit StatusBoard(std::function<void(const EndedJob&)> onJob);
 
   // Counts even if unchanged: two jobs may end alike. The note tells beside the text what the user
@@ -53,8 +54,8 @@ class StatusBoard {
 
   // Forms the status line and returns what is to be shown.
   StatusView TakeView();
-  // Forms the line and tells the job when the code ends one, once each time it was set. By one thread,
-  // after each Set of such a code.
+  // Forms the line and tells the job when the code ends one, once each time it was set. By one
+  // thread, after each Set of such a code.
   void TellJobs();
 
  private:

@@ -1,5 +1,5 @@
-// TaskQueue: what other threads want done on the worker. It takes tasks in order and runs them between
-// two polls. Owned by DownloadApp. Any thread, but for Run, which is the worker's.
+// TaskQueue: what other threads want done on the worker. It takes tasks in order and runs them
+// between two polls. Owned by DownloadApp. Any thread, but for Run, which is the worker's.
 #pragma once
 
 #include <atomic>

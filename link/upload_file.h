@@ -1,5 +1,5 @@
-// UploadFile: the file that an upload fills, written beside its target, which it replaces when it is
-// complete. Owned by DownloadApp. Worker's thread, but for ClearAway.
+// UploadFile: the file that an upload fills, written beside its target, which it replaces when it
+// is complete. Owned by DownloadApp. Worker's thread, but for ClearAway.
 #pragma once
 
 #include <cstdint>

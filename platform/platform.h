@@ -1,5 +1,5 @@
-// The operating system that this build is for: names for its implementations, so that mains and tests
-// need not tell the systems apart.
+// The operating system that this build is for: names for its implementations, so that mains and
+// tests need not tell the systems apart.
 #pragma once
 
 #include <vector>

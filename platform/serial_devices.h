@@ -1,4 +1,5 @@
-// The serial devices that this computer has at the moment, whatever names the settings have for them.
+// The serial devices that this computer has at the moment, whatever names the settings have for
+// them.
 //
 // Free functions; any thread. They send nothing and change no device's settings. A device that
 // can't be judged otherwise is opened for a moment, which on most adapters raises DTR and RTS.

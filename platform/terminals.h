@@ -44,9 +44,9 @@ class PseudoTerminal {
 // nothing else. Null on failure, with the reason in error.
 std::unique_ptr<PseudoTerminal> OpenPseudoTerminal(const KorText& link, KorText& error);
 
-// Has the handler called for what asks a program to end (SIGINT, SIGTERM, SIGHUP, SIGPIPE as far as the
-// system has them). On POSIX a wait for standard input then ends, too, and finds its end. The handler
-// may only set flags.
+// Has the handler called for what asks a program to end (SIGINT, SIGTERM, SIGHUP, SIGPIPE as far as
+// the system has them). On POSIX a wait for standard input then ends, too, and finds its end. The
+// handler may only set flags.
 void CatchStopSignals(void (*handler)(int));
 
 enum class StandardStream : int { Input = 0, Output = 1, Diagnostics = 2 };

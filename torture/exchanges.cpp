@@ -121,7 +121,7 @@ void ExpectUndisturbed(const Exchange& exchange, Host& host, const Steps& steps)
   host.ExpectTidy();
 }
 
-// --- An exchange that the host can't go on with --------------------------------------------------
+// --- An exchange that the host can't go on with ---
 
 bool IsData(const Step& step) {
   return step.line.find('!') != std::string::npos;
@@ -219,7 +219,7 @@ void Flooded(const Exchange& exchange, const Steps& steps, Host& host, std::size
   ExpectBrokenOff(exchange, steps, host, place, {"Over Run Error! Data loss has occurred!"});
 }
 
-// --- The line is held for a moment, or for ten minutes -------------------------------------------
+// --- The line is held for a moment, or for ten minutes ---
 
 constexpr std::size_t kHeldWays = 3; // 2: by an XOFF that the controller sends
 
@@ -245,7 +245,7 @@ void Held(const Exchange& exchange, const Steps& steps, Host& host, std::size_t 
   ExpectUndisturbed(exchange, host, steps);
 }
 
-// --- A byte of the controller's is damaged, dropped or doubled -----------------------------------
+// --- A byte of the controller's is damaged, dropped or doubled ---
 
 constexpr std::size_t kDamagedWays = 3;
 

@@ -18,7 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// --- Noise ---------------------------------------------------------------------------------------
+// --- Noise ---
 
 void Noise(unsigned seed, std::size_t, std::size_t way) {
   constexpr std::string_view kForms[] = {"", "><~]\r", "FHTDX 0123456789\r", "\r\r\n\x11\x13",
@@ -36,7 +36,7 @@ void Noise(unsigned seed, std::size_t, std::size_t way) {
   host.ExpectTidy();
 }
 
-// --- Numbers -------------------------------------------------------------------------------------
+// --- Numbers ---
 
 std::vector<std::string> Numbers(Host& host) {
   std::vector<std::string> numbers = {"../outside",
@@ -78,7 +78,7 @@ void HostileNumber(unsigned seed, std::size_t position, std::size_t way) {
   host.ExpectTidy();
 }
 
-// --- Odd things ----------------------------------------------------------------------------------
+// --- Odd things ---
 
 void MakeSocket(const fs::path& path) {
   const int made = ::socket(AF_UNIX, SOCK_STREAM, 0);
@@ -158,7 +158,7 @@ void OddThing(unsigned seed, std::size_t position, std::size_t) {
   host.ExpectTidy();
 }
 
-// --- Ended while the line is held ----------------------------------------------------------------
+// --- Ended while the line is held ---
 
 void EndedWhileHeld(unsigned seed, std::size_t, std::size_t) {
   Host host(seed);

@@ -1,8 +1,9 @@
-// FormDialog: what the engine asks of a window; no toolkit here. The front ends (ui/wx, ui/console) and
-// the recording fake of the tests implement it. Owned by the program's main, lent to DownloadApp,
-// and outlives it.
+// FormDialog: what the engine asks of a window; no toolkit here. The front ends (ui/wx, ui/console)
+// and the recording fake of the tests implement it. Owned by the program's main, lent to
+// DownloadApp, and outlives it.
 //
-// Threads: every operation is called on the window's thread, except Post and CancelName, which any thread may call.
+// Threads: every operation is called on the window's thread, except Post and CancelName, which any
+// thread may call.
 #pragma once
 
 #include <array>

@@ -1,5 +1,5 @@
-// Link status: the codes 0 to 38 and what is known of each, from one table: its text, whether it ends a
-// job, what moves on the line, and what a display makes of it. Pure functions; any thread.
+// Link status: the codes 0 to 38 and what is known of each, from one table: its text, whether it
+// ends a job, what moves on the line, and what a display makes of it. Pure functions; any thread.
 #pragma once
 
 #include <cstdint>
@@ -70,8 +70,8 @@ struct StatusFacts {
   bool serverRole = false;
 };
 
-// The text of a status; previous is returned for one that has none. For UnexpectedError this is its own
-// text, although the display goes on to show the text of FormatError.
+// The text of a status; previous is returned for one that has none. For UnexpectedError this is its
+// own text, although the display goes on to show the text of FormatError.
 KorText StatusText(LinkStatus status, const StatusFacts& facts, const KorText& previous);
 
 // True for the states that end a job and are written to the job log.
@@ -88,8 +88,8 @@ bool IsTransferEnd(LinkStatus status);
 
 LinkActivity ActivityOf(LinkStatus status);
 
-// A short phrase for a large line, in the user's language: "Sending 0000123". The status line where the
-// state has no phrase, or its phrase lacks the file's name.
+// A short phrase for a large line, in the user's language: "Sending 0000123". The status line where
+// the state has no phrase, or its phrase lacks the file's name.
 KorText StatusHeadline(LinkStatus status, const KorText& fileName, const KorText& line);
 
 } // namespace kor

@@ -2,8 +2,8 @@
 // Implementations in platform/. Owned by main.
 //
 // Threads: Read runs on a thread of its own and may block for ever; so may Write and WriteError, on
-// another one: a reader that has stopped must not stop the program. Everything else is called on the
-// window's thread. onEvent is called on any thread.
+// another one: a reader that has stopped must not stop the program. Everything else is called on
+// the window's thread. onEvent is called on any thread.
 #pragma once
 
 #include <functional>
@@ -15,17 +15,17 @@
 
 namespace kor {
 
-// What comes from outside the program's own input. Interrupt: Ctrl-C. End: SIGTERM, SIGHUP; on Windows
-// closing the console, logging off and shutting down. Resized: the screen has other measures; not
-// every system tells.
+// What comes from outside the program's own input. Interrupt: Ctrl-C. End: SIGTERM, SIGHUP; on
+// Windows closing the console, logging off and shutting down. Resized: the screen has other
+// measures; not every system tells.
 enum class TerminalEvent { Interrupt, End, Resized };
 
 class Terminal {
  public:
   virtual ~Terminal() = default;
 
-  // Both standard input and output are a terminal that can move its cursor: a live status line makes
-  // sense.
+  // Both standard input and output are a terminal that can move its cursor: a live status line
+  // makes sense.
   virtual bool IsInteractive() const = 0;
   // Standard error is a terminal that shows colours, and the user has nothing against them.
   virtual bool HasColours() const = 0;

@@ -2,8 +2,8 @@
 // latest when NextDue says so; time is handed in, so tests move it by hand.
 //
 // Threads: any thread may create and delete timers; actions run on the thread that calls RunDue,
-// without the queue's lock, and may create and delete timers themselves. Deleting a timer guarantees
-// only that it does not start again.
+// without the queue's lock, and may create and delete timers themselves. Deleting a timer
+// guarantees only that it does not start again.
 #pragma once
 
 #include <functional>
@@ -17,16 +17,16 @@ namespace kor {
 
 class TimerQueue {
  public:
-  // Creates or replaces the timer of that name. period and now in seconds; the first action is due one
-  // period after now.
+  // Creates or replaces the timer of that name. period and now in seconds; the first action is due
+  // one period after now.
   void Create(const KorText& name, double period, double now, bool started,
               std::function<void()> action);
   void Start(const KorText& name, double now); // due one period after now
   void Stop(const KorText& name);
   void Delete(const KorText& name);
   bool IsStarted(const KorText& name) const;
-  // Runs the actions that are due at now, oldest first. A timer that is late by several periods runs
-  // once and is due again one period after now.
+  // Runs the actions that are due at now, oldest first. A timer that is late by several periods
+  // runs once and is due again one period after now.
   void RunDue(double now);
   std::optional<double> NextDue() const;
   // Called, on the thread that did it, when a timer was started: the front end asks NextDue again

@@ -16,8 +16,8 @@ struct Pace {
   bool held = false;                    // it stands
 };
 
-// RateMeter: bytes per second of the running transfer, smoothed over about two seconds. It starts afresh
-// when the status code changes or the count goes back.
+// RateMeter: bytes per second of the running transfer, smoothed over about two seconds. It starts
+// afresh when the status code changes or the count goes back.
 class RateMeter {
  public:
   void Update(const StatusView& view, double now); // now in seconds

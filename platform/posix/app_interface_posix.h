@@ -1,5 +1,5 @@
-// PosixAppInterface: the services object on Linux and other POSIX systems. Made by main, lives for the
-// whole run; every operation may be called from any thread.
+// PosixAppInterface: the services object on Linux and other POSIX systems. Made by main, lives for
+// the whole run; every operation may be called from any thread.
 #pragma once
 
 #include "platform/posix/clock_posix.h"

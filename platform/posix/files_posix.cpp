@@ -366,7 +366,8 @@ bool PosixFiles::Rename(const KorText& from, const KorText& to) {
   if (!ToNative(from, nativeFrom) || !ToNative(to, nativeTo)) return false;
   if (::rename(nativeFrom.c_str(), nativeTo.c_str()) == 0) return true;
   if (errno != EXDEV) return Fail(errno);
-  // Onto another disk: copied beside the target and renamed there, so the target changes in one step.
+  // Onto another disk: copied beside the target and renamed there, so the target changes in one
+  // step.
   return Duplicate(from, to) && Remove(from);
 }
 

@@ -1,8 +1,8 @@
 // PosixFiles: the files of Linux and other POSIX systems. Any thread.
 //
-// Error numbers are errno values; EBUSY says that another holds the file for writing. Writers take an
-// advisory lock (flock), appenders a shared one; a file system without locks works all the same. Paths
-// keep "\" as an ordinary character.
+// Error numbers are errno values; EBUSY says that another holds the file for writing. Writers take
+// an advisory lock (flock), appenders a shared one; a file system without locks works all the same.
+// Paths keep "\" as an ordinary character.
 #pragma once
 
 #include <cerrno>

@@ -116,9 +116,9 @@ class Utf8Locale {
   locale_t before = nullptr;
 };
 
-// libedit sets the modes of its terminal and waits until all output is out. A screen that somebody has
-// stopped must not stop the program: libedit gets a terminal of its own, on which nobody looks, and the
-// line is drawn by whoever draws the screen.
+// libedit sets the modes of its terminal and waits until all output is out. A screen that somebody
+// has stopped must not stop the program: libedit gets a terminal of its own, on which nobody looks,
+// and the line is drawn by whoever draws the screen.
 class PosixLineEditor : public LineEditor {
  public:
   ~PosixLineEditor() override {

@@ -56,8 +56,8 @@ KorText DatePicture(const KorText& format) {
   return picture;
 }
 
-// The punctuation after the hours of a time format; ":" where it is not spelled out ("%T", "%r") or is
-// a word for the hours.
+// The punctuation after the hours of a time format; ":" where it is not spelled out ("%T", "%r") or
+// is a word for the hours.
 char16_t TimeSeparatorOf(const KorText& timeFormat) {
   const std::size_t hours = timeFormat.View().find_first_of(u"HIkl");
   if (hours == KorText::kNone || hours + 1 >= timeFormat.Length()) return u':';

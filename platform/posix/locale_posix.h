@@ -1,5 +1,5 @@
-// PosixLocale: the user's regional settings and language from LC_ALL, LC_MESSAGES and their like. Any
-// thread.
+// PosixLocale: the user's regional settings and language from LC_ALL, LC_MESSAGES and their like.
+// Any thread.
 #pragma once
 
 #include <clocale>

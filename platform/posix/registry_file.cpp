@@ -79,8 +79,8 @@ std::optional<KorText> SectionOf(const KorText& line) {
   return Unescaped(text.Mid(1, text.Length() - 2));
 }
 
-// Where a key's section starts and ends (the next section, or the end of the file); start is the line
-// after its heading.
+// Where a key's section starts and ends (the next section, or the end of the file); start is the
+// line after its heading.
 struct Section {
   std::size_t start = KorText::kNone, end = KorText::kNone;
 };

@@ -1,5 +1,5 @@
-// RegistryFile: a file in the settings folder, which stands in for the registry where the system has
-// none. UTF-8, lines end in LF:
+// RegistryFile: a file in the settings folder, which stands in for the registry where the system
+// has none. UTF-8, lines end in LF:
 //
 //   [Software\Velmora\Plenova 2026\COMMON]
 //   WaitLockPeriod=3000
@@ -9,8 +9,9 @@
 // half of a surrogate pair) is written as "%u" and four hex digits; any other "%" is itself. Lines
 // of other forms are comments and stay where they are.
 //
-// Every operation reads the file anew, so that what another program wrote counts. Writing replaces the
-// file in one step, under a lock on the settings folder; a file that can't be read is not replaced.
+// Every operation reads the file anew, so that what another program wrote counts. Writing replaces
+// the file in one step, under a lock on the settings folder; a file that can't be read is not
+// replaced.
 #pragma once
 
 #include <atomic>

@@ -1,5 +1,5 @@
-// Linux has a device file for each serial port that a driver could have; the ones with hardware behind them
-// have a UART's type, or are made when an adapter is plugged in.
+// Linux has a device file for each serial port that a driver could have; the ones with hardware
+// behind them have a UART's type, or are made when an adapter is plugged in.
 #include <fcntl.h>
 #include <linux/serial.h>
 #include <sys/file.h>
@@ -72,7 +72,8 @@ bool LacksUart(const Candidate& candidate) {
   return type >> number && number == PORT_UNKNOWN;
 }
 
-// In their order. What can be told without opening them has been: a file without a device behind it is none.
+// In their order. What can be told without opening them has been: a file without a device behind it
+// is none.
 std::vector<Candidate> CandidatesIn(const fs::path& folder) {
   std::vector<Candidate> candidates;
   std::error_code error;

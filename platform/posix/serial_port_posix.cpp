@@ -117,7 +117,7 @@ bool MeansGone(int error) {
 
 } // namespace
 
-// --- Descriptor -----------------------------------------------------------------------------------
+// --- Descriptor ---
 
 PosixSerialPort::Descriptor& PosixSerialPort::Descriptor::operator=(Descriptor&& other) noexcept {
   Reset();
@@ -130,7 +130,7 @@ bool PosixSerialPort::Descriptor::Reset() {
   return ::close(std::exchange(number, -1)) == 0;
 }
 
-// --- Errors ---------------------------------------------------------------------------------------
+// --- Errors ---
 
 bool PosixSerialPort::Fail(int error) {
   lastError = error;
@@ -153,7 +153,7 @@ KorText PosixSerialPort::LastErrorText() const {
   return App().ErrorText(static_cast<std::uint32_t>(lastError));
 }
 
-// --- Opening and closing --------------------------------------------------------------------------
+// --- Opening and closing ---
 
 PosixSerialPort::PosixSerialPort(std::filesystem::path systemFolder)
     : system(std::move(systemFolder)), wake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
@@ -204,8 +204,8 @@ bool PosixSerialPort::MakeRaw(const Descriptor& opened) {
   return ::tcsetattr(opened.Get(), TCSANOW, &line) == 0 || Fail(errno);
 }
 
-// Adapters collect received bytes for up to 16 ms by default; a request would wait that long. Where the
-// system doesn't allow the change the port works all the same, only slower.
+// Adapters collect received bytes for up to 16 ms by default; a request would wait that long. Where
+// the system doesn't allow the change the port works all the same, only slower.
 void PosixSerialPort::ShortenLatency() {
   struct stat info {};
   if (::fstat(device.Get(), &info) == 0)
@@ -226,9 +226,9 @@ bool PosixSerialPort::Close() {
 }
 
 // The kernel waits in close for unsent bytes, up to 30 s. So: drop them, lift every hold, and where
-// bytes still sit in the hardware, where nothing can drop them, tell it not to wait for those either.
-// An adapter then sends what a hold has left in it, no more than a piece, to the controller that
-// holds.
+// bytes still sit in the hardware, where nothing can drop them, tell it not to wait for those
+// either. An adapter then sends what a hold has left in it, no more than a piece, to the controller
+// that holds.
 void PosixSerialPort::SpeedUpClose() {
   ::tcflush(device.Get(), TCOFLUSH);
   xoffReceived = false;
@@ -246,7 +246,7 @@ void PosixSerialPort::SpeedUpClose() {
   ::ioctl(device.Get(), TIOCSSERIAL, &serial);
 }
 
-// --- Settings -------------------------------------------------------------------------------------
+// --- Settings ---
 
 bool PosixSerialPort::SetQueueSizes(std::uint32_t, std::uint32_t) {
   return RequireOpen();
@@ -320,7 +320,7 @@ void PosixSerialPort::SetModemOutputs(const DeviceControlBlock& block) {
   if (off != 0) ::ioctl(device.Get(), TIOCMBIC, &off);
 }
 
-// --- Status ---------------------------------------------------------------------------------------
+// --- Status ---
 
 bool PosixSerialPort::GetStatus(LineStatus& status) {
   int received = 0;
@@ -377,7 +377,7 @@ std::uint32_t PosixSerialPort::Holds() const {
   return holds;
 }
 
-// --- Traffic --------------------------------------------------------------------------------------
+// --- Traffic ---
 
 bool PosixSerialPort::Read(std::span<std::uint8_t> to, std::size_t& readCount) {
   readCount = 0;
@@ -457,7 +457,7 @@ bool PosixSerialPort::PurgeReceive() {
   return ::tcflush(device.Get(), TCIFLUSH) == 0 || Fail(errno);
 }
 
-// --- Waiting --------------------------------------------------------------------------------------
+// --- Waiting ---
 
 void PosixSerialPort::WaitReadable(std::chrono::microseconds atMost) {
   std::array<pollfd, 2> watched = {{{wake.Get(), POLLIN, 0}, {device.Get(), POLLIN, 0}}};

@@ -1,10 +1,12 @@
-// PosixSerialPort: SerialPort on Linux terminals. Owned by the program's main; threads as SerialPort says.
+// PosixSerialPort: SerialPort on Linux terminals. Owned by the program's main; threads as
+// SerialPort says.
 //
-// No operation waits for the line. What the kernel does itself: RTS/CTS handshake, sending XOFF when
-// its input fills. What this class does, since the kernel can't or would hide it:
+// No operation waits for the line. What the kernel does itself: RTS/CTS handshake, sending XOFF
+// when its input fills. What this class does, since the kernel can't or would hide it:
 // - A received XOFF stops the driver's output from Read, and the byte still reaches the caller; the
 //   kernel's own handling would swallow XON and XOFF.
-// - DSR: output stops while DSR is off (outxDsrFlow), input is dropped while DSR is off (dsrSensitivity).
+// - DSR: output stops while DSR is off (outxDsrFlow), input is dropped while DSR is off
+// (dsrSensitivity).
 //   The modem lines are looked at no more often than every 20 ms: on a USB adapter that is a
 //   transfer over the bus.
 // - DTR under handshake stays on: input is read all the time, so it never has to hold the far side.
@@ -12,13 +14,13 @@
 // - A USB adapter sends what its driver was given, whatever stops the line in the meantime. Where a
 //   hold can come, Write gives it no more than 10 ms of line time ahead, and nothing during a hold.
 //
-// 1.5 stop bits are 2 with more than 5 data bits: no UART has a real half there, and whoever expects
-// 1.5 accepts 2. Settings that the hardware doesn't take (read back after setting; the rate may be off
-// by 3 %) are refused with "Invalid argument", and the earlier ones stay. A pseudo-terminal has no line:
-// it takes every setting, has no modem lines and never holds for them.
+// 1.5 stop bits are 2 with more than 5 data bits: no UART has a real half there, and whoever
+// expects 1.5 accepts 2. Settings that the hardware doesn't take (read back after setting; the rate
+// may be off by 3 %) are refused with "Invalid argument", and the earlier ones stay. A
+// pseudo-terminal has no line: it takes every setting, has no modem lines and never holds for them.
 //
-// kRlsdHold and kXoffSent never show: no setting waits for the former, the kernel keeps the latter to
-// itself. Line errors are the driver's own counts; a driver without them tells none.
+// kRlsdHold and kXoffSent never show: no setting waits for the former, the kernel keeps the latter
+// to itself. Line errors are the driver's own counts; a driver without them tells none.
 #pragma once
 
 #include <array>

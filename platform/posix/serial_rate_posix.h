@@ -1,5 +1,5 @@
-// Line rates as numbers of bits per second. Apart from the rest of the port because the kernel's termios2
-// and the C library's termios can't be declared in one file.
+// Line rates as numbers of bits per second. Apart from the rest of the port because the kernel's
+// termios2 and the C library's termios can't be declared in one file.
 #pragma once
 
 #include <cstdint>

@@ -170,8 +170,8 @@ std::atomic<void (*)(int)> stopHandler = nullptr;
 
 int nullDevice = -1;
 
-// A read that is about to start would wait in spite of the signal, had its descriptor not become another
-// one; free, it would be taken by the next file.
+// A read that is about to start would wait in spite of the signal, had its descriptor not become
+// another one; free, it would be taken by the next file.
 void OnStopSignal(int number) {
   const int savedError = errno;
   stopHandler.load()(number);

@@ -174,8 +174,8 @@ struct FreeLocal {
   void operator()(void* memory) const { LocalFree(memory); }
 };
 
-// The access list, with the entries that come from the folder again coming from the folder; owner and
-// group as far as the system lets them be given.
+// The access list, with the entries that come from the folder again coming from the folder; owner
+// and group as far as the system lets them be given.
 bool CopySecurity(HANDLE from, HANDLE to) {
   constexpr SECURITY_INFORMATION kNames = OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION;
   PACL list = nullptr;
@@ -203,8 +203,8 @@ struct CloseFind {
 };
 using OpenFind = std::unique_ptr<HANDLE, CloseFind>;
 
-// Calls visit for each entry of a folder until it says false. False: the folder can't be read, or visit
-// gave up.
+// Calls visit for each entry of a folder until it says false. False: the folder can't be read, or
+// visit gave up.
 template <class Visit> bool ForEachEntry(const std::wstring& folder, Visit visit) {
   WIN32_FIND_DATAW data{};
   const std::wstring pattern =
@@ -314,7 +314,8 @@ bool Win32Files::Rename(const KorText& from, const KorText& to) {
     return true;
   }
   if (GetLastError() != ERROR_NOT_SAME_DEVICE) return Fail(GetLastError());
-  // Onto another disk: copied beside the target and renamed there, so the target changes in one step.
+  // Onto another disk: copied beside the target and renamed there, so the target changes in one
+  // step.
   return Duplicate(from, to) && Remove(from);
 }
 

@@ -1,8 +1,8 @@
 // Win32Files: the files of Windows. Any thread.
 //
-// Error numbers are those of GetLastError. Paths take the form of AppInterface::LongPath on their way into
-// the system; a long one is made absolute first, because the prefix switches off "..", "/" and relative
-// paths. Names of devices ("NUL", "C:/x/COM1") are no files here.
+// Error numbers are those of GetLastError. Paths take the form of AppInterface::LongPath on their
+// way into the system; a long one is made absolute first, because the prefix switches off "..", "/"
+// and relative paths. Names of devices ("NUL", "C:/x/COM1") are no files here.
 #pragma once
 
 #include <atomic>

@@ -33,8 +33,8 @@ constexpr std::uint32_t kStall = 20; // milliseconds that a piece of a write may
 
 constexpr DWORD kErrorNoSuchDevice = 433; // not in every compiler's headers
 
-// What drivers answer once the adapter is out of its socket. Not ERROR_OPERATION_ABORTED: a line error
-// gives it on a port that is set to stop at errors.
+// What drivers answer once the adapter is out of its socket. Not ERROR_OPERATION_ABORTED: a line
+// error gives it on a port that is set to stop at errors.
 bool MeansGone(DWORD error) {
   constexpr std::array<DWORD, 10> kGone = {
       ERROR_FILE_NOT_FOUND,       ERROR_ACCESS_DENIED, ERROR_NOT_READY,    ERROR_BAD_COMMAND,
@@ -102,7 +102,8 @@ void Add(DWORD bits, LineErrors& errors) {
   errors.breaks += (bits & CE_BREAK) != 0;
 }
 
-// Windows 11 keeps a timer's resolution only while a window of the program can be seen, unless it is told otherwise.
+// Windows 11 keeps a timer's resolution only while a window of the program can be seen, unless it
+// is told otherwise.
 void WaitPreciselyUnseen() {
   PROCESS_POWER_THROTTLING_STATE state{};
   state.Version = PROCESS_POWER_THROTTLING_CURRENT_VERSION;
@@ -161,7 +162,7 @@ bool Win32SerialPort::IsGone() const {
   return state->gone;
 }
 
-// --- Opening and closing --------------------------------------------------------------------------
+// --- Opening and closing ---
 
 bool Win32SerialPort::Open(const KorText& name) {
   Close();
@@ -196,7 +197,7 @@ bool Win32SerialPort::Close() {
   return Succeed(::CloseHandle(std::exchange(state->device, INVALID_HANDLE_VALUE)));
 }
 
-// --- Settings -------------------------------------------------------------------------------------
+// --- Settings ---
 
 bool Win32SerialPort::SetQueueSizes(std::uint32_t input, std::uint32_t output) {
   return Succeed(::SetupComm(state->device, input, output));
@@ -234,7 +235,7 @@ bool Win32SerialPort::SetTimeouts(const PortTimeouts& timeouts) {
   return Succeed(::SetCommTimeouts(state->device, &state->timeouts));
 }
 
-// --- Traffic --------------------------------------------------------------------------------------
+// --- Traffic ---
 
 bool Win32SerialPort::GetStatus(LineStatus& status) {
   COMSTAT line{};
@@ -296,7 +297,7 @@ bool Win32SerialPort::PurgeReceive() {
   return Succeed(::PurgeComm(state->device, PURGE_RXCLEAR));
 }
 
-// --- Waiting --------------------------------------------------------------------------------------
+// --- Waiting ---
 
 void Win32SerialPort::WaitReadable(std::chrono::microseconds atMost) {
   using namespace std::chrono_literals;

@@ -1,18 +1,18 @@
-// Win32SerialPort: SerialPort on the system's communications functions, one to one. Owned by the program's
-// main; threads as SerialPort says.
+// Win32SerialPort: SerialPort on the system's communications functions, one to one. Owned by the
+// program's main; threads as SerialPort says.
 //
 // Names are given to CreateFileW as they stand. COM10 and above are no device names there: when the
-// system finds no such file the name is tried again as "\\.\COM10", so that the settings need not carry
-// the prefix.
+// system finds no such file the name is tried again as "\\.\COM10", so that the settings need not
+// carry the prefix.
 //
-// Write hands the system one piece, 10 ms of line time, and none while the line is held. When a hold begins
-// in the middle of it the system gives up after 20 ms and tells exactly how much went out; a write
-// that is cancelled would not tell. The write time-out of SetTimeouts is the system's until the
-// first write: no write comes near it.
+// Write hands the system one piece, 10 ms of line time, and none while the line is held. When a
+// hold begins in the middle of it the system gives up after 20 ms and tells exactly how much went
+// out; a write that is cancelled would not tell. The write time-out of SetTimeouts is the system's
+// until the first write: no write comes near it.
 //
-// Without overlapped calls the system can't say when bytes arrive. WaitReadable looks every millisecond
-// for a second after the last byte and every 10 ms after that; while a port is open the system's timer
-// runs at 1 ms.
+// Without overlapped calls the system can't say when bytes arrive. WaitReadable looks every
+// millisecond for a second after the last byte and every 10 ms after that; while a port is open the
+// system's timer runs at 1 ms.
 #pragma once
 
 #include <memory>

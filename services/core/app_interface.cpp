@@ -77,7 +77,7 @@ void AppInterface::FindFolders(const KorText& versionText) {
   SetApplicationPropertyPath(kDataFolder, found.data);
 }
 
-// --- Messages -----------------------------------------------------------------------------------
+// --- Messages ---
 
 std::int32_t AppInterface::Report(const MessageRecord& record) {
   KorText block = u"\n----------------";
@@ -124,8 +124,8 @@ bool AppInterface::OpenLog(const KorText& path) {
   return true;
 }
 
-// Renamed while it is still locked, where the system renames open files. Emptied when opened: a file that
-// could not be renamed doesn't grow further either.
+// Renamed while it is still locked, where the system renames open files. Emptied when opened: a
+// file that could not be renamed doesn't grow further either.
 void AppInterface::StartNewLog() {
   const KorText older = logPath + u".1";
   const bool renamed = !log || RenameFile(logPath, older);
@@ -174,7 +174,7 @@ KorText AppInterface::FailureNotice() {
   return failureNotice;
 }
 
-// --- Debug modes --------------------------------------------------------------------------------
+// --- Debug modes ---
 
 DebugMode* AppInterface::FindMode(const KorText& name) {
   const auto found = std::find_if(debugModes.begin(), debugModes.end(), [&](const DebugMode& mode) {
@@ -252,7 +252,7 @@ std::vector<DebugMode> AppInterface::ActiveDebugModes() {
   return active;
 }
 
-// --- Properties, registry, console options ------------------------------------------------------
+// --- Properties, registry, console options ---
 
 KorText* AppInterface::PropertyFolder(int type) {
   switch (type) {
@@ -368,7 +368,7 @@ std::int32_t AppInterface::GetConsoleOption(const KorText& name) {
   return 0;
 }
 
-// --- Time and locale ----------------------------------------------------------------------------
+// --- Time and locale ---
 
 int AppInterface::CompareFileTimes(FileTime a, FileTime b) {
   return a < b ? -1 : a > b ? 1 : 0;
@@ -441,7 +441,7 @@ void AppInterface::SetRegional(const RegionalSettings& settings) {
   regional = settings;
 }
 
-// --- Files --------------------------------------------------------------------------------------
+// --- Files ---
 
 std::optional<std::uint64_t> AppInterface::SeekFile(OsFile& file, std::int64_t offset,
                                                     bool fromEnd) {

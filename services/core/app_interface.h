@@ -1,12 +1,12 @@
 // AppInterface: the one application-wide services object. Messages and the application log, debug
-// modes, folders and property texts, temporary names, regional settings; and, passed on to the small
-// interfaces behind it, the system's files, clock, registry, locale and environment. One derived class
-// per platform (platform/posix, platform/win32) brings those; a front end attaches a MessageReporter to
-// show reported messages to the user.
+// modes, folders and property texts, temporary names, regional settings; and, passed on to the
+// small interfaces behind it, the system's files, clock, registry, locale and environment. One
+// derived class per platform (platform/posix, platform/win32) brings those; a front end attaches a
+// MessageReporter to show reported messages to the user.
 //
-// It is made by the program's main before anything else and lives for the whole run. Reached through
-// App(). Every operation may be called from any thread. Code that needs one of the small interfaces alone
-// takes that one.
+// It is made by the program's main before anything else and lives for the whole run. Reached
+// through App(). Every operation may be called from any thread. Code that needs one of the small
+// interfaces alone takes that one.
 //
 // Failures are reported, not thrown: bool, empty text, null or std::nullopt say so, and LastError()
 // keeps the system's number of the calling thread's last failed call.
@@ -81,8 +81,8 @@ class AppInterface {
   virtual OsLocale& Locale() = 0;
   virtual OsEnvironment& Environment() = 0;
 
-  // Sets the application's name and version and fills the folders, the property text and the regional
-  // settings from the platform. Returns an empty text, or what went wrong.
+  // Sets the application's name and version and fills the folders, the property text and the
+  // regional settings from the platform. Returns an empty text, or what went wrong.
   KorText Start(const KorText& applicationName, const KorText& version);
   // Settles the five folders from the platform; part of Start. Alone it is for what runs before the
   // services are started, such as loading the dictionary.
@@ -103,11 +103,12 @@ class AppInterface {
   // debugging is enabled (POSIX). Here: dropped.
   virtual void DebugOutput(const KorText& text);
   void SetReporter(MessageReporter reporter);
-  // The application log: a file that texts are added to, or none (the start value, and after an empty
-  // path: texts are dropped). Missing folders are made. The log is this object's alone: false when
-  // another has it open, and when it can't be opened; the log before stays then. A text is written in
-  // one piece, one byte per character. A text that would make the file longer than kLongestLog bytes
-  // goes into a new one, and the file before stays as path + ".1". What can't be written is dropped.
+  // The application log: a file that texts are added to, or none (the start value, and after an
+  // empty path: texts are dropped). Missing folders are made. The log is this object's alone: false
+  // when another has it open, and when it can't be opened; the log before stays then. A text is
+  // written in one piece, one byte per character. A text that would make the file longer than
+  // kLongestLog bytes goes into a new one, and the file before stays as path + ".1". What can't be
+  // written is dropped.
   static constexpr std::uint64_t kLongestLog = 1 << 20;
   bool OpenLog(const KorText& path);
   void WriteLog(const KorText& text);
@@ -115,8 +116,8 @@ class AppInterface {
   // each and the work, which it does later and in order. Empty: whoever writes does the work.
   using LogWriter = std::function<void(std::size_t bytes, std::function<void()> work)>;
   void SetLogWriter(LogWriter writer);
-  // The notice for a failure that nothing else explains, in the user's language. The dictionary sets it
-  // when it is loaded; empty before.
+  // The notice for a failure that nothing else explains, in the user's language. The dictionary
+  // sets it when it is loaded; empty before.
   void SetFailureNotice(const KorText& text);
   KorText FailureNotice();
 
@@ -127,8 +128,8 @@ class AppInterface {
   void SetDebugMode(const KorText& name, std::int32_t value);
   void EnableDebugging(bool enable);
   bool DebuggingEnabled();
-  // Whether the user asks for debugging: the environment's "NCEDL_DEBUG" when it is set ("0": no), else
-  // the registry's "COMMON" "Debugging" (0: no).
+  // Whether the user asks for debugging: the environment's "NCEDL_DEBUG" when it is set ("0": no),
+  // else the registry's "COMMON" "Debugging" (0: no).
   bool DebuggingAskedFor();
   // Copies of the modes that are active now (kind 2, or all while debugging is enabled).
   std::vector<DebugMode> ActiveDebugModes();
@@ -173,7 +174,8 @@ class AppInterface {
   FileTime FileTimeToLocal(FileTime utc) { return Clock().ToLocal(utc); }
   static int CompareFileTimes(FileTime a, FileTime b); // -1, 0, 1
   static SystemTime FileTimeToSystemTime(FileTime time);
-  // Years 1601 to 30827. What is no date or time of day gives 0; a time out of range the start of 1601.
+  // Years 1601 to 30827. What is no date or time of day gives 0; a time out of range the start of
+  // 1601.
   static FileTime SystemTimeToFileTime(const SystemTime& time);
   SystemTime LocalTime(); // now, in the user's time zone; 2000-01-01 while Reg_Dateless is set
   KorText FormatDate(const SystemTime& time) { return Locale().Date(time); }
@@ -226,16 +228,16 @@ class AppInterface {
   bool CanNameFile(const KorText& name) { return Files().CanName(name); }
   bool FileNamesIgnoreCase() { return Files().IgnoreCase(); }
   bool SyncFolder(const KorText& folder) { return Files().SyncFolder(folder); }
-  // A path to a file that was not found where it should be, or an empty text: looks for the name, less
-  // its folder, in the start-in, settings, program and data folders.
+  // A path to a file that was not found where it should be, or an empty text: looks for the name,
+  // less its folder, in the start-in, settings, program and data folders.
   KorText LocateFile(const KorText& name);
   // Creates an empty file "KOR" + number in the temporary folder, which is made when missing, and
   // returns its path; empty after 100000 failed attempts, or at once when the folder can't be made.
   KorText GetTemporaryFilename();
 
-  // The form a path takes for the platform's calls: the Windows long-path prefix for paths longer than
-  // 228 characters (or longer than 1 while force is set); "/" becomes "\" in them. Shorter paths and
-  // those that begin with a dot stay as they are.
+  // The form a path takes for the platform's calls: the Windows long-path prefix for paths longer
+  // than 228 characters (or longer than 1 while force is set); "/" becomes "\" in them. Shorter
+  // paths and those that begin with a dot stay as they are.
   static KorText LongPath(const KorText& path, bool force);
 
  private:

@@ -117,7 +117,7 @@ bool IsBeyondLargest(std::string_view number) {
   return static_cast<std::int64_t>(point) - static_cast<std::int64_t>(first) + exponent > 0;
 }
 
-// --- Format ------------------------------------------------------------------------------------
+// --- Format ---
 
 // Keeps a damaged format text from asking for gigabytes.
 constexpr std::size_t kWidestField = 0xFFFF;

@@ -143,10 +143,11 @@ class KorText {
   // it can't. Independent of any locale.
   double ToReal() const;
 
-  // printf-style: %i %d %u %x %X %o %c %s %f %e %g %% with flags "-+ 0#", width, precision (both may
-  // be "*"); length letters (h l ll I64 z) are accepted and ignored. Widths and precisions count
-  // characters. Arguments carry their own type: a directive that does not fit its argument prints
-  // the argument in its natural form, a missing argument prints nothing, a surplus one is ignored.
+  // printf-style: %i %d %u %x %X %o %c %s %f %e %g %% with flags "-+ 0#", width, precision (both
+  // may be "*"); length letters (h l ll I64 z) are accepted and ignored. Widths and precisions
+  // count characters. Arguments carry their own type: a directive that does not fit its argument
+  // prints the argument in its natural form, a missing argument prints nothing, a surplus one is
+  // ignored.
   template <class... Args> static KorText Format(std::u16string_view format, const Args&... args) {
     return FormatList(format, {FormatArg(args)...});
   }

@@ -1,4 +1,5 @@
-// OsClock: the system's clocks. Implemented once per platform; tests move theirs by hand. Any thread.
+// OsClock: the system's clocks. Implemented once per platform; tests move theirs by hand. Any
+// thread.
 #pragma once
 
 #include "services/core/file_time.h"

@@ -1,7 +1,8 @@
-// OsFiles: the files and folders of the system, and what the calling thread's last failed call said.
-// Implemented once per platform. Any thread.
+// OsFiles: the files and folders of the system, and what the calling thread's last failed call
+// said. Implemented once per platform. Any thread.
 //
-// Failures are bool, null, empty text or std::nullopt, and LastError() then keeps the system's number.
+// Failures are bool, null, empty text or std::nullopt, and LastError() then keeps the system's
+// number.
 #pragma once
 
 #include <cstdint>
@@ -68,8 +69,8 @@ class OsFile {
   // Bytes moved; fewer than asked for at the end of the file or after a failure (see LastError).
   virtual std::size_t Read(std::span<std::uint8_t> to) = 0;
   virtual std::size_t Write(std::span<const std::uint8_t> from) = 0;
-  // Moves to the offset, or to the end plus the offset (negative: before the end). New position from
-  // the start, in bytes; std::nullopt when the platform refuses.
+  // Moves to the offset, or to the end plus the offset (negative: before the end). New position
+  // from the start, in bytes; std::nullopt when the platform refuses.
   virtual std::optional<std::uint64_t> Seek(std::int64_t offset, bool fromEnd) = 0;
   virtual std::optional<std::uint64_t> Size() = 0; // std::nullopt when the platform can't tell
   // Hands the content to the disk (fsync, FlushFileBuffers).
@@ -105,9 +106,9 @@ class OsFiles : public OsErrors {
   // Copies content and time beside the target and renames the copy over it, where CanReplace allows
   // that; the older target stays whole when it fails.
   bool Duplicate(const KorText& from, const KorText& to);
-  // The path that a path leads to when it names a symbolic link, also to a file that does not exist yet
-  // (Windows: only to one that does); the path itself when it names none. Empty when the links go round
-  // in a circle.
+  // The path that a path leads to when it names a symbolic link, also to a file that does not exist
+  // yet (Windows: only to one that does); the path itself when it names none. Empty when the links
+  // go round in a circle.
   virtual KorText LinkTarget(const KorText& path) = 0;
   // The path from the root on: one that isn't begins in the working folder. Neither has to exist.
   virtual KorText AbsolutePath(const KorText& path) = 0;
@@ -129,9 +130,9 @@ class OsFiles : public OsErrors {
   virtual bool RemoveFolder(const KorText& path) = 0; // with its contents
   // Makes a directory entry change durable (POSIX: syncs the folder); true where not needed.
   virtual bool SyncFolder(const KorText& folder) = 0;
-  // Entries of a folder, in no order, without "." and ".."; std::nullopt when it can't be read. With an
-  // ending only those whose names end so (see IgnoreCase): asking the system about each entry is what
-  // takes the time in a large folder.
+  // Entries of a folder, in no order, without "." and ".."; std::nullopt when it can't be read.
+  // With an ending only those whose names end so (see IgnoreCase): asking the system about each
+  // entry is what takes the time in a large folder.
   std::optional<std::vector<FileEntry>> List(const KorText& folder, const KorText& nameEnding = {});
 
   // Whether a file can have this name, without folder. "\" counts as a separator on every system.

@@ -1,5 +1,5 @@
-// RandomNumbers: the splitmix64 generator; the same numbers for the same seed on every system. One thread
-// at a time.
+// RandomNumbers: the splitmix64 generator; the same numbers for the same seed on every system. One
+// thread at a time.
 #pragma once
 
 #include <cstdint>

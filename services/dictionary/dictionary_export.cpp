@@ -57,7 +57,8 @@ bool TextHolder::ExportXML(const KorText& file) {
                            Escaped(language.name));
   for (const TextEntry& entry : entries)
     xml += XmlEntry(entry);
-  // Without entries the file is left unfinished on purpose: readers take it for what it is, nothing.
+  // Without entries the file is left unfinished on purpose: readers take it for what it is,
+  // nothing.
   if (!entries.empty()) xml += u"</Dictionary>\n";
   return WriteWholeFile(file, xml, kFileText | kFileUnicode) && !entries.empty();
 }

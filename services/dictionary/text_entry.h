@@ -60,8 +60,8 @@ class TextEntry : public Storable {
   CalendarDate LatestModification() const;
   void AddModification(const CalendarDate& date); // no date, or one already there, is left out
 
-  // "TXTPOS_" and the phrase's letters A-Z a-z and digits, a run of blanks as one "_". Longer than 32
-  // characters, before the prefix is put on, it keeps its first and last 16.
+  // "TXTPOS_" and the phrase's letters A-Z a-z and digits, a run of blanks as one "_". Longer than
+  // 32 characters, before the prefix is put on, it keeps its first and last 16.
   static KorText MakeTextPosition(std::u16string_view phrase);
   static bool IsNameCharacter(char16_t c); // a letter or digit
   static constexpr char16_t kNamePrefix[] = u"TXTPOS_";

@@ -58,7 +58,7 @@ KorText PrimaryLanguage(const KorText& code) {
 
 } // namespace
 
-// --- Lookup ------------------------------------------------------------------------------------------
+// --- Lookup ---
 
 std::optional<std::u16string_view> TextHolder::FindText(std::int32_t id) const {
   if (id < 0 || static_cast<std::size_t>(id) >= offsets.size()) return std::nullopt;
@@ -104,7 +104,7 @@ bool TextHolder::Expand(KorText& text) const {
   return replaced;
 }
 
-// --- Loading -----------------------------------------------------------------------------------------
+// --- Loading ---
 
 void TextHolder::Clear() {
   loaded = false;
@@ -193,7 +193,7 @@ void TextHolder::SetFailureNotice() const {
   App().SetFailureNotice(KorText::Format(u"%s\n\n%s", Text(324), Text(323)));
 }
 
-// --- Languages, entries ------------------------------------------------------------------------------
+// --- Languages, entries ---
 
 std::int32_t TextHolder::LanguageWithCode(std::u16string_view code) const {
   for (std::size_t i = 0; i < languages.size(); ++i)
@@ -238,7 +238,7 @@ void TextHolder::AddEntries(std::vector<TextEntry> fresh) {
   SortContent();
 }
 
-// --- Saving ------------------------------------------------------------------------------------------
+// --- Saving ---
 
 bool TextHolder::Save(Backup backup) {
   if (!IsEditing()) {

@@ -1,15 +1,16 @@
-// TextHolder: the text dictionary. All texts that users see live in one file, "diction.ary", and are
-// addressed by number; "^" and a number in a text stands for the text of that number.
+// TextHolder: the text dictionary. All texts that users see live in one file, "diction.ary", and
+// are addressed by number; "^" and a number in a text stands for the text of that number.
 //
 // Two ways to hold it. Run mode keeps one language's texts in a compact table: a pool of characters
 // and an offset per number. Editing mode keeps every entry with its translations, notes and dates,
 // and is what saving, exporting and importing need; its table is empty.
 //
 // The program's own dictionary is reached through Dictionary() (services/dictionary/dictionary.h).
-// Loading, editing and saving belong to one thread; the lookups of a loaded dictionary may be called
-// from any thread. Views into the pool stay valid until the next Load.
+// Loading, editing and saving belong to one thread; the lookups of a loaded dictionary may be
+// called from any thread. Views into the pool stay valid until the next Load.
 //
-// The file's layout is in docs/formats/dictionary.md, the way of a translation in docs/translating.md.
+// The file's layout is in docs/formats/dictionary.md, the way of a translation in
+// docs/translating.md.
 #pragma once
 
 #include <cstdint>
@@ -28,8 +29,8 @@ namespace kor {
 class XliffReader;
 struct XliffUnit;
 
-// What an operation that takes long tells its caller: its title, the position and the size in its own
-// measure. False cancels it.
+// What an operation that takes long tells its caller: its title, the position and the size in its
+// own measure. False cancels it.
 using TitledProgress = std::function<bool(const KorText& title, double position, double size)>;
 
 // What became of an import. Each problem names the file, its line, the unit and the remedy.
@@ -60,23 +61,23 @@ class TextHolder : public Storable {
   // --- Lookup ------------------------------------------------------------------------------------
   // The text of a number, or nothing.
   std::optional<std::u16string_view> FindText(std::int32_t id) const;
-  // With the built-in English texts of the plain message boxes ("Ok", "Cancel") as the fall-back, and
-  // the empty text after that.
+  // With the built-in English texts of the plain message boxes ("Ok", "Cancel") as the fall-back,
+  // and the empty text after that.
   KorText Text(std::int32_t id) const;
-  // The same for a reference, "^" and digits (none: number 0). Nothing, and the empty text, for what
-  // is no reference; the built-in texts play no part.
+  // The same for a reference, "^" and digits (none: number 0). Nothing, and the empty text, for
+  // what is no reference; the built-in texts play no part.
   std::optional<std::u16string_view> FindTextRef(std::u16string_view reference) const;
   KorText TextRef(std::u16string_view reference) const;
-  // Puts the texts in the place of their references; a reference without a text stays, and texts that
-  // were put in are not searched again. True when at least one was replaced.
+  // Puts the texts in the place of their references; a reference without a text stays, and texts
+  // that were put in are not searched again. True when at least one was replaced.
   bool Expand(KorText& text) const;
 
   // --- Loading and saving ------------------------------------------------------------------------
   // Discards what was held. A bare file name is looked for in the program folder; a missing file
   // where App().LocateFile finds it. With kChooseLanguage the requested language is one's display
-  // name or a code: an exact match, else one with the same primary language ("de-AT": "de-DE"), else
-  // the source texts. On failure nothing is held, so that the built-in texts are used; with report
-  // set App() is told. In run mode a successful load sets App()'s failure notice.
+  // name or a code: an exact match, else one with the same primary language ("de-AT": "de-DE"),
+  // else the source texts. On failure nothing is held, so that the built-in texts are used; with
+  // report set App() is told. In run mode a successful load sets App()'s failure notice.
   bool Load(const KorText& path, std::int32_t languageSelector, bool report,
             const KorText& requestedLanguage = {});
   // Discards what was held and starts an empty dictionary in editing mode, with the one category
@@ -115,7 +116,8 @@ class TextHolder : public Storable {
   bool ExportXML(const KorText& file);
   // "FOLDER/dictionary_CODE.xlf" for each language; a missing folder is made.
   bool ExportXLIFF(const KorText& folder, const TitledProgress& progress = {});
-  // A unit whose number is unknown becomes a new entry. With report set, App() is told of a failure.
+  // A unit whose number is unknown becomes a new entry. With report set, App() is told of a
+  // failure.
   ImportResult ImportXLIFF(const KorText& file, bool report = true,
                            const TitledProgress& progress = {});
   // "textlib.h" in the dictionary's folder, an older one kept as "textlib.h.bak".

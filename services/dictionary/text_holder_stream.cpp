@@ -70,8 +70,8 @@ bool TextHolder::TransferCategories(DiskFile& file) {
   return true;
 }
 
-// Run mode: the fields of one TextEntry, as far as the selected text. The rest is passed over by the
-// end of the record.
+// Run mode: the fields of one TextEntry, as far as the selected text. The rest is passed over by
+// the end of the record.
 bool TextHolder::TakeEntry(DiskFile& file) {
   const auto record = file.BeginRecord(TextEntry::kClassId);
   if (!record.present) {

@@ -16,8 +16,8 @@ KorText FindDebugFile(const KorText& name = kDebugFileName);
 // Sets the modes that the file names; unknown names are ignored. False when there is no such file.
 bool LoadDebugFile(const KorText& name = kDebugFileName);
 // Writes the active modes into the file that would be read, else into the settings folder. Modes of
-// value 0 are written only when the file already names them; lines of other modes stay. False when the
-// file could not be saved (reported as a warning).
+// value 0 are written only when the file already names them; lines of other modes stay. False when
+// the file could not be saved (reported as a warning).
 bool SaveDebugFile(const KorText& name = kDebugFileName);
 
 } // namespace kor

@@ -1,13 +1,13 @@
-// iniFile: binds program variables to keys of a sectioned text file. Register items, then Read fills
-// the variables (defaults for what is missing) and Write updates the file, keeping every line that
-// belongs to no item. Each call reads the file anew; between calls only the path and the items are
-// kept. Owned by the caller; one thread at a time.
+// iniFile: binds program variables to keys of a sectioned text file. Register items, then Read
+// fills the variables (defaults for what is missing) and Write updates the file, keeping every line
+// that belongs to no item. Each call reads the file anew; between calls only the path and the items
+// are kept. Owned by the caller; one thread at a time.
 //
-// The file keeps the encoding it was found in. Without a mark it is UTF-8 when all of it is valid UTF-8,
-// else 8-bit text. A new one is 8-bit text. What could not be told apart so, and characters above 255 in
-// 8-bit text, make it UTF-8 with its mark, so that no text is lost. Saving writes beside the file, or
-// beside what a link of its name leads to, and renames, so it needs a folder that can be written to, and
-// a failure leaves the older file whole.
+// The file keeps the encoding it was found in. Without a mark it is UTF-8 when all of it is valid
+// UTF-8, else 8-bit text. A new one is 8-bit text. What could not be told apart so, and characters
+// above 255 in 8-bit text, make it UTF-8 with its mark, so that no text is lost. Saving writes
+// beside the file, or beside what a link of its name leads to, and renames, so it needs a folder
+// that can be written to, and a failure leaves the older file whole.
 //
 // A file of more than kLargestSettings, kMostSettingsLines or kMostSections is none: it is neither
 // read nor written over, and said so.

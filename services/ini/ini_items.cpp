@@ -21,8 +21,8 @@ template <class List> KorText ElementOf(const List& list, std::size_t index) {
   return index < list.size() ? list[index] : KorText();
 }
 
-// The next whole number of the text from the position on, blanks skipped; a missing one gives 0. The
-// position moves behind it.
+// The next whole number of the text from the position on, blanks skipped; a missing one gives 0.
+// The position moves behind it.
 std::int32_t NextInteger(const KorText& text, std::size_t& at) {
   while (at < text.Length() && (text[at] == u' ' || text[at] == u'\t'))
     ++at;
@@ -33,7 +33,8 @@ std::int32_t NextInteger(const KorText& text, std::size_t& at) {
   return text.Mid(start, at - start).ToInteger();
 }
 
-// Every capital letter counts its distance from "A" plus 10, also those behind "F"; this is intended.
+// Every capital letter counts its distance from "A" plus 10, also those behind "F"; this is
+// intended.
 std::optional<std::uint32_t> HexDigit(char16_t c) {
   if (IsDigit(c)) return c - u'0';
   if (c >= u'a' && c <= u'f') return c - u'a' + 10u;

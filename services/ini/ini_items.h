@@ -1,9 +1,10 @@
-// The items of a settings file: each binds a variable of the caller to a key, or a container to a whole
-// section. An item is owned by the iniFile it was added to; the bound variable stays the caller's and
-// has to live as long as the item. One thread at a time.
+// The items of a settings file: each binds a variable of the caller to a key, or a container to a
+// whole section. An item is owned by the iniFile it was added to; the bound variable stays the
+// caller's and has to live as long as the item. One thread at a time.
 //
-// Names compare without regard to the case of "a" to "z"; values are trimmed of blanks and tabs when
-// they are read. Numbers always use "." as the decimal separator, whatever the user's settings say.
+// Names compare without regard to the case of "a" to "z"; values are trimmed of blanks and tabs
+// when they are read. Numbers always use "." as the decimal separator, whatever the user's settings
+// say.
 #pragma once
 
 #include <cstdint>
@@ -37,8 +38,8 @@ class iniStruct {
   KorText keyName;
 };
 
-// Owns a whole section: reading takes every line of it that is not empty, writing replaces all of them,
-// comments included.
+// Owns a whole section: reading takes every line of it that is not empty, writing replaces all of
+// them, comments included.
 class iniBlock : public iniStruct {
  public:
   explicit iniBlock(KorText section) : iniStruct(std::move(section), {}) {}
@@ -69,8 +70,8 @@ class iniInteger : public iniStruct {
   std::int32_t standard;
 };
 
-// Written with 1 to 8 decimals, rounded as printf does; a value that is no finite number is written as
-// 0.0.
+// Written with 1 to 8 decimals, rounded as printf does; a value that is no finite number is written
+// as 0.0.
 class iniReal : public iniStruct {
  public:
   iniReal(KorText section, KorText key, double* value, double defaultValue = 0)
@@ -96,9 +97,9 @@ class iniString : public iniStruct {
   KorText standard;
 };
 
-// One of a table of texts, kept as its index. The index is not checked against the table before it is
-// written, which is intended; one that names no text of the table is written as an empty text. Only
-// an empty table takes the default. A default outside the table becomes 0.
+// One of a table of texts, kept as its index. The index is not checked against the table before it
+// is written, which is intended; one that names no text of the table is written as an empty text.
+// Only an empty table takes the default. A default outside the table becomes 0.
 class iniStrOpt : public iniStruct {
  public:
   iniStrOpt(KorText section, KorText key, std::int32_t* index, std::vector<KorText> optionTexts,
@@ -168,8 +169,8 @@ class iniStringArray : public iniBlock {
   KorTextArray* target;
 };
 
-// A section as two parallel lists of keys and values. A line without "=" or without a key is left out;
-// a missing or empty section gives the default pair, when the default has a key.
+// A section as two parallel lists of keys and values. A line without "=" or without a key is left
+// out; a missing or empty section gives the default pair, when the default has a key.
 class iniEquBlock : public iniBlock {
  public:
   iniEquBlock(KorText section, std::vector<KorText>* keyList, std::vector<KorText>* valueList,

@@ -1,10 +1,10 @@
-// iniLines: the lines of a settings file during one read or write, divided into the lines before the
-// first header and the sections. Owned by its iniFile; one thread at a time.
+// iniLines: the lines of a settings file during one read or write, divided into the lines before
+// the first header and the sections. Owned by its iniFile; one thread at a time.
 //
-// A line whose first character is "[" starts a section, whatever follows. It behaves as a flat list of
-// lines searched from the top would, but finds sections and keys by indexes, which are built on the
-// first search, and inserts at the top and under a header in constant time: the time for a whole file is
-// proportional to its lines.
+// A line whose first character is "[" starts a section, whatever follows. It behaves as a flat list
+// of lines searched from the top would, but finds sections and keys by indexes, which are built on
+// the first search, and inserts at the top and under a header in constant time: the time for a
+// whole file is proportional to its lines.
 #pragma once
 
 #include <cstddef>
@@ -26,8 +26,8 @@ class iniSection {
   // The lines below the header.
   const std::deque<KorText>& Body() const { return body; }
   // The first line whose part before its first "=", as it stands and without regard to case, is the
-  // key; null when there is none. A line without "=" is compared without its last character, which is
-  // intended: such lines are not expected in a section of single keys.
+  // key; null when there is none. A line without "=" is compared without its last character, which
+  // is intended: such lines are not expected in a section of single keys.
   KorText* FindLine(const KorText& key);
 
  private:
@@ -53,11 +53,11 @@ class iniLines {
   // The first section whose whole header line is "[" + name + "]" without regard to case, or null.
   // Sections stay where they are until Clear.
   iniSection* Find(const KorText& name);
-  // A new section at the very top; blankBefore puts an empty line in front of its header. Lines that
-  // stood before the first header become lines of the new section.
+  // A new section at the very top; blankBefore puts an empty line in front of its header. Lines
+  // that stood before the first header become lines of the new section.
   iniSection& AddAtTop(const KorText& name, bool blankBefore);
-  // Inserts the lines directly below the header. A line that starts with "[" begins a section of its
-  // own, as it would for the next reader of the file.
+  // Inserts the lines directly below the header. A line that starts with "[" begins a section of
+  // its own, as it would for the next reader of the file.
   void InsertBelowHeader(iniSection& section, std::vector<KorText> lines);
   // Inserts one empty line below the header.
   void InsertBlank(iniSection& section) { section.PushFront(KorText()); }

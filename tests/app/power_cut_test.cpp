@@ -1,5 +1,5 @@
-// Everything that is stored, driven through every moment at which the power may go and everything that
-// the disk may hold then.
+// Everything that is stored, driven through every moment at which the power may go and everything
+// that the disk may hold then.
 #include <gtest/gtest.h>
 
 #include "tests/app/stored_operations.h"

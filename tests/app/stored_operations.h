@@ -1,5 +1,5 @@
-// Everything that is stored beside its target and renamed over it, and what a power cut may leave of it.
-// Of the power-cut test and of the torture campaign.
+// Everything that is stored beside its target and renamed over it, and what a power cut may leave
+// of it. Of the power-cut test and of the torture campaign.
 #pragma once
 
 #include "tests/support/nce_link.h"

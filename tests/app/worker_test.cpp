@@ -1,6 +1,7 @@
-// The engine with its own worker, on the fake port with real waits: the controller's thread asks, the
-// window's thread changes settings, pulls the device, cancels and ends, all at once. What it is for is
-// ThreadSanitizer; what it asserts is that the next good request is served and programs stay whole.
+// The engine with its own worker, on the fake port with real waits: the controller's thread asks,
+// the window's thread changes settings, pulls the device, cancels and ends, all at once. What it is
+// for is ThreadSanitizer; what it asserts is that the next good request is served and programs stay
+// whole.
 #include <gtest/gtest.h>
 
 #include <condition_variable>

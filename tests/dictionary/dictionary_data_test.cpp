@@ -43,8 +43,8 @@ class ShippedDictionary : public ::testing::Test {
   TextHolder dictionary;
 };
 
-// A use in the code: the number, and the English words behind it: what shows without a dictionary, and in a
-// table its other columns.
+// A use in the code: the number, and the English words behind it: what shows without a dictionary,
+// and in a table its other columns.
 struct Use {
   int number = 0;
   bool isCall = false;
@@ -70,8 +70,8 @@ std::vector<KorText> WordsAt(const std::string& code, std::size_t at) {
   return all;
 }
 
-// Of LookUpText(15426, u"%s left"), {kErrorShortRead, 15354, u"unexpected end"} and their like; a number may
-// have a name in the same file.
+// Of LookUpText(15426, u"%s left"), {kErrorShortRead, 15354, u"unexpected end"} and their like; a
+// number may have a name in the same file.
 std::vector<Use> UsesIn(const std::string& code) {
   std::vector<Use> uses;
   for (std::size_t at = 0; (at = code.find("u\"", at + 1)) != std::string::npos;) {

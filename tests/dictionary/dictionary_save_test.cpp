@@ -1,4 +1,5 @@
-// Saving with its backup, and the exports: what is written, and that bad luck leaves older files whole.
+// Saving with its backup, and the exports: what is written, and that bad luck leaves older files
+// whole.
 #include <gtest/gtest.h>
 
 #include "tests/dictionary/dictionary_samples.h"

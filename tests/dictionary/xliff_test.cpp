@@ -1,4 +1,5 @@
-// Translation files: out and in, what translation programs do to them, and what is wrong with bad ones.
+// Translation files: out and in, what translation programs do to them, and what is wrong with bad
+// ones.
 #include <gtest/gtest.h>
 
 #include <algorithm>

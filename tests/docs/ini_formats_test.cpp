@@ -1,5 +1,5 @@
-// Carries out the examples of docs/formats/ini-dialect.md and program-paths.md line by line and compares
-// every byte and answer with the page.
+// Carries out the examples of docs/formats/ini-dialect.md and program-paths.md line by line and
+// compares every byte and answer with the page.
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -1,5 +1,5 @@
-// Plays every example of docs/formats/wire-protocol.md to the protocol code and compares each byte of its
-// replies with the page. The page itself says how its examples are written.
+// Plays every example of docs/formats/wire-protocol.md to the protocol code and compares each byte
+// of its replies with the page. The page itself says how its examples are written.
 #include <gtest/gtest.h>
 
 #include <map>

@@ -1,5 +1,5 @@
-// ncedl-console as a process on a pseudo-terminal, with the test as the controller: what the user, the
-// line, the disk and the system may do to it.
+// ncedl-console as a process on a pseudo-terminal, with the test as the controller: what the user,
+// the line, the disk and the system may do to it.
 #include <gtest/gtest.h>
 
 #include <poll.h>
@@ -289,7 +289,8 @@ TEST_F(ConsoleE2e, TheEnvironmentSwitchesDebugModesOnAndTheLogIsNamedAsTheSettin
   Quit();
 }
 
-// A test run that is killed leaves no host that goes on trying its line: nor does the run's own runner.
+// A test run that is killed leaves no host that goes on trying its line: nor does the run's own
+// runner.
 TEST_F(ConsoleE2e, WhatATestStartsDiesWithIt) {
   line = std::make_unique<FarEnd>(folders.Line());
   std::array<int, 2> told{};

@@ -1,12 +1,13 @@
-// A hand at the windows of another program, on Windows: reads commands and answers each with a line.
+// A hand at the windows of another program, on Windows: reads commands and answers each with a
+// line.
 //   click N      the mouse presses and releases the button at control N, or window N's at its left
 //   key N        presses and releases a key of that virtual-key code, where the keyboard is
 //   text N       what control N shows
 //   checked N    yes or no
 //   windows      titles and texts of all visible windows
 //   close        has the toolkit's windows close
-//   log-off      tells the hosts' windows, hidden ones as well, that the session ends; "gone" when one was before it
-//                had answered
+//   log-off      tells the hosts' windows, hidden ones as well, that the session ends; "gone"
+//                when one went before it had answered
 // Controls are found by their numbers; "none" when no visible window has it enabled.
 #include <windows.h>
 

@@ -1,5 +1,5 @@
-// The Windows programs under Wine, with this system's nce-controller, or the test, at the far end of COM1: from
-// an empty Windows on, in folders and under a user name that code pages don't have.
+// The Windows programs under Wine, with this system's nce-controller, or the test, at the far end
+// of COM1: from an empty Windows on, in folders and under a user name that code pages don't have.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -117,15 +117,16 @@ TEST_F(WindowsE2e, AnEmptyWindowsIsToldWhatToDoAndKeepsSettingsFromTheFirstEndOn
     EXPECT_TRUE(console->Expect("baudrate         " + std::string(baud)));
     console->Type("set baudrate 19200");
     EXPECT_TRUE(console->Expect("baudrate         19200"));
-    hand.reset(); // Wine's desktop goes with the last window; so do its copies of the console's streams
+    hand.reset(); // Wine's desktop goes with the last window; so do its copies of the console's
+                  // streams
     EXPECT_TRUE(Comes("log-off", "gone")); // its window for that may come late
     hand.reset();
     EXPECT_EQ(console->WaitForExit(), 0) << console->Diagnostics();
   }
 }
 
-// What the port's own check asks of its far side: an echo; byte 1: reads nothing until it says so, then drops
-// everything up to a byte 2; byte 4: hangs up.
+// What the port's own check asks of its far side: an echo; byte 1: reads nothing until it says so,
+// then drops everything up to a byte 2; byte 4: hangs up.
 TEST_F(WindowsE2e, ThePortDoesWhatTheEngineAsksOfIt) {
   auto line = std::make_unique<FarEnd>(windows->Line());
   const auto check = StartWindows("serial_port_win32_check");

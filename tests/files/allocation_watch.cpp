@@ -1,4 +1,5 @@
-// The replaced operators stand apart from their users: inlined, they look mismatched to the compiler.
+// The replaced operators stand apart from their users: inlined, they look mismatched to the
+// compiler.
 #include "tests/files/allocation_watch.h"
 
 #include <algorithm>

@@ -51,7 +51,7 @@ class CompressedFileTest : public FileTest {
   const KorText other = app.Path(u"work/g");
 };
 
-// --- VoidBuffer ----------------------------------------------------------------------------------
+// --- VoidBuffer ---
 
 TEST_F(CompressedFileTest, BufferTypeFollowsSizeAndFlag) {
   const VoidBuffer block(MakeSparse(kBlock));
@@ -101,7 +101,7 @@ TEST_F(CompressedFileTest, LengthThatZlibCannotReachIsRefusedBeforeMemory) {
   EXPECT_FALSE(VoidBuffer::Decompress(WithNumber(piece, -4, 999), output));
 }
 
-// --- Files ---------------------------------------------------------------------------------------
+// --- Files ---
 
 TEST_F(CompressedFileTest, BlocksAndRoundTripAtEverySize) {
   for (const std::size_t size :

@@ -47,7 +47,7 @@ inline Bytes MakeBytes(std::size_t count, unsigned alphabet, unsigned seed = 1) 
   return bytes;
 }
 
-// --- Compressed files, made by hand ---------------------------------------------------------------
+// --- Compressed files, made by hand ---
 
 inline void Append(Bytes& to, std::span<const std::uint8_t> bytes) {
   to.insert(to.end(), bytes.begin(), bytes.end());

@@ -94,7 +94,7 @@ TEST_F(SafeWriteTest, WithoutLocksOnlyPartsOlderThanADayAreAbandoned) {
   EXPECT_EQ(Leftovers(), (std::vector<KorText>{u"b.ncedl-part", u"c.ncedl-part"}));
 }
 
-// --- Lock files ----------------------------------------------------------------------------------
+// --- Lock files ---
 
 class LockFileTest : public FileTest {
  protected:

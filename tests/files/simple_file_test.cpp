@@ -10,7 +10,7 @@ namespace {
 
 class SimpleFileTest : public FileTest {};
 
-// --- Waiting -------------------------------------------------------------------------------------
+// --- Waiting ---
 
 // Lets something happen while a file waits.
 struct WaitingApp : TestApp {
@@ -55,7 +55,7 @@ TEST(SimpleFileWait, AnEmptyOrMissingFileMayFillForFiveSeconds) {
   }
 }
 
-// --- Opening and marks ---------------------------------------------------------------------------
+// --- Opening and marks ---
 
 TEST_F(SimpleFileTest, OpenIsRefused) {
   SimpleFile nameless;
@@ -130,7 +130,7 @@ TEST_F(SimpleFileTest, TextFilesAreWrittenInTheEncodingOfTheirMode) {
   }
 }
 
-// --- Reading and writing -------------------------------------------------------------------------
+// --- Reading and writing ---
 
 // The same random reads, writes and seeks on a file and on a plain vector of bytes.
 void CompareWithModel(SimpleFile& file, Bytes model, unsigned seed) {
@@ -220,7 +220,7 @@ TEST_F(SimpleFileTest, SeekBeforeTheStartWarnsAndStays) {
   EXPECT_EQ(file.Seek(1), 0u) << "closed";
 }
 
-// --- Memory --------------------------------------------------------------------------------------
+// --- Memory ---
 
 TEST_F(SimpleFileTest, GapInMemoryIsZero) {
   SimpleFile file;
@@ -264,7 +264,7 @@ TEST_F(SimpleFileTest, BadMemoryReadsWarn) {
   EXPECT_EQ(app.Warnings().back(), (TestApp::Warning{u"SimpleFile", u"Bad ram write"}));
 }
 
-// --- Lines ---------------------------------------------------------------------------------------
+// --- Lines ---
 
 std::vector<KorText> ReadLines(SimpleFile& file, std::size_t longest = KorText::kNone) {
   std::vector<KorText> lines;
@@ -342,7 +342,7 @@ TEST_F(SimpleFileTest, ReadingOnAfterALineIsInStep) {
   }
 }
 
-// --- Compressed ----------------------------------------------------------------------------------
+// --- Compressed ---
 
 TEST_F(SimpleFileTest, VeryLargeContentsAreReadFromATemporaryFile) {
   const Bytes zeros(VoidBuffer::kChunkSize);

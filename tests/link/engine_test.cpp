@@ -424,7 +424,8 @@ class Exchange {
     link.port.ClearCalls();
     link.port.TakeWritten();
   }
-  // That it has ended: one line of the job log, nothing left of it on disk, in memory, on the screen.
+  // That it has ended: one line of the job log, nothing left of it on disk, in memory, on the
+  // screen.
   void ExpectEnded(int code, const KorText& logged) {
     link.Run();
     const auto codes = link.form.Codes();
@@ -518,8 +519,8 @@ TEST_F(EngineTest, ATransferIsNotBrokenIntoUntilItIsCancelled) {
   }
 }
 
-// A line behind an empty one becomes a request between the user's wish and the worker's next look at
-// its tasks.
+// A line behind an empty one becomes a request between the user's wish and the worker's next look
+// at its tasks.
 void WishJustBeforeARequest(NceLink& to, const Wish& wish) {
   to.PutProgram(u"1.MPG", u"A\n");
   to.Start();
@@ -1138,7 +1139,7 @@ TEST_F(EngineTest, SendsSotBeforeADownload) {
   EXPECT_EQ(link.Ask("FH 1"), "&LP 000000001\r");
 }
 
-// --- Settings --------------------------------------------------------------------------------------
+// --- Settings ---
 
 TEST_F(EngineTest, OffersThePortsThatOpenAndTheCurrentOne) {
   const auto probe = [](const KorText& name) { return name == u"COM7"; };
@@ -1146,7 +1147,7 @@ TEST_F(EngineTest, OffersThePortsThatOpenAndTheCurrentOne) {
   EXPECT_EQ(OfferedPorts(u"COM12", probe), (std::vector<KorText>{u"COM7"}));
 }
 
-// --- Status ------------------------------------------------------------------------------------------
+// --- Status ---
 
 TEST(LinkStatusTest, FormsEachCodesText) {
   const StatusFacts facts{u"N", 5, 9, u"M", u"P", false};
@@ -1215,7 +1216,7 @@ TEST(LinkStatusTest, AnUnexpectedErrorLogsTwoLinesAndShowsTheSecond) {
   EXPECT_EQ(logged, (std::vector<KorText>{u"Unexpected error N", u"File format error N"}));
 }
 
-// --- The generic engine, without a protocol --------------------------------------------------------
+// --- The generic engine, without a protocol ---
 
 class PlainEngineTest : public EngineTest {
  protected:

@@ -1,5 +1,5 @@
-// The profile reader: the platform's rules for sections, keys, values and numbers, and files that are no
-// profile. The expectations were compared with the platform's own functions.
+// The profile reader: the platform's rules for sections, keys, values and numbers, and files that
+// are no profile. The expectations were compared with the platform's own functions.
 #include "link/profile_file.h"
 
 #include <gtest/gtest.h>

@@ -8,7 +8,8 @@
 namespace kor {
 namespace {
 
-// A block's flow control in one word: CTS, DSR, sensitivity, DTR, RTS (H handshake, E enable), XON/XOFF.
+// A block's flow control in one word: CTS, DSR, sensitivity, DTR, RTS (H handshake, E enable),
+// XON/XOFF.
 std::string FlowOf(const DeviceControlBlock& block) {
   const auto control = [](LineControl c) {
     return c == LineControl::Handshake ? "H" : c == LineControl::Enable ? "E" : "D";
@@ -19,7 +20,8 @@ std::string FlowOf(const DeviceControlBlock& block) {
          (block.outX == block.inX ? flag(block.outX) : "?");
 }
 
-// For the switches (RTS/CTS, DTR/DSR) off-off, on-off, off-on, on-on, without and with XON/XOFF suppressed.
+// For the switches (RTS/CTS, DTR/DSR) off-off, on-off, off-on, on-on, without and with XON/XOFF
+// suppressed.
 struct FlowRow {
   const char16_t* setting;
   const char* expected[8];

@@ -1,4 +1,5 @@
-// What is particular to POSIX: folders from the environment, the user's locale, links, registry.ini.
+// What is particular to POSIX: folders from the environment, the user's locale, links,
+// registry.ini.
 #include <gtest/gtest.h>
 
 #include <fcntl.h>

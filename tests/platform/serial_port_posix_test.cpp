@@ -1,5 +1,5 @@
-// The port on real pseudo-terminals: settings as the system reads them back, exclusive use, XOFF in the
-// driver, hang-up and return, interrupted waits, closing with a full line.
+// The port on real pseudo-terminals: settings as the system reads them back, exclusive use, XOFF in
+// the driver, hang-up and return, interrupted waits, closing with a full line.
 #include "platform/posix/serial_port_posix.h"
 
 #include <gtest/gtest.h>
@@ -238,8 +238,8 @@ TEST_F(SerialPortPosixTest, XoffIsAnOrdinaryByteWithoutSoftwareFlowControl) {
   EXPECT_EQ(WriteSome("on"), 2u);
 }
 
-// Each way out of a hold that nobody will lift: purge, other settings, closing (also by another port
-// object after this one).
+// Each way out of a hold that nobody will lift: purge, other settings, closing (also by another
+// port object after this one).
 TEST_F(SerialPortPosixTest, AHeldLineIsUsableAgainAfterPurgeSettingAndReopening) {
   const std::function<void()> ways[] = {
       [&] { EXPECT_TRUE(port.PurgeTransmit()); },

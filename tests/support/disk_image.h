@@ -1,5 +1,6 @@
-// DiskImage: what a power cut may leave of a folder's files. Writing changes what the running system
-// sees; Sync makes one file's content durable, a folder's sync its new, changed and removed names.
+// DiskImage: what a power cut may leave of a folder's files. Writing changes what the running
+// system sees; Sync makes one file's content durable, a folder's sync its new, changed and removed
+// names.
 //
 // Owned by a TestApp, which tells it of every change and guards it.
 #pragma once
@@ -53,8 +54,8 @@ class DiskImage {
       return isHere;
     });
   }
-  // Everything that may be found after a cut now: of the names' changes the first few, and of what was
-  // written without a sync the older content, nothing, a half or all of it.
+  // Everything that may be found after a cut now: of the names' changes the first few, and of what
+  // was written without a sync the older content, nothing, a half or all of it.
   std::set<Files> States() const {
     std::set<Files> states;
     Names names = durable;

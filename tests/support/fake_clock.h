@@ -1,5 +1,5 @@
-// FakeClock: a clock that is moved by hand; it starts on the first of January 2026 and sleeps by moving
-// on. Any thread.
+// FakeClock: a clock that is moved by hand; it starts on the first of January 2026 and sleeps by
+// moving on. Any thread.
 #pragma once
 
 #include <atomic>

@@ -1,5 +1,5 @@
-// FakeEnvironment and FakeLocale: a user, a system and habits of writing that are the same everywhere.
-// Set them before the code under test starts; then any thread.
+// FakeEnvironment and FakeLocale: a user, a system and habits of writing that are the same
+// everywhere. Set them before the code under test starts; then any thread.
 #pragma once
 
 #include <map>

@@ -112,7 +112,7 @@ std::vector<KorText> FakeFiles::Names(const KorText& folder) {
   return names;
 }
 
-// --- Faults -------------------------------------------------------------------------------------
+// --- Faults ---
 
 void FakeFiles::RefuseOpening(const KorText& part, bool forWritingOnly) {
   Lock lock(mutex);
@@ -160,7 +160,7 @@ bool FakeFiles::IsRefused(const KorText& path, FileAccess access) {
   });
 }
 
-// --- Power cuts ---------------------------------------------------------------------------------
+// --- Power cuts ---
 
 void FakeFiles::WatchDisk() {
   DiskImage::Files files;
@@ -186,7 +186,7 @@ void FakeFiles::RestoreDisk(const DiskImage::Files& files) {
     Put(path, KorText::FromBytes(content));
 }
 
-// --- Files --------------------------------------------------------------------------------------
+// --- Files ---
 
 void FakeFiles::TellOpening(const KorText& path) {
   if (whenOpening.second && path.Contains(whenOpening.first)) whenOpening.second();

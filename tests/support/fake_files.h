@@ -1,5 +1,5 @@
-// FakeFiles: the platform's files, in a fresh folder that goes away with the object. Faults can be put
-// between the code under test and its files.
+// FakeFiles: the platform's files, in a fresh folder that goes away with the object. Faults can be
+// put between the code under test and its files.
 //
 // Every operation may be called from any thread, except the settings of faults, which belong before
 // the code under test starts.
@@ -32,7 +32,8 @@ class FakeFiles : public PlatformFiles {
   std::vector<KorText> Names(const KorText& folder);
 
   // --- Faults ---
-  // Refuses to open files whose path holds the text (access denied); for writing only, if so chosen.
+  // Refuses to open files whose path holds the text (access denied); for writing only, if so
+  // chosen.
   void RefuseOpening(const KorText& part, bool forWritingOnly = false);
   // Runs each time before a file or folder whose path holds the text is opened, listed or asked
   // for, on the thread that does it.

@@ -4,7 +4,7 @@
 
 namespace kor {
 
-// --- Script -------------------------------------------------------------------------------------
+// --- Script ---
 
 void FakeSerialPort::Deliver(std::string_view bytes) {
   Lock lock(mutex);
@@ -30,7 +30,7 @@ std::string FakeSerialPort::TakeWritten() {
   return std::exchange(written, {});
 }
 
-// --- Parts of the machine -----------------------------------------------------------------------
+// --- Parts of the machine ---
 
 bool FakeSerialPort::Refuse(const KorText& text) {
   errorText = text;
@@ -52,7 +52,7 @@ bool FakeSerialPort::Begin(const std::string& operation, const std::string& argu
   return true;
 }
 
-// --- SerialPort ---------------------------------------------------------------------------------
+// --- SerialPort ---
 
 bool FakeSerialPort::Open(const KorText& name) {
   Lock lock(mutex);

@@ -1,8 +1,8 @@
 // FakeSerialPort: a scripted serial line for tests, benchmarks and fuzzing. The script says what
 // the far side and the system do; the record says what the code under test did.
 //
-// Time: WaitReadable moves the clock given with UseClock by what it was told to wait; without one it waits
-// in real time.
+// Time: WaitReadable moves the clock given with UseClock by what it was told to wait; without one
+// it waits in real time.
 //
 // Threads: every member may be called from any thread. The responder runs on the writing thread.
 #pragma once
@@ -33,11 +33,12 @@ class FakeSerialPort : public SerialPort {
   }
 
   // --- Script ---------------------------------------------------------------------------------
-  // Bytes that arrive now. One Read never returns bytes of two deliveries, so the deliveries are the
-  // chunks that the code under test sees. PurgeReceive, and with it opening the port, drops them.
+  // Bytes that arrive now. One Read never returns bytes of two deliveries, so the deliveries are
+  // the chunks that the code under test sees. PurgeReceive, and with it opening the port, drops
+  // them.
   void Deliver(std::string_view bytes);
-  // HoldBit values of the following GetStatus calls. One for CTS, DSR or XOFF keeps the output queue
-  // full; otherwise it drains at once.
+  // HoldBit values of the following GetStatus calls. One for CTS, DSR or XOFF keeps the output
+  // queue full; otherwise it drains at once.
   void SetHolds(std::uint32_t newHolds) { Set(&Self::holds, newHolds); }
   // The queue doesn't drain, without a hold.
   void SetStalled(bool on) { Set(&Self::stalled, on); }
@@ -59,8 +60,8 @@ class FakeSerialPort : public SerialPort {
   // --- Record ---------------------------------------------------------------------------------
   std::string TakeWritten(); // all bytes that Write took since the last call
   // Calls in order: the operation, and for some what it was given: "Open COM1", "SetQueueSizes 4000
-  // 1000", "BuildControlBlock baud=...", "SetTimeouts 0 10000" (of reading a byte, of a write), "Write 12"
-  // (the bytes offered); GetStatus and Read are left out.
+  // 1000", "BuildControlBlock baud=...", "SetTimeouts 0 10000" (of reading a byte, of a write),
+  // "Write 12" (the bytes offered); GetStatus and Read are left out.
   std::vector<std::string> Calls() const { return Get(&Self::calls); }
   void ClearCalls() { Set(&Self::calls, {}); }
   DeviceControlBlock Block() const { return Get(&Self::block); } // last one set

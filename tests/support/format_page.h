@@ -1,5 +1,5 @@
-// The examples of docs/formats: fenced blocks of lines, most of them bytes in hexadecimal with a bar and
-// the text behind them.
+// The examples of docs/formats: fenced blocks of lines, most of them bytes in hexadecimal with a
+// bar and the text behind them.
 #pragma once
 
 #include <fstream>

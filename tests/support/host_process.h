@@ -1,6 +1,6 @@
-// What an end-to-end run needs around one real ncedl-console, or ncedl, of this system or of Windows: folders
-// of its own, settings, a name for its port; and the far end of its line, played by hand. POSIX only. One
-// thread.
+// What an end-to-end run needs around one real ncedl-console, or ncedl, of this system or of
+// Windows: folders of its own, settings, a name for its port; and the far end of its line, played
+// by hand. POSIX only. One thread.
 #pragma once
 
 #include <memory>
@@ -17,9 +17,9 @@ namespace kor::support {
 // Everything under one temporary folder: nothing of the user's is read or written.
 class HostFolders {
  public:
-  // programs: the folder of the built programs. windows: where Start's programs run, if not here; the
-  // folders' names go beyond ASCII then. Runs ncedl-setup for the folders and for COM1, which becomes
-  // Line(). Throws std::runtime_error when that fails.
+  // programs: the folder of the built programs. windows: where Start's programs run, if not here;
+  // the folders' names go beyond ASCII then. Runs ncedl-setup for the folders and for COM1, which
+  // becomes Line(). Throws std::runtime_error when that fails.
   explicit HostFolders(std::string programs,
                        std::shared_ptr<const WindowsSystem> windows = nullptr);
 

@@ -1,4 +1,5 @@
-// NceLink: a whole NCEApp on a scripted line, with a hand-moved clock and no thread: the test polls.
+// NceLink: a whole NCEApp on a scripted line, with a hand-moved clock and no thread: the test
+// polls.
 #pragma once
 
 #include <memory>

@@ -1,5 +1,5 @@
-// Stored classes for tests, fuzzing and benchmarks: between them their members are of every kind that
-// the record stream moves. Also record files in memory.
+// Stored classes for tests, fuzzing and benchmarks: between them their members are of every kind
+// that the record stream moves. Also record files in memory.
 #pragma once
 
 #include <functional>

@@ -1,4 +1,5 @@
-// RecordingForm: a window that keeps what the engine asked of it. Posted tasks wait until RunPosted.
+// RecordingForm: a window that keeps what the engine asked of it. Posted tasks wait until
+// RunPosted.
 #pragma once
 
 #include <deque>

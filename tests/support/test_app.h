@@ -1,6 +1,6 @@
-// TestApp: the services object of the tests, on fakes of the system that are part of it: files in a fresh
-// folder, a clock that is moved by hand, a registry in memory (see their headers). Messages and warnings
-// are kept. The property folders exist.
+// TestApp: the services object of the tests, on fakes of the system that are part of it: files in a
+// fresh folder, a clock that is moved by hand, a registry in memory (see their headers). Messages
+// and warnings are kept. The property folders exist.
 //
 // Installs itself with SetApp while it lives. Every operation may be called from any thread, except
 // the settings of faults, which belong before the code under test starts.

@@ -1,6 +1,6 @@
-// A Windows of Wine's for end-to-end tests of the programs that scripts/build-windows makes: empty at first,
-// its user has a name with umlauts and a blank, COM1 and COM12 are the device that Line() comes to link to. Ends with
-// everything that runs in it. POSIX only. One thread.
+// A Windows of Wine's for end-to-end tests of the programs that scripts/build-windows makes: empty
+// at first, its user has a name with umlauts and a blank, COM1 and COM12 are the device that Line()
+// comes to link to. Ends with everything that runs in it. POSIX only. One thread.
 #pragma once
 
 #include <filesystem>
@@ -14,7 +14,8 @@ namespace kor::support {
 
 class WindowsSystem {
  public:
-  // programs: the folder of the Windows programs. Throws std::runtime_error when Wine doesn't start.
+  // programs: the folder of the Windows programs. Throws std::runtime_error when Wine doesn't
+  // start.
   explicit WindowsSystem(std::string programs);
   ~WindowsSystem();
   WindowsSystem(const WindowsSystem&) = delete;
@@ -26,7 +27,8 @@ class WindowsSystem {
   ProcessOptions Options() const;
 
   std::string Line() const { return root / "line"; }
-  // NCE.INI and its like. Paths of this system name the same file there: "/" is the root of its drive Z.
+  // NCE.INI and its like. Paths of this system name the same file there: "/" is the root of its
+  // drive Z.
   std::filesystem::path SettingsFolder() const;
 
  private:

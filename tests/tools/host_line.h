@@ -1,5 +1,5 @@
-// HostLine: a cable from a controller's session to the real host in the same process, on the host's clock,
-// which is moved by hand. One byte of one direction, chosen by its place, may be spoiled.
+// HostLine: a cable from a controller's session to the real host in the same process, on the host's
+// clock, which is moved by hand. One byte of one direction, chosen by its place, may be spoiled.
 #pragma once
 
 #include <chrono>

@@ -1,5 +1,5 @@
-// The session against the real host, in one process and on a clock that is moved by hand, over lines
-// that spoil what travels. Whatever the damage, a program is either right or not handed out.
+// The session against the real host, in one process and on a clock that is moved by hand, over
+// lines that spoil what travels. Whatever the damage, a program is either right or not handed out.
 #include <gtest/gtest.h>
 
 #include <chrono>

@@ -24,8 +24,9 @@ const std::string kLine1 = EncodeFrame("G90!X10!"), kLine2 = EncodeFrame("M30!")
 constexpr const char* kBegun =
     "FH 123=\x12&LP 000000123;>=Download to NCE in progress. &FH 000000123;";
 
-// "request=answer;..."; "$1" and "$2" are the frames above, "$B" the second with a bad checksum, "$E" the
-// second with the end behind it, "$L" and "$T" the answers before an upload. Nothing behind "=": silence.
+// "request=answer;..."; "$1" and "$2" are the frames above, "$B" the second with a bad checksum,
+// "$E" the second with the end behind it, "$L" and "$T" the answers before an upload. Nothing
+// behind "=": silence.
 std::deque<Exchange> Script(const std::string& text) {
   const std::pair<const char16_t*, std::string> parts[] = {
       {u"$1", kLine1},

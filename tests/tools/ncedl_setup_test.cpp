@@ -1,5 +1,5 @@
-// ncedl-setup as a process, with a home of its own: what it writes, what it leaves alone, and what it says
-// when something is in the way.
+// ncedl-setup as a process, with a home of its own: what it writes, what it leaves alone, and what
+// it says when something is in the way.
 #include <gtest/gtest.h>
 
 #include <filesystem>

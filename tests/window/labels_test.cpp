@@ -1,5 +1,5 @@
-// Whether what every window says has the room that it needs, in all languages. CTest runs it at several
-// scalings, which the toolkit takes from the environment.
+// Whether what every window says has the room that it needs, in all languages. CTest runs it at
+// several scalings, which the toolkit takes from the environment.
 #include <gtest/gtest.h>
 
 #include <wx/app.h>

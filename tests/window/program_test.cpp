@@ -1,5 +1,5 @@
-// The whole program with its window, as somebody who sees nothing operates it: found, read and pressed
-// through the accessibility bus, from another process, and by keys.
+// The whole program with its window, as somebody who sees nothing operates it: found, read and
+// pressed through the accessibility bus, from another process, and by keys.
 #include <gtest/gtest.h>
 
 #include <gio/gio.h>

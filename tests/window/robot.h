@@ -1,6 +1,6 @@
-// A window of the program on the display there is, with a far end that plays the controller on a real
-// pseudo-terminal; and the robot that operates it by simulated mouse and keyboard, from a timer, so that its
-// steps go on inside modal windows.
+// A window of the program on the display there is, with a far end that plays the controller on a
+// real pseudo-terminal; and the robot that operates it by simulated mouse and keyboard, from a
+// timer, so that its steps go on inside modal windows.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -153,7 +153,8 @@ class Robot : public wxTimer {
   void Types(const std::string& text) {
     Do("type " + text, [text] { Type(text); });
   }
-  // Answers a chooser of files or folders with a path; once more where it was not ready for all of it.
+  // Answers a chooser of files or folders with a path; once more where it was not ready for all of
+  // it.
   void Chooses(const std::string& title, const std::string& path) {
     Then(title, [title] { return IsChoosing(title); });
     Types(path);

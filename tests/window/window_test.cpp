@@ -1,4 +1,5 @@
-// The main window, its dialogs and messages: every control operated by simulated mouse and keyboard.
+// The main window, its dialogs and messages: every control operated by simulated mouse and
+// keyboard.
 #include "tests/window/robot.h"
 
 #include <wx/dcscreen.h>

@@ -1,9 +1,11 @@
-// CommandLine: how every program here reads its arguments, and how it answers --help, --version and what
-// it can't make sense of.
+// CommandLine: how every program here reads its arguments, and how it answers --help, --version and
+// what it can't make sense of.
 //
-// Options are "--name", "--name VALUE", "--name=VALUE" and, where there is a letter for them, "-n" and
-// "-n VALUE"; behind "--" nothing is an option. "-h", "--help" and "--version" are known to all: they end
-// the reading, so that what else stands there is not judged. Lives as long as one reading, one thread.
+// Options are "--name", "--name VALUE", "--name=VALUE" and, where there is a letter for them, "-n"
+// and
+// "-n VALUE"; behind "--" nothing is an option. "-h", "--help" and "--version" are known to all:
+// they end the reading, so that what else stands there is not judged. Lives as long as one reading,
+// one thread.
 #pragma once
 
 #include <functional>

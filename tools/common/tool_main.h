@@ -1,5 +1,5 @@
-// What the mains of the command-line tools have in common: the application services, the standard streams
-// and what becomes of failures there.
+// What the mains of the command-line tools have in common: the application services, the standard
+// streams and what becomes of failures there.
 #pragma once
 
 #include <functional>

@@ -79,10 +79,10 @@ KordictResult Kordict::Run() {
   return KordictResult::Usage;
 }
 
-// --- The dictionary and its sources --------------------------------------------------------------------
+// --- The dictionary and its sources ---
 
-// What is named is that file and no other. Without a name it is this folder's dictionary, or else the
-// program folder's.
+// What is named is that file and no other. Without a name it is this folder's dictionary, or else
+// the program folder's.
 KorText Kordict::DictionaryPath() const {
   const bool isNamed = !options.dictionary.IsEmpty();
   const KorText file = isNamed ? options.dictionary : KorText(kProgramNames.dictionary);
@@ -197,7 +197,7 @@ TitledProgress Kordict::Progress() const {
   };
 }
 
-// --- Commands ------------------------------------------------------------------------------------------
+// --- Commands ---
 
 KordictResult Kordict::Build() {
   const auto files = TranslationFiles();

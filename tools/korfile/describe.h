@@ -26,8 +26,8 @@ struct FileDescription {
 
 // Kind, layout and sizes; the checksum is its caller's to compute, with a progress bar.
 FileDescription DescribeFile(const KorText& path);
-// Looks for records in a file that is whole so far. A compressed file is inflated for it unless it is
-// very large.
+// Looks for records in a file that is whole so far. A compressed file is inflated for it unless it
+// is very large.
 void AddRecords(FileDescription& file);
 
 std::vector<KorText> RenderDescription(const FileDescription& description);
@@ -35,7 +35,8 @@ std::string RenderDescriptionJson(const FileDescription& description);
 // Of a file of which no more is known than that the work on it failed.
 std::string RenderFailureJson(const KorText& path, FileResult result, const ContainerFault& fault);
 
-// Whether a file too short for a signature is a plain one: it doesn't begin like one that was cut off.
+// Whether a file too short for a signature is a plain one: it doesn't begin like one that was cut
+// off.
 bool IsShortPlainFile(SimpleFile& file);
 
 // "0x20000004".

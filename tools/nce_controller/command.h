@@ -1,9 +1,9 @@
 // What the program can be told to do: one command on its command line, or a script of them.
 //
-// A script has one command per line; empty lines and lines that start with "#" are skipped. Words are
-// separated by blanks; a word in double quotes may hold blanks, and in it \" \\ \n \r \t \xNN stand
-// for characters. For raw, expect, expect-part and print the rest of the line is one text with the
-// same escapes; quotes around it are taken off.
+// A script has one command per line; empty lines and lines that start with "#" are skipped. Words
+// are separated by blanks; a word in double quotes may hold blanks, and in it \" \\ \n \r \t \xNN
+// stand for characters. For raw, expect, expect-part and print the rest of the line is one text
+// with the same escapes; quotes around it are taken off.
 #pragma once
 
 #include <optional>

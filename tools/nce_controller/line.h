@@ -27,8 +27,8 @@ class Line {
  public:
   virtual ~Line() = default;
   virtual Time Now() = 0;
-  // Appends what has arrived, at the latest when the moment has come; waits for the first byte only.
-  // A moment that has passed: what is there now.
+  // Appends what has arrived, at the latest when the moment has come; waits for the first byte
+  // only. A moment that has passed: what is there now.
   virtual LineState Read(std::string& to, Time until) = 0;
   // Returns when all bytes have left or the moment has come; what has not left by then is dropped.
   virtual LineState Write(std::string_view bytes, Time until, std::size_t& written) = 0;

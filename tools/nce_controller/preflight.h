@@ -1,5 +1,5 @@
-// Preflight: what can be known to be wrong with a command before the line is opened and a host is awaited.
-// Free functions, one thread.
+// Preflight: what can be known to be wrong with a command before the line is opened and a host is
+// awaited. Free functions, one thread.
 #pragma once
 
 #include <string>
@@ -8,9 +8,10 @@
 
 namespace kor::controller {
 
-// A missing or unreadable file, a script that can't be read or parsed, a program that can't travel; empty:
-// nothing. In scripts the files to send are looked at, but for those that an earlier line fetches and those
-// of lines that are expected to fail; what is compared may come to be while the script runs.
+// A missing or unreadable file, a script that can't be read or parsed, a program that can't travel;
+// empty: nothing. In scripts the files to send are looked at, but for those that an earlier line
+// fetches and those of lines that are expected to fail; what is compared may come to be while the
+// script runs.
 std::string FindObstacle(const Command& command);
 
 // A program to send, with what keeps it from travelling; empty: nothing.

@@ -1,6 +1,6 @@
-// RecordLine: keeps what travels, both ways, in a file that people and scripts can read: "C" and what
-// this side sent, "H" and what the host sent, up to 16 bytes a line in hexadecimal and, behind a bar, as
-// text. A line ends after a carriage return; one that goes on begins with a blank.
+// RecordLine: keeps what travels, both ways, in a file that people and scripts can read: "C" and
+// what this side sent, "H" and what the host sent, up to 16 bytes a line in hexadecimal and, behind
+// a bar, as text. A line ends after a carriage return; one that goes on begins with a blank.
 //
 //   C 58 59 5A 0D                                     | XYZ.
 //

@@ -83,7 +83,7 @@ std::string Session::NumberObstacle(std::string_view number) {
   return {};
 }
 
-// --- Lines ---------------------------------------------------------------------------------------
+// --- Lines ---
 
 Time Session::QuietTime() const {
   return 100ms + 30 * settings.byteTime;
@@ -208,7 +208,7 @@ Verdict Session::ReadLine(std::string& reply) {
   return Get(reply);
 }
 
-// --- Attempts ------------------------------------------------------------------------------------
+// --- Attempts ---
 
 Verdict Session::Retry(int& left, const std::function<Verdict()>& attempt) {
   heard = line.Now();
@@ -242,7 +242,7 @@ Verdict Session::ResynchroniseOnce() {
   return verdict.IsDone() ? Unexpected(reply, "the alphabet") : verdict;
 }
 
-// --- Line test -----------------------------------------------------------------------------------
+// --- Line test ---
 
 Verdict Session::TestOnce() {
   std::string reply;
@@ -278,7 +278,7 @@ Verdict Session::WaitForHost(Time atMost, const std::function<void()>& onSilence
                          "no host answered the line test within " + Seconds(atMost));
 }
 
-// --- Directory -----------------------------------------------------------------------------------
+// --- Directory ---
 
 Verdict Session::ListOnce(std::vector<DirectoryEntry>& entries) {
   entries.clear();
@@ -321,7 +321,7 @@ DirectoryReport Session::List() {
   return report;
 }
 
-// --- Download ------------------------------------------------------------------------------------
+// --- Download ---
 
 struct Session::Transfer {
   explicit Transfer(std::string_view asked) : number(asked), forms(asked) {}

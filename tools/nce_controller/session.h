@@ -1,5 +1,6 @@
-// Session: one conversation of the controller with the host over an open line. Each operation is one
-// job of the controller's operator: line test, directory, download, upload, a line of one's own.
+// Session: one conversation of the controller with the host over an open line. Each operation is
+// one job of the controller's operator: line test, directory, download, upload, a line of one's
+// own.
 //
 // Damage. Frames carry a length and an exclusive-or; nothing else on the line is protected: not
 // requests, not acknowledgements, not directory pages, and the host takes an upload as it comes. A
@@ -7,12 +8,12 @@
 // damages of a frame can cancel each other. So a download in which damage was seen - a refused
 // frame, a line that doesn't belong there - is never trusted alone: the program is fetched again
 // until two transfers agree. With verify set, as for every run with made-up damage, this holds for
-// clean transfers as well, and for directories; uploads are read back. Empty lines are beyond it: the
-// host never sends them, so one that damage adds to an upload or takes from it can't be seen.
+// clean transfers as well, and for directories; uploads are read back. Empty lines are beyond it:
+// the host never sends them, so one that damage adds to an upload or takes from it can't be seen.
 //
-// After a failure that damage can explain the job is begun again, at most `retries` times, each time
-// after the line has been cleared and the line test has shown that both sides are in step. A host from which
-// nothing at all has come for five time-outs is not there: that ends the job.
+// After a failure that damage can explain the job is begun again, at most `retries` times, each
+// time after the line has been cleared and the line test has shown that both sides are in step. A
+// host from which nothing at all has come for five time-outs is not there: that ends the job.
 //
 // Owned by main, used by one thread. The line outlives it.
 #pragma once
@@ -119,8 +120,8 @@ class Session {
   Verdict ListOnce(std::vector<DirectoryEntry>& entries);
 
   Verdict FetchOnce(Transfer& transfer, FetchReport& report, const Progress& progress);
-  // Asks for a download. With verify, what rests on the answer alone - that there is no such program,
-  // or the number of an upload - must be answered twice alike.
+  // Asks for a download. With verify, what rests on the answer alone - that there is no such
+  // program, or the number of an upload - must be answered twice alike.
   Verdict RequestNumber(std::string_view number, const NumberForms& forms, DownloadReply& reply,
                         bool isForUpload);
   Verdict RequestOnce(std::string_view number, const NumberForms& forms, DownloadReply& reply);

@@ -75,7 +75,7 @@ ConsoleFrontEnd::~ConsoleFrontEnd() {
   shared->room.notify_all();
 }
 
-// --- Loop ----------------------------------------------------------------------------------------------
+// --- Loop ---
 
 void ConsoleFrontEnd::Post(std::function<void()> task) {
   {
@@ -133,8 +133,8 @@ bool ConsoleFrontEnd::AddInput(Shared& shared, std::string_view bytes) {
   return true;
 }
 
-// The end of the input ends the reader, not the program. It reads ahead no more than it may: a flood waits
-// in its pipe.
+// The end of the input ends the reader, not the program. It reads ahead no more than it may: a
+// flood waits in its pipe.
 void ConsoleFrontEnd::StartReader() {
   std::thread([state = shared, source = terminal] {
     std::array<char, 512> bytes;
@@ -198,7 +198,7 @@ void ConsoleFrontEnd::Finish() {
   Flush();
 }
 
-// --- Input ---------------------------------------------------------------------------------------------
+// --- Input ---
 
 // At most one line; what follows "quit" is left alone.
 void ConsoleFrontEnd::TakeInput() {
@@ -226,7 +226,7 @@ void ConsoleFrontEnd::CompleteLine(const std::string& bytes) {
   if (lineHandler) lineHandler(line);
 }
 
-// --- Output --------------------------------------------------------------------------------------------
+// --- Output ---
 
 // The prompt, and the status line above it, which a screen that became narrower has wrapped.
 void ConsoleFrontEnd::EraseLive() {
@@ -373,8 +373,8 @@ void ConsoleFrontEnd::ShowMonitorRest() {
   restIsShown = true;
 }
 
-// Whole lines are shown as they come. An unfinished one, such as a reply that nothing has followed yet,
-// waits a moment for its end.
+// Whole lines are shown as they come. An unfinished one, such as a reply that nothing has followed
+// yet, waits a moment for its end.
 void ConsoleFrontEnd::AppendMonitor(const KorText& text) {
   if (!monitorOn) return;
   if (monitorRest.empty()) restDue = App().HighResolutionSeconds() + kRestPeriod;

@@ -1,9 +1,9 @@
-// ConsoleFrontEnd: the engine's window on a terminal, and its loop. On a terminal it keeps a live status
-// line above a prompt and lets ended jobs and the monitor's text scroll above both; piped, it writes a line
-// for each change of status. Messages go to standard error as "caption: text".
+// ConsoleFrontEnd: the engine's window on a terminal, and its loop. On a terminal it keeps a live
+// status line above a prompt and lets ended jobs and the monitor's text scroll above both; piped,
+// it writes a line for each change of status. Messages go to standard error as "caption: text".
 //
-// Owned by main. All but Post, Quit and what Quitter and EventHandler return runs on the thread that
-// calls Run: the window's thread.
+// Owned by main. All but Post, Quit and what Quitter and EventHandler return runs on the thread
+// that calls Run: the window's thread.
 #pragma once
 
 #include <condition_variable>
@@ -21,7 +21,8 @@
 
 namespace kor {
 
-// UTF-8 without control characters and changes of writing direction, which would disturb the screen.
+// UTF-8 without control characters and changes of writing direction, which would disturb the
+// screen.
 std::string PrintableText(const KorText& text);
 // A message's lines, each after ": ".
 KorText InOneLine(const KorText& message);
@@ -73,8 +74,8 @@ class ConsoleFrontEnd : public FormDialog {
  private:
   static constexpr std::size_t kMostInput = 4096; // bytes that are read ahead
 
-  // What the reading thread shares with the loop; it outlives the front end while the reader is stuck
-  // in a read that never ends.
+  // What the reading thread shares with the loop; it outlives the front end while the reader is
+  // stuck in a read that never ends.
   struct Shared {
     Mutex mutex;
     std::condition_variable_any changed;
@@ -92,7 +93,8 @@ class ConsoleFrontEnd : public FormDialog {
   };
 
   static void Interrupt(const std::shared_ptr<Shared>& shared);
-  // Adds what was read once there is room for it; nothing is the end. False when the front end has gone.
+  // Adds what was read once there is room for it; nothing is the end. False when the front end has
+  // gone.
   static bool AddInput(Shared& shared, std::string_view bytes);
   void StartReader();
   void TakeInput();

@@ -1,5 +1,5 @@
-// ConsoleOutput: writes to a terminal or pipe on a thread of its own. A reader that has stopped, such as
-// a pager or a terminal on hold, then stops the output and nothing else.
+// ConsoleOutput: writes to a terminal or pipe on a thread of its own. A reader that has stopped,
+// such as a pager or a terminal on hold, then stops the output and nothing else.
 //
 // Owned by the console front end; Write and WriteError are called on the window's thread.
 #pragma once

@@ -1,5 +1,5 @@
-// The console's live status line: the program's number first, then the transfer's figures, the lamps
-// and, as far as there is room, the folder. Pure functions and a rate meter; no drawing.
+// The console's live status line: the program's number first, then the transfer's figures, the
+// lamps and, as far as there is room, the folder. Pure functions and a rate meter; no drawing.
 #pragma once
 
 #include <cstdint>
@@ -12,8 +12,8 @@ namespace kor {
 // The line, exactly that many columns wide. Below about 40 columns the lamps are left out.
 KorText StatusLine(const StatusView& view, const Pace& pace, std::size_t columns);
 
-// The line of an ended job for the screen: local time, name, words and, as far as there is room, the
-// folder. All but the folder is always there.
+// The line of an ended job for the screen: local time, name, words and, as far as there is room,
+// the folder. All but the folder is always there.
 KorText JobLine(const EndedJob& job, std::size_t columns);
 
 // "RX TX CTS DSR RLS XOFF XSENT". A lamp that is out is shown as dots, or left out.

@@ -1,5 +1,5 @@
-// LampRow: the seven lamps, each a drawn sign with its text. Drawn only when a lamp changes. Window's
-// thread.
+// LampRow: the seven lamps, each a drawn sign with its text. Drawn only when a lamp changes.
+// Window's thread.
 #pragma once
 
 #include <array>

@@ -127,7 +127,7 @@ MainWindow::MainWindow(NCEApp& nceApp, const KorText& settingsName)
   });
 }
 
-// --- Parts ---------------------------------------------------------------------------------------------
+// --- Parts ---
 
 wxSizer* MainWindow::MakeState(wxWindow* parent) {
   sign = new wxStaticBitmap(parent, wxID_ANY, DrawnSign(Sign::Idle, kStateSign));
@@ -304,7 +304,7 @@ void MainWindow::GrowToFit() {
   FitParts();
 }
 
-// --- What is shown -------------------------------------------------------------------------------------
+// --- What is shown ---
 
 void MainWindow::ShowStatus(const StatusView& view) {
   meter.Update(view, App().HighResolutionSeconds());
@@ -450,7 +450,7 @@ void MainWindow::Remember() {
   memory.Keep(*this);
 }
 
-// --- Actions -------------------------------------------------------------------------------------------
+// --- Actions ---
 
 void MainWindow::Settings() {
   app.SettingsDialog();

@@ -77,8 +77,8 @@ class MainWindow : public wxFrame {
   wxSizer* MakeActions(wxWindow* parent, std::initializer_list<int> numbers);
   wxSizer* MakeSwitches(wxWindow* parent);
   void MakeLower(wxWindow* parent);
-  // Runs what a control asks for once its event is over, so that who pressed it, such as a screen reader, is
-  // answered before a dialog opens; and one thing at a time.
+  // Runs what a control asks for once its event is over, so that who pressed it, such as a screen
+  // reader, is answered before a dialog opens; and one thing at a time.
   void RunNext(std::function<void()> action);
   wxButton* MakeButton(wxWindow* parent, const Action& action);
   wxCheckBox* MakeCheckBox(wxWindow* parent, const Switch& which);

@@ -1,6 +1,6 @@
-// MonitorView: the echo of the line in the window: what arrives and what is sent, in two colours that
-// also differ in weight. It follows the newest line unless it was scrolled back, and shows the newest
-// 5,000. Window's thread.
+// MonitorView: the echo of the line in the window: what arrives and what is sent, in two colours
+// that also differ in weight. It follows the newest line unless it was scrolled back, and shows the
+// newest 5,000. Window's thread.
 #pragma once
 
 #include <wx/panel.h>
@@ -23,11 +23,11 @@ class MonitorView : public wxPanel {
   // go; while the view is scrolled back it waits, so that what is read or selected stays in place.
   void Append(const KorText& newText);
   void Clear();
-  // With what waits to be shown, in UTF-8. False when the file can't be written: LastError tells why, and an older
-  // file is whole.
+  // With what waits to be shown, in UTF-8. False when the file can't be written: LastError tells
+  // why, and an older file is whole.
   bool Save(const KorText& path) const;
-  // Selects the next place that holds the text, in any letter case, from the selection on and around
-  // the end; false when there is none.
+  // Selects the next place that holds the text, in any letter case, from the selection on and
+  // around the end; false when there is none.
   bool FindNext(const wxString& wantedText);
   wxTextCtrl& Text() { return *text; }
 

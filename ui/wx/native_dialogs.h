@@ -1,5 +1,6 @@
-// What the toolkit leaves to the system: the choosers of files and folders are windows of its own, with a loop of
-// their own, and a modal window takes all input. One source file per toolkit. Window's thread.
+// What the toolkit leaves to the system: the choosers of files and folders are windows of its own,
+// with a loop of their own, and a modal window takes all input. One source file per toolkit.
+// Window's thread.
 #pragma once
 
 #include <wx/window.h>

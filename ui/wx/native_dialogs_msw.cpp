@@ -8,8 +8,8 @@ namespace kor {
 
 namespace {
 
-// The system's own, not one of the toolkit's, which has the same class; the innermost is the one that is
-// enabled.
+// The system's own, not one of the toolkit's, which has the same class; the innermost is the one
+// that is enabled.
 BOOL CALLBACK CancelIfNative(HWND window, LPARAM found) {
   wchar_t name[16] = {};
   ::GetClassNameW(window, name, 16);

@@ -1,5 +1,5 @@
-// What of a native control's look the toolkit has no operation for. One source file per toolkit. Window's
-// thread.
+// What of a native control's look the toolkit has no operation for. One source file per toolkit.
+// Window's thread.
 #pragma once
 
 #include <wx/gauge.h>
@@ -12,8 +12,8 @@ void SetBarHeight(wxGauge* gauge, int height);
 // Shows what lies behind the text: it reads like a label, and can be selected and copied.
 void BlendIn(wxTextCtrl* text);
 
-// Of the whole program: what moves is at its new place at once. A text that scrolls to each new line would be
-// drawn sixty times a second.
+// Of the whole program: what moves is at its new place at once. A text that scrolls to each new
+// line would be drawn sixty times a second.
 void StopAnimations();
 
 } // namespace kor

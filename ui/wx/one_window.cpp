@@ -64,8 +64,8 @@ std::optional<bool> AskInTime(const wxString& service) {
   return answered.get();
 }
 
-// A folder that only this user can write, and that is empty again after a restart of the computer. Windows
-// keeps both by name alone, for each user's session.
+// A folder that only this user can write, and that is empty again after a restart of the computer.
+// Windows keeps both by name alone, for each user's session.
 wxString SocketFolder() {
   wxString folder;
   if (IsWindows()) return folder;

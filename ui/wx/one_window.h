@@ -20,7 +20,8 @@ class OneWindow {
   explicit OneWindow(const KorText& settingsName);
   ~OneWindow();
 
-  // True when no other window of that name runs. Otherwise the other one has been asked to show itself.
+  // True when no other window of that name runs. Otherwise the other one has been asked to show
+  // itself.
   bool IsFirst() const { return first; }
   // The other one hangs, and so does a thread that still asks it: end without unwinding.
   bool IsOtherSilent() const { return silent; }

@@ -126,7 +126,8 @@ void WithdrawQuestion() {
       asked->EndModal(wxID_NO);
 }
 
-// The toolkit ends only the innermost of its loops, and its windows stand in the order of their making.
+// The toolkit ends only the innermost of its loops, and its windows stand in the order of their
+// making.
 bool CancelInnermostModal() {
   if (CancelNativeDialogs()) return true;
   wxDialog* innermost = nullptr;

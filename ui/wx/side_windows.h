@@ -1,5 +1,5 @@
-// The windows beside the main one: messages and the end dialogs of transfers by hand. None of them is
-// modal: the link and the main window go on. Window's thread.
+// The windows beside the main one: messages and the end dialogs of transfers by hand. None of them
+// is modal: the link and the main window go on. Window's thread.
 #pragma once
 
 #include <functional>
@@ -48,8 +48,8 @@ bool Ask(wxWindow* parent, const KorText& question);
 // What was asked about is over: as if the answer were "No".
 void WithdrawQuestion();
 
-// Ends the newest modal window as if it were cancelled; those below it only once it has gone. False when
-// there is none.
+// Ends the newest modal window as if it were cancelled; those below it only once it has gone. False
+// when there is none.
 bool CancelInnermostModal();
 
 } // namespace kor

@@ -1,6 +1,6 @@
-// The drawn signs of the window: what the link is doing, and the lamps. Vectors, drawn anew for each
-// scaling, with a shape of its own for each meaning, so that no colour has to be told from another.
-// Window's thread.
+// The drawn signs of the window: what the link is doing, and the lamps. Vectors, drawn anew for
+// each scaling, with a shape of its own for each meaning, so that no colour has to be told from
+// another. Window's thread.
 #pragma once
 
 #include <wx/bmpbndl.h>

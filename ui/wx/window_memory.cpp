@@ -35,7 +35,8 @@ bool IsReachable(const wxRect& place) {
   return wxDisplay::GetFromPoint(title) != wxNOT_FOUND;
 }
 
-// The size is the inside's: what a window manager puts around it is not known before the window is shown.
+// The size is the inside's: what a window manager puts around it is not known before the window is
+// shown.
 void Place(wxTopLevelWindow& window, const wxRect& place) {
   window.Move(place.GetPosition());
   window.SetClientSize(place.GetSize());

@@ -1,5 +1,5 @@
-// WindowMemory: where the window stood, how large it was and what was folded away, by settings name, in
-// a file of its own beside the settings record, whose layout is fixed. Window's thread.
+// WindowMemory: where the window stood, how large it was and what was folded away, by settings
+// name, in a file of its own beside the settings record, whose layout is fixed. Window's thread.
 #pragma once
 
 #include <memory>

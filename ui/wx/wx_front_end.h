@@ -1,5 +1,6 @@
-// WxFrontEnd: the engine's window on the toolkit. Owned by main and outlives the engine; the main window
-// is lent to it once the application exists. All but Post and CancelName run on the window's thread.
+// WxFrontEnd: the engine's window on the toolkit. Owned by main and outlives the engine; the main
+// window is lent to it once the application exists. All but Post and CancelName run on the window's
+// thread.
 #pragma once
 
 #include <deque>

@@ -14,8 +14,8 @@ KorText FromWx(const wxString& text);
 // With "&" doubled: the toolkit underlines the letter behind a single one.
 wxString ToLabel(const KorText& text);
 
-// In lines no wider than that, in pixels of the window's letters, as far as words allow; Chinese and
-// Japanese break between any two letters. Window's thread.
+// In lines no wider than that, in pixels of the window's letters, as far as words allow; Chinese
+// and Japanese break between any two letters. Window's thread.
 wxString InLines(const KorText& text, const wxWindow& window, int width);
 
 } // namespace kor
