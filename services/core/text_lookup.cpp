@@ -32,4 +32,8 @@ KorText LookUpText(int number, std::u16string_view fallback) {
   return text.IsEmpty() ? KorText(fallback) : text;
 }
 
+KorText LookUpText(const UserText& text) {
+  return LookUpText(text.number, text.english);
+}
+
 } // namespace kor

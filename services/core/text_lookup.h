@@ -1,6 +1,6 @@
 // The dictionary as the layers below it see it: a function from number to text. The program sets it
 // when it has loaded its dictionary; until then, and for a number that the dictionary lacks, the
-// English fall-back given with each use holds.
+// English words of kTexts hold.
 //
 // Set once on the main thread before messages can arise; LookUpText may be called from any thread.
 #pragma once
@@ -8,6 +8,7 @@
 #include <functional>
 
 #include "services/core/kor_text.h"
+#include "services/core/user_texts.h"
 
 namespace kor {
 
@@ -15,6 +16,7 @@ namespace kor {
 using TextLookup = std::function<KorText(int number)>;
 
 void SetTextLookup(TextLookup lookup);
+KorText LookUpText(const UserText& text);
 KorText LookUpText(int number, std::u16string_view fallback);
 
 } // namespace kor

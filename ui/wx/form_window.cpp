@@ -102,8 +102,8 @@ wxSizer* FormWindow::MakeButtons() {
     SetSpokenName(button, label);
     return button;
   };
-  auto* const ok = make(kAcceptButton, LookUpText(15301, u"OK"));
-  auto* const cancel = make(kDiscardButton, LookUpText(15302, u"Cancel"));
+  auto* const ok = make(kAcceptButton, LookUpText(kTexts.okButton));
+  auto* const cancel = make(kDiscardButton, LookUpText(kTexts.cancelButton));
   ok->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { Accept(); });
   cancel->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { EndModal(wxID_CANCEL); });
   ok->SetDefault();

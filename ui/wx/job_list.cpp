@@ -34,7 +34,7 @@ bool SameDay(const SystemTime& a, const SystemTime& b) {
 
 JobList::JobList(wxWindow* parent)
     : wxListBox(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize, 0, nullptr, wxLB_SINGLE) {
-  SetSpokenName(this, LookUpText(15566, u"Jobs today"));
+  SetSpokenName(this, LookUpText(kTexts.jobsToday));
   // GTK leaves what lies below the last job unpainted while another window is in front.
   SetBackgroundColour(wxSystemSettings::GetColour(wxSYS_COLOUR_LISTBOX));
   layoutTimer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { OnLayout(); });

@@ -16,13 +16,9 @@ namespace {
 constexpr int kSide = 16; // device-independent pixels; so below
 constexpr int kGap = 6;
 
-struct LampLabel {
-  int number;
-  const char16_t* label;
-};
-constexpr LampLabel kLabels[kLampCount] = {
-    {15205, u"Receive"},   {15206, u"Transmit"},  {15250, u"CTS Hold"},  {15251, u"DSR Hold"},
-    {15256, u"RLSD Hold"}, {15257, u"XOFF Hold"}, {15258, u"XOFF Sent"},
+constexpr UserText kLabels[kLampCount] = {
+    kTexts.receiveLamp, kTexts.transmitLamp, kTexts.ctsHold,  kTexts.dsrHold,
+    kTexts.rlsdHold,    kTexts.xoffHold,     kTexts.xoffSent,
 };
 
 Lamp LampAt(std::size_t at) {
@@ -55,7 +51,7 @@ LampRow::LampRow(wxWindow* parent) : wxPanel(parent) {
 
 wxPanel* LampRow::MakeLamp(Lamp lamp) {
   auto* const cell = new wxPanel(this);
-  names[lamp] = LookUpText(kLabels[lamp].number, kLabels[lamp].label);
+  names[lamp] = LookUpText(kLabels[lamp]);
   signs[lamp] = new wxStaticBitmap(cell, wxID_ANY, DrawnSign(SignOf(lamp, false), kSide));
   auto* const row = new wxBoxSizer(wxHORIZONTAL);
   row->Add(signs[lamp], wxSizerFlags().CentreVertical().Border(wxRIGHT, FromDIP(kGap)));
@@ -69,8 +65,8 @@ wxPanel* LampRow::MakeLamp(Lamp lamp) {
 
 void LampRow::Draw(Lamp lamp) {
   signs[lamp]->SetBitmap(DrawnSign(SignOf(lamp, shown[lamp]), kSide));
-  const KorText state = shown[lamp] ? LookUpText(15564, u"on") : LookUpText(15565, u"off");
-  SetSpokenName(signs[lamp], KorText::Format(LookUpText(15633, u"%s: %s"), names[lamp], state));
+  const KorText state = shown[lamp] ? LookUpText(kTexts.lampOn) : LookUpText(kTexts.lampOff);
+  SetSpokenName(signs[lamp], KorText::Format(LookUpText(kTexts.lampAndState), names[lamp], state));
 }
 
 void LampRow::Show(const std::array<bool, kLampCount>& lamps) {

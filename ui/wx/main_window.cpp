@@ -35,22 +35,22 @@ constexpr float kHeadlineScales[] = {2.4F, 2.0F, 1.7F, 1.4F, 1.2F, 1.0F};
 constexpr int kGaugeRange = 1000;
 constexpr int kAdvicePeriod = 1000; // milliseconds
 
-constexpr int kSendButton = 15210;
-constexpr int kReceiveButton = 15211;
-constexpr int kLoopbackButton = 15212;
-constexpr int kSpecialButton = 15270;
-constexpr int kSettingsButton = 15101;
-constexpr int kStatusText = 15201;
-constexpr int kProgressLabel = 15202;
-constexpr int kTestLabel = 15259;
-constexpr int kMonitorSwitch = 15207;
-constexpr int kMonitor = 15209;
-constexpr int kTraceSwitch = 15266;
-constexpr int kRtsSwitch = 15273;
-constexpr int kDtrSwitch = 15274;
-constexpr int kCancelButton = 15556;
-constexpr int kCompleteButton = 15319;
-constexpr int kXonButton = 15442;
+constexpr int kSendButton = kTexts.sendNcFile.number;
+constexpr int kReceiveButton = kTexts.receiveNcFile.number;
+constexpr int kLoopbackButton = kTexts.loopBackTest.number;
+constexpr int kSpecialButton = kTexts.specialFeatures.number;
+constexpr int kSettingsButton = kTexts.downloadSettings.number;
+constexpr int kStatusText = kTexts.status.number;
+constexpr int kProgressLabel = kTexts.progress.number;
+constexpr int kTestLabel = kTexts.lineTest.number;
+constexpr int kMonitorSwitch = kTexts.showMonitor.number;
+constexpr int kMonitor = kTexts.monitor.number;
+constexpr int kTraceSwitch = kTexts.communicationsTrace.number;
+constexpr int kRtsSwitch = kTexts.rtsCtsHandshake.number;
+constexpr int kDtrSwitch = kTexts.dtrDsrHandshake.number;
+constexpr int kCancelButton = kTexts.cancelTransfer.number;
+constexpr int kCompleteButton = kTexts.complete.number;
+constexpr int kXonButton = kTexts.xonXoffTest.number;
 constexpr const char* kMonitorPart = "monitor";
 constexpr std::size_t kStatusWidth = 70; // characters
 
@@ -69,25 +69,25 @@ KorText TransferText(const StatusView& view, const Pace& pace) {
 } // namespace
 
 const MainWindow::Action MainWindow::kActions[] = {
-    {kSendButton, u"Send NC File", &MainWindow::Send},
-    {kReceiveButton, u"Receive NC File", &MainWindow::Receive},
-    {kLoopbackButton, u"Loop Back Test", &MainWindow::Loopback},
-    {kSpecialButton, u"Special Features", &MainWindow::Special},
-    {kSettingsButton, u"Download Settings", &MainWindow::Settings},
-    {kXonButton, u"XON/XOFF Test", &MainWindow::XonXoff},
-    {kCompleteButton, u"Complete", &MainWindow::Complete},
-    {kCancelButton, u"Cancel Transfer", &MainWindow::Cancel},
+    {kTexts.sendNcFile, &MainWindow::Send},
+    {kTexts.receiveNcFile, &MainWindow::Receive},
+    {kTexts.loopBackTest, &MainWindow::Loopback},
+    {kTexts.specialFeatures, &MainWindow::Special},
+    {kTexts.downloadSettings, &MainWindow::Settings},
+    {kTexts.xonXoffTest, &MainWindow::XonXoff},
+    {kTexts.complete, &MainWindow::Complete},
+    {kTexts.cancelTransfer, &MainWindow::Cancel},
 };
 
 const MainWindow::Switch MainWindow::kSwitches[] = {
-    {kMonitorSwitch, u"Show Monitor", &MainWindow::OnMonitor},
-    {kTraceSwitch, u"Communications Trace", &MainWindow::OnTrace},
-    {kRtsSwitch, u"RTS/CTS Handshake", &MainWindow::OnRts},
-    {kDtrSwitch, u"DTR/DSR Handshake", &MainWindow::OnDtr},
+    {kTexts.showMonitor, &MainWindow::OnMonitor},
+    {kTexts.communicationsTrace, &MainWindow::OnTrace},
+    {kTexts.rtsCtsHandshake, &MainWindow::OnRts},
+    {kTexts.dtrDsrHandshake, &MainWindow::OnDtr},
 };
 
 const MainWindow::Action& MainWindow::ActionOf(int number) {
-  return *std::ranges::find(kActions, number, &Action::number);
+  return *std::ranges::find(kActions, number, &Action::Number);
 }
 
 MainWindow::MainWindow(NCEApp& nceApp, const KorText& settingsName)
@@ -135,7 +135,7 @@ wxSizer* MainWindow::MakeState(wxWindow* parent) {
   statusLine = new wxTextCtrl(parent, kStatusText, {}, wxDefaultPosition, wxDefaultSize,
                               wxTE_READONLY | wxBORDER_NONE);
   BlendIn(statusLine);
-  SetSpokenName(statusLine, LookUpText(kStatusText, u"Status"));
+  SetSpokenName(statusLine, LookUpText(kTexts.status));
   advice = MakePlainText(parent, wxID_ANY);
   advice->Hide();
   auto* const words = new wxBoxSizer(wxVERTICAL);
@@ -149,7 +149,7 @@ wxSizer* MainWindow::MakeState(wxWindow* parent) {
 }
 
 wxSizer* MainWindow::MakeProgress(wxWindow* parent) {
-  const KorText name = LookUpText(kProgressLabel, u"Progress");
+  const KorText name = LookUpText(kTexts.progress);
   auto* const label = MakePlainText(parent, kProgressLabel, ToLabel(name));
   gauge = new wxGauge(parent, wxID_ANY, kGaugeRange, wxDefaultPosition,
                       FromDIP(wxSize(kLeastBarWidth, kBarHeight)), wxGA_HORIZONTAL | wxGA_SMOOTH);
@@ -183,8 +183,8 @@ void MainWindow::RunNext(std::function<void()> action) {
 }
 
 wxButton* MainWindow::MakeButton(wxWindow* parent, const Action& action) {
-  const KorText name = LookUpText(action.number, action.label);
-  auto* const button = new wxButton(parent, action.number, mnemonics.Label(name));
+  const KorText name = LookUpText(action.label);
+  auto* const button = new wxButton(parent, action.Number(), mnemonics.Label(name));
   button->SetMinSize(FromDIP(wxSize(-1, kButtonHeight)));
   SetSpokenName(button, name);
   button->Bind(wxEVT_BUTTON, [this, run = action.run](wxCommandEvent&) {
@@ -194,8 +194,8 @@ wxButton* MainWindow::MakeButton(wxWindow* parent, const Action& action) {
 }
 
 wxCheckBox* MainWindow::MakeCheckBox(wxWindow* parent, const Switch& which) {
-  const KorText name = LookUpText(which.number, which.label);
-  auto* const box = new wxCheckBox(parent, which.number, mnemonics.Label(name));
+  const KorText name = LookUpText(which.label);
+  auto* const box = new wxCheckBox(parent, which.Number(), mnemonics.Label(name));
   SetSpokenName(box, name);
   box->Bind(wxEVT_CHECKBOX, [this, run = which.run](wxCommandEvent& event) {
     RunNext([this, run, on = event.IsChecked()] { (this->*run)(on); });
@@ -213,13 +213,13 @@ wxSizer* MainWindow::MakeActions(wxWindow* parent, std::initializer_list<int> nu
 // The line's own: its tests, its handshakes, and what went wrong on it.
 wxSizer* MainWindow::MakeSwitches(wxWindow* parent) {
   auto* const box = new wxStaticBoxSizer(
-      MakePlainBox(parent, kTestLabel, ToLabel(LookUpText(kTestLabel, u"Line Test"))), wxVERTICAL);
+      MakePlainBox(parent, kTestLabel, ToLabel(LookUpText(kTexts.lineTest))), wxVERTICAL);
   auto* const grid = new wxGridSizer(2, FromDIP(wxSize(kGap, kGap)));
   for (const int number : {kLoopbackButton, kXonButton})
     grid->Add(MakeButton(box->GetStaticBox(), ActionOf(number)), wxSizerFlags().Expand());
   for (const int number : {kTraceSwitch, kRtsSwitch, kDtrSwitch})
     for (const Switch& which : kSwitches)
-      if (which.number == number)
+      if (which.Number() == number)
         grid->Add(MakeCheckBox(box->GetStaticBox(), which), wxSizerFlags().CentreVertical());
   box->Add(grid, wxSizerFlags().Expand().Border(wxALL, FromDIP(kGap)));
   lineErrors = MakePlainText(box->GetStaticBox(), wxID_ANY);
@@ -235,7 +235,7 @@ void MainWindow::MakeLower(wxWindow* parent) {
   auto* const column = new wxBoxSizer(wxVERTICAL);
   const auto gap = wxSizerFlags().Expand().Border(wxTOP, FromDIP(kGap));
   column->Add(MakeActions(panel, {kSendButton, kReceiveButton}), gap);
-  column->Add(new wxStaticText(panel, wxID_ANY, ToLabel(LookUpText(15566, u"Jobs today"))), gap);
+  column->Add(new wxStaticText(panel, wxID_ANY, ToLabel(LookUpText(kTexts.jobsToday))), gap);
   jobs = new JobList(panel);
   column->Add(jobs, wxSizerFlags(1).Expand().Border(wxTOP, FromDIP(kGap / 2)));
   column->Add(MakeActions(panel, {kSpecialButton, kSettingsButton}), gap);
@@ -458,7 +458,7 @@ void MainWindow::Settings() {
 }
 
 void MainWindow::Cancel() {
-  if (Ask(this, LookUpText(15557, u"End the running transfer?"))) app.CancelExchange();
+  if (Ask(this, LookUpText(kTexts.endTransferQuestion))) app.CancelExchange();
 }
 
 void MainWindow::OnMonitor(bool on) {

@@ -22,6 +22,7 @@
 #include <wx/timer.h>
 
 #include "app/nce_app.h"
+#include "services/core/user_texts.h"
 #include "ui/transfer_text.h"
 #include "ui/wx/job_list.h"
 #include "ui/wx/lamp_row.h"
@@ -59,14 +60,14 @@ class MainWindow : public wxFrame {
 
  private:
   struct Action {
-    int number; // of the control and its label
-    const char16_t* label;
+    UserText label;
     void (MainWindow::*run)();
+    int Number() const { return label.number; } // of the control
   };
   struct Switch {
-    int number;
-    const char16_t* label;
+    UserText label;
     void (MainWindow::*run)(bool on);
+    int Number() const { return label.number; }
   };
   static const Action kActions[];
   static const Switch kSwitches[];

@@ -60,7 +60,7 @@ MonitorView::MonitorView(wxWindow* parent, Mnemonics& mnemonics)
                         wxTE_MULTILINE | wxTE_READONLY | wxTE_RICH2 | wxTE_DONTWRAP);
   text->SetFont(wxFont(wxFontInfo().Family(wxFONTFAMILY_TELETYPE)));
   text->SetMinSize({-1, text->GetCharHeight() * kMinimumLines});
-  SetSpokenName(text, LookUpText(15209, u"Monitor"));
+  SetSpokenName(text, LookUpText(kTexts.monitor));
   auto* const column = new wxBoxSizer(wxVERTICAL);
   column->Add(text, wxSizerFlags(1).Expand());
   column->Add(MakeTools(mnemonics), wxSizerFlags().Expand().Border(wxTOP, FromDIP(4)));
@@ -70,27 +70,26 @@ MonitorView::MonitorView(wxWindow* parent, Mnemonics& mnemonics)
 
 wxSizer* MonitorView::MakeTools(Mnemonics& mnemonics) {
   auto* const row = new wxBoxSizer(wxHORIZONTAL);
-  const auto add = [&](int number, const char16_t* label, auto action) {
-    const KorText name = LookUpText(number, label);
+  const auto add = [&](const UserText& label, auto action) {
+    const KorText name = LookUpText(label);
     auto* const button = new wxButton(this, wxID_ANY, mnemonics.Label(name));
     SetSpokenName(button, name);
     button->Bind(wxEVT_BUTTON, [action](wxCommandEvent&) { action(); });
     row->Add(button, wxSizerFlags().Border(wxRIGHT, FromDIP(4)));
   };
-  add(15560, u"Clear", [this] { Clear(); });
-  add(15561, u"Save...", [this] { CallAfter([this] { ChooseFile(); }); });
+  add(kTexts.clearMonitor, [this] { Clear(); });
+  add(kTexts.saveMonitor, [this] { CallAfter([this] { ChooseFile(); }); });
   wanted = new wxTextCtrl(this, wxID_ANY, {}, wxDefaultPosition, FromDIP(wxSize(90, -1)),
                           wxTE_PROCESS_ENTER);
-  SetSpokenName(wanted, LookUpText(15563, u"Text to find in the monitor"),
-                LookUpText(15563, u"Text to find in the monitor"));
+  SetSpokenName(wanted, LookUpText(kTexts.textToFind), LookUpText(kTexts.textToFind));
   wanted->Bind(wxEVT_TEXT_ENTER, [this](wxCommandEvent&) { Find(); });
   wanted->Bind(wxEVT_TEXT, [this](wxCommandEvent&) { SayNotFound(false); });
   row->Add(wanted, wxSizerFlags(1).Expand().Border(wxRIGHT, FromDIP(4)));
-  notFound = MakePlainText(this, wxID_ANY, ToWx(LookUpText(15569, u"not found")));
+  notFound = MakePlainText(this, wxID_ANY, ToWx(LookUpText(kTexts.textNotFound)));
   notFound->SetForegroundColour(ColourOf(Sign::Failed));
   notFound->Hide();
   row->Add(notFound, wxSizerFlags().CentreVertical().Border(wxRIGHT, FromDIP(4)));
-  add(15562, u"Find", [this] { Find(); });
+  add(kTexts.find, [this] { Find(); });
   return row;
 }
 
@@ -181,21 +180,16 @@ bool MonitorView::FindNext(const wxString& wantedText) {
 }
 
 void MonitorView::ChooseFile() {
-  const KorText caption = LookUpText(15314, u"Save Log File As");
+  const KorText caption = LookUpText(kTexts.saveLogFileAs);
   wxFileDialog chooser(this, ToWx(caption), {}, {},
-                       ToWx(FileFilters(LookUpText(15315, u"Log files"), u"log")),
+                       ToWx(FileFilters(LookUpText(kTexts.logFiles), u"log")),
                        wxFD_SAVE | wxFD_OVERWRITE_PROMPT);
   if (chooser.ShowModal() != wxID_OK) return;
   const KorText path = FromWx(chooser.GetPath());
   if (Save(path)) return;
   const KorText reason = App().ErrorText(App().LastError());
-  App().Report(
-      {MessageLevel::Warn, caption,
-       KorText::Format(LookUpText(15568, u"The monitor could not be saved in \"%s\". Choose a "
-                                         u"folder that you may write to, with room on its "
-                                         u"disk."),
-                       path),
-       reason, 0});
+  App().Report({MessageLevel::Warn, caption,
+                KorText::Format(LookUpText(kTexts.monitorNotSaved), path), reason, 0});
 }
 
 void MonitorView::Find() {

@@ -38,8 +38,8 @@ wxDialog* MakeMessage(wxWindow* parent, const KorText& caption, const KorText& t
   auto* const words = MakePlainText(window, wxID_ANY);
   words->SetLabelText(InLines(text, *words, window->FromDIP(kTextWidth)));
   row->Add(words, wxSizerFlags(1).CentreVertical());
-  auto* const ok = new wxButton(window, wxID_OK, Mnemonics().Label(LookUpText(47, u"Ok")));
-  SetSpokenName(ok, LookUpText(47, u"Ok"));
+  auto* const ok = new wxButton(window, wxID_OK, Mnemonics().Label(LookUpText(kTexts.ok)));
+  SetSpokenName(ok, LookUpText(kTexts.ok));
   ok->Bind(wxEVT_BUTTON, [window](wxCommandEvent&) {
     if (window->IsModal())
       window->EndModal(wxID_OK);
@@ -113,7 +113,7 @@ wxDialog* MakeEndWindow(wxWindow* parent, const KorText& caption, const KorText&
 bool Ask(wxWindow* parent, const KorText& question) {
   wxGenericMessageDialog dialog(parent, ToWx(question), parent->GetLabel(),
                                 wxYES_NO | wxNO_DEFAULT | wxICON_QUESTION);
-  dialog.SetYesNoLabels(ToWx(LookUpText(66, u"Yes")), ToWx(LookUpText(65, u"No")));
+  dialog.SetYesNoLabels(ToWx(LookUpText(kTexts.yes)), ToWx(LookUpText(kTexts.no)));
   dialog.SetEscapeId(wxID_NO);
   dialog.CallAfter([&dialog] { SpeakAsDialog(&dialog); }); // it is made when it is shown
   return dialog.ShowModal() == wxID_YES;

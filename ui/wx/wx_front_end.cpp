@@ -19,19 +19,13 @@ constexpr int kPostPeriod = 50; // milliseconds; a change is shown within 100
 void WxFrontEnd::Attach(MainWindow& mainWindow, NCEApp& app) {
   window = &mainWindow;
   messages = std::make_unique<MessageWindows>(window);
-  const KorText cancel = LookUpText(48, u"Cancel");
-  downloadEnd = MakeEndWindow(
-      window, LookUpText(15317, u"Download End"),
-      LookUpText(
-          15585,
-          u"The NC program is sent when the machine asks for it. This window closes at the end."),
-      {{cancel, [&app] { app.CancelDownload(); }}});
-  uploadEnd =
-      MakeEndWindow(window, LookUpText(15318, u"Upload End"),
-                    LookUpText(15586, u"Start sending at the machine. \"Complete\" keeps what has "
-                                      u"arrived; \"Cancel\" keeps nothing."),
-                    {{LookUpText(15319, u"Complete"), [&app] { app.CompleteUpload(); }},
-                     {cancel, [&app] { app.CancelUpload(); }}});
+  const KorText cancel = LookUpText(kTexts.cancel);
+  downloadEnd =
+      MakeEndWindow(window, LookUpText(kTexts.downloadEnd), LookUpText(kTexts.downloadEndNote),
+                    {{cancel, [&app] { app.CancelDownload(); }}});
+  uploadEnd = MakeEndWindow(window, LookUpText(kTexts.uploadEnd), LookUpText(kTexts.uploadEndNote),
+                            {{LookUpText(kTexts.complete), [&app] { app.CompleteUpload(); }},
+                             {cancel, [&app] { app.CancelUpload(); }}});
 }
 
 void WxFrontEnd::Detach() {

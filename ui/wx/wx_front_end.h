@@ -36,7 +36,7 @@ class WxFrontEnd : public FormDialog {
   bool RunForm(FormDescription& form) override;
   std::optional<KorText> ChooseFile(const FileChoice& choice) override;
   void ShowMessage(const KorText& caption, const KorText& text, MessageStyle style) override;
-  KorText CancelName() const override { return LookUpText(15556, u"Cancel Transfer"); }
+  KorText CancelName() const override { return LookUpText(kTexts.cancelTransfer); }
   void Post(std::function<void()> task) override;
 
  private:
