@@ -226,7 +226,7 @@ class DownloadApp : public Storable, protected ChannelHost {
 
  private:
   SettingsStore store;
-  SideThread logWriter{CommsLog::kMostWaiting};
+  SideThread logWriter{CommsLog::kMostWaiting, std::chrono::milliseconds(10)};
   // Each does one thing at a time, which counts as one byte.
   std::array<SideThread, 3> folderLooks{SideThread(1), SideThread(1), SideThread(1)};
   CommsLog log;
