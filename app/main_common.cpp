@@ -1,9 +1,8 @@
 #include "app/main_common.h"
 
-#include "platform/platform.h"
 #include "platform/program_start.h"
 #include "platform/serial_devices.h"
-#include "tools/common/tool_main.h"
+#include "services/command_line/command_line.h"
 
 namespace kor {
 

@@ -46,11 +46,30 @@ function(ncedl_component program result)
   endif()
 endfunction()
 
-# ncedl_library(NAME SOURCES... [LINK ...]): the static library of one folder.
+# Keeps the sources of a target and what it links, for the test that compares both with the plan of the rooms.
+function(ncedl_note_target name sources links)
+  set(lines "target ${name}\n")
+  foreach(source ${sources})
+    cmake_path(ABSOLUTE_PATH source)
+    cmake_path(IS_PREFIX CMAKE_BINARY_DIR ${source} isGenerated)
+    if(NOT isGenerated)
+      cmake_path(RELATIVE_PATH source BASE_DIRECTORY ${CMAKE_SOURCE_DIR})
+      string(APPEND lines "source ${source}\n")
+    endif()
+  endforeach()
+  foreach(link ${links})
+    string(APPEND lines "link ${link}\n")
+  endforeach()
+  set_property(GLOBAL APPEND_STRING PROPERTY NCEDL_TARGETS "${lines}")
+endfunction()
+
+# ncedl_library(NAME SOURCES... [PUBLIC ...] [PRIVATE ...]): the static library of one room. PUBLIC: the libraries whose
+# headers its own headers include. PRIVATE: those that only its sources use.
 function(ncedl_library name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+  cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
   add_library(${name} STATIC ${ARG_SOURCES})
-  target_link_libraries(${name} PUBLIC ncedl_options ${ARG_LINK})
+  target_link_libraries(${name} PUBLIC ncedl_options ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE})
+  ncedl_note_target(${name} "${ARG_SOURCES}" "${ARG_PUBLIC};${ARG_PRIVATE}")
 endfunction()
 
 # ncedl_program(NAME SOURCES... [LINK ...] [DESCRIPTION text] [WINDOW] [INTERNAL]): one program.
@@ -60,6 +79,7 @@ function(ncedl_program name)
   cmake_parse_arguments(ARG "INTERNAL;WINDOW" "DESCRIPTION" "SOURCES;LINK" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE ncedl_options ${ARG_LINK})
+  ncedl_note_target(${name} "${ARG_SOURCES}" "${ARG_LINK}")
   set_target_properties(${name} PROPERTIES WIN32_EXECUTABLE ${ARG_WINDOW})
   if(NOT ARG_INTERNAL)
     ncedl_component(${name} component)

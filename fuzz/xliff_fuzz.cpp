@@ -1,7 +1,7 @@
 // Random bytes as a translation: what can't be taken as a whole changes nothing in the dictionary,
 // and what was taken can be saved and loaded.
 #include "fuzz/fuzz_target.h"
-#include "tests/dictionary/dictionary_samples.h"
+#include "tests/support/dictionary_samples.h"
 
 namespace kor {
 

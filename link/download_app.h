@@ -27,7 +27,7 @@
 #include "link/manual_transfer.h"
 #include "link/monitor_feed.h"
 #include "link/nc_program.h"
-#include "link/no_port.h"
+#include "link/port/no_port.h"
 #include "link/serial_channel.h"
 #include "link/settings_store.h"
 #include "link/side_thread.h"

@@ -24,7 +24,7 @@
 #include "link/comms_log.h"
 #include "link/link_settings.h"
 #include "link/monitor_feed.h"
-#include "link/serial_port.h"
+#include "link/port/serial_port.h"
 #include "link/status_board.h"
 #include "services/core/os_clock.h"
 

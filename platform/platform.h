@@ -8,10 +8,8 @@
 
 #if defined(_WIN32)
 #include "platform/win32/app_interface_win32.h"
-#include "platform/win32/serial_port_win32.h"
 #else
 #include "platform/posix/app_interface_posix.h"
-#include "platform/posix/serial_port_posix.h"
 #endif
 
 namespace kor {
@@ -19,11 +17,9 @@ namespace kor {
 #if defined(_WIN32)
 using PlatformAppInterface = Win32AppInterface;
 using PlatformFiles = Win32Files;
-using PlatformSerialPort = Win32SerialPort;
 #else
 using PlatformAppInterface = PosixAppInterface;
 using PlatformFiles = PosixFiles;
-using PlatformSerialPort = PosixSerialPort;
 #endif
 
 // The words of the command line after the program's name. Windows takes them from the system, in

@@ -29,5 +29,8 @@ std::vector<SerialDevice> ListSerialDevices();
 bool IsSerialPortFree(const KorText& name);
 // Their paths alone. Opens none: may be asked every second while other programs use them.
 std::vector<KorText> ListSerialPaths();
+// A port of the settings as the user knows it: "COM1 (/dev/ttyUSB0)" where the system calls the
+// device otherwise, else the name alone.
+KorText SerialDeviceName(const KorText& port);
 
 } // namespace kor

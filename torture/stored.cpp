@@ -2,7 +2,7 @@
 // goes after every change, with every state of the disk that may follow.
 #include <memory>
 
-#include "tests/app/stored_operations.h"
+#include "tests/support/stored_operations.h"
 #include "torture/host.h"
 
 namespace kor::torture {

@@ -11,7 +11,6 @@
 #include <unistd.h>
 
 #include "platform/posix/line_editor_posix.h"
-#include "platform/posix/serial_names.h"
 
 namespace kor {
 
@@ -122,13 +121,6 @@ class PosixTerminal : public Terminal {
 
 std::shared_ptr<Terminal> MakeConsoleTerminal() {
   return std::make_shared<PosixTerminal>();
-}
-
-KorText SerialDeviceName(const KorText& port) {
-  const KorText path = SerialDevicePath(port);
-  for (const SerialName& link : ListSerialNames())
-    if (link.name.EqualsNoCase(port)) return KorText::Format(u"%s (%s)", port, link.device);
-  return path == port ? port : KorText::Format(u"%s (%s)", port, path);
 }
 
 } // namespace kor

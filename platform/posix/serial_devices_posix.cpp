@@ -148,4 +148,11 @@ std::vector<SerialDevice> ListSerialDevicesIn(const fs::path& folder, const fs::
   return devices;
 }
 
+KorText SerialDeviceName(const KorText& port) {
+  const KorText path = SerialDevicePath(port);
+  for (const SerialName& link : ListSerialNames())
+    if (link.name.EqualsNoCase(port)) return KorText::Format(u"%s (%s)", port, link.device);
+  return path == port ? port : KorText::Format(u"%s (%s)", port, path);
+}
+
 } // namespace kor

@@ -27,7 +27,7 @@
 #include <chrono>
 #include <filesystem>
 
-#include "link/serial_port.h"
+#include "link/port/serial_port.h"
 #include "platform/posix/serial_driver_posix.h"
 
 namespace kor {

@@ -152,8 +152,4 @@ std::shared_ptr<Terminal> MakeConsoleTerminal() {
   return std::make_shared<Win32Terminal>();
 }
 
-KorText SerialDeviceName(const KorText& port) {
-  return port;
-}
-
 } // namespace kor

@@ -62,4 +62,8 @@ std::vector<SerialDevice> ListSerialDevices() {
   return devices;
 }
 
+KorText SerialDeviceName(const KorText& port) {
+  return port;
+}
+
 } // namespace kor

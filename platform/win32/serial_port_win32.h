@@ -17,7 +17,7 @@
 
 #include <memory>
 
-#include "link/serial_port.h"
+#include "link/port/serial_port.h"
 
 namespace kor {
 

@@ -2,7 +2,7 @@
 // that the disk may hold then.
 #include <gtest/gtest.h>
 
-#include "tests/app/stored_operations.h"
+#include "tests/support/stored_operations.h"
 
 namespace kor {
 namespace {

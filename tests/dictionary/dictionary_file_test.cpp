@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "files/compressed_file.h"
-#include "tests/dictionary/dictionary_samples.h"
+#include "tests/support/dictionary_samples.h"
 #include "tests/support/format_page.h"
 
 namespace kor {

@@ -4,7 +4,7 @@
 #include "services/core/text_lookup.h"
 #include "services/dictionary/dictionary.h"
 #include "services/dictionary/user_language.h"
-#include "tests/dictionary/dictionary_samples.h"
+#include "tests/support/dictionary_samples.h"
 
 namespace kor {
 namespace {

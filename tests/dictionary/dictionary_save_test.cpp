@@ -2,7 +2,7 @@
 // whole.
 #include <gtest/gtest.h>
 
-#include "tests/dictionary/dictionary_samples.h"
+#include "tests/support/dictionary_samples.h"
 
 namespace kor {
 namespace {

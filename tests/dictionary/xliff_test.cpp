@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "tests/dictionary/dictionary_samples.h"
+#include "tests/support/dictionary_samples.h"
 
 namespace kor {
 namespace {

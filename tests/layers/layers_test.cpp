@@ -1,11 +1,12 @@
-// Walks the source tree and rejects what breaks its layering: an include that a folder may not
-// make, a window or operating-system header outside its folder, a platform condition outside
-// platform/.
+// The plan of the rooms: which files are in which room, and which rooms a room may see. The tests
+// walk the source tree and the build's targets and reject what leaves the plan, a window or
+// operating-system header outside its room, and a platform condition outside platform/.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <regex>
 #include <set>
 #include <string>
@@ -17,67 +18,94 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// What the files whose path starts with prefix may include. The longest prefix decides.
-struct Layer {
-  std::string_view prefix;
-  std::vector<std::string_view> project; // prefixes of project headers
-  std::vector<std::string_view> system;  // headers in <>, besides those of the standard library
-};
+using Names = std::vector<std::string_view>;
 
 constexpr std::string_view kAnything = "*";
 
-const std::vector<Layer>& Layers() {
-  static const std::vector<Layer> layers = {
-      {"services/core/", {"services/core/"}, {}},
-      {"files/", {"files/", "services/core/"}, {"zlib.h", "wmmintrin.h"}},
-      {"services/ini/", {"services/ini/", "services/core/", "files/"}, {}},
-      {"services/dictionary/",
-       {"services/dictionary/", "services/core/", "files/"},
-       {"pugixml.hpp"}},
-      {"ui/", {"ui/", "services/core/"}, {}},
-      {"link/", {"link/", "ui/", "files/", "services/"}, {}},
-      {"app/", {"app/", "link/", "ui/", "files/", "services/"}, {}},
-      {"ui/console/", {"ui/console/", "app/", "link/", "ui/", "services/"}, {}},
-      {"ui/wx/", {"ui/wx/", "app/", "link/", "ui/", "files/", "services/"}, {"wx/"}},
-      {"ui/wx/accessible_gtk", {"ui/wx/", "services/core/"}, {"wx/", "gtk/"}},
-      {"ui/wx/display_loss_gtk", {"ui/wx/"}, {"gdk/"}},
-      {"ui/wx/native_look_gtk", {"ui/wx/"}, {"gtk/"}},
-      {"ui/wx/native_dialogs_gtk", {"ui/wx/"}, {"wx/", "gtk/"}},
-      {"ui/wx/program_icon_gtk", {"ui/wx/"}, {"wx/", "gtk/"}},
-      {"platform/",
-       {"platform/", "services/core/", "link/serial_port.h", "ui/terminal.h", "ui/line_editor.h"},
+// A file is in the room with the longest path that its own begins with.
+struct Room {
+  std::string_view name;
+  Names paths;
+  Names sees;     // the names of other rooms; kAnything: all that stand before it
+  Names system{}; // headers in <>, besides those of the standard library
+};
+
+// From the ground up: a room sees only rooms that stand before it.
+const std::vector<Room>& Rooms() {
+  static const std::vector<Room> rooms = {
+      {"core", {"services/core/"}, {}},
+      {"command line", {"services/command_line/"}, {"core"}},
+      {"files", {"files/"}, {"core"}, {"zlib.h", "wmmintrin.h"}},
+      {"ini", {"services/ini/"}, {"core", "files"}},
+      {"dictionary", {"services/dictionary/"}, {"core", "files"}, {"pugixml.hpp"}},
+      {"ui", {"ui/"}, {"core"}},
+      {"port", {"link/port/"}, {"core"}},
+      {"platform", {"platform/"}, {"core"}, {kAnything}},
+      {"serial",
+       {"platform/serial_", "platform/posix/serial_", "platform/win32/serial_"},
+       {"core", "port"},
        {kAnything}},
-      {"app/main_", {kAnything}, {kAnything}},
-      {"tools/", {kAnything}, {kAnything}},
-      {"tools/common/",
-       {"tools/common/", "services/core/", "platform/platform.h", "platform/program_start.h"},
-       {}},
-      {"tests/", {kAnything}, {kAnything}},
-      {"bench/", {kAnything}, {kAnything}},
-      {"fuzz/", {kAnything}, {kAnything}},
-      {"demo/", {kAnything}, {kAnything}},
-      {"torture/", {kAnything}, {kAnything}},
+      {"terminal",
+       {"platform/console_terminal", "platform/posix/console_terminal",
+        "platform/posix/line_editor", "platform/win32/console_terminal"},
+       {"core", "ui", "platform"},
+       {kAnything}},
+      {"link", {"link/"}, {"core", "files", "ui", "port"}},
+      {"app", {"app/"}, {"core", "files", "ini", "dictionary", "ui", "link"}},
+      {"console", {"ui/console/"}, {"core", "ui", "link", "app"}},
+      {"window", {"ui/wx/"}, {"core", "files", "ui", "link", "app"}, {"wx/", "gtk/", "gdk/"}},
+      {"mains", {"app/main_"}, {kAnything}, {"wx/"}},
+      {"tools", {"tools/common/"}, {"core", "command line", "platform"}},
+      {"nce-controller",
+       {"tools/nce_controller/"},
+       {"core", "command line", "files", "port", "platform", "serial", "tools"}},
+      {"kordict",
+       {"tools/kordict/"},
+       {"core", "command line", "files", "dictionary", "platform", "tools"}},
+      {"korfile",
+       {"tools/korfile/"},
+       {"core", "command line", "files", "platform", "app", "tools"}},
+      {"ncedl-setup",
+       {"tools/ncedl_setup/"},
+       {"core", "command line", "ini", "dictionary", "serial", "app", "tools"},
+       {kAnything}},
+      {"test support", {"tests/support/"}, {kAnything}, {kAnything}},
+      {"demo",
+       {"demo/"},
+       {"core", "dictionary", "ui", "link", "app", "window", "test support"},
+       {kAnything}},
+      {"tests", {"tests/"}, {kAnything}, {kAnything}},
+      {"bench",
+       {"bench/"},
+       {"core", "files", "ini", "dictionary", "platform", "console", "test support"},
+       {kAnything}},
+      {"fuzz",
+       {"fuzz/"},
+       {"core", "files", "ini", "dictionary", "platform", "link", "app", "korfile", "test support"},
+       {kAnything}},
+      {"torture",
+       {"torture/"},
+       {"core", "files", "dictionary", "ui", "link", "app", "nce-controller", "test support"},
+       {kAnything}},
   };
-  return layers;
+  return rooms;
 }
 
-// Headers that only the named folders may include, whatever their layer says.
+// Headers that only files of these paths may include, whatever their room.
 struct Reserved {
   std::string_view header;
-  std::vector<std::string_view> folders;
+  Names paths;
 };
 
 const std::vector<Reserved>& ReservedHeaders() {
   static const std::vector<Reserved> reserved = {
       {"wx/", {"ui/wx/", "app/main_wx", "tests/window/", "demo/"}},
+      {"gtk/",
+       {"ui/wx/accessible_gtk", "ui/wx/native_dialogs_gtk", "ui/wx/native_look_gtk",
+        "ui/wx/program_icon_gtk", "tests/window/", "demo/"}},
+      {"gdk/", {"ui/wx/display_loss_gtk", "tests/window/", "demo/"}},
       {"windows.h", {"platform/", "tests/platform/", "tests/e2e/"}},
       {"termios.h", {"platform/", "tests/platform/"}},
-      {"ui/wx/", {"ui/wx/", "app/main_wx", "tests/", "demo/"}},
-      {"ui/console/", {"ui/console/", "app/main_", "tests/", "bench/"}},
-      {"platform/", {"platform/", "app/main_", "tools/", "tests/", "bench/", "fuzz/", "torture/"}},
-      {"tools/common/", {"tools/", "app/main_", "tests/"}},
-      {"tools/nce_controller/", {"tools/nce_controller/", "tests/", "torture/"}},
-      {"tests/", {"tests/", "bench/", "demo/", "fuzz/", "torture/"}},
   };
   return reserved;
 }
@@ -87,18 +115,28 @@ bool IsStandardHeader(std::string_view name) {
   return name.find_first_of("./") == std::string_view::npos;
 }
 
-bool StartsWithAny(std::string_view text, const std::vector<std::string_view>& prefixes) {
+bool StartsWithAny(std::string_view text, const Names& prefixes) {
   return std::ranges::any_of(prefixes, [text](std::string_view prefix) {
     return prefix == kAnything || text.starts_with(prefix);
   });
 }
 
-const Layer* LayerOf(std::string_view file) {
-  const Layer* found = nullptr;
-  for (const Layer& layer : Layers())
-    if (file.starts_with(layer.prefix) && (!found || layer.prefix.size() > found->prefix.size()))
-      found = &layer;
+const Room* RoomOf(std::string_view file) {
+  const Room* found = nullptr;
+  std::size_t longest = 0;
+  for (const Room& room : Rooms())
+    for (const std::string_view path : room.paths)
+      if (file.starts_with(path) && path.size() > longest) {
+        found = &room;
+        longest = path.size();
+      }
   return found;
+}
+
+bool Sees(const Room& room, const Room& other) {
+  if (&room == &other) return true;
+  const bool all = !room.sees.empty() && room.sees[0] == kAnything;
+  return all ? &other < &room : std::ranges::count(room.sees, other.name) > 0;
 }
 
 bool IsPlatformCondition(const std::string& line) {
@@ -116,20 +154,57 @@ std::string Fault(std::string_view file, const std::string& line) {
   if (!std::regex_match(line, found, include)) return {};
   const std::string header = found[2];
   for (const Reserved& reserved : ReservedHeaders())
-    if (header.starts_with(reserved.header) && !StartsWithAny(file, reserved.folders))
-      return header + " is not for this folder";
-  const Layer* layer = LayerOf(file);
-  if (!layer) return "file in a folder without a layer";
-  if (found[1] == "\"") return StartsWithAny(header, layer->project) ? "" : header + " is above";
-  if (IsStandardHeader(header) || StartsWithAny(header, layer->system)) return {};
+    if (header.starts_with(reserved.header) && !StartsWithAny(file, reserved.paths))
+      return header + " is not for this file";
+  const Room* room = RoomOf(file);
+  if (!room) return "file outside all rooms";
+  if (found[1] == "\"") {
+    const Room* other = RoomOf(header);
+    return other && Sees(*room, *other) ? "" : header + " is in no room that this one sees";
+  }
+  if (IsStandardHeader(header) || StartsWithAny(header, room->system)) return {};
   return "<" + header + "> is no header of the standard library";
 }
 
-TEST(Layers, NoFileIncludesWhatItsFolderMayNot) {
+// The room of a target's sources; null when they are in several.
+const Room* RoomOf(const std::vector<std::string>& sources) {
+  const Room* room = sources.empty() ? nullptr : RoomOf(sources[0]);
+  for (const std::string& source : sources)
+    if (RoomOf(source) != room) return nullptr;
+  return room;
+}
+
+struct Target {
+  std::vector<std::string> sources, links;
+};
+
+std::map<std::string, Target> TargetsOfTheBuild() {
+  std::map<std::string, Target> targets;
+  std::ifstream stream(NCEDL_TARGETS);
+  std::string what, value, target;
+  while (stream >> what >> value) {
+    if (what == "target") target = value;
+    if (what == "source") targets[target].sources.push_back(value);
+    if (what == "link") targets[target].links.push_back(value);
+  }
+  return targets;
+}
+
+TEST(Layers, NoRoomSeesOneThatStandsAboveIt) {
+  std::set<std::string_view> below;
+  for (const Room& room : Rooms()) {
+    for (const std::string_view name : room.sees)
+      EXPECT_TRUE(name == kAnything || below.contains(name)) << room.name << " sees " << name;
+    EXPECT_TRUE(below.insert(room.name).second) << room.name;
+  }
+}
+
+TEST(Layers, NoFileIncludesWhatItsRoomDoesNotSee) {
   const fs::path root = NCEDL_SOURCE_DIR;
   std::set<std::string_view> folders;
-  for (const Layer& layer : Layers())
-    folders.insert(layer.prefix.substr(0, layer.prefix.find('/')));
+  for (const Room& room : Rooms())
+    for (const std::string_view path : room.paths)
+      folders.insert(path.substr(0, path.find('/')));
   for (const std::string_view folder : folders) {
     for (const auto& entry : fs::recursive_directory_iterator(root / folder)) {
       const std::string extension = entry.path().extension().string();
@@ -147,6 +222,21 @@ TEST(Layers, NoFileIncludesWhatItsFolderMayNot) {
   }
 }
 
+TEST(Layers, NoLibraryLinksWhatItsRoomDoesNotSee) {
+  const std::map<std::string, Target> targets = TargetsOfTheBuild();
+  ASSERT_FALSE(targets.empty());
+  for (const auto& [name, target] : targets) {
+    const Room* room = RoomOf(target.sources);
+    ASSERT_TRUE(room) << name << " has sources in several rooms";
+    for (const std::string& link : target.links) {
+      const auto linked = targets.find(link);
+      if (linked == targets.end()) continue; // a library of the system
+      const Room* other = RoomOf(linked->second.sources);
+      EXPECT_TRUE(other && Sees(*room, *other)) << name << " links " << link;
+    }
+  }
+}
+
 TEST(Layers, TheRulesCatchWhatTheyAreFor) {
   const struct {
     const char *file, *line;
@@ -156,8 +246,13 @@ TEST(Layers, TheRulesCatchWhatTheyAreFor) {
       {"services/core/a.cpp", "#include \"files/simple_file.h\"", false},
       {"services/core/a.cpp", "#include <unistd.h>", false},
       {"link/a.cpp", "#  include \"platform/platform.h\"", false},
+      {"link/port/a.cpp", "#include \"link/download_app.h\"", false},
+      {"platform/posix/serial_a.cpp", "#include \"link/port/serial_port.h\"", true},
+      {"platform/posix/clock_posix.cpp", "#include \"link/port/serial_port.h\"", false},
       {"app/main_console.cpp", "#include \"platform/platform.h\"", true},
       {"app/main_console.cpp", "#include <wx/wx.h>", false},
+      {"app/main_common.cpp", "#include \"tools/common/tool_main.h\"", false},
+      {"ui/a.cpp", "#include \"ui/wx/form_window.h\"", false},
       {"ui/console/a.cpp", "#include \"files/simple_file.h\"", false},
       {"tools/korfile/a.cpp", "#include \"tools/nce_controller/frame.h\"", false},
       {"tests/link/a.cpp", "#include <windows.h>", false},

@@ -1,5 +1,5 @@
 // Line settings as data: the device-control text and the flow-control settings, each combination.
-#include "link/serial_port.h"
+#include "link/port/serial_port.h"
 
 #include <gtest/gtest.h>
 

@@ -7,7 +7,7 @@
 #include <chrono>
 #include <string>
 
-#include "link/serial_port.h"
+#include "link/port/serial_port.h"
 #include "tests/support/test_app.h"
 
 namespace kor {

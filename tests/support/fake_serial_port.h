@@ -19,7 +19,7 @@
 #include <utility>
 #include <vector>
 
-#include "link/serial_port.h"
+#include "link/port/serial_port.h"
 #include "services/core/thread_annotations.h"
 
 namespace kor {

@@ -1,7 +1,7 @@
 // kordict's commands, run in this process on real files.
 #include <gtest/gtest.h>
 
-#include "tests/dictionary/dictionary_samples.h"
+#include "tests/support/dictionary_samples.h"
 #include "tools/kordict/check.h"
 #include "tools/kordict/kordict.h"
 

@@ -5,8 +5,8 @@
 #include <functional>
 #include <vector>
 
+#include "services/command_line/tool_output.h"
 #include "services/core/kor_text.h"
-#include "tools/common/command_line.h"
 
 namespace kor {
 
@@ -16,9 +16,6 @@ struct ToolMain {
   int outputFailed = 1; // exit code when the standard output can't be written in full
   std::function<int(const std::vector<KorText>& words, const ToolOutput& output)> run;
 };
-
-// Standard output and standard error.
-ToolOutput StandardOutput();
 
 // Called by main, with its arguments; returns the exit code.
 int RunToolMain(const ToolMain& tool, int argc, char** argv);

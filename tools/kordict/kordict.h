@@ -5,7 +5,7 @@
 #include <functional>
 #include <vector>
 
-#include "tools/common/command_line.h"
+#include "services/command_line/command_line.h"
 
 namespace kor {
 

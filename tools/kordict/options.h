@@ -3,8 +3,8 @@
 
 #include <vector>
 
+#include "services/command_line/command_line.h"
 #include "services/dictionary/text_entry.h"
-#include "tools/common/command_line.h"
 
 namespace kor {
 

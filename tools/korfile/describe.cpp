@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "files/disk_file.h"
-#include "tools/common/json.h"
+#include "services/command_line/json.h"
 
 namespace kor {
 namespace {

@@ -4,9 +4,9 @@
 
 #include "files/compressed_file.h"
 #include "files/spooled_file.h"
+#include "services/command_line/json.h"
+#include "services/command_line/progress_bar.h"
 #include "services/core/app_interface.h"
-#include "tools/common/json.h"
-#include "tools/common/progress_bar.h"
 #include "tools/korfile/describe.h"
 #include "tools/korfile/options.h"
 

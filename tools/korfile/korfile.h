@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "files/file_result.h"
-#include "tools/common/command_line.h"
+#include "services/command_line/tool_output.h"
 
 namespace kor {
 

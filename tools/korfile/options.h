@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "tools/common/command_line.h"
+#include "services/command_line/command_line.h"
 
 namespace kor {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "link/serial_port.h"
+#include "link/port/serial_port.h"
 #include "platform/terminals.h"
 
 namespace kor::controller {

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string_view>
 
-#include "link/serial_port.h"
+#include "link/port/serial_port.h"
 #include "tools/nce_controller/line.h"
 
 namespace kor::controller {

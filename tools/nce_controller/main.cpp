@@ -7,6 +7,7 @@
 
 #include "platform/platform.h"
 #include "platform/program_start.h"
+#include "platform/serial_port.h"
 #include "platform/terminals.h"
 #include "services/core/app_interface.h"
 #include "tools/common/tool_main.h"

@@ -5,7 +5,7 @@
 #include <optional>
 #include <vector>
 
-#include "tools/common/command_line.h"
+#include "services/command_line/command_line.h"
 #include "tools/nce_controller/command.h"
 #include "tools/nce_controller/line_settings.h"
 

@@ -6,8 +6,8 @@
 #include <ostream>
 #include <string>
 
-#include "tools/common/json.h"
-#include "tools/common/progress_bar.h"
+#include "services/command_line/json.h"
+#include "services/command_line/progress_bar.h"
 #include "tools/nce_controller/command.h"
 #include "tools/nce_controller/fault_line.h"
 #include "tools/nce_controller/line_settings.h"

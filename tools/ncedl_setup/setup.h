@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "tools/common/command_line.h"
+#include "services/command_line/tool_output.h"
 
 namespace kor {
 

@@ -1,7 +1,7 @@
 // The port of an object that has none: it can't be opened.
 #pragma once
 
-#include "link/serial_port.h"
+#include "link/port/serial_port.h"
 
 namespace kor {
 

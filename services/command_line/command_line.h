@@ -13,15 +13,10 @@
 #include <string_view>
 #include <vector>
 
+#include "services/command_line/tool_output.h"
 #include "services/core/kor_text.h"
 
 namespace kor {
-
-// Where a tool's lines go, without their ends. Tests keep them.
-struct ToolOutput {
-  std::function<void(const KorText&)> print;
-  std::function<void(const KorText&)> complain;
-};
 
 // What reading came to.
 struct CommandLineAnswer {

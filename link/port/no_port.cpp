@@ -1,4 +1,4 @@
-#include "link/no_port.h"
+#include "link/port/no_port.h"
 
 namespace kor {
 

@@ -1,9 +1,9 @@
-#include "tests/app/stored_operations.h"
+#include "tests/support/stored_operations.h"
 
 #include "app/nce_frame.h"
 #include "files/compressed_file.h"
 #include "services/ini/ini_file.h"
-#include "tests/dictionary/dictionary_samples.h"
+#include "tests/support/dictionary_samples.h"
 
 namespace kor {
 

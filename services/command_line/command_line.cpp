@@ -1,4 +1,4 @@
-#include "tools/common/command_line.h"
+#include "services/command_line/command_line.h"
 
 #include <algorithm>
 

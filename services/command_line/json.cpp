@@ -1,4 +1,4 @@
-#include "tools/common/json.h"
+#include "services/command_line/json.h"
 
 #include <array>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "tools/common/progress_bar.h"
+#include "services/command_line/progress_bar.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 // What all tools' command lines have in common.
 #include <gtest/gtest.h>
 
-#include "tools/common/command_line.h"
+#include "services/command_line/command_line.h"
 
 namespace kor {
 namespace {
