@@ -2,7 +2,7 @@
 // log (one dated line for each finished job). Both drop repeats against the text last written to
 // either. Owned by DownloadApp. Any thread; lines stay whole and in order.
 //
-// No call waits for a disk: a thread of its own opens and writes the files, each line at once. A
+// No call waits for a disk: a thread of its own opens and writes the files, within some 10 ms. A
 // line gets the time at which it was logged. When a disk is so slow that the next line finds no
 // room, the trace ends there, so that it never has a gap, and a job line is lost; both are told.
 #pragma once
