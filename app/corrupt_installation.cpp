@@ -8,15 +8,12 @@ namespace kor {
 void ReportCorruptInstallation(const KorText& location) {
   MessageRecord record;
   record.level = MessageLevel::Fatal;
-  record.info = LookUpText(15324, u"Corrupt Installation");
+  record.info = LookUpText(kTexts.corruptInstallation);
   if (location.IsEmpty())
-    record.message = LookUpText(
-        15327, u"Unable to locate Program Paths\n\nWorking directory has not been setup.");
+    record.message = LookUpText(kTexts.noWorkingFolder);
   else
-    record.message =
-        KorText::Format(LookUpText(15326, u"Unable to locate Program Paths in\n\n%s"), location);
-  record.details =
-      LookUpText(15478, u"ncedl-setup --main FOLDER makes the folders and their list, KOR.INI");
+    record.message = KorText::Format(LookUpText(kTexts.programPathsNotIn), location);
+  record.details = LookUpText(kTexts.setupAdvice);
   App().Report(record);
 }
 

@@ -128,10 +128,8 @@ KorText LinkAdvice(const KorText& port) {
     if (!devices.IsEmpty()) devices += u", ";
     devices += path;
   }
-  if (devices.IsEmpty()) devices = LookUpText(15555, u"none");
-  return KorText::Format(
-      LookUpText(15554, u"Looking for %s. Devices here: %s. It is tried again every second."),
-      SerialDeviceName(port), devices);
+  if (devices.IsEmpty()) devices = LookUpText(kTexts.noDevices);
+  return KorText::Format(LookUpText(kTexts.lookingForPort), SerialDeviceName(port), devices);
 }
 
 // The program with its window, from the first look at the settings to the last save.
@@ -201,7 +199,7 @@ bool WindowRun::MayClose() {
   if (!app.RunningExchange()) return true;
   if (asking) return false;
   asking = true;
-  const bool yes = Ask(window, LookUpText(15567, u"A transfer is running. End it and close?"));
+  const bool yes = Ask(window, LookUpText(kTexts.endTransferAndCloseQuestion));
   asking = false;
   return yes;
 }
@@ -261,9 +259,7 @@ int WindowRun::Run(const std::function<int()>& loop, const std::function<void()>
   LetOthersComeForward();
   OneWindow instance(app.ModelName());
   if (instance.IsOtherSilent()) {
-    ShowPlainly(app.ModelName(), LookUpText(15604, u"The window of these settings is open already "
-                                                   u"but does not answer. End that program, then "
-                                                   u"start again."));
+    ShowPlainly(app.ModelName(), LookUpText(kTexts.windowDoesNotAnswer));
     std::_Exit(1);
   }
   if (!instance.IsFirst()) return 0;

@@ -12,24 +12,16 @@ namespace {
 struct FeatureField {
   int number;
   const char16_t* key;
-  int text; // dictionary number of the label
-  const char16_t* label;
+  UserText label;
   std::int32_t SpecialFeatures::*member;
   bool ofAutoload = false; // framed as "Autoload Options"
 };
 constexpr FeatureField kFeatureFields[] = {
-    {503, u"autoload", 15303, u"Autoload sequential files", &SpecialFeatures::autoloadSequential,
-     true},
-    {505, u"hybrid", 15305, u"Use LLLSSES LINDE/NCE hybrid format number",
-     &SpecialFeatures::hybridNumber, true},
-    {504, u"strip-pc", 15304, u"Strip Leading Zeros From PC Filename",
-     &SpecialFeatures::stripPcZeros},
-    {506, u"strip-nce", 15306, u"Strip Leading Zeros From NCE Filename",
-     &SpecialFeatures::stripNceZeros},
+    {503, u"autoload", kTexts.autoloadSequential, &SpecialFeatures::autoloadSequential, true},
+    {505, u"hybrid", kTexts.hybridNumber, &SpecialFeatures::hybridNumber, true},
+    {504, u"strip-pc", kTexts.stripPcZeros, &SpecialFeatures::stripPcZeros},
+    {506, u"strip-nce", kTexts.stripNceZeros, &SpecialFeatures::stripNceZeros},
 };
-constexpr const char16_t* kFeatureNote =
-    u"LLLSSES format comprises a three digit lot number (LLL) , a two digit start sheet (SS) and a "
-    u"two digit end sheet (ES). e.g. 3730417 loads sheets 37304 to 37317";
 
 // A disabled box keeps its check mark and its value.
 void EnableFeatureFields(std::vector<FormField>& fields) {
@@ -53,19 +45,19 @@ void NCEApp::SetFeatures(const SpecialFeatures& changed) {
 
 FormDescription NCEApp::SpecialForm() const {
   FormDescription form;
-  form.caption = LookUpText(15300, u"Special Features");
+  form.caption = LookUpText(kTexts.specialFeaturesCaption);
   form.name = u"Download Special Dialog";
-  form.note = LookUpText(15308, kFeatureNote);
+  form.note = LookUpText(kTexts.hybridNote);
   for (const FeatureField& feature : kFeatureFields) {
     FormField field{feature.number,
                     feature.key,
-                    LookUpText(feature.text, feature.label),
+                    LookUpText(feature.label),
                     FieldKind::Check,
                     windowFeatures.*feature.member != 0 ? u"1" : u"0",
                     {}};
     if (feature.ofAutoload) {
-      field.groupNumber = 15307;
-      field.group = LookUpText(15307, u"Autoload Options");
+      field.groupNumber = kTexts.autoloadOptions.number;
+      field.group = LookUpText(kTexts.autoloadOptions);
     }
     form.fields.push_back(field);
   }

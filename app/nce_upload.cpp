@@ -34,14 +34,9 @@ void NCEApp::OnUploadRequest() {
 
 // A program without a number is a hidden file that no request finds.
 KorText NCEApp::UploadNote(bool isCut) const {
-  if (isCut)
-    return LookUpText(15447, u"Stored only up to a \"]\" in the text of a line: the program is "
-                             u"incomplete. Remove it and send the program again.");
+  if (isCut) return LookUpText(kTexts.uploadCutShort);
   if (!numberText.IsEmpty() || manual.IsRunning()) return {};
-  return KorText::Format(
-      LookUpText(15446, u"No number was asked for: this upload is stored as \"%s\". Ask for its "
-                        u"number at the machine, then send it again."),
-      FileNameOfPath(pcFilePath));
+  return KorText::Format(LookUpText(kTexts.uploadWithoutNumber), FileNameOfPath(pcFilePath));
 }
 
 void NCEApp::OnUploadData(const KorText& line) {

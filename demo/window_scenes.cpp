@@ -89,9 +89,8 @@ void WindowScenes::Open() {
   frontEnd.Attach(*window, *app);
   window->SetTitle("NCE");
   window->SetLinkAdvice([] {
-    return KorText::Format(
-        LookUpText(15554, u"Looking for %s. Devices here: %s. It is tried again every second."),
-        u"/dev/ttyUSB0", u"/dev/ttyS0, /dev/ttyS1");
+    return KorText::Format(LookUpText(kTexts.lookingForPort), u"/dev/ttyUSB0",
+                           u"/dev/ttyS0, /dev/ttyS1");
   });
   window->Recall();
   window->ShowSettings();
@@ -215,12 +214,12 @@ void WindowScenes::PlayForms() {
     for (const char16_t* key : {u"upload-path", u"file-extension", u"log-file"}) {
       FormField& field = *form.Find(key);
       field.problem =
-          FieldRefusal{key, field.label, field.value, LookUpText(15472, u"a folder that exists")}
-              .Reason(field.label);
+          FieldRefusal{key, field.label, field.value, LookUpText(kTexts.acceptedFolders)}.Reason(
+              field.label);
     }
-    form.obstacle = KorText::Format(
-        LookUpText(15440, u"End the running transfer first (\"%s\") or wait for its end: %s"),
-        LookUpText(15556, u"Cancel Transfer"), ViewOf(LinkStatus::Downloading, 960, kSize).line);
+    form.obstacle =
+        KorText::Format(LookUpText(kTexts.transferRuns), LookUpText(kTexts.cancelTransfer),
+                        ViewOf(LinkStatus::Downloading, 960, kSize).line);
   };
   look(refused, "settings-refused");
   look(special, "special");
@@ -240,18 +239,16 @@ void WindowScenes::PlayMessages() {
       if (top->IsShown() && top != window) LookAt(*static_cast<wxTopLevelWindow*>(top), name);
     frontEnd.ShowEndDialog(which, false);
   }
-  frontEnd.ShowMessage(LookUpText(15328, u"Log"),
+  frontEnd.ShowMessage(LookUpText(kTexts.log),
                        KorText::Format(u"%s\n%s", u"COM1", u"/srv/nc/jobs.log"),
                        MessageStyle::Information);
   newest("message");
-  frontEnd.ShowMessage(
-      LookUpText(15101, u"Download Settings"),
-      KorText::Format(
-          LookUpText(15440, u"End the running transfer first (\"%s\") or wait for its end: %s"),
-          frontEnd.CancelName(), ViewOf(LinkStatus::Downloading, 960, kSize).line),
-      MessageStyle::Exclamation);
+  frontEnd.ShowMessage(LookUpText(kTexts.downloadSettings),
+                       KorText::Format(LookUpText(kTexts.transferRuns), frontEnd.CancelName(),
+                                       ViewOf(LinkStatus::Downloading, 960, kSize).line),
+                       MessageStyle::Exclamation);
   newest("warning");
-  LookAtModal("question", [this] { Ask(window, LookUpText(15557, u"End the running transfer?")); });
+  LookAtModal("question", [this] { Ask(window, LookUpText(kTexts.endTransferQuestion)); });
 }
 
 } // namespace kor::demo

@@ -33,24 +33,23 @@ std::span<std::uint8_t> Piece(std::uint8_t* bytes, std::uint64_t length) {
 KorText DescribeRecordErrors(std::uint32_t flags) {
   struct Wording {
     std::uint32_t flag;
-    int number; // of the text
-    const char16_t* text;
+    UserText text;
   };
   static constexpr Wording kWordings[] = {
-      {kErrorUnknownClass, 15350, u"unknown kind of object"},
-      {kErrorReadWhileWriting, 15351, u"reading from a file that is being written"},
-      {kErrorFileType, 15352, u"not a file of the expected type"},
-      {kErrorInconsistent, 15353, u"inconsistent sizes"},
-      {kErrorShortRead, 15354, u"unexpected end of data"},
-      {kErrorShortWrite, 15355, u"could not be written in full"},
-      {kErrorSizeBeyondEnd, 15356, u"size beyond the end of the file"},
-      {kErrorCancelled, 15357, u"cancelled"},
+      {kErrorUnknownClass, kTexts.unknownObject},
+      {kErrorReadWhileWriting, kTexts.readWhileWriting},
+      {kErrorFileType, kTexts.wrongFileType},
+      {kErrorInconsistent, kTexts.inconsistentSizes},
+      {kErrorShortRead, kTexts.shortRead},
+      {kErrorShortWrite, kTexts.shortWrite},
+      {kErrorSizeBeyondEnd, kTexts.sizeBeyondEnd},
+      {kErrorCancelled, kTexts.readingCancelled},
   };
   KorText description;
   for (const Wording& wording : kWordings) {
     if ((flags & wording.flag) == 0) continue;
     if (!description.IsEmpty()) description += u", ";
-    description += LookUpText(wording.number, wording.text);
+    description += LookUpText(wording.text);
   }
   return description;
 }
@@ -119,17 +118,16 @@ void DiskFile::ReportNewErrors() {
   reported |= fresh;
   MessageRecord record;
   record.level = MessageLevel::Warn;
-  record.info = LookUpText(252, u"File Error");
+  record.info = LookUpText(kTexts.fileError);
   record.number = static_cast<std::int32_t>(fresh);
-  record.message = KorText::Format(LookUpText(15634, u"%s \"%s\" -\n\n %s %i - %s"),
-                                   LookUpText(262, u"A problem occurred with the file"), Name(),
-                                   LookUpText(251, u"Error"), fresh, DescribeRecordErrors(fresh));
+  record.message =
+      KorText::Format(LookUpText(kTexts.fileProblemMessage), LookUpText(kTexts.problemWithFile),
+                      Name(), LookUpText(kTexts.error), fresh, DescribeRecordErrors(fresh));
   if (errorQuestion != ErrorQuestion::None) {
     const bool retry = errorQuestion == ErrorQuestion::Retry;
     record.level = MessageLevel::Query;
-    const KorText word =
-        LookUpText(static_cast<int>(errorQuestion), retry ? u"Retry" : u"Continue");
-    record.message += u"\n\n" + KorText::Format(LookUpText(15631, u"%s?"), word);
+    const KorText word = LookUpText(retry ? kTexts.retry : kTexts.continueAnyway);
+    record.message += u"\n\n" + KorText::Format(LookUpText(kTexts.questionOfWord), word);
   }
   errorAnswer = App().Report(record);
 }

@@ -7,10 +7,6 @@
 namespace kor {
 namespace {
 
-constexpr int kProblemText = 290;
-constexpr int kUnableToLockText = 3595;
-constexpr int kLockedByText = 3597;
-
 void SetBusy(const LockAsker* asker, bool busy) {
   if (asker != nullptr && asker->setBusy) asker->setBusy(busy);
 }
@@ -18,7 +14,7 @@ void SetBusy(const LockAsker* asker, bool busy) {
 bool AskForRetry(const LockAsker* asker, const KorText& message) {
   if (asker == nullptr || !asker->ask) return false;
   SetBusy(asker, false);
-  const LockAnswer answer = asker->ask(LookUpText(kProblemText, u"Problem"), message);
+  const LockAnswer answer = asker->ask(LookUpText(kTexts.problem), message);
   SetBusy(asker, true);
   return answer == LockAnswer::Retry;
 }
@@ -46,11 +42,8 @@ std::unique_ptr<SimpleFile> TakeLock(const KorText& name, const KorText& path,
     if (!App().FileExists(path) && MakeLockFile(*lock, userName)) return lock;
     const KorText message =
         App().FileExists(path)
-            ? KorText::Format(u"%s\n\n%s %s", name,
-                              LookUpText(kLockedByText, u"The file is already locked by"),
-                              LockOwner(path))
-            : KorText::Format(u"%s\n\n%s", name,
-                              LookUpText(kUnableToLockText, u"Unable to lock the file"));
+            ? KorText::Format(u"%s\n\n%s %s", name, LookUpText(kTexts.lockedBy), LockOwner(path))
+            : KorText::Format(u"%s\n\n%s", name, LookUpText(kTexts.unableToLock));
     if (!AskForRetry(asker, message)) return nullptr;
   }
 }

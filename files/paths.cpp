@@ -10,8 +10,6 @@ namespace {
 
 constexpr std::u16string_view kInvalidInNames = u"/\\+?*|<>:\"";
 constexpr std::u16string_view kSeparators = u"/\\";
-constexpr int kOldNameText = 3596;
-constexpr int kNewNameText = 3598;
 
 KorText WithSlashes(std::u16string_view path) {
   return KorText(path).ReplaceAll(u'\\', u'/');
@@ -139,9 +137,8 @@ KorText MakeValidFileName(const KorText& name, bool quiet) {
   if (quiet || valid == name) return valid;
   MessageRecord record;
   record.level = MessageLevel::Info;
-  record.message = KorText::Format(LookUpText(15632, u"%s:\n  %s\n %s:\n  %s"),
-                                   LookUpText(kOldNameText, u"Old name"), name,
-                                   LookUpText(kNewNameText, u"New name"), valid);
+  record.message = KorText::Format(LookUpText(kTexts.namesInMessage), LookUpText(kTexts.oldName),
+                                   name, LookUpText(kTexts.newName), valid);
   App().Report(record);
   return valid;
 }

@@ -7,8 +7,6 @@
 namespace kor {
 namespace {
 
-constexpr int kNotLockedText = 1729;
-constexpr int kNotLockedForEditingText = 3337;
 constexpr char16_t kPlace[] = u"StorableContainer";
 
 FileTime ModifiedTime(OsFiles& files, const KorText& file) {
@@ -84,9 +82,8 @@ bool StorableContainer::CheckLock(const KorText& name, const LockAsker* parent,
                                   std::uint32_t flags) const {
   if (lockCount >= 1 && lock != nullptr) return true;
   if (parent == nullptr) return false;
-  const KorText reason = flags != 0 ? LookUpText(kNotLockedForEditingText,
-                                                 u"The file could not be locked for editing.")
-                                    : LookUpText(kNotLockedText, u"The file could not be locked.");
+  const KorText reason =
+      flags != 0 ? LookUpText(kTexts.notLockedForEditing) : LookUpText(kTexts.notLocked);
   MessageRecord record;
   record.level = MessageLevel::Warn;
   record.info = name;

@@ -28,11 +28,11 @@ constexpr std::int64_t kLargestChunk = 100;         // characters of one feed
 constexpr std::chrono::milliseconds kPatience(400); // with a thread that is to end
 
 KorText LogFailure() {
-  return LookUpText(15321, u"Unable to write to log file");
+  return LookUpText(kTexts.logNotWritable);
 }
 
 KorText SilentFolder() {
-  return LookUpText(15454, u"The folder does not answer. Choose another one, or try again later.");
+  return LookUpText(kTexts.folderSilent);
 }
 
 KorText AnswerTimer(int question) {
@@ -43,33 +43,15 @@ double Now() {
   return App().HighResolutionSeconds();
 }
 
-// The steps of the serial channel as the user reads them.
-KorText StepCaption(const KorText& step) {
-  constexpr int kFirst = 15330;
-  constexpr const char16_t* kSteps[] = {u"Close Previous Connection",
-                                        u"Open Comm",
-                                        u"Set Comm Buffer Sizes",
-                                        u"Get Comm State",
-                                        u"Update Comm State",
-                                        u"Set Comm State",
-                                        u"Setup_Timeouts",
-                                        u"Comms Status Check",
-                                        u"Read Data"};
-  const auto* const found = std::find(std::begin(kSteps), std::end(kSteps), step);
-  if (found == std::end(kSteps)) return step;
-  return LookUpText(kFirst + static_cast<int>(found - std::begin(kSteps)), step);
-}
-
 // What to do about it; empty where nothing is known.
 KorText RemedyOf(PortTrouble trouble) {
   switch (trouble) {
   case PortTrouble::NotThere:
-    return LookUpText(15600, u"Plug in the adapter, or choose another port in the settings.");
+    return LookUpText(kTexts.plugInAdapter);
   case PortTrouble::InUse:
-    return LookUpText(15601, u"Close the other program, or choose another port in the settings.");
+    return LookUpText(kTexts.closeOtherProgram);
   case PortTrouble::NotAllowed:
-    return LookUpText(15602, u"This user may not use the device: on Linux, add the user to the "
-                             u"group \"dialout\" and log in anew.");
+    return LookUpText(kTexts.deviceNotAllowed);
   case PortTrouble::Other:
     break;
   }
@@ -296,8 +278,8 @@ void DownloadApp::OpenPort(int noSoftwareFlow) {
   }
 }
 
-void DownloadApp::ReportPortFailure(const KorText& step, const KorText& systemText) {
-  ShowMessage(StepCaption(step), KorText::Format(u"%s\n%s", workerSettings.port, systemText),
+void DownloadApp::ReportPortFailure(const KorText& caption, const KorText& systemText) {
+  ShowMessage(caption, KorText::Format(u"%s\n%s", workerSettings.port, systemText),
               MessageStyle::Information);
 }
 
@@ -355,8 +337,8 @@ void DownloadApp::CancelExchange() {
     if (downloadDelayed || IsExchange(Status()))
       CancelNow();
     else
-      ShowMessage(LookUpText(15556, u"Cancel Transfer"),
-                  LookUpText(15444, u"No transfer is running."), MessageStyle::Information);
+      ShowMessage(LookUpText(kTexts.cancelTransfer), LookUpText(kTexts.noTransferRuns),
+                  MessageStyle::Information);
   });
 }
 
@@ -376,15 +358,13 @@ KorText DownloadApp::WhatRuns() {
   const StatusView view = board.TakeView();
   if (!IsExchange(view.code)) return {};
   // The headline, which counts nothing: asked for again the text is the same.
-  return KorText::Format(
-      LookUpText(15440, u"End the running transfer first (\"%s\") or wait for its end: %s"),
-      services.window->CancelName(), view.headline);
+  return KorText::Format(LookUpText(kTexts.transferRuns), services.window->CancelName(),
+                         view.headline);
 }
 
 bool DownloadApp::MayStart(const KorText& caption) {
   KorText why = WhatRuns();
-  if (Status() == LinkStatus::NoLink)
-    why = LookUpText(15441, u"There is no link: look at the device and at the port setting.");
+  if (Status() == LinkStatus::NoLink) why = LookUpText(kTexts.noLinkForJob);
   if (!why.IsEmpty()) ShowMessage(caption, why, MessageStyle::Exclamation);
   return why.IsEmpty();
 }
@@ -441,7 +421,7 @@ void DownloadApp::WriteJobLine(const EndedJob& job) {
 void DownloadApp::TellLogFailure() {
   if (gone) return;
   PostToWindow([this] { services.window->ShowTracing(log.IsTracing()); });
-  ShowMessage(LookUpText(15328, u"Log"), LogFailure(), MessageStyle::Exclamation);
+  ShowMessage(LookUpText(kTexts.log), LogFailure(), MessageStyle::Exclamation);
 }
 
 void DownloadApp::Ping() {
@@ -570,7 +550,7 @@ void DownloadApp::ReopenPort() {
 
 bool DownloadApp::SetHandshake(bool rtsCts, bool dtrDsr) {
   if (const KorText running = WhatRuns(); !running.IsEmpty()) {
-    ShowMessage(LookUpText(15101, u"Download Settings"), running, MessageStyle::Exclamation);
+    ShowMessage(LookUpText(kTexts.downloadSettings), running, MessageStyle::Exclamation);
     return false;
   }
   ChangeSettings([&](LinkSettings& changed) {
@@ -725,15 +705,13 @@ void DownloadApp::ProcessReceived() {
 
 void DownloadApp::CompleteUpload() {
   RunOnWorker([this] {
-    const KorText caption = LookUpText(15318, u"Upload End");
+    const KorText caption = LookUpText(kTexts.uploadEnd);
     if (Status() != LinkStatus::Uploading) {
-      ShowMessage(caption, LookUpText(15445, u"Nothing is being received."),
-                  MessageStyle::Information);
+      ShowMessage(caption, LookUpText(kTexts.nothingReceived), MessageStyle::Information);
       return;
     }
     if (!manual.IsRunning()) {
-      ShowMessage(caption, LookUpText(15443, u"Only the controller can complete this upload."),
-                  MessageStyle::Exclamation);
+      ShowMessage(caption, LookUpText(kTexts.onlyControllerCompletes), MessageStyle::Exclamation);
       return;
     }
     ShowProgress(0, 0);
@@ -775,11 +753,7 @@ void DownloadApp::ShowUploadNote(bool standsStill) {
   uploadStands = standsStill;
   KorText note = uploadNote;
   if (standsStill)
-    note = KorText::Format(
-        LookUpText(15448,
-                   u"Nothing has come for a minute, and no \"]\" has ended this upload. Send "
-                   u"on at the machine, or end it here: %s"),
-        services.window->CancelName());
+    note = KorText::Format(LookUpText(kTexts.uploadStands), services.window->CancelName());
   board.SetNote(note);
   shownCode.reset(); // the code is the same, but the window shall show it at once
   UpdateStatus();
@@ -799,23 +773,17 @@ NcProgram::Result DownloadApp::ReadProgram(const KorText& path) {
 void DownloadApp::TellRefusal(NcProgram::Result result, const KorText& path) {
   using enum NcProgram::Result;
   KorText why;
-  if (result == LineTooLong) why = LookUpText(15320, u"Not a valid ASCII file.");
-  if (result == Damaged)
-    why = KorText::Format(
-        LookUpText(15450, u"\"%s\" is damaged or can't be read in full: it was not sent."), path);
-  if (result == TooLarge)
-    why = KorText::Format(LookUpText(15451, u"\"%s\" is too large: it was not read."), path);
-  if (result == BeingWritten)
-    why = KorText::Format(
-        LookUpText(15453, u"\"%s\" is still being written by another program: it was not sent."),
-        path);
+  if (result == LineTooLong) why = LookUpText(kTexts.notAsciiFile);
+  if (result == Damaged) why = KorText::Format(LookUpText(kTexts.programDamaged), path);
+  if (result == TooLarge) why = KorText::Format(LookUpText(kTexts.programTooLarge), path);
+  if (result == BeingWritten) why = KorText::Format(LookUpText(kTexts.programStillWritten), path);
   if (!why.IsEmpty()) ShowMessage(u"Error", why, MessageStyle::Exclamation);
 }
 
 // --- Line tests and logs ---
 
 void DownloadApp::LoopbackTest() {
-  StartOnWorker(LookUpText(15212, u"Loop Back Test"), [this] {
+  StartOnWorker(LookUpText(kTexts.loopBackTest), [this] {
     timers.Stop(kDisplayTimer); // the waiting status stands until the test has begun
     AbandonExchange();
     EnterStatus(LinkStatus::Waiting);
@@ -826,15 +794,15 @@ void DownloadApp::LoopbackTest() {
 }
 
 void DownloadApp::XonXoffTest() {
-  StartOnWorker(LookUpText(15442, u"XON/XOFF Test"), [this] {
+  StartOnWorker(LookUpText(kTexts.xonXoffTest), [this] {
     channel.HoldController();
     timers.Start(kXonTimer, Now());
   });
 }
 
 void DownloadApp::ChooseTraceFile() {
-  FileChoice choice{FileChoice::Kind::Save, LookUpText(15314, u"Save Log File As"), {}, {}, {}};
-  choice.filters = FileFilters(LookUpText(15315, u"Log files"), u"log");
+  FileChoice choice{FileChoice::Kind::Save, LookUpText(kTexts.saveLogFileAs), {}, {}, {}};
+  choice.filters = FileFilters(LookUpText(kTexts.logFiles), u"log");
   log.StopTrace({});
   if (const auto chosen = services.window->ChooseFile(choice))
     log.StartTrace(*chosen, windowSettings, CommsLog::Replace::Anything); // the chooser has asked
@@ -854,7 +822,7 @@ bool DownloadApp::ReadJobsOfToday(std::function<void(const std::vector<EndedJob>
 
 void DownloadApp::AskJobsOfToday(std::function<void(const std::vector<EndedJob>&)> show) {
   const auto refuse = [this] {
-    ShowMessage(LookUpText(15328, u"Log"), SilentFolder(), MessageStyle::Exclamation);
+    ShowMessage(LookUpText(kTexts.log), SilentFolder(), MessageStyle::Exclamation);
   };
   const int question = AwaitAnswer(refuse);
   const bool asked = ReadJobsOfToday([this, question, show = std::move(show)](const auto& jobs) {

@@ -159,7 +159,7 @@ class DownloadApp : public Storable, protected ChannelHost {
   // ChannelHost, on the worker
   void ConsumeReceived() override { ProcessReceived(); }
   void FeedTransmitter() override { PollIdle(); }
-  void ReportPortFailure(const KorText& step, const KorText& systemText) override;
+  void ReportPortFailure(const KorText& caption, const KorText& systemText) override;
   void OnPortTrouble(PortTrouble trouble, const KorText& systemText) override;
   void ShowTitle(const KorText& title) override;
   void OnLinkLost() override;

@@ -34,99 +34,92 @@ constexpr std::int32_t kMaximumTransmitDelay = 30;
 
 // A form field and the member it edits.
 struct TextField {
-  int number;
+  UserText label;
   const char16_t* key;
-  const char16_t* label;
   FieldKind kind;
   KorText LinkSettings::*member;
   std::span<const char16_t* const> (*choices)();
-  int browseText; // dictionary number of the chooser's title; 0: no chooser
-  const char16_t* browseTitle;
+  UserText browseTitle = {}; // of the chooser, for a path
   int browseButton = 0;
 };
 
 struct NumberField {
-  int number;
+  UserText label;
   const char16_t* key;
-  const char16_t* label;
   std::int32_t LinkSettings::*member;
   std::int32_t maximum; // 1: a check box
 };
 
 struct CodeField {
-  int number;
+  UserText label;
   const char16_t* key;
-  const char16_t* label;
   std::uint8_t LinkSettings::*member;
 };
 
 const TextField kTextFields[] = {
-    {15221, u"baudrate", u"Baud rate", FieldKind::Choice, &LinkSettings::baudrate, BaudRates, 0,
-     u""},
-    {15222, u"parity", u"Parity", FieldKind::Choice, &LinkSettings::parity, Parities, 0, u""},
-    {15223, u"databits", u"Data bits", FieldKind::Choice, &LinkSettings::databits, DataBits, 0,
-     u""},
-    {15224, u"stopbits", u"Stop bits", FieldKind::Choice, &LinkSettings::stopbits, StopBitTexts, 0,
-     u""},
-    {15241, u"flow-control", u"Flow control", FieldKind::Choice, &LinkSettings::flowControl,
-     FlowControls, 0, u""},
-    {15226, u"upload-path", u"Upload path", FieldKind::FolderPath, &LinkSettings::uploadPath,
-     nullptr, 15329, u"Upload Path", 15238},
-    {15228, u"download-path", u"Download path", FieldKind::FolderPath, &LinkSettings::downloadPath,
-     nullptr, 15339, u"Download Path", 15239},
-    {15232, u"file-extension", u"File extension", FieldKind::Text, &LinkSettings::fileExtension,
-     nullptr, 0, u""},
-    {15234, u"log-file", u"Log file", FieldKind::FilePath, &LinkSettings::logFile, nullptr, 15314,
-     u"Save Log File As", 15240},
+    {kTexts.baudRate, u"baudrate", FieldKind::Choice, &LinkSettings::baudrate, BaudRates},
+    {kTexts.parity, u"parity", FieldKind::Choice, &LinkSettings::parity, Parities},
+    {kTexts.dataBits, u"databits", FieldKind::Choice, &LinkSettings::databits, DataBits},
+    {kTexts.stopBits, u"stopbits", FieldKind::Choice, &LinkSettings::stopbits, StopBitTexts},
+    {kTexts.flowControl, u"flow-control", FieldKind::Choice, &LinkSettings::flowControl,
+     FlowControls},
+    {kTexts.uploadPath, u"upload-path", FieldKind::FolderPath, &LinkSettings::uploadPath, nullptr,
+     kTexts.chooseUploadPath, kTexts.browseUploadPath.number},
+    {kTexts.downloadPath, u"download-path", FieldKind::FolderPath, &LinkSettings::downloadPath,
+     nullptr, kTexts.chooseDownloadPath, kTexts.browseDownloadPath.number},
+    {kTexts.fileExtension, u"file-extension", FieldKind::Text, &LinkSettings::fileExtension,
+     nullptr},
+    {kTexts.logFile, u"log-file", FieldKind::FilePath, &LinkSettings::logFile, nullptr,
+     kTexts.saveLogFileAs, kTexts.browseLogFile.number},
 };
 
 const NumberField kNumberFields[] = {
-    {15260, u"send-sot", u"Send SOT", &LinkSettings::sendSot, 1},
-    {15261, u"send-eot", u"Send EOT", &LinkSettings::sendEot, 1},
-    {15246, u"character-delay", u"Character delay (ms)", &LinkSettings::characterDelay,
-     kMaximumDelay},
-    {15247, u"line-delay", u"Line delay (ms)", &LinkSettings::lineDelay, kMaximumDelay},
-    {15249, u"transmit-delay", u"Transmit delay (seconds)", &LinkSettings::transmitDelay,
-     kMaximumTransmitDelay},
-    {15235, u"write-log", u"Write log", &LinkSettings::writeLog, 1},
+    {kTexts.sendSot, u"send-sot", &LinkSettings::sendSot, 1},
+    {kTexts.sendEot, u"send-eot", &LinkSettings::sendEot, 1},
+    {kTexts.characterDelay, u"character-delay", &LinkSettings::characterDelay, kMaximumDelay},
+    {kTexts.lineDelay, u"line-delay", &LinkSettings::lineDelay, kMaximumDelay},
+    {kTexts.transmitDelay, u"transmit-delay", &LinkSettings::transmitDelay, kMaximumTransmitDelay},
+    {kTexts.writeLog, u"write-log", &LinkSettings::writeLog, 1},
 };
 
 const CodeField kCodeFields[] = {
-    {15264, u"sot-character", u"SOT character", &LinkSettings::sotCharacter},
-    {15265, u"eot-character", u"EOT character", &LinkSettings::eotCharacter},
+    {kTexts.sotCharacter, u"sot-character", &LinkSettings::sotCharacter},
+    {kTexts.eotCharacter, u"eot-character", &LinkSettings::eotCharacter},
 };
 
 // A box of the form and what it frames.
 struct FieldGroup {
-  int number;
-  const char16_t* label;
-  std::vector<int> fields;
+  UserText label;
+  std::vector<UserText> fields; // by their labels
 };
 
 // In groups, each in the order of its list.
 void SetGroups(std::vector<FormField>& fields) {
   static const FieldGroup kGroups[] = {
-      {15550, u"Serial line", {15220, 15221, 15222, 15223, 15224, 15241}},
-      {15551, u"Programs", {15226, 15228, 15232}},
-      {15552, u"Start and end of text", {15260, 15264, 15261, 15265}},
-      {15553, u"Delays", {15246, 15247, 15249}},
-      {15233, u"Job log", {15234, 15235}},
+      {kTexts.serialLineGroup,
+       {kTexts.port, kTexts.baudRate, kTexts.parity, kTexts.dataBits, kTexts.stopBits,
+        kTexts.flowControl}},
+      {kTexts.programsGroup, {kTexts.uploadPath, kTexts.downloadPath, kTexts.fileExtension}},
+      {kTexts.startAndEndGroup,
+       {kTexts.sendSot, kTexts.sotCharacter, kTexts.sendEot, kTexts.eotCharacter}},
+      {kTexts.delaysGroup, {kTexts.characterDelay, kTexts.lineDelay, kTexts.transmitDelay}},
+      {kTexts.jobLog, {kTexts.logFile, kTexts.writeLog}},
   };
   auto next = fields.begin();
   for (const FieldGroup& group : kGroups)
-    for (const int number : group.fields) {
-      const auto field = std::ranges::find(next, fields.end(), number, &FormField::number);
+    for (const UserText& label : group.fields) {
+      const auto field = std::ranges::find(next, fields.end(), label.number, &FormField::number);
       std::rotate(next, field, field + 1);
-      next->groupNumber = group.number;
-      next->group = LookUpText(group.number, group.label);
+      next->groupNumber = group.label.number;
+      next->group = LookUpText(group.label);
       ++next;
     }
 }
 
 // Intended: the first label lacks its closing parenthesis.
 KorText LogFileFilters() {
-  return KorText::Format(u"%s (*.txt|*.txt|%s (*.*)|*.*", LookUpText(15316, u"Text files"),
-                         LookUpText(15313, u"All Files"));
+  return KorText::Format(u"%s (*.txt|*.txt|%s (*.*)|*.*", LookUpText(kTexts.textFiles),
+                         LookUpText(kTexts.allFiles));
 }
 
 std::vector<KorText> Texts(std::span<const char16_t* const> list) {
@@ -136,19 +129,22 @@ std::vector<KorText> Texts(std::span<const char16_t* const> list) {
 // What stands for a value in the window. What is stored, typed and logged stays the value itself.
 struct ChoiceText {
   const char16_t* key; // of the setting
-  int number;
-  const char16_t* value;
+  UserText text;       // in English the value
 };
 constexpr ChoiceText kChoiceTexts[] = {
-    {u"parity", 15620, u"None"},       {u"parity", 15621, u"Odd"},
-    {u"parity", 15622, u"Even"},       {u"parity", 15623, u"Mark"},
-    {u"parity", 15624, u"Space"},      {u"flow-control", 15625, u"Hardware"},
-    {u"flow-control", 15626, u"None"}, {u"flow-control", 15627, u"Combined"},
+    {u"parity", kTexts.parityNone},
+    {u"parity", kTexts.parityOdd},
+    {u"parity", kTexts.parityEven},
+    {u"parity", kTexts.parityMark},
+    {u"parity", kTexts.paritySpace},
+    {u"flow-control", kTexts.flowControlHardware},
+    {u"flow-control", kTexts.flowControlNone},
+    {u"flow-control", kTexts.flowControlCombined},
 };
 
 KorText ShownChoice(const KorText& key, const KorText& value) {
-  for (const ChoiceText& text : kChoiceTexts)
-    if (key == text.key && value == text.value) return LookUpText(text.number, text.value);
+  for (const ChoiceText& choice : kChoiceTexts)
+    if (key == choice.key && value == choice.text.english) return LookUpText(choice.text);
   return value;
 }
 
@@ -185,12 +181,11 @@ KorText PortName(const KorText& text) {
 
 KorText WhatExtensionsAre(const KorText& value) {
   if (value.View().find_first_of(u"./\\:*?\"<>|") == KorText::kNone) return {};
-  return LookUpText(15471, u"letters and digits without a dot, such as MPG");
+  return LookUpText(kTexts.acceptedExtensions);
 }
 
 KorText WhatPortsAre(const KorText& value) {
-  return value.IsEmpty() ? LookUpText(15470, u"a name such as COM1, or the path of a device")
-                         : KorText();
+  return value.IsEmpty() ? LookUpText(kTexts.acceptedPorts) : KorText();
 }
 
 bool IsPlace(const FormField& field) {
@@ -211,8 +206,7 @@ KorText EnteredText(const FormField& field) {
 KorText WhatIsAccepted(const FormField& field, const KorText& value) {
   if (IsList(field)) return value.IsEmpty() ? ListText(field.choices) : KorText();
   if (field.kind == FieldKind::Text) return WhatExtensionsAre(value);
-  if (value[0] == u'~')
-    return LookUpText(15474, u"the whole path, for ~ stands for no folder here");
+  if (value[0] == u'~') return LookUpText(kTexts.wholePathNeeded);
   return IsPlace(field) ? KorText() : WhatPortsAre(value);
 }
 
@@ -228,9 +222,9 @@ KorText ReadTextField(const FormField& field, KorText& value) {
 // What the field of a place accepts, when there is no such place; else an empty text.
 KorText LookAtPlace(const FormField& field, const KorText& value) {
   if (field.kind == FieldKind::FolderPath)
-    return IsFolder(value) ? KorText() : LookUpText(15472, u"a folder that exists");
+    return IsFolder(value) ? KorText() : LookUpText(kTexts.acceptedFolders);
   if (value.IsEmpty() || (IsFolder(FolderOfPath(value)) && !App().FolderExists(value))) return {};
-  return LookUpText(15473, u"a file in a folder that exists");
+  return LookUpText(kTexts.acceptedFiles);
 }
 
 bool IsWholeNumber(const KorText& text) {
@@ -250,7 +244,7 @@ KorText ReadNumberField(const FormField& field, std::int32_t maximum, std::int32
   const KorText text = field.value.Trimmed();
   const std::int32_t number = text.ToInteger();
   if (!IsWholeNumber(text) || number > maximum)
-    return KorText::Format(LookUpText(15425, u"0 to %i"), maximum);
+    return KorText::Format(LookUpText(kTexts.numberRange), maximum);
   value = number;
   return {};
 }
@@ -330,20 +324,20 @@ void EnsureTrailingSeparators(LinkSettings& settings) {
 
 FormDescription MakeSettingsForm(const LinkSettings& settings, const std::vector<KorText>& ports) {
   FormDescription form;
-  form.caption = LookUpText(15101, u"Download Settings");
-  FormField port{15220,         u"port", LookUpText(15220, u"Port"), FieldKind::Choice,
-                 settings.port, ports};
+  form.caption = LookUpText(kTexts.downloadSettings);
+  FormField port{kTexts.port.number, u"port",       LookUpText(kTexts.port),
+                 FieldKind::Choice,  settings.port, ports};
   port.editable = true; // a device path, or a port that is not there at the moment
   form.fields.push_back(port);
   for (const TextField& text : kTextFields) {
-    FormField field{text.number,           text.key, LookUpText(text.number, text.label), text.kind,
+    FormField field{text.label.number,     text.key, LookUpText(text.label), text.kind,
                     settings.*text.member, {}};
     if (text.choices) field.choices = Texts(text.choices());
     // A value from an older file that the list lacks stays selectable.
     if (text.choices && ListedValue(field).IsEmpty()) field.choices.push_back(field.value);
     for (const KorText& choice : field.choices)
       field.shown.push_back(ShownChoice(field.key, choice));
-    if (text.browseText > 0) field.browseTitle = LookUpText(text.browseText, text.browseTitle);
+    if (text.browseButton > 0) field.browseTitle = LookUpText(text.browseTitle);
     field.browseNumber = text.browseButton;
     if (text.kind == FieldKind::FilePath) field.filters = LogFileFilters();
     form.fields.push_back(field);
@@ -352,9 +346,9 @@ FormDescription MakeSettingsForm(const LinkSettings& settings, const std::vector
     // A box shows only two states, and a value outside its range must not be lost by being shown.
     const std::int32_t value = settings.*number.member;
     const bool isCheck = number.maximum == 1;
-    FormField field{number.number,
+    FormField field{number.label.number,
                     number.key,
-                    LookUpText(number.number, number.label),
+                    LookUpText(number.label),
                     isCheck ? FieldKind::Check : FieldKind::Number,
                     KorText::Format(u"%i", isCheck && value != 0 ? 1 : value),
                     {}};
@@ -363,9 +357,9 @@ FormDescription MakeSettingsForm(const LinkSettings& settings, const std::vector
     form.fields.push_back(field);
   }
   for (const CodeField& code : kCodeFields) {
-    FormField field{code.number,
+    FormField field{code.label.number,
                     code.key,
-                    LookUpText(code.number, code.label),
+                    LookUpText(code.label),
                     FieldKind::Choice,
                     NameOfControlCode(settings.*code.member),
                     Texts(ControlCodeNames())};
@@ -405,8 +399,7 @@ std::vector<FieldRefusal> ReadEditedFields(const FormDescription& form, LinkSett
 
 KorText FieldRefusal::Reason(const KorText& name) const {
   if (!whole.IsEmpty()) return whole;
-  return KorText::Format(LookUpText(15424, u"%s can't be \"%s\"; accepted: %s"), name, value,
-                         accepted);
+  return KorText::Format(LookUpText(kTexts.settingRefused), name, value, accepted);
 }
 
 std::vector<FieldRefusal> CheckSettingsForm(const FormDescription& form,
@@ -439,7 +432,7 @@ std::vector<FieldRefusal> LookAtPlaces(const FormDescription& form, const LinkSe
     FieldRefusal refusal{field->key, field->label, field->value, LookAtPlace(*field, value)};
     const bool isThere = refusal.accepted.IsEmpty() && !value.IsEmpty();
     if (isThere && field->kind == FieldKind::FilePath && !MayHoldLog(value))
-      refusal.whole = LookUpText(15321, u"Unable to write to log file");
+      refusal.whole = LookUpText(kTexts.logNotWritable);
     if (!refusal.accepted.IsEmpty() || !refusal.whole.IsEmpty()) refusals.push_back(refusal);
   }
   return refusals;

@@ -10,33 +10,33 @@ namespace {
 FileChoice NcFile(FileChoice::Kind kind, const KorText& title, const KorText& folder,
                   const KorText& currentFile, const KorText& extension) {
   return {kind, title, folder, FileNameOfPath(currentFile),
-          FileFilters(LookUpText(15312, u"NC files"), extension)};
+          FileFilters(LookUpText(kTexts.ncFiles), extension)};
 }
 
 } // namespace
 
 KorText FileFilters(const KorText& kind, const KorText& extension) {
   return KorText::Format(u"%s (*.%s)|*.%s|%s (*.*)|*.*", kind, extension, extension,
-                         LookUpText(15313, u"All Files"));
+                         LookUpText(kTexts.allFiles));
 }
 
 KorText ManualTransfer::SendCaption() {
-  return LookUpText(15210, u"Send NC File");
+  return LookUpText(kTexts.sendNcFile);
 }
 
 KorText ManualTransfer::ReceiveCaption() {
-  return LookUpText(15211, u"Receive NC File");
+  return LookUpText(kTexts.receiveNcFile);
 }
 
 std::optional<KorText> ManualTransfer::ChooseToSend(const LinkSettings& settings,
                                                     const KorText& currentFile) {
-  return window.ChooseFile(NcFile(FileChoice::Kind::Open, LookUpText(15310, u"Open NC file"),
+  return window.ChooseFile(NcFile(FileChoice::Kind::Open, LookUpText(kTexts.openNcFile),
                                   settings.downloadPath, currentFile, settings.fileExtension));
 }
 
 std::optional<KorText> ManualTransfer::ChooseToReceive(const LinkSettings& settings,
                                                        const KorText& currentFile) {
-  return window.ChooseFile(NcFile(FileChoice::Kind::Save, LookUpText(15311, u"Save NC file as"),
+  return window.ChooseFile(NcFile(FileChoice::Kind::Save, LookUpText(kTexts.saveNcFileAs),
                                   settings.uploadPath, currentFile, settings.fileExtension));
 }
 

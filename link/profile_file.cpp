@@ -56,8 +56,7 @@ KorText ContentOf(const KorText& path) {
   SimpleFile file(path);
   if (!file.Open(kFileRead)) return {};
   if (file.Size() > ProfileFile::kLargestProfile) {
-    const KorText why =
-        LookUpText(15452, u"The file is too large to be a settings file: it was not read.");
+    const KorText why = LookUpText(kTexts.settingsFileTooLarge);
     App().Report({MessageLevel::Warn, path, why, {}, 0});
     return {};
   }

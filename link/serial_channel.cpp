@@ -11,8 +11,6 @@ namespace kor {
 
 namespace {
 
-constexpr std::uint8_t kXon = 17;
-constexpr std::uint8_t kXoff = 19;
 constexpr std::uint8_t kLineEnd = 64; // "@": ends the line of the loop-back test
 constexpr const char16_t* kLoopbackMessage = u"LocalTestMessage";
 constexpr std::uint32_t kWriteTimeout = 10000; // milliseconds
@@ -34,6 +32,26 @@ constexpr HoldName kHolds[] = {
     {kXoffSent, kLampXoffSent, u"XOff Sent=%i  "},
 };
 
+struct StepCaption {
+  PortStep step;
+  UserText caption;
+};
+constexpr StepCaption kStepCaptions[] = {
+    {PortStep::ClosePrevious, kTexts.stepClosePrevious},
+    {PortStep::Open, kTexts.stepOpen},
+    {PortStep::SetQueueSizes, kTexts.stepSetQueueSizes},
+    {PortStep::GetState, kTexts.stepGetState},
+    {PortStep::UpdateState, kTexts.stepUpdateState},
+    {PortStep::SetState, kTexts.stepSetState},
+    {PortStep::SetTimeouts, kTexts.stepSetTimeouts},
+    {PortStep::CheckStatus, kTexts.stepCheckStatus},
+    {PortStep::ReadData, kTexts.stepReadData},
+};
+
+KorText CaptionOf(PortStep step) {
+  return LookUpText(std::ranges::find(kStepCaptions, step, &StepCaption::step)->caption);
+}
+
 char16_t ParityLetter(const LinkSettings& settings) {
   return settings.parity.IsEmpty() ? u'\0' : settings.parity[0];
 }
@@ -45,7 +63,7 @@ SerialChannel::SerialChannel(SerialPort& serialPort, OsClock& osClock, StatusBoa
     : port(serialPort), clock(osClock), board(statusBoard), log(commsLog), monitor(monitorFeed),
       host(channelHost) {}
 
-bool SerialChannel::Check(const char16_t* step, bool success) {
+bool SerialChannel::Check(PortStep step, bool success) {
   if (success) {
     if (!failures.empty()) failures.erase(step);
     return true;
@@ -57,7 +75,7 @@ bool SerialChannel::Check(const char16_t* step, bool success) {
   const bool isKnown = failure.reported.IsEmpty() && port.IsGone(); // its loss was reported
   if (failure.reported == text || (isRetry && (!lasts || isKnown))) return false;
   failure.reported = text;
-  host.ReportPortFailure(step, text);
+  host.ReportPortFailure(CaptionOf(step), text);
   return false;
 }
 
@@ -73,7 +91,7 @@ void SerialChannel::Open(const LinkSettings& newSettings, const KorText& name, b
     if (SendOwedXon()) log.Trace(u"TX [11]", false);
     port.PurgeTransmit();
     port.PurgeReceive();
-    Check(u"Close Previous Connection", port.Close());
+    Check(PortStep::ClosePrevious, port.Close());
   }
   isLost = !OpenDevice(false);
   if (isLost) nextRetry = clock.Seconds() + kRetryPeriod;
@@ -87,7 +105,7 @@ bool SerialChannel::OpenDevice(bool again) {
   title = applicationName + u" - No Link";
   // The way out of a hold that the controller never ends; what was on its way was torn by it.
   ForgetTraffic();
-  const bool opened = Check(u"Open Comm", port.Open(settings->port));
+  const bool opened = Check(PortStep::Open, port.Open(settings->port));
   const bool configured = opened && ConfigureDevice();
   if (opened) {
     port.PurgeTransmit();
@@ -103,18 +121,18 @@ bool SerialChannel::ConfigureDevice() {
   const KorText control = KorText::Format(u"baud=%s parity=%c data=%s stop=%s", s.baudrate,
                                           ParityLetter(s), s.databits, s.stopbits);
   DeviceControlBlock block;
-  Check(u"Set Comm Buffer Sizes", port.SetQueueSizes(kReceiveSize, kTransmitSize));
-  Check(u"Get Comm State", port.GetControlBlock(block));
-  if (!Check(u"Update Comm State", port.BuildControlBlock(control, block))) return false;
+  Check(PortStep::SetQueueSizes, port.SetQueueSizes(kReceiveSize, kTransmitSize));
+  Check(PortStep::GetState, port.GetControlBlock(block));
+  if (!Check(PortStep::UpdateState, port.BuildControlBlock(control, block))) return false;
   block.dsrSensitivity = false;
   block.xonChar = kXon;
   block.xoffChar = kXoff;
   ApplyFlowControl(block, s.flowControl, s.rtsCtsHandshake > 0, s.dtrDsrHandshake > 0,
                    noSoftwareFlow);
-  if (!Check(u"Set Comm State", port.SetControlBlock(block))) return false;
+  if (!Check(PortStep::SetState, port.SetControlBlock(block))) return false;
   PortTimeouts timeouts;
   timeouts.writeConstant = kWriteTimeout;
-  if (!Check(u"Setup_Timeouts", port.SetTimeouts(timeouts))) return false;
+  if (!Check(PortStep::SetTimeouts, port.SetTimeouts(timeouts))) return false;
   title = KorText::Format(u"%s %s:%s,%c,%s,%s,%s", applicationName, s.port, s.baudrate,
                           ParityLetter(s), s.databits, s.stopbits, s.flowControl);
   return true;
@@ -175,7 +193,7 @@ void SerialChannel::ReopenWhenDue() {
 
 bool SerialChannel::CheckStatus() {
   LineStatus now;
-  if (!Check(u"Comms Status Check", port.GetStatus(now))) {
+  if (!Check(PortStep::CheckStatus, port.GetStatus(now))) {
     if (port.IsGone()) Lose();
     return false;
   }
@@ -284,11 +302,9 @@ std::vector<KorText> LineErrorTexts(const LineErrors& errors) {
   const auto tell = [&texts](std::uint32_t count, const KorText& format) {
     if (count > 0) texts.push_back(KorText::Format(format, count));
   };
-  tell(errors.framing, LookUpText(15460, u"%u framing errors: check baud rate and parity"));
-  tell(errors.parity, LookUpText(15461, u"%u parity errors: check parity and data bits"));
-  tell(errors.overrun,
-       LookUpText(15462, u"%u overrun errors: bytes were lost; check flow control or "
-                         u"lower the baud rate"));
+  tell(errors.framing, LookUpText(kTexts.framingErrors));
+  tell(errors.parity, LookUpText(kTexts.parityErrors));
+  tell(errors.overrun, LookUpText(kTexts.overrunErrors));
   return texts;
 }
 
@@ -308,7 +324,7 @@ bool SerialChannel::Read() {
   if (board.Code() == LinkStatus::OverRun) board.Set(LinkStatus::Waiting);
   const std::span<std::uint8_t> room = std::span(receiveBuffer).subspan(receiveCount);
   std::size_t count = 0;
-  if (!Check(u"Read Data", port.Read(room, count))) {
+  if (!Check(PortStep::ReadData, port.Read(room, count))) {
     if (port.IsGone()) Lose();
     return false;
   }

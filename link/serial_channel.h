@@ -36,8 +36,8 @@ class ChannelHost {
   virtual ~ChannelHost() = default;
   virtual void ConsumeReceived() = 0;
   virtual void FeedTransmitter() = 0;
-  // A failing step and the system's text for it.
-  virtual void ReportPortFailure(const KorText& step, const KorText& systemText) = 0;
+  // The caption of a failing step in the user's language, and the system's text for it.
+  virtual void ReportPortFailure(const KorText& caption, const KorText& systemText) = 0;
   // Each failing step, also of a quiet retry.
   virtual void OnPortTrouble(PortTrouble trouble, const KorText& systemText) = 0;
   virtual void ShowTitle(const KorText& title) = 0;
@@ -47,6 +47,19 @@ class ChannelHost {
   // The receive buffer was full and its content is lost. Sets the status to 24 and has it shown and
   // logged: the next read takes it back.
   virtual void OnOverRun() = 0;
+};
+
+// What the channel does with its port, as far as it can fail.
+enum class PortStep {
+  ClosePrevious,
+  Open,
+  SetQueueSizes,
+  GetState,
+  UpdateState,
+  SetState,
+  SetTimeouts,
+  CheckStatus,
+  ReadData,
 };
 
 class SerialChannel {
@@ -127,7 +140,7 @@ class SerialChannel {
   void ForgetTraffic();
   // Reports a failing step once until it succeeds again or fails with another text. A retry reports
   // another text when it has come twice in a row: a device that comes back may refuse for a moment.
-  bool Check(const char16_t* step, bool success);
+  bool Check(PortStep step, bool success);
 
   SerialPort& port;
   OsClock& clock;
@@ -147,7 +160,7 @@ class SerialChannel {
     KorText last;     // the system's text
     KorText reported; // the one that was reported; empty: none
   };
-  std::map<KorText, Failure> failures; // by step, until it succeeds
+  std::map<PortStep, Failure> failures; // until the step succeeds
 
   struct {
     std::atomic<std::uint32_t> overrun{0}, parity{0}, framing{0}, breaks{0};

@@ -15,7 +15,7 @@ namespace kor {
 namespace {
 
 KorText Caption() {
-  return LookUpText(15101, u"Download Settings");
+  return LookUpText(kTexts.downloadSettings);
 }
 
 // A record has zero bytes from its first sizes on; a text has none, except UTF-16 with its mark.
@@ -48,9 +48,7 @@ void SettingsStore::SetName(const KorText& name) {
     Claim(name);
     return;
   }
-  const KorText text =
-      LookUpText(15476, u"\"%s\" can't be the name of a file, so settings are not kept. Start the "
-                        u"program with another name.");
+  const KorText text = LookUpText(kTexts.settingsNotKept);
   warn(Caption(), KorText::Format(text, name));
 }
 
@@ -62,9 +60,7 @@ void SettingsStore::Claim(const KorText& name) {
   claim = App().OpenFile(held, FileAccess::ReadWrite);
   keptElsewhere = !claim && App().Files().Exists(held) && App().Files().CanReplace(held);
   if (!keptElsewhere) return;
-  const KorText text =
-      LookUpText(15605, u"Another program keeps the settings of %s already. What is changed here "
-                        u"holds until this program ends and is not saved.");
+  const KorText text = LookUpText(kTexts.settingsHeldElsewhere);
   warn(Caption(), KorText::Format(text, name));
 }
 
@@ -102,8 +98,7 @@ bool SettingsStore::WriteRecord(Storable& application) {
 bool SettingsStore::LoadTwice(const RecordStep& load) const {
   if (!load()) return false;
   if (NamesComPort() || (load() && NamesComPort())) return true;
-  warn(LookUpText(15322, u"Warning: Bad INI file load"),
-       LookUpText(15323, u"Possible loss of settings"));
+  warn(LookUpText(kTexts.badIniFile), LookUpText(kTexts.settingsLost));
   return false;
 }
 
@@ -138,15 +133,13 @@ void SettingsStore::Save(const RecordStep& save) {
   const bool reported = lossReported;
   lossReported = !save();
   if (lossReported && !reported)
-    App().Report({MessageLevel::Warn, path, LookUpText(15323, u"Possible loss of settings"),
+    App().Report({MessageLevel::Warn, path, LookUpText(kTexts.settingsLost),
                   App().ErrorText(App().LastError()), 0});
 }
 
 void SettingsStore::WarnOfUnkeptPort() const {
   if (NamesComPort()) return;
-  const KorText text =
-      LookUpText(15430, u"The port \"%s\" is used until the program ends; the next start opens %s "
-                        u"again. To keep this device, give it that name: ncedl-setup --port %s=%s");
+  const KorText text = LookUpText(kTexts.portUntilExit);
   warn(Caption(), KorText::Format(text, settings.port, keptPort, keptPort, settings.port));
 }
 

@@ -22,24 +22,23 @@ enum class Pattern {
 
 enum class Traffic { None, Coming, Running };
 
-using Phrase = KorText (*)();
-constexpr Phrase kNoPhrase = nullptr;
-constexpr Phrase kNoLink = [] { return LookUpText(15530, u"No link"); };
-constexpr Phrase kReady = [] { return LookUpText(15531, u"Ready"); };
-constexpr Phrase kPreparing = [] { return LookUpText(15532, u"Preparing %s"); };
-constexpr Phrase kSending = [] { return LookUpText(15533, u"Sending %s"); };
-constexpr Phrase kReceiving = [] { return LookUpText(15534, u"Receiving %s"); };
-constexpr Phrase kSent = [] { return LookUpText(15535, u"Sent %s"); };
-constexpr Phrase kReceived = [] { return LookUpText(15536, u"Received %s"); };
-constexpr Phrase kNotFound = [] { return LookUpText(15537, u"Not found: %s"); };
-constexpr Phrase kFailed = [] { return LookUpText(15538, u"Failed: %s"); };
-constexpr Phrase kCancelled = [] { return LookUpText(15539, u"Cancelled: %s"); };
-constexpr Phrase kListing = [] { return LookUpText(15540, u"Listing programs"); };
-constexpr Phrase kTestPassed = [] { return LookUpText(15541, u"Line test passed"); };
-constexpr Phrase kTestFailed = [] { return LookUpText(15542, u"Line test: no answer"); };
-constexpr Phrase kTesting = [] { return LookUpText(15212, u"Loop Back Test"); };
-constexpr Phrase kListingFailed = [] { return LookUpText(15603, u"Listing failed"); };
-constexpr Phrase kDataLost = [] { return LookUpText(15543, u"Data lost"); };
+constexpr UserText kNoPhrase{};
+constexpr UserText kNoLink = kTexts.noLink;
+constexpr UserText kReady = kTexts.ready;
+constexpr UserText kPreparing = kTexts.preparing;
+constexpr UserText kSending = kTexts.sending;
+constexpr UserText kReceiving = kTexts.receiving;
+constexpr UserText kSent = kTexts.sent;
+constexpr UserText kReceived = kTexts.received;
+constexpr UserText kNotFound = kTexts.programNotFound;
+constexpr UserText kFailed = kTexts.failed;
+constexpr UserText kCancelled = kTexts.cancelled;
+constexpr UserText kListing = kTexts.listingPrograms;
+constexpr UserText kTestPassed = kTexts.lineTestPassed;
+constexpr UserText kTestFailed = kTexts.lineTestFailed;
+constexpr UserText kTesting = kTexts.loopBackTest;
+constexpr UserText kListingFailed = kTexts.listingFailed;
+constexpr UserText kDataLost = kTexts.dataLost;
 
 struct Row {
   LinkStatus status;
@@ -48,7 +47,7 @@ struct Row {
   bool endsJob;
   Traffic traffic;
   LinkActivity activity;
-  Phrase headline;
+  UserText headline;
 };
 
 using enum Pattern;
@@ -178,9 +177,9 @@ LinkActivity ActivityOf(LinkStatus status) {
 }
 
 KorText StatusHeadline(LinkStatus status, const KorText& fileName, const KorText& line) {
-  const Phrase phrase = RowOf(status).headline;
-  if (!phrase) return line;
-  const KorText text = phrase();
+  const UserText& phrase = RowOf(status).headline;
+  if (phrase.english.empty()) return line;
+  const KorText text = LookUpText(phrase);
   if (!text.Contains(u"%s")) return text;
   const KorText name = ProgramName(fileName);
   return name.IsEmpty() ? line : KorText::Format(text, name);

@@ -79,7 +79,7 @@ KorText ShareText(const StatusView& view) {
 
 KorText RatePart(const Pace& pace) {
   constexpr double kLeastRate = 0.5; // shown as 0 below it
-  if (pace.held || pace.bytesPerSecond.value_or(1) < kLeastRate) return LookUpText(15500, u"held");
+  if (pace.held || pace.bytesPerSecond.value_or(1) < kLeastRate) return LookUpText(kTexts.held);
   return pace.bytesPerSecond ? RateText(*pace.bytesPerSecond) : KorText();
 }
 
@@ -88,7 +88,7 @@ KorText LeftPart(const StatusView& view, const Pace& pace) {
   const auto bytes = static_cast<double>(std::max<std::int64_t>(view.size - view.bytes, 0));
   const double seconds = bytes / *pace.bytesPerSecond;
   if (seconds >= kLongestLeft) return {};
-  return KorText::Format(LookUpText(15426, u"%s left"), TimeText(seconds));
+  return KorText::Format(LookUpText(kTexts.timeLeft), TimeText(seconds));
 }
 
 KorText RateText(double bytesPerSecond) {

@@ -19,6 +19,10 @@
 
 namespace kor {
 
+// The characters that software flow control sends: XOFF holds the other side until XON.
+inline constexpr std::uint8_t kXon = 17;
+inline constexpr std::uint8_t kXoff = 19;
+
 enum class Parity : std::uint8_t { None = 0, Odd = 1, Even = 2, Mark = 3, Space = 4 };
 enum class StopBits : std::uint8_t { One = 0, OnePointFive = 1, Two = 2 };
 enum class LineControl : std::uint8_t { Disable = 0, Enable = 1, Handshake = 2 };
@@ -36,8 +40,8 @@ struct DeviceControlBlock {
   LineControl rtsControl = LineControl::Enable;
   bool outX = false; // output stops on a received XOFF
   bool inX = false;  // XOFF is sent when the input queue fills
-  std::uint8_t xonChar = 17;
-  std::uint8_t xoffChar = 19;
+  std::uint8_t xonChar = kXon;
+  std::uint8_t xoffChar = kXoff;
   friend bool operator==(const DeviceControlBlock&, const DeviceControlBlock&) = default;
 };
 

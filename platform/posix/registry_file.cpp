@@ -235,8 +235,7 @@ std::vector<KorText> RegistryFile::SubKeys(const KorText& key) {
 void RegistryFile::TellTooLarge() {
   static std::atomic<bool> said = false;
   if (said.exchange(true)) return;
-  const KorText why =
-      LookUpText(15452, u"The file is too large to be a settings file: it was not read.");
+  const KorText why = LookUpText(kTexts.settingsFileTooLarge);
   app.Report({MessageLevel::Warn, Path(), why, {}, 0});
 }
 

@@ -8,27 +8,28 @@
 #include "files/container_layout.h"
 #include "files/paths.h"
 #include "services/core/app_interface.h"
+#include "services/core/user_texts.h"
 
 namespace kor {
 namespace {
 
 // What message boxes need before a dictionary is loaded, or without one.
-constexpr std::array<std::pair<std::int32_t, std::u16string_view>, 14> kBuiltInTexts = {{
-    {47, u"Ok"},
-    {48, u"Cancel"},
-    {65, u"No"},
-    {66, u"Yes"},
-    {274, u"Warning"},
-    {290, u"Problem"},
-    {1492, u"Continue"},
-    {1786, u"Close"},
-    {3817, u"Yes to All"},
-    {3909, u"Retry"},
-    {3912, u"No to All"},
-    {4550, u"Abort"},
-    {6069, u"Don't Show This Message Again"},
-    {6144, u"Quit"},
-}};
+constexpr UserText kBuiltInTexts[] = {
+    kTexts.ok,
+    kTexts.cancel,
+    kTexts.no,
+    kTexts.yes,
+    kTexts.warning,
+    kTexts.problem,
+    kTexts.continueAnyway,
+    kTexts.close,
+    kTexts.yesToAll,
+    kTexts.retry,
+    kTexts.noToAll,
+    kTexts.abort,
+    kTexts.dontShowAgain,
+    kTexts.quit,
+};
 
 constexpr std::u16string_view kSourcePrimary = u"en";
 
@@ -190,7 +191,8 @@ bool TextHolder::ReadStream(VoidBuffer& bytes, const KorText& file) {
 }
 
 void TextHolder::SetFailureNotice() const {
-  App().SetFailureNotice(KorText::Format(u"%s\n\n%s", Text(324), Text(323)));
+  App().SetFailureNotice(KorText::Format(u"%s\n\n%s", Text(kTexts.unexpectedProblem.number),
+                                         Text(kTexts.contactSupplier.number)));
 }
 
 // --- Languages, entries ---
@@ -265,7 +267,7 @@ bool TextHolder::MakeBackup() {
   question.level = MessageLevel::Query;
   question.info = u"Problem Saving";
   question.message = u"Unable to backup existing dictionary\n\nContinue?";
-  question.details = Text(1492); // the button
+  question.details = Text(kTexts.continueAnyway.number); // the button
   question.number = kAnswerCancel;
   return App().Report(question) == kAnswerContinue;
 }

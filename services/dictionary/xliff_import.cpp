@@ -9,8 +9,6 @@
 namespace kor {
 namespace {
 
-constexpr int kBadFileText = 8894;
-
 TextEntry NewEntry(const XliffUnit& unit) {
   TextEntry entry;
   entry.id = unit.id;
@@ -35,8 +33,7 @@ void ReportFailure(const ImportResult& result) {
   MessageRecord record;
   record.level = MessageLevel::Warn;
   record.info = u"Dictionary";
-  record.message = LookUpText(
-      kBadFileText, u"The translation file cannot be read, or does not fit this dictionary.");
+  record.message = LookUpText(kTexts.badTranslationFile);
   for (const KorText& error : result.errors) {
     if (!record.details.IsEmpty()) record.details += u'\n';
     record.details += error;

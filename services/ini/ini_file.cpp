@@ -9,8 +9,6 @@ namespace kor {
 
 namespace {
 
-constexpr int kTextUnableToWrite = 240;
-
 bool IsWide(char16_t c) {
   return c > 0xFF;
 }
@@ -66,7 +64,7 @@ bool iniFile::Load(bool /*report*/) {
   std::vector<KorText> read;
   tooLarge = !ReadLines(file, read);
   if (tooLarge) {
-    Warn(path, LookUpText(15452, u"The file is too large to be a settings file: it was not read."));
+    Warn(path, LookUpText(kTexts.settingsFileTooLarge));
     return false;
   }
   // A file that breaks off while it is read must not be taken, and later saved, as a shorter one.
@@ -149,8 +147,7 @@ bool iniFile::WriteLines() {
 
 bool iniFile::Save(bool report) {
   saved = !path.IsEmpty() && WriteLines();
-  if (!saved && report && !path.IsEmpty())
-    Warn(path, LookUpText(kTextUnableToWrite, u"Unable to write to the file"));
+  if (!saved && report && !path.IsEmpty()) Warn(path, LookUpText(kTexts.unableToWriteFile));
   return saved;
 }
 

@@ -104,8 +104,8 @@ TEST_F(DictionaryLookup, TheProgramSpeaksTheStoredLanguageElseTheSystemsElseEngl
   app.SetUserLanguage(u"de-CH");
   ASSERT_TRUE(LoadProgramDictionary());
   EXPECT_EQ(Dictionary().Text(48), u"Abbrechen");
-  EXPECT_EQ(LookUpText(48, u"?"), u"Abbrechen");
-  EXPECT_EQ(LookUpText(49, u"?"), u"?");
+  EXPECT_EQ(LookUpText({48, u"?"}), u"Abbrechen");
+  EXPECT_EQ(LookUpText({49, u"?"}), u"?");
   EXPECT_EQ(app.FailureNotice(), u"Entschuldigung!\n\nRufen Sie uns an.");
   ASSERT_TRUE(StoreLanguage(u"fr-FR"));
   EXPECT_EQ(app.ReadRegistryText(key, kLanguageValue), KorText(u"fr-FR"));
@@ -124,7 +124,7 @@ TEST_F(DictionaryLookup, WithoutADictionaryTheProgramStartsWithTheBuiltInTexts) 
   ASSERT_TRUE(app.RemoveFile(file));
   EXPECT_FALSE(LoadProgramDictionary());
   EXPECT_EQ(Dictionary().Text(48), u"Cancel");
-  EXPECT_EQ(LookUpText(323, u"fall-back"), u"fall-back");
+  EXPECT_EQ(LookUpText({323, u"fall-back"}), u"fall-back");
   ASSERT_EQ(app.Messages().size(), 1U);
   EXPECT_EQ(app.Messages()[0].info, u"Error Opening Specified Dictionary");
   EXPECT_EQ(app.Messages()[0].message, file);

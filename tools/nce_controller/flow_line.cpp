@@ -1,10 +1,10 @@
 #include "tools/nce_controller/flow_line.h"
 
+#include "link/port/serial_port.h"
+
 namespace kor::controller {
 namespace {
 
-constexpr char kXon = 17;
-constexpr char kXoff = 19;
 constexpr std::size_t kPiece = 16;
 
 } // namespace
@@ -13,8 +13,9 @@ LineState FlowLine::Take(Time until) {
   std::string raw;
   const LineState state = inner.Read(raw, until);
   for (const char byte : raw) {
-    if (byte == kXoff || byte == kXon)
-      isHeld = byte == kXoff;
+    const auto code = static_cast<std::uint8_t>(byte);
+    if (code == kXoff || code == kXon)
+      isHeld = code == kXoff;
     else
       pending += byte;
   }

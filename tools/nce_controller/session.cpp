@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "link/port/serial_port.h"
 #include "tools/nce_controller/program_text.h"
 
 namespace kor::controller {
@@ -11,7 +12,6 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr char kReturn = '\r';
-constexpr std::string_view kXon = "\x11";
 constexpr std::size_t kLongestLine = 1U << 16; // bytes; the host's longest frame is well below
 constexpr int kResynchroniseTries = 5;
 constexpr int kSilencesOfTheGone = 5;
@@ -233,7 +233,7 @@ Verdict Session::Resynchronise() {
 // The carriage return ends whatever half a line the host may hold. The line test is short enough to
 // do no harm to an upload that the host may be in: it is answered with "<" and not stored.
 Verdict Session::ResynchroniseOnce() {
-  Verdict verdict = Put(settings.sendsXon ? kXon : "");
+  Verdict verdict = Put(std::string(settings.sendsXon ? 1 : 0, static_cast<char>(kXon)));
   std::string reply;
   if (verdict.IsDone()) verdict = Settle(reply);
   if (verdict.IsDone()) verdict = Ask("XYZ", reply);

@@ -22,8 +22,8 @@ KorText LineText(const LinkSettings& settings) {
 
 std::vector<KorText> BannerLines(const KorText& version, const KorText& device,
                                  const LinkSettings& settings) {
-  const KorText port = LookUpText(15502, u"Port"), programs = LookUpText(15503, u"Programs"),
-                uploads = LookUpText(15504, u"Uploads");
+  const KorText port = LookUpText(kTexts.portLabel), programs = LookUpText(kTexts.programsLabel),
+                uploads = LookUpText(kTexts.uploadsLabel);
   const std::size_t width =
       std::max({ColumnsOf(port), ColumnsOf(programs), ColumnsOf(uploads)}) + 2;
   const auto row = [width](const KorText& label, const KorText& text) {
@@ -34,7 +34,7 @@ std::vector<KorText> BannerLines(const KorText& version, const KorText& device,
           row({}, LineText(settings)),
           row(programs, settings.downloadPath + u"*." + settings.fileExtension),
           row(uploads, settings.uploadPath),
-          LookUpText(15505, u"\"help\" lists the commands.")};
+          LookUpText(kTexts.helpHint)};
 }
 
 } // namespace kor

@@ -9,30 +9,29 @@ namespace kor {
 namespace {
 
 KorText Usage(const KorText& command, const KorText& arguments) {
-  return KorText::Format(LookUpText(15421, u"usage: %s %s"), command, arguments);
+  return KorText::Format(LookUpText(kTexts.usage), command, arguments);
 }
 
 } // namespace
 
 const Commands::Command Commands::kCommands[] = {
-    {u"status", u"", 15401, u"show the link status", &Commands::Status},
-    {u"send", u"FILE", 15402, u"send a file by hand", &Commands::Send},
-    {u"receive", u"FILE", 15403, u"receive into a file by hand", &Commands::Receive},
-    {u"complete", u"", 15404, u"end a receipt and keep the file", &Commands::Complete},
-    {u"cancel", u"", 15405, u"give up the running transfer", &Commands::Cancel},
-    {u"jobs", u"", 15417, u"show the jobs of today", &Commands::Jobs},
-    {u"loopback", u"", 15406, u"test the port with a loop-back plug", &Commands::Loopback},
-    {u"xon", u"", 15407, u"send XOFF, and XON three seconds later", &Commands::Xon},
-    {u"monitor", u"on|off", 15408, u"show what travels on the line", &Commands::Monitor},
-    {u"trace", u"FILE|off", 15409, u"write the communications trace", &Commands::Trace},
-    {u"rts", u"on|off", 15410, u"RTS/CTS handshake; re-opens the port", &Commands::Rts},
-    {u"dtr", u"on|off", 15411, u"DTR/DSR handshake; re-opens the port", &Commands::Dtr},
-    {u"settings", u"", 15412, u"show the settings", &Commands::Settings},
-    {u"set", u"KEY VALUE", 15413, u"change a setting; re-opens the port", &Commands::Set},
-    {u"special", u"[NAME on|off]", 15414, u"show or change the special features",
-     &Commands::Special},
-    {u"help", u"", 15415, u"show the commands", &Commands::Help},
-    {u"quit", u"", 15416, u"end the program", &Commands::Quit},
+    {u"status", u"", kTexts.helpStatus, &Commands::Status},
+    {u"send", u"FILE", kTexts.helpSend, &Commands::Send},
+    {u"receive", u"FILE", kTexts.helpReceive, &Commands::Receive},
+    {u"complete", u"", kTexts.helpComplete, &Commands::Complete},
+    {u"cancel", u"", kTexts.helpCancel, &Commands::Cancel},
+    {u"jobs", u"", kTexts.helpJobs, &Commands::Jobs},
+    {u"loopback", u"", kTexts.helpLoopback, &Commands::Loopback},
+    {u"xon", u"", kTexts.helpXon, &Commands::Xon},
+    {u"monitor", u"on|off", kTexts.helpMonitor, &Commands::Monitor},
+    {u"trace", u"FILE|off", kTexts.helpTrace, &Commands::Trace},
+    {u"rts", u"on|off", kTexts.helpRts, &Commands::Rts},
+    {u"dtr", u"on|off", kTexts.helpDtr, &Commands::Dtr},
+    {u"settings", u"", kTexts.helpSettings, &Commands::Settings},
+    {u"set", u"KEY VALUE", kTexts.helpSet, &Commands::Set},
+    {u"special", u"[NAME on|off]", kTexts.helpSpecial, &Commands::Special},
+    {u"help", u"", kTexts.helpHelp, &Commands::Help},
+    {u"quit", u"", kTexts.helpQuit, &Commands::Quit},
 };
 
 void Commands::Run(const KorText& line) {
@@ -42,8 +41,7 @@ void Commands::Run(const KorText& line) {
       std::find_if(std::begin(kCommands), std::end(kCommands),
                    [&](const Command& command) { return name.EqualsNoCase(command.name); });
   if (found == std::end(kCommands)) {
-    console.Print(
-        KorText::Format(LookUpText(15420, u"unknown command \"%s\"; \"help\" lists them"), name));
+    console.Print(KorText::Format(LookUpText(kTexts.unknownCommand), name));
     return;
   }
   const KorText argument = line.Mid(blank).Trimmed();
@@ -161,8 +159,7 @@ void Commands::Set(const KorText& argument) {
   FormDescription form = MakeSettingsForm(app.Settings(), {});
   FormField* field = form.Find(key);
   if (!field) {
-    console.Print(KorText::Format(
-        LookUpText(15422, u"unknown setting \"%s\"; \"settings\" lists them"), key));
+    console.Print(KorText::Format(LookUpText(kTexts.unknownSetting), key));
     return;
   }
   field->value = argument.Mid(blank).Trimmed();
@@ -183,9 +180,7 @@ void Commands::Special(const KorText& argument) {
   const std::size_t blank = std::min(argument.View().find_first_of(u" \t"), argument.Length());
   FormField* field = form.Find(argument.Left(blank));
   if (!field) {
-    console.Print(
-        KorText::Format(LookUpText(15423, u"unknown feature \"%s\"; \"special\" lists them"),
-                        argument.Left(blank)));
+    console.Print(KorText::Format(LookUpText(kTexts.unknownFeature), argument.Left(blank)));
     return;
   }
   const auto on = Switch(u"special " + field->key, argument.Mid(blank).Trimmed());
@@ -193,11 +188,8 @@ void Commands::Special(const KorText& argument) {
   // A box that the form has disabled keeps a mark that it has, but gets none.
   form.updateEnabled(form.fields);
   if (*on && !field->enabled) {
-    console.Print(field->key == u"hybrid"
-                      ? LookUpText(15475, u"hybrid needs autoload; first: special autoload on")
-                      : LookUpText(15449,
-                                   u"strip-pc plays no part while autoload and hybrid are on; "
-                                   u"first: special hybrid off"));
+    console.Print(field->key == u"hybrid" ? LookUpText(kTexts.hybridNeedsAutoload)
+                                          : LookUpText(kTexts.stripPcWithoutUse));
     return;
   }
   field->value = *on ? u"1" : u"0";
@@ -208,7 +200,7 @@ void Commands::Special(const KorText& argument) {
 void Commands::Help(const KorText&) {
   for (const Command& command : kCommands)
     console.Print(KorText::Format(u"%-9s %-14s %s", command.name, command.arguments,
-                                  LookUpText(command.text, command.help)));
+                                  LookUpText(command.help)));
 }
 
 void Commands::Quit(const KorText&) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "app/nce_app.h"
+#include "services/core/user_texts.h"
 #include "ui/console/console_front_end.h"
 
 namespace kor {
@@ -18,8 +19,7 @@ class Commands {
   struct Command {
     const char16_t* name;
     const char16_t* arguments; // as help shows them
-    int text;                  // dictionary number of the help
-    const char16_t* help;
+    UserText help;
     Handler handler;
   };
   static const Command kCommands[];

@@ -335,9 +335,7 @@ void ConsoleFrontEnd::AskWhileBusy() {
   shared->asks = interactive && IsExchange(shown.code);
   shared->asked = shared->asked && shared->asks;
   if (shared->asks && !shared->question)
-    shared->question = [this] {
-      Print(LookUpText(15501, u"A transfer is running. Ctrl-C or \"quit\" once more ends it."));
-    };
+    shared->question = [this] { Print(LookUpText(kTexts.quitDuringTransfer)); };
 }
 
 // Piped, the change of status has told it.
