@@ -48,7 +48,6 @@ std::optional<StartedProgram> StartProgram(AppInterface& app, const KorText& com
   error = app.Start(kApplicationName, kVersion);
   if (!error.IsEmpty()) return std::nullopt;
   app.EnableDebugging(app.DebuggingAskedFor());
-  app.MakeFolder(app.GetApplicationPropertyPath(kDataFolder));
   SettleStartInFolder();
   LoadDebugFile();
   ProgramPaths paths;

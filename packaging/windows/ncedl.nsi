@@ -17,7 +17,7 @@ ManifestSupportedOS Win10
 ManifestDPIAware true
 Name "NCE DNC link"
 OutFile "${OUTPUT}"
-BrandingText "ncedl ${VERSION}"
+BrandingText "NCE DNC link ${VERSION}"
 
 !define SUITE "Velmora\Plenova 2026"
 !define KEY "Software\Microsoft\Windows\CurrentVersion\Uninstall\ncedl"
@@ -42,7 +42,7 @@ BrandingText "ncedl ${VERSION}"
 !include "${FILES}"
 
 VIProductVersion "${VERSION}.0"
-VIAddVersionKey ProductName "ncedl"
+VIAddVersionKey ProductName "NCE DNC link"
 VIAddVersionKey ProductVersion "${VERSION}"
 VIAddVersionKey FileVersion "${VERSION}"
 VIAddVersionKey FileDescription "NCE DNC link, installer"
@@ -69,6 +69,9 @@ Var Answer
 !define MUI_COMPONENTSPAGE_NODESC
 !insertmacro MUI_PAGE_COMPONENTS
 !insertmacro MUI_PAGE_INSTFILES
+!define MUI_FINISHPAGE_RUN
+!define MUI_FINISHPAGE_RUN_FUNCTION StartProgram
+!insertmacro MUI_PAGE_FINISH
 !insertmacro MUI_UNPAGE_CONFIRM
 !insertmacro MUI_UNPAGE_INSTFILES
 !include texts.nsh
@@ -248,6 +251,11 @@ Section "$(ProgramsPart)"
   Call EnterInSystem
 SectionEnd
 
+; By the desktop, so with the rights and the settings of who works there, not with the installer's.
+Function StartProgram
+  Exec '"$WINDIR\explorer.exe" "$SMPROGRAMS\NCE DNC link\Download.lnk"'
+FunctionEnd
+
 Section /o "$(StartPart)"
   WriteRegStr SHCTX "${RUN}" "ncedl" '"$INSTDIR\ncedl.exe"'
 SectionEnd
@@ -276,6 +284,9 @@ FunctionEnd
 Function un.DeleteSettings
   SetShellVarContext current
   Delete "$APPDATA\${SUITE}\*.INI"
+  Delete "$APPDATA\${SUITE}\*.INI.damaged"
+  Delete "$APPDATA\${SUITE}\*.jobs"
+  Delete "$APPDATA\${SUITE}\*.lock"
   Delete "$APPDATA\${SUITE}\*.log"
   Delete "$APPDATA\${SUITE}\*.log.1"
   Delete "$APPDATA\${SUITE}\*.window"

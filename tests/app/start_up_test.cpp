@@ -23,12 +23,14 @@ class StartUpTest : public ::testing::Test {
 };
 
 TEST_F(StartUpTest, WithoutProgramPathsTheMessageNamesTheCommandThatMakesThem) {
+  app.RemoveFolder(app.Path(u"data"));
   EXPECT_FALSE(Start());
   ASSERT_FALSE(app.Messages().empty());
   EXPECT_TRUE(app.Messages().back().details.StartsWith(u"ncedl-setup --main "));
   EXPECT_TRUE(
       Log(u"NCE.log")
           .Contains(u"MSG:FATAL: \"Unable to locate Program Paths in\n\n" + app.Path(u"data/")));
+  EXPECT_FALSE(app.FolderExists(app.Path(u"data"))); // only what is needed is made
 }
 
 TEST_F(StartUpTest, EachProgramHasALogOfItsOwn) {
