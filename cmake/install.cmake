@@ -1,53 +1,17 @@
-# Who answers for the packages. What stands in the tree is nobody's address.
-set(placeholder "the ncedl authors <ncedl@ncedl.example>")
-set(maintainer ${placeholder})
-if(DEFINED ENV{DEBEMAIL})
-  set(maintainer "the ncedl authors <$ENV{DEBEMAIL}>")
-  if(DEFINED ENV{DEBFULLNAME})
-    set(maintainer "$ENV{DEBFULLNAME} <$ENV{DEBEMAIL}>")
-  endif()
-endif()
-set(NCEDL_MAINTAINER ${maintainer} CACHE STRING "Name and address in the packages: NAME <ADDRESS>")
+# Where everything goes. On Windows it all stands beside the programs: one folder to copy. The components have the names of
+# Debian's packages: the window; what serves without one, with all the tools; the documents.
+set(NCEDL_SYSTEM_LIBRARIES lib CACHE STRING "Where systemd's units and udev's rules go")
 
-# Where everything goes. On Windows it all stands beside the programs: one folder to copy.
-option(NCEDL_DEB "Install as Debian's rules for packages want it" OFF)
-
-# The packages of one system: the window, what serves without one with all the tools, and the documents.
-set(NCEDL_COMPONENTS console documentation)
-if(NCEDL_WINDOW)
-  list(PREPEND NCEDL_COMPONENTS window)
-endif()
-set(CPACK_DEBIAN_WINDOW_PACKAGE_NAME ncedl)
-set(CPACK_DEBIAN_CONSOLE_PACKAGE_NAME ncedl-console)
-set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_NAME ncedl-doc)
-
-set(documents README.md CHANGELOG.md CONTRIBUTING.md NOTICE)
 if(WIN32)
   set(shared_destination ${NCEDL_PROGRAM_DESTINATION})
   set(document_destination ${NCEDL_PROGRAM_DESTINATION})
+  set(page_destination docs)
 else()
   # The programs look for the dictionary in their own folder and in ../share/ncedl beside it.
   set(shared_destination ${CMAKE_INSTALL_DATADIR}/ncedl)
   set(document_destination ${CMAKE_INSTALL_DOCDIR})
+  set(page_destination ${CMAKE_INSTALL_DOCDIR})
 endif()
-
-# install_packed(FILE COMPONENT name DESTINATION folder [AS name]): as it is, or packed, where Debian wants it.
-function(install_packed file)
-  cmake_parse_arguments(ARG "" "COMPONENT;DESTINATION;AS" "" ${ARGN})
-  cmake_path(GET file FILENAME name)
-  if(ARG_AS)
-    set(name ${ARG_AS})
-  endif()
-  if(NCEDL_DEB)
-    set(packed ${CMAKE_BINARY_DIR}/packed/${name}.gz)
-    file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/packed)
-    execute_process(COMMAND gzip -9nc ${file} OUTPUT_FILE ${packed} COMMAND_ERROR_IS_FATAL ANY)
-    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${file})
-    install(FILES ${packed} DESTINATION ${ARG_DESTINATION} COMPONENT ${ARG_COMPONENT})
-  else()
-    install(FILES ${file} DESTINATION ${ARG_DESTINATION} COMPONENT ${ARG_COMPONENT} RENAME ${name})
-  endif()
-endfunction()
 
 function(install_for_linux)
   file(GLOB man_pages CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/docs/man/*.1)
@@ -57,68 +21,84 @@ function(install_for_linux)
   foreach(page ${man_pages})
     cmake_path(GET page STEM program)
     ncedl_component(${program} component)
-    install_packed(${page} COMPONENT ${component} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+    install(FILES ${page} COMPONENT ${component} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
     install(FILES packaging/bash-completion/ncedl RENAME ${program} COMPONENT ${component}
       DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
   endforeach()
   if(NCEDL_WINDOW)
-    install(FILES packaging/ncedl.desktop COMPONENT window DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
-    install(FILES packaging/local.ncedl.ncedl.metainfo.xml COMPONENT window
+    install(FILES packaging/ncedl.desktop COMPONENT ncedl DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
+    install(FILES packaging/local.ncedl.ncedl.metainfo.xml COMPONENT ncedl
       DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
-    install(FILES packaging/ncedl.svg COMPONENT window
+    install(FILES packaging/ncedl.svg COMPONENT ncedl
       DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps)
-    install(FILES packaging/ncedl.png COMPONENT window
+    install(FILES packaging/ncedl.png COMPONENT ncedl
       DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/128x128/apps)
   endif()
 endfunction()
 
 # lib, not CMAKE_INSTALL_LIBDIR: that is where systemd and udev look, below /usr and below /usr/local.
 function(install_service)
-  set(systemLibraries lib)
-  if(NCEDL_DEB)
-    set(systemLibraries /lib)
-  endif()
   set(unit ${CMAKE_BINARY_DIR}/systemd/ncedl-console@.service)
   configure_file(packaging/systemd/ncedl-console@.service.in ${unit} @ONLY)
-  install(FILES ${unit} packaging/systemd/ncedl-console@.socket COMPONENT console
-    DESTINATION ${systemLibraries}/systemd/system)
-  install(FILES packaging/udev/60-ncedl.rules COMPONENT console DESTINATION ${systemLibraries}/udev/rules.d)
+  install(FILES ${unit} packaging/systemd/ncedl-console@.socket COMPONENT ncedl-console
+    DESTINATION ${NCEDL_SYSTEM_LIBRARIES}/systemd/system)
+  install(FILES packaging/udev/60-ncedl.rules COMPONENT ncedl-console
+    DESTINATION ${NCEDL_SYSTEM_LIBRARIES}/udev/rules.d)
 endfunction()
 
-# What Debian wants in each package.
-function(install_debian_papers)
-  foreach(name changelog copyright)
-    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS packaging/debian/${name})
-    file(READ packaging/debian/${name} text)
-    string(REPLACE "${placeholder}" "${NCEDL_MAINTAINER}" text "${text}")
-    file(WRITE ${CMAKE_BINARY_DIR}/debian/${name} "${text}")
-  endforeach()
-  foreach(component ${NCEDL_COMPONENTS})
-    string(TOUPPER ${component} key)
-    set(package ${CPACK_DEBIAN_${key}_PACKAGE_NAME})
-    set(folder ${CMAKE_INSTALL_DATADIR}/doc/${package})
-    install_packed(${CMAKE_BINARY_DIR}/debian/changelog AS changelog.Debian COMPONENT ${component} DESTINATION ${folder})
-    install_packed(${CMAKE_SOURCE_DIR}/CHANGELOG.md AS changelog COMPONENT ${component} DESTINATION ${folder})
-    install(FILES ${CMAKE_BINARY_DIR}/debian/copyright COMPONENT ${component} DESTINATION ${folder})
-    if(NOT component STREQUAL documentation) # it needs none
-      install(FILES packaging/debian/${package}.lintian-overrides RENAME ${package} COMPONENT ${component}
-        DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides)
-    endif()
-  endforeach()
+# install_pages(FROM folder TO destination COMPONENT name PAGES names): as HTML, which every system shows, where the
+# programs are there that make it; else as they are written.
+find_program(NCEDL_CMARK cmark-gfm)
+find_program(NCEDL_PYTHON python3)
+function(install_pages)
+  cmake_parse_arguments(ARG "" "FROM;TO;COMPONENT" "PAGES" ${ARGN})
+  if(NOT NCEDL_CMARK OR NOT NCEDL_PYTHON)
+    foreach(page ${ARG_PAGES})
+      cmake_path(GET page PARENT_PATH folder)
+      install(FILES ${ARG_FROM}/${page} COMPONENT ${ARG_COMPONENT} DESTINATION ${ARG_TO}/${folder})
+    endforeach()
+    return()
+  endif()
+  string(MAKE_C_IDENTIFIER "pages_${ARG_FROM}" name)
+  set(made ${CMAKE_BINARY_DIR}/pages/${name})
+  set(script ${CMAKE_SOURCE_DIR}/packaging/pages_to_html.py)
+  list(TRANSFORM ARG_PAGES PREPEND ${CMAKE_SOURCE_DIR}/${ARG_FROM}/ OUTPUT_VARIABLE sources)
+  add_custom_command(OUTPUT ${made}.made DEPENDS ${script} ${sources} VERBATIM
+    COMMAND ${NCEDL_PYTHON} ${script} ${CMAKE_SOURCE_DIR}/${ARG_FROM} ${made} ${ARG_PAGES}
+    COMMAND ${CMAKE_COMMAND} -E touch ${made}.made COMMENT "Making HTML of ${ARG_FROM}")
+  add_custom_target(${name} ALL DEPENDS ${made}.made)
+  install(DIRECTORY ${made}/ COMPONENT ${ARG_COMPONENT} DESTINATION ${ARG_TO})
+endfunction()
+
+# What users read. How it is built and packed is for who has the sources.
+function(install_documents)
+  file(GLOB_RECURSE pages RELATIVE ${CMAKE_SOURCE_DIR}/docs CONFIGURE_DEPENDS docs/*.md docs/*.png)
+  list(REMOVE_ITEM pages architecture.md packaging.md)
+  install_pages(FROM docs TO ${page_destination} COMPONENT ncedl-doc PAGES ${pages})
+  install(FILES NOTICE COMPONENT ncedl-doc DESTINATION ${document_destination})
+  if(WIN32)
+    install_pages(FROM data/samples TO samples COMPONENT ncedl-console PAGES README.md)
+    install_pages(FROM . TO . COMPONENT ncedl-doc PAGES CHANGELOG.md)
+  elseif(NCEDL_CMARK AND NCEDL_PYTHON)
+    configure_file(packaging/ncedl-guide.desktop.in ${CMAKE_BINARY_DIR}/ncedl-guide.desktop @ONLY)
+    install(FILES ${CMAKE_BINARY_DIR}/ncedl-guide.desktop COMPONENT ncedl-doc
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
+  endif()
+  # Debian's packages have them in their own way; there this component is not installed.
+  install(FILES LICENSE COMPONENT licence DESTINATION ${document_destination})
+  if(NOT WIN32)
+    install(FILES CHANGELOG.md COMPONENT licence DESTINATION ${document_destination})
+  endif()
 endfunction()
 
 if(NOT WIN32)
   install_for_linux()
   install_service()
 endif()
-if(NCEDL_DEB)
-  install_debian_papers()
-  list(REMOVE_ITEM documents CHANGELOG.md)
-else()
-  list(APPEND documents LICENSE)
+install_documents()
+install(FILES ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/diction.ary COMPONENT ncedl-console DESTINATION ${shared_destination})
+set(exclude "")
+if(WIN32)
+  set(exclude PATTERN README.md EXCLUDE)
 endif()
-
-install(FILES ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/diction.ary COMPONENT console DESTINATION ${shared_destination})
-install(DIRECTORY data/samples COMPONENT console DESTINATION ${shared_destination})
-install(FILES ${documents} COMPONENT documentation DESTINATION ${document_destination})
-install(DIRECTORY docs COMPONENT documentation DESTINATION ${document_destination} PATTERN man EXCLUDE)
+install(DIRECTORY data/samples COMPONENT ncedl-console DESTINATION ${shared_destination} ${exclude})

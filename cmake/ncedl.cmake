@@ -40,9 +40,9 @@ endif()
 # The package that a program belongs to: a PC without a display needs none of the window's.
 function(ncedl_component program result)
   if(program STREQUAL "ncedl")
-    set(${result} window PARENT_SCOPE)
+    set(${result} ncedl PARENT_SCOPE)
   else()
-    set(${result} console PARENT_SCOPE)
+    set(${result} ncedl-console PARENT_SCOPE)
   endif()
 endfunction()
 

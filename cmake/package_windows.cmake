@@ -2,8 +2,6 @@
 # the order of the disk, with the times of their last reading.
 set(stage ${CPACK_TEMPORARY_DIRECTORY})
 
-execute_process(COMMAND python3 ${CPACK_NCEDL_SOURCE}/packaging/pages_to_html.py ${stage} COMMAND_ERROR_IS_FATAL ANY)
-
 # A list of the files for ncedl.nsi, which installs and removes them by their names, so that nothing else in their folder
 # is touched.
 file(GLOB_RECURSE files LIST_DIRECTORIES true RELATIVE ${stage} ${stage}/*)

@@ -42,6 +42,9 @@ LICENCES = {
     "zlib": "Zlib",
 }
 
+# Debian's folders of libraries by the programs' machine.
+MULTIARCH = {"Advanced Micro Devices X86-64": "x86_64-linux-gnu", "AArch64": "aarch64-linux-gnu"}
+
 # Licences that SPDX has no name for, by theirs here: where NOTICE has their text.
 NAMELESS = {"LicenseRef-Lucent": "gdtoa, parts of MinGW-w64: "}
 
@@ -79,13 +82,16 @@ def needed_by(program):
     return set(re.findall(r"NEEDED.*\[(.*)\]", run("readelf", "-d", program)))
 
 
+def library(name, program):
+    """Where a program finds it on a machine of its kind."""
+    machine = re.search(r"Machine: +(.*)", run("readelf", "-h", program))[1]
+    paths = [f"{top}/lib/{MULTIARCH[machine]}/{name}" for top in ("", "/usr")]
+    return next((path for path in paths if os.path.exists(path)), None) or sys.exit(f"sbom: {name} is not installed")
+
+
 def linked_dynamically(programs):
     """The packages behind the libraries that the programs name themselves."""
-    found = set()
-    for program in programs:
-        paths = dict(re.findall(r"^\s*(\S+) => (\S+) ", run("ldd", program), re.M))
-        found |= {debian_source(paths[name]) for name in needed_by(program)}
-    return found
+    return {debian_source(library(name, program)) for program in programs for name in needed_by(program)}
 
 
 def source_of_archive(path):
