@@ -6,14 +6,22 @@
 
 namespace kor {
 
+namespace {
+
+NceModes ModesOf(const KorText& commandLine) {
+  return {commandLine.Contains(u"SIMULATION"), commandLine.Contains(u"500")};
+}
+
+} // namespace
+
 KorText ModelNameOf(const KorText& commandLine) {
   return commandLine.IsEmpty() ? KorText(kDefaultModelName) : commandLine;
 }
 
 NCEApp::NCEApp(EngineServices engineServices, const KorText& commandLine)
     : DownloadApp(std::move(engineServices), ModelNameOf(commandLine)),
-      simulation(commandLine.Contains(u"SIMULATION")), model500(commandLine.Contains(u"500")) {
-  windowSettings.fileExtension = u"MPG";
+      protocol(WorkerSide(), ModelNameOf(commandLine), ModesOf(commandLine)) {
+  PresetSettings([](LinkSettings& settings) { settings.fileExtension = u"MPG"; });
 }
 
 std::span<const MemberDescription> NCEApp::Members() {
@@ -36,37 +44,15 @@ void NCEApp::Transfer(DiskFile& file) {
 
 void NCEApp::BuildWindow() {
   DownloadApp::BuildWindow();
-  services.window->ShowSpecialButton();
+  Window().ShowSpecialButton();
 }
 
 NCEApp::~NCEApp() {
   StopWorker();
-} // it uses the members that go now
+} // it uses the protocol, which goes now
 
 void NCEApp::BeforeServing() {
-  workerFeatures = windowFeatures;
-}
-
-// --- After a reply ---
-
-// An exchange that something else has ended meanwhile asks for nothing any more.
-void NCEApp::DoWhatWaits() {
-  const Waiting what = std::exchange(waiting, Waiting::Nothing);
-  if (what == Waiting::Listing && Status() == LinkStatus::DirectoryListing) ListDirectory();
-  if (what == Waiting::NextFile && Status() == LinkStatus::Downloading) LoadNextSequentialFile();
-}
-
-// The simulation answers itself.
-void NCEApp::PollIdle() {
-  if (channel.IsSending()) return; // a held line has not taken the last reply yet
-  DoWhatWaits();
-  if (!simulation || Status() == LinkStatus::DownloadWaiting) return;
-  if (Status() == LinkStatus::Waiting) {
-    requestText = u"FH 0000001";
-    DownloadNow();
-  } else {
-    OnAcknowledge();
-  }
+  protocol.SetFeatures(windowFeatures);
 }
 
 } // namespace kor

@@ -1,20 +1,21 @@
 // The controller asks for the list of programs and pages through it.
-#include "app/nce_app.h"
+#include "app/nce_protocol.h"
 
 #include "app/nce_directory.h"
 #include "services/core/app_interface.h"
 
 namespace kor {
 
-void NCEApp::OnDirectoryRequest() {
-  FinishTransfer();
+void NceProtocol::OnDirectoryRequest() {
+  exchange.FinishTransfer();
   EnterStatus(LinkStatus::DirectoryListing);
   Reply(u"Directory of Host Computer\nSelect File. &DH");
   waiting = Waiting::Listing;
 }
 
-void NCEApp::ListDirectory() {
-  auto list = ListNcFiles(App().Files(), workerSettings.downloadPath, workerSettings.fileExtension);
+void NceProtocol::ListDirectory() {
+  auto list = ListNcFiles(App().Files(), exchange.Settings().downloadPath,
+                          exchange.Settings().fileExtension);
   if (!list) {
     EnterStatus(LinkStatus::DirectoryError);
   }
@@ -22,7 +23,7 @@ void NCEApp::ListDirectory() {
   directoryRemaining = directoryList.size();
 }
 
-void NCEApp::SendDirectoryPage() {
+void NceProtocol::SendDirectoryPage() {
   std::size_t at = directoryList.size() - directoryRemaining;
   Reply(DirectoryPage(directoryList, at));
   directoryRemaining = directoryList.size() - at;

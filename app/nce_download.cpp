@@ -1,5 +1,5 @@
 // Host file names, and downloads with their chains of files.
-#include "app/nce_app.h"
+#include "app/nce_protocol.h"
 
 #include <utility>
 
@@ -16,48 +16,48 @@ constexpr int kMostTries = 5;
 
 } // namespace
 
-void NCEApp::ShowNumberTitle() {
-  ShowTitle(modelName + u"  " + numberText);
+void NceProtocol::ShowNumberTitle() {
+  exchange.Status().ShowTitle(modelName + u"  " + numberText);
 }
 
-void NCEApp::ApplyHybridNumber() {
+void NceProtocol::ApplyHybridNumber() {
   const HybridNumber split = SplitHybridNumber(numberText);
   numberText = split.firstSheet;
   hybridLastSheet = split.lastSheet;
 }
 
 // The folder carries its own separator.
-KorText NCEApp::MakePcFileName(const KorText& folder, const SpecialFeatures& features) {
+KorText NceProtocol::MakePcFileName(const KorText& folder, const SpecialFeatures& chosen) {
   numberText = RequestNumber(requestText);
-  if (features.hybridNumber != 0) ApplyHybridNumber();
-  const bool chainOfSheets = features.autoloadSequential != 0 && features.hybridNumber != 0;
-  if (features.stripPcZeros != 0 && !chainOfSheets) numberText = StripLeadingZeros(numberText);
-  pcFilePath = folder + numberText + u"." + workerSettings.fileExtension;
+  if (chosen.hybridNumber != 0) ApplyHybridNumber();
+  const bool chainOfSheets = chosen.autoloadSequential != 0 && chosen.hybridNumber != 0;
+  if (chosen.stripPcZeros != 0 && !chainOfSheets) numberText = StripLeadingZeros(numberText);
+  pcFilePath = folder + numberText + u"." + exchange.Settings().fileExtension;
   ShowNumberTitle();
   return pcFilePath;
 }
 
-KorText NCEApp::MakeModel500FileName(const KorText& folder) {
+KorText NceProtocol::MakeModel500FileName(const KorText& folder) {
   numberText = Model500Name(requestText);
   pcFilePath = folder + numberText; // the name brings its extension
   ShowNumberTitle();
   return pcFilePath;
 }
 
-void NCEApp::OnDownloadRequest(const KorText& line) {
+void NceProtocol::OnDownloadRequest(const KorText& line) {
   requestText = line;
-  board.SetFileName(RequestNumber(line)); // until its file is known
+  Board().SetFileName(RequestNumber(line)); // until its file is known
   looks = 0;
-  DelayDownload();
+  exchange.DelayDownload();
 }
 
-NcProgram::Result NCEApp::OpenProgram(const KorText& path) {
-  board.SetFileName(path);
-  return NamesFile(numberText) ? ReadProgram(path) : NcProgram::Result::CantOpen;
+NcProgram::Result NceProtocol::OpenProgram(const KorText& path) {
+  Board().SetFileName(path);
+  return NamesFile(numberText) ? exchange.ReadProgram(path) : NcProgram::Result::CantOpen;
 }
 
 // What belongs to the download before: a refusal before the first frame must not bring it back.
-void NCEApp::ForgetWaits() {
+void NceProtocol::ForgetWaits() {
   frameText.clear();
   nakCount = 0;
   waiting = Waiting::Nothing;
@@ -65,28 +65,29 @@ void NCEApp::ForgetWaits() {
 }
 
 // False when it was looked often enough; the user is told then.
-bool NCEApp::LookAgain(const KorText& path, std::function<void()> look) {
+bool NceProtocol::LookAgain(const KorText& path, std::function<void()> look) {
   if (looks++ == kMostTries) {
-    TellRefusal(NcProgram::Result::BeingWritten, path);
+    exchange.TellRefusal(NcProgram::Result::BeingWritten, path);
     return false;
   }
-  Delay(kLookPeriod, std::move(look));
+  exchange.Delay(kLookPeriod, std::move(look));
   return true;
 }
 
-void NCEApp::StartDownload() {
-  FinishTransfer();
-  upload.Discard();
+void NceProtocol::StartDownload() {
+  exchange.FinishTransfer();
+  exchange.Upload().Discard();
   ForgetWaits();
-  begun = {workerFeatures, workerSettings.downloadPath, workerSettings.fileExtension};
+  begun = {features, exchange.Settings().downloadPath, exchange.Settings().fileExtension};
   auto opened = NcProgram::Result::CantOpen;
-  if (model500) opened = OpenProgram(MakeModel500FileName(begun.folder));
-  // Only where there is no such file: one that is refused must not bring another program.
+  if (modes.model500) opened = OpenProgram(MakeModel500FileName(begun.folder));
+  // Only where there is no such file: one that is refused must not bring another
+  // exchange.Program().
   if (opened == NcProgram::Result::CantOpen)
     opened = OpenProgram(MakePcFileName(begun.folder, begun.features));
   if (opened == NcProgram::Result::BeingWritten &&
-      LookAgain(pcFilePath, [this] { DownloadNow(); })) {
-    board.SetCount(0);
+      LookAgain(pcFilePath, [this] { exchange.DownloadNow(); })) {
+    Board().SetCount(0);
     EnterStatus(LinkStatus::DownloadWaiting);
     return;
   }
@@ -95,8 +96,8 @@ void NCEApp::StartDownload() {
     Reply(KorText::Format(u"%%%% File %s not found on Host Computer", numberText));
     return;
   }
-  const auto size = static_cast<std::int64_t>(program.FileSize());
-  board.BeginCount(size);
+  const auto size = static_cast<std::int64_t>(exchange.Program().FileSize());
+  Board().BeginCount(size);
   EnterStatus(LinkStatus::DownloadPreparation);
   const std::int32_t number = numberText.ToInteger();
   // Intended: only the form without zeros carries the words.
@@ -106,7 +107,7 @@ void NCEApp::StartDownload() {
     Reply(KorText::Format(u"&LP %09i", number));
 }
 
-void NCEApp::OnAcknowledge() {
+void NceProtocol::OnAcknowledge() {
   nakCount = 0;
   switch (Status()) {
   case LinkStatus::Downloading:
@@ -125,7 +126,7 @@ void NCEApp::OnAcknowledge() {
     break;
   case LinkStatus::DownloadCompleted:
   case LinkStatus::UploadCompleted:
-    if (!simulation) Reply(u"UDL>");
+    if (!modes.simulation) Reply(u"UDL>");
     break;
   default:
     Reply(u">");
@@ -136,10 +137,10 @@ void NCEApp::OnAcknowledge() {
 }
 
 // Whole lines, each followed by "!"; empty lines are never sent.
-std::string NCEApp::NextBlock() {
+std::string NceProtocol::NextBlock() {
   std::string block;
   while (block.size() <= kFullBlock) {
-    const auto line = program.NextLine();
+    const auto line = exchange.Program().NextLine();
     if (!line) break;
     if (line->empty()) continue;
     block += *line;
@@ -148,7 +149,7 @@ std::string NCEApp::NextBlock() {
   return block;
 }
 
-void NCEApp::SendNextFrame() {
+void NceProtocol::SendNextFrame() {
   // A file of an autoload chain without a line to send brings no frame: the file after it answers
   // the same ">", so that the controller never waits for nothing.
   do {
@@ -158,19 +159,19 @@ void NCEApp::SendNextFrame() {
   } while (frameText.empty() && Status() == LinkStatus::Downloading);
 }
 
-void NCEApp::SendFrameOrEnd() {
+void NceProtocol::SendFrameOrEnd() {
   const std::string block = NextBlock();
   frameText.clear();
   if (!block.empty()) {
     frameText = MakeFrame(block);
-    board.AddCount(static_cast<std::int64_t>(block.size()) + 2);
+    Board().AddCount(static_cast<std::int64_t>(block.size()) + 2);
     EnterStatus(LinkStatus::Downloading);
-    ShowProgress(board.Count(), board.Total());
-    channel.SendBytes(frameText);
+    Board().SetProgress(Board().Count(), Board().Total());
+    exchange.Line().SendBytes(frameText);
   }
-  if (!program.AtEnd()) return;
+  if (!exchange.Program().AtEnd()) return;
   looks = 0;
-  if (begun.features.autoloadSequential == 0 || manual.IsRunning())
+  if (begun.features.autoloadSequential == 0 || exchange.IsByHand())
     EndDownload();
   else if (frameText.empty())
     LoadNextSequentialFile();
@@ -178,17 +179,17 @@ void NCEApp::SendFrameOrEnd() {
     waiting = Waiting::NextFile;
 }
 
-void NCEApp::EndDownload() {
-  board.SetCount(board.Total());
-  ShowProgress(board.Total(), board.Total());
+void NceProtocol::EndDownload() {
+  Board().SetCount(Board().Total());
+  Board().SetProgress(Board().Total(), Board().Total());
   EnterStatus(LinkStatus::DownloadCompleted);
   Reply(u"]");
-  FinishTransfer();
+  exchange.FinishTransfer();
 }
 
 // The next file of the chain follows in the same stream: the controller's next ">" brings its first
 // frame, with no end mark between the files.
-void NCEApp::LoadNextSequentialFile() {
+void NceProtocol::LoadNextSequentialFile() {
   fileAwaited = false;
   const auto next = NextNumber(numberText, begun.features, hybridLastSheet);
   if (!next) {
@@ -196,53 +197,54 @@ void NCEApp::LoadNextSequentialFile() {
     return;
   }
   const KorText path = begun.folder + *next + u"." + begun.extension;
-  const NcProgram::Result opened = ReadProgram(path);
+  const NcProgram::Result opened = exchange.ReadProgram(path);
   if (opened == NcProgram::Result::CantOpen) {
     EndDownload();
-    ShowTitle(numberText); // intended: without the model name, as for the files of a chain
+    exchange.Status().ShowTitle(
+        numberText); // intended: without the model name, as for the files of a chain
     return;
   }
   fileAwaited =
       opened == NcProgram::Result::BeingWritten && LookAgain(path, [this] { LookForNextFile(); });
   if (fileAwaited) return;
   if (opened != NcProgram::Result::Read) { // the end mark would say that all is there
-    board.SetFileName(path);
+    Board().SetFileName(path);
     BreakOffDownload();
     return;
   }
   numberText = *next;
   pcFilePath = path;
-  board.SetFileName(path);
-  ShowTitle(numberText);
-  const auto size = static_cast<std::int64_t>(program.FileSize());
-  board.BeginCount(size);
+  Board().SetFileName(path);
+  exchange.Status().ShowTitle(numberText);
+  const auto size = static_cast<std::int64_t>(exchange.Program().FileSize());
+  Board().BeginCount(size);
   EnterStatus(LinkStatus::Downloading);
 }
 
-void NCEApp::LookForNextFile() {
+void NceProtocol::LookForNextFile() {
   if (!fileAwaited || Status() != LinkStatus::Downloading) return;
   LoadNextSequentialFile();
   if (frameIsOwed && Status() == LinkStatus::Downloading) SendNextFrame();
 }
 
-void NCEApp::OnRefuse() {
+void NceProtocol::OnRefuse() {
   if (Status() != LinkStatus::Downloading) return;
   if (frameIsOwed) return; // the last frame was accepted, and the next one is not there yet
   if (++nakCount >= kMostRefusals) {
-    ShowProgress(0, 0);
+    Board().SetProgress(0, 0);
     EnterStatus(LinkStatus::DownloadErrors);
-    FinishTransfer();
+    exchange.FinishTransfer();
     return;
   }
-  channel.SendBytes(frameText);
+  exchange.Line().SendBytes(frameText);
 }
 
-bool NCEApp::LoadTransfer(const KorText& path, std::int64_t& size) {
+bool NceProtocol::LoadTransfer(const KorText& path, std::int64_t& size) {
   ForgetWaits();
-  const NcProgram::Result opened = ReadProgram(path);
-  if (opened == NcProgram::Result::BeingWritten) TellRefusal(opened, path);
+  const NcProgram::Result opened = exchange.ReadProgram(path);
+  if (opened == NcProgram::Result::BeingWritten) exchange.TellRefusal(opened, path);
   if (opened != NcProgram::Result::Read) return false;
-  size = static_cast<std::int64_t>(program.FileSize());
+  size = static_cast<std::int64_t>(exchange.Program().FileSize());
   return true;
 }
 

@@ -40,7 +40,7 @@ void EnableFeatureFields(std::vector<FormField>& fields) {
 void NCEApp::SetFeatures(const SpecialFeatures& changed) {
   windowFeatures = changed;
   KeepSettings();
-  RunOnWorker([this, changed] { workerFeatures = changed; });
+  RunOnWorker([this, changed] { protocol.SetFeatures(changed); });
 }
 
 FormDescription NCEApp::SpecialForm() const {
@@ -75,7 +75,7 @@ void NCEApp::AcceptSpecialForm(const FormDescription& form) {
 
 void NCEApp::SpecialDialog() {
   FormDescription form = SpecialForm();
-  if (services.window->RunForm(form)) AcceptSpecialForm(form);
+  if (Window().RunForm(form)) AcceptSpecialForm(form);
 }
 
 } // namespace kor

@@ -1,5 +1,5 @@
 // Uploads from the controller.
-#include "app/nce_app.h"
+#include "app/nce_protocol.h"
 
 #include <algorithm>
 
@@ -16,30 +16,30 @@ constexpr std::size_t kShortestData = 4;     // length and checksum digits of an
 } // namespace
 
 // Intended: the number is that of the last "FH " request; what follows "TH " plays no part.
-void NCEApp::OnUploadRequest() {
-  FinishTransfer();
-  const KorText path = MakePcFileName(workerSettings.uploadPath, workerFeatures);
-  board.SetFileName(path);
-  if (!NamesFile(numberText) || !OpenUpload(path)) {
-    upload.AwaitEndMark(); // the controller may send its lines all the same
+void NceProtocol::OnUploadRequest() {
+  exchange.FinishTransfer();
+  const KorText path = MakePcFileName(exchange.Settings().uploadPath, features);
+  Board().SetFileName(path);
+  endMarkAwaited = true; // also of a refused one: the controller may send its lines all the same
+  if (!NamesFile(numberText) || !exchange.OpenUpload(path)) {
     EnterStatus(LinkStatus::UploadCantOpen);
     Reply(u"%% Unable to create file on Host Computer");
     return;
   }
-  ShowProgress(0, kUploadRange);
-  BeginUpload(UploadNote(false));
+  Board().SetProgress(0, kUploadRange);
+  exchange.Upload().Begin(UploadNote(false));
   Reply(
       KorText::Format(u"Upload from NCE  in progress. &TH %s", numberText)); // two blanks intended
 }
 
 // A program without a number is a hidden file that no request finds.
-KorText NCEApp::UploadNote(bool isCut) const {
+KorText NceProtocol::UploadNote(bool isCut) const {
   if (isCut) return LookUpText(kTexts.uploadCutShort);
-  if (!numberText.IsEmpty() || manual.IsRunning()) return {};
+  if (!numberText.IsEmpty() || exchange.IsByHand()) return {};
   return KorText::Format(LookUpText(kTexts.uploadWithoutNumber), FileNameOfPath(pcFilePath));
 }
 
-void NCEApp::OnUploadData(const KorText& line) {
+void NceProtocol::OnUploadData(const KorText& line) {
   if (line.Contains(u"]")) {
     OnUploadEnd(line);
     return;
@@ -51,36 +51,36 @@ void NCEApp::OnUploadData(const KorText& line) {
   // Length and checksum digits are stripped and, leniently, not checked.
   std::string data = line.Mid(2, line.Length() - kShortestData).ToBytes();
   std::replace(data.begin(), data.end(), '!', '\n');
-  if (!upload.Write(data)) {
+  if (!exchange.Upload().Write(data)) {
     OnUploadFailed();
     return;
   }
-  CountReceived(line.Length());
-  ShowProgress(std::min(board.Count(), kUploadRange), kUploadRange);
+  exchange.Upload().Count(line.Length());
+  Board().SetProgress(std::min(Board().Count(), kUploadRange), kUploadRange);
   Reply(u">");
 }
 
-void NCEApp::OnUploadFailed() {
-  upload.Discard();
-  ShowProgress(0, 0);
+void NceProtocol::OnUploadFailed() {
+  exchange.Upload().Discard();
+  Board().SetProgress(0, 0);
   EnterStatus(LinkStatus::UploadErrors);
   Reply(u"<");
-  FinishTransfer();
+  exchange.FinishTransfer();
 }
 
 // Intended: "]" in the text of a data line ends the upload, too. What follows such a line is the
 // rest of the same program, and no request.
-void NCEApp::OnUploadEnd(const KorText& line) {
+void NceProtocol::OnUploadEnd(const KorText& line) {
   const bool isCut = line.Contains(u"!");
-  if (!isCut) upload.EndMarkCame();
-  if (!CommitUpload()) {
+  if (!isCut) endMarkAwaited = false;
+  if (!exchange.Upload().Commit()) {
     OnUploadFailed();
     return;
   }
-  ShowProgress(0, 0);
-  EnterStatus(LinkStatus::UploadCompleted, UploadNote(isCut));
+  Board().SetProgress(0, 0);
+  exchange.Status().Enter(LinkStatus::UploadCompleted, UploadNote(isCut));
   Reply(u">");
-  FinishTransfer();
+  exchange.FinishTransfer();
 }
 
 } // namespace kor

@@ -47,11 +47,13 @@ StatusView ViewOf(LinkStatus code, std::int64_t bytes, std::int64_t size) {
 class WindowScenes::SceneApp : public NCEApp {
  public:
   explicit SceneApp(const EngineServices& lent) : NCEApp(lent, {}) {
-    windowSettings.baudrate = u"9600";
-    windowSettings.uploadPath = windowSettings.downloadPath = kFolder;
-    windowSettings.fileExtension = u"MPG";
-    windowSettings.logFile = u"/srv/nc/jobs.log";
-    windowSettings.writeLog = 1;
+    PresetSettings([](LinkSettings& settings) {
+      settings.baudrate = u"9600";
+      settings.uploadPath = settings.downloadPath = kFolder;
+      settings.fileExtension = u"MPG";
+      settings.logFile = u"/srv/nc/jobs.log";
+      settings.writeLog = 1;
+    });
   }
 };
 

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "link/ended_jobs.h"
-#include "link/writer_watch.h"
 #include "services/core/app_interface.h"
 #include "services/core/text_lookup.h"
 
@@ -12,19 +11,13 @@ namespace kor {
 
 namespace {
 
-constexpr const char16_t* kDisplayTimer = u"DownloadApp::DisplayStatus";
 constexpr const char16_t* kPingTimer = u"DownloadApp::PingNow";
 constexpr const char16_t* kEndOfServeTimer = u"DownloadApp::EndOfServe";
 constexpr const char16_t* kXonTimer = u"DownloadApp::TestXon";
-constexpr const char16_t* kDownloadTimer = u"DownloadApp::DownloadNow";
-constexpr double kDisplayPeriod = 0.1; // seconds
 constexpr double kPingPeriod = 1.0;
 constexpr double kEndOfServePeriod = 5.0;
 constexpr double kXonPeriod = 3.0;
-constexpr double kAnswerPatience = 5.0;             // seconds for a look at a folder
-constexpr double kUploadPatience = 60.0;            // seconds without a line until the user is told
 constexpr std::size_t kJobBytes = 500;              // of an ended job that waits to be written
-constexpr std::int64_t kLargestChunk = 100;         // characters of one feed
 constexpr std::chrono::milliseconds kPatience(400); // with a thread that is to end
 
 KorText LogFailure() {
@@ -35,27 +28,8 @@ KorText SilentFolder() {
   return LookUpText(kTexts.folderSilent);
 }
 
-KorText AnswerTimer(int question) {
-  return KorText::Format(u"DownloadApp::Answer %i", question);
-}
-
 double Now() {
   return App().HighResolutionSeconds();
-}
-
-// What to do about it; empty where nothing is known.
-KorText RemedyOf(PortTrouble trouble) {
-  switch (trouble) {
-  case PortTrouble::NotThere:
-    return LookUpText(kTexts.plugInAdapter);
-  case PortTrouble::InUse:
-    return LookUpText(kTexts.closeOtherProgram);
-  case PortTrouble::NotAllowed:
-    return LookUpText(kTexts.deviceNotAllowed);
-  case PortTrouble::Other:
-    break;
-  }
-  return {};
 }
 
 } // namespace
@@ -72,22 +46,25 @@ DownloadApp::DownloadApp() : DownloadApp(NoServices(), {}) {
 
 DownloadApp::DownloadApp(EngineServices engineServices, const KorText& name)
     : services(std::move(engineServices)), windowCaption(u"Download Application (2)"),
-      modelName(name), board([this](const EndedJob& job) { WriteJobLine(job); }),
-      store(windowSettings, services.cncFolder,
-            [this](const KorText& caption, const KorText& text) {
-              ShowMessage(caption, text, MessageStyle::Exclamation);
-            }),
-      log(logWriter, [this] { TellLogFailure(); }), feed(*services.window),
-      monitor([this] { PostToWindow([this] { services.window->AppendMonitor(monitor.Take()); }); }),
-      channel(*services.port, App().Clock(), board, log, monitor, *this), manual(*services.window) {
+      modelName(name), store(windowSettings, services.cncFolder,
+                             [this](const KorText& caption, const KorText& text) {
+                               ShowMessage(caption, text, MessageStyle::Exclamation);
+                             }),
+      board([this](const EndedJob& job) { WriteJobLine(job); }), display(board, timers),
+      looks(timers), log(logWriter, [this] { TellLogFailure(); }), feed(*services.window),
+      monitor([this] {
+        PostToWindow(WindowFeed::Kind::Task,
+                     [this](FormDialog& window) { window.AppendMonitor(monitor.Take()); });
+      }),
+      exchange({*services.port, *services.window, timers, board, display, log, monitor, modelName},
+               *this, *this) {
   services.window->SetTitle(windowCaption);
 }
 
 DownloadApp::~DownloadApp() {
   StopWorker();
   gone = true;
-  for (SideThread& looker : folderLooks)
-    looker.Finish();
+  looks.Finish();
   logWriter.Finish();
   if (logsFor) logsFor->SetLogWriter({});
 }
@@ -98,18 +75,17 @@ void DownloadApp::StopWorker() {
 
 // --- Life ---
 
-void DownloadApp::CreateTimer(const char16_t* name, double period, bool started,
-                              void (DownloadApp::*action)()) {
-  timers.Create(name, period, Now(), started, [this, action] { (this->*action)(); });
+void DownloadApp::CreateTimer(const char16_t* name, double period, void (DownloadApp::*action)()) {
+  timers.Create(name, period, Now(), false, [this, action] { (this->*action)(); });
 }
 
 void DownloadApp::SetUpServices() {
-  CreateTimer(kDisplayTimer, kDisplayPeriod, true, &DownloadApp::DisplayStatus);
-  CreateTimer(kPingTimer, kPingPeriod, false, &DownloadApp::Ping);
-  CreateTimer(kEndOfServeTimer, kEndOfServePeriod, false, &DownloadApp::EndOfServe);
+  display.Begin([this] { DisplayStatus(); });
+  CreateTimer(kPingTimer, kPingPeriod, &DownloadApp::Ping);
+  CreateTimer(kEndOfServeTimer, kEndOfServePeriod, &DownloadApp::EndOfServe);
   timers.Create(kXonTimer, kXonPeriod, Now(), false, [this] {
     timers.Stop(kXonTimer);
-    RunOnWorker([this] { channel.ReleaseController(); });
+    RunOnWorker([this] { exchange.Line().ReleaseController(); });
   });
 }
 
@@ -120,15 +96,12 @@ void DownloadApp::StartSideThreads() {
   });
   if (!services.startWorker) return;
   logWriter.Start();
-  for (SideThread& looker : folderLooks)
-    looker.Start();
+  looks.Start();
 }
 
 bool DownloadApp::LookAside(const std::function<void()>& look) {
-  return std::ranges::any_of(folderLooks, [&](SideThread& looker) {
-    return looker.Add(1, [this, look] {
-      if (!ending && !gone) look();
-    });
+  return looks.Add([this, look] {
+    if (!exchange.IsEnding() && !gone) look();
   });
 }
 
@@ -137,14 +110,14 @@ void DownloadApp::BuildWindow() {
   store.SetName(modelName);
   jobsPath = store.PathBeside(u".jobs");
   store.Load([this] { return LoadSettings(); });
-  workerSettings = windowSettings;
+  exchange.TakeSettings(windowSettings);
   log.SetJobLog(windowSettings.logFile, windowSettings.writeLog != 0);
   board.SetMachine(windowSettings.machineName, windowSettings.dncServerRole > 0);
   store.ClearAway();
   LookAside([folder = windowSettings.uploadPath] { UploadFile::ClearAway(folder); });
-  SetStatus(LinkStatus::Waiting);
+  exchange.Status().Set(LinkStatus::Waiting);
   OpenPort(0);
-  UpdateStatus();
+  exchange.Status().Update();
   BeforeServing();
   ReadJobsOfToday([this](const std::vector<EndedJob>& jobs) {
     if (!jobs.empty()) services.window->ShowEarlierJobs(jobs);
@@ -178,9 +151,9 @@ void DownloadApp::Transfer(DiskFile& file) {
 
 // By the worker, which may be given up: files that are slow must not hold the end.
 void DownloadApp::FinishServing() {
-  if (!ending) return;
-  tasks.Run(); // what was asked for before the end is still done
-  CancelNow(); // whoever ends the program breaks a transfer off
+  if (!exchange.IsEnding()) return;
+  tasks.Run();       // what was asked for before the end is still done
+  exchange.Cancel(); // whoever ends the program breaks a transfer off
 }
 
 void DownloadApp::Terminate() {
@@ -189,25 +162,24 @@ void DownloadApp::Terminate() {
   for (const char16_t* timer : {kXonTimer, kEndOfServeTimer, kPingTimer})
     timers.Delete(timer);
   tasks.Close();
-  ending = true;
+  exchange.BeginEnd();
   workerStuck = worker && !worker->Stop(kPatience);
   if (workerStuck) {
     SaveSettings();
     log.StopTrace(u"Application Terminated");
     StopSideThreads();
     // Last, while nothing more is opened: the worker may come back to the port at any time.
-    channel.Close();
+    exchange.Line().Close();
     return;
   }
   StopWorker();
   FinishServing(); // where there was no worker
-  timers.Delete(kDisplayTimer);
-  timers.Delete(kDownloadTimer);
-  channel.Close();
+  display.End();
+  exchange.Line().Close();
   KeepSettings();
   log.StopTrace(u"Application Terminated");
   workerStuck = !StopSideThreads();
-  manual.HideEndDialogs();
+  HideEndDialogs(*services.window);
 }
 
 // A folder that is still looked at keeps nobody waiting as long as all the rest takes.
@@ -215,10 +187,7 @@ bool DownloadApp::StopSideThreads() {
   const auto until = std::chrono::steady_clock::now() + kPatience;
   const bool written = logWriter.Stop(until);
   if (written && logsFor) logsFor->SetLogWriter({});
-  bool ended = written;
-  for (SideThread& looker : folderLooks)
-    ended = looker.Stop(until) && ended;
-  return ended;
+  return looks.Stop(until) && written;
 }
 
 void DownloadApp::RunDueTimers() {
@@ -227,8 +196,8 @@ void DownloadApp::RunDueTimers() {
 
 // --- Between the threads ---
 
-void DownloadApp::PostToWindow(std::function<void()> task) {
-  feed.Add(WindowFeed::Kind::Task, std::move(task));
+void DownloadApp::PostToWindow(WindowFeed::Kind kind, std::function<void(FormDialog&)> show) {
+  feed.Add(kind, [this, show = std::move(show)] { show(*services.window); });
 }
 
 void DownloadApp::RunOnWorker(std::function<void()> task) {
@@ -237,76 +206,41 @@ void DownloadApp::RunOnWorker(std::function<void()> task) {
 
 bool DownloadApp::Poll() {
   const bool worked = tasks.Run();
-  const bool moved = channel.Poll();
-  WatchUpload();
+  const bool moved = exchange.Poll();
   logWriter.Wake(); // behind the reply
-  KeepDisplaying();
+  display.Keep();
   if (!services.startWorker && !moved) {
-    for (SideThread& looker : folderLooks)
-      looker.RunHere();
+    looks.RunHere();
     logWriter.RunHere();
   }
   return moved || worked;
 }
 
 void DownloadApp::WaitIdle() {
-  if (!tasks.IsWaiting()) services.port->WaitReadable(channel.IdleWait());
+  if (!tasks.IsWaiting()) services.port->WaitReadable(exchange.Line().IdleWait());
 }
 
 void DownloadApp::ChangeSettings(const std::function<void(LinkSettings&)>& change) {
   store.Change(change);
   KeepSettings();
   log.SetJobLog(windowSettings.logFile, windowSettings.writeLog != 0);
-  RunOnWorker([this, changed = windowSettings] { workerSettings = changed; });
+  RunOnWorker([this, changed = windowSettings] { exchange.TakeSettings(changed); });
+}
+
+void DownloadApp::RememberPath(const KorText& path) {
+  PostToWindow(WindowFeed::Kind::Task, [this, path](FormDialog&) {
+    ChangeSettings([&](LinkSettings& changed) { RememberFile(path, changed); });
+  });
 }
 
 void DownloadApp::ShowMessage(const KorText& caption, const KorText& text, MessageStyle style) {
-  feed.Add(WindowFeed::Kind::Message,
-           [this, caption, text, style] { services.window->ShowMessage(caption, text, style); });
+  PostToWindow(WindowFeed::Kind::Message, [caption, text, style](FormDialog& window) {
+    window.ShowMessage(caption, text, style);
+  });
 }
-
-// --- Port ---
 
 void DownloadApp::OpenPort(int noSoftwareFlow) {
-  // The channel forgets what was on its way: what came after the gap would be taken for the rest.
-  AbandonExchange();
-  channel.Open(workerSettings, modelName, noSoftwareFlow > 0);
-  if (!channel.IsOpen()) {
-    SetStatus(LinkStatus::NoLink);
-  } else if (Status() == LinkStatus::NoLink) {
-    SetStatus(LinkStatus::Waiting);
-  }
-}
-
-void DownloadApp::ReportPortFailure(const KorText& caption, const KorText& systemText) {
-  ShowMessage(caption, KorText::Format(u"%s\n%s", workerSettings.port, systemText),
-              MessageStyle::Information);
-}
-
-void DownloadApp::OnPortTrouble(PortTrouble trouble, const KorText& systemText) {
-  const KorText remedy = RemedyOf(trouble);
-  const KorText sentence = systemText.EndsWith(u".") ? systemText : systemText + u".";
-  board.SetLinkReason(remedy.IsEmpty() ? sentence : sentence + u" " + remedy);
-}
-
-void DownloadApp::ShowTitle(const KorText& title) {
-  feed.Add(WindowFeed::Kind::Title, [this, title] { services.window->SetTitle(title); });
-}
-
-// The exchange that was running is over; its job is logged before the link shows as gone.
-void DownloadApp::OnLinkLost() {
-  AbandonExchange();
-  EnterStatus(LinkStatus::NoLink);
-}
-
-void DownloadApp::OnOverRun() {
-  AbandonExchange();
-  EnterStatus(LinkStatus::OverRun);
-}
-
-void DownloadApp::OnLinkBack() {
-  AbandonExchange();
-  EnterStatus(LinkStatus::Waiting);
+  exchange.OpenPort(noSoftwareFlow > 0);
 }
 
 // --- The running exchange ---
@@ -317,41 +251,20 @@ std::optional<KorText> DownloadApp::RunningExchange() {
   return view.line;
 }
 
-void DownloadApp::EndExchange(LinkStatus downloadCode, LinkStatus uploadCode) {
-  const bool uploading = Status() == LinkStatus::Uploading;
-  const bool running = StopDelay() || IsExchange(Status());
-  upload.Discard();
-  if (running) {
-    EnterStatus(uploading ? uploadCode : downloadCode);
-  }
-  ShowProgress(0, 0);
-  FinishTransfer();
-}
-
-void DownloadApp::AbandonExchange() {
-  EndExchange(LinkStatus::DownloadErrors, LinkStatus::UploadErrors);
-}
-
 void DownloadApp::CancelExchange() {
-  RunOnWorker([this] {
-    if (downloadDelayed || IsExchange(Status()))
-      CancelNow();
-    else
-      ShowMessage(LookUpText(kTexts.cancelTransfer), LookUpText(kTexts.noTransferRuns),
-                  MessageStyle::Information);
-  });
+  RunOnWorker([this] { exchange.CancelRunning(); });
 }
 
 void DownloadApp::CancelDownload() {
-  RunOnWorker([this] {
-    if (Status() == LinkStatus::Downloading) CancelNow();
-  });
+  RunOnWorker([this] { exchange.CancelWhile(LinkStatus::Downloading); });
 }
 
 void DownloadApp::CancelUpload() {
-  RunOnWorker([this] {
-    if (Status() == LinkStatus::Uploading) CancelNow();
-  });
+  RunOnWorker([this] { exchange.CancelWhile(LinkStatus::Uploading); });
+}
+
+void DownloadApp::CompleteUpload() {
+  RunOnWorker([this] { exchange.CompleteUpload(); });
 }
 
 KorText DownloadApp::WhatRuns() {
@@ -364,7 +277,7 @@ KorText DownloadApp::WhatRuns() {
 
 bool DownloadApp::MayStart(const KorText& caption) {
   KorText why = WhatRuns();
-  if (Status() == LinkStatus::NoLink) why = LookUpText(kTexts.noLinkForJob);
+  if (board.Code() == LinkStatus::NoLink) why = LookUpText(kTexts.noLinkForJob);
   if (!why.IsEmpty()) ShowMessage(caption, why, MessageStyle::Exclamation);
   return why.IsEmpty();
 }
@@ -379,28 +292,12 @@ void DownloadApp::StartOnWorker(const KorText& caption, std::function<void()> ta
 
 // --- Status ---
 
-void DownloadApp::UpdateStatus() {
-  const LinkStatus code = Status();
-  // Between two changes the display timer shows the counters; a reply does not wait for that.
-  if (code == shownCode && !EndsJob(code)) return;
-  shownCode = code;
-  board.TellJobs();
-  feed.Add(WindowFeed::Kind::Status,
-           [this, view = board.TakeView()] { services.window->ShowStatus(view); });
-}
-
-void DownloadApp::KeepDisplaying() {
-  if (board.IsChanged() && !displaying.exchange(true)) timers.Start(kDisplayTimer, Now());
-}
-
 // Changes that wait to be shown come first: the newest state must not overtake them.
 void DownloadApp::DisplayStatus() {
   feed.Show();
   // The rate of a transfer is to be seen to fall when nothing moves.
-  if (!board.TakeChange() && !IsExchange(Status())) {
-    timers.Stop(kDisplayTimer);
-    displaying = false;
-    KeepDisplaying(); // of what has changed since
+  if (!board.TakeChange() && !IsExchange(board.Code())) {
+    display.Rest();
     return;
   }
   const StatusView view = board.TakeView();
@@ -411,7 +308,7 @@ void DownloadApp::DisplayStatus() {
 void DownloadApp::WriteJobLine(const EndedJob& job) {
   EndedJob ended = job;
   ended.time = App().LocalTime();
-  feed.Add(WindowFeed::Kind::Job, [this, ended] { services.window->ShowEndedJob(ended); });
+  PostToWindow(WindowFeed::Kind::Job, [ended](FormDialog& window) { window.ShowEndedJob(ended); });
   logWriter.Add(kJobBytes, [this, ended] {
     if (!jobsPath.IsEmpty()) AddEndedJob(jobsPath, ended);
   });
@@ -420,20 +317,18 @@ void DownloadApp::WriteJobLine(const EndedJob& job) {
 
 void DownloadApp::TellLogFailure() {
   if (gone) return;
-  PostToWindow([this] { services.window->ShowTracing(log.IsTracing()); });
+  PostToWindow(WindowFeed::Kind::Task,
+               [this](FormDialog& window) { window.ShowTracing(log.IsTracing()); });
   ShowMessage(LookUpText(kTexts.log), LogFailure(), MessageStyle::Exclamation);
 }
 
 void DownloadApp::Ping() {
   if (pingText.IsEmpty()) return;
-  RunOnWorker([this, text = pingText] { channel.SendText(text); });
+  RunOnWorker([this, text = pingText] { exchange.Line().SendText(text); });
 }
 
 void DownloadApp::EndOfServe() {
-  RunOnWorker([this] {
-    if (Status() == LinkStatus::Uploading) CancelNow();
-    EnterStatus(LinkStatus::Waiting);
-  });
+  RunOnWorker([this] { exchange.Settle(LinkStatus::Waiting); });
   if (windowSettings.dncSynchronisation > 0 && windowSettings.dncServerRole == 0) DncClientStep();
 }
 
@@ -441,8 +336,7 @@ void DownloadApp::ReadyForServing() {
   const bool synchronised = windowSettings.dncSynchronisation > 0;
   const bool client = synchronised && windowSettings.dncServerRole == 0;
   RunOnWorker([this, client] {
-    if (Status() == LinkStatus::Uploading) CancelNow();
-    EnterStatus(client ? LinkStatus::ClientNoServer : LinkStatus::Waiting);
+    exchange.Settle(client ? LinkStatus::ClientNoServer : LinkStatus::Waiting);
   });
   services.window->SetJobButtons(synchronised ? JobButtons::Hidden : JobButtons::Enabled);
   if (client)
@@ -482,29 +376,14 @@ void DownloadApp::LookAtForm(const FormDescription& edited,
   const auto refuse = [edited, before = windowSettings, done] {
     done(RefusePlaces(edited, before, SilentFolder()));
   };
-  const int question = AwaitAnswer(refuse);
+  const int question = looks.Await(refuse);
   const bool taken = LookAside([this, edited, before = windowSettings, question, done] {
-    PostToWindow([this, question, done, refusals = LookAtPlaces(edited, before)] {
-      if (TakeAnswer(question)) done(refusals);
-    });
+    PostToWindow(WindowFeed::Kind::Task,
+                 [this, question, done, refusals = LookAtPlaces(edited, before)](FormDialog&) {
+                   if (looks.Take(question)) done(refusals);
+                 });
   });
-  if (!taken && TakeAnswer(question)) refuse();
-}
-
-int DownloadApp::AwaitAnswer(const std::function<void()>& refuse) {
-  const int question = ++questions;
-  ++unanswered;
-  timers.Create(AnswerTimer(question), kAnswerPatience, Now(), true, [this, question, refuse] {
-    if (TakeAnswer(question)) refuse();
-  });
-  return question;
-}
-
-bool DownloadApp::TakeAnswer(int question) {
-  if (!timers.IsStarted(AnswerTimer(question))) return false;
-  timers.Delete(AnswerTimer(question));
-  --unanswered;
-  return true;
+  if (!taken && looks.Take(question)) refuse();
 }
 
 void DownloadApp::LookAndAcceptSettings(const FormDescription& form,
@@ -544,7 +423,7 @@ KorText DownloadApp::AcceptSettings(const FormDescription& form) {
 void DownloadApp::ReopenPort() {
   RunOnWorker([this] {
     OpenPort(0);
-    UpdateStatus();
+    exchange.Status().Update();
   });
 }
 
@@ -561,241 +440,44 @@ bool DownloadApp::SetHandshake(bool rtsCts, bool dtrDsr) {
   return true;
 }
 
-// --- Delayed download ---
-
-bool DownloadApp::StopDelay() {
-  timers.Delete(kDownloadTimer);
-  return std::exchange(downloadDelayed, false);
-}
-
-void DownloadApp::DelayDownload() {
-  StopDelay();
-  FinishTransfer(); // the request takes the place of what ran
-  if (workerSettings.sendSot != 0) channel.SendCharacter(workerSettings.sotCharacter, false);
-  if (workerSettings.transmitDelay < 1) {
-    DownloadNow();
-    return;
-  }
-  App().DebugOutput(
-      KorText::Format(u"Download delayed for %i second(s).\n", workerSettings.transmitDelay));
-  board.SetCount(0);
-  EnterStatus(LinkStatus::DownloadWaiting);
-  Delay(workerSettings.transmitDelay, [this] { DownloadNow(); });
-}
-
-void DownloadApp::Delay(double seconds, std::function<void()> task) {
-  downloadDelayed = true;
-  // Only the worker deletes the timer: here it could be a newer request's by now.
-  timers.Create(kDownloadTimer, seconds, Now(), true,
-                [this, mine = ++delays, then = std::move(task)] {
-                  RunOnWorker([this, mine, then] {
-                    if (mine == delays && StopDelay()) then();
-                  });
-                });
-}
-
-void DownloadApp::DownloadNow() {
-  StopDelay();
-  SetStatus(LinkStatus::DownloadPreparation);
-  StartDownload();
-}
-
 // --- Manual transfer ---
 
 void DownloadApp::ChooseDownloadFile() {
-  if (!MayStart(ManualTransfer::SendCaption())) return;
-  if (const auto chosen = manual.ChooseToSend(windowSettings, CurrentStatus().fileName))
+  if (!MayStart(SendCaption())) return;
+  if (const auto chosen =
+          ChooseFileToSend(*services.window, windowSettings, CurrentStatus().fileName))
     SendFile(*chosen);
 }
 
 void DownloadApp::ChooseUploadFile() {
-  if (!MayStart(ManualTransfer::ReceiveCaption())) return;
-  if (const auto chosen = manual.ChooseToReceive(windowSettings, CurrentStatus().fileName))
+  if (!MayStart(ReceiveCaption())) return;
+  if (const auto chosen =
+          ChooseFileToReceive(*services.window, windowSettings, CurrentStatus().fileName))
     ReceiveFile(*chosen);
 }
 
 void DownloadApp::SendFile(const KorText& path) {
-  StartOnWorker(ManualTransfer::SendCaption(),
-                [this, full = App().AbsolutePath(path)] { StartSend(full); });
-}
-
-void DownloadApp::StartSend(const KorText& path) {
-  if (ending) return;
-  AbandonExchange();
-  board.SetFileName(path);
-  std::int64_t size = 0;
-  if (!LoadTransfer(path, size)) {
-    EnterStatus(LinkStatus::DownloadCantOpen);
-    return;
-  }
-  board.BeginCount(size);
-  EnterStatus(LinkStatus::Downloading);
-  PostToWindow([this, path] {
-    ChangeSettings([&](LinkSettings& changed) { ManualTransfer::Remember(path, changed); });
-  });
-  manual.Begin(EndDialog::Download, modelName + u"  " + path);
-}
-
-bool DownloadApp::LoadTransfer(const KorText& path, std::int64_t& size) {
-  const WriterWatch watch(path);
-  SimpleFile file(path);
-  const bool opened = !watch.IsHeld() && NcProgram::Open(file) == NcProgram::Result::Read;
-  const auto bytes = opened ? file.ReadAll() : std::nullopt;
-  if (watch.SawWriter()) {
-    TellRefusal(NcProgram::Result::BeingWritten, path);
-    return false;
-  }
-  if (!bytes) return false;
-  size = static_cast<std::int64_t>(bytes->size());
-  channel.SetSendSource(std::string(bytes->begin(), bytes->end()));
-  return true;
-}
-
-void DownloadApp::PollIdle() {
-  if (Status() != LinkStatus::Downloading) return;
-  if (channel.SendPosition() < channel.SendLength()) {
-    // About a sixteenth of a second of line time.
-    const std::int64_t chunk =
-        std::min<std::int64_t>(workerSettings.baudrate.ToInteger() / 8 / 2, kLargestChunk);
-    if (!channel.QueueCharacters(chunk)) return;
-    const auto sent = static_cast<std::int64_t>(channel.SendPosition());
-    board.SetCount(sent);
-    ShowProgress(sent, static_cast<std::int64_t>(channel.SendLength()));
-    return;
-  }
-  ShowProgress(1, 1);
-  EnterStatus(LinkStatus::DownloadCompleted);
-  FinishTransfer();
-}
-
-void DownloadApp::FinishTransfer() {
-  program.Clear();
-  channel.SetSendSource({});
-  manual.End();
+  StartOnWorker(SendCaption(), [this, full = App().AbsolutePath(path)] { exchange.Send(full); });
 }
 
 void DownloadApp::ReceiveFile(const KorText& path) {
-  StartOnWorker(ManualTransfer::ReceiveCaption(),
-                [this, full = App().AbsolutePath(path)] { StartReceive(full); });
-}
-
-void DownloadApp::StartReceive(const KorText& path) {
-  AbandonExchange();
-  if (!OpenUpload(path)) {
-    EnterStatus(LinkStatus::UploadCantOpen);
-    return;
-  }
-  BeginUpload();
-  manual.Begin(EndDialog::Upload, modelName + u"  " + path);
-}
-
-void DownloadApp::ProcessReceived() {
-  if (Status() == LinkStatus::Uploading && upload.IsOpen()) {
-    const std::string_view bytes = channel.Received();
-    const bool stored = upload.Write(bytes);
-    CountReceived(bytes.size());
-    if (!stored) {
-      upload.Discard();
-      EnterStatus(LinkStatus::UploadErrors);
-      FinishTransfer();
-    }
-  }
-  if (Status() != LinkStatus::LoopbackFailure) channel.DiscardReceived();
-}
-
-void DownloadApp::CompleteUpload() {
-  RunOnWorker([this] {
-    const KorText caption = LookUpText(kTexts.uploadEnd);
-    if (Status() != LinkStatus::Uploading) {
-      ShowMessage(caption, LookUpText(kTexts.nothingReceived), MessageStyle::Information);
-      return;
-    }
-    if (!manual.IsRunning()) {
-      ShowMessage(caption, LookUpText(kTexts.onlyControllerCompletes), MessageStyle::Exclamation);
-      return;
-    }
-    ShowProgress(0, 0);
-    EnterStatus(CommitUpload() ? LinkStatus::UploadCompleted : LinkStatus::UploadErrors);
-    FinishTransfer();
-  });
-}
-
-// --- Transfer file ---
-
-bool DownloadApp::OpenUpload(const KorText& path) {
-  board.SetFileName(path);
-  if (!upload.Open(path)) return false;
-  StopDelay(); // a download that waits for it would break into the upload
-  return true;
-}
-
-void DownloadApp::BeginUpload(const KorText& note) {
-  board.SetCount(0);
-  uploadNote = note;
-  uploadMoved = Now();
-  uploadStands = false;
-  EnterStatus(LinkStatus::Uploading, note);
-}
-
-void DownloadApp::CountReceived(std::size_t bytes) {
-  board.AddCount(static_cast<std::int64_t>(bytes));
-  uploadMoved = Now();
-  if (uploadStands) ShowUploadNote(false);
-}
-
-// An upload whose end mark never comes waits for ever: whoever looks at the PC is told what to do.
-void DownloadApp::WatchUpload() {
-  if (uploadStands || Status() != LinkStatus::Uploading) return;
-  if (Now() - uploadMoved >= kUploadPatience) ShowUploadNote(true);
-}
-
-void DownloadApp::ShowUploadNote(bool standsStill) {
-  uploadStands = standsStill;
-  KorText note = uploadNote;
-  if (standsStill)
-    note = KorText::Format(LookUpText(kTexts.uploadStands), services.window->CancelName());
-  board.SetNote(note);
-  shownCode.reset(); // the code is the same, but the window shall show it at once
-  UpdateStatus();
-}
-
-bool DownloadApp::CommitUpload() {
-  if (upload.IsOpen()) board.SetCount(static_cast<std::int64_t>(upload.Size()));
-  return upload.Commit();
-}
-
-NcProgram::Result DownloadApp::ReadProgram(const KorText& path) {
-  const NcProgram::Result result = program.Read(path);
-  if (result != NcProgram::Result::BeingWritten) TellRefusal(result, path);
-  return result;
-}
-
-void DownloadApp::TellRefusal(NcProgram::Result result, const KorText& path) {
-  using enum NcProgram::Result;
-  KorText why;
-  if (result == LineTooLong) why = LookUpText(kTexts.notAsciiFile);
-  if (result == Damaged) why = KorText::Format(LookUpText(kTexts.programDamaged), path);
-  if (result == TooLarge) why = KorText::Format(LookUpText(kTexts.programTooLarge), path);
-  if (result == BeingWritten) why = KorText::Format(LookUpText(kTexts.programStillWritten), path);
-  if (!why.IsEmpty()) ShowMessage(u"Error", why, MessageStyle::Exclamation);
+  StartOnWorker(ReceiveCaption(),
+                [this, full = App().AbsolutePath(path)] { exchange.Receive(full); });
 }
 
 // --- Line tests and logs ---
 
 void DownloadApp::LoopbackTest() {
   StartOnWorker(LookUpText(kTexts.loopBackTest), [this] {
-    timers.Stop(kDisplayTimer); // the waiting status stands until the test has begun
-    AbandonExchange();
-    EnterStatus(LinkStatus::Waiting);
-    channel.StartLoopbackTest();
-    displaying = true;
-    timers.Start(kDisplayTimer, Now());
+    display.Pause(); // the waiting status stands until the test has begun
+    exchange.StartLoopbackTest();
+    display.Resume();
   });
 }
 
 void DownloadApp::XonXoffTest() {
   StartOnWorker(LookUpText(kTexts.xonXoffTest), [this] {
-    channel.HoldController();
+    exchange.Line().HoldController();
     timers.Start(kXonTimer, Now());
   });
 }
@@ -816,7 +498,8 @@ void DownloadApp::StartTrace(const KorText& path) {
 bool DownloadApp::ReadJobsOfToday(std::function<void(const std::vector<EndedJob>&)> show) {
   return logWriter.Add(1, [this, show = std::move(show)] {
     if (gone) return;
-    PostToWindow([show, jobs = ReadJobsOfDay(jobsPath, App().LocalTime())] { show(jobs); });
+    PostToWindow(WindowFeed::Kind::Task, [show, jobs = ReadJobsOfDay(jobsPath, App().LocalTime())](
+                                             FormDialog&) { show(jobs); });
   });
 }
 
@@ -824,11 +507,11 @@ void DownloadApp::AskJobsOfToday(std::function<void(const std::vector<EndedJob>&
   const auto refuse = [this] {
     ShowMessage(LookUpText(kTexts.log), SilentFolder(), MessageStyle::Exclamation);
   };
-  const int question = AwaitAnswer(refuse);
+  const int question = looks.Await(refuse);
   const bool asked = ReadJobsOfToday([this, question, show = std::move(show)](const auto& jobs) {
-    if (TakeAnswer(question)) show(jobs);
+    if (looks.Take(question)) show(jobs);
   });
-  if (!asked && TakeAnswer(question)) refuse();
+  if (!asked && looks.Take(question)) refuse();
 }
 
 void DownloadApp::StopTrace() {

@@ -1,20 +1,19 @@
 // DownloadApp: the generic serial download application: the form dialog and stored object on which
-// the settings store, the serial channel and its worker, the timers, the link status, the transfer
-// files and both logs hang together. A derived application supplies the controller's protocol by
-// overriding the virtual operations.
+// the settings store, the exchange with its worker, the timers, the link status and both logs hang
+// together. A derived application supplies the controller's protocol by overriding the virtual
+// operations.
 //
 // Made once by main, which also owns the port and the window that it is lent.
 //
 // Threads. The window's thread runs the operations under "Window" and the timers. The worker
-// (CommsMonitor) runs Poll and everything that touches the channel, the transfer file or the
-// protocol's state; the window reaches those by RunOnWorker, whose tasks run before the next poll,
-// so the window never waits for the worker or the line. The worker reaches the window by
+// (CommsMonitor) runs Poll and all of Exchange and of the protocol, which it calls by the
+// operations under "Worker"; the window reaches those by RunOnWorker, whose tasks run before the
+// next poll, so the window never waits for the worker or the line. The worker reaches the window by
 // FormDialog::Post. What may wait for a disk and is no program that was asked for, side threads do:
 // one writes the logs, in order; the others look at folders, one each, so that none waits for one
 // that hangs.
 #pragma once
 
-#include <array>
 #include <atomic>
 #include <cstdint>
 #include <functional>
@@ -23,17 +22,17 @@
 #include "files/storable.h"
 #include "link/comms_log.h"
 #include "link/comms_monitor.h"
+#include "link/exchange.h"
+#include "link/folder_looks.h"
 #include "link/link_settings.h"
-#include "link/manual_transfer.h"
 #include "link/monitor_feed.h"
-#include "link/nc_program.h"
+#include "link/plain_protocol.h"
 #include "link/port/no_port.h"
-#include "link/serial_channel.h"
 #include "link/settings_store.h"
 #include "link/side_thread.h"
 #include "link/status_board.h"
+#include "link/status_display.h"
 #include "link/task_queue.h"
-#include "link/upload_file.h"
 #include "link/window_feed.h"
 #include "ui/form_dialog.h"
 #include "ui/no_window.h"
@@ -57,7 +56,7 @@ struct EngineServices {
 // Of an object that is never run.
 EngineServices NoServices();
 
-class DownloadApp : public Storable, protected ChannelHost {
+class DownloadApp : public Storable, private ExchangeHost, private ProtocolHooks {
  public:
   static constexpr std::uint32_t kClassId = 100091201;
 
@@ -67,8 +66,7 @@ class DownloadApp : public Storable, protected ChannelHost {
   DownloadApp(EngineServices engineServices, const KorText& modelName);
   ~DownloadApp() override;
 
-  // --- Operations for a derived application, in slot order
-  // -------------------------------------------
+  // --- Operations for a derived application, in slot order ---
   virtual void SetUpServices();
   // Loads the settings, opens the port, starts the worker. An override calls this first.
   virtual void BuildWindow();
@@ -81,26 +79,26 @@ class DownloadApp : public Storable, protected ChannelHost {
   // line, and less than half a second for the worker, and as long for the logs: then IsWorkerStuck.
   virtual void Terminate();
   virtual void Ping();
-  virtual void ProcessReceived(); // worker: consumes what has arrived
-  virtual void PollIdle();        // worker: after every write step
-  virtual void StartDownload() {} // worker
-  virtual bool LoadSettings();    // false when no stored record could be read
+  void ProcessReceived() override { plain.ProcessReceived(); } // worker: consumes what has arrived
+  void PollIdle() override { plain.PollIdle(); }               // worker: after every write step
+  void StartDownload() override {}                             // worker
+  virtual bool LoadSettings(); // false when no stored record could be read
   virtual bool SaveSettings();
   virtual void DncServerStep() {}
   virtual void DncClientStep() {}
 
-  // --- Storable
-  // --------------------------------------------------------------------------------------
+  // --- Storable ---
   std::uint32_t ClassId() const override { return kClassId; }
   void Transfer(DiskFile& file) override;
   static std::span<const MemberDescription> Members();
 
-  // --- Window
-  // -----------------------------------------------------------------------------------------
+  // --- Window ---
   const KorText& ModelName() const { return modelName; }
   const LinkSettings& Settings() const { return windowSettings; } // the window's copy
   StatusView CurrentStatus() { return board.TakeView(); }
-  LineErrors CurrentLineErrors() const { return channel.Errors(); } // since the port was opened
+  LineErrors CurrentLineErrors() const { return exchange.Errors(); } // since the port was opened
+  const KorText& WindowCaption() const { return windowCaption; }     // until the port is opened
+  static KorText HelpFile() { return u"comshelp.hlp"; }
   TimerQueue& Timers() { return timers; }
   void RunDueTimers();
   FormDescription SettingsForm(); // lent to a front end: it lives as long as this
@@ -140,8 +138,7 @@ class DownloadApp : public Storable, protected ChannelHost {
   void SetMonitorShown(bool shown) { monitor.SetShown(shown); }
   void ReadyForServing();
 
-  // --- Worker
-  // ------------------------------------------------------------------------------------------
+  // --- Worker ---
   // After Terminate. The worker, or a side thread, still uses this object, so the program has to
   // end without destroying it.
   bool IsWorkerStuck() const { return workerStuck; }
@@ -150,106 +147,40 @@ class DownloadApp : public Storable, protected ChannelHost {
   void WaitIdle();
   // Any thread. The task runs on the worker before its next poll; dropped when the worker has
   // ended.
-  void RunOnWorker(std::function<void()> task);
+  void RunOnWorker(std::function<void()> task) override;
   // Any thread. So many tasks wait that no more should be given for the time being, or something
   // that was asked for has not been answered.
-  bool IsBehind() { return tasks.IsBehind() || unanswered > 0; }
+  bool IsBehind() { return tasks.IsBehind() || looks.IsAwaited(); }
 
  protected:
-  // ChannelHost, on the worker
-  void ConsumeReceived() override { ProcessReceived(); }
-  void FeedTransmitter() override { PollIdle(); }
-  void ReportPortFailure(const KorText& caption, const KorText& systemText) override;
-  void OnPortTrouble(PortTrouble trouble, const KorText& systemText) override;
-  void ShowTitle(const KorText& title) override;
-  void OnLinkLost() override;
-  void OnLinkBack() override;
-  void OnOverRun() override;
-
-  LinkStatus Status() const { return board.Code(); }
-  void SetStatus(LinkStatus code) {
-    board.Set(code);
-    KeepDisplaying();
+  // Worker. The engine sends a chosen file's bytes as they are; an application that sends lines
+  // reads those instead.
+  bool LoadTransfer(const KorText& path, std::int64_t& size) override {
+    return plain.LoadTransfer(path, size);
   }
-  void EnterStatus(LinkStatus code, const KorText& note = {}) {
-    board.Set(code, note);
-    UpdateStatus();
-  }
-  // Forms the status line (with its job-log line) and has the window show it at once.
-  void UpdateStatus();
-  void ShowProgress(std::int64_t position, std::int64_t range) {
-    board.SetProgress(position, range);
-  }
-  // Sends SOT, then starts the download after the transmit delay.
-  void DelayDownload();
-  void DownloadNow();
-  // Runs the task on the worker after so many seconds, unless StopDelay or another delay is sooner.
-  void Delay(double seconds, std::function<void()> task);
-  void ShowMessage(const KorText& caption, const KorText& text, MessageStyle style);
-  void PostToWindow(std::function<void()> task);
-
-  // Makes a chosen file ready to be sent; false when it can't be read. The engine sends its bytes
-  // as they are; an application that sends lines reads those instead.
-  virtual bool LoadTransfer(const KorText& path, std::int64_t& size);
-  bool OpenUpload(const KorText& path); // safe write beside the target
-  // The upload that was opened runs from now on; the note stands beside its status.
-  void BeginUpload(const KorText& note = {});
-  void CountReceived(std::size_t bytes); // of the upload that runs
-  // The received program replaces the target. False when it could not be stored whole.
-  bool CommitUpload();
-  // Reads the file's lines. A refusal leaves the program empty; the user is told of it, except that
-  // somebody writes the file, which may be over in a moment.
-  NcProgram::Result ReadProgram(const KorText& path);
-  void TellRefusal(NcProgram::Result result, const KorText& path);
-  // After a transfer, however it ended: lets go of its memory and of the windows of a manual job.
-  void FinishTransfer();
-  // An exchange that can't go on ends as an error: a part of an upload is removed, a delayed
-  // download does not start, the job is logged.
-  void AbandonExchange();
+  void AwaitUpload() override {}
   // On the window's thread, when everything is ready and the worker has not started yet.
   virtual void BeforeServing() {}
+
+  Exchange& WorkerSide() { return exchange; }
+  FormDialog& Window() { return *services.window; }
   void StopWorker();
-  bool IsEnding() const { return ending; } // nothing more is begun
-  // The window's copy and the worker's change together, and the record is saved.
+  // Window's thread. The window's copy before it is loaded.
+  void PresetSettings(const std::function<void(LinkSettings&)>& change) { store.Change(change); }
+  // Window's thread. The window's copy and the worker's change together, and the record is saved.
   void ChangeSettings(const std::function<void(LinkSettings&)>& change);
   // Window's thread. Saves the record; a failure is reported once, until a save succeeds again.
   void KeepSettings();
-
-  const EngineServices services;
-  KorText windowCaption; // of the window until the port is opened
-  KorText helpFile = u"comshelp.hlp";
-  KorText modelName;
-  KorText pingText;            // sent by the ping timer when not empty
-  LinkSettings windowSettings; // the window's: edited and stored
-  LinkSettings workerSettings; // the worker's: replaced between two polls
-  StatusBoard board;
+  void SetPingText(const KorText& text) { pingText = text; } // the ping timer sends it
 
  private:
-  SettingsStore store;
-  SideThread logWriter{CommsLog::kMostWaiting, std::chrono::milliseconds(10)};
-  // Each does one thing at a time, which counts as one byte.
-  std::array<SideThread, 3> folderLooks{SideThread(1), SideThread(1), SideThread(1)};
-  CommsLog log;
-  WindowFeed feed;
-  MonitorFeed monitor;
+  // ExchangeHost
+  void PostToWindow(WindowFeed::Kind kind, std::function<void(FormDialog&)> show) override;
+  void RememberPath(const KorText& path) override;
 
- protected:
-  SerialChannel channel;
-  NcProgram program; // lines of the file being sent
-  UploadFile upload;
-  ManualTransfer manual;
-
- private:
+  void ShowMessage(const KorText& caption, const KorText& text, MessageStyle style);
   void DisplayStatus();
-  // Any thread. The display timer runs only while there is something to show.
-  void KeepDisplaying();
   void EndOfServe();
-  // Ends the exchange that runs, or is about to, with one of the two codes.
-  void EndExchange(LinkStatus downloadCode, LinkStatus uploadCode);
-  void CancelNow() { EndExchange(LinkStatus::DownloadCancelled, LinkStatus::UploadCancelled); }
-  bool StopDelay(); // true when a download was waiting
-  void WatchUpload();
-  void ShowUploadNote(bool standsStill);
   // Any thread. The first is an empty text when nothing speaks against it; the second shows why
   // not.
   KorText WhatRuns();
@@ -258,8 +189,6 @@ class DownloadApp : public Storable, protected ChannelHost {
   // now.
   void StartOnWorker(const KorText& caption, std::function<void()> task);
   void ReopenPort();
-  void StartSend(const KorText& path);
-  void StartReceive(const KorText& path);
   void FinishServing();
   void StartSideThreads();
   bool StopSideThreads(); // false when one has not ended in time
@@ -267,34 +196,34 @@ class DownloadApp : public Storable, protected ChannelHost {
   bool LookAside(const std::function<void()>& look); // false when all are busy
   using Refusals = std::vector<FieldRefusal>;
   void LookAtForm(const FormDescription& edited, const std::function<void(const Refusals&)>& done);
-  // Window's thread. A question to a side thread is answered by whoever takes the answer first:
-  // what the thread has found, or refuse after five seconds.
-  int AwaitAnswer(const std::function<void()>& refuse);
-  bool TakeAnswer(int question); // false when it has been taken
   bool ReadJobsOfToday(std::function<void(const std::vector<EndedJob>&)> show);
   void TellLogFailure();
   void WriteJobLine(const EndedJob& job);
-  void CreateTimer(const char16_t* name, double period, bool started,
-                   void (DownloadApp::*action)());
+  void CreateTimer(const char16_t* name, double period, void (DownloadApp::*action)());
 
+  const EngineServices services;
+  KorText windowCaption;
+  const KorText modelName;
+  KorText pingText;
+  LinkSettings windowSettings; // edited and stored; the exchange has a copy
+  SettingsStore store;
   TimerQueue timers;
+  StatusBoard board;
+  StatusDisplay display;
+  SideThread logWriter{CommsLog::kMostWaiting};
+  FolderLooks looks;
+  CommsLog log;
+  WindowFeed feed;
+  MonitorFeed monitor;
+  Exchange exchange;
+  PlainProtocol plain{exchange};
   TaskQueue tasks;
   std::unique_ptr<CommsMonitor> worker;
-  std::atomic<bool> displaying{true};  // the display timer runs
-  std::optional<LinkStatus> shownCode; // worker: last status posted to the window
-  bool downloadDelayed = false;        // worker: the transmit delay runs
-  std::uint32_t delays = 0;            // worker: how many transmit delays have begun
-  KorText uploadNote;                  // worker: beside the status of the upload that runs
-  double uploadMoved = 0;              // worker: seconds, when it last brought something
-  bool uploadStands = false;           // worker: the user has been told that it stands still
-  bool terminated = false;             // window
-  bool workerStuck = false;            // window
-  KorText jobsPath;                    // of the file of ended jobs; set before the worker starts
-  std::atomic<int> unanswered{0};      // questions to the side threads
-  int questions = 0;                   // window: so many were asked
-  AppInterface* logsFor = nullptr;     // window: whose log the writer's thread writes, too
-  std::atomic<bool> ending{false};
-  std::atomic<bool> gone{false}; // nothing more is posted
+  bool terminated = false;         // window
+  bool workerStuck = false;        // window
+  KorText jobsPath;                // of the file of ended jobs; set before the worker starts
+  AppInterface* logsFor = nullptr; // window: whose log the writer's thread writes, too
+  std::atomic<bool> gone{false};   // nothing more is posted
 };
 
 } // namespace kor

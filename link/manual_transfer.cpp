@@ -20,34 +20,34 @@ KorText FileFilters(const KorText& kind, const KorText& extension) {
                          LookUpText(kTexts.allFiles));
 }
 
-KorText ManualTransfer::SendCaption() {
+KorText SendCaption() {
   return LookUpText(kTexts.sendNcFile);
 }
 
-KorText ManualTransfer::ReceiveCaption() {
+KorText ReceiveCaption() {
   return LookUpText(kTexts.receiveNcFile);
 }
 
-std::optional<KorText> ManualTransfer::ChooseToSend(const LinkSettings& settings,
-                                                    const KorText& currentFile) {
+std::optional<KorText> ChooseFileToSend(FormDialog& window, const LinkSettings& settings,
+                                        const KorText& currentFile) {
   return window.ChooseFile(NcFile(FileChoice::Kind::Open, LookUpText(kTexts.openNcFile),
                                   settings.downloadPath, currentFile, settings.fileExtension));
 }
 
-std::optional<KorText> ManualTransfer::ChooseToReceive(const LinkSettings& settings,
-                                                       const KorText& currentFile) {
+std::optional<KorText> ChooseFileToReceive(FormDialog& window, const LinkSettings& settings,
+                                           const KorText& currentFile) {
   return window.ChooseFile(NcFile(FileChoice::Kind::Save, LookUpText(kTexts.saveNcFileAs),
                                   settings.uploadPath, currentFile, settings.fileExtension));
 }
 
-void ManualTransfer::Remember(const KorText& path, LinkSettings& settings) {
+void RememberFile(const KorText& path, LinkSettings& settings) {
   const std::size_t nameStart = FolderOfPath(path).Length();
   const std::size_t dot = path.FindLast(u'.');
   settings.downloadPath = path.Left(nameStart);
   if (dot != KorText::kNone && dot > nameStart) settings.fileExtension = path.Mid(dot + 1);
 }
 
-void ManualTransfer::HideEndDialogs() {
+void HideEndDialogs(FormDialog& window) {
   window.ShowEndDialog(EndDialog::Download, false);
   window.ShowEndDialog(EndDialog::Upload, false);
 }
@@ -66,7 +66,7 @@ void ManualTransfer::End() {
   if (!running) return;
   running = false;
   window.Post([this] {
-    HideEndDialogs();
+    HideEndDialogs(window);
     window.SetJobButtons(JobButtons::Enabled);
   });
 }

@@ -1,8 +1,5 @@
-// ManualTransfer: what the window shows and asks of a transfer that is begun by hand: the file
-// dialogs, where they open the next time, the end dialogs and the job buttons. Owned by
-// DownloadApp.
-//
-// Threads: Begin and End run on the worker, everything else on the window's thread.
+// A transfer that is begun by hand: the file dialogs, where they open the next time, the end
+// dialogs and the job buttons.
 #pragma once
 
 #include <optional>
@@ -12,28 +9,33 @@
 
 namespace kor {
 
+// Any thread.
+KorText SendCaption();
+KorText ReceiveCaption();
+
+// Window's thread. The name of the current file is filled in. Nothing when the user chose none.
+std::optional<KorText> ChooseFileToSend(FormDialog& window, const LinkSettings& settings,
+                                        const KorText& currentFile);
+std::optional<KorText> ChooseFileToReceive(FormDialog& window, const LinkSettings& settings,
+                                           const KorText& currentFile);
+// Intended: the next dialog opens where this file lay and filters for its kind. The path is a whole
+// one.
+void RememberFile(const KorText& path, LinkSettings& settings);
+void HideEndDialogs(FormDialog& window);
+
+// The windows of a manual transfer that runs. Owned by Exchange. Worker's thread.
 class ManualTransfer {
  public:
   explicit ManualTransfer(FormDialog& formDialog) : window(formDialog) {}
 
-  static KorText SendCaption();
-  static KorText ReceiveCaption();
-  // The name of the current file is filled in. Nothing when the user chose none.
-  std::optional<KorText> ChooseToSend(const LinkSettings& settings, const KorText& currentFile);
-  std::optional<KorText> ChooseToReceive(const LinkSettings& settings, const KorText& currentFile);
-  // Intended: the next dialog opens where this file lay and filters for its kind. The path is a
-  // whole one.
-  static void Remember(const KorText& path, LinkSettings& settings);
-  void HideEndDialogs();
-
   void Begin(EndDialog which, const KorText& title);
   // However it ended; nothing for a transfer that the controller began.
   void End();
-  bool IsRunning() const { return running; } // worker
+  bool IsRunning() const { return running; }
 
  private:
   FormDialog& window;
-  bool running = false; // worker: an end dialog is shown
+  bool running = false; // an end dialog is shown
 };
 
 // "NC files (*.EXT)|*.EXT|All Files (*.*)|*.*"

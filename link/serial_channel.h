@@ -2,7 +2,7 @@
 // configures it from the settings, polls it, moves bytes between the device and its buffers,
 // honours holds, echoes the traffic to the monitor and the trace, and runs the two line tests.
 //
-// Owned by DownloadApp. Threads: everything runs on the thread that polls (CommsMonitor once it
+// Owned by Exchange. Threads: everything runs on the thread that polls (CommsMonitor once it
 // runs, before that the window's), except where another is named. What other threads may look at,
 // status, counts and lamps, it puts on the StatusBoard.
 //

@@ -8,7 +8,6 @@ namespace kor {
 
 bool UploadFile::Open(const KorText& path) {
   Discard();
-  endMarkAwaited = true;
   auto opened = std::make_unique<KorFile>(path);
   opened->ReplaceLinks();
   if (!opened->OpenSafe(kFileWrite)) return false;

@@ -1,5 +1,5 @@
 // UploadFile: the file that an upload fills, written beside its target, which it replaces when it
-// is complete. Owned by DownloadApp. Worker's thread, but for ClearAway.
+// is complete. Owned by RunningUpload. Worker's thread, but for ClearAway.
 #pragma once
 
 #include <cstdint>
@@ -21,19 +21,12 @@ class UploadFile {
   bool Commit();
   void Discard();
 
-  // An upload has begun, or was refused, whose end mark has not come. The controller may still send
-  // the rest of it after the upload has ended on this side.
-  bool IsEndMarkAwaited() const { return endMarkAwaited; }
-  void AwaitEndMark() { endMarkAwaited = true; }
-  void EndMarkCame() { endMarkAwaited = false; }
-
   // Removes what a killed program left of its uploads to the folder. Any
   // thread; an upload that runs keeps its part.
   static void ClearAway(const KorText& folder);
 
  private:
   std::unique_ptr<KorFile> file;
-  bool endMarkAwaited = false;
 };
 
 } // namespace kor

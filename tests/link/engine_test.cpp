@@ -1259,14 +1259,12 @@ TEST_F(PlainEngineTest, ItsCaptionStandsUntilThePortIsOpened) {
   struct Plain : DownloadApp {
     Plain() = default;
     explicit Plain(const EngineServices& lent) : DownloadApp(lent, u"PLAIN") {}
-    using DownloadApp::helpFile;
-    using DownloadApp::windowCaption;
   };
-  EXPECT_EQ(Plain().windowCaption, u"Download Application (1)");
+  EXPECT_EQ(Plain().WindowCaption(), u"Download Application (1)");
   link.form.title.Clear();
   const Plain plain(link.Services());
   EXPECT_EQ(link.form.title, u"Download Application (2)");
-  EXPECT_EQ(plain.helpFile, u"comshelp.hlp");
+  EXPECT_EQ(plain.HelpFile(), u"comshelp.hlp");
 }
 
 TEST_F(PlainEngineTest, ABaudTextThatIsNoNumberSendsNothing) {

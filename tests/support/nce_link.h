@@ -16,7 +16,9 @@ class WatchedNce : public NCEApp {
  public:
   using NCEApp::NCEApp;
   void DncClientStep() override { ++clientSteps; }
-  std::uint64_t HeldBytes() const { return program.FileSize() + channel.SendLength(); }
+  std::uint64_t HeldBytes() {
+    return WorkerSide().Program().FileSize() + WorkerSide().Line().SendLength();
+  }
   void SetDnc(std::int32_t synchronisation, std::int32_t serverRole) {
     ChangeSettings([&](LinkSettings& changed) {
       changed.dncSynchronisation = synchronisation;

@@ -1,5 +1,7 @@
 // Which line is which request, and what answers those that transfer nothing.
-#include "app/nce_app.h"
+#include "app/nce_protocol.h"
+
+#include <utility>
 
 namespace kor {
 
@@ -20,14 +22,14 @@ bool IsRequest(const KorText& line) {
 
 } // namespace
 
-void NCEApp::Reply(const KorText& text) {
-  channel.SendText(KorText::Format(u"%s%c", text, static_cast<char16_t>(kCarriageReturn)));
+void NceProtocol::Reply(const KorText& text) {
+  exchange.Line().SendText(KorText::Format(u"%s%c", text, static_cast<char16_t>(kCarriageReturn)));
 }
 
-void NCEApp::ProcessReceived() {
+void NceProtocol::ProcessReceived() {
   // A reply that the line has not taken yet holds back the next request.
-  while (!channel.IsReplyWaiting() && !IsEnding()) {
-    const auto line = channel.ExtractLine(kCarriageReturn, false);
+  while (!exchange.Line().IsReplyWaiting() && !exchange.IsEnding()) {
+    const auto line = exchange.Line().ExtractLine(kCarriageReturn, false);
     if (!line) return;
     if (line->empty()) return; // intended: what follows an empty line waits for the next call
     Dispatch(KorText::FromBytes(*line));
@@ -37,11 +39,11 @@ void NCEApp::ProcessReceived() {
 // Lines of a program hold "!", requests don't. What still comes of an upload that has ended on this
 // side is refused until its end mark or a request: a comment such as "(DEPTH 5)" holds the text of
 // one. What is neither ends nothing: it may be the end of a torn line. True when it was refused.
-bool NCEApp::RefuseRest(const KorText& line) {
-  if (!upload.IsEndMarkAwaited()) return false;
+bool NceProtocol::RefuseRest(const KorText& line) {
+  if (!endMarkAwaited) return false;
   const bool isData = line.Contains(u"!");
   const bool isEndMark = !isData && IsBareEndMark(line);
-  if (isEndMark || (!isData && IsRequest(line))) upload.EndMarkCame();
+  if (isEndMark || (!isData && IsRequest(line))) endMarkAwaited = false;
   if (!isData && !isEndMark) return false;
   BreakOffDownload(); // a file that is sent by hand meanwhile
   Reply(u"<");
@@ -49,7 +51,7 @@ bool NCEApp::RefuseRest(const KorText& line) {
 }
 
 // The first test that holds decides; each looks for its text anywhere in the line.
-void NCEApp::Dispatch(const KorText& line) {
+void NceProtocol::Dispatch(const KorText& line) {
   DoWhatWaits();
   if (Status() == LinkStatus::Uploading) {
     OnUploadData(line);
@@ -80,16 +82,38 @@ void NCEApp::Dispatch(const KorText& line) {
   }
 }
 
-void NCEApp::BreakOffDownload() {
+void NceProtocol::BreakOffDownload() {
   if (Status() != LinkStatus::Downloading) return;
   EnterStatus(LinkStatus::DownloadErrors);
-  FinishTransfer();
+  exchange.FinishTransfer();
 }
 
-void NCEApp::OnLoopTest() {
-  FinishTransfer(); // it takes the place of a download that ran; so below
+void NceProtocol::OnLoopTest() {
+  exchange.FinishTransfer(); // it takes the place of a download that ran; so below
   EnterStatus(LinkStatus::LoopBackTest);
   Reply(u"ABCDEFGHIJKLMNOPQRSTUVWXYZ");
+}
+
+// --- After a reply ---
+
+// An exchange that something else has ended meanwhile asks for nothing any more.
+void NceProtocol::DoWhatWaits() {
+  const Waiting what = std::exchange(waiting, Waiting::Nothing);
+  if (what == Waiting::Listing && Status() == LinkStatus::DirectoryListing) ListDirectory();
+  if (what == Waiting::NextFile && Status() == LinkStatus::Downloading) LoadNextSequentialFile();
+}
+
+// The simulation answers itself.
+void NceProtocol::PollIdle() {
+  if (exchange.Line().IsSending()) return; // a held line has not taken the last reply yet
+  DoWhatWaits();
+  if (!modes.simulation || Status() == LinkStatus::DownloadWaiting) return;
+  if (Status() == LinkStatus::Waiting) {
+    requestText = u"FH 0000001";
+    exchange.DownloadNow();
+  } else {
+    OnAcknowledge();
+  }
 }
 
 } // namespace kor
