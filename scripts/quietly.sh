@@ -2,13 +2,13 @@
 # Sourced by the scripts that build; they stand in the tree's root and have pipefail set.
 #
 # quietly NAME COMMAND...: keeps what the command prints in build/logs/NAME.log and shows the end of that when the
-# command fails. On a terminal the line in which ninja counts its steps is shown meanwhile.
+# command fails. On a terminal the line in which ninja counts its steps is shown meanwhile, behind the name.
 quietly() {
-  local log=build/logs/$1.log result=0
+  local name=$1 log=build/logs/$1.log result=0
   shift
   mkdir -p build/logs
   if [ -t 2 ]; then
-    "$@" </dev/null 2>&1 | show_steps "$log" || result=$?
+    "$@" </dev/null 2>&1 | show_steps "$name" "$log" || result=$?
   else
     "$@" </dev/null >"$log" 2>&1 || result=$?
   fi
@@ -18,14 +18,15 @@ quietly() {
   return $result
 }
 
-# Copies its input to the file and shows each line that begins with "[" in place of the one before.
+# Copies its input to the file and shows the name, and behind it each line that begins with "[" in place of the one before.
 show_steps() {
   local line width
   width=$(tput cols 2>/dev/null || echo 80)
+  printf '%s' "$1" >&2
   while IFS= read -r line; do
     printf '%s\n' "$line"
-    [[ $line != \[* ]] || printf '\r\033[K%.*s' $((width - 1)) "$line" >&2
-  done >"$1"
+    [[ $line != \[* ]] || printf '\r\033[K%.*s' $((width - 1)) "$1 $line" >&2
+  done >"$2"
   printf '\r\033[K' >&2
 }
 
