@@ -31,6 +31,7 @@ EngineServices HostServices(SerialPort& port, FormDialog& window, const KorText&
   services.window = &window;
   services.cncFolder = cncFolder;
   services.probePort = IsSerialPortFree;
+  services.nameDevice = SerialDeviceBehind;
   return services;
 }
 

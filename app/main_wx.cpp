@@ -196,10 +196,8 @@ void WindowRun::Show() {
 }
 
 bool WindowRun::MayClose() {
-  if (!app.RunningExchange()) return true;
-  if (asking) return false;
-  asking = true;
-  const bool yes = Ask(window, LookUpText(kTexts.endTransferAndCloseQuestion));
+  if (std::exchange(asking, true)) return false;
+  const bool yes = Ask(window, CloseQuestion(app.CurrentStatus()));
   asking = false;
   return yes;
 }

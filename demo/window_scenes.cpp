@@ -86,6 +86,9 @@ void WindowScenes::Open() {
   services.window = &frontEnd;
   services.startWorker = false;
   services.probePort = [](const KorText& name) { return name < u"COM4"; };
+  services.nameDevice = [](const KorText& name) {
+    return u"/dev/serial/by-id/usb-FTDI_FT232R_USB_UART_A50285BI-if00-port" + name.Mid(3);
+  };
   app = std::make_unique<SceneApp>(services);
   window = new MainWindow(*app, app->ModelName());
   frontEnd.Attach(*window, *app);
@@ -209,19 +212,18 @@ void WindowScenes::PlayMonitor() {
 void WindowScenes::PlayForms() {
   FormDescription settings = app->SettingsForm(), refused = settings, special = app->SpecialForm();
   const auto look = [this](FormDescription& form, std::string_view name) {
-    LookAtModal(name, [&] { FormWindow(window, form).Run(); });
+    LookAtModal(name, [&] { FormWindow(window, form, [](wxWindow*) {}).Run(); });
   };
   look(settings, "settings");
   refused.check = [](FormDescription& form) {
     for (const char16_t* key : {u"upload-path", u"file-extension", u"log-file"}) {
       FormField& field = *form.Find(key);
       field.problem =
-          FieldRefusal{key, field.label, field.value, LookUpText(kTexts.acceptedFolders)}.Reason(
-              field.label);
+          FieldRefusal{key, field.label, field.value, LookUpText(kTexts.acceptedFolders)}
+              .BesideField();
     }
-    form.obstacle =
-        KorText::Format(LookUpText(kTexts.transferRuns), LookUpText(kTexts.cancelTransfer),
-                        ViewOf(LinkStatus::Downloading, 960, kSize).line);
+    form.obstacle = KorText::Format(LookUpText(kTexts.transferRunsHere),
+                                    ViewOf(LinkStatus::Downloading, 960, kSize).headline);
   };
   look(refused, "settings-refused");
   look(special, "special");
@@ -250,7 +252,14 @@ void WindowScenes::PlayMessages() {
                                        ViewOf(LinkStatus::Downloading, 960, kSize).line),
                        MessageStyle::Exclamation);
   newest("warning");
-  LookAtModal("question", [this] { Ask(window, LookUpText(kTexts.endTransferQuestion)); });
+  const StatusView sending = ViewOf(LinkStatus::Downloading, 960, kSize);
+  const std::pair<const char*, Question> questions[] = {
+      {"question-end", EndQuestion(sending)},
+      {"question-close", CloseQuestion(ViewOf(LinkStatus::Waiting, 0, 0))},
+      {"question-close-sending", CloseQuestion(sending)},
+      {"question-loopback", LoopbackQuestion()}};
+  for (const auto& [name, question] : questions)
+    LookAtModal(name, [&] { Ask(window, question); });
 }
 
 } // namespace kor::demo

@@ -267,12 +267,17 @@ void DownloadApp::CompleteUpload() {
   RunOnWorker([this] { exchange.CompleteUpload(); });
 }
 
-KorText DownloadApp::WhatRuns() {
+// It counts nothing: asked for again it is the same.
+std::optional<KorText> DownloadApp::RunningHeadline() {
   const StatusView view = board.TakeView();
-  if (!IsExchange(view.code)) return {};
-  // The headline, which counts nothing: asked for again the text is the same.
-  return KorText::Format(LookUpText(kTexts.transferRuns), services.window->CancelName(),
-                         view.headline);
+  if (!IsExchange(view.code)) return std::nullopt;
+  return view.headline;
+}
+
+KorText DownloadApp::WhatRuns() {
+  const std::optional<KorText> running = RunningHeadline();
+  if (!running) return {};
+  return KorText::Format(LookUpText(kTexts.transferRuns), services.window->CancelName(), *running);
 }
 
 bool DownloadApp::MayStart(const KorText& caption) {
@@ -347,20 +352,34 @@ void DownloadApp::ReadyForServing() {
 
 // --- Settings ---
 
+namespace {
+
+KorText NamedPort(const KorText& name, const KorText& device) {
+  return device.IsEmpty() ? name : name + u" \u2013 " + device;
+}
+
+} // namespace
+
 FormDescription DownloadApp::SettingsForm() {
   FormDescription form =
       MakeSettingsForm(windowSettings, OfferedPorts(windowSettings.port, services.probePort));
+  FormField& port = *form.Find(u"port");
+  if (services.nameDevice)
+    for (const KorText& name : port.choices)
+      port.shown.push_back(NamedPort(name, services.nameDevice(name)));
   form.check = [this](FormDescription& edited) {
-    edited.obstacle = WhatRuns();
+    const std::optional<KorText> running = RunningHeadline();
+    edited.obstacle =
+        !running ? KorText() : KorText::Format(LookUpText(kTexts.transferRunsHere), *running);
     for (FormField& field : edited.fields)
       field.problem.Clear();
     for (const FieldRefusal& refusal : CheckSettingsForm(edited, windowSettings))
-      edited.Find(refusal.key)->problem = refusal.Reason(refusal.label);
+      edited.Find(refusal.key)->problem = refusal.BesideField();
   };
   form.look = [this](const FormDescription& edited, const FormDescription::Looked& done) {
     LookAtForm(edited, [looked = edited, done](const Refusals& refusals) mutable {
       for (const FieldRefusal& refusal : refusals)
-        looked.Find(refusal.key)->problem = refusal.Reason(refusal.label);
+        looked.Find(refusal.key)->problem = refusal.BesideField();
       done(looked);
     });
   };

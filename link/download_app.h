@@ -51,6 +51,8 @@ struct EngineServices {
   KorText cncFolder;                             // default of both NC folders
   bool startWorker =
       true; // and the side threads; tests poll by hand, which does what they would do
+  // The device that a port name stands for, as the user knows it; empty: no other than the port.
+  std::function<KorText(const KorText&)> nameDevice{};
 };
 
 // Of an object that is never run.
@@ -183,6 +185,7 @@ class DownloadApp : public Storable, private ExchangeHost, private ProtocolHooks
   void EndOfServe();
   // Any thread. The first is an empty text when nothing speaks against it; the second shows why
   // not.
+  std::optional<KorText> RunningHeadline();
   KorText WhatRuns();
   bool MayStart(const KorText& caption);
   // Runs the task on the worker unless an exchange or the lack of a link is in its way, then or

@@ -87,29 +87,38 @@ const CodeField kCodeFields[] = {
     {kTexts.eotCharacter, u"eot-character", &LinkSettings::eotCharacter},
 };
 
-// A box of the form and what it frames.
+// A box of the form and what it frames, on one of the pages.
 struct FieldGroup {
+  UserText page;
   UserText label;
   std::vector<UserText> fields; // by their labels
 };
 
-// In groups, each in the order of its list.
+// The fields in the order of the groups, which is that of the controls' making, too.
 void SetGroups(std::vector<FormField>& fields) {
   static const FieldGroup kGroups[] = {
-      {kTexts.serialLineGroup,
+      {kTexts.linePage,
+       kTexts.serialLineGroup,
        {kTexts.port, kTexts.baudRate, kTexts.parity, kTexts.dataBits, kTexts.stopBits,
         kTexts.flowControl}},
-      {kTexts.programsGroup, {kTexts.uploadPath, kTexts.downloadPath, kTexts.fileExtension}},
-      {kTexts.startAndEndGroup,
+      {kTexts.linePage,
+       kTexts.startAndEndGroup,
        {kTexts.sendSot, kTexts.sotCharacter, kTexts.sendEot, kTexts.eotCharacter}},
-      {kTexts.delaysGroup, {kTexts.characterDelay, kTexts.lineDelay, kTexts.transmitDelay}},
-      {kTexts.jobLog, {kTexts.logFile, kTexts.writeLog}},
+      {kTexts.filesPage,
+       kTexts.programsGroup,
+       {kTexts.uploadPath, kTexts.downloadPath, kTexts.fileExtension}},
+      {kTexts.linePage,
+       kTexts.delaysGroup,
+       {kTexts.characterDelay, kTexts.lineDelay, kTexts.transmitDelay}},
+      {kTexts.filesPage, kTexts.jobLog, {kTexts.logFile, kTexts.writeLog}},
   };
   auto next = fields.begin();
   for (const FieldGroup& group : kGroups)
     for (const UserText& label : group.fields) {
       const auto field = std::ranges::find(next, fields.end(), label.number, &FormField::number);
       std::rotate(next, field, field + 1);
+      next->pageNumber = group.page.number;
+      next->page = LookUpText(group.page);
       next->groupNumber = group.label.number;
       next->group = LookUpText(group.label);
       ++next;
@@ -400,6 +409,10 @@ std::vector<FieldRefusal> ReadEditedFields(const FormDescription& form, LinkSett
 KorText FieldRefusal::Reason(const KorText& name) const {
   if (!whole.IsEmpty()) return whole;
   return KorText::Format(LookUpText(kTexts.settingRefused), name, value, accepted);
+}
+
+KorText FieldRefusal::BesideField() const {
+  return whole.IsEmpty() ? KorText::Format(LookUpText(kTexts.acceptedValues), accepted) : whole;
 }
 
 std::vector<FieldRefusal> CheckSettingsForm(const FormDescription& form,

@@ -82,6 +82,8 @@ struct FieldRefusal {
 
   // name: what the reader knows the field by, its label or its key.
   KorText Reason(const KorText& name) const;
+  // Where the field and its value stand above it.
+  KorText BesideField() const;
 };
 // Every edited field that can't work, in the form's order: values that no list holds, an extension
 // with a dot, an empty port. No folder is looked at.

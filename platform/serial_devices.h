@@ -25,6 +25,9 @@ struct SerialDevice {
 
 // By kind and number.
 std::vector<SerialDevice> ListSerialDevices();
+// What the port stands for, as the user knows it: "/dev/serial/by-id/usb-...", on Windows the name
+// that its driver gives it, such as "USB Serial Port"; empty where that is no other than the port.
+KorText SerialDeviceBehind(const KorText& port);
 // Whether the port of that name, as the settings have it, is there and could be opened now.
 bool IsSerialPortFree(const KorText& name);
 // Their paths alone. Opens none: may be asked every second while other programs use them.

@@ -77,6 +77,8 @@ struct FormField {
   KorText filters{};        // FilePath: as in FileChoice
   bool enabled = true;
   int browseNumber = 0; // of the button that opens the chooser
+  int pageNumber = 0;   // of the page that it stands on with others; 0: the form has none
+  KorText page{};       // the page's title
   int groupNumber = 0;  // of the box that frames it with the others of that group; 0: none
   KorText group{};      // the box's label
   KorText problem{};    // what is wrong with the value, and what the field accepts
@@ -84,7 +86,9 @@ struct FormField {
   std::vector<KorText> shown{};
 };
 
-// A modal form: its caption, its fields and the rule that enables fields as others change.
+// A modal form: its caption, its fields and the rule that enables fields as others change. Controls
+// are made in the order of the fields; each page, and each group on it, stands in the place of its
+// first field.
 struct FormDescription {
   KorText caption;
   KorText name;     // of the dialog as an object; not shown

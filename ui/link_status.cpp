@@ -126,14 +126,13 @@ const Row& RowOf(LinkStatus status) {
   return at < kRows.size() ? kRows[at] : kUnknown;
 }
 
-// "0000123" of "/srv/nc/0000123.MPG".
+} // namespace
+
 KorText ProgramName(const KorText& fileName) {
   const KorText name = FileNameOfPath(fileName);
   const std::size_t dot = name.FindLast(u'.');
   return dot == KorText::kNone || dot == 0 ? name : name.Left(dot);
 }
-
-} // namespace
 
 KorText StatusText(LinkStatus status, const StatusFacts& facts, const KorText& previous) {
   const Row& row = RowOf(status);

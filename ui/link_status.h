@@ -91,5 +91,7 @@ LinkActivity ActivityOf(LinkStatus status);
 // A short phrase for a large line, in the user's language: "Sending 0000123". The status line where
 // the state has no phrase, or its phrase lacks the file's name.
 KorText StatusHeadline(LinkStatus status, const KorText& fileName, const KorText& line);
+// "0000123" of "/srv/nc/0000123.MPG".
+KorText ProgramName(const KorText& fileName);
 
 } // namespace kor

@@ -120,6 +120,17 @@ bool IsSerialPortFree(const KorText& name) {
   return StateOf(SerialDevicePath(name).ToUtf8()) == SerialDevice::State::Free;
 }
 
+KorText SerialDeviceBehind(const KorText& port) {
+  KorText device = SerialDevicePath(port);
+  for (const SerialName& link : ListSerialNames())
+    if (link.name.EqualsNoCase(port)) device = link.device;
+  if (device == port) return {};
+  std::error_code error;
+  const std::map<fs::path, std::string> names = NamesById("/dev");
+  const auto stable = names.find(fs::weakly_canonical(device.ToUtf8(), error));
+  return stable == names.end() ? device : KorText::FromUtf8(stable->second);
+}
+
 std::vector<KorText> ListSerialPaths() {
   return ListSerialPathsIn("/dev");
 }

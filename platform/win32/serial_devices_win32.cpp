@@ -1,6 +1,10 @@
 // Windows keeps the names of its serial ports in the registry.
 #include <windows.h>
 
+// After that one, whose types they use.
+#include <devguid.h>
+#include <setupapi.h>
+
 #include <algorithm>
 #include <array>
 
@@ -49,6 +53,28 @@ std::vector<KorText> ListSerialPaths() {
     return path.Mid(3).ToInteger(); // behind "COM"
   });
   return paths;
+}
+
+// "USB Serial Port" of "USB Serial Port (COM3)".
+KorText SerialDeviceBehind(const KorText& port) {
+  const KorText end = u" (" + port + u")";
+  KorText found;
+  const HDEVINFO devices =
+      ::SetupDiGetClassDevsW(&GUID_DEVCLASS_PORTS, nullptr, nullptr, DIGCF_PRESENT);
+  if (devices == INVALID_HANDLE_VALUE) return found;
+  SP_DEVINFO_DATA device{};
+  device.cbSize = sizeof device;
+  std::array<char16_t, 256> name{};
+  for (DWORD index = 0; ::SetupDiEnumDeviceInfo(devices, index, &device) != FALSE; ++index) {
+    if (::SetupDiGetDeviceRegistryPropertyW(devices, &device, SPDRP_FRIENDLYNAME, nullptr,
+                                            reinterpret_cast<BYTE*>(name.data()),
+                                            sizeof(char16_t) * (name.size() - 1), nullptr) == FALSE)
+      continue;
+    const KorText title(name.data());
+    if (title.EndsWith(end)) found = title.Left(title.Length() - end.Length());
+  }
+  ::SetupDiDestroyDeviceInfoList(devices);
+  return found;
 }
 
 bool IsSerialPortFree(const KorText& name) {

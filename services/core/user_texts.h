@@ -82,6 +82,22 @@ struct UserTexts {
   UserText xonXoffTest{15442, u"XON/XOFF Test"};
   UserText cancelTransfer{15556, u"Cancel Transfer"};
   UserText endTransferQuestion{15557, u"End the running transfer?"};
+  UserText endSendingQuestion{15763, u"End sending %s? The machine then has only a part."};
+  UserText endReceivingQuestion{15764, u"End receiving %s? Nothing of it is kept on this PC."};
+  UserText keepSending{15765, u"Keep sending"};
+  UserText keepReceiving{15766, u"Keep receiving"};
+  UserText endTransfer{15767, u"End transfer"};
+  UserText endProgramQuestion{15768, u"End this program? The machine then gets no NC programs any "
+                                     u"more until it is started again."};
+  UserText keepServing{15769, u"Keep serving"};
+  UserText endProgram{15770, u"End program"};
+  UserText programEndsToo{
+      15771, u"This program ends as well: the machine then gets no NC programs any more."};
+  UserText loopbackQuestion{
+      15773, u"Is the loop-back plug on the port, in place of the machine's cable? With a machine "
+             u"connected the test spoils its line: it receives characters that it did not ask "
+             u"for."};
+  UserText startTest{15774, u"Start test"};
   UserText clearMonitor{15560, u"Clear"};
   UserText saveMonitor{15561, u"Save..."};
   UserText find{15562, u"Find"};
@@ -89,7 +105,6 @@ struct UserTexts {
   UserText lampOn{15564, u"on"};
   UserText lampOff{15565, u"off"};
   UserText jobsToday{15566, u"Jobs today"};
-  UserText endTransferAndCloseQuestion{15567, u"A transfer is running. End it and close?"};
   UserText monitorNotSaved{15568, u"The monitor could not be saved in \"%s\". Choose a folder that "
                                   u"you may write to, with room on its disk."};
   UserText textNotFound{15569, u"not found"};
@@ -121,6 +136,10 @@ struct UserTexts {
   UserText sendEot{15261, u"Send EOT"};
   UserText sotCharacter{15264, u"SOT character"};
   UserText eotCharacter{15265, u"EOT character"};
+  UserText linePage{15760, u"Line"};
+  UserText filesPage{15761, u"Programs and log"};
+  UserText acceptedValues{15762, u"Accepted: %s"};
+  UserText transferRunsHere{15772, u"%s. Wait for its end, or cancel it here."};
   UserText serialLineGroup{15550, u"Serial line"};
   UserText programsGroup{15551, u"Programs"};
   UserText startAndEndGroup{15552, u"Start and end of text"};

@@ -27,7 +27,7 @@ constexpr Milliseconds kLongest(60'000); // of a step on a busy machine
 
 // The numbers of its controls, and the system's of keys.
 constexpr int kStatus = 15201, kSend = 15210, kRts = 15273, kSettings = 15101, kEscape = 27,
-              kReturn = 13;
+              kReturn = 13, kEndProgram = 5103;
 
 std::string WithoutCr(std::string text) {
   std::erase(text, '\r');
@@ -78,6 +78,7 @@ class WindowsE2e : public testing::Test {
   }
   void EndWindow(Process& program) {
     Ask("close");
+    EXPECT_TRUE(Comes("click " + std::to_string(kEndProgram), "clicked"));
     EXPECT_EQ(program.WaitForExit(kLongest), 0) << program.Diagnostics();
   }
   void Shoot(const std::string& name) {
@@ -186,10 +187,10 @@ TEST_F(WindowsE2e, TheWindowServesAControllerAndKeepsWhatIsClicked) {
   EXPECT_EQ(Ask("click", kRts), "clicked\n");
   EXPECT_TRUE(Comes("checked " + std::to_string(kRts), "no"));
   EXPECT_EQ(Ask("click", kSettings), "clicked\n");
-  EXPECT_TRUE(Comes("text 15232", "MPG")) << "the settings dialog's field";
+  EXPECT_TRUE(Comes("text 15220", "COM1")) << "the settings dialog's field";
   Shoot("windows-settings.png");
   Ask("key", kEscape);
-  EXPECT_TRUE(Comes("text 15232", "none"));
+  EXPECT_TRUE(Comes("text 15220", "none"));
   const auto second = folders.Start("ncedl");
   EXPECT_EQ(second->WaitForExit(kLongest), 0) << "it shows the first";
 

@@ -203,6 +203,12 @@ class Program : public ::testing::Test {
       return line->Send("FH 8\r"), !line->Receive("\r", support::Milliseconds(300)).empty();
     });
   }
+  // By its frame, once it is there; whether it asks that.
+  bool Close(const std::string& question) {
+    if (!Shows("frame", "NCE", kActive)) return false;
+    Key("alt+F4");
+    return Shows("dialog", "NCE") && Shows("label", question);
+  }
   std::filesystem::path Memory() const {
     return std::filesystem::path(folders.SettingsFile()).replace_extension("window");
   }
@@ -217,14 +223,14 @@ class Program : public ::testing::Test {
 // What somebody who sees nothing has to be told of.
 bool IsForUse(const std::string& role) {
   static const std::set<std::string> roles = {
-      "push button", "check box", "combo box",    "spin button", "text",        "table",
-      "icon",        "frame",     "progress bar", "dialog",      "file chooser"};
+      "push button", "check box", "combo box",    "spin button", "text",         "table",
+      "icon",        "frame",     "progress bar", "dialog",      "file chooser", "page tab"};
   return roles.contains(role);
 }
 
 TEST_F(Program, EveryControlHasARoleAndAName) {
   struct Screen {
-    const char *role, *name; // what opens it
+    const char *role, *name; // what opens it; no role: a key
     std::string controls;    // "role/name" of each
   };
   const Screen screens[] = {
@@ -244,16 +250,21 @@ TEST_F(Program, EveryControlHasARoleAndAName) {
        "check box/Strip Leading Zeros From NCE Filename|push button/OK|push button/Cancel"},
       {"push button", "Download Settings",
        "dialog/Download Settings|combo box/Port|text/Port|combo box/Baud rate|combo box/Parity|"
-       "combo box/Data bits|combo box/Stop bits|combo box/Flow control|text/Upload path|"
-       "push button/Upload Path|text/Download path|push button/Download Path|text/File extension|"
+       "combo box/Data bits|combo box/Stop bits|combo box/Flow control|"
        "check box/Send SOT|combo box/SOT character|check box/Send EOT|combo box/EOT character|"
        "spin button/Character delay (ms)|spin button/Line delay (ms)|"
-       "spin button/Transmit delay (seconds)|text/Log file|push button/Save Log File As|"
+       "spin button/Transmit delay (seconds)|page tab/Line|push button/OK|push button/Cancel"},
+      {nullptr, "ctrl+Next",
+       "page tab/Programs and log|text/Upload path|push button/Upload Path|text/Download path|"
+       "push button/Download Path|text/File extension|text/Log file|push button/Save Log File As|"
        "check box/Write log"},
   };
   Start();
   for (const Screen& screen : screens) {
-    ASSERT_TRUE(Press(screen.role, screen.name));
+    if (screen.role)
+      ASSERT_TRUE(Press(screen.role, screen.name));
+    else
+      Key(screen.name);
     std::istringstream controls(screen.controls);
     for (std::string one, role; std::getline(controls, one, '|');) {
       role = one.substr(0, one.find('/'));
@@ -263,7 +274,7 @@ TEST_F(Program, EveryControlHasARoleAndAName) {
       EXPECT_FALSE(IsForUse(one.role) && one.name.empty()) << one.role << " in " << screen.name;
       EXPECT_TRUE(one.label.empty() || one.label == one.name) << one.label << ": " << one.name;
     }
-    if (screen.controls.starts_with("dialog")) Key("Escape");
+    if (screen.controls.starts_with("dialog/Special")) Key("Escape");
   }
 }
 
@@ -294,13 +305,25 @@ TEST_F(Program, ClosingInATransferAsks) {
   Start();
   line->Exchange("FH 7");
   line->Exchange(">");
-  for (const char* answer : {"No", "Yes"}) {
+  for (const char* answer : {"Keep sending", "End program"}) {
     ASSERT_TRUE(Shows("push button", "Cancel Transfer", kEnabled));
-    ASSERT_TRUE(Shows("frame", "NCE", kActive));
-    Key("alt+F4");
-    ASSERT_TRUE(Shows("dialog", "NCE"));
+    ASSERT_TRUE(Close("End sending 7?"));
     ASSERT_TRUE(Press("push button", answer)) << Listed(bus.Shown(program->Id()));
   }
+  EXPECT_EQ(Ended(), 0);
+}
+
+TEST_F(Program, ClosingSaysThatTheMachineGetsNoProgramsAnyMore) {
+  support::WriteWholeFile(folders.Download("7.MPG"), "N1 X1\n");
+  Start();
+  ASSERT_TRUE(Close("End this program? The machine then gets"));
+  Key("Return");
+  ASSERT_TRUE(Answers());
+  ASSERT_TRUE(Close("End this program? The machine then gets"));
+  line->Exchange("FH 7"); // that answer would end more than was said
+  ASSERT_TRUE(Until([&] { return !Find("push button", "Keep serving"); }));
+  ASSERT_TRUE(Close("End"));
+  program->Signal(SIGTERM); // asks nothing, and takes no question for an answer
   EXPECT_EQ(Ended(), 0);
 }
 
@@ -309,6 +332,8 @@ TEST_F(Program, EndsWhateverStandsOpen) {
   for (const int signal : {SIGTERM, SIGHUP}) {
     Start();
     ASSERT_TRUE(Press("push button", "Download Settings"));
+    ASSERT_TRUE(Shows("dialog", "Download Settings", kActive));
+    Key("ctrl+Next");
     ASSERT_TRUE(Press("push button", "Upload Path"));
     ASSERT_TRUE(Shows("file chooser", "Upload Path"));
     program->Signal(signal);

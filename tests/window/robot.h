@@ -23,6 +23,7 @@
 #include <vector>
 
 #include "app/main_common.h"
+#include "platform/platform.h"
 #include "platform/serial_port.h"
 #include "tests/support/host_process.h"
 #include "tests/support/process.h"

@@ -104,7 +104,10 @@ void Enter(Robot& robot, const Entry& entry) {
              [number = entry.number] { return FocusNumber() == number; });
   if (!entry.typed.empty()) robot.Types(entry.typed);
   if (entry.pressed != 0) robot.Presses(entry.pressed);
-  robot.Presses(WXK_TAB);
+  if (entry.number == 15249)
+    robot.Presses(WXK_PAGEDOWN, wxMOD_CONTROL); // the other page
+  else
+    robot.Presses(WXK_TAB);
   if (entry.number == 15220) robot.Presses(WXK_TAB); // its list has a button of its own
 }
 
@@ -126,11 +129,6 @@ TEST_F(Window, TheKeyboardReachesEverySetting) {
       {15223, u"databits", "", WXK_UP, "7"},
       {15224, u"stopbits", "", WXK_DOWN, "1.5"},
       {15241, u"flow-control", "", WXK_DOWN, "Hardware"},
-      {15226, u"upload-path", up, 0, up},
-      {15238, nullptr, "", 0, ""},
-      {15228, u"download-path", down, 0, down},
-      {15239, nullptr, "", 0, ""},
-      {15232, u"file-extension", "nc", 0, "nc"},
       {15260, u"send-sot", "", WXK_SPACE, "1"},
       {15264, u"sot-character", "", WXK_DOWN, "DC3"},
       {15261, u"send-eot", "", WXK_SPACE, "1"},
@@ -138,6 +136,11 @@ TEST_F(Window, TheKeyboardReachesEverySetting) {
       {15246, u"character-delay", "12", 0, "12"},
       {15247, u"line-delay", "34", 0, "34"},
       {15249, u"transmit-delay", "5", 0, "5"},
+      {15226, u"upload-path", up, 0, up},
+      {15238, nullptr, "", 0, ""},
+      {15228, u"download-path", down, 0, down},
+      {15239, nullptr, "", 0, ""},
+      {15232, u"file-extension", "nc", 0, "nc"},
       {15234, u"log-file", log, 0, log},
       {15240, nullptr, "", 0, ""},
       {15235, u"write-log", "", WXK_SPACE, "0"},
@@ -171,6 +174,8 @@ TEST_F(Window, BrowsingFillsAFieldAndWhatCannotWorkIsRefusedBesideIt) {
   Open();
   robot.Clicks(15101);
   const auto text = [](int number) { return static_cast<wxTextCtrl*>(Find(number)); };
+  robot.Then("there", [=] { return text(15232) != nullptr; });
+  robot.Presses(WXK_PAGEDOWN, wxMOD_CONTROL);
   for (const Browse& browse : browses) {
     robot.Clicks(browse.button);
     robot.Chooses(browse.title, browse.path);
@@ -184,10 +189,18 @@ TEST_F(Window, BrowsingFillsAFieldAndWhatCannotWorkIsRefusedBesideIt) {
   }
   robot.Clicks(15232);
   robot.Types("a.b");
+  robot.Presses(WXK_PAGEUP, wxMOD_CONTROL);
+  robot.Then("another page", [=] { return !text(15232)->IsShownOnScreen(); });
   robot.Clicks(1);
-  robot.Then("refused, and still there",
-             [=] { return text(15232)->GetValue() == "a.b" && text(15232)->HasFocus(); });
+  const auto isRefused = [=] {
+    for (wxWindow* const child : text(15232)->GetParent()->GetChildren())
+      if (child->GetLabel().StartsWith("Accepted: letters")) return child->IsShownOnScreen();
+    return false;
+  };
+  robot.Then("refused, on the page in front",
+             [=] { return isRefused() && text(15232)->HasFocus(); });
   robot.Types("nc");
+  robot.Then("right", [=] { return !isRefused(); });
   robot.Presses(WXK_RETURN);
   robot.Then("accepted", [this] { return !Find(15232) && app->Settings().fileExtension == u"nc"; });
   robot.Run();
@@ -228,6 +241,12 @@ TEST_F(Window, JobsByHandAreBegunEndedAndCompleted) {
   }
   robot.Do("noise", [this] { port.framing = 3; });
   robot.Clicks(15212);
+  robot.Then("asked", [] { return Find(wxID_NO); });
+  robot.Presses(WXK_RETURN);
+  robot.Then("not done",
+             [this] { return !Find(wxID_NO) && app->CurrentStatus().line.StartsWith(u"Upload"); });
+  robot.Clicks(15212);
+  robot.Clicks(wxID_YES);
   Shows(u"Local Loopback Test Failure");
   robot.Do("a plug", [this] { line.Send("LocalTestMessage@"); });
   Shows(u"Local Loopback Test Success");
@@ -270,10 +289,19 @@ TEST_F(Window, WhatTheControllerBeganIsCancelledAfterAQuestion) {
   robot.Then("not asked any more", [=] { return !asked(); });
   robot.Do("fetch", fetch);
   ask();
-  robot.Presses('Y', wxMOD_ALT);
+  robot.Presses('E', wxMOD_ALT);
   Shows(u"Download Cancelled");
   robot.Then("a part is not marked as whole",
              [this] { return FindA<wxListBox>(window)->GetString(0).StartsWith(L"\u2717"); });
+  robot.Clicks(15101);
+  robot.Then("settings", [] { return Find(1) && Find(1)->IsEnabled() && !Find(3)->IsShown(); });
+  robot.Do("fetch", fetch);
+  robot.Then("in their way", [] { return !Find(1)->IsEnabled(); });
+  robot.Clicks(3);
+  robot.Then("asked", asked);
+  robot.Presses('E', wxMOD_ALT);
+  robot.Then("out of their way", [=] { return !asked() && Find(1)->IsEnabled(); });
+  robot.Presses(WXK_ESCAPE);
   robot.Run();
 }
 
@@ -503,7 +531,7 @@ TEST_F(Window, TimersGoOnWhileAQuestionStandsThatCameWithOne) {
   int looks = 0;
   app->Timers().Create(u"look", 0.02, App().HighResolutionSeconds(), true, [&] { ++looks; });
   std::function<void()> due = [&] {
-    window->CallAfter([&] { looks = 0, Ask(window, u"Words"); });
+    window->CallAfter([&] { looks = 0, Ask(window, LoopbackQuestion()); });
     pump->Stop();
     pump->Notify();
   };

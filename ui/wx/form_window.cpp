@@ -1,22 +1,23 @@
 #include "ui/wx/form_window.h"
 
 #include <algorithm>
-#include <set>
+#include <utility>
 
-#include <wx/button.h>
 #include <wx/checkbox.h>
 #include <wx/choice.h>
 #include <wx/combobox.h>
 #include <wx/dirdlg.h>
 #include <wx/filedlg.h>
+#include <wx/panel.h>
 #include <wx/settings.h>
-#include <wx/sizer.h>
 #include <wx/spinctrl.h>
-#include <wx/statbox.h>
+#include <wx/textctrl.h>
 
 #include "services/core/text_lookup.h"
 #include "ui/wx/accessible.h"
+#include "ui/wx/native_look.h"
 #include "ui/wx/screen_room.h"
+#include "ui/wx/side_windows.h"
 #include "ui/wx/signs.h"
 #include "ui/wx/wx_text.h"
 
@@ -25,35 +26,52 @@ namespace kor {
 namespace {
 
 constexpr int kNoteWidth = 380; // device-independent pixels; so below
-constexpr int kTextWidth = 220;
-constexpr int kChoiceWidth = 120;
-constexpr int kBrowseWidth = 40; // for a finger, too
-constexpr int kGap = 6;
+constexpr int kPathWidth = 460;
+constexpr int kWordsWidth = 180; // least of a column in which something can be wrong
+constexpr int kMargin = 8;
+constexpr int kGap = 4;
 constexpr int kScrollStep = 16;
 constexpr std::size_t kOneColumn = 8; // fields that still stand below one another
-constexpr int kAcceptButton = 1;      // the numbers of the two buttons
+constexpr int kAcceptButton = 1;      // the numbers of the buttons
 constexpr int kDiscardButton = 2;
+constexpr int kEndTransferButton = 3;
 constexpr int kLookPeriod = 500; // milliseconds between two looks for an obstacle
 
 bool IsPath(FieldKind kind) {
   return kind == FieldKind::FolderPath || kind == FieldKind::FilePath;
 }
 
-template <class Control> void AddChoices(Control* control, const FormField& field) {
-  for (const KorText& choice : field.shown.empty() ? field.choices : field.shown)
-    control->Append(ToWx(choice));
-  control->SetMinSize(control->FromDIP(wxSize(kChoiceWidth, -1)));
+// What is chosen from a list, or ticked, is never wrong.
+bool CanBeWrong(const FormField& field) {
+  return IsPath(field.kind) || field.kind == FieldKind::Text || field.editable;
+}
+
+const KorText& ShownChoice(const FormField& field, std::size_t at) {
+  return at < field.shown.size() ? field.shown[at] : field.choices[at];
+}
+
+void AddChoices(wxItemContainer& control, const FormField& field) {
+  for (std::size_t at = 0; at < field.choices.size(); ++at)
+    control.Append(ToWx(ShownChoice(field, at)));
+}
+
+// What stands in the list beside the name is not for the field.
+wxWindow* MakeCombo(const FormField& field, wxWindow* parent) {
+  auto* const combo = new wxComboBox(parent, field.number);
+  AddChoices(*combo, field);
+  combo->SetMinSize(combo->FromDIP(wxSize(kWordsWidth, -1)));
+  combo->SetValue(ToWx(field.value));
+  combo->Bind(wxEVT_COMBOBOX, [combo, &field](wxCommandEvent& event) {
+    const auto at = static_cast<std::size_t>(event.GetSelection());
+    if (at < field.choices.size())
+      combo->CallAfter([combo, name = ToWx(field.choices[at])] { combo->SetValue(name); });
+  });
+  return combo;
 }
 
 wxWindow* MakeChoice(const FormField& field, wxWindow* parent) {
-  if (field.editable) {
-    auto* const combo = new wxComboBox(parent, field.number);
-    AddChoices(combo, field);
-    combo->SetValue(ToWx(field.value));
-    return combo;
-  }
   auto* const choice = new wxChoice(parent, field.number);
-  AddChoices(choice, field);
+  AddChoices(*choice, field);
   // A value from an older file that no list holds is kept as long as nobody chooses another.
   const auto listed = std::ranges::find(field.choices, field.value);
   choice->SetSelection(listed != field.choices.end()
@@ -67,26 +85,41 @@ KorText ChosenValue(const FormField& field, int selection) {
   return selection >= 0 && at < field.choices.size() ? field.choices[at] : field.value;
 }
 
+// A name as it is typed, or an entry of the list as it stands there.
+KorText NamedValue(const FormField& field, const KorText& text) {
+  for (std::size_t at = 0; at < field.choices.size(); ++at)
+    if (text == ShownChoice(field, at)) return field.choices[at];
+  return text;
+}
+
 } // namespace
 
-FormWindow::FormWindow(wxWindow* parent, FormDescription& description)
+FormWindow::FormWindow(wxWindow* parent, FormDescription& description, EndTransfer end)
     : wxDialog(parent, wxID_ANY, ToWx(description.caption), wxDefaultPosition, wxDefaultSize,
                wxDEFAULT_DIALOG_STYLE | wxRESIZE_BORDER),
-      form(description), looks(this) {
+      form(description), onEndTransfer(std::move(end)), looks(this) {
   if (!form.name.IsEmpty()) SetName(ToWx(form.name));
   SpeakAsDialog(this);
+  ground = new wxScrolledWindow(this);
+  ground->SetScrollRate(FromDIP(kScrollStep), FromDIP(kScrollStep));
+  FollowFocus(*ground);
+  for (const FormField& field : form.fields)
+    MakeField(field);
+  for (const FormField& field : form.fields)
+    if (IsPath(field.kind)) MakeBrowse(field);
+  MakeButtons();
+  LayOutPages();
   auto* const column = new wxBoxSizer(wxVERTICAL);
-  MakePage();
-  column->Add(page, wxSizerFlags(1).Expand().Border(wxALL, FromDIP(kGap * 2)));
-  obstacle = MakeProblem(this);
-  column->Add(obstacle, wxSizerFlags().Expand().Border(wxLEFT | wxRIGHT, FromDIP(kGap * 2)));
-  column->Add(MakeButtons(), wxSizerFlags().Expand().Border(wxALL, FromDIP(kGap)));
+  column->Add(ground, wxSizerFlags(1).Expand().Border(wxALL, FromDIP(kMargin)));
+  column->Add(LayOutButtons(),
+              wxSizerFlags().Expand().Border(wxLEFT | wxRIGHT | wxBOTTOM, FromDIP(kMargin)));
   SetSizer(column);
   FitToScreen();
   building = false;
   ShowEnabled();
   ShowObstacle();
   Bind(wxEVT_TIMER, [this](wxTimerEvent&) { ShowObstacle(); });
+  Bind(wxEVT_CHAR_HOOK, &FormWindow::OnKey, this);
   if (form.check) looks.Start(kLookPeriod);
   if (!form.fields.empty()) rows[form.fields.front().number].control->SetFocus();
   CentreOnParent();
@@ -96,146 +129,57 @@ FormWindow::~FormWindow() {
   *self = nullptr;
 }
 
-wxSizer* FormWindow::MakeButtons() {
-  const auto make = [this](int number, const KorText& label) {
-    auto* const button = new wxButton(this, number, mnemonics.Label(label));
-    SetSpokenName(button, label);
-    return button;
-  };
-  auto* const ok = make(kAcceptButton, LookUpText(kTexts.okButton));
-  auto* const cancel = make(kDiscardButton, LookUpText(kTexts.cancelButton));
-  ok->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { Accept(); });
-  cancel->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { EndModal(wxID_CANCEL); });
-  ok->SetDefault();
-  SetAffirmativeId(kAcceptButton);
-  SetEscapeId(kDiscardButton);
-  auto* const buttons = new wxStdDialogButtonSizer;
-  buttons->SetAffirmativeButton(ok);
-  buttons->SetCancelButton(cancel);
-  buttons->Realize();
-  return buttons;
-}
+// --- Controls ---
 
-// Each group in the place of its first field; a long form stands in two columns.
-void FormWindow::MakePage() {
-  page = new wxScrolledWindow(this);
-  page->SetScrollRate(FromDIP(kScrollStep), FromDIP(kScrollStep));
-  FollowFocus(*page);
-  auto* const columns = new wxBoxSizer(wxHORIZONTAL);
-  const std::size_t most = form.fields.size() > kOneColumn ? form.fields.size() / 2 : kOneColumn;
-  wxSizer* column = nullptr;
-  std::size_t made = 0;
-  std::set<int> groups;
-  for (const FormField& first : form.fields) {
-    if (!groups.insert(first.groupNumber).second) continue;
-    if (!column || made >= most) {
-      AlignLabels();
-      column = new wxBoxSizer(wxVERTICAL);
-      columns->Add(column, wxSizerFlags(1).Border(wxRIGHT, FromDIP(kGap)));
-      made = 0;
-    }
-    made += MakeGroup(first, column, groups.size() == 1);
+wxWindow* FormWindow::PageOf(const FormField& field) {
+  if (field.pageNumber == 0) return ground;
+  if (!book) {
+    book = new wxNotebook(ground, wxID_ANY);
+    SetTabHeight(book, kPressHeight);
   }
-  AlignLabels();
-  page->SetSizer(columns);
-}
-
-// The page gives way where the screen has no room, and takes a scroll bar beside what it shows
-// then.
-void FormWindow::FitToScreen() {
-  const wxSize contents = page->GetSizer()->GetMinSize(), room = ScreenRoom(*this);
-  page->SetMinSize(contents);
-  wxSize over = GetSizer()->GetMinSize() - room;
-  if (over.y > 0) over.x += wxSystemSettings::GetMetric(wxSYS_VSCROLL_X, this);
-  wxSize least = contents;
-  if (over.y > 0) least.x += wxSystemSettings::GetMetric(wxSYS_VSCROLL_X, this);
-  over.IncTo({0, 0});
-  page->SetMinSize(least - over);
-  GetSizer()->SetSizeHints(this);
-  Layout();
-  page->FitInside();
-  MoveOntoScreen(*this);
-}
-
-// The controls of all groups in a column begin at the same place.
-void FormWindow::AlignLabels() {
-  int widest = 0;
-  for (const wxWindow* const label : labels)
-    widest = std::max(widest, label->GetBestSize().x);
-  for (wxWindow* const label : labels)
-    label->SetMinSize({widest, -1});
-  labels.clear();
-}
-
-std::size_t FormWindow::MakeGroup(const FormField& first, wxSizer* column, bool withNote) {
-  wxWindow* parent = page;
-  auto* box = new wxBoxSizer(wxVERTICAL);
-  if (first.groupNumber != 0) {
-    auto* const framed = new wxStaticBoxSizer(
-        MakePlainBox(page, first.groupNumber, ToLabel(first.group)), wxVERTICAL);
-    parent = framed->GetStaticBox();
-    box = framed;
+  wxWindow*& page = pages[field.pageNumber];
+  if (!page) {
+    page = new wxPanel(book, field.pageNumber);
+    book->AddPage(page, ToWx(field.page));
   }
-  auto* const grid = new wxFlexGridSizer(2, FromDIP(wxSize(kGap, kGap)));
-  grid->AddGrowableCol(1);
-  box->Add(grid, wxSizerFlags().Expand().Border(wxALL, FromDIP(kGap)));
-  std::size_t count = 0;
-  for (FormField& field : form.fields) {
-    if (field.groupNumber != first.groupNumber) continue;
-    MakeField(field, parent, grid);
-    ++count;
-  }
-  if (withNote && !form.note.IsEmpty()) {
-    auto* const note = MakePlainText(parent, wxID_ANY);
-    note->SetLabelText(InLines(form.note, *note, FromDIP(kNoteWidth)));
-    box->Add(note, wxSizerFlags().Border(wxALL, FromDIP(kGap)));
-  }
-  column->Add(box, wxSizerFlags().Expand().Border(wxBOTTOM, FromDIP(kGap)));
-  return count;
+  return page;
 }
 
-void FormWindow::MakeField(FormField& field, wxWindow* parent, wxFlexGridSizer* grid) {
+wxWindow* FormWindow::ParentOf(const FormField& field) {
+  if (field.groupNumber == 0) return PageOf(field);
+  wxStaticBox*& box = boxes[field.groupNumber];
+  if (!box) box = MakePlainBox(PageOf(field), field.groupNumber, ToLabel(field.group));
+  return box;
+}
+
+void FormWindow::MakeField(const FormField& field) {
   Row& row = rows[field.number];
-  if (field.kind == FieldKind::Check) {
-    grid->AddSpacer(1); // the gap beside a column of no width is left out of the form's least width
-  } else {
-    labels.push_back(new wxStaticText(parent, wxID_ANY, mnemonics.Label(field.label)));
-    grid->Add(labels.back(), wxSizerFlags().CentreVertical());
-  }
+  wxWindow* const parent = ParentOf(field);
+  if (field.kind != FieldKind::Check)
+    row.label = new wxStaticText(parent, wxID_ANY, mnemonics.Label(field.label));
   row.control = MakeControl(field, parent);
   SetSpokenName(row.control, field.label);
-  auto* const cell = new wxBoxSizer(wxHORIZONTAL);
-  cell->Add(row.control, wxSizerFlags(1).Expand());
-  if (IsPath(field.kind))
-    cell->Add(MakeBrowse(field, parent), wxSizerFlags().Expand().Border(wxLEFT, FromDIP(kGap)));
-  grid->Add(cell, wxSizerFlags().Expand());
-  // What is wrong with the field, in words, under it; takes no room while nothing is.
   row.problem = MakeProblem(parent);
-  grid->AddSpacer(0);
-  grid->Add(row.problem, wxSizerFlags().Expand());
-}
-
-wxStaticText* FormWindow::MakeProblem(wxWindow* parent) {
-  auto* const problem = MakePlainText(parent, wxID_ANY);
-  problem->SetForegroundColour(ColourOf(Sign::Failed));
-  problem->Hide();
-  return problem;
+  if (CanBeWrong(field)) row.room = field.editable ? 2 : 1;
+  row.control->Bind(wxEVT_TEXT, [this, &field](wxCommandEvent& event) {
+    event.Skip();
+    ForgiveField(field);
+  });
 }
 
 wxWindow* FormWindow::MakeControl(const FormField& field, wxWindow* parent) {
-  const auto changed = [this](wxCommandEvent& event) {
-    ShowEnabled();
-    event.Skip();
-  };
   switch (field.kind) {
   case FieldKind::Check: {
     auto* const box = new wxCheckBox(parent, field.number, mnemonics.Label(field.label));
     box->SetValue(field.value == u"1");
-    box->Bind(wxEVT_CHECKBOX, changed);
+    box->Bind(wxEVT_CHECKBOX, [this](wxCommandEvent& event) {
+      ShowEnabled();
+      event.Skip();
+    });
     return box;
   }
   case FieldKind::Choice:
-    return MakeChoice(field, parent);
+    return field.editable ? MakeCombo(field, parent) : MakeChoice(field, parent);
   case FieldKind::Number: {
     auto* const number = new wxSpinCtrl(parent, field.number, {}, wxDefaultPosition, wxDefaultSize,
                                         wxSP_ARROW_KEYS, field.minimum, field.maximum);
@@ -247,19 +191,199 @@ wxWindow* FormWindow::MakeControl(const FormField& field, wxWindow* parent) {
   case FieldKind::FilePath:
     break;
   }
+  return MakeText(field, parent);
+}
+
+wxWindow* FormWindow::MakeText(const FormField& field, wxWindow* parent) {
   auto* const text = new wxTextCtrl(parent, field.number, ToWx(field.value));
-  text->SetMinSize(FromDIP(wxSize(IsPath(field.kind) ? kTextWidth : kChoiceWidth, -1)));
+  if (IsPath(field.kind)) text->SetMinSize(FromDIP(wxSize(kPathWidth, -1)));
   return text;
 }
 
-wxWindow* FormWindow::MakeBrowse(const FormField& field, wxWindow* parent) {
-  auto* const button = new wxButton(parent, field.browseNumber, "...", wxDefaultPosition,
-                                    wxDefaultSize, wxBU_EXACTFIT);
-  button->SetMinSize(FromDIP(wxSize(kBrowseWidth, -1)));
+void FormWindow::MakeBrowse(const FormField& field) {
+  Row& row = rows[field.number];
+  auto* const button = new wxButton(row.control->GetParent(), field.browseNumber, "...",
+                                    wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT);
+  button->SetMinSize(FromDIP(wxSize(kPressHeight, kPressHeight)));
   SetSpokenName(button, field.browseTitle, field.browseTitle);
   button->Bind(wxEVT_BUTTON,
                [this, &field](wxCommandEvent&) { CallAfter([this, &field] { Browse(field); }); });
-  return button;
+  button->MoveAfterInTabOrder(row.control);
+  row.browse = button;
+}
+
+wxStaticText* FormWindow::MakeProblem(wxWindow* parent) {
+  auto* const problem = MakePlainText(parent, wxID_ANY);
+  problem->SetForegroundColour(ColourOf(Sign::Failed));
+  problem->Hide();
+  return problem;
+}
+
+void FormWindow::MakeButtons() {
+  obstacle = MakeProblem(this);
+  endTransfer =
+      MakePressButton(this, kEndTransferButton, LookUpText(kTexts.cancelTransfer), mnemonics);
+  endTransfer->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) {
+    CallAfter([this] {
+      if (onEndTransfer) onEndTransfer(this);
+    });
+  });
+  endTransfer->Hide();
+  ok = MakePressButton(this, kAcceptButton, LookUpText(kTexts.okButton), mnemonics);
+  ok->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { Accept(); });
+  ok->SetDefault();
+  cancel = MakePressButton(this, kDiscardButton, LookUpText(kTexts.cancelButton), mnemonics);
+  cancel->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { EndModal(wxID_CANCEL); });
+  SetAffirmativeId(kAcceptButton);
+  SetEscapeId(kDiscardButton);
+}
+
+// --- Layout ---
+
+void FormWindow::LayOutPages() {
+  if (!book) {
+    ground->SetSizer(LayOutPage(ground));
+    return;
+  }
+  for (const auto& [number, page] : pages) {
+    auto* const framed = new wxBoxSizer(wxVERTICAL);
+    framed->Add(LayOutPage(page), wxSizerFlags(1).Expand().Border(wxALL, FromDIP(kMargin)));
+    page->SetSizer(framed);
+  }
+  bookFrame = FrameOfBook(book);
+  auto* const all = new wxBoxSizer(wxVERTICAL);
+  all->Add(book, wxSizerFlags(1).Expand());
+  ground->SetSizer(all);
+}
+
+// Many fields stand in two columns.
+wxSizer* FormWindow::LayOutPage(const wxWindow* page) {
+  std::vector<std::vector<const FormField*>> groups;
+  std::size_t count = 0;
+  for (const FormField& field : form.fields) {
+    if (PageOf(field) != page) continue;
+    const auto group = std::ranges::find_if(groups, [&](const auto& fields) {
+      return fields.front()->groupNumber == field.groupNumber;
+    });
+    if (group == groups.end())
+      groups.push_back({&field});
+    else
+      group->push_back(&field);
+    ++count;
+  }
+  auto* const columns = new wxBoxSizer(wxHORIZONTAL);
+  for (auto group = groups.begin(); group != groups.end();) {
+    const bool isFirst = group == groups.begin();
+    auto* const column = new wxBoxSizer(wxVERTICAL);
+    columns->Add(column, wxSizerFlags(1).Border(isFirst ? 0 : wxLEFT, FromDIP(kMargin)));
+    std::vector<const FormField*> made;
+    for (; group != groups.end() && (count <= kOneColumn || made.size() < count / 2); ++group) {
+      if (!made.empty()) column->AddSpacer(FromDIP(kMargin));
+      column->Add(LayOutGroup(*group), wxSizerFlags().Expand());
+      made.insert(made.end(), group->begin(), group->end());
+    }
+    Align(made);
+  }
+  return columns;
+}
+
+// What is said of the whole form ends its first group.
+wxSizer* FormWindow::LayOutGroup(const std::vector<const FormField*>& fields) {
+  const int number = fields.front()->groupNumber;
+  auto* const box =
+      number == 0 ? new wxBoxSizer(wxVERTICAL) : new wxStaticBoxSizer(boxes.at(number), wxVERTICAL);
+  auto* const grid = new wxFlexGridSizer(2, FromDIP(wxSize(2 * kGap, kGap)));
+  grid->AddGrowableCol(1);
+  box->Add(grid, wxSizerFlags().Expand().Border(wxALL, FromDIP(kMargin)));
+  for (const FormField* const field : fields)
+    LayOutRow(*field, grid);
+  if (fields.front() == &form.fields.front() && !form.note.IsEmpty()) {
+    auto* const note = MakePlainText(ParentOf(*fields.front()), wxID_ANY);
+    note->SetLabelText(InLines(form.note, *note, FromDIP(kNoteWidth)));
+    box->Add(note, wxSizerFlags().Border(wxALL, FromDIP(kGap)));
+  }
+  return box;
+}
+
+// What is wrong with the field stands under it, in room that is kept for it.
+void FormWindow::LayOutRow(const FormField& field, wxFlexGridSizer* grid) {
+  Row& row = rows[field.number];
+  const auto centred = wxSizerFlags().CentreVertical();
+  if (row.label)
+    grid->Add(row.label, centred);
+  else
+    grid->AddSpacer(1); // the gap beside a column of no width is left out of the form's least width
+  row.cell = new wxBoxSizer(wxHORIZONTAL);
+  row.cell->Add(row.control, wxSizerFlags(centred).Proportion(row.browse ? 1 : 0));
+  if (row.browse) row.cell->Add(row.browse, wxSizerFlags().Border(wxLEFT, FromDIP(kGap)));
+  if (!dynamic_cast<wxTextCtrl*>(row.control))
+    row.control->SetMinSize({row.control->GetMinSize().x, FromDIP(kPressHeight)});
+  if (row.room > 0) row.cell->SetMinSize(FromDIP(wxSize(kWordsWidth, -1)));
+  grid->Add(row.cell, wxSizerFlags().Expand());
+  const auto problem = wxSizerFlags().Expand();
+  grid->AddSpacer(0)->Show(false);
+  grid->Add(row.problem, row.room > 0 ? wxSizerFlags(problem).ReserveSpaceEvenIfHidden() : problem);
+  row.problem->SetMinSize({-1, row.room * row.problem->GetCharHeight()});
+}
+
+// In a column labels and lists are as wide as the widest of them. A combination's entries, which
+// say more than it does, don't count.
+void FormWindow::Align(const std::vector<const FormField*>& fields) {
+  std::vector<wxWindow*> labels, lists;
+  for (const FormField* const field : fields) {
+    const Row& row = rows[field->number];
+    if (row.label) labels.push_back(row.label);
+    if (field->kind == FieldKind::Choice) lists.push_back(row.control);
+  }
+  for (const std::vector<wxWindow*>& column : {labels, lists}) {
+    int widest = 0;
+    for (const wxWindow* const one : column)
+      if (!dynamic_cast<const wxComboBox*>(one)) widest = std::max(widest, one->GetBestSize().x);
+    for (wxWindow* const one : column)
+      one->SetMinSize({std::max(widest, one->GetMinSize().x), one->GetMinSize().y});
+  }
+}
+
+// What is in the way takes the room beside the buttons, so that these stay where they are.
+wxSizer* FormWindow::LayOutButtons() {
+  auto* const choice = new wxStdDialogButtonSizer;
+  choice->SetAffirmativeButton(ok);
+  choice->SetCancelButton(cancel);
+  choice->Realize();
+  buttonsWidth = endTransfer->GetBestSize().x + choice->CalcMin().x + FromDIP(4 * kMargin);
+  auto* const row = new wxBoxSizer(wxHORIZONTAL);
+  row->Add(obstacle, wxSizerFlags().CentreVertical());
+  row->AddStretchSpacer();
+  row->Add(endTransfer, wxSizerFlags().CentreVertical().Border(wxLEFT, FromDIP(kGap)));
+  row->Add(choice, wxSizerFlags().CentreVertical());
+  return row;
+}
+
+// The page gives way where the screen has no room, and takes a scroll bar beside what it shows
+// then.
+void FormWindow::FitToScreen() {
+  wxSize page;
+  for (const auto& [number, window] : pages)
+    page.IncTo(window->GetSizer()->CalcMin());
+  if (book) book->SetMinSize({std::max(page.x, bookFrame.x), page.y + bookFrame.y});
+  const wxSize contents = ground->GetSizer()->GetMinSize(), room = ScreenRoom(*this);
+  ground->SetMinSize(contents);
+  const wxSize needed = GetSizer()->CalcMin();
+  if (needed == fitted) {
+    Layout();
+    return;
+  }
+  fitted = needed;
+  wxSize over = needed - room;
+  if (over.y > 0) over.x += wxSystemSettings::GetMetric(wxSYS_VSCROLL_X, this);
+  wxSize least = contents;
+  if (over.y > 0) least.x += wxSystemSettings::GetMetric(wxSYS_VSCROLL_X, this);
+  over.IncTo({0, 0});
+  ground->SetMinSize(least - over);
+  GetSizer()->SetSizeHints(this);
+  Layout();
+  ground->FitInside();
+  MoveOntoScreen(*this);
 }
 
 void FormWindow::Browse(const FormField& field) {
@@ -282,7 +406,8 @@ KorText FormWindow::ValueOf(const FormField& field) const {
   case FieldKind::Number:
     return KorText::Format(u"%i", static_cast<wxSpinCtrl*>(control)->GetValue());
   case FieldKind::Choice:
-    if (field.editable) return FromWx(static_cast<wxComboBox*>(control)->GetValue());
+    if (field.editable)
+      return NamedValue(field, FromWx(static_cast<wxComboBox*>(control)->GetValue()));
     return ChosenValue(field, static_cast<wxChoice*>(control)->GetSelection());
   case FieldKind::Text:
   case FieldKind::FolderPath:
@@ -305,30 +430,47 @@ void FormWindow::ShowEnabled() {
     rows[field.number].control->Enable(field.enabled);
 }
 
-void FormWindow::ShowProblem(wxStaticText* where, const KorText& text, int width) {
-  const wxString lines = InLines(text, *where, width);
-  if (where->GetLabelText() == lines) return;
-  where->SetLabelText(lines);
-  where->Show(!text.IsEmpty());
+// It may be as wide as the column is, and needs more room than is kept where words are long.
+void FormWindow::ShowProblem(const Row& row, const KorText& text) {
+  const int width = std::max(row.cell->GetSize().x, row.cell->GetMinSize().x);
+  const wxString lines = InLines(text, *row.problem, width);
+  if (row.problem->GetLabelText() == lines) return;
+  row.problem->SetLabelText(lines);
+  row.problem->SetMinSize({-1, -1});
+  const int needed = text.IsEmpty() ? 0 : row.problem->GetBestSize().y;
+  row.problem->SetMinSize({-1, std::max(needed, row.room * row.problem->GetCharHeight())});
+  row.problem->Show(!text.IsEmpty());
+}
+
+void FormWindow::ForgiveField(const FormField& field) {
+  const Row& row = rows[field.number];
+  if (building || !form.check || !row.problem->IsShown()) return;
+  ReadControls();
+  form.check(form);
+  ShowProblem(row, field.problem);
+  FitToScreen();
 }
 
 void FormWindow::ShowObstacle() {
   if (!form.check) return;
   form.check(form);
-  const bool shown = obstacle->IsShown();
-  ShowProblem(obstacle, form.obstacle, GetClientSize().x - FromDIP(kGap * 4));
-  if (shown != obstacle->IsShown()) FitToScreen();
+  const bool isThere = !form.obstacle.IsEmpty();
+  if (ok->IsEnabled() == (isThere || looking)) ok->Enable(!isThere && !looking);
+  const wxString lines = InLines(form.obstacle, *obstacle, GetClientSize().x - buttonsWidth);
+  if (obstacle->GetLabelText() == lines) return;
+  obstacle->SetLabelText(lines);
+  obstacle->Show(isThere);
+  endTransfer->Show(isThere && onEndTransfer);
+  FitToScreen();
 }
 
 bool FormWindow::ShowProblems(const FormDescription* looked) {
   ShowObstacle();
-  const Row* first = nullptr;
+  const FormField* first = nullptr;
   for (FormField& field : form.fields) {
-    const Row& row = rows[field.number];
     if (looked && field.problem.IsEmpty()) field.problem = looked->Find(field.key)->problem;
-    ShowProblem(row.problem, field.problem,
-                std::max(row.control->GetSize().x, FromDIP(kTextWidth)));
-    if (!first && !field.problem.IsEmpty()) first = &row;
+    ShowProblem(rows[field.number], field.problem);
+    if (!first && !field.problem.IsEmpty()) first = &field;
   }
   FitToScreen();
   if (first) ShowFirst(*first);
@@ -336,10 +478,31 @@ bool FormWindow::ShowProblems(const FormDescription* looked) {
 }
 
 // With the field what is wrong with it.
-void FormWindow::ShowFirst(const Row& row) {
+void FormWindow::ShowFirst(const FormField& field) {
+  const Row& row = rows[field.number];
+  if (book) book->SetSelection(static_cast<std::size_t>(book->FindPage(PageOf(field))));
   row.control->SetFocus();
-  ScrollTo(*page, *row.problem);
-  ScrollTo(*page, *row.control);
+  ScrollTo(*ground, *row.problem);
+  ScrollTo(*ground, *row.control);
+}
+
+// As in the system's own dialogs, from whichever control.
+void FormWindow::OnKey(wxKeyEvent& event) {
+  const int key = event.GetKeyCode();
+  const bool isBack = key == WXK_PAGEUP || (key == WXK_TAB && event.ShiftDown());
+  if (book && event.ControlDown() && (isBack || key == WXK_PAGEDOWN || key == WXK_TAB))
+    TurnPage(!isBack);
+  else
+    event.Skip();
+}
+
+void FormWindow::TurnPage(bool forward) {
+  book->AdvanceSelection(forward);
+  for (const FormField& field : form.fields)
+    if (PageOf(field) == book->GetCurrentPage()) {
+      rows[field.number].control->SetFocus();
+      return;
+    }
 }
 
 // The folders may be slow: meanwhile the form stands as it is, and only Cancel works.
@@ -359,8 +522,9 @@ void FormWindow::Accept() {
 }
 
 void FormWindow::AllowOnlyCancel(bool only) {
-  for (wxWindow* const child : GetChildren())
-    if (child->GetId() != kDiscardButton) child->Enable(!only);
+  looking = only;
+  ground->Enable(!only);
+  ok->Enable(!only);
 }
 
 bool FormWindow::Run() {

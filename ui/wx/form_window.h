@@ -3,13 +3,17 @@
 // toolkit's loop runs the timers and posts. Window's thread.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <vector>
 
+#include <wx/button.h>
 #include <wx/dialog.h>
+#include <wx/notebook.h>
 #include <wx/scrolwin.h>
 #include <wx/sizer.h>
+#include <wx/statbox.h>
 #include <wx/stattext.h>
 #include <wx/timer.h>
 
@@ -20,7 +24,9 @@ namespace kor {
 
 class FormWindow : public wxDialog {
  public:
-  FormWindow(wxWindow* parent, FormDescription& description);
+  // Ends, after a question over this window, the transfer that is in the way.
+  using EndTransfer = std::function<void(wxWindow* over)>;
+  FormWindow(wxWindow* parent, FormDescription& description, EndTransfer endTransfer = {});
   ~FormWindow() override;
   FormWindow(const FormWindow&) = delete;
   FormWindow& operator=(const FormWindow&) = delete;
@@ -30,21 +36,32 @@ class FormWindow : public wxDialog {
 
  private:
   struct Row {
+    wxStaticText* label = nullptr; // a check box has none
     wxWindow* control = nullptr;
+    wxWindow* browse = nullptr; // a path's
     wxStaticText* problem = nullptr;
+    wxSizer* cell = nullptr;
+    int room = 0; // lines kept for the problem
   };
 
-  wxSizer* MakeButtons();
-  void MakePage();
-  void FitToScreen();
-  // The fields of first's group; how many there are.
-  std::size_t MakeGroup(const FormField& first, wxSizer* column, bool withNote);
-  void AlignLabels();
-  void MakeField(FormField& field, wxWindow* parent, wxFlexGridSizer* grid);
+  // The controls, in the order of the fields.
+  wxWindow* PageOf(const FormField& field);
+  wxWindow* ParentOf(const FormField& field);
+  void MakeField(const FormField& field);
   wxWindow* MakeControl(const FormField& field, wxWindow* parent);
-  wxWindow* MakeBrowse(const FormField& field, wxWindow* parent);
+  wxWindow* MakeText(const FormField& field, wxWindow* parent);
+  void MakeBrowse(const FormField& field);
   static wxStaticText* MakeProblem(wxWindow* parent);
-  static void ShowProblem(wxStaticText* where, const KorText& text, int width);
+  void MakeButtons();
+  // Where they stand.
+  void LayOutPages();
+  wxSizer* LayOutPage(const wxWindow* page);
+  wxSizer* LayOutGroup(const std::vector<const FormField*>& fields);
+  void LayOutRow(const FormField& field, wxFlexGridSizer* grid);
+  void Align(const std::vector<const FormField*>& fields);
+  wxSizer* LayOutButtons();
+  void FitToScreen();
+
   void Browse(const FormField& field);
   KorText ValueOf(const FormField& field) const;
   void ReadControls();
@@ -52,21 +69,36 @@ class FormWindow : public wxDialog {
   void ShowObstacle();
   // False when there is one; with those that a look has found.
   bool ShowProblems(const FormDescription* looked = nullptr);
-  void ShowFirst(const Row& row);
+  void ShowProblem(const Row& row, const KorText& text);
+  // Takes away what is no longer wrong.
+  void ForgiveField(const FormField& field);
+  void ShowFirst(const FormField& field);
+  void OnKey(wxKeyEvent& event);
+  void TurnPage(bool forward);
   void Accept();
   void AllowOnlyCancel(bool only);
 
   FormDescription& form;
+  const EndTransfer onEndTransfer;
   Mnemonics mnemonics;
-  std::map<int, Row> rows;       // by the field's number
-  std::vector<wxWindow*> labels; // of the column that is being made
-  wxScrolledWindow* page = nullptr;
+  std::map<int, Row> rows;           // by the field's number
+  std::map<int, wxWindow*> pages;    // by their number
+  std::map<int, wxStaticBox*> boxes; // by the group's number
+  wxScrolledWindow* ground = nullptr;
+  wxNotebook* book = nullptr; // of the pages; null where the form has none
+  wxSize bookFrame;           // see native_look.h
   wxStaticText* obstacle = nullptr;
+  wxButton* endTransfer = nullptr;
+  wxButton* ok = nullptr;
+  wxButton* cancel = nullptr;
+  int buttonsWidth = 0; // of the buttons with their margins
+  wxSize fitted;        // what all needed when the size was last fitted to it
   wxTimer looks;
   // Whoever looks at the folders copies it and lets go of it on a thread of its own, so it is no
   // weak reference of the toolkit; only the window's thread follows it. Null once this has gone.
   const std::shared_ptr<FormWindow*> self = std::make_shared<FormWindow*>(this);
   bool building = true;
+  bool looking = false; // at the folders: only Cancel works
 };
 
 } // namespace kor

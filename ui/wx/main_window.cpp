@@ -313,8 +313,8 @@ void MainWindow::ShowStatus(const StatusView& view) {
   lamps->Show(view.lamps);
   ShowLineErrors();
   jobs->BeginDay(App().LocalTime());
-  // A "Yes" must not end the transfer that comes next.
-  if (shown && IsExchange(shown->code) && !IsExchange(view.code)) WithdrawQuestion();
+  // An answer must not end the transfer that comes next.
+  if (shown && !IsSameExchange(*shown, view)) WithdrawQuestion();
   if (Button(kCancelButton)->IsEnabled() != IsExchange(view.code))
     Button(kCancelButton)->Enable(IsExchange(view.code));
   const bool isNews = !shown || shown->activity != view.activity || shown->reason != view.reason ||
@@ -457,8 +457,12 @@ void MainWindow::Settings() {
   ShowSettings();
 }
 
-void MainWindow::Cancel() {
-  if (Ask(this, LookUpText(kTexts.endTransferQuestion))) app.CancelExchange();
+void MainWindow::CancelTransfer(wxWindow* over) {
+  if (Ask(over, EndQuestion(app.CurrentStatus()))) app.CancelExchange();
+}
+
+void MainWindow::Loopback() {
+  if (Ask(this, LoopbackQuestion())) app.LoopbackTest();
 }
 
 void MainWindow::OnMonitor(bool on) {

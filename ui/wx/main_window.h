@@ -52,6 +52,8 @@ class MainWindow : public wxFrame {
   // Called with each status that is shown.
   void SetOnStatus(std::function<void(const StatusView&)> follow) { onStatus = std::move(follow); }
   MonitorView& Monitor() { return *monitor; }
+  // After a question over that window.
+  void CancelTransfer(wxWindow* over);
   // What the settings record holds now: the check boxes of the handshakes.
   void ShowSettings();
   // Before the window is shown, and after it was closed.
@@ -99,12 +101,12 @@ class MainWindow : public wxFrame {
 
   void Send() { app.ChooseDownloadFile(); }
   void Receive() { app.ChooseUploadFile(); }
-  void Loopback() { app.LoopbackTest(); }
   void XonXoff() { app.XonXoffTest(); }
   void Complete() { app.CompleteUpload(); }
   void Special() { app.SpecialDialog(); }
   void Settings();
-  void Cancel();
+  void Loopback();
+  void Cancel() { CancelTransfer(this); }
   void OnMonitor(bool on);
   void OnTrace(bool on);
   void OnRts(bool on);

@@ -8,13 +8,8 @@
 #include <wx/statbmp.h>
 #include <wx/stattext.h>
 
-#include <wx/msgdlg.h>
-// After that one, whose names it uses.
-#include <wx/generic/msgdlgg.h> // IWYU pragma: keep: GTK's brings it, others don't
-
 #include "services/core/text_lookup.h"
 #include "ui/wx/accessible.h"
-#include "ui/wx/mnemonics.h"
 #include "ui/wx/native_dialogs.h"
 #include "ui/wx/wx_text.h"
 
@@ -26,20 +21,25 @@ constexpr int kTextWidth = 360; // device-independent pixels
 constexpr int kGap = 12;
 constexpr std::size_t kMostMessages = 10; // nobody may look for months
 
-wxDialog* MakeMessage(wxWindow* parent, const KorText& caption, const KorText& text,
-                      MessageStyle style) {
-  auto* const window = new wxDialog(parent, wxID_ANY, ToWx(caption));
-  SpeakAsDialog(window);
+// A sign, and beside it the words in lines.
+wxSizer* MakeWords(wxDialog* window, const wxArtID& art, const KorText& text) {
   auto* const row = new wxBoxSizer(wxHORIZONTAL);
-  const wxArtID art = style == MessageStyle::Exclamation ? wxART_WARNING : wxART_INFORMATION;
   row->Add(
       new wxStaticBitmap(window, wxID_ANY, wxArtProvider::GetBitmapBundle(art, wxART_MESSAGE_BOX)),
       wxSizerFlags().Border(wxRIGHT, window->FromDIP(kGap)));
   auto* const words = MakePlainText(window, wxID_ANY);
   words->SetLabelText(InLines(text, *words, window->FromDIP(kTextWidth)));
   row->Add(words, wxSizerFlags(1).CentreVertical());
-  auto* const ok = new wxButton(window, wxID_OK, Mnemonics().Label(LookUpText(kTexts.ok)));
-  SetSpokenName(ok, LookUpText(kTexts.ok));
+  return row;
+}
+
+wxDialog* MakeMessage(wxWindow* parent, const KorText& caption, const KorText& text,
+                      MessageStyle style) {
+  auto* const window = new wxDialog(parent, wxID_ANY, ToWx(caption));
+  SpeakAsDialog(window);
+  const wxArtID art = style == MessageStyle::Exclamation ? wxART_WARNING : wxART_INFORMATION;
+  Mnemonics mnemonics;
+  auto* const ok = MakePressButton(window, wxID_OK, LookUpText(kTexts.ok), mnemonics);
   ok->Bind(wxEVT_BUTTON, [window](wxCommandEvent&) {
     if (window->IsModal())
       window->EndModal(wxID_OK);
@@ -49,14 +49,56 @@ wxDialog* MakeMessage(wxWindow* parent, const KorText& caption, const KorText& t
   ok->SetDefault();
   window->SetEscapeId(wxID_OK);
   auto* const column = new wxBoxSizer(wxVERTICAL);
-  column->Add(row, wxSizerFlags(1).Expand().Border(wxALL, window->FromDIP(kGap)));
-  column->Add(ok, wxSizerFlags().Right().Border(wxALL, window->FromDIP(kGap)));
+  column->Add(MakeWords(window, art, text),
+              wxSizerFlags(1).Expand().Border(wxALL, window->FromDIP(kGap)));
+  column->Add(ok,
+              wxSizerFlags().Right().Border(wxLEFT | wxRIGHT | wxBOTTOM, window->FromDIP(kGap)));
   window->SetSizerAndFit(column);
   window->CentreOnParent();
   return window;
 }
 
+class QuestionWindow : public wxDialog {
+ public:
+  QuestionWindow(wxWindow* parent, const Question& question)
+      : wxDialog(parent, wxID_ANY, parent->GetLabel()) {
+    SpeakAsDialog(this);
+    wxButton* const goOn = MakeChoice(wxID_NO, question.goOn);
+    wxButton* const act = MakeChoice(wxID_YES, question.act);
+    const auto gap = wxSizerFlags().Border(wxLEFT, FromDIP(kGap));
+    auto* const buttons = new wxBoxSizer(wxHORIZONTAL);
+    buttons->Add(goOn, gap);
+    buttons->Add(act, gap);
+    auto* const column = new wxBoxSizer(wxVERTICAL);
+    column->Add(MakeWords(this, wxART_QUESTION, question.text),
+                wxSizerFlags(1).Expand().Border(wxALL, FromDIP(kGap)));
+    column->Add(buttons, wxSizerFlags().Right().Border(wxRIGHT | wxBOTTOM, FromDIP(kGap)));
+    SetSizerAndFit(column);
+    SetEscapeId(wxID_NO);
+    goOn->SetDefault();
+    goOn->SetFocus();
+    CentreOnParent();
+  }
+
+ private:
+  wxButton* MakeChoice(int answer, const KorText& label) {
+    auto* const button = MakePressButton(this, answer, label, mnemonics);
+    button->Bind(wxEVT_BUTTON, [this, answer](wxCommandEvent&) { EndModal(answer); });
+    return button;
+  }
+
+  Mnemonics mnemonics;
+};
+
 } // namespace
+
+wxButton* MakePressButton(wxWindow* parent, int number, const KorText& label,
+                          Mnemonics& mnemonics) {
+  auto* const button = new wxButton(parent, number, mnemonics.Label(label));
+  button->SetMinSize(parent->FromDIP(wxSize(-1, kPressHeight)));
+  SetSpokenName(button, label);
+  return button;
+}
 
 void MessageWindows::Show(const KorText& caption, const KorText& text, MessageStyle style) {
   const auto same = std::ranges::find(open, text, &Shown::text);
@@ -95,8 +137,7 @@ wxDialog* MakeEndWindow(wxWindow* parent, const KorText& caption, const KorText&
   auto* const row = new wxBoxSizer(wxHORIZONTAL);
   Mnemonics mnemonics;
   for (const EndChoice& choice : choices) {
-    auto* const button = new wxButton(window, wxID_ANY, mnemonics.Label(choice.label));
-    SetSpokenName(button, choice.label);
+    auto* const button = MakePressButton(window, wxID_ANY, choice.label, mnemonics);
     button->Bind(wxEVT_BUTTON, [action = choice.action](wxCommandEvent&) { action(); });
     row->Add(button, wxSizerFlags().Border(wxRIGHT, window->FromDIP(kGap)));
   }
@@ -110,19 +151,13 @@ wxDialog* MakeEndWindow(wxWindow* parent, const KorText& caption, const KorText&
   return window;
 }
 
-bool Ask(wxWindow* parent, const KorText& question) {
-  wxGenericMessageDialog dialog(parent, ToWx(question), parent->GetLabel(),
-                                wxYES_NO | wxNO_DEFAULT | wxICON_QUESTION);
-  dialog.SetYesNoLabels(ToWx(LookUpText(kTexts.yes)), ToWx(LookUpText(kTexts.no)));
-  dialog.SetEscapeId(wxID_NO);
-  dialog.CallAfter([&dialog] { SpeakAsDialog(&dialog); }); // it is made when it is shown
-  return dialog.ShowModal() == wxID_YES;
+bool Ask(wxWindow* parent, const Question& question) {
+  return QuestionWindow(parent, question).ShowModal() == wxID_YES;
 }
 
 void WithdrawQuestion() {
   for (wxWindow* const window : wxTopLevelWindows)
-    if (auto* const asked = dynamic_cast<wxGenericMessageDialog*>(window);
-        asked && asked->IsModal())
+    if (auto* const asked = dynamic_cast<QuestionWindow*>(window); asked && asked->IsModal())
       asked->EndModal(wxID_NO);
 }
 

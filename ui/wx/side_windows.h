@@ -7,9 +7,17 @@
 
 #include <wx/dialog.h>
 
+#include <wx/button.h>
+
 #include "ui/form_dialog.h"
+#include "ui/questions.h"
+#include "ui/wx/mnemonics.h"
 
 namespace kor {
+
+constexpr int kPressHeight = 44; // device-independent pixels: for a finger in a glove
+
+wxButton* MakePressButton(wxWindow* parent, int number, const KorText& label, Mnemonics& mnemonics);
 
 // Shows messages, each until it is closed; of many the oldest goes. What stands open is not shown a
 // second time, whatever brought it.
@@ -43,9 +51,9 @@ struct EndChoice {
 wxDialog* MakeEndWindow(wxWindow* parent, const KorText& caption, const KorText& text,
                         const std::vector<EndChoice>& choices);
 
-// True for "Yes". Modal to the windows, not to the link; Enter and Escape mean "No".
-bool Ask(wxWindow* parent, const KorText& question);
-// What was asked about is over: as if the answer were "No".
+// True when it is to be done. Modal to the windows, not to the link.
+bool Ask(wxWindow* parent, const Question& question);
+// What was asked about is over: as if the answer were to go on.
 void WithdrawQuestion();
 
 // Ends the newest modal window as if it were cancelled; those below it only once it has gone. False

@@ -85,7 +85,8 @@ void WxFrontEnd::ShowSpecialButton() {
 }
 
 bool WxFrontEnd::RunForm(FormDescription& form) {
-  return window && FormWindow(window, form).Run();
+  if (!window) return false;
+  return FormWindow(window, form, [this](wxWindow* over) { window->CancelTransfer(over); }).Run();
 }
 
 std::optional<KorText> WxFrontEnd::ChooseFile(const FileChoice& choice) {
