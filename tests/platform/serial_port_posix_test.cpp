@@ -421,6 +421,8 @@ TEST(SerialNamesTest, LinksAreMadeReplacedListedAndRemoved) {
   ASSERT_EQ(names.size(), 2u);
   EXPECT_EQ(names[0].name + u" " + names[0].device, u"COM2 /dev/tty-new");
   EXPECT_EQ(names[1].name + u" " + names[1].device, u"COM10 /dev/not-there");
+  EXPECT_EQ(SerialDeviceBehind(u"com2"), u"/dev/tty-new");
+  EXPECT_EQ(SerialDeviceBehind(u"/dev/not-there"), u"");
   EXPECT_EQ(AssignSerialName(u"COM2", u""), u"");
   EXPECT_EQ(AssignSerialName(u"COM2", u""), u"") << "removing what is not there is no failure";
   EXPECT_EQ(SerialDevicePath(u"COM2"), u"/dev/ttyS1");
