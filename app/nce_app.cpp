@@ -48,8 +48,8 @@ void NCEApp::BuildWindow() {
 }
 
 NCEApp::~NCEApp() {
-  StopWorker();
-} // it uses the protocol, which goes now
+  StopWorker(); // Before the protocol, which it uses, is destroyed.
+}
 
 void NCEApp::BeforeServing() {
   protocol.SetFeatures(windowFeatures);

@@ -1,8 +1,8 @@
-// NCEApp: the link engine with the NCE controller's protocol: its stored record, the dialog of the
-// special features, and the engine's operations that it hands to NceProtocol.
+// NCEApp: the application for the NCE controller. It stores the special features and shows their
+// dialog, and it passes the engine's protocol operations on to NceProtocol.
 //
-// Made once by main. The protocol belongs to the worker; the special features are edited in the
-// window and handed over before the next poll.
+// Made once by main. NceProtocol belongs to the worker; the window edits the special features and
+// hands them over before the next poll.
 #pragma once
 
 #include <cstdint>

@@ -1,9 +1,9 @@
-// Exchange: what goes on between the line and the files: the channel, the program that is sent, the
-// upload that comes, the transmit delay, and how an exchange ends. The protocol, by its hooks,
-// decides what is sent and when.
+// Exchange: the worker's half of the engine. It moves programs between the line and the files: the
+// channel, the program that is sent, the upload, the transmit delay, and the ways an exchange ends.
+// The protocol decides, through its hooks, what is sent and when.
 //
-// Owned by DownloadApp. Worker's thread: the window's before the worker has started and after it
-// has ended. Operations that any thread may call say so.
+// Owned by DownloadApp. Used on the worker's thread, and on the window's before the worker has
+// started and after it has ended. Operations that any thread may call say so.
 #pragma once
 
 #include <atomic>
@@ -45,7 +45,8 @@ class Exchange : private ChannelHost {
   NcProgram& Program() { return program; }               // lines of the file being sent
   LineErrors Errors() const { return channel.Errors(); } // any thread
 
-  // The settings are replaced between two polls; a port that is open keeps what it was opened with.
+  // Replaces the settings between two polls. An open port keeps its line parameters until it is
+  // opened again.
   void TakeSettings(const LinkSettings& changed) { settings = changed; }
   const LinkSettings& Settings() const { return settings; }
   void OpenPort(bool noSoftwareFlow);
@@ -63,26 +64,25 @@ class Exchange : private ChannelHost {
   // somebody writes the file, which may be over in a moment.
   NcProgram::Result ReadProgram(const KorText& path);
   void TellRefusal(NcProgram::Result result, const KorText& path);
-  // Opens an upload, in place of a download that waits.
+  // Opens an upload. A download that waits for its delay does not start any more.
   bool OpenUpload(const KorText& path);
-  // After a transfer, however it ended: lets go of its memory and of the windows of a manual job.
+  // Called however a transfer ends. Frees its memory and closes the windows of a manual job.
   void FinishTransfer();
 
-  // Ends whatever runs; a part of an upload is removed, a delayed download does not start. The
-  // first logs the job as an error, the second as cancelled; the third does nothing in another
-  // status, the fourth says so when nothing runs.
+  // Each of these ends whatever runs: the part of an upload is removed and a delayed download does
+  // not start. Abandon logs the job as an error, the others log it as cancelled.
   void Abandon() { End(LinkStatus::DownloadErrors, LinkStatus::UploadErrors); }
   void Cancel() { End(LinkStatus::DownloadCancelled, LinkStatus::UploadCancelled); }
-  void CancelWhile(LinkStatus code);
-  void CancelRunning();
-  // The state of a link that waits, after the end of an upload that runs.
+  void CancelWhile(LinkStatus code); // Does nothing in another status.
+  void CancelRunning();              // Tells the user when nothing runs.
+  // Cancels an upload that runs and enters the state of a link that waits.
   void Settle(LinkStatus code);
   void StartLoopbackTest();
 
   // Jobs by hand.
   void Send(const KorText& path);
   void Receive(const KorText& path);
-  // Stores the upload; says why when there is none, or when only the controller can end it.
+  // Stores the upload. Tells the user when there is none, or when only the controller can end it.
   void CompleteUpload();
   bool IsByHand() const { return manual.IsRunning(); }
 
@@ -96,7 +96,7 @@ class Exchange : private ChannelHost {
   void OnLinkBack() override { EnterAfterEnd(LinkStatus::Waiting); }
   void OnOverRun() override { EnterAfterEnd(LinkStatus::OverRun); }
 
-  // The exchange that was running is over; its job is logged before the new state shows.
+  // Ends the running exchange first, so that its job is logged before the new state shows.
   void EnterAfterEnd(LinkStatus code);
   void End(LinkStatus downloadCode, LinkStatus uploadCode);
   bool StopDelay(); // true when a download was waiting

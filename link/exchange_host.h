@@ -1,4 +1,5 @@
-// What an exchange asks of the application around it, and what it leaves to the protocol.
+// ExchangeHost: what an exchange needs from the application around it. ProtocolHooks: what it
+// leaves to the protocol.
 #pragma once
 
 #include <cstdint>
@@ -11,24 +12,25 @@ namespace kor {
 class ExchangeHost {
  public:
   virtual ~ExchangeHost() = default;
-  // Worker. Has the window show something, in order; nobody waits for it.
+  // Called on the worker. The window shows posts in order; the worker does not wait for it.
   virtual void PostToWindow(WindowFeed::Kind kind, std::function<void(FormDialog&)> show) = 0;
-  // Any thread. The task runs on the worker before its next poll.
+  // Called on any thread. The task runs on the worker before its next poll.
   virtual void RunOnWorker(std::function<void()> task) = 0;
-  // Worker. The settings keep the folder and the extension of a file that is sent by hand.
+  // Called on the worker for a file that is sent by hand. The settings keep its folder and
+  // extension.
   virtual void RememberPath(const KorText& path) = 0;
 };
 
-// Called on the worker.
+// All hooks are called on the worker.
 class ProtocolHooks {
  public:
   virtual ~ProtocolHooks() = default;
-  virtual void ProcessReceived() = 0; // consumes what has arrived
-  virtual void PollIdle() = 0;        // after every write step
+  virtual void ProcessReceived() = 0; // Consumes what has arrived.
+  virtual void PollIdle() = 0;        // Called after every write step.
   virtual void StartDownload() = 0;
-  // Makes a file that is sent by hand ready; false when it can't be read.
+  // Prepares a file that is to be sent by hand. Returns false when the file can't be read.
   virtual bool LoadTransfer(const KorText& path, std::int64_t& size) = 0;
-  // A file is about to be received by hand.
+  // Called before a file is received by hand.
   virtual void AwaitUpload() = 0;
 };
 

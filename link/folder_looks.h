@@ -1,8 +1,9 @@
-// FolderLooks: threads that look at folders which may be slow, and the questions that are asked of
-// side threads. Each thread does one thing at a time, so that none waits for a folder that hangs.
+// FolderLooks: threads that look at folders which may be slow, and the questions that the window
+// asks of side threads. Each thread does one thing at a time, so a folder that hangs blocks only
+// the thread that looks at it.
 //
-// A question is answered by whoever takes the answer first: the thread's finding, or the refusal
-// after five seconds. Owned by DownloadApp. Its thread is the window's; Add and IsAwaited: any.
+// A question is answered once: by what the thread finds, or by a refusal after five seconds. Owned
+// by DownloadApp and used on the window's thread; any thread may call Add and IsAwaited.
 #pragma once
 
 #include <array>
@@ -20,22 +21,23 @@ class FolderLooks {
   explicit FolderLooks(TimerQueue& timerQueue) : timers(timerQueue) {}
 
   void Start();
-  bool Stop(std::chrono::steady_clock::time_point until); // false when one has not ended by then
+  bool
+  Stop(std::chrono::steady_clock::time_point until); // Returns false when a thread has not ended.
   void Finish();
-  void RunHere();                              // what waits, where no thread was started
-  bool Add(const std::function<void()>& look); // false when all are busy
+  void RunHere();                              // Runs what waits where no thread was started.
+  bool Add(const std::function<void()>& look); // Returns false when all are busy.
 
-  // refuse is called after five seconds, unless the answer to this question was taken by then.
+  // Opens a question. Unless its answer is taken within five seconds, refuse is called.
   int Await(const std::function<void()>& refuse);
-  bool Take(int question); // false when it has been taken
+  bool Take(int question); // Returns false when it was already taken.
   bool IsAwaited() const { return unanswered > 0; }
 
  private:
   TimerQueue& timers;
-  // What a thread does counts as one byte.
+  // Each look counts as one byte, so a busy thread takes no other.
   std::array<SideThread, 3> lookers{SideThread(1), SideThread(1), SideThread(1)};
   std::atomic<int> unanswered{0};
-  int questions = 0; // so many were asked
+  int questions = 0; // number of the last one
 };
 
 } // namespace kor

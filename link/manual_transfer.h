@@ -1,5 +1,5 @@
-// A transfer that is begun by hand: the file dialogs, where they open the next time, the end
-// dialogs and the job buttons.
+// Transfers that the user begins by hand: the file dialogs, the folder where they open next time,
+// the end dialogs and the job buttons.
 #pragma once
 
 #include <optional>
@@ -13,7 +13,7 @@ namespace kor {
 KorText SendCaption();
 KorText ReceiveCaption();
 
-// Window's thread. The name of the current file is filled in. Nothing when the user chose none.
+// Window's thread. The dialog offers the current file's name. Returns nothing if the user cancels.
 std::optional<KorText> ChooseFileToSend(FormDialog& window, const LinkSettings& settings,
                                         const KorText& currentFile);
 std::optional<KorText> ChooseFileToReceive(FormDialog& window, const LinkSettings& settings,
@@ -23,13 +23,14 @@ std::optional<KorText> ChooseFileToReceive(FormDialog& window, const LinkSetting
 void RememberFile(const KorText& path, LinkSettings& settings);
 void HideEndDialogs(FormDialog& window);
 
-// The windows of a manual transfer that runs. Owned by Exchange. Worker's thread.
+// ManualTransfer: shows and hides the windows of a manual transfer. Owned by Exchange. Worker's
+// thread.
 class ManualTransfer {
  public:
   explicit ManualTransfer(FormDialog& formDialog) : window(formDialog) {}
 
   void Begin(EndDialog which, const KorText& title);
-  // However it ended; nothing for a transfer that the controller began.
+  // Called however a transfer ends. Does nothing if the controller began it.
   void End();
   bool IsRunning() const { return running; }
 

@@ -1,6 +1,6 @@
-// PlainProtocol: what the engine does where no application brings a protocol of its own: the bytes
-// of a file go out as they are, and those that come are the upload. Owned by DownloadApp. Worker's
-// thread.
+// PlainProtocol: the engine's behaviour when the application brings no protocol of its own. It
+// sends the bytes of a file as they are and stores received bytes as the upload. Owned by
+// DownloadApp. Worker's thread.
 #pragma once
 
 #include "link/exchange.h"

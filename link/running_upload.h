@@ -1,5 +1,5 @@
-// RunningUpload: the upload that runs: its file, its status with the bytes that have come, and the
-// word to the user when nothing comes any more. Owned by Exchange. Worker's thread.
+// RunningUpload: the file of the upload that runs, its status and byte counter, and the note that
+// tells the user when the controller has stopped sending. Owned by Exchange. Worker's thread.
 #pragma once
 
 #include <string_view>
@@ -14,17 +14,17 @@ class RunningUpload {
   RunningUpload(StatusTeller& statusTeller, const FormDialog& formDialog)
       : status(statusTeller), window(formDialog) {}
 
-  bool Open(const KorText& path); // safe write beside the target
-  // The upload that was opened runs from now on; the note stands beside its status.
+  bool Open(const KorText& path); // Writes beside the target.
+  // Shows the opened upload as running, with the note beside its status.
   void Begin(const KorText& note = {});
   bool IsOpen() const { return file.IsOpen(); }
-  bool Write(std::string_view bytes) { return file.Write(bytes); } // false unless all were taken
-  void Count(std::size_t bytes);                                   // that have come
-  // The received program replaces the target. False when it could not be stored whole.
+  bool Write(std::string_view bytes) { return file.Write(bytes); } // False unless all were taken.
+  void Count(std::size_t bytes);                                   // Adds received bytes.
+  // Replaces the target by the received program. Returns false if it was not stored whole.
   bool Commit();
   void Discard() { file.Discard(); }
-  // An upload whose end mark never comes waits for ever: whoever looks at the PC is told what to
-  // do. Called after every poll.
+  // Called after every poll. An upload whose end mark never comes would wait for ever, so after a
+  // minute of silence the note says what to do.
   void Watch();
 
  private:
@@ -34,8 +34,8 @@ class RunningUpload {
   const FormDialog& window;
   UploadFile file;
   KorText note;             // beside the status
-  double moved = 0;         // seconds, when it last brought something
-  bool standsStill = false; // the user has been told so
+  double moved = 0;         // time of the last bytes, in seconds
+  bool standsStill = false; // The note says that nothing comes.
 };
 
 } // namespace kor

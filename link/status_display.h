@@ -1,5 +1,5 @@
-// StatusDisplay: the timer on which the window shows the status. It runs while the board holds
-// something that is not shown yet. Owned by DownloadApp. Any thread.
+// StatusDisplay: the timer on which the window shows the status. The timer runs while the board
+// holds a change that the window has not shown. Owned by DownloadApp. Any thread may call it.
 #pragma once
 
 #include <atomic>
@@ -15,12 +15,12 @@ class StatusDisplay {
   StatusDisplay(StatusBoard& statusBoard, TimerQueue& timerQueue)
       : board(statusBoard), timers(timerQueue) {}
 
-  // From now on show is called on the window's thread.
+  // Starts the timer, which calls show on the window's thread.
   void Begin(std::function<void()> show);
   void End();
-  void Keep();  // running, where the board has changed
-  void Rest();  // nothing is to be shown until the board changes
-  void Pause(); // whatever changes, until Resume
+  void Keep();  // Starts the timer if the board has changed.
+  void Rest();  // Stops the timer until the board changes.
+  void Pause(); // Stops the timer until Resume, whatever changes.
   void Resume();
 
  private:

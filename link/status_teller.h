@@ -1,4 +1,4 @@
-// StatusTeller: the worker's side of the link status. It sets the status and has the window show it
+// StatusTeller: the worker's side of the link status. It sets the status and posts it to the window
 // at once, with the titles and messages that belong to it. Owned by Exchange. Worker's thread.
 #pragma once
 
@@ -16,12 +16,12 @@ class StatusTeller {
       : board(statusBoard), display(statusDisplay), host(exchangeHost) {}
 
   LinkStatus Code() const { return board.Code(); }
-  StatusBoard& Board() { return board; } // for the counters and the file's name
-  void Set(LinkStatus code);             // to be shown by the display's timer
+  StatusBoard& Board() { return board; } // holds the counters and the file's name
+  void Set(LinkStatus code);             // The display's timer shows it.
   void Enter(LinkStatus code, const KorText& note = {});
-  // Forms the status line, with its job-log line, and has the window show it.
+  // Forms the status line, logs the job that has ended, and posts the status to the window.
   void Update();
-  void ChangeNote(const KorText& note); // of the status as it is
+  void ChangeNote(const KorText& note); // Keeps the status.
   void ShowTitle(const KorText& title);
   void ShowMessage(const KorText& caption, const KorText& text, MessageStyle style);
 
@@ -29,7 +29,7 @@ class StatusTeller {
   StatusBoard& board;
   StatusDisplay& display;
   ExchangeHost& host;
-  std::optional<LinkStatus> shown; // the last one that was posted
+  std::optional<LinkStatus> shown; // the status that was posted last
 };
 
 } // namespace kor

@@ -1,4 +1,4 @@
-// ToolOutput: where a program's lines go, without their ends. Tests keep them.
+// ToolOutput: receives the lines that a program prints, without line ends. Tests collect them.
 #pragma once
 
 #include <functional>
