@@ -150,9 +150,10 @@ class DownloadApp : public Storable, private ExchangeHost, private ProtocolHooks
   // Any thread. The task runs on the worker before its next poll; dropped when the worker has
   // ended.
   void RunOnWorker(std::function<void()> task) override;
-  // Any thread. So many tasks wait that no more should be given for the time being, or something
-  // that was asked for has not been answered.
-  bool IsBehind() { return tasks.IsBehind() || looks.IsAwaited(); }
+  // Any thread. So many tasks wait that no more should be given for the time being.
+  bool IsBehind() { return tasks.IsBehind(); }
+  // Any thread. A question to a side thread has not been answered: what was asked for is not done.
+  bool AwaitsAnswer() const { return looks.IsAwaited(); }
 
  protected:
   // Worker. The engine sends a chosen file's bytes as they are; an application that sends lines

@@ -241,6 +241,39 @@ TEST_F(ConsoleTest, InputIsReadNoFasterThanItIsWorkedOff) {
   EXPECT_GT(shared->Left(), flood.size() - 10000);
 }
 
+// An open question holds lines back, but not for ever those that are wanted most just then; what
+// runs while it is open is marked with the time since it was asked.
+TEST_F(ConsoleTest, WhileAQuestionIsOpenOnlyAFewCommandsOvertakeIt) {
+  const struct {
+    const char* lines;
+    double answeredAfter; // seconds
+    const char16_t* run;
+  } cases[] = {
+      {"set\nquit\n", 0.25, u"set quit "}, // a script's settings are kept
+      {"set\nsettings\nstatus\nhelp x\nQUIT\n", 9, u"set status(0.3) help x(0.3) QUIT(0.3) "},
+      {"set\ncancel\nsend a\ncancel\nquit\n", 9, u"set cancel(0.3) quit(0.3) "},
+      {"set\nsend a\ncancel\nrts\nset\nquit\n", 0.25, u"set send a cancel rts set quit "},
+  };
+  for (const auto& c : cases) {
+    const auto shared = std::make_shared<FakeTerminal>(false);
+    shared->input = c.lines;
+    ConsoleFrontEnd console(shared);
+    double asked = -99; // when "set" has asked the last question
+    const auto open = [&] { return app.HighResolutionSeconds() < asked + c.answeredAfter; };
+    console.SetAwaits([&] { return app.Advance(0.01), open(); }, &Commands::Overtakes);
+    KorText run;
+    TimerQueue timers;
+    console.Run(timers, [&](const KorText& line) {
+      run += line;
+      if (open()) run += KorText::Format(u"(%.1f)", app.HighResolutionSeconds() - asked);
+      run += u' ';
+      if (line == u"set") asked = app.HighResolutionSeconds();
+      if (line.EqualsNoCase(u"quit")) console.Quit();
+    });
+    EXPECT_EQ(run, c.run) << c.lines;
+  }
+}
+
 // What the live line shows of a transfer at each width; "|" stands for the gap before the lamps.
 TEST(StatusLineTest, PutsTheNumberFirstAndCutsTheFolderFirst) {
   StatusView down = View(12, u"Downloading /srv/nc/jobs/0000123.MPG - 51234 of 100000 bytes sent.");

@@ -781,10 +781,10 @@ TEST_F(EngineTest, TheSettingsFormSaysWhatIsWrongBesideEachField) {
   KorText problem;
   form.look(form,
             [&](const FormDescription& seen) { problem = seen.Find(u"upload-path")->problem; });
-  EXPECT_TRUE(problem.IsEmpty() && link.app.Seconds() == asked && link.link->IsBehind());
+  EXPECT_TRUE(problem.IsEmpty() && link.app.Seconds() == asked && link.link->AwaitsAnswer());
   link.Run();
   EXPECT_TRUE(problem.Contains(u"a folder that exists"));
-  EXPECT_FALSE(link.link->IsBehind());
+  EXPECT_FALSE(link.link->AwaitsAnswer());
   link.PutProgram(u"1.MPG", u"A\n");
   link.Ask("FH 1");
   form = link.link->SettingsForm();
@@ -810,12 +810,12 @@ TEST_F(EngineTest, AFolderThatDoesNotAnswerIsRefusedInTime) {
   look();
   link.link->AskJobsOfToday([](const auto&) { ADD_FAILURE(); });
   pass(4.9);
-  EXPECT_TRUE(answers.empty() && link.link->IsBehind());
+  EXPECT_TRUE(answers.empty() && link.link->AwaitsAnswer());
   pass(0.2);
   EXPECT_EQ(answers, std::vector<KorText>{silent});
   ASSERT_EQ(link.form.messages.size(), 1u);
   EXPECT_EQ(link.form.messages[0].text, silent);
-  EXPECT_FALSE(link.link->IsBehind());
+  EXPECT_FALSE(link.link->AwaitsAnswer());
   link.Run();
   EXPECT_EQ(answers.size(), 1u);
   for (int i = 0; i < 4; ++i)

@@ -12,6 +12,10 @@ KorText Usage(const KorText& command, const KorText& arguments) {
   return KorText::Format(LookUpText(kTexts.usage), command, arguments);
 }
 
+std::size_t NameLength(const KorText& line) {
+  return std::min(line.View().find_first_of(u" \t"), line.Length());
+}
+
 } // namespace
 
 const Commands::Command Commands::kCommands[] = {
@@ -34,17 +38,33 @@ const Commands::Command Commands::kCommands[] = {
     {u"quit", u"", kTexts.helpQuit, &Commands::Quit},
 };
 
-void Commands::Run(const KorText& line) {
-  const std::size_t blank = std::min(line.View().find_first_of(u" \t"), line.Length());
-  const KorText name = line.Left(blank);
+const Commands::Command* Commands::Find(const KorText& line) {
+  const KorText name = line.Left(NameLength(line));
   const auto found =
       std::find_if(std::begin(kCommands), std::end(kCommands),
                    [&](const Command& command) { return name.EqualsNoCase(command.name); });
-  if (found == std::end(kCommands)) {
-    console.Print(KorText::Format(LookUpText(kTexts.unknownCommand), name));
+  return found == std::end(kCommands) ? nullptr : found;
+}
+
+// A transfer that is still to begin is one that "cancel" may be meant for.
+bool Commands::Overtakes(const KorText& line, const KorText& waiting) {
+  const Command* const command = Find(line);
+  if (!command) return false;
+  const Handler handler = command->handler;
+  if (handler == &Commands::Cancel) {
+    const Command* const other = Find(waiting);
+    return !other || (other->handler != &Commands::Send && other->handler != &Commands::Receive);
+  }
+  return handler == &Commands::Status || handler == &Commands::Help || handler == &Commands::Quit;
+}
+
+void Commands::Run(const KorText& line) {
+  const Command* const found = Find(line);
+  if (!found) {
+    console.Print(KorText::Format(LookUpText(kTexts.unknownCommand), line.Left(NameLength(line))));
     return;
   }
-  const KorText argument = line.Mid(blank).Trimmed();
+  const KorText argument = line.Mid(NameLength(line)).Trimmed();
   const KorText wanted = found->arguments;
   if (argument.IsEmpty() && !wanted.IsEmpty() && wanted[0] != u'[') {
     console.Print(Usage(found->name, wanted));
@@ -150,7 +170,7 @@ void Commands::Settings(const KorText&) {
 
 // The form of the settings dialog, with one field edited. Probing the ports is for a list only.
 void Commands::Set(const KorText& argument) {
-  const std::size_t blank = std::min(argument.View().find_first_of(u" \t"), argument.Length());
+  const std::size_t blank = NameLength(argument);
   const KorText key = argument.Left(blank);
   if (key == u"rts" || key == u"dtr") { // "settings" lists them with the others
     Run(argument);
@@ -177,7 +197,7 @@ void Commands::Special(const KorText& argument) {
     PrintForm(form);
     return;
   }
-  const std::size_t blank = std::min(argument.View().find_first_of(u" \t"), argument.Length());
+  const std::size_t blank = NameLength(argument);
   FormField* field = form.Find(argument.Left(blank));
   if (!field) {
     console.Print(KorText::Format(LookUpText(kTexts.unknownFeature), argument.Left(blank)));

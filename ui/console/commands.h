@@ -13,6 +13,9 @@ class Commands {
 
   // Runs one line. An unknown or malformed command answers what to do instead.
   void Run(const KorText& line);
+  // Whether the line may be run before one that waits, or, for an empty one, before what an earlier
+  // one has asked for is answered.
+  static bool Overtakes(const KorText& line, const KorText& waiting);
 
  private:
   using Handler = void (Commands::*)(const KorText& argument);
@@ -23,6 +26,7 @@ class Commands {
     Handler handler;
   };
   static const Command kCommands[];
+  static const Command* Find(const KorText& line); // the one that the line begins with, or none
 
   void Status(const KorText& argument);
   void Jobs(const KorText& argument);

@@ -19,6 +19,7 @@ namespace {
 constexpr double kLongestWait = 60.0; // seconds
 constexpr double kRestPeriod = 0.1;   // seconds that the begin of a monitor line waits for its end
 constexpr double kRefresh = 1.0;      // seconds between two looks at a transfer that may stand
+constexpr double kGrace = 0.3;        // seconds until a command may overtake a question
 constexpr std::string_view kPrompt = "> ";
 constexpr std::string_view kRed = "\x1b[31m", kPlain = "\x1b[0m";
 
@@ -148,12 +149,13 @@ void ConsoleFrontEnd::StartReader() {
 
 void ConsoleFrontEnd::WaitForWork(const TimerQueue& timers) {
   constexpr double kBusy = 0.01; // seconds until a busy worker is asked again
-  const bool takes = !takesInput || takesInput();
+  const bool takes = (!takesInput || takesInput()) && lines.size() < kMostLines;
   const auto due = timers.NextDue();
   const double now = App().HighResolutionSeconds();
   double wait = due ? std::clamp(*due - now, 0.0, kLongestWait) : kLongestWait;
   if (hasStatus && IsExchange(shown.code)) wait = std::min(wait, kRefresh);
   if (!monitorRest.empty()) wait = std::clamp(restDue - now, 0.0, wait);
+  if (!lines.empty()) wait = NextLine() == lines.end() ? std::min(wait, kBusy) : 0;
   const Lock lock(shared->mutex);
   const double most = !takes && shared->HasInput() ? std::min(wait, kBusy) : wait;
   const auto until = std::chrono::steady_clock::now() + std::chrono::duration<double>(most);
@@ -200,9 +202,15 @@ void ConsoleFrontEnd::Finish() {
 
 // --- Input ---
 
-// At most one line; what follows "quit" is left alone.
+// At most one line is run; what follows "quit" is left alone.
 void ConsoleFrontEnd::TakeInput() {
-  if (IsQuitting() || (takesInput && !takesInput())) return;
+  if (IsQuitting() || (takesInput && !takesInput()) || RunLine()) return;
+  if (lines.size() >= kMostLines) return;
+  ReadLine();
+  RunLine();
+}
+
+void ConsoleFrontEnd::ReadLine() {
   std::string bytes;
   bool ended = false;
   {
@@ -223,7 +231,32 @@ void ConsoleFrontEnd::CompleteLine(const std::string& bytes) {
   const KorText line = KorText::FromUtf8(bytes).Trimmed();
   if (line.IsEmpty()) return;
   if (interactive) PrintLine(std::string(kPrompt) + PrintableText(line));
+  lines.push_back(line);
+}
+
+bool ConsoleFrontEnd::RunLine() {
+  const auto next = NextLine();
+  if (next == lines.end()) return false;
+  const KorText line = std::move(*next);
+  lines.erase(next);
   if (lineHandler) lineHandler(line);
+  return true;
+}
+
+// The first that need not wait.
+std::deque<KorText>::iterator ConsoleFrontEnd::NextLine() {
+  const double now = App().HighResolutionSeconds();
+  if (!awaits || !awaits())
+    awaitsSince.reset();
+  else if (!awaitsSince)
+    awaitsSince = now;
+  if (!awaitsSince) return lines.begin();
+  if (now < *awaitsSince + kGrace) return lines.end();
+  for (auto line = lines.begin(); line != lines.end(); ++line) {
+    const auto waits = [&](const KorText& other) { return !overtakes(*line, other); };
+    if (!waits({}) && std::none_of(lines.begin(), line, waits)) return line;
+  }
+  return lines.end();
 }
 
 // --- Output ---

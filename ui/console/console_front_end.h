@@ -10,6 +10,7 @@
 #include <deque>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "services/core/thread_annotations.h"
@@ -38,6 +39,14 @@ class ConsoleFrontEnd : public FormDialog {
   void Run(TimerQueue& timers, std::function<void(const KorText&)> onLine);
   // Asked before each line of input. While it says no, the input waits, and whoever writes it.
   void SetTakesInput(std::function<bool()> ready) { takesInput = std::move(ready); }
+  // While what an earlier line has asked for is not answered, lines wait, a few of them. After a
+  // moment, which a script gives its commands to be done in their order, a line may overtake the
+  // question and lines that wait; it is asked for each of those, the question being an empty one.
+  void SetAwaits(std::function<bool()> awaitsAnswer,
+                 std::function<bool(const KorText& line, const KorText& waiting)> mayOvertake) {
+    awaits = std::move(awaitsAnswer);
+    overtakes = std::move(mayOvertake);
+  }
   void Quit() { Quitter()(); } // any thread
   // Ends Run; may be called by any thread at any time, also after the front end has gone.
   std::function<void()> Quitter() const;
@@ -73,6 +82,7 @@ class ConsoleFrontEnd : public FormDialog {
 
  private:
   static constexpr std::size_t kMostInput = 4096; // bytes that are read ahead
+  static constexpr std::size_t kMostLines = 16;   // complete ones that wait
 
   // What the reading thread shares with the loop; it outlives the front end while the reader is
   // stuck in a read that never ends.
@@ -98,6 +108,9 @@ class ConsoleFrontEnd : public FormDialog {
   static bool AddInput(Shared& shared, std::string_view bytes);
   void StartReader();
   void TakeInput();
+  bool RunLine(); // one that need not wait; false when there is none
+  std::deque<KorText>::iterator NextLine();
+  void ReadLine();
   void CompleteLine(const std::string& line);
   void AskWhileBusy();
   void RunTasks();
@@ -121,6 +134,10 @@ class ConsoleFrontEnd : public FormDialog {
   std::shared_ptr<Shared> shared = std::make_shared<Shared>();
   std::function<void(const KorText&)> lineHandler;
   std::function<bool()> takesInput;
+  std::function<bool()> awaits;
+  std::function<bool(const KorText&, const KorText&)> overtakes;
+  std::deque<KorText> lines;         // complete, and not yet run
+  std::optional<double> awaitsSince; // seconds of the high-resolution clock
   std::unique_ptr<LineEditor> editor;
   StatusView shown;
   bool hasStatus = false;
