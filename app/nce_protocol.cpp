@@ -89,7 +89,7 @@ void NceProtocol::BreakOffDownload() {
 }
 
 void NceProtocol::OnLoopTest() {
-  exchange.FinishTransfer(); // it takes the place of a download that ran; so below
+  exchange.FinishTransfer(); // the test takes the place of a download that ran
   EnterStatus(LinkStatus::LoopBackTest);
   Reply(u"ABCDEFGHIJKLMNOPQRSTUVWXYZ");
 }

@@ -38,7 +38,7 @@ class BlockWorkers {
   void Start(std::uint64_t block);
   // Waits for the block and returns what its step returned.
   bool Finish(std::uint64_t block);
-  // Of a finished block.
+  // Valid once Finish(block) has returned.
   const VoidBuffer& Output(std::uint64_t block) const { return slots[block % Count()].output; }
 
  private:

@@ -74,7 +74,7 @@ class SettingsStore {
   // again.
   void Save(const RecordStep& save);
   void Change(const std::function<void(LinkSettings&)>& change); // not saved yet
-  // Of a port that no record holds: what becomes of it at the next start.
+  // Warns that a port that is no COM name is used only until the program ends.
   void WarnOfUnkeptPort() const;
   // What a program that was killed while it saved left behind.
   void ClearAway() const;

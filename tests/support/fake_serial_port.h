@@ -42,7 +42,7 @@ class FakeSerialPort : public SerialPort {
   void SetHolds(std::uint32_t newHolds) { Set(&Self::holds, newHolds); }
   // The queue doesn't drain, without a hold.
   void SetStalled(bool on) { Set(&Self::stalled, on); }
-  // Of one Write; at first unlimited.
+  // The bytes that one Write accepts; unlimited by default.
   void SetWriteLimit(std::size_t bytes) { Set(&Self::writeLimit, bytes); }
   // Reported by one GetStatus.
   void SetLineErrors(const LineErrors& errors) { Set(&Self::lineErrors, errors); }

@@ -25,7 +25,7 @@ namespace kor {
 
 namespace {
 
-constexpr int kNoteWidth = 380; // device-independent pixels; so below
+constexpr int kNoteWidth = 380; // lengths are in device-independent pixels
 constexpr int kPathWidth = 460;
 constexpr int kWordsWidth = 180; // least of a column in which something can be wrong
 constexpr int kMargin = 8;

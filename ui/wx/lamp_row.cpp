@@ -13,7 +13,7 @@ namespace kor {
 
 namespace {
 
-constexpr int kSide = 16; // device-independent pixels; so below
+constexpr int kSide = 16; // lengths are in device-independent pixels
 constexpr int kGap = 6;
 
 constexpr UserText kLabels[kLampCount] = {

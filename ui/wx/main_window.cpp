@@ -20,7 +20,7 @@ namespace kor {
 
 namespace {
 
-constexpr int kStateSign = 56; // device-independent pixels; so below
+constexpr int kStateSign = 56; // lengths are in device-independent pixels
 constexpr int kGap = 8;
 constexpr int kButtonHeight = 40; // for a finger in a glove
 constexpr int kWidth = 560;
@@ -30,7 +30,7 @@ constexpr int kLeastLower = 90; // of the part that scrolls: a button can be see
 constexpr int kScrollStep = 16;
 constexpr int kLeastBarWidth = 60;
 constexpr int kBarHeight = 16;
-// Of the usual letters: the first with which the headline has room.
+// Sizes to try for the headline, largest first, relative to the normal font.
 constexpr float kHeadlineScales[] = {2.4F, 2.0F, 1.7F, 1.4F, 1.2F, 1.0F};
 constexpr int kGaugeRange = 1000;
 constexpr int kAdvicePeriod = 1000; // milliseconds

@@ -18,8 +18,8 @@ wxSize FrameOfBook(wxNotebook* book);
 // Shows what lies behind the text: it reads like a label, and can be selected and copied.
 void BlendIn(wxTextCtrl* text);
 
-// Of the whole program: what moves is at its new place at once. A text that scrolls to each new
-// line would be drawn sixty times a second.
+// Turns animations off for the whole program: scrolling to each new line of a text would draw it
+// sixty times a second.
 void StopAnimations();
 
 } // namespace kor
