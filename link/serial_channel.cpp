@@ -17,6 +17,7 @@ constexpr std::uint32_t kWriteTimeout = 10000; // milliseconds
 constexpr double kSlowWrite = 5.0;             // seconds
 constexpr double kXonPatience = 0.2;           // seconds that the end waits for a held line
 constexpr std::uint32_t kXonStep = 5;          // milliseconds
+constexpr std::uint32_t kBitsOfCharacter = 12; // at most: start, eight, parity, two stop bits
 constexpr std::size_t kTracePiece = 1000;      // characters
 constexpr std::size_t kMonitorWrap = 256;      // characters
 constexpr std::size_t kMonitorHeld = 4096;     // characters that may wait while the line is held
@@ -103,7 +104,7 @@ void SerialChannel::Open(const LinkSettings& newSettings, const KorText& name, b
 bool SerialChannel::OpenDevice(bool again) {
   isRetry = again;
   title = applicationName + u" - No Link";
-  // The way out of a hold that the controller never ends; what was on its way was torn by it.
+  // This also clears a hold that the controller has never released. What was on its way is torn.
   ForgetTraffic();
   const bool opened = Check(PortStep::Open, port.Open(settings->port));
   const bool configured = opened && ConfigureDevice();
@@ -130,6 +131,7 @@ bool SerialChannel::ConfigureDevice() {
   ApplyFlowControl(block, s.flowControl, s.rtsCtsHandshake > 0, s.dtrDsrHandshake > 0,
                    noSoftwareFlow);
   if (!Check(PortStep::SetState, port.SetControlBlock(block))) return false;
+  characterTime = kBitsOfCharacter * 1000 / block.baudRate + 1;
   PortTimeouts timeouts;
   timeouts.writeConstant = kWriteTimeout;
   if (!Check(PortStep::SetTimeouts, port.SetTimeouts(timeouts))) return false;
@@ -516,7 +518,9 @@ bool SerialChannel::SendOwedXon() {
   const double until = clock.Seconds() + kXonPatience;
   std::size_t written = 0;
   LineStatus now;
-  for (bool isOut = false; !isOut && clock.Seconds() < until; clock.SleepMilliseconds(kXonStep)) {
+  // Once the driver has nothing left, the last character may still be leaving the chip.
+  for (bool isOut = false; !isOut && clock.Seconds() < until;
+       clock.SleepMilliseconds(isOut ? characterTime : kXonStep)) {
     if (written == 0 && !port.Write(std::span(&kXon, 1), written)) return false;
     isOut = written > 0 && (!port.GetStatus(now) || now.outQueue == 0);
   }

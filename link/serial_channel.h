@@ -180,6 +180,7 @@ class SerialChannel {
   enum class Hold { None, Held, Releasing };
   std::atomic<Hold> controllerHold{Hold::None}; // Close may be the window's
   std::optional<double> delayUntil;             // end of the character delay that runs now
+  std::uint32_t characterTime = 0;              // milliseconds on the line, rounded up
 
   KorText monitorLine;
   bool monitorLineOpen = false;

@@ -1045,6 +1045,10 @@ TEST_F(EngineTest, AnUploadFolderThatAnswersLateHoldsUpNeitherStartNorEnd) {
 
 TEST_F(EngineTest, TheMonitorShowsTheTrafficOnlyWhileItIsShown) {
   link.Start();
+  link.Ask("FH " + std::string(120, 'X'));
+  EXPECT_EQ(link.form.monitor.Mid(254, 11), u"XX\nTX X\nTX ");
+  link.form.monitor.Clear();
+  link.Start();
   link.Ask("XYZ");
   const KorText once = u"RX XYZ[0d]\nTX ABCDEFGHIJKLMNOPQRSTUVWXYZ[0d]";
   EXPECT_EQ(link.form.monitor, once);
@@ -1091,6 +1095,16 @@ TEST_F(EngineTest, AHeldControllerIsReleasedBeforeAnythingIsDropped) {
          const double before = of.app.HighResolutionSeconds();
          of.link->Terminate();
          EXPECT_LE(of.app.HighResolutionSeconds() - before, 0.25);
+       }},
+      {"at 110 baud, where the character itself takes its time",
+       [](NceLink& of) {
+         ASSERT_EQ(ChangeSetting(*of.link, u"baudrate", u"110"), u"");
+         of.link->XonXoffTest();
+         of.Run();
+         of.port.ClearCalls();
+         const double before = of.app.HighResolutionSeconds();
+         of.link->Terminate();
+         EXPECT_NEAR(of.app.HighResolutionSeconds() - before, 12.0 / 110, 0.002);
        }},
   };
   for (const auto& [what, end] : ends) {
@@ -1244,6 +1258,8 @@ TEST_F(PlainEngineTest, SendsAFileAsItIsInChunksWithTheCharacterDelayBetween) {
   Run();
   EXPECT_EQ(link.port.TakeWritten(), bytes.ToBytes());
   EXPECT_EQ(engine->CurrentStatus().code, LinkStatus::DownloadCompleted);
+  EXPECT_EQ(engine->CurrentStatus().count, 1);
+  EXPECT_EQ(engine->CurrentStatus().range, 1);
   EXPECT_TRUE(link.form.monitor.Contains(u"TX100 [00][01]"));
   EXPECT_FALSE(link.form.endDialogs[EndDialog::Download]);
   ASSERT_EQ(ChangeSetting(*engine, u"character-delay", u"500"), u"");
