@@ -5,6 +5,7 @@
 
 #include "app/nce_frame.h"
 #include "files/compressed_file.h"
+#include "services/core/text_lookup.h"
 #include "tests/support/nce_link.h"
 
 namespace kor {
@@ -307,6 +308,8 @@ TEST_F(NceAppTest, AutoloadJoinsTheFollowingNumbersIntoOneStream) {
   link.form.RunPosted();
   EXPECT_EQ(link.form.title, u"NCE  0000123");
   Features({1, 0, 0, 0});
+  link.BeginDownload("0000123");
+  EXPECT_EQ(link.form.title, u"124");
   EXPECT_EQ(Fetch("FH 0000123"), "&LP 000000123\rDownload to NCE in progress. &FH 000000123\r" +
                                      MakeFrame("0000123!") + MakeFrame("124.MPG!") +
                                      MakeFrame("125.MPG!") + "]\r");
@@ -343,10 +346,11 @@ TEST_F(NceAppTest, AChainEndsWhereNoNumberFollows) {
       link.PutProgram(name, content);
     link.Start();
     Features({1, 0, 0, 0});
-    for (const char* number : {"2147483647", "99999999999"}) {
+    for (const std::string number : {"2147483646", "2147483647", "99999999999"}) {
       link.PutProgram(KorText::FromBytes(number) + u".MPG", content);
-      EXPECT_TRUE(Fetch(std::string("FH ") + number)
-                      .ends_with(*content == u'A' ? MakeFrame("A!") + "]\r" : "\r]\r"));
+      const std::string all = Fetch("FH " + number);
+      EXPECT_TRUE(all.ends_with(*content == u'A' ? MakeFrame("A!") + "]\r" : "\r]\r"));
+      EXPECT_EQ(std::ranges::count(all, '!'), *content == u'A' ? 1 + number.ends_with('6') : 0);
     }
   }
 }
@@ -639,12 +643,16 @@ TEST_F(NceAppTest, SpecialFeaturesFollowTheRulesOfTheirDialog) {
   link.Start();
   link.link->SetFeatures({1, 0, 1, 0});
   EXPECT_TRUE(link.form.specialShown);
+  SetTextLookup([](int number) { return KorText::Format(u"%i ", number); });
   FormDescription form = link.link->SpecialForm();
-  KorText values;
-  for (const char16_t* key : {u"autoload", u"strip-pc", u"strip-nce", u"hybrid"})
+  SetTextLookup({});
+  KorText values, labels;
+  for (const char16_t* key : {u"autoload", u"strip-pc", u"strip-nce", u"hybrid"}) {
     values += form.Find(key)->value;
+    labels += form.Find(key)->label;
+  }
   EXPECT_EQ(values, u"1010");
-  EXPECT_EQ(form.Find(u"hybrid")->group, u"Autoload Options");
+  EXPECT_EQ(labels + form.Find(u"hybrid")->group, u"15303 15304 15306 15305 15307 ");
   form.Find(u"strip-pc")->value = u"1";
   form.Find(u"strip-nce")->value = u"0";
   link.link->AcceptSpecialForm(form);
