@@ -20,6 +20,8 @@ KorText RemedyOf(PortTrouble trouble) {
     return LookUpText(kTexts.closeOtherProgram);
   case PortTrouble::NotAllowed:
     return LookUpText(kTexts.deviceNotAllowed);
+  case PortTrouble::Forbidden:
+    return LookUpText(kTexts.deviceForbidden);
   case PortTrouble::Other:
     break;
   }

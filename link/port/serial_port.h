@@ -81,7 +81,8 @@ struct PortTimeouts {
 };
 
 // Why an operation failed, as far as the user can do something about it.
-enum class PortTrouble { Other, NotThere, InUse, NotAllowed };
+// NotAllowed: to this user; Forbidden: to the whole service, by its unit.
+enum class PortTrouble { Other, NotThere, InUse, NotAllowed, Forbidden };
 
 class SerialPort {
  public:

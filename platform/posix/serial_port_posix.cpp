@@ -144,7 +144,8 @@ bool PosixSerialPort::RequireOpen() {
 
 PortTrouble PosixSerialPort::Trouble() const {
   if (lastError == EBUSY || lastError == EWOULDBLOCK) return PortTrouble::InUse;
-  if (lastError == EACCES || lastError == EPERM) return PortTrouble::NotAllowed;
+  if (lastError == EACCES) return PortTrouble::NotAllowed;
+  if (lastError == EPERM) return PortTrouble::Forbidden;
   return SerialPort::Trouble();
 }
 
