@@ -1,5 +1,9 @@
 #include "app/main_common.h"
 
+#include <chrono>
+#include <cstdlib>
+#include <thread>
+
 #include "platform/program_start.h"
 #include "platform/serial_devices.h"
 #include "services/command_line/command_line.h"
@@ -33,6 +37,13 @@ EngineServices HostServices(SerialPort& port, FormDialog& window, const KorText&
   services.probePort = IsSerialPortFree;
   services.nameDevice = SerialDeviceBehind;
   return services;
+}
+
+void EndInTime() {
+  std::thread([] {
+    std::this_thread::sleep_for(std::chrono::seconds(3));
+    std::_Exit(0);
+  }).detach();
 }
 
 KorText ReportText(const MessageRecord& record) {

@@ -25,6 +25,10 @@ std::optional<int> AnswerOption(const char16_t* program, const char16_t* help,
 // What the engine works with on this system; the port and the window outlive it.
 EngineServices HostServices(SerialPort& port, FormDialog& window, const KorText& cncFolder);
 
+// Ends the process, with code 0, three seconds from now, whatever it waits for then: a settings
+// folder that does not answer must not keep a program that ends. Any thread.
+void EndInTime();
+
 // The report's message, and below an empty line its details.
 KorText ReportText(const MessageRecord& record);
 // From now on the window shows reports. They may come from any thread.

@@ -58,6 +58,7 @@ int Serve(const std::shared_ptr<Terminal>& terminal, const KorText& commandLine,
   console.Run(app.Timers(), [&](const KorText& line) { commands.Run(line); });
   console.Flush();
   ReportPlainly(App(), *terminal);
+  EndInTime();
   app.Terminate();
   if (app.IsWorkerStuck()) {
     console.Finish();

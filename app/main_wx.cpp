@@ -226,14 +226,14 @@ void WindowRun::OnEndOverdue() {
   std::_Exit(0);
 }
 
-// Windows ends the process once its windows have been told; nothing is left for later, and nobody
-// is there to answer a message.
+// Windows ends the process once its windows have been told, so it saves now and asks nothing.
 void WindowRun::EndAtOnce() {
   if (window) End();
   SaveAndExit();
 }
 
 void WindowRun::SaveAndExit() {
+  EndInTime();
   App().SetReporter({});
   frontEnd.Detach();
   app.Terminate();

@@ -239,10 +239,10 @@ struct UserTexts {
                              u"Close the other program, or choose another port in the settings."};
   UserText deviceNotAllowed{15602, u"This user may not use the device: on Linux, add the user to "
                                    u"the group \"dialout\" and log in anew."};
-
-  // The steps with the serial port, as captions of a message.
   UserText deviceForbidden{15860, u"The service's unit does not allow this device: add a "
                                   u"DeviceAllow= line for its driver (systemctl edit)."};
+
+  // The steps with the serial port, as captions of a message.
   UserText stepClosePrevious{15330, u"Close Previous Connection"};
   UserText stepOpen{15331, u"Open Comm"};
   UserText stepSetQueueSizes{15332, u"Set Comm Buffer Sizes"};

@@ -215,6 +215,15 @@ TEST_F(ConsoleE2e, AnUploadIsSyncedThenRenamedThenItsFolderIsSynced) {
   EXPECT_TRUE(std::regex_search(all, order)) << all;
 }
 
+TEST_F(ConsoleE2e, ASettingsFolderThatHangsDoesNotKeepIt) {
+  ProcessOptions options = folders.Options();
+  options.environment["LD_PRELOAD"] = NCEDL_HANGING_DISK;
+  line = std::make_unique<FarEnd>(folders.Line());
+  StartHost(folders.Program("ncedl-console"), options);
+  host->Type("quit");
+  EXPECT_EQ(host->WaitForExit(), 0) << host->Diagnostics();
+}
+
 TEST_F(ConsoleE2e, AFullDiskEndsAnUploadAndLeavesTheOldProgram) {
   support::WriteWholeFile(folders.Upload("7.MPG"), "OLD\n");
   line = std::make_unique<FarEnd>(folders.Line());

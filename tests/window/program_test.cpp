@@ -342,17 +342,21 @@ TEST_F(Program, EndsWhateverStandsOpen) {
 }
 
 TEST_F(Program, EndsProperlyWhenItsDisplayGoesOrHangs) {
-  for (const bool hangs : {false, true}) {
+  // With the display the folder of the settings may hang: then they are lost.
+  for (const auto& [hangs, saves] : {std::pair(false, true), {true, true}, {true, false}}) {
     Process display({"/usr/bin/Xvfb", "-displayfd", "1"});
     ASSERT_TRUE(display.Expect("\n")) << display.Diagnostics();
     ProcessOptions options = folders.Options();
     options.environment["DISPLAY"] = ":" + display.Output().substr(0, display.Output().size() - 1);
+    if (!saves) options.environment["LD_PRELOAD"] = NCEDL_HANGING_DISK;
     program = std::make_unique<Process>(folders.Program("ncedl"), options);
     ASSERT_TRUE(Answers());
     display.Signal(hangs ? SIGSTOP : SIGTERM);
     if (hangs) program->Signal(SIGTERM);
     EXPECT_EQ(Ended(), 0);
-    EXPECT_FALSE(support::ReadWholeFile(folders.SettingsFile()).starts_with("[Port Settings]"));
+    EXPECT_EQ(support::ReadWholeFile(folders.SettingsFile()).starts_with("[Port Settings]"),
+              !saves);
+    folders.WriteProfile(115200);
   }
 }
 
