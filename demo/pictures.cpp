@@ -1,6 +1,6 @@
-// Takes a picture of every window in every state, in the languages named, with the frame that the
-// window manager draws.
-//   ncedl-pictures FOLDER [LANGUAGE...]
+// Takes a picture of every window in every state, in the languages named; with sizes, of the main
+// window's states alone, once in each.
+//   ncedl-pictures FOLDER [WIDTHxHEIGHT...] LANGUAGE...
 #include <cstdio>
 #include <filesystem>
 #include <string>
@@ -8,8 +8,7 @@
 
 #include <wx/app.h>
 
-#include <gtk/gtk.h>
-
+#include "demo/screen_shot.h"
 #include "demo/window_scenes.h"
 
 namespace {
@@ -17,18 +16,6 @@ namespace {
 using namespace kor;
 
 constexpr int kSettle = 250; // milliseconds
-
-// In the pixels of the display, whatever the scaling.
-bool Shoot(const wxTopLevelWindow& window, const std::string& file) {
-  GdkRectangle place{};
-  gdk_window_get_frame_extents(gtk_widget_get_window(static_cast<GtkWidget*>(window.GetHandle())),
-                               &place);
-  GdkPixbuf* const picture = gdk_pixbuf_get_from_window(gdk_get_default_root_window(), place.x,
-                                                        place.y, place.width, place.height);
-  const bool written = picture && gdk_pixbuf_save(picture, file.c_str(), "png", nullptr, nullptr);
-  if (picture) g_object_unref(picture);
-  return written;
-}
 
 class Pictures : public wxApp {
  public:
@@ -38,28 +25,43 @@ class Pictures : public wxApp {
   int OnRun() override {
     SetExitOnFrameDelete(false);
     demo::WindowScenes scenes(u"" NCEDL_DICTIONARY, kSettle);
-    int taken = 0, missed = 0;
     for (std::size_t at = 1; at < arguments.size(); ++at) {
-      const std::string& language = arguments[at];
-      const auto look = [&](const wxTopLevelWindow& window, std::string_view name) {
-        const std::string file = arguments[0] + "/" + language + "-" + std::string(name) + ".png";
-        ++(Shoot(window, file) ? taken : missed);
-      };
-      if (!scenes.Play(KorText::FromUtf8(language), look)) ++missed;
+      wxSize size;
+      if (std::sscanf(arguments[at].c_str(), "%dx%d", &size.x, &size.y) == 2)
+        sizes.push_back(size);
+      else
+        Take(scenes, arguments[at]);
     }
     std::printf("%d pictures in %s\n", taken, arguments[0].c_str());
     return missed == 0 && taken > 0 ? 0 : 1;
   }
 
  private:
+  void Take(demo::WindowScenes& scenes, const std::string& language) {
+    std::string size;
+    const auto look = [&](const wxTopLevelWindow& window, std::string_view name) {
+      std::string file = arguments[0] + "/" + language + size;
+      file += "-" + std::string(name);
+      ++(Shoot(window, file) ? taken : missed);
+    };
+    const KorText code = KorText::FromUtf8(language);
+    if (sizes.empty() && !scenes.Play(code, look)) ++missed;
+    for (const wxSize& wanted : sizes) {
+      size = "-" + std::to_string(wanted.x) + "x" + std::to_string(wanted.y);
+      if (!scenes.PlayAt(wanted, code, look)) ++missed;
+    }
+  }
+
   const std::vector<std::string> arguments;
+  std::vector<wxSize> sizes; // device-independent pixels
+  int taken = 0, missed = 0;
 };
 
 } // namespace
 
 int main(int argc, char** argv) {
   if (argc < 3) {
-    std::fprintf(stderr, "usage: ncedl-pictures FOLDER LANGUAGE...\n");
+    std::fprintf(stderr, "usage: ncedl-pictures FOLDER [WIDTHxHEIGHT...] LANGUAGE...\n");
     return 2;
   }
   std::filesystem::create_directories(argv[1]);

@@ -2,9 +2,13 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
+#include <random>
 
 #include <wx/app.h>
+#include <wx/checkbox.h>
 #include <wx/dialog.h>
+#include <wx/tglbtn.h>
 #include <wx/utils.h>
 
 #include "services/core/text_lookup.h"
@@ -22,6 +26,7 @@ constexpr const char16_t* kLanguages[] = {u"en-GB", u"cs-CZ", u"de-DE", u"es-ES"
 constexpr char16_t kFolder[] = u"/srv/nc/cnc/";
 constexpr char16_t kProgram[] = u"/srv/nc/cnc/0000123.MPG";
 constexpr std::int64_t kSize = 100'000;
+constexpr int kServiceHeading = 15753;
 constexpr int kSmallWidth = 340, kSmallHeight = 200;
 
 StatusView ViewOf(LinkStatus code, std::int64_t bytes, std::int64_t size) {
@@ -66,17 +71,86 @@ std::span<const char16_t* const> WindowScenes::Languages() {
   return kLanguages;
 }
 
-bool WindowScenes::Play(const KorText& language, const Look& look) {
-  system.SetUserLanguage(language);
-  if (!LoadProgramDictionary(dictionaryFile)) return false;
+bool WindowScenes::Load(const KorText& language, const Look& look) {
   looking = &look;
+  system.SetUserLanguage(language);
+  return LoadProgramDictionary(dictionaryFile);
+}
+
+bool WindowScenes::Play(const KorText& language, const Look& look) {
+  if (!Load(language, look)) return false;
   Open();
   PlayStates();
+  PlaySmall();
   PlayMonitor();
   PlayForms();
   PlayMessages();
   Close();
   return true;
+}
+
+bool WindowScenes::PlayAt(const wxSize& size, const KorText& language, const Look& look) {
+  if (!Load(language, look)) return false;
+  Open();
+  window->SetClientSize(window->FromDIP(size));
+  SettleSize();
+  PlayStates();
+  Close();
+  return true;
+}
+
+bool WindowScenes::Walk(std::uint32_t seed, int steps,
+                        const std::function<void(double)>& setLetters, const Look& look) {
+  std::minstd_rand dice(seed);
+  const auto pick = [&](std::uint32_t choices) {
+    return static_cast<std::uint32_t>(dice() / 7 % choices);
+  };
+  bool isOpen = false, loaded = true;
+  for (int step = 0; step < steps && loaded; ++step) {
+    if (!isOpen || pick(6) == 0) { // a language is taken at the start
+      if (isOpen) Close();
+      setLetters(1 + 0.25 * pick(3));
+      loaded = Load(kLanguages[pick(std::size(kLanguages))], look);
+      Open();
+      isOpen = true;
+    }
+    Step(pick);
+    SettleSize();
+    LookAt(*window, KorText::Format(u"seed %u, step %i", seed, step).ToUtf8());
+  }
+  if (isOpen) Close();
+  setLetters(1);
+  return loaded;
+}
+
+// Small windows more often than large ones.
+void WindowScenes::Step(const std::function<std::uint32_t(std::uint32_t)>& pick) {
+  static constexpr LinkStatus kStates[] = {
+      LinkStatus::NoLink,           LinkStatus::Waiting,         LinkStatus::Downloading,
+      LinkStatus::Uploading,        LinkStatus::DownloadErrors,  LinkStatus::DownloadCancelled,
+      LinkStatus::DownloadCantOpen, LinkStatus::UploadCompleted, LinkStatus::DownloadPreparation};
+  const auto size = [&](int least, int steps) {
+    return least +
+           20 * static_cast<int>(pick(pick(2) == 0 ? 4 : static_cast<std::uint32_t>(steps)));
+  };
+  switch (pick(6)) {
+  case 0:
+  case 1:
+    window->Maximize(false);
+    window->SetClientSize(window->FromDIP(wxSize(size(480, 40), size(400, 30))));
+    break;
+  case 2:
+    window->Maximize(!window->IsMaximized());
+    break;
+  case 3:
+    Press(pick(3) == 0 ? kTexts.showMonitor.number : kServiceHeading);
+    break;
+  case 4:
+    AddJob(LinkStatus::DownloadErrors, 1);
+    break;
+  default:
+    ShowState(kStates[pick(std::size(kStates))], 4'000, kSize);
+  }
 }
 
 void WindowScenes::Open() {
@@ -143,6 +217,23 @@ void WindowScenes::LookAtModal(std::string_view name, const std::function<void()
   run();
 }
 
+// A check box, or a heading that folds what is below it.
+void WindowScenes::Press(int number) {
+  wxWindow* const control = window->FindWindow(number);
+  if (auto* const box = dynamic_cast<wxCheckBox*>(control)) {
+    wxCommandEvent click(wxEVT_CHECKBOX, number);
+    box->SetValue(!box->GetValue());
+    click.SetInt(box->GetValue() ? 1 : 0);
+    box->ProcessWindowEvent(click);
+  } else if (auto* const heading = dynamic_cast<wxToggleButton*>(control)) {
+    wxCommandEvent click(wxEVT_TOGGLEBUTTON, number);
+    heading->SetValue(!heading->GetValue());
+    click.SetInt(heading->GetValue() ? 1 : 0);
+    heading->ProcessWindowEvent(click);
+  }
+  Settle(); // what is asked for runs once the event is over
+}
+
 void WindowScenes::ShowState(LinkStatus code, std::int64_t bytes, std::int64_t size) {
   window->ShowStatus(ViewOf(code, bytes, size));
 }
@@ -183,20 +274,21 @@ void WindowScenes::PlayStates() {
   LookAt(*window, "failed");
   ShowState(NoLink);
   LookAt(*window, "no-link");
-  ShowState(Downloading, kSize / 3, kSize);
+}
+
+void WindowScenes::PlaySmall() {
+  using enum LinkStatus;
   const wxSize usual = window->GetSize();
   window->SetSize(kSmallWidth, kSmallHeight);
   SettleSize();
+  ShowState(Downloading, kSize / 3, kSize);
   LookAt(*window, "small");
   window->SetSize(usual);
   ShowState(Waiting);
 }
 
 void WindowScenes::PlayMonitor() {
-  auto* const fold = window->FindWindow(15207);
-  wxCommandEvent click(wxEVT_CHECKBOX, fold->GetId());
-  click.SetInt(1);
-  fold->ProcessWindowEvent(click);
+  Press(kTexts.showMonitor.number);
   for (int line = 1; line < 5; ++line)
     window->Monitor().Append(KorText::Format(
         u"RX >[0d]\nTX 2AN%i0 G01 X%i.250 Y13.000!N%i5 G01 X7.000!5C[0d]\n", line, line * 3, line));
@@ -205,8 +297,7 @@ void WindowScenes::PlayMonitor() {
   window->Monitor().FindNext("g01");
   window->Monitor().Text().SetFocus();
   LookAt(*window, "monitor-find");
-  click.SetInt(0);
-  fold->ProcessWindowEvent(click);
+  Press(kTexts.showMonitor.number);
 }
 
 void WindowScenes::PlayForms() {

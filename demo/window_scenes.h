@@ -3,6 +3,7 @@
 // windows. Window's thread.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <span>
@@ -29,10 +30,17 @@ class WindowScenes {
   static std::span<const char16_t* const> Languages(); // codes such as "de-DE"
   // All scenes in one of them, each looked at. False when the texts can't be loaded.
   bool Play(const KorText& language, const Look& look);
+  // The states alone, in a window whose inside has that size.
+  bool PlayAt(const wxSize& size, const KorText& language, const Look& look);
+  // From one size, fold, size of letters, language and state to another, as the seed has it; each
+  // step is looked at. setLetters is given a size relative to the usual one.
+  bool Walk(std::uint32_t seed, int steps, const std::function<void(double)>& setLetters,
+            const Look& look);
 
  private:
   class SceneApp;
 
+  bool Load(const KorText& language, const Look& look);
   void Open();
   void Close();
   void Settle() const;
@@ -41,7 +49,10 @@ class WindowScenes {
   void LookAtModal(std::string_view name, const std::function<void()>& run);
   void ShowState(LinkStatus code, std::int64_t bytes = 0, std::int64_t size = 0);
   void AddJob(LinkStatus code, int number);
+  void Press(int number);
+  void Step(const std::function<std::uint32_t(std::uint32_t)>& pick);
   void PlayStates();
+  void PlaySmall();
   void PlayMonitor();
   void PlayForms();
   void PlayMessages();
