@@ -16,6 +16,8 @@ KorText RemedyOf(PortTrouble trouble) {
   switch (trouble) {
   case PortTrouble::NotThere:
     return LookUpText(kTexts.plugInAdapter);
+  case PortTrouble::NoServer:
+    return LookUpText(kTexts.checkServer);
   case PortTrouble::InUse:
     return LookUpText(kTexts.closeOtherProgram);
   case PortTrouble::NotAllowed:
@@ -23,6 +25,7 @@ KorText RemedyOf(PortTrouble trouble) {
   case PortTrouble::Forbidden:
     return LookUpText(kTexts.deviceForbidden);
   case PortTrouble::Other:
+  case PortTrouble::NotYet:
     break;
   }
   return {};

@@ -69,6 +69,8 @@ bool SerialChannel::Check(PortStep step, bool success) {
     if (!failures.empty()) failures.erase(step);
     return true;
   }
+  isPending = port.Trouble() == PortTrouble::NotYet;
+  if (isPending) return false;
   const KorText text = port.LastErrorText();
   host.OnPortTrouble(port.Trouble(), text);
   Failure& failure = failures[step];
@@ -103,11 +105,13 @@ void SerialChannel::Open(const LinkSettings& newSettings, const KorText& name, b
 // the title "No Link" and is polled.
 bool SerialChannel::OpenDevice(bool again) {
   isRetry = again;
+  isPending = false;
   title = applicationName + u" - No Link";
   // This also clears a hold that the controller has never released. What was on its way is torn.
   ForgetTraffic();
   const bool opened = Check(PortStep::Open, port.Open(settings->port));
   const bool configured = opened && ConfigureDevice();
+  if (isPending) return false;
   if (opened) {
     port.PurgeTransmit();
     port.PurgeReceive();
@@ -143,6 +147,7 @@ bool SerialChannel::ConfigureDevice() {
 void SerialChannel::Close() {
   settings = nullptr;
   isLost = false;
+  if (isPending) port.Close();
   if (!port.IsOpen()) return;
   SendOwedXon(); // not traced: a worker that is stuck may have the log
   port.PurgeTransmit();
@@ -178,8 +183,9 @@ void SerialChannel::ForgetTraffic() {
 void SerialChannel::ReopenWhenDue() {
   if (!isLost || !settings) return;
   const double now = clock.Seconds();
-  if (now < nextRetry) return;
-  if (!OpenDevice(true)) {
+  if (!isPending && now < nextRetry) return;
+  if (!OpenDevice(!isPending || isRetry)) { // an attempt that goes on stays what it was
+    if (isPending) return;
     if (port.IsOpen()) port.Close();
     nextRetry = now + kRetryPeriod;
     board.MarkChanged(); // a window also tells which devices there are
@@ -208,7 +214,7 @@ bool SerialChannel::CheckStatus() {
 }
 
 bool SerialChannel::Poll() {
-  if (!port.IsOpen()) {
+  if (!port.IsOpen() || isPending) {
     ReopenWhenDue();
     return false;
   }
@@ -240,6 +246,7 @@ std::chrono::microseconds SerialChannel::IdleWait() const {
     const double left = moment - clock.Seconds();
     return std::clamp(microseconds(static_cast<std::int64_t>(left * 1e6)), microseconds(0), most);
   };
+  if (isPending) return kIdle; // the port ends the wait when it has come further
   if (isLost) return until(nextRetry, kIdle);
   const bool sending = transmitCount > 0 || sendPosition < sendSource.size();
   if (!settings || (!sending && status.outQueue == 0)) return kIdle;

@@ -153,9 +153,10 @@ class SerialChannel {
   KorText applicationName;
   KorText title;
   bool noSoftwareFlow = false;
-  bool isRetry = false; // of a device that could not be opened or has disappeared
-  bool isLost = false;  // the device could not be opened or has disappeared
-  double nextRetry = 0; // seconds of the high-resolution clock
+  bool isRetry = false;   // of a device that could not be opened or has disappeared
+  bool isLost = false;    // the device could not be opened or has disappeared
+  bool isPending = false; // its opening goes on
+  double nextRetry = 0;   // seconds of the high-resolution clock
   struct Failure {
     KorText last;     // the system's text
     KorText reported; // the one that was reported; empty: none

@@ -82,7 +82,18 @@ struct PortTimeouts {
 
 // Why an operation failed, as far as the user can do something about it.
 // NotAllowed: to this user; Forbidden: to the whole service, by its unit.
-enum class PortTrouble { Other, NotThere, InUse, NotAllowed, Forbidden };
+// NotYet is no failure: the operation goes on and is to be called again, with the same arguments,
+// when WaitReadable returns. Only Open and SetControlBlock take more than a moment, and only where
+// the line is behind a network.
+enum class PortTrouble {
+  Other,
+  NotThere,
+  NoServer, // of a line behind a network
+  InUse,
+  NotAllowed,
+  Forbidden,
+  NotYet
+};
 
 class SerialPort {
  public:

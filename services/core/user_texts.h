@@ -311,6 +311,28 @@ struct UserTexts {
   UserText programsLabel{15503, u"Programs"};
   UserText uploadsLabel{15504, u"Uploads"};
   UserText helpHint{15505, u"\"help\" lists the commands."};
+
+  // A line over the network.
+  UserText noLineAddress{15820, u"%s is no address of a serial line: write rfc2217://HOST:PORT or "
+                                u"tcp://HOST:PORT"};
+  UserText addressWithoutPort{15821, u"%s: the address has to end with a colon and the server's "
+                                     u"port, 1 to 65535"};
+  UserText addressWithBlank{15822, u"%s: an address has no blanks in it"};
+  UserText addressWithoutBrackets{15823, u"%s: write an IPv6 address in brackets, such as "
+                                         u"rfc2217://[fd00::7]:4001"};
+  UserText serverClosed{15824, u"The server has closed the connection; another program may have "
+                               u"taken its port"};
+  UserText serverSays{15825, u"The server says: %s"};
+  UserText noComPortServer{15826, u"The server doesn't speak RFC 2217; an address with tcp:// may "
+                                  u"do"};
+  UserText serverSetOther{15827, u"%s was asked for, but the server has set %s"};
+  UserText serverLeftUnanswered{15828, u"The server has not answered %s: its own settings hold "
+                                       u"there"};
+  UserText serverObeysLess{15829, u"The server can't do this flow control by itself: the program "
+                                  u"does the rest of it, a little later"};
+  UserText unknownHost{15830, u"No computer of the name %s is known here"};
+  UserText checkServer{15831, u"Check that the device server is on and can be reached, and its "
+                              u"address."};
 };
 
 inline constexpr UserTexts kTexts;

@@ -192,6 +192,27 @@ TEST_F(EngineTest, ServesAgainWhenALostDeviceIsBack) {
   EXPECT_EQ(link.form.messages.size(), 3u);
 }
 
+TEST_F(EngineTest, WaitsForALineThatTakesItsTimeAndTellsOnlyHowThatEnds) {
+  link.port.Fail("Open", 2, u"", PortTrouble::NotYet);
+  link.port.Fail("SetControlBlock", 2, u"", PortTrouble::NotYet);
+  link.Start();
+  EXPECT_EQ(link.form.title, u"NCE - No Link");
+  EXPECT_EQ(link.Code(), 0);
+  for (int i = 0; i < 4; ++i)
+    link.Run();
+  EXPECT_EQ(link.Code(), 1);
+  EXPECT_EQ(link.form.messages.size(), 0u);
+  EXPECT_EQ(std::ranges::count(link.port.Calls(), "PurgeReceive"), 1);
+  link.port.Fail("Open", 1, u"", PortTrouble::NotYet);
+  link.link->SetHandshake(false, false);
+  link.port.Fail("Open", 1, u"Refused", PortTrouble::NoServer);
+  link.Run();
+  EXPECT_EQ(link.form.messages.size(), 1u) << "asked for: told, though it took two calls";
+  link.port.SetPresent(false, u"Refused");
+  link.After(3);
+  EXPECT_EQ(link.form.messages.size(), 1u) << "tried again quietly";
+}
+
 TEST_F(EngineTest, AnXoffHoldsEverythingUntilAnXon) {
   link.Start();
   EXPECT_EQ(link.Send("\x13XYZ\r"), "");

@@ -12,9 +12,10 @@ void FakeSerialPort::Deliver(std::string_view bytes) {
   changed.notify_all();
 }
 
-void FakeSerialPort::Fail(const std::string& operation, int times, const KorText& text) {
+void FakeSerialPort::Fail(const std::string& operation, int times, const KorText& text,
+                          PortTrouble kind) {
   Lock lock(mutex);
-  faults[operation] = Fault{times, text};
+  faults[operation] = Fault{times, text, kind};
 }
 
 void FakeSerialPort::SetPresent(bool isPresent, const KorText& text) {
@@ -45,6 +46,7 @@ bool FakeSerialPort::Begin(const std::string& operation, const std::string& argu
   auto fault = faults.find(operation);
   if (fault != faults.end() && fault->second.times != 0) {
     if (fault->second.times > 0) --fault->second.times;
+    trouble = fault->second.kind;
     return Refuse(fault->second.text);
   }
   if (!open && operation != "Open" && operation != "BuildControlBlock")

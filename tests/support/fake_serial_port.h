@@ -52,7 +52,8 @@ class FakeSerialPort : public SerialPort {
   }
   // The next calls of that operation ("Open", "GetStatus", "Write" ...) fail with this system text.
   // times < 0: until Fail(operation, 0) is called.
-  void Fail(const std::string& operation, int times, const KorText& text = u"Scripted fault");
+  void Fail(const std::string& operation, int times, const KorText& text = u"Scripted fault",
+            PortTrouble kind = PortTrouble::Other);
   // Away: every operation fails with text and IsGone() is true. An open port stays dead when the
   // device comes back; it must be closed and opened again.
   void SetPresent(bool isPresent, const KorText& text = u"No such device");
@@ -82,6 +83,9 @@ class FakeSerialPort : public SerialPort {
   bool Close() override;
   KorText LastErrorText() const override { return Get(&Self::errorText); }
   bool IsGone() const override { return Get(&Self::gone); }
+  PortTrouble Trouble() const override {
+    return IsGone() ? PortTrouble::NotThere : Get(&Self::trouble);
+  }
   void WaitReadable(std::chrono::microseconds atMost) override;
   void Interrupt() override;
 
@@ -89,6 +93,7 @@ class FakeSerialPort : public SerialPort {
   struct Fault {
     int times = 0;
     KorText text;
+    PortTrouble kind = PortTrouble::Other;
   };
   template <class Value> void Set(Value Self::*member, std::type_identity_t<Value> value) {
     Lock lock(mutex);
@@ -122,6 +127,7 @@ class FakeSerialPort : public SerialPort {
   bool gone KOR_GUARDED_BY(mutex) = false;
   bool interrupted KOR_GUARDED_BY(mutex) = false;
   KorText errorText KOR_GUARDED_BY(mutex);
+  PortTrouble trouble KOR_GUARDED_BY(mutex) = PortTrouble::Other;
   DeviceControlBlock block KOR_GUARDED_BY(mutex);
   std::string written KOR_GUARDED_BY(mutex);
   std::size_t queued KOR_GUARDED_BY(mutex) = 0;
