@@ -6,6 +6,7 @@
 #include "app/nce_app.h"
 #include "app/start_up.h"
 #include "platform/console_terminal.h"
+#include "platform/net/line_port.h"
 #include "platform/platform.h"
 #include "platform/program_start.h"
 #include "platform/serial_devices.h"
@@ -43,7 +44,7 @@ void ShowBanner(ConsoleFrontEnd& console, const NCEApp& app) {
 // Serves until the user or the system asks the program to end. The exit code is that of the loop.
 int Serve(const std::shared_ptr<Terminal>& terminal, const KorText& commandLine,
           const KorText& cncFolder) {
-  PlatformSerialPort port;
+  LinePort port;
   ConsoleFrontEnd console(terminal);
   NCEApp app(HostServices(port, console, cncFolder), commandLine);
   Commands commands(app, console);

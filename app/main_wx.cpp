@@ -16,6 +16,7 @@
 #include "app/nce_app.h"
 #include "app/start_up.h"
 #include "platform/keep_awake.h"
+#include "platform/net/line_port.h"
 #include "platform/platform.h"
 #include "platform/program_start.h"
 #include "platform/serial_devices.h"
@@ -161,7 +162,7 @@ class WindowRun {
   // Who ends the program: the window's thread, the watch on it, or the loss of the display; one of
   // them.
   static std::atomic<bool> finishing;
-  PlatformSerialPort port;
+  LinePort port;
   WxFrontEnd frontEnd;
   NCEApp app;
   KeepAwake awake;

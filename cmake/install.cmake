@@ -42,6 +42,8 @@ function(install_service)
   configure_file(packaging/systemd/ncedl-console@.service.in ${unit} @ONLY)
   install(FILES ${unit} packaging/systemd/ncedl-console@.socket COMPONENT ncedl-console
     DESTINATION ${NCEDL_SYSTEM_LIBRARIES}/systemd/system)
+  install(FILES packaging/systemd/network-line.conf COMPONENT ncedl-console
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/ncedl-console/examples)
   install(FILES packaging/udev/60-ncedl.rules COMPONENT ncedl-console
     DESTINATION ${NCEDL_SYSTEM_LIBRARIES}/udev/rules.d)
 endfunction()

@@ -28,8 +28,11 @@ std::vector<SerialDevice> ListSerialDevices();
 // What the port stands for, as the user knows it: "/dev/serial/by-id/usb-...", on Windows the name
 // that its driver gives it, such as "USB Serial Port"; empty where that is no other than the port.
 KorText SerialDeviceBehind(const KorText& port);
-// Whether the port of that name, as the settings have it, is there and could be opened now.
+// Whether the port of that name, as the settings have it, is there and could be opened now. One
+// over the network counts as there: to connect could take it from another client.
 bool IsSerialPortFree(const KorText& name);
+// The address that the port of that name stands for; empty for a device of this computer.
+KorText NetworkAddress(const KorText& name);
 // Their paths alone. Opens none: may be asked every second while other programs use them.
 std::vector<KorText> ListSerialPaths();
 // A port of the settings as the user knows it: "COM1 (/dev/ttyUSB0)" where the system calls the

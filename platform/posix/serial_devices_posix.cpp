@@ -117,6 +117,7 @@ std::vector<SerialDevice> ListSerialDevices() {
 }
 
 bool IsSerialPortFree(const KorText& name) {
+  if (!NetworkAddress(name).IsEmpty()) return true;
   return StateOf(SerialDevicePath(name).ToUtf8()) == SerialDevice::State::Free;
 }
 

@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <string>
 
+#include "platform/port_address.h"
+#include "platform/serial_devices.h"
 #include "services/core/app_interface.h"
 
 namespace kor {
@@ -77,6 +79,12 @@ KorText SerialDevicePath(const KorText& name) {
   return IsLink(link.ToUtf8()) ? link : KorText::Format(u"/dev/ttyS%i", number - 1);
 }
 
+KorText NetworkAddress(const KorText& name) {
+  const int number = ComNumber(name);
+  const KorText target = number == 0 ? name : LinkTarget(LinkPath(number).ToUtf8());
+  return IsPortAddress(target) ? target : KorText();
+}
+
 std::vector<SerialName> ListSerialNames() {
   std::vector<SerialName> names;
   for (int number = 1; number <= kLastNumber; ++number) {
@@ -91,7 +99,10 @@ KorText AssignSerialName(const KorText& name, const KorText& device) {
   if (number == 0) return name + u": a serial port is named COM1 to COM255";
   const KorText path = LinkPath(number);
   if (device.IsEmpty()) return RemoveLink(path);
-  if (device[0] != u'/')
+  const bool isAddress = IsPortAddress(device);
+  const KorText refusal = isAddress ? RefusalOfPortAddress(device) : KorText();
+  if (!refusal.IsEmpty()) return refusal;
+  if (!isAddress && device[0] != u'/')
     return device + u": name the device by its full path, such as /dev/ttyUSB0";
   if (!App().MakeFolder(LinkFolder())) return Failure(LinkFolder(), App().LastError());
   return ReplaceLink(path, device);

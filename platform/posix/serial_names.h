@@ -1,6 +1,7 @@
 // Serial device names: which device a port name of the settings stands for. "COM1" to "COM255"
 // (either case) are links of that name in a folder of the settings folder or, without one,
-// /dev/ttyS0 ...; so settings look the same on Windows and Linux, and a USB adapter keeps its name.
+// /dev/ttyS0 ...; a link may hold the address of a network line as its text. So settings look the
+// same on Windows and Linux, and a USB adapter keeps its name.
 //
 // Free functions over App()'s settings folder; any thread.
 #pragma once
@@ -23,8 +24,9 @@ struct SerialName {
 // The links there are, by number.
 std::vector<SerialName> ListSerialNames();
 
-// Makes or replaces the link of a name "COMn"; an empty device removes it. In one step: a reader
-// sees the old or the new link. An empty text, or what went wrong and what to do.
+// Makes or replaces the link of a name "COMn" to a device or an address; an empty one removes it.
+// In one step: a reader sees the old or the new link. An empty text, or what went wrong and what to
+// do.
 KorText AssignSerialName(const KorText& name, const KorText& device);
 
 } // namespace kor

@@ -57,6 +57,8 @@ std::vector<KorText> ListSerialPaths() {
 
 // "USB Serial Port" of "USB Serial Port (COM3)".
 KorText SerialDeviceBehind(const KorText& port) {
+  const KorText address = NetworkAddress(port);
+  if (!address.IsEmpty()) return address;
   const KorText end = u" (" + port + u")";
   KorText found;
   const HDEVINFO devices =
@@ -78,6 +80,7 @@ KorText SerialDeviceBehind(const KorText& port) {
 }
 
 bool IsSerialPortFree(const KorText& name) {
+  if (!NetworkAddress(name).IsEmpty()) return true;
   return StateOf(name) == SerialDevice::State::Free;
 }
 
@@ -89,7 +92,8 @@ std::vector<SerialDevice> ListSerialDevices() {
 }
 
 KorText SerialDeviceName(const KorText& port) {
-  return port;
+  const KorText address = NetworkAddress(port);
+  return address.IsEmpty() ? port : KorText::Format(u"%s (%s)", port, address);
 }
 
 } // namespace kor

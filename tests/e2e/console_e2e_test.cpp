@@ -40,9 +40,10 @@ std::string Program(std::size_t lines) {
 class ConsoleE2e : public testing::Test {
  protected:
   void StartHost() { StartHost(folders.Program("ncedl-console"), folders.Options()); }
-  void StartHost(const std::vector<std::string>& command, const ProcessOptions& options) {
+  void StartHost(const std::vector<std::string>& command, const ProcessOptions& options,
+                 std::string_view status = " 1 Waiting...") {
     host = std::make_unique<Process>(command, options);
-    ASSERT_TRUE(host->Expect(" 1 Waiting...")) << host->Diagnostics();
+    ASSERT_TRUE(host->Expect(status)) << host->Diagnostics();
   }
   void StartServing() {
     line = std::make_unique<FarEnd>(folders.Line());
@@ -268,6 +269,30 @@ TEST_F(ConsoleE2e, ADeviceThatVanishesIsServedAgainWhenItIsBack) {
   EXPECT_LT(Clock::now() - back, std::chrono::seconds(2));
   EXPECT_EQ(host->Diagnostics(), reports);
   Terminate();
+}
+
+TEST_F(ConsoleE2e, ServesALineOverTheNetworkAndEndsWhileItsNameIsLookedUp) {
+  const auto name = [this](const std::string& address) {
+    EXPECT_EQ(folders.Start("ncedl-setup", {"--port", "COM1=" + address})->WaitForExit(), 0);
+  };
+  const std::string program = folders.Download("123.MPG");
+  support::WriteWholeFile(program, Program(200));
+  folders.WriteProfile(115200);
+  name("tcp://localhost:47218");
+  StartHost(folders.Program("ncedl-console"), folders.Options(), " 0 No Link");
+  const auto controller = folders.Start(
+      "nce-controller", {"--port", "tcp-listen://127.0.0.1:47218", "--baud", "115200", "run", "-"});
+  ASSERT_TRUE(host->Expect(" 1 Waiting...")) << host->Output();
+  controller->Type("fetch 123 --compare " + program);
+  EXPECT_TRUE(controller->Expect("equal")) << controller->Diagnostics();
+  controller->Signal(SIGKILL);
+  EXPECT_TRUE(host->Expect(" 0 No Link"));
+  Quit();
+  name("tcp://slow:1");
+  ProcessOptions options = folders.Options();
+  options.environment["LD_PRELOAD"] = NCEDL_SLOW_NAMES;
+  StartHost(folders.Program("ncedl-console"), options, " 0 No Link");
+  Quit();
 }
 
 TEST_F(ConsoleE2e, SettingsOfNonsenseGiveDefaultsAndAreReplacedAtTheEnd) {

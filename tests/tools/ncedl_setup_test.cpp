@@ -132,6 +132,10 @@ TEST_F(NcedlSetup, NamesSerialDevices) {
   ASSERT_EQ(Run({"--port", "COM2=/dev/zero", "--port", "COM1="}), 0);
   EXPECT_EQ(fs::read_symlink(Port("COM2")), "/dev/zero");
   EXPECT_FALSE(fs::is_symlink(Port("COM1")));
+  ASSERT_EQ(Run({"--port", "COM4=rfc2217://hall3:4001", "--list"}), 0);
+  EXPECT_EQ(fs::read_symlink(Port("COM4")), "rfc2217://hall3:4001");
+  EXPECT_TRUE(Says("  COM4   rfc2217://hall3:4001\n")) << output;
+  EXPECT_EQ(diagnostics, "");
   ASSERT_EQ(Run({"--port", "COM3=" + home.Path().string()}), 0);
   EXPECT_TRUE(Says("is no serial device")) << diagnostics;
 }
@@ -152,6 +156,9 @@ TEST_F(NcedlSetup, SaysWhatIsInTheWay) {
       {{"--port", "COM1"}, 2, "COM1: write the name, \"=\" and the device"},
       {{"--port", "COM0=/dev/null"}, 2, "COM0: a serial port is named COM1 to COM255"},
       {{"--port", "../x=/dev/null"}, 2, "../x: a serial port"},
+      {{"--port", "COM1=telnet://h:1"}, 1, "telnet://h:1 is no address of a serial line"},
+      {{"--port", "COM1=tcp-listen://h:1"}, 1, "is no address of a serial line"},
+      {{"--probe"}, 2, "--probe belongs to --list"},
       {{"--language", "../de"}, 2, "../de: a language is a code"},
       {{"--main", "file"}, 1, "file is a file. Name a folder"},
       {{"--main", "file/nc"}, 1, "Choose a folder that this user may make"},

@@ -1,6 +1,7 @@
 #include "tools/nce_controller/byte_device.h"
 
 #include <algorithm>
+#include <functional>
 #include <utility>
 
 #include "link/port/serial_port.h"
@@ -23,7 +24,7 @@ class PortDevice : public ByteDevice {
   }
 
   bool Open(const KorText& name, const LineSettings& settings, std::string& error) {
-    if (port->Open(name) && SetUp(settings)) return true;
+    if (Finish([&] { return port->Open(name); }) && SetUp(settings)) return true;
     error = name.ToUtf8() + ": " + FailureText();
     return false;
   }
@@ -45,6 +46,15 @@ class PortDevice : public ByteDevice {
   std::string FailureText() const override { return port->LastErrorText().ToUtf8(); }
 
  private:
+  // A line over the network takes its time for some operations.
+  bool Finish(const std::function<bool()>& operation) {
+    while (!operation()) {
+      if (port->Trouble() != PortTrouble::NotYet) return false;
+      port->WaitReadable(std::chrono::milliseconds(100));
+    }
+    return true;
+  }
+
   bool SetUp(const LineSettings& settings) {
     DeviceControlBlock block;
     if (!port->SetQueueSizes(4000, 4000) || !port->GetControlBlock(block)) return false;
@@ -63,8 +73,8 @@ class PortDevice : public ByteDevice {
     block.inX = software;
     PortTimeouts timeouts;
     timeouts.writeConstant = 1000;
-    return port->SetControlBlock(block) && port->SetTimeouts(timeouts) && port->PurgeTransmit() &&
-           port->PurgeReceive();
+    return Finish([&] { return port->SetControlBlock(block); }) && port->SetTimeouts(timeouts) &&
+           port->PurgeTransmit() && port->PurgeReceive();
   }
 
   std::unique_ptr<SerialPort> port;

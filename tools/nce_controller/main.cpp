@@ -5,6 +5,7 @@
 #include <iostream>
 #include <memory>
 
+#include "platform/net/line_port.h"
 #include "platform/platform.h"
 #include "platform/program_start.h"
 #include "platform/serial_port.h"
@@ -34,8 +35,7 @@ extern "C" void OnStopSignal(int number) {
 
 std::unique_ptr<ByteDevice> OpenDevice(const Options& options, std::string& error) {
   if (!options.port.IsEmpty())
-    return OpenPortDevice(std::make_unique<PlatformSerialPort>(), options.port, options.line,
-                          error);
+    return OpenPortDevice(std::make_unique<LinePort>(), options.port, options.line, error);
   KorText reason;
   auto terminal = OpenPseudoTerminal(options.pseudoTerminal, reason);
   error = reason.ToUtf8();
@@ -69,15 +69,14 @@ RunnerSettings MakeRunnerSettings(const Options& options) {
       options.progress == ProgressMode::Always || (options.progress == ProgressMode::OnTerminal &&
                                                    StreamIsTerminal(StandardStream::Diagnostics));
   settings.readsBack = options.verify || options.errorRate > 0;
-  settings.knowsSpeed = !options.port.IsEmpty() || options.isPaced;
+  settings.knowsSpeed = !options.IsCable() || options.isPaced;
   settings.seed = options.seed;
   settings.line = options.line;
   return settings;
 }
 
 Outcome RunOnDevice(ByteDevice& device, const Options& options, std::unique_ptr<OsFile> record) {
-  DeviceLine cable(device, options.line, !options.pseudoTerminal.IsEmpty() && options.isPaced,
-                   stopWanted);
+  DeviceLine cable(device, options.line, options.IsCable() && options.isPaced, stopWanted);
   std::unique_ptr<RecordLine> recorder;
   if (record) recorder = std::make_unique<RecordLine>(cable, std::move(record));
   Line& heard = recorder ? static_cast<Line&>(*recorder) : cable;

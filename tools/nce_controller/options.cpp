@@ -8,19 +8,21 @@ constexpr char16_t kHelp[] = uR"(nce-controller plays the machine controller's s
   nce-controller (--port DEVICE | --pty LINK) [OPTION...] COMMAND
 
 Line
-  --port DEVICE      a serial port
+  --port DEVICE      a serial port; rfc2217://HOST:PORT or tcp://HOST:PORT: one over the network;
+                     tcp-listen://HOST:PORT: waits for a host to connect here, as with --pty
   --pty LINK         a pseudo-terminal whose far end is linked at LINK, for a host to open
   --baud N           bits per second (2400)
   --bits 8N1         data bits 7 or 8, parity N O E M S, stop bits 1 1.5 2
   --flow MODE        xonxoff (start value), hardware, none
-  --no-pace          the pseudo-terminal passes bytes at once instead of at line speed
+  --no-pace          the pseudo-terminal or connection passes bytes at once instead of at line speed
 Jobs
   --timeout S        silence after which an answer counts as missing (10)
   --retries N        times a job is begun again after damage (0; with --errors 10)
   --errors P         chance per byte, both ways, of being damaged, lost, doubled or delayed
   --seed N           of the chances (1)
   --verify           fetch and list until two transfers agree, read uploads back
-  --wait-host S      first wait for a host to answer (30 with --pty, otherwise 0: not at all)
+  --wait-host S      first wait for a host to answer (30 with --pty and tcp-listen://,
+                     otherwise 0: not at all)
 Output
   --json             one object per command
   --record FILE      every byte that travels, both ways

@@ -30,7 +30,11 @@ struct Options {
   Command command;
 
   int Retries() const { return retries.value_or(errorRate > 0 ? 10 : 0); }
-  double WaitHost() const { return waitHost.value_or(pseudoTerminal.IsEmpty() ? 0 : 30); }
+  // Whether the host's end is made here, and with it what the bytes travel through.
+  bool IsCable() const {
+    return !pseudoTerminal.IsEmpty() || port.StartsWithNoCase(u"tcp-listen://");
+  }
+  double WaitHost() const { return waitHost.value_or(IsCable() ? 30 : 0); }
 };
 
 CommandLineAnswer ReadOptions(const std::vector<KorText>& arguments, Options& options);

@@ -17,8 +17,8 @@ KorText TextOfPath(const std::filesystem::path& path);
 // Why a folder's path can't be kept in KOR.INI; empty when it can.
 KorText RefusalOfFolder(const KorText& folder);
 
-// Lets the name COMn stand for a device; an empty one takes the name back. An empty text, or what
-// went wrong and what to do.
+// Lets the name COMn stand for a device or an address; an empty one takes the name back. An empty
+// text, or what went wrong and what to do.
 KorText AssignPort(const KorText& name, const KorText& device);
 // What is odd about a device that a name was given to, such as that it isn't there; empty: nothing.
 KorText DeviceRemark(const KorText& device);

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "platform/port_address.h"
 #include "platform/posix/serial_names.h"
 #include "tools/ncedl_setup/host_system.h"
 
@@ -29,6 +30,7 @@ KorText RefusalOfFolder(const KorText& folder) {
 }
 
 KorText AssignPort(const KorText& name, const KorText& device) {
+  if (IsPortAddress(device)) return AssignSerialName(name, device);
   // Links are not followed: the names in /dev/serial/by-id are links, and have to stay.
   std::error_code error;
   const bool removes = device.IsEmpty();
@@ -41,6 +43,7 @@ KorText AssignPort(const KorText& name, const KorText& device) {
 }
 
 KorText DeviceRemark(const KorText& device) {
+  if (IsPortAddress(device)) return {};
   switch (TypeOf(device)) {
   case fs::file_type::character:
     return {};
@@ -55,7 +58,8 @@ KorText DeviceRemark(const KorText& device) {
 std::vector<KorText> DescribePorts() {
   std::vector<KorText> lines;
   for (const SerialName& known : ListSerialNames()) {
-    const bool there = TypeOf(known.device) != fs::file_type::not_found;
+    const bool there =
+        IsPortAddress(known.device) || TypeOf(known.device) != fs::file_type::not_found;
     lines.push_back(KorText::Format(u"%-6s %s%s", known.name, known.device,
                                     there ? u"" : u" (isn't there at the moment)"));
   }

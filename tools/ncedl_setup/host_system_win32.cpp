@@ -1,3 +1,5 @@
+#include "platform/port_address.h"
+#include "platform/win32/serial_names_win32.h"
 #include "tools/ncedl_setup/host_system.h"
 
 namespace kor {
@@ -14,7 +16,8 @@ KorText RefusalOfFolder(const KorText&) {
   return {};
 }
 
-KorText AssignPort(const KorText& name, const KorText&) {
+KorText AssignPort(const KorText& name, const KorText& device) {
+  if (device.IsEmpty() || IsPortAddress(device)) return AssignSerialName(name, device);
   return name +
          u": Windows itself gives the names of serial ports. To change one, open the adapter "
          u"in the Device Manager: Port Settings, Advanced";
@@ -25,7 +28,12 @@ KorText DeviceRemark(const KorText&) {
 }
 
 std::vector<KorText> DescribePorts() {
-  return {u"as the Device Manager names them"};
+  std::vector<KorText> lines;
+  for (const SerialName& known : ListSerialNames())
+    lines.push_back(KorText::Format(u"%-6s %s", known.name, known.device));
+  lines.emplace_back(lines.empty() ? u"as the Device Manager names them"
+                                   : u"others: as the Device Manager names them");
+  return lines;
 }
 
 } // namespace kor

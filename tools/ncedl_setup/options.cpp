@@ -5,7 +5,6 @@
 namespace kor {
 namespace {
 
-constexpr std::int32_t kLastPort = 255;
 constexpr char16_t kGuidForm[] = u"XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX";
 
 bool IsPortName(const KorText& name) {
@@ -62,6 +61,7 @@ KorText TakeLanguage(const KorText& value, SetupOptions& options) {
 KorText Check(const SetupOptions& options) {
   if (!options.mainFolder && (!options.name.IsEmpty() || !options.guid.IsEmpty()))
     return u"--name and --guid belong to --main";
+  if (options.probe && !options.list) return u"--probe belongs to --list";
   if (!options.mainFolder && !options.makeDefault) return u"--no-default belongs to --main";
   if (options.mainFolder || !options.ports.empty() || options.language || options.list) return {};
   return u"nothing to do";
@@ -81,9 +81,13 @@ usage: ncedl-setup OPTION...
   --no-default           with --main: register it beside the configuration that is in use
   --port COMn=DEVICE     Linux: let COMn stand for a serial device, best one of /dev/serial/by-id;
                          with an empty DEVICE, take the name back; may be given more than once
+  --port COMn=ADDRESS    let COMn stand for a device server's port: rfc2217://HOST:PORT, which is
+                         told rate, format and flow control, or tcp://HOST:PORT, with its own
   --language CODE        show texts in this language, such as de-DE; "system": in the system's
   --list                 show configurations, serial ports, the serial devices that are really there,
                          and the language, after all changes
+  --probe                with --list: connect to the device servers and show what they call
+                         themselves; ports that a program here uses are left alone
   -h, --help             show this
   --version              show the version
 
@@ -95,6 +99,7 @@ exit codes: 0 done; 1 something could not be done, and the message says what to 
 CommandLineAnswer ReadSetupOptions(const std::vector<KorText>& words, SetupOptions& options) {
   CommandLine line(u"ncedl-setup", kSetupHelp);
   line.Flag(u"--list", options.list);
+  line.Flag(u"--probe", options.probe);
   line.Flag(u"--no-default", options.makeDefault, false);
   line.Value(u"--main", u"a folder", [&](const KorText& value) {
     options.mainFolder = value;

@@ -9,6 +9,8 @@
 
 namespace kor {
 
+inline constexpr std::int32_t kLastPort = 255; // of COM1, COM2 ...
+
 struct SetupOptions {
   std::optional<KorText> mainFolder; // as written
   KorText name;                      // of the configuration; empty: kept, or the folder's name
@@ -17,6 +19,7 @@ struct SetupOptions {
   std::vector<std::pair<KorText, KorText>> ports; // "COMn" and its device; an empty one removes
   std::optional<KorText> language;                // code; empty: the system's
   bool list = false;
+  bool probe = false; // with list: connect to the lines over the network
 };
 
 CommandLineAnswer ReadSetupOptions(const std::vector<KorText>& words, SetupOptions& options);

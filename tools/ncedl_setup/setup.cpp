@@ -4,6 +4,7 @@
 
 #include "app/configurations.h"
 #include "app/program_paths.h"
+#include "platform/net/probe.h"
 #include "platform/serial_devices.h"
 #include "services/core/app_interface.h"
 #include "services/dictionary/text_holder.h"
@@ -72,6 +73,7 @@ class Setup {
   void List();
   void ListConfigurationsInUse();
   void ListDevices();
+  void Probe();
 
   bool Fail(const KorText& what) {
     output.complain(u"ncedl-setup: " + what + u".");
@@ -203,10 +205,20 @@ void Setup::List() {
   output.print(u"Serial ports:");
   for (const KorText& line : DescribePorts())
     output.print(u"  " + line);
+  if (options.probe) Probe();
   output.print(u"Serial devices:");
   ListDevices();
   const std::optional<KorText> language = StoredLanguage();
   output.print(language ? u"Language: " + *language : u"Language: the system's");
+}
+
+void Setup::Probe() {
+  output.print(u"Device servers:");
+  for (int number = 1; number <= kLastPort; ++number) {
+    const KorText name = KorText::Format(u"COM%i", number);
+    const KorText address = NetworkAddress(name);
+    if (!address.IsEmpty()) output.print(KorText::Format(u"  %-6s %s", name, ProbeLine(address)));
+  }
 }
 
 void Setup::ListDevices() {

@@ -1,0 +1,113 @@
+// NetSerialPort: SerialPort on a serial device server, under the names of platform/port_address.h.
+// Owned by the program's main through LinePort; threads as SerialPort says.
+//
+// Opening and setting up take several calls: until the server has answered they fail with
+// PortTrouble::NotYet, and are to be called again with the same arguments when WaitReadable
+// returns. A server that doesn't answer a setting costs a warning, once; one that has set another
+// rate or format has failed to be set up.
+//
+// What a server has leaves it whatever holds the line, so it gets little ahead of the line
+// (line_estimate.h). That estimate is the count of unsent bytes; while a Write was cut short it is
+// 0 as soon as the next piece may go, or the line would idle between the pieces.
+//
+// The server's XOFF handling stays off: the bytes 17 and 19 come through, and this class obeys
+// them.
+#pragma once
+
+#include <memory>
+#include <set>
+
+#include "link/port/serial_port.h"
+#include "platform/net/com_port_client.h"
+#include "platform/net/line_estimate.h"
+#include "platform/net/line_socket.h"
+#include "platform/port_address.h"
+#include "services/core/user_texts.h"
+
+namespace kor {
+
+class NetSerialPort : public SerialPort {
+ public:
+  NetSerialPort() = default;
+  ~NetSerialPort() override;
+  NetSerialPort(const NetSerialPort&) = delete;
+  NetSerialPort& operator=(const NetSerialPort&) = delete;
+
+  bool Open(const KorText& address) override;
+  bool IsOpen() const override { return stage == Stage::Greeted || stage == Stage::Serving; }
+  bool SetQueueSizes(std::uint32_t input, std::uint32_t output) override;
+  bool GetControlBlock(DeviceControlBlock& block) override;
+  bool BuildControlBlock(const KorText& text, DeviceControlBlock& block) override;
+  bool SetControlBlock(const DeviceControlBlock& block) override;
+  bool SetTimeouts(const PortTimeouts& timeouts) override;
+  bool GetStatus(LineStatus& status) override;
+  bool Read(std::span<std::uint8_t> to, std::size_t& readCount) override;
+  bool Write(std::span<const std::uint8_t> from, std::size_t& writtenCount) override;
+  bool PurgeTransmit() override;
+  bool PurgeReceive() override;
+  bool Close() override;
+  KorText LastErrorText() const override { return errorText; }
+  bool IsGone() const override { return trouble == PortTrouble::NoServer; }
+  PortTrouble Trouble() const override { return trouble; }
+  void WaitReadable(std::chrono::microseconds atMost) override;
+  void Interrupt() override { socket.Interrupt(); }
+
+  // What the server calls itself, asked for on a port that is open; waits for a second. Empty: it
+  // doesn't tell.
+  KorText AskSignature();
+
+ private:
+  enum class Stage {
+    Closed,
+    Connecting,
+    Greeting, // connected, and the server is asked whether it speaks the protocol
+    Greeted,
+    Setting, // the line's settings are with the server
+    Serving
+  };
+  using Time = std::chrono::steady_clock::time_point;
+  using Scheme = PortAddress::Scheme;
+
+  static Time Now() { return std::chrono::steady_clock::now(); }
+  bool Fail(PortTrouble kind, const KorText& text);
+  bool FailConnection();
+  bool FailNotOpen();
+  bool NotYet();
+  bool Begin(const KorText& text);
+  bool IsReady() const { return stage >= Stage::Greeted; }
+  bool IsComPort() const { return address.scheme == Scheme::Rfc2217; }
+  bool IsPaced() const { return address.scheme != Scheme::Listen; }
+  // Does what has become due. False when the connection has ended; the error is set then.
+  bool Pump(Time now);
+  bool TakeReceived(Time now);
+  void MoveOn(Time now); // to the next stage, where it is time
+  void Flush();
+  void Warn(const UserText& warning, const KorText& detail);
+  void WarnOfSettings();
+  std::uint32_t Holds() const;
+  std::size_t Room(Time now);
+  std::uint32_t OutQueue(Time now);
+  void WatchXoff(std::span<const std::uint8_t> bytes);
+  bool HasEnded(Time now);
+
+  LineSocket socket;
+  LineClaim claim;
+  std::unique_ptr<PreciseTimers> timers;
+  std::unique_ptr<ComPortClient> client; // of this connection; Rfc2217 only
+  LineEstimate estimate;
+  Stage stage = Stage::Closed;
+  KorText name; // as given to Open
+  PortAddress address;
+  DeviceControlBlock current; // as last set or asked for
+  std::string received;
+  std::string greetingText; // what a server says before it is greeted, such as that it is busy
+  bool xoffReceived = false;
+  bool cutShort = false; // the last Write found no room for everything
+  bool hasEnded = false;
+  Time silenceLooked{};
+  PortTrouble trouble = PortTrouble::Other;
+  KorText errorText;
+  std::set<KorText> warned;
+};
+
+} // namespace kor
