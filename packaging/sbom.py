@@ -25,6 +25,7 @@ from license_expression import get_spdx_licensing
 GCC = "GPL-3.0-or-later WITH GCC-exception-3.1"
 # By Debian's source package. One that is missing has to be looked up and entered: see its copyright file.
 LICENCES = {
+    "asio": "BSL-1.0",
     "at-spi2-core": "LGPL-2.1-or-later",
     "gcc-12": GCC,
     "gcc-mingw-w64": GCC,
@@ -89,9 +90,21 @@ def library(name, program):
     return next((path for path in paths if os.path.exists(path)), None) or sys.exit(f"sbom: {name} is not installed")
 
 
+def of_headers(texts):
+    """Libraries that are headers alone: no linker names them, but their names are in what they made."""
+    return {debian_source("/usr/include/asio.hpp")} if any(b"asio" in text for text in texts) else set()
+
+
+def contents(names):
+    for name in names:
+        with open(name, "rb") as file:
+            yield file.read()
+
+
 def linked_dynamically(programs):
     """The packages behind the libraries that the programs name themselves."""
-    return {debian_source(library(name, program)) for program in programs for name in needed_by(program)}
+    found = {debian_source(library(name, program)) for program in programs for name in needed_by(program)}
+    return found | of_headers(contents(programs))
 
 
 def source_of_archive(path):
@@ -114,7 +127,7 @@ def linked_statically(maps):
     for name in maps:
         text = open(name, encoding="utf-8", errors="replace").read()
         found |= {source_of_archive(path) for path in re.findall(r"^(\S+\.a)\(", text, re.M)}
-    return found - {None}
+    return (found | of_headers(contents(maps))) - {None}
 
 
 # --- The list ---
