@@ -173,6 +173,14 @@ class Guest:
         self.is_plugged = False
         self.qmp("device_del", id="adapter")
 
+    def suspend(self):
+        """To memory, for a moment."""
+        self.run("(sleep 1; echo mem >/sys/power/state) >/dev/null 2>&1 &")
+        while json.loads(self.monitor.readline()).get("event") != "SUSPEND":
+            pass
+        time.sleep(2)
+        self.qmp("system_wakeup")
+
     def end(self):
         self.process.kill()
         self.process.wait()

@@ -1,11 +1,12 @@
-"""Runs in the guest, with the service at work on /dev/serial/by-id/usb-Trial_Adapter_CHIP-if00-port0: every hold under
-every flow control, the line errors, the modem outputs and the rates, at an emulated FT232B. Prints its findings as JSON.
+"""Runs in the guest, with the service TRIAL at work on the emulated chip: every hold under every flow control; of an
+FT232 also the line errors, the modem outputs and the rates. Prints its findings as JSON.
+  holds.py CHIP    a class of chips.py
 """
 import json
 import sys
 import time
 
-import ft232
+import chips
 
 FIFO = "/run/ncedl/TRIAL.commands"
 RATE = 2400  # slow, so that what the emulation costs weighs little
@@ -15,7 +16,7 @@ HOLDS = {"Xon/Xoff": ("XOFF",), "Hardware": ("CTS", "DSR"), "Combined": ("XOFF",
 
 class Trial:
     def __init__(self):
-        self.chip = ft232.Chip()
+        self.chip = getattr(chips, sys.argv[1])()
 
     def tell(self, command, wait):
         with open(FIFO, "w") as fifo:
@@ -27,7 +28,7 @@ class Trial:
         self.ask(b"~\r")
         before = len(self.chip.controls)
         self.tell(f"set {key} {value}", 0)
-        if not self.chip.wait(30, lambda: any(request == 2 for request, _, _ in self.chip.controls[before:])):
+        if not self.chip.wait(30, lambda: len(self.chip.controls) > before):
             raise SystemExit(f"the port isn't opened for {key} {value}")
         self.settle()
 
@@ -35,8 +36,10 @@ class Trial:
         """Until the port is as it shall be."""
         self.chip.wait(20, lambda: time.monotonic() - self.chip.control_time > 2)
 
-    def ask(self, text, seconds=20):
-        """The host's reply, up to its line end."""
+    def ask(self, text, seconds=60):
+        """The host's reply, up to its line end. One to an earlier request may be late."""
+        while self.chip.transmit:
+            self.chip.wait(1)
         del self.chip.sent[:]
         self.chip.give(text)
         self.chip.wait(seconds, lambda: self.chip.sent.endswith(b"\r"))
@@ -45,6 +48,7 @@ class Trial:
     def begin(self):
         """Asks for the program, up to where the next ">" brings the first frame."""
         self.ask(b"~\r")
+        self.chip.wait(3)
         first = self.ask(b"FH " + PROGRAM + b"\r")
         second = self.ask(b">\r")
         if b"&LP" not in first or b"&FH" not in second:
@@ -68,7 +72,7 @@ class Trial:
             chip.wait(1.5)
         left = len(chip.sent) - after
         self.hold(hold, False)
-        chip.wait(20, lambda: chip.sent.endswith(b"\r"))
+        chip.wait(60, lambda: chip.sent.endswith(b"\r"))
         chip.on_byte = None
         return bytes(chip.sent), left, time.monotonic() - began
 
@@ -76,7 +80,7 @@ class Trial:
         if which == "XOFF":
             self.chip.give(b"\x13" if on else b"\x11")
         elif which:
-            self.chip.set_line({"CTS": ft232.CTS, "DSR": ft232.DSR}[which], not on)
+            self.chip.set_line({"CTS": chips.CTS, "DSR": chips.DSR}[which], not on)
 
 
 def is_whole(frame):
@@ -96,6 +100,8 @@ def try_holds(trial, found):
     for flow, holds in HOLDS.items():
         trial.set("flow-control", flow)
         for hold in holds:
+            if hold == "CTS" and isinstance(trial.chip, chips.CdcAcm):
+                continue
             trial.begin()
             frame, left, _ = trial.frame(hold)
             found["holds"].append({"flow": flow, "hold": hold, "after": left, "frame": len(frame),
@@ -115,12 +121,12 @@ def try_speed(trial, found):
 
 
 def try_errors(trial, found):
-    for error, name in ((ft232.FRAMING, "framing"), (ft232.PARITY, "parity"), (ft232.OVERRUN, "overrun")):
+    for error, name in ((chips.FRAMING, "framing"), (chips.PARITY, "parity"), (chips.OVERRUN, "overrun")):
         for _ in range(3):
             trial.chip.give(b"x", error)
             trial.chip.wait(0.2)
         found["errors"].append(name)
-    trial.chip.give(b"\0", ft232.BREAK)
+    trial.chip.give(b"\0", chips.BREAK)
     trial.tell("status", 2)
 
 
@@ -143,11 +149,12 @@ def try_outputs(trial, found):
 def main():
     trial = Trial()
     found = {"holds": [], "speed": {}, "errors": [], "rates": {}, "outputs": {}}
-    trial.chip.wait(60, lambda: any(request == 3 for request, _, _ in trial.chip.controls))
+    trial.chip.wait(60, lambda: trial.chip.controls)
     trial.settle()
     trial.set("baudrate", RATE)
     trial.set("transmit-delay", 0)
-    for part in (try_holds, try_speed, try_errors, try_rates, try_outputs):
+    parts = (try_speed, try_errors, try_rates, try_outputs) if isinstance(trial.chip, chips.Ft232) else ()
+    for part in (try_holds, *parts):
         print(part.__name__, found, file=sys.stderr)
         part(trial, found)
     found["latency"] = trial.chip.latency

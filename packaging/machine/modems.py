@@ -1,7 +1,7 @@
 """Runs in the guest: plugs the emulated adapter in and prints which bytes reach the line while nothing but the system
 has it."""
-import ft232
+import chips
 
-chip = ft232.Chip()
+chip = chips.Ft232()
 chip.wait(40)
 print(bytes(chip.sent))
