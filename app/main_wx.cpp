@@ -264,6 +264,7 @@ int WindowRun::Run(const std::function<int()>& loop, const std::function<void()>
   if (!instance.IsFirst()) return 0;
   exit = exitLoop;
   CallWhenDisplayIsLost(&EndWithoutDisplay);
+  KeepHiddenWindows();
   Show();
   instance.SetOnRaise([this] {
     window->Iconize(false);

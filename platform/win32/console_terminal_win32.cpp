@@ -35,6 +35,7 @@ LRESULT CALLBACK OnMessage(HWND window, UINT message, WPARAM parameter, LPARAM m
     OnControl(CTRL_SHUTDOWN_EVENT);
     Sleep(INFINITE); // until the process has ended: nothing is begun beside that
   }
+  if (message == WM_CLOSE) return OnControl(CTRL_CLOSE_EVENT), 0; // taskkill asks in this way
   return DefWindowProcW(window, message, parameter, more);
 }
 

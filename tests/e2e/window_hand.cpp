@@ -5,7 +5,8 @@
 //   text N       what control N shows
 //   checked N    yes or no
 //   windows      titles and texts of all visible windows
-//   close        has the toolkit's windows close
+//   close        asks all windows of a host to close, hidden ones as well, as taskkill does; "none"
+//                when there is no host
 //   log-off      tells the hosts' windows, hidden ones as well, that the session ends; "gone"
 //                when one went before it had answered
 // Controls are found by their numbers; "none" when no visible window has it enabled.
@@ -95,12 +96,31 @@ BOOL CALLBACK TellWindow(HWND window, LPARAM) {
   return TRUE;
 }
 
-BOOL CALLBACK CloseWindowOfToolkit(HWND window, LPARAM) {
+DWORD ProcessOf(HWND window) {
+  DWORD process = 0;
+  GetWindowThreadProcessId(window, &process);
+  return process;
+}
+
+BOOL CALLBACK LookForHost(HWND window, LPARAM process) {
   wchar_t name[16] = {};
   GetClassNameW(window, name, 16);
-  if (IsWindowVisible(window) && std::wstring(name).starts_with(L"wx"))
-    PostMessageW(window, WM_CLOSE, 0, 0);
+  const bool isWindow = IsWindowVisible(window) && std::wstring(name).starts_with(L"wx");
+  if (!isWindow && std::wstring(name) != L"ncedl-console") return TRUE;
+  *reinterpret_cast<DWORD*>(process) = ProcessOf(window);
+  return FALSE;
+}
+
+BOOL CALLBACK CloseWindowOf(HWND window, LPARAM process) {
+  if (ProcessOf(window) == static_cast<DWORD>(process)) PostMessageW(window, WM_CLOSE, 0, 0);
   return TRUE;
+}
+
+bool CloseHost() {
+  DWORD process = 0;
+  EnumWindows(LookForHost, reinterpret_cast<LPARAM>(&process));
+  if (process) EnumWindows(CloseWindowOf, static_cast<LPARAM>(process));
+  return process != 0;
 }
 
 BOOL CALLBACK EndSession(HWND window, LPARAM gone) {
@@ -121,8 +141,7 @@ void CarryOut(const std::string& command, int number) {
     return;
   }
   if (command == "close") {
-    EnumWindows(CloseWindowOfToolkit, 0);
-    std::cout << "closed" << std::endl;
+    std::cout << (CloseHost() ? "closed" : "none") << std::endl;
     return;
   }
   if (command == "log-off") {

@@ -111,16 +111,18 @@ TEST_F(WindowsE2e, AnEmptyWindowsIsToldWhatToDoAndKeepsSettingsFromTheFirstEndOn
   const HostFolders folders(NCEDL_PROGRAMS, windows); // has ncedl-setup make them
   fs::remove(folders.SettingsFile());
   const FarEnd line(folders.Line());
-  for (const char* baud : {"2400", "19200"}) {
+  const std::pair<std::string, std::string> ends[] = {{"close", "closed"}, {"log-off", "gone"}};
+  for (const auto& [end, answer] : ends) {
+    const std::string baud = end == "close" ? "2400" : "19200";
     console = folders.Start("ncedl-console");
     ASSERT_TRUE(console->Expect(" 1 Waiting...", kLongest)) << console->Diagnostics();
     console->Type("settings");
-    EXPECT_TRUE(console->Expect("baudrate         " + std::string(baud)));
+    EXPECT_TRUE(console->Expect("baudrate         " + baud));
     console->Type("set baudrate 19200");
     EXPECT_TRUE(console->Expect("baudrate         19200"));
     hand.reset(); // Wine's desktop goes with the last window; so do its copies of the console's
                   // streams
-    EXPECT_TRUE(Comes("log-off", "gone")); // its window for that may come late
+    EXPECT_TRUE(Comes(end, answer)); // its window for that may come late
     hand.reset();
     EXPECT_EQ(console->WaitForExit(), 0) << console->Diagnostics();
   }

@@ -27,4 +27,6 @@ void CallWhenDisplayIsLost(void (*end)()) {
   XSetIOErrorHandler(&OnLoss);
 }
 
+void KeepHiddenWindows() {}
+
 } // namespace kor
