@@ -2,6 +2,7 @@
 // keyboard.
 #include "tests/window/robot.h"
 
+#include <wx/choice.h>
 #include <wx/dcscreen.h>
 #include <wx/display.h>
 #include <wx/gauge.h>
@@ -54,6 +55,13 @@ TEST_F(Window, AFetchedProgramShowsAndItsJobIsListed) {
   robot.Then("kept", [this] {
     const auto* const list = FindA<wxListBox>(window);
     return list->GetCount() == 2 && list->GetString(1) == list->GetString(0);
+  });
+  robot.Do("noted", [this] {
+    window->AddJob({LinkStatus::UploadCompleted, u"Words", {}, App().LocalTime(), u"A note."});
+  });
+  robot.Then("not without its note", [this] {
+    const wxString job = FindA<wxListBox>(window)->GetString(0);
+    return job.StartsWith(ToWx(u"\u2717")) && job.EndsWith("Words   A note.");
   });
   robot.Run();
   EXPECT_TRUE(window->GetTitle().StartsWith("NCE")) << window->GetTitle();
@@ -171,8 +179,11 @@ TEST_F(Window, BrowsingFillsAFieldAndWhatCannotWorkIsRefusedBesideIt) {
                             {15240, 15234, "Save Log File As", folders / "other.log"}};
   for (const char* folder : {"up", "down"})
     std::filesystem::create_directory(folders / folder);
+  WriteWholeFile(folders / "Velmora/Plenova 2026/NCE.INI", "[Port Settings]\nparity=even\n");
   Open();
   robot.Clicks(15101);
+  robot.Then("as it is stored",
+             [] { return static_cast<wxChoice*>(Find(15222))->GetStringSelection() == "even"; });
   const auto text = [](int number) { return static_cast<wxTextCtrl*>(Find(number)); };
   robot.Then("there", [=] { return text(15232) != nullptr; });
   robot.Presses(WXK_PAGEDOWN, wxMOD_CONTROL);
@@ -205,6 +216,7 @@ TEST_F(Window, BrowsingFillsAFieldAndWhatCannotWorkIsRefusedBesideIt) {
   robot.Then("accepted", [this] { return !Find(15232) && app->Settings().fileExtension == u"nc"; });
   robot.Run();
   EXPECT_EQ(app->Settings().uploadPath, KorText::FromUtf8(folders / "up/"));
+  EXPECT_EQ(app->Settings().parity, u"even");
   EXPECT_EQ(app->Settings().logFile, KorText::FromUtf8(folders / "other.log"));
 }
 
@@ -412,8 +424,13 @@ TEST_F(Window, TheMonitorsToolsFindSaveAndClear) {
              [] { return IsAskingToReplace() || (Press(WXK_RETURN), false); });
   robot.Then("ended with its question",
              [] { return !CancelInnermostModal() && !IsAskingToReplace(); });
+  robot.Then("find", tool("Find"));
+  robot.Then("back to the words", [] { return Press(WXK_TAB, wxMOD_SHIFT), true; });
+  robot.Types("nowhere");
+  robot.Presses(WXK_RETURN);
+  robot.Then("not found", complains);
   robot.Then("clear", tool("Clear"));
-  robot.Then("cleared", [&] { return monitor.Text().IsEmpty(); });
+  robot.Then("cleared", [=, &monitor] { return monitor.Text().IsEmpty() && !complains(); });
   robot.Run();
 }
 
