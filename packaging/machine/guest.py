@@ -95,7 +95,7 @@ class Guest:
         """Shuts the machine down and boots it; prepare is called as soon as it is on."""
         self.is_plugged = False
         self.run("(sleep 1; systemctl poweroff) >/dev/null 2>&1 &")
-        self.process.wait(120)
+        self.process.wait(300)
         self.power_on()
         prepare()
         self.wait_boot()
@@ -148,7 +148,7 @@ class Guest:
             if "return" in answer:
                 return answer["return"]
 
-    def wait_boot(self, seconds=240):
+    def wait_boot(self, seconds=600):
         self.agent.settimeout(seconds)
         while self.lines.readline().strip() != "ready":
             if self.process.poll() is not None:
