@@ -504,6 +504,7 @@ const std::pair<const char*, std::function<void(NceLink&)>> kUploadEnds[] = {
     {"completed by hand",
      [](NceLink& of) {
        of.link->CancelExchange(), of.Run();
+       EXPECT_EQ(of.Ask("01]5D"), "<\r"); // The controller ends the upload before this one.
        of.link->ReceiveFile(of.Folder() + u"0000001.MPG"), of.Run();
        EXPECT_EQ(of.Ask("08G90!X10!17"), ">\r");
        of.link->CompleteUpload(), of.Run();
