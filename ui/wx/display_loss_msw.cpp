@@ -1,6 +1,6 @@
 #include "ui/wx/display_loss.h"
 
-#include <windows.h>
+#include <wx/msw/wrapwin.h> // <windows.h>, as the toolkit wants it
 
 namespace kor {
 
