@@ -197,7 +197,8 @@ bool ComPortClient::Receive(std::span<const std::uint8_t> bytes, Time now) {
 }
 
 void ComPortClient::OnData(std::span<const std::uint8_t> bytes) {
-  if (!purging) data.append(bytes.begin(), bytes.end());
+  const bool isIgnored = line.dsrSensitivity && IsDsrOff(); // as of this place in the stream
+  if (!purging && !isIgnored) data.append(bytes.begin(), bytes.end());
 }
 
 void ComPortClient::OnNegotiation(std::uint8_t verb, std::uint8_t option) {

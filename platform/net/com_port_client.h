@@ -52,7 +52,6 @@ class ComPortClient : private TelnetSink {
   const std::optional<std::string>& Signature() const { return signature; }
 
   std::uint32_t Holds() const; // HoldBit values under the block set
-  bool IsDsrOff() const;       // as far as the server tells its lines
   LineErrors TakeErrors() { return std::exchange(errors, {}); }
   // The moment at which an answer counts as missing; none is awaited: std::nullopt.
   std::optional<Time> Deadline(Time now) const;
@@ -67,6 +66,7 @@ class ComPortClient : private TelnetSink {
   void OnNegotiation(std::uint8_t verb, std::uint8_t option) override;
   void OnSubNegotiation(std::uint8_t option, std::string_view payload) override;
   void OnAnswer(std::uint8_t command, std::string_view value);
+  bool IsDsrOff() const; // as far as the server tells its lines
   void OnLineState(std::uint8_t state);
   void OnModemState(std::uint8_t state);
   void Command(std::uint8_t command, std::string_view value);

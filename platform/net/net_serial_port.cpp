@@ -51,17 +51,22 @@ bool NetSerialPort::NotYet() {
   return Fail(PortTrouble::NotYet, KorText());
 }
 
+void NetSerialPort::End(PortTrouble kind, const KorText& text) {
+  if (!ending) ending = Ending{kind, text};
+}
+
 // In words: what the server said before it closed, or the system's text.
-bool NetSerialPort::FailConnection() {
+void NetSerialPort::EndAsTheSocket() {
   const KorText said = stage < Stage::Greeted ? PlainText(greetingText) : KorText();
   if (socket.IsNameUnknown())
-    return Fail(PortTrouble::NoServer,
-                KorText::Format(LookUpText(kTexts.unknownHost), KorText::FromUtf8(address.host)));
-  if (!said.IsEmpty())
-    return Fail(PortTrouble::InUse, KorText::Format(LookUpText(kTexts.serverSays), said));
-  if (socket.WasClosed()) return Fail(PortTrouble::NoServer, LookUpText(kTexts.serverClosed));
-  return Fail(PortTrouble::NoServer,
-              App().ErrorText(static_cast<std::uint32_t>(socket.Error().value())));
+    End(PortTrouble::NoServer,
+        KorText::Format(LookUpText(kTexts.unknownHost), KorText::FromUtf8(address.host)));
+  else if (!said.IsEmpty())
+    End(PortTrouble::InUse, KorText::Format(LookUpText(kTexts.serverSays), said));
+  else if (socket.WasClosed())
+    End(PortTrouble::NoServer, LookUpText(kTexts.serverClosed));
+  else
+    End(PortTrouble::NoServer, App().ErrorText(static_cast<std::uint32_t>(socket.Error().value())));
 }
 
 // Each once, with what it is about.
@@ -83,7 +88,8 @@ bool NetSerialPort::Begin(const KorText& text) {
   current = {};
   received.clear();
   greetingText.clear();
-  xoffReceived = cutShort = hasEnded = false;
+  xoffReceived = cutShort = false;
+  ending.reset();
   client = IsComPort() ? std::make_unique<ComPortClient>() : nullptr;
   timers = std::make_unique<PreciseTimers>();
   estimate = {};
@@ -119,33 +125,24 @@ bool NetSerialPort::Close() {
 
 // --- Progress ---
 
-bool NetSerialPort::HasEnded(Time now) {
-  if (hasEnded) return true;
-  const auto state = socket.Pump(now);
-  hasEnded = state == LineSocket::State::Ended;
-  if (hasEnded) TakeReceived(now); // its last words
-  if (!hasEnded && now - silenceLooked > kSilenceLook) {
+void NetSerialPort::LookForTheEnd(Time now) {
+  if (ending) return;
+  if (socket.Pump(now) == LineSocket::State::Ended) {
+    TakeReceived(now); // its last words
+    EndAsTheSocket();
+  } else if (now - silenceLooked > kSilenceLook) {
     silenceLooked = now;
-    if (socket.IsSilent()) {
-      hasEnded = true;
-      Fail(PortTrouble::NoServer, App().ErrorText(kErrorTimedOut));
-      return true;
-    }
+    if (socket.IsSilent()) End(PortTrouble::NoServer, App().ErrorText(kErrorTimedOut));
   }
-  if (hasEnded) FailConnection();
-  return hasEnded;
 }
 
 bool NetSerialPort::Pump(Time now) {
   if (stage == Stage::Closed) return FailNotOpen();
-  if (HasEnded(now)) return false;
-  if (!TakeReceived(now)) {
-    hasEnded = true;
-    return Fail(PortTrouble::NoServer, LookUpText(kTexts.noComPortServer));
-  }
-  MoveOn(now);
+  LookForTheEnd(now);
+  if (!ending && !TakeReceived(now)) End(PortTrouble::NoServer, LookUpText(kTexts.noComPortServer));
+  if (!ending) MoveOn(now);
+  if (ending) return Fail(ending->kind, ending->text);
   Flush();
-  if (hasEnded) return false;
   estimate.SetHeld((Holds() & ~std::uint32_t{kXoffHold}) != 0, now);
   return true;
 }
@@ -176,9 +173,8 @@ void NetSerialPort::MoveOn(Time now) {
   if (stage != Stage::Greeting) return;
   const auto answer = client->Greeting(now);
   if (answer == ComPortClient::Answer::Given) stage = Stage::Greeted;
-  if (answer != ComPortClient::Answer::Refused) return;
-  hasEnded = true;
-  Fail(PortTrouble::Other, LookUpText(kTexts.noComPortServer));
+  if (answer == ComPortClient::Answer::Refused)
+    End(PortTrouble::Other, LookUpText(kTexts.noComPortServer));
 }
 
 void NetSerialPort::Flush() {
@@ -208,7 +204,10 @@ bool NetSerialPort::BuildControlBlock(const KorText& text, DeviceControlBlock& b
 bool NetSerialPort::SetControlBlock(const DeviceControlBlock& block) {
   const Time now = Now();
   if (!IsReady()) return FailNotOpen();
-  if (!Pump(now)) return false;
+  if (!Pump(now)) {
+    stage = Stage::Serving; // open, though it has ended: the next look at its status tells
+    return false;
+  }
   if (stage != Stage::Setting || block != current) {
     current = block;
     estimate.SetLine(block);
@@ -271,7 +270,6 @@ bool NetSerialPort::Read(std::span<std::uint8_t> to, std::size_t& readCount) {
   const std::size_t count = std::min(to.size(), received.size());
   std::copy_n(received.begin(), count, to.begin());
   received.erase(0, count);
-  if (current.dsrSensitivity && client && client->IsDsrOff()) return true;
   readCount = count;
   WatchXoff(to.first(count));
   return true;
@@ -327,7 +325,7 @@ bool NetSerialPort::PurgeReceive() {
 void NetSerialPort::WaitReadable(std::chrono::microseconds atMost) {
   const Time now = Now();
   Time until = now + atMost;
-  if (stage != Stage::Closed && (hasEnded || !received.empty())) return;
+  if (stage != Stage::Closed && (ending || !received.empty())) return;
   if (stage == Stage::Connecting) until = std::min(until, now + LineSocket::kConnectTime);
   if (client) until = std::min(until, client->Deadline(now).value_or(until));
   socket.WaitUntil(until);

@@ -15,6 +15,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <set>
 
 #include "link/port/serial_port.h"
@@ -70,7 +71,7 @@ class NetSerialPort : public SerialPort {
 
   static Time Now() { return std::chrono::steady_clock::now(); }
   bool Fail(PortTrouble kind, const KorText& text);
-  bool FailConnection();
+  void EndAsTheSocket();
   bool FailNotOpen();
   bool NotYet();
   bool Begin(const KorText& text);
@@ -88,7 +89,8 @@ class NetSerialPort : public SerialPort {
   std::size_t Room(Time now);
   std::uint32_t OutQueue(Time now);
   void WatchXoff(std::span<const std::uint8_t> bytes);
-  bool HasEnded(Time now);
+  void LookForTheEnd(Time now);
+  void End(PortTrouble kind, const KorText& text);
 
   LineSocket socket;
   LineClaim claim;
@@ -103,7 +105,11 @@ class NetSerialPort : public SerialPort {
   std::string greetingText; // what a server says before it is greeted, such as that it is busy
   bool xoffReceived = false;
   bool cutShort = false; // the last Write found no room for everything
-  bool hasEnded = false;
+  struct Ending {
+    PortTrouble kind;
+    KorText text;
+  };
+  std::optional<Ending> ending; // of the connection; every operation fails with it
   Time silenceLooked{};
   PortTrouble trouble = PortTrouble::Other;
   KorText errorText;

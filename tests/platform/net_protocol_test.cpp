@@ -211,6 +211,15 @@ TEST_F(ComPort, ObeysTheLinesAndCountsTheErrors) {
   EXPECT_EQ(client.TakeErrors(), LineErrors());
 }
 
+TEST_F(ComPort, IgnoresWhatArrivesWhileDsrIsOff) {
+  DeviceControlBlock block;
+  ApplyFlowControl(block, u"Hardware", true, true, false);
+  SetLine(block);
+  const auto state = [](int lines) { return Say(107, std::string(1, static_cast<char>(lines))); };
+  Hear("a" + state(0x30) + "b" + state(0x10) + "c" + state(0x30) + "d");
+  EXPECT_EQ(client.Data(), "abd");
+}
+
 TEST_F(ComPort, DropsWhatArrivesBeforeThePurgeIsAnswered) {
   Hear("old");
   client.PurgeReceive(now);

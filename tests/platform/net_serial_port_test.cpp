@@ -5,6 +5,7 @@
 
 #include "platform/net/net_serial_port.h"
 #include "tests/platform/serial_port_fixture.h"
+#include "tests/support/device_server.h"
 #include "tests/support/text_printer.h"
 
 namespace kor {
@@ -12,60 +13,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
-
-std::string Command(std::uint8_t command, std::string_view value) {
-  std::string out;
-  AppendSubNegotiation(out, telnet::kComPort, std::string(1, static_cast<char>(command)) += value);
-  return out;
-}
-
-// One connection at a time. It answers every setting, unless told otherwise.
-class SmallServer : public TelnetSink {
- public:
-  static constexpr std::uint16_t kPort = 47217;
-
-  SmallServer() { Listen(); }
-  void Listen() {
-    listener.Open({PortAddress::Scheme::Listen, "127.0.0.1", kPort}, Clock::now());
-    EXPECT_NE(listener.Pump(Clock::now()), LineSocket::State::Ended);
-  }
-  void Turn() {
-    const bool isUp = listener.Pump(Clock::now()) == LineSocket::State::Up;
-    if (isUp && !wasUp) decoder = {};
-    wasUp = isUp;
-    if (isUp && reads) {
-      const std::string bytes = std::exchange(listener.Received(), {});
-      decoder.Decode({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, *this);
-    }
-  }
-  void Say(std::string_view bytes) { listener.Send(bytes); }
-  void SayModemState(int state) { Say(Command(107, std::string(1, static_cast<char>(state)))); }
-  void Hang() { listener.Close(); }
-
-  void OnData(std::span<const std::uint8_t> bytes) override {
-    data.append(bytes.begin(), bytes.end());
-  }
-  void OnNegotiation(std::uint8_t verb, std::uint8_t option) override {
-    if (verb == telnet::kWill && greets) Say({"\xFF\xFD" + std::string(1, char(option))});
-    if (verb == telnet::kDo) Say({"\xFF\xFB" + std::string(1, char(option))});
-  }
-  void OnSubNegotiation(std::uint8_t, std::string_view payload) override {
-    const auto command = static_cast<std::uint8_t>(payload[0]);
-    if (command == 5) controls += payload[1];
-    const bool lies = command == 1 && !rate.empty();
-    Say(Command(static_cast<std::uint8_t>(command + 100), lies ? rate : payload.substr(1)));
-  }
-
-  std::string data, controls;
-  std::string rate; // what it answers to SET-BAUDRATE instead
-  bool greets = true;
-  bool reads = true;
-
- private:
-  LineSocket listener;
-  TelnetDecoder decoder;
-  bool wasUp = false;
-};
 
 class NetSerialPortTest : public SerialPortFixture<NetSerialPort> {
  protected:
@@ -86,7 +33,7 @@ class NetSerialPortTest : public SerialPortFixture<NetSerialPort> {
   }
   bool Open(const KorText& scheme = u"rfc2217", const KorText& flow = u"Hardware") {
     ApplyFlowControl(block, flow, true, true, false);
-    const KorText address = KorText::Format(u"%s://127.0.0.1:%u", scheme, SmallServer::kPort);
+    const KorText address = KorText::Format(u"%s://127.0.0.1:%u", scheme, DeviceServer::kPort);
     return Finish([&] { return port.Open(address); }) &&
            Finish([&] { return port.SetControlBlock(block); });
   }
@@ -102,7 +49,7 @@ class NetSerialPortTest : public SerialPortFixture<NetSerialPort> {
     return {buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(count)};
   }
 
-  SmallServer server;
+  DeviceServer server;
   DeviceControlBlock block{.baudRate = 115200};
 };
 
@@ -127,12 +74,12 @@ TEST_F(NetSerialPortTest, CarriesEveryByteThroughHundredsOfHolds) {
     if (kind < 3)
       server.SayModemState(states[kind]);
     else
-      server.Say(Command(108, ""));
+      server.Say(DeviceServer::Command(108, ""));
     ASSERT_TRUE(Until([&] { return Status().holds == kinds[kind]; })) << hold;
     EXPECT_EQ(WriteSome(left), 0u) << "a hold is obeyed";
-    server.Say(Command(109, ""));
-    server.Say("\xFF\xFF" + std::to_string(hold) + ";");
+    server.Say(DeviceServer::Command(109, ""));
     server.SayModemState(0xB0);
+    server.Say("\xFF\xFF" + std::to_string(hold) + ";");
     ASSERT_TRUE(Until([&] { return Status().holds == 0; }));
     heard += Take();
     sent += '\xFF' + std::to_string(hold) + ";";
@@ -153,7 +100,7 @@ TEST_F(NetSerialPortTest, TellsErrorsOfTheLineAndOtherSettings) {
   EXPECT_TRUE(port.IsOpen()) << "open, but not set up";
   server.rate.clear();
   ASSERT_TRUE(Finish([&] { return port.SetControlBlock(block); }));
-  server.Say(Command(106, "\x02") + Command(106, "\x0C"));
+  server.Say(DeviceServer::Command(106, "\x02") + DeviceServer::Command(106, "\x0C"));
   LineErrors errors;
   EXPECT_TRUE(Until([&] { return (errors = Status().errors) != LineErrors(); }));
   EXPECT_EQ(errors, (LineErrors{.overrun = 1, .parity = 1, .framing = 1}));
@@ -162,7 +109,7 @@ TEST_F(NetSerialPortTest, TellsErrorsOfTheLineAndOtherSettings) {
 
 TEST_F(NetSerialPortTest, NoticesWhatEndsTheLine) {
   ASSERT_TRUE(Open());
-  server.Say(Command(108, ""));
+  server.Say(DeviceServer::Command(108, ""));
   ASSERT_TRUE(Until([&] { return Status().holds == kCtsHold; }));
   server.Hang();
   LineStatus status;
@@ -180,6 +127,11 @@ TEST_F(NetSerialPortTest, NoticesWhatEndsTheLine) {
   server.greets = false;
   EXPECT_FALSE(Open());
   EXPECT_EQ(ErrorText(), "The server doesn't speak RFC 2217; an address with tcp:// may do");
+  server.greets = server.hangsUp = true;
+  EXPECT_FALSE(Open());
+  EXPECT_TRUE(port.IsOpen()) << "the next look at its status tells the end";
+  EXPECT_FALSE(port.GetStatus(status));
+  EXPECT_TRUE(port.IsGone());
   EXPECT_FALSE(port.Open(u"rfc2217://127.0.0.1"));
   EXPECT_TRUE(KorText::FromUtf8(ErrorText()).Contains(u"port"));
 }
