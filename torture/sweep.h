@@ -35,6 +35,7 @@ std::vector<Sweep>
 ExchangeSweeps();                  // pulled devices, holds, damage: at every byte of every exchange
 std::vector<Sweep> StoredSweeps(); // full disks and power cuts, wherever something is stored
 std::vector<Sweep> HostileSweeps(); // noise, numbers, odd things in the folders
+std::vector<Sweep> NetworkSweeps(); // a line over the network, split and cut at every byte
 std::vector<Sweep> KillSweeps();    // real processes, killed at random moments
 
 } // namespace kor::torture

@@ -127,7 +127,8 @@ class Course {
 
 std::vector<Course> Courses(unsigned seed, std::string_view only) {
   std::vector<Course> courses;
-  for (const auto& sweeps : {ExchangeSweeps, StoredSweeps, HostileSweeps, KillSweeps})
+  for (const auto& sweeps :
+       {ExchangeSweeps, StoredSweeps, HostileSweeps, NetworkSweeps, KillSweeps})
     for (Sweep& sweep : sweeps())
       if (sweep.name.find(only) != std::string::npos) courses.emplace_back(std::move(sweep), seed);
   return courses;

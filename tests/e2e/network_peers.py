@@ -20,12 +20,12 @@ HOLDS = int(sys.argv[2]) if len(sys.argv) > 2 else 500
 SER2NET_PORT, MANAGER_PORT = 47301, 47302
 
 
-def wait_for(what, holds, seconds=30):
+def wait_for(what, holds, seconds=30, instead=str):
     end = time.monotonic() + seconds
     while not holds():
         if time.monotonic() > end:
-            raise SystemExit(f"network-peers: {what} did not come")
-        time.sleep(0.002)
+            raise SystemExit(f"network-peers: {what} did not come {instead()}")
+        time.sleep(0.005)
 
 
 class Host:
@@ -34,12 +34,11 @@ class Host:
     def __init__(self, root, address, baud, flow):
         self.root = root
         os.makedirs(root + "/nc", exist_ok=True)
-        os.makedirs(root + "/up", exist_ok=True)
         self.environment = {**os.environ, "HOME": root, "XDG_CONFIG_HOME": root + "/c", "NCEDL_DATA_DIR": root + "/d"}
         self.run("ncedl-setup", "--main", root + "/main", "--port", "COM1=" + address)
         with open(root + "/c/Velmora/Plenova 2026/NCE.INI", "w") as file:
             file.write(f"[Port Settings]\nport=COM1\nbaudrate={baud}\nflow control={flow}\ntransmit delay=0\n"
-                       f"[Files]\nfile extension=MPG\nupload path={root}/up/\ndownload path={root}/nc/\n")
+                       f"[Files]\nfile extension=MPG\nupload path={root}/nc/\ndownload path={root}/nc/\n")
         self.console = subprocess.Popen([PROGRAMS + "/ncedl-console"], env=self.environment, stdin=subprocess.PIPE,
                                         stdout=open(root + "/log", "wb"), stderr=subprocess.STDOUT)
 
@@ -96,7 +95,8 @@ def try_ser2net(root):
     def order(line, answer, times=1):
         controller.stdin.write(line.encode() + b"\n")
         controller.stdin.flush()
-        wait_for(line, lambda: open(root + "/controller").read().count(answer) == times, 60)
+        wait_for(line, lambda: open(root + "/controller").read().count(answer) == times, 25,
+                 lambda: open(root + "/controller").read())
 
     wait_for("the line", lambda: os.path.exists(root + "/line"))
     server = start_ser2net(root)
@@ -135,7 +135,7 @@ class Device:
         self.cts = self.dsr = self.cd = True
         self.ri = False
         self.queue, self.sent = bytearray(), bytearray()
-        self.lock = threading.Lock()
+        self.lock = threading.RLock()
 
     def reset_input_buffer(self):
         pass
@@ -145,13 +145,15 @@ class Device:
             self.queue.clear()
 
     def turn(self, seconds):
-        """What the line carries meanwhile."""
+        """What the line carries meanwhile; the frames that have ended."""
         with self.lock:
             if not (self.cts and self.dsr and self.cd):
-                return
+                return 0
             count = int(seconds * self.baudrate / 10)
+            frames = self.queue[:count].count(b"\r")
             self.sent += self.queue[:count]
             del self.queue[:count]
+            return frames
 
 
 class Connection:
@@ -162,12 +164,22 @@ class Connection:
         self.peer.sendall(data)
 
 
+def text_of(frame):
+    """The text between length and checksum, both right."""
+    size = int(frame[:2], 16)
+    body, checksum = frame[2:2 + size], 0
+    for character in body:
+        checksum ^= ord(character)
+    check(frame[2 + size:] == f"{checksum:02X}", f"a frame is damaged: {frame}")
+    return body.replace("!", "\n")
+
+
 def serve(listener, device, ready):
     peer, _ = listener.accept()
     peer.settimeout(0.002)
     manager = serial.rfc2217.PortManager(device, Connection(peer))
     ready.append(manager)
-    last = time.monotonic()
+    last, due = time.monotonic(), 0
     while True:
         try:
             data = peer.recv(1024)
@@ -177,8 +189,13 @@ def serve(listener, device, ready):
                 device.queue += b"".join(manager.filter(data))
         except TimeoutError:
             pass
+        except ConnectionError:
+            return
         now = time.monotonic()
-        device.turn(now - last)
+        due += device.turn(now - last)
+        if due and device.dsr:  # "Hardware" ignores what comes while DSR is off
+            peer.sendall(b"".join(manager.escape(b">\r" * due)))
+            due = 0
         last = now
 
 
@@ -194,8 +211,10 @@ def try_port_manager(root):
         content = "".join(f"N{i} X{i * 7919 % 100003}\n" for i in range(HOLDS * 30))
         with open(root + "/nc/1.MPG", "w") as file:
             file.write(content)
-        host.type("trace on")
         host.type(f"send {root}/nc/1.MPG")
+        host.expect("12 Downloading")
+        time.sleep(1.2)  # a server that does not answer PURGE-DATA has its input dropped for a second
+        ready[0].connection.write(b">\r")
         wait_for("the first byte", lambda: device.sent)
         most = 0
         for hold in range(HOLDS):
@@ -209,10 +228,12 @@ def try_port_manager(root):
                 most = max(most, len(device.queue))
             setattr(device, line, True)
             ready[0].check_modem_lines()
-        wait_for("the rest", lambda: len(device.sent) >= len(content), 120)
-        time.sleep(0.2)
-        sent = device.sent.decode("latin-1")
-        check(sent.strip("\0") == content, f"{len(sent)} bytes of {len(content)} came, or others")
+        host.expect("18 Download Completed")
+        wait_for("the rest", lambda: device.sent.endswith(b"\r") and len(device.sent) >= len(content))
+        time.sleep(0.5)  # more than the rest would be a fault
+        frames = device.sent.decode("latin-1").split("]")[0].split("UDL>")[0].split("\r")
+        sent = "".join(text_of(frame) for frame in frames if frame)
+        check(sent == content, f"{len(sent)} bytes of {len(content)} came, or others")
         host.quit()
         print(f"pySerial: {HOLDS} holds, nothing lost or doubled; at most {most} bytes were on their way in one")
     finally:

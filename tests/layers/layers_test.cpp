@@ -88,7 +88,8 @@ const std::vector<Room>& Rooms() {
        {kAnything}},
       {"torture",
        {"torture/"},
-       {"core", "files", "dictionary", "ui", "link", "app", "nce-controller", "test support"},
+       {"core", "files", "dictionary", "ui", "link", "net", "app", "nce-controller",
+        "test support"},
        {kAnything}},
   };
   return rooms;
