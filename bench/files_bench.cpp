@@ -15,6 +15,7 @@
 #include <thread>
 #include <vector>
 
+#include "services/core/as_bytes.h"
 #include "tests/support/test_app.h"
 
 namespace kor {
@@ -56,7 +57,7 @@ class Samples {
         lines.append(line, static_cast<std::size_t>(length));
       }
       lines.resize(std::min<std::uint64_t>(lines.size(), size - written));
-      file->Write({reinterpret_cast<const std::uint8_t*>(lines.data()), lines.size()});
+      file->Write(AsBytes(lines));
     }
   }
 

@@ -16,6 +16,7 @@
 
 #include "bench/paced_relay.h"
 #include "platform/terminals.h"
+#include "services/core/as_bytes.h"
 #include "tests/support/host_process.h"
 
 namespace kor::bench {
@@ -52,8 +53,7 @@ class Controller {
     WaitUntil(std::max(lineTime, Now()) + byteTime * static_cast<std::int64_t>(request.size()));
     const Clock::time_point sent = Now();
     std::size_t written = 0;
-    terminal->Write({reinterpret_cast<const std::uint8_t*>(request.data()), request.size()},
-                    written);
+    terminal->Write(AsBytes(request), written);
     if (written != request.size()) throw std::runtime_error("the terminal takes no request");
     count += written;
     return sent;

@@ -6,6 +6,7 @@
 
 #include "files/little_endian.h"
 #include "services/core/app_interface.h"
+#include "services/core/as_bytes.h"
 
 namespace kor {
 namespace {
@@ -74,7 +75,7 @@ std::size_t CopySequence(VoidBuffer& output, std::size_t at, std::size_t entry) 
     return 0;
   }
   const std::string_view bytes = kSequences[entry - 1];
-  CopyTo(output, at, {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
+  CopyTo(output, at, AsBytes(bytes));
   return std::min(bytes.size(), output.Size() - at);
 }
 

@@ -7,6 +7,7 @@
 
 #include "files/compressed_file.h"
 #include "services/core/app_interface.h"
+#include "services/core/as_bytes.h"
 
 namespace kor {
 namespace {
@@ -62,10 +63,6 @@ KorText FromUtf16Bytes(std::string_view bytes) {
     text.Append(static_cast<char16_t>(static_cast<std::uint8_t>(bytes[i]) |
                                       static_cast<std::uint8_t>(bytes[i + 1]) << 8));
   return text;
-}
-
-std::span<const std::uint8_t> AsBytes(std::string_view text) {
-  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 
 } // namespace

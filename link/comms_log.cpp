@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "services/core/app_interface.h"
+#include "services/core/as_bytes.h"
 #include "ui/link_status.h"
 
 namespace kor {
@@ -26,8 +27,7 @@ std::int64_t Truncated(double value) {
 // A log is a plain byte file: ASCII as it is, anything else (folder names) as UTF-8.
 bool WriteLine(SimpleFile& file, const KorText& line) {
   const std::string bytes = line.ToUtf8();
-  const auto* data = reinterpret_cast<const std::uint8_t*>(bytes.data());
-  return file.Write({data, bytes.size()}) == bytes.size() && file.Flush();
+  return file.Write(AsBytes(bytes)) == bytes.size() && file.Flush();
 }
 
 // The first line, or the beginning of a long one.

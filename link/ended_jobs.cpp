@@ -9,6 +9,7 @@
 
 #include "files/simple_file.h"
 #include "services/core/app_interface.h"
+#include "services/core/as_bytes.h"
 #include "services/core/path_text.h"
 
 namespace kor {
@@ -37,9 +38,7 @@ std::string NewestPart(SimpleFile& file, std::uint64_t most) {
 }
 
 bool Write(SimpleFile& file, const std::string& bytes) {
-  return file.Write({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}) ==
-             bytes.size() &&
-         file.Flush();
+  return file.Write(AsBytes(bytes)) == bytes.size() && file.Flush();
 }
 
 // Without a line that the power tore, and without the header or a line whose start is not there.

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "services/core/app_interface.h"
+#include "services/core/as_bytes.h"
 
 namespace kor {
 
@@ -16,8 +17,7 @@ bool UploadFile::Open(const KorText& path) {
 }
 
 bool UploadFile::Write(std::string_view bytes) {
-  const auto* data = reinterpret_cast<const std::uint8_t*>(bytes.data());
-  return file && file->Write({data, bytes.size()}) == bytes.size();
+  return file && file->Write(AsBytes(bytes)) == bytes.size();
 }
 
 bool UploadFile::Commit() {

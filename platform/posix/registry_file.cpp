@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <string>
 
+#include "services/core/as_bytes.h"
 #include "services/core/text_lookup.h"
 #include "services/core/thread_annotations.h"
 
@@ -274,9 +275,7 @@ bool RegistryFile::Save(const std::vector<KorText>& lines) {
   const std::unique_ptr<OsFile> file = app.OpenFile(beside, FileAccess::CreateNew);
   if (!file) return false;
   app.CopyAttributes(target, *file);
-  const bool written = file->Write({reinterpret_cast<const std::uint8_t*>(bytes.data()),
-                                    bytes.size()}) == bytes.size() &&
-                       file->Sync();
+  const bool written = file->Write(AsBytes(bytes)) == bytes.size() && file->Sync();
   if (file->Close() && written && app.RenameFile(beside, target)) return app.SyncFolder(Folder());
   const std::uint32_t error = app.LastError();
   app.RemoveFile(beside);

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstdlib>
 
+#include "services/core/as_bytes.h"
 #include "services/core/path_text.h"
 
 namespace kor {
@@ -141,8 +142,7 @@ void AppInterface::AppendToLog(const std::string& bytes) {
   Lock lock(logMutex);
   const bool isFull = logSize > 0 && logSize + bytes.size() > kLongestLog;
   if (!logPath.IsEmpty() && (!log || isFull)) StartNewLog();
-  if (log)
-    logSize += log->Write({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
+  if (log) logSize += log->Write(AsBytes(bytes));
   SetLastError(error);
 }
 

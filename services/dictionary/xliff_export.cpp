@@ -1,11 +1,11 @@
 // TextHolder's XLIFF 1.2 export: one file per language, for translators.
 #include <map>
 #include <pugixml.hpp>
-#include <span>
 #include <string>
 #include <vector>
 
 #include "services/core/app_interface.h"
+#include "services/core/as_bytes.h"
 #include "services/dictionary/text_holder.h"
 
 namespace kor {
@@ -111,8 +111,7 @@ bool TextHolder::WriteXLIFF(const KorText& target, std::size_t language) const {
   StringWriter writer(text);
   document.save(writer, "  ", pugi::format_default, pugi::encoding_utf8);
   KorFile out(target);
-  const std::span bytes(reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
-  return out.OpenSafe() && out.Write(bytes) == bytes.size() && out.Commit();
+  return out.OpenSafe() && out.Write(AsBytes(text)) == text.size() && out.Commit();
 }
 
 } // namespace kor

@@ -10,15 +10,12 @@
 #include "files/little_endian.h"
 #include "files/simple_file.h"
 #include "files/void_buffer.h"
+#include "services/core/as_bytes.h"
 #include "tests/support/test_app.h"
 
 namespace kor {
 
 using Bytes = std::vector<std::uint8_t>;
-
-inline std::span<const std::uint8_t> AsBytes(std::string_view text) {
-  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
-}
 
 inline Bytes BytesOf(std::string_view text) {
   return Bytes(text.begin(), text.end());

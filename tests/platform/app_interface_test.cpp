@@ -4,13 +4,14 @@
 
 #include <filesystem>
 
+#include "services/core/as_bytes.h"
 #include "tests/support/test_app.h"
 
 namespace kor {
 namespace {
 
 std::size_t Put(OsFile& file, std::string_view text) {
-  return file.Write({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+  return file.Write(AsBytes(text));
 }
 
 std::string Rest(OsFile& file) {

@@ -7,6 +7,7 @@
 
 #include "link/profile_file.h"
 #include "platform/win32/locale_win32.h"
+#include "services/core/as_bytes.h"
 #include "tests/support/test_app.h"
 
 namespace kor {
@@ -51,9 +52,7 @@ TEST(Win32Profile, ReadsAsTheSystemDoes) {
       std::string(100, 'x') +
       "\r\nport=COM4\r\n[ Log ]\r\nwrite log=1\r\n[Port Settings]\r\nlate=1\r\n";
   const KorText path = app.Path(u"profile.ini");
-  ASSERT_EQ(app.OpenFile(path, FileAccess::Write)
-                ->Write({reinterpret_cast<const std::uint8_t*>(profile.data()), profile.size()}),
-            profile.size());
+  ASSERT_EQ(app.OpenFile(path, FileAccess::Write)->Write(AsBytes(profile)), profile.size());
   const ProfileFile ours(path);
   const auto wide = [](const KorText& text) {
     return reinterpret_cast<const wchar_t*>(text.CStr());

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "link/port/serial_port.h"
+#include "services/core/as_bytes.h"
 #include "tests/support/test_app.h"
 
 namespace kor {
@@ -18,9 +19,7 @@ template <class Port> class SerialPortFixture : public testing::Test {
 
   std::size_t WriteSome(const std::string& bytes) {
     std::size_t count = 0;
-    EXPECT_TRUE(
-        port.Write({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, count))
-        << ErrorText();
+    EXPECT_TRUE(port.Write(AsBytes(bytes), count)) << ErrorText();
     return count;
   }
 

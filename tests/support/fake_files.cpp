@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <utility>
 
+#include "services/core/as_bytes.h"
 #include "tests/support/test_folder.h"
 
 namespace kor {
@@ -100,7 +101,7 @@ void FakeFiles::Put(const KorText& path, const KorText& text) {
   const std::unique_ptr<OsFile> file = PlatformFiles::Open(path, FileAccess::Write);
   const std::string bytes = text.ToBytes();
   if (!file) std::abort();
-  file->Write({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
+  file->Write(AsBytes(bytes));
 }
 
 std::vector<KorText> FakeFiles::Names(const KorText& folder) {

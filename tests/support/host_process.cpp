@@ -4,6 +4,8 @@
 #include <array>
 #include <stdexcept>
 
+#include "services/core/as_bytes.h"
+
 namespace kor::support {
 
 namespace fs = std::filesystem;
@@ -84,7 +86,7 @@ FarEnd::FarEnd(const std::string& link) {
 
 void FarEnd::Send(std::string_view bytes) {
   std::size_t written = 0;
-  terminal->Write({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, written);
+  terminal->Write(AsBytes(bytes), written);
 }
 
 bool FarEnd::ReadSome(PseudoTerminal::Moment until) {

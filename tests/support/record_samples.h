@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "files/member.h"
+#include "services/core/as_bytes.h"
 
 namespace kor {
 
@@ -31,7 +32,7 @@ class SampleTool : public Storable {
   }
   void AddToCrc(FileCrc& crc, bool) const override {
     const std::string bytes = name.ToBytes();
-    crc.Add({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
+    crc.Add(AsBytes(bytes));
   }
   friend bool operator==(const SampleTool& a, const SampleTool& b) {
     return std::tie(a.name, a.length, a.bought) == std::tie(b.name, b.length, b.bought);

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "services/core/as_bytes.h"
+
 namespace kor::controller {
 namespace {
 
@@ -19,10 +21,6 @@ constexpr Time kLateWakeUp = 5ms;
 std::size_t GroupSize(const LineSettings& settings) {
   const auto byteTime = settings.BytesTime(1);
   return std::clamp<std::size_t>(static_cast<std::size_t>(kGroupTime / byteTime), 1, kLargestGroup);
-}
-
-std::span<const std::uint8_t> Bytes(std::string_view text) {
-  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 
 } // namespace
@@ -117,7 +115,7 @@ bool DeviceLine::SendOutput(Time now) {
     }
     if (now < outDue) return true;
     std::size_t count = 0;
-    if (!device.Write(Bytes(outFlight), count)) return false;
+    if (!device.Write(AsBytes(outFlight), count)) return false;
     counts.toHost += count;
     outFlight.erase(0, count);
     isOutBlocked = !outFlight.empty();

@@ -1,9 +1,9 @@
 #include "tools/nce_controller/program_file.h"
 
-#include <span>
 
 #include "files/simple_file.h"
 #include "services/core/app_interface.h"
+#include "services/core/as_bytes.h"
 
 namespace kor::controller {
 namespace {
@@ -27,8 +27,8 @@ std::string LoadProgram(const KorText& path, std::string& content) {
 
 std::string StoreProgram(const KorText& path, std::string_view content) {
   KorFile file(path);
-  const std::span bytes(reinterpret_cast<const std::uint8_t*>(content.data()), content.size());
-  const bool isStored = file.OpenSafe() && file.Write(bytes) == content.size() && file.Commit();
+  const bool isStored =
+      file.OpenSafe() && file.Write(AsBytes(content)) == content.size() && file.Commit();
   return isStored ? std::string() : Failure(path);
 }
 

@@ -1,5 +1,7 @@
 #include "tools/nce_controller/record_line.h"
 
+#include "services/core/as_bytes.h"
+
 namespace kor::controller {
 namespace {
 
@@ -62,7 +64,7 @@ void RecordLine::EndLine() {
   if (bytes.empty()) return;
   const std::string line = (goesOn ? std::string("  ") : std::string(1, side) + " ") +
                            Hexadecimal(bytes) + "| " + Shown(bytes) + "\n";
-  file->Write({reinterpret_cast<const std::uint8_t*>(line.data()), line.size()});
+  file->Write(AsBytes(line));
   bytes.clear();
 }
 

@@ -10,6 +10,7 @@
 #include "files/simple_file.h"
 #include "link/manual_transfer.h"
 #include "services/core/app_interface.h"
+#include "services/core/as_bytes.h"
 #include "services/core/text_lookup.h"
 #include "ui/wx/accessible.h"
 #include "ui/wx/signs.h"
@@ -158,10 +159,7 @@ void MonitorView::Clear() {
 bool MonitorView::Save(const KorText& path) const {
   const std::string bytes = (FromWx(text->GetValue()) + waiting).ToUtf8();
   KorFile file(path);
-  return file.OpenSafe() &&
-         file.Write({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}) ==
-             bytes.size() &&
-         file.Commit();
+  return file.OpenSafe() && file.Write(AsBytes(bytes)) == bytes.size() && file.Commit();
 }
 
 bool MonitorView::FindNext(const wxString& wantedText) {

@@ -9,6 +9,7 @@
 
 #include "files/simple_file.h"
 #include "services/core/app_interface.h"
+#include "services/core/as_bytes.h"
 #include "services/core/path_text.h"
 #include "ui/wx/screen_room.h"
 #include "ui/wx/wx_text.h"
@@ -99,9 +100,7 @@ void WindowMemory::Keep(const wxTopLevelWindow& window) {
   config->Save(lines);
   const std::string bytes = FromWx(lines.GetString()).ToUtf8();
   KorFile file(path);
-  if (file.OpenSafe() && file.Write({reinterpret_cast<const std::uint8_t*>(bytes.data()),
-                                     bytes.size()}) == bytes.size())
-    file.Commit();
+  if (file.OpenSafe() && file.Write(AsBytes(bytes)) == bytes.size()) file.Commit();
 }
 
 bool WindowMemory::IsShown(const wxString& part, bool otherwise) const {
