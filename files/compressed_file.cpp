@@ -5,6 +5,7 @@
 
 #include "files/block_workers.h"
 #include "files/container_layout.h"
+#include "files/kor_file.h"
 #include "files/little_endian.h"
 
 namespace kor {
@@ -212,7 +213,7 @@ FileResult Restore2004(SimpleFile& source, const Sink& sink, const CompressOptio
              : Fail(options.fault, FileResult::Failure, 0, offset, u"cancelled");
 }
 
-bool OpenSource(SimpleFile& source, bool wait, const CompressOptions& options) {
+bool OpenSource(SimpleFile& source, OpenWait wait, const CompressOptions& options) {
   if (source.Open(kFileRead, wait)) return true;
   FailSystem(options.fault, FileResult::SourceUnreadable, 0, 0, u"the source can't be opened");
   return false;
@@ -228,7 +229,7 @@ FileResult WriteTarget(SimpleFile& source, const KorText& path, const CompressOp
     return FailSystem(options.fault, FileResult::DestinationUnwritable, 0, 0,
                       u"the destination can't be opened for writing");
   source.Close(); // it may be the target, and longer by what was written to it until it was held
-  if (!OpenSource(source, false, options)) return FileResult::SourceUnreadable;
+  if (!OpenSource(source, OpenWait::No, options)) return FileResult::SourceUnreadable;
   const FileResult result = work(target);
   if (result != FileResult::Success) return result;
   source.Close(); // it may be the target
@@ -244,7 +245,7 @@ bool IsCompressedFile(const KorText& path) {
   return file.Open(kFileRead) && HasSignature(file);
 }
 
-FileResult CompressFile(const KorText& source, const KorText& destination, bool wait,
+FileResult CompressFile(const KorText& source, const KorText& destination, OpenWait wait,
                         const CompressOptions& options) {
   SimpleFile from(source);
   if (!OpenSource(from, wait, options)) return FileResult::SourceUnreadable;
@@ -270,7 +271,7 @@ FileResult DecompressFile(SimpleFile& source, SimpleFile* destination, VoidBuffe
   return result;
 }
 
-FileResult DecompressFile(const KorText& source, const KorText& destination, bool wait,
+FileResult DecompressFile(const KorText& source, const KorText& destination, OpenWait wait,
                           const CompressOptions& options) {
   SimpleFile from(source);
   if (!OpenSource(from, wait, options)) return FileResult::SourceUnreadable;

@@ -33,11 +33,11 @@ struct CompressOptions {
 bool IsCompressedFile(const KorText& path);
 
 // Writes the "2005" format. The destination, which may be the source, is written beside and
-// replaced when complete; with any other result it stays as it was. With the wait flag the source
-// is waited for. A file with a block that would come out longer than a reader accepts (32 MiB)
+// replaced when complete; with any other result it stays as it was. OpenWait::Yes waits for the
+// source. A file with a block that would come out longer than a reader accepts (32 MiB)
 // can't be stored: Failure.
-FileResult CompressFile(const KorText& source, const KorText& destination, bool wait,
-                        const CompressOptions& options = {});
+FileResult CompressFile(const KorText& source, const KorText& destination,
+                        OpenWait wait = OpenWait::No, const CompressOptions& options = {});
 
 // Inflates an open file that stands at its start into the output buffer when one is given, else
 // into the open destination; without either the data is only tested. On failure the output is
@@ -45,7 +45,7 @@ FileResult CompressFile(const KorText& source, const KorText& destination, bool 
 FileResult DecompressFile(SimpleFile& source, SimpleFile* destination, VoidBuffer* output,
                           const CompressOptions& options = {});
 // From path to path, with the same care for the destination as CompressFile.
-FileResult DecompressFile(const KorText& source, const KorText& destination, bool wait,
-                          const CompressOptions& options = {});
+FileResult DecompressFile(const KorText& source, const KorText& destination,
+                          OpenWait wait = OpenWait::No, const CompressOptions& options = {});
 
 } // namespace kor

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "files/class_registry.h"
+#include "files/kor_file.h"
 #include "services/core/app_interface.h"
 #include "services/core/text_lookup.h"
 
@@ -70,11 +71,12 @@ DiskFile::~DiskFile() {
   if (IsOpen()) DiskFile::Close();
 }
 
-bool DiskFile::Open(std::uint32_t mode, bool wait, bool inflate, FileResult* result) {
+bool DiskFile::Open(std::uint32_t mode, OpenWait wait, Compression compression,
+                    FileResult* result) {
   if (IsOpen()) return false;
   ResetStream();
   errors = reported = 0;
-  return KorFile::Open(mode, wait, inflate, result);
+  return KorFile::Open(mode, wait, compression, result);
 }
 
 bool DiskFile::Close() {
@@ -679,7 +681,7 @@ bool LoadObject(const KorText& path, Storable& object, const RecordFileOptions& 
   DiskFile file(path, options.format);
   file.ReportErrors(options.report);
   file.SetProgress(options.progress);
-  if (!file.Open(kFileRead, false, options.compressed)) return false;
+  if (!file.Open(kFileRead, OpenWait::No, Compression{options.compressed})) return false;
   if (options.largest != 0 && file.Size() > options.largest) return false;
   VoidBuffer before = TakeImage(object, options.format);
   if (ReadWhole(file, object)) return true;
@@ -691,7 +693,7 @@ bool SaveObject(const KorText& path, Storable& object, const RecordFileOptions& 
   DiskFile file(path, options.format);
   file.ReportErrors(options.report);
   file.SetProgress(options.progress);
-  if (!file.OpenSafe(kFileWrite, options.compressed)) return false;
+  if (!file.OpenSafe(kFileWrite, Compression{options.compressed})) return false;
   file.TransferHeader();
   file.TransferObject(object);
   return file.Commit();

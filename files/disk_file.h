@@ -28,6 +28,7 @@
 #include <vector>
 
 #include "files/checksum.h"
+#include "files/kor_file.h"
 #include "files/little_endian.h"
 #include "files/progress_info.h"
 #include "files/simple_file.h"
@@ -92,8 +93,8 @@ class DiskFile : public KorFile {
   explicit DiskFile(const KorText& path = {}, RecordFormat recordFormat = {});
   ~DiskFile() override;
 
-  bool Open(std::uint32_t mode, bool wait = false, bool inflate = false,
-            FileResult* result = nullptr) override;
+  bool Open(std::uint32_t mode, OpenWait wait = OpenWait::No,
+            Compression compression = Compression::No, FileResult* result = nullptr) override;
   bool Close() override;
   // KorFile's, after the last block; gives the file up when the stream has an error.
   bool Commit() override;

@@ -69,8 +69,9 @@ KorText FromUtf16Bytes(std::string_view bytes) {
 
 SimpleFile::SimpleFile(const KorText& path) : name(path) {}
 
-SimpleFile::SimpleFile(const KorText& path, std::uint32_t mode, bool wait, bool compress)
-    : name(path), compressed(compress) {
+SimpleFile::SimpleFile(const KorText& path, std::uint32_t mode, OpenWait wait,
+                       Compression compression)
+    : name(path), compressed(compression == Compression::Yes) {
   SimpleFile::Open(mode, wait);
 }
 
@@ -96,11 +97,12 @@ void SimpleFile::Reset() {
   workingPathTemporary = false;
 }
 
-bool SimpleFile::Open(std::uint32_t mode, bool wait, bool compress, FileResult* result) {
+bool SimpleFile::Open(std::uint32_t mode, OpenWait wait, Compression compression,
+                      FileResult* result) {
   if (result != nullptr) *result = FileResult::Failure;
   if (IsOpen() || name.IsEmpty() || mode == 0) return false;
   Reset();
-  compressed = compress;
+  compressed = compression == Compression::Yes;
   FileResult code = FileResult::Success;
   Prepared prepared = PrepareCompressed(mode, wait, code);
   if (prepared == Prepared::Plain) {
@@ -115,35 +117,35 @@ bool SimpleFile::Open(std::uint32_t mode, bool wait, bool compress, FileResult* 
   return prepared == Prepared::Open;
 }
 
-bool SimpleFile::OpenStandIn(const KorText& path, bool temporary, std::uint32_t mode) {
+bool SimpleFile::OpenStandIn(const KorText& path, std::uint32_t mode) {
   if (IsOpen() || name.IsEmpty() || mode == 0) return false;
   Reset();
   compressed = false;
   workingPath = path;
-  if (!OpenWorkingFile(mode, false)) return false;
-  workingPathTemporary = temporary;
+  if (!OpenWorkingFile(mode, OpenWait::No)) return false;
+  workingPathTemporary = true;
   return true;
 }
 
-bool SimpleFile::OpenWorkingFile(std::uint32_t mode, bool wait) {
-  if (!wait) return OpenOnce(mode, false);
+bool SimpleFile::OpenWorkingFile(std::uint32_t mode, OpenWait wait) {
+  if (wait == OpenWait::No) return OpenOnce(mode, EmptyFile::Taken);
   // Another process may have created the file and not written it yet.
-  const bool refuseEmpty = HasBits(mode, kFileRead);
+  const EmptyFile empty = HasBits(mode, kFileRead) ? EmptyFile::Refused : EmptyFile::Taken;
   const std::uint32_t start = App().TickCount();
-  while (!OpenOnce(mode, refuseEmpty)) {
+  while (!OpenOnce(mode, empty)) {
     App().SleepMilliseconds(kWaitStep);
     if (App().TickCount() - start >= kWaitPeriod) return false;
   }
   return true;
 }
 
-bool SimpleFile::OpenOnce(std::uint32_t mode, bool refuseEmpty) {
+bool SimpleFile::OpenOnce(std::uint32_t mode, EmptyFile empty) {
   const std::optional<FileAccess> access = AccessOfMode(mode);
   if (!access) return false;
   handle = App().OpenFile(workingPath, *access);
   if (!handle) return false;
   const std::optional<std::uint64_t> length = handle->Size();
-  if (!length || (refuseEmpty && *length == 0)) {
+  if (!length || (empty == EmptyFile::Refused && *length == 0)) {
     handle.reset();
     return false;
   }
@@ -161,7 +163,7 @@ bool SimpleFile::OpenOnce(std::uint32_t mode, bool refuseEmpty) {
   return false;
 }
 
-SimpleFile::Prepared SimpleFile::PrepareCompressed(std::uint32_t mode, bool wait,
+SimpleFile::Prepared SimpleFile::PrepareCompressed(std::uint32_t mode, OpenWait wait,
                                                    FileResult& result) {
   if (!compressed || IsUpdate(mode)) return Prepared::Plain;
   if (HasBits(mode, kFileAppend)) {
@@ -172,7 +174,7 @@ SimpleFile::Prepared SimpleFile::PrepareCompressed(std::uint32_t mode, bool wait
   return PrepareCompressedWrite(mode, result);
 }
 
-SimpleFile::Prepared SimpleFile::PrepareCompressedRead(std::uint32_t mode, bool wait,
+SimpleFile::Prepared SimpleFile::PrepareCompressedRead(std::uint32_t mode, OpenWait wait,
                                                        FileResult& result) {
   SimpleFile source(name);
   result = FileResult::SourceUnreadable;
@@ -218,7 +220,7 @@ SimpleFile::Prepared SimpleFile::PrepareCompressedWrite(std::uint32_t mode, File
   if (!App().OpenFile(name, FileAccess::ReadWrite)) return Prepared::Failed;
   workingPath = App().GetTemporaryFilename();
   workingPathTemporary = true;
-  if (workingPath.IsEmpty() || !OpenOnce(mode & ~kFileNew, false)) {
+  if (workingPath.IsEmpty() || !OpenOnce(mode & ~kFileNew, EmptyFile::Taken)) {
     RemoveWorkingFile();
     if (!targetExisted) App().RemoveFile(name);
     return Prepared::Failed;
@@ -291,7 +293,7 @@ bool SimpleFile::Close() {
 }
 
 bool SimpleFile::FinishCompressed() {
-  return CompressFile(workingPath, name, false) == FileResult::Success;
+  return CompressFile(workingPath, name) == FileResult::Success;
 }
 
 // --- Reading ---
@@ -422,9 +424,9 @@ bool SimpleFile::GrowMemory(std::uint64_t newSize) {
 
 // --- Position ---
 
-std::uint64_t SimpleFile::Seek(std::uint64_t offset, bool fromEnd) {
+std::uint64_t SimpleFile::Seek(std::uint64_t offset, SeekFrom from) {
   if (!IsOpen()) return position;
-  const auto target = static_cast<std::int64_t>(fromEnd ? size - offset : offset);
+  const auto target = static_cast<std::int64_t>(from == SeekFrom::End ? size - offset : offset);
   if (InMemory()) return position = static_cast<std::uint64_t>(std::max<std::int64_t>(target, 0));
   if (readCache && target >= 0) {
     ReadCache& cache = *readCache;
@@ -436,12 +438,12 @@ std::uint64_t SimpleFile::Seek(std::uint64_t offset, bool fromEnd) {
     return position = wanted;
   }
   Flush();
-  const std::optional<std::uint64_t> reached = App().SeekFile(*handle, target, false);
+  const std::optional<std::uint64_t> reached = App().SeekFile(*handle, target, SeekFrom::Start);
   return reached ? position = *reached : position;
 }
 
 bool SimpleFile::SeekHandle(std::uint64_t target) {
-  return App().SeekFile(*handle, static_cast<std::int64_t>(target), false) == target;
+  return App().SeekFile(*handle, static_cast<std::int64_t>(target), SeekFrom::Start) == target;
 }
 
 // --- Text ---

@@ -3,8 +3,6 @@
 // memory, whether the file on disk is compressed, the byte-order mark of text files, and the
 // waiting for a file that another process still holds.
 //
-// KorFile is the program's file class: a SimpleFile that can also write safely, beside its target.
-//
 // All system calls go through App(). One thread at a time per object; owned by whoever made it.
 // Failures are reported by results; misuse gives a debug warning and the operation goes on.
 #pragma once
@@ -37,12 +35,17 @@ enum OpenMode : std::uint32_t {
 
 enum class TextEncoding : std::int32_t { EightBit = 0, Utf8 = 1, Utf16 = 2 };
 
+// Whether Open waits for a file that another process still holds or has not written yet.
+enum class OpenWait : bool { No = false, Yes = true };
+// Whether a compressed file is read and written as what it holds, or as the bytes on the disk.
+enum class Compression : bool { No = false, Yes = true };
+
 class SimpleFile {
  public:
   explicit SimpleFile(const KorText& path = {});
-  // Constructs and opens. The compressed argument has no effect: the opening is always made without
-  // compression. Callers who want it call Open themselves.
-  SimpleFile(const KorText& path, std::uint32_t mode, bool wait, bool compressed);
+  // Constructs and opens. The compression argument has no effect: the file is always opened without
+  // it. Callers who want it call Open themselves.
+  SimpleFile(const KorText& path, std::uint32_t mode, OpenWait wait, Compression compression);
   virtual ~SimpleFile(); // closes
   SimpleFile(const SimpleFile&) = delete;
   SimpleFile& operator=(const SimpleFile&) = delete;
@@ -52,16 +55,16 @@ class SimpleFile {
   bool SetName(const KorText& path);
 
   // False when already open, when the name is empty, when the mode is 0, or when it fails; the
-  // result code tells why a compressed file could not be read. With the wait flag it tries for 5 s,
-  // and an empty file opened for reading, or for update, counts as not there yet: another process
-  // may have created it and not written it so far. Compressed: a compressed file is inflated (a
-  // plain one is read as it is), a written one is compressed over the target by Close, which is
-  // when the older target is replaced. Not for update or appending. A compressed file is read from
-  // memory, a very large one from a temporary file. In memory, a text file's first four bytes are
-  // gone after Open whatever its mark: stored files rely on it. A file shorter than the 26 bytes of
-  // a signature can't be opened so.
-  virtual bool Open(std::uint32_t mode, bool wait = false, bool compressed = false,
-                    FileResult* result = nullptr);
+  // result code tells why a compressed file could not be read. OpenWait::Yes tries for 5 s, and
+  // then an empty file opened for reading, or for update, counts as not there yet: another process
+  // may have created it and not written it so far. Compression::Yes inflates a compressed file and
+  // reads a plain one as it is; what is written is compressed over the target by Close, which is
+  // when the older target is replaced. Compression is not for update or appending. A compressed
+  // file is read from memory, a very large one from a temporary file. In memory, a text file's
+  // first four bytes are gone after Open whatever its mark: stored files rely on it. A file shorter
+  // than the 26 bytes of a signature can't be opened with compression.
+  virtual bool Open(std::uint32_t mode, OpenWait wait = OpenWait::No,
+                    Compression compression = Compression::No, FileResult* result = nullptr);
   // False when cached bytes, the disk or the compression failed. A closed file gives false.
   virtual bool Close();
 
@@ -83,9 +86,9 @@ class SimpleFile {
   // Bytes taken; fewer than given when the disk took fewer. Bytes that the write cache took can
   // still fail later: Flush and Close tell.
   std::size_t Write(std::span<const std::uint8_t> from);
-  // New position: offset, or size - offset with the flag. A closed file, or a target before the
-  // start of a file on disk, changes nothing.
-  std::uint64_t Seek(std::uint64_t offset, bool fromEnd = false);
+  // The new position: offset, or size - offset when it counts from the end. A closed file, or a
+  // target before the start of a file on disk, keeps its position.
+  std::uint64_t Seek(std::uint64_t offset, SeekFrom from = SeekFrom::Start);
   // Hands cached bytes to the operating system; a log calls it after each line. False when it
   // failed.
   bool Flush();
@@ -129,8 +132,8 @@ class SimpleFile {
   std::size_t MemoryCapacity() const { return memory ? memory->Capacity() : 0; }
 
  protected:
-  // Opens another file in the place of the named one; a temporary one is deleted by Close.
-  bool OpenStandIn(const KorText& path, bool temporary, std::uint32_t mode);
+  // Opens a temporary file in the place of the named one. Close deletes it.
+  bool OpenStandIn(const KorText& path, std::uint32_t mode);
   const KorText& WorkingPath() const { return workingPath; }
   void KeepWorkingFile() { workingPathTemporary = false; }
   OsFile* WorkingHandle() { return handle.get(); } // null when closed or in memory
@@ -143,12 +146,13 @@ class SimpleFile {
     std::size_t Left() const { return bytes.Size() - at; }
   };
   enum class Prepared { Plain, Open, Failed };
+  enum class EmptyFile { Taken, Refused };
 
   void Reset();
-  bool OpenWorkingFile(std::uint32_t mode, bool wait);
-  bool OpenOnce(std::uint32_t mode, bool refuseEmpty);
-  Prepared PrepareCompressed(std::uint32_t mode, bool wait, FileResult& result);
-  Prepared PrepareCompressedRead(std::uint32_t mode, bool wait, FileResult& result);
+  bool OpenWorkingFile(std::uint32_t mode, OpenWait wait);
+  bool OpenOnce(std::uint32_t mode, EmptyFile empty);
+  Prepared PrepareCompressed(std::uint32_t mode, OpenWait wait, FileResult& result);
+  Prepared PrepareCompressedRead(std::uint32_t mode, OpenWait wait, FileResult& result);
   Prepared InflateToWorkingFile(SimpleFile& source, FileResult& result);
   Prepared PrepareCompressedWrite(std::uint32_t mode, FileResult& result);
   bool FinishCompressed();
@@ -193,54 +197,5 @@ class SimpleFile {
   VoidBuffer* memory = nullptr; // ownMemory or the caller's; null: on disk
   VoidBuffer peeked;
 };
-
-// The suffix of a file that is being written beside its target: "NAME.RANDOM.ncedl-part".
-inline constexpr char16_t kPartSuffix[] = u".ncedl-part";
-
-class KorFile : public SimpleFile {
- public:
-  using SimpleFile::SimpleFile;
-  ~KorFile() override; // discards what was not committed
-
-  // Opens for writing beside the target, in the target's folder. The target is neither touched nor
-  // created before Commit. The new file keeps the target's permissions, owner and group as far as
-  // the system allows it. Of a symbolic link, also to a file that does not exist yet, the file that
-  // it leads to is the target; the link stays. Every write goes to the operating system at once, so
-  // that a full disk shows by a short write; a caller that writes many small pieces turns the write
-  // cache on. The mode is kFileWrite with any of the text bits. Compressed: Commit compresses.
-  // False also when the target can't be replaced (OsFiles::CanReplace).
-  bool OpenSafe(std::uint32_t mode = kFileWrite, bool compress = false);
-  // Flush, disk, rename over the target, disk for the folder. False when anything failed, also an
-  // earlier write: the older target is whole then and nothing else is left. Closes in either case.
-  virtual bool Commit();
-  // Gives up what was written. Closes.
-  void Discard();
-  // Of a safe write: gives it up, as Discard.
-  bool Close() override;
-  bool IsSafe() const { return safe; }
-  // A link that bears the file's name is itself the target of a safe write, and gone after it:
-  // nothing outside the file's folder is touched. Not with compression. To be called before
-  // OpenSafe.
-  void ReplaceLinks() { followsLinks = false; }
-  // An existing target is claimed by OpenSafe, until Commit: whoever has it open for writing would
-  // go on writing into what is replaced. Not with compression. To be called before OpenSafe.
-  void HoldTarget() { holdsTarget = true; }
-
- private:
-  bool CommitPart();
-
-  bool safe = false;
-  bool compressOnCommit = false;
-  bool followsLinks = true;
-  bool holdsTarget = false;
-  std::unique_ptr<OsFile> heldTarget;
-  KorText safeTarget; // what a safe write replaces
-};
-
-// Removes the files that writers left beside their targets when they were killed, and keeps those
-// that a living process still writes. Where the file system has no locks to tell the two apart,
-// what was written to within a day is kept. Whatever else bears such a name, a link above all,
-// stays, and so does what it leads to. Returns how many it removed.
-std::size_t RemoveAbandonedParts(OsFiles& files, const KorText& folder);
 
 } // namespace kor

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "files/kor_file.h"
 #include "files/simple_file.h"
 #include "services/core/app_interface.h"
 #include "services/core/as_bytes.h"
@@ -173,7 +174,7 @@ bool AddEndedJob(const KorText& path, const EndedJob& job) {
   std::string added = LineOf(NextNumber(end), job);
   if (end.empty()) added.insert(0, kHeader);
   if (IsContinuable(file, end) && file.Size() + added.size() <= kMostEndedJobs) {
-    file.Seek(0, true);
+    file.Seek(0, SeekFrom::End);
     return Write(file, added);
   }
   file.Close();

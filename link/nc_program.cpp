@@ -62,7 +62,7 @@ NcProgram::Result NcProgram::Open(SimpleFile& file, std::uint32_t mode) {
   const bool plain = file.Size() < kSignatureSize;
   if (plain && IsCutSignature(file)) return Result::Damaged;
   file.Close();
-  if (!file.Open(mode, false, !plain))
+  if (!file.Open(mode, OpenWait::No, Compression{!plain}))
     return file.LackedMemory() ? Result::TooLarge : Result::Damaged;
   file.Seek(0); // in memory, looking for the mark has taken bytes whatever they were
   return Result::Read;

@@ -4,6 +4,7 @@
 #include <span>
 #include <utility>
 
+#include "files/kor_file.h"
 #include "files/paths.h"
 #include "files/simple_file.h"
 #include "link/profile_file.h"

@@ -6,7 +6,7 @@
 #include <memory>
 #include <string_view>
 
-#include "files/simple_file.h"
+#include "files/kor_file.h"
 
 namespace kor {
 

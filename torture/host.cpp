@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "files/compressed_file.h"
+#include "files/kor_file.h"
 #include "tools/nce_controller/frame.h"
 
 namespace kor::torture {
@@ -81,7 +82,8 @@ std::size_t Host::Play(const Steps& steps, const Place& place, const Disturbance
 
 std::string Host::Stored() {
   SimpleFile file(Path());
-  if (!file.Open(kFileRead, false, IsCompressedFile(Path()))) return "(can't be opened)";
+  if (!file.Open(kFileRead, OpenWait::No, Compression{IsCompressedFile(Path())}))
+    return "(can't be opened)";
   const auto bytes = file.ReadAll();
   return bytes ? std::string(bytes->begin(), bytes->end()) : "(can't be read)";
 }

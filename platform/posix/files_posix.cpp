@@ -100,8 +100,8 @@ class PosixFile : public OsFile {
     return Move(from, [this](auto part) { return ::write(file, part.data(), part.size()); });
   }
 
-  std::optional<std::uint64_t> Seek(std::int64_t offset, bool fromEnd) override {
-    const off_t position = ::lseek(file, offset, fromEnd ? SEEK_END : SEEK_SET);
+  std::optional<std::uint64_t> Seek(std::int64_t offset, SeekFrom from) override {
+    const off_t position = ::lseek(file, offset, from == SeekFrom::End ? SEEK_END : SEEK_SET);
     if (position >= 0) return static_cast<std::uint64_t>(position);
     Fail(errno);
     return std::nullopt;

@@ -74,10 +74,11 @@ class Win32File : public OsFile {
     });
   }
 
-  std::optional<std::uint64_t> Seek(std::int64_t offset, bool fromEnd) override {
+  std::optional<std::uint64_t> Seek(std::int64_t offset, SeekFrom from) override {
     LARGE_INTEGER distance{}, position{};
     distance.QuadPart = offset;
-    if (Checked(SetFilePointerEx(file, distance, &position, fromEnd ? FILE_END : FILE_BEGIN))) {
+    if (Checked(SetFilePointerEx(file, distance, &position,
+                                 from == SeekFrom::End ? FILE_END : FILE_BEGIN))) {
       return static_cast<std::uint64_t>(position.QuadPart);
     }
     return std::nullopt;

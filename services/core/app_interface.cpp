@@ -114,7 +114,7 @@ bool AppInterface::OpenLog(const KorText& path) {
   if (!path.IsEmpty()) {
     MakeFolder(FolderOfPath(path));
     opened = OpenFile(path, FileAccess::ReadWrite);
-    const auto end = opened ? SeekFile(*opened, 0, true) : std::nullopt;
+    const auto end = opened ? SeekFile(*opened, 0, SeekFrom::End) : std::nullopt;
     if (!end) return false;
     size = *end;
   }
@@ -444,8 +444,8 @@ void AppInterface::SetRegional(const RegionalSettings& settings) {
 // --- Files ---
 
 std::optional<std::uint64_t> AppInterface::SeekFile(OsFile& file, std::int64_t offset,
-                                                    bool fromEnd) {
-  const auto reached = file.Seek(offset, fromEnd);
+                                                    SeekFrom from) {
+  const auto reached = file.Seek(offset, from);
   if (!reached) DebugWarning(u"SetFilePointer Failed!", u"FileIO");
   return reached;
 }

@@ -199,7 +199,7 @@ class AppInterface {
     return Files().Open(path, access);
   }
   // OsFile's Seek; a debug warning tells that the platform refused.
-  std::optional<std::uint64_t> SeekFile(OsFile& file, std::int64_t offset, bool fromEnd);
+  std::optional<std::uint64_t> SeekFile(OsFile& file, std::int64_t offset, SeekFrom from);
   std::optional<FileInfo> FileAttributes(const KorText& path) { return Files().Attributes(path); }
   bool FileExists(const KorText& path) { return Files().Exists(path); }
   bool FolderExists(const KorText& path) { return Files().FolderExists(path); }

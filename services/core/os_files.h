@@ -62,6 +62,8 @@ enum class FileAccess {
   Claim,     // existing plain file and no link to one; held, not changed
 };
 
+enum class SeekFrom { Start, End };
+
 // An open file of the platform. Closes itself when destroyed. One thread at a time.
 class OsFile {
  public:
@@ -71,7 +73,7 @@ class OsFile {
   virtual std::size_t Write(std::span<const std::uint8_t> from) = 0;
   // Moves to the offset, or to the end plus the offset (negative: before the end). New position
   // from the start, in bytes; std::nullopt when the platform refuses.
-  virtual std::optional<std::uint64_t> Seek(std::int64_t offset, bool fromEnd) = 0;
+  virtual std::optional<std::uint64_t> Seek(std::int64_t offset, SeekFrom from) = 0;
   virtual std::optional<std::uint64_t> Size() = 0; // std::nullopt when the platform can't tell
   // Hands the content to the disk (fsync, FlushFileBuffers).
   virtual bool Sync() = 0;

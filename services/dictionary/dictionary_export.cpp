@@ -1,4 +1,5 @@
 // TextHolder's exports other than XLIFF: XML and the C header of text positions.
+#include "files/kor_file.h"
 #include "files/paths.h"
 #include "services/core/app_interface.h"
 #include "services/dictionary/text_holder.h"

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "files/container_layout.h"
+#include "files/kor_file.h"
 #include "files/paths.h"
 #include "services/core/app_interface.h"
 #include "services/core/user_texts.h"
@@ -160,7 +161,7 @@ bool TextHolder::ReadFile(const KorText& file, const KorText& requestedLanguage)
   if (IsTooLarge(file)) return false;
   KorFile source(file);
   FileResult result = FileResult::Success;
-  if (!source.Open(kFileRead, false, true, &result)) {
+  if (!source.Open(kFileRead, OpenWait::No, Compression::Yes, &result)) {
     if (result != FileResult::WrongKind || !source.Open(kFileRead)) return false;
   }
   VoidBuffer bytes;

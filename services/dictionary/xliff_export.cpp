@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "files/kor_file.h"
 #include "services/core/app_interface.h"
 #include "services/core/as_bytes.h"
 #include "services/dictionary/text_holder.h"

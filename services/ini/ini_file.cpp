@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "files/kor_file.h"
 #include "services/core/app_interface.h"
 #include "services/core/text_lookup.h"
 

@@ -116,7 +116,7 @@ TEST_F(NceAppTest, SendsWhatACompressedProgramHolds) {
   for (const std::string& content : {"G90\nX10\n"s, "\xEF\xBB\xBFG90\nX10"s, "G90\r\nX10"s, wide}) {
     link.PutProgram(u"1.MPG", KorText::FromBytes(content));
     const KorText path = link.Folder() + u"1.MPG";
-    ASSERT_EQ(CompressFile(path, path, false), FileResult::Success);
+    ASSERT_EQ(CompressFile(path, path), FileResult::Success);
     link.Start();
     EXPECT_EQ(Fetch("FH 1"), kStart1 + "08G90!X10!17\r]\r");
     EXPECT_EQ(link.Line(), KorText::Format(u"Download Completed %s - %i bytes", path,
@@ -128,7 +128,7 @@ TEST_F(NceAppTest, SendsWhatACompressedProgramHolds) {
 TEST_F(NceAppTest, RefusesWhatIsNoWholeProgram) {
   const KorText path = link.Folder() + u"H0000000.C01";
   link.app.Put(path, u"G90\n");
-  ASSERT_EQ(CompressFile(path, path, false), FileResult::Success);
+  ASSERT_EQ(CompressFile(path, path), FileResult::Success);
   const KorText whole = *link.app.Content(path);
   const KorText damaged = whole.Left(whole.Length() - 12) + u"x" + whole.Right(11);
   const KorText header = u"x" + whole.Mid(1);

@@ -9,6 +9,7 @@
 #include <random>
 #include <thread>
 
+#include "files/kor_file.h"
 #include "tests/support/nce_link.h"
 #include "tools/nce_controller/session.h"
 

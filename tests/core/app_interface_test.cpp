@@ -126,7 +126,7 @@ TEST_F(AppInterfaceTest, WarnsOfMisuseAndGoesOnWithANeutralResult) {
        {u"Invalid Console Option accessed", u"Debug Warning"}},
       {[&] {
          const auto file = app.OpenFile(app.Path(u"x"), FileAccess::Write);
-         return !app.SeekFile(*file, -1, false).has_value();
+         return !app.SeekFile(*file, -1, SeekFrom::Start).has_value();
        },
        {u"SetFilePointer Failed!", u"FileIO"}},
       {[&] {

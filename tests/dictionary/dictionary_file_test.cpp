@@ -132,7 +132,7 @@ TEST_F(DictionaryFile, NoChangedByteDoesHarmInEitherMode) {
 TEST_F(DictionaryFile, WhatIsTooLargeToBeOneIsRefused) {
   const KorText large = PlainBytes() + KorText(TextHolder::kLargestFile, u'\0');
   Put(large);
-  ASSERT_EQ(CompressFile(file, app.Path(u"small.ary"), false), FileResult::Success);
+  ASSERT_EQ(CompressFile(file, app.Path(u"small.ary")), FileResult::Success);
   for (const KorText& path : {file, app.Path(u"small.ary")})
     for (const std::int32_t selector : {0, TextHolder::kEditing})
       EXPECT_FALSE(dictionary.Load(path, selector, false)) << path.ToUtf8();

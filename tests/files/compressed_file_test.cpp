@@ -43,7 +43,7 @@ class CompressedFileTest : public FileTest {
     return bytes && std::ranges::equal(*bytes, content);
   }
   void Write(const KorText& name, std::span<const std::uint8_t> content) {
-    SimpleFile file(name, kFileWrite, false, false);
+    SimpleFile file(name, kFileWrite, OpenWait::No, Compression::No);
     ASSERT_EQ(file.Write(content), content.size());
   }
 
@@ -110,10 +110,11 @@ TEST_F(CompressedFileTest, BlocksAndRoundTripAtEverySize) {
     Write(path, content);
     std::optional<Bytes> first;
     for (const unsigned workers : {1u, 3u}) {
-      ASSERT_EQ(CompressFile(path, other, false, {.workers = workers}), FileResult::Success);
+      ASSERT_EQ(CompressFile(path, other, OpenWait::No, {.workers = workers}), FileResult::Success);
       if (!first) first = Get(other);
       EXPECT_TRUE(Holds(other, *first)) << "the same for " << workers;
-      ASSERT_EQ(DecompressFile(other, other, false, {.workers = workers}), FileResult::Success);
+      ASSERT_EQ(DecompressFile(other, other, OpenWait::No, {.workers = workers}),
+                FileResult::Success);
       EXPECT_TRUE(Holds(other, content));
     }
     SimpleFile source;
@@ -231,19 +232,19 @@ TEST_F(CompressedFileTest, BlockThatDoesNotGetSmallerIsRefused) {
   for (auto& byte : noise)
     byte = static_cast<std::uint8_t>(random() >> 11);
   Write(path, noise);
-  EXPECT_EQ(CompressFile(path, other, false), FileResult::Failure);
+  EXPECT_EQ(CompressFile(path, other), FileResult::Failure);
   EXPECT_EQ(Leftovers(), std::vector<KorText>{u"f"});
 }
 
 TEST_F(CompressedFileTest, AFileThatAnotherWritesIsNotReplaced) {
   for (const bool packed : {false, true}) {
     const auto change = [&] {
-      return packed ? DecompressFile(path, path, false) : CompressFile(path, path, false);
+      return packed ? DecompressFile(path, path) : CompressFile(path, path);
     };
     app.RemoveFile(path);
     app.Put(path, u"line one\r\n");
     if (packed) {
-      ASSERT_EQ(CompressFile(path, path, false), FileResult::Success);
+      ASSERT_EQ(CompressFile(path, path), FileResult::Success);
     }
     SimpleFile writer(path);
     ASSERT_TRUE(writer.Open(kFileWrite | kFileAppend));
@@ -260,9 +261,9 @@ TEST_F(CompressedFileTest, WhatIsWrittenUntilTheFileIsHeldIsCompressedToo) {
   app.WhenOpening(path, [&] {
     if (++openings == 2) app.Put(path, u"line one\r\nline two\r\n");
   });
-  EXPECT_EQ(CompressFile(path, path, false), FileResult::Success);
+  EXPECT_EQ(CompressFile(path, path), FileResult::Success);
   app.WhenOpening({}, {});
-  EXPECT_EQ(DecompressFile(path, path, false), FileResult::Success);
+  EXPECT_EQ(DecompressFile(path, path), FileResult::Success);
   EXPECT_EQ(app.Content(path), u"line one\r\nline two\r\n");
 }
 
@@ -270,20 +271,21 @@ TEST_F(CompressedFileTest, ShortReadsAndFullDisksLeaveNoTarget) {
   app.Put(path, TextOf(MakeBytes(100000, 8)));
   const auto fails = [&](auto change, const KorText& target) {
     app.LimitReads(20000);
-    EXPECT_EQ(change(path, target, false, CompressOptions{}), FileResult::SourceUnreadable);
+    EXPECT_EQ(change(path, target, OpenWait::No, CompressOptions{}), FileResult::SourceUnreadable);
     app.ClearFaults();
     app.LimitWrites(10000);
-    EXPECT_EQ(change(path, target, false, CompressOptions{}), FileResult::DestinationUnwritable);
+    EXPECT_EQ(change(path, target, OpenWait::No, CompressOptions{}),
+              FileResult::DestinationUnwritable);
     app.ClearFaults();
     EXPECT_EQ(Leftovers(), std::vector<KorText>{u"f"});
   };
   const auto compress = [](auto&&... to) { return CompressFile(to...); };
   const auto restore = [](auto&&... to) { return DecompressFile(to...); };
   fails(compress, other);
-  ASSERT_EQ(CompressFile(path, path, false), FileResult::Success);
+  ASSERT_EQ(CompressFile(path, path), FileResult::Success);
   fails(restore, other);
   fails(restore, path);
-  EXPECT_EQ(DecompressFile(path, path, false), FileResult::Success);
+  EXPECT_EQ(DecompressFile(path, path), FileResult::Success);
   EXPECT_EQ(Get(path), MakeBytes(100000, 8));
 }
 
@@ -304,7 +306,7 @@ TEST_F(CompressedFileTest, ProgressComesInOrderAndCancels) {
   EXPECT_EQ(steps.back(), file.size());
   options.progress = [&](std::uint64_t done, std::uint64_t) { return done < steps[4]; };
   app.Put(path, TextOf(file));
-  EXPECT_EQ(DecompressFile(path, path, false, options), FileResult::Failure);
+  EXPECT_EQ(DecompressFile(path, path, OpenWait::No, options), FileResult::Failure);
   EXPECT_EQ(Get(path), file);
   EXPECT_EQ(Leftovers(), std::vector<KorText>{u"f"});
 }

@@ -16,10 +16,10 @@ TEST_F(FormatPages, CompressedFilesAreWrittenAndReadAsShown) {
   const Bytes text = BytesOf("N10 G00 X5\r\nN20 M30\r\n");
   for (const std::string& example : examples) {
     SimpleFile file(Put(u"f", AsBytes(example)));
-    ASSERT_TRUE(file.Open(kFileRead, false, true));
+    ASSERT_TRUE(file.Open(kFileRead, OpenWait::No, Compression::Yes));
     EXPECT_EQ(file.ReadAll(), text);
   }
-  ASSERT_EQ(CompressFile(Put(u"f", text), app.Path(u"g"), false), FileResult::Success);
+  ASSERT_EQ(CompressFile(Put(u"f", text), app.Path(u"g")), FileResult::Success);
   EXPECT_EQ(Get(app.Path(u"g")), BytesOf(examples[0]));
 }
 

@@ -50,7 +50,7 @@ TEST(SimpleFileWait, AnEmptyOrMissingFileMayFillForFiveSeconds) {
     if (c.isThere) app.Put(app.Path(u"f"), u"");
     app.onSleep = c.onSleep;
     SimpleFile file(app.Path(u"f"));
-    EXPECT_EQ(file.Open(c.mode, c.waits), c.opens);
+    EXPECT_EQ(file.Open(c.mode, OpenWait{c.waits}), c.opens);
     EXPECT_EQ(app.sleeps, c.sleeps);
   }
 }
@@ -94,9 +94,9 @@ TEST_F(SimpleFileTest, MarkDecidesTheEncoding) {
       EXPECT_EQ(plain.Position(), c.onDisk) << c.hex;
       EXPECT_EQ(plain.ReadAll().value_or(Bytes()).size(), plain.Size() - c.onDisk) << c.hex;
     }
-    ASSERT_EQ(CompressFile(path, path, false), FileResult::Success);
+    ASSERT_EQ(CompressFile(path, path), FileResult::Success);
     SimpleFile packed(path);
-    ASSERT_TRUE(packed.Open(kFileRead | kFileText, false, true));
+    ASSERT_TRUE(packed.Open(kFileRead | kFileText, OpenWait::No, Compression::Yes));
     EXPECT_TRUE(packed.InMemory());
     EXPECT_EQ(packed.Encoding(), c.encoding) << c.hex;
     EXPECT_EQ(packed.Position(), c.inMemory) << c.hex;
@@ -143,7 +143,7 @@ void CompareWithModel(SimpleFile& file, Bytes model, unsigned seed) {
       const std::size_t target = random() % (model.size() + 1);
       const bool fromEnd = random() % 2 == 0;
       position = fromEnd ? model.size() - target : target;
-      ASSERT_EQ(file.Seek(target, fromEnd), position);
+      ASSERT_EQ(file.Seek(target, fromEnd ? SeekFrom::End : SeekFrom::Start), position);
     } else if (kind == 1 && writes) {
       const Bytes bytes = MakeBytes(count, 90, static_cast<unsigned>(step));
       if (model.size() < position + count) model.resize(position + count);
@@ -214,7 +214,7 @@ TEST_F(SimpleFileTest, SeekBeforeTheStartWarnsAndStays) {
   SimpleFile file(Put(u"f", AsBytes("abc")));
   ASSERT_TRUE(file.Open(kFileRead));
   file.Seek(2);
-  EXPECT_EQ(file.Seek(4, true), 2u);
+  EXPECT_EQ(file.Seek(4, SeekFrom::End), 2u);
   EXPECT_EQ(app.Warnings().at(0), (TestApp::Warning{u"SetFilePointer Failed!", u"FileIO"}));
   file.Close();
   EXPECT_EQ(file.Seek(1), 0u) << "closed";
@@ -350,7 +350,7 @@ TEST_F(SimpleFileTest, VeryLargeContentsAreReadFromATemporaryFile) {
   Put(u"work/f", Container("2005", blocks));
   FileResult result = FileResult::Failure;
   SimpleFile file(app.Path(u"work/f"));
-  ASSERT_TRUE(file.Open(kFileRead | kFileText, false, true, &result));
+  ASSERT_TRUE(file.Open(kFileRead | kFileText, OpenWait::No, Compression::Yes, &result));
   EXPECT_FALSE(file.InMemory());
   EXPECT_EQ(file.Size(), blocks.size() * zeros.size());
   EXPECT_EQ(file.Position(), 0u) << "a file on disk is put back behind the mark";
@@ -358,7 +358,7 @@ TEST_F(SimpleFileTest, VeryLargeContentsAreReadFromATemporaryFile) {
   EXPECT_TRUE(file.Close());
   EXPECT_EQ(Leftovers(), std::vector<KorText>{u"f"});
   app.LimitWrites(1000);
-  EXPECT_FALSE(file.Open(kFileRead, false, true, &result));
+  EXPECT_FALSE(file.Open(kFileRead, OpenWait::No, Compression::Yes, &result));
   EXPECT_EQ(result, FileResult::DestinationUnwritable);
   EXPECT_EQ(Leftovers(), std::vector<KorText>{u"f"});
 }
@@ -370,7 +370,7 @@ TEST_F(SimpleFileTest, ACompressedFileTakesItsTargetsPlaceOnlyWhenItIsWhole) {
       app.Put(path, u"older");
       if (!existed) app.RemoveFile(path);
       SimpleFile file(path);
-      ASSERT_TRUE(file.Open(kFileWrite, false, true));
+      ASSERT_TRUE(file.Open(kFileWrite, OpenWait::No, Compression::Yes));
       EXPECT_TRUE(file.WriteText(u"newer"));
       if (isFull) app.LimitWrites(0);
       EXPECT_EQ(file.Close(), !isFull);
@@ -386,16 +386,16 @@ TEST_F(SimpleFileTest, CompressedOpenTellsPlainFromDamaged) {
   const Bytes plain = BytesOf("a plain file that is longer than a signature");
   SimpleFile file(Put(u"f", plain));
   FileResult result = FileResult::Failure;
-  ASSERT_TRUE(file.Open(kFileRead, false, true, &result));
+  ASSERT_TRUE(file.Open(kFileRead, OpenWait::No, Compression::Yes, &result));
   EXPECT_EQ(result, FileResult::Success);
   EXPECT_FALSE(file.IsCompressed());
   EXPECT_EQ(file.ReadAll(), plain);
   file.Close();
   Put(u"f", AsBytes("KOR Compressed FILE \xA9 2005 and so on"));
-  EXPECT_FALSE(file.Open(kFileRead, false, true, &result));
+  EXPECT_FALSE(file.Open(kFileRead, OpenWait::No, Compression::Yes, &result));
   EXPECT_EQ(result, FileResult::Corrupt);
   app.RemoveFile(app.Path(u"f"));
-  EXPECT_FALSE(file.Open(kFileRead, false, true, &result));
+  EXPECT_FALSE(file.Open(kFileRead, OpenWait::No, Compression::Yes, &result));
   EXPECT_EQ(result, FileResult::SourceUnreadable);
 }
 

@@ -5,6 +5,7 @@
 #include <future>
 #include <set>
 
+#include "files/kor_file.h"
 #include "link/ended_jobs.h"
 #include "services/core/text_lookup.h"
 #include "tests/support/nce_link.h"

@@ -88,13 +88,13 @@ TEST_F(PlatformFilesTest, SeeksReadsAndMeasures) {
   app.Put(path, u"0123456789");
   const auto file = app.OpenFile(path, FileAccess::ReadWrite);
   EXPECT_EQ(file->Size(), 10u);
-  EXPECT_EQ(file->Seek(-3, true), 7u);
+  EXPECT_EQ(file->Seek(-3, SeekFrom::End), 7u);
   EXPECT_EQ(Rest(*file), "789");
   EXPECT_EQ(Rest(*file), "");
-  EXPECT_EQ(file->Seek(12, false), 12u);
+  EXPECT_EQ(file->Seek(12, SeekFrom::Start), 12u);
   EXPECT_EQ(Put(*file, "x"), 1u);
   EXPECT_EQ(file->Size(), 13u);
-  EXPECT_EQ(file->Seek(-14, true), std::nullopt);
+  EXPECT_EQ(file->Seek(-14, SeekFrom::End), std::nullopt);
   EXPECT_NE(app.LastError(), 0u);
   EXPECT_TRUE(file->Sync());
   EXPECT_TRUE(file->Close());

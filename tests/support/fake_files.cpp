@@ -43,8 +43,8 @@ class TestFile : public OsFile {
     return count;
   }
 
-  std::optional<std::uint64_t> Seek(std::int64_t offset, bool fromEnd) override {
-    return app.failSeek ? std::nullopt : real->Seek(offset, fromEnd);
+  std::optional<std::uint64_t> Seek(std::int64_t offset, SeekFrom from) override {
+    return app.failSeek ? std::nullopt : real->Seek(offset, from);
   }
 
   std::optional<std::uint64_t> Size() override {

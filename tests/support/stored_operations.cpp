@@ -2,6 +2,7 @@
 
 #include "app/nce_frame.h"
 #include "files/compressed_file.h"
+#include "files/kor_file.h"
 #include "services/ini/ini_file.h"
 #include "tests/support/dictionary_samples.h"
 
@@ -67,15 +68,15 @@ const StoredOperation kOperations[] = {
      }},
     {"compression", kProgram, PutProgram,
      [](NceLink&, const KorText& path, const StoredTexts&) {
-       return CompressFile(path, path, false) == FileResult::Success;
+       return CompressFile(path, path) == FileResult::Success;
      }},
     {"restoring", kProgram,
      [](NceLink& link, const KorText& path, const StoredTexts& texts) {
        PutProgram(link, path, texts);
-       CompressFile(path, path, false);
+       CompressFile(path, path);
      },
      [](NceLink&, const KorText& path, const StoredTexts&) {
-       return DecompressFile(path, path, false) == FileResult::Success;
+       return DecompressFile(path, path) == FileResult::Success;
      }},
     {"copy", kProgram,
      [](NceLink& link, const KorText& path, const StoredTexts& texts) {
@@ -96,7 +97,8 @@ std::span<const StoredOperation> StoredOperations() {
 StoredContent InflatedContent(const KorText& path) {
   SimpleFile file(path);
   if (!App().FileExists(path)) return std::nullopt;
-  if (!file.Open(kFileRead, false, IsCompressedFile(path))) return "(can't be opened)";
+  if (!file.Open(kFileRead, OpenWait::No, Compression{IsCompressedFile(path)}))
+    return "(can't be opened)";
   const auto bytes = file.ReadAll();
   return bytes ? std::string(bytes->begin(), bytes->end()) : "(can't be read)";
 }

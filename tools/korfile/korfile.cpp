@@ -108,8 +108,8 @@ class Korfile {
     const KorText& target = options.target.IsEmpty() ? file : options.target;
     const CompressOptions settings = Settings(file, failure);
     failure.result = options.command == KorfileCommand::Compress
-                         ? CompressFile(source, target, false, settings)
-                         : DecompressFile(source, target, false, settings);
+                         ? CompressFile(source, target, OpenWait::No, settings)
+                         : DecompressFile(source, target, OpenWait::No, settings);
     bar.Finish();
     if (options.command == KorfileCommand::Restore) ExcuseShortFile(source, failure);
     if (failure.result != FileResult::Success) return ReportFailure(file, failure);

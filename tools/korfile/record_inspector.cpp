@@ -322,7 +322,7 @@ RecordFileDescription DescribeRecordFile(const KorText& path, ContainerFault* fa
   SimpleFile file(path);
   FileResult result = FileResult::Success;
   // A file too short to be a compressed one is no less a record file.
-  if (file.Open(kFileRead, false, true, &result) ||
+  if (file.Open(kFileRead, OpenWait::No, Compression::Yes, &result) ||
       (result == FileResult::SourceUnreadable && file.Open(kFileRead)))
     return DescribeRecords(file);
   RecordFileDescription description;

@@ -1,7 +1,6 @@
 #include "tools/nce_controller/program_file.h"
 
-
-#include "files/simple_file.h"
+#include "files/kor_file.h"
 #include "services/core/app_interface.h"
 #include "services/core/as_bytes.h"
 

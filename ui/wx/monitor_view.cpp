@@ -7,7 +7,7 @@
 #include <wx/filedlg.h>
 #include <wx/sizer.h>
 
-#include "files/simple_file.h"
+#include "files/kor_file.h"
 #include "link/manual_transfer.h"
 #include "services/core/app_interface.h"
 #include "services/core/as_bytes.h"

@@ -7,6 +7,7 @@
 #include <wx/log.h>
 #include <wx/sstream.h>
 
+#include "files/kor_file.h"
 #include "files/simple_file.h"
 #include "services/core/app_interface.h"
 #include "services/core/as_bytes.h"

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "files/compressed_file.h"
+#include "files/kor_file.h"
 #include "tests/files/file_test_support.h"
 
 namespace kor {
@@ -29,10 +30,11 @@ class SafeWritePosixTest : public FileTest {
  protected:
   SafeWritePosixTest() { app.MakeFolder(app.Path(u"work")); }
 
-  bool Write(const KorText& to, bool compress = false, bool replaceLinks = false) {
+  bool Write(const KorText& to, Compression compression = Compression::No,
+             bool followsLinks = true) {
     KorFile file(to);
-    if (replaceLinks) file.ReplaceLinks();
-    return file.OpenSafe(kFileWrite, compress) && file.WriteText(u"newer") && file.Commit();
+    if (!followsLinks) file.ReplaceLinks();
+    return file.OpenSafe(kFileWrite, compression) && file.WriteText(u"newer") && file.Commit();
   }
   std::string Native(std::u16string_view name) { return app.Path(name).ToUtf8(); }
   void Link(const char* target, std::u16string_view name) {
@@ -48,9 +50,9 @@ class SafeWritePosixTest : public FileTest {
 TEST_F(SafeWritePosixTest, AReplacedFileKeepsItsRights) {
   const std::function<bool()> ways[] = {
       [&] { return Write(path); },
-      [&] { return Write(path, true); },
-      [&] { return CompressFile(path, path, false) == FileResult::Success; },
-      [&] { return DecompressFile(path, path, false) == FileResult::Success; },
+      [&] { return Write(path, Compression::Yes); },
+      [&] { return CompressFile(path, path) == FileResult::Success; },
+      [&] { return DecompressFile(path, path) == FileResult::Success; },
   };
   // One user reads, the group does not, which the mode alone would grant it.
   constexpr std::string_view kList("\2\0\0\0\1\0\6\0\xFF\xFF\xFF\xFF\2\0\4\0\xD2\4\0\0"
@@ -67,7 +69,7 @@ TEST_F(SafeWritePosixTest, AReplacedFileKeepsItsRights) {
     for (const auto& way : ways) {
       app.Put(path, u"older");
       if (&way == &ways[3]) {
-        ASSERT_EQ(CompressFile(path, path, false), FileResult::Success);
+        ASSERT_EQ(CompressFile(path, path), FileResult::Success);
       }
       ASSERT_EQ(::chown(name.c_str(), root ? 1234 : ::geteuid(), group), 0);
       ASSERT_EQ(::chmod(name.c_str(), mode), 0);
@@ -84,14 +86,14 @@ TEST_F(SafeWritePosixTest, AWriteProtectedFileStays) {
     app.RemoveFile(path);
     app.Put(path, u"older");
     if (packed) {
-      ASSERT_EQ(CompressFile(path, path, false), FileResult::Success);
+      ASSERT_EQ(CompressFile(path, path), FileResult::Success);
     }
     ASSERT_EQ(::chmod(path.ToUtf8().c_str(), 0444), 0);
     const auto content = app.Content(path);
     EXPECT_FALSE(Write(path));
     EXPECT_NE(app.LastError(), 0u);
-    EXPECT_FALSE(Write(path, true));
-    EXPECT_EQ(packed ? DecompressFile(path, path, false) : CompressFile(path, path, false),
+    EXPECT_FALSE(Write(path, Compression::Yes));
+    EXPECT_EQ(packed ? DecompressFile(path, path) : CompressFile(path, path),
               FileResult::DestinationUnwritable);
     EXPECT_EQ(app.Content(path), content);
     EXPECT_EQ(Leftovers(), std::vector<KorText>{u"O00123"});
@@ -105,14 +107,14 @@ TEST_F(SafeWritePosixTest, WritesWhereALinkLeadsUnlessItReplacesIt) {
   Link("../far/not yet", u"work/dangling");
   Link("circle", u"work/circle");
   Link("../nowhere/f", u"work/folderless");
-  for (const bool compress : {false, true})
+  for (const Compression compression : {Compression::No, Compression::Yes})
     for (const char16_t* name : {u"work/relative", u"work/chain", u"work/dangling"}) {
       const KorText target =
           app.Path(KorText(name).EndsWith(u"dangling") ? u"far/not yet" : u"far/file");
-      EXPECT_TRUE(Write(app.Path(name), compress));
+      EXPECT_TRUE(Write(app.Path(name), compression));
       EXPECT_TRUE(IsLink(name));
       SimpleFile read(target);
-      ASSERT_TRUE(read.Open(kFileRead, false, compress));
+      ASSERT_TRUE(read.Open(kFileRead, OpenWait::No, compression));
       EXPECT_EQ(read.ReadAll(), BytesOf("newer"));
       app.Put(app.Path(u"far/file"), u"older");
     }
@@ -120,7 +122,7 @@ TEST_F(SafeWritePosixTest, WritesWhereALinkLeadsUnlessItReplacesIt) {
   EXPECT_FALSE(Write(app.Path(u"work/folderless")));
   EXPECT_EQ(app.Names(app.Path(u"far")), (std::vector<KorText>{u"file", u"not yet"}));
   for (const char16_t* name : {u"work/relative", u"work/circle", u"work/folderless"}) {
-    EXPECT_TRUE(Write(app.Path(name), false, true));
+    EXPECT_TRUE(Write(app.Path(name), Compression::No, false));
     EXPECT_FALSE(IsLink(name));
     EXPECT_EQ(app.Content(app.Path(name)), u"newer");
   }

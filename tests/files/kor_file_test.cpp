@@ -1,3 +1,4 @@
+#include "files/kor_file.h"
 #include "files/lock_file.h"
 #include "files/paths.h"
 #include "tests/files/file_test_support.h"
@@ -12,10 +13,10 @@ class SafeWriteTest : public FileTest {
 };
 
 TEST_F(SafeWriteTest, TargetChangesOnlyWithCommit) {
-  for (const bool compress : {false, true}) {
+  for (const Compression compression : {Compression::No, Compression::Yes}) {
     app.Put(path, u"older");
     KorFile file(path);
-    ASSERT_TRUE(file.OpenSafe(kFileWrite | kFileText, compress));
+    ASSERT_TRUE(file.OpenSafe(kFileWrite | kFileText, compression));
     EXPECT_TRUE(file.WriteText(u"newer"));
     EXPECT_EQ(app.Content(path), u"older");
     const std::vector<KorText> names = app.Names(app.Path(u"work"));
@@ -23,7 +24,7 @@ TEST_F(SafeWriteTest, TargetChangesOnlyWithCommit) {
     EXPECT_TRUE(names[1].StartsWith(u"O00123.") && names[1].EndsWith(u".ncedl-part"));
     EXPECT_TRUE(file.Commit());
     EXPECT_EQ(Leftovers(), std::vector<KorText>{u"O00123"});
-    ASSERT_TRUE(file.Open(kFileRead, false, compress));
+    ASSERT_TRUE(file.Open(kFileRead, OpenWait::No, compression));
     EXPECT_EQ(file.ReadAll(), BytesOf("newer"));
   }
 }

@@ -1,10 +1,10 @@
-// KorFile's safe writing: beside the target, then renamed over it.
+#include "files/kor_file.h"
+
 #include <algorithm>
 #include <random>
 
 #include "files/compressed_file.h"
 #include "files/paths.h"
-#include "files/simple_file.h"
 #include "services/core/app_interface.h"
 
 namespace kor {
@@ -36,7 +36,7 @@ KorFile::~KorFile() {
   Discard();
 }
 
-bool KorFile::OpenSafe(std::uint32_t mode, bool compress) {
+bool KorFile::OpenSafe(std::uint32_t mode, Compression compression) {
   if (IsOpen() || Name().IsEmpty() || (mode & (kFileRead | kFileAppend)) != 0) return false;
   safeTarget = followsLinks ? App().LinkTarget(Name()) : Name();
   if (safeTarget.IsEmpty()) return false;
@@ -51,14 +51,14 @@ bool KorFile::OpenSafe(std::uint32_t mode, bool compress) {
     const KorText part = PartPath(safeTarget);
     const bool taken = App().FileAttributes(part).has_value();
     // Whoever clears abandoned files away may have locked or removed the new one before we did.
-    if (!taken && !OpenStandIn(part, true, mode | kFileWrite | kFileNew)) ++failures;
+    if (!taken && !OpenStandIn(part, mode | kFileWrite | kFileNew)) ++failures;
     if (IsOpen() && !App().FileExists(part)) SimpleFile::Close();
   }
   safe = IsOpen();
   // Permissions are set first: whoever may not read the target must not read the half-written part.
   // Not every file system can set them.
   if (safe && older) App().CopyAttributes(safeTarget, *WorkingHandle());
-  compressOnCommit = compress;
+  compressOnCommit = compression == Compression::Yes;
   return safe;
 }
 
@@ -72,7 +72,7 @@ bool KorFile::Commit() {
 bool KorFile::CommitPart() {
   OsFiles& files = App().Files();
   const KorText part = WorkingPath();
-  if (compressOnCommit) return CompressFile(part, safeTarget, false) == FileResult::Success;
+  if (compressOnCommit) return CompressFile(part, safeTarget) == FileResult::Success;
   // While it is open it is locked, and nobody takes it for abandoned; but not every system renames
   // an open file.
   bool renamed = files.Rename(part, safeTarget);
