@@ -22,14 +22,16 @@ using namespace kor;
 namespace {
 
 // Before there is a front end, and after it.
-void ShowPlainly(Terminal& terminal, const KorText& caption, const KorText& text, bool isError) {
+void ShowPlainly(Terminal& terminal, const KorText& caption, const KorText& text,
+                 MessageLevel level) {
   const std::string line = PrintableText(KorText::Format(u"%s: %s", caption, InOneLine(text)));
-  terminal.WriteError((isError && terminal.HasColours() ? RedText(line) : line) + "\n");
+  terminal.WriteError(
+      (level != MessageLevel::Info && terminal.HasColours() ? RedText(line) : line) + "\n");
 }
 
 void ReportPlainly(AppInterface& application, Terminal& terminal) {
   application.SetReporter([&terminal](const MessageRecord& record) {
-    ShowPlainly(terminal, record.info, ReportText(record), record.level != MessageLevel::Info);
+    ShowPlainly(terminal, record.info, ReportText(record), record.level);
     return record.number;
   });
 }
@@ -93,7 +95,7 @@ int main(int argc, char** argv) {
   KorText error;
   const KorText commandLine = JoinedWords(words);
   const auto program = StartProgram(application, commandLine, error);
-  if (!error.IsEmpty()) ShowPlainly(*terminal, u"Download", error, true);
+  if (!error.IsEmpty()) ShowPlainly(*terminal, u"Download", error, MessageLevel::Fatal);
   if (!program) return 0; // intended: a program that can't start ends without an error code
   return Serve(terminal, commandLine, program->cncFolder);
 }

@@ -207,8 +207,8 @@ void WindowRun::End() {
   if (std::exchange(ending, true)) return;
   window->Remember();
   window->Hide();
-  app.Timers().Create(u"ncedl::Leave", kEndPeriod, App().HighResolutionSeconds() - kEndPeriod, true,
-                      [this] { Leave(); });
+  app.Timers().Create(u"ncedl::Leave", kEndPeriod, App().HighResolutionSeconds() - kEndPeriod,
+                      TimerState::Started, [this] { Leave(); });
 }
 
 void WindowRun::OnEndAsked() {
@@ -273,7 +273,7 @@ int WindowRun::Run(const std::function<int()>& loop, const std::function<void()>
   for (const MessageRecord& record : early)
     frontEnd.ShowMessage(record.info, ReportText(record), MessageStyle::Exclamation);
   // The engine shows only what changes in it; the jobs of the day begin anew at midnight.
-  app.Timers().Create(u"ncedl::Day", kDayPeriod, App().HighResolutionSeconds(), true,
+  app.Timers().Create(u"ncedl::Day", kDayPeriod, App().HighResolutionSeconds(), TimerState::Started,
                       [this] { window->ShowStatus(app.CurrentStatus()); });
   if (endAsked) End();
   TimerPump pump(app.Timers(), [this](auto task) { frontEnd.Post(std::move(task)); });

@@ -29,7 +29,8 @@ void NceProtocol::Reply(const KorText& text) {
 void NceProtocol::ProcessReceived() {
   // A reply that the line has not taken yet holds back the next request.
   while (!exchange.Line().IsReplyWaiting() && !exchange.IsEnding()) {
-    const auto line = exchange.Line().ExtractLine(kCarriageReturn, false);
+    const auto line =
+        exchange.Line().ExtractLine(kCarriageReturn, SerialChannel::EndCharacter::Dropped);
     if (!line) return;
     if (line->empty()) return; // intended: what follows an empty line waits for the next call
     Dispatch(KorText::FromBytes(*line));

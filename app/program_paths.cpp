@@ -99,7 +99,7 @@ KorText ProgramPaths::DefaultSubFolder(int kind) {
   return found ? found->subFolder : kNoName;
 }
 
-bool ProgramPaths::Load(bool writeDefaults) {
+bool ProgramPaths::Load(Defaults defaults) {
   texts.fill({});
   folders.fill({});
   checked.fill(false);
@@ -107,13 +107,13 @@ bool ProgramPaths::Load(bool writeDefaults) {
   location = App().GetApplicationPropertyPath(kStartInFolder);
   if (location.IsEmpty()) return false;
   location = NormalisedFolder(location);
-  if (!ReadSection(writeDefaults)) return false;
+  if (!ReadSection(defaults)) return false;
   loaded = true;
   HandOver();
   return true;
 }
 
-bool ProgramPaths::ReadSection(bool writeDefaults) {
+bool ProgramPaths::ReadSection(Defaults defaults) {
   iniFile file(location + kPathsFileName);
   for (const RegisteredKind& entry : kRegistered) {
     file.Add<iniString>(kPathsSection, entry.name, &texts[IndexOf(entry.kind)]);
@@ -121,8 +121,8 @@ bool ProgramPaths::ReadSection(bool writeDefaults) {
   if (!file.Load() || !file.HasSection(kPathsSection)) return false;
   file.Read();
   const bool usedDefault = FillDefaults();
-  if (!usedDefault || !writeDefaults) return true;
-  file.Write(KorText(kPathsSection), {}, true);
+  if (!usedDefault || defaults == Defaults::NotWritten) return true;
+  file.Write(KorText(kPathsSection), {}, Failures::Reported);
   writingFailed = !file.LastSaveSucceeded();
   return true;
 }
@@ -154,21 +154,21 @@ void ProgramPaths::HandOver() {
   }
 }
 
-bool ProgramPaths::LoadOrReport(bool writeDefaults) {
-  if (Load(writeDefaults)) return true;
+bool ProgramPaths::LoadOrReport(Defaults defaults) {
+  if (Load(defaults)) return true;
   ReportCorruptInstallation(location);
   return false;
 }
 
-KorText ProgramPaths::GetFolder(int kind, bool makeIfMissing, bool quiet, bool noSubFolder) {
-  if (!loaded && !(quiet ? Load() : LoadOrReport())) return {};
+KorText ProgramPaths::GetFolder(int kind, FolderOptions options) {
+  if (!loaded && !(options.quiet ? Load() : LoadOrReport())) return {};
   if (kind < 0 || kind >= kFolderKinds) return {};
   KorText folder = folders[IndexOf(kind)];
-  if (kind == kReportsFolder && !reportsSubFolder.IsEmpty() && !noSubFolder) {
+  if (kind == kReportsFolder && !reportsSubFolder.IsEmpty() && !options.noSubFolder) {
     folder += u"/" + reportsSubFolder;
   }
   bool& isChecked = checked[IndexOf(kind)];
-  if (!isChecked && makeIfMissing) isChecked = App().MakeFolder(folder);
+  if (!isChecked && options.makeIfMissing) isChecked = App().MakeFolder(folder);
   return folder;
 }
 

@@ -36,17 +36,25 @@ KorText NormalisedFolder(KorText folder);
 // A normalised folder; one that is not absolute is resolved against the normalised base.
 KorText ResolvedFolder(const KorText& folder, const KorText& base);
 
+struct FolderOptions {
+  bool makeIfMissing = false;
+  bool quiet = false;       // without a message when the paths can't be loaded
+  bool noSubFolder = false; // the folder of "Reports" itself
+};
+
 class ProgramPaths {
  public:
+  enum class Defaults { NotWritten, WrittenBack };
+
   // Takes the start-in folder as the place of the paths file at each Load.
   ProgramPaths() = default;
 
   // False when the place of the paths file is not known, or when the file or its section is not
-  // there or can't be read: all folders are empty then. writeDefaults writes the section back when
-  // a folder took its default; a file that can't be written is reported as a warning.
-  bool Load(bool writeDefaults = false);
+  // there or can't be read: all folders are empty then. WrittenBack writes the section back when a
+  // folder took its default; a file that can't be written is reported as a warning.
+  bool Load(Defaults defaults = Defaults::NotWritten);
   // Load for the program's start: a failure is shown to the user.
-  bool LoadOrReport(bool writeDefaults = false);
+  bool LoadOrReport(Defaults defaults = Defaults::NotWritten);
   bool IsLoaded() const { return loaded; }
   // The last Load had defaults to write back and could not.
   bool WritingFailed() const { return writingFailed; }
@@ -55,9 +63,8 @@ class ProgramPaths {
   // unless quiet, when the paths can't be loaded. A folder is made at most once; when it can't be
   // made the next call tries again. The sub-folder of "Reports" is joined with "/", which gives two
   // of them; this is intended.
-  KorText GetFolder(int kind, bool makeIfMissing = false, bool quiet = false,
-                    bool noSubFolder = false);
-  // Empty: no sub-folder.
+  KorText GetFolder(int kind, FolderOptions options = {});
+  // An empty name stands for no sub-folder.
   void SetReportsSubFolder(const KorText& name);
 
   // "ERROR" for a kind that the section has no key for.
@@ -65,7 +72,7 @@ class ProgramPaths {
   static KorText DefaultSubFolder(int kind); // empty for the main folder
 
  private:
-  bool ReadSection(bool writeDefaults);
+  bool ReadSection(Defaults defaults);
   bool FillDefaults();
   void HandOver();
 

@@ -61,7 +61,7 @@ void LoadDictionary(benchmark::State& state) {
   const KorText path = MakeDictionary(app);
   for (auto _ : state) {
     TextHolder dictionary;
-    if (!dictionary.Load(path, TextHolder::kChooseLanguage, false, u"l5-XX"))
+    if (!dictionary.Load(path, TextHolder::kChooseLanguage, Failures::Silent, u"l5-XX"))
       state.SkipWithError("not loaded");
     benchmark::DoNotOptimize(dictionary.FindText(kTexts));
   }
@@ -74,7 +74,7 @@ BENCHMARK(LoadDictionary)->Unit(benchmark::kMillisecond);
 void LookUpNumbers(benchmark::State& state) {
   TestApp app;
   TextHolder dictionary;
-  dictionary.Load(MakeDictionary(app), 3, false);
+  dictionary.Load(MakeDictionary(app), 3, Failures::Silent);
   std::int32_t id = 0;
   for (auto _ : state) {
     id = (id + 7919) % kTexts;
@@ -86,7 +86,7 @@ BENCHMARK(LookUpNumbers);
 void ExpandCaption(benchmark::State& state) {
   TestApp app;
   TextHolder dictionary;
-  dictionary.Load(MakeDictionary(app), 3, false);
+  dictionary.Load(MakeDictionary(app), 3, Failures::Silent);
   for (auto _ : state) {
     KorText text = u"^123: ^4567 (^99999)";
     benchmark::DoNotOptimize(dictionary.Expand(text));

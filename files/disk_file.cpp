@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "files/class_registry.h"
-#include "files/kor_file.h"
 #include "services/core/app_interface.h"
 #include "services/core/text_lookup.h"
 

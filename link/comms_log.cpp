@@ -113,7 +113,7 @@ void CommsLog::OpenTrace(std::uint32_t number, const KorText& path, const LinkSe
   openTrace = number;
   startTime = now;
   previousOffset = 0;
-  WriteTraceLine(u"Start of logging", false, now);
+  WriteTraceLine(u"Start of logging", Repeated::Dropped, now);
   WriteHeader(settings);
 }
 
@@ -126,7 +126,9 @@ void CommsLog::EndTrace(std::uint32_t number) {
 }
 
 void CommsLog::WriteHeader(const LinkSettings& s) {
-  const auto write = [this](const KorText& text) { WriteTraceLine(text, false, startTime); };
+  const auto write = [this](const KorText& text) {
+    WriteTraceLine(text, Repeated::Dropped, startTime);
+  };
   write(kVersionRule);
   write(KorText::Format(u"%s - %s", kProgramVersion, App().OperatingSystem()));
   write(kSettingsRule);
@@ -144,19 +146,19 @@ void CommsLog::WriteHeader(const LinkSettings& s) {
 void CommsLog::StopTrace(const KorText& lastLine) {
   if (tracing.exchange(0) == 0) return;
   writer.Add(0, [this, lastLine, now = App().HighResolutionSeconds()] {
-    WriteTraceLine(lastLine, false, now);
+    WriteTraceLine(lastLine, Repeated::Dropped, now);
     trace.reset();
   });
 }
 
-void CommsLog::Trace(const KorText& text, bool force) {
+void CommsLog::Trace(const KorText& text, Repeated repeated) {
   const std::uint32_t number = tracing;
   if (number == 0 || text.IsEmpty()) return;
   const std::size_t bytes = text.Length() * sizeof(char16_t) + kTaskBytes;
   const bool hasRoom =
       writer.WaitingBytes() + bytes <= kMostTraceWaiting &&
-      writer.AddQuietly(bytes, [this, number, text, force, now = App().HighResolutionSeconds()] {
-        if (number == openTrace) WriteTraceLine(text, force, now);
+      writer.AddQuietly(bytes, [this, number, text, repeated, now = App().HighResolutionSeconds()] {
+        if (number == openTrace) WriteTraceLine(text, repeated, now);
       });
   if (hasRoom) return;
   EndTrace(number);
@@ -165,9 +167,9 @@ void CommsLog::Trace(const KorText& text, bool force) {
   });
 }
 
-void CommsLog::WriteTraceLine(const KorText& text, bool force, double now) {
+void CommsLog::WriteTraceLine(const KorText& text, Repeated repeated, double now) {
   if (!trace || text.IsEmpty()) return;
-  if (text == lastLogged && !force) return;
+  if (text == lastLogged && repeated == Repeated::Dropped) return;
   lastLogged = text;
   const double t = now - startTime;
   const double d = t - previousOffset;

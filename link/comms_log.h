@@ -28,6 +28,8 @@ bool MayHoldLog(const KorText& path);
 class CommsLog {
  public:
   enum class Replace { OnlyLogs, Anything };
+  // What becomes of a text that equals the last logged one.
+  enum class Repeated { Dropped, Traced };
 
   // Bytes that may wait for the disk. The last part is kept for job lines.
   static constexpr std::size_t kMostWaiting = 4 << 20, kMostTraceWaiting = 3 << 20;
@@ -44,9 +46,8 @@ class CommsLog {
   void StopTrace(const KorText& lastLine);
   bool IsTracing() const { return tracing != 0; }
 
-  // One trace line. Without force, a text equal to the last logged one is dropped. The writer may
-  // sleep until it is woken: a reply goes out first.
-  void Trace(const KorText& text, bool force);
+  // Writes one trace line. The writer may sleep until it is woken: a reply goes out first.
+  void Trace(const KorText& text, Repeated repeated);
 
   // Where job-log lines go, and whether any are written.
   void SetJobLog(const KorText& file, bool write);
@@ -60,7 +61,7 @@ class CommsLog {
   // On the writer, as all that it owns.
   void OpenTrace(std::uint32_t number, const KorText& path, const LinkSettings& settings,
                  Replace replace, double now);
-  void WriteTraceLine(const KorText& text, bool force, double now);
+  void WriteTraceLine(const KorText& text, Repeated repeated, double now);
   void WriteHeader(const LinkSettings& settings);
   void WriteJobLine(const KorText& path, const KorText& tag, const EndedJob& job);
 

@@ -76,14 +76,14 @@ void DownloadApp::StopWorker() {
 // --- Life ---
 
 void DownloadApp::CreateTimer(const char16_t* name, double period, void (DownloadApp::*action)()) {
-  timers.Create(name, period, Now(), false, [this, action] { (this->*action)(); });
+  timers.Create(name, period, Now(), TimerState::Stopped, [this, action] { (this->*action)(); });
 }
 
 void DownloadApp::SetUpServices() {
   display.Begin([this] { DisplayStatus(); });
   CreateTimer(kPingTimer, kPingPeriod, &DownloadApp::Ping);
   CreateTimer(kEndOfServeTimer, kEndOfServePeriod, &DownloadApp::EndOfServe);
-  timers.Create(kXonTimer, kXonPeriod, Now(), false, [this] {
+  timers.Create(kXonTimer, kXonPeriod, Now(), TimerState::Stopped, [this] {
     timers.Stop(kXonTimer);
     RunOnWorker([this] { exchange.Line().ReleaseController(); });
   });

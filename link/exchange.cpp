@@ -124,7 +124,8 @@ bool Exchange::StopDelay() {
 void Exchange::DelayDownload() {
   StopDelay();
   FinishTransfer(); // the request takes the place of what ran
-  if (settings.sendSot != 0) channel.SendCharacter(settings.sotCharacter, false);
+  if (settings.sendSot != 0)
+    channel.SendCharacter(settings.sotCharacter, SerialChannel::Echo::NewLine);
   if (settings.transmitDelay < 1) {
     DownloadNow();
     return;
@@ -139,7 +140,7 @@ void Exchange::DelayDownload() {
 void Exchange::Delay(double seconds, std::function<void()> task) {
   isDelayed = true;
   // Only the worker deletes the timer: here it could be a newer request's by now.
-  timers.Create(kDownloadTimer, seconds, App().HighResolutionSeconds(), true,
+  timers.Create(kDownloadTimer, seconds, App().HighResolutionSeconds(), TimerState::Started,
                 [this, mine = ++delays, then = std::move(task)] {
                   host.RunOnWorker([this, mine, then] {
                     if (mine == delays && StopDelay()) then();

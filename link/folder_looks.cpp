@@ -45,8 +45,8 @@ bool FolderLooks::Add(const std::function<void()>& look) {
 int FolderLooks::Await(const std::function<void()>& refuse) {
   const int question = ++questions;
   ++unanswered;
-  timers.Create(AnswerTimer(question), kPatience, App().HighResolutionSeconds(), true,
-                [this, question, refuse] {
+  timers.Create(AnswerTimer(question), kPatience, App().HighResolutionSeconds(),
+                TimerState::Started, [this, question, refuse] {
                   if (Take(question)) refuse();
                 });
   return question;

@@ -1,6 +1,7 @@
 #include "link/profile_file.h"
 
 #include <algorithm>
+#include <bit>
 #include <optional>
 #include <span>
 #include <vector>
@@ -31,11 +32,12 @@ std::u16string_view Unquoted(std::u16string_view text) {
   return quoted ? text.substr(1, text.size() - 2) : text;
 }
 
-KorText FromUtf16(std::span<const std::uint8_t> bytes, bool bigEndian) {
+KorText FromUtf16(std::span<const std::uint8_t> bytes, std::endian order) {
+  const std::size_t lowAt = order == std::endian::big ? 1 : 0;
   std::u16string text(bytes.size() / 2, u'\0');
   for (std::size_t i = 0; i < text.size(); ++i) {
-    const unsigned low = bytes[2 * i + (bigEndian ? 1 : 0)];
-    const unsigned high = bytes[2 * i + (bigEndian ? 0 : 1)];
+    const unsigned low = bytes[2 * i + lowAt];
+    const unsigned high = bytes[2 * i + 1 - lowAt];
     text[i] = static_cast<char16_t>(low | (high << 8));
   }
   return text;
@@ -45,8 +47,8 @@ KorText Decoded(std::span<const std::uint8_t> bytes) {
   const auto starts = [&](std::initializer_list<std::uint8_t> mark) {
     return bytes.size() >= mark.size() && std::equal(mark.begin(), mark.end(), bytes.begin());
   };
-  if (starts({0xFF, 0xFE})) return FromUtf16(bytes.subspan(2), false);
-  if (starts({0xFE, 0xFF})) return FromUtf16(bytes.subspan(2), true);
+  if (starts({0xFF, 0xFE})) return FromUtf16(bytes.subspan(2), std::endian::little);
+  if (starts({0xFE, 0xFF})) return FromUtf16(bytes.subspan(2), std::endian::big);
   const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
   if (starts({0xEF, 0xBB, 0xBF})) return KorText::FromUtf8(text.substr(3));
   return KorText::IsUtf8(text) ? KorText::FromUtf8(text) : App().Locale().FromLegacyBytes(text);

@@ -91,20 +91,20 @@ void SerialChannel::Open(const LinkSettings& newSettings, const KorText& name, b
   failures.clear(); // somebody asked for it: every failing step is reported anew
   ForgetErrors();
   if (port.IsOpen()) {
-    if (SendOwedXon()) log.Trace(u"TX [11]", false);
+    if (SendOwedXon()) log.Trace(u"TX [11]", CommsLog::Repeated::Dropped);
     port.PurgeTransmit();
     port.PurgeReceive();
     Check(PortStep::ClosePrevious, port.Close());
   }
-  isLost = !OpenDevice(false);
+  isLost = !OpenDevice(Attempt::First);
   if (isLost) nextRetry = clock.Seconds() + kRetryPeriod;
   host.ShowTitle(title);
 }
 
 // False when the device could not be opened. A device that could not be configured stays open under
 // the title "No Link" and is polled.
-bool SerialChannel::OpenDevice(bool again) {
-  isRetry = again;
+bool SerialChannel::OpenDevice(Attempt attempt) {
+  isRetry = attempt == Attempt::Retry;
   isPending = false;
   title = applicationName + u" - No Link";
   // This also clears a hold that the controller has never released. What was on its way is torn.
@@ -118,7 +118,7 @@ bool SerialChannel::OpenDevice(bool again) {
     if (controllerHold == Hold::Releasing) SendText(KorText(1, kXon));
   }
   isRetry = false;
-  return opened && (configured || !again);
+  return opened && (configured || attempt == Attempt::First);
 }
 
 bool SerialChannel::ConfigureDevice() {
@@ -184,7 +184,8 @@ void SerialChannel::ReopenWhenDue() {
   if (!isLost || !settings) return;
   const double now = clock.Seconds();
   if (!isPending && now < nextRetry) return;
-  if (!OpenDevice(!isPending || isRetry)) { // an attempt that goes on stays what it was
+  // An attempt that goes on stays what it was.
+  if (!OpenDevice(isPending && !isRetry ? Attempt::First : Attempt::Retry)) {
     if (isPending) return;
     if (port.IsOpen()) port.Close();
     nextRetry = now + kRetryPeriod;
@@ -275,7 +276,7 @@ void SerialChannel::LogHoldChanges(const LineStatus& now) {
   for (const HoldName& hold : kHolds)
     if (changed & hold.bit)
       text += KorText::Format(hold.format, (now.holds & hold.bit) != 0 ? 1 : 0);
-  log.Trace(text, true);
+  log.Trace(text, CommsLog::Repeated::Traced);
 }
 
 // A break is no error of the settings; the trace shows it all the same.
@@ -290,7 +291,7 @@ void SerialChannel::CountErrors(const LineErrors& now) {
   if (now.parity > 0) text += KorText::Format(u"Parity Errors=%u  ", all.parity);
   if (now.overrun + now.overflow > 0) text += KorText::Format(u"Overrun Errors=%u  ", all.overrun);
   if (now.breaks > 0) text += KorText::Format(u"Breaks=%u  ", all.breaks);
-  log.Trace(text, true);
+  log.Trace(text, CommsLog::Repeated::Traced);
 }
 
 void SerialChannel::ForgetErrors() {
@@ -354,7 +355,7 @@ void SerialChannel::EchoReceived(std::span<const std::uint8_t> bytes) {
     if (c == kXoff) remoteXoff = true;
     if (c == kXon) remoteXoff = false;
   }
-  log.Trace(echo, true);
+  log.Trace(echo, CommsLog::Repeated::Traced);
   if (monitorLineOpen) {
     monitorLine += u'\n';
     monitorLineOpen = false;
@@ -369,7 +370,7 @@ void SerialChannel::WritePendingTransmit() {
   const KorText text = u"TX " + pendingTransmit;
   for (std::size_t at = 0; at < text.Length(); at += kTracePiece) {
     const KorText piece = text.Mid(at, kTracePiece);
-    log.Trace(piece, false);
+    log.Trace(piece, CommsLog::Repeated::Dropped);
     monitorLine += piece; // intended: the monitor has the characters from the sending already
   }
   monitorLine += u'\n';
@@ -384,7 +385,7 @@ void SerialChannel::DiscardReceived() {
   receiveCount = 0;
 }
 
-std::optional<std::string> SerialChannel::ExtractLine(std::uint8_t end, bool keepEnd) {
+std::optional<std::string> SerialChannel::ExtractLine(std::uint8_t end, EndCharacter endCharacter) {
   const auto first = receiveBuffer.begin();
   const auto last = first + static_cast<std::ptrdiff_t>(receiveCount);
   const auto found = std::find(first, last, end);
@@ -392,7 +393,8 @@ std::optional<std::string> SerialChannel::ExtractLine(std::uint8_t end, bool kee
   std::string line;
   for (auto at = first; at <= found; ++at) {
     const bool isEnd = at == found;
-    if ((*at >= 32 && *at <= 126) || (isEnd && keepEnd)) line += static_cast<char>(*at);
+    if ((*at >= 32 && *at <= 126) || (isEnd && endCharacter == EndCharacter::Kept))
+      line += static_cast<char>(*at);
   }
   std::fill(std::copy(found + 1, last, first), last, std::uint8_t{0});
   receiveCount -= static_cast<std::size_t>(found - first) + 1;
@@ -460,12 +462,12 @@ bool SerialChannel::QueueCharacters(std::int64_t count) {
   return true;
 }
 
-void SerialChannel::SendCharacter(std::uint8_t c, bool inLine) {
+void SerialChannel::SendCharacter(std::uint8_t c, Echo echo) {
   if (replyQueue.empty() && transmitCount < kTransmitSize)
     transmitBuffer[transmitCount++] = c;
   else
     replyQueue += static_cast<char>(c);
-  if (!monitorLineOpen || !inLine) {
+  if (!monitorLineOpen || echo == Echo::NewLine) {
     monitorLine += u"TX ";
     monitorLineOpen = true;
   }
@@ -482,8 +484,8 @@ void SerialChannel::SendBytes(std::string_view bytes) {
   WritePendingTransmit(); // characters sent singly keep their place before this text
   pendingTransmit = u"TX ";
   for (const char c : bytes)
-    SendCharacter(static_cast<std::uint8_t>(c), true);
-  log.Trace(pendingTransmit, false);
+    SendCharacter(static_cast<std::uint8_t>(c), Echo::InLine);
+  log.Trace(pendingTransmit, CommsLog::Repeated::Dropped);
   pendingTransmit.Clear();
 }
 
@@ -501,7 +503,7 @@ void SerialChannel::StartLoopbackTest() {
 }
 
 void SerialChannel::CheckLoopback() {
-  const std::optional<std::string> line = ExtractLine(kLineEnd, false);
+  const std::optional<std::string> line = ExtractLine(kLineEnd, EndCharacter::Dropped);
   if (line && KorText::FromBytes(*line).Contains(kLoopbackMessage))
     board.Set(LinkStatus::LoopbackSuccess);
 }

@@ -68,6 +68,10 @@ class SerialChannel {
   static constexpr std::size_t kTransmitSize = 1000;
   // Every so many seconds a device that is not there is tried again.
   static constexpr double kRetryPeriod = 1.0;
+  // Where the monitor shows a character that is sent.
+  enum class Echo { NewLine, InLine };
+  // Whether an extracted line keeps the character that ends it.
+  enum class EndCharacter { Dropped, Kept };
 
   SerialChannel(SerialPort& serialPort, OsClock& osClock, StatusBoard& statusBoard,
                 CommsLog& commsLog, MonitorFeed& monitorFeed, ChannelHost& channelHost);
@@ -94,7 +98,7 @@ class SerialChannel {
   std::size_t SendPosition() const { return sendPosition; }
   std::size_t SendLength() const { return sendSource.size(); }
 
-  void SendCharacter(std::uint8_t c, bool inLine);
+  void SendCharacter(std::uint8_t c, Echo echo);
   // Each byte as one character, traced as one text.
   void SendBytes(std::string_view bytes);
   // The low byte of each character, up to the first zero character, which ends a formatted text.
@@ -105,10 +109,9 @@ class SerialChannel {
   // True while any byte waits to be written.
   bool IsSending() const { return transmitCount > 0 || !replyQueue.empty(); }
 
-  // The first line up to and including end, without the bytes outside 32 to 126 (end itself is kept
-  // when keepEnd is set); std::nullopt when no whole line has arrived. An empty line is an empty
-  // text.
-  std::optional<std::string> ExtractLine(std::uint8_t end, bool keepEnd);
+  // The first line up to its end character, without the bytes outside 32 to 126; std::nullopt when
+  // no whole line has arrived. An empty line is an empty text.
+  std::optional<std::string> ExtractLine(std::uint8_t end, EndCharacter endCharacter);
   std::string_view Received() const;
   void DiscardReceived();
 
@@ -120,6 +123,8 @@ class SerialChannel {
   void ReleaseController(); // nothing for a controller that isn't held
 
  private:
+  enum class Attempt { First, Retry };
+
   bool Read();
   std::size_t WriteStep();
   bool CheckStatus();
@@ -132,7 +137,7 @@ class SerialChannel {
   void WritePendingTransmit();
   void RefillTransmit();
   void HandOverMonitor();
-  bool OpenDevice(bool again);
+  bool OpenDevice(Attempt attempt);
   bool ConfigureDevice();
   bool SendOwedXon();
   void ReopenWhenDue();

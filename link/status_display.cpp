@@ -14,7 +14,8 @@ constexpr double kPeriod = 0.1; // seconds
 } // namespace
 
 void StatusDisplay::Begin(std::function<void()> show) {
-  timers.Create(kTimer, kPeriod, App().HighResolutionSeconds(), true, std::move(show));
+  timers.Create(kTimer, kPeriod, App().HighResolutionSeconds(), TimerState::Started,
+                std::move(show));
 }
 
 void StatusDisplay::End() {

@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "files/kor_file.h"
 #include "services/core/app_interface.h"
 #include "services/core/as_bytes.h"
 

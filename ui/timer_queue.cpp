@@ -10,14 +10,14 @@ TimerQueue::Timer* TimerQueue::Find(const KorText& name) {
   return found == timers.end() ? nullptr : &*found;
 }
 
-void TimerQueue::Create(const KorText& name, double period, double now, bool started,
+void TimerQueue::Create(const KorText& name, double period, double now, TimerState state,
                         std::function<void()> action) {
   std::function<void()> notify;
   {
     const Lock lock(mutex);
     std::erase_if(timers, [&](const Timer& timer) { return timer.name == name; });
-    timers.push_back({name, period, now + period, started, std::move(action)});
-    if (started) notify = onEarlier;
+    timers.push_back({name, period, now + period, state == TimerState::Started, std::move(action)});
+    if (state == TimerState::Started) notify = onEarlier;
   }
   if (notify) notify();
 }

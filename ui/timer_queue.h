@@ -15,11 +15,13 @@
 
 namespace kor {
 
+enum class TimerState { Stopped, Started };
+
 class TimerQueue {
  public:
   // Creates or replaces the timer of that name. period and now in seconds; the first action is due
   // one period after now.
-  void Create(const KorText& name, double period, double now, bool started,
+  void Create(const KorText& name, double period, double now, TimerState state,
               std::function<void()> action);
   void Start(const KorText& name, double now); // due one period after now
   void Stop(const KorText& name);

@@ -36,21 +36,25 @@ bool IsLow(char16_t c) {
   return c >= 0xDC00 && c <= 0xDFFF;
 }
 
+// Where a text stands in the file: a name ends at "=" and must not look like a section.
+enum class Place { Section, Name, Value };
+
 // Whether the character at a place can't stand in a line as it is.
-bool NeedsEscape(std::u16string_view text, std::size_t at, bool isName) {
+bool NeedsEscape(std::u16string_view text, std::size_t at, Place place) {
   const char16_t c = text[at];
   const bool first = at == 0, last = at + 1 == text.size();
   if (c < u' ' || c == 0x7F || (c == u' ' && (first || last))) return true;
-  if (isName && (c == u'=' || (first && (c == u'[' || c == u';' || c == u'#')))) return true;
+  if (place == Place::Name && (c == u'=' || (first && (c == u'[' || c == u';' || c == u'#'))))
+    return true;
   if (IsHigh(c)) return last || !IsLow(text[at + 1]);
   if (IsLow(c)) return first || !IsHigh(text[at - 1]);
   return IsEscape(text.substr(at));
 }
 
-KorText Escaped(std::u16string_view text, bool isName) {
+KorText Escaped(std::u16string_view text, Place place) {
   KorText escaped;
   for (std::size_t i = 0; i < text.size(); ++i) {
-    if (NeedsEscape(text, i, isName)) {
+    if (NeedsEscape(text, i, place)) {
       escaped += KorText::Format(u"%%u%04X", text[i]);
     } else {
       escaped += text[i];
@@ -113,7 +117,7 @@ void InsertLine(std::vector<KorText>& lines, const Section& section, const KorTe
                 const KorText& line) {
   if (section.start == KorText::kNone) {
     if (!lines.empty()) lines.emplace_back();
-    lines.push_back(u"[" + Escaped(key, false) + u"]");
+    lines.push_back(u"[" + Escaped(key, Place::Section) + u"]");
     lines.push_back(line);
     return;
   }
@@ -190,7 +194,7 @@ bool RegistryFile::WriteText(const KorText& key, const KorText& value, const Kor
     return Change([&] { return WriteText(key, value, text); });
   std::optional<std::vector<KorText>> lines = Load();
   if (!lines) return false;
-  const KorText line = Escaped(value, true) + u"=" + Escaped(text, false);
+  const KorText line = Escaped(value, Place::Name) + u"=" + Escaped(text, Place::Value);
   const Section section = FindSection(*lines, key);
   const std::size_t at = FindLine(*lines, section, value);
   if (at != KorText::kNone) {

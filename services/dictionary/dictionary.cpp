@@ -59,7 +59,7 @@ bool LoadProgramDictionary(const KorText& file) {
   SetTextLookup([](int number) {
     return KorText(Dictionary().FindText(number).value_or(std::u16string_view()));
   });
-  return Dictionary().Load(file, TextHolder::kChooseLanguage, true, WantedLanguage());
+  return Dictionary().Load(file, TextHolder::kChooseLanguage, Failures::Reported, WantedLanguage());
 }
 
 const TextLanguage* KnownLanguage(std::u16string_view code) {

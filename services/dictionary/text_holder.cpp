@@ -130,7 +130,7 @@ void TextHolder::StartEditing(const KorText& newPath) {
   general.name = u"General";
 }
 
-bool TextHolder::Load(const KorText& file, std::int32_t languageSelector, bool report,
+bool TextHolder::Load(const KorText& file, std::int32_t languageSelector, Failures failures,
                       const KorText& requestedLanguage) {
   const KorText folder =
       FolderOfPath(file).IsEmpty() ? App().GetApplicationPropertyPath(kProgramFolder) : KorText();
@@ -145,7 +145,7 @@ bool TextHolder::Load(const KorText& file, std::int32_t languageSelector, bool r
     return true;
   }
   Clear();
-  if (report)
+  if (failures == Failures::Reported)
     App().Report({MessageLevel::Warn, u"Error Opening Specified Dictionary", named, {}, 0});
   return false;
 }

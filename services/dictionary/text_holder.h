@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "files/void_buffer.h"
+#include "services/core/failures.h"
 #include "services/dictionary/text_entry.h"
 
 namespace kor {
@@ -76,9 +77,9 @@ class TextHolder : public Storable {
   // Discards what was held. A bare file name is looked for in the program folder; a missing file
   // where App().LocateFile finds it. With kChooseLanguage the requested language is one's display
   // name or a code: an exact match, else one with the same primary language ("de-AT": "de-DE"),
-  // else the source texts. On failure nothing is held, so that the built-in texts are used; with
-  // report set App() is told. In run mode a successful load sets App()'s failure notice.
-  bool Load(const KorText& path, std::int32_t languageSelector, bool report,
+  // else the source texts. On failure nothing is held, so that the built-in texts are used. In run
+  // mode a successful load sets App()'s failure notice.
+  bool Load(const KorText& path, std::int32_t languageSelector, Failures failures,
             const KorText& requestedLanguage = {});
   // Discards what was held and starts an empty dictionary in editing mode, with the one category
   // "General", to be saved to the path.
@@ -116,9 +117,8 @@ class TextHolder : public Storable {
   bool ExportXML(const KorText& file);
   // "FOLDER/dictionary_CODE.xlf" for each language; a missing folder is made.
   bool ExportXLIFF(const KorText& folder, const TitledProgress& progress = {});
-  // A unit whose number is unknown becomes a new entry. With report set, App() is told of a
-  // failure.
-  ImportResult ImportXLIFF(const KorText& file, bool report = true,
+  // A unit whose number is unknown becomes a new entry.
+  ImportResult ImportXLIFF(const KorText& file, Failures failures = Failures::Reported,
                            const TitledProgress& progress = {});
   // "textlib.h" in the dictionary's folder, an older one kept as "textlib.h.bak".
   bool ExportHeader();

@@ -43,13 +43,13 @@ void ReportFailure(const ImportResult& result) {
 
 } // namespace
 
-ImportResult TextHolder::ImportXLIFF(const KorText& file, bool report,
+ImportResult TextHolder::ImportXLIFF(const KorText& file, Failures failures,
                                      const TitledProgress& progress) {
   ImportResult result;
   if (!MayExport(u"Import XLIFF")) return result;
   XliffReader reader(file, result);
   if (!reader.Read() || !FitsDictionary(reader, file, result)) {
-    if (report) ReportFailure(result);
+    if (failures == Failures::Reported) ReportFailure(result);
     return result;
   }
   TakeUnits(reader, static_cast<std::size_t>(LanguageWithCode(reader.Language())), progress,

@@ -84,7 +84,7 @@ bool SaveDebugFile(const KorText& name) {
   file.Read();
   for (const DebugMode& mode : App().ActiveDebugModes())
     PutMode(mode, lines);
-  file.Write({}, {}, true);
+  file.Write({}, {}, Failures::Reported);
   return file.LastSaveSucceeded();
 }
 

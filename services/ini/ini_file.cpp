@@ -56,7 +56,7 @@ bool iniFile::ReadLines(SimpleFile& file, std::vector<KorText>& read) {
   return true;
 }
 
-bool iniFile::Load(bool /*report*/) {
+bool iniFile::Load(Failures /*failures*/) {
   Release();
   tooLarge = false;
   if (path.IsEmpty()) return false;
@@ -88,8 +88,8 @@ void iniFile::TakeLines(std::vector<KorText> read) {
     lines.Append(unmarkedUtf8 ? KorText::FromUtf8(line.ToBytes()) : std::move(line));
 }
 
-bool iniFile::Read(const Filter& section, const Filter& key, bool report) {
-  if (!loaded) Load(report);
+bool iniFile::Read(const Filter& section, const Filter& key, Failures failures) {
+  if (!loaded) Load(failures);
   const bool result = loaded;
   for (const auto& item : items) {
     if (Passes(*item, section, key)) item->ReadFrom(lines);
@@ -98,13 +98,13 @@ bool iniFile::Read(const Filter& section, const Filter& key, bool report) {
   return result;
 }
 
-bool iniFile::Write(const Filter& section, const Filter& key, bool report) {
-  if (!loaded) Load(report);
+bool iniFile::Write(const Filter& section, const Filter& key, Failures failures) {
+  if (!loaded) Load(failures);
   // New sections and keys are inserted at the top, so the last item goes first.
   std::for_each(items.rbegin(), items.rend(), [&](const std::unique_ptr<iniStruct>& item) {
     if (Passes(*item, section, key)) item->WriteTo(lines);
   });
-  Save(report);
+  Save(failures);
   Release();
   written = true;
   return true;
@@ -146,9 +146,10 @@ bool iniFile::WriteLines() {
   return file.Commit();
 }
 
-bool iniFile::Save(bool report) {
+bool iniFile::Save(Failures failures) {
   saved = !path.IsEmpty() && WriteLines();
-  if (!saved && report && !path.IsEmpty()) Warn(path, LookUpText(kTexts.unableToWriteFile));
+  if (!saved && failures == Failures::Reported && !path.IsEmpty())
+    Warn(path, LookUpText(kTexts.unableToWriteFile));
   return saved;
 }
 

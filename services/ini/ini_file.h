@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "files/simple_file.h"
+#include "services/core/failures.h"
 #include "services/core/kor_text.h"
 #include "services/ini/ini_items.h"
 #include "services/ini/ini_lines.h"
@@ -39,15 +40,17 @@ class iniFile {
   }
 
   // False when the file could not be loaded: every item has its default then.
-  bool Read(const Filter& section = {}, const Filter& key = {}, bool report = false);
-  // Always true, also when saving failed, which is intended: a failure is reported when the flag is
-  // set, and LastSaveSucceeded tells. A file that can't be loaded is written as a new one.
-  bool Write(const Filter& section = {}, const Filter& key = {}, bool report = false);
+  bool Read(const Filter& section = {}, const Filter& key = {},
+            Failures failures = Failures::Silent);
+  // Always true, also when saving failed, which is intended: LastSaveSucceeded tells. A file that
+  // can't be loaded is written as a new one.
+  bool Write(const Filter& section = {}, const Filter& key = {},
+             Failures failures = Failures::Silent);
 
   // The steps of the two. The lines loaded here are used by the next Read or Write.
-  bool Load(bool report = false);
-  bool Save(bool report = false);
-  // Of the lines that Load has fetched.
+  bool Load(Failures failures = Failures::Silent);
+  bool Save(Failures failures = Failures::Silent);
+  // Looks in the lines that Load has fetched.
   bool HasSection(const KorText& name) { return lines.Find(name) != nullptr; }
 
   bool IsWritten() const { return written; } // Write was called

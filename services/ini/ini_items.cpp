@@ -52,7 +52,9 @@ void iniStruct::WriteTo(iniLines& lines) {
     *old = std::move(line);
     return;
   }
-  lines.InsertBelowHeader(found ? *found : lines.AddAtTop(sectionName, true), {std::move(line)});
+  lines.InsertBelowHeader(found ? *found
+                                : lines.AddAtTop(sectionName, iniLines::Header::BelowBlank),
+                          {std::move(line)});
 }
 
 void iniStruct::ReadFrom(iniLines& lines) {
@@ -73,7 +75,7 @@ void iniBlock::WriteTo(iniLines& lines) {
     lines.RemoveBody(*found);
     if (!lines.IsLast(*found)) lines.InsertBlank(*found);
   } else {
-    found = &lines.AddAtTop(SectionName(), false);
+    found = &lines.AddAtTop(SectionName(), iniLines::Header::OnTop);
     lines.InsertBlank(*found);
   }
   std::vector<KorText> block;

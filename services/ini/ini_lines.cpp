@@ -80,10 +80,10 @@ iniSection* iniLines::Find(const KorText& name) {
   return found == byHeader->end() ? nullptr : found->second;
 }
 
-iniSection& iniLines::AddAtTop(const KorText& name, bool blankBefore) {
+iniSection& iniLines::AddAtTop(const KorText& name, Header header) {
   iniSection& section = sections.emplace_front(u"[" + KorText(name) + u"]");
   section.body.swap(preamble);
-  if (blankBefore) preamble.emplace_back();
+  if (header == Header::BelowBlank) preamble.emplace_back();
   if (byHeader) (*byHeader)[Folded(section.header)] = &section;
   return section;
 }

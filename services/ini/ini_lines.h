@@ -53,9 +53,11 @@ class iniLines {
   // The first section whose whole header line is "[" + name + "]" without regard to case, or null.
   // Sections stay where they are until Clear.
   iniSection* Find(const KorText& name);
-  // A new section at the very top; blankBefore puts an empty line in front of its header. Lines
-  // that stood before the first header become lines of the new section.
-  iniSection& AddAtTop(const KorText& name, bool blankBefore);
+  // Where the header of a new section stands: on the first line, or below an empty one.
+  enum class Header { OnTop, BelowBlank };
+  // A new section at the very top. Lines that stood before the first header become lines of the new
+  // section.
+  iniSection& AddAtTop(const KorText& name, Header header);
   // Inserts the lines directly below the header. A line that starts with "[" begins a section of
   // its own, as it would for the next reader of the file.
   void InsertBelowHeader(iniSection& section, std::vector<KorText> lines);

@@ -72,18 +72,18 @@ TEST_F(ProgramPathsTest, WritesDefaultsBackWhenAsked) {
   app.Put(file, KorText::FromBytes(before));
   ASSERT_TRUE(paths.Load());
   EXPECT_EQ(Bytes(), before);
-  ASSERT_TRUE(paths.Load(true));
+  ASSERT_TRUE(paths.Load(ProgramPaths::Defaults::WrittenBack));
   const std::string after = Bytes();
   EXPECT_TRUE(after.starts_with("; mine\n[PROGRAM PATHS]\nProject=main/projects/\n")) << after;
   EXPECT_TRUE(after.ends_with("Shear NC=main/shearnc/\nMain=main/\nOther=1\n[X]\n")) << after;
   app.LimitWrites(0); // all folders are set now: nothing to write
-  ASSERT_TRUE(paths.Load(true));
+  ASSERT_TRUE(paths.Load(ProgramPaths::Defaults::WrittenBack));
   EXPECT_TRUE(app.Messages().empty());
 
   app.ClearFaults();
   app.Put(file, KorText::FromBytes(before));
   app.LimitWrites(0);
-  EXPECT_TRUE(paths.Load(true));
+  EXPECT_TRUE(paths.Load(ProgramPaths::Defaults::WrittenBack));
   EXPECT_TRUE(paths.WritingFailed());
   EXPECT_EQ(app.Messages().size(), 1u);
   EXPECT_EQ(Bytes(), before);
@@ -106,7 +106,7 @@ TEST_F(ProgramPathsTest, AMissingFileOrSectionIsACorruptInstallation) {
     app.RemoveFile(file);
     if (test.content) app.Put(file, test.content);
     app.SetApplicationPropertyPath(kStartInFolder, test.startIn);
-    EXPECT_EQ(paths.GetFolder(kCncFolder, false, true), u"");
+    EXPECT_EQ(paths.GetFolder(kCncFolder, {.quiet = true}), u"");
     EXPECT_TRUE(app.Messages().empty());
     EXPECT_EQ(paths.GetFolder(kCncFolder), u"");
     EXPECT_FALSE(paths.LoadOrReport());
@@ -124,12 +124,12 @@ TEST_F(ProgramPathsTest, MakesAFolderOnceAndTriesAgainAfterAFailure) {
   EXPECT_EQ(paths.GetFolder(kCncFolder), folder);
   EXPECT_FALSE(app.FolderExists(folder));
   app.Put(startIn + u"deep", u"a file in the way");
-  EXPECT_EQ(paths.GetFolder(kCncFolder, true), folder);
+  EXPECT_EQ(paths.GetFolder(kCncFolder, {.makeIfMissing = true}), folder);
   app.RemoveFile(startIn + u"deep");
-  EXPECT_EQ(paths.GetFolder(kCncFolder, true), folder);
+  EXPECT_EQ(paths.GetFolder(kCncFolder, {.makeIfMissing = true}), folder);
   EXPECT_TRUE(app.FolderExists(folder));
   app.RemoveFolder(folder);
-  paths.GetFolder(kCncFolder, true);
+  paths.GetFolder(kCncFolder, {.makeIfMissing = true});
   EXPECT_FALSE(app.FolderExists(folder)); // checked once
 }
 
@@ -137,7 +137,7 @@ TEST_F(ProgramPathsTest, JoinsTheSubFolderOfReportsWithItsOwnSeparator) {
   PutPaths(u"Reports=/r\n");
   paths.SetReportsSubFolder(u"2026");
   EXPECT_EQ(paths.GetFolder(kReportsFolder), u"/r//2026");
-  EXPECT_EQ(paths.GetFolder(kReportsFolder, false, false, true), u"/r/");
+  EXPECT_EQ(paths.GetFolder(kReportsFolder, {.noSubFolder = true}), u"/r/");
   EXPECT_EQ(paths.GetFolder(kMainFolder), startIn);
 }
 

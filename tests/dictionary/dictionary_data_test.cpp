@@ -68,7 +68,7 @@ TEST_F(ShippedDictionary, EveryNoteSaysHowLongTheTextMayBe) {
 
 TEST_F(ShippedDictionary, ItsExportGivesTheSameFilesBack) {
   ASSERT_TRUE(dictionary.Save());
-  ASSERT_TRUE(dictionary.Load(dictionary.Path(), TextHolder::kEditing, true));
+  ASSERT_TRUE(dictionary.Load(dictionary.Path(), TextHolder::kEditing, Failures::Reported));
   ASSERT_TRUE(dictionary.ExportXLIFF(app.Path(u"out")));
   for (const char16_t* code : kLanguages)
     EXPECT_TRUE(app.Content(app.Path(u"out/dictionary_" + KorText(code) + u".xlf")) ==

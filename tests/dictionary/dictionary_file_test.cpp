@@ -38,7 +38,7 @@ TEST_F(DictionaryFile, TheFormatPagesExampleIsWhatIsWrittenAndRead) {
   const auto examples = ReadByteExamples("dictionary.md", "dictionary");
   ASSERT_EQ(examples.size(), 1u);
   EXPECT_TRUE(app.Content(file) == KorText::FromBytes(examples[0]));
-  ASSERT_TRUE(dictionary.Load(file, 0, true));
+  ASSERT_TRUE(dictionary.Load(file, 0, Failures::Reported));
   EXPECT_EQ(dictionary.Text(48), u"Abbrechen");
 }
 
@@ -48,11 +48,11 @@ TEST_F(DictionaryFile, EditingModeKeepsEverythingAndRunModeOneTextPerNumber) {
   before.FindEntry(7)->carried = 77;
   ASSERT_TRUE(before.Save());
   const KorText saved = *app.Content(file);
-  ASSERT_TRUE(dictionary.Load(file, TextHolder::kEditing, true));
+  ASSERT_TRUE(dictionary.Load(file, TextHolder::kEditing, Failures::Reported));
   EXPECT_EQ(dictionary.FindEntry(7)->carried, 77U);
   ASSERT_TRUE(dictionary.Save());
   EXPECT_TRUE(app.Content(file) == saved);
-  ASSERT_TRUE(dictionary.Load(file, 0, true));
+  ASSERT_TRUE(dictionary.Load(file, 0, Failures::Reported));
   EXPECT_TRUE(dictionary.Entries().empty() && dictionary.Categories().empty());
   EXPECT_EQ(dictionary.Languages().size(), 2U);
   EXPECT_EQ(dictionary.Text(7), u"%s senden & <warten>");
@@ -60,17 +60,17 @@ TEST_F(DictionaryFile, EditingModeKeepsEverythingAndRunModeOneTextPerNumber) {
 
 TEST_F(DictionaryFile, ABareNameIsThatOfTheProgramFolderAndAMissingFileIsLocated) {
   ASSERT_TRUE(SaveSample(app.Path(u"program/diction.ary")));
-  ASSERT_TRUE(dictionary.Load(u"diction.ary", 0, true));
+  ASSERT_TRUE(dictionary.Load(u"diction.ary", 0, Failures::Reported));
   EXPECT_EQ(dictionary.Path(), app.Path(u"program/diction.ary"));
   ASSERT_TRUE(app.RenameFile(dictionary.Path(), app.Path(u"data/diction.ary")));
-  ASSERT_TRUE(dictionary.Load(u"diction.ary", 0, true));
+  ASSERT_TRUE(dictionary.Load(u"diction.ary", 0, Failures::Reported));
   EXPECT_EQ(dictionary.Path(), app.Path(u"data/diction.ary"));
 }
 
 TEST_F(DictionaryFile, LoadingAgainDiscardsWhatWasHeld) {
   ASSERT_TRUE(SaveSample(file));
-  ASSERT_TRUE(dictionary.Load(file, 0, true));
-  EXPECT_FALSE(dictionary.Load(app.Path(u"missing.ary"), 0, false));
+  ASSERT_TRUE(dictionary.Load(file, 0, Failures::Reported));
+  EXPECT_FALSE(dictionary.Load(app.Path(u"missing.ary"), 0, Failures::Silent));
   EXPECT_FALSE(dictionary.IsLoaded());
   EXPECT_FALSE(dictionary.FindText(48));
   EXPECT_TRUE(dictionary.Languages().empty());
@@ -90,7 +90,7 @@ TEST_F(DictionaryFile, OtherFilesAreRefusedWithTheReport) {
   for (const KorText& content : contents) {
     Put(content);
     app.ForgetReports();
-    EXPECT_FALSE(dictionary.Load(file, 0, true)) << content.Length();
+    EXPECT_FALSE(dictionary.Load(file, 0, Failures::Reported)) << content.Length();
     EXPECT_EQ(dictionary.Text(48), u"Cancel");
     ASSERT_EQ(app.Messages().size(), 1U);
     EXPECT_EQ(app.Messages()[0].info, u"Error Opening Specified Dictionary");
@@ -104,7 +104,8 @@ TEST_F(DictionaryFile, NoTruncationIsTakenForADictionary) {
     const KorText whole = *app.Content(file);
     for (std::size_t length = 0; length < whole.Length(); ++length) {
       Put(whole.Left(length));
-      EXPECT_FALSE(dictionary.Load(file, 0, false)) << length << " of " << whole.Length();
+      EXPECT_FALSE(dictionary.Load(file, 0, Failures::Silent))
+          << length << " of " << whole.Length();
       EXPECT_FALSE(dictionary.FindText(48));
     }
   }
@@ -117,7 +118,7 @@ TEST_F(DictionaryFile, NoChangedByteDoesHarmInEitherMode) {
       Put(whole.Left(at) + KorText(1, static_cast<char16_t>(whole[at] ^ change)) +
           whole.Mid(at + 1));
       for (const std::int32_t selector : {0, TextHolder::kEditing}) {
-        const bool loaded = dictionary.Load(file, selector, false);
+        const bool loaded = dictionary.Load(file, selector, Failures::Silent);
         EXPECT_EQ(loaded, dictionary.IsLoaded());
         // Nothing that a file of two kilobytes could not justify but for the table of numbers.
         EXPECT_LE(dictionary.TableLength(), TextEntry::kHighestNumber + 1U);
@@ -135,21 +136,21 @@ TEST_F(DictionaryFile, WhatIsTooLargeToBeOneIsRefused) {
   ASSERT_EQ(CompressFile(file, app.Path(u"small.ary")), FileResult::Success);
   for (const KorText& path : {file, app.Path(u"small.ary")})
     for (const std::int32_t selector : {0, TextHolder::kEditing})
-      EXPECT_FALSE(dictionary.Load(path, selector, false)) << path.ToUtf8();
+      EXPECT_FALSE(dictionary.Load(path, selector, Failures::Silent)) << path.ToUtf8();
   FillSample(dictionary, file);
   while (dictionary.Languages().size() <= TextHolder::kMostLanguages)
     dictionary.AddLanguage(SampleLanguage(u"xx", u"X", 1));
   ASSERT_TRUE(SaveAsDictionary(file, dictionary));
-  EXPECT_FALSE(dictionary.Load(file, TextHolder::kSourceTexts, false));
+  EXPECT_FALSE(dictionary.Load(file, TextHolder::kSourceTexts, Failures::Silent));
 }
 
 TEST_F(DictionaryFile, AReadErrorIsNoDictionary) {
   ASSERT_TRUE(SaveSample(file));
   app.LimitReads(100);
-  EXPECT_FALSE(dictionary.Load(file, 0, false));
+  EXPECT_FALSE(dictionary.Load(file, 0, Failures::Silent));
   app.ClearFaults();
   app.RefuseOpening(u"sample.ary");
-  EXPECT_FALSE(dictionary.Load(file, 0, false));
+  EXPECT_FALSE(dictionary.Load(file, 0, Failures::Silent));
 }
 
 // Older programs' entries end with the modification dates.
@@ -159,11 +160,11 @@ TEST_F(DictionaryFile, EntriesWithoutAnImportanceKeepTheDefault) {
   for (const std::size_t size : {20U, 24U, 62U, 66U}) // of the two records around it
     older[size] = static_cast<char>(older[size] - 4);
   Put(KorText::FromBytes(older));
-  ASSERT_TRUE(dictionary.Load(file, TextHolder::kEditing, true));
+  ASSERT_TRUE(dictionary.Load(file, TextHolder::kEditing, Failures::Reported));
   ASSERT_EQ(dictionary.Entries().size(), 1U);
   EXPECT_EQ(dictionary.Entries()[0].importance, 0);
   EXPECT_EQ(DateText(dictionary.Entries()[0].LatestModification()), u"2026-11-21");
-  ASSERT_TRUE(dictionary.Load(file, TextHolder::kSourceTexts, true));
+  ASSERT_TRUE(dictionary.Load(file, TextHolder::kSourceTexts, Failures::Reported));
   EXPECT_EQ(dictionary.Text(48), u"Cancel");
 }
 

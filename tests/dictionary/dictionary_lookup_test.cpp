@@ -27,13 +27,13 @@ TEST_F(DictionaryLookup, BuiltInTextsAnswerByNumberOnlyAndGiveWayToTheDictionary
   EXPECT_EQ(dictionary.Text(49), u"");
   EXPECT_FALSE(dictionary.FindText(1492));
   EXPECT_EQ(dictionary.TextRef(u"^1492"), u"");
-  ASSERT_TRUE(dictionary.Load(u"diction.ary", 0, true));
+  ASSERT_TRUE(dictionary.Load(u"diction.ary", 0, Failures::Reported));
   EXPECT_EQ(dictionary.Text(48), u"Abbrechen");
   EXPECT_EQ(dictionary.Text(1492), u"Continue");
 }
 
 TEST_F(DictionaryLookup, NumbersAndReferencesOutsideTheTableHaveNoText) {
-  ASSERT_TRUE(dictionary.Load(u"diction.ary", 0, true));
+  ASSERT_TRUE(dictionary.Load(u"diction.ary", 0, Failures::Reported));
   EXPECT_EQ(dictionary.TableLength(), 325U);
   for (const std::int32_t id : {-2147483647 - 1, -1, 0, 8, 325, 2147483647})
     EXPECT_FALSE(dictionary.FindText(id)) << id;
@@ -43,10 +43,10 @@ TEST_F(DictionaryLookup, NumbersAndReferencesOutsideTheTableHaveNoText) {
 }
 
 TEST_F(DictionaryLookup, ExpandReplacesWhatHasATextAndNothingElse) {
-  ASSERT_TRUE(dictionary.Load(u"diction.ary", TextHolder::kEditing, true));
+  ASSERT_TRUE(dictionary.Load(u"diction.ary", TextHolder::kEditing, Failures::Reported));
   dictionary.AddEntries({SampleEntry(1, u"see ^48", {})}); // what stands in a text stays
   ASSERT_TRUE(dictionary.Save());
-  ASSERT_TRUE(dictionary.Load(u"diction.ary", TextHolder::kSourceTexts, true));
+  ASSERT_TRUE(dictionary.Load(u"diction.ary", TextHolder::kSourceTexts, Failures::Reported));
   const struct {
     const char16_t *before, *after;
     bool replaced;
@@ -91,7 +91,7 @@ TEST_F(DictionaryLookup, TheSelectorPicksTheLanguage) {
       {-2, u"nl-NL", -1, u"Cancel", u"Call us."},
   };
   for (const Case& test : cases) {
-    ASSERT_TRUE(dictionary.Load(file, test.selector, true, test.request));
+    ASSERT_TRUE(dictionary.Load(file, test.selector, Failures::Reported, test.request));
     const std::string name = KorText(test.request).ToUtf8();
     EXPECT_EQ(dictionary.LanguageSelector(), test.chosen) << test.selector << name;
     EXPECT_EQ(dictionary.Text(48), KorText(test.text48)) << test.selector << name;

@@ -19,8 +19,8 @@ class DictionarySave : public ::testing::Test {
 
   KorText PhraseOnDisk() {
     TextHolder loaded;
-    return loaded.Load(file, TextHolder::kEditing, false) ? loaded.FindEntry(48)->phrase
-                                                          : KorText(u"(damaged)");
+    return loaded.Load(file, TextHolder::kEditing, Failures::Silent) ? loaded.FindEntry(48)->phrase
+                                                                     : KorText(u"(damaged)");
   }
 
   TestApp app;
@@ -54,7 +54,7 @@ TEST_F(DictionarySave, AsksBeforeItGoesOnWithoutABackup) {
 
 TEST_F(DictionarySave, OnlyWhatIsFullyLoadedIsSavedOrExported) {
   TextHolder run;
-  ASSERT_TRUE(run.Load(file, 0, true));
+  ASSERT_TRUE(run.Load(file, 0, Failures::Reported));
   EXPECT_FALSE(run.Save());
   EXPECT_FALSE(run.ExportHeader());
   EXPECT_FALSE(run.ExportXML(app.Path(u"x.xml")));

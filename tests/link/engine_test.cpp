@@ -611,10 +611,11 @@ TEST_F(EngineTest, ADelayThatEndsLeavesANewerOneAlone) {
   link.PutProgram(u"2.MPG", u"A\n");
   link.Start({}, u"transmit delay=2\n");
   // Due just before the first delay's end, in the same round of timers.
-  link.link->Timers().Create(u"request", 1.5, link.app.HighResolutionSeconds(), true, [this] {
-    link.link->Timers().Delete(u"request");
-    link.Ask("FH 2");
-  });
+  link.link->Timers().Create(u"request", 1.5, link.app.HighResolutionSeconds(), TimerState::Started,
+                             [this] {
+                               link.link->Timers().Delete(u"request");
+                               link.Ask("FH 2");
+                             });
   link.Ask("FH 1");
   link.After(2);
   EXPECT_EQ(link.Code(), 5);
@@ -952,10 +953,10 @@ TEST_F(EngineTest, ATraceThatFindsNoRoomToWaitEndsThereAndJobLinesAreStillKept) 
   header = link.app.Content(tracePath)->Length();
   int lines = 0;
   for (; told == 0 && lines < 1000000; ++lines)
-    log.Trace(KorText::Format(u"%i", lines), false);
+    log.Trace(KorText::Format(u"%i", lines), CommsLog::Repeated::Dropped);
   log.LogJob({LinkStatus::DownloadCompleted, u"job", {}, {}});
   writer.RunHere();
-  log.Trace(u"on", false); // into the one that was started since
+  log.Trace(u"on", CommsLog::Repeated::Dropped); // into the one that was started since
   writer.RunHere();
   EXPECT_EQ(told, 1);
   EXPECT_TRUE(link.app.Content(newerPath)->EndsWith(u") on\r\n"));
@@ -970,8 +971,9 @@ TEST_F(EngineTest, ARepeatedReplyIsTracedOnceAndRepeatedReceptionEachTime) {
   log.StartTrace(tracePath, LinkSettings(), CommsLog::Replace::OnlyLogs);
   writer.RunHere();
   header = link.app.Content(tracePath)->Length();
-  for (const bool force : {false, false, true, true})
-    log.Trace(u"same", force);
+  using enum CommsLog::Repeated;
+  for (const CommsLog::Repeated repeated : {Dropped, Dropped, Traced, Traced})
+    log.Trace(u"same", repeated);
   writer.RunHere();
   EXPECT_EQ(Traced(), (std::vector<KorText>{u"same", u"same", u"same"}));
   EXPECT_EQ(TraceStamp(3725.5, -0.125), u"01:02:05.500000 (-0.125000)");

@@ -106,7 +106,7 @@ class ControllerRunner : public ::testing::Test {
   Outcome RunFile(const KorText& file) {
     Session session(line, {});
     Runner runner(session, line, nullptr, settings, input, output, diagnostics);
-    const ParsedCommand parsed = ParseCommand({u"run", file}, false);
+    const ParsedCommand parsed = ParseCommand({u"run", file}, CommandSource::CommandLine);
     return runner.Run(parsed.command);
   }
   // Its path, in quotes.
@@ -115,7 +115,7 @@ class ControllerRunner : public ::testing::Test {
     return u"\"" + host.app.Path(name) + u"\"";
   }
   static std::string Obstacle(const std::vector<KorText>& words) {
-    return FindObstacle(ParseCommand(words, false).command);
+    return FindObstacle(ParseCommand(words, CommandSource::CommandLine).command);
   }
   bool Printed(const char* text) const { return output.str().find(text) != std::string::npos; }
 

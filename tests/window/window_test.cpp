@@ -546,7 +546,8 @@ TEST_F(Window, StandsWhereItStoodAsLargeAsItWas) {
 TEST_F(Window, TimersGoOnWhileAQuestionStandsThatCameWithOne) {
   Open();
   int looks = 0;
-  app->Timers().Create(u"look", 0.02, App().HighResolutionSeconds(), true, [&] { ++looks; });
+  app->Timers().Create(u"look", 0.02, App().HighResolutionSeconds(), TimerState::Started,
+                       [&] { ++looks; });
   std::function<void()> due = [&] {
     window->CallAfter([&] { looks = 0, Ask(window, LoopbackQuestion()); });
     pump->Stop();
@@ -564,7 +565,7 @@ TEST_F(Window, APostThatTheEndOvertakesStartsNoTimer) {
   std::vector<std::function<void()>> posts;
   TimerQueue timers;
   TimerPump ended(timers, [&](auto task) { posts.push_back(std::move(task)); });
-  timers.Create(u"soon", 1, App().HighResolutionSeconds(), true, [] {});
+  timers.Create(u"soon", 1, App().HighResolutionSeconds(), TimerState::Started, [] {});
   ended.End();
   ASSERT_FALSE(posts.empty());
   for (const auto& post : posts)

@@ -93,7 +93,7 @@ KorText Kordict::DictionaryPath() const {
 bool Kordict::LoadDictionary() {
   const KorText path = DictionaryPath();
   const bool mayLoad = options.dictionary.IsEmpty() || App().FileExists(path);
-  if (mayLoad && dictionary.Load(path, TextHolder::kEditing, false)) return true;
+  if (mayLoad && dictionary.Load(path, TextHolder::kEditing, Failures::Silent)) return true;
   out.complain(path + u": missing, damaged or no dictionary. Name it with -d, or make it with "
                       u"\"kordict build\".");
   return false;
@@ -135,7 +135,7 @@ bool Kordict::ReadTranslations(const std::vector<KorText>& files) {
 }
 
 bool Kordict::ReadTranslation(const KorText& file, bool mayDiffer) {
-  const ImportResult result = dictionary.ImportXLIFF(file, false, Progress());
+  const ImportResult result = dictionary.ImportXLIFF(file, Failures::Silent, Progress());
   for (const KorText& error : result.errors)
     out.complain(error);
   if (result.done) TellImported(file, result);

@@ -236,13 +236,13 @@ ParsedCommand ParseLine(std::u16string_view line) {
       break;
     }
   }
-  return ParseCommand(words, true);
+  return ParseCommand(words, CommandSource::Script);
 }
 
-ParsedCommand ParseExpectExit(const std::vector<KorText>& words, bool isScript) {
+ParsedCommand ParseExpectExit(const std::vector<KorText>& words) {
   const auto code = words.size() > 1 ? ParseCount(words[1], 255) : std::nullopt;
   if (!code || words.size() < 3) return {{}, "expect-exit takes an exit code and a command"};
-  ParsedCommand parsed = ParseCommand({words.begin() + 2, words.end()}, isScript);
+  ParsedCommand parsed = ParseCommand({words.begin() + 2, words.end()}, CommandSource::Script);
   parsed.command.exitCode = static_cast<int>(*code);
   return parsed;
 }
@@ -267,9 +267,10 @@ std::optional<std::uint64_t> ParseCount(const KorText& text, std::uint64_t limit
   return isGood ? std::optional(value) : std::nullopt;
 }
 
-ParsedCommand ParseCommand(const std::vector<KorText>& words, bool isScript) {
+ParsedCommand ParseCommand(const std::vector<KorText>& words, CommandSource source) {
+  const bool isScript = source == CommandSource::Script;
   if (words.empty()) return {{}, "no command"};
-  if (isScript && words[0].View() == kExpectExit) return ParseExpectExit(words, isScript);
+  if (isScript && words[0].View() == kExpectExit) return ParseExpectExit(words);
   const CommandWord* known = FindWord(words[0]);
   if (!known || (known->isScriptOnly && !isScript) || (isScript && known->kind == CommandKind::Run))
     return {{}, "unknown command \"" + words[0].ToUtf8() + "\""};

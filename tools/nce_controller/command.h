@@ -53,9 +53,11 @@ struct ParsedCommand {
   std::string error; // empty: good
 };
 
+enum class CommandSource { CommandLine, Script };
+
 // words: the command and what follows it. The commands that only make sense in a script are refused
-// unless isScript.
-ParsedCommand ParseCommand(const std::vector<KorText>& words, bool isScript);
+// unless they come from a script.
+ParsedCommand ParseCommand(const std::vector<KorText>& words, CommandSource source);
 
 struct ParsedScript {
   std::vector<Command> commands;

@@ -119,7 +119,7 @@ void AddJobOptions(CommandLine& line, Options& options) {
 KorText ReadCommand(const std::vector<KorText>& words, Options& options) {
   if (options.port.IsEmpty() == options.pseudoTerminal.IsEmpty())
     return u"name the line with either --port DEVICE or --pty LINK";
-  ParsedCommand parsed = ParseCommand(words, false);
+  ParsedCommand parsed = ParseCommand(words, CommandSource::CommandLine);
   options.command = std::move(parsed.command);
   return KorText::FromUtf8(parsed.error);
 }

@@ -363,7 +363,8 @@ FetchReport Session::Fetch(std::string_view number, const Progress& progress) {
 
 Verdict Session::FetchOnce(Transfer& transfer, FetchReport& report, const Progress& progress) {
   std::string reply;
-  Verdict verdict = RequestNumber(transfer.number, transfer.forms, transfer.reply, false);
+  Verdict verdict =
+      RequestNumber(transfer.number, transfer.forms, transfer.reply, Purpose::Download);
   if (verdict.IsDone()) verdict = Ask(">", reply);
   if (!verdict.IsDone()) return verdict;
   const std::string expected = ProgressText(transfer.reply);
@@ -376,11 +377,11 @@ Verdict Session::FetchOnce(Transfer& transfer, FetchReport& report, const Progre
 }
 
 Verdict Session::RequestNumber(std::string_view number, const NumberForms& forms,
-                               DownloadReply& reply, bool isForUpload) {
+                               DownloadReply& reply, Purpose purpose) {
   const Verdict verdict = RequestOnce(number, forms, reply);
   const bool isAnswered =
       verdict.IsDone() || (verdict.outcome == Outcome::Refused && !verdict.mayRetry);
-  const bool isEnough = verdict.IsDone() && !isForUpload;
+  const bool isEnough = verdict.IsDone() && purpose == Purpose::Download;
   if (!settings.verify || !isAnswered || isEnough) return verdict;
   const std::string first = lastReply;
   const Verdict again = RequestOnce(number, forms, reply);
@@ -437,7 +438,8 @@ Verdict Session::ReceiveFrame(std::string reply, Transfer& transfer, FetchReport
   std::string refused; // the good frame that was refused on purpose
   for (int refusals = 0;;) {
     DecodedFrame frame = DecodeFrame(reply);
-    if (frame.fault.empty() && toRefuse == 0) {
+    const bool isGood = frame.fault.empty();
+    if (isGood && toRefuse == 0) {
       if (!refused.empty() && reply != refused)
         return Verdict::Failed(Outcome::Fault, "a refused frame came again changed");
       if (!frame.block.ends_with('!'))
@@ -446,33 +448,43 @@ Verdict Session::ReceiveFrame(std::string reply, Transfer& transfer, FetchReport
       return {};
     }
     if (IsRefusal(reply)) return Rejected(reply, "a frame");
-    if (frame.fault.empty()) {
+    Verdict verdict;
+    if (isGood) {
       --toRefuse;
       refused = reply;
     } else {
-      transfer.isSuspect = true;
-      ++report.damagedFrames;
-      std::string dropped; // the rest of a frame that damage has cut in two
-      const Verdict verdict = Settle(dropped);
-      if (!verdict.IsDone()) return verdict;
-      if (HoldsEnd(dropped))
-        return Verdict::Failed(Outcome::Fault, "the last frame came damaged (" + frame.fault +
-                                                   ") and the host can't send it again");
+      verdict = SettleDamage(frame.fault, transfer, report);
     }
+    if (!verdict.IsDone()) return verdict;
     ++report.refusedFrames;
-    Verdict verdict = Put("<");
-    if (verdict.IsDone() && ++refusals == 3)
-      return Verdict::Failed(Outcome::Fault,
-                             "a frame was refused three times, the last time for: " +
-                                 (frame.fault.empty() ? "being told to" : frame.fault));
-    if (verdict.IsDone()) verdict = Get(reply);
-    const bool isSilence =
-        verdict.outcome == Outcome::TimedOut && verdict.mayRetry && settings.retries > 0;
-    if (!verdict.IsDone() && !isSilence) return verdict;
-    if (reply == kEndMark || reply == kPrompt)
-      return Verdict::Failed(Outcome::Fault,
-                             "the last frame was refused; the host can't send it again");
+    verdict = RefuseFrame(frame.fault, refusals, reply);
+    if (!verdict.IsDone()) return verdict;
   }
+}
+
+Verdict Session::SettleDamage(const std::string& fault, Transfer& transfer, FetchReport& report) {
+  transfer.isSuspect = true;
+  ++report.damagedFrames;
+  std::string dropped; // the rest of a frame that damage has cut in two
+  const Verdict verdict = Settle(dropped);
+  if (!verdict.IsDone() || !HoldsEnd(dropped)) return verdict;
+  return Verdict::Failed(Outcome::Fault, "the last frame came damaged (" + fault +
+                                             ") and the host can't send it again");
+}
+
+Verdict Session::RefuseFrame(const std::string& fault, int& refusals, std::string& reply) {
+  Verdict verdict = Put("<");
+  if (verdict.IsDone() && ++refusals == 3)
+    return Verdict::Failed(Outcome::Fault, "a frame was refused three times, the last time for: " +
+                                               (fault.empty() ? "being told to" : fault));
+  if (verdict.IsDone()) verdict = Get(reply);
+  const bool isSilence =
+      verdict.outcome == Outcome::TimedOut && verdict.mayRetry && settings.retries > 0;
+  if (!verdict.IsDone() && !isSilence) return verdict;
+  if (reply == kEndMark || reply == kPrompt)
+    return Verdict::Failed(Outcome::Fault,
+                           "the last frame was refused; the host can't send it again");
+  return {};
 }
 
 // A ">" that acknowledged a frame before "]" was read is answered with "UDL>" as it is; a "]" that

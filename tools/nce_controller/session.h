@@ -120,14 +120,19 @@ class Session {
   Verdict ListOnce(std::vector<DirectoryEntry>& entries);
 
   Verdict FetchOnce(Transfer& transfer, FetchReport& report, const Progress& progress);
+  enum class Purpose { Download, Upload };
   // Asks for a download. With verify, what rests on the answer alone - that there is no such
   // program, or the number of an upload - must be answered twice alike.
   Verdict RequestNumber(std::string_view number, const NumberForms& forms, DownloadReply& reply,
-                        bool isForUpload);
+                        Purpose purpose);
   Verdict RequestOnce(std::string_view number, const NumberForms& forms, DownloadReply& reply);
   Verdict ReceiveFrames(Transfer& transfer, FetchReport& report, const Progress& progress);
   Verdict ReceiveFrame(std::string reply, Transfer& transfer, FetchReport& report,
                        std::string& block);
+  // After a damaged frame: drops what is left of it. Fails when that held the end of the program.
+  Verdict SettleDamage(const std::string& fault, Transfer& transfer, FetchReport& report);
+  // Refuses a frame and gets what the host sends instead.
+  Verdict RefuseFrame(const std::string& fault, int& refusals, std::string& reply);
   Verdict FinishDownload(bool isFrameAcknowledged);
 
   Verdict SendOnce(std::string_view number, const std::vector<std::string>& blocks,

@@ -38,7 +38,7 @@ Verdict Session::SendOnce(std::string_view number, const std::vector<std::string
 Verdict Session::BeginUpload(std::string_view number) {
   const NumberForms forms(number);
   DownloadReply download;
-  Verdict verdict = RequestNumber(number, forms, download, true);
+  Verdict verdict = RequestNumber(number, forms, download, Purpose::Upload);
   // Found or not, the host knows the number now.
   const bool isKnown = verdict.outcome == Outcome::Refused && !verdict.mayRetry;
   if (!verdict.IsDone() && !isKnown) return verdict;

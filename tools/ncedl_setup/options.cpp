@@ -84,8 +84,8 @@ usage: ncedl-setup OPTION...
   --port COMn=ADDRESS    let COMn stand for a device server's port: rfc2217://HOST:PORT, which is
                          told rate, format and flow control, or tcp://HOST:PORT, with its own
   --language CODE        show texts in this language, such as de-DE; "system": in the system's
-  --list                 show configurations, serial ports, the serial devices that are really there,
-                         and the language, after all changes
+  --list                 show configurations, serial ports, the serial devices that are really
+                         there, and the language, after all changes
   --probe                with --list: connect to the device servers and show what they call
                          themselves; ports that a program here uses are left alone
   -h, --help             show this

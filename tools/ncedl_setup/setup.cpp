@@ -132,14 +132,15 @@ bool Setup::MakeSubFolders(const KorText& folder) {
   const KorText startIn = App().GetApplicationPropertyPath(kStartInFolder);
   App().SetApplicationPropertyPath(kStartInFolder, folder);
   ProgramPaths paths;
-  const bool loaded = paths.Load(true);
+  const bool loaded = paths.Load(ProgramPaths::Defaults::WrittenBack);
   App().SetApplicationPropertyPath(kStartInFolder, startIn); // List settles it anew
   if (!loaded) return Fail(folder + kPathsFileName + u" can't be read again");
   bool done = !paths.WritingFailed();
   if (!done) Fail(folder + kPathsFileName + u" can't be completed: " + SystemReason());
   for (int kind = 0; kind < kFolderKinds; ++kind) {
     if (kind == kSharedDataFolder || paths.GetFolder(kind).IsEmpty()) continue;
-    const KorText subFolder = paths.GetFolder(kind, true, true, true);
+    const KorText subFolder =
+        paths.GetFolder(kind, {.makeIfMissing = true, .quiet = true, .noSubFolder = true});
     if (App().FolderExists(subFolder)) continue;
     done = Fail(KorText::Format(
         u"the folder %s (%s) can't be made: %s. Make it, or change it in %s", subFolder,
@@ -184,8 +185,8 @@ bool Setup::SetLanguage() {
         u". The user's settings folder has to be writable, and no program may hold its lock");
   if (code.IsEmpty() || code.StartsWithNoCase(u"en")) return true; // the source texts are English
   TextHolder dictionary;
-  const bool loaded =
-      dictionary.Load(kProgramNames.dictionary, TextHolder::kChooseLanguage, false, code);
+  const bool loaded = dictionary.Load(kProgramNames.dictionary, TextHolder::kChooseLanguage,
+                                      Failures::Silent, code);
   if (!loaded) {
     Warn(u"the dictionary, diction.ary, can't be read, so that texts will be English. Put it "
          u"beside the "
