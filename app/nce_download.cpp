@@ -87,7 +87,7 @@ void NceProtocol::StartDownload() {
     opened = OpenProgram(MakePcFileName(begun.folder, begun.features));
   if (opened == NcProgram::Result::BeingWritten &&
       LookAgain(pcFilePath, [this] { exchange.DownloadNow(); })) {
-    Board().SetCount(0);
+    Board().SetBytesDone(0);
     EnterStatus(LinkStatus::DownloadWaiting);
     return;
   }
@@ -97,7 +97,7 @@ void NceProtocol::StartDownload() {
     return;
   }
   const auto size = static_cast<std::int64_t>(exchange.Program().FileSize());
-  Board().BeginCount(size);
+  Board().BeginBytes(size);
   EnterStatus(LinkStatus::DownloadPreparation);
   const std::int32_t number = numberText.ToInteger();
   // Intended: only the form without zeros carries the words.
@@ -164,9 +164,9 @@ void NceProtocol::SendFrameOrEnd() {
   frameText.clear();
   if (!block.empty()) {
     frameText = MakeFrame(block);
-    Board().AddCount(static_cast<std::int64_t>(block.size()) + 2);
+    Board().AddBytesDone(static_cast<std::int64_t>(block.size()) + 2);
     EnterStatus(LinkStatus::Downloading);
-    Board().SetProgress(Board().Count(), Board().Total());
+    Board().SetBar(Board().BytesDone(), Board().BytesTotal());
     exchange.Line().SendBytes(frameText);
   }
   if (!exchange.Program().AtEnd()) return;
@@ -180,8 +180,8 @@ void NceProtocol::SendFrameOrEnd() {
 }
 
 void NceProtocol::EndDownload() {
-  Board().SetCount(Board().Total());
-  Board().SetProgress(Board().Total(), Board().Total());
+  Board().SetBytesDone(Board().BytesTotal());
+  Board().SetBar(Board().BytesTotal(), Board().BytesTotal());
   EnterStatus(LinkStatus::DownloadCompleted);
   Reply(u"]");
   exchange.FinishTransfer();
@@ -217,7 +217,7 @@ void NceProtocol::LoadNextSequentialFile() {
   Board().SetFileName(path);
   exchange.Status().ShowTitle(numberText);
   const auto size = static_cast<std::int64_t>(exchange.Program().FileSize());
-  Board().BeginCount(size);
+  Board().BeginBytes(size);
   EnterStatus(LinkStatus::Downloading);
 }
 
@@ -231,7 +231,7 @@ void NceProtocol::OnRefuse() {
   if (Status() != LinkStatus::Downloading) return;
   if (frameIsOwed) return; // the last frame was accepted, and the next one is not there yet
   if (++nakCount >= kMostRefusals) {
-    Board().SetProgress(0, 0);
+    Board().SetBar(0, 0);
     EnterStatus(LinkStatus::DownloadErrors);
     exchange.FinishTransfer();
     return;

@@ -26,7 +26,7 @@ void NceProtocol::OnUploadRequest() {
     Reply(u"%% Unable to create file on Host Computer");
     return;
   }
-  Board().SetProgress(0, kUploadRange);
+  Board().SetBar(0, kUploadRange);
   exchange.Upload().Begin(UploadNote(false));
   Reply(
       KorText::Format(u"Upload from NCE  in progress. &TH %s", numberText)); // two blanks intended
@@ -56,13 +56,13 @@ void NceProtocol::OnUploadData(const KorText& line) {
     return;
   }
   exchange.Upload().Count(line.Length());
-  Board().SetProgress(std::min(Board().Count(), kUploadRange), kUploadRange);
+  Board().SetBar(std::min(Board().BytesDone(), kUploadRange), kUploadRange);
   Reply(u">");
 }
 
 void NceProtocol::OnUploadFailed() {
   exchange.Upload().Discard();
-  Board().SetProgress(0, 0);
+  Board().SetBar(0, 0);
   EnterStatus(LinkStatus::UploadErrors);
   Reply(u"<");
   exchange.FinishTransfer();
@@ -77,7 +77,7 @@ void NceProtocol::OnUploadEnd(const KorText& line) {
     OnUploadFailed();
     return;
   }
-  Board().SetProgress(0, 0);
+  Board().SetBar(0, 0);
   exchange.Status().Enter(LinkStatus::UploadCompleted, UploadNote(isCut));
   Reply(u">");
   exchange.FinishTransfer();

@@ -32,16 +32,16 @@ constexpr int kSmallWidth = 340, kSmallHeight = 200;
 StatusView ViewOf(LinkStatus code, std::int64_t bytes, std::int64_t size) {
   StatusFacts facts;
   facts.fileName = kProgram;
-  facts.count = bytes;
-  facts.total = size;
+  facts.bytesDone = bytes;
+  facts.bytesTotal = size;
   StatusView view;
   view.code = code;
   view.line = StatusText(code, facts, {});
   view.activity = ActivityOf(code);
   view.headline = StatusHeadline(code, facts.fileName, view.line);
   view.fileName = facts.fileName;
-  view.bytes = view.count = bytes;
-  view.size = view.range = size;
+  view.bytesDone = view.barPosition = bytes;
+  view.bytesTotal = view.barRange = size;
   view.lamps[kLampReceive] = view.lamps[kLampWrite] = IsTransfer(code);
   return view;
 }
@@ -241,7 +241,7 @@ void WindowScenes::ShowState(LinkStatus code, std::int64_t bytes, std::int64_t s
 void WindowScenes::AddJob(LinkStatus code, int number) {
   StatusFacts facts;
   facts.fileName = KorText::Format(u"%s00001%02i.MPG", kFolder, number);
-  facts.count = 2'086 * (number + 1);
+  facts.bytesDone = 2'086 * (number + 1);
   window->AddJob({code, StatusText(code, facts, {}), facts.fileName, App().LocalTime()});
 }
 

@@ -127,7 +127,7 @@ std::optional<EndedJob> JobOf(const KorText& line, const SystemTime& day) {
   EndedJob job{code, {}, fields[Name], *time, fields[Note], fields[Bytes].ToInteger64()};
   StatusFacts facts;
   facts.fileName = job.fileName;
-  facts.count = job.bytes;
+  facts.bytesDone = job.bytes;
   job.line = StatusText(code, facts, {});
   return job;
 }

@@ -87,7 +87,7 @@ void Exchange::End(LinkStatus downloadCode, LinkStatus uploadCode) {
   const bool running = StopDelay() || IsExchange(status.Code());
   upload.Discard();
   if (running) status.Enter(uploading ? uploadCode : downloadCode);
-  status.Board().SetProgress(0, 0);
+  status.Board().SetBar(0, 0);
   FinishTransfer();
 }
 
@@ -132,7 +132,7 @@ void Exchange::DelayDownload() {
   }
   App().DebugOutput(
       KorText::Format(u"Download delayed for %i second(s).\n", settings.transmitDelay));
-  status.Board().SetCount(0);
+  status.Board().SetBytesDone(0);
   status.Enter(LinkStatus::DownloadWaiting);
   Delay(settings.transmitDelay, [this] { DownloadNow(); });
 }
@@ -181,7 +181,7 @@ void Exchange::Send(const KorText& path) {
     status.Enter(LinkStatus::DownloadCantOpen);
     return;
   }
-  status.Board().BeginCount(size);
+  status.Board().BeginBytes(size);
   status.Enter(LinkStatus::Downloading);
   host.RememberPath(path);
   manual.Begin(EndDialog::Download, modelName + u"  " + path);
@@ -217,7 +217,7 @@ void Exchange::CompleteUpload() {
                        MessageStyle::Exclamation);
     return;
   }
-  status.Board().SetProgress(0, 0);
+  status.Board().SetBar(0, 0);
   status.Enter(upload.Commit() ? LinkStatus::UploadCompleted : LinkStatus::UploadErrors);
   FinishTransfer();
 }

@@ -50,12 +50,11 @@ void PlainProtocol::PollIdle() {
         std::min<std::int64_t>(exchange.Settings().baudrate.ToInteger() / 8 / 2, kLargestChunk);
     if (!exchange.Line().QueueCharacters(chunk)) return;
     const auto sent = static_cast<std::int64_t>(exchange.Line().SendPosition());
-    exchange.Status().Board().SetCount(sent);
-    exchange.Status().Board().SetProgress(sent,
-                                          static_cast<std::int64_t>(exchange.Line().SendLength()));
+    exchange.Status().Board().SetBytesDone(sent);
+    exchange.Status().Board().SetBar(sent, static_cast<std::int64_t>(exchange.Line().SendLength()));
     return;
   }
-  exchange.Status().Board().SetProgress(1, 1);
+  exchange.Status().Board().SetBar(1, 1);
   exchange.Status().Enter(LinkStatus::DownloadCompleted);
   exchange.FinishTransfer();
 }

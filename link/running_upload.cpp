@@ -21,7 +21,7 @@ bool RunningUpload::Open(const KorText& path) {
 }
 
 void RunningUpload::Begin(const KorText& newNote) {
-  status.Board().SetCount(0);
+  status.Board().SetBytesDone(0);
   note = newNote;
   moved = Now();
   standsStill = false;
@@ -29,13 +29,13 @@ void RunningUpload::Begin(const KorText& newNote) {
 }
 
 void RunningUpload::Count(std::size_t bytes) {
-  status.Board().AddCount(static_cast<std::int64_t>(bytes));
+  status.Board().AddBytesDone(static_cast<std::int64_t>(bytes));
   moved = Now();
   if (standsStill) ShowNote(false);
 }
 
 bool RunningUpload::Commit() {
-  if (file.IsOpen()) status.Board().SetCount(static_cast<std::int64_t>(file.Size()));
+  if (file.IsOpen()) status.Board().SetBytesDone(static_cast<std::int64_t>(file.Size()));
   return file.Commit();
 }
 

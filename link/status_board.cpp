@@ -38,21 +38,21 @@ void StatusBoard::SetLinkReason(const KorText& reason) {
   MarkChanged();
 }
 
-void StatusBoard::BeginCount(std::int64_t size) {
-  Keep(total, size);
-  SetCount(0);
-  SetProgress(0, size);
+void StatusBoard::BeginBytes(std::int64_t total) {
+  Keep(bytesTotal, total);
+  SetBytesDone(0);
+  SetBar(0, total);
 }
 
-void StatusBoard::SetProgress(std::int64_t position, std::int64_t range) {
-  Keep(progress, position);
-  Keep(progressRange, range);
+void StatusBoard::SetBar(std::int64_t position, std::int64_t range) {
+  Keep(barPosition, position);
+  Keep(barRange, range);
 }
 
 // Intended: an unexpected error shows as the file format error, and the job log gets both lines.
 void StatusBoard::FormLine() {
-  facts.count = count;
-  facts.total = total;
+  facts.bytesDone = bytesDone;
+  facts.bytesTotal = bytesTotal;
   line = StatusText(code, facts, line);
   if (code == LinkStatus::UnexpectedError) line = StatusText(LinkStatus::FormatError, facts, line);
 }
@@ -64,7 +64,7 @@ std::vector<EndedJob> StatusBoard::TakeJobs() {
   if (!EndsJob(code) || toldTime == timesSet) return jobs;
   toldTime = timesSet;
   FormLine();
-  const std::int64_t bytes = IsTransferEnd(code) ? facts.count : 0;
+  const std::int64_t bytes = IsTransferEnd(code) ? facts.bytesDone : 0;
   jobs.push_back({code, StatusText(code, facts, line), facts.fileName, {}, note, bytes});
   if (code == LinkStatus::UnexpectedError)
     jobs.push_back({LinkStatus::FormatError, line, facts.fileName, {}, note});
@@ -88,10 +88,10 @@ StatusView StatusBoard::TakeView() {
   view.activity = ActivityOf(now);
   view.headline = StatusHeadline(now, facts.fileName, line);
   view.note = note;
-  view.bytes = facts.count;
-  view.size = now == LinkStatus::Uploading ? 0 : facts.total;
-  view.count = progress;
-  view.range = progressRange;
+  view.bytesDone = facts.bytesDone;
+  view.bytesTotal = now == LinkStatus::Uploading ? 0 : facts.bytesTotal;
+  view.barPosition = barPosition;
+  view.barRange = barRange;
   for (std::size_t lamp = 0; lamp < kLampCount; ++lamp)
     view.lamps[lamp] = lamps[lamp];
   return view;

@@ -31,14 +31,14 @@ class StatusBoard {
   void SetFileName(const KorText& name);
   void SetMachine(const KorText& machine, bool serverRole);
   void SetLinkReason(const KorText& reason); // shown while there is no link
-  void SetCount(std::int64_t bytes) { Keep(count, bytes); }
-  void AddCount(std::int64_t bytes) { Keep(count, count + bytes); } // one thread at a time
-  std::int64_t Count() const { return count; }
-  std::int64_t Total() const { return total; }
-  // Nothing of so many bytes has been sent.
-  void BeginCount(std::int64_t size);
-  // The progress bar: position and range in bytes.
-  void SetProgress(std::int64_t position, std::int64_t range);
+  void SetBytesDone(std::int64_t bytes) { Keep(bytesDone, bytes); }
+  void AddBytesDone(std::int64_t bytes) { Keep(bytesDone, bytesDone + bytes); } // by one thread
+  std::int64_t BytesDone() const { return bytesDone; }
+  std::int64_t BytesTotal() const { return bytesTotal; }
+  // Begins a transfer of so many bytes, of which none is done.
+  void BeginBytes(std::int64_t total);
+  // Position and range of the progress bar.
+  void SetBar(std::int64_t position, std::int64_t range);
 
   void SetLamp(Lamp lamp, bool on) { Keep(lamps[lamp], on); }
 
@@ -70,10 +70,10 @@ class StatusBoard {
   Mutex mutex;
   std::atomic<LinkStatus> code{LinkStatus::Waiting};
   std::atomic<std::uint32_t> timesSet{0};
-  std::atomic<std::int64_t> count{0};
-  std::atomic<std::int64_t> total{0};
-  std::atomic<std::int64_t> progress{0};
-  std::atomic<std::int64_t> progressRange{0};
+  std::atomic<std::int64_t> bytesDone{0};
+  std::atomic<std::int64_t> bytesTotal{0};
+  std::atomic<std::int64_t> barPosition{0};
+  std::atomic<std::int64_t> barRange{0};
   std::array<std::atomic<bool>, kLampCount> lamps{};
   StatusFacts facts KOR_GUARDED_BY(mutex);
   KorText line KOR_GUARDED_BY(mutex);

@@ -35,14 +35,14 @@ struct StatusView {
   LinkStatus code = LinkStatus::NoLink;
   KorText line; // its text, unpadded; a window shows it padded to 70 characters
   LinkActivity activity = LinkActivity::NoLink;
-  KorText headline;       // the state in few words, for a large line
-  KorText reason;         // why there is no link, and what to do about it; while there is none
-  KorText note;           // what the user should know beside it; empty as a rule
-  KorText fileName;       // full name of the current file, as line has it where it names the file
-  std::int64_t bytes = 0; // sent or received so far
-  std::int64_t size = 0;  // bytes in all; 0 when that isn't known, as for an upload
-  std::int64_t count = 0; // bytes so far: the position of the progress bar
-  std::int64_t range = 0; // bytes in all; 0 when there is nothing to measure
+  KorText headline; // the state in few words, for a large line
+  KorText reason;   // why there is no link, and what to do about it; while there is none
+  KorText note;     // what the user should know beside it; empty as a rule
+  KorText fileName; // full name of the current file, as line has it where it names the file
+  std::int64_t bytesDone = 0;   // sent or received so far
+  std::int64_t bytesTotal = 0;  // 0 when that isn't known, as for an upload
+  std::int64_t barPosition = 0; // of the progress bar, from 0 to barRange
+  std::int64_t barRange = 0;    // 0 when there is nothing to measure
   std::array<bool, kLampCount> lamps{};
   friend bool operator==(const StatusView&, const StatusView&) = default;
 };

@@ -145,9 +145,9 @@ KorText StatusText(LinkStatus status, const StatusFacts& facts, const KorText& p
   case Named:
     return KorText::Format(u"%s %s", row.wording, facts.fileName);
   case Sent:
-    return KorText::Format(row.wording, facts.fileName, facts.count, facts.total);
+    return KorText::Format(row.wording, facts.fileName, facts.bytesDone, facts.bytesTotal);
   case Counted:
-    return KorText::Format(row.wording, facts.fileName, facts.count);
+    return KorText::Format(row.wording, facts.fileName, facts.bytesDone);
   case Machines:
     return KorText::Format(checksList ? kServerChecksList : row.wording, facts.machineName,
                            facts.peerName);

@@ -63,8 +63,8 @@ enum class LinkActivity { NoLink, Idle, Busy, Done, Cancelled, Failed };
 // What the status texts are filled with.
 struct StatusFacts {
   KorText fileName;
-  std::int64_t count = 0; // bytes sent, received or in the file
-  std::int64_t total = 0; // bytes of the download
+  std::int64_t bytesDone = 0;  // sent, received or in the file
+  std::int64_t bytesTotal = 0; // of the download
   KorText machineName = u"Machine";
   KorText peerName = u"Unknown";
   bool serverRole = false;

@@ -25,14 +25,14 @@ bool IsHeldByLine(const StatusView& view) {
 } // namespace
 
 void RateMeter::Update(const StatusView& view, double now) {
-  if (view.code != code || view.bytes < last) {
+  if (view.code != code || view.bytesDone < last) {
     *this = {};
     code = view.code;
-    count = last = view.bytes;
+    count = last = view.bytesDone;
     since = moved = now;
     return;
   }
-  if (view.bytes == last) {
+  if (view.bytesDone == last) {
     const double patience = IsHeldByLine(view) ? kHeldByLine : kHeldAnyway;
     pace.held = IsTransfer(view.code) && now - moved >= patience;
     return;
@@ -40,13 +40,13 @@ void RateMeter::Update(const StatusView& view, double now) {
   if (pace.held) since = moved; // the pause is not the line's speed
   pace.held = false;
   moved = now;
-  last = view.bytes;
+  last = view.bytesDone;
   const double passed = now - since;
   if (passed < kMeasure) return;
-  const double measured = static_cast<double>(view.bytes - count) / passed;
+  const double measured = static_cast<double>(view.bytesDone - count) / passed;
   const double before = pace.bytesPerSecond.value_or(measured);
   pace.bytesPerSecond = measured + (before - measured) * std::exp(-passed / kSmoothing);
-  count = view.bytes;
+  count = view.bytesDone;
   since = now;
 }
 
@@ -60,20 +60,20 @@ StatusWords TakeApart(const KorText& line, const KorText& fileName) {
 }
 
 KorText CountText(const StatusView& view) {
-  if (view.code == LinkStatus::Downloading && view.size > 0)
-    return KorText::Format(u"%i/%i", view.bytes, view.size);
-  return KorText::Format(u"%i bytes", view.bytes);
+  if (view.code == LinkStatus::Downloading && view.bytesTotal > 0)
+    return KorText::Format(u"%i/%i", view.bytesDone, view.bytesTotal);
+  return KorText::Format(u"%i bytes", view.bytesDone);
 }
 
 // Whether a share of the whole can be told: an upload's size isn't known beforehand.
 bool IsMeasurable(const StatusView& view) {
-  return view.code == LinkStatus::Downloading && view.size > 0;
+  return view.code == LinkStatus::Downloading && view.bytesTotal > 0;
 }
 
 KorText ShareText(const StatusView& view) {
   if (!IsMeasurable(view)) return {};
-  const std::int64_t most = view.size;
-  const double share = static_cast<double>(std::clamp<std::int64_t>(view.bytes, 0, most)) * 100;
+  const std::int64_t most = view.bytesTotal;
+  const double share = static_cast<double>(std::clamp<std::int64_t>(view.bytesDone, 0, most)) * 100;
   return KorText::Format(u"%i%%", static_cast<int>(share / static_cast<double>(most)));
 }
 
@@ -85,7 +85,8 @@ KorText RatePart(const Pace& pace) {
 
 KorText LeftPart(const StatusView& view, const Pace& pace) {
   if (!IsMeasurable(view) || pace.held || pace.bytesPerSecond.value_or(0) <= 0) return {};
-  const auto bytes = static_cast<double>(std::max<std::int64_t>(view.size - view.bytes, 0));
+  const auto bytes =
+      static_cast<double>(std::max<std::int64_t>(view.bytesTotal - view.bytesDone, 0));
   const double seconds = bytes / *pace.bytesPerSecond;
   if (seconds >= kLongestLeft) return {};
   return KorText::Format(LookUpText(kTexts.timeLeft), TimeText(seconds));

@@ -66,14 +66,14 @@ TEST_F(NceAppTest, ADownloadIsCountedFromItsStartToTheFilesSize) {
     link.Ask(sent == 0 ? "FH 1" : ">");
     if (sent == 0) link.Ask(">");
     link.After(0.2);
-    EXPECT_EQ(link.form.last.bytes, sent);
-    EXPECT_EQ(link.form.last.count, sent);
-    EXPECT_EQ(link.form.last.range, 247);
+    EXPECT_EQ(link.form.last.bytesDone, sent);
+    EXPECT_EQ(link.form.last.barPosition, sent);
+    EXPECT_EQ(link.form.last.barRange, 247);
   }
   EXPECT_EQ(link.Code(), 18);
   link.Ask("FH 1");
   link.After(0.2);
-  EXPECT_EQ(link.form.last.bytes + link.form.last.count, 0) << "of the one before";
+  EXPECT_EQ(link.form.last.bytesDone + link.form.last.barPosition, 0) << "of the one before";
 }
 
 TEST_F(NceAppTest, FeaturesChangedInADownloadTakeEffectWithTheNextOne) {

@@ -53,8 +53,8 @@ StatusView View(std::int32_t code, const char16_t* line, std::int64_t count = 0,
   StatusView view;
   view.code = static_cast<LinkStatus>(code);
   view.line = line;
-  view.count = count;
-  view.range = range;
+  view.barPosition = count;
+  view.barRange = range;
   return view;
 }
 
@@ -278,12 +278,12 @@ TEST_F(ConsoleTest, WhileAQuestionIsOpenOnlyAFewCommandsOvertakeIt) {
 TEST(StatusLineTest, PutsTheNumberFirstAndCutsTheFolderFirst) {
   StatusView down = View(12, u"Downloading /srv/nc/jobs/0000123.MPG - 51234 of 100000 bytes sent.");
   down.fileName = u"/srv/nc/jobs/0000123.MPG";
-  down.bytes = 51234;
-  down.size = 100000;
+  down.bytesDone = 51234;
+  down.bytesTotal = 100000;
   down.lamps[kLampWrite] = down.lamps[kLampXoffHold] = true;
   StatusView up = View(13, u"Uploading /srv/nc/0000007.MPG - 1234567 bytes received.");
   up.fileName = u"/srv/nc/0000007.MPG";
-  up.bytes = 1234567;
+  up.bytesDone = 1234567;
   StatusView done = View(18, u"Download Completed C:\\nc\\0000123.MPG - 100000 bytes");
   done.fileName = u"C:\\nc\\0000123.MPG";
   const Pace usual{960.0, false}, held{960.0, true}, crawling{0.01, false};
@@ -318,8 +318,8 @@ TEST(StatusLineTest, IsAsWideAsTheScreenInEveryScript) {
   EXPECT_EQ(ColumnsOf(u"転送 ab"), 7u);
   EXPECT_EQ(ColumnsOf(u"e\u0301\u200b\U0001F600"), 3u);
   StatusView view = View(12, u"");
-  view.bytes = 5;
-  view.size = 10;
+  view.bytesDone = 5;
+  view.bytesTotal = 10;
   view.lamps.fill(true);
   for (const char16_t* name :
        {u"/공장/日本語の長いプログラム名.MPG", u"/a/e\u0301e\u0301\U00020000x.MPG"}) {
@@ -341,7 +341,7 @@ TEST(StatusLineTest, MeasuresTheRateAndTellsAPauseFromASlowLine) {
   RateMeter meter;
   StatusView view = View(12, u"");
   const auto at = [&](double now, std::int64_t bytes) {
-    view.bytes = bytes;
+    view.bytesDone = bytes;
     meter.Update(view, now);
     return meter.Measured();
   };

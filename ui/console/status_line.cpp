@@ -70,7 +70,7 @@ KorText TransferText(const StatusView& view, const Pace& pace, std::size_t room)
   const KorText count = CountText(view);
   const std::size_t forName = room - std::min(room, ColumnsOf(count) + 1);
   const KorText bar =
-      IsMeasurable(view) ? ProgressBar(view.bytes, view.size, kBarWidth) : KorText();
+      IsMeasurable(view) ? ProgressBar(view.bytesDone, view.bytesTotal, kBarWidth) : KorText();
   std::vector<Part> parts{
       {CutRight(apart.name, forName), 0},
       {view.code == LinkStatus::Downloading ? u"Downloading" : u"Uploading", 5},

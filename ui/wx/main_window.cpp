@@ -363,8 +363,8 @@ void MainWindow::FitHeadline() {
 }
 
 void MainWindow::ShowProgress(const StatusView& view) {
-  const std::int64_t count = std::clamp<std::int64_t>(view.count, 0, view.range);
-  const int position = view.range > 0 ? static_cast<int>(count * kGaugeRange / view.range) : 0;
+  const std::int64_t at = std::clamp<std::int64_t>(view.barPosition, 0, view.barRange);
+  const int position = view.barRange > 0 ? static_cast<int>(at * kGaugeRange / view.barRange) : 0;
   if (gauge->GetValue() != position) gauge->SetValue(position);
   const wxString words = ToWx(TransferText(view, meter.Measured()));
   if (progressText->GetLabelText() == words) return;
