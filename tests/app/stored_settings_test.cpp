@@ -59,9 +59,7 @@ TEST_F(StoredSettingsTest, ARecordThatNamesNoComPortGivesWayWithAWarning) {
     link.form.RunPosted();
     EXPECT_EQ(link.link->Settings().port, u"COM1");
     EXPECT_EQ(link.link->Settings().baudrate, u"2400");
-    ASSERT_EQ(link.form.messages.size(), 1u);
-    EXPECT_EQ(link.form.messages[0].caption, u"Warning: Bad INI file load");
-    EXPECT_EQ(link.form.messages[0].text, u"Possible loss of settings");
+    EXPECT_EQ(link.form.OnlyMessage(), u"Warning: Bad INI file load: Possible loss of settings");
   });
 }
 
@@ -73,9 +71,9 @@ TEST_F(StoredSettingsTest, ADeviceThatIsNoComPortIsUsedOnceAndCostsNoOtherSettin
     Set(u"port", u"/dev/ttyUSB0");
     EXPECT_EQ(link.link->Settings().port, u"/dev/ttyUSB0");
     link.form.RunPosted();
-    ASSERT_EQ(link.form.messages.size(), 1u); // said while there is time to name the device
-    EXPECT_TRUE(link.form.messages[0].text.Contains(u"opens COM12 again"));
-    EXPECT_TRUE(link.form.messages[0].text.EndsWith(u"ncedl-setup --port COM12=/dev/ttyUSB0"));
+    const KorText said = link.form.OnlyMessage(); // while there is time to name the device
+    EXPECT_TRUE(said.Contains(u"opens COM12 again"));
+    EXPECT_TRUE(said.EndsWith(u"ncedl-setup --port COM12=/dev/ttyUSB0"));
     Set(u"baudrate", u"19200");
     link.form.messages.clear();
   });
@@ -169,8 +167,7 @@ TEST_F(StoredSettingsTest, WhileAnotherProgramKeepsThemTheyAreNotSaved) {
   const auto other = link.app.OpenFile(link.app.Path(u"settings/NCE.lock"), FileAccess::ReadWrite);
   Run([&](NceLink&) { Set(u"baudrate", u"19200"); });
   EXPECT_FALSE(link.app.Content(path));
-  ASSERT_EQ(link.form.messages.size(), 1u);
-  EXPECT_TRUE(link.form.messages[0].text.StartsWith(u"Another program keeps"));
+  EXPECT_TRUE(link.form.OnlyMessage().Contains(u": Another program keeps"));
 }
 
 TEST_F(StoredSettingsTest, ANameThatNoFileCanHaveIsSaidAtTheStart) {
@@ -181,8 +178,7 @@ TEST_F(StoredSettingsTest, ANameThatNoFileCanHaveIsSaidAtTheStart) {
     link.link->SetHandshake(false, false);
     link.link->Terminate();
     link.form.RunPosted();
-    ASSERT_EQ(link.form.messages.size(), 1u);
-    EXPECT_TRUE(link.form.messages[0].text.StartsWith(KorText(u"\"") + name + u"\""));
+    EXPECT_TRUE(link.form.OnlyMessage().Contains(KorText(u": \"") + name + u"\""));
     link.form.messages.clear();
   }
   EXPECT_TRUE(link.app.Messages().empty());

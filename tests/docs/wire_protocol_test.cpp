@@ -61,8 +61,7 @@ class Host {
 
   void Start() {
     link.Start(commandLine);
-    link.link->SetFeatures(features);
-    link.Run();
+    link.Do(&NCEApp::SetFeatures, features);
     link.port.TakeWritten();
   }
 

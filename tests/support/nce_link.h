@@ -2,7 +2,9 @@
 // polls.
 #pragma once
 
+#include <functional>
 #include <memory>
+#include <utility>
 
 #include "app/nce_app.h"
 #include "tests/support/fake_serial_port.h"
@@ -80,6 +82,12 @@ class NceLink {
     while (polls-- > 0 && link->Poll()) {
     }
     form.RunPosted();
+  }
+
+  // Has the user ask for something, and the link do it.
+  template <class Operation, class... Args> void Do(Operation operation, Args&&... args) {
+    std::invoke(operation, *link, std::forward<Args>(args)...);
+    Run();
   }
 
   // What the link sends in answer to bytes on the line.

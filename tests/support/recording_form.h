@@ -12,11 +12,6 @@ namespace kor {
 
 class RecordingForm : public FormDialog {
  public:
-  struct Message {
-    KorText caption, text;
-    MessageStyle style;
-  };
-
   void ShowStatus(const StatusView& view) override {
     if (statuses.empty() || statuses.back().line != view.line) statuses.push_back(view);
     last = view;
@@ -31,8 +26,8 @@ class RecordingForm : public FormDialog {
   void ShowSpecialButton() override { specialShown = true; }
   bool RunForm(FormDescription&) override { return false; }
   std::optional<KorText> ChooseFile(const FileChoice&) override { return chosen; }
-  void ShowMessage(const KorText& caption, const KorText& text, MessageStyle style) override {
-    messages.push_back({caption, text, style});
+  void ShowMessage(const KorText& caption, const KorText& text, MessageStyle) override {
+    messages.push_back(caption + u": " + text);
   }
   void Post(std::function<void()> task) override {
     const Lock lock(mutex);
@@ -55,6 +50,10 @@ class RecordingForm : public FormDialog {
     const Lock lock(mutex);
     return posted.size();
   }
+  // The message, where just one was shown; else how many there were.
+  KorText OnlyMessage() const {
+    return messages.size() == 1 ? messages[0] : KorText::Format(u"%u messages", messages.size());
+  }
   // The codes of the statuses shown, in order, without repeats.
   std::vector<std::int32_t> Codes() const {
     std::vector<std::int32_t> codes;
@@ -74,7 +73,7 @@ class RecordingForm : public FormDialog {
   std::map<EndDialog, bool> endDialogs;
   JobButtons buttons = JobButtons::Enabled;
   bool specialShown = false;
-  std::vector<Message> messages;
+  std::vector<KorText> messages; // each as "caption: text"
 
  private:
   Mutex mutex;
