@@ -2,13 +2,8 @@
 // the line, the disk and the system may do to it.
 #include <gtest/gtest.h>
 
-#include <poll.h>
 #include <signal.h>
-#include <sys/syscall.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <array>
 #include <functional>
 #include <memory>
 #include <regex>
@@ -181,21 +176,6 @@ TEST_F(ConsoleE2e, NoProgramWritesItsTextIntoTheFilesThatItOpens) {
   }
 }
 
-TEST_F(ConsoleE2e, AKilledUploadLeavesTheOldProgramAndTheNextStartCleansUp) {
-  support::WriteWholeFile(folders.Upload("7.MPG"), "OLD\n");
-  StartServing();
-  BeginUpload("7");
-  host->Signal(SIGKILL);
-  ASSERT_EQ(host->WaitForExit(), 128 + SIGKILL);
-  line->Abandon();
-  EXPECT_EQ(support::ReadWholeFile(folders.Upload("7.MPG")), "OLD\n");
-  EXPECT_EQ(folders.UploadNames().size(), 2U) << "the temporary file that the next start removes";
-  StartHost();
-  EXPECT_EQ(line->Exchange("XYZ"), kAlphabet);
-  Quit(); // the folder is cleared beside the serving
-  EXPECT_EQ(folders.UploadNames(), std::vector<std::string>{"7.MPG"});
-}
-
 // The system calls that make a stored program survive a power cut, in their order.
 TEST_F(ConsoleE2e, AnUploadIsSyncedThenRenamedThenItsFolderIsSynced) {
   line = std::make_unique<FarEnd>(folders.Line());
@@ -295,22 +275,6 @@ TEST_F(ConsoleE2e, ServesALineOverTheNetworkAndEndsWhileItsNameIsLookedUp) {
   Quit();
 }
 
-TEST_F(ConsoleE2e, SettingsOfNonsenseGiveDefaultsAndAreReplacedAtTheEnd) {
-  support::WriteWholeFile(folders.SettingsFile(), std::string("\0\xFF[Port Set\r\n=\n[", 16));
-  StartServing();
-  host->Type("settings");
-  EXPECT_TRUE(host->Expect("baudrate         2400\n"));
-  host->Type("set baudrate 19200");
-  EXPECT_TRUE(host->Expect("baudrate         19200\n"));
-  host->Signal(SIGKILL); // as the power goes: the change is kept
-  host->WaitForExit();
-  line->Abandon();
-  StartHost();
-  host->Type("settings");
-  EXPECT_TRUE(host->Expect("baudrate         19200\n"));
-  Quit();
-}
-
 TEST_F(ConsoleE2e, TheEnvironmentSwitchesDebugModesOnAndTheLogIsNamedAsTheSettings) {
   const std::string settings = "config/Velmora/Plenova 2026";
   support::WriteWholeFile(folders.Path(settings, "Debug.ini"), "[DEBUG_MODES]\nReg_Dateless\n");
@@ -321,35 +285,6 @@ TEST_F(ConsoleE2e, TheEnvironmentSwitchesDebugModesOnAndTheLogIsNamedAsTheSettin
   EXPECT_TRUE(
       support::ReadWholeFile(folders.Path(settings, "PRESS 2.log")).ends_with(" Download 2026"));
   Quit();
-}
-
-// A test run that is killed leaves no host that goes on trying its line: nor does the run's own
-// runner.
-TEST_F(ConsoleE2e, WhatATestStartsDiesWithIt) {
-  line = std::make_unique<FarEnd>(folders.Line());
-  std::array<int, 2> told{};
-  ASSERT_EQ(pipe(told.data()), 0);
-  const pid_t runner = fork();
-  if (runner == 0) {
-    if (fork() == 0) { // the test
-      StartHost();
-      const std::array<pid_t, 2> ids = {getpid(), host->Id()};
-      static_cast<void>(write(told[1], ids.data(), sizeof ids));
-    }
-    while (true)
-      pause();
-  }
-  std::array<pid_t, 2> started{};
-  ASSERT_EQ(read(told[0], started.data(), sizeof started), static_cast<ssize_t>(sizeof started));
-  pollfd ended{static_cast<int>(syscall(SYS_pidfd_open, started[1], 0)), POLLIN, 0};
-  ASSERT_GE(ended.fd, 0);
-  kill(runner, SIGKILL);
-  EXPECT_EQ(poll(&ended, 1, 10000), 1);
-  for (const pid_t id : started)
-    kill(id, SIGKILL);
-  waitpid(runner, nullptr, 0);
-  for (const int descriptor : {ended.fd, told[0], told[1]})
-    close(descriptor);
 }
 
 } // namespace

@@ -338,30 +338,6 @@ TEST_F(PosixServicesTest,
   EXPECT_EQ(claim->Write({&byte, 1}), 1u);
 }
 
-TEST_F(PosixServicesTest, ReadsPipesToTheirEndAndNothingElseWithoutALength) {
-  const std::string pipe = files.Path(u"pipe").ToUtf8();
-  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
-  for (const KorText& path : {files.Path(u"pipe"), KorText(u"/dev/null"), KorText(u"/dev/zero")})
-    EXPECT_EQ(files.OpenFile(path, FileAccess::Read), nullptr) << path.ToUtf8();
-  EXPECT_EQ(files.OpenFile(u"/dev/zero", FileAccess::Stream), nullptr);
-  std::uint8_t bytes[8];
-  files.SetLastError(0);
-  EXPECT_EQ(files.OpenFile(files.Path(u"pipe"), FileAccess::Stream)->Read(bytes), 0u);
-  EXPECT_NE(files.LastError(), 0u) << "nobody writes";
-  const auto reader = files.OpenFile(files.Path(u"pipe"), FileAccess::Stream);
-  const std::jthread writer([&] {
-    const auto end = files.OpenFile(files.Path(u"pipe"), FileAccess::Append);
-    const std::uint8_t text[] = {'a', 'b', 'c'};
-    for (const std::uint8_t& byte : text)
-      end->Write({&byte, 1});
-  });
-  files.SetLastError(0);
-  std::size_t count = 0;
-  while (count == 0) // until the writer has come
-    count = reader->Read(bytes);
-  EXPECT_EQ(count, 3u);
-}
-
 TEST_F(PosixServicesTest, TellsBeforehandWhatMayNotBeReplaced) {
   const KorText folder = files.Path(u"programs/");
   const auto native = [&](const char16_t* name) { return (folder + name).ToUtf8(); };
