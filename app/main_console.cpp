@@ -72,15 +72,16 @@ int Serve(const std::shared_ptr<Terminal>& terminal, const KorText& commandLine,
   return 0;
 }
 
-constexpr char16_t kHelp[] =
-    uR"(ncedl-console - serves an NCE controller on a serial line, with a terminal to watch and steer it
+constexpr char16_t kHelp[] = u"ncedl-console - serves an NCE controller on a serial line, "
+                             uR"(with a terminal to watch and steer it
 
 usage: ncedl-console [WORDS]
        ncedl-console -h | --help | --version
 
-WORDS, joined by blanks, name the settings: "ncedl-console PRESS 2" works with those of PRESS 2. With the
-word SIMULATION it simulates, with 500 it knows the names of that model. Without any the settings are
-those of NCE. "help" lists the commands once it runs; ncedl-setup prepares the folders and the port.)";
+WORDS, joined by blanks, name the settings: "ncedl-console PRESS 2" works with
+those of PRESS 2. With the word SIMULATION it simulates, with 500 it knows the
+names of that model. Without any the settings are those of NCE. "help" lists
+the commands once it runs; ncedl-setup prepares the folders and the port.)";
 
 } // namespace
 

@@ -39,10 +39,11 @@ constexpr char16_t kHelp[] = uR"(ncedl - serves an NCE controller on a serial li
 usage: ncedl [WORDS]
        ncedl -h | --help | --version
 
-WORDS, joined by blanks, name the settings: "ncedl PRESS 2" works with those of PRESS 2. With the word
-SIMULATION it simulates, with 500 it knows the names of that model. Without any the settings are those
-of NCE. A second start with the same words shows the window that is there. ncedl-setup prepares the
-folders and the port.)";
+WORDS, joined by blanks, name the settings: "ncedl PRESS 2" works with those of
+PRESS 2. With the word SIMULATION it simulates, with 500 it knows the names of
+that model. Without any the settings are those of NCE. A second start with the
+same words shows the window that is there. ncedl-setup prepares the folders and
+the port.)";
 
 constexpr char kNoDisplay[] =
     "ncedl: there is no display to show a window on; ncedl-console serves without one\n";

@@ -82,13 +82,13 @@ commands:
   export-xliff FOLDER    write dictionary_CODE.xlf for each language
   import-xliff XLIFF...  take over translations and show what is changed and new; all files or none
   header                 write textlib.h, the numbers under their names, beside the dictionary
-  check [XLIFF...]       look for missing translations, lost directives, names used twice, texts and
-                         names that are too long, and other quotation marks and signs than the
-                         language's; in the translation files, or in the dictionary
+  check [XLIFF...]       look for missing translations, lost directives, names used twice, texts
+                         and names that are too long, and other quotation marks and signs than
+                         the language's; in the translation files, or in the dictionary
 
 options:
-  -d, --dictionary FILE  the dictionary, this file and no other (default: diction.ary in this folder,
-                         else beside the program)
+  -d, --dictionary FILE  the dictionary, this file and no other (default: diction.ary in this
+                         folder, else beside the program)
   -l, --language CODE    get, find: this language only, such as de-DE
   --english XLIFF        build: where the files differ, the English texts of this one hold
   --add-language CODE=NAME[:LCID:CODEPAGE]
@@ -97,8 +97,8 @@ options:
   -h, --help             show this
       --version          show the version
 
-exit codes: 0 done; 1 no such text, or check has findings; 2 wrong command line; 3 a file is missing,
-damaged or wrong; 4 a file could not be written, and an older one is whole)";
+exit codes: 0 done; 1 no such text, or check has findings; 2 wrong command line; 3 a file is
+missing, damaged or wrong; 4 a file could not be written, and an older one is whole)";
 
 CommandLineAnswer ReadKordictOptions(const std::vector<KorText>& words, KordictOptions& options) {
   CommandLine line(u"kordict", kKordictHelp);

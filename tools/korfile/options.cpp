@@ -70,8 +70,9 @@ options:
                       one is complete
   -j, --threads N     work on N blocks at a time (as many as the processor runs at once)
       --contents      crc: of what a compressed file inflates to, instead of the file as it lies
-      --json          print one JSON object per file, also of one that is damaged or missing; "checksum"
-                      is always that of the bytes as they lie, "contentsChecksum" that of the contents
+      --json          print one JSON object per file, also of one that is damaged or missing;
+                      "checksum" is always that of the bytes as they lie, "contentsChecksum"
+                      that of the contents
   -q, --quiet         no progress bar and no report of success
   -h, --help          show this text
       --version       show the version

@@ -38,8 +38,9 @@ Commands
   wait-host S
   soak --seconds S [--upload N] [--folder DIR [--extension MPG]] [--no-read-back]
   run SCRIPT                                a command per line; "-": as they are typed
-Exit code: 0 done, 1 device or file to write, 2 usage or file to read, 3 refused by the host, 4 time-out, 5 protocol fault,
-6 comparison or expectation failed; 128 + number when a signal ended it.)";
+Exit code: 0 done, 1 device or file to write, 2 usage or file to read, 3 refused by the host,
+4 time-out, 5 protocol fault, 6 comparison or expectation failed; 128 + number when a signal
+ended it.)";
 
 KorText Wanted(std::u16string_view what) {
   return u"the value must be " + KorText(what);

@@ -91,10 +91,11 @@ usage: ncedl-setup OPTION...
   -h, --help             show this
   --version              show the version
 
-All of it is kept for the user that runs ncedl-setup: run it as the user that runs the program. To run it
-again does no harm.
+All of it is kept for the user that runs ncedl-setup: run it as the user that runs the program.
+To run it again does no harm.
 
-exit codes: 0 done; 1 something could not be done, and the message says what to do; 2 wrong command line)";
+exit codes: 0 done; 1 something could not be done, and the message says what to do;
+2 wrong command line)";
 
 CommandLineAnswer ReadSetupOptions(const std::vector<KorText>& words, SetupOptions& options) {
   CommandLine line(u"ncedl-setup", kSetupHelp);
