@@ -20,7 +20,7 @@ namespace kor {
 
 class BlockWorkers {
  public:
-  // False when the block's data is no good. Runs on several threads at once.
+  // Returns false when the block's data is no good. Steps run on several threads at once.
   using Step = bool (*)(std::span<const std::uint8_t> input, VoidBuffer& output);
 
   struct Room { // bytes of each worker's buffers
@@ -43,7 +43,8 @@ class BlockWorkers {
 
  private:
   enum class State { Idle, Started, Finished };
-  // The buffers change hands with the state, under the lock.
+  // The buffers belong to the owner or to the worker, as the state says. The state changes under
+  // the lock.
   struct Slot {
     VoidBuffer input, output;
     State state = State::Idle;

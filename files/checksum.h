@@ -1,6 +1,6 @@
 // FileCrc: the 64-bit file checksum. Polynomial x^64 + x^4 + x^3 + x + 1 in reflected form, least
-// significant bit first, register starting at 0, no final inversion. Beside it a count of the
-// bytes, modulo 2^32. Disk form (12 bytes): count, low half, high half, each a 32-bit little-endian
+// significant bit first, register starting at 0, no final inversion. A count of the bytes, modulo
+// 2^32, goes with it. Disk form (12 bytes): count, low half, high half, each a 32-bit little-endian
 // number.
 //
 // A value type: no locking. The free functions may be called from any thread.
@@ -21,12 +21,12 @@ struct FileCrc {
   friend bool operator==(const FileCrc&, const FileCrc&) = default;
 };
 
-// The ways to compute it; all give the same result. Fastest last.
+// The ways to compute the checksum, the fastest last. All give the same result.
 enum class CrcMethod { Bytewise, Slicing, Folding };
 
 // Folding needs the processor's carry-less multiplication; the others are always there.
 bool CrcMethodAvailable(CrcMethod method);
-// The register after the bytes. A method that is not available is replaced by Slicing.
+// Returns the register after the bytes. Slicing stands in for a method that is not available.
 std::uint64_t UpdateCrc(CrcMethod method, std::uint64_t crc, std::span<const std::uint8_t> bytes);
 
 } // namespace kor

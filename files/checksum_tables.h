@@ -9,7 +9,7 @@ namespace kor::crc {
 
 inline constexpr std::uint64_t kPolynomial = 0xD800000000000000; // reflected
 
-// The register after one more zero bit.
+// Returns the register after one more zero bit.
 constexpr std::uint64_t ShiftBit(std::uint64_t crc) {
   return (crc >> 1) ^ ((crc & 1) != 0 ? kPolynomial : 0);
 }
@@ -22,11 +22,11 @@ constexpr std::uint64_t PowerOfX(unsigned exponent) {
   return value;
 }
 
-// The register after the bytes, one at a time.
+// Returns the register after the bytes, taken one at a time.
 std::uint64_t UpdateBytewise(std::uint64_t crc, std::span<const std::uint8_t> bytes);
 
 bool CanFold();
-// Only when CanFold().
+// May be called only when CanFold().
 std::uint64_t UpdateFolding(std::uint64_t crc, std::span<const std::uint8_t> bytes);
 
 } // namespace kor::crc

@@ -65,21 +65,23 @@ class ClassRegistry {
   // The registry of the program.
   static ClassRegistry& Global();
 
-  // The texts and descriptions the entry refers to must outlive the registry. A number that is
-  // registered already keeps its first entry: debug warning and false.
+  // The texts and descriptions that the entry refers to must outlive the registry. A number that is
+  // registered already keeps its first entry; the call then gives a debug warning and returns
+  // false.
   bool Register(Entry entry);
-  // For a class with kClassId, Members() and a constructor without arguments.
+  // Registers a class that has kClassId, Members() and a constructor without arguments.
   template <class Class> bool Register(std::u16string_view name) {
     return Register({Class::kClassId, name, [] { return std::make_unique<Class>(); },
                      std::span<const MemberDescription>(Class::Members())});
   }
-  // Null for an unknown number.
+  // Returns null for an unknown number.
   const Entry* Find(std::uint64_t classId) const;
   std::unique_ptr<Storable> Create(std::uint64_t classId) const;
 
  private:
-  // A 16-way trie over the 64-bit number: one level per four bits, highest first. The first fifteen
-  // levels lead to a node, the last one to an entry; 0 means "none", numbers are counted from 1.
+  // The numbers are kept in a 16-way trie: one level per four bits, highest first. The first
+  // fifteen levels lead to a node, the last one to an entry; 0 means "none", numbers are counted
+  // from 1.
   struct Node {
     std::array<std::uint32_t, 16> next{};
   };

@@ -23,8 +23,8 @@ bool GoesOn(const CompressOptions& options, const SimpleFile& source, std::uint6
 
 constexpr BlockWorkers::Room kWholeBlocks = {kContainerBlock, kContainerBlock};
 
-// Moves blocks through the workers, in order. A fault in an earlier block comes before one in a
-// later block, however far ahead the reading was.
+// Moves blocks through the workers, in order. A fault in an earlier block is reported before one in
+// a later block, however far ahead the reading was.
 class BlockRun {
  public:
   BlockRun(SimpleFile& file, const CompressOptions& settings, std::size_t workers,

@@ -18,8 +18,8 @@
 
 namespace kor {
 
-// Bytes of the source done so far and in all; called on the calling thread. False cancels: the
-// result is FileResult::Failure.
+// Receives the bytes of the source that are done and those in all, on the calling thread. Returning
+// false cancels: the result is FileResult::Failure.
 using CompressProgress = std::function<bool(std::uint64_t done, std::uint64_t total)>;
 
 struct CompressOptions {
@@ -44,7 +44,7 @@ FileResult CompressFile(const KorText& source, const KorText& destination,
 // empty, and the destination holds what came before the fault: its owner discards it.
 FileResult DecompressFile(SimpleFile& source, SimpleFile* destination, VoidBuffer* output,
                           const CompressOptions& options = {});
-// From path to path, with the same care for the destination as CompressFile.
+// Inflates from path to path, with the same care for the destination as CompressFile.
 FileResult DecompressFile(const KorText& source, const KorText& destination,
                           OpenWait wait = OpenWait::No, const CompressOptions& options = {});
 

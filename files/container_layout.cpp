@@ -161,8 +161,8 @@ FileResult ReadSignature(SimpleFile& source, int& year, ContainerFault* fault) {
   return Fail(fault, FileResult::WrongKind, 0, 0, u"not a compressed file");
 }
 
-// A length beyond the limit is corrupt although a block that couldn't be compressed might, in
-// principle, have come out longer: no writer stores one.
+// A length beyond the limit is corrupt. A block that can't be compressed might come out longer, but
+// no writer stores one.
 FileResult ReadBlockLength(SimpleFile& source, std::uint64_t block, std::uint32_t& length,
                            ContainerFault* fault) {
   const std::uint64_t offset = source.Position();

@@ -20,9 +20,10 @@ inline constexpr std::size_t kContainerBlock = VoidBuffer::kChunkSize; // bytes 
 inline constexpr std::size_t kBlockLengthSize = 4;
 using Signature = std::array<std::uint8_t, kSignatureSize>;
 
-// Format 2004 or 2005.
+// Returns the signature of the format 2004 or 2005.
 const Signature& ContainerSignature(int year);
-// Tolerant comparison: 0 identical, 1 another file or only the year differs, -1 damaged.
+// Returns 0 for identical signatures, 1 for another file or when only the year differs, and -1 for
+// a damaged signature.
 int CompareSignature(const Signature& header, const Signature& with);
 // Whether an open file that stands at its start begins with exactly one of the signatures. Moves
 // the position.
@@ -39,11 +40,11 @@ struct ContainerFault {
 // Fills the fault when there is one to fill, and returns the result.
 FileResult Fail(ContainerFault* fault, FileResult result, std::uint64_t block, std::uint64_t offset,
                 const char16_t* reason);
-// The same where the system refused: keeps App().LastError().
+// Does the same where the system refused, and keeps App().LastError().
 FileResult FailSystem(ContainerFault* fault, FileResult result, std::uint64_t block,
                       std::uint64_t offset, const char16_t* reason);
 
-// FileResult::Failure for want of memory.
+// Fails with FileResult::Failure for want of memory.
 FileResult FailMemory(ContainerFault* fault, std::uint64_t block, std::uint64_t offset);
 
 // Reads the signature at the position.
@@ -65,13 +66,13 @@ struct ContainerInfo {
   std::uint64_t inflated = 0; // bytes in all
 };
 
-// The layout of an open compressed file, without inflating anything. After a fault the info holds
-// what came before it. The position is back at the start afterwards.
+// Describes the layout of an open compressed file without inflating anything. After a fault the
+// info holds what came before the fault. The position is back at the start afterwards.
 FileResult DescribeContainer(SimpleFile& source, ContainerInfo& info,
                              ContainerFault* fault = nullptr);
 
-// What an open compressed file inflates to, as far as it is whole; 0 when it is not compressed. The
-// position is back at the start afterwards.
+// Returns how many bytes an open compressed file inflates to, as far as it is whole; 0 when it is
+// not compressed. The position is back at the start afterwards.
 std::uint64_t InflatedSize(SimpleFile& source);
 
 } // namespace kor

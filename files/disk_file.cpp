@@ -10,8 +10,8 @@
 namespace kor {
 namespace {
 
-// Larger moves bypass the block cache, in pieces of this size so that progress and cancel still
-// work.
+// Larger moves bypass the block cache. They go in pieces of this size, so that progress and cancel
+// still work.
 constexpr std::uint64_t kDirectPiece = 0x100000;
 
 constexpr std::uint32_t kNoInstance = 0xFFFFFFFF; // a reference to no object
@@ -200,8 +200,8 @@ void DiskFile::MoveTo(std::uint64_t target) {
   SetLimit();
 }
 
-// At the logical position, whatever record is open. The block has been started, and
-// there is no error. Nothing moves when not all bytes are there.
+// Reads at the logical position, whatever record is open. The block has been started, and there is
+// no error. Nothing moves when not all bytes are there.
 bool DiskFile::ReadRaw(std::uint8_t* to, std::uint64_t length) {
   if (StreamPosition() > Size() || length > Size() - StreamPosition()) {
     SetError(kErrorShortRead);
@@ -604,8 +604,8 @@ bool DiskFile::ReadText(KorText& text) {
   return true;
 }
 
-// The length of the text that comes next, checked against what is left of the record before anyone
-// takes memory for it.
+// Reads the length of the text that comes next and checks it against what is left of the record,
+// before anyone takes memory for it.
 bool DiskFile::TextUnits(std::uint64_t& units) {
   std::uint32_t count = 0;
   if (!Transfer(count)) return false;

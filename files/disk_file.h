@@ -47,10 +47,10 @@ enum RecordError : std::uint32_t {
   kErrorSizeBeyondEnd = 512, // a size field lies at or beyond the end of the file
   kErrorCancelled = 2048,    // through the ProgressInfo
 };
-// The flags in words, separated by ", ".
+// Returns the flags in words, separated by ", ".
 KorText DescribeRecordErrors(std::uint32_t flags);
 
-// What an error report asks beneath its text, by the dictionary's number.
+// The question beneath an error report, by the number of its text.
 enum class ErrorQuestion : int { None = 0, Continue = 1492, Retry = 3909 };
 
 // What the header of a file says.
@@ -96,14 +96,14 @@ class DiskFile : public KorFile {
   bool Open(std::uint32_t mode, OpenWait wait = OpenWait::No,
             Compression compression = Compression::No, FileResult* result = nullptr) override;
   bool Close() override;
-  // KorFile's, after the last block; gives the file up when the stream has an error.
+  // Writes the last block and commits the file; gives the file up when the stream has an error.
   bool Commit() override;
 
-  // Hands the block cache to the file: MemoryBytes is complete then. False when the stream has an
-  // error.
+  // Hands the block cache to the file, so that MemoryBytes is complete. False when the stream has
+  // an error.
   bool FlushRecords();
 
-  // First thing after opening. Writes the header, or reads it and checks the file type.
+  // Writes the header, or reads it and checks the file type. This comes first after opening.
   bool TransferHeader();
   bool IsWriting() const { return (Mode() & kFileWrite) != 0; }
   bool HasSecondSize() const { return secondSize; } // read from the header, as the next three are
@@ -127,11 +127,11 @@ class DiskFile : public KorFile {
     std::unique_ptr<Storable> object; // reading with the create flag
     explicit operator bool() const { return open; }
   };
-  // Writing: opens a record of the class. Reading: opens the next one; a class other than classId
-  // (0: any) or, with the create flag, one that the registry does not know is skipped where that is
-  // allowed, else an error.
+  // Writing opens a record of the class, reading opens the next one. A class other than classId (0:
+  // any) or, with the create flag, a class that the registry does not know is skipped where that is
+  // allowed; elsewhere it is an error.
   BegunRecord BeginRecord(std::uint32_t classId, bool create = false, bool skipAllowed = false);
-  // Patches the sizes, or moves to the record's end. Nothing when no record is open.
+  // Patches the sizes, or moves to the record's end. Does nothing when no record is open.
   void EndRecord();
   std::size_t RecordDepth() const { return records.size(); }
   std::uint64_t BytesLeft() const; // of the record that is being read
@@ -139,17 +139,19 @@ class DiskFile : public KorFile {
     return blockOffset + static_cast<std::size_t>(at - block);
   }
 
-  // An object that exists, as a record of its class. False when a file that is being read lacks it.
+  // Moves an object that exists, as a record of its class. False when a file that is being read
+  // lacks it.
   bool TransferObject(Storable& object) { return TransferAs(object, object.ClassId()); }
-  // Of any registered class, which reading creates; null when there is none or it was skipped.
-  // Writing null does nothing.
+  // Moves an object of any registered class. Reading creates the object, and gives null when there
+  // is none or it was skipped. Writing null does nothing.
   template <class T> bool TransferNewObject(std::unique_ptr<T>& object, bool skipAllowed = false);
-  // The part of an object that is its base class's, as a record of the base class. A file that ends
-  // before it is a cut one: an error.
+  // Moves the base class's part of an object, as a record of the base class. A file that ends
+  // before that record was cut off, which is an error.
   template <class Base> bool TransferBase(Base& object);
-  // The described members, in order.
+  // Moves the described members, in order.
   void TransferMembers(Storable& object, std::span<const MemberDescription> members);
-  // An object that others share: written once per stream, then referred to by class and checksum.
+  // Moves an object that others share. It is written once per stream, then referred to by class and
+  // checksum.
   template <class T> void CachedInstance(std::shared_ptr<T>& reference);
 
   // --- Fields ------------------------------------------------------------------------------------
@@ -160,16 +162,16 @@ class DiskFile : public KorFile {
   bool Transfer(KorText& text);
   bool Transfer(CalendarDate& date); // reading: what is no date becomes none
   bool Transfer(void* buffer, std::uint64_t length);
-  // Elements: numbers, texts, dates, objects (T derived from Storable, or unique_ptr of such).
+  // The elements may be numbers, texts, dates or objects (T derived from Storable, or a unique_ptr
+  // of such).
   template <class T> bool Transfer(std::vector<T>& list);
   bool CompatibleDword(std::uint64_t& value); // 4 bytes in narrow files, 8 in wide ones
   bool CompatibleInt(std::int64_t& value);
-  // A fixed number between groups of fields; reading anything else in its place is an error.
+  // Moves a fixed number between groups of fields; reading anything else in its place is an error.
   bool SectionMark();
   bool SkipText(); // reading: passes over a text
-  // Writing: writes the count. Reading: the count, or nothing when the record has none; a count
-  // whose elements, of at least leastBytes each, can't be in what is left of the record is an
-  // error.
+  // Writes the count, or reads it; nothing when the record has none. A count whose elements, of at
+  // least leastBytes each, can't be in what is left of the record is an error.
   std::optional<std::uint32_t> TransferCount(std::size_t count, std::size_t leastBytes);
 
  private:
@@ -179,7 +181,7 @@ class DiskFile : public KorFile {
     std::uint64_t sizeB = 0, positionB = 0;
     std::uint64_t end = 0; // of what may be read
   };
-  // Class number and checksum: count, low, high.
+  // The key of a shared object: class number, then the checksum's count, low and high half.
   using InstanceKey = std::tuple<std::uint32_t, std::uint32_t, std::uint32_t, std::uint32_t>;
 
   std::uint64_t SizeWidth() const { return format.wideSizes ? 8 : 4; }
@@ -219,9 +221,10 @@ class DiskFile : public KorFile {
   template <class T> bool TransferElement(T& element);
   template <class T> static constexpr std::size_t LeastBytes();
 
-  // The block cache; first, for the inline paths. Reading: at and limit bound what may be taken at
-  // once. Writing: from block to at are bytes not yet written, limit is the block's end. Both are
-  // equal whenever the slow path has to look: block exhausted, record ended, error, not begun.
+  // The block cache stands first, for the inline paths. While reading, at and limit bound what may
+  // be taken at once. While writing, the bytes from block to at are not yet written, and limit is
+  // the block's end. at equals limit whenever the slow path has to look: the block is exhausted,
+  // the record has ended, there is an error, or nothing has begun.
   std::uint8_t* at = nullptr;
   std::uint8_t* limit = nullptr;
   bool writing = false;
@@ -257,7 +260,7 @@ struct RecordFileOptions {
 // Reads the object of a file. False when the file can't be opened, holds no object of that class,
 // or has an error; the object's stored fields are then what they were before.
 bool LoadObject(const KorText& path, Storable& object, const RecordFileOptions& options = {});
-// Writes it, beside the file and renamed over it when complete.
+// Writes the object beside the file, which it replaces when it is complete.
 bool SaveObject(const KorText& path, Storable& object, const RecordFileOptions& options = {});
 
 // --- Inline parts ---

@@ -73,8 +73,8 @@ bool KorFile::CommitPart() {
   OsFiles& files = App().Files();
   const KorText part = WorkingPath();
   if (compressOnCommit) return CompressFile(part, safeTarget) == FileResult::Success;
-  // While it is open it is locked, and nobody takes it for abandoned; but not every system renames
-  // an open file.
+  // Rename the part while it is open: it is locked then, and nobody takes it for abandoned. Not
+  // every system renames an open file.
   bool renamed = files.Rename(part, safeTarget);
   if (!renamed) {
     KeepWorkingFile();
@@ -111,8 +111,8 @@ std::size_t RemoveAbandonedParts(OsFiles& files, const KorText& folder) {
       std::count_if(entries->begin(), entries->end(), [&](const FileEntry& entry) {
         if (entry.info.isFolder) return false;
         const KorText path = prefix + entry.name;
-        // The writer's lock: it can't be had while a living process holds the file. Held here while
-        // removing, so that no new writer gets the file.
+        // This is the writer's lock, which can't be had while a living process holds the file. Hold
+        // it while removing, so that no new writer gets the file.
         auto lock = files.Open(path, FileAccess::Claim);
         if (!lock || (!lock->IsHeld() && !IsOlderThanADay(entry.info))) return false;
         if (files.Remove(path)) return true;

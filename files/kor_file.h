@@ -19,25 +19,26 @@ class KorFile : public SimpleFile {
   // Opens for writing beside the target, in the target's folder. The target is neither touched nor
   // created before Commit. The new file keeps the target's permissions, owner and group as far as
   // the system allows it. A symbolic link stays: the target is the file that it leads to, whether
-  // or not that exists yet. Every write goes to the operating system at once, so
-  // that a full disk shows by a short write; a caller that writes many small pieces turns the write
-  // cache on. The mode is kFileWrite with any of the text bits. Compression is done by Commit.
-  // False also when the target can't be replaced (OsFiles::CanReplace).
+  // or not that exists yet. Every write goes to the operating system at once, so that a full disk
+  // shows by a short write; a caller that writes many small pieces turns the write cache on. The
+  // mode is kFileWrite with any of the text bits. Compression is done by Commit. The result is also
+  // false when the target can't be replaced (OsFiles::CanReplace).
   bool OpenSafe(std::uint32_t mode = kFileWrite, Compression compression = Compression::No);
-  // Flush, disk, rename over the target, disk for the folder. False when anything failed, also an
-  // earlier write: the older target is whole then and nothing else is left. Closes in either case.
+  // Flushes, syncs the file, renames it over the target and syncs the folder. False when anything
+  // failed, also an earlier write: the older target is whole then and nothing else is left. Closes
+  // in either case.
   virtual bool Commit();
   // Gives up what was written. Closes.
   void Discard();
   // Gives up a safe write, as Discard does.
   bool Close() override;
   bool IsSafe() const { return safe; }
-  // A link that bears the file's name is itself the target of a safe write, and gone after it:
-  // nothing outside the file's folder is touched. Not with compression. To be called before
-  // OpenSafe.
+  // Makes a link that bears the file's name itself the target of a safe write: the link is gone
+  // afterwards, and nothing outside the file's folder is touched. Call it before OpenSafe, and not
+  // with compression.
   void ReplaceLinks() { followsLinks = false; }
-  // An existing target is claimed by OpenSafe, until Commit: whoever has it open for writing would
-  // go on writing into what is replaced. Not with compression. To be called before OpenSafe.
+  // Has OpenSafe claim an existing target until Commit: whoever has the target open for writing
+  // would go on writing into what is replaced. Call it before OpenSafe, and not with compression.
   void HoldTarget() { holdsTarget = true; }
 
  private:

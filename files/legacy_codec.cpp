@@ -56,8 +56,8 @@ void CopyTo(VoidBuffer& output, std::size_t at, std::span<const std::uint8_t> by
   if (count > 0) std::memcpy(output.Data() + at, bytes.data(), count);
 }
 
-// The count is the number at the version byte, which is its lowest byte, and belongs to what is
-// copied from behind it; the overlap is how these buffers were always read.
+// The count is the number that begins at the version byte, so that byte is both its lowest byte and
+// the version. The overlap is how these buffers were always read.
 void DecodeStored(std::span<const std::uint8_t> encoded, VoidBuffer& output) {
   std::uint8_t number[4] = {};
   const std::span<const std::uint8_t> rest = encoded.subspan(kVersionAt);

@@ -1,6 +1,6 @@
-// The older in-memory encoding of buffers: runs of zeros and a fixed table of byte sequences. Only
-// decoded, for data that was stored long ago; nothing writes it. docs/formats/legacy-buffer.md has
-// the layout in bytes.
+// The older in-memory encoding of buffers: runs of zeros and a fixed table of byte sequences. It is
+// only decoded, for data that was stored long ago; nothing writes it. docs/formats/legacy-buffer.md
+// has the layout in bytes.
 //
 // Pure function but for the warnings; any thread.
 #pragma once

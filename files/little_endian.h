@@ -24,7 +24,7 @@ template <class Unsigned> constexpr Unsigned ReverseBytes(Unsigned value) {
   return reversed;
 }
 
-// Integers and IEEE 754 reals.
+// Loads an integer or an IEEE 754 real.
 template <class Number> inline Number LoadLe(const std::uint8_t* from) {
   static_assert(std::is_arithmetic_v<Number>);
   typename UnsignedOfWidth<sizeof(Number)>::Type raw;
@@ -50,7 +50,7 @@ inline void StoreLe32(std::uint8_t* to, std::uint32_t value) {
   StoreLe(to, value);
 }
 
-// Runs of UTF-16 units.
+// Stores a run of UTF-16 units.
 inline void StoreUnitsLe(std::uint8_t* to, const char16_t* from, std::size_t count) {
   if constexpr (std::endian::native == std::endian::little) {
     if (count != 0) std::memcpy(to, from, count * sizeof(char16_t));
@@ -60,7 +60,7 @@ inline void StoreUnitsLe(std::uint8_t* to, const char16_t* from, std::size_t cou
   }
 }
 
-// Units whose bytes were read as they lie in a file, in place.
+// Turns units whose bytes were read as they lie in a file into numbers, in place.
 inline void UnitsFromLe(char16_t* units, std::size_t count) {
   if constexpr (std::endian::native == std::endian::big)
     for (std::size_t i = 0; i < count; ++i)

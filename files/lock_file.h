@@ -20,14 +20,14 @@ enum class LockAnswer : std::int32_t { Cancel = 2, Retry = 4 };
 struct LockAsker {
   // Shows the question with the buttons retry and cancel.
   std::function<LockAnswer(const KorText& heading, const KorText& message)> ask;
-  // The busy state: on during the protocol, off while a question is shown. May be empty.
+  // Shows the busy state: on during the protocol, off while a question is shown. May be empty.
   std::function<void(bool busy)> setBusy;
 };
 
 // Takes the lock of the file: makes the lock file and writes the user's name into it (the operating
 // system's when none is given). Returns the closed file object that names the lock file, or null.
 // Without an asker, a lock that can't be had ends in null at once; with one, the user is asked
-// until it can or until he gives up.
+// until the lock can be had or until the user gives up.
 std::unique_ptr<SimpleFile> LockFile(const KorText& name, const LockAsker* asker,
                                      const KorText& extension = u".LOK",
                                      const KorText& userName = {});

@@ -15,11 +15,11 @@ namespace kor {
 
 using OptionalPath = std::optional<std::u16string_view>;
 
-// Negative, 0 or positive: the difference of the first pair of characters that differs, -1 when a
-// ends first or is absent, 1 when b is. Two absent paths are equal.
+// Returns the difference of the first pair of characters that differs, -1 when a ends first or is
+// absent, and 1 when b does or is. Two absent paths are equal.
 int ComparePaths(OptionalPath a, OptionalPath b);
 
-// "C:" of a drive path, "//server" of a network path, else empty.
+// Returns "C:" for a drive path, "//server" for a network path, and an empty text for any other.
 KorText GetPathRoot(std::u16string_view path);
 
 // Whether the path is in the long-path notation, which must not be stored; with the flag, a debug
@@ -41,11 +41,11 @@ KorText RelToAbsPath(const KorText& path, OptionalPath base = std::nullopt,
 
 // Each of / \ + ? * | < > : " becomes "_".
 KorText MakeValidFileName(const KorText& name);
-// The same, and without dots at the end. The user is told of a change unless quiet.
+// Does the same and also removes dots at the end. The user is told of a change unless quiet.
 KorText MakeValidFileName(const KorText& name, bool quiet);
 
-// The path with what follows the last "." of its file name replaced, "." included; a name without
-// one gets the extension appended.
+// Replaces the last "." of the path's file name and what follows it; a name without one gets the
+// extension appended.
 KorText ReplaceExtension(const KorText& path, const KorText& extension);
 
 } // namespace kor

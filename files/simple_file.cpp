@@ -215,8 +215,8 @@ SimpleFile::Prepared SimpleFile::PrepareCompressedWrite(std::uint32_t mode, File
   result = FileResult::DestinationUnwritable;
   targetExisted = App().FileExists(name);
   if (targetExisted && HasBits(mode, kFileNew)) return Prepared::Failed;
-  // Proves that the target can be written without emptying it: it keeps its contents until the new
-  // ones are complete.
+  // Open the target for update, which proves that it can be written and does not empty it: it keeps
+  // its contents until the new ones are complete.
   if (!App().OpenFile(name, FileAccess::ReadWrite)) return Prepared::Failed;
   workingPath = App().GetTemporaryFilename();
   workingPathTemporary = true;

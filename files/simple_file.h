@@ -51,40 +51,41 @@ class SimpleFile {
   SimpleFile& operator=(const SimpleFile&) = delete;
 
   const KorText& Name() const { return name; }
-  // Only while closed; an open file keeps its name and gives false.
+  // Names another file. An open file keeps its name and gives false.
   bool SetName(const KorText& path);
 
-  // False when already open, when the name is empty, when the mode is 0, or when it fails; the
-  // result code tells why a compressed file could not be read. OpenWait::Yes tries for 5 s, and
-  // then an empty file opened for reading, or for update, counts as not there yet: another process
-  // may have created it and not written it so far. Compression::Yes inflates a compressed file and
-  // reads a plain one as it is; what is written is compressed over the target by Close, which is
-  // when the older target is replaced. Compression is not for update or appending. A compressed
-  // file is read from memory, a very large one from a temporary file. In memory, a text file's
-  // first four bytes are gone after Open whatever its mark: stored files rely on it. A file shorter
-  // than the 26 bytes of a signature can't be opened with compression.
+  // Returns false when the file is open already, when the name is empty, when the mode is 0, or
+  // when opening fails; the result code tells why a compressed file could not be read.
+  // OpenWait::Yes tries for 5 s, and then an empty file opened for reading, or for update, counts
+  // as not there yet: another process may have created it and not written it so far.
+  // Compression::Yes inflates a compressed file and reads a plain one as it is; what is written is
+  // compressed over the target by Close, which is when the older target is replaced. Compression is
+  // not for update or appending. A compressed file is read from memory, a very large one from a
+  // temporary file. In memory, a text file's first four bytes are gone after Open whatever its
+  // mark: stored files rely on it. A file shorter than the 26 bytes of a signature can't be opened
+  // with compression.
   virtual bool Open(std::uint32_t mode, OpenWait wait = OpenWait::No,
                     Compression compression = Compression::No, FileResult* result = nullptr);
   // False when cached bytes, the disk or the compression failed. A closed file gives false.
   virtual bool Close();
 
   bool IsOpen() const { return openMode != 0; }
-  // Open and without a failed write since.
+  // Whether the file is open and no write has failed since.
   bool IsGood() const { return IsOpen() && !writeFailed; }
   std::uint32_t Mode() const { return openMode; }
   TextEncoding Encoding() const { return encoding; }
   bool IsCompressed() const { return compressed; }
-  // The last Open or ReadAll failed only for want of memory.
+  // Whether the last Open or ReadAll failed only for want of memory.
   bool LackedMemory() const { return lackedMemory; }
   std::uint64_t Position() const { return position; } // bytes from the start
   std::uint64_t Size() const { return size; }         // bytes; grows with writes past the end
   bool AtEnd() const { return position >= size; }
 
-  // Bytes read; fewer than asked for at the end of the file or after a failure. The destination is
-  // cleared first.
+  // Returns the bytes read: fewer than asked for at the end of the file or after a failure. The
+  // destination is cleared first.
   std::size_t Read(std::span<std::uint8_t> to);
-  // Bytes taken; fewer than given when the disk took fewer. Bytes that the write cache took can
-  // still fail later: Flush and Close tell.
+  // Returns the bytes taken: fewer than given when the disk took fewer. Bytes that the write cache
+  // took can still fail later; Flush and Close tell.
   std::size_t Write(std::span<const std::uint8_t> from);
   // The new position: offset, or size - offset when it counts from the end. A closed file, or a
   // target before the start of a file on disk, keeps its position.
@@ -92,9 +93,9 @@ class SimpleFile {
   // Hands cached bytes to the operating system; a log calls it after each line. False when it
   // failed.
   bool Flush();
-  // Flush, and then to the disk itself.
+  // Flushes, and then hands the bytes to the disk itself.
   bool Sync();
-  // Without the write cache every failing write shows at once. To be called before the first write.
+  // Without the write cache every failing write shows at once. Call this before the first write.
   void UseWriteCache(bool use) { writeCacheAllowed = use; }
 
   // --- Text --------------------------------------------------------------------------------------
@@ -103,13 +104,13 @@ class SimpleFile {
   // more than `longest` bytes comes back cut, just longer than that, and its rest follows as the
   // next.
   bool ReadLine(KorText& line, std::size_t longest = KorText::kNone);
-  // In the file's encoding. False when not all bytes were taken.
+  // Writes in the file's encoding. False when not all bytes were taken.
   bool WriteText(std::u16string_view text);
   template <class... Args> bool Print(std::u16string_view format, const Args&... args) {
     return WriteText(KorText::Format(format, args...));
   }
-  // From the position to the end of the file; std::nullopt when it can't be read in full, or when
-  // there is no memory for it.
+  // Reads from the position to the end of the file; std::nullopt when that can't be read in full,
+  // or when there is no memory for it.
   std::optional<std::vector<std::uint8_t>> ReadAll();
 
   // --- Checksum ----------------------------------------------------------------------------------
@@ -127,7 +128,7 @@ class SimpleFile {
   // the same, with a debug warning.
   bool AttachMemory(std::uint32_t mode, VoidBuffer& callers);
   bool InMemory() const { return memory != nullptr; }
-  // What the memory file holds, up to its size.
+  // Returns what the memory file holds, up to its size.
   std::span<const std::uint8_t> MemoryBytes() const;
   std::size_t MemoryCapacity() const { return memory ? memory->Capacity() : 0; }
 
@@ -173,7 +174,7 @@ class SimpleFile {
   void StartMemory(std::uint32_t mode, VoidBuffer& bytes);
 
   bool SeekHandle(std::uint64_t target);
-  // Some of the bytes that follow the position, which stays; empty at the end of the file.
+  // Returns some of the bytes that follow the position, which stays; none at the end of the file.
   std::span<const std::uint8_t> Peek();
   void Skip(std::size_t bytes);
   bool TakeLine(std::string& raw, std::size_t longest);

@@ -2,7 +2,8 @@
 // system makes up while it is read, in a temporary file, where they can be read like any other's. A
 // source that has a length stays where it is.
 //
-// For tools: it waits for what comes. One thread; the temporary file goes with the object.
+// It is for tools, since it waits for what comes. One thread uses it; the temporary file goes with
+// the object.
 #pragma once
 
 #include <functional>
@@ -21,10 +22,10 @@ class SpooledFile {
   SpooledFile(const SpooledFile&) = delete;
   SpooledFile& operator=(const SpooledFile&) = delete;
 
-  // Success also for a source that can't be opened: whoever opens the path is told why. Failure: it
-  // was given up.
+  // Success also for a source that can't be opened: whoever opens the path is told why. Failure
+  // when goesOn said no.
   FileResult Result() const { return result; }
-  // What to read: the source itself, or the temporary file.
+  // The file to read: the source itself, or the temporary file.
   const KorText& Path() const { return path; }
 
  private:

@@ -35,7 +35,7 @@ class Storable {
   // Closes the record that the object's fields were moved in.
   virtual void EndRecord(DiskFile& file);
 
-  // Unsaved changes: a count that is 0 while there are none.
+  // Counts unsaved changes: 0 while there are none.
   virtual void MarkChanged() { ++changes; }
   virtual std::int32_t UnmarkChanged() { return changes > 0 ? --changes : changes; }
   virtual std::int32_t ChangeCount() const { return changes; }

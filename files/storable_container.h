@@ -40,11 +40,13 @@ class StorableContainer : public Storable {
   StorableContainer(const StorableContainer&) = delete;
   StorableContainer& operator=(const StorableContainer&) = delete;
 
-  // A failed load leaves the stored fields as they were.
+  // Loads the file. A failed load leaves the stored fields as they were.
   bool Load(const KorText& asked, const LockAsker* parent = nullptr, std::uint32_t flags = 0);
-  // Beside the file and renamed over it: the file is the old one or the new one, whatever happens.
+  // Writes beside the file and renames over it: the file is the old one or the new one, whatever
+  // happens.
   bool Save(const KorText& asked, const LockAsker* parent = nullptr, std::uint32_t flags = 0);
-  // With a parent, the user is told of a failure; non-zero flags choose the text for editing.
+  // Takes the lock. With a parent, the user is told of a failure; non-zero flags choose the text
+  // for editing.
   bool Lock(const KorText& asked, const LockAsker* parent, std::uint32_t flags = 0);
   bool Unlock();
   // alreadyLocked: whether the caller holds the lock; set when it was taken here, for the caller to
@@ -71,7 +73,7 @@ class StorableContainer : public Storable {
   virtual void FirstHook() {}
   virtual void LoadBegins(const KorText&) {}
   virtual void SecondHook() {}
-  // Without a path: no. Without a time stamp: whether the file exists.
+  // Without a path the answer is no; without a time stamp it is whether the file exists.
   virtual bool FileChangedOnDisk() const;
 
  private:

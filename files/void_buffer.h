@@ -38,19 +38,21 @@ class VoidBuffer {
   std::span<std::uint8_t> Bytes() { return {memory.get(), size}; }
   std::span<const std::uint8_t> Bytes() const { return {memory.get(), size}; }
 
-  // Exactly this many bytes of memory, more or less than now (then the size is cut). False when the
-  // memory is not to be had; nothing changes then.
+  // Takes exactly this many bytes of memory, more or less than now; with less, the size is cut.
+  // False when the memory is not to be had; nothing changes then.
   bool SetCapacity(std::size_t bytes);
-  // At least this many.
+  // Takes at least this many bytes of memory.
   bool Reserve(std::size_t bytes) { return bytes <= capacity || SetCapacity(bytes); }
   // Changes the size, growing the memory when needed. New bytes are undefined, or 0 when cleared.
   bool Resize(std::size_t bytes, bool clear = false);
-  // Nothing but zeros. Memory is taken only as it is touched, where the system works that way.
+  // Makes the buffer nothing but zeros. Memory is taken only as it is touched, where the system
+  // works that way.
   bool ResizeZeroed(std::size_t bytes);
   bool Append(std::span<const std::uint8_t> bytes);
   void Clear() { size = 0, lacksMemory = false; } // keeps the memory
   void Free();
-  // Whether growing this buffer, or filling it by an operation below, failed for that; until Clear.
+  // Whether growing this buffer, or filling it by an operation below, has failed for want of memory
+  // since Clear.
   bool LacksMemory() const { return lacksMemory; }
 
   // Compresses into a type-1 piece, or a type-2 one from 32 MiB of source on (from 2 GiB on with
@@ -58,20 +60,20 @@ class VoidBuffer {
   // destination, when it fails.
   static bool Compress(std::span<const std::uint8_t> source, VoidBuffer& destination, bool large,
                        int level = kDefaultLevel);
-  // Always a type-1 piece; sources of 0xFFFFFFFF bytes and more are refused, and so is one that
-  // comes out longer than the largest result.
+  // Compresses into a type-1 piece only. Sources of 0xFFFFFFFF bytes and more are refused, and so
+  // is one that comes out longer than the largest result.
   static bool Compress32(std::span<const std::uint8_t> source, VoidBuffer& destination, int level,
                          std::size_t largest = static_cast<std::size_t>(-1));
   // Restores a piece of either type. False when the bytes are no compressed piece or are damaged;
   // the destination is empty then. A length that the data cannot produce (zlib expands at most
   // 1032:1) is refused before any memory is taken for it.
   static bool Decompress(std::span<const std::uint8_t> source, VoidBuffer& destination);
-  // Only a type-1 piece, of at most the largest result.
+  // Restores a type-1 piece only, of at most the largest result.
   static bool Decompress32(std::span<const std::uint8_t> source, VoidBuffer& destination,
                            std::size_t largest = static_cast<std::size_t>(-1));
   // Whether zlib data of this many bytes can inflate to the length.
   static bool CanInflateTo(std::size_t bytes, std::uint32_t length);
-  // Decompress in place; on failure the buffer stays as it was.
+  // Restores in place; on failure the buffer stays as it was.
   bool Decompress();
 
  private:
