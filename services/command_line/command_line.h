@@ -2,10 +2,9 @@
 // what it can't make sense of.
 //
 // Options are "--name", "--name VALUE", "--name=VALUE" and, where there is a letter for them, "-n"
-// and
-// "-n VALUE"; behind "--" nothing is an option. "-h", "--help" and "--version" are known to all:
-// they end the reading, so that what else stands there is not judged. Lives as long as one reading,
-// one thread.
+// and "-n VALUE"; behind "--" nothing is an option. "-h", "--help" and "--version" are known to
+// all: they end the reading, so that nothing behind them is judged. An object lives as long as one
+// reading, on one thread.
 #pragma once
 
 #include <functional>
@@ -18,13 +17,13 @@
 
 namespace kor {
 
-// What reading came to.
+// What reading the arguments came to.
 struct CommandLineAnswer {
   enum class Kind { GoOn, Show, Wrong };
   Kind kind = Kind::GoOn;
   KorText text; // help or version, or what is wrong; empty to go on
 
-  // Prints or complains; the exit code to end with, or none to go on.
+  // Prints or complains, and returns the exit code to end with, or none to go on.
   std::optional<int> Tell(const ToolOutput& output) const;
 };
 
@@ -45,12 +44,12 @@ class CommandLine {
   // what: such as "a folder", for "--main needs a folder".
   void Value(std::u16string_view names, std::u16string_view what, Take take);
   void Value(std::u16string_view names, std::u16string_view what, KorText& to);
-  // What is no option. Without this call there may be none.
+  // Takes the words that are no options. Without this call there may be none.
   void Words(Take take) { takeWord = std::move(take); }
-  // The first word and all that follows are words, however they look.
+  // Takes the first word and all that follows for words, however they look.
   void EndOptionsAtFirstWord() { endsAtWord = true; }
 
-  // check has the last word on options that are right one by one.
+  // check judges options that are right one by one.
   CommandLineAnswer Read(const std::vector<KorText>& words, const Check& check = {});
 
  private:

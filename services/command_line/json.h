@@ -13,7 +13,7 @@ class JsonObject {
  public:
   JsonObject& Text(std::string_view name, const KorText& value);
   JsonObject& Text(std::string_view name, std::string_view utf8);
-  // Bytes of the line: each is the character of the same number.
+  // Adds bytes of the line, each as the character of the same number.
   JsonObject& Bytes(std::string_view name, std::string_view bytes);
   JsonObject& Number(std::string_view name, std::int64_t value);
   JsonObject& Count(std::string_view name, std::uint64_t value);

@@ -6,8 +6,8 @@ namespace kor {
 
 namespace {
 
-// A terminal obeys control characters, also those from 0x80 to 0x9F: what a file or a name holds of
-// them is shown as "\x1B" and its like.
+// A terminal obeys control characters, also those from 0x80 to 0x9F. Show those that a file or a
+// name holds as "\x1B" and its like.
 std::string Printable(const KorText& text) {
   KorText shown;
   for (const char16_t c : text.View()) {

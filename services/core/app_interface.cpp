@@ -125,8 +125,8 @@ bool AppInterface::OpenLog(const KorText& path) {
   return true;
 }
 
-// Renamed while it is still locked, where the system renames open files. Emptied when opened: a
-// file that could not be renamed doesn't grow further either.
+// Rename the log while it is still locked, where the system renames open files. Opening empties the
+// file, so that a log that could not be renamed doesn't grow further either.
 void AppInterface::StartNewLog() {
   const KorText older = logPath + u".1";
   const bool renamed = !log || RenameFile(logPath, older);

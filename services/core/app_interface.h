@@ -4,7 +4,7 @@
 // derived class per platform (platform/posix, platform/win32) brings those; a front end attaches a
 // MessageReporter to show reported messages to the user.
 //
-// It is made by the program's main before anything else and lives for the whole run. Reached
+// The program's main makes it before anything else; it lives for the whole run and is reached
 // through App(). Every operation may be called from any thread. Code that needs one of the small
 // interfaces alone takes that one.
 //
@@ -47,10 +47,11 @@ struct DebugMode {
   std::int32_t value = 0;
 };
 
-// A larger file is no settings file of any kind. The number of lines and sections has a limit of
-// its own, since an empty one takes far more memory than its one or two bytes: the limits are what
-// a file of the largest size has when its lines are ordinary ones of 32 bytes, and hundreds of
-// times the sections of the suite's longest file. Such a file takes some 100 MB at most.
+// A larger file is no settings file of any kind. Lines and sections have limits of their own, since
+// an empty one takes far more memory than its one or two bytes. The limit of lines is what a file
+// of the largest size has when its lines are ordinary ones of 32 bytes; that of sections is
+// hundreds of times what the suite's longest file has. A file within the limits takes some 100 MB
+// of memory at most.
 inline constexpr std::uint64_t kLargestSettings = 16u << 20; // bytes
 inline constexpr std::size_t kMostSettingsLines = 500'000;
 inline constexpr std::size_t kMostSections = 10'000;
@@ -74,7 +75,7 @@ class AppInterface {
   AppInterface(const AppInterface&) = delete;
   AppInterface& operator=(const AppInterface&) = delete;
 
-  // The system behind the operations below.
+  // The interfaces to the system, which the operations below use.
   virtual OsFiles& Files() = 0;
   virtual OsClock& Clock() = 0;
   virtual OsRegistry& Registry() = 0;
@@ -84,13 +85,13 @@ class AppInterface {
   // Sets the application's name and version and fills the folders, the property text and the
   // regional settings from the platform. Returns an empty text, or what went wrong.
   KorText Start(const KorText& applicationName, const KorText& version);
-  // Settles the five folders from the platform; part of Start. Alone it is for what runs before the
-  // services are started, such as loading the dictionary.
+  // Settles the five folders from the platform; part of Start. It is called alone by what runs
+  // before the services are started, such as loading the dictionary.
   void FindFolders(const KorText& version);
   const ProgramNames& FileNames() const { return names; }
   const KorText& ApplicationName() const { return applicationName; }
   const KorText& Version() const { return version; }
-  // The name of the application entry, such as "NCEDL".
+  // Sets the name of the application entry, such as "NCEDL".
   void SetEntryName(const KorText& name) { entryName = name; }
   const KorText& EntryName() const { return entryName; }
 
@@ -99,25 +100,26 @@ class AppInterface {
   // returns the reporter's answer, else the record's number.
   virtual std::int32_t Report(const MessageRecord& record);
   virtual void DebugWarning(const KorText& message, const KorText& info);
-  // A line for the diagnostic display: the debugger's output (Windows), or standard error while
-  // debugging is enabled (POSIX). Here: dropped.
+  // Writes a line to the diagnostic display: the debugger's output (Windows), or standard error
+  // while debugging is enabled (POSIX). This one drops it.
   virtual void DebugOutput(const KorText& text);
   void SetReporter(MessageReporter reporter);
-  // The application log: a file that texts are added to, or none (the start value, and after an
-  // empty path: texts are dropped). Missing folders are made. The log is this object's alone: false
-  // when another has it open, and when it can't be opened; the log before stays then. A text is
-  // written in one piece, one byte per character. A text that would make the file longer than
-  // kLongestLog bytes goes into a new one, and the file before stays as path + ".1". What can't be
-  // written is dropped.
+  // Opens the application log, to which texts are added. There is none at first and after an empty
+  // path: texts are dropped then. Missing folders are made. The log is this object's alone: the
+  // result is false when another has the file open or it can't be opened, and the log before stays.
+  // A text is written in one piece, one byte per character. A text that would make the file longer
+  // than kLongestLog bytes goes into a new one, and the file before stays as path + ".1". What
+  // can't be written is dropped.
   static constexpr std::uint64_t kLongestLog = 1 << 20;
   bool OpenLog(const KorText& path);
   void WriteLog(const KorText& text);
-  // What writes the texts from now on, so that nobody waits for the disk: it is given the size of
-  // each and the work, which it does later and in order. Empty: whoever writes does the work.
+  // Sets what writes the texts from now on, so that nobody waits for the disk. It is given the size
+  // of each text and the work, which it does later and in order. With an empty one, whoever writes
+  // does the work.
   using LogWriter = std::function<void(std::size_t bytes, std::function<void()> work)>;
   void SetLogWriter(LogWriter writer);
-  // The notice for a failure that nothing else explains, in the user's language. The dictionary
-  // sets it when it is loaded; empty before.
+  // Sets the notice for a failure that nothing else explains, in the user's language. The
+  // dictionary does so when it is loaded; the notice is empty before.
   void SetFailureNotice(const KorText& text);
   KorText FailureNotice();
 
@@ -131,7 +133,7 @@ class AppInterface {
   // Whether the user asks for debugging: the environment's "NCEDL_DEBUG" when it is set ("0": no),
   // else the registry's "COMMON" "Debugging" (0: no).
   bool DebuggingAskedFor();
-  // Copies of the modes that are active now (kind 2, or all while debugging is enabled).
+  // Returns copies of the modes that are active now (kind 2, or all while debugging is enabled).
   std::vector<DebugMode> ActiveDebugModes();
 
   // --- Properties, registry, console options ---------------------------------------------------
@@ -144,10 +146,11 @@ class AppInterface {
   // them over when they are loaded; empty while none was handed over under that name.
   void SetProgramFolder(const KorText& displayName, const KorText& folder);
   KorText GetProgramFolder(const KorText& displayName);
-  // What "%PUBLIC%/Documents/" stands for, with a trailing "/". A system without public documents
-  // keeps shared data in the data folder, so that stands in for them.
+  // Returns what "%PUBLIC%/Documents/" stands for, with a trailing "/". A system without public
+  // documents keeps shared data in the data folder, which stands in for them.
   KorText PublicDocumentsFolder();
-  // "Software\Velmora\Plenova", a blank and the version when one is given, "\" and the sub-key.
+  // Returns "Software\Velmora\Plenova", a blank and the version when one is given, "\" and the
+  // sub-key.
   static KorText RegistryKey(const KorText& subKey, const KorText& version = u"2026");
   std::optional<std::uint32_t> ReadRegistryNumber(const KorText& key, const KorText& value) {
     return Registry().ReadNumber(key, value);
@@ -174,8 +177,8 @@ class AppInterface {
   FileTime FileTimeToLocal(FileTime utc) { return Clock().ToLocal(utc); }
   static int CompareFileTimes(FileTime a, FileTime b); // -1, 0, 1
   static SystemTime FileTimeToSystemTime(FileTime time);
-  // Years 1601 to 30827. What is no date or time of day gives 0; a time out of range the start of
-  // 1601.
+  // The years go from 1601 to 30827. What is no date or time of day gives 0; a time out of range
+  // gives the start of 1601.
   static FileTime SystemTimeToFileTime(const SystemTime& time);
   SystemTime LocalTime(); // now, in the user's time zone; 2000-01-01 while Reg_Dateless is set
   KorText FormatDate(const SystemTime& time) { return Locale().Date(time); }
@@ -198,7 +201,7 @@ class AppInterface {
   std::unique_ptr<OsFile> OpenFile(const KorText& path, FileAccess access) {
     return Files().Open(path, access);
   }
-  // OsFile's Seek; a debug warning tells that the platform refused.
+  // Does what OsFile's Seek does, with a debug warning when the platform refused.
   std::optional<std::uint64_t> SeekFile(OsFile& file, std::int64_t offset, SeekFrom from);
   std::optional<FileInfo> FileAttributes(const KorText& path) { return Files().Attributes(path); }
   bool FileExists(const KorText& path) { return Files().Exists(path); }
@@ -228,16 +231,16 @@ class AppInterface {
   bool CanNameFile(const KorText& name) { return Files().CanName(name); }
   bool FileNamesIgnoreCase() { return Files().IgnoreCase(); }
   bool SyncFolder(const KorText& folder) { return Files().SyncFolder(folder); }
-  // A path to a file that was not found where it should be, or an empty text: looks for the name,
-  // less its folder, in the start-in, settings, program and data folders.
+  // Looks for a file that was not found where it should be: for its name, less the folder, in the
+  // start-in, settings, program and data folders. Returns its path, or an empty text.
   KorText LocateFile(const KorText& name);
   // Creates an empty file "KOR" + number in the temporary folder, which is made when missing, and
   // returns its path; empty after 100000 failed attempts, or at once when the folder can't be made.
   KorText GetTemporaryFilename();
 
-  // The form a path takes for the platform's calls: the Windows long-path prefix for paths longer
-  // than 228 characters (or longer than 1 while force is set); "/" becomes "\" in them. Shorter
-  // paths and those that begin with a dot stay as they are.
+  // Returns the form that a path takes for the platform's calls. Paths longer than 228 characters
+  // (or longer than 1 while force is set) get the Windows long-path prefix, and "/" becomes "\" in
+  // them. Shorter paths and those that begin with a dot stay as they are.
   static KorText LongPath(const KorText& path, bool force);
 
  private:

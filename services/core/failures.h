@@ -1,4 +1,4 @@
-// Whether an operation tells the user of its failure besides returning it.
+// Failures: whether an operation tells the user of its failure besides returning it.
 #pragma once
 
 namespace kor {

@@ -5,7 +5,7 @@
 
 namespace kor {
 
-// 100 ns steps since 1601-01-01 00:00 UTC (or local time where said so).
+// The time in steps of 100 ns since 1601-01-01 00:00 UTC (or local time where said so).
 using FileTime = std::uint64_t;
 
 struct SystemTime {

@@ -103,8 +103,8 @@ std::int64_t ReadInteger(std::u16string_view text, std::int64_t lowest, std::int
   return negative ? value : -value;
 }
 
-// Whether a number that does not fit a double is too large (else too near to zero): decides by the
-// decimal place of the first digit that counts.
+// Whether a number that does not fit a double is too large; otherwise it is too near to zero. The
+// decimal place of the first digit that counts decides.
 bool IsBeyondLargest(std::string_view number) {
   const std::size_t exponentAt = std::min(number.find_first_of("eE"), number.size());
   const std::string_view digits = number.substr(0, exponentAt);

@@ -22,7 +22,7 @@ namespace kor {
 
 class KorText;
 
-// The upper-case form of an ASCII letter; every other character is returned as it is.
+// Returns the upper-case form of an ASCII letter, and every other character as it is.
 constexpr char16_t FoldAscii(char16_t c) {
   return c >= u'a' && c <= u'z' ? static_cast<char16_t>(c - u'a' + u'A') : c;
 }
@@ -34,9 +34,9 @@ constexpr bool IsDigit(char16_t c) {
 constexpr bool IsAsciiLetter(char16_t c) {
   return FoldAscii(c) >= u'A' && FoldAscii(c) <= u'Z';
 }
-// Digits only, one at least.
+// Whether the text is digits only, one at least.
 bool IsNumber(std::u16string_view text);
-// The value of a hexadecimal digit of either case; -1 for any other character.
+// Returns the value of a hexadecimal digit of either case; -1 for any other character.
 constexpr int HexValue(char16_t c) {
   if (IsDigit(c)) return c - u'0';
   return FoldAscii(c) >= u'A' && FoldAscii(c) <= u'F' ? FoldAscii(c) - u'A' + 10 : -1;
@@ -79,14 +79,15 @@ class KorText {
 
   // Each byte becomes the character of the same number (0 to 255).
   static KorText FromBytes(std::string_view bytes);
-  // UTF-8. A byte that is no part of valid UTF-8 becomes U+DC80 to U+DCFF (0xDC00 + byte), so that
-  // every POSIX file name survives the way through KorText and back.
+  // Reads UTF-8. A byte that is no part of valid UTF-8 becomes U+DC80 to U+DCFF (0xDC00 + byte), so
+  // that every POSIX file name survives the way through KorText and back.
   static KorText FromUtf8(std::string_view utf8);
   // Whether all bytes are valid UTF-8; plain ASCII is.
   static bool IsUtf8(std::string_view bytes);
-  // The low byte of each character; a character above 255 becomes "?".
+  // Returns the low byte of each character; a character above 255 becomes "?".
   std::string ToBytes() const;
-  // UTF-8; lone U+DC80 to U+DCFF become the byte they stand for, other lone surrogates U+FFFD.
+  // Writes UTF-8. Lone U+DC80 to U+DCFF become the byte they stand for, other lone surrogates
+  // U+FFFD.
   std::string ToUtf8() const;
 
   std::size_t Length() const { return chars.size(); }
@@ -115,7 +116,7 @@ class KorText {
   KorText Trimmed() const; // without blanks and tabs at both ends
   KorText PaddedRight(std::size_t width, char16_t fill = u' ') const; // at least width characters
 
-  // Positions, or kNone.
+  // The searches return a position, or kNone.
   std::size_t Find(char16_t c, std::size_t from = 0) const { return chars.find(c, from); }
   std::size_t Find(std::u16string_view text, std::size_t from = 0) const {
     return chars.find(text, from);
@@ -127,27 +128,27 @@ class KorText {
   bool EndsWith(std::u16string_view text) const { return chars.ends_with(text); }
   bool StartsWithNoCase(std::u16string_view text) const;
   bool EqualsNoCase(std::u16string_view text) const;
-  // Negative, 0 or positive; characters compare by number after folding.
+  // Returns a negative number, 0 or a positive one; characters compare by number after folding.
   int CompareNoCase(std::u16string_view text) const;
   friend bool operator==(const KorText& a, const KorText& b) = default;
   friend auto operator<=>(const KorText& a, const KorText& b) = default;
   friend bool operator==(const KorText& a, const char16_t* b) { return a.View() == b; }
   friend bool operator==(const KorText& a, std::u16string_view b) { return a.View() == b; }
 
-  // An optional "+" or "-" and then decimal digits up to the first other character; a text that
-  // starts with anything else gives 0. Values beyond 32 bits stop at the limit.
+  // Reads an optional "+" or "-" and then decimal digits up to the first other character; a text
+  // that starts with anything else gives 0. Values beyond 32 bits stop at the limit.
   std::int32_t ToInteger() const;
-  // The same in 64 bits.
+  // Does the same in 64 bits.
   std::int64_t ToInteger64() const;
-  // Decimal number with "." as separator and an optional exponent, as far as it can be read; 0 when
-  // it can't. Independent of any locale.
+  // Reads a decimal number with "." as separator and an optional exponent, as far as it can be
+  // read; 0 when it can't. No locale has an effect.
   double ToReal() const;
 
-  // printf-style: %i %d %u %x %X %o %c %s %f %e %g %% with flags "-+ 0#", width, precision (both
-  // may be "*"); length letters (h l ll I64 z) are accepted and ignored. Widths and precisions
-  // count characters. Arguments carry their own type: a directive that does not fit its argument
-  // prints the argument in its natural form, a missing argument prints nothing, a surplus one is
-  // ignored.
+  // Formats as printf does: %i %d %u %x %X %o %c %s %f %e %g %% with flags "-+ 0#", width,
+  // precision (both may be "*"); length letters (h l ll I64 z) are accepted and ignored. Widths and
+  // precisions count characters. Arguments carry their own type: a directive that does not fit its
+  // argument prints the argument in its natural form, a missing argument prints nothing, a surplus
+  // one is ignored.
   template <class... Args> static KorText Format(std::u16string_view format, const Args&... args) {
     return FormatList(format, {FormatArg(args)...});
   }
@@ -159,7 +160,7 @@ class KorText {
 
 inline FormatArg::FormatArg(const KorText& value) : kind(Kind::Text), text(value.View()) {}
 
-// The parts between separators; empty parts are kept, an empty text gives no part.
+// Returns the parts between separators. Empty parts are kept; an empty text gives no part.
 std::vector<KorText> Split(std::u16string_view text, char16_t separator);
 
 } // namespace kor

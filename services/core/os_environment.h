@@ -16,10 +16,11 @@ class OsEnvironment {
   virtual KorText Variable(const KorText& name) = 0; // empty when it is not set
   virtual KorText User() = 0;
   virtual KorText System() = 0; // description for the trace header
-  // The program's folders on this system; empty where it has none, which FolderAdvice explains.
+  // Returns the program's folders on this system; empty where it has none, which FolderAdvice
+  // explains.
   virtual PropertyFolders Folders(const ProgramNames& names, const KorText& version) = 0;
   virtual KorText FolderAdvice(const ProgramNames& names) = 0;
-  // With a trailing "/"; empty on a system without them.
+  // Returns the folder with a trailing "/"; empty on a system without public documents.
   virtual KorText PublicDocuments() = 0;
 };
 

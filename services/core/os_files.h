@@ -27,14 +27,14 @@ struct FileInfo {
   bool isReadOnly = false;
 };
 
-// UTC; 0: not known, or to be left as it is.
+// The times of a file in UTC; 0 stands for one that is not known, or is to be left as it is.
 struct FileTimes {
   FileTime created = 0; // POSIX: can't be set
   FileTime accessed = 0;
   FileTime modified = 0;
 };
 
-// By the numbers that Windows gives them. Remote: on another computer.
+// Kinds of drives, by the numbers that Windows gives them. A remote one is on another computer.
 enum class DriveType : std::uint32_t {
   Unknown = 0,
   NoRoot = 1, // there is no such path
@@ -51,7 +51,7 @@ struct FileEntry {
 };
 
 // What opening is to do with an existing or a missing file. While one holds a file for writing, no
-// other can open it for writing, in this process or another; readers are never kept out.
+// other can open the file for writing, in this process or another; readers are never kept out.
 enum class FileAccess {
   Read,      // existing plain file, reading
   Stream,    // the same, or a pipe, whose reader waits for what its writer has to say
@@ -68,19 +68,20 @@ enum class SeekFrom { Start, End };
 class OsFile {
  public:
   virtual ~OsFile() = default;
-  // Bytes moved; fewer than asked for at the end of the file or after a failure (see LastError).
+  // Both return the bytes moved: fewer than asked for at the end of the file or after a failure
+  // (see LastError).
   virtual std::size_t Read(std::span<std::uint8_t> to) = 0;
   virtual std::size_t Write(std::span<const std::uint8_t> from) = 0;
-  // Moves to the offset, or to the end plus the offset (negative: before the end). New position
-  // from the start, in bytes; std::nullopt when the platform refuses.
+  // Moves to the offset, or to the end plus the offset (negative: before the end). Returns the new
+  // position from the start, in bytes; std::nullopt when the platform refuses.
   virtual std::optional<std::uint64_t> Seek(std::int64_t offset, SeekFrom from) = 0;
   virtual std::optional<std::uint64_t> Size() = 0; // std::nullopt when the platform can't tell
   // Hands the content to the disk (fsync, FlushFileBuffers).
   virtual bool Sync() = 0;
   // False when the platform reports a late write error.
   virtual bool Close() = 0;
-  // Of a file opened for writing or claimed: false on a file system without locks, where another
-  // may be writing it too.
+  // Whether a file opened for writing or claimed is held. False on a file system without locks,
+  // where another may be writing the file too.
   virtual bool IsHeld() const = 0;
 };
 
@@ -105,19 +106,20 @@ class OsFiles : public OsErrors {
   // is a plain file that this user may write and replace. A file that nobody may write is refused
   // to everybody. A missing folder or a full disk is not looked for.
   virtual bool CanReplace(const KorText& path) = 0;
-  // Copies content and time beside the target and renames the copy over it, where CanReplace allows
-  // that; the older target stays whole when it fails.
+  // Copies content and time beside the target and renames the copy over the target, where
+  // CanReplace allows that. The older target stays whole when this fails.
   bool Duplicate(const KorText& from, const KorText& to);
-  // The path that a path leads to when it names a symbolic link, also to a file that does not exist
-  // yet (Windows: only to one that does); the path itself when it names none. Empty when the links
-  // go round in a circle.
+  // Follows a path that names a symbolic link, also to a file that does not exist yet (Windows:
+  // only to one that does); a path that names none is returned itself. Empty when the links go
+  // round in a circle.
   virtual KorText LinkTarget(const KorText& path) = 0;
-  // The path from the root on: one that isn't begins in the working folder. Neither has to exist.
+  // Returns the path from the root on; one that isn't absolute begins in the working folder.
+  // Neither has to exist.
   virtual KorText AbsolutePath(const KorText& path) = 0;
   // Gives a file that this object made the permissions of another, and its owner and group where
-  // the system allows it. Windows: the access list, and hidden and system. Through the open file:
-  // what has taken its name meanwhile gets nothing. False when the permissions could not be set,
-  // also when there is no file to take them from.
+  // the system allows it. On Windows these are the access list, and hidden and system. They go to
+  // the open file: whatever has taken its name meanwhile gets nothing. False when the permissions
+  // could not be set, also when there is no file to take them from.
   virtual bool CopyAttributes(const KorText& from, OsFile& to) = 0;
   virtual std::optional<FileTimes> Times(const KorText& path) = 0;
   virtual bool SetTimes(const KorText& path, const FileTimes& times) = 0;
@@ -126,15 +128,16 @@ class OsFiles : public OsErrors {
   // of the user's own files.
   virtual bool IsBeingWritten(const KorText& path) = 0;
 
-  // The folder that relative paths start from, of the whole process.
+  // Sets the folder that relative paths start from, for the whole process.
   virtual bool SetCurrentFolder(const KorText& path) = 0;
   virtual bool MakeFolder(const KorText& path) = 0;   // with all missing parents; true if it exists
   virtual bool RemoveFolder(const KorText& path) = 0; // with its contents
-  // Makes a directory entry change durable (POSIX: syncs the folder); true where not needed.
+  // Makes a change of a folder's entries durable (POSIX: syncs the folder); true where that isn't
+  // needed.
   virtual bool SyncFolder(const KorText& folder) = 0;
-  // Entries of a folder, in no order, without "." and ".."; std::nullopt when it can't be read.
-  // With an ending only those whose names end so (see IgnoreCase): asking the system about each
-  // entry is what takes the time in a large folder.
+  // Returns the entries of a folder, in no order, without "." and ".."; std::nullopt when the
+  // folder can't be read. With an ending it returns only those whose names end so (see IgnoreCase):
+  // asking the system about each entry is what takes the time in a large folder.
   std::optional<std::vector<FileEntry>> List(const KorText& folder, const KorText& nameEnding = {});
 
   // Whether a file can have this name, without folder. "\" counts as a separator on every system.
@@ -145,7 +148,7 @@ class OsFiles : public OsErrors {
   virtual void ForceLongPaths(bool) {}
 
  protected:
-  // Decides by the name alone whether an entry is asked for.
+  // Decides by the name alone whether the system is asked about an entry.
   using NameFilter = std::function<bool(const KorText& name)>;
   virtual std::optional<std::vector<FileEntry>> ReadFolder(const KorText& folder,
                                                            const NameFilter& wanted) = 0;

@@ -25,8 +25,8 @@ class OsLocale {
   virtual KorText Date(const SystemTime& time) = 0; // user's short date
   virtual KorText Time(const SystemTime& time) = 0; // user's time with seconds
   virtual KorText Language() = 0;                   // such as "de-DE"; empty when unknown
-  // What the system's older programs mean by bytes of text; without such a convention a byte is the
-  // character of the same number.
+  // Reads bytes of text as the system's older programs mean them; without such a convention a byte
+  // is the character of the same number.
   virtual KorText FromLegacyBytes(std::string_view bytes) { return KorText::FromBytes(bytes); }
 };
 

@@ -8,8 +8,8 @@ namespace kor {
 
 KorText FolderOfPath(const KorText& path);   // with the separator; empty for a bare name
 KorText FileNameOfPath(const KorText& path); // after the last separator
-// So that a file name can be joined to the folder as it stands; empty stays empty: the working
-// folder.
+// Adds a trailing "/", so that a file name can be joined to the folder as it stands. An empty text,
+// the working folder, stays empty.
 KorText WithTrailingSlash(KorText folder);
 
 } // namespace kor

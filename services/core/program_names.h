@@ -4,7 +4,7 @@
 namespace kor {
 
 struct ProgramNames {
-  // Folder below the user's and the shared ones; a blank and the version follow.
+  // The folder below the user's and the shared ones; a blank and the version follow.
   const char16_t* suite;
   const char16_t* package;    // folder below those of the system
   const char16_t* dataFolder; // environment variable: replaces the data folder

@@ -58,8 +58,7 @@ bool TextHolder::ExportXML(const KorText& file) {
                            Escaped(language.name));
   for (const TextEntry& entry : entries)
     xml += XmlEntry(entry);
-  // Without entries the file is left unfinished on purpose: readers take it for what it is,
-  // nothing.
+  // Without entries the file is left unfinished on purpose: readers see that it holds nothing.
   if (!entries.empty()) xml += u"</Dictionary>\n";
   return WriteWholeFile(file, xml, kFileText | kFileUnicode) && !entries.empty();
 }

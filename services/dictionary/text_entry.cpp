@@ -66,8 +66,8 @@ void TextEntry::Transfer(DiskFile& file) {
   file.SectionMark();
   file.Transfer(translations);
   file.Transfer(modified);
-  // The older programs' record ends here; they skip what follows, and what they wrote keeps the
-  // default.
+  // The older programs' record ends here. They skip what follows; an entry that they wrote keeps
+  // the default.
   file.Transfer(importance);
   EndRecord(file);
 }

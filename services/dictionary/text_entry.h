@@ -12,7 +12,7 @@
 
 namespace kor {
 
-// "2026-11-21", the form of dates in translation files; empty for no date.
+// Returns the date as "2026-11-21", the form of translation files; empty for no date.
 KorText DateText(const CalendarDate& date);
 std::optional<CalendarDate> ParseDateText(std::u16string_view text); // an empty text is no date
 
@@ -22,7 +22,7 @@ class TextLanguage : public Storable {
 
   std::uint32_t ClassId() const override { return kClassId; }
   void Transfer(DiskFile& file) override;
-  // The name alone when there is no folder, else "Deutsch (de-DE - 1031:1252)".
+  // Returns the name alone when there is no folder, else "Deutsch (de-DE - 1031:1252)".
   KorText DisplayText() const;
 
   KorText name;               // in its own language
@@ -31,7 +31,7 @@ class TextLanguage : public Storable {
   std::uint32_t codepage = 0; // Windows code page
 };
 
-// The name is spelled so in stored data's documentation and stays.
+// This spelling of the name stands in the documentation of stored data and stays.
 class TextCatagory : public Storable {
  public:
   static constexpr std::uint32_t kClassId = 100095003;
@@ -53,15 +53,16 @@ class TextEntry : public Storable {
   std::uint32_t ClassId() const override { return kClassId; }
   void Transfer(DiskFile& file) override;
 
-  // The translation, or the phrase where it is missing or empty; -1: the phrase.
+  // Returns the translation, or the phrase where the translation is missing or empty; -1 asks for
+  // the phrase.
   const KorText& TextFor(std::int32_t language) const;
   const KorText& Translation(std::size_t language) const; // empty where it is missing
   void SetTranslation(std::size_t language, const KorText& text);
   CalendarDate LatestModification() const;
   void AddModification(const CalendarDate& date); // no date, or one already there, is left out
 
-  // "TXTPOS_" and the phrase's letters A-Z a-z and digits, a run of blanks as one "_". Longer than
-  // 32 characters, before the prefix is put on, it keeps its first and last 16.
+  // Returns "TXTPOS_" and the phrase's letters A-Z a-z and digits, with a run of blanks as one "_".
+  // A name of more than 32 characters keeps its first and last 16 before the prefix is put on.
   static KorText MakeTextPosition(std::u16string_view phrase);
   static bool IsNameCharacter(char16_t c); // a letter or digit
   static constexpr char16_t kNamePrefix[] = u"TXTPOS_";

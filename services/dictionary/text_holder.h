@@ -1,9 +1,9 @@
 // TextHolder: the text dictionary. All texts that users see live in one file, "diction.ary", and
 // are addressed by number; "^" and a number in a text stands for the text of that number.
 //
-// Two ways to hold it. Run mode keeps one language's texts in a compact table: a pool of characters
-// and an offset per number. Editing mode keeps every entry with its translations, notes and dates,
-// and is what saving, exporting and importing need; its table is empty.
+// There are two ways to hold it. Run mode keeps one language's texts in a compact table: a pool of
+// characters and an offset per number. Editing mode keeps every entry with its translations, notes
+// and dates, and is what saving, exporting and importing need; its table is empty.
 //
 // The program's own dictionary is reached through Dictionary() (services/dictionary/dictionary.h).
 // Loading, editing and saving belong to one thread; the lookups of a loaded dictionary may be
@@ -30,8 +30,8 @@ namespace kor {
 class XliffReader;
 struct XliffUnit;
 
-// What an operation that takes long tells its caller: its title, the position and the size in its
-// own measure. False cancels it.
+// An operation that takes long tells its caller its title, and the position and the size in its own
+// measure. Returning false cancels it.
 using TitledProgress = std::function<bool(const KorText& title, double position, double size)>;
 
 // What became of an import. Each problem names the file, its line, the unit and the remedy.
@@ -62,11 +62,11 @@ class TextHolder : public Storable {
   // --- Lookup ------------------------------------------------------------------------------------
   // The text of a number, or nothing.
   std::optional<std::u16string_view> FindText(std::int32_t id) const;
-  // With the built-in English texts of the plain message boxes ("Ok", "Cancel") as the fall-back,
-  // and the empty text after that.
+  // Returns the text of a number, else the built-in English text of the plain message boxes ("Ok",
+  // "Cancel"), else the empty text.
   KorText Text(std::int32_t id) const;
-  // The same for a reference, "^" and digits (none: number 0). Nothing, and the empty text, for
-  // what is no reference; the built-in texts play no part.
+  // Look up a reference, "^" and digits (without digits: number 0), in the same way but without the
+  // built-in texts. What is no reference gives nothing, or the empty text.
   std::optional<std::u16string_view> FindTextRef(std::u16string_view reference) const;
   KorText TextRef(std::u16string_view reference) const;
   // Puts the texts in the place of their references; a reference without a text stays, and texts
@@ -74,19 +74,19 @@ class TextHolder : public Storable {
   bool Expand(KorText& text) const;
 
   // --- Loading and saving ------------------------------------------------------------------------
-  // Discards what was held. A bare file name is looked for in the program folder; a missing file
-  // where App().LocateFile finds it. With kChooseLanguage the requested language is one's display
-  // name or a code: an exact match, else one with the same primary language ("de-AT": "de-DE"),
-  // else the source texts. On failure nothing is held, so that the built-in texts are used. In run
-  // mode a successful load sets App()'s failure notice.
+  // Discards what was held and loads the file. A bare file name is looked for in the program
+  // folder; a missing file is taken from where App().LocateFile finds it. With kChooseLanguage the
+  // requested language is a display name or a code: an exact match is taken, else a language with
+  // the same primary one ("de-DE" for "de-AT"), else the source texts. On failure nothing is held,
+  // so that the built-in texts are used. In run mode a successful load sets App()'s failure notice.
   bool Load(const KorText& path, std::int32_t languageSelector, Failures failures,
             const KorText& requestedLanguage = {});
   // Discards what was held and starts an empty dictionary in editing mode, with the one category
   // "General", to be saved to the path.
   void StartEditing(const KorText& path);
-  // Editing mode only (App() is told otherwise). The older file is copied to its name with ".bak"
-  // appended; when that fails App() asks whether to go on, and the answer kAnswerContinue does. The
-  // new one is written beside it and renamed over it.
+  // Saves, in editing mode only (App() is told otherwise). The older file is copied to its name
+  // with ".bak" appended; when that fails App() asks whether to go on, and the answer
+  // kAnswerContinue does. The new file is written beside the older one and renamed over it.
   enum class Backup { Made, None };
   bool Save(Backup backup = Backup::Made);
   static constexpr std::int32_t kAnswerCancel = 2;
@@ -102,11 +102,11 @@ class TextHolder : public Storable {
   const std::vector<TextLanguage>& Languages() const { return languages; } // in both modes
   const std::vector<TextEntry>& Entries() const { return entries; }        // editing: by number
   const std::vector<TextCatagory>& Categories() const { return categories; }
-  // The language with that code, without regard to case; or -1.
+  // Returns the index of the language with that code, without regard to case; or -1.
   std::int32_t LanguageWithCode(std::u16string_view code) const;
-  // The choice that Load makes for a request: an index, or kSourceTexts.
+  // Returns the choice that Load makes for a request: an index, or kSourceTexts.
   std::int32_t ChooseLanguage(std::u16string_view request) const;
-  // Editing. Entries keep their order by number.
+  // These are for editing. Entries keep their order by number.
   void AddLanguage(const TextLanguage& language);
   const TextEntry* FindEntry(std::int32_t id) const;
   TextEntry* FindEntry(std::int32_t id);
@@ -115,12 +115,12 @@ class TextHolder : public Storable {
   // --- Exchange; editing mode only (App() is told otherwise) -------------------------------------
   // UTF-16. False also when there are no entries: the file then ends after the languages.
   bool ExportXML(const KorText& file);
-  // "FOLDER/dictionary_CODE.xlf" for each language; a missing folder is made.
+  // Writes "FOLDER/dictionary_CODE.xlf" for each language; a missing folder is made.
   bool ExportXLIFF(const KorText& folder, const TitledProgress& progress = {});
-  // A unit whose number is unknown becomes a new entry.
+  // Takes translations over. A unit whose number is unknown becomes a new entry.
   ImportResult ImportXLIFF(const KorText& file, Failures failures = Failures::Reported,
                            const TitledProgress& progress = {});
-  // "textlib.h" in the dictionary's folder, an older one kept as "textlib.h.bak".
+  // Writes "textlib.h" in the dictionary's folder and keeps an older one as "textlib.h.bak".
   bool ExportHeader();
 
   std::uint32_t ClassId() const override { return kClassId; }
@@ -140,7 +140,7 @@ class TextHolder : public Storable {
                  ImportResult& result);
   void AddCategories(std::span<const XliffUnit> units); // those whose numbers are not there yet
 
-  // Entries and categories are kept: writing, or reading in editing mode.
+  // Whether entries and categories are kept: when writing, and when reading in editing mode.
   bool KeepsContent(const DiskFile& file) const {
     return file.IsWriting() || (selector == kEditing && !languagesOnly);
   }

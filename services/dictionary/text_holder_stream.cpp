@@ -6,9 +6,9 @@
 namespace kor {
 namespace {
 
-// Of a text: its length.
+// Bytes that the length of a text takes.
 constexpr std::size_t kLeastText = 4;
-// Of a record: its class number and its sizes.
+// Bytes that a record's class number and sizes take.
 constexpr std::size_t kLeastRecord = 8;
 
 // Passes over an object without taking anything from it.
@@ -70,8 +70,8 @@ bool TextHolder::TransferCategories(DiskFile& file) {
   return true;
 }
 
-// Run mode: the fields of one TextEntry, as far as the selected text. The rest is passed over by
-// the end of the record.
+// In run mode this reads the fields of one TextEntry as far as the selected text. The end of the
+// record passes over the rest.
 bool TextHolder::TakeEntry(DiskFile& file) {
   const auto record = file.BeginRecord(TextEntry::kClassId);
   if (!record.present) {

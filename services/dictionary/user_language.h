@@ -7,10 +7,11 @@
 
 namespace kor {
 
-// The language the user wants, as a code such as "de-DE": the stored choice, else the system's;
-// empty when neither is known.
+// Returns the language that the user wants, as a code such as "de-DE": the stored choice, else the
+// system's; empty when neither is known.
 KorText WantedLanguage();
-// The stored choice, registry value "Language" under "COMMON"; an empty code takes it back.
+// Reads and stores the choice, the registry value "Language" under "COMMON"; an empty code takes it
+// back.
 std::optional<KorText> StoredLanguage();
 bool StoreLanguage(const KorText& code);
 

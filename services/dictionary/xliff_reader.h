@@ -2,7 +2,7 @@
 // dictionary only when everything in the file is good. What translation programs add is accepted: a
 // namespace, prefixes, nested groups, inline elements, any encoding that XML knows.
 //
-// Made for one import, on its thread; the result outlives it.
+// A reader is made for one import, on its thread; the result outlives the reader.
 #pragma once
 
 #include <cstddef>
@@ -32,11 +32,11 @@ class XliffReader {
  public:
   XliffReader(const KorText& file, ImportResult& report) : path(file), result(report) {}
 
-  // False when the result has an error.
+  // Reads the file. False when the result has an error.
   bool Read();
   const KorText& Language() const { return language; } // the file's target-language
   const std::vector<XliffUnit>& Units() const { return units; }
-  // "FILE:LINE: unit 48: what"
+  // Returns "FILE:LINE: unit 48: what".
   KorText About(const XliffUnit& unit, const KorText& what) const;
 
  private:

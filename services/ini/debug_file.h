@@ -1,8 +1,9 @@
 // The debug file: debug modes kept as lines "name" or "name=value" of the section "DEBUG_MODES".
 //
 // A name without a folder is looked for in the start-in folder, the settings folder and the program
-// folder, in this order; the first file that exists is the one. Main thread, after the modes were
-// added and debugging was enabled: only modes that are active then are read and written.
+// folder, in this order; the first file that exists is the one. Use it on the main thread, after
+// the modes were added and debugging was enabled: only modes that are active then are read and
+// written.
 #pragma once
 
 #include "services/core/kor_text.h"
@@ -11,7 +12,7 @@ namespace kor {
 
 inline constexpr char16_t kDebugFileName[] = u"Debug.ini";
 
-// The debug file that would be read, or an empty text.
+// Returns the debug file that would be read, or an empty text.
 KorText FindDebugFile(const KorText& name = kDebugFileName);
 // Sets the modes that the file names; unknown names are ignored. False when there is no such file.
 bool LoadDebugFile(const KorText& name = kDebugFileName);

@@ -124,7 +124,7 @@ std::uint32_t iniFile::EncodingMode(const std::vector<const KorText*>& all) cons
   return wide || misread ? std::uint32_t{kFileUtf8} : 0u;
 }
 
-// Of a file without a mark.
+// The encoding of a file without a mark.
 std::string iniFile::BytesOf(const KorText& line) const {
   return unmarkedUtf8 ? line.ToUtf8() : line.ToBytes();
 }

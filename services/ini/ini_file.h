@@ -1,16 +1,16 @@
-// iniFile: binds program variables to keys of a sectioned text file. Register items, then Read
-// fills the variables (defaults for what is missing) and Write updates the file, keeping every line
-// that belongs to no item. Each call reads the file anew; between calls only the path and the items
-// are kept. Owned by the caller; one thread at a time.
+// iniFile: binds program variables to keys of a sectioned text file. Items are registered first;
+// then Read fills the variables (defaults for what is missing) and Write updates the file, keeping
+// every line that belongs to no item. Each call reads the file anew; between calls only the path
+// and the items are kept. Owned by the caller; one thread at a time.
 //
-// The file keeps the encoding it was found in. Without a mark it is UTF-8 when all of it is valid
-// UTF-8, else 8-bit text. A new one is 8-bit text. What could not be told apart so, and characters
-// above 255 in 8-bit text, make it UTF-8 with its mark, so that no text is lost. Saving writes
-// beside the file, or beside what a link of its name leads to, and renames, so it needs a folder
-// that can be written to, and a failure leaves the older file whole.
+// The file keeps the encoding that it was found in. A file without a mark is UTF-8 when all of it
+// is valid UTF-8, else 8-bit text. A new one is 8-bit text. A text whose encoding could not be told
+// so later, and characters above 255 in 8-bit text, turn the file into UTF-8 with its mark, so that
+// no text is lost. Saving writes beside the file, or beside what a link of its name leads to, and
+// renames, so it needs a folder that can be written to, and a failure leaves the older file whole.
 //
-// A file of more than kLargestSettings, kMostSettingsLines or kMostSections is none: it is neither
-// read nor written over, and said so.
+// A file of more than kLargestSettings, kMostSettingsLines or kMostSections is no settings file: it
+// is neither read nor written over, and a warning says so.
 #pragma once
 
 #include <memory>
@@ -32,22 +32,22 @@ class iniFile {
   explicit iniFile(KorText filePath) : path(std::move(filePath)) {}
 
   const KorText& Path() const { return path; }
-  // Null is ignored.
+  // Adds an item; null is ignored.
   void Add(std::unique_ptr<iniStruct> item);
   // Makes and adds an item.
   template <class Item, class... Args> void Add(Args&&... args) {
     Add(std::make_unique<Item>(std::forward<Args>(args)...));
   }
 
-  // False when the file could not be loaded: every item has its default then.
+  // Fills the variables. False when the file could not be loaded: every item has its default then.
   bool Read(const Filter& section = {}, const Filter& key = {},
             Failures failures = Failures::Silent);
-  // Always true, also when saving failed, which is intended: LastSaveSucceeded tells. A file that
-  // can't be loaded is written as a new one.
+  // Updates the file. The result is always true, also when saving failed, which is intended:
+  // LastSaveSucceeded tells. A file that can't be loaded is written as a new one.
   bool Write(const Filter& section = {}, const Filter& key = {},
              Failures failures = Failures::Silent);
 
-  // The steps of the two. The lines loaded here are used by the next Read or Write.
+  // These are the steps of the two. The next Read or Write uses the lines loaded here.
   bool Load(Failures failures = Failures::Silent);
   bool Save(Failures failures = Failures::Silent);
   // Looks in the lines that Load has fetched.

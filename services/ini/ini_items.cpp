@@ -10,8 +10,8 @@ namespace {
 
 constexpr std::size_t kLongestHex = 16; // characters that iniHex looks at
 
-// Inserts at the place, or at the end when the place lies behind it: lines that were left out are
-// counted too.
+// Inserts at the place, or at the end when the place lies behind the end: places count lines that
+// were left out, too.
 template <class List> void InsertAt(List& list, std::size_t place, KorText text) {
   const auto at = static_cast<std::ptrdiff_t>(std::min(place, list.size()));
   list.insert(list.begin() + at, std::move(text));
@@ -21,8 +21,8 @@ template <class List> KorText ElementOf(const List& list, std::size_t index) {
   return index < list.size() ? list[index] : KorText();
 }
 
-// The next whole number of the text from the position on, blanks skipped; a missing one gives 0.
-// The position moves behind it.
+// Reads the next whole number from the position on, skipping blanks, and moves the position behind
+// it; a missing number gives 0.
 std::int32_t NextInteger(const KorText& text, std::size_t& at) {
   while (at < text.Length() && (text[at] == u' ' || text[at] == u'\t'))
     ++at;

@@ -24,7 +24,7 @@ class iniStruct {
   iniStruct& operator=(const iniStruct&) = delete;
 
   virtual KorText ValueText() const { return {}; }
-  // Null: the key is missing, the variable takes its default.
+  // Takes the value's text. Null when the key is missing: the variable takes its default.
   virtual void SetFromText(const KorText* /*text*/) {}
   virtual ~iniStruct() = default;
   virtual void WriteTo(iniLines& lines);
@@ -46,9 +46,9 @@ class iniBlock : public iniStruct {
   void WriteTo(iniLines& lines) override;
   void ReadFrom(iniLines& lines) override;
 
-  // The block's line of this number; an empty text ends the block.
+  // Returns the block's line of this number; an empty text ends the block.
   virtual KorText LineText(std::size_t /*index*/) const { return {}; }
-  // Takes the trimmed line of this number; null: the section is missing or empty.
+  // Takes the trimmed line of this number; null when the section is missing or empty.
   virtual void AddLine(const KorText* /*text*/, std::size_t /*index*/) {}
   virtual void ClearTarget() {}
 };
@@ -70,8 +70,8 @@ class iniInteger : public iniStruct {
   std::int32_t standard;
 };
 
-// Written with 1 to 8 decimals, rounded as printf does; a value that is no finite number is written
-// as 0.0.
+// A real number, written with 1 to 8 decimals and rounded as printf does; a value that is no finite
+// number is written as 0.0.
 class iniReal : public iniStruct {
  public:
   iniReal(KorText section, KorText key, double* value, double defaultValue = 0)
@@ -97,9 +97,9 @@ class iniString : public iniStruct {
   KorText standard;
 };
 
-// One of a table of texts, kept as its index. The index is not checked against the table before it
-// is written, which is intended; one that names no text of the table is written as an empty text.
-// Only an empty table takes the default. A default outside the table becomes 0.
+// One text of a table, kept as its index. The index is not checked against the table before it is
+// written, which is intended; one that names no text of the table is written as an empty text. Only
+// an empty table takes the default. A default outside the table becomes 0.
 class iniStrOpt : public iniStruct {
  public:
   iniStrOpt(KorText section, KorText key, std::int32_t* index, std::vector<KorText> optionTexts,
@@ -128,7 +128,7 @@ class iniColor : public iniStruct {
   std::uint32_t standard;
 };
 
-// Upper-case hexadecimal digits without prefix or leading zeros; 0 is written as "0".
+// A number in upper-case hexadecimal digits without prefix or leading zeros; 0 is written as "0".
 class iniHex : public iniStruct {
  public:
   iniHex(KorText section, KorText key, std::uint32_t* value, std::uint32_t defaultValue = 0)
@@ -154,7 +154,7 @@ class iniStringList : public iniBlock {
   std::vector<KorText>* target;
 };
 
-// The chained text array: grows without moving its elements.
+// The chained text array, which grows without moving its elements.
 using KorTextArray = std::deque<KorText>;
 
 class iniStringArray : public iniBlock {

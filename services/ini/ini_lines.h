@@ -23,11 +23,11 @@ class iniSection {
  public:
   explicit iniSection(KorText headerLine) : header(std::move(headerLine)) {}
 
-  // The lines below the header.
+  // Returns the lines below the header.
   const std::deque<KorText>& Body() const { return body; }
-  // The first line whose part before its first "=", as it stands and without regard to case, is the
-  // key; null when there is none. A line without "=" is compared without its last character, which
-  // is intended: such lines are not expected in a section of single keys.
+  // Returns the first line whose part before its first "=", as it stands and without regard to
+  // case, is the key; null when there is none. A line without "=" is compared without its last
+  // character, which is intended: such lines are not expected in a section of single keys.
   KorText* FindLine(const KorText& key);
 
  private:
@@ -37,8 +37,8 @@ class iniSection {
 
   KorText header;
   std::deque<KorText> body;
-  // Folded key to place in the body, counted from the line that was first when the index was built:
-  // lines added in front later have negative places.
+  // Maps a folded key to its place in the body, counted from the line that was first when the index
+  // was built: lines added in front later have negative places.
   std::optional<std::unordered_map<std::u16string, std::ptrdiff_t>> keys;
   std::ptrdiff_t addedInFront = 0;
 };
@@ -47,16 +47,16 @@ class iniLines {
  public:
   void Clear();
   void Append(KorText line); // as the last line of the file
-  // All lines in order; valid until the next change.
+  // Returns all lines in order; valid until the next change.
   std::vector<const KorText*> All() const;
 
-  // The first section whose whole header line is "[" + name + "]" without regard to case, or null.
-  // Sections stay where they are until Clear.
+  // Returns the first section whose whole header line is "[" + name + "]" without regard to case,
+  // or null. Sections stay where they are until Clear.
   iniSection* Find(const KorText& name);
   // Where the header of a new section stands: on the first line, or below an empty one.
   enum class Header { OnTop, BelowBlank };
-  // A new section at the very top. Lines that stood before the first header become lines of the new
-  // section.
+  // Adds a new section at the very top. Lines that stood before the first header become lines of
+  // the new section.
   iniSection& AddAtTop(const KorText& name, Header header);
   // Inserts the lines directly below the header. A line that starts with "[" begins a section of
   // its own, as it would for the next reader of the file.
