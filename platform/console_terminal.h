@@ -7,7 +7,7 @@
 
 namespace kor {
 
-// To be made before any other thread is started: POSIX signals are taken by a thread of its own.
+// Make it before any other thread is started: a thread of its own takes the POSIX signals.
 std::shared_ptr<Terminal> MakeConsoleTerminal();
 
 } // namespace kor

@@ -1,5 +1,6 @@
 // KeepAwake: keeps the system from going to sleep by itself while a transfer runs. Where no service
-// can be asked for that, nothing happens and nothing is said. Window's thread; no call waits.
+// can be asked for that, nothing happens and nothing is said. Use it on the window's thread; no
+// call waits.
 #pragma once
 
 #include <memory>

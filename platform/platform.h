@@ -22,8 +22,8 @@ using PlatformAppInterface = PosixAppInterface;
 using PlatformFiles = PosixFiles;
 #endif
 
-// The words of the command line after the program's name. Windows takes them from the system, in
-// full UTF-16; POSIX from main's arguments, as UTF-8.
+// Returns the words of the command line after the program's name. Windows takes them from the
+// system, in full UTF-16; POSIX takes them from main's arguments, as UTF-8.
 std::vector<KorText> ProgramArguments(int argc, char** argv);
 
 } // namespace kor

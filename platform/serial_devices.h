@@ -23,7 +23,7 @@ struct SerialDevice {
   State state = State::Free;
 };
 
-// By kind and number.
+// Returns the devices by kind and number.
 std::vector<SerialDevice> ListSerialDevices();
 // What the port stands for, as the user knows it: "/dev/serial/by-id/usb-...", on Windows the name
 // that its driver gives it, such as "USB Serial Port"; empty where that is no other than the port.
@@ -35,8 +35,8 @@ bool IsSerialPortFree(const KorText& name);
 KorText NetworkAddress(const KorText& name);
 // Their paths alone. Opens none: may be asked every second while other programs use them.
 std::vector<KorText> ListSerialPaths();
-// A port of the settings as the user knows it: "COM1 (/dev/ttyUSB0)" where the system calls the
-// device otherwise, else the name alone.
+// Returns a port of the settings as the user knows it: "COM1 (/dev/ttyUSB0)" where the system calls
+// the device otherwise, else the name alone.
 KorText SerialDeviceName(const KorText& port);
 
 } // namespace kor

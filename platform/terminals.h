@@ -25,12 +25,12 @@ class PseudoTerminal {
 
   virtual const KorText& FarEnd() const = 0; // path of the far end's device
 
-  // Both return at once; a count of 0 is no failure. False: the system refused (LastErrorText).
+  // Both return at once; a count of 0 is no failure. False when the system refused (LastErrorText).
   virtual bool Read(std::span<std::uint8_t> to, std::size_t& readCount) = 0;
   virtual bool Write(std::span<const std::uint8_t> from, std::size_t& writtenCount) = 0;
 
-  // Waits until the moment or, when asked for, until bytes can be read or written; precise to some
-  // tens of microseconds. May end early.
+  // Waits until the moment or, when asked for, until bytes can be read or written. The wait is
+  // precise to some tens of microseconds and may end early.
   virtual void WaitUntil(Moment until, bool forInput, bool forOutput) = 0;
 
   // Drops what was written and the far side has not read, and lifts an exclusive mark that a killed
@@ -45,8 +45,8 @@ class PseudoTerminal {
 std::unique_ptr<PseudoTerminal> OpenPseudoTerminal(const KorText& link, KorText& error);
 
 // Has the handler called for what asks a program to end (SIGINT, SIGTERM, SIGHUP, SIGPIPE as far as
-// the system has them). On POSIX a wait for standard input then ends, too, and finds its end. The
-// handler may only set flags.
+// the system has them). On POSIX a wait for standard input then ends, too, and finds the end of the
+// input. The handler may only set flags.
 void CatchStopSignals(void (*handler)(int));
 
 enum class StandardStream : int { Input = 0, Output = 1, Diagnostics = 2 };

@@ -82,7 +82,7 @@ struct FormField {
   int groupNumber = 0;  // of the box that frames it with the others of that group; 0: none
   KorText group{};      // the box's label
   KorText problem{};    // what is wrong with the value, and what the field accepts
-  // Choice: what stands for each choice on the screen; empty: the choices themselves.
+  // What stands for each choice of a Choice on the screen; empty when the choices themselves do.
   std::vector<KorText> shown{};
 };
 
@@ -95,10 +95,10 @@ struct FormDescription {
   KorText note;     // explanation shown in the form, in the first group
   KorText obstacle; // why the form can't be accepted now, whatever its fields hold
   std::vector<FormField> fields;
-  // Called on opening and after each change; sets enabled of the fields.
+  // Sets enabled of the fields. Called on opening and after each change.
   std::function<void(std::vector<FormField>&)> updateEnabled;
-  // Sets obstacle, and problem of every field, as far as that can be told without a look at a disk.
-  // A form with either is not accepted.
+  // Sets obstacle, and problem of every field, as far as these can be told without a look at a
+  // disk. A form with either is not accepted.
   std::function<void(FormDescription&)> check;
   // Looks at the folders and files that an accepted form names, which may take long: done gets the
   // form with the problems, on the window's thread, perhaps at once.
@@ -130,11 +130,11 @@ class FormDialog {
   virtual ~FormDialog() = default;
 
   virtual void ShowStatus(const StatusView& view) = 0;
-  // Each ended job once, in order, also when no job log is written.
+  // Shows each ended job once, in order, also when no job log is written.
   virtual void ShowEndedJob(const EndedJob&) {}
-  // What ended today before this start, oldest first; some jobs may have ended since.
+  // Shows what ended today before this start, oldest first; some jobs may have ended since.
   virtual void ShowEarlierJobs(const std::vector<EndedJob>&) {}
-  // Whether a trace is written, when that has changed by itself.
+  // Shows whether a trace is written, when that has changed by itself.
   virtual void ShowTracing(bool) {}
   virtual void AppendMonitor(const KorText& text) = 0; // may hold several lines and parts of lines
   virtual void SetTitle(const KorText& title) = 0;
@@ -145,7 +145,7 @@ class FormDialog {
   virtual bool RunForm(FormDescription& form) = 0;
   virtual std::optional<KorText> ChooseFile(const FileChoice& choice) = 0;
   virtual void ShowMessage(const KorText& caption, const KorText& text, MessageStyle style) = 0;
-  // What a user of this front end does to end a transfer, as a message names it.
+  // Returns what a user of this front end does to end a transfer, as a message names it.
   virtual KorText CancelName() const { return u"cancel"; }
   // Runs the task on the window's thread, in the order of the posts; never waits for it. Tasks that
   // are still waiting when the window closes are dropped.

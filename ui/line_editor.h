@@ -15,8 +15,8 @@ class LineEditor {
 
   virtual ~LineEditor() = default;
 
-  // What was typed, as bytes come from the terminal, in pieces of any size. Returns the lines that
-  // it completes, UTF-8 without line end.
+  // Takes what was typed, as bytes come from the terminal, in pieces of any size. Returns the lines
+  // that the bytes complete, UTF-8 without line end.
   virtual std::vector<std::string> Take(std::string_view bytes) = 0;
   virtual std::string Text() const = 0;   // the unfinished line, UTF-8
   virtual std::size_t Cursor() const = 0; // where the next key goes, in bytes of Text

@@ -115,7 +115,7 @@ constexpr std::array kRows{
         kGoesOn, kStill, kDone, kNoPhrase},
 };
 
-// Of the server; the client asks for the list.
+// The server's text for FileListCheck; the client's, in the table, asks for the list.
 constexpr char16_t kServerChecksList[] = u"Server: %s Checking NC File List";
 
 constexpr bool EveryRowStandsAtItsNumber() {

@@ -70,8 +70,8 @@ struct StatusFacts {
   bool serverRole = false;
 };
 
-// The text of a status; previous is returned for one that has none. For UnexpectedError this is its
-// own text, although the display goes on to show the text of FormatError.
+// Returns the text of a status, or previous for one that has none. UnexpectedError has a text of
+// its own here, although the display goes on to show the text of FormatError.
 KorText StatusText(LinkStatus status, const StatusFacts& facts, const KorText& previous);
 
 // True for the states that end a job and are written to the job log.
@@ -88,8 +88,8 @@ bool IsTransferEnd(LinkStatus status);
 
 LinkActivity ActivityOf(LinkStatus status);
 
-// A short phrase for a large line, in the user's language: "Sending 0000123". The status line where
-// the state has no phrase, or its phrase lacks the file's name.
+// Returns a short phrase for a large line, in the user's language: "Sending 0000123". Returns the
+// status line where the state has no phrase, or its phrase lacks the file's name.
 KorText StatusHeadline(LinkStatus status, const KorText& fileName, const KorText& line);
 // "0000123" of "/srv/nc/0000123.MPG".
 KorText ProgramName(const KorText& fileName);

@@ -1,11 +1,11 @@
-// The window of an object that has none: everything is dropped, every question is cancelled.
+// The window of an object that has none: it drops everything and cancels every question.
 #pragma once
 
 #include "ui/form_dialog.h"
 
 namespace kor {
 
-// Lives as long as the program; any thread.
+// It lives as long as the program; any thread may call it.
 FormDialog& NoWindow();
 
 } // namespace kor

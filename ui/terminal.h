@@ -24,20 +24,21 @@ class Terminal {
  public:
   virtual ~Terminal() = default;
 
-  // Both standard input and output are a terminal that can move its cursor: a live status line
-  // makes sense.
+  // Whether both standard input and output are a terminal that can move its cursor, so that a live
+  // status line makes sense.
   virtual bool IsInteractive() const = 0;
-  // Standard error is a terminal that shows colours, and the user has nothing against them.
+  // Whether standard error is a terminal that shows colours, and the user has nothing against them.
   virtual bool HasColours() const = 0;
-  // From now on keys arrive singly and unechoed, until StopKeys.
+  // Has keys arrive singly and unechoed, until StopKeys.
   virtual void StartKeys() = 0;
-  // The system's editor of the line that is typed; null where there is none.
+  // Makes the system's editor of the line that is typed; null where there is none.
   virtual std::unique_ptr<LineEditor> MakeLineEditor() = 0;
   virtual void StopKeys() = 0;
   virtual int Columns() const = 0; // of the screen; 80 when unknown
-  // Bytes of standard input as they come; 0 at its end.
+  // Reads bytes of standard input as they come; 0 at its end.
   virtual std::size_t Read(std::span<char> to) = 0;
-  // UTF-8. Whole or not at all as far as the reader takes it; a reader that is gone is ignored.
+  // Both write UTF-8, whole or not at all as far as the reader takes it; a reader that is gone is
+  // ignored.
   virtual void Write(std::string_view text) = 0;
   virtual void WriteError(std::string_view text) = 0;
   virtual void OnEvent(std::function<void(TerminalEvent)> onEvent) = 0;

@@ -31,8 +31,8 @@ class TimerQueue {
   // runs once and is due again one period after now.
   void RunDue(double now);
   std::optional<double> NextDue() const;
-  // Called, on the thread that did it, when a timer was started: the front end asks NextDue again
-  // and shortens its wait.
+  // Sets what is called when a timer was started, on the thread that started it: the front end asks
+  // NextDue again and shortens its wait.
   void SetOnEarlier(std::function<void()> callback);
 
  private:

@@ -1,5 +1,5 @@
-// What front ends tell of a transfer: how fast it goes, how much is left, which program it is. Pure
-// functions and a rate meter; no drawing. Texts come from the dictionary.
+// What front ends tell of a transfer: how fast it goes, how much is left, which program it is.
+// There are pure functions and a rate meter; nothing draws. Texts come from the dictionary.
 #pragma once
 
 #include <cstdint>
@@ -40,7 +40,7 @@ struct StatusWords {
 };
 StatusWords TakeApart(const KorText& line, const KorText& fileName);
 
-// "1024/4096", or "1024 bytes" where the size isn't known beforehand.
+// Returns "1024/4096", or "1024 bytes" where the size isn't known beforehand.
 KorText CountText(const StatusView& view);
 // Whether a share of the whole can be told: an upload's size isn't known beforehand.
 bool IsMeasurable(const StatusView& view);
@@ -48,10 +48,10 @@ KorText ShareText(const StatusView& view);                  // "25%", or empty
 KorText RatePart(const Pace& pace);                         // the rate, "held", or empty
 KorText LeftPart(const StatusView& view, const Pace& pace); // "0:31 left", or empty
 
-// "9.6 kB/s", "512 B/s", "1.2 MB/s".
+// Returns a rate such as "9.6 kB/s", "512 B/s" or "1.2 MB/s".
 KorText RateText(double bytesPerSecond);
 
-// "0:07", "12:40", "1:02:03".
+// Returns a time such as "0:07", "12:40" or "1:02:03".
 KorText TimeText(double seconds);
 
 } // namespace kor

@@ -34,8 +34,8 @@ KorText HomeFolder() {
   return home.IsEmpty() ? CurrentAccount().home : home;
 }
 
-// The folder of the suite below a folder that the environment names, else below one in the home
-// folder; empty without a home folder.
+// Returns the folder of the suite below a folder that the environment names, else below one in the
+// home folder; empty without a home folder.
 KorText SuiteFolder(const char* variable, std::u16string_view belowHome,
                     std::u16string_view nameAndVersion) {
   KorText base = EnvironmentFolder(variable);

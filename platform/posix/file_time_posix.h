@@ -1,4 +1,4 @@
-// File times against those of POSIX.
+// Conversions between file times and those of POSIX.
 #pragma once
 
 #include "services/core/file_time.h"

@@ -202,7 +202,7 @@ int FlagsOf(FileAccess access) {
   return kCommon | O_RDONLY;
 }
 
-// Of what is no plain file the length is not to be had: its reader would take it for empty.
+// What is no plain file has no length to be told: a reader would take it for empty.
 bool CanOpenAs(mode_t mode, FileAccess access) {
   if (S_ISDIR(mode)) return Fail(EISDIR);
   if (S_ISREG(mode)) return true;
@@ -211,8 +211,8 @@ bool CanOpenAs(mode_t mode, FileAccess access) {
   return isPipe || (writes && access != FileAccess::Stream) || Fail(EINVAL);
 }
 
-// Between opening and locking another may have replaced the file: the lock keeps nobody from the
-// new one then.
+// Another process may have replaced the file between opening and locking: the lock keeps nobody
+// from the new file then.
 bool StillHasName(const struct stat& opened, const std::string& path) {
   struct stat named {};
   const bool isThere = ::stat(path.c_str(), &named) == 0;
@@ -366,8 +366,7 @@ bool PosixFiles::Rename(const KorText& from, const KorText& to) {
   if (!ToNative(from, nativeFrom) || !ToNative(to, nativeTo)) return false;
   if (::rename(nativeFrom.c_str(), nativeTo.c_str()) == 0) return true;
   if (errno != EXDEV) return Fail(errno);
-  // Onto another disk: copied beside the target and renamed there, so the target changes in one
-  // step.
+  // The target is on another disk: copy beside it and rename there, so that it changes in one step.
   return Duplicate(from, to) && Remove(from);
 }
 
@@ -400,7 +399,7 @@ bool PosixFiles::RemoveFolder(const KorText& path) {
     native.pop_back();
   struct stat status {};
   if (!Checked(::lstat(native.c_str(), &status))) return false;
-  // Of a link to a folder only the link goes.
+  // A link to a folder is removed alone; the folder stays.
   if (S_ISLNK(status.st_mode) && IsFolder(native)) return Checked(::unlink(native.c_str()));
   if (!S_ISDIR(status.st_mode)) return Fail(ENOTDIR);
   std::error_code error;
@@ -481,7 +480,7 @@ bool PosixFiles::SetCurrentFolder(const KorText& path) {
   return ToNative(path, native) && Checked(::chdir(native.c_str()));
 }
 
-// A lease for reading is granted only while nobody can write. It goes again at once; somebody who
+// A lease for reading is granted only while nobody can write. We give it back at once; somebody who
 // opens the file for writing meanwhile makes the kernel send a signal, which is ignored by default.
 // A lease of another program, such as a file server's, also means that somebody may write. Clients
 // of network file systems refuse leases for reasons of their own, which say nothing of a writer.

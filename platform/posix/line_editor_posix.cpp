@@ -117,8 +117,8 @@ class Utf8Locale {
 };
 
 // libedit sets the modes of its terminal and waits until all output is out. A screen that somebody
-// has stopped must not stop the program: libedit gets a terminal of its own, on which nobody looks,
-// and the line is drawn by whoever draws the screen.
+// has stopped must not stop the program: libedit gets a terminal of its own that nobody looks at,
+// and whoever draws the screen draws the line.
 class PosixLineEditor : public LineEditor {
  public:
   ~PosixLineEditor() override {

@@ -7,7 +7,7 @@
 
 namespace kor {
 
-// Needs no terminal of its own. Null when the system has no pseudo-terminal left.
+// Makes an editor, which needs no terminal. Null when the system has no pseudo-terminal left.
 std::unique_ptr<LineEditor> MakeSystemLineEditor();
 
 } // namespace kor

@@ -56,8 +56,8 @@ KorText DatePicture(const KorText& format) {
   return picture;
 }
 
-// The punctuation after the hours of a time format; ":" where it is not spelled out ("%T", "%r") or
-// is a word for the hours.
+// Returns the punctuation after the hours of a time format; ":" where the format doesn't spell it
+// out ("%T", "%r") or has a word for the hours.
 char16_t TimeSeparatorOf(const KorText& timeFormat) {
   const std::size_t hours = timeFormat.View().find_first_of(u"HIkl");
   if (hours == KorText::kNone || hours + 1 >= timeFormat.Length()) return u':';
@@ -114,7 +114,7 @@ KorText UserLocale::Format(const char* format, const SystemTime& time) const {
 }
 
 // POSIX locales hold neither a list separator nor a long date. Where the comma is the decimal
-// separator a list needs another one, and the semicolon is what is used there.
+// separator a list needs another one, which is usually the semicolon.
 RegionalSettings PosixLocale::Load() {
   RegionalSettings settings;
   {

@@ -17,10 +17,10 @@ class UserLocale {
   UserLocale(const UserLocale&) = delete;
   UserLocale& operator=(const UserLocale&) = delete;
   void Reload();
-  // An item such as THOUSEP; empty when the locale is not installed.
+  // Returns an item such as THOUSEP; empty when the locale is not installed.
   KorText Item(int item) const;
   KorText DateFormat() const; // strftime's; empty when the locale holds none of its own ("C")
-  // A time by a strftime format; empty when the locale is not installed.
+  // Formats a time by a strftime format; empty when the locale is not installed.
   KorText Format(const char* format, const SystemTime& time) const;
 
  private:

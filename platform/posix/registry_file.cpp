@@ -84,8 +84,8 @@ std::optional<KorText> SectionOf(const KorText& line) {
   return Unescaped(text.Mid(1, text.Length() - 2));
 }
 
-// Where a key's section starts and ends (the next section, or the end of the file); start is the
-// line after its heading.
+// The lines of a key's section, from the one after its heading to the next section or the end of
+// the file.
 struct Section {
   std::size_t start = KorText::kNone, end = KorText::kNone;
 };
@@ -127,8 +127,8 @@ void InsertLine(std::vector<KorText>& lines, const Section& section, const KorTe
   lines.insert(lines.begin() + static_cast<std::ptrdiff_t>(at), line);
 }
 
-// Keeps two programs from changing the file at once; leaves nothing behind. Whoever may read the
-// folder can hold its lock, so the wait has an end.
+// Keeps two programs from changing the file at once, and leaves nothing behind. Whoever may read
+// the folder can hold its lock, so the wait has an end.
 class FolderLock {
  public:
   FolderLock(const KorText& folder, AppInterface& app)

@@ -4,10 +4,10 @@
 //   [Software\Velmora\Plenova 2026\COMMON]
 //   WaitLockPeriod=3000
 //
-// A section per key, a line per value, numbers in decimal; keys and value names fold ASCII case. A
-// character that a line can't hold as it is (control characters, blanks at the ends, "=" in a name,
-// half of a surrogate pair) is written as "%u" and four hex digits; any other "%" is itself. Lines
-// of other forms are comments and stay where they are.
+// A key has a section and a value a line; numbers are decimal, and keys and value names fold ASCII
+// case. A character that a line can't hold as it is (control characters, blanks at the ends, "=" in
+// a name, half of a surrogate pair) is written as "%u" and four hex digits; any other "%" is
+// itself. Lines of other forms are comments and stay where they are.
 //
 // Every operation reads the file anew, so that what another program wrote counts. Writing replaces
 // the file in one step, under a lock on the settings folder; a file that can't be read is not
@@ -26,7 +26,7 @@ namespace kor {
 
 class RegistryFile : public OsRegistry {
  public:
-  // Takes folder, name and files from the services, and tells them of a file that is none.
+  // Takes folder, name and files from the services, and reports a file that is no registry to them.
   explicit RegistryFile(AppInterface& app);
   std::optional<std::uint32_t> ReadNumber(const KorText& key, const KorText& value) override;
   std::optional<KorText> ReadText(const KorText& key, const KorText& value) override;

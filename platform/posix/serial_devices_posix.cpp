@@ -72,8 +72,8 @@ bool LacksUart(const Candidate& candidate) {
   return type >> number && number == PORT_UNKNOWN;
 }
 
-// In their order. What can be told without opening them has been: a file without a device behind it
-// is none.
+// Returns the candidates in their order. A file without a device behind it is none; this can be
+// told without opening any.
 std::vector<Candidate> CandidatesIn(const fs::path& folder) {
   std::vector<Candidate> candidates;
   std::error_code error;

@@ -1,4 +1,4 @@
-// The lists of serial devices on another folder than /dev, for tests.
+// The lists of serial devices in another folder than /dev, for tests.
 #pragma once
 
 #include <filesystem>

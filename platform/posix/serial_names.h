@@ -12,8 +12,8 @@
 
 namespace kor {
 
-// The path to open. A link that exists is returned itself, also while its target is missing: the
-// adapter may come back. Anything that is not "COMn" is a device path already.
+// Returns the path to open. A link that exists is returned itself, also while its target is
+// missing: the adapter may come back. Anything that is not "COMn" is a device path already.
 KorText SerialDevicePath(const KorText& name);
 
 struct SerialName {
@@ -21,7 +21,7 @@ struct SerialName {
   KorText device; // what the link says
 };
 
-// The links there are, by number.
+// Returns the links that there are, by number.
 std::vector<SerialName> ListSerialNames();
 
 // Makes or replaces the link of a name "COMn" to a device or an address; an empty one removes it.

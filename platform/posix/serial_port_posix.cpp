@@ -101,7 +101,7 @@ std::uint8_t DataBitsOf(tcflag_t flags) {
 }
 
 // Bytes come and go as they are, at once, and the modem lines neither stop nor end the connection.
-// VMIN 1, so that a read of 0 bytes can only be a hang-up.
+// VMIN is 1, so that a read of 0 bytes can only be a hang-up.
 void SetRaw(termios& line) {
   line.c_iflag = 0;
   line.c_oflag = 0;
@@ -185,7 +185,7 @@ bool PosixSerialPort::Open(const KorText& name) {
 }
 
 // A pseudo-terminal would keep the exclusive mark of a killed program for as long as its other end
-// lives; the lock, which ends with its holder, has to do there.
+// lives. There the lock, which ends with its holder, has to do.
 bool PosixSerialPort::Claim(const Descriptor& opened) {
   struct stat info {};
   if (::fstat(opened.Get(), &info) != 0) return Fail(errno);
@@ -226,10 +226,10 @@ bool PosixSerialPort::Close() {
   return device.Reset() || Fail(errno);
 }
 
-// The kernel waits in close for unsent bytes, up to 30 s. So: drop them, lift every hold, and where
-// bytes still sit in the hardware, where nothing can drop them, tell it not to wait for those
-// either. An adapter then sends what a hold has left in it, no more than a piece, to the controller
-// that holds.
+// The kernel waits in close for unsent bytes, up to 30 s. Drop them and lift every hold. Nothing
+// can drop bytes that sit in the hardware, so tell the kernel not to wait for those either. An
+// adapter then sends what a hold has left in it, no more than a piece, to the controller that
+// holds.
 void PosixSerialPort::SpeedUpClose() {
   ::tcflush(device.Get(), TCOFLUSH);
   xoffReceived = false;

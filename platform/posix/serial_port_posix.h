@@ -40,11 +40,12 @@ class PosixSerialPort : public SerialPort {
   PosixSerialPort(const PosixSerialPort&) = delete;
   PosixSerialPort& operator=(const PosixSerialPort&) = delete;
 
-  // The device of SerialDevicePath(name) (serial_names.h), locked with flock and, unless it is a
-  // pseudo-terminal, with TIOCEXCL. It is raw from here on.
+  // Opens the device of SerialDevicePath(name) (serial_names.h) and locks it with flock and, unless
+  // it is a pseudo-terminal, with TIOCEXCL. The device is raw from here on.
   bool Open(const KorText& name) override;
   bool IsOpen() const override { return device.IsValid(); }
-  // The kernel's queues have fixed sizes (4095 bytes in, 4096 out, more on some adapters).
+  // Changes nothing: the kernel's queues have fixed sizes (4095 bytes in, 4096 out, more on some
+  // adapters).
   bool SetQueueSizes(std::uint32_t input, std::uint32_t output) override;
   bool GetControlBlock(DeviceControlBlock& block) override;
   bool BuildControlBlock(const KorText& text, DeviceControlBlock& block) override;
@@ -92,7 +93,7 @@ class PosixSerialPort : public SerialPort {
   void WatchXoff(std::span<const std::uint8_t> bytes);
   void UpdateOutputStop();
   bool SendsPieces() const; // a hold can come, and the driver doesn't stop for it
-  // What of it may go out now, so that no more than a piece is on its way.
+  // Returns the bytes that may go out now, so that no more than a piece is on its way.
   std::span<const std::uint8_t> Piece(std::span<const std::uint8_t> from);
   std::chrono::nanoseconds ByteTime() const; // at the current rate
   void SpeedUpClose();

@@ -1,5 +1,5 @@
-// Line rates as numbers of bits per second. Apart from the rest of the port because the kernel's
-// termios2 and the C library's termios can't be declared in one file.
+// Line rates as numbers of bits per second. They stand apart from the rest of the port because the
+// kernel's termios2 and the C library's termios can't be declared in one file.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@ namespace kor {
 // another rate; see LineRate.
 bool SetLineRate(int device, std::uint32_t rate);
 
-// The output rate that the driver has set, or nothing when it can't be read.
+// Returns the output rate that the driver has set, or nothing when that can't be read.
 std::optional<std::uint32_t> LineRate(int device);
 
 } // namespace kor

@@ -170,8 +170,8 @@ std::atomic<void (*)(int)> stopHandler = nullptr;
 
 int nullDevice = -1;
 
-// A read that is about to start would wait in spite of the signal, had its descriptor not become
-// another one; free, it would be taken by the next file.
+// Put the null device in the descriptor's place: a read that is about to start would otherwise wait
+// in spite of the signal, and the next file would take a descriptor that is free.
 void OnStopSignal(int number) {
   const int savedError = errno;
   stopHandler.load()(number);

@@ -7,7 +7,7 @@
 
 namespace kor {
 
-// Empty when the variable is not set.
+// Returns an empty text when the variable is not set.
 inline KorText EnvironmentVariable(const char* name) {
   const char* value = std::getenv(name);
   return value ? KorText::FromUtf8(value) : KorText();

@@ -28,8 +28,8 @@ BOOL WINAPI OnControl(DWORD event) {
   return TRUE;
 }
 
-// A program that has user32.dll in it, as shell32.dll brings it into all of ours, is told of the
-// session's end by its windows, not by the control handler.
+// Windows tells a program with user32.dll in it of the session's end by its windows, not by the
+// control handler. shell32.dll brings user32.dll into all of ours.
 LRESULT CALLBACK OnMessage(HWND window, UINT message, WPARAM parameter, LPARAM more) {
   if (message == WM_ENDSESSION && parameter != 0) {
     OnControl(CTRL_SHUTDOWN_EVENT);
@@ -125,8 +125,8 @@ class Win32Terminal : public Terminal {
   }
 
  private:
-  // In the console's own 16 bits: its conversion to UTF-8 loses what is beyond ASCII. A read that
-  // Ctrl-Break breaks off is not the end.
+  // Reads in the console's own 16 bits: its conversion to UTF-8 loses what is beyond ASCII. A read
+  // that Ctrl-Break breaks off is not the end.
   std::size_t ReadKeys(std::span<char> to) {
     std::array<wchar_t, 128> units{}; // at most three bytes each
     std::wstring typed;

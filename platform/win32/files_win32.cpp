@@ -175,8 +175,8 @@ struct FreeLocal {
   void operator()(void* memory) const { LocalFree(memory); }
 };
 
-// The access list, with the entries that come from the folder again coming from the folder; owner
-// and group as far as the system lets them be given.
+// Copies the access list, whose entries from the folder come from the folder again, and owner and
+// group as far as the system lets them be given.
 bool CopySecurity(HANDLE from, HANDLE to) {
   constexpr SECURITY_INFORMATION kNames = OWNER_SECURITY_INFORMATION | GROUP_SECURITY_INFORMATION;
   PACL list = nullptr;
@@ -227,7 +227,7 @@ template <class Visit> bool ForEachEntry(const std::wstring& folder, Visit visit
 
 bool RemoveNativeFolder(const std::wstring& folder);
 
-// Of a link to a folder only the link goes.
+// A link to a folder is removed alone; the folder stays.
 bool RemoveEntry(const std::wstring& folder, const WIN32_FIND_DATAW& entry) {
   const std::wstring path = folder + L"\\" + entry.cFileName;
   const DWORD attributes = entry.dwFileAttributes;
@@ -315,8 +315,7 @@ bool Win32Files::Rename(const KorText& from, const KorText& to) {
     return true;
   }
   if (GetLastError() != ERROR_NOT_SAME_DEVICE) return Fail(GetLastError());
-  // Onto another disk: copied beside the target and renamed there, so the target changes in one
-  // step.
+  // The target is on another disk: copy beside it and rename there, so that it changes in one step.
   return Duplicate(from, to) && Remove(from);
 }
 

@@ -44,7 +44,7 @@ KorText Win32Locale::Time(const SystemTime& time) {
   return FromWide(text);
 }
 
-// Of the system's own texts; dates and numbers may be another country's.
+// This is the language of the system's own texts; dates and numbers may be another country's.
 KorText Win32Locale::Language() {
   ULONG count = 0, length = 0;
   if (GetUserPreferredUILanguages(MUI_LANGUAGE_NAME, &count, nullptr, &length)) {

@@ -34,8 +34,8 @@ void OpenMissing(FILE* stream, const char* mode, DWORD which) {
                            nullptr, OPEN_EXISTING, 0, nullptr));
 }
 
-// What is printed is UTF-8. A letter's bytes have to come in one piece; without a buffer each comes
-// alone.
+// What is printed is UTF-8. A letter's bytes have to come in one piece; without a buffer each byte
+// comes alone.
 void PrintUtf8() {
   DWORD mode = 0;
   bool toConsole = false;

@@ -10,7 +10,7 @@ namespace kor {
 
 class Win32Registry : public OsRegistry {
  public:
-  // A failed writing leaves its number there.
+  // Receives the error of a failed write.
   explicit Win32Registry(OsErrors& toTell) : errors(toTell) {}
   std::optional<std::uint32_t> ReadNumber(const KorText& key, const KorText& value) override;
   std::optional<KorText> ReadText(const KorText& key, const KorText& value) override;
@@ -23,7 +23,7 @@ class Win32Registry : public OsRegistry {
   OsErrors& errors;
 };
 
-// A text of any hive; std::nullopt when there is none.
+// Reads a text of any hive; std::nullopt when there is none.
 std::optional<KorText> ReadRegistryText(HKEY hive, const KorText& key, const KorText& value);
 
 } // namespace kor

@@ -33,8 +33,8 @@ constexpr std::uint32_t kStall = 20; // milliseconds that a piece of a write may
 
 constexpr DWORD kErrorNoSuchDevice = 433; // not in every compiler's headers
 
-// What drivers answer once the adapter is out of its socket. Not ERROR_OPERATION_ABORTED: a line
-// error gives it on a port that is set to stop at errors.
+// Whether drivers answer so once the adapter is out of its socket. ERROR_OPERATION_ABORTED is not
+// among these: a line error gives it on a port that is set to stop at errors.
 bool MeansGone(DWORD error) {
   constexpr std::array<DWORD, 10> kGone = {
       ERROR_FILE_NOT_FOUND,       ERROR_ACCESS_DENIED, ERROR_NOT_READY,    ERROR_BAD_COMMAND,

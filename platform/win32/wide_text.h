@@ -1,5 +1,5 @@
-// KorText to and from the wide texts of Windows' calls: the same 16 bits under another type.
-// Copies, so that neither type is read through the other.
+// KorText to and from the wide texts of Windows' calls: the same 16 bits under another type. The
+// functions copy, so that neither type is read through the other.
 #pragma once
 
 #include <string>

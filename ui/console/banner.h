@@ -1,5 +1,5 @@
 // What the console says at its start on a terminal: version, port with its settings, folders, where
-// help is. Pure.
+// help is. Pure function.
 #pragma once
 
 #include <vector>

@@ -11,9 +11,9 @@ struct Range {
   char32_t first, last;
 };
 
-// From the Unicode Character Database 14.0, www.unicode.org/Public/14.0.0/ucd: EastAsianWidth.txt,
-// the characters of width W and F. Code points without a character are left to the ranges around
-// them.
+// The ranges come from the Unicode Character Database 14.0, www.unicode.org/Public/14.0.0/ucd: the
+// characters of width W and F in EastAsianWidth.txt. Code points without a character are left to
+// the ranges around them.
 constexpr Range kWide[] = {
     {0x1100, 0x115f},   {0x231a, 0x231b},   {0x2329, 0x232a},   {0x23e9, 0x23ec},
     {0x23f0, 0x23f0},   {0x23f3, 0x23f3},   {0x25fd, 0x25fe},   {0x2614, 0x2615},
@@ -37,8 +37,8 @@ constexpr Range kWide[] = {
     {0x1f6eb, 0x1f6ec}, {0x1f6f4, 0x1f6fc}, {0x1f7e0, 0x1f7f0}, {0x1f90c, 0x1f93a},
     {0x1f93c, 0x1f945}, {0x1f947, 0x1f9ff}, {0x1fa70, 0x1faf6}, {0x20000, 0x3134a}};
 
-// UnicodeData.txt, the categories Mn, Me and Cf but for the soft hyphen; and the vowels and finals
-// that join a Hangul syllable.
+// These are the categories Mn, Me and Cf of UnicodeData.txt but for the soft hyphen, and the vowels
+// and finals that join a Hangul syllable.
 constexpr Range kJoined[] = {
     {0x300, 0x36f},     {0x483, 0x489},     {0x591, 0x5bd},     {0x5bf, 0x5bf},
     {0x5c1, 0x5c2},     {0x5c4, 0x5c5},     {0x5c7, 0x5c7},     {0x600, 0x605},

@@ -22,7 +22,7 @@ Fit FitColumns(std::u16string_view text, std::size_t columns);
 inline constexpr std::u16string_view kCut = u"..";
 KorText CutRight(const KorText& text, std::size_t columns);
 KorText CutLeft(const KorText& text, std::size_t columns);
-// With blanks behind it, at least that wide.
+// Puts blanks behind the text until it is at least that wide.
 KorText PadColumns(const KorText& text, std::size_t columns);
 
 } // namespace kor

@@ -134,8 +134,8 @@ bool ConsoleFrontEnd::AddInput(Shared& shared, std::string_view bytes) {
   return true;
 }
 
-// The end of the input ends the reader, not the program. It reads ahead no more than it may: a
-// flood waits in its pipe.
+// The end of the input ends the reader, not the program. The reader reads ahead no more than it
+// may: a flood waits in its pipe.
 void ConsoleFrontEnd::StartReader() {
   std::thread([state = shared, source = terminal] {
     std::array<char, 512> bytes;

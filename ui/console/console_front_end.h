@@ -22,12 +22,12 @@
 
 namespace kor {
 
-// UTF-8 without control characters and changes of writing direction, which would disturb the
-// screen.
+// Returns UTF-8 without control characters and changes of writing direction, which would disturb
+// the screen.
 std::string PrintableText(const KorText& text);
-// A message's lines, each after ": ".
+// Joins a message's lines by ": ".
 KorText InOneLine(const KorText& message);
-// For a terminal that shows colours.
+// Makes a text red, for a terminal that shows colours.
 std::string RedText(std::string_view text);
 
 class ConsoleFrontEnd : public FormDialog {
@@ -35,9 +35,10 @@ class ConsoleFrontEnd : public FormDialog {
   explicit ConsoleFrontEnd(std::shared_ptr<Terminal> systemTerminal);
   ~ConsoleFrontEnd() override;
 
-  // Each line of standard input goes to onLine. Runs until Quit; timers are run as they fall due.
+  // Runs until Quit: hands each line of standard input to onLine and runs timers as they fall due.
   void Run(TimerQueue& timers, std::function<void(const KorText&)> onLine);
-  // Asked before each line of input. While it says no, the input waits, and whoever writes it.
+  // Sets what is asked before each line of input. While it says no, the input waits, and so does
+  // whoever writes it.
   void SetTakesInput(std::function<bool()> ready) { takesInput = std::move(ready); }
   // While what an earlier line has asked for is not answered, lines wait, a few of them. After a
   // moment, which a script gives its commands to be done in their order, a line may overtake the
@@ -55,15 +56,15 @@ class ConsoleFrontEnd : public FormDialog {
   void AskQuit() { Interrupt(shared); }
   // What the terminal's events call; as Quitter's, at any time. A second Ctrl-C always ends Run.
   std::function<void(TerminalEvent)> EventHandler();
-  // After the engine's end: shows what it still had to say.
+  // Shows, after the engine's end, what the engine still had to say.
   void Finish();
-  // Standard input and output are a terminal: somebody looks.
+  // Whether standard input and output are a terminal, so that somebody looks.
   bool IsInteractive() const { return interactive; }
 
-  // A line of answer to a command, on standard output.
+  // Writes a line of answer to a command on standard output.
   void Print(const KorText& line);
   void PrintJob(const EndedJob& job); // likewise; red where it failed
-  // Waits until what was printed has been taken.
+  // Waits until the reader has taken what was printed.
   void Flush(std::chrono::milliseconds atMost = ConsoleOutput::kPatience) { output.Flush(atMost); }
   void SetMonitorOn(bool on);
 
@@ -103,8 +104,8 @@ class ConsoleFrontEnd : public FormDialog {
   };
 
   static void Interrupt(const std::shared_ptr<Shared>& shared);
-  // Adds what was read once there is room for it; nothing is the end. False when the front end has
-  // gone.
+  // Adds what was read once there is room for it; nothing read is the end. False when the front end
+  // has gone.
   static bool AddInput(Shared& shared, std::string_view bytes);
   void StartReader();
   void TakeInput();

@@ -18,7 +18,7 @@ namespace kor {
 
 class ConsoleOutput {
  public:
-  // Text that may wait for a reader; beyond it the oldest is dropped.
+  // The text that may wait for a reader; beyond that the oldest is dropped.
   static constexpr std::size_t kMostWaiting = 1 << 20; // bytes
   static constexpr std::chrono::milliseconds kPatience{300};
 
@@ -37,7 +37,7 @@ class ConsoleOutput {
     std::string bytes;
     bool isError = false;
   };
-  // Outlives the object while the thread is stuck in a write.
+  // The shared part outlives the object while the thread is stuck in a write.
   struct Shared {
     Mutex mutex;
     std::condition_variable_any changed;
@@ -48,7 +48,7 @@ class ConsoleOutput {
   };
 
   void Add(std::string_view text, bool isError);
-  // The oldest text, waited for; none when the output is closed.
+  // Waits for the oldest text and returns it; none when the output is closed.
   static std::optional<Text> Take(Shared& shared);
   static void Run(const std::shared_ptr<Shared>& shared, const std::shared_ptr<Terminal>& terminal);
 

@@ -1,5 +1,5 @@
-// PlainLineEditor: lines of a pipe; and, where the system has no editor, of a keyboard with
-// backspace and Ctrl-U.
+// PlainLineEditor: takes the lines of a pipe and, where the system has no editor, those of a
+// keyboard with backspace and Ctrl-U.
 #pragma once
 
 #include "ui/line_editor.h"

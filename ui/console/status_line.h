@@ -9,17 +9,17 @@
 
 namespace kor {
 
-// The line, exactly that many columns wide. Below about 40 columns the lamps are left out.
+// Returns the line, exactly that many columns wide. Below about 40 columns the lamps are left out.
 KorText StatusLine(const StatusView& view, const Pace& pace, std::size_t columns);
 
-// The line of an ended job for the screen: local time, name, words and, as far as there is room,
-// the folder. All but the folder is always there.
+// Returns the line of an ended job for the screen: local time, name, words and, as far as there is
+// room, the folder. All but the folder is always there.
 KorText JobLine(const EndedJob& job, std::size_t columns);
 
-// "RX TX CTS DSR RLS XOFF XSENT". A lamp that is out is shown as dots, or left out.
+// Returns "RX TX CTS DSR RLS XOFF XSENT". A lamp that is out is shown as dots, or left out.
 KorText LampText(const StatusView& view, bool dots);
 
-// "[#####-----]".
+// Returns "[#####-----]".
 KorText ProgressBar(std::int64_t count, std::int64_t range, std::size_t width);
 
 } // namespace kor
