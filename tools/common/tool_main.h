@@ -17,7 +17,7 @@ struct ToolMain {
   std::function<int(const std::vector<KorText>& words, const ToolOutput& output)> run;
 };
 
-// Called by main, with its arguments; returns the exit code.
+// Runs the tool with main's arguments and returns the exit code.
 int RunToolMain(const ToolMain& tool, int argc, char** argv);
 
 } // namespace kor

@@ -20,15 +20,17 @@ struct Finding {
   KorText what; // with the remedy
 };
 
-// By number, then by language. The dictionary is in editing mode.
+// Returns the findings by number, then by language. The dictionary is in editing mode.
 std::vector<Finding> CheckTexts(const TextHolder& dictionary);
 
-// Columns of a text; a wide East Asian character takes two. Of several lines the widest counts.
+// Returns the columns of a text; a wide East Asian character takes two. The widest of several lines
+// counts.
 std::size_t TextWidth(std::u16string_view text);
-// The columns that a text may take. A note says "At most 14 characters." or "Any length."; without
-// either it is half as much again as the English text, and 12 at least. 0: any.
+// Returns the columns that a text may take; 0 for any number. A note says "At most 14 characters."
+// or "Any length."; without either the limit is half as much again as the English text, and 12 at
+// least.
 std::size_t WidthLimit(const TextEntry& entry);
-// The directives of a format, in order, such as "%s" and "%02i"; "%%" is none.
+// Returns the directives of a format, in order, such as "%s" and "%02i"; "%%" is none.
 std::vector<KorText> Directives(std::u16string_view format);
 
 } // namespace kor

@@ -81,7 +81,7 @@ KordictResult Kordict::Run() {
 
 // --- The dictionary and its sources ---
 
-// What is named is that file and no other. Without a name it is this folder's dictionary, or else
+// A name stands for that file and no other. Without a name it is this folder's dictionary, or else
 // the program folder's.
 KorText Kordict::DictionaryPath() const {
   const bool isNamed = !options.dictionary.IsEmpty();
@@ -121,8 +121,8 @@ std::optional<std::vector<KorText>> Kordict::TranslationFiles() {
   return files;
 }
 
-// The file whose English texts hold comes first, so that its texts are the ones that stay, and once
-// more at the end for its notes.
+// The file whose English texts hold is read first, so that its texts are the ones that stay, and
+// once more at the end for its notes.
 bool Kordict::ReadTranslations(const std::vector<KorText>& files) {
   const bool hasEnglish = !options.english.IsEmpty();
   if (!EnsureLanguages(files)) return false;

@@ -19,7 +19,7 @@ enum class KordictResult : int {
 };
 
 struct KordictOutput : ToolOutput {
-  // How far a long command is; the line is replaced by the next one. Empty: not shown.
+  // Shows how far a long command is; the next line replaces the one before. May be empty.
   std::function<void(const KorText&)> progress;
 };
 

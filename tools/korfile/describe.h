@@ -24,7 +24,7 @@ struct FileDescription {
   std::optional<RecordFileDescription> records;
 };
 
-// Kind, layout and sizes; the checksum is its caller's to compute, with a progress bar.
+// Finds kind, layout and sizes. The caller computes the checksum, with a progress bar.
 FileDescription DescribeFile(const KorText& path);
 // Looks for records in a file that is whole so far. A compressed file is inflated for it unless it
 // is very large.
@@ -32,14 +32,14 @@ void AddRecords(FileDescription& file);
 
 std::vector<KorText> RenderDescription(const FileDescription& description);
 std::string RenderDescriptionJson(const FileDescription& description);
-// Of a file of which no more is known than that the work on it failed.
+// Describes a file of which no more is known than that the work on it failed.
 std::string RenderFailureJson(const KorText& path, FileResult result, const ContainerFault& fault);
 
-// Whether a file too short for a signature is a plain one: it doesn't begin like one that was cut
-// off.
+// Whether a file too short for a signature is a plain one: it doesn't begin like a signature that
+// was cut off.
 bool IsShortPlainFile(SimpleFile& file);
 
-// "0x20000004".
+// Returns the number as "0x20000004".
 KorText ResultNumber(FileResult result);
 
 } // namespace kor

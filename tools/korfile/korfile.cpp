@@ -205,7 +205,8 @@ class Korfile {
     return FileResult::Success;
   }
 
-  // Of the file as it lies. Nothing, and the failure, when it can't be read or is cancelled.
+  // Computes the checksum of the file as it lies. Returns nothing, and notes the failure, when the
+  // file can't be read or the work is cancelled.
   std::optional<FileCrc> ChecksumOf(const KorText& file, Failure& failure) {
     const CompressOptions settings = Settings(file, failure);
     SimpleFile read(source);

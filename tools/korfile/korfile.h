@@ -16,7 +16,7 @@ struct KorfileOutput : ToolOutput {
   std::function<bool()> isCancelled = [] { return false; };
 };
 
-// 0, 1 and 3 to 6 in the order of the result codes; 2 is a wrong command line.
+// Returns 0, 1 and 3 to 6 in the order of the result codes; 2 is a wrong command line.
 int KorfileExitCode(FileResult result);
 
 // App() is set. The arguments are those after the program's name. Returns the exit code.

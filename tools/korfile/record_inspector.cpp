@@ -19,8 +19,8 @@ class ByteWindow {
   explicit ByteWindow(SimpleFile& source) : file(source), bytes(kWindow) {}
   std::uint64_t Size() const { return file.Size(); }
 
-  // Null when the file does not hold them all. At most a window's length; valid until the next
-  // call.
+  // Returns the bytes at the offset, at most a window's length; null when the file does not hold
+  // them all. They are valid until the next call.
   const std::uint8_t* At(std::uint64_t offset, std::size_t length) {
     if (offset > Size() || length > Size() - offset) return nullptr;
     if (offset < start || offset + length > start + valid) {

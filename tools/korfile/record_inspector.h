@@ -1,6 +1,7 @@
 // The record inspector: what lies in a record file, as a tree, without the program that wrote it.
-// Of classes in the registry it shows names and members; in the body of others it finds records by
-// their shape. It goes on behind damage as far as it can and says where the damage is.
+// The inspector shows names and members of classes in the registry, and finds records by their
+// shape in the body of others. It goes on behind damage as far as it can and says where the damage
+// is.
 //
 // Plain functions; the file is read in windows, so its size does not matter. Any thread.
 #pragma once

@@ -23,10 +23,10 @@ class ByteDevice {
  public:
   virtual ~ByteDevice() = default;
   virtual Time Now() = 0;
-  // Both return at once; a count of 0 is no failure. False: the device failed.
+  // Both return at once; a count of 0 is no failure. False when the device failed.
   virtual bool Read(std::span<std::uint8_t> to, std::size_t& readCount) = 0;
   virtual bool Write(std::span<const std::uint8_t> from, std::size_t& writtenCount) = 0;
-  // May end early.
+  // Waits until the moment, or until bytes can be read or written; may end early.
   virtual void WaitUntil(Time until, bool forInput, bool forOutput) = 0;
   virtual void Abandon() = 0; // see Line
   virtual std::string FailureText() const = 0;

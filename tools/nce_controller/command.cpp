@@ -159,8 +159,8 @@ KorText Join(const std::vector<KorText>& words, std::size_t from) {
   return text;
 }
 
-// The character that a backslash and what follows stand for; at is moved past it. A backslash
-// before anything else stands for itself.
+// Returns the character that a backslash and what follows stand for, and moves at past them. A
+// backslash before anything else stands for itself.
 char16_t Unescape(std::u16string_view text, std::size_t& at) {
   const char16_t c = text[at++];
   if (c != u'\\' || at == text.size()) return c;

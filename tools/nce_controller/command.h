@@ -65,7 +65,7 @@ struct ParsedScript {
 };
 ParsedScript ParseScript(const KorText& text);
 
-// A decimal number of at least 0, or none.
+// Reads a decimal number of at least 0, or none.
 std::optional<double> ParseAmount(const KorText& text);
 std::optional<std::uint64_t> ParseCount(const KorText& text, std::uint64_t limit);
 

@@ -14,8 +14,8 @@ constexpr Time kStopCheck = 100ms;
 constexpr Time kGroupTime = 1ms;
 constexpr std::size_t kLargestGroup = 4096;
 constexpr std::size_t kVisibleLimit = 1U << 16;
-// How late this program may run and still count a moment as kept: what waits at the device then is
-// taken to have followed without a gap, and an answer to have been given at once.
+// How late this program may run and still count a moment as kept. What waits at the device by then
+// is taken to have followed without a gap, and an answer to have been given at once.
 constexpr Time kLateWakeUp = 5ms;
 
 std::size_t GroupSize(const LineSettings& settings) {

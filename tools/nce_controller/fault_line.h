@@ -14,7 +14,8 @@
 
 namespace kor::controller {
 
-// The same numbers on every system, which the standard library's distributions aren't.
+// Random numbers that are the same on every system, which those of the standard library's
+// distributions aren't.
 class Chance {
  public:
   explicit Chance(std::uint64_t seed) : numbers(seed) {}

@@ -18,8 +18,8 @@ inline constexpr std::string_view kNotRecognised = "%% Message not recognised by
 inline constexpr std::string_view kEndMark = "]";
 inline constexpr std::string_view kPrompt = "UDL>";
 
-// Length (at least two hexadecimal digits), block, checksum (two digits; exclusive or of the
-// block's bytes). All digits are upper case. The block has at most 0xFFFFFFF bytes.
+// Returns length (at least two hexadecimal digits), block and checksum (two digits; exclusive or of
+// the block's bytes). All digits are upper case. The block has at most 0xFFFFFFF bytes.
 std::string EncodeFrame(std::string_view block);
 
 struct DecodedFrame {
@@ -44,9 +44,9 @@ struct DownloadReply {
 std::optional<DownloadReply> ParseDownloadReply(std::string_view reply, const NumberForms& forms);
 std::string ProgressText(const DownloadReply& reply); // the host's answer to the next ">"
 
-// "%% File ... not found on Host Computer": the number text that it names.
+// Returns the number text that a reply "%% File ... not found on Host Computer" names.
 std::optional<std::string> ParseNotFound(std::string_view reply);
-// "Upload from NCE  in progress. &TH ...": the number text that it names.
+// Returns the number text that a reply "Upload from NCE  in progress. &TH ..." names.
 std::optional<std::string> ParseUploadReply(std::string_view reply);
 
 struct DirectoryEntry {

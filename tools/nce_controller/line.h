@@ -28,11 +28,11 @@ class Line {
   virtual ~Line() = default;
   virtual Time Now() = 0;
   // Appends what has arrived, at the latest when the moment has come; waits for the first byte
-  // only. A moment that has passed: what is there now.
+  // only. With a moment that has passed it takes what is there now.
   virtual LineState Read(std::string& to, Time until) = 0;
   // Returns when all bytes have left or the moment has come; what has not left by then is dropped.
   virtual LineState Write(std::string_view bytes, Time until, std::size_t& written) = 0;
-  // The far side was not listening: forget what it has not read.
+  // Forgets what the far side has not read, since it was not listening.
   virtual void Abandon() = 0;
   virtual LineCounts Counts() const = 0;
   virtual std::string FailureText() const = 0;

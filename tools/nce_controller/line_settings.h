@@ -20,12 +20,12 @@ struct LineSettings {
   StopBits stopBits = StopBits::One;
   FlowControl flow = FlowControl::XonXoff;
 
-  // Start bit, data, parity and stop bits of one byte, in half bits (1.5 stop bits are 3).
+  // Returns start bit, data, parity and stop bits of one byte, in half bits (1.5 stop bits are 3).
   std::uint32_t HalfBitsPerByte() const;
   Time BytesTime(std::uint64_t count) const; // how long the line takes, rounded down
 };
 
-// "8N1", "7E1", "7O2", "8N1.5": data bits, parity (N O E M S, either case), stop bits.
+// Reads data bits, parity (N O E M S, either case) and stop bits such as "8N1", "7E1" or "8N1.5".
 bool ParseBits(std::string_view text, LineSettings& settings);
 std::optional<FlowControl> ParseFlow(std::string_view text); // "xonxoff", "hardware", "none"
 

@@ -8,13 +8,13 @@
 
 namespace kor::controller {
 
-// A missing or unreadable file, a script that can't be read or parsed, a program that can't travel;
-// empty: nothing. In scripts the files to send are looked at, but for those that an earlier line
-// fetches and those of lines that are expected to fail; what is compared may come to be while the
-// script runs.
+// Names a missing or unreadable file, a script that can't be read or parsed, or a program that
+// can't travel; empty when there is nothing of the kind. In scripts the files to send are looked
+// at, but for those that an earlier line fetches and those of lines that are expected to fail; what
+// is compared may come to be while the script runs.
 std::string FindObstacle(const Command& command);
 
-// A program to send, with what keeps it from travelling; empty: nothing.
+// Loads a program to send and returns what keeps it from travelling; empty when nothing does.
 std::string LoadUpload(const KorText& path, std::string& program);
 
 } // namespace kor::controller

@@ -10,7 +10,7 @@ namespace kor::controller {
 
 // Both return an empty text, or what went wrong with which file.
 std::string LoadProgram(const KorText& path, std::string& content);
-// A safe write: an older file stays whole until the new one is.
+// Stores safely: an older file stays whole until the new one is.
 std::string StoreProgram(const KorText& path, std::string_view content);
 
 } // namespace kor::controller

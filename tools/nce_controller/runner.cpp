@@ -312,8 +312,8 @@ Runner::Report Runner::RunScript(const Command& command) {
   return report;
 }
 
-// Each line is carried out when it comes. Whoever types goes on behind a line that was wrong; the
-// first failure's exit code is the one that counts.
+// Each line is carried out when it comes. Whoever types goes on behind a wrong line; the first
+// failure's exit code is the one that counts.
 Runner::Report Runner::RunTyped() {
   Report report;
   std::uint64_t done = 0;

@@ -33,7 +33,7 @@ class Runner {
 
   // Carries out the command, prints its report and returns what the program should end with.
   Outcome Run(const Command& command);
-  // The same for waiting before the first command: reported only when it fails.
+  // Waits for the host before the first command, which is reported only when it fails.
   Outcome AwaitHost(double seconds);
 
  private:

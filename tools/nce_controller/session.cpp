@@ -231,7 +231,7 @@ Verdict Session::Resynchronise() {
 }
 
 // The carriage return ends whatever half a line the host may hold. The line test is short enough to
-// do no harm to an upload that the host may be in: it is answered with "<" and not stored.
+// do no harm to an upload that the host may be in: the host answers it with "<" and stores nothing.
 Verdict Session::ResynchroniseOnce() {
   Verdict verdict = Put(std::string(settings.sendsXon ? 1 : 0, static_cast<char>(kXon)));
   std::string reply;

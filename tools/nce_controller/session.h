@@ -8,8 +8,9 @@
 // damages of a frame can cancel each other. So a download in which damage was seen - a refused
 // frame, a line that doesn't belong there - is never trusted alone: the program is fetched again
 // until two transfers agree. With verify set, as for every run with made-up damage, this holds for
-// clean transfers as well, and for directories; uploads are read back. Empty lines are beyond it:
-// the host never sends them, so one that damage adds to an upload or takes from it can't be seen.
+// clean transfers as well, and for directories; uploads are read back. Empty lines are out of its
+// reach: the host never sends them, so one that damage adds to an upload or takes from it can't be
+// seen.
 //
 // After a failure that damage can explain the job is begun again, at most `retries` times, each
 // time after the line has been cleared and the line test has shown that both sides are in step. A
@@ -66,13 +67,14 @@ struct SendReport {
 
 class Session {
  public:
-  // Told the bytes of the program that have passed by now.
+  // Receives the bytes of the program that have passed by now.
   using Progress = std::function<void(std::uint64_t)>;
 
   Session(Line& line, const SessionSettings& settings);
 
   Verdict LineTest();
-  // Line tests until the host answers one. onSilence is called when the first one is not answered.
+  // Repeats line tests until the host answers one. onSilence is called when the first one is not
+  // answered.
   Verdict WaitForHost(Time atMost, const std::function<void()>& onSilence = {});
   DirectoryReport List();
   // number: what follows "FH ", usually digits.
@@ -91,10 +93,10 @@ class Session {
   // The next frames are refused this often although they are good, and must come again unchanged.
   void RefuseFrames(int times) { toRefuse = times; }
   const std::string& LastReply() const { return lastReply; }
-  // Bytes that arrived where nothing was expected, and were dropped.
+  // Returns the bytes that arrived where nothing was expected, and were dropped.
   std::uint64_t StrayBytes() const { return strayBytes; }
 
-  // Why a text can't stand in a request as a number; empty when it can.
+  // Returns why a text can't stand in a request as a number; empty when it can.
   static std::string NumberObstacle(std::string_view number);
 
  private:
@@ -129,7 +131,7 @@ class Session {
   Verdict ReceiveFrames(Transfer& transfer, FetchReport& report, const Progress& progress);
   Verdict ReceiveFrame(std::string reply, Transfer& transfer, FetchReport& report,
                        std::string& block);
-  // After a damaged frame: drops what is left of it. Fails when that held the end of the program.
+  // Drops what is left of a damaged frame. Fails when that held the end of the program.
   Verdict SettleDamage(const std::string& fault, Transfer& transfer, FetchReport& report);
   // Refuses a frame and gets what the host sends instead.
   Verdict RefuseFrame(const std::string& fault, int& refusals, std::string& reply);
