@@ -62,7 +62,7 @@ bool Store(Configuration& entry) {
     entry.guid = old == list.end() || old->guid.IsEmpty() ? NewGuid() : old->guid;
   }
   entry.subKey = old == list.end() ? entry.guid : old->subKey;
-  // The mark is taken from the others last: without an entry there must not be a list without
+  // Take the mark from the others last: if writing this entry fails, the list must still have a
   // default.
   return WriteEntry(entry) && (!entry.isDefault || ClearOtherDefaults(list, entry));
 }

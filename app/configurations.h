@@ -22,33 +22,34 @@ struct Configuration {
   std::uint32_t version = 0; // of its layout
 };
 
-// Compared as the platform compares file names.
+// Whether two folders are the same, compared as the platform compares file names.
 bool SameFolder(const KorText& a, const KorText& b);
 
-// The registry key of the list, or of one entry of it.
+// Returns the registry key of the list, or of one of its entries.
 KorText ConfigurationKey(ConfigurationKind kind, const KorText& subName = {});
 
-// In the registry's order. "%PUBLIC%/Documents/" in a path, in either case, stands for the
-// platform's public documents folder. An entry without a path is left out. With a file name, an
-// entry counts only when that file exists in its folder, and a folder only once.
+// Lists the entries in the registry's order. "%PUBLIC%/Documents/" in a path, in either case,
+// stands for the platform's public documents folder. An entry without a path is left out. With a
+// file name, an entry counts only when that file exists in its folder, and a folder only once.
 std::vector<Configuration>
 ListConfigurations(ConfigurationKind kind = ConfigurationKind::Configuration,
                    const KorText& fileName = {});
 
-// Of the entries marked as default, or of all when none is, the one of the highest version; of
-// several the first. std::nullopt for an empty list.
+// Returns the entry of the highest version among those marked as default, or among all when none
+// is; the first of several. std::nullopt for an empty list.
 std::optional<Configuration> ChooseDefault(const std::vector<Configuration>& list);
 
 // Writes an entry. One that already names the same folder is changed and keeps its sub-key, and its
-// GUID when none is given; a new one gets a new GUID. A default takes the mark from all others. The
-// entry as it now stands, or std::nullopt when the registry can't be written (LastError tells why).
+// GUID when none is given; a new one gets a new GUID. A default takes the mark from all others.
+// Returns the entry as it now stands, or std::nullopt when the registry can't be written (LastError
+// tells why).
 std::optional<Configuration> RegisterConfiguration(Configuration entry);
 
-// A new random identifier, "{8-4-4-4-12}" in upper-case hexadecimal digits.
+// Makes a new random identifier, "{8-4-4-4-12}" in upper-case hexadecimal digits.
 KorText NewGuid();
 
-// Settles the start-in folder and tells the application services: the working folder when KOR.INI
-// is there, else the default configuration, else the data folder. Returns it.
+// Settles the start-in folder, tells it to the application services and returns it: the working
+// folder when KOR.INI is there, else the default configuration, else the data folder.
 KorText SettleStartInFolder();
 
 } // namespace kor

@@ -5,7 +5,7 @@
 
 namespace kor {
 
-// "Corrupt Installation". location: the folder of the file; empty when it is not known.
+// Reports "Corrupt Installation". location is the folder of the file; empty when it is not known.
 void ReportCorruptInstallation(const KorText& location);
 
 } // namespace kor

@@ -12,17 +12,17 @@
 
 namespace kor {
 
-// The command line: the words, joined by one blank.
+// Returns the command line: the words, joined by one blank.
 KorText JoinedWords(const std::vector<KorText>& words);
 
-// A single word that begins with "-" names no settings: it is answered, and nothing is served,
-// opened or written. The exit code, or none to serve. showInstead gets the answer where nobody
+// Answers a single word that begins with "-", which names no settings: nothing is served, opened or
+// written then. Returns the exit code, or none to serve. showInstead gets the answer where nobody
 // would see what is printed.
 std::optional<int> AnswerOption(const char16_t* program, const char16_t* help,
                                 const std::vector<KorText>& words,
                                 const std::function<void(const KorText&)>& showInstead = {});
 
-// What the engine works with on this system; the port and the window outlive it.
+// Returns what the engine works with on this system; the port and the window outlive the engine.
 EngineServices HostServices(SerialPort& port, FormDialog& window, const KorText& cncFolder);
 
 // Ends the process, with code 0, three seconds from now, whatever it waits for then: a settings
@@ -31,7 +31,7 @@ void EndInTime();
 
 // The report's message, and below an empty line its details.
 KorText ReportText(const MessageRecord& record);
-// From now on the window shows reports. They may come from any thread.
+// Has the window show reports from now on. They may come from any thread.
 void ReportThrough(FormDialog& window, MessageStyle style);
 
 } // namespace kor

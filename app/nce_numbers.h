@@ -17,24 +17,24 @@ struct SpecialFeatures {
   std::int32_t hybridNumber = 0;
 };
 
-// The number of a request line: its first two characters are dropped, whatever they are, and blanks
-// and tabs trimmed.
+// Returns the number of a request line: drops the first two characters, whatever they are, and
+// trims blanks and tabs.
 KorText RequestNumber(const KorText& requestText);
 
 KorText StripLeadingZeros(const KorText& number);
 
-// LLLSSES: a lot of three digits, start sheet and end sheet of two each.
+// LLLSSES: a lot of three digits, then start sheet and end sheet of two digits each.
 struct HybridNumber {
   KorText firstSheet;         // LLLSS, five characters
   std::int32_t lastSheet = 0; // LLL and the end sheet; never before the start sheet
 };
 HybridNumber SplitHybridNumber(KorText number);
 
-// "H", seven digits, ".C", two digits: 'FH 0000123' gives 'H0000001.C23'. Longer numbers lengthen
-// the end.
+// Returns "H", seven digits, ".C" and two digits: 'FH 0000123' gives 'H0000001.C23'. Longer numbers
+// lengthen the end.
 KorText Model500Name(const KorText& requestText);
 
-// The number that follows in an autoload chain, without leading zeros (five digits with
+// Returns the number that follows in an autoload chain, without leading zeros (five digits with
 // hybridNumber); std::nullopt after the last sheet and where no 32-bit number follows.
 std::optional<KorText> NextNumber(const KorText& number, const SpecialFeatures& features,
                                   std::int32_t lastSheet);

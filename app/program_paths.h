@@ -31,9 +31,9 @@ enum FolderKind : int {
   kRotaryNcFolder = 45,
 };
 
-// "\" turned into "/", and a "/" at the end. An empty text gives "/".
+// Turns "\" into "/" and adds a "/" at the end. An empty text gives "/".
 KorText NormalisedFolder(KorText folder);
-// A normalised folder; one that is not absolute is resolved against the normalised base.
+// Normalises a folder and resolves one that is not absolute against the normalised base.
 KorText ResolvedFolder(const KorText& folder, const KorText& base);
 
 struct FolderOptions {
@@ -49,25 +49,26 @@ class ProgramPaths {
   // Takes the start-in folder as the place of the paths file at each Load.
   ProgramPaths() = default;
 
-  // False when the place of the paths file is not known, or when the file or its section is not
-  // there or can't be read: all folders are empty then. WrittenBack writes the section back when a
-  // folder took its default; a file that can't be written is reported as a warning.
+  // Reads the paths. False when the place of the paths file is not known, or when the file or its
+  // section is not there or can't be read: all folders are empty then. WrittenBack writes the
+  // section back when a folder took its default; a file that can't be written is reported as a
+  // warning.
   bool Load(Defaults defaults = Defaults::NotWritten);
-  // Load for the program's start: a failure is shown to the user.
+  // Loads for the program's start: a failure is shown to the user.
   bool LoadOrReport(Defaults defaults = Defaults::NotWritten);
   bool IsLoaded() const { return loaded; }
-  // The last Load had defaults to write back and could not.
+  // Whether the last Load had defaults to write back and could not.
   bool WritingFailed() const { return writingFailed; }
 
-  // Loads first when that was not done. Empty for a kind that does not exist, and, with a message
-  // unless quiet, when the paths can't be loaded. A folder is made at most once; when it can't be
-  // made the next call tries again. The sub-folder of "Reports" is joined with "/", which gives two
-  // of them; this is intended.
+  // Returns a folder, loading first when that was not done. Empty for a kind that does not exist
+  // and, with a message unless quiet, when the paths can't be loaded. A folder is made at most
+  // once; when it can't be made the next call tries again. The sub-folder of "Reports" is joined
+  // with "/", which gives two of them; this is intended.
   KorText GetFolder(int kind, FolderOptions options = {});
   // An empty name stands for no sub-folder.
   void SetReportsSubFolder(const KorText& name);
 
-  // "ERROR" for a kind that the section has no key for.
+  // Returns the kind's key; "ERROR" when the section has none for it.
   static KorText DisplayName(int kind);
   static KorText DefaultSubFolder(int kind); // empty for the main folder
 

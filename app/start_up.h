@@ -17,12 +17,12 @@ struct StartedProgram {
   KorText cncFolder; // default folder of NC files
 };
 
-// Runs the start in its fixed order. Nothing when the program must end, with exit code 0 as
+// Runs the start in its fixed order. Returns nothing when the program must end, with exit code 0 as
 // intended; the reason has been reported through the services, or is in error.
 std::optional<StartedProgram> StartProgram(AppInterface& app, const KorText& commandLine,
                                            KorText& error);
 
-// The stored classes, by number. More than one call is harmless.
+// Registers the stored classes by number. More than one call is harmless.
 void RegisterStoredClasses();
 
 } // namespace kor

@@ -117,8 +117,8 @@ void CommsLog::OpenTrace(std::uint32_t number, const KorText& path, const LinkSe
   WriteHeader(settings);
 }
 
-// A trace that a newer one has followed is not missed. One that was stopped is: what was traced
-// until then is not all there.
+// Nobody misses a trace that a newer one has followed. A trace that was stopped is missed: not all
+// that was traced until then is there.
 void CommsLog::EndTrace(std::uint32_t number) {
   std::uint32_t wanted = number;
   const bool isMissed = tracing.compare_exchange_strong(wanted, 0) || wanted == 0;

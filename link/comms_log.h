@@ -20,9 +20,9 @@
 
 namespace kor {
 
-// Whether a command may have a log written there: nothing is there, an empty file, or a trace or a
-// job log already. What holds anything else, such as a program or the settings, is nobody's to
-// lose.
+// Whether a command may have a log written there: there is nothing, an empty file, or a trace or a
+// job log already. A file that holds anything else, such as a program or the settings, must not be
+// lost.
 bool MayHoldLog(const KorText& path);
 
 class CommsLog {
@@ -34,8 +34,8 @@ class CommsLog {
   // Bytes that may wait for the disk. The last part is kept for job lines.
   static constexpr std::size_t kMostWaiting = 4 << 20, kMostTraceWaiting = 3 << 20;
 
-  // tellFailure: the user is told that a log can't be written. On any thread. Of a job log, once,
-  // until a line could be written again.
+  // tellFailure tells the user that a log can't be written, on any thread; a job log is told of
+  // once until a line could be written again.
   CommsLog(SideThread& writerThread, std::function<void()> tellFailure);
 
   // Opens the trace (a running one is closed first) and writes its first line and the settings
@@ -58,14 +58,14 @@ class CommsLog {
   void SetJobTag(const KorText& tag);
 
  private:
-  // On the writer, as all that it owns.
+  // These run on the writer's thread, which owns what they use.
   void OpenTrace(std::uint32_t number, const KorText& path, const LinkSettings& settings,
                  Replace replace, double now);
   void WriteTraceLine(const KorText& text, Repeated repeated, double now);
   void WriteHeader(const LinkSettings& settings);
   void WriteJobLine(const KorText& path, const KorText& tag, const EndedJob& job);
 
-  // On any thread.
+  // These run on any thread.
   void EndTrace(std::uint32_t number); // of a trace that can't be written; told once
   void TellJobFailure(bool isFailing);
 
@@ -80,7 +80,7 @@ class CommsLog {
   bool writeJobs KOR_GUARDED_BY(mutex) = false;
   KorText jobTag KOR_GUARDED_BY(mutex);
 
-  // The writer's.
+  // Owned by the writer's thread.
   std::unique_ptr<SimpleFile> trace;
   std::uint32_t openTrace = 0; // its number
   double startTime = 0;        // seconds of the high-resolution clock
@@ -88,8 +88,8 @@ class CommsLog {
   KorText lastLogged;
 };
 
-// The time stamp of a trace line: t seconds since the start, d seconds since the line before, as
-// "HH:MM:SS.ffffff (+S.ffffff)".
+// Returns the time stamp of a trace line, "HH:MM:SS.ffffff (+S.ffffff)": t seconds since the start,
+// d seconds since the line before.
 KorText TraceStamp(double t, double d);
 
 } // namespace kor

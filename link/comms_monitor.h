@@ -11,17 +11,17 @@ namespace kor {
 
 class CommsMonitor {
  public:
-  // poll: one pass, true when it should be called again at once. wait: the pause after an idle
-  // pass; it ends when wakeUp is called from another thread. last: what the thread does before it
-  // ends.
+  // poll runs one pass and returns true when it should be called again at once. wait is the pause
+  // after an idle pass, which ends when wakeUp is called from another thread. last is what the
+  // thread does before it ends.
   CommsMonitor(std::function<bool()> poll, std::function<void()> wait, std::function<void()> wakeUp,
                std::function<void()> last);
   ~CommsMonitor(); // waits for the thread however long it takes
   CommsMonitor(const CommsMonitor&) = delete;
   CommsMonitor& operator=(const CommsMonitor&) = delete;
 
-  // Asks the thread to stop and waits for it. False when it has not ended by then: it is stuck in a
-  // call of the system, as a file on a dead network drive makes one.
+  // Asks the thread to stop and waits for it. False when the thread has not ended by then: a call
+  // of the system holds it, such as one for a file on a dead network drive.
   bool Stop(std::chrono::milliseconds atMost);
 
  private:

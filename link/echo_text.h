@@ -7,7 +7,8 @@
 
 namespace kor {
 
-// 32 to 127 as itself, anything else as two hexadecimal digits in brackets: "[0d]".
+// Appends a byte of 32 to 127 as itself, and any other as two hexadecimal digits in brackets:
+// "[0d]".
 void AppendEcho(KorText& to, std::uint8_t c);
 
 } // namespace kor

@@ -63,7 +63,7 @@ std::vector<KorText> FieldsOf(const KorText& line) {
   return fields;
 }
 
-// Of whole lines. The largest number there is repeats itself.
+// Returns the number after the last line's. The largest number there is repeats itself.
 std::int64_t NextNumber(const std::string& lines) {
   if (lines.size() < 2) return 1;
   const std::size_t begin = lines.find_last_of('\n', lines.size() - 2) + 1;
@@ -132,8 +132,8 @@ std::optional<EndedJob> JobOf(const KorText& line, const SystemTime& day) {
   return job;
 }
 
-// Another program of the same settings may be adding its own job. A file that can't be written at
-// all is not waited for.
+// Another program of the same settings may be adding its own job, so wait for it, but not for a
+// file that can't be written at all.
 bool OpenWhenFree(const KorText& path, const std::function<bool()>& open) {
   const std::uint32_t start = App().TickCount();
   while (!open()) {
@@ -148,8 +148,8 @@ bool IsContinuable(SimpleFile& file, const std::string& end) {
   return file.Size() == 0 || (HasHeader(file) && end.back() == '\n');
 }
 
-// In one step: whoever reads it meanwhile sees the older or the newer file. Nobody else writes it
-// from before it is read until it is replaced.
+// Replace the file in one step: whoever reads meanwhile sees the older or the newer one. Nobody
+// else writes from before the file is read until it is replaced.
 bool Rewrite(const KorText& path, const EndedJob& job) {
   KorFile newer(path);
   newer.HoldTarget();

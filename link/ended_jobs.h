@@ -10,15 +10,15 @@
 
 namespace kor {
 
-// Bytes: a file that would grow longer loses the older half of its lines.
+// In bytes. A file that would grow longer loses the older half of its lines.
 inline constexpr std::uint64_t kMostEndedJobs = 512 << 10;
 
 // Adds the job with the number after the last one's; makes the folder when it is missing. A file
 // of another version is begun anew. Waits less than a second for a program that holds the
 // file. False when it could not be written.
 bool AddEndedJob(const KorText& path, const EndedJob& job);
-// The jobs of the given local day, oldest first. Lines that no job has are passed over; nothing
-// when the file can't be read or is of another version.
+// Returns the jobs of the given local day, oldest first. Lines that hold no job are passed over;
+// the result is empty when the file can't be read or is of another version.
 std::vector<EndedJob> ReadJobsOfDay(const KorText& path, const SystemTime& day);
 
 } // namespace kor

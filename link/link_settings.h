@@ -42,8 +42,8 @@ struct LinkSettings {
   KorText machineName = u"Machine";
 };
 
-// "Xon/Xoff", "Hardware", "None", "Combined" and so on: what the settings dialog offers, in list
-// order.
+// What the settings dialog offers, in list order: "Xon/Xoff", "Hardware", "None", "Combined" and so
+// on.
 std::span<const char16_t* const> BaudRates();
 std::span<const char16_t* const> Parities();
 std::span<const char16_t* const> DataBits();
@@ -54,10 +54,12 @@ std::span<const char16_t* const> FlowControls();
 // that 15 can't be chosen.
 std::span<const char16_t* const> ControlCodeNames();
 std::uint8_t ControlCodeOfName(std::size_t listIndex);
-// The name shown for a code; a code that no entry carries (15, or above 31) is shown as a number.
+// Returns the name shown for a code; a code that no entry carries (15, or above 31) is shown as a
+// number.
 KorText NameOfControlCode(std::uint8_t code);
 
-// COM1 to COM9: the current one as it is, the others where probe says that they can be opened.
+// Returns of COM1 to COM9 the current one as it is, and the others where probe says that they can
+// be opened.
 std::vector<KorText> OfferedPorts(const KorText& current,
                                   const std::function<bool(const KorText&)>& probe);
 
@@ -69,9 +71,9 @@ void ReadSettingsProfile(const KorText& path, const KorText& cncFolder, LinkSett
 // stays empty (the working folder).
 void EnsureTrailingSeparators(LinkSettings& settings);
 
-// The settings dialog as a form, and back. Only fields whose value differs from the settings are
-// read and checked: one that was left alone may hold what an older file brought. Check boxes take
-// "on" and "off" beside "1" and "0".
+// Makes the settings dialog a form, and takes it back. Only fields whose value differs from the
+// settings are read and checked: one that was left alone may hold what an older file brought. Check
+// boxes take "on" and "off" beside "1" and "0".
 FormDescription MakeSettingsForm(const LinkSettings& settings, const std::vector<KorText>& ports);
 
 struct FieldRefusal {
@@ -80,25 +82,25 @@ struct FieldRefusal {
   KorText accepted;   // what it accepts
   KorText whole{};    // all that is to be said, where it isn't that
 
-  // name: what the reader knows the field by, its label or its key.
+  // name is what the reader knows the field by, its label or its key.
   KorText Reason(const KorText& name) const;
   // Where the field and its value stand above it.
   KorText BesideField() const;
 };
-// Every edited field that can't work, in the form's order: values that no list holds, an extension
-// with a dot, an empty port. No folder is looked at.
+// Returns every edited field that can't work, in the form's order: values that no list holds, an
+// extension with a dot, an empty port. No folder is looked at.
 std::vector<FieldRefusal> CheckSettingsForm(const FormDescription& form,
                                             const LinkSettings& settings);
-// Whether the edited form names a folder or a file that the settings don't, and which of those
-// can't work: folders that are not there, files that must not become logs. Looking may take long;
-// any thread.
+// The first tells whether the edited form names a folder or a file that the settings don't, the
+// second which of those can't work: folders that are not there, files that must not become logs.
+// Looking may take long; any thread.
 bool NamesNewPlaces(const FormDescription& form, const LinkSettings& settings);
 std::vector<FieldRefusal> LookAtPlaces(const FormDescription& form, const LinkSettings& settings);
-// All of those, for one reason, where looking takes too long.
+// Refuses all of those for one reason, where looking takes too long.
 std::vector<FieldRefusal> RefusePlaces(const FormDescription& form, const LinkSettings& settings,
                                        const KorText& reason);
-// Takes the form over. An empty text, or the first refusal, which names the key; settings are then
-// unchanged.
+// Takes the form over. Returns an empty text, or the first refusal, which names the key and leaves
+// the settings unchanged.
 KorText ReadSettingsForm(const FormDescription& form, LinkSettings& settings);
 
 } // namespace kor

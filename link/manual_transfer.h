@@ -39,7 +39,7 @@ class ManualTransfer {
   bool running = false; // an end dialog is shown
 };
 
-// "NC files (*.EXT)|*.EXT|All Files (*.*)|*.*"
+// Returns "NC files (*.EXT)|*.EXT|All Files (*.*)|*.*".
 KorText FileFilters(const KorText& kind, const KorText& extension);
 
 } // namespace kor

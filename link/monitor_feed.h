@@ -13,7 +13,7 @@ namespace kor {
 
 class MonitorFeed {
  public:
-  // Most text that waits for a window that doesn't come; the oldest half is dropped beyond it.
+  // The most text that waits for a window that doesn't come; beyond it the oldest half is dropped.
   static constexpr std::size_t kMaximumWaiting = 1 << 20; // characters
 
   // wake is called on the worker's thread, once until the window has taken the text.

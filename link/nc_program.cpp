@@ -36,8 +36,8 @@ void NarrowUtf8(std::vector<std::uint8_t>& bytes) {
   bytes.resize(to);
 }
 
-// A container that was cut inside its signature: more than half of the signature's fixed bytes, and
-// no more than a part of it.
+// Whether a container was cut inside its signature: the file has more than half of the signature's
+// fixed bytes and no more than a part of it.
 bool IsCutSignature(SimpleFile& file) {
   constexpr std::size_t kEnough = 12;
   Signature header;

@@ -15,19 +15,19 @@ namespace kor {
 
 class NcProgram {
  public:
-  // A longer line, in characters, is no NC program.
+  // A file with a line of more characters is no NC program.
   static constexpr std::size_t kLongestLine = 24576;
 
   // More bytes, inflated ones of a compressed file, would take six hours on the fastest line, and
   // reading them would keep the line waiting.
   static constexpr std::uint64_t kLargest = 256u << 20;
 
-  // All but Read and CantOpen: the file is there, but nothing of it may be sent. TooLarge: also
-  // when there is no memory for it. BeingWritten may change in a moment.
+  // All but Read and CantOpen say that the file is there but nothing of it may be sent. TooLarge
+  // stands also for want of memory. BeingWritten may change in a moment.
   enum class Result { Read, CantOpen, LineTooLong, Damaged, TooLarge, BeingWritten };
 
-  // Opens a closed file at its first byte, its mark included; of a compressed file, what it holds.
-  // What is no plain file can't be opened.
+  // Opens a closed file at its first byte, its mark included; a compressed file at the first byte
+  // of what it holds. What is no plain file can't be opened.
   static Result Open(SimpleFile& file, std::uint32_t mode = kFileRead);
 
   // Lines end at LF, CR LF or a lone CR (which could not travel: it ends a frame). An 8-bit file's
@@ -38,8 +38,8 @@ class NcProgram {
   void Clear();
 
   std::uint64_t FileSize() const { return fileSize; } // bytes; of a compressed file, inflated
-  // The next line, without its end; std::nullopt after the last. Valid until the next Read or
-  // Clear.
+  // Returns the next line without its end; std::nullopt after the last. Valid until the next Read
+  // or Clear.
   std::optional<std::string_view> NextLine();
   bool AtEnd() const { return position >= bytes.size(); }
 

@@ -15,8 +15,8 @@
 // is
 //   UTF-8 when all of it is valid UTF-8, else what OsLocale::FromLegacyBytes makes of it.
 //
-// A file that is missing, unreadable, no profile at all, or larger than kLargestProfile (which is
-// said) reads as an empty one: every key takes its default.
+// A file that is missing, unreadable, no profile at all, or larger than kLargestProfile (of which
+// the user is told) reads as an empty one: every key takes its default.
 #pragma once
 
 #include <cstdint>
@@ -34,12 +34,12 @@ class ProfileFile {
 
   explicit ProfileFile(const KorText& path);
 
-  // Cut to one character less than the buffer holds. The default of a missing key loses its
-  // trailing blanks; a key with an empty value gives an empty text.
+  // Returns a value, cut to one character less than the buffer holds. The default of a missing key
+  // loses its trailing blanks; a key with an empty value gives an empty text.
   KorText Text(std::u16string_view section, std::u16string_view key, const KorText& byDefault,
                std::size_t bufferSize = kTextBuffer) const;
-  // A sign and digits up to the first other character, with "0x", "0o" or "0b" (lower case) in
-  // front of hexadecimal, octal and binary digits; counted modulo 2 to the 32nd. A missing or empty
+  // Reads a sign and digits up to the first other character, with "0x", "0o" or "0b" (lower case)
+  // in front of hexadecimal, octal and binary digits, modulo 2 to the 32nd. A missing or empty
   // value gives the default, any other text 0.
   std::int32_t Integer(std::u16string_view section, std::u16string_view key,
                        std::int32_t byDefault) const;

@@ -236,8 +236,8 @@ bool SerialChannel::Poll() {
   return moved || consumed || (dataToWrite && transmitCount > 0 && canWrite);
 }
 
-// Bytes that arrive, a device that goes and tasks end the wait at once, so it only bounds how late
-// the rest is noticed: a hold that ends, a device that drains, a retry.
+// Bytes that arrive, a device that goes and tasks end the wait at once. The wait only bounds how
+// late the rest is noticed: a hold that ends, a device that drains, a retry.
 std::chrono::microseconds SerialChannel::IdleWait() const {
   using std::chrono::microseconds;
   constexpr microseconds kIdle(1000000), kHeld(20000), kDraining(10000), kWaiting(1000),
@@ -520,8 +520,8 @@ void SerialChannel::ReleaseController() {
   if (port.IsOpen()) SendText(KorText(1, kXon));
 }
 
-// Past the buffers: without it the controller would stay stopped for good, and what they hold is to
-// be dropped anyway. True when it was written.
+// Writes the XON past the buffers, whose content is to be dropped anyway: without it the controller
+// would stay stopped for good. True when it was written.
 bool SerialChannel::SendOwedXon() {
   if (controllerHold.exchange(Hold::None) == Hold::None) return false;
   const double until = clock.Seconds() + kXonPatience;

@@ -38,14 +38,14 @@ class ChannelHost {
   virtual void FeedTransmitter() = 0;
   // The caption of a failing step in the user's language, and the system's text for it.
   virtual void ReportPortFailure(const KorText& caption, const KorText& systemText) = 0;
-  // Each failing step, also of a quiet retry.
+  // Called for each failing step, also of a quiet retry.
   virtual void OnPortTrouble(PortTrouble trouble, const KorText& systemText) = 0;
   virtual void ShowTitle(const KorText& title) = 0;
   // The device has disappeared; the channel goes on trying to open it, quietly.
   virtual void OnLinkLost() = 0;
   virtual void OnLinkBack() = 0;
-  // The receive buffer was full and its content is lost. Sets the status to 24 and has it shown and
-  // logged: the next read takes it back.
+  // The receive buffer was full and its content is lost. The host sets the status to 24 and has it
+  // shown and logged at once, since the next read takes the status back.
   virtual void OnOverRun() = 0;
 };
 
@@ -82,13 +82,13 @@ class SerialChannel {
   void Close();
   bool IsOpen() const { return port.IsOpen(); }
 
-  // One pass of status check, read and write. True when bytes moved: poll again at once.
+  // Runs one pass of status check, read and write. True when bytes moved: poll again at once.
   bool Poll();
-  // How long an idle worker may wait for bytes before the next poll. 1 ms while something waits to
-  // be sent and the line is free, 20 ms while the line is held. With nothing to send only the lamps
-  // want a look, and a second is soon enough for those.
+  // Returns how long an idle worker may wait for bytes before the next poll: 1 ms while something
+  // waits to be sent and the line is free, 20 ms while the line is held. With nothing to send only
+  // the lamps want a look, and a second is soon enough for those.
   std::chrono::microseconds IdleWait() const;
-  // Line errors since Open. Any thread.
+  // Returns the line errors since Open. Any thread.
   LineErrors Errors() const;
 
   // Moves up to count characters from the send source into the transmit buffer, once the device has
@@ -99,9 +99,10 @@ class SerialChannel {
   std::size_t SendLength() const { return sendSource.size(); }
 
   void SendCharacter(std::uint8_t c, Echo echo);
-  // Each byte as one character, traced as one text.
+  // Sends each byte as one character, traced as one text.
   void SendBytes(std::string_view bytes);
-  // The low byte of each character, up to the first zero character, which ends a formatted text.
+  // Sends the low byte of each character, up to the first zero character, which ends a formatted
+  // text.
   void SendText(const KorText& text);
   // True while a long reply is still on its way into the transmit buffer: no further request is
   // handled until it is in.
@@ -109,16 +110,17 @@ class SerialChannel {
   // True while any byte waits to be written.
   bool IsSending() const { return transmitCount > 0 || !replyQueue.empty(); }
 
-  // The first line up to its end character, without the bytes outside 32 to 126; std::nullopt when
-  // no whole line has arrived. An empty line is an empty text.
+  // Takes the first line up to its end character, without the bytes outside 32 to 126; std::nullopt
+  // when no whole line has arrived. An empty line is an empty text.
   std::optional<std::string> ExtractLine(std::uint8_t end, EndCharacter endCharacter);
   std::string_view Received() const;
   void DiscardReceived();
 
   void StartLoopbackTest(); // status 21 until the message comes back, then 22
 
-  // XOFF holds the controller until XON releases it, which Open and Close send first when it is
-  // still to come. A release that a lost device has cost follows when the device is back.
+  // Holds the controller by XOFF until XON releases it. Open and Close send an XON that is still to
+  // come first. When the device was lost before the release, the XON follows once the device is
+  // back.
   void HoldController();
   void ReleaseController(); // nothing for a controller that isn't held
 
@@ -193,7 +195,7 @@ class SerialChannel {
   KorText pendingTransmit; // echo of sent characters that the trace doesn't have yet
 };
 
-// What the counted errors mean, a line for each kind that there was; for the user.
+// Says for the user what the counted errors mean, with a line for each kind that there was.
 std::vector<KorText> LineErrorTexts(const LineErrors& errors);
 
 } // namespace kor

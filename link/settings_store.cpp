@@ -53,8 +53,8 @@ void SettingsStore::SetName(const KorText& name) {
   warn(Caption(), KorText::Format(text, name));
 }
 
-// Two that save would overwrite each other's changes. A claim that can't be made for another
-// reason, as in a folder that is read-only, keeps nobody from saving.
+// Two programs that save would overwrite each other's changes. A claim that can't be made for
+// another reason, as in a read-only folder, keeps nobody from saving.
 void SettingsStore::Claim(const KorText& name) {
   const KorText held = PathBeside(u".lock");
   App().MakeFolder(SettingsFolder());
@@ -74,8 +74,8 @@ bool SettingsStore::NamesComPort() const {
   return settings.port.StartsWith(u"COM");
 }
 
-// A text profile in the record's place, as on the first start, is no failure worth a word. Of a
-// file too large for both, reading the profile says so.
+// A text profile in the record's place, as on the first start, is no failure worth a word. Reading
+// the profile reports a file that is too large for both.
 bool SettingsStore::ReadRecord(Storable& application) const {
   RecordFileOptions options;
   options.report = false;

@@ -1,8 +1,8 @@
 // SettingsStore: the window's settings on the disk: the members of their record, the load with the
 // hand-over from a text profile, the save. Owned by DownloadApp. Window's thread.
 //
-// The record is the whole application's, of which the settings are a part: reading and writing it
-// are operations of the application, which this class calls where it is their turn.
+// The record is the whole application's, of which the settings are a part: reading and writing the
+// record are operations of the application, which this class calls when their turn has come.
 #pragma once
 
 #include <functional>
@@ -15,7 +15,8 @@
 
 namespace kor {
 
-// The settings as members of the class that holds them; Path leads from it to its LinkSettings.
+// Returns the settings as members of the class that holds them; Path leads from that class to its
+// LinkSettings.
 template <auto... Path> std::span<const MemberDescription> LinkSettingsMembers() {
   static constexpr MemberDescription kMembers[] = {
       Member<Path..., &LinkSettings::port>(u"port"),
@@ -56,27 +57,28 @@ class SettingsStore {
   // of both NC folders. The user is warned through warn.
   SettingsStore(LinkSettings& windowSettings, const KorText& cncFolder, Warning warn);
 
-  // The settings are those of the file of this name. A name that no file can have keeps no settings
-  // and reads none; while another program keeps those of the name, this one saves none. The user is
+  // Takes the settings of the file of this name. A name that no file can have keeps no settings and
+  // reads none; while another program keeps those of the name, this one saves none. The user is
   // warned of both.
   void SetName(const KorText& name);
-  // The path of a file beside the record, of its name and this ending; empty when nothing is kept.
+  // Returns the path of a file beside the record, of the record's name and this ending; empty when
+  // nothing is kept.
   KorText PathBeside(const KorText& ending) const;
 
-  // The file's record; false when it could not be read, or not be stored whole.
+  // Read and write the file's record; false when it could not be read, or not be stored whole.
   bool ReadRecord(Storable& application) const;
   bool WriteRecord(Storable& application);
 
   // Loads the settings by the application's operation, and from a text profile when that fails. A
   // record that can't be used is kept as "NAME.INI.damaged", and the log says so.
   void Load(const RecordStep& load);
-  // Saves them by the application's operation. A failure is reported once, until a save succeeds
-  // again.
+  // Saves the settings by the application's operation. A failure is reported once, until a save
+  // succeeds again.
   void Save(const RecordStep& save);
   void Change(const std::function<void(LinkSettings&)>& change); // not saved yet
   // Warns that a port that is no COM name is used only until the program ends.
   void WarnOfUnkeptPort() const;
-  // What a program that was killed while it saved left behind.
+  // Removes what a program that was killed while it saved left behind.
   void ClearAway() const;
 
  private:

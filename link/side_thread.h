@@ -1,7 +1,7 @@
 // SideThread: a thread that does, one after the other, what those who serve must not wait for: it
 // writes the logs, or looks at folders that may be slow. What waits is bounded by its size in
-// bytes. A thread that rests after its work does at once what comes to it idle, and together what
-// comes in quick succession: so it doesn't take a core from the line for each single line.
+// bytes. A thread that rests after its work does a single task at once when it is idle, and tasks
+// in quick succession together, so that it doesn't take a core from the line for each of them.
 //
 // Owned by DownloadApp. Any thread, but for Start, Stop and RunHere, which are the owner's.
 #pragma once
@@ -27,19 +27,19 @@ class SideThread {
   SideThread(const SideThread&) = delete;
   SideThread& operator=(const SideThread&) = delete;
 
-  // Until then tasks wait, or are done by RunHere.
+  // Starts the thread. Until then tasks wait, or RunHere does them.
   void Start();
-  // False when so many bytes find no room, or after Stop: the task is dropped. Quietly: the thread
-  // may sleep on until Wake, which costs whoever adds many tasks less.
+  // Adds a task. False when so many bytes find no room, or after Stop: the task is dropped. After
+  // AddQuietly the thread may sleep on until Wake, which costs whoever adds many tasks less.
   bool Add(std::size_t bytes, std::function<void()> task);
   bool AddQuietly(std::size_t bytes, std::function<void()> task);
   void Wake();
   std::size_t WaitingBytes() const { return waiting; }
   void RunHere(); // what waits, where no thread was started
 
-  // Nothing more is taken; what waits is done by the time it returns, or, for Stop, by the given
-  // time. Stop is false when it wasn't: a task is stuck in a call of the system, as a file on a
-  // dead network drive makes one.
+  // Both take nothing more and do what waits before they return; Stop waits at most the given time.
+  // Stop is false when work is left: a call of the system holds a task, such as one for a file on a
+  // dead network drive.
   void Finish();
   bool Stop(std::chrono::steady_clock::time_point until);
 

@@ -1,7 +1,7 @@
 // StatusBoard: the one place of the link status, on which both threads keep what the status display
 // shows, and whether that has changed. Owned by DownloadApp. Every operation may be called from any
-// thread; the lamps are plain flags. A job is told without the board's lock: whoever only looks at
-// the status does not wait for what is done with it.
+// thread; the lamps are plain flags. A job is told without the board's lock, so that whoever only
+// looks at the status does not wait for what is done with the job.
 #pragma once
 
 #include <array>
@@ -37,7 +37,7 @@ class StatusBoard {
   std::int64_t BytesTotal() const { return bytesTotal; }
   // Begins a transfer of so many bytes, of which none is done.
   void BeginBytes(std::int64_t total);
-  // Position and range of the progress bar.
+  // Sets position and range of the progress bar.
   void SetBar(std::int64_t position, std::int64_t range);
 
   void SetLamp(Lamp lamp, bool on) { Keep(lamps[lamp], on); }
@@ -54,8 +54,8 @@ class StatusBoard {
 
   // Forms the status line and returns what is to be shown.
   StatusView TakeView();
-  // Forms the line and tells the job when the code ends one, once each time it was set. By one
-  // thread, after each Set of such a code.
+  // Forms the line and tells the job when the code ends one, once each time the code was set. One
+  // thread calls this after each Set of such a code.
   void TellJobs();
 
  private:

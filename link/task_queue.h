@@ -16,7 +16,7 @@ class TaskQueue {
   bool Run();                           // runs what has been added so far; true when there was any
   void Close();                         // what has been added is still run
   bool IsWaiting() const { return waiting; }
-  // So many tasks wait that no more should be added for the time being.
+  // Whether so many tasks wait that no more should be added for the time being.
   bool IsBehind();
 
  private:

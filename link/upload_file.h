@@ -12,17 +12,17 @@ namespace kor {
 
 class UploadFile {
  public:
-  // Discards the one before. False when the target could not be replaced.
+  // Opens a file and discards the one before. False when the target could not be replaced.
   bool Open(const KorText& path);
   bool IsOpen() const { return file != nullptr; }
   std::uint64_t Size() const { return file ? file->Size() : 0; }
   bool Write(std::string_view bytes); // false unless all were taken
-  // What was received replaces the target. False when it could not be stored whole.
+  // Replaces the target by what was received. False when that could not be stored whole.
   bool Commit();
   void Discard();
 
-  // Removes what a killed program left of its uploads to the folder. Any
-  // thread; an upload that runs keeps its part.
+  // Removes from the folder what a killed program left of its uploads. Any thread; an upload that
+  // runs keeps its part.
   static void ClearAway(const KorText& folder);
 
  private:

@@ -1,5 +1,5 @@
-// WindowFeed: what the engine has its window show, in order. Nobody waits for the window, and one
-// that falls behind takes no memory: of each kind only the newest wait for it. The window gets one
+// WindowFeed: what the engine has its window show, in order. Nobody waits for the window. A window
+// that falls behind takes no memory: only the newest of each kind wait for it. The window gets one
 // post for all that waits. Owned by DownloadApp, which outlives what it has posted.
 #pragma once
 
@@ -17,14 +17,15 @@ namespace kor {
 class WindowFeed {
  public:
   enum class Kind : std::size_t { Title, Status, Message, Job, Task };
-  // How many of each may wait; of tasks, which change something, all do. A window lists 1,000 jobs.
+  // How many of each kind may wait. All tasks do, since they change something. A window lists 1,000
+  // jobs.
   static constexpr std::array<std::size_t, 5> kMost{1, 100, 100, 1000,
                                                     static_cast<std::size_t>(-1)};
 
   explicit WindowFeed(FormDialog& formDialog) : window(formDialog) {}
 
   void Add(Kind kind, std::function<void()> show); // any thread
-  // Window's thread: shows what has come so far.
+  // Shows, on the window's thread, what has come so far.
   void Show();
 
  private:

@@ -1,5 +1,6 @@
 // WriterWatch: tells whether somebody else writes a file that is being read, so that half a program
-// is not taken for a whole one. Made before the file is read, asked afterwards. Worker's thread.
+// is not taken for a whole one. It is made before the file is read and asked afterwards, on the
+// worker's thread.
 #pragma once
 
 #include <optional>
@@ -14,10 +15,11 @@ class WriterWatch {
  public:
   explicit WriterWatch(const KorText& watchedPath);
 
-  // The system said so at the beginning: reading it is of no use.
+  // Whether the system named a writer at the beginning: reading the file is of no use then.
   bool IsHeld() const { return held; }
-  // That, or the file is another than at the beginning: by its size and time, and by its content if
-  // it was less than two seconds old then. A time in the future says nothing of a file's age.
+  // Whether there was such a writer, or the file is another one than at the beginning: by its size
+  // and time, and by its content if it was less than two seconds old then. A time in the future
+  // says nothing of a file's age.
   bool SawWriter() const;
 
  private:

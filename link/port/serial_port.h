@@ -132,8 +132,8 @@ class SerialPort {
   virtual void Interrupt() = 0;
 };
 
-// The text form of BuildControlBlock, for implementations without a system call for it. Baud rates
-// of 110 to 115200 that the settings list names, data 5 to 8, stop 1, 1.5, 2, parity N O E M S
+// Reads the text of BuildControlBlock, for implementations without a system call for it: baud rates
+// of 110 to 115200 that the settings list names, data 5 to 8, stop 1, 1.5 or 2, parity N O E M S
 // (either case). False on anything else; the block is then unchanged.
 bool ParseControlText(const KorText& text, DeviceControlBlock& block);
 
