@@ -31,7 +31,7 @@ inline TextEntry SampleEntry(std::int32_t id, const char16_t* phrase,
   return entry;
 }
 
-// In editing mode, to be saved to the path.
+// Fills a dictionary in editing mode, to be saved to the path.
 inline void FillSample(TextHolder& dictionary, const KorText& path) {
   dictionary.StartEditing(path);
   dictionary.AddLanguage(SampleLanguage(u"de-DE", u"Deutsch", 1031));

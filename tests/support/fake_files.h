@@ -40,7 +40,8 @@ class FakeFiles : public PlatformFiles {
   void WhenOpening(const KorText& part, std::function<void()> action) {
     whenOpening = {part, std::move(action)};
   }
-  // Of files whose path holds the text the system says that somebody writes them; empty: of none.
+  // Has the system say that somebody writes the files whose path holds the text; an empty text
+  // stands for none.
   void SetBeingWritten(const KorText& part) { beingWritten = part; }
   // All files together take that many bytes more; then writes come up short and the disk is full.
   void LimitWrites(std::optional<std::uint64_t> bytes) {
@@ -51,7 +52,7 @@ class FakeFiles : public PlatformFiles {
     const Lock lock(mutex);
     return writeLimit.value_or(0);
   }
-  // Of each file, reading ends with an error after that many bytes.
+  // Has reading any file end with an error after that many bytes.
   void LimitReads(std::optional<std::uint64_t> bytes) {
     const Lock lock(mutex);
     readLimit = bytes;
@@ -69,7 +70,7 @@ class FakeFiles : public PlatformFiles {
   void ClearFaults();
   // From now on all that is there is on the disk, and changes reach it as they do a real one.
   void WatchDisk();
-  // What a power cut now would leave; each state can be made the folder's content.
+  // Returns what a power cut now would leave; each state can be made the folder's content.
   std::set<DiskImage::Files> DiskStates();
   void RestoreDisk(const DiskImage::Files& files);
 

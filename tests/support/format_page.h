@@ -43,7 +43,7 @@ inline std::vector<PageExample> ReadExamples(const std::string& page, const std:
   return examples;
 }
 
-// Of "46 48 0D | FH.".
+// Returns the bytes of one example line, such as "46 48 0D | FH.".
 inline std::string PageBytes(std::string_view line) {
   std::istringstream numbers(std::string(line.substr(0, line.find('|'))));
   std::string bytes;
@@ -52,7 +52,7 @@ inline std::string PageBytes(std::string_view line) {
   return bytes;
 }
 
-// Of each block of a page, all lines together.
+// Returns the bytes of each block of a page, all lines together.
 inline std::vector<std::string> ReadByteExamples(const std::string& page, const std::string& word) {
   std::vector<std::string> examples;
   for (const PageExample& example : ReadExamples(page, word)) {

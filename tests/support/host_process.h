@@ -52,7 +52,7 @@ class FarEnd {
  public:
   explicit FarEnd(const std::string& link);
   void Send(std::string_view bytes); // as far as the terminal takes them
-  // What arrives, up to and including the end given; less when the time is over.
+  // Returns what arrives, up to and including the end given; less when the time is over.
   std::string Receive(std::string_view end = "\r", Milliseconds atMost = Milliseconds(10000));
   std::string Exchange(std::string_view request); // adds the CR, returns the reply without it
   void Abandon() { terminal->Abandon(); }         // a killed host has left the line

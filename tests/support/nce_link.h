@@ -62,7 +62,7 @@ class NceLink {
     Run();
   }
 
-  // What it has posted holds the link.
+  // Runs what the link has posted first, since that holds the link.
   void Close() {
     form.RunPosted();
     link.reset();
@@ -90,7 +90,7 @@ class NceLink {
     Run();
   }
 
-  // What the link sends in answer to bytes on the line.
+  // Returns what the link sends in answer to bytes on the line.
   std::string Send(std::string_view bytes) {
     port.TakeWritten();
     port.Deliver(bytes);

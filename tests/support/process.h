@@ -36,7 +36,7 @@ class Process {
   // A line for its standard input, without line end.
   void Type(std::string_view line);
   void CloseInput();
-  // What it has written so far.
+  // Returns what the process has written so far.
   const std::string& Output();
   const std::string& Diagnostics();
   // Whether the output comes to contain the text, looked for from the end of the last match on.

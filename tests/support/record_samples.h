@@ -156,7 +156,7 @@ inline std::vector<std::uint8_t> Joined(std::vector<std::uint8_t> a,
   return a;
 }
 
-// What the writer wrote, as a file.
+// Returns what the writer wrote, as a file.
 inline std::vector<std::uint8_t> WriteRecords(const RecordFormat& format,
                                               const std::function<void(DiskFile&)>& writer) {
   DiskFile file({}, format);

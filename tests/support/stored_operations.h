@@ -1,12 +1,12 @@
 // Everything that is stored beside its target and renamed over it, and what a power cut may leave
-// of it. Of the power-cut test and of the torture campaign.
+// of it. The power-cut test and the torture campaign share it.
 #pragma once
 
 #include "tests/support/nce_link.h"
 
 namespace kor {
 
-// What is stored before and after: lines, each with its LF.
+// The lines that are stored before and after, each with its LF.
 struct StoredTexts {
   KorText older, newer;
 };
@@ -21,7 +21,8 @@ std::span<const StoredOperation> StoredOperations();
 
 using StoredContent = std::optional<std::string>; // none: no such file
 
-// As every reader of the program sees it: inflated. Damaged data never equals what was stored.
+// Returns the content as every reader of the program sees it: inflated. Damaged data never equals
+// what was stored.
 StoredContent InflatedContent(const KorText& path);
 
 struct CutOutcome {

@@ -37,8 +37,8 @@ WindowsSystem::~WindowsSystem() {
   if (ofServer.starts_with("wine-")) fs::remove_all("/tmp/" + ofServer);
 }
 
-// What runs in a Windows doesn't notice when its server is killed. So this one outlives the test by
-// the moment that it takes to end them all: the end of the pipe says that the test has ended,
+// Programs in a Windows don't notice when its server is killed. So this process outlives the test
+// by the moment that it takes to end them all: the end of the pipe says that the test has ended,
 // however it did.
 constexpr const char* kServe =
     "exec 3<&0; { \"$0\" -f -p & cat <&3 >/dev/null; \"$0\" -k; wait; } & wait";

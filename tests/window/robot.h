@@ -114,7 +114,7 @@ inline void Press(int key, int modifiers = wxMOD_NONE) {
   wxUIActionSimulator().Char(key, modifiers);
 }
 
-// In place of all that the control with the focus holds.
+// Types in place of all that the control with the focus holds.
 inline void Type(const std::string& text) {
   Press('A', wxMOD_CONTROL);
   wxUIActionSimulator().Text(text.c_str());
@@ -124,7 +124,7 @@ inline bool IsChecked(int number) {
   return static_cast<wxCheckBox*>(Find(number))->GetValue();
 }
 
-// What stands on the screen, for a failure's message.
+// Returns what stands on the screen, for a failure's message.
 inline std::string Shown() {
   std::string shown;
   for (const wxWindow* const top : wxTopLevelWindows)
