@@ -167,12 +167,17 @@ TEST_F(ConsoleTest, ASettingAnswersWhatIsNowSetOrWhatIsAccepted) {
        "strip-pc plays no part while autoload and hybrid are on; first: special hybrid off\n"},
       {"special autoload off", "autoload         off\n"}, // hybrid keeps its mark
       {"special hybrid off", "hybrid           off\n"},
+      {"settings", "file-extension   MPG\n"},
   };
+  std::string commands;
+  for (const auto& [command, answer] : cases)
+    commands += command + "\n";
+  const std::string output = Run(commands);
+  std::size_t at = 0;
   for (const auto& [command, answer] : cases) {
-    const std::string output = Run(command + "\n");
-    EXPECT_NE(output.find(answer), std::string::npos) << command << "\n" << output;
+    at = output.find(answer, at);
+    ASSERT_NE(at, std::string::npos) << command << "\n" << output;
   }
-  EXPECT_NE(Run("settings\n").find("file-extension   MPG\n"), std::string::npos);
 }
 
 TEST_F(ConsoleTest, AControllersDownloadIsCancelledBeforeAnotherIsSent) {
