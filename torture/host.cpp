@@ -10,7 +10,6 @@ namespace kor::torture {
 
 namespace {
 
-constexpr int kUploadCompleted = 19;
 constexpr std::size_t kNever = ~std::size_t{0};
 constexpr int kMostPolls = 10'000; // of a long reply, byte by byte
 constexpr const char16_t* kJobLog = u"settings/jobs.log";
@@ -92,7 +91,8 @@ void Host::ExpectWhole(bool acknowledged) {
   const std::string now = Stored();
   Require(now == older || now == newer, "torn program: " + now);
   Require(now == newer || !acknowledged, "acknowledged, but the older program is there");
-  Require(now == newer || !link.link || link.Code() != kUploadCompleted, "false 'completed'");
+  Require(now == newer || !link.link || link.Code() != LinkStatus::UploadCompleted,
+          "false 'completed'");
 }
 
 void Host::Recover() {

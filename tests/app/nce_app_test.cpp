@@ -12,6 +12,7 @@ namespace kor {
 namespace {
 
 using namespace std::string_literals;
+using enum LinkStatus;
 
 // What comes before the frames of program 1.
 const std::string kStart1 = "&LP 000000001\rDownload to NCE in progress. &FH 000000001\r";
@@ -67,7 +68,7 @@ TEST_F(NceAppTest, ADownloadIsCountedFromItsStartToTheFilesSize) {
     EXPECT_EQ(link.form.last.barPosition, sent);
     EXPECT_EQ(link.form.last.barRange, 247);
   }
-  EXPECT_EQ(link.Code(), 18);
+  EXPECT_EQ(link.Code(), DownloadCompleted);
   link.Ask("FH 1");
   link.After(0.2);
   EXPECT_EQ(link.form.last.bytesDone + link.form.last.barPosition, 0) << "of the one before";
@@ -147,12 +148,12 @@ TEST_F(NceAppTest, RefusesWhatIsNoWholeProgram) {
     Features({1, 0, 0, 0});
     link.form.messages.clear();
     EXPECT_EQ(link.Ask("FH 1"), "%% File H0000000.C01 not found on Host Computer\r");
-    EXPECT_EQ(link.Code(), 9);
+    EXPECT_EQ(link.Code(), DownloadCantOpen);
     EXPECT_TRUE(link.form.OnlyMessage().StartsWith(u"Error: "));
     EXPECT_TRUE(link.form.OnlyMessage().Contains(message));
     EXPECT_EQ(link.BeginDownload("6"), MakeFrame("BEFORE!"))
         << "no end mark: the chain is not complete";
-    EXPECT_EQ(link.Code(), 14);
+    EXPECT_EQ(link.Code(), DownloadErrors);
   }
 }
 
@@ -190,10 +191,10 @@ TEST_F(NceAppTest, AProgramThatSomebodyWritesWaitsAndIsNeverSentInPart) {
     EXPECT_EQ(fresh.Ask("FH 1"), "") << what;
     for (int second = 0; second < 4; ++second)
       EXPECT_EQ(fresh.After(1), "") << what;
-    EXPECT_EQ(fresh.Code(), 5);
+    EXPECT_EQ(fresh.Code(), DownloadWaiting);
     EXPECT_TRUE(fresh.form.messages.empty());
     EXPECT_EQ(fresh.After(1), "%% File 1 not found on Host Computer\r") << what;
-    EXPECT_EQ(fresh.Code(), 9);
+    EXPECT_EQ(fresh.Code(), DownloadCantOpen);
     EXPECT_TRUE(fresh.form.OnlyMessage().Contains(u"1.MPG\" is still being written")) << what;
     EXPECT_EQ(fresh.Ask("FH 1"), "");
     goesOn = false;
@@ -213,11 +214,11 @@ TEST_F(NceAppTest, ARequestOrAnUploadOvertakesTheWaitForAWriter) {
   link.Ask("FH 1");
   EXPECT_EQ(link.Ask("TH 1"), "Upload from NCE  in progress. &TH 1\r");
   EXPECT_EQ(link.After(9), "");
-  EXPECT_EQ(link.Code(), 13);
+  EXPECT_EQ(link.Code(), Uploading);
   link.Ask("06]");
   link.link->SendFile(link.Folder() + u"1.MPG"); // by hand nobody waits: it is said at once
   link.Run();
-  EXPECT_EQ(link.Code(), 9);
+  EXPECT_EQ(link.Code(), DownloadCantOpen);
   EXPECT_TRUE(link.form.messages.back().Contains(u"1.MPG\" is still being written"));
 }
 
@@ -238,7 +239,7 @@ TEST_F(NceAppTest, ASheetThatSomebodyWritesHoldsItsChainOrEndsItAsAnError) {
     for (int second = 0; second < 3; ++second)
       EXPECT_EQ(fresh.After(1), isDone && second == 0 ? MakeFrame("A!") + "]\r" : "");
     EXPECT_EQ(fresh.After(1), "");
-    EXPECT_EQ(fresh.Code(), isDone ? 18 : 14);
+    EXPECT_EQ(fresh.Code(), isDone ? DownloadCompleted : DownloadErrors);
     EXPECT_TRUE(isDone ? fresh.form.messages.empty()
                        : fresh.form.OnlyMessage().Contains(u"2.MPG\" is still being written"));
   }
@@ -382,7 +383,7 @@ TEST_F(NceAppTest, NumbersThatLeaveTheFolderNameNoFile) {
     EXPECT_EQ(link.Ask(std::string("FH ") + number),
               std::string("%% File ") + number + " not found on Host Computer\r");
     EXPECT_EQ(link.Ask("TH 1"), "%% Unable to create file on Host Computer\r") << number;
-    EXPECT_EQ(link.Code(), 10);
+    EXPECT_EQ(link.Code(), UploadCantOpen);
   }
   EXPECT_EQ(link.app.Names(link.Folder()), std::vector<KorText>{u"sub/"});
 }
@@ -397,7 +398,7 @@ TEST_F(NceAppTest, StoresAnUploadUnderTheLastRequestedNumber) {
   link.Run();
   EXPECT_FALSE(link.app.Content(link.Folder() + u"0000123.MPG"));
   EXPECT_EQ(link.Ask("06]"), ">\r");
-  EXPECT_EQ(link.Code(), 19);
+  EXPECT_EQ(link.Code(), UploadCompleted);
   EXPECT_EQ(link.app.Content(link.Folder() + u"0000123.MPG"), u"G90\nX10\n");
   EXPECT_EQ(link.Line(), u"Upload Completed " + link.Folder() + u"0000123.MPG - 8 bytes in file.");
   EXPECT_EQ(link.form.jobs.back().note, u"");
@@ -460,7 +461,7 @@ TEST_F(NceAppTest, ADiskThatFailsLeavesTheOlderProgramAndNothingElse) {
     fresh.Ask("08G90!X10!17");
     fail(fresh.app);
     EXPECT_EQ(fresh.Ask(last), "<\r");
-    EXPECT_EQ(fresh.Code(), 15);
+    EXPECT_EQ(fresh.Code(), UploadErrors);
     EXPECT_FALSE(fresh.form.endDialogs[EndDialog::Upload]);
     fresh.app.ClearFaults();
     EXPECT_EQ(fresh.app.Content(fresh.Folder() + u"1.MPG"), u"old\n");
@@ -530,12 +531,12 @@ TEST_F(NceAppTest, TheRestOfAnUploadThatEndedHereIsNoRequest) {
       fresh.BeginUpload("0000001");
       fresh.Ask("08G90!X10!17");
       fail(fresh);
-      const std::int32_t code = fresh.Code();
+      const LinkStatus code = fresh.Code();
       EXPECT_EQ(fresh.Ask("3B"), "%% Message not recognised by HOST\r"); // of a torn line
       for (const char* rest : {"0A(DEPTH 5)!3B", "TH 5)!3B", "0AFH 1!]!00", "ab]!00", "08DH!XYZ!00",
                                "0A~end!!00", "04G9>!00"})
         EXPECT_EQ(fresh.Ask(rest), "<\r") << what << ": " << rest;
-      EXPECT_EQ(fresh.Ask(">"), code == 19 ? "UDL>\r" : ">\r");
+      EXPECT_EQ(fresh.Ask(">"), code == UploadCompleted ? "UDL>\r" : ">\r");
       EXPECT_EQ(fresh.Ask("<"), "");
       EXPECT_EQ(fresh.Code(), code) << what;
       EXPECT_EQ(fresh.Ask(end), reply) << what;
@@ -543,7 +544,7 @@ TEST_F(NceAppTest, TheRestOfAnUploadThatEndedHereIsNoRequest) {
         EXPECT_EQ(fresh.Ask("0C(~)!00"), "UDL>\r") << what << ": " << end;
       }
       EXPECT_EQ(fresh.app.Content(fresh.Folder() + u"0000001.MPG"),
-                code == 19 ? u"G90\nX10\n" : u"old\n");
+                code == UploadCompleted ? u"G90\nX10\n" : u"old\n");
     }
   }
 }
@@ -554,7 +555,7 @@ TEST_F(NceAppTest, RefusesAtItsStartAnUploadThatCantBeStored) {
   link.app.RefuseOpening(u"cnc/2", true);
   for (const std::string& number : {std::string("2"), longName}) {
     EXPECT_EQ(link.BeginUpload(number), "%% Unable to create file on Host Computer\r") << number;
-    EXPECT_EQ(link.Code(), 10);
+    EXPECT_EQ(link.Code(), UploadCantOpen);
   }
 }
 
@@ -562,16 +563,16 @@ TEST_F(NceAppTest, WhatEndsADownloadIsAnsweredAndLetsGoOfItsMemory) {
   const std::string frame = MakeFrame(std::string(150, 'A') + "!");
   const struct {
     std::string line, reply;
-    std::int32_t code;
+    LinkStatus code;
   } cases[] = {
-      {"nonsense", "", 14},
-      {"~", "UDL>\r", 14},
-      {"~end", "END\r", 14},
-      {"TH 1", "Upload from NCE  in progress. &TH 1\r", 13},
-      {"DH", "Directory of Host Computer\nSelect File. &DH\r", 3},
-      {"XYZ", "ABCDEFGHIJKLMNOPQRSTUVWXYZ\r", 2},
-      {"FH 2", "%% File 2 not found on Host Computer\r", 9},
-      {"<\r<\r<", frame + frame, 14},
+      {"nonsense", "", DownloadErrors},
+      {"~", "UDL>\r", DownloadErrors},
+      {"~end", "END\r", DownloadErrors},
+      {"TH 1", "Upload from NCE  in progress. &TH 1\r", Uploading},
+      {"DH", "Directory of Host Computer\nSelect File. &DH\r", DirectoryListing},
+      {"XYZ", "ABCDEFGHIJKLMNOPQRSTUVWXYZ\r", LoopBackTest},
+      {"FH 2", "%% File 2 not found on Host Computer\r", DownloadCantOpen},
+      {"<\r<\r<", frame + frame, DownloadErrors},
   };
   for (const auto& [line, reply, code] : cases) {
     NceLink fresh;
@@ -580,7 +581,7 @@ TEST_F(NceAppTest, WhatEndsADownloadIsAnsweredAndLetsGoOfItsMemory) {
     fresh.BeginDownload("1");
     EXPECT_EQ(fresh.HeldBytes(), 153u);
     EXPECT_EQ(fresh.Ask(line), reply);
-    EXPECT_EQ(fresh.form.last.code, static_cast<LinkStatus>(code)) << line; // shown at once
+    EXPECT_EQ(fresh.form.last.code, code) << line; // shown at once
     EXPECT_EQ(fresh.HeldBytes(), 0u) << line;
   }
 }
@@ -605,7 +606,7 @@ TEST_F(NceAppTest, AFolderThatCantBeReadIsADirectoryError) {
   link.Start();
   link.app.RemoveFolder(link.Folder());
   EXPECT_EQ(link.Ask("DH"), "Directory of Host Computer\nSelect File. &DH\r");
-  EXPECT_EQ(link.Code(), 23);
+  EXPECT_EQ(link.Code(), DirectoryError);
   for (int i = 0; i < 2; ++i)
     EXPECT_EQ(link.Ask(">"), "]\r");
 }
@@ -615,7 +616,7 @@ TEST_F(NceAppTest, WaitsTheTransmitDelayAndStartsTheNewestRequestOnce) {
   link.PutProgram(u"2.MPG", u"A\n");
   link.Start({}, u"transmit delay=3\n");
   EXPECT_EQ(link.Ask("FH 1"), "");
-  EXPECT_EQ(link.Code(), 5);
+  EXPECT_EQ(link.Code(), DownloadWaiting);
   EXPECT_EQ(link.After(2.9), "");
   link.Ask("FH 2"); // starts the delay afresh
   EXPECT_EQ(link.After(2.9), "");
@@ -623,7 +624,7 @@ TEST_F(NceAppTest, WaitsTheTransmitDelayAndStartsTheNewestRequestOnce) {
   EXPECT_EQ(link.After(10), "");
   link.BeginUpload("2"); // takes the place of the request before it
   EXPECT_EQ(link.After(10), "");
-  EXPECT_EQ(link.Code(), 13);
+  EXPECT_EQ(link.Code(), Uploading);
 }
 
 TEST_F(NceAppTest, SimulationAcknowledgesItsOwnFrames) {
@@ -632,7 +633,7 @@ TEST_F(NceAppTest, SimulationAcknowledgesItsOwnFrames) {
   for (int i = 0; i < 10; ++i)
     link.Run();
   EXPECT_EQ(link.port.TakeWritten(), kStart1 + MakeFrame("A!") + "]\r");
-  EXPECT_EQ(link.Code(), 18);
+  EXPECT_EQ(link.Code(), DownloadCompleted);
 }
 
 TEST_F(NceAppTest, SpecialFeaturesFollowTheRulesOfTheirDialog) {
@@ -677,10 +678,10 @@ TEST_F(NceAppTest, AFileSentByHandGoesOutInFrames) {
   link.Ask("FH 2");
   link.form.chosen = path;
   link.Do(&NCEApp::ChooseDownloadFile);
-  EXPECT_EQ(link.Code(), 12);
+  EXPECT_EQ(link.Code(), Downloading);
   EXPECT_EQ(link.form.title, u"NCE  " + path);
   EXPECT_EQ(link.Ask(">"), MakeFrame(full + "!" + last + "!") + "]\r");
-  EXPECT_EQ(link.Code(), 18);
+  EXPECT_EQ(link.Code(), DownloadCompleted);
   EXPECT_EQ(link.link->Settings().fileExtension, u"NC");
   EXPECT_EQ(link.link->Settings().downloadPath, link.app.Path(u"elsewhere/"));
 }
@@ -707,7 +708,7 @@ TEST_F(NceAppTest, AnUnknownLineBreaksASendingByHandOff) {
     link.Do(&NCEApp::CancelExchange);
     link.Do(&NCEApp::SendFile, link.Folder() + u"1.MPG");
     EXPECT_EQ(link.Ask(line), reply);
-    EXPECT_EQ(link.Code(), 14);
+    EXPECT_EQ(link.Code(), DownloadErrors);
   }
 }
 

@@ -14,6 +14,7 @@ namespace kor {
 namespace {
 
 using Strings = std::vector<std::string>;
+using enum LinkStatus;
 
 KorText JobLogTo(const KorText& file) {
   return u"[Log]\nlog file=" + file + u"\nwrite log=1\n";
@@ -62,7 +63,7 @@ TEST_F(EngineTest, OpensThePortStepByStep) {
   const DeviceControlBlock block = link.port.Block();
   EXPECT_TRUE(block.outX && block.inX && !block.outxCtsFlow && !block.dsrSensitivity);
   EXPECT_EQ(link.form.title, u"NCE COM12:9600,E,7,2,Xon/Xoff");
-  EXPECT_EQ(link.Code(), 1);
+  EXPECT_EQ(link.Code(), Waiting);
 }
 
 TEST_F(EngineTest, ReportsFailingStepsAndGoesOnWhereItCan) {
@@ -100,7 +101,7 @@ TEST_F(EngineTest, ReportsALastingFailureOnceUntilItSucceeds) {
   link.port.Fail("GetStatus", -1, u"Busy");
   link.port.Deliver("DH\r");
   EXPECT_EQ(poll(50), 1u);
-  EXPECT_EQ(link.Code(), 2) << "nothing is read";
+  EXPECT_EQ(link.Code(), LoopBackTest) << "nothing is read";
   EXPECT_FALSE(link.link->Poll()) << "nothing moved, so the worker rests";
   link.port.Fail("GetStatus", 0);
   EXPECT_EQ(poll(1), 1u);
@@ -114,7 +115,7 @@ TEST_F(EngineTest, ReportsALastingFailureOnceUntilItSucceeds) {
   link.port.Deliver("XYZ\r");
   ASSERT_EQ(poll(5), 4u);
   EXPECT_TRUE(link.form.messages[3].StartsWith(u"Read Data: "));
-  EXPECT_EQ(link.Code(), 2);
+  EXPECT_EQ(link.Code(), LoopBackTest);
 }
 
 // A device that comes back may refuse for a moment; what refuses twice in a row needs somebody.
@@ -147,7 +148,7 @@ TEST_F(EngineTest, ServesAgainWhenALostDeviceIsBack) {
   link.PutProgram(u"1.MPG", KorText(150, u'A') + u"\nB\n");
   link.port.SetPresent(false, u"No such device");
   link.Start(); // without it: told once, tried quietly
-  EXPECT_EQ(link.Code(), 0);
+  EXPECT_EQ(link.Code(), NoLink);
   link.After(5);
   EXPECT_EQ(link.form.messages.size(), 1u);
   const auto reason = [this] { return link.link->CurrentStatus().reason; };
@@ -164,15 +165,15 @@ TEST_F(EngineTest, ServesAgainWhenALostDeviceIsBack) {
   link.port.SetPresent(false, u"Gone");
   for (int i = 0; i < 50; ++i)
     link.After(0.1);
-  EXPECT_EQ(link.form.Codes(), (std::vector<std::int32_t>{12, 14, 0}));
+  EXPECT_EQ(link.form.Codes(), (std::vector<LinkStatus>{Downloading, DownloadErrors, NoLink}));
   EXPECT_EQ(link.form.messages.size(), 2u);
   EXPECT_EQ(link.form.title, u"NCE - No Link");
   link.port.SetPresent(true);
   link.port.Fail("SetControlBlock", 1); // it answers, but isn't ready yet
   link.After(1.0);
-  EXPECT_EQ(link.Code(), 0);
+  EXPECT_EQ(link.Code(), NoLink);
   link.After(1.0);
-  EXPECT_EQ(link.Code(), 1);
+  EXPECT_EQ(link.Code(), Waiting);
   link.port.SetPresent(
       false); // and again, for a moment only: a second passes before the first retry
   link.Run();
@@ -181,7 +182,7 @@ TEST_F(EngineTest, ServesAgainWhenALostDeviceIsBack) {
   link.After(0.9);
   EXPECT_EQ(link.port.Calls(), Strings());
   link.After(0.2);
-  EXPECT_EQ(link.Code(), 1);
+  EXPECT_EQ(link.Code(), Waiting);
   EXPECT_EQ(link.form.title, u"NCE COM1:2400,N,8,1,Xon/Xoff");
   EXPECT_EQ(link.Ask("XYZ"), "ABCDEFGHIJKLMNOPQRSTUVWXYZ\r");
   EXPECT_EQ(link.form.messages.size(), 3u);
@@ -314,12 +315,12 @@ TEST_F(EngineTest, EachHoldLightsItsOwnLampAndTrafficItsTwo) {
 TEST_F(EngineTest, TheRoleDecidesWhatServingBeginsWith) {
   const struct {
     std::int32_t synchronisation, serverRole;
-    int code;
+    LinkStatus code;
     JobButtons buttons;
-  } cases[] = {{0, 0, 1, JobButtons::Enabled},
-               {0, 1, 1, JobButtons::Enabled},
-               {1, 0, 30, JobButtons::Hidden},
-               {1, 1, 1, JobButtons::Hidden}};
+  } cases[] = {{0, 0, Waiting, JobButtons::Enabled},
+               {0, 1, Waiting, JobButtons::Enabled},
+               {1, 0, ClientNoServer, JobButtons::Hidden},
+               {1, 1, Waiting, JobButtons::Hidden}};
   for (const auto& c : cases) {
     NceLink fresh;
     fresh.Start();
@@ -327,12 +328,13 @@ TEST_F(EngineTest, TheRoleDecidesWhatServingBeginsWith) {
     fresh.BeginUpload("1");
     fresh.link->Timers().Start(u"DownloadApp::PingNow", fresh.app.HighResolutionSeconds());
     fresh.Do(&NCEApp::ReadyForServing);
-    EXPECT_EQ(fresh.form.Codes(), (std::vector<std::int32_t>{1, 9, 13, 17, c.code}));
+    EXPECT_EQ(fresh.form.Codes(), (std::vector<LinkStatus>{Waiting, DownloadCantOpen, Uploading,
+                                                           UploadCancelled, c.code}));
     EXPECT_EQ(fresh.form.buttons, c.buttons);
-    EXPECT_EQ(fresh.link->Timers().IsStarted(u"DownloadApp::PingNow"), c.code == 30);
+    EXPECT_EQ(fresh.link->Timers().IsStarted(u"DownloadApp::PingNow"), c.code == ClientNoServer);
     fresh.link->Timers().Start(u"DownloadApp::EndOfServe", fresh.app.HighResolutionSeconds());
     fresh.After(60);
-    EXPECT_EQ(fresh.Watched().clientSteps, c.code == 30 ? 2 : 0);
+    EXPECT_EQ(fresh.Watched().clientSteps, c.code == ClientNoServer ? 2 : 0);
   }
 }
 
@@ -340,7 +342,7 @@ TEST_F(EngineTest, AManualReceiveThatCantBeStoredSaysSoAndLeavesTheButtons) {
   link.Start();
   link.form.chosen = link.app.Path(u"cnc"); // a folder
   link.Do(&NCEApp::ChooseUploadFile);
-  EXPECT_EQ(link.form.Codes().back(), 10);
+  EXPECT_EQ(link.form.Codes().back(), UploadCantOpen);
   EXPECT_EQ(link.Line(), u"Upload could not open/write to " + link.app.Path(u"cnc"));
   EXPECT_EQ(link.form.buttons, JobButtons::Enabled);
   EXPECT_FALSE(link.form.endDialogs[EndDialog::Upload]);
@@ -376,7 +378,7 @@ TEST_F(EngineTest, AHeldLineKeepsItsRepliesInOrderAndNeverHoldsTheEnd) {
   link.port.SetHolds(kCtsHold);
   link.port.SetWriteLimit(0);
   EXPECT_EQ(link.Send(">\rXYZ\r"), "");
-  EXPECT_EQ(link.Code(), 18); // the long frame waits, and the next request behind it
+  EXPECT_EQ(link.Code(), DownloadCompleted); // the long frame waits, and the next request behind it
   link.After(0.1);
   EXPECT_TRUE(link.form.last.lamps[kLampCtsHold]);
   link.port.SetHolds(0);
@@ -402,27 +404,31 @@ TEST_F(EngineTest, WhatWasAskedForBeforeTheEndIsStillDone) {
   EXPECT_EQ(link.app.Content(link.app.Path(u"in.NC")), u"A\n");
 }
 
-// Each way into a transfer, the state that it is in then, and the state that an error leaves.
+// Each way into a transfer, and the state that it is in then.
 struct Begun {
   const char* what;
   std::function<void(NceLink&)> begin;
-  int code, error;
+  LinkStatus code;
+  bool isUpload;
+  LinkStatus Errors() const { return isUpload ? UploadErrors : DownloadErrors; }
+  LinkStatus Cancelled() const { return isUpload ? UploadCancelled : DownloadCancelled; }
 };
 const Begun kBegun[] = {
-    {"delayed download", [](NceLink& to) { to.Ask("FH 1"); }, 5, 14},
-    {"prepared download", [](NceLink& to) { to.Ask("FH 1"), to.After(30); }, 8, 14},
-    {"download", [](NceLink& to) { to.Ask("FH 1"), to.After(30), to.Ask(">"), to.Ask(">"); }, 12,
-     14},
-    {"file sent by hand", [](NceLink& to) { to.Do(&NCEApp::SendFile, to.Folder() + u"1.MPG"); }, 12,
-     14},
+    {"delayed download", [](NceLink& to) { to.Ask("FH 1"); }, DownloadWaiting, false},
+    {"prepared download", [](NceLink& to) { to.Ask("FH 1"), to.After(30); }, DownloadPreparation,
+     false},
+    {"download", [](NceLink& to) { to.Ask("FH 1"), to.After(30), to.Ask(">"), to.Ask(">"); },
+     Downloading, false},
+    {"file sent by hand", [](NceLink& to) { to.Do(&NCEApp::SendFile, to.Folder() + u"1.MPG"); },
+     Downloading, false},
     {"upload",
      [](NceLink& to) {
        to.Ask("FH 1"), to.After(30), to.Ask("TH 1");
        EXPECT_EQ(to.Send("08G90!X10!17\r0CG01 X1"), ">\r"); // and a part of a line
      },
-     13, 15},
+     Uploading, true},
     {"file received by hand",
-     [](NceLink& to) { to.Do(&NCEApp::ReceiveFile, to.Folder() + u"1.MPG"); }, 13, 15},
+     [](NceLink& to) { to.Do(&NCEApp::ReceiveFile, to.Folder() + u"1.MPG"); }, Uploading, true},
 };
 
 class Exchange {
@@ -439,12 +445,12 @@ class Exchange {
   }
   // That it has ended: one line of the job log, nothing left of it on disk, in memory, on the
   // screen.
-  void ExpectEnded(int code, const KorText& logged) {
+  void ExpectEnded(LinkStatus code) {
     link.Run();
     const auto codes = link.form.Codes();
-    EXPECT_NE(std::find(codes.begin(), codes.end(), code), codes.end()) << code;
+    EXPECT_GT(std::ranges::count(codes, code), 0) << NumberOf(code);
     const KorText lines = link.app.Content(jobs).value_or(u"");
-    EXPECT_TRUE(lines.Contains(logged)) << lines.ToUtf8();
+    EXPECT_TRUE(lines.Contains(StatusText(code, {}, {}))) << lines.ToUtf8();
     EXPECT_EQ(Split(lines, u'\n').size(), 2u) << lines.ToUtf8();
     EXPECT_EQ(link.app.Names(link.Folder()), std::vector<KorText>{u"1.MPG"});
     EXPECT_EQ(link.app.Content(link.Folder() + u"1.MPG")->Right(4), u"old\n");
@@ -474,8 +480,7 @@ TEST_F(EngineTest, WhateverBreaksIntoATransferEndsItAsAnErrorFirst) {
       SCOPED_TRACE(std::string(begun.what) + ", " + what);
       Exchange exchange(begun);
       breakIt(exchange.link);
-      exchange.ExpectEnded(begun.error,
-                           begun.error == 14 ? u"Download Error(s) " : u"Upload Error(s) ");
+      exchange.ExpectEnded(begun.Errors());
       exchange.link.port.SetPresent(true);
       EXPECT_EQ(exchange.link.After(5), ""); // no delayed download comes to life
     }
@@ -521,13 +526,11 @@ TEST_F(EngineTest, ATransferIsNotBrokenIntoUntilItIsCancelled) {
     EXPECT_EQ(of.link->Settings().characterDelay, 0);
     EXPECT_TRUE(of.link->Timers().IsStarted(u"DownloadApp::DisplayStatus"));
     of.link->CancelExchange();
-    exchange.ExpectEnded(begun.error + 2,
-                         begun.error == 14 ? u"Download Cancelled " : u"Upload Cancelled ");
+    exchange.ExpectEnded(begun.Cancelled());
     EXPECT_EQ(of.link->RunningExchange(), std::nullopt);
     Exchange ended(begun);
     ended.link.link->Terminate();
-    ended.ExpectEnded(begun.error + 2,
-                      begun.error == 14 ? u"Download Cancelled " : u"Upload Cancelled ");
+    ended.ExpectEnded(begun.Cancelled());
   }
 }
 
@@ -548,7 +551,7 @@ TEST_F(EngineTest, ARequestThatIsFasterThanAJobByHandGoesOnWhole) {
   for (const Wish& wish : kJobs) {
     NceLink fresh;
     WishJustBeforeARequest(fresh, wish);
-    EXPECT_EQ(fresh.Code(), 8) << wish.first;
+    EXPECT_EQ(fresh.Code(), DownloadPreparation) << wish.first;
     EXPECT_EQ(fresh.HeldBytes(), 2u) << wish.first;
     EXPECT_EQ(fresh.form.messages.size(), 1u) << wish.first;
     EXPECT_FALSE(fresh.link->Timers().IsStarted(u"DownloadApp::TestXon")) << wish.first;
@@ -557,7 +560,7 @@ TEST_F(EngineTest, ARequestThatIsFasterThanAJobByHandGoesOnWhole) {
   for (const Wish& wish : kChanges) { // taken over already: it comes to pass, and the request ends
     NceLink fresh;
     WishJustBeforeARequest(fresh, wish);
-    EXPECT_EQ(fresh.Code(), 14) << wish.first;
+    EXPECT_EQ(fresh.Code(), DownloadErrors) << wish.first;
     const Strings calls = fresh.port.Calls();
     EXPECT_EQ(std::ranges::count(calls, "Open COM1"), 2) << wish.first;
   }
@@ -576,7 +579,7 @@ TEST_F(EngineTest, NothingIsStartedByHandWhileTheDeviceIsAway) {
     fresh.port.SetPresent(true);
     fresh.app.Advance(1);
     fresh.Run();
-    EXPECT_EQ(fresh.Code(), 1) << what;
+    EXPECT_EQ(fresh.Code(), Waiting) << what;
     EXPECT_EQ(fresh.form.messages.size(), 1u) << what;
     EXPECT_EQ(fresh.form.buttons, JobButtons::Enabled) << what;
     EXPECT_FALSE(fresh.form.endDialogs[EndDialog::Upload]) << what;
@@ -590,7 +593,7 @@ TEST_F(EngineTest, AJobBegunByHandOvertakesADelayedDownload) {
   link.Ask("FH 1");
   link.Ask("XYZ"); // takes the status, not the delay
   link.Do(&NCEApp::SendFile, link.Folder() + u"1.MPG");
-  EXPECT_EQ(link.Code(), 12);
+  EXPECT_EQ(link.Code(), Downloading);
   link.port.TakeWritten();
   EXPECT_EQ(link.After(5), "");
   EXPECT_EQ(link.Ask(">"), "02A!60\r]\r");
@@ -607,7 +610,7 @@ TEST_F(EngineTest, ADelayThatEndsLeavesANewerOneAlone) {
                              });
   link.Ask("FH 1");
   link.After(2);
-  EXPECT_EQ(link.Code(), 5);
+  EXPECT_EQ(link.Code(), DownloadWaiting);
   EXPECT_EQ(link.After(2), "&LP 000000002\r");
 }
 
@@ -693,9 +696,9 @@ TEST_F(EngineTest, AnOverrunIsShownAndLoggedBeforeTheNextReadClearsIt) {
   link.port.Deliver(std::string(4000, 'x'));
   link.port.Deliver("more");
   link.Run();
-  EXPECT_EQ(link.form.Codes(), (std::vector<std::int32_t>{15, 24}));
+  EXPECT_EQ(link.form.Codes(), (std::vector<LinkStatus>{UploadErrors, OverRun}));
   link.Run();
-  EXPECT_EQ(link.Code(), 1);
+  EXPECT_EQ(link.Code(), Waiting);
   EXPECT_TRUE(link.app.Content(jobs)->EndsWith(u" Over Run Error! Data loss has occurred!\r\n"));
   EXPECT_EQ(link.app.Names(link.Folder()), std::vector<KorText>());
   EXPECT_EQ(link.Send("!00\rXYZ\r"), "<\rABCDEFGHIJKLMNOPQRSTUVWXYZ\r");
@@ -729,7 +732,7 @@ TEST_F(EngineTest, TheJobsOfTheDayAreShownAgainAfterAStart) {
 
 TEST_F(EngineTest, TheFileOfEndedJobsKeepsTheNewestLines) {
   const KorText file = link.app.Path(u"new/NCE.jobs");
-  EndedJob job{LinkStatus::UploadCompleted, {}, KorText(10000, u'n'), {.year = 2026}, {}, 7};
+  EndedJob job{UploadCompleted, {}, KorText(10000, u'n'), {.year = 2026}, {}, 7};
   SimpleFile other(file); // another program's, which is done with it some time later
   int openings = 0;
   link.app.WhenOpening(u".jobs", [&] {
@@ -753,7 +756,7 @@ TEST_F(EngineTest, TheFileOfEndedJobsIsReadAndContinuedOnlyInItsOwnVersion) {
   const KorText file = link.app.Path(u"NCE.jobs"),
                 fields = u"\t2026-01-01 00:00:00\t-\t9\t0\t\tn\n";
   const KorText ownVersion = u"ended jobs 1\n", last = u"9223372036854775807" + fields;
-  const EndedJob job{LinkStatus::DownloadCantOpen, {}, u"n", {.year = 2026, .month = 1, .day = 1}};
+  const EndedJob job{DownloadCantOpen, {}, u"n", {.year = 2026, .month = 1, .day = 1}};
   const std::tuple<KorText, std::size_t, KorText> contents[] = {
       {u"ended jobs 2\n7" + fields, 0, ownVersion + u"1\t"},
       {u"ended jo", 0, ownVersion + u"1\t"},
@@ -934,7 +937,7 @@ TEST_F(EngineTest, ATraceThatFindsNoRoomToWaitEndsThereAndJobLinesAreStillKept) 
   int lines = 0;
   for (; told == 0 && lines < 1000000; ++lines)
     log.Trace(KorText::Format(u"%i", lines), CommsLog::Repeated::Dropped);
-  log.LogJob({LinkStatus::DownloadCompleted, u"job", {}, {}});
+  log.LogJob({DownloadCompleted, u"job", {}, {}});
   writer.RunHere();
   log.Trace(u"on", CommsLog::Repeated::Dropped); // into the one that was started since
   writer.RunHere();
@@ -999,7 +1002,7 @@ TEST_F(EngineTest, AWindowThatFallsBehindTakesNoMemory) {
   ASSERT_EQ(link.form.jobs.size(), 1000u);
   EXPECT_EQ(link.form.jobs[0].fileName, link.Folder() + u"1501.MPG");
   EXPECT_LE(link.form.statuses.size(), 200u);
-  EXPECT_EQ(link.form.last.code, LinkStatus::LoopBackTest);
+  EXPECT_EQ(link.form.last.code, LoopBackTest);
 }
 
 TEST_F(EngineTest, AnUnwritableJobLogIsReportedOnce) {
@@ -1017,7 +1020,7 @@ TEST_F(EngineTest, NoReplyWaitsForALog) {
   EXPECT_EQ(Lateness([this] { link.Ask("FH 9"); }), 0);
   link.BeginDownload("1");
   EXPECT_EQ(Lateness([this] { link.Ask(">"); }), 0);
-  EXPECT_EQ(link.Code(), 18);
+  EXPECT_EQ(link.Code(), DownloadCompleted);
   link.BeginUpload("2");
   EXPECT_EQ(Lateness([this] { link.Ask("]"); }), 0);
   EXPECT_EQ(Lateness([this] {
@@ -1189,7 +1192,7 @@ TEST(LinkStatusTest, FormsEachCodesText) {
     EXPECT_EQ(EndsJob(static_cast<LinkStatus>(code)), ending.contains(code)) << code;
   StatusFacts server = facts;
   server.serverRole = true;
-  EXPECT_EQ(StatusText(LinkStatus::FileListCheck, server, u""), u"Server: M Checking NC File List");
+  EXPECT_EQ(StatusText(FileListCheck, server, u""), u"Server: M Checking NC File List");
 }
 
 TEST(LinkStatusTest, TellsFromAfarWhatGoesOn) {
@@ -1199,15 +1202,15 @@ TEST(LinkStatusTest, TellsFromAfarWhatGoesOn) {
     const char16_t* headline;
     LinkActivity activity;
   } cases[] = {
-      {LinkStatus::NoLink, u"", u"No link", LinkActivity::NoLink},
-      {LinkStatus::Waiting, u"/nc/1.MPG", u"Ready", LinkActivity::Idle},
-      {LinkStatus::DownloadWaiting, u"0000123", u"Preparing 0000123", LinkActivity::Busy},
-      {LinkStatus::Downloading, u"/n.c/0000123.MPG", u"Sending 0000123", LinkActivity::Busy},
-      {LinkStatus::Uploading, u"C:\\nc\\.5", u"Receiving .5", LinkActivity::Busy},
-      {LinkStatus::DownloadCantOpen, u"/n.c/7", u"Not found: 7", LinkActivity::Failed},
-      {LinkStatus::UploadCancelled, u"", u"the line", LinkActivity::Cancelled},
-      {LinkStatus::LoopBackTest, u"/nc/1.MPG", u"Loop Back Test", LinkActivity::Idle},
-      {LinkStatus::DirectoryError, u"/nc/1.MPG", u"Listing failed", LinkActivity::Failed},
+      {NoLink, u"", u"No link", LinkActivity::NoLink},
+      {Waiting, u"/nc/1.MPG", u"Ready", LinkActivity::Idle},
+      {DownloadWaiting, u"0000123", u"Preparing 0000123", LinkActivity::Busy},
+      {Downloading, u"/n.c/0000123.MPG", u"Sending 0000123", LinkActivity::Busy},
+      {Uploading, u"C:\\nc\\.5", u"Receiving .5", LinkActivity::Busy},
+      {DownloadCantOpen, u"/n.c/7", u"Not found: 7", LinkActivity::Failed},
+      {UploadCancelled, u"", u"the line", LinkActivity::Cancelled},
+      {LoopBackTest, u"/nc/1.MPG", u"Loop Back Test", LinkActivity::Idle},
+      {DirectoryError, u"/nc/1.MPG", u"Listing failed", LinkActivity::Failed},
       {static_cast<LinkStatus>(39), u"/nc/1.MPG", u"the line", LinkActivity::Idle},
   };
   for (const auto& c : cases) {
@@ -1220,7 +1223,7 @@ TEST(LinkStatusTest, AnUnexpectedErrorLogsTwoLinesAndShowsTheSecond) {
   std::vector<KorText> logged;
   StatusBoard board([&](const EndedJob& job) { logged.push_back(job.line); });
   board.SetFileName(u"N");
-  board.Set(LinkStatus::UnexpectedError);
+  board.Set(UnexpectedError);
   for (int i = 0; i < 3; ++i) {
     board.TellJobs();
     EXPECT_EQ(board.TakeView().line, u"File format error N");
@@ -1255,7 +1258,7 @@ TEST_F(PlainEngineTest, SendsAFileAsItIsInChunksWithTheCharacterDelayBetween) {
   engine->SendFile(link.app.Path(u"raw.NC"));
   Run();
   EXPECT_EQ(link.port.TakeWritten(), bytes.ToBytes());
-  EXPECT_EQ(engine->CurrentStatus().code, LinkStatus::DownloadCompleted);
+  EXPECT_EQ(engine->CurrentStatus().code, DownloadCompleted);
   EXPECT_EQ(engine->CurrentStatus().barPosition, 1);
   EXPECT_EQ(engine->CurrentStatus().barRange, 1);
   EXPECT_TRUE(link.form.monitor.Contains(u"TX100 [00][01]"));
@@ -1288,7 +1291,7 @@ TEST_F(PlainEngineTest, ABaudTextThatIsNoNumberSendsNothing) {
   engine->SendFile(link.app.Path(u"raw.NC"));
   Run();
   EXPECT_EQ(link.port.TakeWritten(), "");
-  EXPECT_EQ(static_cast<int>(engine->CurrentStatus().code), 12);
+  EXPECT_EQ(engine->CurrentStatus().code, Downloading);
 }
 
 TEST_F(PlainEngineTest, ReceivesEveryByteUntilItIsCompletedOrCancelled) {
@@ -1306,8 +1309,7 @@ TEST_F(PlainEngineTest, ReceivesEveryByteUntilItIsCompletedOrCancelled) {
     else
       engine->CancelUpload();
     Run();
-    EXPECT_EQ(engine->CurrentStatus().code,
-              complete ? LinkStatus::UploadCompleted : LinkStatus::UploadCancelled);
+    EXPECT_EQ(engine->CurrentStatus().code, complete ? UploadCompleted : UploadCancelled);
   }
   EXPECT_EQ(link.app.Content(path)->ToBytes(), std::string("\0\x01new\xff", 6));
 }

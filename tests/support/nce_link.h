@@ -120,7 +120,7 @@ class NceLink {
 
   WatchedNce& Watched() { return dynamic_cast<WatchedNce&>(*link); }
   std::uint64_t HeldBytes() { return Watched().HeldBytes(); }
-  std::int32_t Code() { return NumberOf(link->CurrentStatus().code); }
+  LinkStatus Code() { return link->CurrentStatus().code; }
   KorText Line() { return link->CurrentStatus().line; }
 
   TestApp app;

@@ -55,11 +55,10 @@ class RecordingForm : public FormDialog {
     return messages.size() == 1 ? messages[0] : KorText::Format(u"%u messages", messages.size());
   }
   // The codes of the statuses shown, in order, without repeats.
-  std::vector<std::int32_t> Codes() const {
-    std::vector<std::int32_t> codes;
+  std::vector<LinkStatus> Codes() const {
+    std::vector<LinkStatus> codes;
     for (const StatusView& view : statuses)
-      if (codes.empty() || codes.back() != NumberOf(view.code))
-        codes.push_back(NumberOf(view.code));
+      if (codes.empty() || codes.back() != view.code) codes.push_back(view.code);
     return codes;
   }
 
