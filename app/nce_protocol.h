@@ -27,10 +27,10 @@ class NceProtocol {
   NceProtocol(Exchange& servedExchange, const KorText& model, NceModes nceModes)
       : exchange(servedExchange), modelName(model), modes(nceModes) {}
 
-  // A change takes effect with the next download.
+  // Takes changed features, which take effect with the next download.
   void SetFeatures(const SpecialFeatures& changed) { features = changed; }
 
-  // The engine's hooks.
+  // The hooks that the engine calls.
   void ProcessReceived();
   void PollIdle();
   void StartDownload();
@@ -78,7 +78,7 @@ class NceProtocol {
   const KorText modelName;
   const NceModes modes;
   SpecialFeatures features;
-  // What the download was begun with.
+  // What the running download was begun with.
   struct {
     SpecialFeatures features;
     KorText folder, extension;
@@ -90,10 +90,10 @@ class NceProtocol {
   std::int32_t nakCount = 0;
   std::int32_t unexpectedAckCount = 0;
   std::int32_t hybridLastSheet = 0;
-  // An upload has begun, or was refused, whose end mark has not come. The controller may still send
-  // the rest of it after the upload has ended on this side.
+  // Whether an upload has begun, or was refused, whose end mark has not come. The controller may
+  // still send the rest after the upload has ended on this side.
   bool endMarkAwaited = false;
-  // What the disk is asked for once the reply before it is on the line, or the next request comes.
+  // What is read from the disk once the reply before it is on the line, or the next request comes.
   enum class Waiting { Nothing, Listing, NextFile } waiting = Waiting::Nothing;
   int looks = 0;            // at a file that somebody writes
   bool fileAwaited = false; // the next file of a chain is being written

@@ -9,9 +9,9 @@
 // (CommsMonitor) runs Poll and all of Exchange and of the protocol, which it calls by the
 // operations under "Worker"; the window reaches those by RunOnWorker, whose tasks run before the
 // next poll, so the window never waits for the worker or the line. The worker reaches the window by
-// FormDialog::Post. What may wait for a disk and is no program that was asked for, side threads do:
-// one writes the logs, in order; the others look at folders, one each, so that none waits for one
-// that hangs.
+// FormDialog::Post. Side threads do what may wait for a disk and is no program that was asked for:
+// one writes the logs, in order; the others look at folders, one each, so that none waits for a
+// folder that hangs.
 #pragma once
 
 #include <atomic>
@@ -55,7 +55,7 @@ struct EngineServices {
   std::function<KorText(const KorText&)> nameDevice{};
 };
 
-// Of an object that is never run.
+// Returns the services of an object that is never run.
 EngineServices NoServices();
 
 class DownloadApp : public Storable, private ExchangeHost, private ProtocolHooks {
@@ -77,8 +77,9 @@ class DownloadApp : public Storable, private ExchangeHost, private ProtocolHooks
   virtual void OpenPort(int noSoftwareFlow); // worker
   virtual void ChooseUploadFile();
   virtual void ChooseDownloadFile();
-  // Stops the timers and the threads, closes the port, saves the settings. Never waits for the
-  // line, and less than half a second for the worker, and as long for the logs: then IsWorkerStuck.
+  // Stops the timers and the threads, closes the port, saves the settings. It never waits for the
+  // line, and less than half a second each for the worker and for the logs; when one of them hangs,
+  // IsWorkerStuck is true afterwards.
   virtual void Terminate();
   virtual void Ping();
   void ProcessReceived() override { plain.ProcessReceived(); } // worker: consumes what has arrived
@@ -104,7 +105,8 @@ class DownloadApp : public Storable, private ExchangeHost, private ProtocolHooks
   TimerQueue& Timers() { return timers; }
   void RunDueTimers();
   FormDescription SettingsForm(); // lent to a front end: it lives as long as this
-  // What runs on the line now, as the status line tells it; nothing between exchanges. Any thread.
+  // Returns what runs on the line now, as the status line tells it; nothing between exchanges. Any
+  // thread.
   std::optional<KorText> RunningExchange();
   // Ends the exchange that runs, the controller's as well as one begun by hand. Without one, and
   // for a CompleteUpload without an upload, a message says so.
@@ -112,10 +114,10 @@ class DownloadApp : public Storable, private ExchangeHost, private ProtocolHooks
   // The following are refused while an exchange runs, with a message that says what runs and how to
   // end it; sending, receiving and the two tests also while there is no link.
   //
-  // Takes over an edited form and re-opens the port. An empty text, or what is wrong with a field.
-  // The second looks at the folders and files that the form names before that: done gets the same
-  // text on the window's thread, later where there is something to look at, after five seconds at
-  // most: then the folder does not answer, and is refused.
+  // Both take over an edited form and re-open the port. AcceptSettings returns an empty text, or
+  // what is wrong with a field. LookAndAcceptSettings first looks at the folders and files that the
+  // form names: done gets the same text on the window's thread, later where there is something to
+  // look at, and after five seconds at most, when a folder that does not answer is refused.
   KorText AcceptSettings(const FormDescription& form);
   void LookAndAcceptSettings(const FormDescription& form, std::function<void(const KorText&)> done);
   // Re-opens the port. False, after the message, when it was refused.
@@ -124,31 +126,31 @@ class DownloadApp : public Storable, private ExchangeHost, private ProtocolHooks
   void ReceiveFile(const KorText& path);
   void LoopbackTest();
   void XonXoffTest();
-  // Of the end dialogs: nothing when another exchange runs by now.
+  // The end dialogs call these, which do nothing when another exchange runs by now.
   void CancelDownload();
   void CancelUpload();
-  // Refused, with a message, for an upload that the controller began: half of it would be stored.
+  // Refuses, with a message, for an upload that the controller began: half of it would be stored.
   void CompleteUpload();
   void ChooseTraceFile();
-  // A message follows when it can't be written, or when the file holds anything but a log.
+  // Starts the trace. Starts the trace. A message follows when it can't be written, or when the
+  // file holds anything but a log.
   void StartTrace(const KorText& path);
   void StopTrace();
   bool IsTracing() const { return log.IsTracing(); }
-  // The jobs that ended today, oldest first: show gets them later, on the window's thread; after
-  // five seconds without an answer a message says so instead.
+  // Asks for the jobs that ended today. show gets them later, oldest first, on the window's thread;
+  // after five seconds without an answer a message says so instead.
   void AskJobsOfToday(std::function<void(const std::vector<EndedJob>&)> show);
   void SetMonitorShown(bool shown) { monitor.SetShown(shown); }
   void ReadyForServing();
 
-  // --- Worker ---
-  // After Terminate. The worker, or a side thread, still uses this object, so the program has to
-  // end without destroying it.
+  // --- Worker --- Whether, after Terminate, the worker or a side thread still uses this object, so
+  // that the program has to end without destroying it.
   bool IsWorkerStuck() const { return workerStuck; }
-  // One pass: the window's tasks, then the channel. True when bytes moved: poll again at once.
+  // Runs one pass: the window's tasks, then the channel. True when bytes moved: poll again at once.
   bool Poll();
   void WaitIdle();
-  // Any thread. The task runs on the worker before its next poll; dropped when the worker has
-  // ended.
+  // Has the worker run the task before its next poll; drops it when the worker has ended. Any
+  // thread.
   void RunOnWorker(std::function<void()> task) override;
   // Any thread. So many tasks wait that no more should be given for the time being.
   bool IsBehind() { return tasks.IsBehind(); }
@@ -162,17 +164,17 @@ class DownloadApp : public Storable, private ExchangeHost, private ProtocolHooks
     return plain.LoadTransfer(path, size);
   }
   void AwaitUpload() override {}
-  // On the window's thread, when everything is ready and the worker has not started yet.
+  // Called on the window's thread when everything is ready and the worker has not started yet.
   virtual void BeforeServing() {}
 
   Exchange& WorkerSide() { return exchange; }
   FormDialog& Window() { return *services.window; }
   void StopWorker();
-  // Window's thread. The window's copy before it is loaded.
+  // Sets the window's copy before it is loaded. Window's thread.
   void PresetSettings(const std::function<void(LinkSettings&)>& change) { store.Change(change); }
-  // Window's thread. The window's copy and the worker's change together, and the record is saved.
+  // Changes the window's copy and the worker's together, and saves the record. Window's thread.
   void ChangeSettings(const std::function<void(LinkSettings&)>& change);
-  // Window's thread. Saves the record; a failure is reported once, until a save succeeds again.
+  // Saves the record; a failure is reported once, until a save succeeds again. Window's thread.
   void KeepSettings();
   void SetPingText(const KorText& text) { pingText = text; } // the ping timer sends it
 
@@ -184,8 +186,8 @@ class DownloadApp : public Storable, private ExchangeHost, private ProtocolHooks
   void ShowMessage(const KorText& caption, const KorText& text, MessageStyle style);
   void DisplayStatus();
   void EndOfServe();
-  // Any thread. The first is an empty text when nothing speaks against it; the second shows why
-  // not.
+  // WhatRuns returns an empty text when nothing speaks against it; the other shows why not. Any
+  // thread.
   std::optional<KorText> RunningHeadline();
   KorText WhatRuns();
   bool MayStart(const KorText& caption);
@@ -196,7 +198,7 @@ class DownloadApp : public Storable, private ExchangeHost, private ProtocolHooks
   void FinishServing();
   void StartSideThreads();
   bool StopSideThreads(); // false when one has not ended in time
-  // Looks at a folder that may be slow; not done any more once the program ends.
+  // Looks at a folder that may be slow, unless the program ends first.
   bool LookAside(const std::function<void()>& look); // false when all are busy
   using Refusals = std::vector<FieldRefusal>;
   void LookAtForm(const FormDescription& edited, const std::function<void(const Refusals&)>& done);

@@ -23,7 +23,7 @@
 
 namespace kor {
 
-// What an exchange works with; everything outlives it.
+// What an exchange works with; everything outlives the exchange.
 struct ExchangeParts {
   SerialPort& port;
   FormDialog& window;
@@ -51,7 +51,7 @@ class Exchange : private ChannelHost {
   const LinkSettings& Settings() const { return settings; }
   void OpenPort(bool noSoftwareFlow);
   bool Poll(); // true when bytes moved
-  // Nothing more is begun. Any thread.
+  // Has nothing more begun. Any thread.
   void BeginEnd() { ending = true; }
   bool IsEnding() const { return ending; }
 
@@ -60,7 +60,7 @@ class Exchange : private ChannelHost {
   void DownloadNow();
   // Runs the task after so many seconds, unless an end or another delay is sooner.
   void Delay(double seconds, std::function<void()> task);
-  // Reads the file's lines. A refusal leaves the program empty; the user is told of it, except that
+  // Reads the file's lines. A refusal leaves the program empty. The user is told of it, unless
   // somebody writes the file, which may be over in a moment.
   NcProgram::Result ReadProgram(const KorText& path);
   void TellRefusal(NcProgram::Result result, const KorText& path);
@@ -79,7 +79,7 @@ class Exchange : private ChannelHost {
   void Settle(LinkStatus code);
   void StartLoopbackTest();
 
-  // Jobs by hand.
+  // These begin and end jobs by hand.
   void Send(const KorText& path);
   void Receive(const KorText& path);
   // Stores the upload. Tells the user when there is none, or when only the controller can end it.
