@@ -18,10 +18,10 @@ class IniFile : public ::testing::Test {
     file.Read();
     return value;
   }
-  bool Write(KorText value, bool report = false) {
+  bool Write(KorText value, Failures failures = Failures::Silent) {
     iniFile file(path);
     file.Add<iniString>(u"S", u"K", &value);
-    EXPECT_TRUE(file.Write({}, {}, report));
+    EXPECT_TRUE(file.Write({}, {}, failures));
     EXPECT_TRUE(file.IsWritten());
     return file.LastSaveSucceeded();
   }
@@ -194,7 +194,7 @@ TEST_F(IniFile, AFailedSaveIsReportedAndLeavesTheOlderFile) {
     fault();
     EXPECT_FALSE(Write(u"new"));
     EXPECT_TRUE(app.Messages().empty());
-    EXPECT_FALSE(Write(u"new", true));
+    EXPECT_FALSE(Write(u"new", Failures::Reported));
     app.ClearFaults();
     ASSERT_EQ(app.Messages().size(), 1u);
     EXPECT_EQ(app.Messages()[0].level, MessageLevel::Warn);
