@@ -34,7 +34,8 @@ class Server {
          const std::string& device, int baud) {
     const std::string file = folder / "ser2net.yaml";
     std::ofstream(file) << "connection: &line\n  accepter: " << protocol << Comma()
-                        << "\n  connector: serialdev," << device << ',' << baud << "n81,local\n";
+                        << "\n  connector: serialdev," << device << ',' << baud
+                        << "n81,local\n  options:\n    chardelay: false\n";
     process =
         std::make_unique<Process>(std::vector<std::string>{"ser2net", "-n", "-d", "-c", file});
     std::this_thread::sleep_for(Milliseconds(500)); // it doesn't tell when it listens
@@ -135,7 +136,8 @@ struct Line {
 };
 
 TurnAround MeasureTurnAround(const std::string& programs, Client client, int rounds) {
-  Line line(programs, client, 115200, {});
+  // At line speed: asked sooner than a line could, the host would wait for its reply to leave it.
+  Line line(programs, client, 115200, ByteTime(115200));
   if (IsHost(client)) AwaitHost(line.controller);
   const TurnAround found = Ask(line.controller, "XYZ\r", rounds);
   const std::string name = kNames[static_cast<int>(client)];
