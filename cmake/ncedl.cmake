@@ -1,9 +1,4 @@
 # Compiler settings and the helpers that every folder's CMakeLists.txt uses.
-find_program(CCACHE_PROGRAM ccache)
-if(CCACHE_PROGRAM)
-  set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
-endif()
-
 set(NCEDL_SANITIZE "" CACHE STRING "Sanitizers to build with, such as address,undefined or thread")
 
 find_package(Threads REQUIRED)
