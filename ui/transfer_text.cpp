@@ -35,10 +35,12 @@ void RateMeter::Update(const StatusView& view, double now) {
   if (view.bytesDone == last) {
     const double patience = IsHeldByLine(view) ? kHeldByLine : kHeldAnyway;
     pace.held = IsTransfer(view.code) && now - moved >= patience;
+    pace.standing = now - moved;
     return;
   }
   if (pace.held) since = moved; // the pause is not the line's speed
   pace.held = false;
+  pace.standing = 0;
   moved = now;
   last = view.bytesDone;
   const double passed = now - since;
@@ -97,6 +99,13 @@ KorText RateText(double bytesPerSecond) {
   if (bytesPerSecond >= kMega) return KorText::Format(u"%.1f MB/s", bytesPerSecond / kMega);
   if (bytesPerSecond >= kKilo) return KorText::Format(u"%.1f kB/s", bytesPerSecond / kKilo);
   return KorText::Format(u"%.0f B/s", bytesPerSecond);
+}
+
+KorText GroupedDigits(std::int64_t number) {
+  KorText digits = KorText::Format(u"%i", number);
+  for (std::size_t at = digits.Length(); at > 3; at -= 3)
+    digits.Insert(at - 3, u"\u00a0");
+  return digits;
 }
 
 KorText TimeText(double seconds) {

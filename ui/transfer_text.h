@@ -14,6 +14,7 @@ namespace kor {
 struct Pace {
   std::optional<double> bytesPerSecond; // nothing until half a second has been measured
   bool held = false;                    // it stands
+  double standing = 0;                  // seconds since something moved
 };
 
 // RateMeter: bytes per second of the running transfer, smoothed over about two seconds. It starts
@@ -50,6 +51,9 @@ KorText LeftPart(const StatusView& view, const Pace& pace); // "0:31 left", or e
 
 // Returns a rate such as "9.6 kB/s", "512 B/s" or "1.2 MB/s".
 KorText RateText(double bytesPerSecond);
+
+// Returns a number such as "12 345", with no-break spaces.
+KorText GroupedDigits(std::int64_t number);
 
 // Returns a time such as "0:07", "12:40" or "1:02:03".
 KorText TimeText(double seconds);

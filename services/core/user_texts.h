@@ -276,6 +276,89 @@ struct UserTexts {
   UserText dataLost{15543, u"Data lost"};
   UserText listingFailed{15603, u"Listing failed"};
 
+  // The band: the state in one word.
+  UserText wordPreparing{15700, u"Preparing"};
+  UserText wordSending{15701, u"Sending"};
+  UserText wordReceiving{15702, u"Receiving"};
+  UserText wordSent{15703, u"Sent"};
+  UserText wordReceived{15704, u"Received"};
+  UserText wordNotFound{15705, u"Not found"};
+  UserText wordFailed{15706, u"Failed"};
+  UserText wordCancelled{15707, u"Cancelled"};
+  UserText wordHeld{15708, u"Held"};
+  UserText wordNoLink{15709, u"No link"};
+  UserText wordListing{15710, u"Listing"};
+  UserText wordLineGood{15711, u"Line good"};
+  UserText wordNoAnswer{15712, u"No answer"};
+  UserText wordDataLost{15713, u"Data lost"};
+  UserText wordBusy{15714, u"Busy"};
+  UserText wordDone{15715, u"Done"};
+
+  // The band: what to do.
+  UserText adviceReady{15716, u"The machine may ask for a program at any time."};
+  UserText adviceLineTested{15717, u"The machine has tested the line: it is good."};
+  UserText adviceListing{15718, u"The machine is looking through the programs of this PC."};
+  UserText adviceBegins{15719, u"The transfer begins in a moment."};
+  UserText adviceWaitsForMachine{
+      15720, u"Waiting for the machine. If nothing happens, start the transfer there."};
+  UserText adviceSending{
+      15721, u"Wait until the machine has the whole program. Grey buttons work again then."};
+  UserText adviceReceiving{
+      15722, u"Wait until the whole program is stored here. Grey buttons work again then."};
+  UserText adviceStartSending{
+      15723, u"Start sending at the machine. Press \"%s\" when the machine has sent all."};
+  UserText adviceComplete{
+      15724, u"Press \"%s\" when the machine has sent all. Grey buttons work again then."};
+  UserText adviceHeld{15725, u"The machine has stopped the transfer (%s) for %s. It goes on by "
+                             u"itself when the machine does."};
+  UserText adviceStands{
+      15726, u"Nothing has moved for %s. It goes on when the machine does: look at the machine."};
+  UserText adviceNotFound{15727, u"This PC does not have the program, or can't read it. Put it "
+                                 u"into %s, then ask for it again at the machine."};
+  UserText adviceNotStored{15728, u"The program could not be stored in %s. Is the folder there, "
+                                  u"and may this program write to it?"};
+  UserText adviceOnlyAPart{15729, u"The machine has only a part. Do not cut with it: delete it at "
+                                  u"the machine, then ask for the program again."};
+  UserText adviceNothingKept{
+      15730, u"Nothing of the program has been kept here. Send it again at the machine."};
+  UserText adviceSent{15731, u"The machine has the whole program."};
+  UserText adviceReceived{15732, u"The whole program is stored on this PC."};
+  UserText adviceNoEcho{
+      15733,
+      u"The test text has not come back. Is the plug on this port, and is it the right port?"};
+  UserText adviceEcho{15734, u"The port works. Take the plug off and connect the machine again."};
+  UserText adviceNoList{
+      15735, u"The folder of the programs is missing or can't be read. Is its server there?"};
+  UserText adviceDataLost{15736, u"More came than can be used, most often with a wrong baud rate. "
+                                 u"Compare the settings of the line with the machine's."};
+  UserText adviceNotAProgram{15737,
+                             u"The program is no text that the machine takes. Look into its file."};
+  UserText adviceOtherComputer{
+      15738,
+      u"The other computer is missing, or both play the same part. Look at the settings of both."};
+  UserText adviceNothingToDo{15739, u"Nothing has to be done here."};
+  UserText refusedThreeTimes{15740, u"The machine refused a line three times."};
+
+  // The jobs of the day, Service and the footer.
+  UserText jobsProgram{15741, u"Program"};
+  UserText jobsTime{15742, u"Time"};
+  UserText jobsResult{15743, u"Result"};
+  UserText jobsBytes{15744, u"Bytes"};
+  UserText jobsNone{15745, u"No transfers yet today"};
+  UserText jobsCounts{15746, u"%i good, %i failed"};
+  UserText resultSent{15747, u"Received by the machine"};
+  UserText resultReceived{15748, u"Stored on this PC"};
+  UserText resultSendingFailed{15749, u"Sending failed"};
+  UserText resultReceivingFailed{15750, u"Receiving failed"};
+  UserText resultSendingCancelled{15751, u"Sending cancelled"};
+  UserText resultReceiptCancelled{15752, u"Receiving cancelled"};
+  UserText service{15753, u"Service"};
+  UserText serviceHolds{15754, u"settings, line test, monitor"};
+  UserText help{15756, u"Help"};
+  UserText monitorPaused{15757, u"paused, newest below"};
+  UserText noGuide{15758, u"The user guide is not installed here. It comes with the documentation "
+                          u"of the program: user-guide.html."};
+
   // The console: what its commands do.
   UserText helpStatus{15401, u"show the link status"};
   UserText helpSend{15402, u"send a file by hand"};

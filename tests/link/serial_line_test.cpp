@@ -439,6 +439,54 @@ TEST_F(EngineTest, SendsSotBeforeADownload) {
   EXPECT_EQ(link.Ask("FH 1"), "&LP 000000001\r");
 }
 
+TEST(LinkStatusTest, EveryStateSaysInLargeWordsWhatToDo) {
+  Situation now;
+  const auto set = [&](LinkStatus code, std::int64_t bytes, bool byHand) {
+    now = {};
+    now.view.code = code;
+    now.view.activity = ActivityOf(code);
+    now.view.fileName = u"/nc/0000200.MPG";
+    now.view.bytesDone = bytes;
+    now.byHand = byHand;
+  };
+  const auto says = [&](const char16_t* word, const char16_t* program, Tone tone,
+                        std::u16string_view advice) {
+    EXPECT_EQ(WordOf(now), word);
+    EXPECT_EQ(ProgramOf(now.view), program) << KorText(word).ToUtf8();
+    EXPECT_EQ(ToneOf(now), tone) << KorText(word).ToUtf8();
+    EXPECT_TRUE(AdviceOf(now).Contains(advice)) << AdviceOf(now).ToUtf8();
+  };
+  for (std::int32_t code = 1; code < kLinkStatusCount; ++code) {
+    set(static_cast<LinkStatus>(code), 0, false);
+    EXPECT_FALSE(WordOf(now).IsEmpty() || AdviceOf(now).IsEmpty()) << code;
+  }
+  set(LinkStatus::NoLink, 0, false);
+  now.view.reason = u"Why.";
+  says(u"No link", u"", Tone::Attention, u"Why.");
+  set(LinkStatus::DownloadCancelled, 0, false);
+  says(u"Cancelled", u"0000200", Tone::Failed, u"only a part. Do not cut with it");
+  set(LinkStatus::DownloadErrors, 0, false);
+  now.view.note = u"Refused.";
+  says(u"Failed", u"0000200", Tone::Failed, u"Refused. The machine has only a part.");
+  set(LinkStatus::UploadCompleted, 0, false);
+  says(u"Received", u"0000200", Tone::Done, u"stored on this PC");
+  now.view.note = u"Not all.";
+  says(u"Received", u"0000200", Tone::Attention, u"Not all.");
+  set(LinkStatus::DownloadCantOpen, 0, false);
+  says(u"Not found", u"0000200", Tone::Failed, u"into /nc/,");
+  set(LinkStatus::Downloading, 0, true);
+  says(u"Sending", u"0000200", Tone::Busy, u"Waiting for the machine.");
+  now.pace = {std::nullopt, true, 42};
+  says(u"Sending", u"0000200", Tone::Busy, u"Waiting for the machine.");
+  now.view.lamps[kLampXoffHold] = true;
+  says(u"Held", u"0000200", Tone::Attention, u"(XOFF) for 0:42.");
+  set(LinkStatus::Uploading, 0, true);
+  says(u"Receiving", u"0000200", Tone::Busy, u"Start sending at the machine. Press \"Complete\"");
+  set(LinkStatus::Uploading, 9, false);
+  now.pace = {std::nullopt, true, 20};
+  says(u"Held", u"0000200", Tone::Attention, u"Nothing has moved for 0:20.");
+}
+
 TEST(LinkStatusTest, AnUnexpectedErrorLogsTwoLinesAndShowsTheSecond) {
   std::vector<KorText> logged;
   StatusBoard board([&](const EndedJob& job) { logged.push_back(job.line); });
