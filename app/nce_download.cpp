@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "app/nce_frame.h"
+#include "services/core/text_lookup.h"
 
 namespace kor {
 
@@ -232,7 +233,7 @@ void NceProtocol::OnRefuse() {
   if (frameIsOwed) return; // the last frame was accepted, and the next one is not there yet
   if (++nakCount >= kMostRefusals) {
     Board().SetBar(0, 0);
-    EnterStatus(LinkStatus::DownloadErrors);
+    exchange.Status().Enter(LinkStatus::DownloadErrors, LookUpText(kTexts.refusedThreeTimes));
     exchange.FinishTransfer();
     return;
   }

@@ -92,12 +92,19 @@ void CommsLog::StartTrace(const KorText& path, const LinkSettings& settings, Rep
   {
     const Lock lock(mutex);
     number = ++traces;
+    tracePath = path;
   }
+  traceBytes = 0;
   tracing = number;
   const auto open = [this, number, path, settings, replace, now] {
     OpenTrace(number, path, settings, replace, now);
   };
   if (!writer.Add(0, open)) EndTrace(number);
+}
+
+KorText CommsLog::TracePath() {
+  const Lock lock(mutex);
+  return tracePath;
 }
 
 void CommsLog::OpenTrace(std::uint32_t number, const KorText& path, const LinkSettings& settings,
@@ -174,7 +181,10 @@ void CommsLog::WriteTraceLine(const KorText& text, Repeated repeated, double now
   const double t = now - startTime;
   const double d = t - previousOffset;
   previousOffset = t;
-  if (WriteLine(*trace, KorText::Format(u"%s %s\r\n", TraceStamp(t, d), text))) return;
+  if (WriteLine(*trace, KorText::Format(u"%s %s\r\n", TraceStamp(t, d), text))) {
+    traceBytes = trace->Size();
+    return;
+  }
   trace.reset();
   EndTrace(openTrace);
 }

@@ -45,6 +45,9 @@ class CommsLog {
   // Writes lastLine as a trace line and closes the trace; nothing when none is open.
   void StopTrace(const KorText& lastLine);
   bool IsTracing() const { return tracing != 0; }
+  // The file of the trace that was started last, and the bytes that have been written to it.
+  KorText TracePath();
+  std::uint64_t TraceBytes() const { return traceBytes; }
 
   // Writes one trace line. The writer may sleep until it is woken: a reply goes out first.
   void Trace(const KorText& text, Repeated repeated);
@@ -79,6 +82,8 @@ class CommsLog {
   KorText jobFile KOR_GUARDED_BY(mutex);
   bool writeJobs KOR_GUARDED_BY(mutex) = false;
   KorText jobTag KOR_GUARDED_BY(mutex);
+  KorText tracePath KOR_GUARDED_BY(mutex);
+  std::atomic<std::uint64_t> traceBytes{0};
 
   // Owned by the writer's thread.
   std::unique_ptr<SimpleFile> trace;

@@ -1,6 +1,7 @@
 #include "link/download_app.h"
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 #include "link/ended_jobs.h"
@@ -26,6 +27,15 @@ KorText LogFailure() {
 
 KorText SilentFolder() {
   return LookUpText(kTexts.folderSilent);
+}
+
+SystemTime DayBefore(const SystemTime& time) {
+  const std::chrono::year_month_day before(
+      std::chrono::sys_days(std::chrono::year(time.year) / time.month / time.day) -
+      std::chrono::days(1));
+  return {.year = static_cast<int>(before.year()),
+          .month = static_cast<int>(static_cast<unsigned>(before.month())),
+          .day = static_cast<int>(static_cast<unsigned>(before.day()))};
 }
 
 double Now() {
@@ -119,7 +129,7 @@ void DownloadApp::BuildWindow() {
   OpenPort(0);
   exchange.Status().Update();
   BeforeServing();
-  ReadJobsOfToday([this](const std::vector<EndedJob>& jobs) {
+  ReadJobs(true, [this](const std::vector<EndedJob>& jobs) {
     if (!jobs.empty()) services.window->ShowEarlierJobs(jobs);
   });
   if (!services.startWorker) return;
@@ -514,11 +524,17 @@ void DownloadApp::StartTrace(const KorText& path) {
 }
 
 // Behind the jobs that have ended so far.
-bool DownloadApp::ReadJobsOfToday(std::function<void(const std::vector<EndedJob>&)> show) {
-  return logWriter.Add(1, [this, show = std::move(show)] {
+bool DownloadApp::ReadJobs(bool sinceYesterday,
+                           std::function<void(const std::vector<EndedJob>&)> show) {
+  return logWriter.Add(1, [this, sinceYesterday, show = std::move(show)] {
     if (gone) return;
-    PostToWindow(WindowFeed::Kind::Task, [show, jobs = ReadJobsOfDay(jobsPath, App().LocalTime())](
-                                             FormDialog&) { show(jobs); });
+    const SystemTime today = App().LocalTime();
+    std::vector<EndedJob> jobs = ReadJobsOfDay(jobsPath, today);
+    if (sinceYesterday) {
+      const std::vector<EndedJob> before = ReadJobsOfDay(jobsPath, DayBefore(today));
+      jobs.insert(jobs.begin(), before.begin(), before.end());
+    }
+    PostToWindow(WindowFeed::Kind::Task, [show, jobs](FormDialog&) { show(jobs); });
   });
 }
 
@@ -527,7 +543,7 @@ void DownloadApp::AskJobsOfToday(std::function<void(const std::vector<EndedJob>&
     ShowMessage(LookUpText(kTexts.log), SilentFolder(), MessageStyle::Exclamation);
   };
   const int question = looks.Await(refuse);
-  const bool asked = ReadJobsOfToday([this, question, show = std::move(show)](const auto& jobs) {
+  const bool asked = ReadJobs(false, [this, question, show = std::move(show)](const auto& jobs) {
     if (looks.Take(question)) show(jobs);
   });
   if (!asked && looks.Take(question)) refuse();

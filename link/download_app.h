@@ -137,6 +137,8 @@ class DownloadApp : public Storable, private ExchangeHost, private ProtocolHooks
   void StartTrace(const KorText& path);
   void StopTrace();
   bool IsTracing() const { return log.IsTracing(); }
+  KorText TracePath() { return log.TracePath(); } // of the trace that was started last
+  std::uint64_t TraceBytes() const { return log.TraceBytes(); }
   // Asks for the jobs that ended today. show gets them later, oldest first, on the window's thread;
   // after five seconds without an answer a message says so instead.
   void AskJobsOfToday(std::function<void(const std::vector<EndedJob>&)> show);
@@ -202,7 +204,7 @@ class DownloadApp : public Storable, private ExchangeHost, private ProtocolHooks
   bool LookAside(const std::function<void()>& look); // false when all are busy
   using Refusals = std::vector<FieldRefusal>;
   void LookAtForm(const FormDescription& edited, const std::function<void(const Refusals&)>& done);
-  bool ReadJobsOfToday(std::function<void(const std::vector<EndedJob>&)> show);
+  bool ReadJobs(bool sinceYesterday, std::function<void(const std::vector<EndedJob>&)> show);
   void TellLogFailure();
   void WriteJobLine(const EndedJob& job);
   void CreateTimer(const char16_t* name, double period, void (DownloadApp::*action)());

@@ -132,7 +132,8 @@ class FormDialog {
   virtual void ShowStatus(const StatusView& view) = 0;
   // Shows each ended job once, in order, also when no job log is written.
   virtual void ShowEndedJob(const EndedJob&) {}
-  // Shows what ended today before this start, oldest first; some jobs may have ended since.
+  // Shows what ended today and yesterday before this start, oldest first; some jobs may have ended
+  // since.
   virtual void ShowEarlierJobs(const std::vector<EndedJob>&) {}
   // Shows whether a trace is written, when that has changed by itself.
   virtual void ShowTracing(bool) {}

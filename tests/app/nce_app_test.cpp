@@ -262,6 +262,8 @@ TEST_F(NceAppTest, AnAcknowledgementForgivesEarlierRefusals) {
   const std::string second = link.Ask(">");
   EXPECT_EQ(link.Ask("<"), second);
   EXPECT_EQ(link.Ask("<"), second);
+  link.Ask("<");
+  EXPECT_TRUE(link.link->CurrentStatus().note.Contains(u"three times"));
 }
 
 TEST_F(NceAppTest, NumbersProgramsByTheOptions) {

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "tests/link/engine_fixture.h"
+#include "ui/state_words.h"
 
 namespace kor {
 namespace {
