@@ -183,6 +183,7 @@ void WindowRun::Show() {
   ReportThrough(frontEnd, MessageStyle::Exclamation);
   window->SetOnStatus([this](const StatusView& view) { awake.Set(IsExchange(view.code)); });
   window->SetLinkAdvice([this] { return LinkAdvice(app.Settings().port); });
+  window->SetDeviceName(&SerialDeviceName);
   window->Recall();
   window->Show();
   app.SetUpServices();

@@ -51,7 +51,7 @@ class Spent {
 void Measure(const std::string& programs, bool withMonitor, std::size_t bytes, int idleSeconds) {
   const HostFolders folders(programs);
   WriteWholeFile(fs::path(folders.SettingsFile()).replace_filename("NCE.window"),
-                 std::string("[Shown]\nmonitor=") + (withMonitor ? "1" : "0") + "\n");
+                 withMonitor ? "[Shown]\nservice=1\nmonitor=1\n" : "[Shown]\nservice=0\n");
   const std::string text = NcText(bytes), name = withMonitor ? "window, monitor on, " : "window, ";
   WriteWholeFile(folders.Download("1.MPG"), text);
   Controller controller(folders.Line(), ByteTime(kBaud));
@@ -79,7 +79,9 @@ void Measure(const std::string& programs, bool withMonitor, std::size_t bytes, i
 int Run(const std::string& programs, bool isQuick) {
   for (const bool withMonitor : {false, true})
     Measure(programs, withMonitor, (isQuick ? 48 : 384) * 1024, isQuick ? 3 : 30);
-  table.Row("window, start to serving, median of 11", StartToServing(programs, "ncedl"), "ms");
+  // The window is shown before the port is opened.
+  table.Row("window, start to shown and serving, median of 11", StartToServing(programs, "ncedl"),
+            "ms", {.most = 500});
   return table.AllTargetsMet() ? 0 : 1;
 }
 

@@ -59,7 +59,7 @@ class WindowDemo : private LineRun {
     folders.WriteProfile(kBaud,
                          "[Log]\nwrite log=1\nlog file=" + folders.Path("", "jobs.log") + "\n");
     WriteWholeFile(fs::path(folders.SettingsFile()).replace_filename("NCE.window"),
-                   "[Shown]\nmonitor=1\n");
+                   "[Shown]\nservice=1\nmonitor=1\n");
     support::ProcessOptions options = folders.Options();
     // The user's permission to use the display is in the home folder, and that is another now.
     if (const char* const home = std::getenv("HOME"); home && !std::getenv("XAUTHORITY"))

@@ -27,7 +27,7 @@ constexpr char16_t kFolder[] = u"/srv/nc/cnc/";
 constexpr char16_t kProgram[] = u"/srv/nc/cnc/0000123.MPG";
 constexpr std::int64_t kSize = 100'000;
 constexpr int kServiceHeading = 15753;
-constexpr int kSmallWidth = 340, kSmallHeight = 200;
+constexpr int kSmallWidth = 480, kSmallHeight = 400;
 
 StatusView ViewOf(LinkStatus code, std::int64_t bytes, std::int64_t size) {
   StatusFacts facts;
@@ -242,7 +242,8 @@ void WindowScenes::AddJob(LinkStatus code, int number) {
   StatusFacts facts;
   facts.fileName = KorText::Format(u"%s00001%02i.MPG", kFolder, number);
   facts.bytesDone = 2'086 * (number + 1);
-  window->AddJob({code, StatusText(code, facts, {}), facts.fileName, App().LocalTime()});
+  window->AddJob(
+      {code, StatusText(code, facts, {}), facts.fileName, App().LocalTime(), {}, facts.bytesDone});
 }
 
 // --- Scenes
@@ -279,7 +280,7 @@ void WindowScenes::PlayStates() {
 void WindowScenes::PlaySmall() {
   using enum LinkStatus;
   const wxSize usual = window->GetSize();
-  window->SetSize(kSmallWidth, kSmallHeight);
+  window->SetClientSize(window->FromDIP(wxSize(kSmallWidth, kSmallHeight)));
   SettleSize();
   ShowState(Downloading, kSize / 3, kSize);
   LookAt(*window, "small");
@@ -288,6 +289,9 @@ void WindowScenes::PlaySmall() {
 }
 
 void WindowScenes::PlayMonitor() {
+  Press(kServiceHeading);
+  SettleSize();
+  LookAt(*window, "service");
   Press(kTexts.showMonitor.number);
   for (int line = 1; line < 5; ++line)
     window->Monitor().Append(KorText::Format(
@@ -298,6 +302,7 @@ void WindowScenes::PlayMonitor() {
   window->Monitor().Text().SetFocus();
   LookAt(*window, "monitor-find");
   Press(kTexts.showMonitor.number);
+  Press(kServiceHeading);
 }
 
 void WindowScenes::PlayForms() {

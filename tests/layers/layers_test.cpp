@@ -105,8 +105,8 @@ const std::vector<Reserved>& ReservedHeaders() {
   static const std::vector<Reserved> reserved = {
       {"wx/", {"ui/wx/", "app/main_wx", "tests/window/", "demo/"}},
       {"gtk/",
-       {"ui/wx/accessible_gtk", "ui/wx/native_dialogs_gtk", "ui/wx/native_look_gtk",
-        "ui/wx/program_icon_gtk", "tests/window/", "demo/"}},
+       {"ui/wx/accessible_gtk", "ui/wx/desktop_note_gtk", "ui/wx/native_dialogs_gtk",
+        "ui/wx/native_look_gtk", "ui/wx/program_icon_gtk", "tests/window/", "demo/"}},
       {"gdk/", {"ui/wx/display_loss_gtk", "tests/window/", "demo/"}},
       {"asio/", {"platform/net/"}},
       {"windows.h", {"platform/", "tests/platform/", "tests/e2e/"}},

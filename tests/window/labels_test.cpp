@@ -8,7 +8,6 @@
 #include <wx/choice.h>
 #include <wx/combobox.h>
 #include <wx/display.h>
-#include <wx/listbox.h>
 #include <wx/stattext.h>
 #include <wx/utils.h>
 
@@ -27,15 +26,17 @@ bool HasWords(const wxWindow* control) {
          dynamic_cast<const wxCheckBox*>(control) || dynamic_cast<const wxChoice*>(control);
 }
 
-wxSize NeededBy(const wxWindow& control) {
+wxSize NeededBy(wxWindow& control) {
   // What may be shortened says that it needs nothing.
   if (control.HasFlag(wxST_ELLIPSIZE_END)) return control.GetTextExtent(control.GetLabel());
+  if (control.HasFlag(wxST_ELLIPSIZE_MIDDLE)) return {}; // the tool tip has all of it
+  control.InvalidateBestSize();
   return control.GetBestSize();
 }
 
 void FindClipped(const wxWindow& parent, std::string& found) {
   const wxSize room = parent.GetVirtualSize(); // what has none is scrolled to
-  for (const wxWindow* const child : parent.GetChildren()) {
+  for (wxWindow* const child : parent.GetChildren()) {
     if (!child->IsShown() || child->IsTopLevel()) continue;
     const wxRect place = child->GetRect();
     const bool isInside = place.GetRight() <= room.x && place.GetBottom() <= room.y;
@@ -52,8 +53,10 @@ void FindClipped(const wxWindow& parent, std::string& found) {
 std::string WrongWith(const wxTopLevelWindow& window) {
   std::string found;
   FindClipped(window, found);
-  const auto* const jobs = dynamic_cast<wxListBox*>(window.FindWindowByName("listBox", &window));
-  if (jobs && jobs->GetTopItem() > 0) found += "\nthe newest job is out of sight";
+  const wxWindow* const service = window.FindWindow(15753);
+  if (service && !wxRect(window.GetScreenRect()).Contains(service->GetScreenRect()) &&
+      window.GetClientSize().y < 500)
+    found += "\nService is out of sight";
   const wxWindow* const send = window.FindWindow(15210);
   if (send && !send->IsShownOnScreen()) found += "\nno button to send";
   if (!wxDisplay(&window).GetClientArea().Contains(window.GetScreenRect()))

@@ -175,7 +175,7 @@ class Program : public ::testing::Test {
  protected:
   void Start() {
     program = folders.Start("ncedl");
-    ASSERT_TRUE(Shows("push button", "Special Features")) << Listed(bus.Shown(program->Id()));
+    ASSERT_TRUE(Shows("push button", "Send NC File")) << Listed(bus.Shown(program->Id()));
   }
   // The first of the role whose name holds the text.
   std::optional<Spoken> Find(const std::string& role, const std::string& name) {
@@ -223,8 +223,9 @@ class Program : public ::testing::Test {
 // What somebody who sees nothing has to be told of.
 bool IsForUse(const std::string& role) {
   static const std::set<std::string> roles = {
-      "push button", "check box", "combo box",    "spin button", "text",         "table",
-      "icon",        "frame",     "progress bar", "dialog",      "file chooser", "page tab"};
+      "push button",  "check box", "combo box",    "spin button",  "text",
+      "table",        "icon",      "frame",        "progress bar", "dialog",
+      "file chooser", "page tab",  "toggle button"};
   return roles.contains(role);
 }
 
@@ -234,15 +235,15 @@ TEST_F(Program, EveryControlHasARoleAndAName) {
     std::string controls;    // "role/name" of each
   };
   const Screen screens[] = {
-      {"check box", "Show Monitor",
-       "frame/NCE COM1|icon/Ready|text/Status|progress bar/Progress|push button/Cancel Transfer|"
+      {"toggle button", "Service",
+       "frame/NCE COM1|icon/Ready|text/Status|progress bar/Progress|"
        "icon/Receive: off|icon/Transmit: off|icon/CTS Hold: off|icon/DSR Hold: off|"
        "icon/RLSD Hold: off|icon/XOFF Hold: off|icon/XOFF Sent: off|push button/Send NC File|"
        "push button/Receive NC File|push button/Special Features|push button/Download Settings|"
        "push button/Loop Back Test|push button/XON/XOFF Test|check box/Communications Trace|check "
-       "box/RTS/CTS Handshake|"
-       "check box/DTR/DSR Handshake|table/Jobs today|text/Monitor|push button/Clear|push "
-       "button/Save...|"
+       "box/RTS/CTS Handshake|check box/DTR/DSR Handshake|table/Jobs today|push button/Help"},
+      {"check box", "Show Monitor",
+       "text/Monitor|push button/Clear|push button/Save...|"
        "text/Text to find in the monitor|push button/Find"},
       {"push button", "Special Features",
        "dialog/Special Features|check box/Autoload sequential files|check box/Use LLLSSES|"
@@ -351,6 +352,7 @@ TEST_F(Program, EndsWhateverStandsOpen) {
   std::filesystem::create_directories(Memory()); // where no size can be kept
   for (const int signal : {SIGTERM, SIGHUP}) {
     Start();
+    ASSERT_TRUE(Press("toggle button", "Service"));
     ASSERT_TRUE(Press("push button", "Download Settings"));
     ASSERT_TRUE(Shows("dialog", "Download Settings", kActive));
     Key("ctrl+Next");

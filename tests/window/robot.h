@@ -27,6 +27,7 @@
 #include "platform/serial_port.h"
 #include "tests/support/host_process.h"
 #include "tests/support/process.h"
+#include "ui/wx/screen_room.h"
 #include "ui/wx/side_windows.h"
 #include "ui/wx/timer_pump.h"
 #include "ui/wx/wx_front_end.h"
@@ -105,6 +106,8 @@ template <class Control> Control* FindA(wxWindow* in) {
 
 inline bool Click(wxWindow* control) {
   if (!control || !control->IsEnabled() || !control->IsShownOnScreen()) return false;
+  for (wxWindow* up = control->GetParent(); up; up = up->GetParent())
+    if (auto* const scrolled = dynamic_cast<wxScrolledWindow*>(up)) ScrollTo(*scrolled, *control);
   wxUIActionSimulator mouse;
   const wxRect place = control->GetScreenRect();
   return mouse.MouseMove(place.GetPosition() + wxPoint(12, place.height / 2)) && mouse.MouseClick();
@@ -217,6 +220,7 @@ class Window : public ::testing::Test {
     support::WriteWholeFile(ports.parent_path() / "NCE.INI",
                             "[Port Settings]\ntransmit delay=0\n[Log]\nwrite log=1\nlog file=" +
                                 (folders / "jobs.log") + "\n");
+    support::WriteWholeFile(ports.parent_path() / "NCE.window", "[Shown]\nservice=1\n");
     setenv("XDG_CONFIG_HOME", folders.Path().c_str(), 1);
     SetApp(&application);
     application.FindFolders(u"2026");

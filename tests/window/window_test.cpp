@@ -3,10 +3,10 @@
 #include "tests/window/robot.h"
 
 #include <wx/choice.h>
+#include <wx/dataview.h>
 #include <wx/dcscreen.h>
 #include <wx/display.h>
 #include <wx/gauge.h>
-#include <wx/listbox.h>
 #include <wx/settings.h>
 #include <wx/statbmp.h>
 
@@ -16,7 +16,8 @@
 
 #include "services/dictionary/dictionary.h"
 #include "ui/wx/form_window.h"
-#include "ui/wx/lamp_row.h"
+#include "ui/wx/guide.h"
+#include "ui/wx/lamp_strip.h"
 
 namespace kor::window_test {
 namespace {
@@ -24,21 +25,29 @@ namespace {
 using support::ReadWholeFile;
 using support::WriteWholeFile;
 
+wxString Result(wxWindow* window, unsigned row) {
+  constexpr unsigned kResult = 4;
+  auto* const list = FindA<wxDataViewListCtrl>(window);
+  return static_cast<int>(row) < list->GetItemCount() ? list->GetTextValue(row, kResult) : "";
+}
+
 TEST_F(Window, AFetchedProgramShowsAndItsJobIsListed) {
   WriteWholeFile(folders / "cnc/7.MPG", "N1 X1\n");
   Open();
   robot.Do("of another day", [this] {
     window->AddEarlierJobs({{LinkStatus::DownloadCompleted, u"Words", {}, {.year = 2001}}});
   });
-  robot.Then("not today's", [this] { return FindA<wxListBox>(window)->IsEmpty(); });
+  robot.Then("not today's", [this] { return Result(window, 0) == "No transfers yet today"; });
   Shows(u"Waiting...");
+  robot.Do("padded",
+           [] { EXPECT_EQ(static_cast<wxTextCtrl*>(Find(15201))->GetValue().length(), 70U); });
   robot.Clicks(15207);
   robot.Then("unfolded beside the rest", [] {
     return Find(15209) && Find(15210) && Find(15202) && Find(15259) && IsChecked(15207);
   });
   robot.Then("a lamp", [this] {
     line.Send("\x11");
-    return FindA<LampRow>(window)->IsOn(kLampReceive);
+    return FindA<LampStrip>(window)->IsOn(kLampReceive);
   });
   robot.Do("fetch", [this] {
     EXPECT_NE(line.Exchange("FH 7").find("&LP"), std::string::npos);
@@ -48,23 +57,79 @@ TEST_F(Window, AFetchedProgramShowsAndItsJobIsListed) {
   Shows(KorText::FromUtf8("Download Completed " + (folders / "cnc/7.MPG") + " - 6 bytes"));
   robot.Then("in the monitor",
              [this] { return window->Monitor().Text().GetValue().Contains("RX FH 7[0d]"); });
-  robot.Then("listed", [this] { return FindA<wxListBox>(window)->GetString(0).Contains("7.MPG"); });
+  robot.Then("listed", [this] { return Result(window, 0) == "Received by the machine"; });
   robot.Do("ask for the jobs of today", [this] {
     app->AskJobsOfToday([this](const auto& jobs) { window->AddEarlierJobs(jobs); });
   });
-  robot.Then("kept", [this] {
-    const auto* const list = FindA<wxListBox>(window);
-    return list->GetCount() == 2 && list->GetString(1) == list->GetString(0);
-  });
+  robot.Then("kept", [this] { return Result(window, 1) == Result(window, 0); });
   robot.Do("noted", [this] {
     window->AddJob({LinkStatus::UploadCompleted, u"Words", {}, App().LocalTime(), u"A note."});
-  });
-  robot.Then("not without its note", [this] {
-    const wxString job = FindA<wxListBox>(window)->GetString(0);
-    return job.StartsWith(ToWx(u"\u2717")) && job.EndsWith("Words   A note.");
+    EXPECT_EQ(Result(window, 0), ToWx(u"Stored on this PC \u2013 A note."));
   });
   robot.Run();
   EXPECT_TRUE(window->GetTitle().StartsWith("NCE")) << window->GetTitle();
+}
+
+TEST_F(Window, LastNightsJobsStandBelowTheirDate) {
+  Open();
+  auto* const table = new JobTable(window);
+  const auto job = [](int month, int day, LinkStatus code, const KorText& note = {}) {
+    return EndedJob{code, u"Words", {}, {.year = 2026, .month = month, .day = day}, note};
+  };
+  const auto shows = [&](const std::vector<std::string>& rows) {
+    for (unsigned row = 0; row <= rows.size(); ++row)
+      EXPECT_EQ(Result(table, row), row < rows.size() ? wxString::FromUTF8(rows[row]) : "") << row;
+  };
+  table->BeginDay({.year = 2026, .month = 3, .day = 1});
+  table->AddEarlier({job(2, 27, LinkStatus::DownloadErrors),
+                     job(2, 28, LinkStatus::DownloadCompleted),
+                     job(2, 28, LinkStatus::DownloadCompleted)});
+  shows({"No transfers yet today", "2026-02-28", "Received by the machine",
+         "Received by the machine"});
+  table->Add(job(3, 1, LinkStatus::UploadErrors, u"Why"));
+  shows({"Receiving failed \u2013 Why", "2026-02-28", "Received by the machine",
+         "Received by the machine"});
+  table->BeginDay({.year = 2026, .month = 3, .day = 2});
+  shows({"No transfers yet today", "2026-03-01", "Receiving failed \u2013 Why"});
+}
+
+TEST_F(Window, TheGuideIsFoundBesideTheProgram) {
+  const std::filesystem::path shared = folders / "share/doc/ncedl-doc";
+  std::filesystem::create_directories(shared);
+  std::filesystem::create_directories(folders / "bin");
+  const KorText bin = KorText::FromUtf8(folders / "bin");
+  EXPECT_EQ(FindGuide(bin), u"");
+  for (const char* name : {"user-guide.md", "user-guide.html"}) {
+    WriteWholeFile(shared / name, "words");
+    EXPECT_TRUE(FindGuide(bin).ToUtf8().ends_with(name)) << name;
+  }
+}
+
+TEST_F(Window, FoldedServiceHidesTheMonitorAndIsRemembered) {
+  Open();
+  robot.Then("the focus is on nothing that Enter would press",
+             [] { return dynamic_cast<wxDataViewListCtrl*>(Focused()) != nullptr; });
+  const auto reads = [this](const char* words) {
+    return window->Monitor().Text().GetValue().Contains(words);
+  };
+  robot.Clicks(15207);
+  robot.Then("a line", [=, this] { return line.Send("FH 1\r"), reads("FH 1"); });
+  robot.Clicks(15753);
+  robot.Then("folded", [] { return !Find(15101)->IsShownOnScreen(); });
+  robot.Then("answered", [this] { return !line.Exchange("FH 2").empty(); });
+  robot.Clicks(15753);
+  robot.Then("open", [] { return Find(15209)->IsShownOnScreen(); });
+  robot.Then("a line", [=, this] { return line.Send("FH 3\r"), reads("FH 3"); });
+  robot.Do("discarded", [=] { EXPECT_FALSE(reads("FH 2")); });
+  robot.Clicks(15753);
+  robot.Do("again", [this] {
+    window->Remember();
+    auto* const second = new MainWindow(*app, app->ModelName());
+    second->Recall();
+    EXPECT_FALSE(second->FindWindow(15101)->GetParent()->IsShown());
+    second->Destroy();
+  });
+  robot.Run();
 }
 
 TEST_F(Window, HandshakesAndSpecialFeaturesAreTakenOver) {
@@ -263,7 +328,7 @@ TEST_F(Window, JobsByHandAreBegunEndedAndCompleted) {
   robot.Do("a plug", [this] { line.Send("LocalTestMessage@"); });
   Shows(u"Local Loopback Test Success");
   robot.Then("the errors of the line", [] {
-    for (wxWindow* const child : Find(15259)->GetChildren())
+    for (wxWindow* const child : Find(15259)->GetParent()->GetChildren())
       if (child->GetLabel().StartsWith("3 framing errors")) return child->IsShownOnScreen();
     return false;
   });
@@ -278,7 +343,7 @@ TEST_F(Window, WhatTheControllerBeganIsCancelledAfterAQuestion) {
                  std::string(100, 'A') + "\n" + std::string(100, 'B') + "\n");
   Open();
   Shows(u"Waiting...");
-  robot.Then("nothing to cancel", [] { return !Find(15556)->IsEnabled(); });
+  robot.Then("nothing to cancel", [] { return !Find(15556)->IsShown(); });
   const auto asked = [] { return Find(wxID_NO) != nullptr; };
   const auto fetch = [this] {
     for (const char* words : {"FH 7", ">", ">"})
@@ -291,8 +356,10 @@ TEST_F(Window, WhatTheControllerBeganIsCancelledAfterAQuestion) {
   };
   robot.Do("fetch", fetch);
   robot.Then("the bar half full", [this] { return FindA<wxGauge>(window)->GetValue() / 10 == 50; });
-  robot.Clicks(15210);
-  Says("Send NC File", "(\"Cancel Transfer\")");
+  robot.Then("nothing that it forbids", [] {
+    return std::ranges::none_of(std::array{15210, 15211, 15212, 15442, 15273, 15274},
+                                [](int number) { return Find(number)->IsEnabled(); });
+  });
   ask();
   robot.Presses(WXK_ESCAPE);
   robot.Then("goes on", [=] { return !asked(); });
@@ -304,7 +371,7 @@ TEST_F(Window, WhatTheControllerBeganIsCancelledAfterAQuestion) {
   robot.Presses('E', wxMOD_ALT);
   Shows(u"Download Cancelled");
   robot.Then("a part is not marked as whole",
-             [this] { return FindA<wxListBox>(window)->GetString(0).StartsWith(L"\u2717"); });
+             [this] { return Result(window, 0) == "Sending cancelled"; });
   robot.Clicks(15101);
   robot.Then("settings", [] { return Find(1) && Find(1)->IsEnabled() && !Find(3)->IsShown(); });
   robot.Do("fetch", fetch);
@@ -450,20 +517,23 @@ TEST_F(Window, NothingIsOutOfReachHoweverSmallItIs) {
 
 TEST_F(Window, ANewJobLeavesAListThatWasScrolledBackWhereItIs) {
   Open();
-  auto* const list = FindA<wxListBox>(window);
+  auto* const list = FindA<wxDataViewListCtrl>(window);
   const auto add = [this](int number) {
-    window->AddJob(
-        {LinkStatus::DownloadCompleted, KorText::Format(u"Job %i", number), {}, App().LocalTime()});
+    window->AddJob({LinkStatus::DownloadCompleted, u"Words", KorText::Format(u"/%i.MPG", number),
+                    App().LocalTime()});
   };
   wxString shown;
-  const auto top = [list] { return list->GetString(static_cast<unsigned>(list->GetTopItem())); };
+  const auto top = [list] {
+    const int row = list->ItemToRow(list->GetTopItem());
+    return row < 0 ? wxString() : list->GetTextValue(static_cast<unsigned>(row), 3);
+  };
   robot.Do("many", [=] {
     for (int number = 0; number < 99; ++number)
       add(number);
   });
-  robot.Then("newest", [=] { return top().EndsWith("Job 98"); });
-  robot.Then("back",
-             [&] { return list->SetFirstItem(40), shown = top(), shown.EndsWith("Job 59"); });
+  robot.Then("newest", [=] { return top() == "98"; });
+  robot.Do("back", [&] { list->EnsureVisible(list->RowToItem(60)); });
+  robot.Then("there", [&] { return shown = top(), shown != "98"; });
   robot.Do("one more", [=] { add(99); });
   for (int looks = 0; looks < 5; ++looks)
     robot.Then("stays", [&] { return top() == shown; });
@@ -472,8 +542,9 @@ TEST_F(Window, ANewJobLeavesAListThatWasScrolledBackWhereItIs) {
 
 TEST_F(Window, TheListOfJobsIsPaintedWholeOnceTheLinkIsBack) {
   Open();
-  auto* const list = FindA<wxListBox>(window);
-  window->SetLinkAdvice([] { return u"Words\nWords"; });
+  auto* const list = FindA<wxDataViewListCtrl>(window);
+  window->SetLinkAdvice([] { return KorText(u"Words\nWords\nWords\nWords\nWords\nWords"); });
+  robot.Clicks(15753); // folded away, Service leaves the list its room
   int usual = 0;
   const auto choose = [this](const char16_t* name) {
     FormDescription form = app->SettingsForm();
@@ -668,6 +739,18 @@ TEST_F(Window, EachLampTellsItsStateByWordsAndSign) {
                   Find(number)->GetLabel() + (number == lit ? ": on" : ": off"));
     }
   });
+  std::string lit;
+  const auto drawn = [] { return Picture(FindA<wxStaticBitmap>(Find(15206)->GetParent())); };
+  robot.Do("for a moment", [&, this] {
+    StatusView view;
+    view.lamps[kLampWrite] = true;
+    frontEnd.ShowStatus(view);
+    lit = drawn();
+    frontEnd.ShowStatus({});
+    EXPECT_EQ(drawn(), lit);
+    EXPECT_FALSE(FindA<LampStrip>(window)->IsOn(kLampWrite));
+  });
+  robot.Then("goes out", [&] { return drawn() != lit; });
   robot.Run();
 }
 
@@ -701,6 +784,7 @@ TEST_F(Window, TabGoesThroughTheWindowAsItIsRead) {
     return false;
   });
   robot.Run();
+  static_cast<wxScrolledWindow*>(Find(15210)->GetParent())->Scroll(0, 0);
   std::vector<wxWindow*> all = ControlsAsRead(window);
   std::rotate(all.begin(), std::ranges::find(all, reached.front()), all.end());
   EXPECT_EQ(reached, all);

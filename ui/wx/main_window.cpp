@@ -3,36 +3,37 @@
 #include <algorithm>
 #include <utility>
 
-#include <wx/statbox.h>
+#include <wx/accel.h>
 
 #include "link/serial_channel.h"
 #include "services/core/app_interface.h"
 #include "services/core/text_lookup.h"
-#include "ui/transfer_text.h"
 #include "ui/wx/accessible.h"
+#include "ui/wx/desktop_note.h"
+#include "ui/wx/guide.h"
 #include "ui/wx/native_look.h"
+#include "ui/wx/program_icon.h"
 #include "ui/wx/screen_room.h"
 #include "ui/wx/side_windows.h"
-#include "ui/wx/signs.h"
+#include "ui/wx/theme.h"
 #include "ui/wx/wx_text.h"
 
 namespace kor {
 
 namespace {
 
-constexpr int kStateSign = 56; // lengths are in device-independent pixels
-constexpr int kGap = 8;
-constexpr int kButtonHeight = 40; // for a finger in a glove
-constexpr int kWidth = 560;
-constexpr int kHeight = 680;
-constexpr int kLeastWidth = 320;
-constexpr int kLeastLower = 90; // of the part that scrolls: a button can be seen whole
+constexpr int kGap = 8; // all lengths are in device-independent pixels
+constexpr int kMargin = 12;
+constexpr int kOperatorHeight = 64; // of what the operator presses, in gloves
+constexpr int kButtonHeight = 44;   // of everything else that is pressed
+constexpr float kOperatorLetters = 1.25F;
+constexpr int kWidth = 600;
+constexpr int kHeight = 740;
+constexpr int kLeastWidth = 400;
+constexpr int kLeastHeight = 320;
+constexpr int kLeastLower = 52;  // of the part that scrolls: the heading of Service is seen whole
+constexpr int kSmallLower = 120; // where it shows little else
 constexpr int kScrollStep = 16;
-constexpr int kLeastBarWidth = 60;
-constexpr int kBarHeight = 16;
-// Sizes to try for the headline, largest first, relative to the normal font.
-constexpr float kHeadlineScales[] = {2.4F, 2.0F, 1.7F, 1.4F, 1.2F, 1.0F};
-constexpr int kGaugeRange = 1000;
 constexpr int kAdvicePeriod = 1000; // milliseconds
 
 constexpr int kSendButton = kTexts.sendNcFile.number;
@@ -40,8 +41,6 @@ constexpr int kReceiveButton = kTexts.receiveNcFile.number;
 constexpr int kLoopbackButton = kTexts.loopBackTest.number;
 constexpr int kSpecialButton = kTexts.specialFeatures.number;
 constexpr int kSettingsButton = kTexts.downloadSettings.number;
-constexpr int kStatusText = kTexts.status.number;
-constexpr int kProgressLabel = kTexts.progress.number;
 constexpr int kTestLabel = kTexts.lineTest.number;
 constexpr int kMonitorSwitch = kTexts.showMonitor.number;
 constexpr int kMonitor = kTexts.monitor.number;
@@ -51,20 +50,9 @@ constexpr int kDtrSwitch = kTexts.dtrDsrHandshake.number;
 constexpr int kCancelButton = kTexts.cancelTransfer.number;
 constexpr int kCompleteButton = kTexts.complete.number;
 constexpr int kXonButton = kTexts.xonXoffTest.number;
+constexpr int kHelpButton = kTexts.help.number;
 constexpr const char* kMonitorPart = "monitor";
-constexpr std::size_t kStatusWidth = 70; // characters
-
-// "45%  9.6 kB/s  0:31 left", as far as it is known; nothing between transfers.
-KorText TransferText(const StatusView& view, const Pace& pace) {
-  if (!IsTransfer(view.code)) return {};
-  KorText text = ShareText(view);
-  for (const KorText& part : {RatePart(pace), LeftPart(view, pace)}) {
-    if (part.IsEmpty()) continue;
-    if (!text.IsEmpty()) text += u"  ";
-    text += part;
-  }
-  return text;
-}
+constexpr const char* kServicePart = "service";
 
 } // namespace
 
@@ -77,6 +65,7 @@ const MainWindow::Action MainWindow::kActions[] = {
     {kTexts.xonXoffTest, &MainWindow::XonXoff},
     {kTexts.complete, &MainWindow::Complete},
     {kTexts.cancelTransfer, &MainWindow::Cancel},
+    {kTexts.help, &MainWindow::Help},
 };
 
 const MainWindow::Switch MainWindow::kSwitches[] = {
@@ -86,92 +75,131 @@ const MainWindow::Switch MainWindow::kSwitches[] = {
     {kTexts.dtrDsrHandshake, &MainWindow::OnDtr},
 };
 
-const MainWindow::Action& MainWindow::ActionOf(int number) {
-  return *std::ranges::find(kActions, number, &Action::Number);
-}
-
 MainWindow::MainWindow(NCEApp& nceApp, const KorText& settingsName)
     : wxFrame(nullptr, wxID_ANY, {}), app(nceApp), memory(settingsName) {
   StopAnimations();
   ground = new wxScrolledWindow(this); // takes the keyboard from control to control
   upper = new wxPanel(ground);
-  auto* const state = new wxBoxSizer(wxVERTICAL);
-  state->Add(MakeState(upper), wxSizerFlags().Expand());
-  state->Add(MakeProgress(upper), wxSizerFlags().Expand().Border(wxTOP, FromDIP(kGap)));
-  lamps = new LampRow(upper);
-  state->Add(lamps, wxSizerFlags().Expand().Border(wxTOP, FromDIP(kGap)));
-  upper->SetSizer(state);
-  MakeLower(ground);
-  auto* const column = new wxBoxSizer(wxVERTICAL);
-  column->Add(upper, wxSizerFlags().Expand().Border(wxALL, FromDIP(kGap)));
-  column->Add(lower, wxSizerFlags(1).Expand().Border(wxLEFT | wxRIGHT | wxBOTTOM, FromDIP(kGap)));
-  ground->SetSizer(column);
-  wxSize usual(std::max(FromDIP(kWidth), column->GetMinSize().x), FromDIP(kHeight));
-  usual.IncTo({lower->GetSizer()->GetMinSize().x + FromDIP(2 * kGap), -1});
-  usual.DecTo(ScreenRoom(*this));
-  SetClientSize(usual);
+  lower = new wxScrolledWindow(ground);
+  MakeControls();
+  MakeOthers();
+  Arrange();
   for (wxScrolledWindow* const scrolled : {ground, lower}) {
     scrolled->SetScrollRate(FromDIP(kScrollStep), FromDIP(kScrollStep));
     FollowFocus(*scrolled);
   }
+  band->ApplyLook();
+  wxSize usual(FromDIP(wxSize(kWidth, kHeight)));
+  usual.DecTo(ScreenRoom(*this));
+  SetClientSize(usual);
+  FitParts();
   CentreOnScreen();
+  FollowEvents();
+}
+
+void MainWindow::FollowEvents() {
   Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
     event.Skip();
     CallAfter([this] { FitParts(); });
   });
-  adviceTimer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { ShowAdvice(); });
   // Comes, too, when the toolkit finds that a part needs another size.
   upper->Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
     event.Skip();
     if (LeastHeight() != fittedHeight) CallAfter([this] { FitParts(); });
   });
+  adviceTimer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { ShowAdvice(); });
+  Bind(wxEVT_SYS_COLOUR_CHANGED, [this](wxSysColourChangedEvent& event) {
+    event.Skip();
+    band->ApplyLook();
+    lamps->ApplyLook();
+    jobs->ApplyLook();
+    footer->ApplyLook();
+    FitParts();
+  });
+  const wxAcceleratorEntry help(wxACCEL_NORMAL, WXK_F1, kHelpButton);
+  SetAcceleratorTable(wxAcceleratorTable(1, &help));
+  Bind(
+      wxEVT_MENU, [this](wxCommandEvent&) { RunNext([this] { Help(); }); }, kHelpButton);
 }
 
 // --- Parts ---
 
-wxSizer* MainWindow::MakeState(wxWindow* parent) {
-  sign = new wxStaticBitmap(parent, wxID_ANY, DrawnSign(Sign::Idle, kStateSign));
-  headline = MakePlainText(parent, wxID_ANY, {}, wxST_ELLIPSIZE_END | wxST_NO_AUTORESIZE);
-  statusLine = new wxTextCtrl(parent, kStatusText, {}, wxDefaultPosition, wxDefaultSize,
-                              wxTE_READONLY | wxBORDER_NONE);
-  BlendIn(statusLine);
-  SetSpokenName(statusLine, LookUpText(kTexts.status));
-  advice = MakePlainText(parent, wxID_ANY);
-  advice->Hide();
-  auto* const words = new wxBoxSizer(wxVERTICAL);
-  words->Add(headline, wxSizerFlags().Expand());
-  words->Add(statusLine, wxSizerFlags().Expand());
-  words->Add(advice, wxSizerFlags().Expand());
-  auto* const row = new wxBoxSizer(wxHORIZONTAL);
-  row->Add(sign, wxSizerFlags().CentreVertical().Border(wxRIGHT, FromDIP(kGap * 2)));
-  row->Add(words, wxSizerFlags(1).CentreVertical());
-  return row;
+// The numbered controls, in the order of their making, which is not that of the Tab key.
+void MainWindow::MakeControls() {
+  band = new StateBand(upper);
+  MakeButton(lower, kSendButton);
+  MakeButton(lower, kReceiveButton);
+  service = new ServiceFold(lower, mnemonics, [this](bool open) { Unfold(open); });
+  wxWindow* const inside = &service->Inside();
+  monitor = new MonitorView(inside, mnemonics);
+  monitor->SetId(kMonitor);
+  band->MakeProgress();
+  MakeCheckBox(inside, kMonitorSwitch);
+  MakeCheckBox(inside, kTraceSwitch);
+  lamps = new LampStrip(upper);
+  MakeCheckBox(inside, kRtsSwitch);
+  MakeCheckBox(inside, kDtrSwitch);
+  lineTests = MakePlainText(inside, kTestLabel, ToLabel(LookUpText(kTexts.lineTest)));
+  MakeButton(inside, kLoopbackButton);
+  MakeButton(inside, kSpecialButton);
 }
 
-wxSizer* MainWindow::MakeProgress(wxWindow* parent) {
-  const KorText name = LookUpText(kTexts.progress);
-  auto* const label = MakePlainText(parent, kProgressLabel, ToLabel(name));
-  gauge = new wxGauge(parent, wxID_ANY, kGaugeRange, wxDefaultPosition,
-                      FromDIP(wxSize(kLeastBarWidth, kBarHeight)), wxGA_HORIZONTAL | wxGA_SMOOTH);
-  SetBarHeight(gauge, kBarHeight);
-  SetSpokenName(gauge, name);
-  progressText = MakePlainText(parent, wxID_ANY);
-  progressText->SetFont(progressText->GetFont().Bold());
-  const auto gap = wxSizerFlags().CentreVertical().Border(wxRIGHT, FromDIP(kGap));
-  auto* const measure = new wxBoxSizer(wxHORIZONTAL);
-  measure->Add(label, gap);
-  measure->Add(gauge, wxSizerFlags(gap).Proportion(1));
-  auto* const rest = new wxBoxSizer(wxHORIZONTAL);
-  rest->Add(progressText, gap);
-  rest->AddStretchSpacer();
-  rest->Add(MakeButton(parent, ActionOf(kCompleteButton)), gap);
-  rest->Add(MakeButton(parent, ActionOf(kCancelButton)), wxSizerFlags().CentreVertical());
-  Button(kCompleteButton)->Hide();
-  Button(kCancelButton)->Disable();
-  progress = new wxBoxSizer(wxHORIZONTAL);
-  progress->Add(measure, wxSizerFlags(1).Expand());
-  progress->Add(rest, wxSizerFlags().Expand());
-  return progress;
+void MainWindow::MakeOthers() {
+  wxWindow* const inside = &service->Inside();
+  MakeButton(inside, kSettingsButton);
+  MakeButton(inside, kXonButton);
+  band->AddButtons(MakeButton(band, kCompleteButton), MakeButton(band, kCancelButton));
+  jobs = new JobTable(lower);
+  footer = new Footer(lower);
+  footer->AddHelp(MakeButton(footer, kHelpButton));
+  traceText = MakePlainText(inside, wxID_ANY);
+  lineErrors = MakePlainText(inside, wxID_ANY);
+  for (wxStaticText* const text : {traceText, lineErrors})
+    text->Hide();
+  lineErrors->SetForegroundColour(ColourOf(kFailedText));
+}
+
+void MainWindow::Arrange() {
+  auto* const state = new wxBoxSizer(wxVERTICAL);
+  state->Add(band, wxSizerFlags().Expand());
+  state->Add(lamps, wxSizerFlags().Expand());
+  upper->SetSizer(state);
+  lower->SetMinSize(FromDIP(wxSize(-1, kLeastLower)));
+  lower->SetSizer(ArrangeLower());
+  auto* const column = new wxBoxSizer(wxVERTICAL);
+  column->Add(upper, wxSizerFlags().Expand());
+  column->Add(lower, wxSizerFlags(1).Expand());
+  ground->SetSizer(column);
+}
+
+wxSizer* MainWindow::ArrangeLower() {
+  auto* const actions = new wxGridSizer(2, FromDIP(wxSize(kGap, kGap)));
+  jobs->MoveBeforeInTabOrder(Button(kSendButton));
+  for (const int number : {kSendButton, kReceiveButton}) {
+    Button(number)->SetFont(GetFont().Scaled(kOperatorLetters));
+    Button(number)->SetMinSize(FromDIP(wxSize(-1, kOperatorHeight)));
+    actions->Add(Button(number), wxSizerFlags().Expand());
+  }
+  ArrangeService();
+  auto* const column = new wxBoxSizer(wxVERTICAL);
+  const auto inset = wxSizerFlags().Expand().Border(wxLEFT | wxRIGHT | wxTOP, FromDIP(kMargin));
+  column->Add(jobs, wxSizerFlags(inset).Proportion(1));
+  column->Add(actions, inset);
+  column->Add(service, inset);
+  column->Add(footer, wxSizerFlags().Expand().Border(wxLEFT | wxRIGHT, FromDIP(kMargin)));
+  column->AddSpacer(FromDIP(kGap / 2));
+  return column;
+}
+
+void MainWindow::ArrangeService() {
+  service->AddPairs({Button(kSettingsButton), Button(kSpecialButton)});
+  service->Add(lineTests);
+  service->AddPairs({Button(kLoopbackButton), Button(kXonButton)});
+  service->Add(lineErrors);
+  service->AddPairs({CheckBox(kRtsSwitch), CheckBox(kDtrSwitch), CheckBox(kTraceSwitch),
+                     CheckBox(kMonitorSwitch)});
+  service->Add(traceText);
+  service->Add(monitor, 1);
 }
 
 void MainWindow::RunNext(std::function<void()> action) {
@@ -182,9 +210,10 @@ void MainWindow::RunNext(std::function<void()> action) {
   });
 }
 
-wxButton* MainWindow::MakeButton(wxWindow* parent, const Action& action) {
+wxButton* MainWindow::MakeButton(wxWindow* parent, int number) {
+  const Action& action = *std::ranges::find(kActions, number, &Action::Number);
   const KorText name = LookUpText(action.label);
-  auto* const button = new wxButton(parent, action.Number(), mnemonics.Label(name));
+  auto* const button = new wxButton(parent, number, mnemonics.Label(name));
   button->SetMinSize(FromDIP(wxSize(-1, kButtonHeight)));
   SetSpokenName(button, name);
   button->Bind(wxEVT_BUTTON, [this, run = action.run](wxCommandEvent&) {
@@ -193,59 +222,15 @@ wxButton* MainWindow::MakeButton(wxWindow* parent, const Action& action) {
   return button;
 }
 
-wxCheckBox* MainWindow::MakeCheckBox(wxWindow* parent, const Switch& which) {
+wxCheckBox* MainWindow::MakeCheckBox(wxWindow* parent, int number) {
+  const Switch& which = *std::ranges::find(kSwitches, number, &Switch::Number);
   const KorText name = LookUpText(which.label);
-  auto* const box = new wxCheckBox(parent, which.Number(), mnemonics.Label(name));
+  auto* const box = new wxCheckBox(parent, number, mnemonics.Label(name));
   SetSpokenName(box, name);
   box->Bind(wxEVT_CHECKBOX, [this, run = which.run](wxCommandEvent& event) {
     RunNext([this, run, on = event.IsChecked()] { (this->*run)(on); });
   });
   return box;
-}
-
-wxSizer* MainWindow::MakeActions(wxWindow* parent, std::initializer_list<int> numbers) {
-  auto* const row = new wxGridSizer(2, FromDIP(wxSize(kGap, kGap)));
-  for (const int number : numbers)
-    row->Add(MakeButton(parent, ActionOf(number)), wxSizerFlags().Expand());
-  return row;
-}
-
-// The line's own: its tests, its handshakes, and what went wrong on it.
-wxSizer* MainWindow::MakeSwitches(wxWindow* parent) {
-  auto* const box = new wxStaticBoxSizer(
-      MakePlainBox(parent, kTestLabel, ToLabel(LookUpText(kTexts.lineTest))), wxVERTICAL);
-  auto* const grid = new wxGridSizer(2, FromDIP(wxSize(kGap, kGap)));
-  for (const int number : {kLoopbackButton, kXonButton})
-    grid->Add(MakeButton(box->GetStaticBox(), ActionOf(number)), wxSizerFlags().Expand());
-  for (const int number : {kTraceSwitch, kRtsSwitch, kDtrSwitch})
-    for (const Switch& which : kSwitches)
-      if (which.Number() == number)
-        grid->Add(MakeCheckBox(box->GetStaticBox(), which), wxSizerFlags().CentreVertical());
-  box->Add(grid, wxSizerFlags().Expand().Border(wxALL, FromDIP(kGap)));
-  lineErrors = MakePlainText(box->GetStaticBox(), wxID_ANY);
-  lineErrors->SetForegroundColour(ColourOf(Sign::Failed));
-  lineErrors->Hide();
-  box->Add(lineErrors, wxSizerFlags().Border(wxLEFT | wxRIGHT | wxBOTTOM, FromDIP(kGap)));
-  return box;
-}
-
-void MainWindow::MakeLower(wxWindow* parent) {
-  lower = new wxScrolledWindow(parent);
-  wxWindow* const panel = lower;
-  auto* const column = new wxBoxSizer(wxVERTICAL);
-  const auto gap = wxSizerFlags().Expand().Border(wxTOP, FromDIP(kGap));
-  column->Add(MakeActions(panel, {kSendButton, kReceiveButton}), gap);
-  column->Add(new wxStaticText(panel, wxID_ANY, ToLabel(LookUpText(kTexts.jobsToday))), gap);
-  jobs = new JobList(panel);
-  column->Add(jobs, wxSizerFlags(1).Expand().Border(wxTOP, FromDIP(kGap / 2)));
-  column->Add(MakeActions(panel, {kSpecialButton, kSettingsButton}), gap);
-  column->Add(MakeSwitches(panel), gap);
-  column->Add(MakeCheckBox(panel, kSwitches[0]), gap);
-  monitor = new MonitorView(panel, mnemonics);
-  monitor->SetId(kMonitor);
-  column->Add(monitor, wxSizerFlags(2).Expand().Border(wxTOP, FromDIP(kGap / 2)));
-  lower->SetMinSize(FromDIP(wxSize(-1, kLeastLower)));
-  lower->SetSizer(column);
 }
 
 wxButton* MainWindow::Button(int number) const {
@@ -256,143 +241,129 @@ wxCheckBox* MainWindow::CheckBox(int number) const {
   return static_cast<wxCheckBox*>(FindWindow(number));
 }
 
+// --- Sizes ---
+
 // What the lower part has no room for is scrolled to; where even the upper one has none, both are.
 void MainWindow::FitParts() {
-  FitHeadline();
-  FitProgress();
-  WrapAdvice();
+  const wxSize room = GetClientSize();
+  band->FitTo(room);
+  lamps->Fit(room.x);
+  service->FitTo(room.x - FromDIP(4 * kMargin));
   const int least = fittedHeight = LeastHeight();
-  wxSize hint(FromDIP(kLeastWidth), least);
-  hint.DecTo(ScreenRoom(*this));
+  wxSize hint = FromDIP(wxSize(kLeastWidth, kLeastHeight));
+  hint.DecTo({hint.x, least});
   SetSizeHints(hint + (GetSize() - GetClientSize()));
-  ground->SetSize(GetClientSize());
+  ground->SetSize(room);
   ground->FitInside();
   ground->Layout();
   upper->Layout();
   lamps->Layout();
   lower->FitInside();
   lower->Layout();
-  lower->Refresh(); // a group's frame leaves what it stood on as it was
+  lower->Refresh(); // a part that moves may leave what it stood on as it was
+  const bool isNewSize = std::exchange(fittedSize, room) != room;
+  if (isNewSize && lower->GetClientSize().y < FromDIP(kSmallLower))
+    CallAfter([this] { ScrollTo(*lower, *service); });
 }
 
-// In two rows where one would leave nothing of the bar to be seen.
-void MainWindow::FitProgress() {
-  int needed = FromDIP(kLeastBarWidth + 7 * kGap);
-  for (const wxWindow* const part :
-       {FindWindow(kProgressLabel), FindWindow(kCompleteButton), FindWindow(kCancelButton),
-        wxStaticCast(progressText, wxWindow)})
-    if (part->IsShown()) needed += part->GetBestSize().x;
-  progress->SetOrientation(GetClientSize().x >= needed ? wxHORIZONTAL : wxVERTICAL);
+void MainWindow::FitIfNeeded() {
+  if (LeastHeight() != fittedHeight) FitParts();
 }
 
 int MainWindow::LeastHeight() const {
-  return upper->GetSizer()->GetMinSize().y + FromDIP(2 * kGap + kLeastLower);
+  return upper->GetSizer()->GetMinSize().y + FromDIP(kLeastLower);
 }
 
-// What has just been unfolded is to be seen, and what was seen does not give way to higher letters,
-// as far as the screen has room.
-void MainWindow::GrowToFit() {
-  FitHeadline();
-  FitProgress();
-  const int wanted = LeastHeight() - FromDIP(kLeastLower) + lower->GetSizer()->GetMinSize().y;
+// What has just been unfolded is to be seen, as far as the screen has room.
+void MainWindow::Grow() {
+  FitParts();
+  const int wanted = upper->GetSizer()->GetMinSize().y + lower->GetSizer()->GetMinSize().y;
   const int needed = std::min(wanted, ScreenRoom(*this).y);
   const wxSize now = GetClientSize();
-  if (now.y < needed && !IsMaximized()) {
-    SetClientSize(now.x, needed);
-    MoveOntoScreen(*this);
-  }
+  if (now.y >= needed || IsMaximized()) return;
+  if (heightBefore == 0 || now.y != grownTo) heightBefore = now.y;
+  grownTo = needed;
+  SetClientSize(now.x, needed);
+  MoveOntoScreen(*this);
+}
+
+// Unless somebody has chosen another size since.
+void MainWindow::ShrinkBack() {
+  const wxSize now = GetClientSize();
+  const int before = std::exchange(heightBefore, 0);
+  if (before > 0 && now.y == grownTo && !IsMaximized()) SetClientSize(now.x, before);
   FitParts();
+}
+
+void MainWindow::Unfold(bool open) {
+  memory.SetShown(kServicePart, open);
+  service->Open(open);
+  ShowMonitorPane();
+  if (open)
+    Grow();
+  else
+    ShrinkBack();
+  if (open) CallAfter([this] { ScrollTo(*lower, *service); });
 }
 
 // --- What is shown ---
 
 void MainWindow::ShowStatus(const StatusView& view) {
   meter.Update(view, App().HighResolutionSeconds());
-  ShowHeadline(view);
-  ShowProgress(view);
-  lamps->Show(view.lamps);
-  ShowLineErrors();
-  jobs->BeginDay(App().LocalTime());
   // An answer must not end the transfer that comes next.
-  if (shown && !IsSameExchange(*shown, view)) WithdrawQuestion();
-  if (Button(kCancelButton)->IsEnabled() != IsExchange(view.code))
-    Button(kCancelButton)->Enable(IsExchange(view.code));
-  const bool isNews = !shown || shown->activity != view.activity || shown->reason != view.reason ||
-                      shown->note != view.note;
-  shown = view;
-  if (isNews) ShowAdvice();
+  if (shown && !IsSameExchange(shown->view, view)) WithdrawQuestion();
+  shown = Situation{view, meter.Measured(), sendsByHand || receivesByHand};
+  band->Show(*shown);
+  lamps->Show(view.lamps);
+  footer->Follow(view.code);
+  jobs->BeginDay(App().LocalTime());
+  ShowLineErrors();
+  ShowTrace();
+  ShowForbidden();
+  ShowAdvice();
+  FitIfNeeded();
+  if (iconTone != ToneOf(*shown)) {
+    iconTone = ToneOf(*shown);
+    SetProgramIcon(*this, ColoursOf(*iconTone).bar);
+  }
   if (onStatus) onStatus(view);
 }
 
 void MainWindow::AddJob(const EndedJob& job) {
   jobs->Add(job);
-  if (job.Failed() && !IsActive()) RequestUserAttention(wxUSER_ATTENTION_ERROR);
-}
-
-void MainWindow::ShowHeadline(const StatusView& view) {
-  const Sign wanted = meter.Measured().held ? Sign::Held : SignOf(view.activity);
-  if (!shown || shownSign != wanted) {
-    sign->SetBitmap(DrawnSign(wanted, kStateSign));
-    for (wxStaticText* const text : {headline, progressText})
-      text->SetForegroundColour(ColourOf(wanted));
-    shownSign = wanted;
-  }
-  if (headline->GetLabelText() != ToWx(view.headline)) {
-    headline->SetLabelText(ToWx(view.headline));
-    GrowToFit();
-  }
-  const wxString line = ToWx(view.line.PaddedRight(kStatusWidth));
-  if (statusLine->GetValue() != line) statusLine->ChangeValue(line);
-  if (!shown || shown->headline != view.headline) SetSpokenName(sign, view.headline);
-}
-
-// Letters of other alphabets are taken from other fonts, which may be higher.
-void MainWindow::FitHeadline() {
-  const int room = GetClientSize().x - FromDIP(kStateSign + 4 * kGap);
-  const wxString words = headline->GetLabelText();
-  wxFont font;
-  int width = 0, height = 0;
-  for (const float scale : kHeadlineScales) {
-    font = GetFont().Scaled(scale).Bold();
-    headline->GetTextExtent(words, &width, &height, nullptr, nullptr, &font);
-    if (width <= room) break;
-  }
-  if (font == headline->GetFont() && height <= headline->GetMinSize().y) return;
-  headline->SetFont(font);
-  headline->SetMinSize({-1, height});
-}
-
-void MainWindow::ShowProgress(const StatusView& view) {
-  const std::int64_t at = std::clamp<std::int64_t>(view.barPosition, 0, view.barRange);
-  const int position = view.barRange > 0 ? static_cast<int>(at * kGaugeRange / view.barRange) : 0;
-  if (gauge->GetValue() != position) gauge->SetValue(position);
-  const wxString words = ToWx(TransferText(view, meter.Measured()));
-  if (progressText->GetLabelText() == words) return;
-  progressText->SetLabelText(words);
-  GrowToFit();
+  if (!job.Failed() || IsActive()) return;
+  RequestUserAttention(wxUSER_ATTENTION_ERROR);
+  if (IsIconized()) ShowDesktopNote(*this, FromWx(GetTitle()), ResultText(job) + u"\n" + job.line);
 }
 
 // Below the state, so that somebody without the handbook knows what to look at.
 void MainWindow::ShowAdvice() {
-  const bool noLink = shown && shown->activity == LinkActivity::NoLink && linkAdvice;
+  if (!shown) return;
+  const bool noLink = shown->view.activity == LinkActivity::NoLink && linkAdvice;
   if (!noLink)
     adviceTimer.Stop();
   else if (!adviceTimer.IsRunning())
     adviceTimer.Start(kAdvicePeriod);
-  KorText words = noLink ? linkAdvice() : shown ? shown->note : KorText();
-  if (noLink && !shown->reason.IsEmpty()) words = shown->reason + u"\n" + words;
-  if (words == advised) return;
-  advised = words;
-  advice->Show(!words.IsEmpty());
-  WrapAdvice();
-  GrowToFit();
+  KorText words = AdviceOf(*shown);
+  if (noLink) words = words.IsEmpty() ? linkAdvice() : words + u"\n" + linkAdvice();
+  band->ShowAdvice(words);
 }
 
-void MainWindow::WrapAdvice() {
-  const int room =
-      std::max(GetClientSize().x, FromDIP(kLeastWidth)) - FromDIP(kStateSign + 5 * kGap);
-  const wxString lines = InLines(advised, *advice, room);
-  if (advice->GetLabelText() != lines) advice->SetLabelText(lines);
+// What an exchange forbids is grey as long as it runs, whoever has begun it.
+void MainWindow::ShowForbidden() {
+  const bool runs = shown && IsExchange(shown->view.code);
+  const auto allow = [this](int number, bool allowed) {
+    wxWindow* const control = FindWindow(number);
+    if (control->IsEnabled() != allowed) control->Enable(allowed);
+  };
+  for (const int number : {kSendButton, kReceiveButton, kLoopbackButton}) {
+    const bool allowed = jobButtons == JobButtons::Enabled ||
+                         (jobButtons == JobButtons::SendDisabled && number != kSendButton);
+    allow(number, allowed && !runs);
+  }
+  for (const int number : {kXonButton, kRtsSwitch, kDtrSwitch})
+    allow(number, !runs);
+  if (Button(kCancelButton)->IsShown() != runs) Button(kCancelButton)->Show(runs);
 }
 
 // Counted since the port was opened.
@@ -400,20 +371,33 @@ void MainWindow::ShowLineErrors() {
   KorText words;
   for (const KorText& text : LineErrorTexts(app.CurrentLineErrors()))
     words += words.IsEmpty() ? text : u"\n" + text;
-  const wxString lines = InLines(words, *lineErrors, FromDIP(kWidth - 6 * kGap));
+  const wxString lines = InLines(words, *lineErrors, FromDIP(kLeastWidth));
   if (lineErrors->GetLabelText() == lines) return;
   lineErrors->SetLabelText(lines);
   lineErrors->Show(!lines.empty());
   FitParts();
 }
 
+void MainWindow::ShowTrace() {
+  const bool tells = app.IsTracing() || traceFailed;
+  const KorText path = tells ? app.TracePath() : KorText();
+  const auto bytes = static_cast<std::int64_t>(app.TraceBytes());
+  footer->ShowTrace(path, traceFailed);
+  const wxString words =
+      tells ? InLines(KorText::Format(u"%s \u00b7 %s %s", path, GroupedDigits(bytes),
+                                      LookUpText(kTexts.jobsBytes)),
+                      *traceText, FromDIP(kLeastWidth))
+            : wxString();
+  if (traceText->GetLabelText() == words) return;
+  traceText->SetLabelText(words);
+  if (traceText->Show(tells)) FitParts();
+}
+
 void MainWindow::SetJobButtons(JobButtons state) {
-  for (const int number : {kSendButton, kReceiveButton, kLoopbackButton}) {
-    const bool enabled = state == JobButtons::Enabled ||
-                         (state == JobButtons::SendDisabled && number != kSendButton);
+  jobButtons = state;
+  for (const int number : {kSendButton, kReceiveButton, kLoopbackButton})
     Button(number)->Show(state != JobButtons::Hidden);
-    Button(number)->Enable(enabled);
-  }
+  ShowForbidden();
   FitParts();
 }
 
@@ -422,27 +406,34 @@ void MainWindow::ShowSpecialButton() {
   FitParts();
 }
 
-void MainWindow::ShowComplete(bool isShown) {
-  Button(kCompleteButton)->Show(isShown);
-  GrowToFit();
+void MainWindow::ShowByHand(EndDialog which, bool runs) {
+  (which == EndDialog::Upload ? receivesByHand : sendsByHand) = runs;
+  Button(kCompleteButton)->Show(receivesByHand);
+  FitParts();
 }
 
 void MainWindow::ShowSettings() {
   CheckBox(kRtsSwitch)->SetValue(app.Settings().rtsCtsHandshake > 0);
   CheckBox(kDtrSwitch)->SetValue(app.Settings().dtrDsrHandshake > 0);
+  const KorText& port = app.Settings().port;
+  footer->ShowSettings(app.Settings(), deviceName ? deviceName(port) : port);
 }
 
-void MainWindow::ShowMonitorPane(bool shownNow) {
-  CheckBox(kMonitorSwitch)->SetValue(shownNow);
-  monitor->Show(shownNow);
-  app.SetMonitorShown(shownNow);
-  GrowToFit();
-  if (shownNow) ScrollTo(*lower, *monitor);
+// Folded away with Service, it counts as not shown.
+void MainWindow::ShowMonitorPane() {
+  const bool on = CheckBox(kMonitorSwitch)->GetValue();
+  monitor->Show(on);
+  app.SetMonitorShown(on && service->IsOpen());
+  lower->GetSizer()->GetItem(service)->SetProportion(on && service->IsOpen() ? 2 : 0);
 }
 
 void MainWindow::Recall() {
-  Button(kSendButton)->SetFocus();
-  ShowMonitorPane(memory.IsShown(kMonitorPart, false));
+  jobs->List().SetFocus(); // where Enter presses nothing
+  CheckBox(kMonitorSwitch)->SetValue(memory.IsShown(kMonitorPart, false));
+  service->Open(memory.IsShown(kServicePart, false));
+  ShowMonitorPane();
+  if (service->IsOpen()) Grow();
+  FitParts();
   memory.Restore(*this);
 }
 
@@ -465,9 +456,16 @@ void MainWindow::Loopback() {
   if (Ask(this, LoopbackQuestion())) app.LoopbackTest();
 }
 
+void MainWindow::Help() {
+  OpenGuide();
+}
+
 void MainWindow::OnMonitor(bool on) {
   memory.SetShown(kMonitorPart, on);
-  ShowMonitorPane(on);
+  CheckBox(kMonitorSwitch)->SetValue(on);
+  ShowMonitorPane();
+  Grow();
+  if (on) CallAfter([this] { ScrollTo(*lower, *monitor); });
 }
 
 void MainWindow::OnTrace(bool on) {
@@ -475,11 +473,15 @@ void MainWindow::OnTrace(bool on) {
     app.ChooseTraceFile();
   else
     app.StopTrace();
-  ShowTracing(app.IsTracing());
+  CheckBox(kTraceSwitch)->SetValue(app.IsTracing());
+  traceFailed = false;
+  ShowTrace();
 }
 
 void MainWindow::ShowTracing(bool on) {
+  traceFailed = CheckBox(kTraceSwitch)->GetValue() && !on;
   CheckBox(kTraceSwitch)->SetValue(on);
+  ShowTrace();
 }
 
 void MainWindow::OnRts(bool on) {

@@ -1,34 +1,32 @@
-// MainWindow: the one window of the program. Above all the state, in words of their own size with a
-// sign of its own shape; then the status line, the progress, the lamps; then the jobs by hand and
-// those of the day; below, what is set up rarely, the line tests and the monitor. What has no room
-// is scrolled to, below the state, which stays. It shows what it is given and calls the engine's
-// operations; what is refused and when a job ends is the engine's to say. Window's thread.
+// MainWindow: the one window of the program. On top the band with the state, then the lamps; below
+// the operator's part, with the jobs and the transfers by hand, and under "Service" what only the
+// maintainer needs; at the end what the program works with. What has no room is scrolled to, below
+// band and lamps, which stay. It shows what it is given and calls the engine's operations; what is
+// refused and when a job ends is the engine's to say. Window's thread.
 #pragma once
 
 #include <functional>
-#include <initializer_list>
 #include <optional>
 #include <utility>
 
 #include <wx/button.h>
 #include <wx/checkbox.h>
 #include <wx/frame.h>
-#include <wx/gauge.h>
 #include <wx/scrolwin.h>
 #include <wx/sizer.h>
-#include <wx/statbmp.h>
 #include <wx/stattext.h>
-#include <wx/textctrl.h>
 #include <wx/timer.h>
 
 #include "app/nce_app.h"
 #include "services/core/user_texts.h"
 #include "ui/transfer_text.h"
-#include "ui/wx/job_list.h"
-#include "ui/wx/lamp_row.h"
+#include "ui/wx/footer.h"
+#include "ui/wx/job_table.h"
+#include "ui/wx/lamp_strip.h"
 #include "ui/wx/mnemonics.h"
 #include "ui/wx/monitor_view.h"
-#include "ui/wx/signs.h"
+#include "ui/wx/service_fold.h"
+#include "ui/wx/state_band.h"
 #include "ui/wx/window_memory.h"
 
 namespace kor {
@@ -41,20 +39,25 @@ class MainWindow : public wxFrame {
   void ShowStatus(const StatusView& view);
   void SetJobButtons(JobButtons state);
   void ShowSpecialButton();
-  // While a receipt by hand runs it can be completed here, whatever has become of its own window.
-  void ShowComplete(bool shown);
+  // A transfer by hand runs. A receipt can be completed here, whatever has become of its own
+  // window.
+  void ShowByHand(EndDialog which, bool runs);
   // One that failed asks for attention until somebody looks.
   void AddJob(const EndedJob& job);
-  void ShowTracing(bool on);
+  void ShowTracing(bool on); // when that has changed by itself
   void AddEarlierJobs(const std::vector<EndedJob>& earlier) { jobs->AddEarlier(earlier); }
   // What is said while there is no link, below its reason: asked for every second.
   void SetLinkAdvice(std::function<KorText()> text) { linkAdvice = std::move(text); }
+  // Names a port together with its device.
+  void SetDeviceName(std::function<KorText(const KorText& port)> name) {
+    deviceName = std::move(name);
+  }
   // Called with each status that is shown.
   void SetOnStatus(std::function<void(const StatusView&)> follow) { onStatus = std::move(follow); }
   MonitorView& Monitor() { return *monitor; }
   // After a question over that window.
   void CancelTransfer(wxWindow* over);
-  // What the settings record holds now: the check boxes of the handshakes.
+  // What the settings record holds now: the check boxes of the handshakes, and the footer.
   void ShowSettings();
   // Before the window is shown, and after it was closed.
   void Recall();
@@ -73,29 +76,29 @@ class MainWindow : public wxFrame {
   };
   static const Action kActions[];
   static const Switch kSwitches[];
-  static const Action& ActionOf(int number);
 
-  wxSizer* MakeState(wxWindow* parent);
-  wxSizer* MakeProgress(wxWindow* parent);
-  wxSizer* MakeActions(wxWindow* parent, std::initializer_list<int> numbers);
-  wxSizer* MakeSwitches(wxWindow* parent);
-  void MakeLower(wxWindow* parent);
+  void MakeControls();
+  void MakeOthers();
+  void Arrange();
+  wxSizer* ArrangeLower();
+  void ArrangeService();
+  void FollowEvents();
   // Runs what a control asks for once its event is over, so that who pressed it, such as a screen
   // reader, is answered before a dialog opens; and one thing at a time.
   void RunNext(std::function<void()> action);
-  wxButton* MakeButton(wxWindow* parent, const Action& action);
-  wxCheckBox* MakeCheckBox(wxWindow* parent, const Switch& which);
-  void ShowHeadline(const StatusView& view);
-  void FitHeadline();
-  void ShowProgress(const StatusView& view);
+  wxButton* MakeButton(wxWindow* parent, int number);
+  wxCheckBox* MakeCheckBox(wxWindow* parent, int number);
   void ShowAdvice();
-  void WrapAdvice();
+  void ShowForbidden();
   void ShowLineErrors();
-  void ShowMonitorPane(bool shown);
+  void ShowTrace();
+  void ShowMonitorPane();
+  void Unfold(bool open);
   void FitParts();
-  void FitProgress();
-  int LeastHeight() const; // of the client area: the state, and a strip of the rest
-  void GrowToFit();
+  void FitIfNeeded();
+  int LeastHeight() const; // of the client area: the band, the lamps and a strip of the rest
+  void Grow();
+  void ShrinkBack();
   wxButton* Button(int number) const;
   wxCheckBox* CheckBox(int number) const;
 
@@ -107,6 +110,7 @@ class MainWindow : public wxFrame {
   void Settings();
   void Loopback();
   void Cancel() { CancelTransfer(this); }
+  void Help();
   void OnMonitor(bool on);
   void OnTrace(bool on);
   void OnRts(bool on);
@@ -116,29 +120,32 @@ class MainWindow : public wxFrame {
   WindowMemory memory;
   Mnemonics mnemonics;
   std::function<KorText()> linkAdvice;
+  std::function<KorText(const KorText&)> deviceName;
   std::function<void(const StatusView&)> onStatus;
-  std::optional<StatusView> shown;
-  Sign shownSign = Sign::Idle;
+  std::optional<Situation> shown;
+  std::optional<Tone> iconTone;
+  JobButtons jobButtons = JobButtons::Enabled;
+  bool sendsByHand = false, receivesByHand = false;
+  bool traceFailed = false;
   wxTimer adviceTimer; // runs while there is no link
-  KorText advised;     // the advice, not yet in lines
   bool acting = false; // a control's action runs
   RateMeter meter;
 
-  int fittedHeight = 0; // LeastHeight when the parts were last fitted
+  int fittedHeight = 0;              // LeastHeight when the parts were last fitted
+  wxSize fittedSize;                 // of the client area then
+  int heightBefore = 0, grownTo = 0; // of the client area, while Service is unfolded
   wxScrolledWindow* ground = nullptr;
   wxPanel* upper = nullptr;
   wxScrolledWindow* lower = nullptr;
-  wxStaticBitmap* sign = nullptr;
-  wxStaticText* headline = nullptr;
-  wxTextCtrl* statusLine = nullptr;
-  wxStaticText* advice = nullptr;
-  wxBoxSizer* progress = nullptr;
-  wxGauge* gauge = nullptr;
-  wxStaticText* progressText = nullptr;
-  LampRow* lamps = nullptr;
-  JobList* jobs = nullptr;
-  wxStaticText* lineErrors = nullptr; // hidden while there are none
+  StateBand* band = nullptr;
+  LampStrip* lamps = nullptr;
+  JobTable* jobs = nullptr;
+  ServiceFold* service = nullptr;
+  Footer* footer = nullptr;
   MonitorView* monitor = nullptr;
+  wxStaticText* lineTests = nullptr;
+  wxStaticText* traceText = nullptr;  // hidden while there is no trace
+  wxStaticText* lineErrors = nullptr; // hidden while there are none
 };
 
 } // namespace kor

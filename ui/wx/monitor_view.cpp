@@ -13,7 +13,7 @@
 #include "services/core/as_bytes.h"
 #include "services/core/text_lookup.h"
 #include "ui/wx/accessible.h"
-#include "ui/wx/signs.h"
+#include "ui/wx/theme.h"
 #include "ui/wx/wx_text.h"
 
 namespace kor {
@@ -24,6 +24,7 @@ constexpr int kShowPeriod = 200;              // milliseconds; each drawing cost
 constexpr std::size_t kMostWaiting = 1 << 20; // characters, while scrolled back
 constexpr int kMinimumLines = 4;
 constexpr int kLinesAtOnce = 500; // more would hold up the window
+constexpr int kButtonHeight = 44; // device-independent pixels, for a finger in a glove
 
 // From the beginning of a line on. What arrives is always marked, what is sent isn't where a test
 // begins.
@@ -48,7 +49,7 @@ std::size_t EndOfLines(const KorText& text, int lines) {
 }
 
 wxTextAttr StyleOf(bool sent, const wxFont& font) {
-  wxTextAttr style(ColourOf(sent ? Sign::Busy : Sign::Done));
+  wxTextAttr style(ColourOf(sent ? kSentText : kGoodText));
   style.SetFont(sent ? font.Bold() : font);
   return style;
 }
@@ -65,6 +66,9 @@ MonitorView::MonitorView(wxWindow* parent, Mnemonics& mnemonics)
   auto* const column = new wxBoxSizer(wxVERTICAL);
   column->Add(text, wxSizerFlags(1).Expand());
   column->Add(MakeTools(mnemonics), wxSizerFlags().Expand().Border(wxTOP, FromDIP(4)));
+  remark = MakePlainText(this, wxID_ANY);
+  remark->Hide();
+  column->Add(remark, wxSizerFlags().Expand().ReserveSpaceEvenIfHidden());
   SetSizer(column);
   Bind(wxEVT_TIMER, [this](wxTimerEvent&) { ShowWaiting(); });
 }
@@ -74,6 +78,7 @@ wxSizer* MonitorView::MakeTools(Mnemonics& mnemonics) {
   const auto add = [&](const UserText& label, auto action) {
     const KorText name = LookUpText(label);
     auto* const button = new wxButton(this, wxID_ANY, mnemonics.Label(name));
+    button->SetMinSize(FromDIP(wxSize(-1, kButtonHeight)));
     SetSpokenName(button, name);
     button->Bind(wxEVT_BUTTON, [action](wxCommandEvent&) { action(); });
     row->Add(button, wxSizerFlags().Border(wxRIGHT, FromDIP(4)));
@@ -83,13 +88,10 @@ wxSizer* MonitorView::MakeTools(Mnemonics& mnemonics) {
   wanted = new wxTextCtrl(this, wxID_ANY, {}, wxDefaultPosition, FromDIP(wxSize(90, -1)),
                           wxTE_PROCESS_ENTER);
   SetSpokenName(wanted, LookUpText(kTexts.textToFind), LookUpText(kTexts.textToFind));
+  wanted->SetHint(ToWx(LookUpText(kTexts.textToFind)));
   wanted->Bind(wxEVT_TEXT_ENTER, [this](wxCommandEvent&) { Find(); });
   wanted->Bind(wxEVT_TEXT, [this](wxCommandEvent&) { SayNotFound(false); });
   row->Add(wanted, wxSizerFlags(1).Expand().Border(wxRIGHT, FromDIP(4)));
-  notFound = MakePlainText(this, wxID_ANY, ToWx(LookUpText(kTexts.textNotFound)));
-  notFound->SetForegroundColour(ColourOf(Sign::Failed));
-  notFound->Hide();
-  row->Add(notFound, wxSizerFlags().CentreVertical().Border(wxRIGHT, FromDIP(4)));
   add(kTexts.find, [this] { Find(); });
   return row;
 }
@@ -113,8 +115,10 @@ void MonitorView::ShowWaiting() {
   if (waiting.IsEmpty()) return;
   if (IsScrolledBack() && text->IsShownOnScreen()) {
     showTimer.StartOnce(kShowPeriod * 4); // until somebody scrolls to the end
+    SayPaused(true);
     return;
   }
+  SayPaused(false);
   long from = 0, to = 0; // adding text takes a selection away
   text->GetSelection(&from, &to);
   // Not frozen meanwhile: thawing has the toolkit lay out all lines anew.
@@ -152,6 +156,7 @@ long MonitorView::DropOldest() {
 void MonitorView::Clear() {
   waiting.Clear();
   text->Clear();
+  SayPaused(false);
   atLineStart = true;
   SayNotFound(false);
 }
@@ -179,7 +184,10 @@ bool MonitorView::FindNext(const wxString& wantedText) {
 
 void MonitorView::ChooseFile() {
   const KorText caption = LookUpText(kTexts.saveLogFileAs);
-  wxFileDialog chooser(this, ToWx(caption), {}, {},
+  const SystemTime now = App().LocalTime();
+  const KorText name = KorText::Format(u"monitor-%04i-%02i-%02i-%02i%02i.log", now.year, now.month,
+                                       now.day, now.hour, now.minute);
+  wxFileDialog chooser(this, ToWx(caption), {}, ToWx(name),
                        ToWx(FileFilters(LookUpText(kTexts.logFiles), u"log")),
                        wxFD_SAVE | wxFD_OVERWRITE_PROMPT);
   if (chooser.ShowModal() != wxID_OK) return;
@@ -195,7 +203,23 @@ void MonitorView::Find() {
 }
 
 void MonitorView::SayNotFound(bool said) {
-  if (notFound->Show(said)) Layout();
+  isNotFound = said;
+  Say();
+}
+
+void MonitorView::SayPaused(bool said) {
+  isPaused = said;
+  Say();
+}
+
+void MonitorView::Say() {
+  const wxString words = isNotFound ? ToWx(LookUpText(kTexts.textNotFound))
+                         : isPaused ? ToWx(LookUpText(kTexts.monitorPaused))
+                                    : wxString();
+  if (remark->GetLabelText() == words) return;
+  remark->SetForegroundColour(ColourOf(isNotFound ? kFailedText : kQuietText));
+  remark->SetLabelText(words);
+  remark->Show(!words.empty());
 }
 
 } // namespace kor

@@ -40,13 +40,16 @@ class MonitorView : public wxPanel {
   void ChooseFile();
   void Find();
   void SayNotFound(bool said);
+  void SayPaused(bool said);
+  void Say();
 
   wxTextCtrl* text = nullptr;
   wxTextCtrl* wanted = nullptr;
-  wxStaticText* notFound = nullptr; // hidden otherwise
-  KorText waiting;                  // not shown yet
-  bool sentLine = false;            // the line at the end of the text is one of the host's
-  bool atLineStart = true;          // the text ends with a line end
+  wxStaticText* remark = nullptr; // hidden while there is nothing to say
+  bool isNotFound = false, isPaused = false;
+  KorText waiting;         // not shown yet
+  bool sentLine = false;   // the line at the end of the text is one of the host's
+  bool atLineStart = true; // the text ends with a line end
   wxTimer showTimer;
 };
 

@@ -1,12 +1,23 @@
 #include "ui/wx/program_icon.h"
 
+#include <wx/bitmap.h>
 #include <wx/iconbndl.h>
 
 namespace kor {
 
-// Of the program's resources, in all sizes.
+namespace {
+
+constexpr char kResource[] = "A_NCEDL"; // with all sizes
+
+} // namespace
+
 void SetProgramIcon(wxTopLevelWindow& window) {
-  window.SetIcons(wxIconBundle("A_NCEDL", nullptr));
+  window.SetIcons(wxIconBundle(kResource, nullptr));
+}
+
+wxImage ProgramPicture(int side) {
+  const wxIcon icon = wxIconBundle(kResource, nullptr).GetIcon(wxSize(side, side));
+  return icon.IsOk() ? wxBitmap(icon).ConvertToImage() : wxImage();
 }
 
 } // namespace kor

@@ -1,11 +1,15 @@
 #include "ui/wx/signs.h"
 
+#include <algorithm>
+#include <functional>
 #include <memory>
+#include <utility>
 
 #include <wx/brush.h>
 #include <wx/graphics.h>
 #include <wx/image.h>
-#include <wx/settings.h>
+
+#include "ui/wx/theme.h"
 
 namespace kor {
 
@@ -13,19 +17,7 @@ namespace {
 
 // Each sign is drawn on a square of 100 units.
 constexpr double kUnits = 100;
-constexpr double kStroke = 12;
-
-struct SignColours {
-  Sign sign;
-  unsigned long light, dark; // 0xRRGGBB on a light and on a dark background
-};
-constexpr SignColours kColours[] = {
-    {Sign::Idle, 0x4a5568, 0xa8b3c4},        {Sign::Busy, 0x0b5cad, 0x6fb4ff},
-    {Sign::Held, 0x9a4d00, 0xffb454},        {Sign::Done, 0x1b7a2f, 0x67cf7d},
-    {Sign::Failed, 0xb3141d, 0xff8080},      {Sign::NoLink, 0x9a4d00, 0xffb454},
-    {Sign::ActivityOff, 0x6b7280, 0x8f98a6}, {Sign::ActivityOn, 0x1b7a2f, 0x67cf7d},
-    {Sign::HoldOff, 0x6b7280, 0x8f98a6},     {Sign::HoldOn, 0xb3141d, 0xff8080},
-};
+constexpr double kStroke = 9;
 
 using Path = wxGraphicsPath;
 
@@ -56,16 +48,11 @@ void Ring(wxGraphicsContext& on) {
   on.StrokePath(path);
 }
 
-void Disc(wxGraphicsContext& on) {
+void Disc(wxGraphicsContext& on, double radius, const wxColour& colour) {
   Path path = on.CreatePath();
-  path.AddCircle(50, 50, 44);
+  path.AddCircle(50, 50, radius);
+  on.SetBrush(wxBrush(colour));
   on.FillPath(path);
-}
-
-void Square(wxGraphicsContext& on) {
-  Path path = on.CreatePath();
-  path.AddRectangle(12, 12, 76, 76);
-  on.StrokePath(path);
 }
 
 void Draw(wxGraphicsContext& on, Sign sign) {
@@ -73,6 +60,12 @@ void Draw(wxGraphicsContext& on, Sign sign) {
   case Sign::Idle: // a ring with hands: waiting
     Ring(on);
     Line(on, {{50, 28}, {50, 52}, {66, 62}});
+    break;
+  case Sign::Sending: // an arrow to the machine
+    Polygon(on, {{8, 36}, {54, 36}, {54, 14}, {94, 50}, {54, 86}, {54, 64}, {8, 64}});
+    break;
+  case Sign::Receiving: // and one from it
+    Polygon(on, {{92, 36}, {46, 36}, {46, 14}, {6, 50}, {46, 86}, {46, 64}, {92, 64}});
     break;
   case Sign::Busy: // an arrow to the right and one back
     Polygon(on, {{8, 22}, {58, 22}, {58, 6}, {94, 34}, {58, 62}, {58, 46}, {8, 46}});
@@ -93,27 +86,37 @@ void Draw(wxGraphicsContext& on, Sign sign) {
     Line(on, {{68, 30}, {68, 70}});
     Line(on, {{42, 84}, {58, 16}});
     break;
-  case Sign::ActivityOff:
-    Ring(on);
-    break;
-  case Sign::ActivityOn:
-    Disc(on);
-    break;
-  case Sign::HoldOff:
-    Square(on);
-    break;
-  case Sign::Held:
-  case Sign::HoldOn: // two bars: stopped
-    Polygon(on, {{10, 6}, {42, 6}, {42, 94}, {10, 94}});
-    Polygon(on, {{58, 6}, {90, 6}, {90, 94}, {58, 94}});
+  case Sign::Held: // two bars: stopped
+    Polygon(on, {{16, 10}, {42, 10}, {42, 90}, {16, 90}});
+    Polygon(on, {{58, 10}, {84, 10}, {84, 90}, {58, 90}});
     break;
   }
 }
 
+void DrawIn(wxGraphicsContext& on, Sign sign, const wxColour& colour) {
+  wxGraphicsPenInfo pen(colour, kStroke);
+  on.SetPen(on.CreatePen(pen.Cap(wxCAP_ROUND).Join(wxJOIN_ROUND)));
+  on.SetBrush(wxBrush(colour));
+  Draw(on, sign);
+}
+
+// Unlit it is dull; a hold is larger than traffic, and what is lit shines.
+void DrawLens(wxGraphicsContext& on, Lens lens) {
+  constexpr double kRadius = 33, kHoldRadius = 42, kRim = 7, kGlow = 8;
+  const double radius = lens == Lens::Hold ? kHoldRadius : kRadius;
+  const wxColour fill = ColourOf(lens == Lens::Off       ? kLensOff
+                                 : lens == Lens::Traffic ? kLensTraffic
+                                                         : kLensHold);
+  if (lens != Lens::Off) Disc(on, radius + kGlow, {fill.Red(), fill.Green(), fill.Blue(), 110});
+  Disc(on, radius, lens == Lens::Off ? ColourOf(kLensRim) : fill.ChangeLightness(150));
+  Disc(on, radius - kRim, fill);
+}
+
+using Painter = std::function<void(wxGraphicsContext&)>;
+
 class DrawnBundle : public wxBitmapBundleImpl {
  public:
-  DrawnBundle(Sign drawnSign, int drawnSide)
-      : sign(drawnSign), colour(ColourOf(drawnSign)), side(drawnSide) {}
+  DrawnBundle(Painter drawing, int drawnSide) : paint(std::move(drawing)), side(drawnSide) {}
 
   wxSize GetDefaultSize() const override { return {side, side}; }
   wxSize GetPreferredBitmapSizeAtScale(double scale) const override {
@@ -133,57 +136,65 @@ class DrawnBundle : public wxBitmapBundleImpl {
       const std::unique_ptr<wxGraphicsContext> on(wxGraphicsContext::Create(image));
       on->SetAntialiasMode(wxANTIALIAS_DEFAULT);
       on->Scale(size.x / kUnits, size.y / kUnits);
-      wxGraphicsPenInfo pen(colour, kStroke);
-      on->SetPen(on->CreatePen(pen.Cap(wxCAP_ROUND).Join(wxJOIN_ROUND)));
-      on->SetBrush(wxBrush(colour));
-      Draw(*on, sign);
+      paint(*on);
     }
     return wxBitmap(image);
   }
 
-  const Sign sign;
-  const wxColour colour;
+  const Painter paint;
   const int side;
   wxBitmap drawn;
 };
 
+wxBitmapBundle Bundle(Painter paint, int side) {
+  return wxBitmapBundle::FromImpl(new DrawnBundle(std::move(paint), side));
+}
+
 } // namespace
 
-Sign SignOf(LinkActivity activity) {
-  switch (activity) {
+Sign SignOf(const Situation& now) {
+  if (IsHeld(now)) return Sign::Held;
+  switch (now.view.activity) {
   case LinkActivity::NoLink:
     return Sign::NoLink;
   case LinkActivity::Idle:
     return Sign::Idle;
   case LinkActivity::Busy:
-    return Sign::Busy;
+    break;
   case LinkActivity::Done:
-    return Sign::Done;
+    return now.view.note.IsEmpty() ? Sign::Done : Sign::Failed;
   case LinkActivity::Cancelled: // only a part may have arrived
   case LinkActivity::Failed:
-    break;
+    return Sign::Failed;
   }
-  return Sign::Failed;
-}
-
-Sign SignOf(Lamp lamp, bool on) {
-  if (lamp == kLampReceive || lamp == kLampWrite) return on ? Sign::ActivityOn : Sign::ActivityOff;
-  return on ? Sign::HoldOn : Sign::HoldOff;
+  const Direction direction = DirectionOf(now.view.code);
+  if (direction == Direction::None) return Sign::Busy;
+  return direction == Direction::ToMachine ? Sign::Sending : Sign::Receiving;
 }
 
 wxColour ColourOf(Sign sign) {
-  const bool dark = wxSystemSettings::GetAppearance().IsUsingDarkBackground();
-  for (const SignColours& colours : kColours)
-    if (colours.sign == sign) {
-      const unsigned long rgb = dark ? colours.dark : colours.light;
-      return {static_cast<unsigned char>(rgb >> 16), static_cast<unsigned char>(rgb >> 8 & 0xff),
-              static_cast<unsigned char>(rgb & 0xff)};
-    }
-  return wxSystemSettings::GetColour(wxSYS_COLOUR_WINDOWTEXT);
+  if (sign == Sign::Failed) return ColourOf(kFailedText);
+  if (sign == Sign::Done) return ColourOf(kGoodText);
+  return ColourOf(sign == Sign::Busy ? kSentText : kQuietText);
 }
 
-wxBitmapBundle DrawnSign(Sign sign, int side) {
-  return wxBitmapBundle::FromImpl(new DrawnBundle(sign, side));
+wxBitmapBundle DrawnCell(Sign sign, const wxColour& colour, int side) {
+  constexpr double kShare = 0.64, kMargin = (1 - kShare) / 2 * kUnits;
+  return Bundle(
+      [sign, colour](wxGraphicsContext& on) {
+        on.Translate(kMargin, kMargin);
+        on.Scale(kShare, kShare);
+        DrawIn(on, sign, colour);
+      },
+      side);
+}
+
+wxBitmapBundle DrawnSign(Sign sign, const wxColour& colour, int side) {
+  return Bundle([sign, colour](wxGraphicsContext& on) { DrawIn(on, sign, colour); }, side);
+}
+
+wxBitmapBundle DrawnLens(Lens lens, int side) {
+  return Bundle([lens](wxGraphicsContext& on) { DrawLens(on, lens); }, side);
 }
 
 } // namespace kor

@@ -66,7 +66,7 @@ void WxFrontEnd::SetTitle(const KorText& title) {
 void WxFrontEnd::ShowEndDialog(EndDialog which, bool shown) {
   if (!window) return;
   wxDialog* const dialog = which == EndDialog::Download ? downloadEnd : uploadEnd;
-  if (which == EndDialog::Upload) window->ShowComplete(shown);
+  window->ShowByHand(which, shown);
   if (!shown) {
     dialog->Hide();
     return;

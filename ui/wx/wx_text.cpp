@@ -1,5 +1,7 @@
 #include "ui/wx/wx_text.h"
 
+#include <cstdlib>
+
 #include <wx/control.h>
 
 namespace kor {
@@ -61,6 +63,30 @@ wxString InLines(const KorText& text, const wxWindow& window, int width) {
     last = 0;
   }
   return lines + line;
+}
+
+wxFont WithEqualDigits(const wxFont& font, const wxWindow& window) {
+  const auto width = [&](char digit) {
+    int pixels = 0;
+    window.GetTextExtent(wxString(digit, 10), &pixels, nullptr, nullptr, nullptr, &font);
+    return pixels;
+  };
+  for (char digit = '1'; digit <= '9'; ++digit)
+    if (width(digit) != width('0'))
+      return wxFontInfo(font.GetFractionalPointSize())
+          .Family(wxFONTFAMILY_TELETYPE)
+          .Weight(font.GetNumericWeight());
+  return font;
+}
+
+wxString InTwoLines(const wxString& label) {
+  std::size_t best = wxString::npos;
+  const auto offMiddle = [&](std::size_t at) {
+    return std::abs(static_cast<long>(label.length()) - 2 * static_cast<long>(at));
+  };
+  for (std::size_t at = label.find(' '); at != wxString::npos; at = label.find(' ', at + 1))
+    if (best == wxString::npos || offMiddle(at) < offMiddle(best)) best = at;
+  return best == wxString::npos ? label : label.Left(best) + '\n' + label.Mid(best + 1);
 }
 
 wxString ToLabel(const KorText& text) {

@@ -1,0 +1,42 @@
+// Footer: what the program works with: port and device, their settings, folder, version; and the
+// way to the user guide. What did not work at the last access is red; nothing is looked at for it.
+// Window's thread.
+#pragma once
+
+#include <functional>
+
+#include <wx/button.h>
+#include <wx/panel.h>
+#include <wx/stattext.h>
+
+#include "link/link_settings.h"
+#include "ui/form_dialog.h"
+
+namespace kor {
+
+class Footer : public wxPanel {
+ public:
+  // help: the button that opens the guide; made by who lends it, on this panel.
+  explicit Footer(wxWindow* parent);
+  void AddHelp(wxButton* help);
+
+  void ShowSettings(const LinkSettings& settings, const KorText& portName);
+  void ShowTrace(const KorText& words, bool isWrong); // empty: none
+  void Follow(LinkStatus code);                       // what the state says of port and folder
+  void ApplyLook();
+
+ private:
+  wxStaticText* MakeText(long style = 0);
+  void Colour(wxStaticText* text, bool isWrong);
+
+  bool portFails = false, folderFails = false, traceFails = false;
+  wxStaticText* port = nullptr;
+  wxStaticText* folder = nullptr;
+  wxStaticText* trace = nullptr;
+  wxStaticText* version = nullptr;
+};
+
+// "COM1 · 2400 8N1 · Xon/Xoff", for a port of that name.
+KorText LineWords(const LinkSettings& settings, const KorText& portName);
+
+} // namespace kor

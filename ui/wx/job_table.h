@@ -1,0 +1,54 @@
+// JobTable: the jobs of the day, newest first, and below the date those of the day before: result
+// and direction as signs, time, program, result in words, bytes. Equal jobs are all there. It shows
+// the newest unless it was scrolled back, and then stays with what is read. Window's thread.
+#pragma once
+
+#include <deque>
+#include <vector>
+
+#include <wx/dataview.h>
+#include <wx/panel.h>
+#include <wx/stattext.h>
+#include <wx/timer.h>
+
+#include "ui/form_dialog.h"
+
+namespace kor {
+
+class JobTable : public wxPanel {
+ public:
+  static constexpr std::size_t kMostJobs = 1000; // the oldest goes
+  explicit JobTable(wxWindow* parent);
+
+  void Add(const EndedJob& job);
+  // Below what has been added already; oldest first. Only those of today and of the day before.
+  void AddEarlier(const std::vector<EndedJob>& earlier);
+  void BeginDay(const SystemTime& today); // nothing happens while it is the day of the table
+  void ApplyLook();
+  wxDataViewListCtrl& List() { return *list; }
+
+ private:
+  class Store;
+
+  void MakeColumns();
+  void FitColumns();
+  void Build();
+  void Insert(unsigned row, const EndedJob& job);
+  void InsertWords(unsigned row, const wxString& words);
+  bool IsOfToday(const EndedJob& job) const;
+  std::size_t CountOfToday() const;
+  void ShowCounts();
+  void KeepPlace();
+
+  SystemTime day;
+  std::deque<EndedJob> jobs; // newest first
+  wxStaticText* caption = nullptr;
+  wxStaticText* counts = nullptr;
+  wxDataViewListCtrl* list = nullptr;
+  wxDataViewColumn* result = nullptr;
+  wxTimer placeTimer;   // runs until a new row is laid out
+  wxDataViewItem kept;  // that was on top before it
+  int otherColumns = 0; // pixels of their width
+};
+
+} // namespace kor

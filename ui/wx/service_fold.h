@@ -1,0 +1,46 @@
+// ServiceFold: a heading that is pressed, and below it what only the maintainer needs; the heading
+// alone while it is folded. Who lends the controls makes them on Inside and adds them. Window's
+// thread.
+#pragma once
+
+#include <functional>
+#include <initializer_list>
+#include <vector>
+
+#include <wx/panel.h>
+#include <wx/sizer.h>
+#include <wx/tglbtn.h>
+
+#include "services/core/user_texts.h"
+#include "ui/wx/mnemonics.h"
+
+namespace kor {
+
+class ServiceFold : public wxPanel {
+ public:
+  static constexpr int kNumber = kTexts.service.number; // of the heading
+  // onFold is called when the user folds or unfolds it.
+  ServiceFold(wxWindow* parent, Mnemonics& mnemonics, std::function<void(bool open)> onFold);
+
+  wxPanel& Inside() { return *inside; }
+  // Two beside one another where there is room, in the order of the Tab key, each as high as a
+  // finger in a glove wants it.
+  void AddPairs(std::initializer_list<wxWindow*> controls);
+  void Add(wxWindow* control, int proportion = 0);
+  bool IsOpen() const { return inside->IsShown(); }
+  void Open(bool open);
+  void FitTo(int width);
+
+ private:
+  void Follow(wxWindow* control); // the last one in the order of the Tab key
+  void ShowHeading();
+
+  std::vector<wxGridSizer*> grids;
+  wxToggleButton* heading = nullptr;
+  wxPanel* inside = nullptr;
+  wxBoxSizer* column = nullptr;
+  wxWindow* last = nullptr;
+  wxString label;
+};
+
+} // namespace kor
