@@ -22,18 +22,14 @@ void SetTextLookup(TextLookup lookup) {
   Shared().lookup = std::move(lookup);
 }
 
-KorText LookUpText(int number, std::u16string_view fallback) {
+KorText LookUpText(const UserText& text) {
   TextLookup lookup;
   {
     Lock lock(Shared().mutex);
     lookup = Shared().lookup;
   }
-  KorText text = lookup ? lookup(number) : KorText();
-  return text.IsEmpty() ? KorText(fallback) : text;
-}
-
-KorText LookUpText(const UserText& text) {
-  return LookUpText(text.number, text.english);
+  KorText found = lookup ? lookup(text.number) : KorText();
+  return found.IsEmpty() ? KorText(text.english) : found;
 }
 
 } // namespace kor

@@ -17,6 +17,5 @@ using TextLookup = std::function<KorText(int number)>;
 
 void SetTextLookup(TextLookup lookup);
 KorText LookUpText(const UserText& text);
-KorText LookUpText(int number, std::u16string_view fallback);
 
 } // namespace kor
