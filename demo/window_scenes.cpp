@@ -8,12 +8,14 @@
 #include <wx/app.h>
 #include <wx/checkbox.h>
 #include <wx/dialog.h>
+#include <wx/display.h>
 #include <wx/tglbtn.h>
 #include <wx/utils.h>
 
 #include "services/core/text_lookup.h"
 #include "services/dictionary/dictionary.h"
 #include "ui/wx/form_window.h"
+#include "ui/wx/screen_room.h"
 #include "ui/wx/side_windows.h"
 
 namespace kor::demo {
@@ -92,7 +94,7 @@ bool WindowScenes::Play(const KorText& language, const Look& look) {
 bool WindowScenes::PlayAt(const wxSize& size, const KorText& language, const Look& look) {
   if (!Load(language, look)) return false;
   Open();
-  window->SetClientSize(window->FromDIP(size));
+  SetInside(size);
   SettleSize();
   PlayStates();
   Close();
@@ -123,6 +125,14 @@ bool WindowScenes::Walk(std::uint32_t seed, int steps,
   return loaded;
 }
 
+// As a user has it, who can't leave the screen.
+void WindowScenes::SetInside(const wxSize& size) {
+  wxSize inside = window->FromDIP(size);
+  inside.DecTo(ScreenRoom(*window));
+  window->Move(wxDisplay(window).GetClientArea().GetPosition());
+  window->SetClientSize(inside);
+}
+
 // Small windows more often than large ones.
 void WindowScenes::Step(const std::function<std::uint32_t(std::uint32_t)>& pick) {
   static constexpr LinkStatus kStates[] = {
@@ -137,7 +147,7 @@ void WindowScenes::Step(const std::function<std::uint32_t(std::uint32_t)>& pick)
   case 0:
   case 1:
     window->Maximize(false);
-    window->SetClientSize(window->FromDIP(wxSize(size(480, 40), size(400, 30))));
+    SetInside({size(480, 40), size(400, 30)});
     break;
   case 2:
     window->Maximize(!window->IsMaximized());

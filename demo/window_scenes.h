@@ -50,6 +50,7 @@ class WindowScenes {
   void ShowState(LinkStatus code, std::int64_t bytes = 0, std::int64_t size = 0);
   void AddJob(LinkStatus code, int number);
   void Press(int number);
+  void SetInside(const wxSize& size);
   void Step(const std::function<std::uint32_t(std::uint32_t)>& pick);
   void PlayStates();
   void PlaySmall();

@@ -21,7 +21,8 @@ ServiceFold::ServiceFold(wxWindow* parent, Mnemonics& mnemonics,
                          std::function<void(bool open)> onFold)
     : wxPanel(parent) {
   const KorText name = LookUpText(kTexts.service);
-  label = mnemonics.Label(name) + "   " + ToLabel(LookUpText(kTexts.serviceHolds));
+  label = mnemonics.Label(name);
+  holds = "   " + ToLabel(LookUpText(kTexts.serviceHolds));
   heading = new wxToggleButton(this, kNumber, label, wxDefaultPosition, wxDefaultSize,
                                wxBU_LEFT | wxBORDER_NONE);
   heading->SetMinSize({1, FromDIP(kHeight)});
@@ -40,7 +41,9 @@ ServiceFold::ServiceFold(wxWindow* parent, Mnemonics& mnemonics,
 }
 
 void ServiceFold::ShowHeading() {
-  heading->SetLabel((IsOpen() ? L"\u25be  " : L"\u25b8  ") + label);
+  const wxString words = (IsOpen() ? L"\u25be  " : L"\u25b8  ") + label;
+  const int needed = heading->GetTextExtent(words + holds).x + FromDIP(2 * kGap);
+  heading->SetLabel(needed <= room ? words + holds : words);
   heading->SetValue(IsOpen());
   AlignLeft(heading);
 }
@@ -74,6 +77,7 @@ void ServiceFold::Add(wxWindow* control, int proportion) {
 
 // Below one another where the widest pair has no room.
 void ServiceFold::FitTo(int width) {
+  if (std::exchange(room, width) != width) ShowHeading();
   for (wxGridSizer* const grid : grids) {
     int widest = 0;
     for (const wxSizerItem* const item : grid->GetChildren())

@@ -40,7 +40,8 @@ class ServiceFold : public wxPanel {
   wxPanel* inside = nullptr;
   wxBoxSizer* column = nullptr;
   wxWindow* last = nullptr;
-  wxString label;
+  wxString label, holds; // what it holds is told where there is room
+  int room = 0;          // pixels
 };
 
 } // namespace kor
