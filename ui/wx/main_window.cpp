@@ -35,6 +35,7 @@ constexpr int kLeastLower = 52;  // of the part that scrolls: the heading of Ser
 constexpr int kSmallLower = 120; // where it shows little else
 constexpr int kScrollStep = 16;
 constexpr int kAdvicePeriod = 1000; // milliseconds
+constexpr int kLayoutTime = 50;     // milliseconds until the toolkit has laid out what moved
 
 constexpr int kSendButton = kTexts.sendNcFile.number;
 constexpr int kReceiveButton = kTexts.receiveNcFile.number;
@@ -107,6 +108,7 @@ void MainWindow::FollowEvents() {
     event.Skip();
     if (LeastHeight() != fittedHeight) CallAfter([this] { FitParts(); });
   });
+  revealTimer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { ScrollTo(*lower, *service); });
   adviceTimer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { ShowAdvice(); });
   Bind(wxEVT_SYS_COLOUR_CHANGED, [this](wxSysColourChangedEvent& event) {
     event.Skip();
@@ -261,9 +263,9 @@ void MainWindow::FitParts() {
   lower->FitInside();
   lower->Layout();
   lower->Refresh(); // a part that moves may leave what it stood on as it was
-  const bool isNewSize = std::exchange(fittedSize, room) != room;
-  if (isNewSize && lower->GetClientSize().y < FromDIP(kSmallLower))
-    CallAfter([this] { ScrollTo(*lower, *service); });
+  const int left = lower->GetClientSize().y;
+  if (std::exchange(fittedLower, left) != left && left < FromDIP(kSmallLower))
+    revealTimer.StartOnce(kLayoutTime);
 }
 
 void MainWindow::FitIfNeeded() {

@@ -128,11 +128,12 @@ class MainWindow : public wxFrame {
   bool sendsByHand = false, receivesByHand = false;
   bool traceFailed = false;
   wxTimer adviceTimer; // runs while there is no link
+  wxTimer revealTimer; // runs until the heading of Service can be scrolled to
   bool acting = false; // a control's action runs
   RateMeter meter;
 
   int fittedHeight = 0;              // LeastHeight when the parts were last fitted
-  wxSize fittedSize;                 // of the client area then
+  int fittedLower = 0;               // pixels of the part that scrolls, then
   int heightBefore = 0, grownTo = 0; // of the client area, while Service is unfolded
   wxScrolledWindow* ground = nullptr;
   wxPanel* upper = nullptr;

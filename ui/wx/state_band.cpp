@@ -152,7 +152,8 @@ void StateBand::ApplyLook() {
     text->SetFont(GetFont().Scaled(kStatusLetters));
   statusLine->SetMinSize({1, statusLine->GetBestSize().y});
   figures->SetFont(WithEqualDigits(GetFont().Bold(), *this));
-  figures->SetMinSize({1, figures->GetCharHeight()});
+  const wxString words = ToWx(LookUpText(kTexts.timeLeft) + LookUpText(kTexts.held));
+  figures->SetMinSize({1, std::max(figures->GetCharHeight(), figures->GetTextExtent(words).y)});
   for (wxButton* const button : buttons)
     button->SetFont(GetFont().Bold());
   advice->SetFont(GetFont().Scaled(kAdviceLetters));
