@@ -133,16 +133,21 @@ void MonitorView::ShowWaiting() {
   text->ShowPosition(text->XYToPosition(0, text->GetNumberOfLines() - 1));
 }
 
-// A line keeps the style of its beginning; lines that travel the same way go in together.
+// A line keeps the style of its beginning. All text is added at once and its sent lines are styled
+// afterwards, because the toolkit lays out and scrolls at each addition.
 void MonitorView::AppendInStyle(const wxString& added) {
+  const long start = text->GetLastPosition();
+  text->SetDefaultStyle(StyleOf(false, text->GetFont()));
+  text->AppendText(added);
+  const wxTextAttr sent = StyleOf(true, text->GetFont());
   for (std::size_t at = 0, end = 0; at < added.length(); at = end) {
     if (atLineStart) sentLine = IsSent(added, at);
     do {
       end = std::min(added.find('\n', end), added.length() - 1) + 1;
       atLineStart = added[end - 1] == '\n';
     } while (end < added.length() && IsSent(added, end) == sentLine);
-    text->SetDefaultStyle(StyleOf(sentLine, text->GetFont()));
-    text->AppendText(added.Mid(at, end - at));
+    if (sentLine)
+      text->SetStyle(start + static_cast<long>(at), start + static_cast<long>(end), sent);
   }
 }
 
