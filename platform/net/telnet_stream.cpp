@@ -116,8 +116,8 @@ void TelnetOptions::Ask(Side& side, std::uint8_t option) {
 void TelnetOptions::OnNegotiation(std::uint8_t verb, std::uint8_t option) {
   if (verb == kDo) OnWanted(own, option);
   if (verb == kDont) OnUnwanted(own, option);
-  if (verb == kWill) OnWanted(far, option);
-  if (verb == kWont) OnUnwanted(far, option);
+  if (verb == kWill) OnWanted(farSide, option);
+  if (verb == kWont) OnUnwanted(farSide, option);
 }
 
 void TelnetOptions::OnWanted(Side& side, std::uint8_t option) {

@@ -58,12 +58,12 @@ class TelnetOptions {
   // Answers and offers are appended to out, which outlives this object.
   explicit TelnetOptions(std::string& toAppendTo) : out(toAppendTo) {}
 
-  void OfferOwn(std::uint8_t option) { Ask(own, option); } // WILL
-  void AskFar(std::uint8_t option) { Ask(far, option); }   // DO
+  void OfferOwn(std::uint8_t option) { Ask(own, option); }   // WILL
+  void AskFar(std::uint8_t option) { Ask(farSide, option); } // DO
   void OnNegotiation(std::uint8_t verb, std::uint8_t option);
   bool IsOwnOn(std::uint8_t option) const { return own.states[option] == State::On; }
   bool IsOwnRefused(std::uint8_t option) const { return own.states[option] == State::Refused; }
-  bool IsFarOn(std::uint8_t option) const { return far.states[option] == State::On; }
+  bool IsFarOn(std::uint8_t option) const { return farSide.states[option] == State::On; }
 
  private:
   enum class State : std::uint8_t { Off, Asked, On, Refused, Denied };
@@ -80,7 +80,7 @@ class TelnetOptions {
 
   std::string& out;
   Side own{telnet::kWill, telnet::kWont};
-  Side far{telnet::kDo, telnet::kDont};
+  Side farSide{telnet::kDo, telnet::kDont};
   int answersLeft = 600; // every option of both sides once, and some that change their mind
 };
 
