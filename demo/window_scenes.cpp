@@ -364,8 +364,8 @@ void WindowScenes::PlayMessages() {
       {"question-close", CloseQuestion(ViewOf(LinkStatus::Waiting, 0, 0))},
       {"question-close-sending", CloseQuestion(sending)},
       {"question-loopback", LoopbackQuestion()}};
-  for (const auto& [name, question] : questions)
-    LookAtModal(name, [&] { Ask(window, question); });
+  for (const auto& scene : questions)
+    LookAtModal(scene.first, [&] { Ask(window, scene.second); });
 }
 
 } // namespace kor::demo

@@ -138,7 +138,7 @@ int LampStrip::Widest(std::size_t columns) const {
   return all;
 }
 
-void LampStrip::Fit(int width) {
+void LampStrip::FitWidth(int width) {
   std::size_t columns = 1;
   for (const std::size_t tried : kColumns)
     for (const bool inTwoLines : {false, true}) {

@@ -20,8 +20,8 @@ class LampStrip : public wxPanel {
   explicit LampStrip(wxWindow* parent);
   void Show(const std::array<bool, kLampCount>& lamps);
   bool IsOn(Lamp lamp) const { return shown[lamp]; }
-  void Fit(int width); // as many beside one another as there is room for
-  void ApplyLook();    // the desktop's letters, when they have changed
+  void FitWidth(int width); // as many beside one another as there is room for
+  void ApplyLook();         // the desktop's letters, when they have changed
   using wxPanel::Show;
 
  private:

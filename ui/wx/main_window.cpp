@@ -249,7 +249,7 @@ wxCheckBox* MainWindow::CheckBox(int number) const {
 void MainWindow::FitParts() {
   const wxSize room = GetClientSize();
   band->FitTo(room);
-  lamps->Fit(room.x);
+  lamps->FitWidth(room.x);
   service->FitTo(room.x - FromDIP(4 * kMargin));
   const int least = fittedHeight = LeastHeight();
   wxSize hint = FromDIP(wxSize(kLeastWidth, kLeastHeight));
