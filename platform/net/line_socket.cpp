@@ -216,8 +216,13 @@ struct LineSocket::Parts {
 
 LineSocket::LineSocket() : parts(std::make_unique<Parts>()) {}
 
+// What can't be closed in order goes with the object.
 LineSocket::~LineSocket() {
-  Close();
+  try {
+    Close();
+  } catch (...) {
+    parts.reset();
+  }
 }
 
 // A look-up of the same name that is still under way is waited for again: a slow name server gets

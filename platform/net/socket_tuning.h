@@ -41,7 +41,7 @@ class LineClaim {
 class PreciseTimers {
  public:
   PreciseTimers();
-  ~PreciseTimers();
+  ~PreciseTimers(); // NOLINT(performance-trivially-destructible): not on every system
   PreciseTimers(const PreciseTimers&) = delete;
   PreciseTimers& operator=(const PreciseTimers&) = delete;
 };
