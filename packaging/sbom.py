@@ -37,6 +37,7 @@ LICENCES = {
     "libz-mingw-w64": "Zlib",
     "mingw-w64": "ZPL-2.1 AND MIT AND BSD-3-Clause AND LicenseRef-Lucent",
     "nsis": "Zlib AND CPL-1.0 WITH LZMA-exception",
+    "pango1.0": "LGPL-2.0-or-later",
     "pcre2": "BSD-3-Clause",
     "pugixml": "MIT",
     "wxwidgets3.2": "LGPL-2.0-or-later WITH WxWindows-exception-3.1",
