@@ -14,6 +14,7 @@ constexpr const char* kUser = "Jörg Weiß";
 constexpr const char* kWine = "/usr/lib/wine/wine64"; // the wrapper in bin asks for a 32-bit Wine
 constexpr const char* kServer = "/usr/lib/wine/wineserver64";
 constexpr Milliseconds kLongest(120'000); // of making a Windows on a busy machine
+constexpr int kTries = 3'000;             // of reaching its server, 10 ms and more each
 
 } // namespace
 
@@ -44,10 +45,16 @@ constexpr const char* kServe =
     "exec 3<&0; { \"$0\" -f -p & cat <&3 >/dev/null; \"$0\" -k; wait; } & wait";
 
 void WindowsSystem::StartServer() {
+  // The first one asked gives a new Windows its folder of sockets. Asked while the server starts,
+  // each of the two may give it one, and neither finds the other again.
+  const auto isServing = [this] {
+    return Process({kServer, "-k0"}, Options()).WaitForExit(kLongest) == 0;
+  };
+  if (isServing()) throw std::runtime_error("wineserver: it serves before it was started");
   server =
       std::make_unique<Process>(std::vector<std::string>{"sh", "-c", kServe, kServer}, Options());
-  while (Process({kServer, "-k0"}, Options()).WaitForExit(kLongest) != 0)
-    if (server->WaitForExit(Milliseconds(10)))
+  for (int tries = 0; !isServing(); ++tries)
+    if (server->WaitForExit(Milliseconds(10)) || tries == kTries)
       throw std::runtime_error("wineserver: " + server->Diagnostics());
 }
 
