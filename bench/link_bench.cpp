@@ -91,47 +91,28 @@ double TurnAround(const std::string& programs, bool withTrace, bool withMonitor,
   return Quantile(times, 0.5);
 }
 
-// The same pseudo-terminal, first with a process that does nothing but send back what it gets: what
-// the system itself takes.
+// Measures the same pseudo-terminal first with a process that only sends back what it gets, which
+// shows what the system itself takes, then with the host. Gives the former, in milliseconds.
 double BesideAnEcho(const std::string& programs, int rounds) {
   const HostFolders folders(programs);
   Controller controller(folders.Line());
-  const auto median = [&](std::string_view request) {
-    std::vector<double> times;
-    for (int i = 0; i < rounds; ++i) {
-      const Clock::time_point asked = controller.Send(request);
-      const Controller::Reply reply = controller.Receive();
-      if (reply.text.empty()) throw std::runtime_error("no reply");
-      times.push_back(Seconds(reply.first - asked) * 1000);
-    }
-    std::ranges::sort(times);
-    return Quantile(times, 0.5);
-  };
+  const auto median = [&] { return Quantile(TurnArounds(controller, "XYZ\r", rounds), 0.5); };
   double echo = 0;
   {
     const Process bare(OnTerminal(controller.Device(), {"cat"}));
-    echo = median("XYZ\r");
+    echo = median();
   }
   const Host host(folders);
   AwaitHost(controller);
-  const double served = median("XYZ\r");
+  const double served = median();
   Row("bare echo on the same pseudo-terminal, p50", echo, "ms");
   Row("line test on the same pseudo-terminal, p50", served, "ms", 0.2);
   Row("line test beside the bare echo, p50 to p50", served / echo, "x");
   return echo;
 }
 
-// The share of the time that the line is busy, in percent.
-double BusyShare(Controller& controller, int baud, const std::function<void()>& exchanges) {
-  const std::uint64_t before = controller.Bytes();
-  const Clock::time_point begin = controller.Now();
-  exchanges();
-  const double spent = Seconds(controller.Now() - begin);
-  return Seconds(ByteTime(baud)) * static_cast<double>(controller.Bytes() - before) / spent * 100;
-}
-
-// What the system lets a process reach that only sends back what it gets, in exchanges as long as
-// those of a download.
+// Gives the share that a process reaches which only sends back what it gets, in exchanges as long
+// as those of a download.
 double EchoShare(const std::string& programs, int baud, std::size_t bytes) {
   constexpr std::size_t kExchange = 110; // an acknowledgement and a frame
   const HostFolders folders(programs);
@@ -164,10 +145,14 @@ void LineUse(const std::string& programs, int baud, std::size_t bytes) {
   Row("NCE" + at + ", of the line", payload / spent * 100, "%");
 }
 
-// The share of the line's time that the file itself takes.
+std::string ShareName(const std::string& name, int baud) {
+  return name + " at " + std::to_string(baud) + " baud, of the line";
+}
+
+// Reports the share of the line's time that the file itself takes.
 void ReportShare(const std::string& name, int baud, std::size_t fileBytes, double seconds) {
   const double payload = Seconds(ByteTime(baud)) * static_cast<double>(fileBytes);
-  Row(name + " at " + std::to_string(baud) + " baud, of the line", payload / seconds * 100, "%");
+  Row(ShareName(name, baud), payload / seconds * 100, "%");
 }
 
 void NceThroughRelay(const std::string& programs, int baud, const std::string& text) {
@@ -191,10 +176,10 @@ void NceThroughRelay(const std::string& programs, int baud, const std::string& t
   ReportShare("NCE, ncedl-console to nce-controller", baud, text.size(), relay.ActiveSeconds());
 }
 
-// sender and receiver: command lines; the receiver's file appears as `got` in its folder.
-void Others(const std::string& name, int baud, const std::string& text,
-            const std::vector<std::string>& sender, const std::vector<std::string>& receiver,
-            const std::string& got) {
+// Sends the text with another program. sender and receiver are command lines; the receiver's file
+// appears as `got` in its folder. Gives the seconds that the line was active.
+double SendWithOthers(int baud, const std::string& text, const std::vector<std::string>& sender,
+                      const std::vector<std::string>& receiver, const std::string& got) {
   const support::TemporaryFolder folder;
   support::WriteWholeFile(folder / "sent.txt", text);
   fs::create_directory(folder / "in");
@@ -209,8 +194,19 @@ void Others(const std::string& name, int baud, const std::string& text,
   const double seconds = relay.ActiveSeconds();
   const std::string arrived = support::ReadWholeFile(folder.Path() / "in" / got);
   if (received != 0 || arrived.substr(0, text.size()) != text)
-    throw std::runtime_error(name + ": " + sending.Diagnostics() + receiving.Diagnostics());
-  ReportShare(name, baud, text.size(), seconds);
+    throw std::runtime_error(sending.Diagnostics() + receiving.Diagnostics());
+  return seconds;
+}
+
+// The rows of other programs have no target, so one that fails costs no more than its row.
+void Others(const std::string& name, int baud, const std::string& text,
+            const std::vector<std::string>& sender, const std::vector<std::string>& receiver,
+            const std::string& got) {
+  try {
+    ReportShare(name, baud, text.size(), SendWithOthers(baud, text, sender, receiver, got));
+  } catch (const std::exception& failure) {
+    table.NotMeasured(ShareName(name, baud), failure.what());
+  }
 }
 
 void LineUseOfAll(const std::string& programs, int baud, std::size_t bytes) {
@@ -278,10 +274,10 @@ int Run(const std::string& programs, bool isQuick) {
   for (const bool trace : {false, true})
     for (const bool monitor : {false, true})
       turnAround = TurnAround(programs, trace, monitor, (isQuick ? 64 : 1024) * kib);
-  LineUseOfAll(programs, 9600, (isQuick ? 4 : 24) * kib);
-  LineUseOfAll(programs, 115200, (isQuick ? 32 : 256) * kib);
   const double echo = BesideAnEcho(programs, isQuick ? 1000 : 20'000);
   Row("turn-around, trace on, monitor on, beside the bare echo", turnAround / echo, "x", 1.2);
+  LineUseOfAll(programs, 9600, (isQuick ? 4 : 24) * kib);
+  LineUseOfAll(programs, 115200, (isQuick ? 32 : 256) * kib);
   for (const bool onTerminal : {false, true})
     Idle(programs, isQuick ? 3 : 30, onTerminal);
   Row("start to serving, median of 11", bench::StartToServing(programs, "ncedl-console"), "ms",
@@ -294,15 +290,5 @@ int Run(const std::string& programs, bool isQuick) {
 } // namespace
 
 int main(int argc, char** argv) {
-  const std::vector<std::string> arguments(argv + 1, argv + argc);
-  if (arguments.empty()) {
-    std::fprintf(stderr, "usage: link_bench PROGRAMS-FOLDER [--quick]\n");
-    return 2;
-  }
-  try {
-    return Run(arguments[0], arguments.size() > 1 && arguments[1] == "--quick");
-  } catch (const std::exception& failure) {
-    std::fprintf(stderr, "link_bench: %s\n", failure.what());
-    return 2;
-  }
+  return kor::bench::LineBenchMain("link_bench", argc, argv, Run);
 }

@@ -27,4 +27,10 @@ void ResultTable::Failure(const std::string& what, const std::string& reason) {
   std::fflush(stdout);
 }
 
+void ResultTable::NotMeasured(const std::string& what, const std::string& reason) {
+  const std::string line = reason.substr(0, reason.find_first_of("\r\n"));
+  std::printf("%-58s not measured: %s\n", what.c_str(), line.c_str());
+  std::fflush(stdout);
+}
+
 } // namespace kor::bench

@@ -16,8 +16,10 @@ class ResultTable {
  public:
   // Prints the row at once.
   void Row(const std::string& what, double value, const std::string& unit, Target target = {});
-  // A row for what could not be measured; it counts as a missed target.
+  // Prints a row for what failed, which counts as a missed target.
   void Failure(const std::string& what, const std::string& reason);
+  // Prints a row for a value without a target that could not be measured.
+  void NotMeasured(const std::string& what, const std::string& reason);
   bool AllTargetsMet() const { return allTargetsMet; }
 
  private:

@@ -69,6 +69,26 @@ double StartToServing(const std::string& programs, const std::string& program) {
   return Quantile(times, 0.5);
 }
 
+std::vector<double> TurnArounds(Controller& controller, std::string_view request, int rounds) {
+  std::vector<double> times;
+  for (int i = 0; i < rounds; ++i) {
+    const Clock::time_point asked = controller.Send(request);
+    const Controller::Reply reply = controller.Receive();
+    if (reply.text.empty()) throw std::runtime_error("no reply");
+    times.push_back(Seconds(reply.first - asked) * 1000);
+  }
+  std::ranges::sort(times);
+  return times;
+}
+
+double BusyShare(Controller& controller, int baud, const std::function<void()>& exchanges) {
+  const std::uint64_t before = controller.Bytes();
+  const Clock::time_point begin = controller.Now();
+  exchanges();
+  const double spent = Seconds(controller.Now() - begin);
+  return Seconds(ByteTime(baud)) * static_cast<double>(controller.Bytes() - before) / spent * 100;
+}
+
 double Quantile(const std::vector<double>& sorted, double q) {
   return sorted[static_cast<std::size_t>(q * static_cast<double>(sorted.size() - 1))];
 }
@@ -104,6 +124,21 @@ double Sleeps(pid_t id) {
 
 double MemoryMegabytes(pid_t id, std::string_view field) {
   return StatusField("/proc/" + std::to_string(id), field) / 1024;
+}
+
+int LineBenchMain(const char* name, int argc, char** argv,
+                  int (*run)(const std::string& programs, bool isQuick)) {
+  const std::vector<std::string> arguments(argv + 1, argv + argc);
+  if (arguments.empty()) {
+    std::fprintf(stderr, "usage: %s PROGRAMS-FOLDER [--quick]\n", name);
+    return 2;
+  }
+  try {
+    return run(arguments[0], arguments.size() > 1 && arguments[1] == "--quick");
+  } catch (const std::exception& failure) {
+    std::fprintf(stderr, "%s: %s\n", name, failure.what());
+    return 2;
+  }
 }
 
 } // namespace kor::bench

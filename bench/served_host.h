@@ -158,6 +158,11 @@ void Fetch(Controller& controller, const std::string& number, std::size_t bytes,
 // of 11.
 double StartToServing(const std::string& programs, const std::string& program);
 
+// Milliseconds from the request to the first byte of its reply, for so many requests, sorted.
+std::vector<double> TurnArounds(Controller& controller, std::string_view request, int rounds);
+// The share of the time that the line is busy while the exchanges run, in percent.
+double BusyShare(Controller& controller, int baud, const std::function<void()>& exchanges);
+
 double Quantile(const std::vector<double>& sorted, double q);
 // Time on a processor of all threads of a process, or of its first one, in seconds.
 double ProcessorSeconds(pid_t id, bool onlyFirst = false);
@@ -165,5 +170,10 @@ double ProcessorSeconds(pid_t id, bool onlyFirst = false);
 double Sleeps(pid_t id);
 // A line of /proc/ID/status, such as "VmRSS".
 double MemoryMegabytes(pid_t id, std::string_view field);
+
+// Runs a benchmark whose arguments are PROGRAMS-FOLDER [--quick] and gives its exit code: that of
+// `run`, or 2 when the arguments are wrong or `run` throws.
+int LineBenchMain(const char* name, int argc, char** argv,
+                  int (*run)(const std::string& programs, bool isQuick));
 
 } // namespace kor::bench

@@ -88,15 +88,5 @@ int Run(const std::string& programs, bool isQuick) {
 } // namespace
 
 int main(int argc, char** argv) {
-  const std::vector<std::string> arguments(argv + 1, argv + argc);
-  if (arguments.empty()) {
-    std::fprintf(stderr, "usage: window_bench PROGRAMS-FOLDER [--quick]\n");
-    return 2;
-  }
-  try {
-    return Run(arguments[0], arguments.size() > 1 && arguments[1] == "--quick");
-  } catch (const std::exception& failure) {
-    std::fprintf(stderr, "window_bench: %s\n", failure.what());
-    return 2;
-  }
+  return kor::bench::LineBenchMain("window_bench", argc, argv, Run);
 }
