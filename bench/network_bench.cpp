@@ -2,8 +2,9 @@
 // bare socket and pySerial's client, which send back what they get, on the same server. Prints a
 // table; exit code 1 when a target is missed.
 //   network_bench PROGRAMS-FOLDER [--quick]
-#include <cstdio>
+#include <array>
 #include <fstream>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -19,98 +20,63 @@ using support::HostFolders;
 using support::Milliseconds;
 using support::Process;
 
-constexpr const char* kAddress = "127.0.0.1:47311";
-
 bench::ResultTable table;
 
 void Row(const std::string& what, double value, const char* unit, Target target = {}) {
   table.Row(what, value, unit, target);
 }
 
-// ser2net on the far end of a controller's line.
-class Server {
- public:
-  Server(const support::TemporaryFolder& folder, const std::string& protocol,
-         const std::string& device, int baud) {
-    const std::string file = folder / "ser2net.yaml";
-    std::ofstream(file) << "connection: &line\n  accepter: " << protocol << Comma()
-                        << "\n  connector: serialdev," << device << ',' << baud
-                        << "n81,local\n  options:\n    chardelay: false\n";
-    process =
-        std::make_unique<Process>(std::vector<std::string>{"ser2net", "-n", "-d", "-c", file});
-    std::this_thread::sleep_for(Milliseconds(500)); // it doesn't tell when it listens
-  }
-
- private:
-  static std::string Comma() {
-    std::string text = kAddress;
-    text[text.find(':')] = ',';
-    return text;
-  }
-  std::unique_ptr<Process> process;
-};
-
-// A client that sends back what it gets.
-std::vector<std::string> EchoClient(bool withLibrary, int baud) {
-  const std::string address = kAddress;
-  const std::string library = "import serial\n"
-                              "s = serial.serial_for_url('rfc2217://" +
-                              address + "?ign_set_control', " + std::to_string(baud) +
-                              ", timeout=None)\n"
-                              "while True: s.write(s.read(1) + s.read(s.in_waiting))\n";
-  const std::string bare = "import socket\n"
-                           "s = socket.create_connection(('127.0.0.1', " +
-                           address.substr(address.find(':') + 1) +
-                           "))\n"
-                           "s.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)\n"
-                           "while True:\n"
-                           "  s.sendall(s.recv(4096))\n";
-  return {"/usr/bin/python3", "-c", withLibrary ? library : bare};
-}
-
-std::unique_ptr<Process> StartHost(const HostFolders& folders, const std::string& address) {
-  if (!address.empty() &&
-      folders.Start("ncedl-setup", {"--port", "COM1=rfc2217://" + address})->WaitForExit() != 0)
-    throw std::runtime_error("ncedl-setup");
-  return std::make_unique<Process>(std::vector<std::string>{"sh", "-c", "exec \"$0\" >/dev/null",
-                                                            folders.Program("ncedl-console")[0]},
-                                   folders.Options());
-}
-
 enum class Client { Local, Network, Library, Bare };
 constexpr const char* kNames[] = {"ncedl-console, local pty", "ncedl-console, ser2net",
                                   "pySerial, ser2net", "bare socket, ser2net"};
-
-struct TurnAround {
-  double p50 = 0, p99 = 0;
-};
 
 bool IsHost(Client client) {
   return client == Client::Local || client == Client::Network;
 }
 
-TurnAround Ask(Controller& controller, std::string_view request, int rounds) {
-  std::vector<double> times;
-  for (int i = 0; i < rounds; ++i) {
-    const Clock::time_point asked = controller.Send(request);
-    const Controller::Reply reply = controller.Receive();
-    if (reply.text.empty()) throw std::runtime_error("no reply");
-    times.push_back(Seconds(reply.first - asked) * 1000);
-  }
-  std::ranges::sort(times);
-  return {Quantile(times, 0.5), Quantile(times, 0.99)};
+// Each client has a port of its own, so that the lines of several can stand beside each other.
+std::string TcpPort(Client client) {
+  return std::to_string(47311 + static_cast<int>(client));
 }
 
-// The share of the time that the line is busy in exchanges as long as those of a download, percent.
-double BusyShare(Controller& controller, int baud, const std::function<void()>& exchanges) {
-  const std::uint64_t before = controller.Bytes();
-  const Clock::time_point begin = controller.Now();
-  exchanges();
-  const double spent = Seconds(controller.Now() - begin);
-  return Seconds(ByteTime(baud)) * static_cast<double>(controller.Bytes() - before) / spent * 100;
+// ser2net on the far end of a controller's line.
+std::unique_ptr<Process> StartServer(const std::string& file, Client client,
+                                     const std::string& device, int baud) {
+  std::ofstream(file) << "connection: &line\n  accepter: "
+                      << (client == Client::Bare ? "" : "telnet(rfc2217),") << "tcp,127.0.0.1,"
+                      << TcpPort(client) << "\n  connector: serialdev," << device << ',' << baud
+                      << "n81,local\n  options:\n    chardelay: false\n";
+  auto process =
+      std::make_unique<Process>(std::vector<std::string>{"ser2net", "-n", "-d", "-c", file});
+  std::this_thread::sleep_for(Milliseconds(500)); // it doesn't tell when it listens
+  return process;
 }
 
-// One client on a line of its own: a far end that is paced when it has a speed.
+// Starts a client that sends back what it gets.
+std::unique_ptr<Process> StartEcho(Client client, int baud) {
+  const std::string port = TcpPort(client);
+  const std::string library = "import serial\n"
+                              "s = serial.serial_for_url('rfc2217://127.0.0.1:" +
+                              port + "?ign_set_control', " + std::to_string(baud) +
+                              ", timeout=None)\n"
+                              "while True: s.write(s.read(1) + s.read(s.in_waiting))\n";
+  const std::string bare = "import socket\n"
+                           "s = socket.create_connection(('127.0.0.1', " +
+                           port +
+                           "))\n"
+                           "s.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)\n"
+                           "while True:\n"
+                           "  s.sendall(s.recv(4096))\n";
+  return std::make_unique<Process>(std::vector<std::string>{
+      "/usr/bin/python3", "-c", client == Client::Library ? library : bare});
+}
+
+void NamePort(const HostFolders& folders, const std::string& address) {
+  if (folders.Start("ncedl-setup", {"--port", "COM1=" + address})->WaitForExit() != 0)
+    throw std::runtime_error("ncedl-setup");
+}
+
+// One client on a line of its own; without a byte time the far end isn't paced.
 struct Line {
   Line(const std::string& programs, Client client, int baud, std::chrono::nanoseconds byteTime)
       : folders(programs), controller(folders.Line(), byteTime) {
@@ -118,38 +84,59 @@ struct Line {
     text = NcText(baud < 100'000 ? 8 << 10 : 64 << 10);
     support::WriteWholeFile(folders.Download("1.MPG"), text);
     if (client != Client::Local)
-      server =
-          std::make_unique<Server>(folder, client == Client::Bare ? "tcp," : "telnet(rfc2217),tcp,",
-                                   controller.Device(), baud);
-    const bool isHost = IsHost(client);
-    process = isHost ? StartHost(folders, client == Client::Network ? kAddress : "")
-                     : std::make_unique<Process>(EchoClient(client == Client::Library, baud));
-    if (!isHost) std::this_thread::sleep_for(Milliseconds(1500));
+      server = StartServer(folder / "ser2net.yaml", client, controller.Device(), baud);
+    if (IsHost(client)) {
+      if (client == Client::Network) NamePort(folders, "rfc2217://127.0.0.1:" + TcpPort(client));
+      host = std::make_unique<Host>(folders);
+      AwaitHost(controller);
+    } else {
+      echo = StartEcho(client, baud);
+      std::this_thread::sleep_for(Milliseconds(1500)); // until Python has connected
+    }
   }
 
   const support::TemporaryFolder folder;
   const HostFolders folders;
   Controller controller;
   std::string text;
-  std::unique_ptr<Server> server;
-  std::unique_ptr<Process> process;
+  std::unique_ptr<Process> server, echo;
+  std::unique_ptr<Host> host;
 };
 
-TurnAround MeasureTurnAround(const std::string& programs, Client client, int rounds) {
-  // At line speed: asked sooner than a line could, the host would wait for its reply to leave it.
-  Line line(programs, client, 115200, ByteTime(115200));
-  if (IsHost(client)) AwaitHost(line.controller);
-  const TurnAround found = Ask(line.controller, "XYZ\r", rounds);
-  const std::string name = kNames[static_cast<int>(client)];
-  Row("turn-around, " + name + ", p50", found.p50, "ms");
-  Row("turn-around, " + name + ", p99", found.p99, "ms");
-  return found;
+double Median(std::vector<double> values) {
+  std::ranges::sort(values);
+  return Quantile(values, 0.5);
 }
 
-double MeasureLineUse(const std::string& programs, Client client, int baud, double least) {
+// The clients take turns, and the two that are compared are compared within each turn, so that
+// what else the machine does falls on both alike.
+void MeasureTurnArounds(const std::string& programs, int turns, int rounds) {
+  constexpr int kBaud = 115200;
+  std::array<std::unique_ptr<Line>, std::size(kNames)> lines;
+  for (std::size_t i = 0; i < lines.size(); ++i)
+    // At line speed: asked sooner than a line could, the host would wait for its reply to leave it.
+    lines[i] = std::make_unique<Line>(programs, Client(i), kBaud, ByteTime(kBaud));
+  std::array<std::vector<double>, std::size(kNames)> p50, p99;
+  std::vector<double> ratios;
+  for (int turn = 0; turn < turns; ++turn) {
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+      const std::vector<double> times = TurnArounds(lines[i]->controller, "XYZ\r", rounds);
+      p50[i].push_back(Quantile(times, 0.5));
+      p99[i].push_back(Quantile(times, 0.99));
+    }
+    ratios.push_back(p50[std::size_t(Client::Network)].back() /
+                     p50[std::size_t(Client::Bare)].back());
+  }
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    Row(std::string("turn-around, ") + kNames[i] + ", p50", Median(p50[i]), "ms");
+    Row(std::string("turn-around, ") + kNames[i] + ", p99", Median(p99[i]), "ms");
+  }
+  Row("turn-around over ser2net beside the bare socket, p50 to p50", Median(ratios), "x", {1.5, 0});
+}
+
+void MeasureLineUse(const std::string& programs, Client client, int baud, double least) {
   Line line(programs, client, baud, ByteTime(baud));
   const bool isHost = IsHost(client);
-  if (isHost) AwaitHost(line.controller);
   const std::string half = std::string(54, 'x') + "\r";
   if (!isHost) line.controller.Ask(half);
   const double share = BusyShare(line.controller, baud, [&] {
@@ -157,31 +144,23 @@ double MeasureLineUse(const std::string& programs, Client client, int baud, doub
     for (std::size_t sent = 0; sent < line.text.size(); sent += 2 * half.size())
       line.controller.Ask(half);
   });
-  Row(std::string("line use at ") + std::to_string(baud) + ", " + kNames[static_cast<int>(client)],
-      share, "%", {0, least});
-  return share;
+  Row("line use at " + std::to_string(baud) + ", " + kNames[static_cast<int>(client)], share, "%",
+      {0, least});
 }
 
 void Idle(const std::string& programs, Client client, int seconds) {
   Line line(programs, client, 9600, {});
-  AwaitHost(line.controller);
   std::this_thread::sleep_for(Milliseconds(1500));
-  const double before = ProcessorSeconds(line.process->Id());
-  const double sleeps = Sleeps(line.process->Id());
+  const pid_t id = line.host->Id();
+  const double before = ProcessorSeconds(id), sleeps = Sleeps(id);
   std::this_thread::sleep_for(std::chrono::seconds(seconds));
   const std::string name = std::string("idle, ") + kNames[static_cast<int>(client)];
-  Row(name + ", of one core", (ProcessorSeconds(line.process->Id()) - before) / seconds * 100, "%");
-  Row(name + ", wake-ups a second", (Sleeps(line.process->Id()) - sleeps) / seconds, "", {2, 0});
+  Row(name + ", of one core", (ProcessorSeconds(id) - before) / seconds * 100, "%");
+  Row(name + ", wake-ups a second", (Sleeps(id) - sleeps) / seconds, "", {2, 0});
 }
 
 int Run(const std::string& programs, bool isQuick) {
-  const int rounds = isQuick ? 300 : 5000;
-  MeasureTurnAround(programs, Client::Local, rounds);
-  const TurnAround bare = MeasureTurnAround(programs, Client::Bare, rounds);
-  MeasureTurnAround(programs, Client::Library, rounds);
-  const TurnAround ours = MeasureTurnAround(programs, Client::Network, rounds);
-  Row("turn-around over ser2net beside the bare socket, p50 to p50", ours.p50 / bare.p50, "x",
-      {1.5, 0});
+  MeasureTurnArounds(programs, isQuick ? 3 : 10, isQuick ? 100 : 500);
   for (const int baud : {9600, 115200})
     for (const Client client : {Client::Local, Client::Library, Client::Network})
       MeasureLineUse(programs, client, baud,
@@ -196,15 +175,5 @@ int Run(const std::string& programs, bool isQuick) {
 } // namespace
 
 int main(int argc, char** argv) {
-  const std::vector<std::string> arguments(argv + 1, argv + argc);
-  if (arguments.empty()) {
-    std::fprintf(stderr, "usage: network_bench PROGRAMS-FOLDER [--quick]\n");
-    return 2;
-  }
-  try {
-    return Run(arguments[0], arguments.size() > 1 && arguments[1] == "--quick");
-  } catch (const std::exception& failure) {
-    std::fprintf(stderr, "network_bench: %s\n", failure.what());
-    return 2;
-  }
+  return kor::bench::LineBenchMain("network_bench", argc, argv, Run);
 }
