@@ -154,17 +154,16 @@ wxBitmapBundle Bundle(Painter paint, int side) {
 
 Sign SignOf(const Situation& now) {
   if (IsHeld(now)) return Sign::Held;
-  switch (now.view.activity) {
-  case LinkActivity::NoLink:
-    return Sign::NoLink;
-  case LinkActivity::Idle:
+  if (now.view.activity == LinkActivity::NoLink) return Sign::NoLink;
+  switch (ToneOf(now)) {
+  case Tone::Neutral:
     return Sign::Idle;
-  case LinkActivity::Busy:
+  case Tone::Busy:
     break;
-  case LinkActivity::Done:
-    return now.view.note.IsEmpty() ? Sign::Done : Sign::Failed;
-  case LinkActivity::Cancelled: // only a part may have arrived
-  case LinkActivity::Failed:
+  case Tone::Done:
+    return Sign::Done;
+  case Tone::Attention: // only a part may have arrived
+  case Tone::Failed:
     return Sign::Failed;
   }
   const Direction direction = DirectionOf(now.view.code);
