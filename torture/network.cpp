@@ -4,6 +4,7 @@
 #include <string>
 
 #include "platform/net/net_serial_port.h"
+#include "services/core/as_bytes.h"
 #include "tests/support/device_server.h"
 #include "tests/support/test_app.h"
 #include "torture/sweep.h"
@@ -65,9 +66,7 @@ class Session {
       return true;
     }
     heard.append(buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(count));
-    const std::span<const std::uint8_t> toSend(reinterpret_cast<const std::uint8_t*>(left.data()),
-                                               left.size());
-    if (port.Write(toSend, count)) left.erase(0, count);
+    if (port.Write(AsBytes(left), count)) left.erase(0, count);
     return heard.size() >= kRequest.size();
   }
 

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "services/core/app_interface.h"
+#include "services/core/as_bytes.h"
 #include "services/core/text_lookup.h"
 
 namespace kor {
@@ -17,11 +18,7 @@ constexpr std::chrono::milliseconds kAcknowledging{200};
 constexpr std::size_t kMostReceived = 8192; // then the server has to wait
 constexpr std::size_t kMostGreeting = 80;
 
-std::span<const std::uint8_t> BytesOf(const std::string& text) {
-  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
-}
-
-// In one line, without what doesn't print.
+// Returns the bytes in one line, with a blank for each that doesn't print.
 KorText PlainText(std::string_view bytes) {
   KorText text;
   for (const char byte : bytes)
@@ -91,7 +88,7 @@ bool NetSerialPort::Begin(const KorText& text) {
   xoffReceived = cutShort = false;
   ending.reset();
   client = IsComPort() ? std::make_unique<ComPortClient>() : nullptr;
-  timers = std::make_unique<PreciseTimers>();
+  timers = HoldPreciseTimers();
   estimate = {};
   estimate.SetLine(current);
   socket.Open(address, Now());
@@ -150,12 +147,11 @@ bool NetSerialPort::Pump(Time now) {
 // False: what came is no telnet stream.
 bool NetSerialPort::TakeReceived(Time now) {
   if (received.size() >= kMostReceived) return true;
-  const std::string bytes = std::exchange(socket.Received(), {});
-  if (bytes.empty()) return true;
+  std::string data = std::exchange(socket.Received(), {});
+  if (data.empty()) return true;
   bool isGood = true;
-  std::string data = bytes;
   if (client) {
-    isGood = client->Receive(BytesOf(bytes), now);
+    isGood = client->Receive(AsBytes(data), now);
     data = std::exchange(client->Data(), {});
   }
   if (IsReady())

@@ -94,7 +94,7 @@ class NetSerialPort : public SerialPort {
 
   LineSocket socket;
   LineClaim claim;
-  std::unique_ptr<PreciseTimers> timers;
+  std::shared_ptr<void> timers;          // holds them precise while the port is open
   std::unique_ptr<ComPortClient> client; // of this connection; Rfc2217 only
   LineEstimate estimate;
   Stage stage = Stage::Closed;

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 
 namespace kor {
 
@@ -37,13 +38,8 @@ class LineClaim {
   std::intptr_t mark = -1;
 };
 
-// While it lives, the system's timers are precise to a millisecond.
-class PreciseTimers {
- public:
-  PreciseTimers();
-  ~PreciseTimers(); // NOLINT(performance-trivially-destructible): not on every system
-  PreciseTimers(const PreciseTimers&) = delete;
-  PreciseTimers& operator=(const PreciseTimers&) = delete;
-};
+// Keeps the system's timers precise to a millisecond while the result lives. Empty where they are
+// so by themselves.
+std::shared_ptr<void> HoldPreciseTimers();
 
 } // namespace kor

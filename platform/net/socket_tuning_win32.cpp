@@ -53,12 +53,9 @@ void LineClaim::Release() {
   mark = -1;
 }
 
-PreciseTimers::PreciseTimers() {
+std::shared_ptr<void> HoldPreciseTimers() {
   ::timeBeginPeriod(1);
-}
-
-PreciseTimers::~PreciseTimers() {
-  ::timeEndPeriod(1);
+  return {nullptr, [](void*) { ::timeEndPeriod(1); }};
 }
 
 } // namespace kor

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "services/core/as_bytes.h"
+
 namespace kor {
 
 using namespace telnet;
@@ -93,7 +95,7 @@ void AppendEscaped(std::string& to, std::span<const std::uint8_t> data) {
 
 void AppendSubNegotiation(std::string& to, std::uint8_t option, std::string_view payload) {
   to += {static_cast<char>(kIac), static_cast<char>(kSubBegin), static_cast<char>(option)};
-  AppendEscaped(to, {reinterpret_cast<const std::uint8_t*>(payload.data()), payload.size()});
+  AppendEscaped(to, AsBytes(payload));
   to += {static_cast<char>(kIac), static_cast<char>(kSubEnd)};
 }
 
