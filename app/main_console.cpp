@@ -57,7 +57,7 @@ int Serve(const std::shared_ptr<Terminal>& terminal, const KorText& commandLine,
   app.BuildWindow();
   if (console.IsInteractive()) ShowBanner(console, app);
   console.SetTakesInput([&app] { return !app.IsBehind(); });
-  console.SetAwaits([&app] { return app.AwaitsAnswer(); }, &Commands::Overtakes);
+  console.Lines().SetAwaits([&app] { return app.AwaitsAnswer(); }, &Commands::Overtakes);
   console.Run(app.Timers(), [&](const KorText& line) { commands.Run(line); });
   console.Flush();
   ReportPlainly(App(), *terminal);

@@ -265,7 +265,7 @@ TEST_F(ConsoleTest, WhileAQuestionIsOpenOnlyAFewCommandsOvertakeIt) {
     ConsoleFrontEnd console(shared);
     double asked = -99; // when "set" has asked the last question
     const auto open = [&] { return app.HighResolutionSeconds() < asked + c.answeredAfter; };
-    console.SetAwaits([&] { return app.Advance(0.01), open(); }, &Commands::Overtakes);
+    console.Lines().SetAwaits([&] { return app.Advance(0.01), open(); }, &Commands::Overtakes);
     KorText run;
     TimerQueue timers;
     console.Run(timers, [&](const KorText& line) {

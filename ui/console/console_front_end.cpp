@@ -19,7 +19,6 @@ namespace {
 constexpr double kLongestWait = 60.0; // seconds
 constexpr double kRestPeriod = 0.1;   // seconds that the begin of a monitor line waits for its end
 constexpr double kRefresh = 1.0;      // seconds between two looks at a transfer that may stand
-constexpr double kGrace = 0.3;        // seconds until a command may overtake a question
 constexpr std::string_view kPrompt = "> ";
 constexpr std::string_view kRed = "\x1b[31m", kPlain = "\x1b[0m";
 
@@ -70,111 +69,66 @@ ConsoleFrontEnd::ConsoleFrontEnd(std::shared_ptr<Terminal> systemTerminal)
 
 ConsoleFrontEnd::~ConsoleFrontEnd() {
   terminal->StopKeys();
-  const Lock lock(shared->mutex);
-  shared->closed = true;
-  shared->tasks.clear();
-  shared->room.notify_all();
+  inbox->Close();
 }
 
 // --- Loop ---
 
 void ConsoleFrontEnd::Post(std::function<void()> task) {
-  {
-    const Lock lock(shared->mutex);
-    if (shared->closed) return;
-    shared->tasks.push_back(std::move(task));
-  }
-  shared->changed.notify_one();
+  inbox->Post(std::move(task));
 }
 
 std::function<void()> ConsoleFrontEnd::Quitter() const {
-  return [state = shared] {
-    const Lock lock(state->mutex);
-    state->quit = true;
-    state->changed.notify_one();
-  };
-}
-
-// A second one ends Run whatever the window's thread is doing.
-void ConsoleFrontEnd::Interrupt(const std::shared_ptr<Shared>& shared) {
-  const Lock lock(shared->mutex);
-  if (shared->closed) return;
-  if (shared->asks && !shared->asked) {
-    shared->asked = true;
-    shared->tasks.push_back(shared->question);
-  } else {
-    shared->quit = true;
-  }
-  shared->changed.notify_one();
+  return [box = inbox] { box->Quit(); };
 }
 
 std::function<void(TerminalEvent)> ConsoleFrontEnd::EventHandler() {
-  return [state = shared, quit = Quitter(), this](TerminalEvent event) {
-    if (event == TerminalEvent::Interrupt) {
-      Interrupt(state);
-    } else if (event == TerminalEvent::End) {
-      quit();
-    } else {
-      const Lock lock(state->mutex);
-      if (state->closed) return;
-      state->tasks.emplace_back([this] { DrawLive(); });
-      state->changed.notify_one();
+  return [box = inbox, this](TerminalEvent event) {
+    switch (event) {
+    case TerminalEvent::Interrupt:
+      box->Interrupt();
+      break;
+    case TerminalEvent::End:
+      box->Quit();
+      break;
+    case TerminalEvent::Resized:
+      box->Post([this] { DrawLive(); });
+      break;
     }
   };
-}
-
-bool ConsoleFrontEnd::AddInput(Shared& shared, std::string_view bytes) {
-  const Lock lock(shared.mutex);
-  while (!shared.closed && shared.input.size() >= kMostInput)
-    shared.room.wait(shared.mutex);
-  if (shared.closed) return false;
-  shared.input += bytes;
-  shared.inputEnded = bytes.empty();
-  shared.changed.notify_one();
-  return true;
 }
 
 // The end of the input ends the reader, not the program. The reader reads ahead no more than it
 // may: a flood waits in its pipe.
 void ConsoleFrontEnd::StartReader() {
-  std::thread([state = shared, source = terminal] {
+  std::thread([box = inbox, source = terminal] {
     std::array<char, 512> bytes;
     std::size_t count = 1;
     while (count > 0) {
       count = source->Read(bytes);
-      if (!AddInput(*state, {bytes.data(), count})) return;
+      if (!box->AddInput({bytes.data(), count})) return;
     }
   }).detach();
 }
 
 void ConsoleFrontEnd::WaitForWork(const TimerQueue& timers) {
   constexpr double kBusy = 0.01; // seconds until a busy worker is asked again
-  const bool takes = (!takesInput || takesInput()) && lines.size() < kMostLines;
+  const bool takes = (!takesInput || takesInput()) && !lines.IsFull();
   const auto due = timers.NextDue();
   const double now = App().HighResolutionSeconds();
   double wait = due ? std::clamp(*due - now, 0.0, kLongestWait) : kLongestWait;
   if (hasStatus && IsExchange(shown.code)) wait = std::min(wait, kRefresh);
   if (!monitorRest.empty()) wait = std::clamp(restDue - now, 0.0, wait);
-  if (!lines.empty()) wait = NextLine() == lines.end() ? std::min(wait, kBusy) : 0;
-  const Lock lock(shared->mutex);
-  const double most = !takes && shared->HasInput() ? std::min(wait, kBusy) : wait;
-  const auto until = std::chrono::steady_clock::now() + std::chrono::duration<double>(most);
-  while (!shared->quit && shared->tasks.empty() && !(takes && shared->HasInput()))
-    if (shared->changed.wait_until(shared->mutex, until) == std::cv_status::timeout) return;
-}
-
-bool ConsoleFrontEnd::IsQuitting() {
-  const Lock lock(shared->mutex);
-  return shared->quit;
+  if (!lines.IsEmpty()) wait = lines.IsReady(now) ? 0 : std::min(wait, kBusy);
+  if (!takes && inbox->HasInput()) wait = std::min(wait, kBusy);
+  const auto span = std::chrono::duration<double>(wait);
+  inbox->Wait(takes ? ConsoleInbox::For::TaskOrInput : ConsoleInbox::For::Task,
+              std::chrono::steady_clock::now() +
+                  std::chrono::duration_cast<std::chrono::steady_clock::duration>(span));
 }
 
 void ConsoleFrontEnd::RunTasks() {
-  std::deque<std::function<void()>> now;
-  {
-    const Lock lock(shared->mutex);
-    now.swap(shared->tasks);
-  }
-  for (const auto& task : now)
+  for (const auto& task : inbox->TakeTasks())
     task();
 }
 
@@ -182,11 +136,11 @@ void ConsoleFrontEnd::Run(TimerQueue& timers, std::function<void(const KorText&)
   lineHandler = std::move(onLine);
   timers.SetOnEarlier([this] { Post([] {}); });
   StartReader();
-  while (!IsQuitting()) {
+  while (!inbox->IsQuitting()) {
     WaitForWork(timers);
     RunTasks();
     TakeInput();
-    if (!IsQuitting()) timers.RunDue(App().HighResolutionSeconds());
+    if (!inbox->IsQuitting()) timers.RunDue(App().HighResolutionSeconds());
     Refresh();
   }
   RunTasks();
@@ -204,24 +158,14 @@ void ConsoleFrontEnd::Finish() {
 
 // At most one line is run; what follows "quit" is left alone.
 void ConsoleFrontEnd::TakeInput() {
-  if (IsQuitting() || (takesInput && !takesInput()) || RunLine()) return;
-  if (lines.size() >= kMostLines) return;
+  if (inbox->IsQuitting() || (takesInput && !takesInput()) || RunLine()) return;
+  if (lines.IsFull()) return;
   ReadLine();
   RunLine();
 }
 
 void ConsoleFrontEnd::ReadLine() {
-  std::string bytes;
-  bool ended = false;
-  {
-    const Lock lock(shared->mutex);
-    const std::size_t end = shared->input.find_first_of("\r\n");
-    bytes = shared->input.substr(0, end == std::string::npos ? end : end + 1);
-    shared->input.erase(0, bytes.size());
-    ended = shared->input.empty() && std::exchange(shared->inputEnded, false);
-  }
-  shared->room.notify_one();
-  if (ended) bytes += '\n'; // a last line without its end is a line
+  const std::string bytes = inbox->TakeInput();
   for (const std::string& line : editor->Take(bytes))
     CompleteLine(line);
   if (interactive && !bytes.empty()) DrawLive();
@@ -231,32 +175,13 @@ void ConsoleFrontEnd::CompleteLine(const std::string& bytes) {
   const KorText line = KorText::FromUtf8(bytes).Trimmed();
   if (line.IsEmpty()) return;
   if (interactive) PrintLine(std::string(kPrompt) + PrintableText(line));
-  lines.push_back(line);
+  lines.Add(line);
 }
 
 bool ConsoleFrontEnd::RunLine() {
-  const auto next = NextLine();
-  if (next == lines.end()) return false;
-  const KorText line = std::move(*next);
-  lines.erase(next);
-  if (lineHandler) lineHandler(line);
-  return true;
-}
-
-// The first that need not wait.
-std::deque<KorText>::iterator ConsoleFrontEnd::NextLine() {
-  const double now = App().HighResolutionSeconds();
-  if (!awaits || !awaits())
-    awaitsSince.reset();
-  else if (!awaitsSince)
-    awaitsSince = now;
-  if (!awaitsSince) return lines.begin();
-  if (now < *awaitsSince + kGrace) return lines.end();
-  for (auto line = lines.begin(); line != lines.end(); ++line) {
-    const auto waits = [&](const KorText& other) { return !overtakes(*line, other); };
-    if (!waits({}) && std::none_of(lines.begin(), line, waits)) return line;
-  }
-  return lines.end();
+  const auto line = lines.Take(App().HighResolutionSeconds());
+  if (line && lineHandler) lineHandler(*line);
+  return line.has_value();
 }
 
 // --- Output ---
@@ -364,11 +289,9 @@ void ConsoleFrontEnd::ShowStatus(const StatusView& view) {
 
 // Only a user who sees the question can answer it.
 void ConsoleFrontEnd::AskWhileBusy() {
-  const Lock lock(shared->mutex);
-  shared->asks = interactive && IsExchange(shown.code);
-  shared->asked = shared->asked && shared->asks;
-  if (shared->asks && !shared->question)
-    shared->question = [this] { Print(LookUpText(kTexts.quitDuringTransfer)); };
+  const bool asks = interactive && IsExchange(shown.code);
+  inbox->SetQuestion(asks ? [this] { Print(LookUpText(kTexts.quitDuringTransfer)); }
+                          : std::function<void()>());
 }
 
 // Piped, the change of status has told it.

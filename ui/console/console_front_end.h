@@ -2,19 +2,18 @@
 // status line above a prompt and lets ended jobs and the monitor's text scroll above both; piped,
 // it writes a line for each change of status. Messages go to standard error as "caption: text".
 //
-// Owned by main. All but Post, Quit and what Quitter and EventHandler return runs on the thread
-// that calls Run: the window's thread.
+// Owned by main. Window's thread, which is the one that calls Run, but for Post, Quit, and what
+// Quitter and EventHandler return.
 #pragma once
 
-#include <condition_variable>
-#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 
-#include "services/core/thread_annotations.h"
+#include "ui/console/console_inbox.h"
 #include "ui/console/console_output.h"
+#include "ui/console/waiting_lines.h"
 #include "ui/form_dialog.h"
 #include "ui/terminal.h"
 #include "ui/timer_queue.h"
@@ -37,24 +36,18 @@ class ConsoleFrontEnd : public FormDialog {
 
   // Runs until Quit: hands each line of standard input to onLine and runs timers as they fall due.
   void Run(TimerQueue& timers, std::function<void(const KorText&)> onLine);
-  // Sets what is asked before each line of input. While it says no, the input waits, and so does
-  // whoever writes it.
+  // Sets what is asked before each line of input. While the answer is no, the input waits, and so
+  // does whoever writes it.
   void SetTakesInput(std::function<bool()> ready) { takesInput = std::move(ready); }
-  // While what an earlier line has asked for is not answered, lines wait, a few of them. After a
-  // moment, which a script gives its commands to be done in their order, a line may overtake the
-  // question and lines that wait; it is asked for each of those, the question being an empty one.
-  void SetAwaits(std::function<bool()> awaitsAnswer,
-                 std::function<bool(const KorText& line, const KorText& waiting)> mayOvertake) {
-    awaits = std::move(awaitsAnswer);
-    overtakes = std::move(mayOvertake);
-  }
+  WaitingLines& Lines() { return lines; }
   void Quit() { Quitter()(); } // any thread
   // Ends Run; may be called by any thread at any time, also after the front end has gone.
   std::function<void()> Quitter() const;
 
   // Quits. On a terminal, while an exchange runs, it only asks at first.
-  void AskQuit() { Interrupt(shared); }
-  // What the terminal's events call; as Quitter's, at any time. A second Ctrl-C always ends Run.
+  void AskQuit() { inbox->Interrupt(); }
+  // Returns what the terminal's events call; like Quitter's result it may be called at any time. A
+  // second Ctrl-C always ends Run.
   std::function<void(TerminalEvent)> EventHandler();
   // Shows, after the engine's end, what the engine still had to say.
   void Finish();
@@ -63,7 +56,7 @@ class ConsoleFrontEnd : public FormDialog {
 
   // Writes a line of answer to a command on standard output.
   void Print(const KorText& line);
-  void PrintJob(const EndedJob& job); // likewise; red where it failed
+  void PrintJob(const EndedJob& job); // does the same, in red where the job failed
   // Waits until the reader has taken what was printed.
   void Flush(std::chrono::milliseconds atMost = ConsoleOutput::kPatience) { output.Flush(atMost); }
   void SetMonitorOn(bool on);
@@ -82,41 +75,14 @@ class ConsoleFrontEnd : public FormDialog {
   void Post(std::function<void()> task) override;
 
  private:
-  static constexpr std::size_t kMostInput = 4096; // bytes that are read ahead
-  static constexpr std::size_t kMostLines = 16;   // complete ones that wait
-
-  // What the reading thread shares with the loop; it outlives the front end while the reader is
-  // stuck in a read that never ends.
-  struct Shared {
-    Mutex mutex;
-    std::condition_variable_any changed;
-    std::condition_variable_any room; // in the input, or closed
-    std::deque<std::function<void()>> tasks KOR_GUARDED_BY(mutex);
-    std::string input KOR_GUARDED_BY(mutex); // read and not yet taken
-    bool inputEnded KOR_GUARDED_BY(mutex) = false;
-    bool quit KOR_GUARDED_BY(mutex) = false;
-    bool closed KOR_GUARDED_BY(mutex) = false;
-    bool asks KOR_GUARDED_BY(mutex) = false;  // a wish to end is answered by a question
-    bool asked KOR_GUARDED_BY(mutex) = false; // that has been put
-    std::function<void()> question KOR_GUARDED_BY(mutex);
-
-    bool HasInput() const KOR_REQUIRES(mutex) { return !input.empty() || inputEnded; }
-  };
-
-  static void Interrupt(const std::shared_ptr<Shared>& shared);
-  // Adds what was read once there is room for it; nothing read is the end. False when the front end
-  // has gone.
-  static bool AddInput(Shared& shared, std::string_view bytes);
   void StartReader();
   void TakeInput();
-  bool RunLine(); // one that need not wait; false when there is none
-  std::deque<KorText>::iterator NextLine();
+  bool RunLine(); // false when all have to wait, or there is none
   void ReadLine();
   void CompleteLine(const std::string& line);
   void AskWhileBusy();
   void RunTasks();
   void WaitForWork(const TimerQueue& timers);
-  bool IsQuitting();
   void ShowMonitorRest();
   void PrintLine(std::string_view line);
   void PrintAlert(std::string_view line); // red where that can be
@@ -132,13 +98,10 @@ class ConsoleFrontEnd : public FormDialog {
   ConsoleOutput output;
   const bool interactive;
   const bool colours;
-  std::shared_ptr<Shared> shared = std::make_shared<Shared>();
+  const std::shared_ptr<ConsoleInbox> inbox = std::make_shared<ConsoleInbox>();
   std::function<void(const KorText&)> lineHandler;
   std::function<bool()> takesInput;
-  std::function<bool()> awaits;
-  std::function<bool(const KorText&, const KorText&)> overtakes;
-  std::deque<KorText> lines;         // complete, and not yet run
-  std::optional<double> awaitsSince; // seconds of the high-resolution clock
+  WaitingLines lines;
   std::unique_ptr<LineEditor> editor;
   StatusView shown;
   bool hasStatus = false;
