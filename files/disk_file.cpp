@@ -331,13 +331,14 @@ bool DiskFile::TakeMarker(std::uint32_t expected) {
 
 // --- Records ---
 
-DiskFile::BegunRecord DiskFile::BeginRecord(std::uint32_t classId, bool create, bool skipAllowed) {
+DiskFile::BegunRecord DiskFile::BeginRecord(std::uint32_t classId, NewObject wanted,
+                                            OtherClass other) {
   if (errors != 0 || !StartBlock()) return {};
-  return writing ? BeginWriting(classId, create) : BeginReading(classId, create, skipAllowed);
+  return writing ? BeginWriting(classId, wanted) : BeginReading(classId, wanted, other);
 }
 
-DiskFile::BegunRecord DiskFile::BeginWriting(std::uint32_t classId, bool create) {
-  if (create) {
+DiskFile::BegunRecord DiskFile::BeginWriting(std::uint32_t classId, NewObject wanted) {
+  if (wanted == NewObject::Create) {
     SetError(kErrorReadWhileWriting);
     return {};
   }
@@ -353,7 +354,8 @@ DiskFile::BegunRecord DiskFile::BeginWriting(std::uint32_t classId, bool create)
   return {true, true, nullptr};
 }
 
-DiskFile::BegunRecord DiskFile::BeginReading(std::uint32_t classId, bool create, bool skipAllowed) {
+DiskFile::BegunRecord DiskFile::BeginReading(std::uint32_t classId, NewObject wanted,
+                                             OtherClass other) {
   const std::uint64_t from = StreamPosition();
   OpenRecord record;
   if (!records.empty() && from >= records.back().end) {
@@ -366,11 +368,11 @@ DiskFile::BegunRecord DiskFile::BeginReading(std::uint32_t classId, bool create,
   if (from >= Size() || !ReadRecordStart(record)) return {};
   BegunRecord begun{true, true, nullptr};
   bool known = classId == 0 || record.classId == classId;
-  if (known && create) {
+  if (known && wanted == NewObject::Create) {
     begun.object = ClassRegistry::Global().Create(record.classId);
     known = begun.object != nullptr;
   }
-  if (!known && !skipAllowed) {
+  if (!known && other == OtherClass::Refuse) {
     SetError(kErrorUnknownClass);
     return {};
   }
@@ -470,9 +472,9 @@ void DiskFile::CloseRecordsTo(std::size_t depth) {
     EndRecord();
 }
 
-std::unique_ptr<Storable> DiskFile::ReadNewObject(bool skipAllowed) {
+std::unique_ptr<Storable> DiskFile::ReadNewObject(OtherClass other) {
   const std::size_t depth = RecordDepth();
-  BegunRecord record = BeginRecord(0, true, skipAllowed);
+  BegunRecord record = BeginRecord(0, NewObject::Create, other);
   if (record.object != nullptr) record.object->Transfer(*this);
   if (record.present)
     CloseRecordsTo(depth);
@@ -529,7 +531,7 @@ std::shared_ptr<Storable> DiskFile::ReadInstance() {
     return nullptr;
   }
   // No skipping: a shared object that is lost would be lost to all who refer to it, silently.
-  std::shared_ptr<Storable> object = ReadNewObject(false);
+  std::shared_ptr<Storable> object = ReadNewObject(OtherClass::Refuse);
   if (object != nullptr)
     instances.insert_or_assign({object->ClassId(), crc.count, crc.low, crc.high}, object);
   return object;

@@ -124,13 +124,15 @@ class DiskFile : public KorFile {
   struct BegunRecord {
     bool open = false;    // a record was opened: EndRecord has to follow
     bool present = false; // and it is not the empty stand-in for one that an older file lacks
-    std::unique_ptr<Storable> object; // reading with the create flag
+    std::unique_ptr<Storable> object; // what NewObject::Create has made
     explicit operator bool() const { return open; }
   };
-  // Writing opens a record of the class, reading opens the next one. A class other than classId (0:
-  // any) or, with the create flag, a class that the registry does not know is skipped where that is
-  // allowed; elsewhere it is an error.
-  BegunRecord BeginRecord(std::uint32_t classId, bool create = false, bool skipAllowed = false);
+  enum class NewObject { None, Create };  // whether reading makes an object of the record's class
+  enum class OtherClass { Refuse, Skip }; // what becomes of a record of another class
+  // Writing opens a record of the class, reading opens the next one. A record of a class other than
+  // classId (0: any), or of a class that the registry can't create, is skipped or is an error.
+  BegunRecord BeginRecord(std::uint32_t classId, NewObject wanted = NewObject::None,
+                          OtherClass other = OtherClass::Refuse);
   // Patches the sizes, or moves to the record's end. Does nothing when no record is open.
   void EndRecord();
   std::size_t RecordDepth() const { return records.size(); }
@@ -144,7 +146,8 @@ class DiskFile : public KorFile {
   bool TransferObject(Storable& object) { return TransferAs(object, object.ClassId()); }
   // Moves an object of any registered class. Reading creates the object, and gives null when there
   // is none or it was skipped. Writing null does nothing.
-  template <class T> bool TransferNewObject(std::unique_ptr<T>& object, bool skipAllowed = false);
+  template <class T>
+  bool TransferNewObject(std::unique_ptr<T>& object, OtherClass other = OtherClass::Refuse);
   // Moves the base class's part of an object, as a record of the base class. A file that ends
   // before that record was cut off, which is an error.
   template <class Base> bool TransferBase(Base& object);
@@ -202,14 +205,14 @@ class DiskFile : public KorFile {
   void ReadHeader();
   bool ReadFileType();
   bool TakeMarker(std::uint32_t expected);
-  BegunRecord BeginWriting(std::uint32_t classId, bool create);
-  BegunRecord BeginReading(std::uint32_t classId, bool create, bool skipAllowed);
+  BegunRecord BeginWriting(std::uint32_t classId, NewObject wanted);
+  BegunRecord BeginReading(std::uint32_t classId, NewObject wanted, OtherClass other);
   bool ReadRecordStart(OpenRecord& record);
   bool ReadSize(std::uint64_t& value);
   bool IsConsistent(const OpenRecord& record) const;
   bool TransferAs(Storable& object, std::uint32_t classId);
   void CloseRecordsTo(std::size_t depth);
-  std::unique_ptr<Storable> ReadNewObject(bool skipAllowed);
+  std::unique_ptr<Storable> ReadNewObject(OtherClass other);
   void WriteInstance(const std::shared_ptr<Storable>& object);
   std::shared_ptr<Storable> ReadInstance();
   bool TransferCrc(FileCrc& crc);
@@ -287,9 +290,9 @@ template <RecordEnum T> inline bool DiskFile::Transfer(T& value) {
   return true;
 }
 
-template <class T> bool DiskFile::TransferNewObject(std::unique_ptr<T>& object, bool skipAllowed) {
+template <class T> bool DiskFile::TransferNewObject(std::unique_ptr<T>& object, OtherClass other) {
   if (IsWriting()) return object != nullptr && TransferObject(*object);
-  std::unique_ptr<Storable> read = ReadNewObject(skipAllowed);
+  std::unique_ptr<Storable> read = ReadNewObject(other);
   object.reset(dynamic_cast<T*>(read.get()));
   if (object != nullptr)
     static_cast<void>(read.release());

@@ -77,20 +77,19 @@ KorText GetPathRoot(std::u16string_view path) {
   return path.substr(0, path.find_first_of(kSeparators, 2));
 }
 
-bool IsUnicodeNotationPath(std::u16string_view path, bool warn) {
+bool IsUnicodeNotationPath(std::u16string_view path, NotationWarning warning) {
   const KorText plain = WithSlashes(path);
   // The second form is meant without the two leading slashes.
   if (!plain.StartsWithNoCase(u"//?/") && !plain.StartsWithNoCase(u"?/UNC/")) return false;
-  if (warn)
+  if (warning == NotationWarning::Raise)
     App().DebugWarning(u"Do not store/parse paths in unicode notation format!",
                        u"AbsToRelPath does not support unicode notation paths!");
   return true;
 }
 
-KorText AbsToRelPath(const KorText& path, OptionalPath base, OptionalPath root,
-                     bool allowClimbing) {
+KorText AbsToRelPath(const KorText& path, OptionalPath base, OptionalPath root, Climbing climbing) {
   const KorText plain = WithSlashes(path);
-  IsUnicodeNotationPath(plain, true);
+  IsUnicodeNotationPath(plain, NotationWarning::Raise);
   if (root) {
     const auto rest = RestBehind(plain, WithoutEndSlash(WithSlashes(*root)));
     if (rest && (!base || !rest->Contains(u"/"))) return *rest;
@@ -98,7 +97,7 @@ KorText AbsToRelPath(const KorText& path, OptionalPath base, OptionalPath root,
   const KorText folder = WithoutEndSlash(BaseFolder(base));
   if (plain.EqualsNoCase(folder)) return u".";
   if (const auto rest = RestBehind(plain, folder)) return KorText(u"./") + *rest;
-  if (allowClimbing)
+  if (climbing == Climbing::Allowed)
     if (const auto climbed = ClimbTo(plain, folder)) return *climbed;
   return plain;
 }
@@ -130,11 +129,11 @@ KorText MakeValidFileName(const KorText& name) {
   return valid;
 }
 
-KorText MakeValidFileName(const KorText& name, bool quiet) {
+KorText MakeValidFileName(const KorText& name, NameNotice notice) {
   KorText valid = MakeValidFileName(name);
   while (valid.Last() == u'.')
     valid.Remove(valid.Length() - 1, 1);
-  if (quiet || valid == name) return valid;
+  if (notice == NameNotice::Quiet || valid == name) return valid;
   MessageRecord record;
   record.level = MessageLevel::Info;
   record.message = KorText::Format(LookUpText(kTexts.namesInMessage), LookUpText(kTexts.oldName),

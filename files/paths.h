@@ -22,27 +22,31 @@ int ComparePaths(OptionalPath a, OptionalPath b);
 // Returns "C:" for a drive path, "//server" for a network path, and an empty text for any other.
 KorText GetPathRoot(std::u16string_view path);
 
-// Whether the path is in the long-path notation, which must not be stored; with the flag, a debug
+// Returns whether the path is in the long-path notation, which must not be stored. The debug
 // warning says so.
-bool IsUnicodeNotationPath(std::u16string_view path, bool warn);
+enum class NotationWarning { None, Raise };
+bool IsUnicodeNotationPath(std::u16string_view path, NotationWarning warning);
 
-// "." for the base itself, "./..." below it, "../..." beside it when climbing is allowed and both
-// have the same root (compared without regard to case). A path that fits none of these comes back
-// as it was given. A path below the root folder is cut to the part below it, unless a base was
-// given too and the part still names a folder.
+// Returns "." for the base itself, "./..." below it, and "../..." beside it when climbing is
+// allowed and both have the same root (compared without regard to case). A path that fits none of
+// these comes back as it was given. A path below the root folder is cut to the part below it,
+// unless a base was given too and the part still names a folder.
+enum class Climbing { Forbidden, Allowed };
 KorText AbsToRelPath(const KorText& path, OptionalPath base = std::nullopt,
-                     OptionalPath root = std::nullopt, bool allowClimbing = false);
+                     OptionalPath root = std::nullopt, Climbing climbing = Climbing::Forbidden);
 
-// The way back. A path that begins with one "/" is joined to GetPathRoot of the base; other paths
-// that don't begin with "." come back with separators changed. The root folder has no effect: a
-// path that AbsToRelPath cut to the part below it does not tell, and comes back as it is.
+// Undoes AbsToRelPath. A path that begins with one "/" is joined to GetPathRoot of the base; other
+// paths that don't begin with "." come back with separators changed. The root folder has no effect:
+// a path that AbsToRelPath cut to the part below it does not tell, and comes back as it is.
 KorText RelToAbsPath(const KorText& path, OptionalPath base = std::nullopt,
                      OptionalPath root = std::nullopt);
 
-// Each of / \ + ? * | < > : " becomes "_".
+// Replaces each of / \ + ? * | < > : " by "_".
 KorText MakeValidFileName(const KorText& name);
-// Does the same and also removes dots at the end. The user is told of a change unless quiet.
-KorText MakeValidFileName(const KorText& name, bool quiet);
+// Does the same and also removes dots at the end. A message tells the user of a change unless
+// quiet.
+enum class NameNotice { Quiet, Show };
+KorText MakeValidFileName(const KorText& name, NameNotice notice);
 
 // Replaces the last "." of the path's file name and what follows it; a name without one gets the
 // extension appended.

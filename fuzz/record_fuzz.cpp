@@ -25,7 +25,7 @@ void ReadAnyObjects(const std::vector<std::uint8_t>& bytes, const RecordFormat& 
   ReadRecords(bytes, format, [](DiskFile& file) {
     while (file.Errors() == 0 && file.StreamPosition() < file.Size()) {
       std::unique_ptr<Storable> object;
-      file.TransferNewObject(object, true);
+      file.TransferNewObject(object, DiskFile::OtherClass::Skip);
     }
   });
 }

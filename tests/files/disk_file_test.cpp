@@ -184,7 +184,7 @@ std::vector<std::uint64_t> faultyList;
 
 const Reader kReadNumber = Record(faultyNumber), kReadText = Record(faultyText),
              kReadList = Record(faultyList);
-const Reader kCreate = [](DiskFile& file) { file.BeginRecord(0, true); };
+const Reader kCreate = [](DiskFile& file) { file.BeginRecord(0, DiskFile::NewObject::Create); };
 const Reader kReadNested = [](DiskFile& file) { file.BeginRecord(5), file.BeginRecord(6); };
 const Reader kReadMark = [](DiskFile& file) { file.BeginRecord(5), file.SectionMark(); };
 
@@ -222,7 +222,7 @@ TEST_F(DiskFileTest, EachFaultSetsItsFlag) {
   }
   DiskFile writing;
   writing.OpenMemory(kFileWrite);
-  EXPECT_FALSE(writing.BeginRecord(5, true));
+  EXPECT_FALSE(writing.BeginRecord(5, DiskFile::NewObject::Create));
   EXPECT_EQ(writing.Errors(), 16U);
 }
 
@@ -237,7 +237,7 @@ TEST_F(DiskFileTest, UnknownObjectsAreSkippedWhereThatIsAllowed) {
   std::unique_ptr<SampleTool> none, tool;
   std::unique_ptr<SampleMachine> notATool;
   ExpectReads(bytes, [&](DiskFile& file) {
-    EXPECT_FALSE(file.TransferNewObject(none, true));
+    EXPECT_FALSE(file.TransferNewObject(none, DiskFile::OtherClass::Skip));
     EXPECT_TRUE(file.TransferNewObject(tool));
     Record(lost)(file);
   });
@@ -246,7 +246,7 @@ TEST_F(DiskFileTest, UnknownObjectsAreSkippedWhereThatIsAllowed) {
   EXPECT_EQ(lost, 2U);
   EXPECT_EQ(ReadRecords(bytes, kNarrow,
                         [&](DiskFile& file) {
-                          file.TransferNewObject(none, true);
+                          file.TransferNewObject(none, DiskFile::OtherClass::Skip);
                           file.TransferNewObject(notATool);
                         }),
             1U);

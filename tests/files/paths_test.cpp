@@ -40,37 +40,38 @@ TEST_F(PathsTest, Root) {
 }
 
 TEST_F(PathsTest, AbsoluteToRelative) {
+  constexpr auto kStay = Climbing::Forbidden, kClimb = Climbing::Allowed;
   struct {
     const char16_t* path;
     OptionalPath base, root;
-    bool climb;
+    Climbing climbing;
     const char16_t* relative;
   } const cases[] = {
-      {u"C:\\Jobs\\A\\file.nc", u"C:/Jobs", kNone, false, u"./A/file.nc"},
-      {u"c:/jobs/file.nc", u"C:\\JOBS\\", kNone, false, u"./file.nc"},
-      {u"C:/Jobs/A", u"C:/Jobs/A/", kNone, false, u"."},
-      {u"C:/Jobs/A/", u"C:/Jobs/A", kNone, false, u"./"},
-      {u"C:/JobsX/f", u"C:/Jobs", kNone, false, u"C:/JobsX/f"}, // no folder of that name
-      {u"C:/Other/x", u"C:/Jobs/A", kNone, true, u"../../Other/x"},
-      {u"C:/jobs/B/x", u"c:/Jobs/A", kNone, true, u"../B/x"},
-      {u"C:/Other/x", u"C:/Jobs/A", kNone, false, u"C:/Other/x"},
-      {u"D:\\x", u"C:/Jobs", kNone, true, u"D:/x"},
-      {u"//server/share/x", u"//SERVER/share/y", kNone, true, u"../x"},
-      {u"//other/share/x", u"//server/share", kNone, true, u"//other/share/x"},
-      {u"/srv/jobs/x", u"/srv/other", kNone, true, u"../jobs/x"},
-      {u"x.nc", u"/srv", kNone, true, u"x.nc"},
-      {u"Other/x", u"Jobs/A", kNone, true, u"../../Other/x"},
-      {u"Jobs/B/x", u"Jobs/A", kNone, true, u"../B/x"},
-      {u"x", u"", kNone, true, u"x"},
-      {u"Other/x", u"../Jobs", kNone, true, u"Other/x"}, // what to climb to is not known
+      {u"C:\\Jobs\\A\\file.nc", u"C:/Jobs", kNone, kStay, u"./A/file.nc"},
+      {u"c:/jobs/file.nc", u"C:\\JOBS\\", kNone, kStay, u"./file.nc"},
+      {u"C:/Jobs/A", u"C:/Jobs/A/", kNone, kStay, u"."},
+      {u"C:/Jobs/A/", u"C:/Jobs/A", kNone, kStay, u"./"},
+      {u"C:/JobsX/f", u"C:/Jobs", kNone, kStay, u"C:/JobsX/f"}, // no folder of that name
+      {u"C:/Other/x", u"C:/Jobs/A", kNone, kClimb, u"../../Other/x"},
+      {u"C:/jobs/B/x", u"c:/Jobs/A", kNone, kClimb, u"../B/x"},
+      {u"C:/Other/x", u"C:/Jobs/A", kNone, kStay, u"C:/Other/x"},
+      {u"D:\\x", u"C:/Jobs", kNone, kClimb, u"D:/x"},
+      {u"//server/share/x", u"//SERVER/share/y", kNone, kClimb, u"../x"},
+      {u"//other/share/x", u"//server/share", kNone, kClimb, u"//other/share/x"},
+      {u"/srv/jobs/x", u"/srv/other", kNone, kClimb, u"../jobs/x"},
+      {u"x.nc", u"/srv", kNone, kClimb, u"x.nc"},
+      {u"Other/x", u"Jobs/A", kNone, kClimb, u"../../Other/x"},
+      {u"Jobs/B/x", u"Jobs/A", kNone, kClimb, u"../B/x"},
+      {u"x", u"", kNone, kClimb, u"x"},
+      {u"Other/x", u"../Jobs", kNone, kClimb, u"Other/x"}, // what to climb to is not known
       // a root folder
-      {u"C:/Data/Jobs/x", kNone, u"c:\\data", false, u"Jobs/x"},
-      {u"C:/Data/x", u"C:/Data/Jobs", u"C:/Data/", false, u"x"},
-      {u"C:/Data/Jobs/x", u"C:/Data/Jobs", u"C:/Data", false, u"./x"},
-      {u"C:/Else/x", u"C:/Else", u"C:/Data", false, u"./x"},
+      {u"C:/Data/Jobs/x", kNone, u"c:\\data", kStay, u"Jobs/x"},
+      {u"C:/Data/x", u"C:/Data/Jobs", u"C:/Data/", kStay, u"x"},
+      {u"C:/Data/Jobs/x", u"C:/Data/Jobs", u"C:/Data", kStay, u"./x"},
+      {u"C:/Else/x", u"C:/Else", u"C:/Data", kStay, u"./x"},
   };
   for (const auto& c : cases)
-    EXPECT_EQ(AbsToRelPath(c.path, c.base, c.root, c.climb), c.relative)
+    EXPECT_EQ(AbsToRelPath(c.path, c.base, c.root, c.climbing), c.relative)
         << KorText(c.path).ToUtf8();
   EXPECT_TRUE(app.Warnings().empty());
 }
@@ -112,7 +113,7 @@ TEST_F(PathsTest, LongPathNotationIsReportedAndConverted) {
   const TestApp::Warning warning{u"Do not store/parse paths in unicode notation format!",
                                  u"AbsToRelPath does not support unicode notation paths!"};
   for (const char16_t* path : {u"//?/C:/x", u"\\\\?\\C:\\x", u"?/unc/server/x"}) {
-    EXPECT_TRUE(IsUnicodeNotationPath(path, false));
+    EXPECT_TRUE(IsUnicodeNotationPath(path, NotationWarning::None));
     EXPECT_TRUE(app.Warnings().empty());
     AbsToRelPath(path);
     EXPECT_EQ(app.Warnings(), std::vector{warning});
@@ -120,18 +121,18 @@ TEST_F(PathsTest, LongPathNotationIsReportedAndConverted) {
   }
   EXPECT_EQ(AbsToRelPath(u"\\\\?\\C:\\Jobs\\x", u"//?/C:/Jobs"), u"./x");
   app.ForgetReports();
-  EXPECT_FALSE(IsUnicodeNotationPath(u"//./C:/x", true));
-  EXPECT_FALSE(IsUnicodeNotationPath(u"//?UNC/x", true));
+  EXPECT_FALSE(IsUnicodeNotationPath(u"//./C:/x", NotationWarning::Raise));
+  EXPECT_FALSE(IsUnicodeNotationPath(u"//?UNC/x", NotationWarning::Raise));
   EXPECT_TRUE(app.Warnings().empty());
 }
 
 TEST_F(PathsTest, FileNames) {
   EXPECT_EQ(MakeValidFileName(u"a:b?.txt."), u"a_b_.txt.");
   EXPECT_EQ(MakeValidFileName(u"/\\+?*|<>:\"x"), u"__________x");
-  EXPECT_EQ(MakeValidFileName(u"a:b?.txt.", true), u"a_b_.txt");
-  EXPECT_EQ(MakeValidFileName(u"fine.nc", false), u"fine.nc");
+  EXPECT_EQ(MakeValidFileName(u"a:b?.txt.", NameNotice::Quiet), u"a_b_.txt");
+  EXPECT_EQ(MakeValidFileName(u"fine.nc", NameNotice::Show), u"fine.nc");
   EXPECT_TRUE(app.Messages().empty());
-  EXPECT_EQ(MakeValidFileName(u"a:b..", false), u"a_b");
+  EXPECT_EQ(MakeValidFileName(u"a:b..", NameNotice::Show), u"a_b");
   ASSERT_EQ(app.Messages().size(), 1u);
   EXPECT_EQ(app.Messages()[0].message, u"Old name:\n  a:b..\n New name:\n  a_b");
 }
