@@ -46,7 +46,7 @@ class NceProtocol {
   void OnUploadRequest();
   void OnUploadData(const KorText& line);
   void OnUploadEnd(const KorText& line);
-  KorText UploadNote(bool isCut) const;
+  KorText UploadNote() const;
   void OnUploadFailed();
   void OnDirectoryRequest();
   void OnAcknowledge();

@@ -27,14 +27,13 @@ void NceProtocol::OnUploadRequest() {
     return;
   }
   Board().SetBar(0, kUploadRange);
-  exchange.Upload().Begin(UploadNote(false));
+  exchange.Upload().Begin(UploadNote());
   Reply(
       KorText::Format(u"Upload from NCE  in progress. &TH %s", numberText)); // two blanks intended
 }
 
 // A program without a number is a hidden file that no request finds.
-KorText NceProtocol::UploadNote(bool isCut) const {
-  if (isCut) return LookUpText(kTexts.uploadCutShort);
+KorText NceProtocol::UploadNote() const {
   if (!numberText.IsEmpty() || exchange.IsByHand()) return {};
   return KorText::Format(LookUpText(kTexts.uploadWithoutNumber), FileNameOfPath(pcFilePath));
 }
@@ -78,7 +77,8 @@ void NceProtocol::OnUploadEnd(const KorText& line) {
     return;
   }
   Board().SetBar(0, 0);
-  exchange.Status().Enter(LinkStatus::UploadCompleted, UploadNote(isCut));
+  exchange.Status().Enter(LinkStatus::UploadCompleted,
+                          isCut ? LookUpText(kTexts.uploadCutShort) : UploadNote());
   Reply(u">");
   exchange.FinishTransfer();
 }

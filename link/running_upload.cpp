@@ -1,5 +1,7 @@
 #include "link/running_upload.h"
 
+#include <utility>
+
 #include "services/core/app_interface.h"
 #include "services/core/text_lookup.h"
 
@@ -31,7 +33,7 @@ void RunningUpload::Begin(const KorText& newNote) {
 void RunningUpload::Count(std::size_t bytes) {
   status.Board().AddBytesDone(static_cast<std::int64_t>(bytes));
   moved = Now();
-  if (standsStill) ShowNote(false);
+  if (std::exchange(standsStill, false)) ShowNote();
 }
 
 bool RunningUpload::Commit() {
@@ -41,13 +43,14 @@ bool RunningUpload::Commit() {
 
 void RunningUpload::Watch() {
   if (standsStill || status.Code() != LinkStatus::Uploading) return;
-  if (Now() - moved >= kPatience) ShowNote(true);
+  if (Now() - moved < kPatience) return;
+  standsStill = true;
+  ShowNote();
 }
 
-void RunningUpload::ShowNote(bool stands) {
-  standsStill = stands;
-  status.ChangeNote(stands ? KorText::Format(LookUpText(kTexts.uploadStands), window.CancelName())
-                           : note);
+void RunningUpload::ShowNote() {
+  status.ChangeNote(
+      standsStill ? KorText::Format(LookUpText(kTexts.uploadStands), window.CancelName()) : note);
 }
 
 } // namespace kor

@@ -28,7 +28,7 @@ class RunningUpload {
   void Watch();
 
  private:
-  void ShowNote(bool stands);
+  void ShowNote(); // the one that fits standsStill
 
   StatusTeller& status;
   const FormDialog& window;

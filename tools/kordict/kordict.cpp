@@ -43,7 +43,9 @@ class Kordict {
   bool LoadDictionary();
   std::optional<std::vector<KorText>> TranslationFiles();
   bool ReadTranslations(const std::vector<KorText>& files);
-  bool ReadTranslation(const KorText& file, bool mayDiffer);
+  // What to do about texts of a file that differ from those of the files before.
+  enum class Differences { Tell, Ignore };
+  bool ReadTranslation(const KorText& file, Differences differences);
   void TellImported(const KorText& file, const ImportResult& result);
   bool EnsureLanguages(const std::vector<KorText>& files);
   bool EnsureLanguage(const KorText& file, const KorText& code);
@@ -126,20 +128,20 @@ std::optional<std::vector<KorText>> Kordict::TranslationFiles() {
 bool Kordict::ReadTranslations(const std::vector<KorText>& files) {
   const bool hasEnglish = !options.english.IsEmpty();
   if (!EnsureLanguages(files)) return false;
-  if (hasEnglish && !(EnsureLanguages({options.english}) && ReadTranslation(options.english, true)))
-    return false;
+  const auto readEnglish = [this] { return ReadTranslation(options.english, Differences::Ignore); };
+  if (hasEnglish && !(EnsureLanguages({options.english}) && readEnglish())) return false;
   bool good = true;
   for (const KorText& file : files)
-    good = ReadTranslation(file, hasEnglish) && good;
-  return good && (!hasEnglish || ReadTranslation(options.english, true));
+    good = ReadTranslation(file, hasEnglish ? Differences::Ignore : Differences::Tell) && good;
+  return good && (!hasEnglish || readEnglish());
 }
 
-bool Kordict::ReadTranslation(const KorText& file, bool mayDiffer) {
+bool Kordict::ReadTranslation(const KorText& file, Differences differences) {
   const ImportResult result = dictionary.ImportXLIFF(file, Failures::Silent, Progress());
   for (const KorText& error : result.errors)
     out.complain(error);
   if (result.done) TellImported(file, result);
-  if (mayDiffer) return result.done;
+  if (differences == Differences::Ignore) return result.done;
   for (const KorText& warning : result.warnings)
     out.complain(warning);
   return result.done && result.warnings.empty();
