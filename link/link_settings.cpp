@@ -331,49 +331,57 @@ void EnsureTrailingSeparators(LinkSettings& settings) {
   settings.downloadPath = WithTrailingSlash(settings.downloadPath);
 }
 
+namespace {
+
+FormField MakeField(const UserText& label, const char16_t* key, FieldKind kind,
+                    const KorText& value, std::vector<KorText> choices = {}) {
+  return {label.number, key, LookUpText(label), kind, value, std::move(choices)};
+}
+
+FormField MakePortField(const KorText& port, const std::vector<KorText>& ports) {
+  FormField field = MakeField(kTexts.port, u"port", FieldKind::Choice, port, ports);
+  field.editable = true; // a device path, or a port that is not there at the moment
+  return field;
+}
+
+FormField MakeTextField(const TextField& text, const KorText& value) {
+  FormField field = MakeField(text.label, text.key, text.kind, value);
+  if (text.choices) field.choices = Texts(text.choices());
+  // A value from an older file that the list lacks stays selectable.
+  if (text.choices && ListedValue(field).IsEmpty()) field.choices.push_back(field.value);
+  for (const KorText& choice : field.choices)
+    field.shown.push_back(ShownChoice(field.key, choice));
+  if (text.browseButton > 0) field.browseTitle = LookUpText(text.browseTitle);
+  field.browseNumber = text.browseButton;
+  if (text.kind == FieldKind::FilePath) field.filters = LogFileFilters();
+  return field;
+}
+
+// A box shows only two states, and a value outside its range must not be lost by being shown.
+FormField MakeNumberField(const NumberField& number, std::int32_t value) {
+  const bool isCheck = number.maximum == 1;
+  FormField field =
+      MakeField(number.label, number.key, isCheck ? FieldKind::Check : FieldKind::Number,
+                KorText::Format(u"%i", isCheck && value != 0 ? 1 : value));
+  field.minimum = std::min(value, 0);
+  field.maximum = std::max(value, number.maximum);
+  return field;
+}
+
+} // namespace
+
 FormDescription MakeSettingsForm(const LinkSettings& settings, const std::vector<KorText>& ports) {
   FormDescription form;
   form.caption = LookUpText(kTexts.downloadSettings);
-  FormField port{kTexts.port.number, u"port",       LookUpText(kTexts.port),
-                 FieldKind::Choice,  settings.port, ports};
-  port.editable = true; // a device path, or a port that is not there at the moment
-  form.fields.push_back(port);
-  for (const TextField& text : kTextFields) {
-    FormField field{text.label.number,     text.key, LookUpText(text.label), text.kind,
-                    settings.*text.member, {}};
-    if (text.choices) field.choices = Texts(text.choices());
-    // A value from an older file that the list lacks stays selectable.
-    if (text.choices && ListedValue(field).IsEmpty()) field.choices.push_back(field.value);
-    for (const KorText& choice : field.choices)
-      field.shown.push_back(ShownChoice(field.key, choice));
-    if (text.browseButton > 0) field.browseTitle = LookUpText(text.browseTitle);
-    field.browseNumber = text.browseButton;
-    if (text.kind == FieldKind::FilePath) field.filters = LogFileFilters();
-    form.fields.push_back(field);
-  }
-  for (const NumberField& number : kNumberFields) {
-    // A box shows only two states, and a value outside its range must not be lost by being shown.
-    const std::int32_t value = settings.*number.member;
-    const bool isCheck = number.maximum == 1;
-    FormField field{number.label.number,
-                    number.key,
-                    LookUpText(number.label),
-                    isCheck ? FieldKind::Check : FieldKind::Number,
-                    KorText::Format(u"%i", isCheck && value != 0 ? 1 : value),
-                    {}};
-    field.minimum = std::min(value, 0);
-    field.maximum = std::max(value, number.maximum);
-    form.fields.push_back(field);
-  }
-  for (const CodeField& code : kCodeFields) {
-    FormField field{code.label.number,
-                    code.key,
-                    LookUpText(code.label),
-                    FieldKind::Choice,
-                    NameOfControlCode(settings.*code.member),
-                    Texts(ControlCodeNames())};
-    form.fields.push_back(field);
-  }
+  form.fields.push_back(MakePortField(settings.port, ports));
+  for (const TextField& text : kTextFields)
+    form.fields.push_back(MakeTextField(text, settings.*text.member));
+  for (const NumberField& number : kNumberFields)
+    form.fields.push_back(MakeNumberField(number, settings.*number.member));
+  for (const CodeField& code : kCodeFields)
+    form.fields.push_back(MakeField(code.label, code.key, FieldKind::Choice,
+                                    NameOfControlCode(settings.*code.member),
+                                    Texts(ControlCodeNames())));
   SetGroups(form.fields);
   return form;
 }
