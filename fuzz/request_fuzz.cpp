@@ -90,7 +90,7 @@ class Host {
         [&] { on ? app->LoopbackTest() : app->XonXoffTest(); },
         [&] { on ? app->StartTrace(shop.up + u"trace") : app->StopTrace(); },
         [&] { app->SetMonitorShown(on); },
-        [&] { app->SetHandshake(on, how % 3 == 0); },
+        [&] { app->SetHandshake({.rtsCts = on, .dtrDsr = how % 3 == 0}); },
         [&] { Set(u"write-log", on ? u"1" : u"0"); },
         [&] { Set(u"transmit-delay", on ? u"2" : u"0"); },
     };

@@ -159,7 +159,7 @@ void DownloadApp::Transfer(DiskFile& file) {
   EndRecord(file);
 }
 
-// By the worker, which may be given up: files that are slow must not hold the end.
+// This runs on the worker, which may be given up, so slow files do not hold up the end.
 void DownloadApp::FinishServing() {
   if (!exchange.IsEnding()) return;
   tasks.Run();       // what was asked for before the end is still done
@@ -255,12 +255,6 @@ void DownloadApp::OpenPort(int noSoftwareFlow) {
 
 // --- The running exchange ---
 
-std::optional<KorText> DownloadApp::RunningExchange() {
-  const StatusView view = board.TakeView();
-  if (!IsExchange(view.code)) return std::nullopt;
-  return view.line;
-}
-
 void DownloadApp::CancelExchange() {
   RunOnWorker([this] { exchange.CancelRunning(); });
 }
@@ -277,7 +271,7 @@ void DownloadApp::CompleteUpload() {
   RunOnWorker([this] { exchange.CompleteUpload(); });
 }
 
-// It counts nothing: asked for again it is the same.
+// The headline holds no counter, so a message with it stays true while the exchange goes on.
 std::optional<KorText> DownloadApp::RunningHeadline() {
   const StatusView view = board.TakeView();
   if (!IsExchange(view.code)) return std::nullopt;
@@ -456,14 +450,14 @@ void DownloadApp::ReopenPort() {
   });
 }
 
-bool DownloadApp::SetHandshake(bool rtsCts, bool dtrDsr) {
+bool DownloadApp::SetHandshake(const Handshake& handshake) {
   if (const KorText running = WhatRuns(); !running.IsEmpty()) {
     ShowMessage(LookUpText(kTexts.downloadSettings), running, MessageStyle::Exclamation);
     return false;
   }
   ChangeSettings([&](LinkSettings& changed) {
-    changed.rtsCtsHandshake = rtsCts ? 1 : 0;
-    changed.dtrDsrHandshake = dtrDsr ? 1 : 0;
+    if (handshake.rtsCts) changed.rtsCtsHandshake = *handshake.rtsCts ? 1 : 0;
+    if (handshake.dtrDsr) changed.dtrDsrHandshake = *handshake.dtrDsr ? 1 : 0;
   });
   ReopenPort();
   return true;
@@ -523,7 +517,7 @@ void DownloadApp::StartTrace(const KorText& path) {
   log.StartTrace(path, windowSettings, CommsLog::Replace::OnlyLogs);
 }
 
-// Behind the jobs that have ended so far.
+// The log's thread reads them once it has written the jobs that have ended so far.
 bool DownloadApp::ReadJobs(bool sinceYesterday,
                            std::function<void(const std::vector<EndedJob>&)> show) {
   return logWriter.Add(1, [this, sinceYesterday, show = std::move(show)] {

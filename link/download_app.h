@@ -18,6 +18,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 
 #include "files/storable.h"
 #include "link/comms_log.h"
@@ -53,6 +54,12 @@ struct EngineServices {
       true; // and the side threads; tests poll by hand, which does what they would do
   // The device that a port name stands for, as the user knows it; empty: no other than the port.
   std::function<KorText(const KorText&)> nameDevice{};
+};
+
+// Which handshakes the line uses; one that is not named stays as it is.
+struct Handshake {
+  std::optional<bool> rtsCts{};
+  std::optional<bool> dtrDsr{};
 };
 
 // Returns the services of an object that is never run.
@@ -105,9 +112,6 @@ class DownloadApp : public Storable, private ExchangeHost, private ProtocolHooks
   TimerQueue& Timers() { return timers; }
   void RunDueTimers();
   FormDescription SettingsForm(); // lent to a front end: it lives as long as this
-  // Returns what runs on the line now, as the status line tells it; nothing between exchanges. Any
-  // thread.
-  std::optional<KorText> RunningExchange();
   // Ends the exchange that runs, the controller's as well as one begun by hand. Without one, and
   // for a CompleteUpload without an upload, a message says so.
   void CancelExchange();
@@ -121,7 +125,7 @@ class DownloadApp : public Storable, private ExchangeHost, private ProtocolHooks
   KorText AcceptSettings(const FormDescription& form);
   void LookAndAcceptSettings(const FormDescription& form, std::function<void(const KorText&)> done);
   // Re-opens the port. False, after the message, when it was refused.
-  bool SetHandshake(bool rtsCts, bool dtrDsr);
+  bool SetHandshake(const Handshake& handshake);
   void SendFile(const KorText& path);
   void ReceiveFile(const KorText& path);
   void LoopbackTest();
@@ -132,7 +136,7 @@ class DownloadApp : public Storable, private ExchangeHost, private ProtocolHooks
   // Refuses, with a message, for an upload that the controller began: half of it would be stored.
   void CompleteUpload();
   void ChooseTraceFile();
-  // Starts the trace. Starts the trace. A message follows when it can't be written, or when the
+  // Starts the trace. A message follows when it can't be written, or when the
   // file holds anything but a log.
   void StartTrace(const KorText& path);
   void StopTrace();
@@ -145,8 +149,9 @@ class DownloadApp : public Storable, private ExchangeHost, private ProtocolHooks
   void SetMonitorShown(bool shown) { monitor.SetShown(shown); }
   void ReadyForServing();
 
-  // --- Worker --- Whether, after Terminate, the worker or a side thread still uses this object, so
-  // that the program has to end without destroying it.
+  // --- Worker ---
+  // Returns whether, after Terminate, the worker or a side thread still uses this object, so that
+  // the program has to end without destroying it.
   bool IsWorkerStuck() const { return workerStuck; }
   // Runs one pass: the window's tasks, then the channel. True when bytes moved: poll again at once.
   bool Poll();
@@ -154,9 +159,10 @@ class DownloadApp : public Storable, private ExchangeHost, private ProtocolHooks
   // Has the worker run the task before its next poll; drops it when the worker has ended. Any
   // thread.
   void RunOnWorker(std::function<void()> task) override;
-  // Any thread. So many tasks wait that no more should be given for the time being.
+  // Returns whether so many tasks wait that no more should be given for the time being. Any thread.
   bool IsBehind() { return tasks.IsBehind(); }
-  // Any thread. A question to a side thread has not been answered: what was asked for is not done.
+  // Returns whether a side thread still has to answer a question, so that what was asked for is
+  // not done. Any thread.
   bool AwaitsAnswer() const { return looks.IsAwaited(); }
 
  protected:
@@ -200,8 +206,9 @@ class DownloadApp : public Storable, private ExchangeHost, private ProtocolHooks
   void FinishServing();
   void StartSideThreads();
   bool StopSideThreads(); // false when one has not ended in time
-  // Looks at a folder that may be slow, unless the program ends first.
-  bool LookAside(const std::function<void()>& look); // false when all are busy
+  // Looks at a folder that may be slow, unless the program ends first. Returns false when all
+  // threads are busy.
+  bool LookAside(const std::function<void()>& look);
   using Refusals = std::vector<FieldRefusal>;
   void LookAtForm(const FormDescription& edited, const std::function<void(const Refusals&)>& done);
   bool ReadJobs(bool sinceYesterday, std::function<void(const std::vector<EndedJob>&)> show);

@@ -121,8 +121,8 @@ void Host::ExpectForgotten() {
   Recover();
   const std::string said = link.port.TakeWritten();
   Require(said.empty(), "speaks unasked: " + said);
-  const auto running = link.link->RunningExchange();
-  Require(!running, "still runs: " + running.value_or(KorText()).ToUtf8());
+  const StatusView view = link.link->CurrentStatus();
+  Require(!IsExchange(view.code), "still runs: " + view.line.ToUtf8());
   ExpectNothingKept();
 }
 

@@ -104,7 +104,7 @@ TEST_F(StoredSettingsTest, AnEmptyObjectOfTheRegistryHarmsNothing) {
   empty.ChooseDownloadFile();
   empty.SendFile(path);
   empty.XonXoffTest();
-  empty.SetHandshake(true, true);
+  empty.SetHandshake({.rtsCts = true, .dtrDsr = true});
   link.app.Advance(5);
   for (int i = 0; i < 3; ++i) {
     empty.RunDueTimers();
@@ -120,7 +120,7 @@ TEST_F(StoredSettingsTest, AnEmptyObjectOfTheRegistryHarmsNothing) {
 TEST_F(StoredSettingsTest, EachChangeIsOnTheDiskWhenItIsMade) {
   const std::pair<const char*, std::function<void()>> changes[] = {
       {"set", [&] { Set(u"baudrate", u"19200"); }},
-      {"handshake", [&] { link.link->SetHandshake(false, true); }},
+      {"handshake", [&] { link.link->SetHandshake({.rtsCts = false}); }},
       {"special",
        [&] {
          link.link->SetFeatures({1, 0, 0, 0});
@@ -175,7 +175,7 @@ TEST_F(StoredSettingsTest, ANameThatNoFileCanHaveIsSaidAtTheStart) {
   link.link->Terminate();
   for (const char16_t* name : {u"Press 1/2", u"..\\up", u"A\x01"}) {
     link.Open(name);
-    link.link->SetHandshake(false, false);
+    link.link->SetHandshake({.rtsCts = false, .dtrDsr = false});
     link.link->Terminate();
     link.form.RunPosted();
     EXPECT_TRUE(link.form.OnlyMessage().Contains(KorText(u": \"") + name + u"\""));

@@ -131,7 +131,7 @@ class WorkerTest : public ::testing::TestWithParam<unsigned> {
     const bool odd = (choice / 8) % 2 != 0;
     const std::function<void()> wishes[] = {
         [&] { ChangeSetting(*engine, u"baudrate", odd ? u"9600" : u"4800"); },
-        [&] { engine->SetHandshake(odd, false); },
+        [&] { engine->SetHandshake({.rtsCts = odd, .dtrDsr = false}); },
         [&] {
           engine->SetFeatures({0, 0, odd ? 1 : 0, 0});
         },

@@ -155,7 +155,7 @@ TEST_F(EngineTest, WaitsForALineThatTakesItsTimeAndTellsOnlyHowThatEnds) {
   EXPECT_EQ(link.form.messages.size(), 0u);
   EXPECT_EQ(std::ranges::count(link.port.Calls(), "PurgeReceive"), 1);
   link.port.Fail("Open", 1, u"", PortTrouble::NotYet);
-  link.link->SetHandshake(false, false);
+  link.link->SetHandshake({.rtsCts = false, .dtrDsr = false});
   link.port.Fail("Open", 1, u"Refused", PortTrouble::NoServer);
   link.Run();
   EXPECT_EQ(link.form.messages.size(), 1u) << "asked for: told, though it took two calls";
@@ -283,7 +283,8 @@ TEST_F(EngineTest, LineErrorsAreCountedToldAndTraced) {
   EXPECT_EQ(Traced(), (std::vector<KorText>{
                           u"Framing Errors=5  ",
                           u"Framing Errors=12  Parity Errors=1  Overrun Errors=2  Breaks=1  "}));
-  link.link->SetHandshake(true, true); // another try with other settings counts afresh
+  link.link->SetHandshake(
+      {.rtsCts = true, .dtrDsr = true}); // another try with other settings counts afresh
   link.Run();
   EXPECT_TRUE(LineErrorTexts(link.link->CurrentLineErrors()).empty());
 }
@@ -321,7 +322,7 @@ TEST_F(EngineTest, ALostOrReopenedLineCarriesNothingOfTheExchangeBefore) {
   link.port.SetWriteLimit(0);
   link.Send(">\rXY");
   link.port.SetWriteLimit(4096);
-  link.Do(&NCEApp::SetHandshake, false, false);
+  link.Do(&NCEApp::SetHandshake, Handshake{.rtsCts = false, .dtrDsr = false});
   EXPECT_EQ(link.Ask("Z"), "%% Message not recognised by HOST\r"); // no rest, no "XYZ"
 }
 

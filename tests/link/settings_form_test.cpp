@@ -39,7 +39,7 @@ TEST_F(EngineTest, EverySpeedAndHandshakeReachesThePortAndEveryFieldStandsInABox
   }
   for (const bool rtsCts : {false, true}) {
     link.port.ClearCalls();
-    link.Do(&NCEApp::SetHandshake, rtsCts, !rtsCts);
+    link.Do(&NCEApp::SetHandshake, Handshake{.rtsCts = rtsCts, .dtrDsr = !rtsCts});
     EXPECT_EQ(link.port.Calls().front(), "PurgeTransmit"); // opened anew
     EXPECT_EQ(link.port.Block().outxCtsFlow, rtsCts);
     EXPECT_EQ(link.port.Block().outxDsrFlow, !rtsCts);

@@ -134,14 +134,14 @@ void Commands::Trace(const KorText& argument) {
 void Commands::Rts(const KorText& argument) {
   const auto on = Switch(u"rts", argument);
   if (!on) return;
-  app.SetHandshake(*on, app.Settings().dtrDsrHandshake > 0);
+  app.SetHandshake({.rtsCts = on});
   PrintSwitch(u"rts", app.Settings().rtsCtsHandshake > 0);
 }
 
 void Commands::Dtr(const KorText& argument) {
   const auto on = Switch(u"dtr", argument);
   if (!on) return;
-  app.SetHandshake(app.Settings().rtsCtsHandshake > 0, *on);
+  app.SetHandshake({.dtrDsr = on});
   PrintSwitch(u"dtr", app.Settings().dtrDsrHandshake > 0);
 }
 

@@ -487,12 +487,12 @@ void MainWindow::ShowTracing(bool on) {
 }
 
 void MainWindow::OnRts(bool on) {
-  app.SetHandshake(on, app.Settings().dtrDsrHandshake > 0);
+  app.SetHandshake({.rtsCts = on});
   ShowSettings();
 }
 
 void MainWindow::OnDtr(bool on) {
-  app.SetHandshake(app.Settings().rtsCtsHandshake > 0, on);
+  app.SetHandshake({.dtrDsr = on});
   ShowSettings();
 }
 
