@@ -29,11 +29,6 @@ constexpr Milliseconds kLongest(60'000); // of a step on a busy machine
 constexpr int kStatus = 15201, kSend = 15210, kRts = 15273, kSettings = 15101, kEscape = 27,
               kReturn = 13, kEndProgram = 5103, kService = 15753;
 
-std::string WithoutCr(std::string text) {
-  std::erase(text, '\r');
-  return text;
-}
-
 class WindowsE2e : public testing::Test {
  protected:
   static void SetUpTestSuite() {
@@ -45,13 +40,6 @@ class WindowsE2e : public testing::Test {
                                         const std::vector<std::string>& arguments = {}) {
     return std::make_unique<Process>(windows->Command(name, arguments), windows->Options());
   }
-  void RunBoth(const std::vector<std::string>& here, const std::vector<std::string>& there) {
-    Process native(here);
-    EXPECT_EQ(native.WaitForExit(kLongest), 0) << here[0] << native.Diagnostics();
-    const auto other = StartWindows(there[0], {there.begin() + 1, there.end()});
-    EXPECT_EQ(other->WaitForExit(kLongest), 0) << there[0] << other->Diagnostics();
-  }
-  std::string Native(const std::string& program) { return NCEDL_PROGRAMS "/" + program; }
 
   // What the hand at the windows answers.
   std::string Ask(const std::string& command) {
@@ -59,7 +47,9 @@ class WindowsE2e : public testing::Test {
     const std::size_t from = hand->Output().size();
     hand->Type(command);
     EXPECT_TRUE(hand->Expect("\n", kLongest)) << command << hand->Diagnostics();
-    return WithoutCr(hand->Output().substr(from));
+    std::string answer = hand->Output().substr(from);
+    std::erase(answer, '\r');
+    return answer;
   }
   std::string Ask(const std::string& command, int number) {
     return Ask(command + " " + std::to_string(number));
@@ -210,51 +200,6 @@ TEST_F(WindowsE2e, TheWindowServesAControllerAndKeepsWhatIsClicked) {
   EXPECT_EQ(Ask("checked", kRts), "no\n") << "read back";
   EXPECT_EQ(Ask("log-off"), "gone\n") << "Windows waits for no more than the answer";
   EXPECT_EQ(window->WaitForExit(kLongest), 0) << window->Diagnostics();
-}
-
-// What one system has written the other reads.
-TEST_F(WindowsE2e, FilesTravelBothWaysBetweenTheSystems) {
-  const support::TemporaryFolder folder;
-  const auto file = [&](const char* name) { return folder / name; };
-  WriteWholeFile(file("plain"), ReadWholeFile(Native("ncedl-console")).substr(0, 300'000));
-  RunBoth({Native("korfile"), "compress", "-o", file("packed-here"), file("plain")},
-          {"korfile", "compress", "-o", file("packed-there"), file("plain")});
-  RunBoth({Native("korfile"), "restore", "-o", file("from-there"), file("packed-there")},
-          {"korfile", "restore", "-o", file("from-here"), file("packed-here")});
-  EXPECT_EQ(ReadWholeFile(file("from-there")), ReadWholeFile(file("plain")));
-  EXPECT_EQ(ReadWholeFile(file("from-here")), ReadWholeFile(file("plain")));
-
-  RunBoth({Native("kordict"), "-d", file("words-here"), "build", NCEDL_DICTIONARY},
-          {"kordict", "-d", file("words-there"), "build", NCEDL_DICTIONARY});
-  RunBoth({Native("kordict"), "-d", file("words-there"), "export-xml", file("from-there.xml")},
-          {"kordict", "-d", file("words-here"), "export-xml", file("from-here.xml")});
-  EXPECT_EQ(ReadWholeFile(file("words-here")), ReadWholeFile(file("words-there")));
-  EXPECT_EQ(ReadWholeFile(file("from-here.xml")), ReadWholeFile(file("from-there.xml")));
-  EXPECT_NE(ReadWholeFile(file("from-here.xml")), "");
-}
-
-TEST_F(WindowsE2e, SettingsTravelBothWaysBetweenTheSystems) {
-  const HostFolders here(NCEDL_PROGRAMS), there(NCEDL_PROGRAMS, windows);
-  const std::string chosen = there.Download(""); // a name beyond ASCII
-  const auto settingsOf = [](const HostFolders& folders, const std::string& change) {
-    const FarEnd line(folders.Line());
-    const auto host = folders.Start("ncedl-console");
-    EXPECT_TRUE(host->Expect(" 1 Waiting...", kLongest)) << host->Diagnostics();
-    for (const std::string& command : {change, std::string("settings"), std::string("quit")})
-      host->Type(command);
-    EXPECT_EQ(host->WaitForExit(kLongest), 0) << host->Diagnostics();
-    const std::string text = WithoutCr(host->Output());
-    return text.substr(std::min(text.rfind("\nport "), text.size()));
-  };
-  const std::string made = settingsOf(here, "set download-path " + chosen);
-  EXPECT_NE(made.find(chosen), std::string::npos) << made;
-  fs::copy(here.SettingsFile(), there.SettingsFile(), fs::copy_options::overwrite_existing);
-  EXPECT_EQ(settingsOf(there, "status"), made);
-  settingsOf(there, "set baudrate 9600");
-  fs::copy(there.SettingsFile(), here.SettingsFile(), fs::copy_options::overwrite_existing);
-  const std::string back = settingsOf(here, "status");
-  EXPECT_NE(back.find("9600"), std::string::npos) << back;
-  EXPECT_NE(back.find(chosen), std::string::npos) << back;
 }
 
 } // namespace
