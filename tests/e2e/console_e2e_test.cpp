@@ -216,32 +216,6 @@ TEST_F(ConsoleE2e, AFullDiskEndsAnUploadAndLeavesTheOldProgram) {
   Quit();
 }
 
-TEST_F(ConsoleE2e, ADeviceThatVanishesIsServedAgainWhenItIsBack) {
-  support::WriteWholeFile(folders.Download("0000123.MPG"), Program(1000));
-  StartServing();
-  host->CloseInput(); // no reason to end
-  BeginDownload("0000123");
-  line.reset();
-  ASSERT_TRUE(host->Expect(" 0 No Link"));
-  // Long enough for a report per attempt to show itself.
-  EXPECT_FALSE(host->Expect(" 1 Waiting...", Milliseconds(2500)));
-  const std::string reports = host->Diagnostics();
-  EXPECT_EQ(std::count(reports.begin(), reports.end(), '\n'), 1) << reports;
-  const FarEnd taken(folders.Line() + "-other"); // the device's number is another one now
-  line = std::make_unique<FarEnd>(folders.Line());
-  const Clock::time_point back = Clock::now();
-  std::string reply;
-  while (reply != kAlphabet && Clock::now() - back < std::chrono::seconds(3)) {
-    line->Send("XYZ\r");
-    reply = line->Receive("\r", Milliseconds(100));
-    if (reply.ends_with('\r')) reply.pop_back();
-  }
-  EXPECT_EQ(reply, kAlphabet);
-  EXPECT_LT(Clock::now() - back, std::chrono::seconds(2));
-  EXPECT_EQ(host->Diagnostics(), reports);
-  Terminate();
-}
-
 TEST_F(ConsoleE2e, ServesALineOverTheNetworkAndEndsWhileItsNameIsLookedUp) {
   const auto name = [this](const std::string& address) {
     EXPECT_EQ(folders.Start("ncedl-setup", {"--port", "COM1=" + address})->WaitForExit(), 0);
@@ -256,9 +230,10 @@ TEST_F(ConsoleE2e, ServesALineOverTheNetworkAndEndsWhileItsNameIsLookedUp) {
   ASSERT_TRUE(host->Expect(" 1 Waiting...")) << host->Output();
   controller->Type("fetch 123 --compare " + program);
   EXPECT_TRUE(controller->Expect("equal")) << controller->Diagnostics();
+  host->CloseInput(); // no reason to end
   controller->Signal(SIGKILL);
   EXPECT_TRUE(host->Expect(" 0 No Link"));
-  Quit();
+  Terminate();
   name("tcp://slow:1");
   ProcessOptions options = folders.Options();
   options.environment["LD_PRELOAD"] = NCEDL_SLOW_NAMES;

@@ -1,5 +1,4 @@
-// Preloaded into a program: the name "slow" is looked up for ever, as at a name server that is
-// gone.
+// Preloaded into a program: the name "slow" is looked up for ever, as when a name server is gone.
 #include <dlfcn.h>
 #include <netdb.h>
 #include <unistd.h>
