@@ -2,6 +2,7 @@
 
 #include "files/little_endian.h"
 #include "tests/files/file_test_support.h"
+#include "tests/support/format_page.h"
 
 namespace kor {
 namespace {
@@ -25,8 +26,6 @@ Bytes MakeSparse(std::size_t count) {
 
 class CompressedFileTest : public FileTest {
  protected:
-  CompressedFileTest() { app.MakeFolder(app.Path(u"work")); }
-
   FileResult Restore(const Bytes& file, Bytes* content = nullptr,
                      const CompressOptions& options = {}) {
     SimpleFile source;
@@ -103,6 +102,19 @@ TEST_F(CompressedFileTest, LengthThatZlibCannotReachIsRefusedBeforeMemory) {
 
 // --- Files ---
 
+TEST_F(CompressedFileTest, FilesAreWrittenAndReadAsTheFormatPageShows) {
+  const auto examples = ReadByteExamples("compressed-file.md", "container");
+  ASSERT_EQ(examples.size(), 2u);
+  const Bytes text = BytesOf("N10 G00 X5\r\nN20 M30\r\n");
+  for (const std::string& example : examples) {
+    Bytes content;
+    EXPECT_EQ(Restore(BytesOf(example), &content), FileResult::Success);
+    EXPECT_EQ(content, text);
+  }
+  ASSERT_EQ(CompressFile(Put(u"f", text), other), FileResult::Success);
+  EXPECT_EQ(Get(other), BytesOf(examples[0]));
+}
+
 TEST_F(CompressedFileTest, BlocksAndRoundTripAtEverySize) {
   for (const std::size_t size :
        {std::size_t{0}, std::size_t{1}, std::size_t{1000}, kBlock, kBlock + 1, 2 * kBlock + 1}) {
@@ -153,33 +165,26 @@ TEST_F(CompressedFileTest, DamagedBlocks) {
   const Bytes good = Framed(Piece(AsBytes("first block")));
   Bytes chunked = good;
   Append(chunked, FromHex("02 00 00 00 00"));
-  const struct {
-    const char* what;
-    Bytes second;
-    FileResult result;
-  } cases[] = {
-      {"too long", WithNumber(good, 0, 0x2000001), FileResult::Corrupt},
-      {"longest, but not there", WithNumber(good, 0, 0x2000000), FileResult::SourceUnreadable},
-      {"no room for a trailer", WithNumber(good, 0, 4), FileResult::Corrupt},
-      {"a trailer's length", WithNumber(good, 0, 5), FileResult::Failure},
-      {"ends inside", Bytes(good.begin(), good.end() - 3), FileResult::SourceUnreadable},
-      {"half a length", FromHex("10 00"), FileResult::SourceUnreadable},
-      {"claims 4 GiB", WithNumber(good, -4, 0xFFFFFFFF), FileResult::Failure},
-      {"claims too little", WithNumber(good, -4, 3), FileResult::Failure},
-      {"chunked in a block", Framed(chunked), FileResult::Failure},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
+  const auto fails = [&](const char* what, const Bytes& block, FileResult result) {
+    SCOPED_TRACE(what);
     ContainerFault fault;
     Bytes content;
-    EXPECT_EQ(
-        Restore(Container("2005", {good, c.second}), &content, {.workers = 2, .fault = &fault}),
-        c.result);
+    const CompressOptions options{.workers = 2, .fault = &fault};
+    EXPECT_EQ(Restore(Container("2005", {good, block}), &content, options), result);
     EXPECT_TRUE(content.empty());
     EXPECT_EQ(fault.block, 1u);
     EXPECT_EQ(fault.offset, 26 + good.size());
     EXPECT_FALSE(fault.reason.IsEmpty());
-  }
+  };
+  fails("too long", WithNumber(good, 0, 0x2000001), FileResult::Corrupt);
+  fails("longest, but not there", WithNumber(good, 0, 0x2000000), FileResult::SourceUnreadable);
+  fails("no room for a trailer", WithNumber(good, 0, 4), FileResult::Corrupt);
+  fails("a trailer's length", WithNumber(good, 0, 5), FileResult::Failure);
+  fails("ends inside", Bytes(good.begin(), good.end() - 3), FileResult::SourceUnreadable);
+  fails("half a length", FromHex("10 00"), FileResult::SourceUnreadable);
+  fails("claims 4 GiB", WithNumber(good, -4, 0xFFFFFFFF), FileResult::Failure);
+  fails("claims too little", WithNumber(good, -4, 3), FileResult::Failure);
+  fails("chunked in a block", Framed(chunked), FileResult::Failure);
 }
 
 TEST_F(CompressedFileTest, EarlierFaultWinsWhateverTheNumberOfWorkers) {

@@ -80,6 +80,7 @@ inline Bytes Container(const char* year, const std::vector<Bytes>& parts) {
 
 class FileTest : public testing::Test {
  protected:
+  FileTest() { app.MakeFolder(app.Path(u"work")); }
   KorText Put(std::u16string_view name, std::span<const std::uint8_t> bytes) {
     app.Put(app.Path(name), TextOf(bytes));
     return app.Path(name);

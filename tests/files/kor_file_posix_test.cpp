@@ -28,8 +28,6 @@ std::string Rights(const std::string& path) {
 
 class SafeWritePosixTest : public FileTest {
  protected:
-  SafeWritePosixTest() { app.MakeFolder(app.Path(u"work")); }
-
   bool Write(const KorText& to, Compression compression = Compression::No,
              bool followsLinks = true) {
     KorFile file(to);

@@ -8,7 +8,6 @@ namespace {
 
 class SafeWriteTest : public FileTest {
  protected:
-  SafeWriteTest() { app.MakeFolder(app.Path(u"work")); }
   const KorText path = app.Path(u"work/O00123");
 };
 
@@ -99,8 +98,6 @@ TEST_F(SafeWriteTest, WithoutLocksOnlyPartsOlderThanADayAreAbandoned) {
 
 class LockFileTest : public FileTest {
  protected:
-  LockFileTest() { app.MakeFolder(app.Path(u"work")); }
-
   // Answers the questions in turn, and may change something before the answer.
   LockAsker Asker(std::vector<LockAnswer> answers, std::function<void()> meanwhile = {}) {
     return {[this, answers, meanwhile](const KorText& heading, const KorText& message) {

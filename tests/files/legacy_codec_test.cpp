@@ -1,11 +1,11 @@
 #include "files/legacy_codec.h"
 
 #include "tests/files/file_test_support.h"
+#include "tests/support/format_page.h"
 
 namespace kor {
 namespace {
 
-const KorText kSilly = u"Silly size; corruption suspected";
 const KorText kFailed = u"Failed to decompress buffer";
 const KorText kSequence = u"Unsupported sequence";
 const KorText kVersion = u"Unsupported compression version";
@@ -41,13 +41,17 @@ const struct {
     {"FF FF FF FF 01 61", "", {kFailed}},
 };
 
-class LegacyCodecTest : public FileTest {};
+class LegacyCodecTest : public FileTest {
+ protected:
+  static KorText Decoded(const Bytes& encoded) {
+    std::int32_t declared = 0;
+    return TextOf(DecodeLegacyBuffer(encoded, declared).Bytes());
+  }
+};
 
 TEST_F(LegacyCodecTest, DecodesAndWarns) {
   for (const auto& c : kBuffers) {
-    std::int32_t declared = 0;
-    const VoidBuffer output = DecodeLegacyBuffer(FromHex(c.encoded), declared);
-    EXPECT_EQ(TextOf(output.Bytes()), TextOf(FromHex(c.decoded))) << c.encoded;
+    EXPECT_EQ(Decoded(FromHex(c.encoded)), TextOf(FromHex(c.decoded))) << c.encoded;
     std::vector<KorText> warnings;
     for (const auto& warning : app.Warnings()) {
       EXPECT_EQ(warning.message, u"Decompression");
@@ -64,7 +68,31 @@ TEST_F(LegacyCodecTest, HugeLengthWarnsAndGoesOn) {
   EXPECT_EQ(declared, 0x6400001);
   ASSERT_EQ(output.Size(), 0x6400001u);
   EXPECT_EQ(output.Bytes()[0], 'a');
-  EXPECT_EQ(app.Warnings().at(0).info, kSilly);
+  EXPECT_EQ(app.Warnings().at(0).info, u"Silly size; corruption suspected");
+}
+
+TEST_F(LegacyCodecTest, ReadsTheFormatPagesExamples) {
+  const auto encoded = ReadByteExamples("legacy-buffer.md", "legacy");
+  const auto outputs = ReadByteExamples("legacy-buffer.md", "output");
+  ASSERT_EQ(encoded.size(), 2u);
+  ASSERT_EQ(outputs.size(), 2u);
+  for (std::size_t i = 0; i < encoded.size(); ++i)
+    EXPECT_EQ(Decoded(BytesOf(encoded[i])), KorText::FromBytes(outputs[i]));
+  EXPECT_TRUE(app.Warnings().empty());
+}
+
+TEST_F(LegacyCodecTest, ItsTableIsTheFormatPages) {
+  std::uint8_t next = 1;
+  for (const std::string& line : ReadPage("legacy-buffer.md")) {
+    if (!line.starts_with("| " + std::to_string(next) + " | ")) continue;
+    const std::size_t bar = line.find('|', 2);
+    const Bytes sequence = FromHex(line.substr(bar + 1, line.rfind('|') - bar - 2));
+    const auto length = static_cast<std::uint8_t>(sequence.size());
+    EXPECT_EQ(Decoded({length, 0, 0, 0, 1, 0xAE, next}), TextOf(sequence)) << line;
+    ++next;
+  }
+  EXPECT_EQ(next, 24);
+  EXPECT_TRUE(app.Warnings().empty()) << "no sequence is shorter than shown";
 }
 
 } // namespace

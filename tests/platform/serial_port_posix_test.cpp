@@ -19,6 +19,7 @@
 #include <thread>
 #include <tuple>
 
+#include "platform/posix/serial_devices_posix.h"
 #include "platform/posix/serial_names.h"
 #include "platform/posix/serial_rate_posix.h"
 #include "platform/serial_devices.h"
@@ -28,6 +29,7 @@
 namespace kor {
 namespace {
 
+namespace fs = std::filesystem;
 using std::chrono::microseconds;
 using std::chrono::steady_clock;
 constexpr support::Milliseconds kNow{0};
@@ -124,30 +126,18 @@ TEST_F(SerialPortPosixTest, CountsWhatHasArrived) {
 
 // A pseudo-terminal drops the data bits and PARENB; it keeps all the rest.
 TEST_F(SerialPortPosixTest, SettingsReachTheSystem) {
-  const struct {
-    const char16_t* text;
-    const char16_t* flow;
-    std::uint32_t rate;
-    tcflag_t flags; // of CSTOPB, PARODD, CMSPAR and CRTSCTS
-    bool sendsXoff;
-  } cases[] = {
-      {u"baud=110 parity=N data=8 stop=1", u"None", 110, 0, false},
-      {u"baud=150 parity=O data=7 stop=2", u"None", 150, PARODD | CSTOPB, false},
-      {u"baud=300 parity=E data=7 stop=1.5", u"Xon/Xoff", 300, CSTOPB, true},
-      {u"baud=38400 parity=M data=8 stop=1", u"Hardware", 38400, PARODD | CMSPAR | CRTSCTS, false},
-      {u"baud=57600 parity=S data=8 stop=1", u"Combined", 57600, CMSPAR | CRTSCTS, true},
-      {u"baud=115200 parity=N data=8 stop=1", u"Xon/Xoff", 115200, 0, true},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(KorText(c.text).ToUtf8());
+  // flags: of CSTOPB, PARODD, CMSPAR and CRTSCTS
+  const auto sets = [this](const KorText& text, const KorText& flow, std::uint32_t rate,
+                           tcflag_t flags, bool sendsXoff) {
+    SCOPED_TRACE(text.ToUtf8());
     DeviceControlBlock block;
-    ASSERT_TRUE(port.BuildControlBlock(c.text, block));
-    ApplyFlowControl(block, c.flow, true, true, false);
+    ASSERT_TRUE(port.BuildControlBlock(text, block));
+    ApplyFlowControl(block, flow, true, true, false);
     ASSERT_TRUE(port.SetControlBlock(block)) << ErrorText();
     const termios line = Settings();
-    EXPECT_EQ(LineRate(tty), c.rate);
-    EXPECT_EQ(line.c_cflag & (CSTOPB | PARODD | CMSPAR | CRTSCTS), c.flags);
-    EXPECT_EQ(line.c_iflag, c.sendsXoff ? tcflag_t{IXOFF} : tcflag_t{0});
+    EXPECT_EQ(LineRate(tty), rate);
+    EXPECT_EQ(line.c_cflag & (CSTOPB | PARODD | CMSPAR | CRTSCTS), flags);
+    EXPECT_EQ(line.c_iflag, sendsXoff ? tcflag_t{IXOFF} : tcflag_t{0});
     EXPECT_EQ(line.c_oflag, tcflag_t{0});
     EXPECT_EQ(line.c_lflag, tcflag_t{0});
     EXPECT_EQ(line.c_cflag & CLOCAL, tcflag_t{CLOCAL});
@@ -155,9 +145,15 @@ TEST_F(SerialPortPosixTest, SettingsReachTheSystem) {
     EXPECT_EQ(line.c_cc[VSTOP], 19);
     DeviceControlBlock back;
     ASSERT_TRUE(port.GetControlBlock(back));
-    EXPECT_EQ(back.baudRate, c.rate);
+    EXPECT_EQ(back.baudRate, rate);
     EXPECT_EQ(back.stopBits, block.stopBits);
-  }
+  };
+  sets(u"baud=110 parity=N data=8 stop=1", u"None", 110, 0, false);
+  sets(u"baud=150 parity=O data=7 stop=2", u"None", 150, PARODD | CSTOPB, false);
+  sets(u"baud=300 parity=E data=7 stop=1.5", u"Xon/Xoff", 300, CSTOPB, true);
+  sets(u"baud=38400 parity=M data=8 stop=1", u"Hardware", 38400, PARODD | CMSPAR | CRTSCTS, false);
+  sets(u"baud=57600 parity=S data=8 stop=1", u"Combined", 57600, CMSPAR | CRTSCTS, true);
+  sets(u"baud=115200 parity=N data=8 stop=1", u"Xon/Xoff", 115200, 0, true);
 }
 
 TEST_F(SerialPortPosixTest, TakesRatesThatHaveNoNameAndRefusesNone) {
@@ -347,9 +343,9 @@ class AdapterTest : public SerialPortPosixTest {
     const auto number =
         std::to_string(major(info.st_rdev)) + ":" + std::to_string(minor(info.st_rdev));
     const auto folder = system.Path() / "dev/char" / number / "device";
-    std::filesystem::create_directories(folder);
-    std::filesystem::create_symlink("../bus/usb-serial", folder / "subsystem");
-    std::filesystem::create_symlink("../drivers/" + driver, folder / "driver");
+    fs::create_directories(folder);
+    fs::create_symlink("../bus/usb-serial", folder / "subsystem");
+    fs::create_symlink("../drivers/" + driver, folder / "driver");
     return port.Close() && adapter.Open(device);
   }
 
@@ -386,23 +382,53 @@ TEST_F(AdapterTest, RefusesRatesThatItsChipReplacesByOthers) {
   }
 }
 
+// In a folder that stands for /dev, with pseudo-terminals for devices.
+TEST(SerialDevices, AreThoseThatAreReallyThere) {
+  TestApp app;
+  const support::TemporaryFolder folder;
+  const support::FarEnd adapter(folder / "ttyUSB10"), other(folder / "ttyUSB9"),
+      modem(folder / "ttyACM0"), console(folder / "ttyACM1");
+  // The file of a port that isn't there (no UART), and other things.
+  for (const char* name : {"ttyS7", "ttyUSBx", "ttyprintk"})
+    fs::create_symlink(adapter.Device().ToUtf8(), folder / name);
+  support::WriteWholeFile(folder / "ttyUSB3", "left where a device was");
+  support::WriteWholeFile(folder / "consoles", "tty0 ttyACM1\n");
+  fs::create_directories(folder / "serial/by-id");
+  fs::create_symlink("../../ttyUSB10", folder / "serial/by-id/usb-Maker_Adapter-port0");
+  fs::create_symlink("../../ttyUSB4", folder / "serial/by-id/usb-Gone");
+  const auto path = [&](const char* name) { return KorText::FromUtf8((folder / name)); };
+  PosixSerialPort user;
+  ASSERT_TRUE(user.Open(path("ttyUSB9")));
+
+  std::vector<KorText> found;
+  for (const auto& [device, stableName, state] :
+       ListSerialDevicesIn(folder.Path(), folder / "consoles"))
+    found.push_back(KorText::Format(u"%s|%s|%i", device, stableName, static_cast<int>(state)));
+  const KorText stableName = path("serial/by-id/usb-Maker_Adapter-port0");
+  EXPECT_EQ(found, (std::vector<KorText>{path("ttyUSB9") + u"||1", // in use
+                                         path("ttyUSB10") + u"|" + stableName + u"|0",
+                                         path("ttyACM0") + u"||0",
+                                         path("ttyACM1") + u"||3"})); // the kernel's
+  std::vector<KorText> paths = ListSerialPathsIn(folder.Path());
+  std::erase(paths, path("ttyS7")); // there, as far as can be told without opening it
+  EXPECT_EQ(paths,
+            (std::vector{path("ttyUSB9"), path("ttyUSB10"), path("ttyACM0"), path("ttyACM1")}));
+  EXPECT_TRUE(PosixSerialPort().Open(path("ttyUSB10"))) << "looking leaves it free";
+}
+
 TEST(SerialNamesTest, ComNamesAreLinksOrBuiltInPortsAndOthersArePaths) {
   TestApp app;
-  const std::pair<const char16_t*, const char16_t*> cases[] = {
-      {u"COM1", u"/dev/ttyS0"},
-      {u"com12", u"/dev/ttyS11"},
-      {u"COM255", u"/dev/ttyS254"},
-      {u"COM256", u"COM256"},
-      {u"COM0", u"COM0"},
-      {u"COM01", u"COM01"},
-      {u"COM", u"COM"},
-      {u"COM1x", u"COM1x"},
-      {u"/dev/ttyUSB0", u"/dev/ttyUSB0"},
-      {u"AUX", u"AUX"},
-      {u"", u""},
-  };
-  for (const auto& [name, path] : cases)
-    EXPECT_EQ(SerialDevicePath(name), path);
+  EXPECT_EQ(SerialDevicePath(u"COM1"), u"/dev/ttyS0");
+  EXPECT_EQ(SerialDevicePath(u"com12"), u"/dev/ttyS11");
+  EXPECT_EQ(SerialDevicePath(u"COM255"), u"/dev/ttyS254");
+  EXPECT_EQ(SerialDevicePath(u"COM256"), u"COM256");
+  EXPECT_EQ(SerialDevicePath(u"COM0"), u"COM0");
+  EXPECT_EQ(SerialDevicePath(u"COM01"), u"COM01");
+  EXPECT_EQ(SerialDevicePath(u"COM"), u"COM");
+  EXPECT_EQ(SerialDevicePath(u"COM1x"), u"COM1x");
+  EXPECT_EQ(SerialDevicePath(u"/dev/ttyUSB0"), u"/dev/ttyUSB0");
+  EXPECT_EQ(SerialDevicePath(u"AUX"), u"AUX");
+  EXPECT_EQ(SerialDevicePath(u""), u"");
 }
 
 TEST(SerialNamesTest, LinksAreMadeReplacedListedAndRemoved) {

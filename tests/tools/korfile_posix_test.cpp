@@ -20,8 +20,6 @@ constexpr std::uint64_t kMebibyte = 1 << 20;
 
 class KorfilePosixTest : public FileTest {
  protected:
-  KorfilePosixTest() { app.MakeFolder(app.Path(u"work")); }
-
   int Run(const std::vector<KorText>& words) {
     said.Clear();
     KorfileOutput output;
