@@ -7,7 +7,7 @@ namespace kor {
 namespace {
 
 // What a tool with these options understood, or what it answered.
-std::string Understood(const char* typed, bool hasWords, bool endsAtWord) {
+std::string Understood(const char* typed, bool hasWords = true, bool endsAtWord = false) {
   bool quiet = false;
   KorText words, target;
   CommandLine line(u"tool", u"the help");
@@ -29,34 +29,28 @@ std::string Understood(const char* typed, bool hasWords, bool endsAtWord) {
 }
 
 TEST(CommandLine, ReadsOptionsAndWordsInAnyOrder) {
-  const struct {
-    const char* typed;
-    const char* understood;
-    bool hasWords = true;
-    bool endsAtWord = false;
-  } cases[] = {
-      {"", ""},
-      {"a -q b -o x", "[a][b] quiet to x"},
-      {"--output=x=y --quiet -", "[-] quiet to x=y"},
-      {"-o -q a", "[a] to -q"},
-      {"-- -q --help", "[-q][--help]"},
-      {"-q run -q --help", "[run][-q][--help] quiet", true, true},
-      {"-o never", "tool: never that; tool --help lists what there is"},
-      {"bad", "tool: a bad word; tool --help lists what there is"},
-      {"-o", "tool: -o needs a file; tool --help lists what there is"},
-      {"--output= a", "tool: --output needs a file; tool --help lists what there is"},
-      {"--level=2", "tool: --level: not 2; tool --help lists what there is"},
-      {"--quiet=1", "tool: --quiet takes no value; tool --help lists what there is"},
-      {"--quite", "tool: there is no option --quite; tool --help lists what there is"},
-      {"-x", "tool: there is no option -x; tool --help lists what there is"},
-      {"--", "tool: there is no option --; tool --help lists what there is", false},
-      {"a", "tool: \"a\" is not understood; tool --help lists what there is", false},
-      {"-q --help --quite", "the help"},
-      {"-h", "the help", false},
-      {"--version", "tool " NCEDL_VERSION, false},
+  EXPECT_EQ(Understood(""), "");
+  EXPECT_EQ(Understood("a -q b -o x"), "[a][b] quiet to x");
+  EXPECT_EQ(Understood("--output=x=y --quiet -"), "[-] quiet to x=y");
+  EXPECT_EQ(Understood("-o -q a"), "[a] to -q");
+  EXPECT_EQ(Understood("-- -q --help"), "[-q][--help]");
+  EXPECT_EQ(Understood("-q run -q --help", true, true), "[run][-q][--help] quiet");
+  const auto complains = [](const char* typed, const std::string& of, bool hasWords = true) {
+    EXPECT_EQ(Understood(typed, hasWords), "tool: " + of + "; tool --help lists what there is");
   };
-  for (const auto& c : cases)
-    EXPECT_EQ(Understood(c.typed, c.hasWords, c.endsAtWord), c.understood) << c.typed;
+  complains("-o never", "never that");
+  complains("bad", "a bad word");
+  complains("-o", "-o needs a file");
+  complains("--output= a", "--output needs a file");
+  complains("--level=2", "--level: not 2");
+  complains("--quiet=1", "--quiet takes no value");
+  complains("--quite", "there is no option --quite");
+  complains("-x", "there is no option -x");
+  complains("--", "there is no option --", false);
+  complains("a", "\"a\" is not understood", false);
+  EXPECT_EQ(Understood("-q --help --quite"), "the help");
+  EXPECT_EQ(Understood("-h", false), "the help");
+  EXPECT_EQ(Understood("--version", false), "tool " NCEDL_VERSION);
 }
 
 } // namespace

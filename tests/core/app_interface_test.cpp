@@ -194,44 +194,32 @@ TEST_F(AppInterfaceTest, GivesEachCallerItsOwnTemporaryFile) {
 TEST(LongPath, TakesThePrefixWhereItIsNeeded) {
   const KorText tail = KorText(225, u'x');
   const KorText longest = u"C:/" + tail, longer = longest + u"y";
-  const struct {
-    KorText path;
-    bool force;
-    KorText expected;
-  } cases[] = {
-      {longest, false, longest}, // 228 characters
-      {longer, false, u"\\\\?\\C:\\" + tail + u"y"},
-      {u"C:/a\\b", true, u"\\\\?\\C:\\a\\b"},
-      {u"//server/share/x", true, u"\\\\?\\UNC\\server\\share\\x"},
-      {u"//server/" + tail, false, u"\\\\?\\UNC\\server\\" + tail},
-      {u"\\\\?\\C:\\a", true, u"\\\\?\\C:\\a"},
-      {u"//?/C:/a", true, u"\\\\?\\C:\\a"},
-      {u"./a/b", true, u"./a/b"},
-      {u"../" + longer, false, u"../" + longer},
-      {u"/a/b", true, u"\\a\\b"}, // the current drive's root: no prefix says that
-      {u"x", true, u"x"},
-      {u"", true, u""},
-  };
-  for (const auto& [path, force, expected] : cases)
-    EXPECT_EQ(AppInterface::LongPath(path, force), expected);
+  EXPECT_EQ(AppInterface::LongPath(longest, false), longest); // 228 characters
+  EXPECT_EQ(AppInterface::LongPath(longer, false), u"\\\\?\\C:\\" + tail + u"y");
+  EXPECT_EQ(AppInterface::LongPath(u"C:/a\\b", true), u"\\\\?\\C:\\a\\b");
+  EXPECT_EQ(AppInterface::LongPath(u"//server/share/x", true), u"\\\\?\\UNC\\server\\share\\x");
+  EXPECT_EQ(AppInterface::LongPath(u"//server/" + tail, false), u"\\\\?\\UNC\\server\\" + tail);
+  EXPECT_EQ(AppInterface::LongPath(u"\\\\?\\C:\\a", true), u"\\\\?\\C:\\a");
+  EXPECT_EQ(AppInterface::LongPath(u"//?/C:/a", true), u"\\\\?\\C:\\a");
+  EXPECT_EQ(AppInterface::LongPath(u"./a/b", true), u"./a/b");
+  EXPECT_EQ(AppInterface::LongPath(u"../" + longer, false), u"../" + longer);
+  EXPECT_EQ(AppInterface::LongPath(u"/a/b", true),
+            u"\\a\\b"); // the current drive's root: no prefix says that
+  EXPECT_EQ(AppInterface::LongPath(u"x", true), u"x");
+  EXPECT_EQ(AppInterface::LongPath(u"", true), u"");
 }
 
 TEST(FileTimes, BecomeDatesAndTimesAndBack) {
   constexpr FileTime kDay = 864'000'000'000;
-  const struct {
-    FileTime time;
-    SystemTime parts;
-  } cases[] = {
-      {0, {1601, 1, 1, 0, 0, 0, 0, 1}},
-      {116444736000000000, {1970, 1, 1, 0, 0, 0, 0, 4}},
-      {125911584000000000, {2000, 1, 1, 0, 0, 0, 0, 6}},
-      {125911584000000000 + 59 * kDay, {2000, 2, 29, 0, 0, 0, 0, 2}},
-      {134400384000000000 - 10000, {2026, 11, 24, 23, 59, 59, 999, 2}},
-  };
-  for (const auto& [time, parts] : cases) {
+  const auto areTheSame = [](FileTime time, const SystemTime& parts) {
     EXPECT_EQ(AppInterface::FileTimeToSystemTime(time), parts) << time;
     EXPECT_EQ(AppInterface::SystemTimeToFileTime(parts), time);
-  }
+  };
+  areTheSame(0, {1601, 1, 1, 0, 0, 0, 0, 1});
+  areTheSame(116444736000000000, {1970, 1, 1, 0, 0, 0, 0, 4});
+  areTheSame(125911584000000000, {2000, 1, 1, 0, 0, 0, 0, 6});
+  areTheSame(125911584000000000 + 59 * kDay, {2000, 2, 29, 0, 0, 0, 0, 2});
+  areTheSame(134400384000000000 - 10000, {2026, 11, 24, 23, 59, 59, 999, 2});
   for (FileTime time = 0; time < 400 * 366 * kDay; time += 17 * kDay + 12'345'670'000)
     ASSERT_EQ(AppInterface::SystemTimeToFileTime(AppInterface::FileTimeToSystemTime(time)), time);
   EXPECT_EQ(AppInterface::FileTimeToSystemTime(~FileTime{0}), SystemTime{});

@@ -57,77 +57,61 @@ TEST(KorTextFormat, PrintsNumbersAsTheCLibraryDoes) {
 
 TEST(KorTextFormat, MakesTheLinesOfTheProgram) {
   const KorText text = u"Waiting...";
-  const struct {
-    KorText made, expected;
-  } cases[] = {
-      {KorText::Format(u"%02i:%02i:%09.6f (%+09.6f) %s\r\n", 0, 1, 5.25, 0.125, u"x"),
-       u"00:01:05.250000 (+0.125000) x\r\n"},
-      {KorText::Format(u"[%-12s]", text), u"[Waiting...  ]"},
-      {KorText::Format(u"[%12s|%.4s|%12.4s]", text, text, text),
-       u"[  Waiting...|Wait|        Wait]"},
-      {KorText::Format(u"[%-70s]", u"\u00E9\u4E2D").Left(4),
-       u"[\u00E9\u4E2D "}, // width in characters
-      {KorText::Format(u"%02X%c%c", 10, u']', 65), u"0A]A"},
-      {KorText::Format(u"%#.0o|%#o|%#x", 0, 0, 0), u"0|0|0"},
-      {KorText::Format(u"%2i|%s ", 3, u"name"), u" 3|name "},
-      {KorText::Format(u"%*d|%-*d|%.*f|%.*f", 4, 7, -4, 7, 1, 2.25, -1, 2.0),
-       u"   7|7   |2.2|2.000000"},
-      {KorText::Format(u"%lld %I64u %zu %hd", std::int64_t{-5000000000}, 18446744073709551615u,
-                       std::size_t{7}, 3),
-       u"-5000000000 18446744073709551615 7 3"},
-      {KorText::Format(u"%x %X %u", std::int64_t{-1}, std::uint8_t{200}, std::int8_t{-1}),
-       u"ffffffffffffffff C8 4294967295"},
-      {KorText::Format(u"%s", KorText(std::u16string_view(u"a\0b", 3))), // a zero is a character
-       KorText(std::u16string_view(u"a\0b", 3))},
-  };
-  for (const auto& [made, expected] : cases)
-    EXPECT_EQ(made, expected);
+  EXPECT_EQ(KorText::Format(u"%02i:%02i:%09.6f (%+09.6f) %s\r\n", 0, 1, 5.25, 0.125, u"x"),
+            u"00:01:05.250000 (+0.125000) x\r\n");
+  EXPECT_EQ(KorText::Format(u"[%-12s]", text), u"[Waiting...  ]");
+  EXPECT_EQ(KorText::Format(u"[%12s|%.4s|%12.4s]", text, text, text),
+            u"[  Waiting...|Wait|        Wait]");
+  EXPECT_EQ(KorText::Format(u"[%-70s]", u"\u00E9\u4E2D").Left(4),
+            u"[\u00E9\u4E2D "); // width in characters
+  EXPECT_EQ(KorText::Format(u"%02X%c%c", 10, u']', 65), u"0A]A");
+  EXPECT_EQ(KorText::Format(u"%#.0o|%#o|%#x", 0, 0, 0), u"0|0|0");
+  EXPECT_EQ(KorText::Format(u"%2i|%s ", 3, u"name"), u" 3|name ");
+  EXPECT_EQ(KorText::Format(u"%*d|%-*d|%.*f|%.*f", 4, 7, -4, 7, 1, 2.25, -1, 2.0),
+            u"   7|7   |2.2|2.000000");
+  EXPECT_EQ(KorText::Format(u"%lld %I64u %zu %hd", std::int64_t{-5000000000}, 18446744073709551615u,
+                            std::size_t{7}, 3),
+            u"-5000000000 18446744073709551615 7 3");
+  EXPECT_EQ(KorText::Format(u"%x %X %u", std::int64_t{-1}, std::uint8_t{200}, std::int8_t{-1}),
+            u"ffffffffffffffff C8 4294967295");
+  EXPECT_EQ(
+      KorText::Format(u"%s", KorText(std::u16string_view(u"a\0b", 3))), // a zero is a character
+      KorText(std::u16string_view(u"a\0b", 3)));
 }
 
 TEST(KorTextFormat, SurvivesFormatsThatDoNotFitTheArguments) {
-  const struct {
-    KorText made, expected;
-  } cases[] = {
-      {KorText::Format(u"%s %s", 42, 2.5), u"42 2.5"},
-      {KorText::Format(u"%i %f %x", u"text", 7, u"hex"), u"text 7 hex"},
-      {KorText::Format(u"%i", u'A'), u"65"},
-      {KorText::Format(u"%s %s|%5i|", u"one"), u"one ||"}, // missing: nothing, not even blanks
-      {KorText::Format(u"%s", u"one", u"two"), u"one"},
-      {KorText::Format(u"50%% %q %s", u"x"), u"50% %q x"},
-      {KorText::Format(u"%s", static_cast<const char16_t*>(nullptr)), u""},
-      {KorText::Format(u"end %", 1), u"end %"},
-      {KorText::Format(u"%-08.3", 1), u"%-08.3"},
-      {KorText::Format(u"%*s|%.*s|", u"wide", u"x", u"y", u"z"), u"x||"},
-  };
-  for (const auto& [made, expected] : cases)
-    EXPECT_EQ(made, expected);
+  EXPECT_EQ(KorText::Format(u"%s %s", 42, 2.5), u"42 2.5");
+  EXPECT_EQ(KorText::Format(u"%i %f %x", u"text", 7, u"hex"), u"text 7 hex");
+  EXPECT_EQ(KorText::Format(u"%i", u'A'), u"65");
+  EXPECT_EQ(KorText::Format(u"%s %s|%5i|", u"one"), u"one ||"); // missing: nothing, not even blanks
+  EXPECT_EQ(KorText::Format(u"%s", u"one", u"two"), u"one");
+  EXPECT_EQ(KorText::Format(u"50%% %q %s", u"x"), u"50% %q x");
+  EXPECT_EQ(KorText::Format(u"%s", static_cast<const char16_t*>(nullptr)), u"");
+  EXPECT_EQ(KorText::Format(u"end %", 1), u"end %");
+  EXPECT_EQ(KorText::Format(u"%-08.3", 1), u"%-08.3");
+  EXPECT_EQ(KorText::Format(u"%*s|%.*s|", u"wide", u"x", u"y", u"z"), u"x||");
   EXPECT_EQ(KorText::Format(u"%99999999999i", 1).Length(), 0xFFFFu);
   EXPECT_EQ(KorText::Format(u"%.99999999999f", 1.0).Length(), 0xFFFFu + 2);
 }
 
 TEST(KorTextUtf8, DecodesAndEncodes) {
-  const struct {
-    std::string_view utf8;
-    std::u16string_view text;
-  } cases[] = {
-      {"", u""},
-      {"A\xC3\xA9\xE4\xB8\xAD\xF0\x9F\x94\xA7", u"A\u00E9\u4E2D\U0001F527"},
-      {std::string_view("\0x", 2), std::u16string_view(u"\0x", 2)},
-      {"\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF\xF4\x8F\xBF\xBF",
-       u"\u0080\u07FF\u0800\uFFFF\U0010FFFF"},
-      {"\x80", u"\xDC80"},
-      {"\xC0\xAF", u"\xDCC0\xDCAF"},                     // overlong "/"
-      {"\xE0\x80\xAF", u"\xDCE0\xDC80\xDCAF"},           // overlong again
-      {"\xED\xA0\x80", u"\xDCED\xDCA0\xDC80"},           // a surrogate
-      {"\xF4\x90\x80\x80", u"\xDCF4\xDC90\xDC80\xDC80"}, // above U+10FFFF
-      {"\xE4\xB8", u"\xDCE4\xDCB8"},                     // cut off
-      {"\xC3(", u"\xDCC3("},
-      {"\xFF\xFE", u"\xDCFF\xDCFE"},
-  };
-  for (const auto& [utf8, text] : cases) {
+  const auto areTheSame = [](std::string_view utf8, std::u16string_view text) {
     EXPECT_EQ(KorText::FromUtf8(utf8), KorText(text));
     EXPECT_EQ(KorText(text).ToUtf8(), utf8);
-  }
+  };
+  areTheSame("", u"");
+  areTheSame("A\xC3\xA9\xE4\xB8\xAD\xF0\x9F\x94\xA7", u"A\u00E9\u4E2D\U0001F527");
+  areTheSame(std::string_view("\0x", 2), std::u16string_view(u"\0x", 2));
+  areTheSame("\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF\xF4\x8F\xBF\xBF",
+             u"\u0080\u07FF\u0800\uFFFF\U0010FFFF");
+  areTheSame("\x80", u"\xDC80");
+  areTheSame("\xC0\xAF", u"\xDCC0\xDCAF");                     // overlong "/"
+  areTheSame("\xE0\x80\xAF", u"\xDCE0\xDC80\xDCAF");           // overlong again
+  areTheSame("\xED\xA0\x80", u"\xDCED\xDCA0\xDC80");           // a surrogate
+  areTheSame("\xF4\x90\x80\x80", u"\xDCF4\xDC90\xDC80\xDC80"); // above U+10FFFF
+  areTheSame("\xE4\xB8", u"\xDCE4\xDCB8");                     // cut off
+  areTheSame("\xC3(", u"\xDCC3(");
+  areTheSame("\xFF\xFE", u"\xDCFF\xDCFE");
   EXPECT_EQ(KorText(u"\xD83D").ToUtf8(), "\xEF\xBF\xBD");
   EXPECT_EQ(KorText(u"\xDC7F|\xDFFF").ToUtf8(), "\xEF\xBF\xBD|\xEF\xBF\xBD");
 }
@@ -147,60 +131,47 @@ TEST(KorTextUtf8, KeepsEveryFileName) {
 }
 
 TEST(KorTextNumbers, ReadIntegers) {
-  const struct {
-    const char16_t* text;
-    std::int32_t value;
-    std::int64_t wide;
-  } cases[] = {
-      {u"", 0, 0},
-      {u"+7x", 7, 7},
-      {u"-0012,5", -12, -12},
-      {u" 5", 0, 0},
-      {u"+-5", 0, 0},
-      {u"x1", 0, 0},
-      {u"2147483647", 2147483647, 2147483647},
-      {u"2147483648", 2147483647, 2147483648},
-      {u"-2147483648", -2147483647 - 1, -2147483648},
-      {u"-2147483649", -2147483647 - 1, -2147483649},
-      {u"9223372036854775808", 2147483647, std::numeric_limits<std::int64_t>::max()},
-      {u"-9223372036854775808", -2147483647 - 1, std::numeric_limits<std::int64_t>::min()},
-      {u"-99999999999999999999999", -2147483647 - 1, std::numeric_limits<std::int64_t>::min()},
+  const auto reads = [](const KorText& text, std::int32_t value, std::int64_t wide) {
+    EXPECT_EQ(text.ToInteger(), value) << text.ToUtf8();
+    EXPECT_EQ(text.ToInteger64(), wide) << text.ToUtf8();
   };
-  for (const auto& [text, value, wide] : cases) {
-    EXPECT_EQ(KorText(text).ToInteger(), value) << KorText(text).ToUtf8();
-    EXPECT_EQ(KorText(text).ToInteger64(), wide) << KorText(text).ToUtf8();
-  }
+  reads(u"", 0, 0);
+  reads(u"+7x", 7, 7);
+  reads(u"-0012,5", -12, -12);
+  reads(u" 5", 0, 0);
+  reads(u"+-5", 0, 0);
+  reads(u"x1", 0, 0);
+  reads(u"2147483647", 2147483647, 2147483647);
+  reads(u"2147483648", 2147483647, 2147483648);
+  reads(u"-2147483648", -2147483647 - 1, -2147483648);
+  reads(u"-2147483649", -2147483647 - 1, -2147483649);
+  reads(u"9223372036854775808", 2147483647, std::numeric_limits<std::int64_t>::max());
+  reads(u"-9223372036854775808", -2147483647 - 1, std::numeric_limits<std::int64_t>::min());
+  reads(u"-99999999999999999999999", -2147483647 - 1, std::numeric_limits<std::int64_t>::min());
 }
 
 TEST(KorTextNumbers, ReadReals) {
   const KorText tiny = u"0." + KorText(400, u'0') + u"1";
   const KorText huge = KorText(400, u'9') + u"e-2";
-  const struct {
-    KorText text;
-    double value;
-  } cases[] = {
-      {u"1.5", 1.5},
-      {u"-.25e2 mm", -25},
-      {u"+3", 3},
-      {u"1,5", 1},
-      {u"", 0},
-      {u"-", 0},
-      {u"inf", 0},
-      {u"nan", 0},
-      {u"0x10", 0},
-      {u"--1", 0},
-      {u" 1", 0},
-      {u"1e", 1},
-      {u"1e-999", 0},
-      {tiny, 0},
-      {u"\u0661", 0},
-      {u"0.00001e", 1e-5},
-      {u"1e999", 1.7976931348623157e308},
-      {huge, 1.7976931348623157e308},
-      {u"-1e999", -1.7976931348623157e308},
-  };
-  for (const auto& [text, value] : cases)
-    EXPECT_EQ(text.ToReal(), value) << text.ToUtf8();
+  EXPECT_EQ(KorText(u"1.5").ToReal(), 1.5);
+  EXPECT_EQ(KorText(u"-.25e2 mm").ToReal(), -25);
+  EXPECT_EQ(KorText(u"+3").ToReal(), 3);
+  EXPECT_EQ(KorText(u"1,5").ToReal(), 1);
+  EXPECT_EQ(KorText(u"").ToReal(), 0);
+  EXPECT_EQ(KorText(u"-").ToReal(), 0);
+  EXPECT_EQ(KorText(u"inf").ToReal(), 0);
+  EXPECT_EQ(KorText(u"nan").ToReal(), 0);
+  EXPECT_EQ(KorText(u"0x10").ToReal(), 0);
+  EXPECT_EQ(KorText(u"--1").ToReal(), 0);
+  EXPECT_EQ(KorText(u" 1").ToReal(), 0);
+  EXPECT_EQ(KorText(u"1e").ToReal(), 1);
+  EXPECT_EQ(KorText(u"1e-999").ToReal(), 0);
+  EXPECT_EQ(tiny.ToReal(), 0);
+  EXPECT_EQ(KorText(u"\u0661").ToReal(), 0);
+  EXPECT_EQ(KorText(u"0.00001e").ToReal(), 1e-5);
+  EXPECT_EQ(KorText(u"1e999").ToReal(), 1.7976931348623157e308);
+  EXPECT_EQ(huge.ToReal(), 1.7976931348623157e308);
+  EXPECT_EQ(KorText(u"-1e999").ToReal(), -1.7976931348623157e308);
 }
 
 TEST(KorTextNames, FoldAsciiLettersOnly) {

@@ -128,8 +128,7 @@ TEST_F(DictionaryFile, NoChangedByteDoesHarmInEitherMode) {
   }
 }
 
-// A small file can inflate to a thousand times its size, and a short list can take more memory than
-// it takes bytes.
+// A small file can inflate to a thousand times its size, and a list takes more than its bytes.
 TEST_F(DictionaryFile, WhatIsTooLargeToBeOneIsRefused) {
   const KorText large = PlainBytes() + KorText(TextHolder::kLargestFile, u'\0');
   Put(large);

@@ -47,56 +47,43 @@ TEST_F(DictionaryLookup, ExpandReplacesWhatHasATextAndNothingElse) {
   dictionary.AddEntries({SampleEntry(1, u"see ^48", {})}); // what stands in a text stays
   ASSERT_TRUE(dictionary.Save());
   ASSERT_TRUE(dictionary.Load(u"diction.ary", TextHolder::kSourceTexts, Failures::Reported));
-  const struct {
-    const char16_t *before, *after;
-    bool replaced;
-  } cases[] = {
-      {u"", u"", false},
-      {u"plain", u"plain", false},
-      {u"Press ^48 now", u"Press Cancel now", true},
-      {u"^48^324^48", u"CancelSorry!Cancel", true},
-      {u"^49", u"^49", false},
-      {u"^1", u"see ^48", true},
-      {u"^", u"^", false},
-      {u"a ^ b ^^48", u"a ^ b ^Cancel", true},
-      {u"^48x^99^", u"Cancelx^99^", true},
-      {u"^0048", u"Cancel", true},
+  const auto expands = [&](const KorText& before, const KorText& after) {
+    KorText text = before;
+    EXPECT_EQ(dictionary.Expand(text), before != after) << before.ToUtf8();
+    EXPECT_EQ(text, after);
   };
-  for (const auto& test : cases) {
-    KorText text = test.before;
-    EXPECT_EQ(dictionary.Expand(text), test.replaced) << KorText(test.before).ToUtf8();
-    EXPECT_EQ(text, KorText(test.after));
-  }
+  expands(u"", u"");
+  expands(u"plain", u"plain");
+  expands(u"Press ^48 now", u"Press Cancel now");
+  expands(u"^48^324^48", u"CancelSorry!Cancel");
+  expands(u"^49", u"^49");
+  expands(u"^1", u"see ^48");
+  expands(u"^", u"^");
+  expands(u"a ^ b ^^48", u"a ^ b ^Cancel");
+  expands(u"^48x^99^", u"Cancelx^99^");
+  expands(u"^0048", u"Cancel");
 }
 
 TEST_F(DictionaryLookup, TheSelectorPicksTheLanguage) {
-  struct Case {
-    std::int32_t selector;
-    const char16_t* request;
-    std::int32_t chosen;
-    const char16_t *text48, *text323;
+  const auto picks = [&](std::int32_t selector, const KorText& request, std::int32_t chosen,
+                         const KorText& text48, const KorText& text323) {
+    ASSERT_TRUE(dictionary.Load(file, selector, Failures::Reported, request));
+    EXPECT_EQ(dictionary.LanguageSelector(), chosen) << selector << request.ToUtf8();
+    EXPECT_EQ(dictionary.Text(48), text48) << selector << request.ToUtf8();
+    EXPECT_EQ(dictionary.Text(323), text323) << selector << request.ToUtf8();
   };
-  const Case cases[] = {
-      {-1, u"de-DE", -1, u"Cancel", u"Call us."},
-      {0, u"", 0, u"Abbrechen", u"Rufen Sie uns an."},
-      {1, u"", 1, u"Annuler", u"Call us."}, // an empty translation gives the source text
-      {2, u"", 2, u"Cancel", u"Call us."},  // there is no such language
-      {-2, u"", -1, u"Cancel", u"Call us."},
-      {-2, u"français", 1, u"Annuler", u"Call us."},
-      {-2, u"deutsch", 0, u"Abbrechen", u"Rufen Sie uns an."},
-      {-3, u"FR-fr", 1, u"Annuler", u"Call us."},
-      {-3, u"de_AT.UTF-8", 0, u"Abbrechen", u"Rufen Sie uns an."},
-      {-2, u"de", 0, u"Abbrechen", u"Rufen Sie uns an."},
-      {-2, u"en-GB", -1, u"Cancel", u"Call us."},
-      {-2, u"nl-NL", -1, u"Cancel", u"Call us."},
-  };
-  for (const Case& test : cases) {
-    ASSERT_TRUE(dictionary.Load(file, test.selector, Failures::Reported, test.request));
-    const std::string name = KorText(test.request).ToUtf8();
-    EXPECT_EQ(dictionary.LanguageSelector(), test.chosen) << test.selector << name;
-    EXPECT_EQ(dictionary.Text(48), KorText(test.text48)) << test.selector << name;
-    EXPECT_EQ(dictionary.Text(323), KorText(test.text323)) << test.selector << name;
-  }
+  picks(-1, u"de-DE", -1, u"Cancel", u"Call us.");
+  picks(0, u"", 0, u"Abbrechen", u"Rufen Sie uns an.");
+  picks(1, u"", 1, u"Annuler", u"Call us."); // an empty translation gives the source text
+  picks(2, u"", 2, u"Cancel", u"Call us.");  // there is no such language
+  picks(-2, u"", -1, u"Cancel", u"Call us.");
+  picks(-2, u"français", 1, u"Annuler", u"Call us.");
+  picks(-2, u"deutsch", 0, u"Abbrechen", u"Rufen Sie uns an.");
+  picks(-3, u"FR-fr", 1, u"Annuler", u"Call us.");
+  picks(-3, u"de_AT.UTF-8", 0, u"Abbrechen", u"Rufen Sie uns an.");
+  picks(-2, u"de", 0, u"Abbrechen", u"Rufen Sie uns an.");
+  picks(-2, u"en-GB", -1, u"Cancel", u"Call us.");
+  picks(-2, u"nl-NL", -1, u"Cancel", u"Call us.");
 }
 
 TEST_F(DictionaryLookup, TheProgramSpeaksTheStoredLanguageElseTheSystemsElseEnglish) {

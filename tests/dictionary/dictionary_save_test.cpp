@@ -1,5 +1,4 @@
-// Saving with its backup, and the exports: what is written, and that bad luck leaves older files
-// whole.
+// Saving with its backup, and the exports: what is written, and what bad luck leaves whole.
 #include <gtest/gtest.h>
 
 #include "tests/support/dictionary_samples.h"
@@ -120,16 +119,14 @@ TEST_F(DictionarySave, ExportsTheHeaderAndKeepsTheOlderOne) {
 }
 
 TEST(TextPosition, IsMadeFromThePhrase) {
-  const std::pair<const char16_t*, const char16_t*> cases[] = {
-      {u"Open  File...", u"TXTPOS_Open_File"},
-      {u"", u"TXTPOS_"},
-      {u" a b ", u"TXTPOS__a_b_"},
-      {u"Größe %i", u"TXTPOS_Gre_i"},
-      {u"12345678901234567890123456789012", u"TXTPOS_12345678901234567890123456789012"},
-      {u"1234567890123456XXX7890123456789012", u"TXTPOS_12345678901234567890123456789012"},
-  };
-  for (const auto& [phrase, name] : cases)
-    EXPECT_EQ(TextEntry::MakeTextPosition(phrase), KorText(name));
+  EXPECT_EQ(TextEntry::MakeTextPosition(u"Open  File..."), u"TXTPOS_Open_File");
+  EXPECT_EQ(TextEntry::MakeTextPosition(u""), u"TXTPOS_");
+  EXPECT_EQ(TextEntry::MakeTextPosition(u" a b "), u"TXTPOS__a_b_");
+  EXPECT_EQ(TextEntry::MakeTextPosition(u"Größe %i"), u"TXTPOS_Gre_i");
+  EXPECT_EQ(TextEntry::MakeTextPosition(u"12345678901234567890123456789012"),
+            u"TXTPOS_12345678901234567890123456789012");
+  EXPECT_EQ(TextEntry::MakeTextPosition(u"1234567890123456XXX7890123456789012"),
+            u"TXTPOS_12345678901234567890123456789012");
 }
 
 } // namespace

@@ -1,5 +1,4 @@
-// Translation files: out and in, what translation programs do to them, and what is wrong with bad
-// ones.
+// Translation files: out and in, what translation programs do to them, and bad ones.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -149,30 +148,11 @@ TEST_F(Xliff, TellsThatTheEnglishTextHasChanged) {
 }
 
 TEST_F(Xliff, AFaultyFileChangesNothingAndNamesItsFault) {
-  const std::pair<const char16_t*, const char16_t*> cases[] = {
-      {u"<trans-unit id=\"48\"><target>X</target></trans-unit>\n<trans-unit id=\"1x\"/>",
-       u":5: unit with the id \"1x\". Give it a number from 0 to 999999."},
-      {u"<trans-unit id=\"1000000\"/>",
-       u":4: unit with the id \"1000000\". Give it a number from 0 to 999999."},
-      {u"<trans-unit/>", u":4: unit with the id \"\". Give it a number from 0 to 999999."},
-      {u"<trans-unit id=\"5\"><target>X</target></trans-unit>",
-       u":4: unit 5: a new number, and the English text is missing. Write it into <source>."},
-      {u"<trans-unit id=\"48\"/>\n\n<trans-unit id=\"48\"/>",
-       u":6: unit 48: the number is taken by the unit at "},
-      {u"<trans-unit id=\"48\"><target>X</target><context-group><context "
-       u"context-type=\"x-importance\">high</context></context-group></trans-unit>",
-       u":4: unit 48: x-importance is \"high\". Write a whole number."},
-      {u"<trans-unit id=\"48\"><target>X</target><context-group><context "
-       u"context-type=\"x-modified\">2026-02-30</context></context-group></trans-unit>",
-       u":4: unit 48: x-modified is \"2026-02-30\". Write a date such as 2026-11-21."},
-      {u"</file><file>", u":4: no well-formed XML"},
-      {u"</body></file><file target-language=\"fr-FR\"><body>", u":4: a second <file>."},
-  };
-  for (const auto& [units, error] : cases) {
+  const auto fails = [this](const KorText& units, const KorText& error) {
     app.ForgetReports();
     const ImportResult result = ImportUnits(units);
     EXPECT_FALSE(result.done);
-    ASSERT_FALSE(result.errors.empty()) << KorText(error).ToUtf8();
+    ASSERT_FALSE(result.errors.empty()) << error.ToUtf8();
     EXPECT_TRUE(result.errors[0].StartsWith(file + error)) << result.errors[0].ToUtf8();
     EXPECT_EQ(dictionary.FindEntry(48)->Translation(0), u"Abbrechen");
     EXPECT_EQ(dictionary.Entries().size(), 4U);
@@ -181,23 +161,38 @@ TEST_F(Xliff, AFaultyFileChangesNothingAndNamesItsFault) {
     EXPECT_EQ(app.Messages()[0].message,
               u"The translation file cannot be read, or does not fit this dictionary.");
     EXPECT_TRUE(app.Messages()[0].details.StartsWith(result.errors[0]));
-  }
+  };
+  fails(u"<trans-unit id=\"48\"><target>X</target></trans-unit>\n<trans-unit id=\"1x\"/>",
+        u":5: unit with the id \"1x\". Give it a number from 0 to 999999.");
+  fails(u"<trans-unit id=\"1000000\"/>",
+        u":4: unit with the id \"1000000\". Give it a number from 0 to 999999.");
+  fails(u"<trans-unit/>", u":4: unit with the id \"\". Give it a number from 0 to 999999.");
+  fails(u"<trans-unit id=\"5\"><target>X</target></trans-unit>",
+        u":4: unit 5: a new number, and the English text is missing. Write it into <source>.");
+  fails(u"<trans-unit id=\"48\"/>\n\n<trans-unit id=\"48\"/>",
+        u":6: unit 48: the number is taken by the unit at ");
+  fails(u"<trans-unit id=\"48\"><target>X</target><context-group><context "
+        u"context-type=\"x-importance\">high</context></context-group></trans-unit>",
+        u":4: unit 48: x-importance is \"high\". Write a whole number.");
+  fails(u"<trans-unit id=\"48\"><target>X</target><context-group><context "
+        u"context-type=\"x-modified\">2026-02-30</context></context-group></trans-unit>",
+        u":4: unit 48: x-modified is \"2026-02-30\". Write a date such as 2026-11-21.");
+  fails(u"</file><file>", u":4: no well-formed XML");
+  fails(u"</body></file><file target-language=\"fr-FR\"><body>", u":4: a second <file>.");
 }
 
 TEST_F(Xliff, AFileThatIsNoTranslationOfThisDictionaryIsRefused) {
-  const std::pair<const char16_t*, const char16_t*> cases[] = {
-      {u"", u":1: no well-formed XML"},
-      {u"text", u":1: no well-formed XML"},
-      {u"<html/>", u":1: no XLIFF file"},
-      {u"<xliff>\n<file/></xliff>", u":2: <file> has no target-language."},
-      {u"<xliff><file target-language=\"nl-NL\"/></xliff>",
-       u": the dictionary has no language \"nl-NL\"."},
-  };
-  for (const auto& [content, error] : cases) {
+  const auto fails = [this](const KorText& content, const KorText& error) {
     const ImportResult result = Import(content);
-    ASSERT_EQ(result.errors.size(), 1U) << KorText(content).ToUtf8();
+    ASSERT_EQ(result.errors.size(), 1U) << content.ToUtf8();
     EXPECT_TRUE(result.errors[0].StartsWith(file + error)) << result.errors[0].ToUtf8();
-  }
+  };
+  fails(u"", u":1: no well-formed XML");
+  fails(u"text", u":1: no well-formed XML");
+  fails(u"<html/>", u":1: no XLIFF file");
+  fails(u"<xliff>\n<file/></xliff>", u":2: <file> has no target-language.");
+  fails(u"<xliff><file target-language=\"nl-NL\"/></xliff>",
+        u": the dictionary has no language \"nl-NL\".");
   const KorText latin = u"<xliff><file target-language=\"de-DE\"><body><trans-unit id=\"48\">"
                         u"<target>\xD6</target></trans-unit></body></file></xliff>";
   EXPECT_EQ(Import(latin).errors.at(0),

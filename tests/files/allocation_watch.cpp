@@ -1,5 +1,4 @@
-// The replaced operators stand apart from their users: inlined, they look mismatched to the
-// compiler.
+// Apart from their users: inlined, the replaced operators look mismatched to the compiler.
 #include "tests/files/allocation_watch.h"
 
 #include <algorithm>

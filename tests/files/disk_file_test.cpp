@@ -402,20 +402,15 @@ TEST_F(DiskFileTest, ATransferThatForgetsToEndItsRecordDoesNoHarm) {
 }
 
 TEST_F(DiskFileTest, DatesThatAreNoneReadAsNone) {
-  const struct {
-    CalendarDate written, read;
-  } cases[] = {{{2024, 2, 29}, {2024, 2, 29}},
-               {{2023, 2, 29}, {}},
-               {{2026, 13, 1}, {}},
-               {{2026, 4, 31}, {}},
-               {{0, 1, 1}, {}},
-               {{}, {}}};
-  for (auto c : cases) {
-    const Bytes bytes = WriteRecords(kNarrow, Record(c.written));
+  const auto readBack = [](CalendarDate written) {
     CalendarDate date{1999, 1, 1};
-    ExpectReads(bytes, Record(date));
-    EXPECT_EQ(date, c.read);
-  }
+    ExpectReads(WriteRecords(kNarrow, Record(written)), Record(date));
+    return date;
+  };
+  EXPECT_EQ(readBack({2024, 2, 29}), (CalendarDate{2024, 2, 29}));
+  for (const CalendarDate& none :
+       {CalendarDate{2023, 2, 29}, {2026, 13, 1}, {2026, 4, 31}, {0, 1, 1}, {}})
+    EXPECT_EQ(readBack(none), CalendarDate());
 }
 
 } // namespace

@@ -10,97 +10,77 @@ constexpr std::nullopt_t kNone = std::nullopt;
 class PathsTest : public FileTest {};
 
 TEST_F(PathsTest, Compare) {
-  struct {
-    OptionalPath a, b;
-    int order;
-  } const cases[] = {
-      {kNone, kNone, 0},          {kNone, u"", -1},        {u"", kNone, 1},
-      {u"a\\B/c", u"A/b\\C", 0},  {u"a/b", u"a/bc", -1},   {u"a/bc", u"a/b", 1},
-      {u"ab", u"ad", -2},         {u"[", u"a", '[' - 'A'}, {u"\u00E4", u"\u00C4", 0x20},
-      {u"a\\", u"a0", '/' - '0'},
-  };
-  for (const auto& c : cases)
-    EXPECT_EQ(ComparePaths(c.a, c.b), c.order) << c.order;
+  EXPECT_EQ(ComparePaths(kNone, kNone), 0);
+  EXPECT_EQ(ComparePaths(kNone, u""), -1);
+  EXPECT_EQ(ComparePaths(u"", kNone), 1);
+  EXPECT_EQ(ComparePaths(u"a\\B/c", u"A/b\\C"), 0);
+  EXPECT_EQ(ComparePaths(u"a/b", u"a/bc"), -1);
+  EXPECT_EQ(ComparePaths(u"a/bc", u"a/b"), 1);
+  EXPECT_EQ(ComparePaths(u"ab", u"ad"), -2);
+  EXPECT_EQ(ComparePaths(u"[", u"a"), '[' - 'A');
+  EXPECT_EQ(ComparePaths(u"\u00E4", u"\u00C4"), 0x20);
+  EXPECT_EQ(ComparePaths(u"a\\", u"a0"), '/' - '0');
 }
 
 TEST_F(PathsTest, Root) {
-  const std::pair<const char16_t*, const char16_t*> cases[] = {
-      {u"C:/x", u"C:"},
-      {u"c:", u"c:"},
-      {u"//server/share/x", u"//server"},
-      {u"\\\\server", u"\\\\server"},
-      {u"/\\s\\x", u"/\\s"},
-      {u"/home/x", u""},
-      {u"x", u""},
-      {u"", u""},
-      {u"//", u"//"},
-  };
-  for (const auto& [path, root] : cases)
-    EXPECT_EQ(GetPathRoot(path), root);
+  EXPECT_EQ(GetPathRoot(u"C:/x"), u"C:");
+  EXPECT_EQ(GetPathRoot(u"c:"), u"c:");
+  EXPECT_EQ(GetPathRoot(u"//server/share/x"), u"//server");
+  EXPECT_EQ(GetPathRoot(u"\\\\server"), u"\\\\server");
+  EXPECT_EQ(GetPathRoot(u"/\\s\\x"), u"/\\s");
+  EXPECT_EQ(GetPathRoot(u"/home/x"), u"");
+  EXPECT_EQ(GetPathRoot(u"x"), u"");
+  EXPECT_EQ(GetPathRoot(u""), u"");
+  EXPECT_EQ(GetPathRoot(u"//"), u"//");
 }
 
 TEST_F(PathsTest, AbsoluteToRelative) {
-  constexpr auto kStay = Climbing::Forbidden, kClimb = Climbing::Allowed;
-  struct {
-    const char16_t* path;
-    OptionalPath base, root;
-    Climbing climbing;
-    const char16_t* relative;
-  } const cases[] = {
-      {u"C:\\Jobs\\A\\file.nc", u"C:/Jobs", kNone, kStay, u"./A/file.nc"},
-      {u"c:/jobs/file.nc", u"C:\\JOBS\\", kNone, kStay, u"./file.nc"},
-      {u"C:/Jobs/A", u"C:/Jobs/A/", kNone, kStay, u"."},
-      {u"C:/Jobs/A/", u"C:/Jobs/A", kNone, kStay, u"./"},
-      {u"C:/JobsX/f", u"C:/Jobs", kNone, kStay, u"C:/JobsX/f"}, // no folder of that name
-      {u"C:/Other/x", u"C:/Jobs/A", kNone, kClimb, u"../../Other/x"},
-      {u"C:/jobs/B/x", u"c:/Jobs/A", kNone, kClimb, u"../B/x"},
-      {u"C:/Other/x", u"C:/Jobs/A", kNone, kStay, u"C:/Other/x"},
-      {u"D:\\x", u"C:/Jobs", kNone, kClimb, u"D:/x"},
-      {u"//server/share/x", u"//SERVER/share/y", kNone, kClimb, u"../x"},
-      {u"//other/share/x", u"//server/share", kNone, kClimb, u"//other/share/x"},
-      {u"/srv/jobs/x", u"/srv/other", kNone, kClimb, u"../jobs/x"},
-      {u"x.nc", u"/srv", kNone, kClimb, u"x.nc"},
-      {u"Other/x", u"Jobs/A", kNone, kClimb, u"../../Other/x"},
-      {u"Jobs/B/x", u"Jobs/A", kNone, kClimb, u"../B/x"},
-      {u"x", u"", kNone, kClimb, u"x"},
-      {u"Other/x", u"../Jobs", kNone, kClimb, u"Other/x"}, // what to climb to is not known
-      // a root folder
-      {u"C:/Data/Jobs/x", kNone, u"c:\\data", kStay, u"Jobs/x"},
-      {u"C:/Data/x", u"C:/Data/Jobs", u"C:/Data/", kStay, u"x"},
-      {u"C:/Data/Jobs/x", u"C:/Data/Jobs", u"C:/Data", kStay, u"./x"},
-      {u"C:/Else/x", u"C:/Else", u"C:/Data", kStay, u"./x"},
-  };
-  for (const auto& c : cases)
-    EXPECT_EQ(AbsToRelPath(c.path, c.base, c.root, c.climbing), c.relative)
-        << KorText(c.path).ToUtf8();
+  constexpr auto kClimb = Climbing::Allowed;
+  EXPECT_EQ(AbsToRelPath(u"C:\\Jobs\\A\\file.nc", u"C:/Jobs"), u"./A/file.nc");
+  EXPECT_EQ(AbsToRelPath(u"c:/jobs/file.nc", u"C:\\JOBS\\"), u"./file.nc");
+  EXPECT_EQ(AbsToRelPath(u"C:/Jobs/A", u"C:/Jobs/A/"), u".");
+  EXPECT_EQ(AbsToRelPath(u"C:/Jobs/A/", u"C:/Jobs/A"), u"./");
+  EXPECT_EQ(AbsToRelPath(u"C:/JobsX/f", u"C:/Jobs"), u"C:/JobsX/f"); // no folder of that name
+  EXPECT_EQ(AbsToRelPath(u"C:/Other/x", u"C:/Jobs/A", kNone, kClimb), u"../../Other/x");
+  EXPECT_EQ(AbsToRelPath(u"C:/jobs/B/x", u"c:/Jobs/A", kNone, kClimb), u"../B/x");
+  EXPECT_EQ(AbsToRelPath(u"C:/Other/x", u"C:/Jobs/A"), u"C:/Other/x");
+  EXPECT_EQ(AbsToRelPath(u"D:\\x", u"C:/Jobs", kNone, kClimb), u"D:/x");
+  EXPECT_EQ(AbsToRelPath(u"//server/share/x", u"//SERVER/share/y", kNone, kClimb), u"../x");
+  EXPECT_EQ(AbsToRelPath(u"//other/share/x", u"//server/share", kNone, kClimb), u"//other/share/x");
+  EXPECT_EQ(AbsToRelPath(u"/srv/jobs/x", u"/srv/other", kNone, kClimb), u"../jobs/x");
+  EXPECT_EQ(AbsToRelPath(u"x.nc", u"/srv", kNone, kClimb), u"x.nc");
+  EXPECT_EQ(AbsToRelPath(u"Other/x", u"Jobs/A", kNone, kClimb), u"../../Other/x");
+  EXPECT_EQ(AbsToRelPath(u"Jobs/B/x", u"Jobs/A", kNone, kClimb), u"../B/x");
+  EXPECT_EQ(AbsToRelPath(u"x", u"", kNone, kClimb), u"x");
+  // what to climb to is not known
+  EXPECT_EQ(AbsToRelPath(u"Other/x", u"../Jobs", kNone, kClimb), u"Other/x");
+  // a root folder
+  EXPECT_EQ(AbsToRelPath(u"C:/Data/Jobs/x", kNone, u"c:\\data"), u"Jobs/x");
+  EXPECT_EQ(AbsToRelPath(u"C:/Data/x", u"C:/Data/Jobs", u"C:/Data/"), u"x");
+  EXPECT_EQ(AbsToRelPath(u"C:/Data/Jobs/x", u"C:/Data/Jobs", u"C:/Data"), u"./x");
+  EXPECT_EQ(AbsToRelPath(u"C:/Else/x", u"C:/Else", u"C:/Data"), u"./x");
   EXPECT_TRUE(app.Warnings().empty());
 }
 
 TEST_F(PathsTest, RelativeToAbsolute) {
-  struct {
-    const char16_t *path, *base, *absolute;
-  } const cases[] = {
-      {u".", u"C:\\Jobs", u"C:/Jobs"},
-      {u".\\", u"C:/Jobs/", u"C:/Jobs/"},
-      {u".\\A\\f.nc", u"C:/Jobs", u"C:/Jobs/A/f.nc"},
-      {u"./f.nc", u"C:/Jobs/", u"C:/Jobs/f.nc"},
-      {u"../../Other/x", u"C:/Jobs/A", u"C:/Other/x"},
-      {u"../x", u"C:/Jobs/A/", u"C:/Jobs/x"},
-      {u"../../../x", u"C:/Jobs/A", u"C:/x"}, // no folder above the root
-      {u"../../x", u"//server/share", u"//server/x"},
-      {u"../../x", u"/srv/jobs", u"/x"},
-      {u"../../Other/x", u"Jobs/A", u"Other/x"},
-      {u".hidden/x", u"C:/Jobs", u"C:/Jobs/.hidden/x"},
-      {u"/x/y", u"C:/Jobs", u"C:/x/y"},
-      {u"/x/y", u"\\\\server\\share", u"//server/x/y"},
-      {u"/x/y", u"/srv", u"/x/y"},
-      {u"\\\\server\\x", u"C:/Jobs", u"//server/x"},
-      {u"D:\\x", u"C:/Jobs", u"D:/x"},
-      {u"x", u"C:/Jobs", u"x"},
-      {u"", u"C:/Jobs", u""},
-  };
-  for (const auto& c : cases)
-    EXPECT_EQ(RelToAbsPath(c.path, c.base), c.absolute) << KorText(c.path).ToUtf8();
+  EXPECT_EQ(RelToAbsPath(u".", u"C:\\Jobs"), u"C:/Jobs");
+  EXPECT_EQ(RelToAbsPath(u".\\", u"C:/Jobs/"), u"C:/Jobs/");
+  EXPECT_EQ(RelToAbsPath(u".\\A\\f.nc", u"C:/Jobs"), u"C:/Jobs/A/f.nc");
+  EXPECT_EQ(RelToAbsPath(u"./f.nc", u"C:/Jobs/"), u"C:/Jobs/f.nc");
+  EXPECT_EQ(RelToAbsPath(u"../../Other/x", u"C:/Jobs/A"), u"C:/Other/x");
+  EXPECT_EQ(RelToAbsPath(u"../x", u"C:/Jobs/A/"), u"C:/Jobs/x");
+  EXPECT_EQ(RelToAbsPath(u"../../../x", u"C:/Jobs/A"), u"C:/x"); // no folder above the root
+  EXPECT_EQ(RelToAbsPath(u"../../x", u"//server/share"), u"//server/x");
+  EXPECT_EQ(RelToAbsPath(u"../../x", u"/srv/jobs"), u"/x");
+  EXPECT_EQ(RelToAbsPath(u"../../Other/x", u"Jobs/A"), u"Other/x");
+  EXPECT_EQ(RelToAbsPath(u".hidden/x", u"C:/Jobs"), u"C:/Jobs/.hidden/x");
+  EXPECT_EQ(RelToAbsPath(u"/x/y", u"C:/Jobs"), u"C:/x/y");
+  EXPECT_EQ(RelToAbsPath(u"/x/y", u"\\\\server\\share"), u"//server/x/y");
+  EXPECT_EQ(RelToAbsPath(u"/x/y", u"/srv"), u"/x/y");
+  EXPECT_EQ(RelToAbsPath(u"\\\\server\\x", u"C:/Jobs"), u"//server/x");
+  EXPECT_EQ(RelToAbsPath(u"D:\\x", u"C:/Jobs"), u"D:/x");
+  EXPECT_EQ(RelToAbsPath(u"x", u"C:/Jobs"), u"x");
+  EXPECT_EQ(RelToAbsPath(u"", u"C:/Jobs"), u"");
 }
 
 TEST_F(PathsTest, ProgramFolderIsTheBaseOfBoth) {

@@ -145,7 +145,6 @@ void WriteOpaque(DiskFile& file) {
   file.EndRecord();
 }
 
-// Each case: a file, and what is wrong with it and where.
 TEST_F(RecordDamageTest, TheInspectorFindsRecordsByShapeAndDamageByOffset) {
   const Bytes whole = WriteRecords({}, WriteOpaque);
   const auto changed = [&](std::size_t at, std::uint8_t to) {
@@ -153,45 +152,38 @@ TEST_F(RecordDamageTest, TheInspectorFindsRecordsByShapeAndDamageByOffset) {
     bytes[at] = to;
     return bytes;
   };
-  const struct {
-    const char* what;
-    Bytes bytes;
-    std::vector<std::pair<std::uint64_t, std::uint32_t>> damage;
-    std::size_t inner = 2;
-  } cases[] = {
-      {"whole", whole, {}},
-      {"size A of the outer record", changed(16, 0), {{16, 64}}},
-      {"size A of an inner record", changed(31, 0xFF), {}},
-      {"size B of an inner record", changed(35, 0xFF), {{30, 64}}, 1},
-      {"length of a text", changed(38, 99), {{38, 128}}},
-      {"a tail", Joined(whole, {5, 0}), {{whole.size(), 128}}},
-      {"a tail without sizes", Joined(whole, {5, 0, 0, 0}), {{whole.size() + 4, 512}}},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
-    app.Put(app.Path(u"file"), TextOf(c.bytes));
+  using Damage = std::vector<std::pair<std::uint64_t, std::uint32_t>>; // offset, flag
+  const auto finds = [&](const char* what, const Bytes& bytes, const Damage& expected,
+                         std::size_t inner = 2) {
+    SCOPED_TRACE(what);
+    app.Put(app.Path(u"file"), TextOf(bytes));
     const RecordFileDescription found = DescribeRecordFile(app.Path(u"file"));
     EXPECT_TRUE(found.isRecordFile);
     ASSERT_FALSE(found.records.empty());
-    EXPECT_EQ(found.records[0].records.size(), c.inner);
-    std::vector<std::pair<std::uint64_t, std::uint32_t>> damage;
+    EXPECT_EQ(found.records[0].records.size(), inner);
+    Damage damage;
     for (const RecordDamage& d : found.damage)
       damage.emplace_back(d.offset, d.flag);
-    EXPECT_EQ(damage, c.damage);
-  }
+    EXPECT_EQ(damage, expected);
+  };
+  finds("whole", whole, {});
+  finds("size A of the outer record", changed(16, 0), {{16, 64}});
+  finds("size A of an inner record", changed(31, 0xFF), {});
+  finds("size B of an inner record", changed(35, 0xFF), {{30, 64}}, 1);
+  finds("length of a text", changed(38, 99), {{38, 128}});
+  finds("a tail", Joined(whole, {5, 0}), {{whole.size(), 128}});
+  finds("a tail without sizes", Joined(whole, {5, 0, 0, 0}), {{whole.size() + 4, 512}});
 }
 
 TEST_F(RecordDamageTest, TheInspectorTellsRecordFilesFromOthers) {
   using namespace std::string_literals;
-  const std::pair<std::string, bool> kinds[] = {{"[Port Settings]\r\nport=COM1\r\n", false},
-                                                {"", false},
-                                                // from before headers
-                                                {"\x05\0\0\0\x04\0\0\0abcd"s, true},
-                                                {"\x05\0\0\0\x05\0\0\0abcd"s, false}};
-  for (const auto& [bytes, isRecordFile] : kinds) {
+  const auto isRecordFile = [&](const std::string& bytes) {
     app.Put(app.Path(u"file"), KorText::FromBytes(bytes));
-    EXPECT_EQ(DescribeRecordFile(app.Path(u"file")).isRecordFile, isRecordFile) << bytes;
-  }
+    return DescribeRecordFile(app.Path(u"file")).isRecordFile;
+  };
+  EXPECT_TRUE(isRecordFile("\x05\0\0\0\x04\0\0\0abcd"s)) << "from before headers";
+  EXPECT_FALSE(isRecordFile("\x05\0\0\0\x05\0\0\0abcd"s));
+  EXPECT_FALSE(isRecordFile("[Port Settings]\r\nport=COM1\r\n") || isRecordFile(""));
   EXPECT_EQ(DescribeRecordFile(app.Path(u"missing")).result, FileResult::SourceUnreadable);
 }
 

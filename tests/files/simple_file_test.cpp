@@ -28,31 +28,23 @@ TEST(SimpleFileWait, AnEmptyOrMissingFileMayFillForFiveSeconds) {
     if (app.sleeps == 3) app.Put(app.Path(u"f"), u"text");
   };
   const auto jump = [](WaitingApp& app) { app.Advance(-0.5); }; // the difference is unsigned
-  const struct {
-    const char* what;
-    bool isThere;
-    std::uint32_t mode;
-    bool waits, opens;
-    int sleeps;
-    std::function<void(WaitingApp&)> onSleep = {};
-  } cases[] = {
-      {"missing", false, kFileRead, true, false, 50},
-      {"empty", true, kFileRead, true, false, 50},
-      {"written meanwhile", false, kFileRead | kFileText, true, true, 3, write},
-      {"the clock goes back", true, kFileRead, true, false, 1, jump},
-      {"empty for update", true, kFileRead | kFileWrite, true, false, 50},
-      {"empty for writing", true, kFileWrite, true, true, 0},
-      {"empty without the flag", true, kFileRead, false, true, 0},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
+  const auto tries = [](const char* what, bool isThere, std::uint32_t mode, bool waits, bool opens,
+                        int sleeps, std::function<void(WaitingApp&)> onSleep = {}) {
+    SCOPED_TRACE(what);
     WaitingApp app;
-    if (c.isThere) app.Put(app.Path(u"f"), u"");
-    app.onSleep = c.onSleep;
+    if (isThere) app.Put(app.Path(u"f"), u"");
+    app.onSleep = onSleep;
     SimpleFile file(app.Path(u"f"));
-    EXPECT_EQ(file.Open(c.mode, OpenWait{c.waits}), c.opens);
-    EXPECT_EQ(app.sleeps, c.sleeps);
-  }
+    EXPECT_EQ(file.Open(mode, OpenWait{waits}), opens);
+    EXPECT_EQ(app.sleeps, sleeps);
+  };
+  tries("missing", false, kFileRead, true, false, 50);
+  tries("empty", true, kFileRead, true, false, 50);
+  tries("written meanwhile", false, kFileRead | kFileText, true, true, 3, write);
+  tries("the clock goes back", true, kFileRead, true, false, 1, jump);
+  tries("empty for update", true, kFileRead | kFileWrite, true, false, 50);
+  tries("empty for writing", true, kFileWrite, true, true, 0);
+  tries("empty without the flag", true, kFileRead, false, true, 0);
 }
 
 // --- Opening and marks ---
@@ -71,36 +63,34 @@ TEST_F(SimpleFileTest, OpenIsRefused) {
 }
 
 TEST_F(SimpleFileTest, MarkDecidesTheEncoding) {
-  struct {
-    const char* hex;
-    TextEncoding encoding;
-    std::uint64_t onDisk, inMemory; // positions after opening
-  } const cases[] = {
-      {"EF BB BF 61 62 63", TextEncoding::Utf8, 3, 4}, // memory files are not put back
-      {"EF BB BF", TextEncoding::Utf8, 3, 3},
-      {"FF FE", TextEncoding::Utf16, 2, 2},
-      {"FF FE 61 00 62 00", TextEncoding::Utf16, 2, 4},
-      {"FE FF 00 61", TextEncoding::EightBit, 0, 4},
-      {"61 62 63 64 65", TextEncoding::EightBit, 0, 4},
-      {"EF BB", TextEncoding::EightBit, 0, 2},
-      {"", TextEncoding::EightBit, 0, 0},
-  };
-  for (const auto& c : cases) {
-    const KorText path = Put(u"f", FromHex(c.hex));
+  // What is expected of a file of these bytes: its encoding, and the positions after opening.
+  const auto opens = [this](const char* hex, TextEncoding encoding, std::uint64_t onDisk,
+                            std::uint64_t inMemory) {
+    SCOPED_TRACE(hex);
+    const KorText path = Put(u"f", FromHex(hex));
     for (const std::uint32_t mode : {+kFileRead, kFileRead | kFileWrite}) {
       SimpleFile plain(path);
       ASSERT_TRUE(plain.Open(mode | kFileText));
-      EXPECT_EQ(plain.Encoding(), c.encoding) << c.hex;
-      EXPECT_EQ(plain.Position(), c.onDisk) << c.hex;
-      EXPECT_EQ(plain.ReadAll().value_or(Bytes()).size(), plain.Size() - c.onDisk) << c.hex;
+      EXPECT_EQ(plain.Encoding(), encoding);
+      EXPECT_EQ(plain.Position(), onDisk);
+      EXPECT_EQ(plain.ReadAll().value_or(Bytes()).size(), plain.Size() - onDisk);
     }
     ASSERT_EQ(CompressFile(path, path), FileResult::Success);
     SimpleFile packed(path);
     ASSERT_TRUE(packed.Open(kFileRead | kFileText, OpenWait::No, Compression::Yes));
     EXPECT_TRUE(packed.InMemory());
-    EXPECT_EQ(packed.Encoding(), c.encoding) << c.hex;
-    EXPECT_EQ(packed.Position(), c.inMemory) << c.hex;
-  }
+    EXPECT_EQ(packed.Encoding(), encoding);
+    EXPECT_EQ(packed.Position(), inMemory);
+  };
+  using enum TextEncoding;
+  opens("EF BB BF 61 62 63", Utf8, 3, 4); // memory files are not put back
+  opens("EF BB BF", Utf8, 3, 3);
+  opens("FF FE", Utf16, 2, 2);
+  opens("FF FE 61 00 62 00", Utf16, 2, 4);
+  opens("FE FF 00 61", EightBit, 0, 4);
+  opens("61 62 63 64 65", EightBit, 0, 4);
+  opens("EF BB", EightBit, 0, 2);
+  opens("", EightBit, 0, 0);
   EXPECT_TRUE(app.Warnings().empty());
 }
 
@@ -112,22 +102,20 @@ TEST_F(SimpleFileTest, AFileThatCannotBePutBackBehindItsMarkIsNotRead) {
 }
 
 TEST_F(SimpleFileTest, TextFilesAreWrittenInTheEncodingOfTheirMode) {
-  const std::pair<std::uint32_t, const char*> cases[] = {
-      {kFileWrite, "41 E9 3F 0D 0A"},
-      {kFileWrite | kFileText, "41 E9 3F 0D 0A"},
-      {kFileWrite | kFileText | kFileUtf8, "EF BB BF 41 C3 A9 E2 82 AC 0D 0A"},
-      {kFileWrite | kFileText | kFileUnicode, "FF FE 41 00 E9 00 AC 20 0D 00 0A 00"},
-      {kFileWrite | kFileUnicode, "41 E9 3F 0D 0A"}, // not a text file: no encoding
-      {kFileWrite | kFileRead | kFileText | kFileUtf8, "EF BB BF 41 C3 A9 E2 82 AC 0D 0A"},
-  };
-  for (const auto& [mode, hex] : cases) {
-    SimpleFile file(app.Path(u"f"));
+  const auto writes = [this](std::uint32_t mode, const char* hex) {
     app.RemoveFile(app.Path(u"f"));
-    ASSERT_TRUE(file.Open(mode));
+    SimpleFile file(app.Path(u"f"));
+    ASSERT_TRUE(file.Open(mode | kFileWrite));
     EXPECT_TRUE(file.Print(u"%s\r\n", u"A\u00E9\u20AC"));
     EXPECT_TRUE(file.Close());
     EXPECT_EQ(Get(app.Path(u"f")), FromHex(hex)) << mode;
-  }
+  };
+  writes(kFileWrite, "41 E9 3F 0D 0A");
+  writes(kFileText, "41 E9 3F 0D 0A");
+  writes(kFileText | kFileUtf8, "EF BB BF 41 C3 A9 E2 82 AC 0D 0A");
+  writes(kFileText | kFileUnicode, "FF FE 41 00 E9 00 AC 20 0D 00 0A 00");
+  writes(kFileUnicode, "41 E9 3F 0D 0A"); // not a text file: no encoding
+  writes(kFileRead | kFileText | kFileUtf8, "EF BB BF 41 C3 A9 E2 82 AC 0D 0A");
 }
 
 // --- Reading and writing ---

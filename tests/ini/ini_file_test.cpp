@@ -31,48 +31,44 @@ class IniFile : public ::testing::Test {
 };
 
 TEST_F(IniFile, FindsTheFirstSectionAndTheFirstKey) {
-  constexpr std::pair<const char*, const char*> kCases[] = {
-      {"[S]\nK=v\n", "v"},
-      {"[s]\r\nk= 5 \r\n", "5"},
-      {"[S]\nK=", ""},
-      {"[S]\nK=a=b\t\n", "a=b"},
-      {"K=1\n[S]\nJ=2\n[T]\nK=3\n", "(default)"},
-      {"[S]\nJ=1\n[S]\nK=2\n", "(default)"}, // only the first section of a name counts
-      {"[S]\nK=1\nk=2\n", "1"},
-      {"[S]\nK =1\n", "(default)"}, // blanks before "=" belong to the key
-      {"[S]\n K=1\n", "(default)"},
-      {" [S]\nK=1\n", "(default)"}, // the whole line is the header
-      {"[S] \nK=1\n", "(default)"},
-      {"[S]\nK?\n", ""}, // a line without "=" is compared without its last character
-      {"[S]\n[junk\nK=1\n", "(default)"},
-      {"\xEF\xBB\xBF[S]\nK=\xC3\xA4", "\xE4"},
-      {"[S]\nK=\xC3\xA4", "\xE4"},             // UTF-8 without its mark
-      {"[S]\nK=\xC3\xA4\nJ=\xE4", "\xC3\xA4"}, // one byte that is none: 8-bit, all of it
-      {"", "(default)"},
-  };
-  for (const auto& [file, value] : kCases) {
+  const auto reads = [this](const char* file, const char* value) {
     app.Put(path, KorText::FromBytes(file));
     EXPECT_EQ(Read(u"S", u"K").ToBytes(), value) << file;
-  }
+  };
+  reads("[S]\nK=v\n", "v");
+  reads("[s]\r\nk= 5 \r\n", "5");
+  reads("[S]\nK=", "");
+  reads("[S]\nK=a=b\t\n", "a=b");
+  reads("K=1\n[S]\nJ=2\n[T]\nK=3\n", "(default)");
+  reads("[S]\nJ=1\n[S]\nK=2\n", "(default)"); // only the first section of a name counts
+  reads("[S]\nK=1\nk=2\n", "1");
+  reads("[S]\nK =1\n", "(default)"); // blanks before "=" belong to the key
+  reads("[S]\n K=1\n", "(default)");
+  reads(" [S]\nK=1\n", "(default)"); // the whole line is the header
+  reads("[S] \nK=1\n", "(default)");
+  reads("[S]\nK?\n", ""); // a line without "=" is compared without its last character
+  reads("[S]\n[junk\nK=1\n", "(default)");
+  reads("\xEF\xBB\xBF[S]\nK=\xC3\xA4", "\xE4");
+  reads("[S]\nK=\xC3\xA4", "\xE4");             // UTF-8 without its mark
+  reads("[S]\nK=\xC3\xA4\nJ=\xE4", "\xC3\xA4"); // one byte that is none: 8-bit, all of it
+  reads("", "(default)");
   app.RemoveFile(path);
   EXPECT_EQ(Read(u"S", u"K"), u"(default)");
 }
 
 TEST_F(IniFile, WritesOneKey) {
-  constexpr std::pair<const char*, const char*> kCases[] = {
-      {"", "\n[S]\nK=v\n"},
-      {"; mine\n[T]\nJ=1\n\n\n", "\n[S]\nK=v\n; mine\n[T]\nJ=1\n"},
-      {"[s]\nJ=1\n", "[s]\nK=v\nJ=1\n"},
-      {"[S]\r\n; c\r\nk=1 ; old\r\nJ=2\r\n", "[S]\n; c\nK=v\nJ=2\n"},
-      {"\xEF\xBB\xBF[S]\nJ=\xC3\xA4\n", "\xEF\xBB\xBF[S]\nK=v\nJ=\xC3\xA4\n"},
-      {"[S]\nJ=\xE4\n", "[S]\nK=v\nJ=\xE4\n"},
-      {"[S]\nJ=\xC3\xA4\n", "[S]\nK=v\nJ=\xC3\xA4\n"},
-  };
-  for (const auto& [before, after] : kCases) {
+  const auto leaves = [this](const char* before, const char* after) {
     app.Put(path, KorText::FromBytes(before));
     EXPECT_TRUE(Write(u"v"));
     EXPECT_EQ(Bytes(), after);
-  }
+  };
+  leaves("", "\n[S]\nK=v\n");
+  leaves("; mine\n[T]\nJ=1\n\n\n", "\n[S]\nK=v\n; mine\n[T]\nJ=1\n");
+  leaves("[s]\nJ=1\n", "[s]\nK=v\nJ=1\n");
+  leaves("[S]\r\n; c\r\nk=1 ; old\r\nJ=2\r\n", "[S]\n; c\nK=v\nJ=2\n");
+  leaves("\xEF\xBB\xBF[S]\nJ=\xC3\xA4\n", "\xEF\xBB\xBF[S]\nK=v\nJ=\xC3\xA4\n");
+  leaves("[S]\nJ=\xE4\n", "[S]\nK=v\nJ=\xE4\n");
+  leaves("[S]\nJ=\xC3\xA4\n", "[S]\nK=v\nJ=\xC3\xA4\n");
   app.RemoveFile(path);
   EXPECT_TRUE(Write(u"v"));
   EXPECT_EQ(Bytes(), "\n[S]\nK=v\n");
@@ -95,8 +91,7 @@ TEST_F(IniFile, KeepsTextThatEightBitsCannotHold) {
   EXPECT_EQ(Bytes(), std::string("\xFF\xFE[\0S\0]\0\n\0K\0=\0v\0\n\0", 18));
 }
 
-// Without a mark a file is read by what its bytes look like: where that would be something else, it
-// gets the mark.
+// A file without a mark is read by what its bytes look like. Where that misleads, it gets one.
 TEST_F(IniFile, EveryTextComesBackWhateverTheFileHeld) {
   for (const char* before : {"", "[S]\nJ=1\n", "[S]\nJ=\xE4\n", "[S]\nJ=\xC3\xA4\n"})
     for (const char16_t* value : {u"a", u"\u00E4", u"\u00C3\u00A4", u"\u65E5", u"\xDCC3"}) {
@@ -142,24 +137,17 @@ TEST_F(IniFile, NewKeysAndSectionsComeOutInOrderOfRegistration) {
 }
 
 TEST_F(IniFile, ABlockReplacesItsWholeSection) {
-  const struct {
-    const char* before;
-    std::vector<KorText> list;
-    const char* after;
-  } kCases[] = {
-      {"; top\n[T]\n", {u"a", u"b"}, "[S]\na\nb\n\n; top\n[T]\n"},
-      {"[S]\n; c\nold\n\n[T]\nK=1\n", {u"a"}, "[S]\na\n\n[T]\nK=1\n"},
-      {"[T]\n[S]\nold\n\n", {u"a", u"", u"lost"}, "[T]\n[S]\na\n"},
-      {"[S]\nold\n", {}, "[S]\n"},
-  };
-  for (const auto& test : kCases) {
-    app.Put(path, KorText::FromBytes(test.before));
-    std::vector<KorText> list = test.list;
+  const auto written = [&](const char* before, std::vector<KorText> list) {
+    app.Put(path, KorText::FromBytes(before));
     iniFile file(path);
     file.Add<iniStringList>(u"S", &list);
     file.Write();
-    EXPECT_EQ(Bytes(), test.after);
-  }
+    return Bytes();
+  };
+  EXPECT_EQ(written("; top\n[T]\n", {u"a", u"b"}), "[S]\na\nb\n\n; top\n[T]\n");
+  EXPECT_EQ(written("[S]\n; c\nold\n\n[T]\nK=1\n", {u"a"}), "[S]\na\n\n[T]\nK=1\n");
+  EXPECT_EQ(written("[T]\n[S]\nold\n\n", {u"a", u"", u"lost"}), "[T]\n[S]\na\n");
+  EXPECT_EQ(written("[S]\nold\n", {}), "[S]\n");
 }
 
 TEST_F(IniFile, ReadTellsWhetherTheFileCouldBeLoaded) {

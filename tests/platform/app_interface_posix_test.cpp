@@ -1,5 +1,4 @@
-// What is particular to POSIX: folders from the environment, the user's locale, links,
-// registry.ini.
+// What is particular to POSIX: folders from the environment, the locale, links, registry.ini.
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
@@ -129,16 +128,15 @@ TEST_F(PosixServicesTest, SpeaksTheUsersLocale) {
 
 TEST_F(PosixServicesTest, NamesTheUsersLanguage) {
   PosixAppInterface app{kProgramNames};
-  const std::pair<const char*, const char16_t*> cases[] = {{"de_DE.UTF-8", u"de-DE"},
-                                                           {"sr_RS@latin", u"sr-RS"},
-                                                           {"pl", u"pl"},
-                                                           {"C.UTF-8", u""},
-                                                           {"POSIX", u""},
-                                                           {nullptr, u""}};
-  for (const auto& [value, language] : cases) {
-    Set("LANG", value);
-    EXPECT_EQ(app.UserLanguage(), language);
-  }
+  const auto speaking = [&](const char* language) {
+    Set("LANG", language);
+    return app.UserLanguage();
+  };
+  EXPECT_EQ(speaking("de_DE.UTF-8"), u"de-DE");
+  EXPECT_EQ(speaking("sr_RS@latin"), u"sr-RS");
+  EXPECT_EQ(speaking("pl"), u"pl");
+  for (const char* none : {"C.UTF-8", "POSIX", static_cast<const char*>(nullptr)})
+    EXPECT_EQ(speaking(none), u"");
   Set("LC_MESSAGES", "cs_CZ.UTF-8");
   EXPECT_EQ(app.UserLanguage(), u"cs-CZ");
 }

@@ -6,6 +6,8 @@
 #include "platform/net/line_estimate.h"
 #include "platform/net/telnet_stream.h"
 #include "platform/port_address.h"
+#include "services/core/as_bytes.h"
+#include "tests/support/device_server.h"
 #include "tests/support/text_printer.h"
 
 namespace kor {
@@ -14,10 +16,6 @@ namespace {
 using namespace std::chrono_literals;
 using Time = std::chrono::steady_clock::time_point;
 
-std::span<const std::uint8_t> Bytes(std::string_view text) {
-  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
-}
-
 std::string Hex(std::string_view bytes) {
   std::string text;
   for (const char byte : bytes)
@@ -25,12 +23,7 @@ std::string Hex(std::string_view bytes) {
   return text;
 }
 
-// What a server says in the protocol: one command with its value.
-std::string Say(std::uint8_t command, std::string_view value) {
-  std::string out;
-  AppendSubNegotiation(out, telnet::kComPort, std::string(1, static_cast<char>(command)) += value);
-  return out;
-}
+constexpr auto Say = DeviceServer::Command;
 
 struct Transcript : TelnetSink {
   std::string text;
@@ -64,7 +57,7 @@ TEST(TelnetStream, SaysTheSameHoweverTheStreamIsCut) {
       const std::string_view all = stream;
       for (const auto piece :
            {all.substr(0, first), all.substr(first, second - first), all.substr(second)})
-        ASSERT_TRUE(decoder.Decode(Bytes(piece), heard));
+        ASSERT_TRUE(decoder.Decode(AsBytes(piece), heard));
       ASSERT_EQ(heard.text, expected) << first << " " << second;
     }
 }
@@ -72,9 +65,9 @@ TEST(TelnetStream, SaysTheSameHoweverTheStreamIsCut) {
 TEST(TelnetStream, EndsWithASubNegotiationWithoutEnd) {
   TelnetDecoder decoder;
   Transcript heard;
-  EXPECT_TRUE(decoder.Decode(Bytes("\xFF\xFA\x2C" + std::string(4000, 'x')), heard));
-  EXPECT_FALSE(decoder.Decode(Bytes(std::string(4000, 'x')), heard));
-  EXPECT_FALSE(decoder.Decode(Bytes("\xFF\xF0 data"), heard)) << "nobody knows what is data";
+  EXPECT_TRUE(decoder.Decode(AsBytes("\xFF\xFA\x2C" + std::string(4000, 'x')), heard));
+  EXPECT_FALSE(decoder.Decode(AsBytes(std::string(4000, 'x')), heard));
+  EXPECT_FALSE(decoder.Decode(AsBytes("\xFF\xF0 data"), heard)) << "nobody knows what is data";
   EXPECT_EQ(heard.text, "");
 }
 
@@ -108,7 +101,7 @@ TEST(TelnetOptions, AnswersWhatChangesAndEndsEveryQuarrel) {
 class ComPort : public testing::Test {
  protected:
   ComPort() { client.Start(now); }
-  void Hear(const std::string& bytes) { EXPECT_TRUE(client.Receive(Bytes(bytes), now)); }
+  void Hear(const std::string& bytes) { EXPECT_TRUE(client.Receive(AsBytes(bytes), now)); }
   void HearModemState(int state) { Hear(Say(107, std::string(1, static_cast<char>(state)))); }
   void SetLine(const DeviceControlBlock& block) {
     client.TakeOutput();
@@ -265,32 +258,30 @@ TEST(LineEstimate, GivesLittleAheadOfTheLineAndStandsStillInAHold) {
 }
 
 TEST(PortAddress, TellsWhatIsWrong) {
-  struct Case {
-    const char16_t* text;
-    const char16_t* wrong; // what the refusal says, in part
-    const char* host = "";
-    int port = 0;
-  };
-  for (const Case& c :
-       {Case{u"rfc2217://hall3-nport:4001", u"", "hall3-nport", 4001},
-        Case{u"TCP://192.168.7.20:1", u"", "192.168.7.20", 1},
-        Case{u"tcp://[fd00::7%eth0]:65535", u"", "fd00::7%eth0", 65535},
-        Case{u"tcp-listen://:4001", u"no address", "", 4001}, Case{u"telnet://h:1", u"no address"},
-        Case{u"rfc2217://:1", u"no address"}, Case{u"rfc2217://h/x:1", u"no address"},
-        Case{u"rfc2217://[]:1", u"no address"}, Case{u"rfc2217://h", u"port"},
-        Case{u"rfc2217://h:", u"port"}, Case{u"rfc2217://h:0", u"port"},
-        Case{u"rfc2217://h:65536", u"port"}, Case{u"rfc2217://h:4001/", u"port"},
-        Case{u"rfc2217://h:99999999999", u"port"}, Case{u"rfc2217://h :1", u"blanks"},
-        Case{u"tcp://fd00::7:1", u"brackets"}}) {
-    const KorText refusal = RefusalOfPortAddress(c.text);
-    EXPECT_TRUE(refusal.Contains(c.wrong)) << KorText(c.text).ToUtf8() << refusal.ToUtf8();
-    EXPECT_EQ(refusal.IsEmpty(), *c.wrong == 0);
+  const auto names = [](const char16_t* text, const std::string& host, std::uint16_t port,
+                        bool isForHosts = true) {
     PortAddress address;
-    ParsePortAddress(c.text, address);
-    if (c.port != 0) {
-      EXPECT_EQ(address.host + std::to_string(address.port), c.host + std::to_string(c.port));
-    }
-  }
+    EXPECT_EQ(ParsePortAddress(text, address), u"");
+    EXPECT_EQ(RefusalOfPortAddress(text).IsEmpty(), isForHosts);
+    EXPECT_EQ(address.host, host);
+    EXPECT_EQ(address.port, port);
+  };
+  names(u"tcp-listen://:4001", "", 4001, false);
+  names(u"rfc2217://hall3-nport:4001", "hall3-nport", 4001);
+  names(u"TCP://192.168.7.20:1", "192.168.7.20", 1);
+  names(u"tcp://[fd00::7%eth0]:65535", "fd00::7%eth0", 65535);
+  const auto isRefused = [](const KorText& text, const KorText& of) {
+    EXPECT_TRUE(RefusalOfPortAddress(text).Contains(of)) << text.ToUtf8();
+  };
+  for (const char16_t* text : {u"tcp-listen://:4001", u"telnet://h:1", u"rfc2217://:1",
+                               u"rfc2217://h/x:1", u"rfc2217://[]:1"})
+    isRefused(text, u"no address");
+  for (const char16_t* text :
+       {u"rfc2217://h", u"rfc2217://h:", u"rfc2217://h:0", u"rfc2217://h:65536",
+        u"rfc2217://h:4001/", u"rfc2217://h:99999999999"})
+    isRefused(text, u"port");
+  isRefused(u"rfc2217://h :1", u"blanks");
+  isRefused(u"tcp://fd00::7:1", u"brackets");
 }
 
 } // namespace

@@ -1,5 +1,4 @@
-// The network port against a small device server of the tests' own, on real sockets: what neither
-// ser2net nor pySerial can be made to say.
+// The network port, on real sockets, against a server that says what no other can be made to say.
 #include <algorithm>
 #include <functional>
 

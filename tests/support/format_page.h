@@ -1,5 +1,4 @@
-// The examples of docs/formats: fenced blocks of lines, most of them bytes in hexadecimal with a
-// bar and the text behind them.
+// The examples of docs/formats: fenced blocks of lines, most of them hexadecimal, a bar and text.
 #pragma once
 
 #include <fstream>

@@ -55,7 +55,6 @@ class FarEnd {
   // Returns what arrives, up to and including the end given; less when the time is over.
   std::string Receive(std::string_view end = "\r", Milliseconds atMost = Milliseconds(10000));
   std::string Exchange(std::string_view request); // adds the CR, returns the reply without it
-  void Abandon() { terminal->Abandon(); }         // a killed host has left the line
   const KorText& Device() const { return terminal->FarEnd(); } // that the link leads to
 
  private:

@@ -117,8 +117,7 @@ CutOutcome CutAfter(int changes, const StoredOperation& operation, NceLink& link
     outcome.finished = link.app.Changes() < changes;
     outcome.states = link.app.DiskStates();
   };
-  // What is acknowledged to the controller has to be on the disk when the first byte of that goes
-  // out.
+  // What is acknowledged has to be on the disk when the acknowledgement's first byte goes out.
   link.port.SetResponder([&](std::string_view) { keepStates(); });
   outcome.success = operation.run(link, path, texts);
   link.port.SetResponder({});

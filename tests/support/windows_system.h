@@ -14,8 +14,7 @@ namespace kor::support {
 
 class WindowsSystem {
  public:
-  // programs: the folder of the Windows programs. Throws std::runtime_error when Wine doesn't
-  // start.
+  // programs: the folder of the Windows programs. Throws std::runtime_error without Wine.
   explicit WindowsSystem(std::string programs);
   ~WindowsSystem();
   WindowsSystem(const WindowsSystem&) = delete;
@@ -27,8 +26,7 @@ class WindowsSystem {
   ProcessOptions Options() const;
 
   std::string Line() const { return root / "line"; }
-  // NCE.INI and its like. Paths of this system name the same file there: "/" is the root of its
-  // drive Z.
+  // NCE.INI and its like. Paths of this system name the same file there: "/" is drive Z.
   std::filesystem::path SettingsFolder() const;
 
  private:

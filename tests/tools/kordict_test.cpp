@@ -45,19 +45,16 @@ class Kordict : public ::testing::Test {
 const KorText kCancelUnit = Unit(48, u"Cancel", u"Abbrechen");
 
 TEST_F(Kordict, SaysWhatIsWrongWithACommandLine) {
-  const std::pair<std::vector<KorText>, const char16_t*> cases[] = {
-      {{}, u"a command is missing"},
-      {{u"make"}, u"there is no command make"},
-      {{u"get"}, u"get has too few arguments"},
-      {{u"get", u"1", u"2"}, u"get has too many arguments"},
-      {{u"build", u"x", u"--add-language", u"sv"},
-       u"--add-language: it needs CODE=NAME[:LCID:CODEPAGE], not sv"},
-  };
-  for (const auto& [words, problem] : cases) {
+  const auto refuses = [this](const std::vector<KorText>& words, const KorText& problem) {
     EXPECT_EQ(Run(words), 2);
-    EXPECT_EQ(FirstError(),
-              u"kordict: " + KorText(problem) + u"; kordict --help lists what there is");
-  }
+    EXPECT_EQ(FirstError(), u"kordict: " + problem + u"; kordict --help lists what there is");
+  };
+  refuses({}, u"a command is missing");
+  refuses({u"make"}, u"there is no command make");
+  refuses({u"get"}, u"get has too few arguments");
+  refuses({u"get", u"1", u"2"}, u"get has too many arguments");
+  refuses({u"build", u"x", u"--add-language", u"sv"},
+          u"--add-language: it needs CODE=NAME[:LCID:CODEPAGE], not sv");
 }
 
 TEST_F(Kordict, BuildsFromAFolderAndShowsWhatItBuilt) {
@@ -208,24 +205,22 @@ TEST_F(Kordict, ChecksTranslationFilesAndNamesUnitAndRemedy) {
 
 // Each case is a fault, and behind it what is right.
 TEST_F(Kordict, ChecksWhatAProgramCanSeeOfALanguagesTypography) {
-  const struct {
-    const char16_t *code, *source, *fault, *good, *says;
-  } cases[] = {
-      {u"de-DE", u"\"x\" is", u"\"x\" ist", u"\u201Ex\u201C ist", u"mark or apostrophe \" is"},
-      {u"pl-PL", u"\"x\" is", u"\u201Ex\u201C ist", u"\u201Ex\u201D jest", u"apostrophe \u201C is"},
-      {u"it-IT", u"\"x\" is", u"\u00ABx\u00BB l'", u"\"x\" l'", u"apostrophe \u00AB is"},
-      {u"fr-FR", u"it's on", u"l\u2019un", u"l'un", u"apostrophe \u2019 is"},
-      {u"fr-FR", u"is: on 1:25", u"est : 1:25", u"est\u00A0: 1:25", u"U+00A0"},
-      {u"fr-FR", u"the \"x\"", u"le \u00ABx\u00BB", u"le \u00AB\u00A0x\u00A0\u00BB", u"U+00A0"},
-      {u"zh-CN", u"Failed: %s", u"\u5931\u8D25: %s", u"\u5931\u8D25\uFF1A%s", u"full-width"},
-      {u"zh-CN", u"Delay (ms)", u"\u5EF6\u8FDF (ms)", u"\u5EF6\u8FDF\uFF08ms\uFF09", u"full-width"},
-  };
-  for (const auto& [code, source, fault, good, says] : cases) {
-    EXPECT_EQ(Run({u"check", PutXliff(code, Unit(5, source, fault))}), 1)
-        << KorText(fault).ToUtf8();
+  const auto checks = [this](const char16_t* code, const KorText& source, const KorText& fault,
+                             const KorText& good, const KorText& says) {
+    EXPECT_EQ(Run({u"check", PutXliff(code, Unit(5, source, fault))}), 1) << fault.ToUtf8();
     EXPECT_TRUE(Printed().Contains(says)) << Printed().ToUtf8();
     EXPECT_EQ(Run({u"check", PutXliff(code, Unit(5, source, good))}), 0) << Printed().ToUtf8();
-  }
+  };
+  checks(u"de-DE", u"\"x\" is", u"\"x\" ist", u"\u201Ex\u201C ist", u"mark or apostrophe \" is");
+  checks(u"pl-PL", u"\"x\" is", u"\u201Ex\u201C ist", u"\u201Ex\u201D jest",
+         u"apostrophe \u201C is");
+  checks(u"it-IT", u"\"x\" is", u"\u00ABx\u00BB l'", u"\"x\" l'", u"apostrophe \u00AB is");
+  checks(u"fr-FR", u"it's on", u"l\u2019un", u"l'un", u"apostrophe \u2019 is");
+  checks(u"fr-FR", u"is: on 1:25", u"est : 1:25", u"est\u00A0: 1:25", u"U+00A0");
+  checks(u"fr-FR", u"the \"x\"", u"le \u00ABx\u00BB", u"le \u00AB\u00A0x\u00A0\u00BB", u"U+00A0");
+  checks(u"zh-CN", u"Failed: %s", u"\u5931\u8D25: %s", u"\u5931\u8D25\uFF1A%s", u"full-width");
+  checks(u"zh-CN", u"Delay (ms)", u"\u5EF6\u8FDF (ms)", u"\u5EF6\u8FDF\uFF08ms\uFF09",
+         u"full-width");
   const KorText name(33, u'n');
   EXPECT_EQ(Run({u"check",
                  PutXliff(u"de-DE", u"<trans-unit id=\"5\" resname=\"TXTPOS_" + name +
@@ -238,12 +233,10 @@ TEST(KordictCheck, MeasuresTextsAsTheyAreShown) {
   EXPECT_EQ(TextWidth(u"Größe"), 5U);
   EXPECT_EQ(TextWidth(u"保存"), 4U);
   EXPECT_EQ(TextWidth(u"one\nthree\nx"), 5U);
-  const std::pair<const char16_t*, std::vector<KorText>> formats[] = {
-      {u"100 %", {}}, {u"100%%s", {}},     {u"%-8s|%+09.6f|%i", {u"%-8s", u"%+09.6f", u"%i"}},
-      {u"%", {}},     {u"%%%s%", {u"%s"}},
-  };
-  for (const auto& [format, directives] : formats)
-    EXPECT_EQ(Directives(format), directives) << KorText(format).ToUtf8();
+  EXPECT_EQ(Directives(u"%-8s|%+09.6f|%i"), (std::vector<KorText>{u"%-8s", u"%+09.6f", u"%i"}));
+  EXPECT_EQ(Directives(u"%%%s%"), std::vector<KorText>{u"%s"});
+  for (const char16_t* none : {u"100 %", u"100%%s", u"%"})
+    EXPECT_TRUE(Directives(none).empty()) << KorText(none).ToUtf8();
 }
 
 } // namespace

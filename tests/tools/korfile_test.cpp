@@ -13,8 +13,6 @@ namespace {
 
 class KorfileTest : public FileTest {
  protected:
-  KorfileTest() { app.MakeFolder(app.Path(u"work")); }
-
   int Run(std::vector<KorText> words) {
     printed.Clear();
     complained.Clear();
@@ -81,42 +79,34 @@ class KorfileFaults : public KorfileTest {
 };
 
 TEST_F(KorfileFaults, ExitCodesAndComplaints) {
-  const struct {
-    std::vector<KorText> words;
-    int code;
-    KorText complaint;
-  } cases[] = {
-      {{u"test", packed}, 0, u""},
-      {{u"test", plain}, 0, u""},
-      {{u"test", badData},
-       1,
-       inSecond + u"the block's data is damaged. Take the file from a backup"},
-      {{u"restore", badData}, 1, inSecond},
-      {{u"crc", u"--contents", badData}, 1, inSecond},
-      {{u"info", badData}, 1, u"damaged"},
-      {{u"test", app.Path(u"work/none")}, 3, u"work/none: the source can't be opened ("},
-      {{u"restore", cut}, 3, inSecond + u"the file ends inside a block. The file was cut off"},
-      {{u"compress", plain, u"-o", app.Path(u"none/x")}, 4, u"none/x: the destination can't be"},
-      {{u"restore", shortText}, 5, u"short: not a compressed file. Use it as it is."},
-      {{u"restore", shortCut}, 3, u"shortcut: the file is shorter than a signature. The file was"},
-      {{u"test", shortText}, 0, u""},
-      {{u"test", shortCut}, 3, u"The file was cut off"},
-      {{u"compress", packed}, 5, u"compressed already. Nothing needs to be done. [0x20000003]"},
-      {{u"restore", plain}, 5, u"not a compressed file. Use it as it is."},
-      {{u"info", corrupt}, 6, u"the signature is damaged"},
-      {{u"test", badLength}, 6, inSecond + u"impossible block length"},
-      {{u"test", plain, cut, corrupt}, 3, u"[0x20000004]"}, // the first decides, all are told
-  };
   const std::vector<KorText> before = Leftovers();
-  for (const auto& c : cases) {
-    ExpectEnd(c.words, c.code, c.complaint);
-    std::vector<KorText> words = c.words;
+  const auto ends = [&](std::vector<KorText> words, int code, const KorText& complaint,
+                        std::ptrdiff_t lines = 1) {
+    ExpectEnd(words, code, complaint);
     words.push_back(u"--json");
-    EXPECT_EQ(Run(words), c.code);
-    EXPECT_EQ(printed.Contains(u"\"fault\": {"), c.code != 0) << printed.ToUtf8();
-    const std::ptrdiff_t lines = c.words.size() == 4 && c.words[0] == u"test" ? 3 : 1;
+    EXPECT_EQ(Run(words), code);
+    EXPECT_EQ(printed.Contains(u"\"fault\": {"), code != 0) << printed.ToUtf8();
     EXPECT_EQ(std::ranges::count(printed.View(), u'\n'), lines) << printed.ToUtf8();
-  }
+  };
+  ends({u"test", packed}, 0, u"");
+  ends({u"test", plain}, 0, u"");
+  ends({u"test", badData}, 1,
+       inSecond + u"the block's data is damaged. Take the file from a backup");
+  ends({u"restore", badData}, 1, inSecond);
+  ends({u"crc", u"--contents", badData}, 1, inSecond);
+  ends({u"info", badData}, 1, u"damaged");
+  ends({u"test", app.Path(u"work/none")}, 3, u"work/none: the source can't be opened (");
+  ends({u"restore", cut}, 3, inSecond + u"the file ends inside a block. The file was cut off");
+  ends({u"compress", plain, u"-o", app.Path(u"none/x")}, 4, u"none/x: the destination can't be");
+  ends({u"restore", shortText}, 5, u"short: not a compressed file. Use it as it is.");
+  ends({u"restore", shortCut}, 3, u"shortcut: the file is shorter than a signature. The file was");
+  ends({u"test", shortText}, 0, u"");
+  ends({u"test", shortCut}, 3, u"The file was cut off");
+  ends({u"compress", packed}, 5, u"compressed already. Nothing needs to be done. [0x20000003]");
+  ends({u"restore", plain}, 5, u"not a compressed file. Use it as it is.");
+  ends({u"info", corrupt}, 6, u"the signature is damaged");
+  ends({u"test", badLength}, 6, inSecond + u"impossible block length");
+  ends({u"test", plain, cut, corrupt}, 3, u"[0x20000004]", 3); // the first decides, all are told
   EXPECT_EQ(Leftovers(), before);
   EXPECT_EQ(Get(packed), whole);
 }
@@ -146,20 +136,15 @@ TEST_F(KorfileTest, InfoShowsLayoutAsTextAndJson) {
   const KorText ofStored = KorText::Format(u"%08X%08X", stored.high, stored.low);
   EXPECT_EQ(Run({u"crc", u"--contents", packed}), 0);
   EXPECT_EQ(printed, ofContents + u"  " + packed + u"\n");
-  const struct {
-    std::vector<KorText> words;
-    KorText json;
-  } checksums[] = {
-      {{u"info"}, u"\"checksum\": \"" + ofStored},
-      {{u"crc"}, u"\"checksum\": \"" + ofStored},
-      {{u"crc", u"--contents"}, u"\"contentsChecksum\": \"" + ofContents},
-      {{u"test"}, u"\"contentsChecksum\": \"" + ofContents},
+  const auto tells = [&](std::vector<KorText> words, const KorText& json) {
+    words.insert(words.end(), {u"--json", packed});
+    EXPECT_EQ(Run(words), 0);
+    EXPECT_TRUE(printed.Contains(json)) << printed.ToUtf8();
   };
-  for (auto c : checksums) {
-    c.words.insert(c.words.end(), {u"--json", packed});
-    EXPECT_EQ(Run(c.words), 0);
-    EXPECT_TRUE(printed.Contains(c.json)) << printed.ToUtf8();
-  }
+  tells({u"info"}, u"\"checksum\": \"" + ofStored);
+  tells({u"crc"}, u"\"checksum\": \"" + ofStored);
+  tells({u"crc", u"--contents"}, u"\"contentsChecksum\": \"" + ofContents);
+  tells({u"test"}, u"\"contentsChecksum\": \"" + ofContents);
 }
 
 TEST_F(KorfileTest, RecordFilesAreShownAsATree) {

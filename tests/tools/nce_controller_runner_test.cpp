@@ -35,28 +35,23 @@ TEST(ControllerOptions, TakesTheLineThenTheCommand) {
 }
 
 TEST(ControllerOptions, SaysWhatIsWrong) {
-  const struct {
-    const char* arguments;
-    const char* error;
-  } cases[] = {
-      {"test", "either --port DEVICE or --pty LINK"},
-      {"--port a", "no command"},
-      {"--baud 0 --port a test", "--baud: the value must be a whole number"},
-      {"--bits 9N1 --port a test", "--bits: the value must be such as 8N1"},
-      {"--errors 1.5 --port a test", "--errors: the value must be from"},
-      {"--flow xon --port a test", "--flow: the value must be xonxoff"},
-      {"--port a tests", "unknown command \"tests\""},
-      {"--port a test now", "test: \"now\" is not understood"},
-      {"--port a fetch", "fetch: a program number is missing"},
-      {"--port a fetch DH", "the number \"DH\" holds \"DH\""},
-      {"--port a send f", "--number N is missing"},
-      {"--port a soak --seconds x", "\"x\" is no number of seconds"},
-  };
-  for (const auto& c : cases) {
+  const auto refuses = [](const char* arguments, const char* problem) {
     Options options;
-    const std::string error = ReadOptions(Words(c.arguments), options).text.ToUtf8();
-    EXPECT_NE(error.find(c.error), std::string::npos) << c.arguments << ": " << error;
-  }
+    const std::string error = ReadOptions(Words(arguments), options).text.ToUtf8();
+    EXPECT_NE(error.find(problem), std::string::npos) << arguments << ": " << error;
+  };
+  refuses("test", "either --port DEVICE or --pty LINK");
+  refuses("--port a", "no command");
+  refuses("--baud 0 --port a test", "--baud: the value must be a whole number");
+  refuses("--bits 9N1 --port a test", "--bits: the value must be such as 8N1");
+  refuses("--errors 1.5 --port a test", "--errors: the value must be from");
+  refuses("--flow xon --port a test", "--flow: the value must be xonxoff");
+  refuses("--port a tests", "unknown command \"tests\"");
+  refuses("--port a test now", "test: \"now\" is not understood");
+  refuses("--port a fetch", "fetch: a program number is missing");
+  refuses("--port a fetch DH", "the number \"DH\" holds \"DH\"");
+  refuses("--port a send f", "--number N is missing");
+  refuses("--port a soak --seconds x", "\"x\" is no number of seconds");
 }
 
 TEST(ControllerScript, ReadsQuotesEscapesAndComments) {
@@ -152,36 +147,30 @@ TEST_F(ControllerRunner, AScriptEndsAtTheFirstLineThatFailsAndBeforeItBeginsWher
   const KorText good = Put(u"good.nc", u"G90\nX11\n"), bad = Put(u"bad.nc", u"X1\nX[2]\n");
   const KorText made = u"\"" + host.app.Path(u"made.nc") + u"\"", script = host.app.Path(u"script");
   using enum Outcome;
-  const struct {
-    KorText script;
-    Outcome outcome;
-    const char* message = "";
-    bool isKnownBefore = false;
-  } cases[] = {
-      {u"test\nfetch 999\ntest\n", Refused, "script, line 2: fetch 999"},
-      {u"test\nexpect ABC\n", Mismatch, "the host's last line is \"ABCDEFGHIJKLM"},
-      {u"expect-exit 4 test\n", Mismatch, "ended with exit code 0 instead of 4"},
-      {u"fetch 0000123 --compare " + good + u"\n", Mismatch,
-       "line 2 (empty lines not counted): is \"X10\", expected \"X11\""},
-      {u"raw <\n", TimedOut, "no answer for 10.0 s"},
-      {u"fetch 0000123 --compare nowhere\n", Usage}, // the host may make it on the way
-      {u"test\nsend " + good + u" --number 5\n", Done},
-      {u"expect-exit 2 send nowhere --number 5\n", Done},
-      {u"fetch 0000123 -o " + made + u"\nsend " + made + u" --number 5\n", Done},
-      {u"test\nsend " + bad + u" --number 5\n", Usage, "bad.nc: line 2, column 4: ']'", true},
-      {u"send nowhere --number 5\n", Usage, "script, line 1: ", true},
-      {u"test\nnonsense\n", Usage, "script, line 2: unknown command \"nonsense\"", true},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.script.ToUtf8());
+  const auto ends = [&](const KorText& commands, Outcome outcome, const char* message = "",
+                        bool isKnownBefore = false) {
+    SCOPED_TRACE(commands.ToUtf8());
     diagnostics.str({});
-    host.app.Put(script, c.script);
+    host.app.Put(script, commands);
     const std::string before = Obstacle({u"run", script});
-    EXPECT_EQ(RunFile(script), c.outcome);
-    EXPECT_NE(diagnostics.str().find(c.message), std::string::npos) << diagnostics.str();
-    EXPECT_NE(before.find(c.isKnownBefore ? c.message : ""), std::string::npos) << before;
-    EXPECT_EQ(before.empty(), !c.isKnownBefore) << before;
-  }
+    EXPECT_EQ(RunFile(script), outcome);
+    EXPECT_NE(diagnostics.str().find(message), std::string::npos) << diagnostics.str();
+    EXPECT_NE(before.find(isKnownBefore ? message : ""), std::string::npos) << before;
+    EXPECT_EQ(before.empty(), !isKnownBefore) << before;
+  };
+  ends(u"test\nfetch 999\ntest\n", Refused, "script, line 2: fetch 999");
+  ends(u"test\nexpect ABC\n", Mismatch, "the host's last line is \"ABCDEFGHIJKLM");
+  ends(u"expect-exit 4 test\n", Mismatch, "ended with exit code 0 instead of 4");
+  ends(u"fetch 0000123 --compare " + good + u"\n", Mismatch,
+       "line 2 (empty lines not counted): is \"X10\", expected \"X11\"");
+  ends(u"raw <\n", TimedOut, "no answer for 10.0 s");
+  ends(u"fetch 0000123 --compare nowhere\n", Usage); // the host may make it on the way
+  ends(u"test\nsend " + good + u" --number 5\n", Done);
+  ends(u"expect-exit 2 send nowhere --number 5\n", Done);
+  ends(u"fetch 0000123 -o " + made + u"\nsend " + made + u" --number 5\n", Done);
+  ends(u"test\nsend " + bad + u" --number 5\n", Usage, "bad.nc: line 2, column 4: ']'", true);
+  ends(u"send nowhere --number 5\n", Usage, "script, line 1: ", true);
+  ends(u"test\nnonsense\n", Usage, "script, line 2: unknown command \"nonsense\"", true);
   EXPECT_NE(Obstacle({u"run", u"nowhere"}), "");
   EXPECT_NE(Obstacle({u"fetch", u"1", u"--compare", u"nowhere"}), "");
   EXPECT_EQ(Obstacle({u"run", u"-"}), "");

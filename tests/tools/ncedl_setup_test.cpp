@@ -1,5 +1,4 @@
-// ncedl-setup as a process, with a home of its own: what it writes, what it leaves alone, and what
-// it says when something is in the way.
+// ncedl-setup as a process, with a home of its own: what it writes, leaves alone and complains of.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -83,14 +82,6 @@ TEST_F(NcedlSetup, SeveralAtOnceLeaveOneDefault) {
   EXPECT_EQ(Count(Registry(), "\nDefault=1"), 1u) << Registry();
 }
 
-TEST_F(NcedlSetup, AWriteProtectedPathsFileIsNamedAsSuch) {
-  fs::create_directory(home / "nc");
-  WriteWholeFile(home / "nc/KOR.INI", "[PROGRAM PATHS]\nMain=elsewhere\n");
-  fs::permissions(home / "nc/KOR.INI", fs::perms::owner_read);
-  EXPECT_NE(Run({"--main", "nc"}), 0);
-  EXPECT_TRUE(Says("can't be written: Permission denied.")) << diagnostics;
-}
-
 TEST_F(NcedlSetup, CompletesAPathsFileWithoutTouchingItsOtherLines) {
   fs::create_directory(home / "nc");
   const std::string kept =
@@ -145,32 +136,30 @@ TEST_F(NcedlSetup, SaysWhatIsInTheWay) {
   fs::create_directories(home / "taken");
   WriteWholeFile(home / "taken/cnc", "a file");
   WriteWholeFile(home / "file", "");
-  const struct {
-    std::vector<std::string> arguments;
-    int code;
-    std::string says;
-  } kCases[] = {
-      {{}, 2, "nothing to do"},
-      {{"--name", "x"}, 2, "belong to --main"},
-      {{"--main", "nc", "--guid", "12"}, 2, "12: an identifier has the form"},
-      {{"--port", "COM1"}, 2, "COM1: write the name, \"=\" and the device"},
-      {{"--port", "COM0=/dev/null"}, 2, "COM0: a serial port is named COM1 to COM255"},
-      {{"--port", "../x=/dev/null"}, 2, "../x: a serial port"},
-      {{"--port", "COM1=telnet://h:1"}, 1, "telnet://h:1 is no address of a serial line"},
-      {{"--port", "COM1=tcp-listen://h:1"}, 1, "is no address of a serial line"},
-      {{"--probe"}, 2, "--probe belongs to --list"},
-      {{"--language", "../de"}, 2, "../de: a language is a code"},
-      {{"--main", "file"}, 1, "file is a file. Name a folder"},
-      {{"--main", "file/nc"}, 1, "Choose a folder that this user may make"},
-      {{"--main", "a\\b"}, 1, "Choose a folder without it in its path"},
-      {{"--main", "sealed"}, 1, "sealed/KOR.INI can't be read"},
-      {{"--main", "taken"}, 1, "taken/cnc/ (CNC) can't be made"},
-      {{"--list"}, 0, "make one with ncedl-setup --main DIR"},
+  fs::create_directories(home / "protected");
+  WriteWholeFile(home / "protected/KOR.INI", "[PROGRAM PATHS]\nMain=elsewhere\n");
+  fs::permissions(home / "protected/KOR.INI", fs::perms::owner_read);
+  const auto ends = [this](const std::vector<std::string>& words, int code, const char* says) {
+    EXPECT_EQ(Run(words), code) << says;
+    EXPECT_TRUE(Says(says)) << "instead of " << says << "\n" << output << diagnostics;
   };
-  for (const auto& test : kCases) {
-    EXPECT_EQ(Run(test.arguments), test.code) << test.says;
-    EXPECT_TRUE(Says(test.says)) << "instead of " << test.says << "\n" << output << diagnostics;
-  }
+  ends({}, 2, "nothing to do");
+  ends({"--name", "x"}, 2, "belong to --main");
+  ends({"--main", "nc", "--guid", "12"}, 2, "12: an identifier has the form");
+  ends({"--port", "COM1"}, 2, "COM1: write the name, \"=\" and the device");
+  ends({"--port", "COM0=/dev/null"}, 2, "COM0: a serial port is named COM1 to COM255");
+  ends({"--port", "../x=/dev/null"}, 2, "../x: a serial port");
+  ends({"--port", "COM1=telnet://h:1"}, 1, "telnet://h:1 is no address of a serial line");
+  ends({"--port", "COM1=tcp-listen://h:1"}, 1, "is no address of a serial line");
+  ends({"--probe"}, 2, "--probe belongs to --list");
+  ends({"--language", "../de"}, 2, "../de: a language is a code");
+  ends({"--main", "file"}, 1, "file is a file. Name a folder");
+  ends({"--main", "file/nc"}, 1, "Choose a folder that this user may make");
+  ends({"--main", "a\\b"}, 1, "Choose a folder without it in its path");
+  ends({"--main", "sealed"}, 1, "sealed/KOR.INI can't be read");
+  ends({"--main", "taken"}, 1, "taken/cnc/ (CNC) can't be made");
+  ends({"--main", "protected"}, 1, "can't be written: Permission denied.");
+  ends({"--list"}, 0, "make one with ncedl-setup --main DIR");
   EXPECT_EQ(Registry(), "");
   EXPECT_FALSE(fs::exists(Port("COM1")));
 }

@@ -13,27 +13,23 @@ using enum LinkStatus;
 
 TEST(LinkStatusTest, FormsEachCodesText) {
   const StatusFacts facts{u"N", 5, 9, u"M", u"P", false};
-  const struct {
-    int code;
-    const char16_t* text;
-  } cases[] = {
-      {0, u"No Link"},
-      {9, u"Download could not open/read from N"},
-      {12, u"Downloading N - 5 of 9 bytes sent."},
-      {13, u"Uploading N - 5 bytes received."},
-      {18, u"Download Completed N - 5 bytes"},
-      {19, u"Upload Completed N - 5 bytes in file."},
-      {23, u"Directory Listing: Error"},
-      {31, u"Server: M has found DNC Client: P"},
-      {33, u"Configuration Error! Client: M has found 2nd DNC Client: P!"},
-      {35, u"Client: M Requesting File List from Server: P"},
-      {38, u"Client: M NC File Synchronisation Completed"},
-      {28, u"before"},
-      {39, u"before"},
-      {-1, u"before"},
+  const auto textOf = [&](int code) {
+    return StatusText(static_cast<LinkStatus>(code), facts, u"before");
   };
-  for (const auto& c : cases)
-    EXPECT_EQ(StatusText(static_cast<LinkStatus>(c.code), facts, u"before"), c.text) << c.code;
+  EXPECT_EQ(textOf(0), u"No Link");
+  EXPECT_EQ(textOf(9), u"Download could not open/read from N");
+  EXPECT_EQ(textOf(12), u"Downloading N - 5 of 9 bytes sent.");
+  EXPECT_EQ(textOf(13), u"Uploading N - 5 bytes received.");
+  EXPECT_EQ(textOf(18), u"Download Completed N - 5 bytes");
+  EXPECT_EQ(textOf(19), u"Upload Completed N - 5 bytes in file.");
+  EXPECT_EQ(textOf(23), u"Directory Listing: Error");
+  EXPECT_EQ(textOf(31), u"Server: M has found DNC Client: P");
+  EXPECT_EQ(textOf(33), u"Configuration Error! Client: M has found 2nd DNC Client: P!");
+  EXPECT_EQ(textOf(35), u"Client: M Requesting File List from Server: P");
+  EXPECT_EQ(textOf(38), u"Client: M NC File Synchronisation Completed");
+  EXPECT_EQ(textOf(28), u"before");
+  EXPECT_EQ(textOf(39), u"before");
+  EXPECT_EQ(textOf(-1), u"before");
   const std::set<int> ending = {9, 10, 14, 15, 16, 17, 18, 19, 20, 23, 24, 25, 26, 27, 28};
   for (int code = -1; code < 40; ++code)
     EXPECT_EQ(EndsJob(static_cast<LinkStatus>(code)), ending.contains(code)) << code;
@@ -43,27 +39,21 @@ TEST(LinkStatusTest, FormsEachCodesText) {
 }
 
 TEST(LinkStatusTest, TellsFromAfarWhatGoesOn) {
-  const struct {
-    LinkStatus status;
-    const char16_t* fileName;
-    const char16_t* headline;
-    LinkActivity activity;
-  } cases[] = {
-      {NoLink, u"", u"No link", LinkActivity::NoLink},
-      {Waiting, u"/nc/1.MPG", u"Ready", LinkActivity::Idle},
-      {DownloadWaiting, u"0000123", u"Preparing 0000123", LinkActivity::Busy},
-      {Downloading, u"/n.c/0000123.MPG", u"Sending 0000123", LinkActivity::Busy},
-      {Uploading, u"C:\\nc\\.5", u"Receiving .5", LinkActivity::Busy},
-      {DownloadCantOpen, u"/n.c/7", u"Not found: 7", LinkActivity::Failed},
-      {UploadCancelled, u"", u"the line", LinkActivity::Cancelled},
-      {LoopBackTest, u"/nc/1.MPG", u"Loop Back Test", LinkActivity::Idle},
-      {DirectoryError, u"/nc/1.MPG", u"Listing failed", LinkActivity::Failed},
-      {static_cast<LinkStatus>(39), u"/nc/1.MPG", u"the line", LinkActivity::Idle},
+  const auto shows = [](LinkStatus status, const KorText& fileName, const KorText& headline,
+                        LinkActivity activity) {
+    EXPECT_EQ(StatusHeadline(status, fileName, u"the line"), headline);
+    EXPECT_EQ(ActivityOf(status), activity) << NumberOf(status);
   };
-  for (const auto& c : cases) {
-    EXPECT_EQ(StatusHeadline(c.status, c.fileName, u"the line"), c.headline);
-    EXPECT_EQ(ActivityOf(c.status), c.activity) << NumberOf(c.status);
-  }
+  shows(NoLink, u"", u"No link", LinkActivity::NoLink);
+  shows(Waiting, u"/nc/1.MPG", u"Ready", LinkActivity::Idle);
+  shows(DownloadWaiting, u"0000123", u"Preparing 0000123", LinkActivity::Busy);
+  shows(Downloading, u"/n.c/0000123.MPG", u"Sending 0000123", LinkActivity::Busy);
+  shows(Uploading, u"C:\\nc\\.5", u"Receiving .5", LinkActivity::Busy);
+  shows(DownloadCantOpen, u"/n.c/7", u"Not found: 7", LinkActivity::Failed);
+  shows(UploadCancelled, u"", u"the line", LinkActivity::Cancelled);
+  shows(LoopBackTest, u"/nc/1.MPG", u"Loop Back Test", LinkActivity::Idle);
+  shows(DirectoryError, u"/nc/1.MPG", u"Listing failed", LinkActivity::Failed);
+  shows(static_cast<LinkStatus>(39), u"/nc/1.MPG", u"the line", LinkActivity::Idle);
 }
 
 } // namespace
