@@ -21,15 +21,18 @@ class NceAppTest : public ::testing::Test {
  protected:
   void Features(const SpecialFeatures& features) { link.Do(&NCEApp::SetFeatures, features); }
   // A whole download: all that comes until the end mark or an empty answer.
-  std::string Fetch(std::string_view request) { return FetchRest(link.Ask(request)); }
-  std::string FetchRest(std::string all) {
+  static std::string FetchRest(NceLink& from, std::string all) {
     std::string answer = all;
     for (int i = 0; i < 10000 && !answer.empty() && !answer.ends_with("]\r"); ++i) {
-      answer = link.Ask(">");
+      answer = from.Ask(">");
       all += answer;
     }
     return all;
   }
+  static std::string Fetch(NceLink& from, std::string_view request) {
+    return FetchRest(from, from.Ask(request));
+  }
+  std::string Fetch(std::string_view request) { return Fetch(link, request); }
 
   NceLink link;
 };
@@ -95,7 +98,7 @@ TEST_F(NceAppTest, FeaturesChangedInADownloadTakeEffectWithTheNextOne) {
         all += link.Ask(">");
       Features(after);
       EXPECT_EQ(link.link->Features().hybridNumber, after.hybridNumber);
-      EXPECT_EQ(FetchRest(all), whole) << request << " after " << acknowledged;
+      EXPECT_EQ(FetchRest(link, all), whole) << request << " after " << acknowledged;
       EXPECT_NE(Fetch(request), whole) << request;
     }
   }
@@ -104,7 +107,7 @@ TEST_F(NceAppTest, FeaturesChangedInADownloadTakeEffectWithTheNextOne) {
   link.app.Put(link.app.Path(u"elsewhere/9.NC"), u"A\n");
   link.link->SendFile(link.app.Path(u"elsewhere/9.NC"));
   link.link->Poll(); // the window stores that folder only when the request runs already
-  EXPECT_EQ(FetchRest(link.Ask("FH 1")), whole);
+  EXPECT_EQ(FetchRest(link, link.Ask("FH 1")), whole);
 }
 
 TEST_F(NceAppTest, SendsWhatACompressedProgramHolds) {
@@ -139,7 +142,6 @@ TEST_F(NceAppTest, RefusesWhatIsNoWholeProgram) {
                                                {damaged, u"H0000000.C01"},
                                                {header, u"H0000000.C01"},
                                                {whole.Left(whole.Length() - 1), u"H0000000.C01"},
-                                               {whole.Left(20), u"H0000000.C01"},
                                                {bomb, u"H0000000.C01\" is too large"}};
   for (const auto& [content, message] : cases) {
     link.app.Put(path, content);
@@ -245,13 +247,6 @@ TEST_F(NceAppTest, ASheetThatSomebodyWritesHoldsItsChainOrEndsItAsAnError) {
   }
 }
 
-TEST_F(NceAppTest, AFileThatDoesNotTellItsSizeIsNoEmptyProgram) {
-  link.PutProgram(u"1.MPG", u"G90\n");
-  link.Start();
-  link.app.FailSize(true);
-  EXPECT_EQ(link.Ask("FH 1"), "%% File 1 not found on Host Computer\r");
-}
-
 TEST_F(NceAppTest, AnAcknowledgementForgivesEarlierRefusals) {
   const KorText x(98, u'X'), y(120, u'Y'); // 99 characters with its "!" leave room for another line
   link.PutProgram(u"1.MPG", x + u"\n" + y + u"\n" + y + u"\nZ\n");
@@ -272,6 +267,7 @@ TEST_F(NceAppTest, NumbersProgramsByTheOptions) {
     std::string request;
     KorText file;
     std::string reply;
+    KorText model = {};
   } cases[] = {
       {{0, 1, 0, 0}, "FH 0000123", u"123.MPG", "&LP 000000123\r"},
       {{0, 1, 0, 0}, "FH 0000000", u".MPG", "&LP 000000000\r"},
@@ -281,37 +277,61 @@ TEST_F(NceAppTest, NumbersProgramsByTheOptions) {
       {{1, 1, 0, 1}, "FH 730417", u"07304.MPG", "&LP 000007304\r"},
       {{0, 0, 0, 1}, "FH 0003730417", u"37304.MPG", "&LP 000037304\r"},
       {{0, 0, 0, 1}, "FH 12345678", u"12345.MPG", "&LP 000012345\r"},
+      {{}, "FH 0000124", u"0000124.MPG", "&LP 000000124\r", u"500"}, // without an H name
+      {{}, "FH 5", u"4.MPG", "%% File 5 not found on Host Computer\r", u"500"},
   };
   for (const auto& c : cases) {
     NceLink fresh;
     fresh.PutProgram(c.file, u"A\n");
-    fresh.Start();
+    fresh.Start(c.model);
     fresh.link->SetFeatures(c.features);
     EXPECT_EQ(fresh.Ask(c.request), c.reply) << c.request;
   }
 }
 
-TEST_F(NceAppTest, The500ModelTakesTheOrdinaryNameWhereThereIsNoHName) {
-  link.PutProgram(u"0000124.MPG", u"M\n");
-  link.Start(u"500");
-  EXPECT_EQ(link.Ask("FH 0000124"), "&LP 000000124\r");
-  EXPECT_EQ(link.Ask("FH 5"), "%% File 5 not found on Host Computer\r");
+TEST_F(NceAppTest, AChainJoinsTheFollowingNumbersUntilItsLastOrOneIsMissing) {
+  const struct {
+    const char* what;
+    std::int32_t hybrid;
+    std::string files, request, sent; // names; in files those with a dot are empty
+  } cases[] = {
+      {"as written, then plain", 0, "0000123 124 125 0000126", "0000123", "0000123 124 125 "},
+      {"an empty file in between", 0, "1 2. 3. 4", "1", "1 4 "},
+      {"an empty file at first", 0, "3. 4", "3", "4 "},
+      {"up to the largest number", 0, "2147483646 2147483647 2147483648", "2147483646",
+       "2147483646 2147483647 "},
+      {"empty files only", 0, "2147483646. 2147483647.", "2147483646", ""},
+      {"from the largest number", 0, "2147483647 2147483648", "2147483647", "2147483647 "},
+      {"beyond it", 0, "99999999999 2147483647", "99999999999", "99999999999 "},
+      {"a lot with a missing sheet", 1, "37304 37305 37307", "3730417", "37304 37305 "},
+      {"a lot to its last sheet", 1, "37304 37305 37306", "3730405", "37304 37305 "},
+      {"a lot that ends before it starts", 1, "37304 37305", "3730401", "37304 "},
+  };
+  for (const auto& [what, hybrid, files, request, sent] : cases) {
+    NceLink fresh;
+    for (const KorText& name : Split(KorText::FromBytes(files), u' ')) {
+      const KorText number = KorText(name).ReplaceAll(u".", u"");
+      fresh.PutProgram(number + u".MPG", number == name ? name + u"\n" : u"\n\n");
+    }
+    fresh.Start();
+    fresh.Do(&NCEApp::SetFeatures, SpecialFeatures{1, 0, 0, hybrid});
+    std::string all = Fetch(fresh, "FH " + request), frames;
+    for (const KorText& number : Split(KorText::FromBytes(sent), u' '))
+      if (!number.IsEmpty()) frames += MakeFrame(number.ToBytes() + "!");
+    EXPECT_EQ(all.substr(all.find("\r", all.find("&FH")) + 1), frames + "]\r") << what;
+  }
 }
 
-TEST_F(NceAppTest, AutoloadJoinsTheFollowingNumbersIntoOneStream) {
-  for (const char16_t* name : {u"0000123.MPG", u"124.MPG", u"125.MPG", u"0000126.MPG"})
-    link.PutProgram(name, KorText(name).Left(7) + u"\n");
+TEST_F(NceAppTest, TheTitleNamesTheRequestAndThenEachFileOfItsChain) {
+  for (const char16_t* name : {u"0000123.MPG", u"124.MPG", u"125.MPG"})
+    link.PutProgram(name, u"A\n");
   link.Start();
   link.Ask("FH 0000123");
-  link.form.RunPosted();
   EXPECT_EQ(link.form.title, u"NCE  0000123");
   Features({1, 0, 0, 0});
   link.BeginDownload("0000123");
   EXPECT_EQ(link.form.title, u"124");
-  EXPECT_EQ(Fetch("FH 0000123"), "&LP 000000123\rDownload to NCE in progress. &FH 000000123\r" +
-                                     MakeFrame("0000123!") + MakeFrame("124.MPG!") +
-                                     MakeFrame("125.MPG!") + "]\r");
-  link.form.RunPosted();
+  link.Ask(">");
   EXPECT_EQ(link.form.title, u"125"); // the unchanged number alone
 }
 
@@ -338,52 +358,15 @@ TEST_F(NceAppTest, NoReplyWaitsForAListingOrForTheNextFileOfAChain) {
   EXPECT_EQ(link.Send("DH\r>\r"), greeting + page) << "a page that is asked for at once";
 }
 
-TEST_F(NceAppTest, AChainEndsWhereNoNumberFollows) {
-  for (const char16_t* content : {u"A\n", u"\n"}) {
-    for (const char16_t* name : {u"2147483647.MPG", u"2147483648.MPG"})
-      link.PutProgram(name, content);
-    link.Start();
-    Features({1, 0, 0, 0});
-    for (const std::string number : {"2147483646", "2147483647", "99999999999"}) {
-      link.PutProgram(KorText::FromBytes(number) + u".MPG", content);
-      const std::string all = Fetch("FH " + number);
-      EXPECT_TRUE(all.ends_with(*content == u'A' ? MakeFrame("A!") + "]\r" : "\r]\r"));
-      EXPECT_EQ(std::ranges::count(all, '!'), *content == u'A' ? 1 + number.ends_with('6') : 0);
-    }
-  }
-}
-
-TEST_F(NceAppTest, AnEmptyFileInAChainLeavesNoAcknowledgementUnanswered) {
-  for (int number = 1; number <= 4; ++number)
-    link.PutProgram(KorText::Format(u"%i.MPG", number), number % 3 == 1 ? u"A\n" : u"\n\n");
-  link.Start();
-  Features({1, 0, 0, 0});
-  EXPECT_EQ(Fetch("FH 1"), kStart1 + MakeFrame("A!") + MakeFrame("A!") + "]\r");
-  EXPECT_TRUE(Fetch("FH 3").ends_with("&FH 000000003\r" + MakeFrame("A!") + "]\r"));
-}
-
-TEST_F(NceAppTest, ALotOfSheetsEndsAtItsLastOrAtTheFirstMissingSheet) {
-  for (int sheet = 37304; sheet <= 37320; ++sheet)
-    if (sheet != 37310) link.PutProgram(KorText::Format(u"%i.MPG", sheet), u"S\n");
-  link.Start();
-  Features({1, 0, 0, 1});
-  const std::string start = "&LP 000037304\rDownload to NCE in progress. &FH 000037304\r";
-  std::string six;
-  for (int i = 0; i < 6; ++i)
-    six += MakeFrame("S!");
-  EXPECT_EQ(Fetch("FH 3730417"), start + six + "]\r");
-  EXPECT_EQ(Fetch("FH 3730405"), start + MakeFrame("S!") + MakeFrame("S!") + "]\r");
-  EXPECT_EQ(Fetch("FH 3730401"), start + MakeFrame("S!") + "]\r"); // ends before it starts
-}
-
 TEST_F(NceAppTest, NumbersThatLeaveTheFolderNameNoFile) {
   link.app.Put(link.app.Path(u"x.MPG"), u"secret\n");
   link.PutProgram(u"sub/x.MPG", u"below\n");
   link.Start();
-  for (const char* number :
-       {"../x", "/etc/x", "C:x", "..", ".", "sub/x", "..\\x", "CON", "nul", "com1", "LPT9.a"}) {
-    EXPECT_EQ(link.Ask(std::string("FH ") + number),
-              std::string("%% File ") + number + " not found on Host Computer\r");
+  link.app.RefuseOpening(u"cnc/2", true); // and two numbers that can't be stored
+  for (const std::string& number :
+       {"../x"s, "/etc/x"s, "C:x"s, ".."s, "."s, "sub/x"s, "..\\x"s, "CON"s, "nul"s, "com1"s,
+        "LPT9.a"s, "2"s, std::string(260, '1')}) {
+    EXPECT_EQ(link.Ask("FH " + number), "%% File " + number + " not found on Host Computer\r");
     EXPECT_EQ(link.Ask("TH 1"), "%% Unable to create file on Host Computer\r") << number;
     EXPECT_EQ(link.Code(), UploadCantOpen);
   }
@@ -445,30 +428,18 @@ TEST_F(NceAppTest, AnUploadThatStandsForAMinuteIsToldOf) {
   }
 }
 
-TEST_F(NceAppTest, ADiskThatFailsLeavesTheOlderProgramAndNothingElse) {
-  const struct {
-    const char* last; // the line that is not stored
-    std::function<void(TestApp&)> fail;
-  } cases[] = {
-      {"08G90!X10!17", [](TestApp& app) { app.LimitWrites(2); }},
-      {"02]", [](TestApp& app) { app.FailSync(true); }},
-      {"02]", [](TestApp& app) { app.FailRename(true); }},
-  };
-  for (const auto& [last, fail] : cases) {
-    NceLink fresh;
-    fresh.PutProgram(u"1.MPG", u"old\n");
-    fresh.Start();
-    fresh.link->ReceiveFile(fresh.Folder() + u"1.MPG"); // ends as the controller's does
-    fresh.Run();
-    fresh.Ask("08G90!X10!17");
-    fail(fresh.app);
-    EXPECT_EQ(fresh.Ask(last), "<\r");
-    EXPECT_EQ(fresh.Code(), UploadErrors);
-    EXPECT_FALSE(fresh.form.endDialogs[EndDialog::Upload]);
-    fresh.app.ClearFaults();
-    EXPECT_EQ(fresh.app.Content(fresh.Folder() + u"1.MPG"), u"old\n");
-    EXPECT_EQ(fresh.app.Names(fresh.Folder()), std::vector<KorText>{u"1.MPG"});
-  }
+TEST_F(NceAppTest, ADiskThatFailsAtTheEndLeavesTheOlderProgramAndNothingElse) {
+  link.PutProgram(u"1.MPG", u"old\n");
+  link.Start();
+  link.Do(&NCEApp::ReceiveFile, link.Folder() + u"1.MPG"); // ends as the controller's does
+  link.Ask("08G90!X10!17");
+  link.app.FailSync(true);
+  EXPECT_EQ(link.Ask("02]"), "<\r");
+  EXPECT_EQ(link.Code(), UploadErrors);
+  EXPECT_FALSE(link.form.endDialogs[EndDialog::Upload]);
+  link.app.ClearFaults();
+  EXPECT_EQ(link.app.Content(link.Folder() + u"1.MPG"), u"old\n");
+  EXPECT_EQ(link.app.Names(link.Folder()), std::vector<KorText>{u"1.MPG"});
 }
 
 // How an upload may end at the host before its end mark has come.
@@ -551,16 +522,6 @@ TEST_F(NceAppTest, TheRestOfAnUploadThatEndedHereIsNoRequest) {
   }
 }
 
-TEST_F(NceAppTest, RefusesAtItsStartAnUploadThatCantBeStored) {
-  const std::string longName(260, '1');
-  link.Start();
-  link.app.RefuseOpening(u"cnc/2", true);
-  for (const std::string& number : {std::string("2"), longName}) {
-    EXPECT_EQ(link.BeginUpload(number), "%% Unable to create file on Host Computer\r") << number;
-    EXPECT_EQ(link.Code(), UploadCantOpen);
-  }
-}
-
 TEST_F(NceAppTest, WhatEndsADownloadIsAnsweredAndLetsGoOfItsMemory) {
   const std::string frame = MakeFrame(std::string(150, 'A') + "!");
   const struct {
@@ -602,18 +563,14 @@ TEST_F(NceAppTest, PagesThroughTheDirectory) {
   EXPECT_EQ(link.Ask(">"), " 9|b5       \r");
   for (int i = 0; i < 2; ++i)
     EXPECT_EQ(link.Ask(">"), "]\r");
-}
-
-TEST_F(NceAppTest, AFolderThatCantBeReadIsADirectoryError) {
-  link.Start();
-  link.app.RemoveFolder(link.Folder());
+  link.app.RemoveFolder(link.Folder()); // now it can't be read
   EXPECT_EQ(link.Ask("DH"), "Directory of Host Computer\nSelect File. &DH\r");
   EXPECT_EQ(link.Code(), DirectoryError);
   for (int i = 0; i < 2; ++i)
     EXPECT_EQ(link.Ask(">"), "]\r");
 }
 
-TEST_F(NceAppTest, WaitsTheTransmitDelayAndStartsTheNewestRequestOnce) {
+TEST_F(NceAppTest, WaitsTheTransmitDelayAndStartsTheNewestWishOnce) {
   link.PutProgram(u"1.MPG", u"A\n");
   link.PutProgram(u"2.MPG", u"A\n");
   link.Start({}, u"transmit delay=3\n");
@@ -627,9 +584,24 @@ TEST_F(NceAppTest, WaitsTheTransmitDelayAndStartsTheNewestRequestOnce) {
   link.BeginUpload("2"); // takes the place of the request before it
   EXPECT_EQ(link.After(10), "");
   EXPECT_EQ(link.Code(), Uploading);
+  link.Do(&NCEApp::CancelExchange);
+  link.Ask("FH 1");
+  link.Ask("XYZ"); // takes the status, not the delay
+  link.Do(&NCEApp::SendFile, link.Folder() + u"1.MPG");
+  EXPECT_EQ(link.Code(), Downloading);
+  EXPECT_EQ(link.After(10), "");
+  EXPECT_EQ(link.Ask(">"), "02A!60\r]\r");
 }
 
-TEST_F(NceAppTest, SimulationAcknowledgesItsOwnFrames) {
+TEST_F(NceAppTest, SimulationAcknowledgesItsOwnFramesWhileTheLineTakesThem) {
+  link.Start(u"SIMULATION"); // no file: every poll acknowledges
+  link.port.SetWriteLimit(0);
+  for (int i = 0; i < 1000; ++i)
+    link.link->Poll();
+  link.port.SetWriteLimit(4096);
+  link.port.TakeWritten();
+  link.link->Poll();
+  EXPECT_LE(link.port.TakeWritten().size(), 4u);
   link.PutProgram(u"0000001.MPG", u"A\n");
   link.Start(u"SIMULATION");
   for (int i = 0; i < 10; ++i)
@@ -670,7 +642,7 @@ TEST_F(NceAppTest, SpecialFeaturesFollowTheRulesOfTheirDialog) {
   EXPECT_EQ(enabled(u"0", u"1"), std::pair(false, true));
 }
 
-TEST_F(NceAppTest, AFileSentByHandGoesOutInFrames) {
+TEST_F(NceAppTest, AFileSentByHandGoesOutInFramesAndItsFolderIsKept) {
   const KorText path = link.app.Path(u"elsewhere/2.NC");
   const std::string full(98, 'G'), last(120, 'X');
   link.app.Put(path, KorText::FromBytes(full + "\n" + last + "\r\n"));
@@ -686,11 +658,7 @@ TEST_F(NceAppTest, AFileSentByHandGoesOutInFrames) {
   EXPECT_EQ(link.Code(), DownloadCompleted);
   EXPECT_EQ(link.link->Settings().fileExtension, u"NC");
   EXPECT_EQ(link.link->Settings().downloadPath, link.app.Path(u"elsewhere/"));
-}
-
-TEST_F(NceAppTest, AFileSentByHandNamesItsWholeFolderAndItsExtensionIfItHasOne) {
-  link.PutProgram(u"sub.d/2", u"A\n");
-  link.Start();
+  link.PutProgram(u"sub.d/2", u"A\n"); // without an extension, below the working folder
   const std::filesystem::path before = std::filesystem::current_path();
   std::filesystem::current_path(link.Folder().ToUtf8());
   link.Do(&NCEApp::SendFile, u"sub.d/2");
@@ -698,7 +666,7 @@ TEST_F(NceAppTest, AFileSentByHandNamesItsWholeFolderAndItsExtensionIfItHasOne) 
   const KorText folder = link.link->Settings().downloadPath;
   EXPECT_TRUE(std::filesystem::path(folder.ToUtf8()).is_absolute()) << folder.ToUtf8();
   EXPECT_EQ(link.app.Content(folder + u"2"), u"A\n");
-  EXPECT_EQ(link.link->Settings().fileExtension, u"MPG");
+  EXPECT_EQ(link.link->Settings().fileExtension, u"NC");
 }
 
 TEST_F(NceAppTest, AnUnknownLineBreaksASendingByHandOff) {

@@ -23,7 +23,7 @@ class ProgramPathsTest : public ::testing::Test {
   ProgramPaths paths;
 };
 
-TEST_F(ProgramPathsTest, CompletesNormalisesAndResolvesFolders) {
+TEST_F(ProgramPathsTest, CompletesNormalisesResolvesAndHandsOnFolders) {
   const struct {
     const char16_t* lines;
     int kind;
@@ -52,19 +52,14 @@ TEST_F(ProgramPathsTest, CompletesNormalisesAndResolvesFolders) {
     EXPECT_EQ(paths.GetFolder(test.kind), test.folder) << KorText(test.lines).ToBytes();
   }
   EXPECT_TRUE(app.Messages().empty());
+  EXPECT_EQ(app.GetProgramFolder(u"shear nc"), u"/srv/shearnc/"); // by the services, too
+  EXPECT_EQ(app.GetProgramFolder(u"CNC"), u"/srv/cnc/");
 }
 
 TEST_F(ProgramPathsTest, NeverClimbsAboveARoot) {
   for (const auto& [base, resolved] :
        {std::pair(u"/a/b/", u"/x/"), {u"C:/a/", u"C:/x/"}, {u"//server/a/", u"//server/x/"}})
     EXPECT_EQ(ResolvedFolder(u"../../../x", base), resolved);
-}
-
-TEST_F(ProgramPathsTest, HandsTheFoldersToTheServices) {
-  PutPaths(u"Main=/srv\nCNC=nc\n");
-  ASSERT_TRUE(paths.Load());
-  EXPECT_EQ(app.GetProgramFolder(u"CNC"), startIn + u"nc/");
-  EXPECT_EQ(app.GetProgramFolder(u"rotary nc"), u"/srv/cnc/");
 }
 
 TEST_F(ProgramPathsTest, WritesDefaultsBackWhenAsked) {
@@ -91,18 +86,17 @@ TEST_F(ProgramPathsTest, WritesDefaultsBackWhenAsked) {
 
 TEST_F(ProgramPathsTest, AMissingFileOrSectionIsACorruptInstallation) {
   const KorText place = u"Unable to locate Program Paths in\n\n" + startIn;
-  struct Case {
+  const struct {
     const char16_t* content; // null: no file
     KorText startIn;
     KorText message;
-  };
-  const Case kCases[] = {
+  } kCases[] = {
       {nullptr, startIn, place},
       {u"[PROGRAM PATH]\nMain=/srv\n", startIn, place},
       {u"[PROGRAM PATHS]\n", u"",
        u"Unable to locate Program Paths\n\nWorking directory has not been setup."},
   };
-  for (const Case& test : kCases) {
+  for (const auto& test : kCases) {
     app.RemoveFile(file);
     if (test.content) app.Put(file, test.content);
     app.SetApplicationPropertyPath(kStartInFolder, test.startIn);
@@ -184,21 +178,18 @@ TEST_F(ConfigurationsTest, ListsFoldersThatHoldTheFileOnce) {
 
 TEST_F(ConfigurationsTest, TheDefaultIsTheMarkedOneThenTheNewest) {
   EXPECT_FALSE(ChooseDefault({}));
-  struct Case {
-    std::vector<std::pair<bool, std::uint32_t>> list; // default, version
-    std::size_t chosen;
-  };
-  const Case kCases[] = {{{{false, 1}, {false, 3}, {false, 2}}, 1},
-                         {{{false, 9}, {true, 1}}, 1},
-                         {{{true, 1}, {true, 2}, {false, 9}}, 1},
-                         {{{false, 2}, {false, 2}}, 0}};
-  for (const Case& test : kCases) {
-    std::vector<Configuration> list(test.list.size());
+  using List = std::vector<std::pair<bool, std::uint32_t>>; // default, version
+  const std::pair<List, std::size_t> kCases[] = {{{{false, 1}, {false, 3}, {false, 2}}, 1},
+                                                 {{{false, 9}, {true, 1}}, 1},
+                                                 {{{true, 1}, {true, 2}, {false, 9}}, 1},
+                                                 {{{false, 2}, {false, 2}}, 0}};
+  for (const auto& [cases, chosen] : kCases) {
+    std::vector<Configuration> list(cases.size());
     for (std::size_t i = 0; i < list.size(); ++i) {
       list[i].name = KorText::Format(u"%i", i);
-      std::tie(list[i].isDefault, list[i].version) = test.list[i];
+      std::tie(list[i].isDefault, list[i].version) = cases[i];
     }
-    EXPECT_EQ(ChooseDefault(list)->name, KorText::Format(u"%i", test.chosen));
+    EXPECT_EQ(ChooseDefault(list)->name, KorText::Format(u"%i", chosen));
   }
 }
 

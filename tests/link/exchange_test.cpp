@@ -235,18 +235,6 @@ TEST_F(EngineTest, NothingIsStartedByHandWhileTheDeviceIsAway) {
   }
 }
 
-TEST_F(EngineTest, AJobBegunByHandOvertakesADelayedDownload) {
-  link.PutProgram(u"1.MPG", u"A\n");
-  link.Start({}, u"transmit delay=2\n");
-  link.Ask("FH 1");
-  link.Ask("XYZ"); // takes the status, not the delay
-  link.Do(&NCEApp::SendFile, link.Folder() + u"1.MPG");
-  EXPECT_EQ(link.Code(), Downloading);
-  link.port.TakeWritten();
-  EXPECT_EQ(link.After(5), "");
-  EXPECT_EQ(link.Ask(">"), "02A!60\r]\r");
-}
-
 TEST_F(EngineTest, ADelayThatEndsLeavesANewerOneAlone) {
   link.PutProgram(u"2.MPG", u"A\n");
   link.Start({}, u"transmit delay=2\n");
