@@ -1,5 +1,4 @@
-// A hand at the windows of another program, on Windows: reads commands and answers each with a
-// line.
+// A hand at another program's windows, on Windows: answers each command with a line.
 //   click N      the mouse presses and releases the button at control N, or window N's at its left
 //   key N        presses and releases a key of that virtual-key code, where the keyboard is
 //   text N       what control N shows
@@ -102,11 +101,16 @@ DWORD ProcessOf(HWND window) {
   return process;
 }
 
-BOOL CALLBACK LookForHost(HWND window, LPARAM process) {
+// "ncedl-console" is the console's hidden window; the window's own and hidden ones begin with "wx".
+std::wstring KindOf(HWND window) {
   wchar_t name[16] = {};
   GetClassNameW(window, name, 16);
-  const bool isWindow = IsWindowVisible(window) && std::wstring(name).starts_with(L"wx");
-  if (!isWindow && std::wstring(name) != L"ncedl-console") return TRUE;
+  return name;
+}
+
+BOOL CALLBACK LookForHost(HWND window, LPARAM process) {
+  const bool isWindow = IsWindowVisible(window) && KindOf(window).starts_with(L"wx");
+  if (!isWindow && KindOf(window) != L"ncedl-console") return TRUE;
   *reinterpret_cast<DWORD*>(process) = ProcessOf(window);
   return FALSE;
 }
@@ -124,47 +128,33 @@ bool CloseHost() {
 }
 
 BOOL CALLBACK EndSession(HWND window, LPARAM gone) {
-  wchar_t name[16] = {};
-  GetClassNameW(window, name, 16);
   DWORD_PTR result = 0;
-  if (std::wstring(name).starts_with(L"wx") || std::wstring(name) == L"ncedl-console")
+  if (KindOf(window).starts_with(L"wx") || KindOf(window) == L"ncedl-console")
     for (const UINT message : {WM_QUERYENDSESSION, WM_ENDSESSION})
       if (!SendMessageTimeoutW(window, message, TRUE, 0, SMTO_NORMAL, 10'000, &result))
         *reinterpret_cast<bool*>(gone) = true;
   return TRUE;
 }
 
-void CarryOut(const std::string& command, int number) {
+bool EndSessions() {
+  bool gone = false;
+  EnumWindows(EndSession, reinterpret_cast<LPARAM>(&gone));
+  return gone;
+}
+
+std::string Answer(const std::string& command, int number) {
   if (command == "windows") {
     EnumWindows(TellWindow, 0);
-    std::cout << std::endl;
-    return;
+    return {};
   }
-  if (command == "close") {
-    std::cout << (CloseHost() ? "closed" : "none") << std::endl;
-    return;
-  }
-  if (command == "log-off") {
-    bool gone = false;
-    EnumWindows(EndSession, reinterpret_cast<LPARAM>(&gone));
-    std::cout << (gone ? "gone" : "told") << std::endl;
-    return;
-  }
-  if (command == "key") {
-    Press(static_cast<WORD>(number));
-    std::cout << "pressed" << std::endl;
-    return;
-  }
+  if (command == "close") return CloseHost() ? "closed" : "none";
+  if (command == "log-off") return EndSessions() ? "gone" : "told";
+  if (command == "key") return Press(static_cast<WORD>(number)), "pressed";
   const HWND control = Find(number);
-  if (!control)
-    std::cout << "none" << std::endl;
-  else if (command == "click")
-    Click(control), std::cout << "clicked" << std::endl;
-  else if (command == "text")
-    std::cout << TextOf(control) << std::endl;
-  else
-    std::cout << (SendMessageW(control, BM_GETCHECK, 0, 0) == BST_CHECKED ? "yes" : "no")
-              << std::endl;
+  if (!control) return "none";
+  if (command == "click") return Click(control), "clicked";
+  if (command == "text") return TextOf(control);
+  return SendMessageW(control, BM_GETCHECK, 0, 0) == BST_CHECKED ? "yes" : "no";
 }
 
 } // namespace
@@ -174,6 +164,6 @@ int main() {
   while (std::cin >> command) {
     int number = 0;
     if (command != "windows" && command != "close" && command != "log-off") std::cin >> number;
-    CarryOut(command, number);
+    std::cout << Answer(command, number) << std::endl;
   }
 }

@@ -52,8 +52,10 @@ class SerialPortWin32Check : public SerialPortFixture<Win32SerialPort> {
   // The far side, which a byte 1 has stopped, reads again.
   void LetGo() { std::cout << "LET GO" << std::endl; }
 
-  // Fills the line; how many writes took something.
-  int WriteUntilStalled() {
+  // Has the far side stop, and fills the line; how many writes took something.
+  int Stall() {
+    SetWriteLimit(20000);
+    WriteSome("\x01");
     int count = 0;
     while (count < 1'000'000 && WriteSome(std::string(1 << 20, 'x')) > 0)
       ++count;
@@ -117,9 +119,7 @@ TEST_F(SerialPortWin32Check, WhatIsNotThereIsGoneAndAClosedPortFails) {
 
 // Whatever the time-out, no single write waits.
 TEST_F(SerialPortWin32Check, NoWriteWaitsForAStalledLine) {
-  SetWriteLimit(20000);
-  WriteSome("\x01");
-  EXPECT_GT(WriteUntilStalled(), 0);
+  EXPECT_GT(Stall(), 0);
   const auto start = steady_clock::now();
   for (int i = 0; i < 5; ++i)
     EXPECT_EQ(WriteSome(std::string(1000, 'x')), 0u);
@@ -130,9 +130,7 @@ TEST_F(SerialPortWin32Check, NoWriteWaitsForAStalledLine) {
 }
 
 TEST_F(SerialPortWin32Check, ClosingDoesNotWaitForAStalledLine) {
-  SetWriteLimit(20000);
-  WriteSome("\x01");
-  WriteUntilStalled();
+  Stall();
   const auto start = steady_clock::now();
   EXPECT_TRUE(port.Close()) << ErrorText();
   EXPECT_LT(steady_clock::now() - start, std::chrono::seconds(10)) << "and not the 20 s of a write";
