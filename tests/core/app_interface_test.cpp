@@ -113,34 +113,29 @@ TEST_F(AppInterfaceTest, DebugModesCountOnlyWhileActive) {
 }
 
 TEST_F(AppInterfaceTest, WarnsOfMisuseAndGoesOnWithANeutralResult) {
-  const std::pair<std::function<bool()>, TestApp::Warning> cases[] = {
-      {[&] { return app.GetDebugMode(u"None") == 0; }, {u"Invalid Debug Mode accessed", u"None"}},
-      {[&] { return app.SetDebugMode(u"None", 1), true; }, {u"Invalid Debug Mode set", u"None"}},
-      {[&] { return app.AddDebugMode(u"X", u"reg_dateless", u"", 2), true; },
-       {u"Debug Mode added multiple times!", u"reg_dateless"}},
-      {[&] { return app.GetApplicationPropertyPath(8).IsEmpty(); },
-       {u"Invalid Type", u"GetApplicationPropertyPath"}},
-      {[&] { return app.GetApplicationPropertyString(7).IsEmpty(); },
-       {u"Invalid Type", u"GetApplicationPropertyString"}},
-      {[&] { return app.GetConsoleOption(u"None") == 0; },
-       {u"Invalid Console Option accessed", u"Debug Warning"}},
-      {[&] {
-         const auto file = app.OpenFile(app.Path(u"x"), FileAccess::Write);
-         return !app.SeekFile(*file, -1, SeekFrom::Start).has_value();
-       },
-       {u"SetFilePointer Failed!", u"FileIO"}},
-      {[&] {
-         app.SetApplicationPropertyPath(kTemporaryFolder, {});
-         const KorText name = app.GetTemporaryFilename();
-         return name.StartsWith(u"KOR") && app.RemoveFile(name);
-       },
-       {u"GetTemporaryFilename called before TempDir is set", u"AppInterface"}},
-  };
-  for (const auto& [misuse, warning] : cases) {
+  const auto warns = [&](const KorText& message, const KorText& info) {
+    EXPECT_EQ(app.Warnings(), (Warnings{{message, info}}));
     app.ForgetReports();
-    EXPECT_TRUE(misuse()) << warning.message.ToUtf8();
-    EXPECT_EQ(app.Warnings(), Warnings{warning});
-  }
+  };
+  EXPECT_EQ(app.GetDebugMode(u"None"), 0);
+  warns(u"Invalid Debug Mode accessed", u"None");
+  app.SetDebugMode(u"None", 1);
+  warns(u"Invalid Debug Mode set", u"None");
+  app.AddDebugMode(u"X", u"reg_dateless", u"", 2);
+  warns(u"Debug Mode added multiple times!", u"reg_dateless");
+  EXPECT_EQ(app.GetApplicationPropertyPath(8), u"");
+  warns(u"Invalid Type", u"GetApplicationPropertyPath");
+  EXPECT_EQ(app.GetApplicationPropertyString(7), u"");
+  warns(u"Invalid Type", u"GetApplicationPropertyString");
+  EXPECT_EQ(app.GetConsoleOption(u"None"), 0);
+  warns(u"Invalid Console Option accessed", u"Debug Warning");
+  const auto file = app.OpenFile(app.Path(u"x"), FileAccess::Write);
+  EXPECT_EQ(app.SeekFile(*file, -1, SeekFrom::Start), std::nullopt);
+  warns(u"SetFilePointer Failed!", u"FileIO");
+  app.SetApplicationPropertyPath(kTemporaryFolder, {});
+  const KorText name = app.GetTemporaryFilename();
+  EXPECT_TRUE(name.StartsWith(u"KOR") && app.RemoveFile(name));
+  warns(u"GetTemporaryFilename called before TempDir is set", u"AppInterface");
 }
 
 TEST_F(AppInterfaceTest, HoldsFoldersWithATrailingSlash) {

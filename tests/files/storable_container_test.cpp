@@ -8,14 +8,13 @@
 namespace kor {
 namespace {
 
-// A container of one text and two numbers, of which older files have one.
+// A container of one text.
 class Notebook : public StorableContainer {
  public:
   explicit Notebook(bool useLocks = true) : locking(useLocks) {}
   std::uint32_t ClassId() const override { return 100200310; }
   void Transfer(DiskFile& file) override {
     file.Transfer(text);
-    file.Transfer(pages);
     EndRecord(file);
   }
   bool UsesLocking() const override { return locking; }
@@ -29,7 +28,6 @@ class Notebook : public StorableContainer {
 
   bool locking;
   KorText text;
-  std::int32_t pages = 0;
   int loadsBegun = 0;
 };
 

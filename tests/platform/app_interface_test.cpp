@@ -27,24 +27,17 @@ class PlatformFilesTest : public testing::Test {
 };
 
 TEST_F(PlatformFilesTest, OpensEachWayAsPromised) {
-  const struct {
-    FileAccess access;
-    bool opensMissing, opensExisting;
-    KorText after; // the content "old" after "+" was written
-  } cases[] = {
-      {FileAccess::Read, false, true, u"old"},      {FileAccess::Write, true, true, u"+"},
-      {FileAccess::ReadWrite, true, true, u"+ld"},  {FileAccess::Append, true, true, u"old+"},
-      {FileAccess::CreateNew, true, false, u"old"},
-  };
-  for (const auto& [access, opensMissing, opensExisting, after] : cases) {
+  using enum FileAccess;
+  // after: the content "old" after "+" was written
+  const auto opens = [this](FileAccess access, bool missing, bool existing, const KorText& after) {
     SCOPED_TRACE(static_cast<int>(access));
-    EXPECT_EQ(app.OpenFile(path, access) != nullptr, opensMissing);
-    EXPECT_EQ(app.FileExists(path), opensMissing);
+    EXPECT_EQ(app.OpenFile(path, access) != nullptr, missing);
+    EXPECT_EQ(app.FileExists(path), missing);
     app.Put(path, u"old");
     auto file = app.OpenFile(path, access);
-    EXPECT_EQ(file != nullptr, opensExisting);
+    EXPECT_EQ(file != nullptr, existing);
     const std::size_t written = file ? Put(*file, "+") : 0;
-    EXPECT_EQ(written, opensExisting && access != FileAccess::Read ? 1u : 0u);
+    EXPECT_EQ(written, existing && access != Read ? 1u : 0u);
     file.reset();
     EXPECT_EQ(app.Content(path), after);
     EXPECT_TRUE(app.RemoveFile(path));
@@ -53,7 +46,12 @@ TEST_F(PlatformFilesTest, OpensEachWayAsPromised) {
     EXPECT_EQ(app.OpenFile(app.Path(u"missing/file"), access), nullptr);
     EXPECT_EQ(app.OpenFile(path + std::u16string_view(u"\0x", 2), access), nullptr);
     EXPECT_FALSE(app.FileExists(path));
-  }
+  };
+  opens(Read, false, true, u"old");
+  opens(Write, true, true, u"+");
+  opens(ReadWrite, true, true, u"+ld");
+  opens(Append, true, true, u"old+");
+  opens(CreateNew, true, false, u"old");
 }
 
 TEST_F(PlatformFilesTest, OneWriterAtATimeAndReadersAlways) {
