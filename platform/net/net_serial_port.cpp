@@ -15,6 +15,8 @@ constexpr std::chrono::milliseconds kSilenceLook{500}; // between looks for a va
 // The line time that may wait for the peer's acknowledgement beyond the lead: systems put one off
 // by up to this.
 constexpr std::chrono::milliseconds kAcknowledging{200};
+// A raw server that can't serve says so and closes, in this time: until then the line isn't open.
+constexpr std::chrono::milliseconds kSettling{200};
 constexpr std::size_t kMostReceived = 8192; // then the server has to wait
 constexpr std::size_t kMostGreeting = 80;
 
@@ -86,6 +88,7 @@ bool NetSerialPort::Begin(const KorText& text) {
   received.clear();
   greetingText.clear();
   xoffReceived = cutShort = false;
+  isSilent = true;
   ending.reset();
   client = IsComPort() ? std::make_unique<ComPortClient>() : nullptr;
   timers = HoldPreciseTimers();
@@ -149,6 +152,7 @@ bool NetSerialPort::TakeReceived(Time now) {
   if (received.size() >= kMostReceived) return true;
   std::string data = std::exchange(socket.Received(), {});
   if (data.empty()) return true;
+  isSilent = false;
   bool isGood = true;
   if (client) {
     isGood = client->Receive(AsBytes(data), now);
@@ -163,13 +167,21 @@ bool NetSerialPort::TakeReceived(Time now) {
 
 void NetSerialPort::MoveOn(Time now) {
   if (stage == Stage::Connecting && socket.Pump(now) == LineSocket::State::Up) {
-    stage = client ? Stage::Greeting : Stage::Greeted;
+    stage = Stage::Greeting;
+    settled = now + kSettling;
     if (client) client->Start(now);
   }
   if (stage != Stage::Greeting) return;
+  if (!client) {
+    if (now >= settled) stage = Stage::Greeted;
+    return;
+  }
   const auto answer = client->Greeting(now);
   if (answer == ComPortClient::Answer::Given) stage = Stage::Greeted;
-  if (answer == ComPortClient::Answer::Refused)
+  if (answer != ComPortClient::Answer::Refused) return;
+  if (isSilent) // a server that takes one client at a time may let others wait
+    End(PortTrouble::InUse, LookUpText(kTexts.serverSilent));
+  else
     End(PortTrouble::Other, LookUpText(kTexts.noComPortServer));
 }
 
@@ -323,6 +335,7 @@ void NetSerialPort::WaitReadable(std::chrono::microseconds atMost) {
   Time until = now + atMost;
   if (stage != Stage::Closed && (ending || !received.empty())) return;
   if (stage == Stage::Connecting) until = std::min(until, now + LineSocket::kConnectTime);
+  if (stage == Stage::Greeting && !client) until = std::min(until, settled);
   if (client) until = std::min(until, client->Deadline(now).value_or(until));
   socket.WaitUntil(until);
 }

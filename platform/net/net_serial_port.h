@@ -61,7 +61,7 @@ class NetSerialPort : public SerialPort {
   enum class Stage {
     Closed,
     Connecting,
-    Greeting, // connected, and the server is asked whether it speaks the protocol
+    Greeting, // connected, and the server is asked whether it speaks the protocol, or may refuse
     Greeted,
     Setting, // the line's settings are with the server
     Serving
@@ -103,6 +103,7 @@ class NetSerialPort : public SerialPort {
   DeviceControlBlock current; // as last set or asked for
   std::string received;
   std::string greetingText; // what a server says before it is greeted, such as that it is busy
+  bool isSilent = true;     // this connection has brought nothing yet
   bool xoffReceived = false;
   bool cutShort = false; // the last Write found no room for everything
   struct Ending {
@@ -110,6 +111,7 @@ class NetSerialPort : public SerialPort {
     KorText text;
   };
   std::optional<Ending> ending; // of the connection; every operation fails with it
+  Time settled{};               // of a raw line's greeting
   Time silenceLooked{};
   PortTrouble trouble = PortTrouble::Other;
   KorText errorText;

@@ -416,6 +416,8 @@ struct UserTexts {
   UserText unknownHost{15830, u"No computer of the name %s is known here"};
   UserText checkServer{15831, u"Check that the device server is on and can be reached, and its "
                               u"address."};
+  UserText serverSilent{15832, u"The server doesn't answer; another program may have taken its "
+                               u"port"};
 };
 
 inline constexpr UserTexts kTexts;

@@ -126,7 +126,10 @@ TEST_F(NetSerialPortTest, NoticesWhatEndsTheLine) {
   server.greets = false;
   EXPECT_FALSE(Open());
   EXPECT_EQ(ErrorText(), "The server doesn't speak RFC 2217; an address with tcp:// may do");
-  server.greets = server.hangsUp = true;
+  server.reads = false;
+  EXPECT_FALSE(Open()) << "another client keeps it busy";
+  EXPECT_EQ(ErrorText(), "The server doesn't answer; another program may have taken its port");
+  server.reads = server.greets = server.hangsUp = true;
   EXPECT_FALSE(Open());
   EXPECT_TRUE(port.IsOpen()) << "the next look at its status tells the end";
   EXPECT_FALSE(port.GetStatus(status));
