@@ -38,6 +38,7 @@ constexpr std::uint8_t kLineStateMask = kOverrun | kParityError | kFramingError 
 constexpr std::uint8_t kModemStateMask = 255; // some servers tell changes only with the change bits
 
 constexpr std::size_t kMostSignature = 80;
+constexpr std::string_view kOwnSignature = "ncedl";
 
 std::string Bytes(std::uint32_t value) { // most significant first
   std::string bytes;
@@ -208,15 +209,16 @@ void ComPortClient::OnNegotiation(std::uint8_t verb, std::uint8_t option) {
 void ComPortClient::OnSubNegotiation(std::uint8_t option, std::string_view payload) {
   if (option != telnet::kComPort || payload.empty()) return;
   const auto command = static_cast<std::uint8_t>(payload[0]);
-  const std::string_view value = payload.substr(1);
+  const bool isServers = command >= kFromServer;
+  const auto meant = static_cast<std::uint8_t>(isServers ? command - kFromServer : command);
   // A server's own have the higher numbers, but some servers use the client's for these two.
-  if (command % kFromServer == kSuspend) suspended = true;
-  if (command % kFromServer == kResume) suspended = false;
-  if (command >= kFromServer) OnAnswer(static_cast<std::uint8_t>(command - kFromServer), value);
+  if (meant == kSuspend) suspended = true;
+  if (meant == kResume) suspended = false;
+  if (isServers) OnAnswer(meant, payload.substr(1));
 }
 
 void ComPortClient::OnAnswer(std::uint8_t command, std::string_view value) {
-  if (command == kSignature) signature = std::string(value.substr(0, kMostSignature));
+  if (command == kSignature) return OnSignature(value);
   if (value.size() != (command == kSetBaudRate ? 4U : 1U)) return;
   const std::uint32_t number = Number(value);
   if (command == kNotifyLineState) return OnLineState(static_cast<std::uint8_t>(number));
@@ -229,6 +231,14 @@ void ComPortClient::OnAnswer(std::uint8_t command, std::string_view value) {
   if (asked == awaited.end()) return;
   Check(*asked, number);
   awaited.erase(asked);
+}
+
+// Without a text it is the server that asks; it gets one answer, so that it can't fill the memory.
+void ComPortClient::OnSignature(std::string_view value) {
+  if (!value.empty())
+    signature = std::string(value.substr(0, kMostSignature));
+  else if (!std::exchange(hasSigned, true))
+    Command(kSignature, kOwnSignature);
 }
 
 // A mask or a modem output that differs costs nothing that the user could mend.

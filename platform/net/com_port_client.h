@@ -66,6 +66,7 @@ class ComPortClient : private TelnetSink {
   void OnNegotiation(std::uint8_t verb, std::uint8_t option) override;
   void OnSubNegotiation(std::uint8_t option, std::string_view payload) override;
   void OnAnswer(std::uint8_t command, std::string_view value);
+  void OnSignature(std::string_view value);
   bool IsDsrOff() const; // as far as the server tells its lines
   void OnLineState(std::uint8_t state);
   void OnModemState(std::uint8_t state);
@@ -87,6 +88,7 @@ class ComPortClient : private TelnetSink {
   bool suspended = false;
   LineErrors errors;
   std::optional<std::string> signature;
+  bool hasSigned = false;
 };
 
 } // namespace kor

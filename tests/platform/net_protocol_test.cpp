@@ -198,6 +198,8 @@ TEST_F(ComPort, ObeysTheLinesAndCountsTheErrors) {
     Hear(Say(static_cast<std::uint8_t>(9 + shift), ""));
     EXPECT_EQ(client.Holds(), 0u);
   }
+  Hear(Say(208, ""));
+  EXPECT_EQ(client.Holds(), 0u) << "no command at all";
   Hear(Say(106, "\x06") + Say(106, "\x1A") + Say(106, "\x61"));
   EXPECT_EQ(client.TakeErrors(),
             (LineErrors{.overrun = 2, .parity = 1, .framing = 1, .breaks = 1}));
@@ -222,6 +224,15 @@ TEST_F(ComPort, DropsWhatArrivesBeforeThePurgeIsAnswered) {
   now += 1s; // a server that doesn't answer makes nobody deaf
   Hear("next");
   EXPECT_EQ(client.Data(), "next");
+}
+
+TEST_F(ComPort, TellsWhoItIsOnceAndKeepsWhoTheServerIs) {
+  client.TakeOutput();
+  Hear(Say(100, "") + Say(100, ""));
+  EXPECT_EQ(client.TakeOutput(), Say(0, "ncedl"));
+  EXPECT_FALSE(client.Signature()) << "that was a question";
+  Hear(Say(100, "server") + Say(100, ""));
+  EXPECT_EQ(client.Signature(), "server");
 }
 
 TEST(LineEstimate, GivesLittleAheadOfTheLineAndStandsStillInAHold) {
