@@ -122,6 +122,11 @@ class Connection : public std::enable_shared_from_this<Connection> {
     return queue;
   }
 
+  std::size_t PeerRoom() {
+    const std::size_t window = isUp && !isOver ? WindowOf(Handle()) : 0;
+    return window - std::min(window, Queue().unacknowledged);
+  }
+
   std::uintptr_t Handle() { return static_cast<std::uintptr_t>(socket.native_handle()); }
 
   bool isUp = false;
@@ -291,6 +296,10 @@ void LineSocket::Send(std::string_view bytes) {
 
 SocketQueue LineSocket::Queue() const {
   return parts->connection ? parts->connection->Queue() : SocketQueue{};
+}
+
+std::size_t LineSocket::PeerRoom() const {
+  return parts->connection ? parts->connection->PeerRoom() : 0;
 }
 
 bool LineSocket::IsSilent() const {

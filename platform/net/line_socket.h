@@ -41,7 +41,8 @@ class LineSocket {
   std::string& Received(); // for the caller to take from
   void Send(std::string_view bytes);
   SocketQueue Queue() const;
-  bool IsSilent() const; // bytes are on their way to a server that has vanished
+  std::size_t PeerRoom() const; // bytes that the peer takes beyond those under way
+  bool IsSilent() const;        // bytes are on their way to a server that has vanished
 
   // Ends early when something happens, and through Interrupt.
   void WaitUntil(Time until);

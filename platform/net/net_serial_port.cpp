@@ -261,13 +261,16 @@ std::size_t NetSerialPort::Room(Time now) {
   const auto most = static_cast<std::size_t>(
       (LineEstimate::kLead + LineEstimate::kMostJitter + kAcknowledging) / ByteTime(current));
   if (queue.unsent > 0 || queue.unacknowledged > std::max<std::size_t>(most, 16)) return 0;
-  return estimate.Room(now);
+  // What would wait for the peer's window here would keep the system from its keep-alive.
+  return std::min(estimate.Room(now), socket.PeerRoom());
 }
 
 std::uint32_t NetSerialPort::OutQueue(Time now) {
-  if (cutShort && Holds() == 0 && Room(now) > 0) return 0;
-  const std::size_t count = std::max(IsPaced() ? estimate.Backlog(now) : 0, socket.Queue().unsent);
-  return static_cast<std::uint32_t>(count);
+  const bool wantsMore = cutShort && Holds() == 0;
+  if (wantsMore && Room(now) > 0) return 0;
+  const std::size_t least = wantsMore ? 1 : 0; // a server that takes nothing has something left
+  const std::size_t backlog = IsPaced() ? estimate.Backlog(now) : 0;
+  return static_cast<std::uint32_t>(std::max({least, backlog, socket.Queue().unsent}));
 }
 
 // --- Traffic ---

@@ -19,6 +19,9 @@ struct SocketQueue {
   std::size_t unacknowledged = 0; // with the unsent ones
 };
 SocketQueue QueueOf(std::uintptr_t handle);
+// Bytes that the peer has room for, those on their way to it among them. No limit where the system
+// doesn't tell.
+std::size_t WindowOf(std::uintptr_t handle);
 
 // The system's numbers of errors that the port itself finds.
 extern const std::uint32_t kErrorNotOpen, kErrorInvalid, kErrorTimedOut;

@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <limits>
+#include <optional>
 #include <string_view>
 
 #include "platform/net/socket_tuning.h"
@@ -29,6 +31,14 @@ std::size_t CountOf(int socket, unsigned long request) {
   return ::ioctl(socket, request, &count) == 0 && count > 0 ? static_cast<std::size_t>(count) : 0;
 }
 
+std::optional<tcp_info> InfoOf(std::uintptr_t handle) {
+  tcp_info info{};
+  socklen_t size = sizeof info;
+  const int result = ::getsockopt(SocketOf(handle), IPPROTO_TCP, TCP_INFO, &info, &size);
+  const bool isWhole = size >= offsetof(tcp_info, tcpi_snd_wnd) + sizeof info.tcpi_snd_wnd;
+  return result == 0 && isWhole ? std::optional(info) : std::nullopt; // Linux before 5.4 tells less
+}
+
 } // namespace
 
 const std::uint32_t kErrorNotOpen = EBADF, kErrorInvalid = EINVAL, kErrorTimedOut = ETIMEDOUT;
@@ -44,15 +54,20 @@ void WatchForSilentEnd(std::uintptr_t handle) {
 // The system sends no keep-alive while bytes are on their way. TCP_USER_TIMEOUT would end that, but
 // also a peer that lives and has closed its window: its machine is held.
 bool HasEndedSilently(std::uintptr_t handle) {
-  tcp_info info{};
-  socklen_t size = sizeof info;
-  if (::getsockopt(SocketOf(handle), IPPROTO_TCP, TCP_INFO, &info, &size) != 0) return false;
-  return info.tcpi_unacked > 0 && info.tcpi_retransmits > 1 && info.tcpi_snd_wnd > 0 &&
-         info.tcpi_last_ack_recv > kSilence;
+  const auto info = InfoOf(handle);
+  return info && info->tcpi_unacked > 0 && info->tcpi_retransmits > 1 && info->tcpi_snd_wnd > 0 &&
+         info->tcpi_last_ack_recv > kSilence;
 }
 
 SocketQueue QueueOf(std::uintptr_t handle) {
-  return {CountOf(SocketOf(handle), SIOCOUTQNSD), CountOf(SocketOf(handle), SIOCOUTQ)};
+  SocketQueue queue{.unacknowledged = CountOf(SocketOf(handle), SIOCOUTQ)};
+  if (queue.unacknowledged > 0) queue.unsent = CountOf(SocketOf(handle), SIOCOUTQNSD);
+  return queue;
+}
+
+std::size_t WindowOf(std::uintptr_t handle) {
+  const auto info = InfoOf(handle);
+  return info ? info->tcpi_snd_wnd : std::numeric_limits<std::size_t>::max();
 }
 
 // A name without a file: it goes with the process, however that ends.

@@ -5,6 +5,7 @@
 #include <mmsystem.h>
 #include <mstcpip.h>
 
+#include <limits>
 #include <string>
 
 #include "platform/net/socket_tuning.h"
@@ -35,6 +36,10 @@ bool HasEndedSilently(std::uintptr_t) {
 // The system doesn't tell; the port counts what it has given and not got back.
 SocketQueue QueueOf(std::uintptr_t) {
   return {};
+}
+
+std::size_t WindowOf(std::uintptr_t) {
+  return std::numeric_limits<std::size_t>::max();
 }
 
 bool LineClaim::Take(const char* address) {
