@@ -221,14 +221,8 @@ struct LineSocket::Parts {
 
 LineSocket::LineSocket() : parts(std::make_unique<Parts>()) {}
 
-// What can't be closed in order goes with the object.
-LineSocket::~LineSocket() {
-  try {
-    Close();
-  } catch (...) {
-    parts.reset();
-  }
-}
+// The connection goes with the loop, and the loop with the last look-up under way.
+LineSocket::~LineSocket() = default;
 
 // A look-up of the same name that is still under way is waited for again: a slow name server gets
 // no second question.
@@ -290,7 +284,8 @@ std::string& LineSocket::Received() {
 }
 
 void LineSocket::Send(std::string_view bytes) {
-  if (!bytes.empty() && parts->connection) parts->connection->Send(bytes);
+  if (bytes.empty() || !parts->connection) return;
+  parts->connection->Send(bytes);
   parts->loop->poll();
 }
 
