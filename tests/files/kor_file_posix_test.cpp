@@ -127,6 +127,14 @@ TEST_F(SafeWritePosixTest, WritesWhereALinkLeadsUnlessItReplacesIt) {
   EXPECT_EQ(app.Content(app.Path(u"far/file")), u"older");
 }
 
+TEST_F(SafeWritePosixTest, APartThatOthersClearAwayEachTimeIsGivenUp) {
+  app.WhenOpening(kPartSuffix, [this] {
+    for (const KorText& part : app.Names(app.Path(u"work")))
+      app.RemoveFile(app.Path(u"work/") + part);
+  });
+  EXPECT_FALSE(KorFile(path).OpenSafe());
+}
+
 TEST_F(SafeWritePosixTest, WhatOnlyBearsTheNameOfAPartStays) {
   app.Put(app.Path(u"far/file"), u"precious");
   Link("../far/file", u"work/a.ncedl-part");

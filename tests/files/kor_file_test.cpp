@@ -14,6 +14,7 @@ class SafeWriteTest : public FileTest {
 TEST_F(SafeWriteTest, TargetChangesOnlyWithCommit) {
   for (const Compression compression : {Compression::No, Compression::Yes}) {
     app.Put(path, u"older");
+    app.WatchDisk();
     KorFile file(path);
     ASSERT_TRUE(file.OpenSafe(kFileWrite | kFileText, compression));
     EXPECT_TRUE(file.WriteText(u"newer"));
@@ -22,6 +23,8 @@ TEST_F(SafeWriteTest, TargetChangesOnlyWithCommit) {
     ASSERT_EQ(names.size(), 2u);
     EXPECT_TRUE(names[1].StartsWith(u"O00123.") && names[1].EndsWith(u".ncedl-part"));
     EXPECT_TRUE(file.Commit());
+    for (const DiskImage::Files& afterPowerCut : app.DiskStates())
+      EXPECT_NE(afterPowerCut.at(path), "older");
     EXPECT_EQ(Leftovers(), std::vector<KorText>{u"O00123"});
     ASSERT_TRUE(file.Open(kFileRead, OpenWait::No, compression));
     EXPECT_EQ(file.ReadAll(), BytesOf("newer"));

@@ -151,6 +151,7 @@ void CompareWithModel(SimpleFile& file, Bytes model, unsigned seed) {
     ASSERT_EQ(file.Position(), position);
     ASSERT_EQ(file.Size(), model.size());
   }
+  EXPECT_TRUE(file.IsGood());
   if (!writes) return;
   file.Seek(0);
   EXPECT_EQ(file.ReadAll(), model);
@@ -358,13 +359,17 @@ TEST_F(SimpleFileTest, ACompressedFileTakesItsTargetsPlaceOnlyWhenItIsWhole) {
       app.Put(path, u"older");
       if (!existed) app.RemoveFile(path);
       SimpleFile file(path);
-      ASSERT_TRUE(file.Open(kFileWrite, OpenWait::No, Compression::Yes));
+      const std::uint32_t onlyNew = kFileWrite | kFileNew;
+      EXPECT_EQ(file.Open(onlyNew, OpenWait::No, Compression::Yes), !existed);
+      ASSERT_TRUE(file.IsOpen() || file.Open(kFileWrite, OpenWait::No, Compression::Yes));
       EXPECT_TRUE(file.WriteText(u"newer"));
       if (isFull) app.LimitWrites(0);
       EXPECT_EQ(file.Close(), !isFull);
       app.ClearFaults();
       EXPECT_EQ(IsCompressedFile(path), !isFull);
-      EXPECT_EQ(app.Content(path) == u"older", existed && isFull);
+      EXPECT_EQ(DecompressFile(path, path) == FileResult::Success, !isFull);
+      const KorText left = !isFull ? u"newer" : existed ? u"older" : u"no file";
+      EXPECT_EQ(app.Content(path).value_or(u"no file"), left);
       EXPECT_EQ(Leftovers().size(), existed || !isFull ? 1u : 0u);
     }
   }
