@@ -69,8 +69,7 @@ TEST_F(FileCrcOfFiles, OpenAndMissingFilesAndShortReadsFail) {
   ASSERT_TRUE(file.Open(kFileRead));
   EXPECT_FALSE(file.GetFileCrc(crc));
   EXPECT_TRUE(file.IsOpen());
-  EXPECT_EQ(app.Warnings(),
-            (std::vector<TestApp::Warning>{{u"Debug Warning", u"Cannot get CRC of open file!"}}));
+  EXPECT_EQ(app.Warnings(), (Warnings{{u"Debug Warning", u"Cannot get CRC of open file!"}}));
   file.Close();
   app.LimitReads(70000);
   EXPECT_FALSE(file.GetFileCrc(crc));

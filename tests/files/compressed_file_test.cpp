@@ -79,9 +79,8 @@ TEST_F(CompressedFileTest, BufferRefusesItself) {
   EXPECT_FALSE(VoidBuffer::Decompress(buffer.Bytes(), buffer));
   EXPECT_TRUE(buffer.IsEmpty());
   EXPECT_EQ(app.Warnings(),
-            (std::vector<TestApp::Warning>{
-                {u"Debug Warning", u"VoidBuffer can't compress directly into self!"},
-                {u"Debug Warning", u"VoidBuffer can't decompress directly into self!"}}));
+            (Warnings{{u"Debug Warning", u"VoidBuffer can't compress directly into self!"},
+                      {u"Debug Warning", u"VoidBuffer can't decompress directly into self!"}}));
 }
 
 TEST_F(CompressedFileTest, TooBigBufferIsRefusedUnread) {
@@ -137,7 +136,7 @@ TEST_F(CompressedFileTest, BlocksAndRoundTripAtEverySize) {
     EXPECT_EQ(info.inflated, size);
     EXPECT_TRUE(size <= kBlock || info.blocks.back().inflated == 1);
   }
-  EXPECT_EQ(Leftovers(), (std::vector<KorText>{u"f", u"g"}));
+  EXPECT_EQ(Leftovers(), (Names{u"f", u"g"}));
 }
 
 TEST_F(CompressedFileTest, DamagedHeaders) {
@@ -238,7 +237,7 @@ TEST_F(CompressedFileTest, BlockThatDoesNotGetSmallerIsRefused) {
     byte = static_cast<std::uint8_t>(random() >> 11);
   Write(path, noise);
   EXPECT_EQ(CompressFile(path, other), FileResult::Failure);
-  EXPECT_EQ(Leftovers(), std::vector<KorText>{u"f"});
+  EXPECT_EQ(Leftovers(), Names{u"f"});
 }
 
 TEST_F(CompressedFileTest, AFileThatAnotherWritesIsNotReplaced) {
@@ -254,7 +253,7 @@ TEST_F(CompressedFileTest, AFileThatAnotherWritesIsNotReplaced) {
     SimpleFile writer(path);
     ASSERT_TRUE(writer.Open(kFileWrite | kFileAppend));
     EXPECT_EQ(change(), FileResult::DestinationUnwritable);
-    EXPECT_EQ(Leftovers(), std::vector<KorText>{u"f"});
+    EXPECT_EQ(Leftovers(), Names{u"f"});
     EXPECT_TRUE(writer.Close());
     EXPECT_EQ(change(), FileResult::Success);
   }
@@ -282,7 +281,7 @@ TEST_F(CompressedFileTest, ShortReadsAndFullDisksLeaveNoTarget) {
     EXPECT_EQ(change(path, target, OpenWait::No, CompressOptions{}),
               FileResult::DestinationUnwritable);
     app.ClearFaults();
-    EXPECT_EQ(Leftovers(), std::vector<KorText>{u"f"});
+    EXPECT_EQ(Leftovers(), Names{u"f"});
   };
   const auto compress = [](auto&&... to) { return CompressFile(to...); };
   const auto restore = [](auto&&... to) { return DecompressFile(to...); };
@@ -313,7 +312,7 @@ TEST_F(CompressedFileTest, ProgressComesInOrderAndCancels) {
   app.Put(path, TextOf(file));
   EXPECT_EQ(DecompressFile(path, path, OpenWait::No, options), FileResult::Failure);
   EXPECT_EQ(Get(path), file);
-  EXPECT_EQ(Leftovers(), std::vector<KorText>{u"f"});
+  EXPECT_EQ(Leftovers(), Names{u"f"});
 }
 
 } // namespace

@@ -291,9 +291,9 @@ TEST_F(DiskFileTest, WideValuesInNarrowFilesWarnAndKeepTheirLowHalf) {
   const Bytes wide = WriteRecords(kWide, move);
   EXPECT_TRUE(app.Warnings().empty());
   const Bytes narrow = WriteRecords(kNarrow, move);
-  EXPECT_EQ(app.Warnings(), (std::vector<TestApp::Warning>{
-                                {u"Size is too big for 32bit!", u"DiskFile::ioCompatibleDWORD"},
-                                {u"Size is too big for 32bit!", u"DiskFile::ioCompatibleInt"}}));
+  EXPECT_EQ(app.Warnings(),
+            (Warnings{{u"Size is too big for 32bit!", u"DiskFile::ioCompatibleDWORD"},
+                      {u"Size is too big for 32bit!", u"DiskFile::ioCompatibleInt"}}));
   big = small = 0;
   bigInt = negative = 0;
   ReadRecords(wide, kNarrow, move);
@@ -311,8 +311,7 @@ TEST_F(DiskFileTest, WideValuesInNarrowFilesWarnAndKeepTheirLowHalf) {
     file.Transfer(buffer, 0x1'0000'0002); // only its low half counts
   });
   EXPECT_EQ(bytes.size(), kHeader.size() + 2);
-  EXPECT_EQ(app.Warnings(), (std::vector<TestApp::Warning>{
-                                {u"Buffer is too big for 32bit!", u"DiskFile::Transfer"}}));
+  EXPECT_EQ(app.Warnings(), (Warnings{{u"Buffer is too big for 32bit!", u"DiskFile::Transfer"}}));
 }
 
 TEST_F(DiskFileTest, EqualObjectsAreReadBackSharedAndOnesThatWereNeverWrittenAreNone) {
@@ -338,8 +337,7 @@ TEST_F(DiskFileTest, EqualObjectsAreReadBackSharedAndOnesThatWereNeverWrittenAre
   held.resize(1);
   ExpectReads(lost, move);
   EXPECT_EQ(held[0], nullptr);
-  EXPECT_EQ(app.Warnings(), (std::vector<TestApp::Warning>{
-                                {u"DiskFile::ioCachedInstance", u"CRC does not exist!"}}));
+  EXPECT_EQ(app.Warnings(), (Warnings{{u"DiskFile::ioCachedInstance", u"CRC does not exist!"}}));
 }
 
 TEST_F(DiskFileTest, ProgressIsToldPerBlockAndCanCancel) {
@@ -381,8 +379,7 @@ TEST_F(DiskFileTest, ATransferThatForgetsToEndItsRecordDoesNoHarm) {
   careless.value = after = 0;
   ExpectReads(bytes, move);
   EXPECT_EQ(std::tie(careless.value, after), std::make_tuple(3U, 4U));
-  EXPECT_EQ(app.Warnings(),
-            std::vector<TestApp::Warning>(2, {u"Record was not ended!", u"DiskFile"}));
+  EXPECT_EQ(app.Warnings(), Warnings(2, {u"Record was not ended!", u"DiskFile"}));
 }
 
 TEST_F(DiskFileTest, DatesThatAreNoneReadAsNone) {

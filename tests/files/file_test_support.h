@@ -16,6 +16,8 @@
 namespace kor {
 
 using Bytes = std::vector<std::uint8_t>;
+using Names = std::vector<KorText>;
+using Warnings = std::vector<TestApp::Warning>;
 
 inline Bytes BytesOf(std::string_view text) {
   return Bytes(text.begin(), text.end());
@@ -91,8 +93,8 @@ class FileTest : public testing::Test {
     return BytesOf(content->ToBytes());
   }
   // Everything in the test's own folder and the temporary folder.
-  std::vector<KorText> Leftovers() {
-    std::vector<KorText> names = app.Names(app.Path(u"work"));
+  Names Leftovers() {
+    Names names = app.Names(app.Path(u"work"));
     for (const KorText& name : app.Names(app.Path(u"temp")))
       names.push_back(u"temp/" + name);
     return names;

@@ -94,7 +94,7 @@ TEST_F(SafeWritePosixTest, AWriteProtectedFileStays) {
     EXPECT_EQ(packed ? DecompressFile(path, path) : CompressFile(path, path),
               FileResult::DestinationUnwritable);
     EXPECT_EQ(app.Content(path), content);
-    EXPECT_EQ(Leftovers(), std::vector<KorText>{u"O00123"});
+    EXPECT_EQ(Leftovers(), Names{u"O00123"});
   }
 }
 
@@ -118,7 +118,7 @@ TEST_F(SafeWritePosixTest, WritesWhereALinkLeadsUnlessItReplacesIt) {
     }
   EXPECT_FALSE(Write(app.Path(u"work/circle")));
   EXPECT_FALSE(Write(app.Path(u"work/folderless")));
-  EXPECT_EQ(app.Names(app.Path(u"far")), (std::vector<KorText>{u"file", u"not yet"}));
+  EXPECT_EQ(app.Names(app.Path(u"far")), (Names{u"file", u"not yet"}));
   for (const char16_t* name : {u"work/relative", u"work/circle", u"work/folderless"}) {
     EXPECT_TRUE(Write(app.Path(name), Compression::No, false));
     EXPECT_FALSE(IsLink(name));
@@ -143,8 +143,8 @@ TEST_F(SafeWritePosixTest, WhatOnlyBearsTheNameOfAPartStays) {
   app.Put(app.Path(u"work/d.ncedl-part"), u"half");
   EXPECT_EQ(RemoveAbandonedParts(app, app.Path(u"work")), 1u);
   EXPECT_EQ(app.Names(app.Path(u"work")),
-            (std::vector<KorText>{u"a.ncedl-part", u"b.ncedl-part", u"c.ncedl-part"}));
-  EXPECT_EQ(app.Names(app.Path(u"far")), std::vector<KorText>{u"file"});
+            (Names{u"a.ncedl-part", u"b.ncedl-part", u"c.ncedl-part"}));
+  EXPECT_EQ(app.Names(app.Path(u"far")), Names{u"file"});
   EXPECT_EQ(app.Content(app.Path(u"far/file")), u"precious");
 }
 

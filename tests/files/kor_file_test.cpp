@@ -19,13 +19,13 @@ TEST_F(SafeWriteTest, TargetChangesOnlyWithCommit) {
     ASSERT_TRUE(file.OpenSafe(kFileWrite | kFileText, compression));
     EXPECT_TRUE(file.WriteText(u"newer"));
     EXPECT_EQ(app.Content(path), u"older");
-    const std::vector<KorText> names = app.Names(app.Path(u"work"));
+    const Names names = app.Names(app.Path(u"work"));
     ASSERT_EQ(names.size(), 2u);
     EXPECT_TRUE(names[1].StartsWith(u"O00123.") && names[1].EndsWith(u".ncedl-part"));
     EXPECT_TRUE(file.Commit());
     for (const DiskImage::Files& afterPowerCut : app.DiskStates())
       EXPECT_NE(afterPowerCut.at(path), "older");
-    EXPECT_EQ(Leftovers(), std::vector<KorText>{u"O00123"});
+    EXPECT_EQ(Leftovers(), Names{u"O00123"});
     ASSERT_TRUE(file.Open(kFileRead, OpenWait::No, compression));
     EXPECT_EQ(file.ReadAll(), BytesOf("newer"));
   }
@@ -47,7 +47,7 @@ TEST_F(SafeWriteTest, EveryOtherWayOutLeavesTheOlderFile) {
     EXPECT_TRUE(file.WriteText(u"x"));
     way(file);
     EXPECT_FALSE(file.Commit());
-    EXPECT_EQ(Leftovers(), std::vector<KorText>{u"O00123"});
+    EXPECT_EQ(Leftovers(), Names{u"O00123"});
     EXPECT_EQ(app.Content(path), u"older");
   }
 }
@@ -78,8 +78,7 @@ TEST_F(SafeWriteTest, AbandonedPartsGoLivingOnesStay) {
   EXPECT_EQ(RemoveAbandonedParts(app, app.Path(u"no such folder")), 0u);
   EXPECT_TRUE(living.WriteText(u"done"));
   EXPECT_TRUE(living.Commit());
-  EXPECT_EQ(Leftovers(),
-            (std::vector<KorText>{u"O00123", u"O3.ncedl-part.nc", u"folder.ncedl-part/"}));
+  EXPECT_EQ(Leftovers(), (Names{u"O00123", u"O3.ncedl-part.nc", u"folder.ncedl-part/"}));
   EXPECT_EQ(app.Content(path), u"done");
 }
 
@@ -94,7 +93,7 @@ TEST_F(SafeWriteTest, WithoutLocksOnlyPartsOlderThanADayAreAbandoned) {
     ASSERT_TRUE(app.SetFileModified(part, modified));
   }
   EXPECT_EQ(RemoveAbandonedParts(app, app.Path(u"work")), 1u);
-  EXPECT_EQ(Leftovers(), (std::vector<KorText>{u"b.ncedl-part", u"c.ncedl-part"}));
+  EXPECT_EQ(Leftovers(), (Names{u"b.ncedl-part", u"c.ncedl-part"}));
 }
 
 // --- Lock files ---

@@ -202,8 +202,7 @@ TEST(ClassRegistry, FindsEachNumberAndNoOther) {
   EXPECT_NE(registry.Create(15), nullptr);
   TestApp app;
   EXPECT_FALSE(registry.Register({15, u"again", {}, {}}));
-  EXPECT_EQ(app.Warnings(),
-            (std::vector<TestApp::Warning>{{u"Class registered multiple times!", u"again"}}));
+  EXPECT_EQ(app.Warnings(), (Warnings{{u"Class registered multiple times!", u"again"}}));
   EXPECT_EQ(registry.Find(15)->name, u"class");
 }
 

@@ -345,11 +345,11 @@ TEST_F(SimpleFileTest, VeryLargeContentsAreReadFromATemporaryFile) {
   EXPECT_EQ(file.Position(), 0u) << "a file on disk is put back behind the mark";
   EXPECT_EQ(Leftovers().size(), 2u);
   EXPECT_TRUE(file.Close());
-  EXPECT_EQ(Leftovers(), std::vector<KorText>{u"f"});
+  EXPECT_EQ(Leftovers(), Names{u"f"});
   app.LimitWrites(1000);
   EXPECT_FALSE(file.Open(kFileRead, OpenWait::No, Compression::Yes, &result));
   EXPECT_EQ(result, FileResult::DestinationUnwritable);
-  EXPECT_EQ(Leftovers(), std::vector<KorText>{u"f"});
+  EXPECT_EQ(Leftovers(), Names{u"f"});
 }
 
 TEST_F(SimpleFileTest, ACompressedFileTakesItsTargetsPlaceOnlyWhenItIsWhole) {

@@ -52,7 +52,7 @@ TEST_F(KorfilePosixTest, APipeIsReadToItsEnd) {
   EXPECT_EQ(RunFed(*Get(packed), {u"test"}), 0);
   EXPECT_TRUE(said.EndsWith(u": whole, 200000 bytes\n")) << said.ToUtf8();
   EXPECT_EQ(RunFed({}, {u"compress", u"-o", packed, u"-q"}), 0) << "an empty one is an empty file";
-  EXPECT_EQ(Leftovers(), (std::vector<KorText>{u"packed", u"plain"}));
+  EXPECT_EQ(Leftovers(), (Names{u"packed", u"plain"}));
 }
 
 TEST_F(KorfilePosixTest, AFileThatTheSystemMakesUpIsReadToItsEnd) {
@@ -89,7 +89,7 @@ TEST_F(KorfilePosixTest, WantOfMemoryIsNoDamage) {
     EXPECT_TRUE(said.Contains(u"not enough memory")) << said.ToUtf8();
     EXPECT_FALSE(said.Contains(u"damaged") || said.Contains(u"backup")) << said.ToUtf8();
   }
-  EXPECT_EQ(Leftovers(), std::vector<KorText>{u"f"});
+  EXPECT_EQ(Leftovers(), Names{u"f"});
 }
 
 } // namespace

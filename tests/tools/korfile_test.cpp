@@ -48,7 +48,7 @@ TEST_F(KorfileTest, CompressAndRestoreInPlaceAndAside) {
   EXPECT_TRUE(IsCompressedFile(file));
   EXPECT_EQ(Run({u"restore", u"-j", u"3", file}), 0);
   EXPECT_EQ(Get(file), content);
-  EXPECT_EQ(Leftovers(), (std::vector<KorText>{u"a b.nc", u"aside"}));
+  EXPECT_EQ(Leftovers(), (Names{u"a b.nc", u"aside"}));
 }
 
 // Files of every kind of health, and what becomes of the commands on them.
@@ -79,7 +79,7 @@ class KorfileFaults : public KorfileTest {
 };
 
 TEST_F(KorfileFaults, ExitCodesAndComplaints) {
-  const std::vector<KorText> before = Leftovers();
+  const Names before = Leftovers();
   const auto ends = [&](std::vector<KorText> words, int code, const KorText& complaint,
                         std::ptrdiff_t lines = 1) {
     ExpectEnd(words, code, complaint);
@@ -177,7 +177,7 @@ TEST_F(KorfileTest, CancelLeavesEverythingAsItWasAndTheBarIsWiped) {
   EXPECT_EQ(Run({u"restore", packed}), 1);
   EXPECT_TRUE(complained.Contains(u"cancelled")) << complained.ToUtf8();
   EXPECT_EQ(Get(packed), before);
-  EXPECT_EQ(Leftovers(), std::vector<KorText>{u"packed"});
+  EXPECT_EQ(Leftovers(), Names{u"packed"});
   Run({u"test", packed});
   EXPECT_NE(progress.str().find("[####"), std::string::npos) << progress.str();
   EXPECT_TRUE(progress.str().ends_with(" \r"));
