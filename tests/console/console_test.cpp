@@ -20,7 +20,7 @@ class FakeTerminal : public Terminal {
   bool IsInteractive() const override { return interactive; }
   void StartKeys() override { keysStarted = true; }
   void StopKeys() override { keysStarted = false; }
-  int Columns() const override { return columns; }
+  int Columns() const override { return 80; }
   std::size_t Read(std::span<char> to) override {
     const Lock lock(mutex);
     const std::size_t count = std::min(to.size(), input.size());
@@ -41,20 +41,19 @@ class FakeTerminal : public Terminal {
   const bool interactive;
   bool colours = false;
   bool keysStarted = false;
-  int columns = 80;
   std::string input, output, errors;
 
  private:
   Mutex mutex;
 };
 
-StatusView View(std::int32_t code, const char16_t* line, std::int64_t count = 0,
-                std::int64_t range = 0) {
+StatusView View(std::int32_t code, const KorText& line, const KorText& fileName = {},
+                std::int64_t bytesDone = 0) {
   StatusView view;
   view.code = static_cast<LinkStatus>(code);
   view.line = line;
-  view.barPosition = count;
-  view.barRange = range;
+  view.fileName = fileName;
+  view.bytesDone = bytesDone;
   return view;
 }
 
@@ -155,10 +154,13 @@ TEST_F(ConsoleTest, EachCommandAnswersWhatIsNowSoOrWhatIsAccepted) {
       {"set log-file " + folder, "accepted: a file in a folder that exists\n"},
       {"set log-file " + app.Path(u"settings/NCE.INI").ToUtf8(), "Unable to write to log file\n"},
       {"special hybrid on", "hybrid needs autoload; first: special autoload on\n"},
-      {"special autoload on\nspecial hybrid on", "hybrid           on\n"},
+      {"special strip-pc on", "strip-pc         on\n"},
+      {"special autoload on\nspecial strip-pc off", "strip-pc         off\n"},
+      {"special hybrid on", "hybrid           on\n"},
       {"special strip-pc on",
        "strip-pc plays no part while autoload and hybrid are on; first: special hybrid off\n"},
       {"special autoload off", "autoload         off\n"}, // hybrid keeps its mark
+      {"special strip-pc on", "strip-pc         on\n"},
       {"special hybrid off", "hybrid           off\n"},
       {"settings", "file-extension   MPG\n"},
   };
@@ -274,16 +276,14 @@ TEST_F(ConsoleTest, WhileAQuestionIsOpenOnlyAFewCommandsOvertakeIt) {
 
 // What the live line shows of a transfer at each width; "|" stands for the gap before the lamps.
 TEST(StatusLineTest, PutsTheNumberFirstAndCutsTheFolderFirst) {
-  StatusView down = View(12, u"Downloading /srv/nc/jobs/0000123.MPG - 51234 of 100000 bytes sent.");
-  down.fileName = u"/srv/nc/jobs/0000123.MPG";
-  down.bytesDone = 51234;
+  StatusView down = View(12, u"Downloading /srv/nc/jobs/0000123.MPG - 51234 of 100000 bytes sent.",
+                         u"/srv/nc/jobs/0000123.MPG", 51234);
   down.bytesTotal = 100000;
   down.lamps[kLampWrite] = down.lamps[kLampXoffHold] = true;
-  StatusView up = View(13, u"Uploading /srv/nc/0000007.MPG - 1234567 bytes received.");
-  up.fileName = u"/srv/nc/0000007.MPG";
-  up.bytesDone = 1234567;
-  StatusView done = View(18, u"Download Completed C:\\nc\\0000123.MPG - 100000 bytes");
-  done.fileName = u"C:\\nc\\0000123.MPG";
+  const StatusView up = View(13, u"Uploading /srv/nc/0000007.MPG - 1234567 bytes received.",
+                             u"/srv/nc/0000007.MPG", 1234567);
+  const StatusView done =
+      View(18, u"Download Completed C:\\nc\\0000123.MPG - 100000 bytes", u"C:\\nc\\0000123.MPG");
   const Pace usual{960.0, false}, held{960.0, true}, crawling{0.01, false};
   const struct {
     const StatusView& view;
@@ -315,8 +315,7 @@ TEST(StatusLineTest, PutsTheNumberFirstAndCutsTheFolderFirst) {
 TEST(StatusLineTest, IsAsWideAsTheScreenInEveryScript) {
   EXPECT_EQ(ColumnsOf(u"転送 ab"), 7u);
   EXPECT_EQ(ColumnsOf(u"e\u0301\u200b\U0001F600"), 3u);
-  StatusView view = View(12, u"");
-  view.bytesDone = 5;
+  StatusView view = View(12, u"", u"", 5);
   view.bytesTotal = 10;
   view.lamps.fill(true);
   for (const char16_t* name :
