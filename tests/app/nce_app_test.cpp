@@ -54,9 +54,13 @@ TEST_F(NceAppTest, EveryByteTravelsUnchangedInALineLongerThanTheTransmitBuffer) 
   KorText line;
   for (int i = 0; line.Length() < 24576; ++i)
     if (const int c = i % 256; c != '\n' && c != '\r') line += static_cast<char16_t>(c);
-  link.PutProgram(u"1.MPG", line + u"\nEND\n");
-  link.Start();
-  EXPECT_EQ(Fetch("FH 1"), kStart1 + MakeFrame(line.ToBytes() + "!") + MakeFrame("END!") + "]\r");
+  const std::string bytes = line.ToBytes();
+  line += u"\nEND\n";
+  for (const KorText& content : {line, KorText::FromBytes("\xEF\xBB\xBF" + line.ToUtf8())}) {
+    link.PutProgram(u"1.MPG", content);
+    link.Start();
+    EXPECT_EQ(Fetch("FH 1"), kStart1 + MakeFrame(bytes + "!") + MakeFrame("END!") + "]\r");
+  }
 }
 
 TEST_F(NceAppTest, ADownloadIsCountedFromItsStartToTheFilesSize) {
@@ -72,6 +76,15 @@ TEST_F(NceAppTest, ADownloadIsCountedFromItsStartToTheFilesSize) {
     EXPECT_EQ(link.form.last.barRange, 247);
   }
   EXPECT_EQ(link.Code(), DownloadCompleted);
+  EXPECT_EQ(link.HeldBytes(), 0u);
+  link.Ask("TH 1");
+  EXPECT_EQ(link.link->CurrentStatus().bytesDone, 0) << "of the one before";
+  link.Do(&NCEApp::CancelExchange);
+  Fetch("FH 1");
+  link.app.SetBeingWritten(u"1.MPG");
+  link.Ask("FH 1");
+  EXPECT_EQ(link.link->CurrentStatus().bytesDone, 0) << "of the one before";
+  link.app.SetBeingWritten({});
   link.Ask("FH 1");
   link.After(0.2);
   EXPECT_EQ(link.form.last.bytesDone + link.form.last.barPosition, 0) << "of the one before";
@@ -153,6 +166,7 @@ TEST_F(NceAppTest, RefusesWhatIsNoWholeProgram) {
     EXPECT_EQ(link.Code(), DownloadCantOpen);
     EXPECT_TRUE(link.form.OnlyMessage().StartsWith(u"Error: "));
     EXPECT_TRUE(link.form.OnlyMessage().Contains(message));
+    EXPECT_TRUE(link.form.title.EndsWith(u"  H0000000.C01"));
     EXPECT_EQ(link.BeginDownload("6"), MakeFrame("BEFORE!"))
         << "no end mark: the chain is not complete";
     EXPECT_EQ(link.Code(), DownloadErrors);
@@ -191,6 +205,7 @@ TEST_F(NceAppTest, AProgramThatSomebodyWritesWaitsAndIsNeverSentInPart) {
     fresh.Start();
     write(fresh, goesOn);
     EXPECT_EQ(fresh.Ask("FH 1"), "") << what;
+    EXPECT_EQ(fresh.HeldBytes(), 0u) << what;
     for (int second = 0; second < 4; ++second)
       EXPECT_EQ(fresh.After(1), "") << what;
     EXPECT_EQ(fresh.Code(), DownloadWaiting);
@@ -227,8 +242,8 @@ TEST_F(NceAppTest, ARequestOrAnUploadOvertakesTheWaitForAWriter) {
 TEST_F(NceAppTest, ASheetThatSomebodyWritesHoldsItsChainOrEndsItAsAnError) {
   for (const bool isDone : {true, false}) {
     NceLink fresh;
-    for (const char16_t* name : {u"1.MPG", u"2.MPG"})
-      fresh.PutProgram(name, u"A\n");
+    fresh.PutProgram(u"1.MPG", u"A\n");
+    fresh.PutProgram(u"2.MPG", u"BB\n");
     fresh.Start();
     fresh.link->SetFeatures({1, 0, 0, 0});
     fresh.app.SetBeingWritten(u"2.MPG");
@@ -239,8 +254,10 @@ TEST_F(NceAppTest, ASheetThatSomebodyWritesHoldsItsChainOrEndsItAsAnError) {
     EXPECT_EQ(fresh.After(1), "");
     if (isDone) fresh.app.SetBeingWritten({});
     for (int second = 0; second < 3; ++second)
-      EXPECT_EQ(fresh.After(1), isDone && second == 0 ? MakeFrame("A!") + "]\r" : "");
+      EXPECT_EQ(fresh.After(1), isDone && second == 0 ? MakeFrame("BB!") + "]\r" : "");
     EXPECT_EQ(fresh.After(1), "");
+    EXPECT_TRUE(fresh.Line().Contains(u"2.MPG")) << fresh.Line().ToUtf8();
+    EXPECT_EQ(fresh.link->CurrentStatus().bytesTotal, isDone ? 3 : 2);
     EXPECT_EQ(fresh.Code(), isDone ? DownloadCompleted : DownloadErrors);
     EXPECT_TRUE(isDone ? fresh.form.messages.empty()
                        : fresh.form.OnlyMessage().Contains(u"2.MPG\" is still being written"));
@@ -259,6 +276,10 @@ TEST_F(NceAppTest, AnAcknowledgementForgivesEarlierRefusals) {
   EXPECT_EQ(link.Ask("<"), second);
   link.Ask("<");
   EXPECT_TRUE(link.link->CurrentStatus().note.Contains(u"three times"));
+  EXPECT_EQ(link.link->CurrentStatus().barRange, 0);
+  link.Ask("FH 1");
+  link.Ask(">");
+  EXPECT_EQ(link.Ask("<"), "") << "no frame of the download before";
 }
 
 TEST_F(NceAppTest, NumbersProgramsByTheOptions) {
@@ -272,6 +293,7 @@ TEST_F(NceAppTest, NumbersProgramsByTheOptions) {
       {{0, 1, 0, 0}, "FH 0000123", u"123.MPG", "&LP 000000123\r"},
       {{0, 1, 0, 0}, "FH 0000000", u".MPG", "&LP 000000000\r"},
       {{}, "FH    42  ", u"42.MPG", "&LP 000000042\r"},
+      {{}, "AFH 7", u"H 7.MPG", "&LP 000000000\r"}, // all behind two characters
       {{0, 0, 0, 1}, "FH 3730417", u"37304.MPG", "&LP 000037304\r"},
       {{0, 1, 0, 1}, "FH 0730417", u"7304.MPG", "&LP 000007304\r"},
       {{1, 1, 0, 1}, "FH 730417", u"07304.MPG", "&LP 000007304\r"},
@@ -333,6 +355,8 @@ TEST_F(NceAppTest, TheTitleNamesTheRequestAndThenEachFileOfItsChain) {
   EXPECT_EQ(link.form.title, u"124");
   link.Ask(">");
   EXPECT_EQ(link.form.title, u"125"); // the unchanged number alone
+  Fetch("FH 125");
+  EXPECT_EQ(link.form.title, u"125") << "also where nothing follows";
 }
 
 // The disk is asked only when the reply before it has gone out.
@@ -369,6 +393,7 @@ TEST_F(NceAppTest, NumbersThatLeaveTheFolderNameNoFile) {
     EXPECT_EQ(link.Ask("FH " + number), "%% File " + number + " not found on Host Computer\r");
     EXPECT_EQ(link.Ask("TH 1"), "%% Unable to create file on Host Computer\r") << number;
     EXPECT_EQ(link.Code(), UploadCantOpen);
+    EXPECT_TRUE(link.Line().EndsWith(KorText::FromBytes(number) + u".MPG")) << number;
   }
   EXPECT_EQ(link.app.Names(link.Folder()), std::vector<KorText>{u"sub/"});
 }
@@ -377,13 +402,16 @@ TEST_F(NceAppTest, StoresAnUploadUnderTheLastRequestedNumber) {
   link.Start();
   link.Ask("FH 0000123");
   EXPECT_EQ(link.Ask("TH 0000124"), "Upload from NCE  in progress. &TH 0000123\r");
+  EXPECT_EQ(link.link->CurrentStatus().barRange, 10000);
   link.Ask("08G90!X10!17");
   EXPECT_EQ(link.Ask("~end"), ">\r"); // data like any other line: nothing is left of it
-  link.link->CompleteUpload();        // not the user's to complete
+  EXPECT_EQ(link.link->CurrentStatus().barPosition, 16);
+  link.link->CompleteUpload(); // not the user's to complete
   link.Run();
   EXPECT_FALSE(link.app.Content(link.Folder() + u"0000123.MPG"));
   EXPECT_EQ(link.Ask("06]"), ">\r");
   EXPECT_EQ(link.Code(), UploadCompleted);
+  EXPECT_EQ(link.link->CurrentStatus().barRange, 0);
   EXPECT_EQ(link.app.Content(link.Folder() + u"0000123.MPG"), u"G90\nX10\n");
   EXPECT_EQ(link.Line(), u"Upload Completed " + link.Folder() + u"0000123.MPG - 8 bytes in file.");
   EXPECT_EQ(link.form.jobs.back().note, u"");
@@ -505,6 +533,7 @@ TEST_F(NceAppTest, TheRestOfAnUploadThatEndedHereIsNoRequest) {
       fresh.Ask("08G90!X10!17");
       fail(fresh);
       const LinkStatus code = fresh.Code();
+      EXPECT_EQ(fresh.link->CurrentStatus().barRange, 0) << what;
       EXPECT_EQ(fresh.Ask("3B"), "%% Message not recognised by HOST\r"); // of a torn line
       for (const char* rest : {"0A(DEPTH 5)!3B", "TH 5)!3B", "0AFH 1!]!00", "ab]!00", "08DH!XYZ!00",
                                "0A~end!!00", "04G9>!00"})
@@ -591,6 +620,8 @@ TEST_F(NceAppTest, WaitsTheTransmitDelayAndStartsTheNewestWishOnce) {
   EXPECT_EQ(link.Code(), Downloading);
   EXPECT_EQ(link.After(10), "");
   EXPECT_EQ(link.Ask(">"), "02A!60\r]\r");
+  link.Ask("FH 1");
+  EXPECT_EQ(link.link->CurrentStatus().bytesDone, 0) << "of the one before";
 }
 
 TEST_F(NceAppTest, SimulationAcknowledgesItsOwnFramesWhileTheLineTakesThem) {
@@ -610,7 +641,7 @@ TEST_F(NceAppTest, SimulationAcknowledgesItsOwnFramesWhileTheLineTakesThem) {
   EXPECT_EQ(link.Code(), DownloadCompleted);
 }
 
-TEST_F(NceAppTest, SpecialFeaturesFollowTheRulesOfTheirDialog) {
+TEST_F(NceAppTest, SpecialFeaturesAreShownAndTakenOver) {
   link.Start();
   link.link->SetFeatures({1, 0, 1, 0});
   EXPECT_TRUE(link.form.specialShown);
@@ -629,17 +660,6 @@ TEST_F(NceAppTest, SpecialFeaturesFollowTheRulesOfTheirDialog) {
   link.link->AcceptSpecialForm(form);
   EXPECT_EQ(link.link->Features().stripPcZeros, 1);
   EXPECT_EQ(link.link->Features().stripNceZeros, 0);
-  link.link->SetFeatures({});
-  const auto enabled = [&](const char16_t* autoload, const char16_t* hybrid) {
-    form.Find(u"autoload")->value = autoload;
-    form.Find(u"hybrid")->value = hybrid;
-    form.updateEnabled(form.fields);
-    return std::pair(form.Find(u"hybrid")->enabled, form.Find(u"strip-pc")->enabled);
-  };
-  EXPECT_EQ(enabled(u"0", u"0"), std::pair(false, true));
-  EXPECT_EQ(enabled(u"1", u"0"), std::pair(true, true));
-  EXPECT_EQ(enabled(u"1", u"1"), std::pair(true, false));
-  EXPECT_EQ(enabled(u"0", u"1"), std::pair(false, true));
 }
 
 TEST_F(NceAppTest, AFileSentByHandGoesOutInFramesAndItsFolderIsKept) {
@@ -654,6 +674,7 @@ TEST_F(NceAppTest, AFileSentByHandGoesOutInFramesAndItsFolderIsKept) {
   link.Do(&NCEApp::ChooseDownloadFile);
   EXPECT_EQ(link.Code(), Downloading);
   EXPECT_EQ(link.form.title, u"NCE  " + path);
+  EXPECT_EQ(link.link->CurrentStatus().barRange, 221);
   EXPECT_EQ(link.Ask(">"), MakeFrame(full + "!" + last + "!") + "]\r");
   EXPECT_EQ(link.Code(), DownloadCompleted);
   EXPECT_EQ(link.link->Settings().fileExtension, u"NC");
@@ -663,6 +684,7 @@ TEST_F(NceAppTest, AFileSentByHandGoesOutInFramesAndItsFolderIsKept) {
   std::filesystem::current_path(link.Folder().ToUtf8());
   link.Do(&NCEApp::SendFile, u"sub.d/2");
   std::filesystem::current_path(before);
+  EXPECT_EQ(link.Ask("<"), "") << "no frame of the file before";
   const KorText folder = link.link->Settings().downloadPath;
   EXPECT_TRUE(std::filesystem::path(folder.ToUtf8()).is_absolute()) << folder.ToUtf8();
   EXPECT_EQ(link.app.Content(folder + u"2"), u"A\n");

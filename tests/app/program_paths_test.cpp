@@ -137,8 +137,10 @@ TEST_F(ProgramPathsTest, JoinsTheSubFolderOfReportsWithItsOwnSeparator) {
 
 class ConfigurationsTest : public ProgramPathsTest {
  protected:
-  Configuration Put(const KorText& path, std::uint32_t version = 1, bool withFile = true) {
+  Configuration Put(const KorText& path, std::uint32_t version = 1, bool withFile = true,
+                    bool isDefault = false) {
     Configuration entry;
+    entry.isDefault = isDefault;
     entry.name = u"Name";
     entry.path = path;
     entry.version = version;
@@ -157,7 +159,9 @@ class ConfigurationsTest : public ProgramPathsTest {
 
 TEST_F(ConfigurationsTest, ListsFoldersThatHoldTheFileOnce) {
   const KorText a = app.Path(u"a/"), b = app.Path(u"b/"), pub = app.PublicDocumentsFolder();
-  EXPECT_EQ(Put(a).guid.Length(), 38u);
+  const KorText guid = Put(a).guid; // "{xxxxxxxx-xxxx-4xxx-8xxx-xxxxxxxxxxxx}"
+  EXPECT_EQ(guid.Length(), 38u);
+  EXPECT_TRUE(guid[15] == u'4' && KorText(u"89AB").Contains(guid.Mid(20, 1))) << guid.ToUtf8();
   EXPECT_NE(Put(b, 1, false).guid, Put(a).guid);
   const auto raw = [&](const char16_t* name, const KorText& path) {
     const KorText key = ConfigurationKey(ConfigurationKind::Configuration, name);
@@ -174,6 +178,7 @@ TEST_F(ConfigurationsTest, ListsFoldersThatHoldTheFileOnce) {
   const std::vector<Configuration> caches = ListConfigurations(ConfigurationKind::SecondCache);
   ASSERT_EQ(caches.size(), 1u);
   EXPECT_EQ(caches[0].path, u"/cache/");
+  EXPECT_TRUE(!caches[0].isDefault && caches[0].version == 0) << "nothing says so";
 }
 
 TEST_F(ConfigurationsTest, TheDefaultIsTheMarkedOneThenTheNewest) {
@@ -207,8 +212,11 @@ TEST_F(ConfigurationsTest, SettleTheStartInFolder) {
   Put(app.Path(u"old"), 1);
   Put(app.Path(u"new"), 2);
   EXPECT_EQ(settle(data), app.Path(u"new/"));
-  app.RemoveFile(app.Path(u"new/KOR.INI")); // moved away
+  Put(app.Path(u"new"), 2, true, true);
+  Put(app.Path(u"old"), 1, true, true); // takes the mark
   EXPECT_EQ(settle(data), app.Path(u"old/"));
+  app.RemoveFile(app.Path(u"old/KOR.INI")); // moved away
+  EXPECT_EQ(settle(data), app.Path(u"new/"));
   app.Put(file, u""); // the working folder
   EXPECT_EQ(settle(startIn), startIn);
 }

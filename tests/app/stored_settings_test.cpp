@@ -132,6 +132,7 @@ TEST_F(StoredSettingsTest, EachChangeIsOnTheDiskWhenItIsMade) {
     KorText kept;
     Run([&](NceLink&) {
       EXPECT_FALSE(link.app.Content(path)) << entry.first; // nothing to keep yet
+      EXPECT_TRUE(link.app.FileExists(link.app.Path(u"settings/NCE.lock")));
       entry.second();
       link.Run(); // a file sent by hand is remembered when it could be opened
       kept = link.app.Content(path).value_or(KorText());

@@ -102,6 +102,7 @@ TEST_F(EngineTest, TracesTheLineWithItsEcho) {
       u"00:00:00.000000 (+0.000000) ==================== Settings ======================\r\n"
       u"00:00:00.000000 (+0.000000) Port=COM1 baud=2400 parity=None data=8 stop=1 "
       u"flow=Xon/Xoff\r\n"));
+  EXPECT_EQ(Split(whole.Left(header), u'\n').size(), 9u + 1);
   EXPECT_TRUE(whole.Contains(u"\r\n00:01:05.250000 (+65.250000) RX A"));
   EXPECT_TRUE(whole.EndsWith(u" End of Logging\r\n"));
 }
@@ -126,6 +127,10 @@ TEST_F(EngineTest, ATraceEndsWithTheNextOneAndWhenItCannotBeWritten) {
   link.Ask("XYZ");
   EXPECT_FALSE(link.link->IsTracing() || link.form.tracing);
   EXPECT_EQ(link.form.messages.size(), 3u);
+  link.app.ClearFaults();
+  StartTrace();
+  link.link->Terminate();
+  EXPECT_TRUE(link.app.Content(tracePath)->EndsWith(u") Application Terminated\r\n"));
 }
 
 // Its disk takes nothing for minutes: what came first is kept, without a gap.

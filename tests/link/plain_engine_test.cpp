@@ -96,6 +96,12 @@ TEST_F(PlainEngineTest, CancelEndsASendingAtOnce) {
   Run();
   EXPECT_EQ(engine->CurrentStatus().line, u"Download Cancelled " + link.app.Path(u"raw.NC"));
   EXPECT_EQ(link.form.buttons, JobButtons::Enabled);
+  link.port.SetStalled(false);
+  Run();
+  engine->WaitIdle(); // the wish has ended this one
+  const double before = link.app.Seconds();
+  engine->WaitIdle();
+  EXPECT_NEAR(link.app.Seconds() - before, 1, 0.01) << "nothing is left to send";
 }
 
 } // namespace

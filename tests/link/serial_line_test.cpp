@@ -251,6 +251,10 @@ TEST_F(EngineTest, EachHoldLightsItsOwnLamp) {
     for (const auto& [other, shown] : holds)
       EXPECT_EQ(link.form.last.lamps[shown], shown == lamp) << hold << " " << shown;
   }
+  link.port.SetPresent(false);
+  link.Run();
+  link.After(0.2);
+  EXPECT_FALSE(link.form.last.lamps[kLampXoffSent]) << "of a line that is gone";
 }
 
 TEST_F(EngineTest, LineErrorsAreCountedToldAndTraced) {
@@ -332,6 +336,7 @@ TEST_F(EngineTest, TheLoopBackTestFailsWithoutAPlug) {
   link.Start();
   link.Do(&NCEApp::LoopbackTest);
   EXPECT_EQ(link.port.TakeWritten(), "LocalTestMessage@");
+  link.Send("LocalTest@"); // something else than was sent
   EXPECT_EQ(link.Line(), u"Local Loopback Test Failure");
   EXPECT_TRUE(link.link->Timers().IsStarted(u"DownloadApp::DisplayStatus"));
 }

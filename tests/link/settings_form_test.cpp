@@ -29,8 +29,11 @@ TEST_F(EngineTest, AnOldValueThatNoListHoldsBlocksNoOtherSettingAndIsKept) {
 TEST_F(EngineTest, EverySpeedAndHandshakeReachesThePortAndEveryFieldStandsInABox) {
   link.Start({}, u"flow control=Hardware\n");
   FormDescription form = link.link->SettingsForm();
-  for (const FormField& field : form.fields)
+  for (const FormField& field : form.fields) {
     EXPECT_FALSE(field.group.IsEmpty()) << field.key.ToUtf8();
+    const bool isSwitch = KorText(u"send-sot send-eot write-log").Contains(field.key);
+    EXPECT_EQ(field.kind == FieldKind::Check, isSwitch) << field.key.ToUtf8();
+  }
   for (const KorText& speed : form.Find(u"baudrate")->choices) {
     EXPECT_EQ(ChangeSetting(*link.link, u"baudrate", speed), u"");
     link.Run();
