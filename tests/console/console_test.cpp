@@ -128,6 +128,7 @@ TEST_F(ConsoleTest, EachCommandAnswersWhatIsNowSoOrWhatIsAccepted) {
       {"monitor 1", "usage: monitor on|off\n"},
       {"special strip-pc maybe", "usage: special strip-pc on|off\n"},
       {"special", "strip-pc         off\n"},
+      {"special bogus", "unknown feature \"bogus\"; \"special\" lists them\n"},
       {"set parity even", "parity           Even\n"},
       {"set flow-control Combined", "flow-control     Combined\n"},
       {"set flow-control none at all", "flow-control can't be \"none at all\""},
