@@ -214,6 +214,9 @@ TEST_F(EngineTest, AnIdleLineIsLeftAloneAndAHeldOneIsLookedAtWithoutHaste) {
   }
   link.port.SetPresent(false);
   EXPECT_LE(looksIn(10), 21);
+  link.port.SetPresent(true);
+  looksIn(3);
+  EXPECT_LE(looksIn(10), 11) << "the device is back";
 }
 
 TEST_F(EngineTest, TheDisplayRunsWhileThereIsSomethingToShow) {
