@@ -1,4 +1,5 @@
-// What a screen reader is told of a control. One source file per toolkit. Window's thread.
+// What a screen reader is told about a control. Each toolkit has its own source file. Window's
+// thread.
 #pragma once
 
 #include <wx/statbox.h>
@@ -9,13 +10,15 @@
 
 namespace kor {
 
-// The control's name for assistive technology, and its tool tip where description is not empty.
+// Sets the control's name for assistive technology. A description that is not empty becomes its
+// tool tip.
 void SetSpokenName(wxWindow* control, const KorText& name, const KorText& description = {});
 
-// The window answers or asks something, and is told of as such.
+// Tells assistive technology that the window answers or asks something.
 void SpeakAsDialog(wxTopLevelWindow* dialog);
 
-// A text and a box that name no control; other ones name what follows them.
+// These make a text and a box that name no control. The toolkit's own ones name the control that
+// follows them.
 wxStaticText* MakePlainText(wxWindow* parent, int number, const wxString& text = {},
                             long style = 0);
 wxStaticBox* MakePlainBox(wxWindow* parent, int number, const wxString& title);

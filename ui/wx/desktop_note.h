@@ -1,5 +1,5 @@
-// A note on the desktop, beside the program's own windows. One source file per toolkit. Window's
-// thread.
+// Shows a note on the desktop, outside the program's own windows. Each toolkit has its own source
+// file. Window's thread.
 #pragma once
 
 #include <wx/toplevel.h>
@@ -8,7 +8,7 @@
 
 namespace kor {
 
-// Shown when the desktop gets to it; nobody waits for that.
+// The desktop shows the note in its own time; nobody waits for it.
 void ShowDesktopNote(wxTopLevelWindow& window, const KorText& title, const KorText& text);
 
 } // namespace kor

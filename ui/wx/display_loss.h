@@ -1,19 +1,21 @@
-// The display that the window is shown on may be missing, and may go before the program: with the
-// desktop's session, or its server. What others do to its windows must not stop the program from
-// ending. One source file per toolkit. Window's thread.
+// The display that shows the window may be missing. It may also go before the program does, with
+// the desktop's session or the display server. Whatever other programs do to the windows, this
+// program must be able to end. Each toolkit has its own source file. Window's thread.
 #pragma once
 
 namespace kor {
 
-// Before the toolkit starts, which would end the program. False: no window can be shown.
+// Call this before the toolkit starts, which would end the program when there is no display. False:
+// no window can be shown.
 bool FindDisplay();
 
-// The call is the program's last: it must not use a window, and when it comes back the program ends
-// as the system has it. Never called where displays don't go.
+// Has end called when the display is lost, as the program's last call. end must not use a window;
+// when it returns, the program ends as the system has it. Where displays never go, end is never
+// called.
 void CallWhenDisplayIsLost(void (*end)());
 
-// On Windows another program can ask each window of this one to close, as taskkill does. A hidden
-// one stays: the toolkit's timers end for good with theirs.
+// Keeps hidden windows open, because the toolkit's timers end for good when theirs closes. On
+// Windows another program, such as taskkill, can ask each window of this one to close.
 void KeepHiddenWindows();
 
 } // namespace kor

@@ -15,13 +15,13 @@ int OnLoss(Display*) {
 
 } // namespace
 
-// It stays open, as the toolkit's own: a server that loses its last client begins anew, and whoever
-// connects meanwhile is thrown out.
+// The connection stays open, as the toolkit's own does: a server that loses its last client starts
+// over, and throws out whoever connects meanwhile.
 bool FindDisplay() {
   return gdk_display_open(nullptr) != nullptr;
 }
 
-// A display of another kind than X stops the program itself: it can be told of nothing.
+// With a display of another kind than X the toolkit ends the program itself, and tells nobody.
 void CallWhenDisplayIsLost(void (*end)()) {
   lastCall = end;
   XSetIOErrorHandler(&OnLoss);

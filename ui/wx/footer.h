@@ -1,6 +1,6 @@
-// Footer: what the program works with: port and device, their settings, folder, version; and the
-// way to the user guide. What did not work at the last access is red; nothing is looked at for it.
-// Window's thread.
+// Footer: shows what the program works with, which is the port with its device, the line's
+// settings, the folder and the version, and offers the user guide. A part that failed at the last
+// access is red; the footer itself accesses nothing. Window's thread.
 #pragma once
 
 #include <functional>
@@ -36,7 +36,7 @@ class Footer : public wxPanel {
   wxStaticText* version = nullptr;
 };
 
-// "COM1 · 2400 8N1 · Xon/Xoff", for a port of that name.
+// Returns "COM1 · 2400 8N1 · Xon/Xoff" for a port of that name.
 KorText LineWords(const LinkSettings& settings, const KorText& portName);
 
 } // namespace kor

@@ -41,7 +41,7 @@ bool IsPath(FieldKind kind) {
   return kind == FieldKind::FolderPath || kind == FieldKind::FilePath;
 }
 
-// What is chosen from a list, or ticked, is never wrong.
+// A value that was chosen from a list, or ticked, is never wrong.
 bool CanBeWrong(const FormField& field) {
   return IsPath(field.kind) || field.kind == FieldKind::Text || field.editable;
 }
@@ -55,7 +55,7 @@ void AddChoices(wxItemContainer& control, const FormField& field) {
     control.Append(ToWx(ShownChoice(field, at)));
 }
 
-// What stands in the list beside the name is not for the field.
+// The list shows the device beside the port's name; the field takes only the name.
 wxWindow* MakeCombo(const FormField& field, wxWindow* parent) {
   auto* const combo = new wxComboBox(parent, field.number);
   AddChoices(*combo, field);
@@ -72,7 +72,7 @@ wxWindow* MakeCombo(const FormField& field, wxWindow* parent) {
 wxWindow* MakeChoice(const FormField& field, wxWindow* parent) {
   auto* const choice = new wxChoice(parent, field.number);
   AddChoices(*choice, field);
-  // A value from an older file that no list holds is kept as long as nobody chooses another.
+  // A value from an older file that no list holds is kept until the user chooses another.
   const auto listed = std::ranges::find(field.choices, field.value);
   choice->SetSelection(listed != field.choices.end()
                            ? static_cast<int>(listed - field.choices.begin())
@@ -85,7 +85,7 @@ KorText ChosenValue(const FormField& field, int selection) {
   return selection >= 0 && at < field.choices.size() ? field.choices[at] : field.value;
 }
 
-// A name as it is typed, or an entry of the list as it stands there.
+// Returns the name that was typed, or the one of the list's entry that was chosen.
 KorText NamedValue(const FormField& field, const KorText& text) {
   for (std::size_t at = 0; at < field.choices.size(); ++at)
     if (text == ShownChoice(field, at)) return field.choices[at];
@@ -256,7 +256,7 @@ void FormWindow::LayOutPages() {
   ground->SetSizer(all);
 }
 
-// Many fields stand in two columns.
+// A form with many fields stands in two columns.
 wxSizer* FormWindow::LayOutPage(const wxWindow* page) {
   std::vector<std::vector<const FormField*>> groups;
   std::size_t count = 0;
@@ -287,7 +287,7 @@ wxSizer* FormWindow::LayOutPage(const wxWindow* page) {
   return columns;
 }
 
-// What is said of the whole form ends its first group.
+// A remark about the whole form stands at the end of its first group.
 wxSizer* FormWindow::LayOutGroup(const std::vector<const FormField*>& fields) {
   const int number = fields.front()->groupNumber;
   auto* const box =
@@ -305,7 +305,7 @@ wxSizer* FormWindow::LayOutGroup(const std::vector<const FormField*>& fields) {
   return box;
 }
 
-// What is wrong with the field stands under it, in room that is kept for it.
+// What is wrong with a field stands under it, where room is kept for that text.
 void FormWindow::LayOutRow(const FormField& field, wxFlexGridSizer* grid) {
   Row& row = rows[field.number];
   const auto centred = wxSizerFlags().CentreVertical();
@@ -326,8 +326,8 @@ void FormWindow::LayOutRow(const FormField& field, wxFlexGridSizer* grid) {
   row.problem->SetMinSize({-1, row.room * row.problem->GetCharHeight()});
 }
 
-// In a column labels and lists are as wide as the widest of them. A combination's entries, which
-// say more than it does, don't count.
+// Labels and lists of a column get the width of the widest of them. The entries of a combination
+// box don't count: they say more than the box shows.
 void FormWindow::Align(const std::vector<const FormField*>& fields) {
   std::vector<wxWindow*> labels, lists;
   for (const FormField* const field : fields) {
@@ -344,7 +344,7 @@ void FormWindow::Align(const std::vector<const FormField*>& fields) {
   }
 }
 
-// What is in the way takes the room beside the buttons, so that these stay where they are.
+// What is in the way stands beside the buttons, so that the buttons don't move.
 wxSizer* FormWindow::LayOutButtons() {
   auto* const choice = new wxStdDialogButtonSizer;
   choice->SetAffirmativeButton(ok);
@@ -359,8 +359,7 @@ wxSizer* FormWindow::LayOutButtons() {
   return row;
 }
 
-// The page gives way where the screen has no room, and takes a scroll bar beside what it shows
-// then.
+// Where the screen has no room, the page becomes smaller and gets a scroll bar beside its contents.
 void FormWindow::FitToScreen() {
   wxSize page;
   for (const auto& [number, window] : pages)
@@ -430,7 +429,7 @@ void FormWindow::ShowEnabled() {
     rows[field.number].control->Enable(field.enabled);
 }
 
-// It may be as wide as the column is, and needs more room than is kept where words are long.
+// The text may be as wide as the column. With long words it needs more room than is kept.
 void FormWindow::ShowProblem(const Row& row, const KorText& text) {
   const int width = std::max(row.cell->GetSize().x, row.cell->GetMinSize().x);
   const wxString lines = InLines(text, *row.problem, width);
@@ -477,7 +476,7 @@ bool FormWindow::ShowProblems(const FormDescription* looked) {
   return !first && form.obstacle.IsEmpty();
 }
 
-// With the field what is wrong with it.
+// Scrolls to the field together with what is wrong with it.
 void FormWindow::ShowFirst(const FormField& field) {
   const Row& row = rows[field.number];
   if (book) book->SetSelection(static_cast<std::size_t>(book->FindPage(PageOf(field))));
@@ -486,7 +485,7 @@ void FormWindow::ShowFirst(const FormField& field) {
   ScrollTo(*ground, *row.control);
 }
 
-// As in the system's own dialogs, from whichever control.
+// These keys work from every control, as in the system's own dialogs.
 void FormWindow::OnKey(wxKeyEvent& event) {
   const int key = event.GetKeyCode();
   const bool isBack = key == WXK_PAGEUP || (key == WXK_TAB && event.ShiftDown());
@@ -505,7 +504,7 @@ void FormWindow::TurnPage(bool forward) {
     }
 }
 
-// The folders may be slow: meanwhile the form stands as it is, and only Cancel works.
+// The folders may be slow. Meanwhile the form stands as it is, and only Cancel works.
 void FormWindow::Accept() {
   ReadControls();
   if (!ShowProblems()) return;

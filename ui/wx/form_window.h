@@ -1,6 +1,6 @@
-// FormWindow: shows any described form as a modal dialog of native controls, no larger than the
-// screen: what has no room is scrolled to, above the buttons. The link goes on meanwhile: the
-// toolkit's loop runs the timers and posts. Window's thread.
+// FormWindow: shows any described form as a modal dialog of native controls. It is no larger than
+// the screen; a page that doesn't fit is scrolled, above the buttons. The link goes on meanwhile,
+// because the toolkit's loop runs the timers and posts. Window's thread.
 #pragma once
 
 #include <functional>
@@ -24,14 +24,15 @@ namespace kor {
 
 class FormWindow : public wxDialog {
  public:
-  // Ends, after a question over this window, the transfer that is in the way.
+  // Asks over the given window, and ends the transfer that is in the way.
   using EndTransfer = std::function<void(wxWindow* over)>;
   FormWindow(wxWindow* parent, FormDescription& description, EndTransfer endTransfer = {});
   ~FormWindow() override;
   FormWindow(const FormWindow&) = delete;
   FormWindow& operator=(const FormWindow&) = delete;
 
-  // Modal. True when it was accepted; the fields then hold what the user left in them.
+  // Runs the dialog modally. True when the user accepted it; the fields then hold what the user
+  // entered.
   bool Run();
 
  private:
@@ -44,7 +45,7 @@ class FormWindow : public wxDialog {
     int room = 0; // lines kept for the problem
   };
 
-  // The controls, in the order of the fields.
+  // These make the controls, in the order of the fields.
   wxWindow* PageOf(const FormField& field);
   wxWindow* ParentOf(const FormField& field);
   void MakeField(const FormField& field);
@@ -53,7 +54,7 @@ class FormWindow : public wxDialog {
   void MakeBrowse(const FormField& field);
   static wxStaticText* MakeProblem(wxWindow* parent);
   void MakeButtons();
-  // Where they stand.
+  // These lay the controls out.
   void LayOutPages();
   wxSizer* LayOutPage(const wxWindow* page);
   wxSizer* LayOutGroup(const std::vector<const FormField*>& fields);
@@ -67,10 +68,10 @@ class FormWindow : public wxDialog {
   void ReadControls();
   void ShowEnabled();
   void ShowObstacle();
-  // False when there is one; with those that a look has found.
+  // Shows the problems, with those that a look at the folders has found. False when there is one.
   bool ShowProblems(const FormDescription* looked = nullptr);
   void ShowProblem(const Row& row, const KorText& text);
-  // Takes away what is no longer wrong.
+  // Removes the field's problem once it is mended.
   void ForgiveField(const FormField& field);
   void ShowFirst(const FormField& field);
   void OnKey(wxKeyEvent& event);
@@ -94,8 +95,9 @@ class FormWindow : public wxDialog {
   int buttonsWidth = 0; // of the buttons with their margins
   wxSize fitted;        // what all needed when the size was last fitted to it
   wxTimer looks;
-  // Whoever looks at the folders copies it and lets go of it on a thread of its own, so it is no
-  // weak reference of the toolkit; only the window's thread follows it. Null once this has gone.
+  // The thread that looks at the folders copies and releases this pointer, which a weak reference
+  // of the toolkit would not allow. Only the window's thread follows it. It holds null once the
+  // window has gone.
   const std::shared_ptr<FormWindow*> self = std::make_shared<FormWindow*>(this);
   bool building = true;
   bool looking = false; // at the folders: only Cancel works

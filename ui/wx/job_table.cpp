@@ -21,7 +21,7 @@ enum Column : unsigned { kSign, kArrow, kTime, kProgram, kResult, kBytes };
 enum RowKind : wxUIntPtr { kGoodJob, kFailedJob, kWords };
 
 constexpr int kRowHeight = 32; // device-independent pixels
-// The toolkit's rows are as high as what they hold, with some pixels around it.
+// The toolkit makes rows as high as their contents, with some pixels around them.
 constexpr int kSignSide = kRowHeight - 2, kSignWidth = 36;
 constexpr int kLeastResult = 120, kLeastRows = 3;
 constexpr int kLayoutTime = 50; // milliseconds until a new row has its place
@@ -46,7 +46,8 @@ wxVariant SignCell(const wxBitmapBundle& sign) {
   return cell;
 }
 
-// As large as the others: the toolkit takes the height of all rows from the first.
+// This picture has the size of the others, because the toolkit takes the height of all rows from
+// the first.
 wxBitmapBundle NoSign() {
   return DrawnCell(Sign::Idle, wxColour(0, 0, 0, 0), kSignSide);
 }
@@ -60,7 +61,7 @@ wxBitmapBundle Arrow(LinkStatus code) {
 
 } // namespace
 
-// Rows stand out by their colour; what it says stands in the words, too.
+// Colour makes rows stand out; the words say the same.
 class JobTable::Store : public wxDataViewListStore {
  public:
   bool GetAttrByRow(unsigned row, unsigned column, wxDataViewItemAttr& look) const override {
@@ -120,7 +121,7 @@ void JobTable::MakeColumns() {
   text(kTexts.jobsBytes, "0 000 000", wxALIGN_RIGHT);
 }
 
-// The words of the result take what the others leave.
+// The result in words gets the width that the other columns leave.
 void JobTable::FitColumns() {
   const int left = list->GetClientSize().x - FromDIP(kPadding) - otherColumns;
   const int width = std::max(left, FromDIP(kLeastResult));
@@ -208,8 +209,8 @@ void JobTable::Add(const EndedJob& job) {
   ShowCounts();
 }
 
-// Who has scrolled back goes on seeing the same jobs. Some toolkits see to that when they lay the
-// new row out, which is later.
+// A user who has scrolled back goes on seeing the same jobs. Some toolkits see to that themselves
+// when they lay out the new row, which is later.
 void JobTable::KeepPlace() {
   const int row = list->ItemToRow(kept);
   if (row < 0 || list->ItemToRow(list->GetTopItem()) >= row) return;

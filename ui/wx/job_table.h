@@ -1,6 +1,7 @@
-// JobTable: the jobs of the day, newest first, and below the date those of the day before: result
-// and direction as signs, time, program, result in words, bytes. Equal jobs are all there. It shows
-// the newest unless it was scrolled back, and then stays with what is read. Window's thread.
+// JobTable: lists the jobs of the day, newest first, and below the date those of the day before. A
+// row shows result and direction as signs, then time, program, result in words, and bytes. Equal
+// jobs each have a row. The table follows the newest job unless it was scrolled back; then the rows
+// being read stay in place. Window's thread.
 #pragma once
 
 #include <deque>
@@ -21,7 +22,8 @@ class JobTable : public wxPanel {
   explicit JobTable(wxWindow* parent);
 
   void Add(const EndedJob& job);
-  // Below what has been added already; oldest first. Only those of today and of the day before.
+  // Adds jobs, oldest first, below those that are there already. Only those of today and of the day
+  // before are taken.
   void AddEarlier(const std::vector<EndedJob>& earlier);
   void BeginDay(const SystemTime& today); // nothing happens while it is the day of the table
   void ApplyLook();

@@ -34,7 +34,8 @@ bool IsTraffic(std::size_t lamp) {
   return lamp == kLampReceive || lamp == kLampWrite;
 }
 
-// There is nothing to do with the keyboard. Once the panel has its children, which would allow it.
+// The strip takes no keyboard. This must come after its children are made, which would allow it
+// again.
 void LeaveOut(wxPanel* panel) {
   panel->DisableFocusFromKeyboard();
   panel->SetCanFocus(false);
@@ -73,7 +74,7 @@ wxPanel* LampStrip::MakeLamp(Lamp lamp) {
   return panel;
 }
 
-// What is spoken is the lamp's state, what is drawn glows on.
+// A screen reader is told the lamp's state, although the drawn lens still glows.
 void LampStrip::Draw(Lamp lamp) {
   Cell& cell = cells[lamp];
   const KorText state = shown[lamp] ? LookUpText(kTexts.lampOn) : LookUpText(kTexts.lampOff);
@@ -110,7 +111,7 @@ void LampStrip::Show(const std::array<bool, kLampCount>& lamps) {
   }
 }
 
-// With the room that bold letters need, so that a lamp that lights moves no other.
+// Each text gets the room that bold letters need, so that a lamp that lights up moves no other.
 void LampStrip::SetTexts(bool inTwoLines) {
   twoLines = inTwoLines;
   for (std::size_t at = 0; at < kLampCount; ++at) {
@@ -156,7 +157,7 @@ void LampStrip::FitWidth(int width) {
   Refresh();
 }
 
-// Between the traffic and the holds.
+// Draws the line between the traffic lamps and the holds.
 void LampStrip::PaintLine() {
   wxPaintDC dc(this);
   if (grid->GetCols() < static_cast<int>(kLampCount)) return;

@@ -1,6 +1,6 @@
-// LampStrip: the seven lamps on their dark ground, each a lens with its text below. Drawn only when
-// a lamp changes; those of the traffic, which the line lights for moments, stay lit long enough to
-// be seen. Window's thread.
+// LampStrip: shows the seven lamps on their dark ground, each a lens with its text below. A lens is
+// drawn only when its lamp changes. The line lights the traffic lamps for moments, so they stay lit
+// long enough to be seen. Window's thread.
 #pragma once
 
 #include <array>

@@ -103,7 +103,7 @@ void MainWindow::FollowEvents() {
     event.Skip();
     CallAfter([this] { FitParts(); });
   });
-  // Comes, too, when the toolkit finds that a part needs another size.
+  // This event also comes when the toolkit finds that a part needs another size.
   upper->Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
     event.Skip();
     if (LeastHeight() != fittedHeight) CallAfter([this] { FitParts(); });
@@ -126,7 +126,7 @@ void MainWindow::FollowEvents() {
 
 // --- Parts ---
 
-// The numbered controls, in the order of their making, which is not that of the Tab key.
+// These are made in the order of their numbers, which is not the order of the Tab key.
 void MainWindow::MakeControls() {
   band = new StateBand(upper);
   MakeButton(lower, kSendButton);
@@ -245,7 +245,8 @@ wxCheckBox* MainWindow::CheckBox(int number) const {
 
 // --- Sizes ---
 
-// What the lower part has no room for is scrolled to; where even the upper one has none, both are.
+// What doesn't fit into the lower part is scrolled. Where even the upper part has no room, both
+// are.
 void MainWindow::FitParts() {
   const wxSize room = GetClientSize();
   band->FitTo(room);
@@ -276,7 +277,7 @@ int MainWindow::LeastHeight() const {
   return upper->GetSizer()->GetMinSize().y + FromDIP(kLeastLower);
 }
 
-// What has just been unfolded is to be seen, as far as the screen has room.
+// Shows what has just been unfolded, as far as the screen has room.
 void MainWindow::Grow() {
   FitParts();
   const int wanted = upper->GetSizer()->GetMinSize().y + lower->GetSizer()->GetMinSize().y;
@@ -289,7 +290,7 @@ void MainWindow::Grow() {
   MoveOntoScreen(*this);
 }
 
-// Unless somebody has chosen another size since.
+// The window keeps its size when somebody has changed that since.
 void MainWindow::ShrinkBack() {
   const wxSize now = GetClientSize();
   const int before = std::exchange(heightBefore, 0);
@@ -312,7 +313,7 @@ void MainWindow::Unfold(bool open) {
 
 void MainWindow::ShowStatus(const StatusView& view) {
   meter.Update(view, App().HighResolutionSeconds());
-  // An answer must not end the transfer that comes next.
+  // The answer to a question about one transfer must not end the next.
   if (shown && !IsSameExchange(shown->view, view)) WithdrawQuestion();
   shown = Situation{view, meter.Measured(), sendsByHand || receivesByHand};
   band->Show(*shown);
@@ -338,7 +339,7 @@ void MainWindow::AddJob(const EndedJob& job) {
   if (IsIconized()) ShowDesktopNote(*this, FromWx(GetTitle()), ResultText(job) + u"\n" + job.line);
 }
 
-// Below the state, so that somebody without the handbook knows what to look at.
+// The advice stands below the state and tells somebody without the handbook what to look at.
 void MainWindow::ShowAdvice() {
   if (!shown) return;
   const bool noLink = shown->view.activity == LinkActivity::NoLink && linkAdvice;
@@ -351,7 +352,7 @@ void MainWindow::ShowAdvice() {
   band->ShowAdvice(words);
 }
 
-// What an exchange forbids is grey as long as it runs, whoever has begun it.
+// What a running exchange forbids is grey, whoever has begun the exchange.
 void MainWindow::ShowForbidden() {
   const bool runs = shown && IsExchange(shown->view.code);
   const auto allow = [this](int number, bool allowed) {
@@ -368,7 +369,7 @@ void MainWindow::ShowForbidden() {
   if (Button(kCancelButton)->IsShown() != runs) Button(kCancelButton)->Show(runs);
 }
 
-// Counted since the port was opened.
+// The errors are counted since the port was opened.
 void MainWindow::ShowLineErrors() {
   KorText words;
   for (const KorText& text : LineErrorTexts(app.CurrentLineErrors()))
@@ -421,7 +422,7 @@ void MainWindow::ShowSettings() {
   footer->ShowSettings(app.Settings(), deviceName ? deviceName(port) : port);
 }
 
-// Folded away with Service, it counts as not shown.
+// A monitor that is folded away with Service counts as not shown.
 void MainWindow::ShowMonitorPane() {
   const bool on = CheckBox(kMonitorSwitch)->GetValue();
   monitor->Show(on);

@@ -1,8 +1,8 @@
-// MainWindow: the one window of the program. On top the band with the state, then the lamps; below
-// the operator's part, with the jobs and the transfers by hand, and under "Service" what only the
-// maintainer needs; at the end what the program works with. What has no room is scrolled to, below
-// band and lamps, which stay. It shows what it is given and calls the engine's operations; what is
-// refused and when a job ends is the engine's to say. Window's thread.
+// MainWindow: the program's one window. The band with the state is at the top, with the lamps below
+// it. Then come the operator's part, with the jobs and the transfers by hand, the part called
+// "Service", which only the maintainer needs, and the footer. What doesn't fit is scrolled, while
+// band and lamps stay. The window shows what it is given and calls the engine's operations; the
+// engine decides what is refused and when a job ends. Window's thread.
 #pragma once
 
 #include <functional>
@@ -39,27 +39,28 @@ class MainWindow : public wxFrame {
   void ShowStatus(const StatusView& view);
   void SetJobButtons(JobButtons state);
   void ShowSpecialButton();
-  // A transfer by hand runs. A receipt can be completed here, whatever has become of its own
-  // window.
+  // Tells whether a transfer by hand runs. A receipt can be completed here even when its own window
+  // was closed.
   void ShowByHand(EndDialog which, bool runs);
-  // One that failed asks for attention until somebody looks.
+  // Adds a job to the table. A job that failed asks for attention until somebody looks.
   void AddJob(const EndedJob& job);
   void ShowTracing(bool on); // when that has changed by itself
   void AddEarlierJobs(const std::vector<EndedJob>& earlier) { jobs->AddEarlier(earlier); }
-  // What is said while there is no link, below its reason: asked for every second.
+  // Sets the text that is shown below the reason while there is no link. It is asked for every
+  // second.
   void SetLinkAdvice(std::function<KorText()> text) { linkAdvice = std::move(text); }
-  // Names a port together with its device.
+  // Sets the function that names a port together with its device.
   void SetDeviceName(std::function<KorText(const KorText& port)> name) {
     deviceName = std::move(name);
   }
-  // Called with each status that is shown.
+  // Sets a function that is called with each status that is shown.
   void SetOnStatus(std::function<void(const StatusView&)> follow) { onStatus = std::move(follow); }
   MonitorView& Monitor() { return *monitor; }
-  // After a question over that window.
+  // Asks over the given window, and cancels the transfer when the answer is yes.
   void CancelTransfer(wxWindow* over);
-  // What the settings record holds now: the check boxes of the handshakes, and the footer.
+  // Shows what the settings record holds now, in the handshakes' check boxes and in the footer.
   void ShowSettings();
-  // Before the window is shown, and after it was closed.
+  // Call Recall before the window is shown, and Remember after it was closed.
   void Recall();
   void Remember();
 
@@ -83,8 +84,8 @@ class MainWindow : public wxFrame {
   wxSizer* ArrangeLower();
   void ArrangeService();
   void FollowEvents();
-  // Runs what a control asks for once its event is over, so that who pressed it, such as a screen
-  // reader, is answered before a dialog opens; and one thing at a time.
+  // Runs a control's action after the event that asked for it, so that a screen reader that pressed
+  // the control has its answer before a dialog opens. Only one action runs at a time.
   void RunNext(std::function<void()> action);
   wxButton* MakeButton(wxWindow* parent, int number);
   wxCheckBox* MakeCheckBox(wxWindow* parent, int number);

@@ -1,4 +1,5 @@
-// Mnemonics: gives each label of a window a letter of its own, reached with Alt. Window's thread.
+// Mnemonics: gives each label of a window its own letter, which is reached with Alt. Window's
+// thread.
 #pragma once
 
 #include <set>
@@ -11,9 +12,10 @@ namespace kor {
 
 class Mnemonics {
  public:
-  // The label with "&" before the first letter or digit that is still free, those that begin a word
-  // first. A label in Chinese or Japanese stays as it is, also one with a Latin letter: a letter in
-  // brackets behind each would take room that narrow windows don't have.
+  // Returns the label with "&" before the first letter or digit that is still free; letters that
+  // begin a word are tried first. A label in Chinese or Japanese stays as it is, even one with a
+  // Latin letter, because a letter in brackets behind each would take room that narrow windows
+  // don't have.
   wxString Label(const KorText& text);
 
  private:

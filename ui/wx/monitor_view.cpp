@@ -26,13 +26,13 @@ constexpr int kMinimumLines = 4;
 constexpr int kLinesAtOnce = 500; // more would hold up the window
 constexpr int kButtonHeight = 44; // device-independent pixels, for a finger in a glove
 
-// From the beginning of a line on. What arrives is always marked, what is sent isn't where a test
-// begins.
+// text begins at the beginning of a line. Bytes that arrive are always marked; bytes that are sent
+// are not where a test begins.
 bool IsSent(const wxString& text, std::size_t at) {
   return text.compare(at, 3, "RX ") != 0;
 }
 
-// Without the lines that would be dropped again at once.
+// Returns the text without the lines that would be dropped again at once.
 KorText NewestLines(const KorText& text) {
   std::size_t at = text.Length();
   for (int lines = 0; at > 0; --at)
@@ -40,7 +40,7 @@ KorText NewestLines(const KorText& text) {
   return text.Mid(at);
 }
 
-// Where so many lines end, or the text does.
+// Returns where so many lines end, or the end of the text.
 std::size_t EndOfLines(const KorText& text, int lines) {
   std::size_t end = 0;
   while (lines-- > 0 && end != KorText::kNone)
@@ -121,7 +121,7 @@ void MonitorView::ShowWaiting() {
   SayPaused(false);
   long from = 0, to = 0; // adding text takes a selection away
   text->GetSelection(&from, &to);
-  // Not frozen meanwhile: thawing has the toolkit lay out all lines anew.
+  // The control is not frozen meanwhile, because thawing makes the toolkit lay out all lines anew.
   const KorText newest = NewestLines(waiting);
   if (newest.Length() < waiting.Length()) atLineStart = true;
   const KorText some = newest.Left(EndOfLines(newest, kLinesAtOnce));

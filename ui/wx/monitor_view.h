@@ -1,6 +1,6 @@
-// MonitorView: the echo of the line in the window: what arrives and what is sent, in two colours
-// that also differ in weight. It follows the newest line unless it was scrolled back, and shows the
-// newest 5,000. Window's thread.
+// MonitorView: shows the echo of the line. Bytes that arrive and bytes that are sent differ in
+// colour and in weight. The view keeps the newest 5,000 lines, and follows the newest unless it was
+// scrolled back. Window's thread.
 #pragma once
 
 #include <wx/panel.h>
@@ -19,15 +19,16 @@ class MonitorView : public wxPanel {
 
   MonitorView(wxWindow* parent, Mnemonics& mnemonics);
 
-  // May hold several lines and parts of lines. Shown within a fifth of a second, 500 lines in one
-  // go; while the view is scrolled back it waits, so that what is read or selected stays in place.
+  // Adds text, which may hold several lines and parts of lines. The view shows it within a fifth of
+  // a second, at most 500 lines at a time. While the view is scrolled back the text waits, so that
+  // what is read or selected stays in place.
   void Append(const KorText& newText);
   void Clear();
-  // With what waits to be shown, in UTF-8. False when the file can't be written: LastError tells
-  // why, and an older file is whole.
+  // Writes the whole text, with what is not shown yet, in UTF-8. False when the file can't be
+  // written; LastError then tells why, and an older file is left whole.
   bool Save(const KorText& path) const;
-  // Selects the next place that holds the text, in any letter case, from the selection on and
-  // around the end; false when there is none.
+  // Selects the next place that holds the text, regardless of letter case. The search begins at the
+  // selection and wraps around. False when the text is nowhere.
   bool FindNext(const wxString& wantedText);
   wxTextCtrl& Text() { return *text; }
 

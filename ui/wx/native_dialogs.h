@@ -1,16 +1,17 @@
-// What the toolkit leaves to the system: the choosers of files and folders are windows of its own,
-// with a loop of their own, and a modal window takes all input. One source file per toolkit.
-// Window's thread.
+// Dialogs that the toolkit leaves to the system. The choosers of files and folders are the system's
+// own windows with their own loop, and a modal window takes all input. Each toolkit has its own
+// source file. Window's thread.
 #pragma once
 
 #include <wx/window.h>
 
 namespace kor {
 
-// Ends those that stand open, as if they were cancelled. False when there are none.
+// Ends the choosers that stand open as if they were cancelled. False when there are none.
 bool CancelNativeDialogs();
 
-// Before it is shown: the window can be answered although a modal one stands open.
+// Call this before the window is shown. The user can then answer it although a modal window stands
+// open.
 void LetBeAnswered(wxWindow* window);
 
 } // namespace kor

@@ -21,7 +21,8 @@ bool CancelVisible(bool (*isMeant)(GtkWindow* window)) {
 
 } // namespace
 
-// A chooser waits for the answer to its question whether a file may be replaced: that goes first.
+// A chooser that asks whether a file may be replaced waits for that answer, so the question goes
+// first.
 bool CancelNativeDialogs() {
   return CancelVisible([](GtkWindow* window) {
            return GTK_IS_FILE_CHOOSER_DIALOG(gtk_window_get_transient_for(window)) == TRUE;

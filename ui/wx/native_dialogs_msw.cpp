@@ -8,15 +8,15 @@ namespace kor {
 
 namespace {
 
-// The system's own, not one of the toolkit's, which has the same class; the innermost is the one
-// that is enabled.
+// Finds a dialog of the system, not one of the toolkit's, which has the same class. The innermost
+// one is the one that is enabled.
 BOOL CALLBACK CancelIfNative(HWND window, LPARAM found) {
   wchar_t name[16] = {};
   ::GetClassNameW(window, name, 16);
   if (std::wstring_view(name) != L"#32770" || wxFindWinFromHandle(window) ||
       !::IsWindowVisible(window) || !::IsWindowEnabled(window))
     return TRUE;
-  // A question of yes and no has no other way out than "no".
+  // A question with yes and no can only be left by "no".
   ::PostMessageW(window, WM_COMMAND, ::GetDlgItem(window, IDCANCEL) ? IDCANCEL : IDNO, 0);
   *reinterpret_cast<bool*>(found) = true;
   return TRUE;
@@ -30,7 +30,7 @@ bool CancelNativeDialogs() {
   return found;
 }
 
-// A modal window takes the input of those that are there before it only.
+// A modal window takes the input only of windows that existed before it.
 void LetBeAnswered(wxWindow*) {}
 
 } // namespace kor

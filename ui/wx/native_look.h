@@ -1,5 +1,5 @@
-// What of a native control's look the toolkit has no operation for. One source file per toolkit.
-// Window's thread.
+// Changes to the look of native controls for which the toolkit has no operation. Each toolkit has
+// its own source file. Window's thread.
 #pragma once
 
 #include <wx/anybutton.h>
@@ -10,23 +10,24 @@
 
 namespace kor {
 
-// Before it has pages: its tabs are that high, in device-independent pixels.
+// Sets the height of the tabs in device-independent pixels. Call this before the book has pages.
 void SetTabHeight(wxNotebook* book, int height);
-// Before the book is shown: the width that its tabs need, and the height that it takes beside that
-// of its pages. The toolkit reckons without the frames.
+// Returns the width that the tabs need, and the height that the book takes in addition to its
+// pages. The toolkit's own figures leave out the frames. Call this before the book is shown.
 wxSize FrameOfBook(wxNotebook* book);
-// The bar has that height, in device-independent pixels, whatever the theme's has, and these
-// colours where the theme lets it have its own.
+// Gives the bar this height, in device-independent pixels, whatever the theme says, and these
+// colours where the theme allows it.
 void StyleBar(wxGauge* gauge, int height, const wxColour& bar, const wxColour& trough);
-// While the keyboard works elsewhere, a text that is too long is drawn shortened in the middle; its
+// Draws a text that is too long shortened in its middle, except while it has the keyboard. Its
 // value stays whole.
 void ShortenDrawing(wxTextCtrl* text);
-// Where the words of a button stand: several lines in the middle, or one at the left.
+// These place the words of a button: several lines centred, or one line at the left.
 void CentreLines(wxAnyButton* button);
 void AlignLeft(wxAnyButton* button);
-// Whether the desktop asks for texts in its own strong colours alone.
+// Returns whether the desktop asks for texts only in its own high-contrast colours.
 bool IsHighContrast();
-// Shows what lies behind the text: it reads like a label, and can be selected and copied.
+// Lets the ground behind the text show, so that it looks like a label but can be selected and
+// copied.
 void BlendIn(wxTextCtrl* text);
 
 // Turns animations off for the whole program: scrolling to each new line of a text would draw it

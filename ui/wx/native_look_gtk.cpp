@@ -62,7 +62,7 @@ void SetTabHeight(wxNotebook* book, int height) {
   SetStyle(book, "tab { min-height: " + std::to_string(height) + "px; }");
 }
 
-// The toolkit's pages ask for nothing themselves.
+// The toolkit's pages ask for no size themselves.
 wxSize FrameOfBook(wxNotebook* book) {
   GtkRequisition frame{};
   gtk_widget_get_preferred_size(static_cast<GtkWidget*>(book->GetHandle()), &frame, nullptr);
@@ -83,7 +83,7 @@ void AlignLeft(wxAnyButton* button) {
     gtk_widget_set_halign(words, GTK_ALIGN_START);
 }
 
-// The variable overrules the setting.
+// The environment variable overrules the setting.
 bool IsHighContrast() {
   const char* const forced = g_getenv("GTK_THEME");
   char* name = nullptr;

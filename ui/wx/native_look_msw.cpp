@@ -7,7 +7,7 @@
 
 namespace kor {
 
-// The system's bars keep their colours.
+// The system's bars keep their own colours.
 void StyleBar(wxGauge* gauge, int height, const wxColour&, const wxColour&) {
   gauge->SetMinSize({gauge->GetMinSize().x, gauge->FromDIP(height)});
 }
@@ -35,7 +35,7 @@ void ShortenDrawing(wxTextCtrl* text) {
   text->Bind(wxEVT_KILL_FOCUS, redraw);
 }
 
-// The system does so.
+// The system does this by itself.
 void CentreLines(wxAnyButton*) {}
 void AlignLeft(wxAnyButton*) {} // by its style
 

@@ -19,7 +19,7 @@ namespace {
 constexpr const char* kTopic = "raise";
 constexpr std::chrono::seconds kPatience(3); // with a window that may be busy
 
-// A name that no file system minds.
+// Returns a name that every file system takes.
 wxString SafeName(const KorText& settingsName) {
   wxString safe = "ncedl-";
   for (const char16_t c : settingsName.View())
@@ -52,8 +52,8 @@ bool IsWindows() {
   return (wxGetOsVersion() & wxOS_WINDOWS) != 0;
 }
 
-// Nothing when the other window is there and does not answer. The toolkit itself would wait for
-// ever; Windows has a limit of its own, and lets only the thread with a loop ask.
+// Returns nothing when the other window is there and doesn't answer. The toolkit itself would wait
+// for ever. Windows has its own limit, and lets only a thread with a loop ask.
 std::optional<bool> AskInTime(const wxString& service) {
   if (IsWindows()) return AskToRaise(service);
   wxSocketBase::Initialize();
@@ -64,8 +64,8 @@ std::optional<bool> AskInTime(const wxString& service) {
   return answered.get();
 }
 
-// A folder that only this user can write, and that is empty again after a restart of the computer.
-// Windows keeps both by name alone, for each user's session.
+// Returns a folder that only this user can write, and that is empty again after the computer was
+// restarted. Windows knows lock and socket by name alone, for each user's session.
 wxString SocketFolder() {
   wxString folder;
   if (IsWindows()) return folder;
@@ -77,7 +77,7 @@ wxString SocketFolder() {
 
 } // namespace
 
-// What a killed program left is taken over.
+// Takes over what a killed program left behind.
 OneWindow::OneWindow(const KorText& settingsName) {
   const wxLogNull quiet;
   const wxString folder = SocketFolder(), name = SafeName(settingsName);

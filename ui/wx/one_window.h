@@ -1,12 +1,13 @@
-// OneWindow: one window per settings name. A second start finds the first, raises it and ends; one
-// that does not answer within three seconds is told apart. Window's thread.
+// OneWindow: allows one window for each settings name. A second start finds the first, raises it
+// and ends. A first one that doesn't answer within three seconds is reported as such. Window's
+// thread.
 #pragma once
 
 #include <functional>
 #include <memory>
 
 #include <wx/string.h> // IWYU pragma: keep
-// The toolkit's header of it needs that of its texts before it.
+// The toolkit's header for this class needs the header for texts before it.
 #include <wx/snglinst.h>
 
 #include "services/core/kor_text.h"
@@ -20,12 +21,12 @@ class OneWindow {
   explicit OneWindow(const KorText& settingsName);
   ~OneWindow();
 
-  // True when no other window of that name runs. Otherwise the other one has been asked to show
-  // itself.
+  // True when no other window of that name runs. Otherwise the other one was asked to show itself.
   bool IsFirst() const { return first; }
-  // The other one hangs, and so does a thread that still asks it: end without unwinding.
+  // True when the other window hangs. A thread that still asks it hangs as well, so the program has
+  // to end without unwinding.
   bool IsOtherSilent() const { return silent; }
-  // Called on the window's thread when a second start asks for the window.
+  // Sets what is called, on the window's thread, when a second start asks for the window.
   void SetOnRaise(std::function<void()> raise);
 
  private:

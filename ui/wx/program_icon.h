@@ -1,4 +1,4 @@
-// The icon of the program's windows. Window's thread.
+// Sets the icon of the program's windows. Window's thread.
 #pragma once
 
 #include <wx/colour.h>
@@ -8,11 +8,11 @@
 namespace kor {
 
 void SetProgramIcon(wxTopLevelWindow& window);
-// With a dot of that colour, for the taskbar.
+// Adds a dot of that colour, which shows in the taskbar.
 void SetProgramIcon(wxTopLevelWindow& window, const wxColour& dot);
 
-// As the system has it, of about that side in pixels; not Ok where it has none. One source file per
-// toolkit.
+// Returns the system's icon of the program, with about that side in pixels; it is not Ok where the
+// system has none. Each toolkit has its own source file.
 wxImage ProgramPicture(int side);
 
 } // namespace kor

@@ -18,7 +18,7 @@ wxRect ScreenOf(const wxTopLevelWindow& window) {
 
 } // namespace
 
-// Before the window is shown nobody knows what a window manager puts around it.
+// Before the window is shown nobody knows what the window manager puts around it.
 wxSize ScreenRoom(const wxTopLevelWindow& window) {
   wxSize frame = window.GetSize() - window.GetClientSize();
   frame.IncTo({0, window.FromDIP(kTitleBar)});

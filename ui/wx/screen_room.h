@@ -1,4 +1,4 @@
-// Keeps windows as large as their screen allows, and what they hold in reach. Window's thread.
+// Keeps windows within their screen and their contents within reach. Window's thread.
 #pragma once
 
 #include <wx/scrolwin.h>
@@ -6,13 +6,14 @@
 
 namespace kor {
 
-// What the screen that the window is on has for its client area.
+// Returns the largest client area that the window's screen has room for.
 wxSize ScreenRoom(const wxTopLevelWindow& window);
-// Moves it where it is seen whole, or from its top left corner on.
+// Moves the window to where it is seen whole, or, if it is too large, from its top left corner on.
 void MoveOntoScreen(wxTopLevelWindow& window);
-// Scrolls until the child is seen, from its top on where it doesn't fit.
+// Scrolls until the child is seen; one that doesn't fit is seen from its top on.
 void ScrollTo(wxScrolledWindow& scrolled, const wxWindow& child);
-// Has what gets the keyboard scrolled to. The toolkit scrolls to the group that holds it.
+// Scrolls to each control that gets the keyboard. The toolkit alone would only scroll to the group
+// that holds it.
 void FollowFocus(wxScrolledWindow& scrolled);
 
 } // namespace kor

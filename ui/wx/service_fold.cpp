@@ -53,7 +53,7 @@ void ServiceFold::Open(bool open) {
   ShowHeading();
 }
 
-// Made in another order than they stand.
+// The controls were made in another order than they stand in.
 void ServiceFold::Follow(wxWindow* control) {
   if (last) control->MoveAfterInTabOrder(last);
   last = control;
@@ -75,7 +75,7 @@ void ServiceFold::Add(wxWindow* control, int proportion) {
   Follow(control);
 }
 
-// Below one another where the widest pair has no room.
+// Pairs stand below one another where the widest doesn't fit.
 void ServiceFold::FitTo(int width) {
   if (std::exchange(room, width) != width) ShowHeading();
   for (wxGridSizer* const grid : grids) {

@@ -1,6 +1,5 @@
-// ServiceFold: a heading that is pressed, and below it what only the maintainer needs; the heading
-// alone while it is folded. Who lends the controls makes them on Inside and adds them. Window's
-// thread.
+// ServiceFold: a heading that folds and unfolds the part that only the maintainer needs. The caller
+// makes the controls as children of Inside and then adds them. Window's thread.
 #pragma once
 
 #include <functional>
@@ -19,12 +18,12 @@ namespace kor {
 class ServiceFold : public wxPanel {
  public:
   static constexpr int kNumber = kTexts.service.number; // of the heading
-  // onFold is called when the user folds or unfolds it.
+  // onFold is called when the user folds or unfolds the part.
   ServiceFold(wxWindow* parent, Mnemonics& mnemonics, std::function<void(bool open)> onFold);
 
   wxPanel& Inside() { return *inside; }
-  // Two beside one another where there is room, in the order of the Tab key, each as high as a
-  // finger in a glove wants it.
+  // Adds controls in pairs, side by side where there is room, in the order of the Tab key. Each is
+  // high enough for a finger in a glove.
   void AddPairs(std::initializer_list<wxWindow*> controls);
   void Add(wxWindow* control, int proportion = 0);
   bool IsOpen() const { return inside->IsShown(); }

@@ -21,7 +21,7 @@ constexpr int kTextWidth = 360; // device-independent pixels
 constexpr int kGap = 12;
 constexpr std::size_t kMostMessages = 10; // nobody may look for months
 
-// A sign, and beside it the words in lines.
+// Makes a row of a sign and the words, in lines.
 wxSizer* MakeWords(wxDialog* window, const wxArtID& art, const KorText& text) {
   auto* const row = new wxBoxSizer(wxHORIZONTAL);
   row->Add(
@@ -161,8 +161,8 @@ void WithdrawQuestion() {
       asked->EndModal(wxID_NO);
 }
 
-// The toolkit ends only the innermost of its loops, and its windows stand in the order of their
-// making.
+// The toolkit ends only the innermost of its loops, and lists its windows in the order in which
+// they were made.
 bool CancelInnermostModal() {
   if (CancelNativeDialogs()) return true;
   wxDialog* innermost = nullptr;

@@ -1,5 +1,5 @@
-// The windows beside the main one: messages and the end dialogs of transfers by hand. None of them
-// is modal: the link and the main window go on. Window's thread.
+// The windows beside the main one: messages, and the end dialogs of transfers by hand. None of them
+// is modal, so the link and the main window go on. Window's thread.
 #pragma once
 
 #include <functional>
@@ -19,8 +19,8 @@ constexpr int kPressHeight = 44; // device-independent pixels: for a finger in a
 
 wxButton* MakePressButton(wxWindow* parent, int number, const KorText& label, Mnemonics& mnemonics);
 
-// Shows messages, each until it is closed; of many the oldest goes. What stands open is not shown a
-// second time, whatever brought it.
+// Shows messages, each until the user closes it. When there are too many, the oldest goes. A
+// message that is still open is not shown again, whatever raised it.
 class MessageWindows {
  public:
   explicit MessageWindows(wxWindow* mainWindow) : parent(mainWindow) {}
@@ -38,26 +38,29 @@ class MessageWindows {
   std::vector<Shown> open; // their windows belong to the main one
 };
 
-// A message where there is no main window: in the middle of the screen, until it is closed.
+// Shows a message where there is no main window, in the middle of the screen, until the user closes
+// it.
 void ShowAlone(const KorText& caption, const KorText& text);
 
-// One button of an end dialog.
+// Describes one button of an end dialog.
 struct EndChoice {
   KorText label;
   std::function<void()> action;
 };
 
-// Made hidden; shown while the transfer runs. Closing it by its frame only hides it.
+// Makes the window hidden; the caller shows it while the transfer runs. Closing it by its frame
+// only hides it.
 wxDialog* MakeEndWindow(wxWindow* parent, const KorText& caption, const KorText& text,
                         const std::vector<EndChoice>& choices);
 
-// True when it is to be done. Modal to the windows, not to the link.
+// Asks the question. True when the user agrees. The question is modal for the windows, not for the
+// link.
 bool Ask(wxWindow* parent, const Question& question);
-// What was asked about is over: as if the answer were to go on.
+// Ends the question as if the user had refused, because what it was about is over.
 void WithdrawQuestion();
 
-// Ends the newest modal window as if it were cancelled; those below it only once it has gone. False
-// when there is none.
+// Ends the newest modal window as if it were cancelled. Those below it can end only once it has
+// gone. False when there is none.
 bool CancelInnermostModal();
 
 } // namespace kor

@@ -100,7 +100,7 @@ void DrawIn(wxGraphicsContext& on, Sign sign, const wxColour& colour) {
   Draw(on, sign);
 }
 
-// Unlit it is dull; a hold is larger than traffic, and what is lit shines.
+// An unlit lens is dull. A hold is larger than traffic, and a lit lens glows.
 void DrawLens(wxGraphicsContext& on, Lens lens) {
   constexpr double kRadius = 33, kHoldRadius = 42, kRim = 7, kGlow = 8;
   const double radius = lens == Lens::Hold ? kHoldRadius : kRadius;

@@ -1,6 +1,6 @@
-// The drawn signs of the window: what the link is doing, and the lenses of the lamps. Vectors,
-// drawn anew for each scaling, with a shape of its own for each meaning, so that no colour has to
-// be told from another. Window's thread.
+// The signs that the window draws itself: what the link is doing, and the lenses of the lamps. They
+// are vectors, drawn anew for each scaling. Each meaning has its own shape, so that nobody has to
+// tell colours apart. Window's thread.
 #pragma once
 
 #include <wx/bmpbndl.h>
@@ -13,11 +13,11 @@ enum class Sign { Idle, Sending, Receiving, Busy, Held, Done, Failed, NoLink };
 enum class Lens { Off, Traffic, Hold };
 
 Sign SignOf(const Situation& now);
-// A colour for texts of that meaning on the window's own ground and in lists.
+// Returns the colour for texts of that meaning in lists and on the window's own ground.
 wxColour ColourOf(Sign sign);
-// Square, side in device-independent pixels.
+// Draws a square sign whose side is given in device-independent pixels.
 wxBitmapBundle DrawnSign(Sign sign, const wxColour& colour, int side);
-// The same with room around it, as a cell of a table wants it.
+// Does the same with a margin around the sign, for the cell of a table.
 wxBitmapBundle DrawnCell(Sign sign, const wxColour& colour, int side);
 wxBitmapBundle DrawnLens(Lens lens, int side);
 

@@ -29,8 +29,9 @@ constexpr int kGaugeRange = 1000;
 constexpr std::size_t kStatusWidth = 70; // characters
 constexpr std::size_t kMeasuredSamples = 3;
 
-// "20 %  833 B/s  0:19 left", or the bytes where the whole isn't known; as far as there is
-// something to tell. Figure spaces, as wide as digits, keep what follows in its place.
+// Returns "20 %  833 B/s  0:19 left", or the bytes where the whole size isn't known, as far as
+// there is something to tell. Figure spaces are as wide as digits, so what follows stays in its
+// place.
 KorText Figures(const Situation& now) {
   const StatusView& view = now.view;
   if (!IsTransfer(view.code)) return {};
@@ -71,7 +72,7 @@ StateBand::StateBand(wxWindow* parent) : wxPanel(parent) {
   SetSizer(frame);
 }
 
-// Label, bar and figures are as high together as the buttons, whether those are there or not.
+// Label, bar and figures together are as high as the buttons, whether the buttons are shown or not.
 void StateBand::MakeProgress() {
   const KorText name = LookUpText(kTexts.progress);
   label = MakePlainText(this, kProgressLabel, ToLabel(name));
@@ -183,7 +184,7 @@ int StateBand::TextRoom() const {
   return room - 2 * FromDIP(kMargin);
 }
 
-// Letters of other alphabets are taken from other fonts, which may be higher.
+// Letters of other alphabets come from other fonts, which may be higher.
 void StateBand::FitWord(wxStaticText* text, const wxFont& font) const {
   const int width = TextRoom() - FromDIP(static_cast<int>(kSide * scale) + kMargin);
   const wxString words = text->GetLabelText();
@@ -224,7 +225,7 @@ wxString StateBand::AdviceLines(const KorText& text) const {
   return InLines(text, *advice, TextRoom());
 }
 
-// What stands longest keeps its room. While there is no link it may need more.
+// Room is kept for the longest text that is usual. While there is no link the text may need more.
 void StateBand::FitAdvice() {
   if (adviceRoom != TextRoom()) {
     adviceRoom = TextRoom();
@@ -237,7 +238,7 @@ void StateBand::FitAdvice() {
   }
   const wxString lines = AdviceLines(advised);
   if (advice->GetLabelText() != lines) advice->SetLabelText(lines);
-  // The toolkit's best size of a text is never below the size that it has.
+  // The toolkit never makes a text's best size smaller than its present size.
   wxClientDC dc(advice);
   dc.SetFont(advice->GetFont());
   advice->SetMinSize(

@@ -1,7 +1,8 @@
-// StateBand: what the link does, to be read from two metres: on the tint of its state a sign, the
-// state in one word, the program's number; below them the status line, what to do, and the progress
-// with what ends it. Its parts keep their room in every state, so nothing below it moves; letters
-// and sign grow with the window. Shows what it is given. Window's thread.
+// StateBand: tells what the link does so that it can be read from two metres. On the tint of the
+// state stand a sign, the state in one word, and the program's number; below them the status line,
+// what to do, and the progress with the buttons that end a transfer. Every part keeps its room in
+// every state, so that nothing below the band moves. Letters and sign grow with the window.
+// Window's thread.
 #pragma once
 
 #include <optional>
@@ -22,14 +23,15 @@ namespace kor {
 class StateBand : public wxPanel {
  public:
   explicit StateBand(wxWindow* parent);
-  // The progress bar with its label, and beside it what ends a transfer.
+  // Makes the progress bar with its label.
   void MakeProgress();
-  // cancel keeps its room while it is hidden.
+  // Adds the buttons that end a transfer, beside the progress. cancel keeps its room while it is
+  // hidden.
   void AddButtons(wxButton* complete, wxButton* cancel);
 
   void Show(const Situation& now);
   void ShowAdvice(const KorText& text);
-  // The letters and the room of each part for a window of that size.
+  // Chooses the letters and the room of each part for a window of that size.
   void FitTo(const wxSize& window);
   void ApplyLook(); // the desktop's letters and colours, at first and when they have changed
   using wxPanel::Show;

@@ -1,5 +1,5 @@
-// The colours of the window as the desktop wants them: light, dark, or the system's own in high
-// contrast. Window's thread.
+// The window's colours for the desktop's theme: light, dark, or the system's own in high contrast.
+// Window's thread.
 #pragma once
 
 #include <wx/colour.h>
@@ -9,7 +9,8 @@
 namespace kor {
 
 wxColour ColourOf(Rgb rgb);
-// A colour on a ground of the window's; in high contrast that of the system's texts.
+// Returns the colour for use on one of the window's grounds; in high contrast the system's text
+// colour.
 wxColour ColourOf(const Shades& shades);
 
 struct ToneColours {

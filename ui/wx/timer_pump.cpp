@@ -31,8 +31,8 @@ void TimerPump::End() {
   ended = true;
 }
 
-// Windows has loops of its own while a file is chosen or the window is moved: they know timers, but
-// no posts. A post may open a window with a loop of its own, so the next call is planned before.
+// Windows runs its own loops while a file is chosen or the window is moved; these know timers but
+// no posts. A post may open a window with its own loop, so the next call is planned first.
 void TimerPump::Notify() {
   timers.RunDue(App().HighResolutionSeconds());
   Plan();

@@ -1,5 +1,5 @@
-// TimerPump: has the engine's timers run as they fall due, on the toolkit's loop; between them it
-// wakes twice a second. Window's thread.
+// TimerPump: runs the engine's timers on the toolkit's loop as they fall due. Between them it wakes
+// twice a second. Window's thread.
 #pragma once
 
 #include <functional>
@@ -12,10 +12,11 @@ namespace kor {
 
 class TimerPump : public wxTimer {
  public:
-  // post runs a task on the window's thread; it may be called from any thread.
+  // post runs a task on the window's thread. Any thread may call post.
   TimerPump(TimerQueue& timerQueue, const std::function<void(std::function<void()>)>& post);
   ~TimerPump() override;
-  // Runs no timer any more. What was posted before may still come: this has to outlive it.
+  // Stops running timers. Tasks that were posted before may still come, so this object has to
+  // outlive them.
   void End();
 
   void Notify() override; // the toolkit's

@@ -31,20 +31,21 @@ std::string ReadMemory(const KorText& path) {
   return bytes;
 }
 
-// A part of the title bar that can be taken hold of lies on a screen.
+// Returns whether a part of the title bar that can be grasped lies on a screen.
 bool IsReachable(const wxRect& place) {
   const wxPoint title(place.x + std::min(place.width, kTitleWidth) / 2, place.y + 10);
   return wxDisplay::GetFromPoint(title) != wxNOT_FOUND;
 }
 
-// The size is the inside's: what a window manager puts around it is not known before the window is
-// shown.
+// The size is that of the client area: what a window manager puts around it is not known before the
+// window is shown.
 void Place(wxTopLevelWindow& window, const wxRect& place) {
   window.Move(place.GetPosition());
   window.SetClientSize(place.GetSize());
 }
 
-// Some window managers place a window as they like when it appears, and move it when it asks then.
+// Some window managers place a window as they like when it appears, and move it when it asks
+// afterwards.
 void InsistOn(wxTopLevelWindow& window, const wxRect& place) {
   const double until = App().HighResolutionSeconds() + kSettleTime;
   window.Bind(wxEVT_MOVE, [&window, place, until, settled = false](wxMoveEvent& event) mutable {
@@ -70,7 +71,7 @@ void WindowMemory::Restore(wxTopLevelWindow& window) const {
   const auto kept = [this](const char* what) {
     return static_cast<int>(config->ReadLong(what, 0));
   };
-  // The size is for another density of the screen, too.
+  // The stored size may come from a screen of another density.
   wxRect place({kept("/Window/x"), kept("/Window/y")},
                window.FromDIP(wxSize(kept("/Window/width"), kept("/Window/height"))));
   if (place.width > 0 && place.height > 0 && IsReachable(place)) {
@@ -96,7 +97,7 @@ void WindowMemory::Keep(const wxTopLevelWindow& window) {
     config->Write("/Window/width", place.width);
     config->Write("/Window/height", place.height);
   }
-  // A place that can't be kept is not worth a message.
+  // A place that can't be stored is not worth a message.
   wxStringOutputStream lines;
   config->Save(lines);
   const std::string bytes = FromWx(lines.GetString()).ToUtf8();

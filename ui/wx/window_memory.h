@@ -1,5 +1,6 @@
-// WindowMemory: where the window stood, how large it was and what was folded away, by settings
-// name, in a file of its own beside the settings record, whose layout is fixed. Window's thread.
+// WindowMemory: remembers where the window stood, how large it was and which parts were unfolded.
+// There is one file for each settings name, beside the settings record, whose layout is fixed.
+// Window's thread.
 #pragma once
 
 #include <memory>
@@ -13,11 +14,11 @@ namespace kor {
 
 class WindowMemory {
  public:
-  // settingsName: the model name. Without a settings folder nothing is remembered.
+  // settingsName is the model name. Without a settings folder nothing is remembered.
   explicit WindowMemory(const KorText& settingsName);
 
-  // Puts the window where it was, if a screen is still there, and no larger than that; its default
-  // size otherwise.
+  // Puts the window where it was if that place is still on a screen, no larger than the screen.
+  // Otherwise the window keeps its default size.
   void Restore(wxTopLevelWindow& window) const;
   void Keep(const wxTopLevelWindow& window);
   bool IsShown(const wxString& part, bool otherwise) const;

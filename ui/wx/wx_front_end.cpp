@@ -72,7 +72,7 @@ void WxFrontEnd::ShowEndDialog(EndDialog which, bool shown) {
     return;
   }
   dialog->CentreOnParent();
-  // An Enter too many, still meant for the chooser of the file, must not end the transfer.
+  // An Enter too many, meant for the chooser of the file, must not end the transfer.
   dialog->ShowWithoutActivating();
 }
 
@@ -111,8 +111,8 @@ void WxFrontEnd::Post(std::function<void()> task) {
   wakeUps.CallAfter([this] { RunPosts(); });
 }
 
-// The toolkit turns to nothing else, neither keys nor timers, before it is out of wake-ups: what
-// comes while these run waits for the timer, which also serves the loop of a window that one opens.
+// The toolkit handles neither keys nor timers before it has no more wake-ups. Posts that come while
+// these run therefore wait for the timer, which also serves the loop of a window that a post opens.
 void WxFrontEnd::RunPosts() {
   std::deque<std::function<void()>> now;
   {

@@ -1,6 +1,6 @@
-// WxFrontEnd: the engine's window on the toolkit. Owned by main and outlives the engine; the main
-// window is lent to it once the application exists. All but Post and CancelName run on the window's
-// thread.
+// WxFrontEnd: the engine's window, made with the toolkit. Owned by main and outlives the engine.
+// The main window is lent to it once the application exists. All but Post and CancelName run on the
+// window's thread.
 #pragma once
 
 #include <deque>
@@ -19,7 +19,8 @@ namespace kor {
 
 class WxFrontEnd : public FormDialog {
  public:
-  // The windows of the application: made before its own set-up, gone after it has ended.
+  // Lends the application's windows. They are made before the application's own set-up and go after
+  // it has ended.
   void Attach(MainWindow& mainWindow, NCEApp& app);
   void Detach();
 
@@ -40,7 +41,7 @@ class WxFrontEnd : public FormDialog {
   void Post(std::function<void()> task) override;
 
  private:
-  // Has what was posted meanwhile run, a while after what ran before.
+  // Runs posts that came while others ran, a moment later.
   struct NextRun : wxTimer {
     explicit NextRun(WxFrontEnd& ofFrontEnd) : frontEnd(ofFrontEnd) {}
     void Notify() override { frontEnd.RunPosts(); }

@@ -16,7 +16,7 @@ bool IsIdeograph(wxUniChar c) {
   return c.GetValue() >= 0x2e80 && c.GetValue() < 0x20000;
 }
 
-// A line may begin with the second.
+// A line may begin with the second of the two characters.
 bool BreaksBetween(wxUniChar before, wxUniChar after) {
   static const wxString kNotFirst =
       wxString::FromUTF8("、。，．：；？！）」』】〉》ーっゃゅょッャュョ");
@@ -28,7 +28,7 @@ bool BreaksBetween(wxUniChar before, wxUniChar after) {
 
 wxString ToWx(const KorText& text) {
   KorText shown = text;
-  // Bytes that are no UTF-8 stand behind no high surrogate.
+  // A byte that is no UTF-8 stands behind no high surrogate.
   for (std::size_t at = 0; at < shown.Length(); ++at) {
     const bool paired = at > 0 && shown[at - 1] >= 0xd800 && shown[at - 1] < 0xdc00;
     if (IsLoneByte(shown[at]) && !paired) {

@@ -1,4 +1,4 @@
-// The texts of the program and of the toolkit, into each other. Any thread.
+// Converts texts of the program to those of the toolkit and back. Any thread.
 #pragma once
 
 #include <wx/font.h>
@@ -9,18 +9,19 @@
 
 namespace kor {
 
-// A lone surrogate, as a file name of arbitrary bytes has it, is shown as U+FFFD.
+// A lone surrogate, which stands for a byte of a file name that is no UTF-8, is shown as U+FFFD.
 wxString ToWx(const KorText& text);
 KorText FromWx(const wxString& text);
-// With "&" doubled: the toolkit underlines the letter behind a single one.
+// Doubles each "&", because the toolkit underlines the letter behind a single one.
 wxString ToLabel(const KorText& text);
-// Broken at the blank nearest to the middle, where there is one: a button is less wide then.
+// Breaks the label at the blank nearest to its middle, if it has one, which makes a button less
+// wide.
 wxString InTwoLines(const wxString& label);
 
-// In lines no wider than that, in pixels of the window's letters, as far as words allow; Chinese
-// and Japanese break between any two letters. Window's thread.
+// Breaks the text into lines no wider than that many pixels in the window's letters, between words
+// where possible. Chinese and Japanese break between any two letters. Window's thread.
 wxString InLines(const KorText& text, const wxWindow& window, int width);
-// The font, or one much like it whose digits all have the same width, so that figures that change
+// Returns the font, or a similar one whose digits all have the same width, so that changing figures
 // stand still. Window's thread.
 wxFont WithEqualDigits(const wxFont& font, const wxWindow& window);
 
