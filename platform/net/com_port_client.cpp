@@ -9,7 +9,7 @@ namespace kor {
 
 namespace {
 
-// Commands of the client; the server's answer has the number plus kFromServer.
+// These are the client's commands. The server's answer has the command's number plus kFromServer.
 enum Command : std::uint8_t {
   kSignature = 0,
   kSetBaudRate = 1,
@@ -64,7 +64,7 @@ std::uint8_t FlowCode(const DeviceControlBlock& block) {
   return block.outxDsrFlow ? kDsrFlow : kNoFlow;
 }
 
-// The values of SET-CONTROL that answer each other; one command serves three settings.
+// Returns which setting a value of SET-CONTROL belongs to; one command serves three settings.
 int ControlKind(std::uint32_t value) {
   if (value == kDtrOn || value == kDtrOff) return 1;
   return value == kRtsOn || value == kRtsOff ? 2 : 0;
@@ -97,7 +97,7 @@ KorText NameOf(std::uint8_t command) {
   return KorText(kNames[command]);
 }
 
-// What a receiver that samples mid-bit bears, as with a local port.
+// Allows what a receiver that samples in the middle of a bit can bear, as with a local port.
 bool IsSameRate(std::uint32_t set, std::uint32_t asked) {
   const std::uint64_t difference = set > asked ? set - asked : asked - set;
   return difference * 100 <= std::uint64_t{asked} * 3;
@@ -109,7 +109,8 @@ bool IsSameRate(std::uint32_t set, std::uint32_t asked) {
 
 void ComPortClient::Start(Time now) {
   greetingEnd = now + kPatience;
-  // Never DO for the port option: the client offers it, and common servers refuse to be asked.
+  // The client offers the port option and never asks for it with DO, because common servers refuse
+  // that.
   options.OfferOwn(telnet::kComPort);
   for (const std::uint8_t option : {telnet::kBinary, telnet::kSuppressGoAhead}) {
     options.OfferOwn(option);
@@ -211,7 +212,8 @@ void ComPortClient::OnSubNegotiation(std::uint8_t option, std::string_view paylo
   const auto command = static_cast<std::uint8_t>(payload[0]);
   const bool isServers = command >= kFromServer;
   const auto meant = static_cast<std::uint8_t>(isServers ? command - kFromServer : command);
-  // A server's own have the higher numbers, but some servers use the client's for these two.
+  // A server's own commands have the higher numbers, but some servers use the client's for these
+  // two.
   if (meant == kSuspend) suspended = true;
   if (meant == kResume) suspended = false;
   if (isServers) OnAnswer(meant, payload.substr(1));
@@ -233,7 +235,8 @@ void ComPortClient::OnAnswer(std::uint8_t command, std::string_view value) {
   awaited.erase(asked);
 }
 
-// Without a text it is the server that asks; it gets one answer, so that it can't fill the memory.
+// A signature without a text is the server's own question. It gets one answer, so that it can't
+// fill the memory.
 void ComPortClient::OnSignature(std::string_view value) {
   if (!value.empty())
     signature = std::string(value.substr(0, kMostSignature));
@@ -241,7 +244,7 @@ void ComPortClient::OnSignature(std::string_view value) {
     Command(kSignature, kOwnSignature);
 }
 
-// A mask or a modem output that differs costs nothing that the user could mend.
+// The user could do nothing about a mask or a modem output that differs, so those are ignored.
 void ComPortClient::Check(const Awaited& asked, std::uint32_t set) {
   const bool isRate = asked.command == kSetBaudRate;
   if (isRate ? IsSameRate(set, asked.value) : set == asked.value) return;
@@ -268,7 +271,8 @@ bool ComPortClient::IsDsrOff() const {
   return modemState && (*modemState & kDsr) == 0;
 }
 
-// Most cables have no wire for the carrier. Where it was on and drops, the machine has gone.
+// Most cables have no wire for the carrier. Where the carrier was on and drops, the machine has
+// gone.
 std::uint32_t ComPortClient::Holds() const {
   std::uint32_t holds = suspended ? std::uint32_t{kCtsHold} : 0;
   if (!modemState) return holds;

@@ -1,8 +1,8 @@
 // ComPortClient: the client's side of RFC 2217 on one connection, without the sockets. It offers
-// the options, has the server set up its port, and keeps what the server tells: answers, modem
-// lines, line errors, a request to stop sending.
+// the options, has the server set up its port, and keeps what the server reports: answers, modem
+// lines, line errors, and a request to stop sending.
 //
-// Plain state on the caller's clock; used by one thread.
+// Holds plain state and uses the caller's clock; used by one thread.
 #pragma once
 
 #include <chrono>
@@ -28,7 +28,7 @@ class ComPortClient : private TelnetSink {
   };
 
   void Start(Time now); // offers the options
-  // Bytes from the server. False: they are no telnet stream.
+  // Takes bytes from the server. False when they are no telnet stream.
   bool Receive(std::span<const std::uint8_t> bytes, Time now);
   void Send(std::span<const std::uint8_t> bytes) { AppendEscaped(out, bytes); }
   std::string TakeOutput() { return std::exchange(out, {}); }
@@ -36,12 +36,12 @@ class ComPortClient : private TelnetSink {
 
   Answer Greeting(Time now) const;
 
-  // What the server doesn't do by itself, such as to obey two lines at once, Holds() tells.
+  // Holds() reports what the server doesn't do by itself, such as to obey two lines at once.
   void SetLine(const DeviceControlBlock& block, Time now);
   Answer LineAnswer(Time now) const;
   KorText Difference() const { return difference; } // of a refused line: both values
-  // Once the answer is given: commands of SetLine that the server has left without one, by their
-  // names, and whether it can't obey all lines that the block names.
+  // Once the answer is given, these tell which commands of SetLine the server has left unanswered,
+  // by their names, and whether it can't obey all lines that the block names.
   KorText Unanswered() const;
   bool ObeysLess() const { return obeysLess; }
 
@@ -53,7 +53,8 @@ class ComPortClient : private TelnetSink {
 
   std::uint32_t Holds() const; // HoldBit values under the block set
   LineErrors TakeErrors() { return std::exchange(errors, {}); }
-  // The moment at which an answer counts as missing; none is awaited: std::nullopt.
+  // Returns the moment at which an awaited answer counts as missing, or std::nullopt when none is
+  // awaited.
   std::optional<Time> Deadline(Time now) const;
 
  private:

@@ -1,8 +1,9 @@
-// LineEstimate: how much of what a server was handed is still on its way over the serial line
-// behind it, reckoned from the rate, since no server tells. It also says how much may be handed
-// over now: little, because what a server has leaves it whatever holds the line on this side.
+// LineEstimate: estimates how much of what a server was handed is still on its way over the serial
+// line behind it. No server reports that, so it is computed from the rate. The estimate also says
+// how much may be handed over now. That is little, because what a server has goes out even when the
+// line is held on this side.
 //
-// Plain state on the caller's clock; used by one thread.
+// Holds plain state and uses the caller's clock; used by one thread.
 #pragma once
 
 #include <chrono>
@@ -22,14 +23,15 @@ class LineEstimate {
 
   void SetLine(const DeviceControlBlock& block);
   void Clear(Time now); // nothing is on its way
-  // Of bytes just handed over. more: the sender has some that found no room.
+  // Counts bytes that were just handed over. more: the sender has bytes that found no room.
   void Add(std::size_t count, bool more, Time now);
   void SetHeld(bool isHeld, Time now); // the line stands still meanwhile
-  // Bytes that may be handed over: what fits into the lead and the jitter, at least one, and none
-  // until half of the lead is through.
+  // Returns how many bytes may be handed over: what fits into the lead and the jitter, at least
+  // one, and none until half of the lead has gone out.
   std::size_t Room(Time now);
   std::size_t Backlog(Time now); // bytes that have not left yet
-  // How late this program was to hand over more, at worst, lately: the line idled meanwhile.
+  // Returns the longest recent delay of this program in handing over more; the line idled
+  // meanwhile.
   Span Jitter() const { return jitter; }
 
  private:
@@ -43,7 +45,7 @@ class LineEstimate {
   bool wantsMore = false;
 };
 
-// Start, data, parity and stop bits of a byte.
+// Returns the time of a byte on the line, with its start, data, parity and stop bits.
 LineEstimate::Span ByteTime(const DeviceControlBlock& block);
 
 } // namespace kor

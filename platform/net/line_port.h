@@ -1,5 +1,5 @@
-// LinePort: the serial port that a name stands for, whichever kind it is: a device of this computer
-// or one over the network. Owned by the program's main; threads as SerialPort says.
+// LinePort: the serial port that a name stands for, which is a device of this computer or a line
+// over the network. Owned by the program's main; threads as SerialPort says.
 #pragma once
 
 #include "platform/net/net_serial_port.h"

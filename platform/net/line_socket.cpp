@@ -23,7 +23,7 @@ using Loop = asio::io_context;
 
 constexpr int kMostLookups = 8; // under way at once, with those that nobody wants any more
 
-// A look-up under way. Its thread touches it only through the loop's queue.
+// Describes a look-up. Its thread changes it only through the loop's queue.
 struct Lookup {
   PortAddress address;
   bool done = false;
@@ -50,7 +50,7 @@ void LookUp(const std::shared_ptr<Loop>& loop, const std::shared_ptr<Lookup>& lo
   });
 }
 
-// A number is no name: it needs no thread.
+// An address in numbers needs no look-up and no thread.
 std::shared_ptr<Lookup> StartLookup(const std::shared_ptr<Loop>& loop, const PortAddress& address) {
   auto lookup = std::make_shared<Lookup>(Lookup{address, true, {}, {}});
   std::error_code noNumber;
@@ -67,7 +67,7 @@ std::shared_ptr<Lookup> StartLookup(const std::shared_ptr<Loop>& loop, const Por
   return lookup;
 }
 
-// Kept alive by its own handlers, which may come after it was closed.
+// A connection is kept alive by its own handlers, which may still come after it was closed.
 class Connection : public std::enable_shared_from_this<Connection> {
  public:
   explicit Connection(tcp::socket toOwn) : socket(std::move(toOwn)) {}
@@ -189,7 +189,7 @@ struct LineSocket::Parts {
     Accept();
   }
 
-  // One at a time: another one waits until this one has gone.
+  // Accepts one connection at a time; the next one waits until this one has gone.
   void Accept() {
     connection.reset();
     acceptor->async_accept([this](std::error_code problem, tcp::socket socket) {
@@ -224,8 +224,8 @@ LineSocket::LineSocket() : parts(std::make_unique<Parts>()) {}
 // The connection goes with the loop, and the loop with the last look-up under way.
 LineSocket::~LineSocket() = default;
 
-// A look-up of the same name that is still under way is waited for again: a slow name server gets
-// no second question.
+// A look-up of the same name that is still running is reused, so that a slow name server isn't
+// asked twice.
 void LineSocket::Open(const PortAddress& address, Time now) {
   Close();
   Parts& p = *parts;

@@ -1,8 +1,8 @@
-// LineSocket: the TCP connection under a serial line, from the server's name to its end, on either
-// system. Nothing waits but WaitUntil; what has happened is noticed in Pump.
+// LineSocket: the TCP connection under a serial line, from looking up the server's name to the end
+// of the connection. Only WaitUntil waits; Pump handles what has happened.
 //
-// Threads: used by one thread at a time, except Interrupt(), which any thread may call. A name is
-// looked up by a thread that nobody waits for: it may outlive this object.
+// Threads: used by one thread at a time, except Interrupt(), which any thread may call. A thread of
+// its own looks up a name. Nobody waits for that thread, so it may outlive this object.
 #pragma once
 
 #include <chrono>
@@ -29,8 +29,8 @@ class LineSocket {
   LineSocket(const LineSocket&) = delete;
   LineSocket& operator=(const LineSocket&) = delete;
 
-  // Begins to connect, or to listen: a listener is connecting whenever nobody has connected to it.
-  // A listener that can't be made has ended.
+  // Begins to connect or to listen. A listener counts as connecting while nobody has connected to
+  // it. A listener that can't be made has ended.
   void Open(const PortAddress& address, Time now);
   void Close();
   State Pump(Time now);                 // does what is ready
@@ -44,7 +44,7 @@ class LineSocket {
   std::size_t PeerRoom() const; // bytes that the peer takes beyond those under way
   bool IsSilent() const;        // bytes are on their way to a server that has vanished
 
-  // Ends early when something happens, and through Interrupt.
+  // Waits until something happens, Interrupt is called, or the time is over.
   void WaitUntil(Time until);
   void Interrupt();
 

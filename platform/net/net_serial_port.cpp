@@ -12,8 +12,8 @@ namespace kor {
 namespace {
 
 constexpr std::chrono::milliseconds kSilenceLook{500}; // between looks for a vanished server
-// The line time that may wait for the peer's acknowledgement beyond the lead: systems put one off
-// by up to this.
+// This much line time may wait for the peer's acknowledgement beyond the lead, because systems
+// delay an acknowledgement by up to that.
 constexpr std::chrono::milliseconds kAcknowledging{200};
 // A raw server that can't serve says so and closes, in this time: until then the line isn't open.
 constexpr std::chrono::milliseconds kSettling{200};
@@ -54,7 +54,7 @@ void NetSerialPort::End(PortTrouble kind, const KorText& text) {
   if (!ending) ending = Ending{kind, text};
 }
 
-// In words: what the server said before it closed, or the system's text.
+// Ends with what the server said before it closed, or with the system's text.
 void NetSerialPort::EndAsTheSocket() {
   const KorText said = stage < Stage::Greeted ? PlainText(greetingText) : KorText();
   if (socket.IsNameUnknown())
@@ -68,7 +68,7 @@ void NetSerialPort::EndAsTheSocket() {
     End(PortTrouble::NoServer, App().ErrorText(static_cast<std::uint32_t>(socket.Error().value())));
 }
 
-// Each once, with what it is about.
+// Reports each warning once for a line and its detail.
 void NetSerialPort::Warn(const UserText& warning, const KorText& detail) {
   const KorText text = KorText::Format(LookUpText(warning), detail);
   if (!warned.insert(name + text).second) return;
@@ -147,7 +147,7 @@ bool NetSerialPort::Pump(Time now) {
   return true;
 }
 
-// False: what came is no telnet stream.
+// Returns false when what came is no telnet stream.
 bool NetSerialPort::TakeReceived(Time now) {
   if (received.size() >= kMostReceived) return true;
   std::string data = std::exchange(socket.Received(), {});
@@ -286,7 +286,7 @@ bool NetSerialPort::Read(std::span<std::uint8_t> to, std::size_t& readCount) {
   return true;
 }
 
-// Only the last of several counts: they arrived together.
+// When several arrive together, only the last one counts.
 void NetSerialPort::WatchXoff(std::span<const std::uint8_t> bytes) {
   if (!current.outX) return;
   for (const std::uint8_t byte : bytes) {

@@ -1,14 +1,15 @@
 // NetSerialPort: SerialPort on a serial device server, under the names of platform/port_address.h.
 // Owned by the program's main through LinePort; threads as SerialPort says.
 //
-// Opening and setting up take several calls: until the server has answered they fail with
-// PortTrouble::NotYet, and are to be called again with the same arguments when WaitReadable
-// returns. A server that doesn't answer a setting costs a warning, once; one that has set another
-// rate or format has failed to be set up.
+// Opening and setting up take several calls. Until the server has answered they fail with
+// PortTrouble::NotYet; call them again with the same arguments when WaitReadable returns. A setting
+// that the server doesn't answer costs one warning. When the server has set another rate or format,
+// setting up has failed.
 //
-// What a server has leaves it whatever holds the line, so it gets little ahead of the line
-// (line_estimate.h). That estimate is the count of unsent bytes; while a Write was cut short it is
-// 0 as soon as the next piece may go, or the line would idle between the pieces.
+// What a server has been handed goes out even when the line is held on this side, so it gets only a
+// little more than the line has carried (line_estimate.h). That estimate is the count of unsent
+// bytes. After a Write was cut short the count is 0 as soon as the next piece may go, or the line
+// would idle between the pieces.
 //
 // The server's XOFF handling stays off: the bytes 17 and 19 come through, and this class obeys
 // them.
@@ -53,8 +54,8 @@ class NetSerialPort : public SerialPort {
   void WaitReadable(std::chrono::microseconds atMost) override;
   void Interrupt() override { socket.Interrupt(); }
 
-  // What the server calls itself, asked for on a port that is open; waits for a second. Empty: it
-  // doesn't tell.
+  // Asks the server of an open port what it calls itself, and waits up to a second for the answer.
+  // Empty when it doesn't tell.
   KorText AskSignature();
 
  private:

@@ -1,5 +1,5 @@
-// What a TCP socket of a serial line needs of each system beside asio's own options. handle: the
-// system's socket, open.
+// What the TCP socket of a serial line needs from each system beside asio's own options. handle is
+// the system's open socket.
 #pragma once
 
 #include <cstddef>
@@ -8,12 +8,15 @@
 
 namespace kor {
 
-// A server that vanishes without a word is noticed within 5 s while nothing is on its way to it.
+// Has the system notice within 5 s that a server vanished silently, as long as no bytes are on
+// their way to it.
 void WatchForSilentEnd(std::uintptr_t handle);
-// The same while something is: the system alone would repeat it for a quarter of an hour. A server
-// that answers, but takes nothing, lives.
+// Tells whether the server vanished while bytes were on their way to it; the system alone would go
+// on repeating them for a quarter of an hour. A server that answers but takes nothing counts as
+// alive.
 bool HasEndedSilently(std::uintptr_t handle);
-// Bytes that the system has and could not send yet, or that wait for an acknowledgement.
+// Counts bytes that the system holds, because it could not send them yet or because they wait for
+// an acknowledgement.
 struct SocketQueue {
   std::size_t unsent = 0;
   std::size_t unacknowledged = 0; // with the unsent ones
@@ -23,11 +26,11 @@ SocketQueue QueueOf(std::uintptr_t handle);
 // doesn't tell.
 std::size_t WindowOf(std::uintptr_t handle);
 
-// The system's numbers of errors that the port itself finds.
+// The system's numbers for errors that the port itself finds.
 extern const std::uint32_t kErrorNotOpen, kErrorInvalid, kErrorTimedOut;
 
-// Lets no second program of this computer use a line while this object lives. Where the system
-// doesn't allow to mark it, nothing is kept out.
+// Keeps other programs of this computer away from a line while this object lives. Where the system
+// can't mark the line as taken, nobody is kept away.
 class LineClaim {
  public:
   LineClaim() = default;
@@ -41,8 +44,8 @@ class LineClaim {
   std::intptr_t mark = -1;
 };
 
-// Keeps the system's timers precise to a millisecond while the result lives. Empty where they are
-// so by themselves.
+// Keeps the system's timers precise to a millisecond while the result lives. Returns null where
+// they are precise anyway.
 std::shared_ptr<void> HoldPreciseTimers();
 
 } // namespace kor

@@ -51,8 +51,8 @@ void WatchForSilentEnd(std::uintptr_t handle) {
   ::setsockopt(SocketOf(handle), IPPROTO_TCP, TCP_KEEPCNT, &kProbes, sizeof kProbes);
 }
 
-// The system sends no keep-alive while bytes are on their way. TCP_USER_TIMEOUT would end that, but
-// also a peer that lives and has closed its window: its machine is held.
+// The system sends no keep-alive while bytes are on their way. TCP_USER_TIMEOUT would end such a
+// connection, but also one to a live peer that has closed its window because its machine is held.
 bool HasEndedSilently(std::uintptr_t handle) {
   const auto info = InfoOf(handle);
   return info && info->tcpi_unacked > 0 && info->tcpi_retransmits > 1 && info->tcpi_snd_wnd > 0 &&
@@ -70,7 +70,7 @@ std::size_t WindowOf(std::uintptr_t handle) {
   return info ? info->tcpi_snd_wnd : std::numeric_limits<std::size_t>::max();
 }
 
-// A name without a file: it goes with the process, however that ends.
+// The name belongs to no file, so it goes when the process ends, however that happens.
 bool LineClaim::Take(const char* address) {
   Release();
   const int made = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);

@@ -1,5 +1,5 @@
 #include <winsock2.h>
-// The system's headers go after its sockets.
+// The system's headers must follow its sockets' header.
 #include <windows.h>
 
 #include <mmsystem.h>
@@ -16,7 +16,7 @@ namespace kor {
 const std::uint32_t kErrorNotOpen = ERROR_INVALID_HANDLE, kErrorInvalid = ERROR_INVALID_PARAMETER,
                     kErrorTimedOut = WSAETIMEDOUT;
 
-// A small send buffer: a write that finds it full waits, so that a closed window is noticed.
+// The send buffer is small so that a write that finds it full waits, which shows a closed window.
 void WatchForSilentEnd(std::uintptr_t handle) {
   constexpr u_long kIdle = 1000, kInterval = 400; // milliseconds; the system asks ten times
   tcp_keepalive values{1, kIdle, kInterval};
@@ -28,12 +28,13 @@ void WatchForSilentEnd(std::uintptr_t handle) {
                reinterpret_cast<const char*>(&buffer), sizeof buffer);
 }
 
-// The system gives up by itself, after five repetitions.
+// The system gives up by itself after five repetitions.
 bool HasEndedSilently(std::uintptr_t) {
   return false;
 }
 
-// The system doesn't tell; the port counts what it has given and not got back.
+// The system doesn't report these counts; the port itself counts what it has handed over and what
+// was acknowledged.
 SocketQueue QueueOf(std::uintptr_t) {
   return {};
 }

@@ -1,5 +1,5 @@
 // The telnet framing under RFC 2217: data bytes, options that one side offers and the other
-// accepts, and sub-negotiations. Plain state, no sockets; used by one thread.
+// accepts, and sub-negotiations. Holds plain state and no sockets; used by one thread.
 #pragma once
 
 #include <array>
@@ -16,7 +16,7 @@ inline constexpr std::uint8_t kSubEnd = 240, kSubBegin = 250, kWill = 251, kWont
 inline constexpr std::uint8_t kBinary = 0, kSuppressGoAhead = 3, kComPort = 44; // options
 } // namespace telnet
 
-// What a stream brings, in its order.
+// Receives what a stream brings, in order.
 class TelnetSink {
  public:
   virtual ~TelnetSink() = default;
@@ -30,8 +30,8 @@ class TelnetDecoder {
   static constexpr std::size_t kMostPayload = 255; // a longer sub-negotiation isn't told
   static constexpr std::size_t kMostSkipped = 4096;
 
-  // Takes the stream in pieces of any size. False, from then on, when a sub-negotiation doesn't end
-  // within kMostSkipped bytes: what follows can't be told from data.
+  // Takes the stream in pieces of any size. Once a sub-negotiation is longer than kMostSkipped
+  // bytes beyond the payload, the result stays false, because what follows can't be told from data.
   bool Decode(std::span<const std::uint8_t> bytes, TelnetSink& sink);
 
  private:
@@ -47,12 +47,13 @@ class TelnetDecoder {
   std::size_t skipped = 0; // its bytes beyond the payload
 };
 
-// The data with its 0xFF doubled.
+// Appends the data with each 0xFF doubled.
 void AppendEscaped(std::string& to, std::span<const std::uint8_t> data);
 void AppendSubNegotiation(std::string& to, std::uint8_t option, std::string_view payload);
 
-// The options that hold. Answers what changes something and refuses each foreign option once, so
-// that two sides can't answer each other for ever; the number of answers is bounded as well.
+// Keeps the options that are on. It answers only what changes something and refuses each unknown
+// option once, so that two sides can't answer each other for ever. The number of answers is limited
+// as well.
 class TelnetOptions {
  public:
   // Answers and offers are appended to out, which outlives this object.
