@@ -1,4 +1,4 @@
-// The file checksum by each of its methods, beside liblzma's CRC-64 on the same bytes.
+// Measures the file checksum with each of its methods, beside liblzma's CRC-64 on the same bytes.
 #include <benchmark/benchmark.h>
 #include <lzma.h>
 

@@ -1,5 +1,5 @@
-// The dictionary at start-up and at work: loading 20,000 texts in 8 languages in run mode, looking
-// numbers up, expanding a caption.
+// Measures the dictionary at start-up and at work: loading 20,000 texts in 8 languages in run mode,
+// looking numbers up, and expanding a caption.
 #include <benchmark/benchmark.h>
 
 #include "services/dictionary/text_holder.h"
@@ -11,8 +11,8 @@ namespace {
 constexpr std::int32_t kTexts = 20000;
 constexpr std::size_t kLanguages = 8;
 
-// Sentences of made-up words, about as long as the shipped texts, that repeat as little as real
-// ones.
+// Makes sentences of invented words, about as long as the shipped texts and with as little
+// repetition as real ones.
 class Babbler {
  public:
   KorText Sentence() {

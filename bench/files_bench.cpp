@@ -1,7 +1,7 @@
-// Compressing and restoring of NC text by korfile, beside pigz -6 with as many threads: whole
-// programs, from file to file, with the peak of their memory. Both put the result on the disk
-// before they end (pigz with -Y). The shortest of the runs counts: other work on the machine only
-// adds.
+// Measures korfile compressing and restoring NC text, beside pigz -6 with as many threads. The
+// programs run as wholes, from file to file, and the peak of their memory is measured. Both put the
+// result on the disk before they end (pigz with -Y). The shortest of the runs counts, because other
+// work on the machine can only add time.
 #include <benchmark/benchmark.h>
 #include <spawn.h>
 #include <sys/resource.h>
@@ -35,7 +35,7 @@ class Samples {
   std::uint64_t SizeOf(const std::string& path) {
     return app.FileAttributes(KorText::FromUtf8(path)).value_or(FileInfo()).size;
   }
-  // Lines of a cutting program up to the size, the same for every run.
+  // Writes lines of a cutting program up to the size, the same for every run.
   std::string Text(std::uint64_t mebibytes) {
     const std::string path = Path("text" + std::to_string(mebibytes));
     if (SizeOf(path) == 0) WriteText(path, mebibytes * kMiB);
@@ -92,7 +92,7 @@ std::string Threads() {
 
 using Words = std::vector<std::string>;
 
-// Runs a program on plain text of the size; `packed` is the compressed file of the two.
+// Runs a program on plain text of the size; packed is the compressed file of the two.
 void Measure(benchmark::State& state, const Words& words, std::uint64_t size,
              const std::string& packed) {
   double shortest = 0, peak = 0;

@@ -1,5 +1,5 @@
-// Settings files of many keys: reading and writing all of them in one section, and as many sections
-// of one key. The time for a key stays the same however many there are.
+// Measures settings files of many keys: reading and writing all of them in one section, and as many
+// sections of one key. The time for a key must not depend on their number.
 #include <benchmark/benchmark.h>
 
 #include "services/ini/ini_file.h"
@@ -8,7 +8,7 @@
 namespace kor {
 namespace {
 
-// An item for each key; with sections of one key each, or all keys in one section.
+// Makes an item for each key, with all keys in one section or each key in its own.
 void AddItems(iniFile& file, std::vector<std::int32_t>& values, bool sections) {
   for (std::size_t i = 0; i < values.size(); ++i) {
     const KorText number = KorText::Format(u"%i", i);

@@ -41,7 +41,7 @@ void Row(const std::string& what, double value, const char* unit, double most = 
   table.Row(what, value, unit, {most, least});
 }
 
-// A screen that takes what is drawn.
+// Screen: a terminal that takes what is drawn.
 class Screen {
  public:
   explicit Screen(const std::string& link) {
@@ -67,7 +67,7 @@ class Screen {
   std::thread thread;
 };
 
-// Gives the median, in milliseconds.
+// Returns the median, in milliseconds.
 double TurnAround(const std::string& programs, bool withTrace, bool withMonitor,
                   std::size_t bytes) {
   const HostFolders folders(programs);
@@ -92,7 +92,7 @@ double TurnAround(const std::string& programs, bool withTrace, bool withMonitor,
 }
 
 // Measures the same pseudo-terminal first with a process that only sends back what it gets, which
-// shows what the system itself takes, then with the host. Gives the former, in milliseconds.
+// shows what the system itself takes, then with the host. Returns the former, in milliseconds.
 double BesideAnEcho(const std::string& programs, int rounds) {
   const HostFolders folders(programs);
   Controller controller(folders.Line());
@@ -111,7 +111,7 @@ double BesideAnEcho(const std::string& programs, int rounds) {
   return echo;
 }
 
-// Gives the share that a process reaches which only sends back what it gets, in exchanges as long
+// Returns the share that a process reaches which only sends back what it gets, in exchanges as long
 // as those of a download.
 double EchoShare(const std::string& programs, int baud, std::size_t bytes) {
   constexpr std::size_t kExchange = 110; // an acknowledgement and a frame
@@ -177,7 +177,7 @@ void NceThroughRelay(const std::string& programs, int baud, const std::string& t
 }
 
 // Sends the text with another program. sender and receiver are command lines; the receiver's file
-// appears as `got` in its folder. Gives the seconds that the line was active.
+// appears as `got` in its folder. Returns the seconds that the line was active.
 double SendWithOthers(int baud, const std::string& text, const std::vector<std::string>& sender,
                       const std::vector<std::string>& receiver, const std::string& got) {
   const support::TemporaryFolder folder;

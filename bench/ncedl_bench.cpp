@@ -1,6 +1,7 @@
-// What runs in one process, measured with Google Benchmark and printed as rows of the common table:
-// of each benchmark the rate when it reports bytes or items, else the time, the median of repeated
-// ones; then its own counters. Exit code 1 when a target is missed or a benchmark failed.
+// Runs the benchmarks that need one process only, with Google Benchmark, and prints rows of the
+// common table. Each benchmark's row has its rate when it reports bytes or items, else its time, as
+// the median of repeated runs; its own counters follow. Exit code 1 when a target is missed or a
+// benchmark failed.
 //   ncedl_bench [Google Benchmark's options]
 #include <benchmark/benchmark.h>
 

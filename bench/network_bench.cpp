@@ -1,6 +1,6 @@
-// Measures ncedl-console on a line over the network: ser2net on a pseudo-terminal, and beside it a
-// bare socket and pySerial's client, which send back what they get, on the same server. Prints a
-// table; exit code 1 when a target is missed.
+// Measures ncedl-console on a line over the network: ser2net on a pseudo-terminal. A bare socket
+// and pySerial's client, which send back what they get, are measured beside it on such servers.
+// Prints a table; exit code 1 when a target is missed.
 //   network_bench PROGRAMS-FOLDER [--quick]
 #include <array>
 #include <fstream>
@@ -39,7 +39,7 @@ std::string TcpPort(Client client) {
   return std::to_string(47311 + static_cast<int>(client));
 }
 
-// ser2net on the far end of a controller's line.
+// Starts ser2net on the far end of a controller's line.
 std::unique_ptr<Process> StartServer(const std::string& file, Client client,
                                      const std::string& device, int baud) {
   std::ofstream(file) << "connection: &line\n  accepter: "
@@ -76,7 +76,7 @@ void NamePort(const HostFolders& folders, const std::string& address) {
     throw std::runtime_error("ncedl-setup");
 }
 
-// One client on a line of its own; without a byte time the far end isn't paced.
+// Line: one client on a line of its own. Without a byte time the far end isn't paced.
 struct Line {
   Line(const std::string& programs, Client client, int baud, std::chrono::nanoseconds byteTime)
       : folders(programs), controller(folders.Line(), byteTime) {

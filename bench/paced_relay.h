@@ -1,4 +1,4 @@
-// PacedRelay: two pseudo-terminals joined as if by a cable between two computers. What one program
+// PacedRelay: joins two pseudo-terminals like a cable between two computers. What one program
 // writes to one far end comes out at the other, no faster than a line of the given speed carries
 // it. Owned by the benchmark; a thread per direction does the work.
 #pragma once
@@ -17,7 +17,8 @@ namespace kor::bench {
 
 using Clock = std::chrono::steady_clock;
 
-// Waits until the moment, to a few microseconds: asleep until shortly before, then awake.
+// Waits until the moment, to within a few microseconds. Sleeps until shortly before it and then
+// spins.
 void WaitPrecisely(PseudoTerminal& terminal, Clock::time_point until, bool forInput);
 
 class PacedRelay {
@@ -30,8 +31,8 @@ class PacedRelay {
   PacedRelay& operator=(const PacedRelay&) = delete;
 
   void StartCounting(); // forgets what has passed
-  // From the arrival of the first byte to that of the last, in both directions together, in
-  // seconds.
+  // Returns the seconds from the arrival of the first byte to that of the last, in both directions
+  // together.
   double ActiveSeconds() const;
   std::uint64_t BytesToRight() const { return counts[0]; }
   std::uint64_t BytesToLeft() const { return counts[1]; }

@@ -1,12 +1,12 @@
-// The table of benchmarks that scripts/bench shows: a row per value, with its target and whether
-// the target is met. Owned by the benchmark's main; one thread.
+// The table of benchmarks that scripts/bench shows: a row for each value, with its target and
+// whether the target is met. Owned by the benchmark's main; one thread.
 #pragma once
 
 #include <string>
 
 namespace kor::bench {
 
-// What a value has to be: at most or at least a limit above 0; 0 is none.
+// The limit that a value has to keep, above 0; 0 means none.
 struct Target {
   double most = 0;
   double least = 0;

@@ -1,5 +1,5 @@
-// What the line benchmarks share: the controller's end of a pseudo-terminal, a host on the other,
-// and what a process costs. Owned by the benchmark's main; one thread.
+// What the line benchmarks share: the controller's end of a pseudo-terminal, a host on the other
+// end, and what a process costs. Owned by the benchmark's main; one thread.
 #pragma once
 
 #include <signal.h>
@@ -28,12 +28,13 @@ inline double Seconds(Clock::duration span) {
 }
 
 std::chrono::nanoseconds ByteTime(int baud);
-// NC text of at least so many bytes, in lines of the usual length.
+// Returns NC text of at least so many bytes, in lines of the usual length.
 std::string NcText(std::size_t bytes);
 
-// The controller's end of the line, ready with its next request the moment a reply is complete.
-// With a byte time it keeps the line's speed in both directions, by a clock that stands still while
-// this program is late for a moment it waited for: what is lost by that clock is the host's doing.
+// Controller: the controller's end of the line, ready with its next request the moment a reply is
+// complete. With a byte time it keeps the line's speed in both directions. Its clock stands still
+// while this program is late for a moment that it waited for, so what is lost by that clock is the
+// host's doing.
 class Controller {
  public:
   struct Reply {
@@ -48,7 +49,7 @@ class Controller {
     if (!terminal) throw std::runtime_error(error.ToUtf8());
   }
 
-  // Returns when the request's last byte reached the host.
+  // Returns the moment when the request's last byte reached the host.
   Clock::time_point Send(std::string_view request) {
     WaitUntil(std::max(lineTime, Now()) + byteTime * static_cast<std::int64_t>(request.size()));
     const Clock::time_point sent = Now();
@@ -59,7 +60,7 @@ class Controller {
     return sent;
   }
 
-  // One line; empty when nothing comes.
+  // Returns one line, or an empty one when nothing comes.
   Reply Receive(Clock::duration atMost = std::chrono::seconds(30)) {
     const Clock::time_point until = Now() + atMost;
     std::size_t end = 0;
@@ -92,7 +93,8 @@ class Controller {
     lateness += Now() - moment;
   }
 
-  // Asleep while nothing comes: awake, it would keep the host from the processor that wakes it.
+  // This sleeps while nothing comes: awake, it would keep the host from the processor that wakes
+  // it.
   void ReadSome(Clock::time_point until) {
     std::array<std::uint8_t, 4096> piece{};
     std::size_t got = 0;
@@ -117,7 +119,7 @@ class Controller {
   std::uint64_t count = 0;
 };
 
-// The command with the device as its standard input and output.
+// Returns the command with the device as its standard input and output.
 inline std::vector<std::string> OnTerminal(const std::string& device,
                                            std::vector<std::string> command) {
   command.insert(command.begin(), {"sh", "-c", "exec \"$@\" <>\"$0\" >&0", device});
@@ -126,7 +128,8 @@ inline std::vector<std::string> OnTerminal(const std::string& device,
 
 class Host {
  public:
-  // Piped, or on the terminal of a screen; program: "ncedl-console", or the window, "ncedl".
+  // Starts the program "ncedl-console", or the window, "ncedl", with pipes or on the terminal of a
+  // screen.
   explicit Host(const support::HostFolders& folders, const std::string& terminal = {},
                 const std::string& program = "ncedl-console") {
     std::vector<std::string> command = folders.Program(program);
@@ -149,30 +152,30 @@ class Host {
   std::unique_ptr<support::Process> process;
 };
 
-// Asks for the line test until the host answers; what came before is dropped.
+// Asks for the line test until the host answers, and drops what came before.
 void AwaitHost(Controller& controller);
-// Fetches a program of so many bytes and hands every frame's turn-around to the function.
+// Fetches a program of so many bytes and hands each frame's turn-around to the function.
 void Fetch(Controller& controller, const std::string& number, std::size_t bytes,
            const std::function<void(double)>& onFrame = {});
-// Milliseconds from the start of a host's process to the first request that it serves, the median
-// of 11.
+// Returns the milliseconds from the start of a host's process to the first request that it serves,
+// as the median of 11.
 double StartToServing(const std::string& programs, const std::string& program);
 
-// Milliseconds from the request to the first byte of its reply, for so many requests, sorted.
+// Returns the milliseconds from each request to the first byte of its reply, sorted.
 std::vector<double> TurnArounds(Controller& controller, std::string_view request, int rounds);
-// The share of the time that the line is busy while the exchanges run, in percent.
+// Returns the share of the time that the line is busy while the exchanges run, in percent.
 double BusyShare(Controller& controller, int baud, const std::function<void()>& exchanges);
 
 double Quantile(const std::vector<double>& sorted, double q);
-// Time on a processor of all threads of a process, or of its first one, in seconds.
+// Returns the processor time of all threads of a process, or only of its first one, in seconds.
 double ProcessorSeconds(pid_t id, bool onlyFirst = false);
-// How often the threads of a process have gone to sleep, and so been woken.
+// Returns how often the threads of a process have gone to sleep, and so been woken.
 double Sleeps(pid_t id);
-// A line of /proc/ID/status, such as "VmRSS".
+// Reads a line of /proc/ID/status, such as "VmRSS".
 double MemoryMegabytes(pid_t id, std::string_view field);
 
-// Runs a benchmark whose arguments are PROGRAMS-FOLDER [--quick] and gives its exit code: that of
-// `run`, or 2 when the arguments are wrong or `run` throws.
+// Runs a benchmark whose arguments are PROGRAMS-FOLDER [--quick] and returns its exit code: that of
+// run, or 2 when the arguments are wrong or run throws.
 int LineBenchMain(const char* name, int argc, char** argv,
                   int (*run)(const std::string& programs, bool isQuick));
 

@@ -1,4 +1,4 @@
-// Measures the window from outside, as a process on a pseudo-terminal and on the display there is.
+// Measures the window from outside, as a process on a pseudo-terminal and on the present display.
 // Prints a table; exit code 1 when a target is missed. What the display server spends is not
 // counted.
 //   window_bench PROGRAMS-FOLDER [--quick]
@@ -57,7 +57,7 @@ void Measure(const std::string& programs, bool withMonitor, std::size_t bytes, i
   Controller controller(folders.Line(), ByteTime(kBaud));
   const Host host(folders, {}, "ncedl");
   AwaitHost(controller);
-  // Of the controller, for each frame: what holds the worker up shows in them.
+  // The controller's waits for its frames show whatever holds the worker up.
   std::vector<double> waits;
   {
     const Spent spent(host.Id());

@@ -1,11 +1,11 @@
-// The demonstration: ncedl-console, or the window, on one end of a pseudo-terminal, nce-controller
-// on the other, each a process of its own. Exit code 0 only when every byte that travelled was
-// right.
+// The demonstration: ncedl-console, or the window, on one end of a pseudo-terminal and
+// nce-controller on the other, each in its own process. Exit code 0 only when every byte that
+// travelled was right.
 //   ncedl-demo                     the console at 115200 baud
 //   ncedl-demo --quick [PROGRAMS SAMPLES]   the same with a small program in place of the large
 //                                  one, and with other folders than those it was built with
 //   ncedl-demo --windows PROGRAMS  as --quick, with the Windows console of that folder, under Wine
-//   ncedl-demo --window [FOLDER]   the window on the display there is, its pictures in FOLDER
+//   ncedl-demo --window [FOLDER]   the window on the present display, its pictures in FOLDER
 #include <cstdio>
 #include <filesystem>
 #include <memory>
@@ -73,7 +73,7 @@ class ConsoleDemo : private LineRun {
     QuitHost();
   }
 
-  // The record of the first run stands where its text profile stood.
+  // The first run's record stands where its text profile stood.
   void ServeFromStoredSettings() {
     StartHost();
     host->Type("settings");
@@ -105,7 +105,7 @@ class ConsoleDemo : private LineRun {
 
   void StartHost(const Texts& arguments = {}) {
     host = folders.Start("ncedl-console", arguments);
-    // The port is open when the status stands; the line is the controller's from its start.
+    // The port is open once the status is shown; the line is the controller's from its start.
     if (!host->Expect(" 1 Waiting...\n"))
       throw std::runtime_error("ncedl-console: " + host->Diagnostics());
   }

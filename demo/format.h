@@ -1,4 +1,4 @@
-// Format: printf's formats as texts, for what the demonstrations write. Any thread.
+// Format: makes texts with printf's formats, for what the demonstrations write. Any thread.
 #pragma once
 
 #include <array>
@@ -7,7 +7,7 @@
 
 namespace kor::demo {
 
-// At most 255 characters.
+// Returns at most 255 characters.
 inline std::string Format(const char* format, auto... values) {
   std::array<char, 256> text{};
   std::snprintf(text.data(), text.size(), format, values...);

@@ -37,7 +37,7 @@ std::string Frame(const std::string& block) {
   return Format("%02X", static_cast<unsigned>(block.size())) + block + Format("%02X", sum);
 }
 
-// Whole lines, each with "!", until a block is longer than 99 characters.
+// Joins whole lines, each with "!", until a block is longer than 99 characters.
 Texts Frames(const std::string& program) {
   Texts frames;
   std::string block;
@@ -52,7 +52,7 @@ Texts Frames(const std::string& program) {
   return frames;
 }
 
-// The bytes of one side in the file of nce-controller --record, from a place in it on.
+// Returns the bytes of one side in the file of nce-controller --record, from a place in it on.
 Traffic ReadRecord(const std::string& path, std::size_t from) {
   Traffic traffic;
   std::string* side = nullptr;
@@ -205,7 +205,7 @@ std::string LineRun::Fetch(const std::string& number, const Texts& names) const 
 }
 
 void LineRun::Step(const std::string& what, const std::string& command, const Traffic& expected) {
-  // Sooner, its line would count the first byte as having left right after the last one.
+  // Any sooner, the line would count the first byte as having left right after the last one.
   std::this_thread::sleep_for(Milliseconds(10));
   const std::size_t from = ReadWholeFile(record).size();
   const std::string json = Command(command);

@@ -1,6 +1,6 @@
-// LineRun: a controller on a pseudo-terminal that does what it is told, step by step, while a host
-// serves it. Every byte that travels is compared with what has to travel; this has its own idea of
-// the protocol for that. Prints a line for each step. Owned by a demonstration; one thread.
+// LineRun: plays a controller on a pseudo-terminal step by step, while a host serves it. Every byte
+// that travels is compared with what has to travel, by this class's own idea of the protocol.
+// Prints a line for each step. Owned by a demonstration; one thread.
 #pragma once
 
 #include <cstdint>
@@ -22,7 +22,7 @@ struct Traffic {
   void Request(std::string_view line) { fromController += std::string(line) + "\r"; }
   void Reply(std::string_view line) { fromHost += std::string(line) + "\r"; }
   void Exchange(std::string_view request, std::string_view reply);
-  // refused: how often the first frame is refused.
+  // refused is how often the first frame is refused.
   void Download(const std::string& request, const std::string& found, const std::string& begins,
                 const Texts& frames, int refused = 0);
   void Upload(const std::string& number, const Texts& frames);
@@ -30,15 +30,15 @@ struct Traffic {
 
 class LineRun {
  public:
-  // programs: the folder of the built ones. windows: where the host runs, if not here. Throws
-  // std::runtime_error when the controller doesn't start.
+  // programs is the folder of the built programs; windows says where the host runs, if not here.
+  // Throws std::runtime_error when the controller doesn't start.
   LineRun(const std::string& programs, const std::string& samples, int baud,
           std::shared_ptr<const support::WindowsSystem> windows = nullptr);
   virtual ~LineRun() = default;
 
  protected:
   void Begin() const; // the heading
-  // Ends the controller and prints the sums; the exit code.
+  // Ends the controller, prints the sums and returns the exit code.
   int End();
   void PutPrograms(std::size_t largeSize); // the samples, 123.MPG and the large 0001000.MPG
 
@@ -50,11 +50,11 @@ class LineRun {
   void Check(const std::string& what, bool holds);
   void Report(const std::string& what, const std::string& fault, const std::string& figures);
 
-  // The JSON line that answers a command; its progress bar goes to the terminal.
+  // Returns the JSON line that answers a command; its progress bar goes to the terminal.
   std::string Command(const std::string& command);
   virtual void WhileItRuns() {} // several times a second
   Texts FramesOf(const std::string& name) const;
-  // nce-controller compares what it got with the files.
+  // Has nce-controller compare what it got with the files.
   std::string Fetch(const std::string& number, const Texts& names) const;
 
   const support::HostFolders folders;

@@ -1,5 +1,5 @@
-// Takes a picture of every window in every state, in the languages named; with sizes, of the main
-// window's states alone, once in each.
+// Takes a picture of every window in every state, in the languages named. With sizes, takes
+// pictures of the main window's states only, each at each size.
 //   ncedl-pictures FOLDER [WIDTHxHEIGHT...] LANGUAGE...
 #include <cstdio>
 #include <filesystem>

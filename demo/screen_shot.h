@@ -1,4 +1,4 @@
-// Pictures of windows as they stand on the screen. One source file per toolkit.
+// Takes pictures of windows as they stand on the screen. Each toolkit has its own source file.
 #pragma once
 
 #include <string>
@@ -7,9 +7,9 @@
 
 namespace kor {
 
-// With the frame that the window manager draws, in the pixels of the display, whatever the scaling.
-// file has no extension yet: ".png" where the toolkit can write it, else ".bmp". False when it
-// could not be taken or written.
+// Writes the window with the frame that the window manager draws, in the display's pixels, whatever
+// the scaling. file has no extension yet: it gets ".png" where the toolkit can write that, else
+// ".bmp". False when the picture could not be taken or written.
 bool Shoot(const wxTopLevelWindow& window, const std::string& file);
 
 } // namespace kor

@@ -61,7 +61,7 @@ class WindowDemo : private LineRun {
     WriteWholeFile(fs::path(folders.SettingsFile()).replace_filename("NCE.window"),
                    "[Shown]\nservice=1\nmonitor=1\n");
     support::ProcessOptions options = folders.Options();
-    // The user's permission to use the display is in the home folder, and that is another now.
+    // The user's permission to use the display is in the home folder, which is another one now.
     if (const char* const home = std::getenv("HOME"); home && !std::getenv("XAUTHORITY"))
       options.environment["XAUTHORITY"] = std::string(home) + "/.Xauthority";
     window = std::make_unique<Process>(folders.Program("ncedl"), options);
@@ -96,7 +96,7 @@ class WindowDemo : private LineRun {
     Shoot(name);
   }
 
-  // In the middle of the next step.
+  // Takes the picture in the middle of the next step.
   void ShootAfter(Clock::duration delay, const std::string& name) {
     picture = name;
     pictureTime = Clock::now() + delay;

@@ -50,7 +50,7 @@ StatusView ViewOf(LinkStatus code, std::int64_t bytes, std::int64_t size) {
 
 } // namespace
 
-// With settings as a workshop has them, and no line.
+// Makes a link with settings as a workshop has them, and no line.
 class WindowScenes::SceneApp : public NCEApp {
  public:
   explicit SceneApp(const EngineServices& lent) : NCEApp(lent, {}) {
@@ -125,7 +125,7 @@ bool WindowScenes::Walk(std::uint32_t seed, int steps,
   return loaded;
 }
 
-// As a user has it, who can't leave the screen.
+// Shows the window the way a user has it, who can't leave the screen.
 void WindowScenes::SetInside(const wxSize& size) {
   wxSize inside = window->FromDIP(size);
   inside.DecTo(ScreenRoom(*window));
@@ -133,7 +133,7 @@ void WindowScenes::SetInside(const wxSize& size) {
   window->SetClientSize(inside);
 }
 
-// Small windows more often than large ones.
+// Chooses small windows more often than large ones.
 void WindowScenes::Step(const std::function<std::uint32_t(std::uint32_t)>& pick) {
   static constexpr LinkStatus kStates[] = {
       LinkStatus::NoLink,           LinkStatus::Waiting,         LinkStatus::Downloading,
@@ -227,7 +227,7 @@ void WindowScenes::LookAtModal(std::string_view name, const std::function<void()
   run();
 }
 
-// A check box, or a heading that folds what is below it.
+// Presses a check box, or a heading that folds what is below it.
 void WindowScenes::Press(int number) {
   wxWindow* const control = window->FindWindow(number);
   if (auto* const box = dynamic_cast<wxCheckBox*>(control)) {
@@ -256,8 +256,7 @@ void WindowScenes::AddJob(LinkStatus code, int number) {
       {code, StatusText(code, facts, {}), facts.fileName, App().LocalTime(), {}, facts.bytesDone});
 }
 
-// --- Scenes
-// --------------------------------------------------------------------------------------------
+// --- Scenes ---
 
 void WindowScenes::PlayStates() {
   using enum LinkStatus;

@@ -1,6 +1,6 @@
-// WindowScenes: every window of the program in every state worth looking at, on fakes of the
-// system, so that it looks the same each time. For the pictures, and for what is measured on all
-// windows. Window's thread.
+// WindowScenes: shows every window of the program in every state worth looking at. It runs on fakes
+// of the system, so that the windows look the same each time, and serves the pictures and what is
+// measured on all windows. Window's thread.
 #pragma once
 
 #include <cstdint>
@@ -19,21 +19,22 @@ namespace kor::demo {
 
 class WindowScenes {
  public:
-  // Called with each window while it stands as it is to be seen, and the scene's name.
+  // Called with each window while it is ready to be seen, and the scene's name.
   using Look = std::function<void(wxTopLevelWindow& window, std::string_view name)>;
 
-  // dictionary: path of the file that holds the texts. settle: milliseconds that the desktop is
-  // given to show what has changed.
+  // dictionary is the path of the file that holds the texts. settle is the time in milliseconds
+  // that the desktop gets to show what has changed.
   WindowScenes(const KorText& dictionary, int settle);
   ~WindowScenes();
 
   static std::span<const char16_t* const> Languages(); // codes such as "de-DE"
-  // All scenes in one of them, each looked at. False when the texts can't be loaded.
+  // Shows all scenes in one of the languages and has each looked at. False when the texts can't be
+  // loaded.
   bool Play(const KorText& language, const Look& look);
-  // The states alone, in a window whose inside has that size.
+  // Shows only the states, in a window whose client area has that size.
   bool PlayAt(const wxSize& size, const KorText& language, const Look& look);
-  // From one size, fold, size of letters, language and state to another, as the seed has it; each
-  // step is looked at. setLetters is given a size relative to the usual one.
+  // Walks from one size, fold, size of letters, language and state to another, as the seed says,
+  // and has each step looked at. setLetters gets a size relative to the usual one.
   bool Walk(std::uint32_t seed, int steps, const std::function<void(double)>& setLetters,
             const Look& look);
 
@@ -58,7 +59,7 @@ class WindowScenes {
   void PlayForms();
   void PlayMessages();
 
-  // The toolkit expects one to be active, also where this waits for the desktop itself.
+  // The toolkit expects an active one, also where this class itself waits for the desktop.
   wxGUIEventLoop loop;
   const wxEventLoopActivator active{&loop};
   TestApp system;

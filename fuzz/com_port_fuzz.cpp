@@ -1,7 +1,8 @@
-// Random bytes as what a device server says: whatever they are, the memory that they take is
-// bounded, nobody answers for ever, and where the network cuts the stream makes no difference.
+// Takes random bytes as what a device server says. Whatever they are, the memory that they take is
+// limited, neither side answers for ever, and it makes no difference where the network cuts the
+// stream.
 //
-// The first byte is the length of the pieces; 0: one piece.
+// The first byte is the length of the pieces; 0 means one piece.
 #include <algorithm>
 #include <string>
 
@@ -14,7 +15,7 @@ namespace {
 
 using Answer = ComPortClient::Answer;
 
-// Everything that a port learns of the stream.
+// Everything that a port learns from the stream.
 struct Heard {
   bool isGood = true;
   std::string data, output;

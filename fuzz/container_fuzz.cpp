@@ -1,6 +1,6 @@
-// Feeds arbitrary bytes to everything that reads compressed data: whole containers through their
-// description and their restoring, buffers of both types, and the legacy decoder. The first byte
-// picks one, so that the seeds of each stay apart.
+// Feeds arbitrary bytes to everything that reads compressed data: whole containers, described and
+// restored, buffers of both types, and the legacy decoder. The first byte chooses one, so that the
+// seeds of each stay apart.
 #include "files/compressed_file.h"
 #include "files/legacy_codec.h"
 #include "fuzz/fuzz_target.h"
@@ -9,7 +9,7 @@ namespace kor {
 
 namespace {
 
-// What the layout says must be what comes out, whatever the number of workers.
+// The restored bytes must be what the layout says, whatever the number of workers.
 void TryContainer(FuzzInput bytes) {
   SimpleFile file;
   Require(file.OpenMemory(kFileRead, VoidBuffer(bytes)), "a container in memory opens");
@@ -36,7 +36,7 @@ void TryBuffer(FuzzInput bytes) {
 }
 
 void TryLegacy(FuzzInput bytes) {
-  // Lengths beyond what fits are zeros only; a few megabytes tell as much as two gigabytes.
+  // Lengths beyond what fits are only zeros, and a few megabytes tell as much as two gigabytes.
   if (bytes.size() >= 4 && bytes[3] != 0 && bytes[3] < 0x80) return;
   std::int32_t declared = 0;
   const VoidBuffer output = DecodeLegacyBuffer(bytes, declared);

@@ -13,8 +13,8 @@ namespace kor {
 
 using FuzzInput = std::span<const std::uint8_t>;
 
-// One input, any bytes. The services live as long as the process; what was reported is forgotten
-// afterwards.
+// Tries one input, which may be any bytes. The services live as long as the process; what was
+// reported is forgotten after each input.
 void TryInput(TestApp& app, FuzzInput bytes);
 
 inline void Require(bool holds, const char* what) {

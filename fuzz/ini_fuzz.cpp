@@ -1,5 +1,5 @@
-// Random bytes as a settings file: whatever they are, reading ends, and what is written into it is
-// read back.
+// Takes random bytes as a settings file. Whatever they are, reading ends, and what is written into
+// the file is read back.
 #include "fuzz/fuzz_target.h"
 #include "services/ini/ini_file.h"
 

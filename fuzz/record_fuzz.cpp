@@ -1,6 +1,6 @@
-// Any bytes as a record file: reading them ends in an error or in objects that can be written and
-// read again, and the inspector describes them. The first byte chooses how they are read, the rest
-// is the file.
+// Takes any bytes as a record file. Reading them ends in an error or in objects that can be written
+// and read again, and the inspector describes them. The first byte chooses how they are read; the
+// rest is the file.
 #include "fuzz/fuzz_target.h"
 #include "tests/support/record_samples.h"
 #include "tools/korfile/record_inspector.h"

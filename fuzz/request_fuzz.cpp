@@ -1,8 +1,8 @@
-// Random bytes on the line, in pieces, against the whole request handling, while the line and the
-// user do what they like: whatever they are, nothing breaks, nothing is written outside the upload
-// folder, and the next good request is answered.
+// Sends random bytes over the line, in pieces, to the whole request handling, while the line and
+// the user do what they like. Whatever happens, nothing breaks, nothing is written outside the
+// upload folder, and the next good request is answered.
 //
-// The first byte switches the special features; after it, FF ends a piece that is delivered at
+// The first byte switches the special features. After it, FF ends a piece that is delivered at
 // once, FE lets a second pass, and FD has the byte after it choose an event.
 #include <functional>
 #include <memory>
@@ -33,7 +33,7 @@ struct Workshop {
     services.Put(down + u"H0000001.C23", u"N1\n");
     services.MakeFolder(up);
   }
-  // As they are at first, whatever the input before has stored.
+  // Restores the files to their first state, whatever the input before has stored.
   void PutSettings() {
     for (const char16_t* name : {u"settings/NCE.INI", u"settings/500.INI"})
       services.Put(services.Path(name),
@@ -71,7 +71,8 @@ class Host {
   }
   std::string TakeWritten() { return port.TakeWritten(); }
 
-  // Something that the line or the user may do at any moment; the high half says how.
+  // Does something that the line or the user may do at any moment; the high half of the byte says
+  // how.
   void Happen(std::uint8_t what) {
     const int how = what >> 4;
     const bool on = how % 2 != 0;

@@ -1,5 +1,5 @@
-// Random bytes as a translation: what can't be taken as a whole changes nothing in the dictionary,
-// and what was taken can be saved and loaded.
+// Takes random bytes as a translation. One that can't be taken as a whole changes nothing in the
+// dictionary, and what was taken can be saved and loaded.
 #include "fuzz/fuzz_target.h"
 #include "tests/support/dictionary_samples.h"
 

@@ -1,4 +1,4 @@
-// Every exchange, disturbed at every byte that travels.
+// Disturbs every exchange at every byte that travels.
 #include <algorithm>
 
 #include "torture/host.h"
@@ -22,7 +22,8 @@ NamedProgram Named(const Host& host, const std::string& content,
   return {host.Path(name).ToBytes(), content};
 }
 
-// A download up to its first frame. A refusal then brings nothing, least of all a frame of before.
+// Runs a download up to its first frame. A refusal must then bring nothing, least of all a frame of
+// before.
 Script Preparation(const std::string& number, const std::string& nineDigits) {
   Script script;
   script.Ask("FH " + number, "&LP " + nineDigits).Begin("Download");
@@ -110,7 +111,7 @@ void Begin(const Exchange& exchange, Host& host) {
   host.link.Run();
 }
 
-// All of it; true: every reply was the right one, and the job is logged.
+// Runs all steps. True when every reply was right and the job is logged.
 void ExpectUndisturbed(const Exchange& exchange, Host& host, const Steps& steps) {
   host.ExpectServed();
   Begin(exchange, host);
@@ -127,8 +128,8 @@ bool IsData(const Step& step) {
   return step.line.find('!') != std::string::npos;
 }
 
-// The controller goes on with an upload that has ended at the host: it is refused up to its end
-// mark.
+// The controller goes on with an upload that has ended at the host. The host must refuse the rest
+// up to its end mark.
 void ExpectRestRefused(Host& host, const Steps& steps, const Place& place) {
   for (std::size_t i = place.inReply ? place.step + 1 : place.step; i < steps.size(); ++i) {
     if (!IsData(steps[i]) && i + 1 < steps.size()) continue;
@@ -144,7 +145,7 @@ std::vector<std::string> JobsOf(const Step& step) {
   return {step.job};
 }
 
-// also: what is logged beside what ran.
+// also: what is logged in addition to what ran.
 void ExpectBrokenOff(const Exchange& exchange, const Steps& steps, Host& host, const Place& place,
                      const std::vector<std::string>& also = {}) {
   const Step& before = Before(steps, place);
@@ -159,14 +160,14 @@ void ExpectBrokenOff(const Exchange& exchange, const Steps& steps, Host& host, c
   ExpectUndisturbed(exchange, host, steps);
 }
 
-// What has been sent by then is past; anything more would be too late.
+// What has been sent by then is in the past; anything more would come too late.
 std::string Cut(Host& host) {
   host.link.port.TakeWritten();
   return {};
 }
 
-// The device is pulled, and put back at once, soon or late; way 3: with the controller's XOFF still
-// in force. Way 4: the port is opened anew.
+// The device is pulled and put back at once, soon, or late. In way 3 the controller's XOFF is still
+// in force. In way 4 the port is opened again.
 constexpr std::size_t kPulledWays = 5;
 
 Disturbance Pull(Host& host, std::size_t way) {
@@ -249,7 +250,7 @@ void Held(const Exchange& exchange, const Steps& steps, Host& host, std::size_t 
 
 constexpr std::size_t kDamagedWays = 3;
 
-// Lines are not checked, so that a damaged one may be stored; but no other may be lost, doubled or
+// Lines are not checked, so a damaged one may be stored, but no other line may be lost, doubled or
 // cut.
 bool IsNearly(const std::string& whole, const std::string& stored) {
   const auto [at, other] = std::ranges::mismatch(whole, stored);

@@ -32,7 +32,7 @@ Host::Host(unsigned seed, int transmitDelay) : random(seed) {
              u"[Log]\nwrite log=1\nlog file=" + link.app.Path(kJobLog) + u"\n");
 }
 
-// Some hold what would be a request if it stood alone.
+// Some of these lines hold text that would be a request if it stood alone.
 std::string Host::Lines(const char* word) {
   constexpr const char* kRemarks[] = {"", " (DEPTH 5)", " (DH 3~end)", " FH 9", " XYZ", ">", "<"};
   std::string text;

@@ -1,4 +1,5 @@
-// One host with its folders, its controller and chance, in this process and on a hand-moved clock.
+// Host: one host with its folders, its controller and a source of chance, in this process and on a
+// hand-moved clock.
 #pragma once
 
 #include <random>
@@ -9,7 +10,7 @@
 
 namespace kor::torture {
 
-// What happens when a byte is about to travel, and after the link has come to rest.
+// The calls that a fault is put into: before a byte travels, and after the link has come to rest.
 struct Disturbance {
   std::function<std::string(char)> now; // what the controller sends instead
   std::function<void()> later;
@@ -23,25 +24,26 @@ class Host {
   std::size_t Below(std::size_t limit) { return random() % limit; }
   KorText Path(const KorText& name = u"0000007.MPG") const { return link.Folder() + name; }
 
-  // Goes on until a reply is not the one of the steps, and returns how many were.
+  // Goes on until a reply differs from the one of the steps, and returns how many were right.
   std::size_t Play(const Steps& steps, const Place& place = {}, const Disturbance& disturb = {});
   void PassTime(double seconds);
 
   std::string Stored(); // the program, as its readers see it
-  // The older or the newer program is there, and the newer if that was told.
+  // Requires the older or the newer program to be there, and the newer one if the host has said so.
   void ExpectWhole(bool acknowledged);
-  // The device is back, the clock goes on: the next good request is answered, and nothing is left
-  // of the exchange before. Parts whose name starts with "x." are not ours.
+  // Brings the device back and lets the clock go on. The next good request must be answered, and
+  // nothing may be left of the exchange before. Parts whose names start with "x." belong to
+  // somebody else.
   void ExpectServed();
-  // An exchange that the host could not go on with is over: the host is silent, and nothing runs or
-  // is kept.
+  // Requires an exchange that the host could not go on with to be over: the host is silent, and
+  // nothing runs or is kept.
   void ExpectForgotten();
-  // The first request after that, which nothing of what came before may spoil.
+  // Requires the first request after that to be served, whatever came before.
   void ExpectFirstRequestServed();
-  // The job log holds these lines, each with that text behind its date, and no others.
+  // Requires the job log to hold exactly these lines, each with that text behind its date.
   void ExpectJobs(const std::vector<std::string>& texts);
   void ExpectLastJob(const std::string& text);
-  // The next start serves, too, and nothing outside was touched.
+  // Requires the next start to serve, too, and nothing outside the folders to be touched.
   void ExpectTidy();
   void End();
 

@@ -1,5 +1,5 @@
-// Noise on the line, numbers that lead elsewhere, odd things in the folders, an end while the line
-// is held.
+// Sends noise over the line and numbers that lead elsewhere, puts odd things into the folders, and
+// ends the program while the line is held.
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -98,7 +98,7 @@ const std::pair<const char*, void (*)(const fs::path&)> kThings[] = {
     {"a folder", [](const fs::path& path) { fs::create_directories(path / "in it"); }},
     {"a pipe", [](const fs::path& path) { ::mkfifo(path.c_str(), 0600); }},
     {"a socket", MakeSocket},
-    // Only root can make a device; others get nothing there.
+    // Only root can make a device; other users get nothing in its place.
     {"a device",
      [](const fs::path& path) { ::mknod(path.c_str(), S_IFCHR | 0600, makedev(1, 5)); }},
     {"a link to a device", [](const fs::path& path) { fs::create_symlink("/dev/zero", path); }},
@@ -115,7 +115,7 @@ const std::pair<const char*, void (*)(const fs::path&)> kThings[] = {
     {"a line of 1 MiB", [](const fs::path& path) { Spread(path, 1ULL << 20); }},
 };
 
-// Where they stand; "cnc/" is the folder of the programs.
+// The places of the odd things; "cnc/" is the folder of the programs.
 constexpr const char* kPlaces[] = {
     "cnc/0000007.MPG",  "cnc/\xFF\xFE\n%s.MPG", "cnc/x.0123456789abcdef.ncedl-part",
     "settings/NCE.INI", "settings/NCE.log",     "jobs.log"};
@@ -147,7 +147,8 @@ void OddThing(unsigned seed, std::size_t position, std::size_t) {
     host.link.link->SetFeatures({0, start, 0, 0});
     host.End();
   }
-  // The settings follow a link, as the user wants them; what the controller sends never does.
+  // A link in the settings is followed, as the user wants it; what the controller sends never
+  // follows one.
   if (place.starts_with("cnc/")) {
     Require(!fs::exists(root / "cnc/nowhere"), "the target of a link was made");
     Require(host.link.app.Content(host.outside) == u"outside", "a link was followed");

@@ -1,4 +1,5 @@
-// Real programs at work, killed at random moments: what is on the disk then, and the next start.
+// Kills real programs at random moments of their work, and checks what is then on the disk and
+// whether the next start works.
 #include <signal.h>
 #include <unistd.h>
 
@@ -43,13 +44,13 @@ class Workshop {
     return text;
   }
 
-  // Within the time that the work takes undisturbed, or shortly after.
+  // Chooses a moment within the time that the work takes undisturbed, or shortly after.
   void WaitForMoment(Clock::duration whole) {
     const double share = static_cast<double>(Below(1200)) / 1000;
     std::this_thread::sleep_for(std::chrono::duration<double>(whole) * share);
   }
 
-  // A run to its end.
+  // Runs the program to its end.
   Clock::duration Run(const char* program, const Words& arguments, std::string* output = nullptr) {
     const auto begin = Clock::now();
     const ProcessPtr process = folders.Start(program, arguments);
@@ -59,7 +60,7 @@ class Workshop {
     return Clock::now() - begin;
   }
 
-  // A run that is killed on its way.
+  // Runs the program and kills it on its way.
   void RunKilled(const char* program, const Words& arguments, Clock::duration whole) {
     const ProcessPtr process = folders.Start(program, arguments);
     WaitForMoment(whole);
@@ -82,7 +83,7 @@ class Workshop {
     return host;
   }
 
-  // After a kill: the next host serves, and nothing but programs is in its folders.
+  // Requires the next host after a kill to serve, and nothing but programs to be in its folders.
   void ExpectServed() {
     fs::remove(folders.Line());
     const ProcessPtr controller = StartController(), host = StartHost();
@@ -157,7 +158,7 @@ void KilledInSave(unsigned seed, std::size_t, std::size_t) {
   shop.ExpectServed();
 }
 
-// way 0: compressing, 1: restoring; in place.
+// Way 0 compresses and way 1 restores, both in place.
 void KilledInCompression(unsigned seed, std::size_t, std::size_t way) {
   Workshop shop(seed);
   const std::string file = shop.folders.Upload(kName), copy = shop.folders.Path("", "copy");

@@ -1,4 +1,4 @@
-// A line over the network, split, delayed and cut at every byte of both directions.
+// Splits, delays and cuts a line over the network at every byte of both directions.
 #include <array>
 #include <functional>
 #include <string>
@@ -19,12 +19,12 @@ using Clock = std::chrono::steady_clock;
 
 const std::string kRequest = "FH 0000007\r\xFF\xFF";
 
-// One port and its server, from the first byte of the greeting on.
+// Session: one port and its server, from the first byte of the greeting on.
 class Session {
  public:
   Session() { server.echoes = true; }
 
-  // What came back, or why nothing did: it is open and set up, sends and reads.
+  // Opens the line, sets it up, sends and reads. True when the same bytes came back.
   bool Run() {
     port.Close();
     server.data.clear();
@@ -82,7 +82,7 @@ std::size_t BytesOfASession(unsigned) {
   return session.server.Travelled();
 }
 
-// way 0: the stream is split there; 1: it is cut, and the server then comes back.
+// Way 0 splits the stream there. Way 1 cuts it, and the server then comes back.
 void RunSession(unsigned, std::size_t position, std::size_t way) {
   Session session;
   session.server.StopAt(position, way == 0 ? Stop::Hold : Stop::Cut);

@@ -85,12 +85,12 @@ Script& Script::Download(const std::vector<NamedProgram>& programs, int refusals
     std::ranges::copy(Frames(program.content), std::back_inserter(frames));
   for (const std::string& frame : frames) {
     Ask(">", frame);
-    // The end mark that comes with the last one ends the download, and with it all refusals.
+    // The end mark that comes with the last frame ends the download, and with it all refusals.
     for (; refusals > 0 && &frame != &frames.back(); --refusals)
       Ask("<", frame);
   }
   steps.back().reply += "]\r";
-  // The next file is looked for when the frame's last byte is out.
+  // The next file is looked for when the frame's last byte has left.
   if (programs.size() > 1) steps.back().later = 3;
   const NamedProgram& last = programs.back();
   End("Download Completed " + last.path + " - " + std::to_string(last.content.size()) + " bytes");

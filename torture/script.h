@@ -1,6 +1,6 @@
-// The exchanges as the controller knows them: what it sends and must be answered, byte by byte, and
-// what the host must be doing and have logged by then. Made with the controller's own codec, from
-// nothing of the host's.
+// The exchanges as the controller knows them: what it sends, what must be answered, byte by byte,
+// and what the host must be doing and have logged by then. They are made with the controller's own
+// codec and with nothing of the host's.
 #pragma once
 
 #include <cstddef>
@@ -21,15 +21,16 @@ using Steps = std::vector<Step>;
 
 std::size_t Length(const Steps& steps, bool withReplies);
 
-// A byte of the exchange. It is about to travel: an unfinished line has not arrived, a reply's has.
+// Describes a byte of the exchange that is about to travel. Its line has not arrived yet; its reply
+// has been formed.
 struct Place {
   std::size_t step = static_cast<std::size_t>(-1);
   bool inReply = false;
   std::size_t offset = 0;
 };
-// The byte of that number; with or without the replies' bytes counted.
+// Returns the byte of that number, counted with or without the bytes of the replies.
 Place PlaceOf(const Steps& steps, std::size_t at, bool withReplies);
-// The last step that the host is through with when that byte is about to travel.
+// Returns the last step that the host has done when that byte is about to travel.
 const Step& Before(const Steps& steps, const Place& place);
 
 struct NamedProgram {
@@ -40,11 +41,12 @@ class Script {
   Script& Ask(const std::string& line, const std::string& reply);
   Script& Wait(double seconds, const std::string& reply);
   Script& Begin(const std::string& what); // as running
-  // The frames, of several programs one after the other, and the end mark. The first frame is
-  // refused so often, unless it is the only one.
+  // Adds the frames of one or several programs and the end mark. The first frame is refused that
+  // often, unless it is the only one.
   Script& Download(const std::vector<NamedProgram>& programs, int refusals = 0);
   Script& Upload(const NamedProgram& program);
-  // Ended by a "]" in the text of a line; that line and the rest of the program are not stored.
+  // Adds an upload that a "]" in the text of a line ends; that line and the rest of the program are
+  // not stored.
   Script& CutUpload(const NamedProgram& program, std::string_view rest);
   Script& Directory(const std::vector<std::string>& names); // without extension
   const Steps& Done() const { return steps; }

@@ -1,5 +1,5 @@
-// Wherever something is stored: a disk that is full after every number of bytes, and the power that
-// goes after every change, with every state of the disk that may follow.
+// Stores everything there is on a disk that is full after every number of bytes, and cuts the power
+// after every change, with every state of the disk that may follow.
 #include <memory>
 
 #include "tests/support/stored_operations.h"
@@ -12,7 +12,7 @@ namespace {
 constexpr std::uint64_t kRoom = 1 << 20;
 constexpr int kNoCut = 1'000'000;
 
-// Before the link that uses them is made: there is one at a time.
+// These are set before the link that uses them is made; there is only one at a time.
 StoredTexts Texts(unsigned seed) {
   const Host host(seed);
   return {KorText::FromBytes(host.older), KorText::FromBytes(host.newer)};
@@ -22,12 +22,13 @@ class Operation {
  public:
   explicit Operation(const StoredOperation& what) : operation(what) {}
 
-  // Cuts: before each change that it makes and after the last, when all of it has happened.
+  // The cuts are before each change that the operation makes, and after the last, when all have
+  // happened.
   std::size_t Cuts(unsigned seed) {
     Count(seed);
     return changes + 2;
   }
-  // That it writes.
+  // The number of bytes that the operation writes.
   std::size_t Bytes(unsigned seed) {
     Count(seed);
     return bytes;

@@ -1,6 +1,6 @@
-// A sweep: one kind of fault, put at every place of what runs in turn; or, where there are no
-// places, at random ones. A seed makes what runs the same each time, so that kind, seed and
-// position repeat a try.
+// A sweep puts one kind of fault at every place of the exchanges in turn, or at random places where
+// they can't be counted. The same seed makes the same exchanges, so kind, seed and position repeat
+// a try.
 #pragma once
 
 #include <cstddef>

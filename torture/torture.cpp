@@ -1,5 +1,6 @@
-// The torture campaign: every sweep in turn, for as long as asked, and a table of what was tried.
-//   ncedl-torture [--minutes N] [--seed S] [--only TEXT]   the sweeps whose name holds it
+// Runs the torture campaign: every sweep in turn, for as long as asked. Prints a table of what was
+// tried.
+//   ncedl-torture [--minutes N] [--seed S] [--only TEXT]   the sweeps whose name holds TEXT
 //   ncedl-torture --again SWEEP SEED POSITION     one try
 #include <unistd.h>
 
@@ -33,7 +34,7 @@ void OnEnd(int signal) {
   ::_exit(128 + signal);
 }
 
-// One sweep's way through its positions, seed after seed.
+// Course: one sweep's way through its positions, seed after seed.
 class Course {
  public:
   Course(Sweep&& aSweep, unsigned firstSeed) : sweep(std::move(aSweep)), seed(firstSeed) {}
@@ -55,7 +56,7 @@ class Course {
     spent += Clock::now() - begin;
   }
 
-  // position: place times ways plus way.
+  // position is the place times the number of ways, plus the way.
   void Try(unsigned withSeed, std::size_t position) {
     ++tries;
     Attempt(withSeed, position,
@@ -75,7 +76,7 @@ class Course {
     ++whole;
   }
 
-  // False, and told, when it fails.
+  // Returns false, and reports the failure, when the try fails.
   bool Attempt(unsigned withSeed, std::size_t position, const std::function<void()>& what) {
     std::snprintf(current.data(), current.size(),
                   "STUCK OR DEAD scripts/torture --again %s %u %zu\n", sweep.name.c_str(), withSeed,
@@ -100,7 +101,7 @@ class Course {
                   what.c_str());
   }
 
-  // In steps of about five eighths of the way round: however short the run, it is spread over all
+  // The steps are about five eighths of the way round, so that even a short run is spread over all
   // positions.
   void Prepare() {
     positions = sweep.positions(seed);
@@ -147,7 +148,7 @@ int Summary(const std::vector<Course>& courses) {
   return tries > 0 && failures == 0 ? 0 : 1;
 }
 
-// Each gets its share of the time.
+// Each sweep gets its share of the time.
 void RunFor(double minutes, std::vector<Course>& courses) {
   const auto until = Clock::now() + std::chrono::duration<double>(minutes * 60);
   do
@@ -168,7 +169,7 @@ int main(int count, char** arguments) {
   std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ); // what is known survives a crash
   for (const int signal : {SIGALRM, SIGABRT, SIGSEGV, SIGBUS, SIGFPE})
     std::signal(signal, OnEnd);
-  // Folders are made and removed by the thousand.
+  // The campaign makes and removes folders by the thousand.
   if (std::filesystem::exists("/dev/shm")) ::setenv("TMPDIR", "/dev/shm", 0);
   for (int i = 1; i + 1 < count; i += 2) {
     const std::string_view option = arguments[i];
