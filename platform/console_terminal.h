@@ -1,4 +1,4 @@
-// The system's terminal for the console program.
+// Makes the system's terminal for the console program.
 #pragma once
 
 #include <memory>
@@ -7,7 +7,7 @@
 
 namespace kor {
 
-// Make it before any other thread is started: a thread of its own takes the POSIX signals.
+// Make it before any other thread is started, because its own thread takes the POSIX signals.
 std::shared_ptr<Terminal> MakeConsoleTerminal();
 
 } // namespace kor

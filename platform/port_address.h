@@ -23,11 +23,11 @@ struct PortAddress {
   friend bool operator==(const PortAddress&, const PortAddress&) = default;
 };
 
-// Whether the text is meant as an address and not as a device of this computer.
+// Returns whether the text is meant as an address and not as a device of this computer.
 bool IsPortAddress(const KorText& text);
-// An empty text, or what is wrong with the address and what to write instead.
+// Returns an empty text, or what is wrong with the address and what to write instead.
 KorText ParsePortAddress(const KorText& text, PortAddress& address);
-// The same for an address that a port's name may stand for: one that connects.
+// Does the same for an address that a port's name may stand for, which has to be one that connects.
 KorText RefusalOfPortAddress(const KorText& text);
 
 } // namespace kor

@@ -15,8 +15,8 @@
 
 namespace kor {
 
-// The near end of a pseudo-terminal in raw mode. Its far end is a terminal device that another
-// program opens like a serial port; it stays usable while that program comes and goes.
+// PseudoTerminal: the near end of a pseudo-terminal in raw mode. Its far end is a terminal device
+// that another program opens like a serial port; it stays usable while that program comes and goes.
 class PseudoTerminal {
  public:
   using Moment = std::chrono::steady_clock::time_point;
@@ -34,7 +34,7 @@ class PseudoTerminal {
   virtual void WaitUntil(Moment until, bool forInput, bool forOutput) = 0;
 
   // Drops what was written and the far side has not read, and lifts an exclusive mark that a killed
-  // program has left on the far end: a cable with nobody at its end keeps neither.
+  // program has left on the far end. A real cable with nobody at its end keeps neither.
   virtual void Abandon() = 0;
 
   virtual KorText LastErrorText() const = 0;
@@ -45,8 +45,8 @@ class PseudoTerminal {
 std::unique_ptr<PseudoTerminal> OpenPseudoTerminal(const KorText& link, KorText& error);
 
 // Has the handler called for what asks a program to end (SIGINT, SIGTERM, SIGHUP, SIGPIPE as far as
-// the system has them). On POSIX a wait for standard input then ends, too, and finds the end of the
-// input. The handler may only set flags.
+// the system has them). On POSIX a wait for standard input then ends as well, and finds the end of
+// the input. The handler may only set flags.
 void CatchStopSignals(void (*handler)(int));
 
 enum class StandardStream : int { Input = 0, Output = 1, Diagnostics = 2 };

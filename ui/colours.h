@@ -11,12 +11,12 @@ namespace kor {
 
 using Rgb = std::uint32_t; // 0xRRGGBB
 
-// One colour on a light and on a dark desktop.
+// Holds one colour for light and for dark desktops.
 struct Shades {
   Rgb light, dark;
 };
 
-// What a state says by its colour.
+// The meaning that a state's colour has.
 enum class Tone : std::size_t { Neutral, Busy, Attention, Done, Failed };
 inline constexpr std::size_t kToneCount = 5;
 
@@ -50,8 +50,8 @@ inline constexpr Rgb kLensOff = 0x454e55;
 inline constexpr Rgb kLensTraffic = 0x3ddc6e;
 inline constexpr Rgb kLensHold = 0xffb020;
 
-// Texts and signs in lists and on the window's own ground, which is the desktop's. kUsualGround
-// has the shades of the usual desktops that these are made for.
+// These are for texts and signs in lists and on the window's own ground, which is the desktop's.
+// kUsualGround holds the usual desktops' shades, which the others are made for.
 inline constexpr Shades kUsualGround{0xf5f5f4, 0x353535};
 inline constexpr Shades kGoodText{0x1a6b34, 0x86dd9b};
 inline constexpr Shades kFailedText{0xa4161a, 0xffa8a8};

@@ -5,7 +5,7 @@
 
 namespace kor {
 
-// What was asked for and did not come about; a job that somebody cancelled is none.
+// Counts what was asked for and did not happen; a job that somebody cancelled has not failed.
 bool EndedJob::Failed() const {
   return ActivityOf(code) == LinkActivity::Failed;
 }

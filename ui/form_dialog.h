@@ -1,6 +1,6 @@
-// FormDialog: what the engine asks of a window; no toolkit here. The front ends (ui/wx, ui/console)
-// and the recording fake of the tests implement it. Owned by the program's main, lent to
-// DownloadApp, and outlives it.
+// FormDialog: what the engine asks of a window, independent of any toolkit. The front ends (ui/wx,
+// ui/console) and the recording fake of the tests implement it. Owned by the program's main, which
+// lends it to DownloadApp, and outlives DownloadApp.
 //
 // Threads: every operation is called on the window's thread, except Post and CancelName, which any
 // thread may call.
@@ -82,26 +82,27 @@ struct FormField {
   int groupNumber = 0;  // of the box that frames it with the others of that group; 0: none
   KorText group{};      // the box's label
   KorText problem{};    // what is wrong with the value, and what the field accepts
-  // What stands for each choice of a Choice on the screen; empty when the choices themselves do.
+  // The texts that the screen shows in place of the choices of a Choice; empty when it shows the
+  // choices themselves.
   std::vector<KorText> shown{};
 };
 
-// A modal form: its caption, its fields and the rule that enables fields as others change. Controls
-// are made in the order of the fields; each page, and each group on it, stands in the place of its
-// first field.
+// Describes a modal form: its caption, its fields, and the rule that enables fields as others
+// change. Controls are made in the order of the fields. Each page, and each group on it, stands at
+// the place of its first field.
 struct FormDescription {
   KorText caption;
   KorText name;     // of the dialog as an object; not shown
   KorText note;     // explanation shown in the form, in the first group
   KorText obstacle; // why the form can't be accepted now, whatever its fields hold
   std::vector<FormField> fields;
-  // Sets enabled of the fields. Called on opening and after each change.
+  // Sets which fields are enabled. Called on opening and after each change.
   std::function<void(std::vector<FormField>&)> updateEnabled;
-  // Sets obstacle, and problem of every field, as far as these can be told without a look at a
-  // disk. A form with either is not accepted.
+  // Sets the obstacle and the problem of every field, as far as they can be found without looking
+  // at a disk. A form with an obstacle or a problem is not accepted.
   std::function<void(FormDescription&)> check;
-  // Looks at the folders and files that an accepted form names, which may take long: done gets the
-  // form with the problems, on the window's thread, perhaps at once.
+  // Looks at the folders and files that an accepted form names, which may take long. done gets the
+  // form with the problems on the window's thread, perhaps at once.
   using Looked = std::function<void(const FormDescription&)>;
   std::function<void(const FormDescription&, const Looked& done)> look;
 
@@ -120,7 +121,7 @@ struct FileChoice {
 // The windows that appear while a manual transfer runs.
 enum class EndDialog { Download, Upload };
 
-// The buttons that start manual jobs: send, receive, loop-back test.
+// The buttons that start jobs by hand: send, receive, loop-back test.
 enum class JobButtons { Hidden, Enabled, SendDisabled, Disabled };
 
 enum class MessageStyle { Information, Exclamation };
@@ -130,19 +131,19 @@ class FormDialog {
   virtual ~FormDialog() = default;
 
   virtual void ShowStatus(const StatusView& view) = 0;
-  // Shows each ended job once, in order, also when no job log is written.
+  // Shows each ended job once, in order, even when no job log is written.
   virtual void ShowEndedJob(const EndedJob&) {}
   // Shows what ended today and yesterday before this start, oldest first; some jobs may have ended
   // since.
   virtual void ShowEarlierJobs(const std::vector<EndedJob>&) {}
-  // Shows whether a trace is written, when that has changed by itself.
+  // Shows whether a trace is written, when that has changed without the user's doing.
   virtual void ShowTracing(bool) {}
   virtual void AppendMonitor(const KorText& text) = 0; // may hold several lines and parts of lines
   virtual void SetTitle(const KorText& title) = 0;
   virtual void ShowEndDialog(EndDialog which, bool shown) = 0;
   virtual void SetJobButtons(JobButtons state) = 0;
   virtual void ShowSpecialButton() = 0;
-  // Runs a modal form; true when it was accepted, with the fields' values as the user left them.
+  // Runs a modal form. True when the user accepted it; the fields then hold what the user entered.
   virtual bool RunForm(FormDescription& form) = 0;
   virtual std::optional<KorText> ChooseFile(const FileChoice& choice) = 0;
   virtual void ShowMessage(const KorText& caption, const KorText& text, MessageStyle style) = 0;

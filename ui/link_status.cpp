@@ -128,7 +128,7 @@ static_assert(kRows.size() == kLinkStatusCount);
 static_assert(std::ranges::all_of(kRows, [](const Row& row) {
   return (row.pattern == None) == (*row.wording == u'\0');
 }));
-// A job that ends is no exchange any more, and an exchange is work.
+// A job that has ended is no exchange any more, and an exchange is work.
 static_assert(std::ranges::all_of(kRows, [](const Row& row) {
   return row.traffic == kStill || (!row.endsJob && row.activity == kBusy);
 }));

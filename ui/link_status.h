@@ -89,9 +89,10 @@ bool IsTransferEnd(LinkStatus status);
 LinkActivity ActivityOf(LinkStatus status);
 
 // Returns a short phrase for a large line, in the user's language: "Sending 0000123". Returns the
-// status line where the state has no phrase, or its phrase lacks the file's name.
+// status line where the state has no phrase, or where the phrase needs a file name and there is
+// none.
 KorText StatusHeadline(LinkStatus status, const KorText& fileName, const KorText& line);
-// "0000123" of "/srv/nc/0000123.MPG".
+// Returns "0000123" for "/srv/nc/0000123.MPG".
 KorText ProgramName(const KorText& fileName);
 
 } // namespace kor

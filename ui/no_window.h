@@ -1,4 +1,4 @@
-// The window of an object that has none: it drops everything and cancels every question.
+// The window of an object that has none. It drops everything and cancels every question.
 #pragma once
 
 #include "ui/form_dialog.h"

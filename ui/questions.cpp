@@ -6,7 +6,7 @@ namespace kor {
 
 namespace {
 
-// The number of the program that is under way; empty where there is nothing of it yet.
+// Returns the number of the program that is being transferred; empty where none of it has come yet.
 KorText ProgramUnderWay(const StatusView& view) {
   return IsTransfer(view.code) ? ProgramName(view.fileName) : KorText();
 }

@@ -1,5 +1,5 @@
-// Questions: what is asked before something that can't be taken back, each naming what is at stake,
-// with verbs for its buttons. Texts only; no drawing. Window's thread.
+// Questions that are asked before something that can't be undone. Each names what is at stake and
+// has verbs on its buttons. Makes texts only and draws nothing. Window's thread.
 #pragma once
 
 #include "ui/form_dialog.h"
@@ -12,14 +12,14 @@ struct Question {
   KorText act;
 };
 
-// Of the exchange that runs.
+// Returns the question before the running exchange is ended.
 Question EndQuestion(const StatusView& running);
-// Of the window, while an exchange runs and while none does.
+// Returns the question before the window is closed, which depends on whether an exchange runs.
 Question CloseQuestion(const StatusView& now);
 Question LoopbackQuestion();
 
-// Whether a question that was asked about the one state is still right about the other: the same
-// exchange runs, or none does.
+// Returns whether a question that was asked in the one state is still right in the other: the same
+// exchange runs, or still none does.
 bool IsSameExchange(const StatusView& asked, const StatusView& now);
 
 } // namespace kor

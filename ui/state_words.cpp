@@ -19,7 +19,7 @@ struct Row {
 using enum LinkStatus;
 constexpr auto kNone = Direction::None, kOut = Direction::ToMachine, kIn = Direction::FromMachine;
 
-// Those that are not listed have nothing to be done about them.
+// For states that are not listed there is nothing to do.
 constexpr Row kRows[] = {
     {Waiting, kNone, kTexts.ready, kTexts.adviceReady},
     {LoopBackTest, kNone, kTexts.wordLineGood, kTexts.adviceLineTested},
@@ -69,7 +69,7 @@ Row RowOf(LinkStatus code) {
   return {code, kNone, kTexts.wordFailed, kTexts.adviceOtherComputer};
 }
 
-// The signal that the machine holds the line with; empty when none tells.
+// Returns the signal by which the machine holds the line; empty when none does.
 KorText HoldingSignal(const StatusView& view) {
   constexpr const char16_t* kSignals[] = {u"CTS", u"DSR", u"RLSD", u"XOFF"};
   for (std::size_t lamp = kLampCtsHold; lamp <= kLampXoffHold; ++lamp)
@@ -83,7 +83,7 @@ KorText ReceiptAdvice(bool hasBegun) {
                          LookUpText(kTexts.complete));
 }
 
-// Of a transfer, by what moves; empty where the state's own line holds.
+// Returns the advice for a running transfer by what moves; empty where the state's own line fits.
 KorText RunningAdvice(const Situation& now) {
   const StatusView& view = now.view;
   if (!IsTransfer(view.code)) return {};
@@ -102,7 +102,7 @@ bool HasFailed(LinkActivity activity) {
 } // namespace
 
 bool IsHeld(const Situation& now) {
-  // Nobody has begun at the machine yet: that is no hold.
+  // While nobody has begun at the machine yet, the transfer is waiting and not held.
   const bool isWaiting = now.byHand && now.view.bytesDone == 0 && HoldingSignal(now.view).IsEmpty();
   return now.pace.held && !isWaiting;
 }

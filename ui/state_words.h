@@ -1,6 +1,6 @@
-// What a window says of the link in large letters: one word, the program's number, and a line that
-// tells what to do; and what became of a job. Texts come from the dictionary. Pure functions; no
-// drawing.
+// The large words that a window shows for the link: one word, the program's number, and a line that
+// tells the user what to do; and the result of a job. Texts come from the dictionary. Pure
+// functions; no drawing.
 #pragma once
 
 #include <vector>
@@ -15,7 +15,7 @@ namespace kor {
 enum class Direction { None, ToMachine, FromMachine };
 Direction DirectionOf(LinkStatus code);
 
-// What the words are made of.
+// The facts that the words are made from.
 struct Situation {
   StatusView view;
   Pace pace;
@@ -26,12 +26,13 @@ bool IsHeld(const Situation& now); // the transfer stands still
 Tone ToneOf(const Situation& now);
 KorText WordOf(const Situation& now);
 KorText ProgramOf(const StatusView& view); // "0000123"; empty where the state has no program
-// What to do, in every state. While there is no link it is the reason, which may be empty.
+// Returns what the user is to do, in every state. While there is no link it is the reason, which
+// may be empty.
 KorText AdviceOf(const Situation& now);
-// The longest forms that AdviceOf usually gives, to keep room for.
+// Returns the longest forms that AdviceOf usually gives, so that a window can keep room for them.
 std::vector<KorText> AdviceSamples();
 
-// All of the program has arrived, as far as that is known.
+// Returns whether the whole program has arrived, as far as that is known.
 bool IsGood(const EndedJob& job);
 KorText ResultText(const EndedJob& job); // "Received by the machine", with the note behind it
 

@@ -1,9 +1,9 @@
-// Terminal: what the console front end asks of the system: keys, lines, screen, the wish to end.
-// Implementations in platform/. Owned by main.
+// Terminal: what the console front end asks of the system: keys, lines, a screen, and notice that
+// the program is to end. Implementations are in platform/. Owned by main.
 //
-// Threads: Read runs on a thread of its own and may block for ever; so may Write and WriteError, on
-// another one: a reader that has stopped must not stop the program. Everything else is called on
-// the window's thread. onEvent is called on any thread.
+// Threads: Read runs on its own thread and may block for ever. So may Write and WriteError on
+// another thread, because a reader that has stopped must not stop the program. Everything else is
+// called on the window's thread. onEvent is called on any thread.
 #pragma once
 
 #include <functional>
@@ -15,30 +15,30 @@
 
 namespace kor {
 
-// What comes from outside the program's own input. Interrupt: Ctrl-C. End: SIGTERM, SIGHUP; on
-// Windows closing the console, logging off and shutting down. Resized: the screen has other
-// measures; not every system tells.
+// An event from outside the program's own input. Interrupt is Ctrl-C. End is SIGTERM or SIGHUP; on
+// Windows it is closing the console, logging off or shutting down. Resized means that the screen
+// has another size, which not every system reports.
 enum class TerminalEvent { Interrupt, End, Resized };
 
 class Terminal {
  public:
   virtual ~Terminal() = default;
 
-  // Whether both standard input and output are a terminal that can move its cursor, so that a live
-  // status line makes sense.
+  // Returns whether standard input and output are both a terminal that can move its cursor, so that
+  // a live status line makes sense.
   virtual bool IsInteractive() const = 0;
-  // Whether standard error is a terminal that shows colours, and the user has nothing against them.
+  // Returns whether standard error is a terminal that shows colours and the user has not turned
+  // them off.
   virtual bool HasColours() const = 0;
-  // Has keys arrive singly and unechoed, until StopKeys.
+  // Makes keys arrive one by one and unechoed, until StopKeys.
   virtual void StartKeys() = 0;
-  // Makes the system's editor of the line that is typed; null where there is none.
+  // Makes the system's line editor; null where there is none.
   virtual std::unique_ptr<LineEditor> MakeLineEditor() = 0;
   virtual void StopKeys() = 0;
   virtual int Columns() const = 0; // of the screen; 80 when unknown
   // Reads bytes of standard input as they come; 0 at its end.
   virtual std::size_t Read(std::span<char> to) = 0;
-  // Both write UTF-8, whole or not at all as far as the reader takes it; a reader that is gone is
-  // ignored.
+  // Both write UTF-8, all of it as far as the reader takes it. A reader that has gone is ignored.
   virtual void Write(std::string_view text) = 0;
   virtual void WriteError(std::string_view text) = 0;
   virtual void OnEvent(std::function<void(TerminalEvent)> onEvent) = 0;

@@ -52,7 +52,7 @@ bool TimerQueue::IsStarted(const KorText& name) const {
 }
 
 void TimerQueue::RunDue(double now) {
-  // What is due is settled first, so a timer made by an action waits its own period.
+  // The due timers are chosen first, so a timer that an action makes waits its own period.
   std::vector<std::pair<double, std::function<void()>>> due;
   {
     const Lock lock(mutex);

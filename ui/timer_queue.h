@@ -1,7 +1,7 @@
 // TimerQueue: the engine's named timers. The front end calls RunDue on the window's thread, at the
-// latest when NextDue says so; time is handed in, so tests move it by hand.
+// time that NextDue gives or earlier. The time is handed in, so tests move it by hand.
 //
-// Threads: any thread may create and delete timers; actions run on the thread that calls RunDue,
+// Threads: any thread may create and delete timers. Actions run on the thread that calls RunDue,
 // without the queue's lock, and may create and delete timers themselves. Deleting a timer
 // guarantees only that it does not start again.
 #pragma once

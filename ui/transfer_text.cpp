@@ -13,7 +13,7 @@ namespace {
 constexpr double kMeasure = 0.5;    // seconds of one measurement at least
 constexpr double kSmoothing = 2.0;  // seconds after which an older rate counts a third
 constexpr double kHeldByLine = 2.0; // seconds without a byte while a hold lamp is on
-// Without one: a frame may take ten seconds at 110 baud.
+// The same without a hold lamp. It is longer, because a frame may take ten seconds at 110 baud.
 constexpr double kHeldAnyway = 15.0;
 constexpr double kLongestLeft = 100 * 3600.0; // seconds; beyond it a time says nothing
 
@@ -67,7 +67,7 @@ KorText CountText(const StatusView& view) {
   return KorText::Format(u"%i bytes", view.bytesDone);
 }
 
-// Whether a share of the whole can be told: an upload's size isn't known beforehand.
+// Returns whether progress can be given as a share; an upload's size isn't known beforehand.
 bool IsMeasurable(const StatusView& view) {
   return view.code == LinkStatus::Downloading && view.bytesTotal > 0;
 }

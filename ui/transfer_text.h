@@ -1,5 +1,5 @@
-// What front ends tell of a transfer: how fast it goes, how much is left, which program it is.
-// There are pure functions and a rate meter; nothing draws. Texts come from the dictionary.
+// What front ends say about a transfer: how fast it goes, how much is left, and which program it
+// is. Pure functions and a rate meter; no drawing. Texts come from the dictionary.
 #pragma once
 
 #include <cstdint>
@@ -43,7 +43,7 @@ StatusWords TakeApart(const KorText& line, const KorText& fileName);
 
 // Returns "1024/4096", or "1024 bytes" where the size isn't known beforehand.
 KorText CountText(const StatusView& view);
-// Whether a share of the whole can be told: an upload's size isn't known beforehand.
+// Returns whether progress can be given as a share; an upload's size isn't known beforehand.
 bool IsMeasurable(const StatusView& view);
 KorText ShareText(const StatusView& view);                  // "25%", or empty
 KorText RatePart(const Pace& pace);                         // the rate, "held", or empty

@@ -25,7 +25,8 @@ struct KeepAwake::Hold {
 KeepAwake::KeepAwake() = default;
 KeepAwake::~KeepAwake() = default;
 
-// Each answer may come after the transfer: it then finds nobody, and the descriptor is closed.
+// An answer may come after the transfer has ended. It then finds nobody, and the descriptor is
+// closed.
 struct KeepAwake::Asker {
   std::weak_ptr<Hold> waiting;
 

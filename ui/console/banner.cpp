@@ -9,7 +9,8 @@ namespace kor {
 
 namespace {
 
-// "9600 baud, 7E1, Xon/Xoff, rts on, dtr off": parity by its letter, the rest as settings shows it.
+// Returns "9600 baud, 7E1, Xon/Xoff, rts on, dtr off", with the parity's letter and the rest as
+// settings shows it.
 KorText LineText(const LinkSettings& settings) {
   const KorText on = u"on", off = u"off";
   return KorText::Format(u"%s baud, %s%s%s, %s, rts %s, dtr %s", settings.baudrate,

@@ -1,5 +1,5 @@
-// What the console says at its start on a terminal: version, port with its settings, folders, where
-// help is. Pure function.
+// The lines that the console prints at its start on a terminal: version, port with its settings,
+// folders, and where to find help. Pure function.
 #pragma once
 
 #include <vector>
@@ -8,7 +8,7 @@
 
 namespace kor {
 
-// device: the port as the system knows it, such as "COM1 (/dev/ttyUSB0)".
+// device is the port as the system knows it, such as "COM1 (/dev/ttyUSB0)".
 std::vector<KorText> BannerLines(const KorText& version, const KorText& device,
                                  const LinkSettings& settings);
 

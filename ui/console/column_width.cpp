@@ -168,7 +168,7 @@ KorText CutLeft(const KorText& text, std::size_t columns) {
   const std::size_t width = ColumnsOf(text);
   if (width <= columns) return text;
   if (columns < kCut.size()) return KorText(columns, u'.');
-  // As much goes as is too wide, and a character that would be cut in half.
+  // This cuts as much as is too wide, and a character that would be cut in half.
   std::size_t from = FitColumns(text, width - (columns - kCut.size())).length;
   while (from < text.Length() && ColumnsOf(text.View().substr(from)) > columns - kCut.size())
     from += IsPair(text, from) ? 2 : 1;

@@ -46,7 +46,7 @@ const Commands::Command* Commands::Find(const KorText& line) {
   return found == std::end(kCommands) ? nullptr : found;
 }
 
-// A transfer that is still to begin is one that "cancel" may be meant for.
+// "cancel" may be meant for a transfer that has not begun yet.
 bool Commands::Overtakes(const KorText& line, const KorText& waiting) {
   const Command* const command = Find(line);
   if (!command) return false;
@@ -145,7 +145,7 @@ void Commands::Dtr(const KorText& argument) {
   PrintSwitch(u"dtr", app.Settings().dtrDsrHandshake > 0);
 }
 
-// In the words that "set" and "special" take.
+// Prints the switch in the words that "set" and "special" take.
 void Commands::PrintField(const FormField& field) {
   if (field.kind == FieldKind::Check)
     PrintSwitch(field.key, field.value == u"1");
@@ -168,7 +168,7 @@ void Commands::Settings(const KorText&) {
   PrintSwitch(u"dtr", app.Settings().dtrDsrHandshake > 0);
 }
 
-// The form of the settings dialog, with one field edited. Probing the ports is for a list only.
+// Edits one field of the form of the settings dialog. The ports are probed only for a list.
 void Commands::Set(const KorText& argument) {
   const std::size_t blank = NameLength(argument);
   const KorText key = argument.Left(blank);
@@ -205,7 +205,7 @@ void Commands::Special(const KorText& argument) {
   }
   const auto on = Switch(u"special " + field->key, argument.Mid(blank).Trimmed());
   if (!on) return;
-  // A box that the form has disabled keeps a mark that it has, but gets none.
+  // A disabled box keeps a mark that it has, but gets none.
   form.updateEnabled(form.fields);
   if (*on && !field->enabled) {
     console.Print(field->key == u"hybrid" ? LookUpText(kTexts.hybridNeedsAutoload)

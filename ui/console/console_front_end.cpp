@@ -22,7 +22,7 @@ constexpr double kRefresh = 1.0;      // seconds between two looks at a transfer
 constexpr std::string_view kPrompt = "> ";
 constexpr std::string_view kRed = "\x1b[31m", kPlain = "\x1b[0m";
 
-// A counter that moves on is no change of status.
+// A counter that moves on is not a change of status.
 bool IsNewStatus(const StatusView& before, const StatusView& now) {
   if (before.code != now.code) return true;
   return !IsTransfer(now.code) && before.line != now.line;
@@ -33,7 +33,7 @@ KorText ClockText() {
   return KorText::Format(u"%02i:%02i:%02i", now.hour, now.minute, now.second);
 }
 
-// Marks that turn the direction of writing: a name with one would turn the rest of the line, too.
+// These marks turn the direction of writing: a name with one would turn the rest of the line, too.
 bool TurnsWriting(char16_t c) {
   return c == 0x200e || c == 0x200f || (c >= 0x202a && c <= 0x202e) || (c >= 0x2066 && c <= 0x2069);
 }
@@ -98,8 +98,8 @@ std::function<void(TerminalEvent)> ConsoleFrontEnd::EventHandler() {
   };
 }
 
-// The end of the input ends the reader, not the program. The reader reads ahead no more than it
-// may: a flood waits in its pipe.
+// The end of the input ends the reader, not the program. The reader reads ahead only as much as the
+// inbox takes, so a flood waits in its pipe.
 void ConsoleFrontEnd::StartReader() {
   std::thread([box = inbox, source = terminal] {
     std::array<char, 512> bytes;
@@ -156,7 +156,7 @@ void ConsoleFrontEnd::Finish() {
 
 // --- Input ---
 
-// At most one line is run; what follows "quit" is left alone.
+// Only one line is run at a time; what follows "quit" is left alone.
 void ConsoleFrontEnd::TakeInput() {
   if (inbox->IsQuitting() || (takesInput && !takesInput()) || RunLine()) return;
   if (lines.IsFull()) return;
@@ -186,7 +186,8 @@ bool ConsoleFrontEnd::RunLine() {
 
 // --- Output ---
 
-// The prompt, and the status line above it, which a screen that became narrower has wrapped.
+// Erases the prompt, and the status line above it, which may be wrapped since the screen became
+// narrower.
 void ConsoleFrontEnd::EraseLive() {
   if (liveLine.empty()) return;
   const auto columns = static_cast<std::size_t>(std::max(terminal->Columns(), 1));
@@ -197,7 +198,7 @@ void ConsoleFrontEnd::EraseLive() {
   liveLine.clear();
 }
 
-// The part of what is being typed that fits beside the prompt, with the cursor in its place.
+// Returns the part of the typed text that fits beside the prompt, with the cursor in its place.
 std::string ConsoleFrontEnd::TypedLine(std::size_t columns) const {
   const std::string text = editor->Text();
   const std::size_t cursor = editor->Cursor();
@@ -212,12 +213,12 @@ std::string ConsoleFrontEnd::TypedLine(std::size_t columns) const {
   return line;
 }
 
-// Without the last one: a line that fills it wraps on some screens.
+// The last column stays free, because a line that fills it wraps on some screens.
 std::size_t ConsoleFrontEnd::ScreenColumns() const {
   return static_cast<std::size_t>(std::max(terminal->Columns() - 1, 4));
 }
 
-// Two lines that never wrap.
+// Draws two lines that never wrap.
 void ConsoleFrontEnd::DrawLive() {
   if (!interactive || !hasStatus) return;
   const std::size_t columns = ScreenColumns();
@@ -232,7 +233,7 @@ void ConsoleFrontEnd::DrawLive() {
   liveColumns = columns;
 }
 
-// A transfer that stands changes nothing that would be told; its rate changes by that.
+// A transfer that stands still brings no status, but its rate falls.
 void ConsoleFrontEnd::Refresh() {
   if (App().HighResolutionSeconds() >= restDue) ShowMonitorRest();
   if (!interactive || !hasStatus || !IsExchange(shown.code)) return;
@@ -294,7 +295,7 @@ void ConsoleFrontEnd::AskWhileBusy() {
                           : std::function<void()>());
 }
 
-// Piped, the change of status has told it.
+// On a pipe the change of status has told this already.
 void ConsoleFrontEnd::ShowEndedJob(const EndedJob& job) {
   if (!interactive) return;
   const SystemTime today = App().LocalTime();
@@ -327,7 +328,7 @@ void ConsoleFrontEnd::ShowMonitorRest() {
   restIsShown = true;
 }
 
-// Whole lines are shown as they come. An unfinished one, such as a reply that nothing has followed
+// Whole lines are shown as they come. An unfinished line, such as a reply that nothing has followed
 // yet, waits a moment for its end.
 void ConsoleFrontEnd::AppendMonitor(const KorText& text) {
   if (!monitorOn) return;

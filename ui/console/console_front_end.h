@@ -44,14 +44,14 @@ class ConsoleFrontEnd : public FormDialog {
   // Ends Run; may be called by any thread at any time, also after the front end has gone.
   std::function<void()> Quitter() const;
 
-  // Quits. On a terminal, while an exchange runs, it only asks at first.
+  // Quits. On a terminal it first asks while an exchange runs.
   void AskQuit() { inbox->Interrupt(); }
   // Returns what the terminal's events call; like Quitter's result it may be called at any time. A
   // second Ctrl-C always ends Run.
   std::function<void(TerminalEvent)> EventHandler();
-  // Shows, after the engine's end, what the engine still had to say.
+  // Shows, after the engine's end, what the engine had not shown yet.
   void Finish();
-  // Whether standard input and output are a terminal, so that somebody looks.
+  // Returns whether standard input and output are a terminal, so that somebody looks at them.
   bool IsInteractive() const { return interactive; }
 
   // Writes a line of answer to a command on standard output.

@@ -17,7 +17,7 @@ void ConsoleInbox::Quit() {
   changed.notify_one();
 }
 
-// A second one ends the loop, whatever the window's thread is doing.
+// A second interrupt ends the loop, whatever the window's thread is doing.
 void ConsoleInbox::Interrupt() {
   const Lock lock(mutex);
   if (closed) return;

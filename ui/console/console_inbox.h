@@ -1,6 +1,6 @@
 // ConsoleInbox: what other threads hand to the console's loop: tasks, the bytes of standard input,
-// and the wish to end. Shared with the reading thread, so that it outlives the front end while that
-// thread is stuck in a read that never ends. Any thread, but for what belongs to the loop.
+// and the wish to end. It is shared with the reading thread and outlives the front end while that
+// thread is stuck in a read that never ends. Any thread, except for the loop's own operations.
 #pragma once
 
 #include <chrono>
@@ -23,15 +23,16 @@ class ConsoleInbox {
 
   void Post(Task task); // is dropped once the inbox is closed
   void Quit();
-  // Quits, unless there is a question that was not asked yet: then the loop gets that instead.
+  // Quits, unless there is a question that was not asked yet; then the loop gets that question as a
+  // task.
   void Interrupt();
   // Adds what was read once there is room for it; nothing read is the end of the input. False when
   // the inbox was closed.
   bool AddInput(std::string_view bytes);
 
-  // --- The loop's ---
+  // --- For the loop ---
   enum class For { Task, TaskOrInput };
-  // Waits until there is something of that kind, or the wish to end.
+  // Waits until there is something of that kind, or the loop is to end.
   void Wait(For what, Time until);
   bool IsQuitting();
   std::deque<Task> TakeTasks();
@@ -39,7 +40,7 @@ class ConsoleInbox {
   // Returns the input up to a line end, or all of it where it holds none. At the end of the input a
   // last line without its end gets one.
   std::string TakeInput();
-  // What Interrupt asks at first, until the question is an empty one.
+  // Sets what Interrupt asks at first. An empty question ends that.
   void SetQuestion(Task question);
   void Close();
 

@@ -1,5 +1,5 @@
 // ConsoleOutput: writes to a terminal or pipe on a thread of its own. A reader that has stopped,
-// such as a pager or a terminal on hold, then stops the output and nothing else.
+// such as a pager or a terminal on hold, then stops only the output.
 //
 // Owned by the console front end; Write and WriteError are called on the window's thread.
 #pragma once
@@ -18,7 +18,7 @@ namespace kor {
 
 class ConsoleOutput {
  public:
-  // The text that may wait for a reader; beyond that the oldest is dropped.
+  // The length of the text that may wait for a reader; beyond that the oldest is dropped.
   static constexpr std::size_t kMostWaiting = 1 << 20; // bytes
   static constexpr std::chrono::milliseconds kPatience{300};
 
@@ -48,7 +48,7 @@ class ConsoleOutput {
   };
 
   void Add(std::string_view text, bool isError);
-  // Waits for the oldest text and returns it; none when the output is closed.
+  // Waits for the oldest text and returns it; returns none when the output is closed.
   static std::optional<Text> Take(Shared& shared);
   static void Run(const std::shared_ptr<Shared>& shared, const std::shared_ptr<Terminal>& terminal);
 

@@ -9,7 +9,7 @@ constexpr char kDelete = 127;
 constexpr char kEraseLine = 21; // Ctrl-U
 constexpr char kEscape = 27;
 
-// The last character, which may be several bytes of UTF-8.
+// Returns the last character, which may be several bytes of UTF-8.
 void RemoveLast(std::string& text) {
   while (!text.empty() && (text.back() & 0xC0) == 0x80)
     text.pop_back();
@@ -32,7 +32,8 @@ std::vector<std::string> PlainLineEditor::Take(std::string_view bytes) {
   return lines;
 }
 
-// A cursor or function key: ESC, "[" or "O", parameters, a letter or "~". It means nothing here.
+// Skips a cursor or function key: ESC, "[" or "O", parameters, a letter or "~". It means nothing
+// here.
 bool PlainLineEditor::IsEscape(char c) {
   if (escape.empty() && c != kEscape) return false;
   escape += c;

@@ -18,7 +18,7 @@ constexpr std::size_t kLeastFolder = 6;
 constexpr const char16_t* kLampNames[kLampCount] = {u"RX",  u"TX",   u"CTS",  u"DSR",
                                                     u"RLS", u"XOFF", u"XSENT"};
 
-// A part of the line; of parts that don't all fit, those of lower rank stay.
+// Describes a part of the line. Where the parts don't all fit, those of lower rank stay.
 struct Part {
   KorText text;
   int rank = 0;
@@ -48,7 +48,7 @@ KorText Joined(const std::vector<Part>& parts) {
   return text;
 }
 
-// The end of a folder, from the beginning of a name where one is left whole.
+// Returns the end of a folder, from the beginning of a name where one is left whole.
 KorText CutFolder(const KorText& folder, std::size_t columns) {
   const KorText cut = CutLeft(folder, columns);
   if (cut == folder) return cut;
@@ -57,7 +57,7 @@ KorText CutFolder(const KorText& folder, std::size_t columns) {
   return whole ? KorText(kCut) + cut.Mid(slash) : cut;
 }
 
-// The folder takes what is left, and is worth nothing when hardly anything is.
+// The folder takes the room that is left, and is left out when that is hardly any.
 KorText WithFolder(const KorText& text, const KorText& folder, std::size_t room) {
   const std::size_t used = ColumnsOf(text) + kGap;
   const std::size_t left = room > used ? room - used : 0;

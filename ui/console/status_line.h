@@ -1,5 +1,5 @@
-// The console's live status line: the program's number first, then the transfer's figures, the
-// lamps and, as far as there is room, the folder. Pure functions and a rate meter; no drawing.
+// The console's live status line. The program's number comes first, then the transfer's figures,
+// the lamps and, as far as there is room, the folder. Pure functions; no drawing.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,5 @@
-// WaitingLines: the commands that were typed and have not run yet. While what an earlier one has
-// asked for is not answered they wait, but for those that may overtake it. Window's thread.
+// WaitingLines: the commands that were typed and have not run yet. They wait while an earlier
+// command has not been answered, except for those that may overtake it. Window's thread.
 #pragma once
 
 #include <deque>
@@ -14,17 +14,18 @@ class WaitingLines {
  public:
   static constexpr std::size_t kMost = 16;
 
-  // Whether an earlier line still awaits its answer.
+  // Returns whether an earlier line still awaits its answer.
   using Awaits = std::function<bool()>;
-  // Whether the line may be run before one that waits, or, where that is empty, before the answer.
+  // Returns whether the line may run before one that waits, or, where that one is empty, before the
+  // answer.
   using MayOvertake = std::function<bool(const KorText& line, const KorText& waiting)>;
   void SetAwaits(Awaits awaitsAnswer, MayOvertake mayOvertake);
 
   void Add(const KorText& line) { lines.push_back(line); }
   bool IsEmpty() const { return lines.empty(); }
   bool IsFull() const { return lines.size() >= kMost; }
-  // Whether there is a line that need not wait. A line may overtake only after a moment, which a
-  // script gives its commands to be done in their order.
+  // Returns whether there is a line that need not wait. A line may overtake only after a moment, so
+  // that the commands of a script are normally done in their order.
   bool IsReady(double now) { return Next(now) != lines.end(); } // now: seconds
   std::optional<KorText> Take(double now);                      // the first such line
 
