@@ -58,22 +58,27 @@ constexpr const char* kServicePart = "service";
 } // namespace
 
 const MainWindow::Action MainWindow::kActions[] = {
-    {kTexts.sendNcFile, &MainWindow::Send},
-    {kTexts.receiveNcFile, &MainWindow::Receive},
-    {kTexts.loopBackTest, &MainWindow::Loopback},
-    {kTexts.specialFeatures, &MainWindow::Special},
-    {kTexts.downloadSettings, &MainWindow::Settings},
-    {kTexts.xonXoffTest, &MainWindow::XonXoff},
-    {kTexts.complete, &MainWindow::Complete},
-    {kTexts.cancelTransfer, &MainWindow::Cancel},
-    {kTexts.help, &MainWindow::Help},
+    {kTexts.sendNcFile, [](MainWindow& window) { window.app.ChooseDownloadFile(); }},
+    {kTexts.receiveNcFile, [](MainWindow& window) { window.app.ChooseUploadFile(); }},
+    {kTexts.loopBackTest,
+     [](MainWindow& window) {
+       if (Ask(&window, LoopbackQuestion())) window.app.LoopbackTest();
+     }},
+    {kTexts.specialFeatures, [](MainWindow& window) { window.app.SpecialDialog(); }},
+    {kTexts.downloadSettings, [](MainWindow& window) { window.Settings(); }},
+    {kTexts.xonXoffTest, [](MainWindow& window) { window.app.XonXoffTest(); }},
+    {kTexts.complete, [](MainWindow& window) { window.app.CompleteUpload(); }},
+    {kTexts.cancelTransfer, [](MainWindow& window) { window.CancelTransfer(&window); }},
+    {kTexts.help, [](MainWindow&) { OpenGuide(); }},
 };
 
 const MainWindow::Switch MainWindow::kSwitches[] = {
-    {kTexts.showMonitor, &MainWindow::OnMonitor},
-    {kTexts.communicationsTrace, &MainWindow::OnTrace},
-    {kTexts.rtsCtsHandshake, &MainWindow::OnRts},
-    {kTexts.dtrDsrHandshake, &MainWindow::OnDtr},
+    {kTexts.showMonitor, [](MainWindow& window, bool on) { window.OnMonitor(on); }},
+    {kTexts.communicationsTrace, [](MainWindow& window, bool on) { window.OnTrace(on); }},
+    {kTexts.rtsCtsHandshake,
+     [](MainWindow& window, bool on) { window.OnHandshake({.rtsCts = on}); }},
+    {kTexts.dtrDsrHandshake,
+     [](MainWindow& window, bool on) { window.OnHandshake({.dtrDsr = on}); }},
 };
 
 MainWindow::MainWindow(NCEApp& nceApp, const KorText& settingsName)
@@ -121,7 +126,7 @@ void MainWindow::FollowEvents() {
   const wxAcceleratorEntry help(wxACCEL_NORMAL, WXK_F1, kHelpButton);
   SetAcceleratorTable(wxAcceleratorTable(1, &help));
   Bind(
-      wxEVT_MENU, [this](wxCommandEvent&) { RunNext([this] { Help(); }); }, kHelpButton);
+      wxEVT_MENU, [this](wxCommandEvent&) { RunNext(&OpenGuide); }, kHelpButton);
 }
 
 // --- Parts ---
@@ -218,9 +223,8 @@ wxButton* MainWindow::MakeButton(wxWindow* parent, int number) {
   auto* const button = new wxButton(parent, number, mnemonics.Label(name));
   button->SetMinSize(FromDIP(wxSize(-1, kButtonHeight)));
   SetSpokenName(button, name);
-  button->Bind(wxEVT_BUTTON, [this, run = action.run](wxCommandEvent&) {
-    RunNext([this, run] { (this->*run)(); });
-  });
+  button->Bind(wxEVT_BUTTON,
+               [this, run = action.run](wxCommandEvent&) { RunNext([this, run] { run(*this); }); });
   return button;
 }
 
@@ -230,7 +234,7 @@ wxCheckBox* MainWindow::MakeCheckBox(wxWindow* parent, int number) {
   auto* const box = new wxCheckBox(parent, number, mnemonics.Label(name));
   SetSpokenName(box, name);
   box->Bind(wxEVT_CHECKBOX, [this, run = which.run](wxCommandEvent& event) {
-    RunNext([this, run, on = event.IsChecked()] { (this->*run)(on); });
+    RunNext([this, run, on = event.IsChecked()] { run(*this, on); });
   });
   return box;
 }
@@ -267,10 +271,6 @@ void MainWindow::FitParts() {
   const int left = lower->GetClientSize().y;
   if (std::exchange(fittedLower, left) != left && left < FromDIP(kSmallLower))
     revealTimer.StartOnce(kLayoutTime);
-}
-
-void MainWindow::FitIfNeeded() {
-  if (LeastHeight() != fittedHeight) FitParts();
 }
 
 int MainWindow::LeastHeight() const {
@@ -324,7 +324,7 @@ void MainWindow::ShowStatus(const StatusView& view) {
   ShowTrace();
   ShowForbidden();
   ShowAdvice();
-  FitIfNeeded();
+  if (LeastHeight() != fittedHeight) FitParts();
   if (iconTone != ToneOf(*shown)) {
     iconTone = ToneOf(*shown);
     SetProgramIcon(*this, ColoursOf(*iconTone).bar);
@@ -455,14 +455,6 @@ void MainWindow::CancelTransfer(wxWindow* over) {
   if (Ask(over, EndQuestion(app.CurrentStatus()))) app.CancelExchange();
 }
 
-void MainWindow::Loopback() {
-  if (Ask(this, LoopbackQuestion())) app.LoopbackTest();
-}
-
-void MainWindow::Help() {
-  OpenGuide();
-}
-
 void MainWindow::OnMonitor(bool on) {
   memory.SetShown(kMonitorPart, on);
   CheckBox(kMonitorSwitch)->SetValue(on);
@@ -487,13 +479,8 @@ void MainWindow::ShowTracing(bool on) {
   ShowTrace();
 }
 
-void MainWindow::OnRts(bool on) {
-  app.SetHandshake({.rtsCts = on});
-  ShowSettings();
-}
-
-void MainWindow::OnDtr(bool on) {
-  app.SetHandshake({.dtrDsr = on});
+void MainWindow::OnHandshake(const Handshake& handshake) {
+  app.SetHandshake(handshake);
   ShowSettings();
 }
 

@@ -67,12 +67,12 @@ class MainWindow : public wxFrame {
  private:
   struct Action {
     UserText label;
-    void (MainWindow::*run)();
+    void (*run)(MainWindow& window);
     int Number() const { return label.number; } // of the control
   };
   struct Switch {
     UserText label;
-    void (MainWindow::*run)(bool on);
+    void (*run)(MainWindow& window, bool on);
     int Number() const { return label.number; }
   };
   static const Action kActions[];
@@ -96,26 +96,16 @@ class MainWindow : public wxFrame {
   void ShowMonitorPane();
   void Unfold(bool open);
   void FitParts();
-  void FitIfNeeded();
   int LeastHeight() const; // of the client area: the band, the lamps and a strip of the rest
   void Grow();
   void ShrinkBack();
   wxButton* Button(int number) const;
   wxCheckBox* CheckBox(int number) const;
 
-  void Send() { app.ChooseDownloadFile(); }
-  void Receive() { app.ChooseUploadFile(); }
-  void XonXoff() { app.XonXoffTest(); }
-  void Complete() { app.CompleteUpload(); }
-  void Special() { app.SpecialDialog(); }
   void Settings();
-  void Loopback();
-  void Cancel() { CancelTransfer(this); }
-  void Help();
   void OnMonitor(bool on);
   void OnTrace(bool on);
-  void OnRts(bool on);
-  void OnDtr(bool on);
+  void OnHandshake(const Handshake& handshake);
 
   NCEApp& app;
   WindowMemory memory;
