@@ -93,10 +93,10 @@ double Quantile(const std::vector<double>& sorted, double q) {
   return sorted[static_cast<std::size_t>(q * static_cast<double>(sorted.size() - 1))];
 }
 
-double ProcessorSeconds(pid_t id, bool onlyFirst) {
+double ProcessorSeconds(pid_t id, Threads threads) {
   double nanoseconds = 0;
   for (const auto& task : fs::directory_iterator("/proc/" + std::to_string(id) + "/task")) {
-    if (onlyFirst && task.path().filename() != std::to_string(id)) continue;
+    if (threads == Threads::First && task.path().filename() != std::to_string(id)) continue;
     double spent = 0;
     std::ifstream(task.path() / "schedstat") >> spent;
     nanoseconds += spent;

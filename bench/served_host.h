@@ -167,8 +167,9 @@ std::vector<double> TurnArounds(Controller& controller, std::string_view request
 double BusyShare(Controller& controller, int baud, const std::function<void()>& exchanges);
 
 double Quantile(const std::vector<double>& sorted, double q);
-// Returns the processor time of all threads of a process, or only of its first one, in seconds.
-double ProcessorSeconds(pid_t id, bool onlyFirst = false);
+enum class Threads { All, First };
+// Returns the processor time of a process's threads, in seconds.
+double ProcessorSeconds(pid_t id, Threads threads = Threads::All);
 // Returns how often the threads of a process have gone to sleep, and so been woken.
 double Sleeps(pid_t id);
 // Reads a line of /proc/ID/status, such as "VmRSS".

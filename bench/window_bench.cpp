@@ -28,14 +28,14 @@ ResultTable table;
 class Spent {
  public:
   explicit Spent(pid_t process)
-      : id(process), all(ProcessorSeconds(id)), window(ProcessorSeconds(id, true)),
+      : id(process), all(ProcessorSeconds(id)), window(ProcessorSeconds(id, Threads::First)),
         sleeps(Sleeps(id)) {}
 
   void Report(const std::string& what, Target target) const {
     const double seconds = Seconds(Clock::now() - begin);
     table.Row(what + ", of one core", (ProcessorSeconds(id) - all) / seconds * 100, "%", target);
-    table.Row(what + ", the window's thread", (ProcessorSeconds(id, true) - window) / seconds * 100,
-              "%");
+    table.Row(what + ", the window's thread",
+              (ProcessorSeconds(id, Threads::First) - window) / seconds * 100, "%");
   }
   void ReportWakeUps(const std::string& what, Target target) const {
     table.Row(what + ", wake-ups a second", (Sleeps(id) - sleeps) / Seconds(Clock::now() - begin),
