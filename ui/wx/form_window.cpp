@@ -16,6 +16,7 @@
 #include "services/core/text_lookup.h"
 #include "ui/wx/accessible.h"
 #include "ui/wx/native_look.h"
+#include "ui/wx/press_button.h"
 #include "ui/wx/screen_room.h"
 #include "ui/wx/side_windows.h"
 #include "ui/wx/signs.h"

@@ -12,6 +12,7 @@
 #include "ui/wx/desktop_note.h"
 #include "ui/wx/guide.h"
 #include "ui/wx/native_look.h"
+#include "ui/wx/press_button.h"
 #include "ui/wx/program_icon.h"
 #include "ui/wx/screen_room.h"
 #include "ui/wx/side_windows.h"
@@ -25,7 +26,6 @@ namespace {
 constexpr int kGap = 8; // all lengths are in device-independent pixels
 constexpr int kMargin = 12;
 constexpr int kOperatorHeight = 64; // of what the operator presses, in gloves
-constexpr int kButtonHeight = 44;   // of everything else that is pressed
 constexpr float kOperatorLetters = 1.25F;
 constexpr int kWidth = 600;
 constexpr int kHeight = 740;
@@ -219,10 +219,7 @@ void MainWindow::RunNext(std::function<void()> action) {
 
 wxButton* MainWindow::MakeButton(wxWindow* parent, int number) {
   const Action& action = *std::ranges::find(kActions, number, &Action::Number);
-  const KorText name = LookUpText(action.label);
-  auto* const button = new wxButton(parent, number, mnemonics.Label(name));
-  button->SetMinSize(FromDIP(wxSize(-1, kButtonHeight)));
-  SetSpokenName(button, name);
+  auto* const button = MakePressButton(parent, number, LookUpText(action.label), mnemonics);
   button->Bind(wxEVT_BUTTON,
                [this, run = action.run](wxCommandEvent&) { RunNext([this, run] { run(*this); }); });
   return button;

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <string>
 
-#include <wx/button.h>
 #include <wx/filedlg.h>
 #include <wx/sizer.h>
 
@@ -13,6 +12,7 @@
 #include "services/core/as_bytes.h"
 #include "services/core/text_lookup.h"
 #include "ui/wx/accessible.h"
+#include "ui/wx/press_button.h"
 #include "ui/wx/theme.h"
 #include "ui/wx/wx_text.h"
 
@@ -24,7 +24,6 @@ constexpr int kShowPeriod = 200;              // milliseconds; each drawing cost
 constexpr std::size_t kMostWaiting = 1 << 20; // characters, while scrolled back
 constexpr int kMinimumLines = 4;
 constexpr int kLinesAtOnce = 500; // more would hold up the window
-constexpr int kButtonHeight = 44; // device-independent pixels, for a finger in a glove
 
 // text begins at the beginning of a line. Bytes that arrive are always marked; bytes that are sent
 // are not where a test begins.
@@ -76,10 +75,7 @@ MonitorView::MonitorView(wxWindow* parent, Mnemonics& mnemonics)
 wxSizer* MonitorView::MakeTools(Mnemonics& mnemonics) {
   auto* const row = new wxBoxSizer(wxHORIZONTAL);
   const auto add = [&](const UserText& label, auto action) {
-    const KorText name = LookUpText(label);
-    auto* const button = new wxButton(this, wxID_ANY, mnemonics.Label(name));
-    button->SetMinSize(FromDIP(wxSize(-1, kButtonHeight)));
-    SetSpokenName(button, name);
+    auto* const button = MakePressButton(this, wxID_ANY, LookUpText(label), mnemonics);
     button->Bind(wxEVT_BUTTON, [action](wxCommandEvent&) { action(); });
     row->Add(button, wxSizerFlags().Border(wxRIGHT, FromDIP(4)));
   };

@@ -6,13 +6,13 @@
 #include "services/core/text_lookup.h"
 #include "ui/wx/accessible.h"
 #include "ui/wx/native_look.h"
+#include "ui/wx/press_button.h"
 #include "ui/wx/wx_text.h"
 
 namespace kor {
 
 namespace {
 
-constexpr int kHeight = 44; // device-independent pixels, for a finger in a glove
 constexpr int kGap = 8;
 
 } // namespace
@@ -25,7 +25,7 @@ ServiceFold::ServiceFold(wxWindow* parent, Mnemonics& mnemonics,
   holds = "   " + ToLabel(LookUpText(kTexts.serviceHolds));
   heading = new wxToggleButton(this, kNumber, label, wxDefaultPosition, wxDefaultSize,
                                wxBU_LEFT | wxBORDER_NONE);
-  heading->SetMinSize({1, FromDIP(kHeight)});
+  heading->SetMinSize({1, FromDIP(kPressHeight)});
   SetSpokenName(heading, name);
   heading->Bind(wxEVT_TOGGLEBUTTON,
                 [fold = std::move(onFold)](wxCommandEvent& event) { fold(event.IsChecked()); });
@@ -62,7 +62,7 @@ void ServiceFold::Follow(wxWindow* control) {
 void ServiceFold::AddPairs(std::initializer_list<wxWindow*> controls) {
   auto* const grid = new wxGridSizer(2, FromDIP(wxSize(kGap, kGap)));
   for (wxWindow* const control : controls) {
-    control->SetMinSize({-1, FromDIP(kHeight)});
+    control->SetMinSize({-1, FromDIP(kPressHeight)});
     grid->Add(control, wxSizerFlags().Expand());
     Follow(control);
   }

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include <wx/artprov.h>
-#include <wx/button.h>
 #include <wx/sizer.h>
 #include <wx/statbmp.h>
 #include <wx/stattext.h>
@@ -11,6 +10,7 @@
 #include "services/core/text_lookup.h"
 #include "ui/wx/accessible.h"
 #include "ui/wx/native_dialogs.h"
+#include "ui/wx/press_button.h"
 #include "ui/wx/wx_text.h"
 
 namespace kor {
@@ -91,14 +91,6 @@ class QuestionWindow : public wxDialog {
 };
 
 } // namespace
-
-wxButton* MakePressButton(wxWindow* parent, int number, const KorText& label,
-                          Mnemonics& mnemonics) {
-  auto* const button = new wxButton(parent, number, mnemonics.Label(label));
-  button->SetMinSize(parent->FromDIP(wxSize(-1, kPressHeight)));
-  SetSpokenName(button, label);
-  return button;
-}
 
 void MessageWindows::Show(const KorText& caption, const KorText& text, MessageStyle style) {
   const auto same = std::ranges::find(open, text, &Shown::text);

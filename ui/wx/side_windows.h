@@ -7,17 +7,10 @@
 
 #include <wx/dialog.h>
 
-#include <wx/button.h>
-
 #include "ui/form_dialog.h"
 #include "ui/questions.h"
-#include "ui/wx/mnemonics.h"
 
 namespace kor {
-
-constexpr int kPressHeight = 44; // device-independent pixels: for a finger in a glove
-
-wxButton* MakePressButton(wxWindow* parent, int number, const KorText& label, Mnemonics& mnemonics);
 
 // Shows messages, each until the user closes it. When there are too many, the oldest goes. A
 // message that is still open is not shown again, whatever raised it.

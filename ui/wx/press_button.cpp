@@ -1,0 +1,15 @@
+#include "ui/wx/press_button.h"
+
+#include "ui/wx/accessible.h"
+
+namespace kor {
+
+wxButton* MakePressButton(wxWindow* parent, int number, const KorText& label,
+                          Mnemonics& mnemonics) {
+  auto* const button = new wxButton(parent, number, mnemonics.Label(label));
+  button->SetMinSize(parent->FromDIP(wxSize(-1, kPressHeight)));
+  SetSpokenName(button, label);
+  return button;
+}
+
+} // namespace kor
