@@ -129,7 +129,7 @@ void DownloadApp::BuildWindow() {
   OpenPort(0);
   exchange.Status().Update();
   BeforeServing();
-  ReadJobs(true, [this](const std::vector<EndedJob>& jobs) {
+  ReadJobs(JobDays::SinceYesterday, [this](const std::vector<EndedJob>& jobs) {
     if (!jobs.empty()) services.window->ShowEarlierJobs(jobs);
   });
   if (!services.startWorker) return;
@@ -518,13 +518,12 @@ void DownloadApp::StartTrace(const KorText& path) {
 }
 
 // The log's thread reads them once it has written the jobs that have ended so far.
-bool DownloadApp::ReadJobs(bool sinceYesterday,
-                           std::function<void(const std::vector<EndedJob>&)> show) {
-  return logWriter.Add(1, [this, sinceYesterday, show = std::move(show)] {
+bool DownloadApp::ReadJobs(JobDays days, std::function<void(const std::vector<EndedJob>&)> show) {
+  return logWriter.Add(1, [this, days, show = std::move(show)] {
     if (gone) return;
     const SystemTime today = App().LocalTime();
     std::vector<EndedJob> jobs = ReadJobsOfDay(jobsPath, today);
-    if (sinceYesterday) {
+    if (days == JobDays::SinceYesterday) {
       const std::vector<EndedJob> before = ReadJobsOfDay(jobsPath, DayBefore(today));
       jobs.insert(jobs.begin(), before.begin(), before.end());
     }
@@ -537,9 +536,10 @@ void DownloadApp::AskJobsOfToday(std::function<void(const std::vector<EndedJob>&
     ShowMessage(LookUpText(kTexts.log), SilentFolder(), MessageStyle::Exclamation);
   };
   const int question = looks.Await(refuse);
-  const bool asked = ReadJobs(false, [this, question, show = std::move(show)](const auto& jobs) {
-    if (looks.Take(question)) show(jobs);
-  });
+  const bool asked =
+      ReadJobs(JobDays::Today, [this, question, show = std::move(show)](const auto& jobs) {
+        if (looks.Take(question)) show(jobs);
+      });
   if (!asked && looks.Take(question)) refuse();
 }
 

@@ -211,7 +211,8 @@ class DownloadApp : public Storable, private ExchangeHost, private ProtocolHooks
   bool LookAside(const std::function<void()>& look);
   using Refusals = std::vector<FieldRefusal>;
   void LookAtForm(const FormDescription& edited, const std::function<void(const Refusals&)>& done);
-  bool ReadJobs(bool sinceYesterday, std::function<void(const std::vector<EndedJob>&)> show);
+  enum class JobDays { Today, SinceYesterday };
+  bool ReadJobs(JobDays days, std::function<void(const std::vector<EndedJob>&)> show);
   void TellLogFailure();
   void WriteJobLine(const EndedJob& job);
   void CreateTimer(const char16_t* name, double period, void (DownloadApp::*action)());

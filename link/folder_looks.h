@@ -21,8 +21,8 @@ class FolderLooks {
   explicit FolderLooks(TimerQueue& timerQueue) : timers(timerQueue) {}
 
   void Start();
-  bool
-  Stop(std::chrono::steady_clock::time_point until); // Returns false when a thread has not ended.
+  // Returns false when a thread has not ended by then.
+  bool Stop(std::chrono::steady_clock::time_point until);
   void Finish();
   void RunHere();                              // Runs what waits where no thread was started.
   bool Add(const std::function<void()>& look); // Returns false when all are busy.
