@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -34,16 +33,10 @@ std::vector<Step> ReadSteps(const std::string& page, const std::string& word) {
 
 // The words up to a count; the last one takes the rest.
 std::vector<KorText> Words(const std::string& line, std::size_t count) {
-  std::istringstream stream(line);
-  std::vector<KorText> words(count);
-  std::string word;
-  for (std::size_t i = 0; i < count; ++i) {
-    if (i + 1 < count)
-      stream >> word;
-    else
-      std::getline(stream >> std::ws, word);
-    words[i] = KorText::FromBytes(word);
-  }
+  std::vector<KorText> words = Split(KorText::FromBytes(line), u' ');
+  for (; words.size() > count; words.pop_back())
+    words[words.size() - 2] += u" " + words.back();
+  words.resize(count);
   return words;
 }
 
