@@ -203,6 +203,7 @@ TEST_F(Kordict, ChecksWhatAProgramCanSeeOfALanguagesTypography) {
                              const KorText& good, const KorText& says) {
     EXPECT_EQ(Run({u"check", PutXliff(code, Unit(5, source, fault))}), 1) << fault.ToUtf8();
     EXPECT_TRUE(printed.Contains(says)) << printed.ToUtf8();
+    EXPECT_TRUE(printed.EndsWith(u"\n1 findings\n")) << printed.ToUtf8();
     EXPECT_EQ(Run({u"check", PutXliff(code, Unit(5, source, good))}), 0) << printed.ToUtf8();
   };
   checks(u"de-DE", u"\"x\" is", u"\"x\" ist", u"\u201Ex\u201C ist", u"mark or apostrophe \" is");
