@@ -32,6 +32,8 @@ TEST(ControllerOptions, TakesTheLineThenTheCommand) {
   ReadOptions(Words("--port COM1 raw FH --no-pace"), plain);
   EXPECT_EQ(plain.Retries() + plain.WaitHost(), 0);
   EXPECT_EQ(plain.command.text, "FH --no-pace");
+  Options soak;
+  EXPECT_EQ(ReadOptions(Words("--port COM1 soak --seconds 1"), soak).text, u"");
 }
 
 TEST(ControllerOptions, SaysWhatIsWrong) {
@@ -51,6 +53,7 @@ TEST(ControllerOptions, SaysWhatIsWrong) {
   refuses("--port a fetch", "fetch: a program number is missing");
   refuses("--port a fetch DH", "the number \"DH\" holds \"DH\"");
   refuses("--port a send f", "--number N is missing");
+  refuses("--port a soak", "--seconds S is missing");
   refuses("--port a soak --seconds x", "\"x\" is no number of seconds");
 }
 
