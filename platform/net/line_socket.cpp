@@ -8,7 +8,6 @@
 #include <utility>
 #include <vector>
 
-#include <asio/connect.hpp>
 #include <asio/executor_work_guard.hpp>
 #include <asio/io_context.hpp>
 #include <asio/ip/tcp.hpp>
@@ -73,11 +72,8 @@ class Connection : public std::enable_shared_from_this<Connection> {
   explicit Connection(tcp::socket toOwn) : socket(std::move(toOwn)) {}
 
   void Connect(const std::vector<tcp::endpoint>& endpoints) {
-    asio::async_connect(socket, endpoints,
-                        [self = shared_from_this()](std::error_code problem, const tcp::endpoint&) {
-                          if (problem) return self->End(problem);
-                          self->Begin();
-                        });
+    left.assign(endpoints.rbegin(), endpoints.rend());
+    ConnectToNext();
   }
 
   void Begin() {
@@ -149,7 +145,26 @@ class Connection : public std::enable_shared_from_this<Connection> {
     });
   }
 
+  // In the order of the look-up. The socket is opened here: asio's own way through them tells of a
+  // system that lets none be opened that the operation was cancelled.
+  void ConnectToNext() {
+    if (left.empty()) return End(error);
+    const tcp::endpoint next = left.back();
+    left.pop_back();
+    std::error_code ignored;
+    socket.close(ignored);
+    socket.open(next.protocol(), error);
+    if (error) return ConnectToNext();
+    socket.async_connect(next, [self = shared_from_this()](std::error_code problem) {
+      if (self->isOver) return;
+      if (!problem) return self->Begin();
+      self->error = problem;
+      self->ConnectToNext();
+    });
+  }
+
   tcp::socket socket;
+  std::vector<tcp::endpoint> left; // to be tried, the last one first
   std::array<char, 2048> piece{};
   std::string writing, waiting;
   bool isReading = false;
