@@ -193,8 +193,8 @@ double SendWithOthers(int baud, const std::string& text, const std::vector<std::
   const auto received = receiving.WaitForExit(Milliseconds(300000));
   const double seconds = relay.ActiveSeconds();
   const std::string arrived = support::ReadWholeFile(folder.Path() / "in" / got);
-  if (received != 0 || arrived.substr(0, text.size()) != text)
-    throw std::runtime_error(sending.Diagnostics() + receiving.Diagnostics());
+  if (received != 0) throw std::runtime_error(receiving.Diagnostics() + sending.Diagnostics());
+  if (arrived.substr(0, text.size()) != text) throw std::runtime_error("other bytes arrived");
   return seconds;
 }
 
