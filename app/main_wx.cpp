@@ -333,7 +333,7 @@ class AnswerProgram : public wxApp {
  public:
   explicit AnswerProgram(const KorText& answer) : text(answer) {}
   bool OnInit() override { return true; }
-  int OnRun() override { return wxMessageBox(ToWx(text), "ncedl"), 0; }
+  int OnRun() override { return wxMessageBox(ToWx(text), "NCE DNC link"), 0; }
 
  private:
   const KorText text;
