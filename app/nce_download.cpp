@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "app/nce_frame.h"
+#include "services/core/app_interface.h"
 #include "services/core/text_lookup.h"
 
 namespace kor {
@@ -93,7 +94,8 @@ void NceProtocol::StartDownload() {
     return;
   }
   if (opened != NcProgram::Result::Read) {
-    EnterStatus(LinkStatus::DownloadCantOpen);
+    const bool isThere = begun.folder.IsEmpty() || App().FolderExists(begun.folder);
+    EnterStatus(LinkStatus::DownloadCantOpen, isThere ? u"" : LookUpText(kTexts.adviceNoList));
     Reply(KorText::Format(u"%%%% File %s not found on Host Computer", numberText));
     return;
   }

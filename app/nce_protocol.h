@@ -71,7 +71,9 @@ class NceProtocol {
   void ShowNumberTitle();
 
   LinkStatus Status() { return exchange.Status().Code(); }
-  void EnterStatus(LinkStatus code) { exchange.Status().Enter(code); }
+  void EnterStatus(LinkStatus code, const KorText& note = {}) {
+    exchange.Status().Enter(code, note);
+  }
   StatusBoard& Board() { return exchange.Status().Board(); }
 
   Exchange& exchange;

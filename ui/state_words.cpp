@@ -140,7 +140,8 @@ KorText ProgramOf(const StatusView& view) {
 KorText AdviceOf(const Situation& now) {
   const StatusView& view = now.view;
   if (view.code == NoLink) return view.reason;
-  if (!view.note.IsEmpty() && !HasFailed(view.activity)) return view.note;
+  const bool isFolderAway = view.code == DownloadCantOpen && !view.note.IsEmpty();
+  if (isFolderAway || (!view.note.IsEmpty() && !HasFailed(view.activity))) return view.note;
   KorText advice = RunningAdvice(now);
   if (advice.IsEmpty())
     advice = KorText::Format(LookUpText(RowOf(view.code).advice), FolderOfPath(view.fileName));

@@ -63,9 +63,11 @@ wxStaticText* Footer::MakeText(long style) {
 
 void Footer::ShowSettings(const LinkSettings& settings, const KorText& portName) {
   Say(port, ToWx(LineWords(settings, portName)));
-  Say(folder, ToWx(settings.uploadPath == settings.downloadPath
-                       ? settings.downloadPath
-                       : settings.downloadPath + u" \u00b7 " + settings.uploadPath));
+  const wxString folders = ToWx(settings.uploadPath == settings.downloadPath
+                                    ? settings.downloadPath
+                                    : settings.downloadPath + u" \u00b7 " + settings.uploadPath);
+  if (folder->GetLabelText() != folders) Colour(folder, folderFails = false);
+  Say(folder, folders);
   Layout();
 }
 
@@ -84,11 +86,13 @@ void Footer::Colour(wxStaticText* text, bool isWrong) {
   text->Refresh();
 }
 
-// A program that is not there says nothing of its folder.
-void Footer::Follow(LinkStatus code) {
+// A program that is not there says nothing of its folder, unless a note tells that this is away.
+void Footer::Follow(const StatusView& view) {
   using enum LinkStatus;
+  const LinkStatus code = view.code;
   const bool noPort = code == NoLink;
-  const bool fails = code == DirectoryError || code == UploadCantOpen;
+  const bool fails = code == DirectoryError || code == UploadCantOpen ||
+                     (code == DownloadCantOpen && !view.note.IsEmpty());
   const bool works = code == DirectoryListing || IsTransfer(code);
   const bool noFolder = fails || (folderFails && !works);
   if (noPort == portFails && noFolder == folderFails) return;

@@ -22,7 +22,7 @@ class Footer : public wxPanel {
 
   void ShowSettings(const LinkSettings& settings, const KorText& portName);
   void ShowTrace(const KorText& words, bool isWrong); // empty: none
-  void Follow(LinkStatus code);                       // what the state says of port and folder
+  void Follow(const StatusView& view);                // what it says of port and folder
   void ApplyLook();
 
  private:
