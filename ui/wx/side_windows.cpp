@@ -39,7 +39,8 @@ wxDialog* MakeMessage(wxWindow* parent, const KorText& caption, const KorText& t
   SpeakAsDialog(window);
   const wxArtID art = style == MessageStyle::Exclamation ? wxART_WARNING : wxART_INFORMATION;
   Mnemonics mnemonics;
-  auto* const ok = MakePressButton(window, wxID_OK, LookUpText(kTexts.ok), mnemonics);
+  auto* const ok =
+      MakePressButton(window, wxID_OK, LookUpText(kTexts.ok), mnemonics, kOperatorHeight);
   ok->Bind(wxEVT_BUTTON, [window](wxCommandEvent&) {
     if (window->IsModal())
       window->EndModal(wxID_OK);
@@ -82,7 +83,7 @@ class QuestionWindow : public wxDialog {
 
  private:
   wxButton* MakeChoice(int answer, const KorText& label) {
-    auto* const button = MakePressButton(this, answer, label, mnemonics);
+    auto* const button = MakePressButton(this, answer, label, mnemonics, kOperatorHeight);
     button->Bind(wxEVT_BUTTON, [this, answer](wxCommandEvent&) { EndModal(answer); });
     return button;
   }
@@ -129,7 +130,8 @@ wxDialog* MakeEndWindow(wxWindow* parent, const KorText& caption, const KorText&
   auto* const row = new wxBoxSizer(wxHORIZONTAL);
   Mnemonics mnemonics;
   for (const EndChoice& choice : choices) {
-    auto* const button = MakePressButton(window, wxID_ANY, choice.label, mnemonics);
+    auto* const button =
+        MakePressButton(window, wxID_ANY, choice.label, mnemonics, kOperatorHeight);
     button->Bind(wxEVT_BUTTON, [action = choice.action](wxCommandEvent&) { action(); });
     row->Add(button, wxSizerFlags().Border(wxRIGHT, window->FromDIP(kGap)));
   }
