@@ -294,6 +294,7 @@ void WindowScenes::PlaySmall() {
   ShowState(Downloading, kSize / 3, kSize);
   LookAt(*window, "small");
   window->SetSize(usual);
+  system.Advance(1); // the lamps have gone out
   ShowState(Waiting);
 }
 

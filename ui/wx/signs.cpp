@@ -100,6 +100,13 @@ void DrawIn(wxGraphicsContext& on, Sign sign, const wxColour& colour) {
   Draw(on, sign);
 }
 
+// Opaque, since not every system draws what is half transparent in its own colour.
+wxColour HalfWay(const wxColour& one, const wxColour& other) {
+  const auto mixed = [](int a, int b) { return static_cast<unsigned char>((a + b) / 2); };
+  return {mixed(one.Red(), other.Red()), mixed(one.Green(), other.Green()),
+          mixed(one.Blue(), other.Blue())};
+}
+
 // An unlit lens is dull. A hold is larger than traffic, and a lit lens glows.
 void DrawLens(wxGraphicsContext& on, Lens lens) {
   constexpr double kRadius = 33, kHoldRadius = 42, kRim = 7, kGlow = 8;
@@ -107,7 +114,7 @@ void DrawLens(wxGraphicsContext& on, Lens lens) {
   const wxColour fill = ColourOf(lens == Lens::Off       ? kLensOff
                                  : lens == Lens::Traffic ? kLensTraffic
                                                          : kLensHold);
-  if (lens != Lens::Off) Disc(on, radius + kGlow, {fill.Red(), fill.Green(), fill.Blue(), 110});
+  if (lens != Lens::Off) Disc(on, radius + kGlow, HalfWay(fill, ColourOf(kStripGround)));
   Disc(on, radius, lens == Lens::Off ? ColourOf(kLensRim) : fill.ChangeLightness(150));
   Disc(on, radius - kRim, fill);
 }
