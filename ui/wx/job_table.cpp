@@ -121,11 +121,20 @@ void JobTable::MakeColumns() {
   text(kTexts.jobsBytes, "0 000 000", wxALIGN_RIGHT);
 }
 
-// The result in words gets the width that the other columns leave.
+// The result in words gets the width that the other columns leave, and more where it needs that: the
+// table scrolls then.
 void JobTable::FitColumns() {
   const int left = list->GetClientSize().x - FromDIP(kPadding) - otherColumns;
-  const int width = std::max(left, FromDIP(kLeastResult));
+  const int width = std::max({left, FromDIP(kLeastResult), widestResult});
   if (result->GetWidth() != width) result->SetWidth(width);
+}
+
+void JobTable::MakeRoomFor(const wxString& words) {
+  const wxFont bold = GetFont().Bold();
+  int width = 0;
+  GetTextExtent(words, &width, nullptr, nullptr, nullptr, &bold);
+  widestResult = std::max(widestResult, width + FromDIP(kPadding));
+  FitColumns();
 }
 
 void JobTable::Insert(unsigned row, const EndedJob& job) {
@@ -139,6 +148,7 @@ void JobTable::Insert(unsigned row, const EndedJob& job) {
   cells.push_back(ToWx(ResultText(job)));
   cells.push_back(job.bytes > 0 ? ToWx(GroupedDigits(job.bytes)) : wxString());
   list->InsertItem(row, cells, isGood ? kGoodJob : kFailedJob);
+  MakeRoomFor(ToWx(ResultText(job)));
 }
 
 void JobTable::InsertWords(unsigned row, const wxString& words) {
@@ -148,6 +158,7 @@ void JobTable::InsertWords(unsigned row, const wxString& words) {
   for (const wxString& text : {wxString(), wxString(), words, wxString()})
     cells.push_back(text);
   list->InsertItem(row, cells, kWords);
+  MakeRoomFor(words);
 }
 
 bool JobTable::IsOfToday(const EndedJob& job) const {
@@ -161,6 +172,7 @@ std::size_t JobTable::CountOfToday() const {
 
 void JobTable::Build() {
   list->DeleteAllItems();
+  widestResult = 0;
   unsigned row = 0;
   if (CountOfToday() == 0) InsertWords(row++, ToWx(LookUpText(kTexts.jobsNone)));
   bool dated = false;

@@ -34,6 +34,7 @@ class JobTable : public wxPanel {
 
   void MakeColumns();
   void FitColumns();
+  void MakeRoomFor(const wxString& words); // in the column of the results
   void Build();
   void Insert(unsigned row, const EndedJob& job);
   void InsertWords(unsigned row, const wxString& words);
@@ -51,6 +52,7 @@ class JobTable : public wxPanel {
   wxTimer placeTimer;   // runs until a new row is laid out
   wxDataViewItem kept;  // that was on top before it
   int otherColumns = 0; // pixels of their width
+  int widestResult = 0; // pixels
 };
 
 } // namespace kor

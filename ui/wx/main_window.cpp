@@ -25,7 +25,6 @@ namespace {
 
 constexpr int kGap = 8; // all lengths are in device-independent pixels
 constexpr int kMargin = 12;
-constexpr int kOperatorHeight = 64; // of what the operator presses, in gloves
 constexpr float kOperatorLetters = 1.25F;
 constexpr int kWidth = 600;
 constexpr int kHeight = 740;
@@ -36,6 +35,7 @@ constexpr int kSmallLower = 120; // where it shows little else
 constexpr int kScrollStep = 16;
 constexpr int kAdvicePeriod = 1000; // milliseconds
 constexpr int kLayoutTime = 50;     // milliseconds until the toolkit has laid out what moved
+constexpr int kReveals = 4;         // times to look: a busy desktop is later than that
 
 constexpr int kSendButton = kTexts.sendNcFile.number;
 constexpr int kReceiveButton = kTexts.receiveNcFile.number;
@@ -113,7 +113,10 @@ void MainWindow::FollowEvents() {
     event.Skip();
     if (LeastHeight() != fittedHeight) CallAfter([this] { FitParts(); });
   });
-  revealTimer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { ScrollTo(*lower, *service); });
+  revealTimer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) {
+    ScrollTo(*lower, *service);
+    if (--reveals > 0) revealTimer.StartOnce(kLayoutTime);
+  });
   adviceTimer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { ShowAdvice(); });
   Bind(wxEVT_SYS_COLOUR_CHANGED, [this](wxSysColourChangedEvent& event) {
     event.Skip();
@@ -266,8 +269,10 @@ void MainWindow::FitParts() {
   lower->Layout();
   lower->Refresh(); // a part that moves may leave what it stood on as it was
   const int left = lower->GetClientSize().y;
-  if (std::exchange(fittedLower, left) != left && left < FromDIP(kSmallLower))
+  if (std::exchange(fittedLower, left) != left && left < FromDIP(kSmallLower)) {
+    reveals = kReveals;
     revealTimer.StartOnce(kLayoutTime);
+  }
 }
 
 int MainWindow::LeastHeight() const {
@@ -315,7 +320,7 @@ void MainWindow::ShowStatus(const StatusView& view) {
   shown = Situation{view, meter.Measured(), sendsByHand || receivesByHand};
   band->Show(*shown);
   lamps->Show(view.lamps);
-  footer->Follow(view.code);
+  footer->Follow(view);
   jobs->BeginDay(App().LocalTime());
   ShowLineErrors();
   ShowTrace();

@@ -120,6 +120,7 @@ class MainWindow : public wxFrame {
   bool traceFailed = false;
   wxTimer adviceTimer; // runs while there is no link
   wxTimer revealTimer; // runs until the heading of Service can be scrolled to
+  int reveals = 0;     // that are left
   bool acting = false; // a control's action runs
   RateMeter meter;
 

@@ -7,6 +7,7 @@
 #include "services/core/text_lookup.h"
 #include "ui/wx/accessible.h"
 #include "ui/wx/native_look.h"
+#include "ui/wx/press_button.h"
 #include "ui/wx/theme.h"
 #include "ui/wx/wx_text.h"
 
@@ -18,7 +19,7 @@ constexpr int kStatusText = kTexts.status.number;
 constexpr int kProgressLabel = kTexts.progress.number;
 constexpr int kSide = 96; // device-independent pixels of the sign
 constexpr int kMargin = 12, kGap = 4;
-constexpr int kBarHeight = 28, kLeastBar = 160, kButtonHeight = 64;
+constexpr int kBarHeight = 28, kLeastBar = 160;
 constexpr int kUsualWidth = 600, kUsualHeight = 450; // of a window with letters of the usual size
 constexpr double kMostScale = 3;
 constexpr int kWordPoints = 30; // 40 pixels at 96 dots an inch
@@ -86,7 +87,7 @@ void StateBand::MakeProgress() {
   measure->Add(figures, wxSizerFlags().Expand());
   progress = new wxBoxSizer(wxHORIZONTAL);
   progress->Add(measure, wxSizerFlags(1).CentreVertical());
-  progress->Add(0, FromDIP(kButtonHeight));
+  progress->Add(0, FromDIP(kOperatorHeight));
   parts->Add(progress, wxSizerFlags().Expand().Border(wxTOP, FromDIP(kGap)));
 }
 
@@ -96,7 +97,7 @@ void StateBand::AddButtons(wxButton* complete, wxButton* cancel) {
   for (wxButton* const button : buttons) {
     button->SetLabel(InTwoLines(button->GetLabel()));
     CentreLines(button);
-    button->SetMinSize({-1, FromDIP(kButtonHeight)});
+    button->SetMinSize({-1, FromDIP(kOperatorHeight)});
     button->Hide();
   }
   progress->Add(complete, beside);
@@ -225,6 +226,14 @@ wxString StateBand::AdviceLines(const KorText& text) const {
   return InLines(text, *advice, TextRoom());
 }
 
+// The toolkit never makes a text's best size smaller than its present size, and the height of its
+// letters is that of Latin ones.
+int StateBand::HeightOf(const wxString& adviceInLines) const {
+  wxClientDC dc(advice);
+  dc.SetFont(advice->GetFont());
+  return dc.GetMultiLineTextExtent(adviceInLines).y;
+}
+
 // Room is kept for the longest text that is usual. While there is no link the text may need more.
 void StateBand::FitAdvice() {
   if (adviceRoom != TextRoom()) {
@@ -232,17 +241,13 @@ void StateBand::FitAdvice() {
     std::vector<KorText> samples = AdviceSamples();
     const auto width = [this](const KorText& text) { return advice->GetTextExtent(ToWx(text)).x; };
     std::ranges::partial_sort(samples, samples.begin() + kMeasuredSamples, std::greater(), width);
-    adviceLines = 1;
+    adviceHeight = 0;
     for (std::size_t at = 0; at < kMeasuredSamples; ++at)
-      adviceLines = std::max(adviceLines, AdviceLines(samples[at]).Freq('\n') + 1);
+      adviceHeight = std::max(adviceHeight, HeightOf(AdviceLines(samples[at])));
   }
   const wxString lines = AdviceLines(advised);
   if (advice->GetLabelText() != lines) advice->SetLabelText(lines);
-  // The toolkit never makes a text's best size smaller than its present size.
-  wxClientDC dc(advice);
-  dc.SetFont(advice->GetFont());
-  advice->SetMinSize(
-      {1, std::max(adviceLines * advice->GetCharHeight(), dc.GetMultiLineTextExtent(lines).y)});
+  advice->SetMinSize({1, std::max(adviceHeight, HeightOf(lines))});
 }
 
 } // namespace kor

@@ -44,16 +44,17 @@ class StateBand : public wxPanel {
   void ApplyColours();
   void FitAdvice();
   wxString AdviceLines(const KorText& text) const;
+  int HeightOf(const wxString& adviceInLines) const;
   int TextRoom() const;
 
   std::optional<Situation> shown;
   std::optional<Tone> tone;
   Sign drawnSign = Sign::Idle;
-  double scale = 1;    // of the letters
-  int room = 0;        // pixels of the window's width
-  int adviceRoom = -1; // pixels of width that adviceLines was measured for
-  int adviceLines = 2; // that are kept free
-  KorText advised;     // not yet in lines
+  double scale = 1;     // of the letters
+  int room = 0;         // pixels of the window's width
+  int adviceRoom = -1;  // pixels of width that adviceHeight was measured for
+  int adviceHeight = 0; // pixels that are kept free
+  KorText advised;      // not yet in lines
   wxStaticBitmap* sign = nullptr;
   wxStaticText* word = nullptr;
   wxStaticText* program = nullptr;
