@@ -333,12 +333,24 @@ TEST_F(Program, WithoutADisplayItNamesTheConsole) {
   EXPECT_NE(blind.Diagnostics().find("ncedl-console"), std::string::npos);
 }
 
-TEST_F(Program, ServesBeforeAnybodyHasReadThatItsTextsAreMissing) {
-  const std::filesystem::path copy = folders.Download("ncedl"); // beside it there are none
-  std::filesystem::copy_file(NCEDL_PROGRAMS "/ncedl", copy);
-  program = std::make_unique<Process>(std::vector<std::string>{copy}, folders.Options());
+TEST_F(Program, ServesBeforeAnybodyHasReadThatItsTextsAreMissingAndShowsItsGuide) {
+  const std::filesystem::path folder = folders.Download("bin"); // beside it there are none
+  std::filesystem::create_directories(folder / "docs");
+  std::filesystem::copy_file(NCEDL_PROGRAMS "/ncedl", folder / "ncedl");
+  support::WriteWholeFile(folder / "docs/user-guide.html", "words");
+  support::WriteWholeFile(folder / "xdg-open",
+                          "#!/bin/sh\necho \"$1\" >" + (folder / "opened").string() + "\n");
+  std::filesystem::permissions(folder / "xdg-open", std::filesystem::perms::owner_all);
+  ProcessOptions options = folders.Options();
+  options.environment["PATH"] = folder;
+  program = std::make_unique<Process>(std::vector<std::string>{folder / "ncedl"}, options);
   ASSERT_TRUE(Answers());
-  EXPECT_TRUE(Press("push button", "Ok"));
+  ASSERT_TRUE(Press("push button", "Ok"));
+  ASSERT_TRUE(Shows("frame", "NCE", kActive));
+  Key("F1");
+  EXPECT_TRUE(Until([&] {
+    return support::ReadWholeFile(folder / "opened").ends_with("bin/docs/user-guide.html\n");
+  }));
 }
 
 TEST_F(Program, WithoutProgramPathsItSaysHowToSetThemUpAndEnds) {

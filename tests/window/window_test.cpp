@@ -18,6 +18,7 @@
 #include "ui/wx/form_window.h"
 #include "ui/wx/guide.h"
 #include "ui/wx/lamp_strip.h"
+#include "ui/wx/theme.h"
 
 namespace kor::window_test {
 namespace {
@@ -376,6 +377,14 @@ TEST_F(Window, WhatTheControllerBeganIsCancelledAfterAQuestion) {
   robot.Run();
 }
 
+// Whether the text of the footer is shown as wrong.
+bool IsRed(const wxString& words) {
+  for (const wxWindow* const text : Find(15756)->GetParent()->GetChildren())
+    if (text->GetLabel().Contains(words))
+      return text->IsShown() && text->GetForegroundColour() == ColourOf(kFailedText);
+  return false;
+}
+
 TEST_F(Window, TheTraceGoesToTheChosenFile) {
   Open();
   const std::string trace = folders / "trace.log";
@@ -386,6 +395,12 @@ TEST_F(Window, TheTraceGoesToTheChosenFile) {
   robot.Clicks(15266);
   robot.Chooses("Save Log File As", trace);
   robot.Then("on", [this] { return IsChecked(15266) && app->IsTracing(); });
+  robot.Do("stops by itself", [this] {
+    EXPECT_FALSE(IsRed("trace.log"));
+    frontEnd.ShowTracing(false);
+    EXPECT_TRUE(IsRed("trace.log") && !IsChecked(15266));
+    frontEnd.ShowTracing(true);
+  });
   robot.Clicks(15266);
   robot.Then("off", [this] { return !IsChecked(15266) && !app->IsTracing(); });
   robot.Then("written", [&] { // by a thread of its own
@@ -425,6 +440,12 @@ TEST_F(Window, TheMonitorFollowsUnlessScrolledBack) {
     text.ShowPosition(text.GetLastPosition());
     return text.GetValue().Contains("later");
   });
+  robot.Do("wider than it is", [this] { frontEnd.AppendMonitor(u"TX " + KorText(500, u'X')); });
+  robot.Then("there", [&] { return text.GetValue().EndsWith("X"); });
+  GtkAdjustment* const across =
+      gtk_scrolled_window_get_hadjustment(GTK_SCROLLED_WINDOW(text.GetHandle()));
+  for (int looks = 0; looks < 5; ++looks)
+    robot.Then("from the line's start", [&] { return gtk_adjustment_get_value(across) == 0; });
   robot.Run();
 }
 
@@ -653,8 +674,27 @@ TEST_F(Window, MessagesDoNotPileUpAndAreAnsweredBesideADialog) {
   robot.Run();
 }
 
+// Keeps what the desktop is asked to show.
+GDBusMessage* TakeNote(GDBusConnection*, GDBusMessage* message, gboolean, gpointer kept) {
+  if (g_strcmp0(g_dbus_message_get_member(message), "Notify") == 0)
+    *static_cast<std::atomic<GVariant*>*>(kept) = g_variant_ref(g_dbus_message_get_body(message));
+  return message;
+}
+
+// Of the dot in the icon that the taskbar has.
+wxColour DotColour(const wxTopLevelWindow* window) {
+  GList* const icons = gtk_window_get_icon_list(GTK_WINDOW(window->GetHandle()));
+  const wxImage icon = wxBitmap(GDK_PIXBUF(g_object_ref(icons->data))).ConvertToImage();
+  g_list_free(icons);
+  const int x = icon.GetWidth() - 14, y = icon.GetHeight() - 14;
+  return {icon.GetRed(x, y), icon.GetGreen(x, y), icon.GetBlue(x, y)};
+}
+
 TEST_F(Window, AFailedJobAsksForAttentionUntilSomebodyLooks) {
   Open();
+  std::atomic<GVariant*> note{nullptr};
+  GDBusConnection* const bus = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr);
+  const guint filter = g_dbus_connection_add_filter(bus, TakeNote, &note, nullptr);
   auto* const other = new wxFrame(nullptr, wxID_ANY, "Other work");
   const auto asks = [this] {
     return gtk_window_get_urgency_hint(GTK_WINDOW(window->GetHandle())) != FALSE;
@@ -662,13 +702,61 @@ TEST_F(Window, AFailedJobAsksForAttentionUntilSomebodyLooks) {
   Shows(u"Waiting...");
   robot.Do("look away", [=] { other->Show(), other->Raise(); });
   robot.Then("away", [=, this] { return other->IsActive() && !window->IsActive() && !asks(); });
-  robot.Do("no such program", [this] { line.Exchange("FH 404"); });
+  robot.Do("no such program", [this] {
+    EXPECT_EQ(DotColour(window), ColoursOf(Tone::Neutral).bar);
+    line.Exchange("FH 404");
+  });
   robot.Then("asks", asks);
   robot.Do("look", [=, this] {
+    EXPECT_EQ(DotColour(window), ColoursOf(Tone::Failed).bar);
     other->Destroy();
     window->Raise();
   });
   robot.Then("seen", [=] { return !asks(); });
+  robot.Do("put away", [&, this] {
+    EXPECT_EQ(note, nullptr);
+    window->Iconize();
+  });
+  robot.Then("away", [this] { return window->IsIconized(); });
+  robot.Do("no such program", [this] { line.Exchange("FH 404"); });
+  robot.Then("told on the desktop", [&] { return note != nullptr; });
+  robot.Run();
+  g_dbus_connection_remove_filter(bus, filter);
+  g_object_unref(bus);
+  ASSERT_NE(note, nullptr);
+  EXPECT_STREQ(g_variant_get_type_string(note), "(susssasa{sv}i)");
+  const char *title = nullptr, *words = nullptr;
+  g_variant_get_child(note, 3, "&s", &title);
+  g_variant_get_child(note, 4, "&s", &words);
+  EXPECT_EQ(window->GetTitle(), title);
+  EXPECT_TRUE(std::string(words).starts_with("Not found\nDownload could not open")) << words;
+  g_variant_unref(note);
+}
+
+TEST_F(Window, WhatWasWrongAtTheLastAccessIsRedBelow) {
+  Open();
+  Shows(u"Waiting...");
+  robot.Do("folder away", [this] {
+    EXPECT_FALSE(IsRed("COM1") || IsRed("/cnc/"));
+    std::filesystem::rename(folders / "cnc", folders / "away");
+    line.Exchange("FH 7");
+  });
+  robot.Then("the folder", [] { return IsRed("/cnc/"); });
+  robot.Do("back", [this] {
+    std::filesystem::rename(folders / "away", folders / "cnc");
+    WriteWholeFile(folders / "cnc/7.MPG", "N1 X1\n");
+    line.Exchange("FH 7");
+    line.Exchange(">");
+  });
+  robot.Then("right again", [] { return !IsRed("/cnc/"); });
+  robot.Do("end", [this] { app->CancelExchange(); });
+  Shows(u"Download Cancelled");
+  robot.Do("no port", [this] {
+    FormDescription form = app->SettingsForm();
+    form.Find(u"port")->value = u"COM7";
+    EXPECT_EQ(app->AcceptSettings(form), u"");
+  });
+  robot.Then("the port", [] { return IsRed("COM1"); });
   robot.Run();
 }
 
