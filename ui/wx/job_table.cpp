@@ -121,8 +121,8 @@ void JobTable::MakeColumns() {
   text(kTexts.jobsBytes, "0 000 000", wxALIGN_RIGHT);
 }
 
-// The result in words gets the width that the other columns leave, and more where it needs that: the
-// table scrolls then.
+// The result in words gets the width that the other columns leave, and more where it needs that:
+// the table scrolls then.
 void JobTable::FitColumns() {
   const int left = list->GetClientSize().x - FromDIP(kPadding) - otherColumns;
   const int width = std::max({left, FromDIP(kLeastResult), widestResult});
