@@ -346,7 +346,7 @@ TEST_F(Program, ServesBeforeAnybodyHasReadThatItsTextsAreMissingAndShowsItsGuide
   program = std::make_unique<Process>(std::vector<std::string>{folder / "ncedl"}, options);
   ASSERT_TRUE(Answers());
   ASSERT_TRUE(Press("push button", "Ok"));
-  ASSERT_TRUE(Shows("frame", "NCE", kActive));
+  ASSERT_TRUE(Shows("frame", "NCE", ATSPI_STATE_ACTIVE));
   Key("F1");
   EXPECT_TRUE(Until([&] {
     return support::ReadWholeFile(folder / "opened").ends_with("bin/docs/user-guide.html\n");
