@@ -24,7 +24,11 @@ std::string Understood(const char* typed, bool hasWords = true, bool endsAtWord 
   const CommandLineAnswer answer =
       line.Read(typed[0] == '\0' ? std::vector<KorText>() : Split(KorText::FromUtf8(typed), u' '),
                 [&target] { return target == u"never" ? u"never that" : KorText(); });
-  if (answer.kind != CommandLineAnswer::Kind::GoOn) return answer.text.ToUtf8();
+  KorText shown, complaint;
+  const std::optional<int> code = answer.Tell(
+      {[&](const KorText& text) { shown = text; }, [&](const KorText& text) { complaint = text; }});
+  EXPECT_EQ(code.value_or(0), complaint.IsEmpty() ? 0 : kWrongCommandLine);
+  if (code) return (shown + complaint).ToUtf8();
   return (words + (quiet ? u" quiet" : u"") + (target.IsEmpty() ? u"" : u" to " + target)).ToUtf8();
 }
 

@@ -175,6 +175,22 @@ TEST_F(RecordDamageTest, TheInspectorFindsRecordsByShapeAndDamageByOffset) {
   finds("a tail without sizes", Joined(whole, {5, 0, 0, 0}), {{whole.size() + 4, 512}});
 }
 
+TEST_F(RecordDamageTest, TheInspectorEndsAnOlderRecordWithItsLastMember) {
+  KorText name = u"saw";
+  const Bytes bytes = WriteRecords({}, [&](DiskFile& file) {
+    for (int i = 0; i < 2; ++i) {
+      file.BeginRecord(SampleTool::kClassId);
+      file.Transfer(name);
+      file.EndRecord();
+    }
+  });
+  app.Put(app.Path(u"file"), TextOf(bytes));
+  const RecordFileDescription found = DescribeRecordFile(app.Path(u"file"));
+  ASSERT_EQ(found.records.size(), 2U);
+  EXPECT_EQ(found.records[0].fields.size(), 1U);
+  EXPECT_TRUE(found.damage.empty());
+}
+
 TEST_F(RecordDamageTest, TheInspectorTellsRecordFilesFromOthers) {
   using namespace std::string_literals;
   const auto isRecordFile = [&](const std::string& bytes) {

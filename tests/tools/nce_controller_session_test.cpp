@@ -172,6 +172,7 @@ TEST(ControllerSession, FetchesByTheProtocol) {
       {"refused twice", ">=$1;<=$1;<=$1;>=$E;>=UDL>", Done, "G90\nX10\nM30\n", 2},
       {"refused three times", ">=$1;<=$1;<=$1;<=;~end=END", Fault, "refused three times", 3},
       {"a refused frame changed", ">=$1;<=$2;~end=END", Fault, "came again changed", 1},
+      {"a damaged last frame", ">=$B\r];~end=END", Fault, "the last frame came damaged"},
       {"the last can't be refused", ">=$E;<=;~end=END", Fault, "can't send it again", 1},
       {"bad checksums", ">=$B;<=$B;<=$B;<=;~end=END", Fault, "checksum 5D where 6F is right"},
       {"no frame but a refusal", ">=%% Message not recognised by HOST", Refused, "not recognised"},
@@ -219,6 +220,7 @@ TEST(ControllerSession, UploadsUnderTheNumberTheHostWasAskedFor) {
        "not recognised"},
       {"no file", "$L;TH 124=%% Unable to create file on Host Computer", Refused, "create"},
       {"another number", "$L;TH 124=Upload from NCE  in progress. &TH 123", Fault, "&TH 123"},
+      {"a blank too many", "FH 124= %% File 124 not found on Host Computer", Fault, " %% File"},
       {"silence", "$L;$T;$1=", TimedOut, "no answer"},
       {"the end is not taken", "$L;$T;$1=>;]=<", Fault, "end of the program"},
   };
