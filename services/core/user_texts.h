@@ -358,6 +358,7 @@ struct UserTexts {
   UserText monitorPaused{15757, u"paused, newest below"};
   UserText noGuide{15758, u"The user guide is not installed here. It comes with the documentation "
                           u"of the program: user-guide.html."};
+  UserText guideNotOpened{15790, u"No program on this PC has opened the user guide:"};
 
   // The console: what its commands do.
   UserText helpStatus{15401, u"show the link status"};

@@ -10,6 +10,8 @@
 
 namespace kor {
 
+namespace {
+
 KorText FindGuide(const KorText& programFolder) {
   for (const char16_t* const name : {u"user-guide.html", u"user-guide.md"})
     for (const char16_t* const folder :
@@ -20,10 +22,23 @@ KorText FindGuide(const KorText& programFolder) {
   return {};
 }
 
+} // namespace
+
+KorText OpenGuideWith(const KorText& programFolder,
+                      const std::function<bool(const KorText&)>& openFile) {
+  const KorText guide = FindGuide(programFolder);
+  if (guide.IsEmpty()) return LookUpText(kTexts.noGuide);
+  const KorText path = App().AbsolutePath(guide);
+  if (openFile(path)) return {};
+  return LookUpText(kTexts.guideNotOpened) + u"\n" + path;
+}
+
 void OpenGuide() {
-  const KorText guide = FindGuide(FolderOfPath(FromWx(wxStandardPaths::Get().GetExecutablePath())));
-  if (!guide.IsEmpty() && wxLaunchDefaultApplication(ToWx(App().AbsolutePath(guide)))) return;
-  App().Report({MessageLevel::Warn, LookUpText(kTexts.help), LookUpText(kTexts.noGuide), {}, 0});
+  const KorText refusal =
+      OpenGuideWith(FolderOfPath(FromWx(wxStandardPaths::Get().GetExecutablePath())),
+                    [](const KorText& path) { return wxLaunchDefaultApplication(ToWx(path)); });
+  if (!refusal.IsEmpty())
+    App().Report({MessageLevel::Warn, LookUpText(kTexts.help), refusal, {}, 0});
 }
 
 } // namespace kor
