@@ -65,7 +65,11 @@ const MainWindow::Action MainWindow::kActions[] = {
        if (Ask(&window, LoopbackQuestion())) window.app.LoopbackTest();
      }},
     {kTexts.specialFeatures, [](MainWindow& window) { window.app.SpecialDialog(); }},
-    {kTexts.downloadSettings, [](MainWindow& window) { window.Settings(); }},
+    {kTexts.downloadSettings,
+     [](MainWindow& window) {
+       window.app.SettingsDialog();
+       window.ShowSettings();
+     }},
     {kTexts.xonXoffTest, [](MainWindow& window) { window.app.XonXoffTest(); }},
     {kTexts.complete, [](MainWindow& window) { window.app.CompleteUpload(); }},
     {kTexts.cancelTransfer, [](MainWindow& window) { window.CancelTransfer(&window); }},
@@ -447,11 +451,6 @@ void MainWindow::Remember() {
 }
 
 // --- Actions ---
-
-void MainWindow::Settings() {
-  app.SettingsDialog();
-  ShowSettings();
-}
 
 void MainWindow::CancelTransfer(wxWindow* over) {
   if (Ask(over, EndQuestion(app.CurrentStatus()))) app.CancelExchange();

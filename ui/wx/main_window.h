@@ -102,7 +102,6 @@ class MainWindow : public wxFrame {
   wxButton* Button(int number) const;
   wxCheckBox* CheckBox(int number) const;
 
-  void Settings();
   void OnMonitor(bool on);
   void OnTrace(bool on);
   void OnHandshake(const Handshake& handshake);
