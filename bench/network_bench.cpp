@@ -114,7 +114,8 @@ void MeasureTurnArounds(const std::string& programs, int turns, int rounds) {
   constexpr int kBaud = 115200;
   std::array<std::unique_ptr<Line>, std::size(kNames)> lines;
   for (std::size_t i = 0; i < lines.size(); ++i)
-    // At line speed: asked sooner than a line could, the host would wait for its reply to leave it.
+    // The controller keeps the line's speed. Asked any sooner, the host would wait for its last
+    // reply to leave.
     lines[i] = std::make_unique<Line>(programs, Client(i), kBaud, ByteTime(kBaud));
   std::array<std::vector<double>, std::size(kNames)> p50, p99;
   std::vector<double> ratios;

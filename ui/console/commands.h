@@ -13,8 +13,8 @@ class Commands {
 
   // Runs one line. An unknown or malformed command answers what to do instead.
   void Run(const KorText& line);
-  // Whether the line may be run before one that waits, or, for an empty one, before what an earlier
-  // one has asked for is answered.
+  // Returns whether the line may be run before one that waits, or, where that is empty, before an
+  // earlier line has been answered.
   static bool Overtakes(const KorText& line, const KorText& waiting);
 
  private:
@@ -46,7 +46,7 @@ class Commands {
   void Help(const KorText& argument);
   void Quit(const KorText& argument);
 
-  // Whether the argument is "on" or "off"; anything else is answered and gives nothing.
+  // Returns whether the argument is "on" or "off". Anything else is answered and gives nothing.
   std::optional<bool> Switch(const KorText& command, const KorText& argument);
   void PrintField(const FormField& field);
   void PrintSwitch(const KorText& key, bool on);

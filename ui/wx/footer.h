@@ -16,8 +16,8 @@ namespace kor {
 
 class Footer : public wxPanel {
  public:
-  // help: the button that opens the guide; made by who lends it, on this panel.
   explicit Footer(wxWindow* parent);
+  // Takes the button that opens the guide, which the caller makes on this panel.
   void AddHelp(wxButton* help);
 
   void ShowSettings(const LinkSettings& settings, const KorText& portName);
