@@ -3,6 +3,7 @@
 
 #include "app/start_up.h"
 #include "files/class_registry.h"
+#include "tests/support/dictionary_samples.h"
 #include "tests/support/nce_link.h"
 
 namespace kor {
@@ -84,8 +85,9 @@ TEST_F(StoredSettingsTest, ADeviceThatIsNoComPortIsUsedOnceAndCostsNoOtherSettin
   link.app.Put(path, u"[Port Settings]\nport=/dev/ttyS9\nbaudrate=300\n");
   Run([&](NceLink&) { EXPECT_EQ(link.form.messages.size(), 1u); });
   Run([&](NceLink&) { EXPECT_EQ(link.link->Settings().baudrate, u"300"); });
-  link.app.Put(path, u"[Port Settings]\nport=com3\n");
+  link.app.Put(path, Utf16(u"[Port Settings]\nport=com3\n"));
   Run([&](NceLink&) { EXPECT_EQ(link.link->Settings().port, u"COM3"); });
+  EXPECT_EQ(link.app.Content(path + u".damaged"), std::nullopt);
   EXPECT_EQ(link.form.messages.size(), 1u);
 }
 

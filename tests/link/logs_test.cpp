@@ -28,7 +28,8 @@ TEST_F(EngineTest, TheJobsOfTheDayAreShownAgainAfterAStart) {
   ASSERT_EQ(lines,
             (std::vector<KorText>{u"Download Completed " + link.Folder() + u"1.MPG - 2 bytes",
                                   missing, missing}));
-  EXPECT_EQ(link.form.earlier[2].time.second, 9);
+  const SystemTime& time = link.form.earlier[2].time;
+  EXPECT_TRUE(time.hour == 13 && time.minute == 5 && time.second == 9);
   EXPECT_TRUE(link.app.Content(file)->Contains(
       u"\t12\t0\t\t/n/1.MPG\n8\t2026-11-21 13:05:09\tdownload\t18\t2\t\t"));
 }
@@ -57,7 +58,7 @@ TEST_F(EngineTest, TheFileOfEndedJobsKeepsTheNewestLines) {
 
 TEST_F(EngineTest, TheFileOfEndedJobsIsReadAndContinuedOnlyInItsOwnVersion) {
   const KorText file = link.app.Path(u"NCE.jobs"),
-                fields = u"\t2026-01-01 00:00:00\t-\t9\t0\t\tn\n";
+                fields = u"\t2026-01-01 00:00:00\t-\t9\t0\t\tn\tn\n";
   const KorText ownVersion = u"ended jobs 1\n", last = u"9223372036854775807" + fields;
   const EndedJob job{DownloadCantOpen, {}, u"n", {.year = 2026, .month = 1, .day = 1}};
   const std::tuple<KorText, std::size_t, KorText> contents[] = {

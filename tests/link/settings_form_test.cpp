@@ -12,6 +12,7 @@ TEST_F(EngineTest, AnOldValueThatNoListHoldsBlocksNoOtherSettingAndIsKept) {
     link.Start({}, KorText::Format(u"parity=\nbaudrate=14400\ntransmit delay=%i\n", delay),
                u"[Log]\nwrite log=2\n");
     FormDescription form = link.link->SettingsForm();
+    EXPECT_EQ(form.Find(u"transmit-delay")->minimum, std::min(delay, 0));
     form.Find(u"stopbits")->value = u"2";
     for (FormField& field : form.fields) { // as controls show them
       if (field.kind == FieldKind::Check && field.value != u"1") field.value = u"0";
@@ -116,6 +117,9 @@ TEST_F(EngineTest, ATraceAndANewJobLogReplaceNothingButLogs) {
   const std::pair<KorText, bool> contents[] = {
       {u"", true},
       {u"00:00:00.000000 (+0.000000) Start of logging\r\n", true},
+      {u"\xEF\xBB\xBF"
+       u"00:00:00.000000 (+0.000000) Start\r\n",
+       true}, // an editor's mark
       {u"         21/11/2026 13:05:09 Upload Cancelled /n/1.MPG\r\n", true},
       {u"         21/11/2026 13:05:09 Directory Listing: Error\r\n", true},
       {u"N1 G0 X0\r\n", false},
