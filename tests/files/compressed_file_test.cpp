@@ -84,9 +84,10 @@ TEST_F(CompressedFileTest, BufferRefusesItself) {
 }
 
 TEST_F(CompressedFileTest, TooBigBufferIsRefusedUnread) {
-  VoidBuffer packed;
+  VoidBuffer packed(AsBytes("older"));
   const std::uint8_t byte = 0;
   EXPECT_FALSE(VoidBuffer::Compress32({&byte, 0xFFFFFFFF}, packed, 6));
+  EXPECT_TRUE(packed.IsEmpty());
   EXPECT_EQ(app.Warnings().at(0),
             (TestApp::Warning{u"Buffer is too big!", u"VoidBuffer::Compress32"}));
 }

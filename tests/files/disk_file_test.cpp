@@ -362,6 +362,13 @@ TEST_F(DiskFileTest, ProgressIsToldPerBlockAndCanCancel) {
   blocks = 0;
   EXPECT_EQ(read(2), 2048U);
   EXPECT_EQ(blocks, 2);
+  SampleRobot robot;
+  const RecordFileOptions whole{kNarrow, false, false, {}};
+  RecordFileOptions cancelled = whole;
+  cancelled.progress = [](double, double) { return false; };
+  EXPECT_FALSE(SaveObject(app.Path(u"robot"), robot, cancelled));
+  EXPECT_TRUE(SaveObject(app.Path(u"robot"), robot, whole));
+  EXPECT_FALSE(LoadObject(app.Path(u"robot"), robot, cancelled));
 }
 
 TEST_F(DiskFileTest, ATransferThatForgetsToEndItsRecordDoesNoHarm) {
