@@ -118,10 +118,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
     return queue;
   }
 
-  std::size_t PeerRoom() {
-    const std::size_t window = isUp && !isOver ? WindowOf(Handle()) : 0;
-    return window - std::min(window, Queue().unacknowledged);
-  }
+  std::size_t Window() { return isUp && !isOver ? WindowOf(Handle()) : 0; }
 
   std::uintptr_t Handle() { return static_cast<std::uintptr_t>(socket.native_handle()); }
 
@@ -308,8 +305,8 @@ SocketQueue LineSocket::Queue() const {
   return parts->connection ? parts->connection->Queue() : SocketQueue{};
 }
 
-std::size_t LineSocket::PeerRoom() const {
-  return parts->connection ? parts->connection->PeerRoom() : 0;
+std::size_t LineSocket::Window() const {
+  return parts->connection ? parts->connection->Window() : 0;
 }
 
 bool LineSocket::IsSilent() const {

@@ -41,8 +41,8 @@ class LineSocket {
   std::string& Received(); // for the caller to take from
   void Send(std::string_view bytes);
   SocketQueue Queue() const;
-  std::size_t PeerRoom() const; // bytes that the peer takes beyond those under way
-  bool IsSilent() const;        // bytes are on their way to a server that has vanished
+  std::size_t Window() const; // bytes that the peer takes, those under way among them
+  bool IsSilent() const;      // bytes are on their way to a server that has vanished
 
   // Waits until something happens, Interrupt is called, or the time is over.
   void WaitUntil(Time until);

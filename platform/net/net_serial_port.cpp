@@ -262,7 +262,8 @@ std::size_t NetSerialPort::Room(Time now) {
       (LineEstimate::kLead + LineEstimate::kMostJitter + kAcknowledging) / ByteTime(current));
   if (queue.unsent > 0 || queue.unacknowledged > std::max<std::size_t>(most, 16)) return 0;
   // What would wait for the peer's window here would keep the system from its keep-alive.
-  return std::min(estimate.Room(now), socket.PeerRoom());
+  const std::size_t window = socket.Window();
+  return std::min(estimate.Room(now), window - std::min(window, queue.unacknowledged));
 }
 
 std::uint32_t NetSerialPort::OutQueue(Time now) {
