@@ -41,11 +41,12 @@ TEST_F(NcePosixTest, WhatIsNoPlainFileIsNoProgram) {
 
 // Whatever bits of it a line takes, a name must not act on the line.
 TEST_F(NcePosixTest, ANameWithControlCharactersReachesNoPage) {
-  for (const char16_t* name : {u"a\r.MPG", u"b\x13.MPG", u"c\x7F.MPG", u"d\x93.MPG", u"e.MPG"})
+  for (const char16_t* name :
+       {u"a\r.MPG", u"b\x13.MPG", u"c\x7F.MPG", u"d\x93.MPG", u"e \xA0 f.MPG"})
     link.PutProgram(name, u"A\n");
   link.Start();
   link.Ask("DH");
-  EXPECT_EQ(link.Ask(">"), " 1|e        \r");
+  EXPECT_EQ(link.Ask(">"), " 1|e \xA0 f    \r") << "blanks do not act";
   EXPECT_EQ(link.Ask(">"), "]\r");
 }
 
