@@ -51,6 +51,7 @@ TEST_F(PlainEngineTest, ItsCaptionStandsUntilThePortIsOpened) {
     explicit Plain(const EngineServices& lent) : DownloadApp(lent, u"PLAIN") {}
   };
   EXPECT_EQ(Plain().WindowCaption(), u"Download Application (1)");
+  Plain().Terminate(); // also without a window
   link.form.title.Clear();
   const Plain plain(link.Services());
   EXPECT_EQ(link.form.title, u"Download Application (2)");
