@@ -56,10 +56,13 @@ TEST_F(FileCrcOfFiles, HalfACharacterOfAWideFileIsLeftOut) {
   bytes[0] = 0xFF;
   bytes[1] = 0xFE;
   SimpleFile file(Put(u"f", bytes));
-  FileCrc expected, crc;
+  FileCrc expected, crc, ofBytes;
   expected.Add(std::span(bytes).first(65536));
   EXPECT_TRUE(file.GetFileCrc(crc, kFileText));
   EXPECT_EQ(crc, expected);
+  expected.Add(std::span(bytes).last(1));
+  EXPECT_TRUE(file.GetFileCrc(ofBytes));
+  EXPECT_EQ(ofBytes, expected) << "but not where it is read as bytes";
 }
 
 TEST_F(FileCrcOfFiles, OpenAndMissingFilesAndShortReadsFail) {
