@@ -688,6 +688,7 @@ GDBusMessage* TakeNote(GDBusConnection*, GDBusMessage* message, gboolean, gpoint
 // Of the dot in the icon that the taskbar has.
 wxColour DotColour(const wxTopLevelWindow* window) {
   GList* const icons = gtk_window_get_icon_list(GTK_WINDOW(window->GetHandle()));
+  if (!icons) return {};
   const wxImage icon = wxBitmap(GDK_PIXBUF(g_object_ref(icons->data))).ConvertToImage();
   g_list_free(icons);
   const int x = icon.GetWidth() - 14, y = icon.GetHeight() - 14;
