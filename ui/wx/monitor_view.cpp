@@ -87,7 +87,7 @@ wxSizer* MonitorView::MakeTools(Mnemonics& mnemonics) {
   wanted->SetHint(ToWx(LookUpText(kTexts.textToFind)));
   wanted->Bind(wxEVT_TEXT_ENTER, [this](wxCommandEvent&) { Find(); });
   wanted->Bind(wxEVT_TEXT, [this](wxCommandEvent&) { SayNotFound(false); });
-  row->Add(wanted, wxSizerFlags(1).Expand().Border(wxRIGHT, FromDIP(4)));
+  row->Add(wanted, wxSizerFlags(1).CentreVertical().Border(wxRIGHT, FromDIP(4)));
   add(kTexts.find, [this] { Find(); });
   return row;
 }
