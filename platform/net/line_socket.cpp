@@ -315,6 +315,7 @@ bool LineSocket::IsSilent() const {
 
 void LineSocket::WaitUntil(Time until) {
   Parts& p = *parts;
+  if (p.connection) p.connection->ReadOn(); // what was full may have been taken
   while (!p.interrupted.exchange(false) && !p.HasNews())
     if (p.loop->run_one_until(until) == 0) return;
 }
