@@ -55,11 +55,11 @@ TEST_F(NceAppTest, EveryByteTravelsUnchangedInALineLongerThanTheTransmitBuffer) 
   for (int i = 0; line.Length() < 24576; ++i)
     if (const int c = i % 256; c != '\n' && c != '\r') line += static_cast<char16_t>(c);
   const std::string bytes = line.ToBytes();
-  line += u"\nEND\n";
+  line += u"\n\u00C4H\n";
   for (const KorText& content : {line, KorText::FromBytes("\xEF\xBB\xBF" + line.ToUtf8())}) {
     link.PutProgram(u"1.MPG", content);
     link.Start();
-    EXPECT_EQ(Fetch("FH 1"), kStart1 + MakeFrame(bytes + "!") + MakeFrame("END!") + "]\r");
+    EXPECT_EQ(Fetch("FH 1"), kStart1 + MakeFrame(bytes + "!") + MakeFrame("\xC4H!") + "]\r");
   }
 }
 
