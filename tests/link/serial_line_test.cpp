@@ -2,7 +2,6 @@
 #include <algorithm>
 
 #include "tests/link/engine_fixture.h"
-#include "ui/state_words.h"
 
 namespace kor {
 namespace {
@@ -421,48 +420,7 @@ TEST_F(EngineTest, SendsSotBeforeADownload) {
   EXPECT_EQ(link.Ask("FH 1"), "&LP 000000001\r");
 }
 
-TEST(LinkStatusTest, EveryStateSaysInLargeWordsWhatToDo) {
-  Situation now;
-  const auto become = [&](LinkStatus code) {
-    now.view.code = code;
-    now.view.activity = ActivityOf(code);
-  };
-  const auto says = [&](LinkStatus code, const KorText& told, const char16_t* word, Tone tone,
-                        std::u16string_view advice) {
-    become(code);
-    (code == NoLink ? now.view.reason : now.view.note) = told;
-    EXPECT_EQ(WordOf(now), word);
-    EXPECT_EQ(ProgramOf(now.view), code == NoLink ? u"" : u"0000200") << KorText(word).ToUtf8();
-    EXPECT_EQ(ToneOf(now), tone) << KorText(word).ToUtf8();
-    EXPECT_TRUE(AdviceOf(now).Contains(advice)) << AdviceOf(now).ToUtf8();
-  };
-  now.view.fileName = u"/nc/0000200.MPG";
-  for (std::int32_t code = 1; code < kLinkStatusCount; ++code) {
-    become(static_cast<LinkStatus>(code));
-    EXPECT_FALSE(WordOf(now).IsEmpty() || AdviceOf(now).IsEmpty()) << code;
-  }
-  says(NoLink, u"Why.", u"No link", Tone::Attention, u"Why.");
-  says(DownloadCancelled, u"", u"Cancelled", Tone::Failed, u"only a part. Do not cut with it");
-  says(DownloadErrors, u"Refused.", u"Failed", Tone::Failed,
-       u"Refused. The machine has only a part.");
-  says(UploadCompleted, u"", u"Received", Tone::Done, u"stored on this PC");
-  says(UploadCompleted, u"Not all.", u"Received", Tone::Attention, u"Not all.");
-  says(DownloadCantOpen, u"", u"Not found", Tone::Failed, u"into /nc/,");
-  now.byHand = true;
-  says(Downloading, u"", u"Sending", Tone::Busy, u"Waiting for the machine.");
-  says(Uploading, u"", u"Receiving", Tone::Busy,
-       u"Start sending at the machine. Press \"Complete\"");
-  now.pace = {std::nullopt, true, 42};
-  says(Downloading, u"", u"Sending", Tone::Busy, u"Waiting for the machine.");
-  now.view.lamps[kLampXoffHold] = true;
-  says(Downloading, u"", u"Held", Tone::Attention, u"(XOFF) for 0:42.");
-  now.byHand = false;
-  now.view.lamps = {};
-  now.view.bytesDone = 9;
-  says(Uploading, u"", u"Held", Tone::Attention, u"Nothing has moved for 0:42.");
-}
-
-TEST(LinkStatusTest, AnUnexpectedErrorLogsTwoLinesAndShowsTheSecond) {
+TEST(StatusBoardTest, AnUnexpectedErrorLogsTwoLinesAndShowsTheSecond) {
   std::vector<KorText> logged;
   StatusBoard board([&](const EndedJob& job) { logged.push_back(job.line); });
   board.SetFileName(u"N");
