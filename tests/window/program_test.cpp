@@ -238,7 +238,7 @@ TEST_F(Program, AProgramIsSentByKeysAlone) {
   Key("Return"); // one too many ends nothing
   ASSERT_TRUE(Until([&] {
     line->Exchange(">");
-    return Find("icon", "Sent").has_value();
+    return Find("icon", "Sent 8").has_value(); // no lamp
   })) << Listed(Shown(program->Id()));
   EXPECT_TRUE(Until([&] { return !Find("dialog", "Download End"); }));
 }
