@@ -22,11 +22,15 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace kor::demo;
+using kor::support::Milliseconds;
 using kor::support::Process;
+using kor::support::ReadWholeFile;
 using kor::support::WindowsSystem;
 using Clock = std::chrono::steady_clock;
 
 constexpr int kBaud = 115200;
+// Below the ports that systems give to clients; and as the system lists it while it listens.
+constexpr const char *kServerPort = "27218", *kServerListens = "0100007F:6A52 00000000:0000 0A";
 
 class ConsoleDemo : private LineRun {
  public:
@@ -40,7 +44,8 @@ class ConsoleDemo : private LineRun {
     Begin();
     ServeFirstTime();
     ServeFromStoredSettings();
-    ServeModel500();
+    ServeModel500("download, H name");
+    ServeOverNetwork();
     return End();
   }
 
@@ -92,13 +97,28 @@ class ConsoleDemo : private LineRun {
     QuitHost();
   }
 
-  void ServeModel500() {
+  void ServeModel500(const std::string& what) {
     StartHost({"500"});
     Traffic named;
     named.Download("731", "&LP 000000000", "Download to NCE in progress. &FH 000000000",
                    FramesOf("H0000007.C31"));
-    Step("download, H name", Fetch("731", {"H0000007.C31"}), named);
+    Step(what, Fetch("731", {"H0000007.C31"}), named);
     QuitHost();
+  }
+
+  // The controller plays a device server, too.
+  void ServeOverNetwork() {
+    EndController();
+    StartController({"--port", std::string("tcp-listen://127.0.0.1:") + kServerPort});
+    // It doesn't tell when it listens; the system does.
+    while (ReadWholeFile("/proc/net/tcp").find(kServerListens) == std::string::npos)
+      if (controller->WaitForExit(Milliseconds(10)))
+        throw std::runtime_error("nce-controller: " + controller->Diagnostics());
+    Check(
+        "the port is set to the network",
+        folders.Start("ncedl-setup", {"--port", std::string("COM1=tcp://127.0.0.1:") + kServerPort})
+                ->WaitForExit() == 0);
+    ServeModel500("download over the network");
   }
 
   // --- The host ---

@@ -118,15 +118,33 @@ LineRun::LineRun(const std::string& programs, const std::string& folderOfSamples
     : folders(programs, std::move(windows)), samples(folderOfSamples),
       record(folders.Path("", "record.txt")), baud(lineBaud) {
   folders.WriteProfile(baud);
-  controller = std::make_unique<support::Process>(
-      folders.Program("nce-controller",
-                      {"--pty", folders.Line(), "--baud", std::to_string(baud), "--json",
-                       "--wait-host", "0", "--record", record, "--progress",
-                       ShowsProgress() ? "always" : "never", "run", "-"}),
-      folders.Options());
+  StartController({"--pty", folders.Line()});
   while (!fs::exists(folders.Line()))
     if (controller->WaitForExit(Milliseconds(10)))
       throw std::runtime_error("nce-controller: " + controller->Diagnostics());
+}
+
+void LineRun::StartController(const Texts& line) {
+  Texts arguments = {"--baud",
+                     std::to_string(baud),
+                     "--json",
+                     "--wait-host",
+                     "0",
+                     "--record",
+                     record,
+                     "--progress",
+                     ShowsProgress() ? "always" : "never",
+                     "run",
+                     "-"};
+  arguments.insert(arguments.begin(), line.begin(), line.end());
+  shown = 0;
+  controller = std::make_unique<support::Process>(folders.Program("nce-controller", arguments),
+                                                  folders.Options());
+}
+
+void LineRun::EndController() {
+  controller->CloseInput();
+  Check("nce-controller ends", controller->WaitForExit() == 0);
 }
 
 void LineRun::Begin() const {
@@ -135,8 +153,7 @@ void LineRun::Begin() const {
 }
 
 int LineRun::End() {
-  controller->CloseInput();
-  Check("nce-controller ends", controller->WaitForExit() == 0);
+  EndController();
   std::printf("\n  %d steps, %llu bytes compared, %d wrong, %.1f s\n", steps,
               static_cast<unsigned long long>(compared), wrong,
               std::chrono::duration<double>(Clock::now() - begin).count());

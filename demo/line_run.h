@@ -37,6 +37,9 @@ class LineRun {
   virtual ~LineRun() = default;
 
  protected:
+  // Starts a controller on the line that its options name.
+  void StartController(const Texts& line);
+  void EndController();
   void Begin() const; // the heading
   // Ends the controller, prints the sums and returns the exit code.
   int End();
