@@ -3,6 +3,7 @@
 #pragma once
 
 #include <algorithm>
+#include <random>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -15,7 +16,9 @@ namespace kor {
 // One connection at a time. It answers every setting, unless told otherwise.
 class DeviceServer : public TelnetSink {
  public:
-  static constexpr std::uint16_t kPort = 47217;
+  // Each process has one of its own, below those that systems give to clients.
+  static inline const auto kPort =
+      static_cast<std::uint16_t>(20'000 + std::random_device{}() % 12'000);
   using Clock = std::chrono::steady_clock;
   enum class Stop { Never, Cut, Hold };
 
