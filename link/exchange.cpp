@@ -133,6 +133,7 @@ void Exchange::DelayDownload() {
   App().DebugOutput(
       KorText::Format(u"Download delayed for %i second(s).\n", settings.transmitDelay));
   status.Board().SetBytesDone(0);
+  status.Board().SetBar(0, 0);
   status.Enter(LinkStatus::DownloadWaiting);
   Delay(settings.transmitDelay, [this] { DownloadNow(); });
 }

@@ -622,7 +622,8 @@ TEST_F(NceAppTest, WaitsTheTransmitDelayAndStartsTheNewestWishOnce) {
   EXPECT_EQ(link.After(10), "");
   EXPECT_EQ(link.Ask(">"), "02A!60\r]\r");
   link.Ask("FH 1");
-  EXPECT_EQ(link.link->CurrentStatus().bytesDone, 0) << "of the one before";
+  const StatusView view = link.link->CurrentStatus();
+  EXPECT_EQ(view.bytesDone + view.barPosition, 0) << "of the one before";
 }
 
 TEST_F(NceAppTest, SimulationAcknowledgesItsOwnFramesWhileTheLineTakesThem) {
