@@ -78,10 +78,6 @@ void ConsoleFrontEnd::Post(std::function<void()> task) {
   inbox->Post(std::move(task));
 }
 
-std::function<void()> ConsoleFrontEnd::Quitter() const {
-  return [box = inbox] { box->Quit(); };
-}
-
 std::function<void(TerminalEvent)> ConsoleFrontEnd::EventHandler() {
   return [box = inbox, this](TerminalEvent event) {
     switch (event) {

@@ -3,7 +3,7 @@
 // it writes a line for each change of status. Messages go to standard error as "caption: text".
 //
 // Owned by main. Window's thread, which is the one that calls Run, but for Post, Quit, and what
-// Quitter and EventHandler return.
+// EventHandler returns.
 #pragma once
 
 #include <functional>
@@ -40,14 +40,11 @@ class ConsoleFrontEnd : public FormDialog {
   // does whoever writes it.
   void SetTakesInput(std::function<bool()> ready) { takesInput = std::move(ready); }
   WaitingLines& Lines() { return lines; }
-  void Quit() { Quitter()(); } // any thread
-  // Ends Run; may be called by any thread at any time, also after the front end has gone.
-  std::function<void()> Quitter() const;
-
+  void Quit() { inbox->Quit(); } // ends Run; any thread
   // Quits. On a terminal it first asks while an exchange runs.
   void AskQuit() { inbox->Interrupt(); }
-  // Returns what the terminal's events call; like Quitter's result it may be called at any time. A
-  // second Ctrl-C always ends Run.
+  // Returns what the terminal's events call. Any thread may call it at any time, also after the
+  // front end has gone. A second Ctrl-C always ends Run.
   std::function<void(TerminalEvent)> EventHandler();
   // Shows, after the engine's end, what the engine had not shown yet.
   void Finish();
