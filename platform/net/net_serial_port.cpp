@@ -56,7 +56,7 @@ void NetSerialPort::End(PortTrouble kind, const KorText& text) {
 
 // Ends with what the server said before it closed, or with the system's text.
 void NetSerialPort::EndAsTheSocket() {
-  const KorText said = stage < Stage::Greeted ? PlainText(greetingText) : KorText();
+  const KorText said = stage < Stage::Serving ? PlainText(greetingText) : KorText();
   if (socket.IsNameUnknown())
     End(PortTrouble::NoServer,
         KorText::Format(LookUpText(kTexts.unknownHost), KorText::FromUtf8(address.host)));
@@ -158,9 +158,9 @@ bool NetSerialPort::TakeReceived(Time now) {
     isGood = client->Receive(AsBytes(data), now);
     data = std::exchange(client->Data(), {});
   }
-  if (IsReady())
-    received += data;
-  else
+  if (IsReady()) received += data;
+  // A server may agree to the protocol before it says that it is busy.
+  if (stage < Stage::Serving)
     greetingText += data.substr(0, kMostGreeting - std::min(kMostGreeting, greetingText.size()));
   return isGood;
 }

@@ -103,7 +103,7 @@ class NetSerialPort : public SerialPort {
   PortAddress address;
   DeviceControlBlock current; // as last set or asked for
   std::string received;
-  std::string greetingText; // what a server says before it is greeted, such as that it is busy
+  std::string greetingText; // what a server says before the line serves, such as that it is busy
   bool isSilent = true;     // this connection has brought nothing yet
   bool xoffReceived = false;
   bool cutShort = false; // the last Write found no room for everything

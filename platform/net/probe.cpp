@@ -13,7 +13,9 @@ KorText ProbeLine(const KorText& address) {
   }
   if (!isOpen) return port.LastErrorText();
   const KorText signature = port.AskSignature();
-  return signature.IsEmpty() ? KorText(u"answers") : u"answers: " + signature;
+  if (!signature.IsEmpty()) return u"answers: " + signature;
+  LineStatus status;
+  return port.GetStatus(status) ? KorText(u"answers") : port.LastErrorText();
 }
 
 } // namespace kor

@@ -103,7 +103,9 @@ TEST_F(NetSerialPortTest, TellsErrorsOfTheLineAndOtherSettings) {
   LineErrors errors;
   EXPECT_TRUE(Until([&] { return (errors = Status().errors) != LineErrors(); }));
   EXPECT_EQ(errors, (LineErrors{.overrun = 1, .parity = 1, .framing = 1}));
-  EXPECT_FALSE(NetSerialPort().Open(u"tcp://127.0.0.1:47217")) << "in use here";
+  NetSerialPort second;
+  EXPECT_FALSE(second.Open(KorText::Format(u"tcp://127.0.0.1:%u", DeviceServer::kPort)));
+  EXPECT_EQ(second.Trouble(), PortTrouble::InUse) << second.LastErrorText().ToUtf8();
 }
 
 TEST_F(NetSerialPortTest, NoticesWhatEndsTheLine) {
@@ -134,6 +136,11 @@ TEST_F(NetSerialPortTest, NoticesWhatEndsTheLine) {
   EXPECT_TRUE(port.IsOpen()) << "the next look at its status tells the end";
   EXPECT_FALSE(port.GetStatus(status));
   EXPECT_TRUE(port.IsGone());
+  server.lastWords = "Port already in use\r\n";
+  server.Listen();
+  EXPECT_FALSE(Open());
+  EXPECT_FALSE(port.GetStatus(status));
+  EXPECT_EQ(ErrorText(), "The server says: Port already in use");
   EXPECT_FALSE(port.Open(u"rfc2217://127.0.0.1"));
   EXPECT_TRUE(KorText::FromUtf8(ErrorText()).Contains(u"port"));
 }

@@ -92,11 +92,14 @@ class DeviceServer : public TelnetSink {
     if (command == 5) controls += payload[1];
     const bool lies = command == 1 && !rate.empty();
     Say(Command(static_cast<std::uint8_t>(command + 100), lies ? rate : payload.substr(1)));
-    if (hangsUp) Hang();
+    if (!hangsUp) return;
+    Say(lastWords);
+    Hang();
   }
 
   std::string data, controls;
-  std::string rate; // what it answers to SET-BAUDRATE instead
+  std::string rate;      // what it answers to SET-BAUDRATE instead
+  std::string lastWords; // before it hangs up
   bool greets = true;
   bool reads = true;
   bool echoes = false;
