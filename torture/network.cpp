@@ -30,7 +30,8 @@ class Session {
     server.data.clear();
     heard.clear();
     left = kRequest;
-    const bool isReady = Finish([this] { return port.Open(u"rfc2217://127.0.0.1:47217"); }) &&
+    const KorText address = KorText::Format(u"rfc2217://127.0.0.1:%u", DeviceServer::kPort);
+    const bool isReady = Finish([&] { return port.Open(address); }) &&
                          Finish([this] { return port.SetControlBlock({}); });
     return isReady && Turn([this] { return Exchange(); }) && heard == kRequest;
   }
