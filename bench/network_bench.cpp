@@ -11,6 +11,7 @@
 
 #include "bench/result_table.h"
 #include "bench/served_host.h"
+#include "tests/support/tcp_port.h"
 
 namespace {
 
@@ -36,7 +37,7 @@ bool IsHost(Client client) {
 
 // Each client has a port of its own, so that the lines of several can stand beside each other.
 std::string TcpPort(Client client) {
-  return std::to_string(47311 + static_cast<int>(client));
+  return std::to_string(support::OwnTcpPort() + static_cast<int>(client));
 }
 
 // Starts ser2net on the far end of a controller's line.

@@ -17,20 +17,18 @@
 #include "demo/format.h"
 #include "demo/line_run.h"
 #include "demo/window_demo.h"
+#include "tests/support/tcp_port.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using namespace kor::demo;
-using kor::support::Milliseconds;
 using kor::support::Process;
 using kor::support::ReadWholeFile;
 using kor::support::WindowsSystem;
 using Clock = std::chrono::steady_clock;
 
 constexpr int kBaud = 115200;
-// Below the ports that systems give to clients; and as the system lists it while it listens.
-constexpr const char *kServerPort = "27218", *kServerListens = "0100007F:6A52 00000000:0000 0A";
 
 class ConsoleDemo : private LineRun {
  public:
@@ -108,16 +106,16 @@ class ConsoleDemo : private LineRun {
 
   // The controller plays a device server, too.
   void ServeOverNetwork() {
+    const std::uint16_t port = kor::support::OwnTcpPort();
+    const std::string address = "127.0.0.1:" + std::to_string(port);
     EndController();
-    StartController({"--port", std::string("tcp-listen://127.0.0.1:") + kServerPort});
-    // It doesn't tell when it listens; the system does.
-    while (ReadWholeFile("/proc/net/tcp").find(kServerListens) == std::string::npos)
-      if (controller->WaitForExit(Milliseconds(10)))
-        throw std::runtime_error("nce-controller: " + controller->Diagnostics());
-    Check(
-        "the port is set to the network",
-        folders.Start("ncedl-setup", {"--port", std::string("COM1=tcp://127.0.0.1:") + kServerPort})
-                ->WaitForExit() == 0);
+    // The controller doesn't tell when it listens; the system does.
+    const std::string listens = Format("0100007F:%04X 00000000:0000 0A", unsigned{port});
+    StartController({"--port", "tcp-listen://" + address}, [&] {
+      return ReadWholeFile("/proc/net/tcp").find(listens) != std::string::npos;
+    });
+    Check("the port is set to the network",
+          folders.Start("ncedl-setup", {"--port", "COM1=tcp://" + address})->WaitForExit() == 0);
     ServeModel500("download over the network");
   }
 

@@ -118,13 +118,10 @@ LineRun::LineRun(const std::string& programs, const std::string& folderOfSamples
     : folders(programs, std::move(windows)), samples(folderOfSamples),
       record(folders.Path("", "record.txt")), baud(lineBaud) {
   folders.WriteProfile(baud);
-  StartController({"--pty", folders.Line()});
-  while (!fs::exists(folders.Line()))
-    if (controller->WaitForExit(Milliseconds(10)))
-      throw std::runtime_error("nce-controller: " + controller->Diagnostics());
+  StartController({"--pty", folders.Line()}, [this] { return fs::exists(folders.Line()); });
 }
 
-void LineRun::StartController(const Texts& line) {
+void LineRun::StartController(const Texts& line, const std::function<bool()>& isReady) {
   Texts arguments = {"--baud",
                      std::to_string(baud),
                      "--json",
@@ -140,6 +137,9 @@ void LineRun::StartController(const Texts& line) {
   shown = 0;
   controller = std::make_unique<support::Process>(folders.Program("nce-controller", arguments),
                                                   folders.Options());
+  while (!isReady())
+    if (controller->WaitForExit(Milliseconds(10)))
+      throw std::runtime_error("nce-controller: " + controller->Diagnostics());
 }
 
 void LineRun::EndController() {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -37,8 +38,8 @@ class LineRun {
   virtual ~LineRun() = default;
 
  protected:
-  // Starts a controller on the line that its options name.
-  void StartController(const Texts& line);
+  // Starts a controller on the line that its options name, and waits until that line is ready.
+  void StartController(const Texts& line, const std::function<bool()>& isReady);
   void EndController();
   void Begin() const; // the heading
   // Ends the controller, prints the sums and returns the exit code.

@@ -8,6 +8,7 @@ pySerial's PortManager over a device whose modem lines drop and rise in mid-fram
                                                 window stays closed
 """
 import os
+import random
 import select
 import socket
 import subprocess
@@ -23,7 +24,8 @@ PROGRAMS = os.path.abspath(sys.argv[1])
 COUNT = int(sys.argv[2]) if len(sys.argv) > 2 else 500
 WINDOWS = os.path.abspath(sys.argv[3]) if len(sys.argv) > 3 else ""
 WINE = "/usr/lib/wine/wine64"
-SER2NET_PORT, MANAGER_PORT = 47301, 47302
+# Below the ports that systems give to clients; another run on this computer most likely has others.
+SER2NET_PORT, MANAGER_PORT = random.sample(range(20000, 32000), 2)
 
 
 def wait_for(what, holds, seconds=30, instead=str):

@@ -3,22 +3,20 @@
 #pragma once
 
 #include <algorithm>
-#include <random>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "platform/net/line_socket.h"
 #include "platform/net/telnet_stream.h"
+#include "tests/support/tcp_port.h"
 
 namespace kor {
 
 // One connection at a time. It answers every setting, unless told otherwise.
 class DeviceServer : public TelnetSink {
  public:
-  // Each process has one of its own, below those that systems give to clients.
-  static inline const auto kPort =
-      static_cast<std::uint16_t>(20'000 + std::random_device{}() % 12'000);
+  static inline const std::uint16_t kPort = support::OwnTcpPort();
   using Clock = std::chrono::steady_clock;
   enum class Stop { Never, Cut, Hold };
 
