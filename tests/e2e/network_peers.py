@@ -10,6 +10,7 @@ pySerial's PortManager over a device whose modem lines drop and rise in mid-fram
 import os
 import random
 import select
+import shutil
 import socket
 import subprocess
 import sys
@@ -23,7 +24,7 @@ import serial.rfc2217
 PROGRAMS = os.path.abspath(sys.argv[1])
 COUNT = int(sys.argv[2]) if len(sys.argv) > 2 else 500
 WINDOWS = os.path.abspath(sys.argv[3]) if len(sys.argv) > 3 else ""
-WINE = "/usr/lib/wine/wine64"
+WINE, WINE_SERVER = "/usr/lib/wine/wine64", "/usr/lib/wine/wineserver64"
 # Below the ports that systems give to clients; another run on this computer most likely has others.
 SER2NET_PORT, MANAGER_PORT = random.sample(range(20000, 32000), 2)
 
@@ -385,15 +386,26 @@ def try_cut_off(root):
         host.console.kill()
 
 
+def end_wine(prefix):
+    """Its server ends, and the folder of the server's sockets goes, which lies outside the prefix."""
+    subprocess.run([WINE_SERVER, "-k"], env={**os.environ, "WINEPREFIX": prefix})
+    with open(prefix + "/wineserver", encoding="ascii") as file:
+        shutil.rmtree("/tmp/" + file.read().strip(), ignore_errors=True)
+
+
 with tempfile.TemporaryDirectory() as folder:
     if sys.argv[3:] == ["cut-off"]:
         WINDOWS = ""
         try_cut_off(folder + "/cut-off")
         raise SystemExit
-    try_ser2net(folder + "/ser2net", "telnet(rfc2217),tcp", "rfc2217")
-    try_ser2net(folder + "/raw", "tcp", "tcp")
-    try_raw_holds(folder + "/holds")
-    try_port_manager(folder + "/manager")
+    try:
+        try_ser2net(folder + "/ser2net", "telnet(rfc2217),tcp", "rfc2217")
+        try_ser2net(folder + "/raw", "tcp", "tcp")
+        try_raw_holds(folder + "/holds")
+        try_port_manager(folder + "/manager")
+    finally:
+        if WINDOWS:
+            end_wine(folder + "/windows")
 if not WINDOWS:
     # As no user of this system, which gives it a network of its own. 8 s: longer than a silent server is borne.
     raise SystemExit(subprocess.run(["unshare", "-rn", sys.executable, __file__, PROGRAMS, "8", "cut-off"]).returncode)
