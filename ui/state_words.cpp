@@ -101,6 +101,10 @@ bool HasFailed(LinkActivity activity) {
 
 } // namespace
 
+bool IsFolderAway(const StatusView& view) {
+  return view.code == DownloadCantOpen && !view.note.IsEmpty();
+}
+
 bool IsHeld(const Situation& now) {
   // While nobody has begun at the machine yet, the transfer is waiting and not held.
   const bool isWaiting = now.byHand && now.view.bytesDone == 0 && HoldingSignal(now.view).IsEmpty();
@@ -140,8 +144,7 @@ KorText ProgramOf(const StatusView& view) {
 KorText AdviceOf(const Situation& now) {
   const StatusView& view = now.view;
   if (view.code == NoLink) return view.reason;
-  const bool isFolderAway = view.code == DownloadCantOpen && !view.note.IsEmpty();
-  if (isFolderAway || (!view.note.IsEmpty() && !HasFailed(view.activity))) return view.note;
+  if (IsFolderAway(view) || (!view.note.IsEmpty() && !HasFailed(view.activity))) return view.note;
   KorText advice = RunningAdvice(now);
   if (advice.IsEmpty())
     advice = KorText::Format(LookUpText(RowOf(view.code).advice), FolderOfPath(view.fileName));

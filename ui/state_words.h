@@ -26,6 +26,8 @@ bool IsHeld(const Situation& now); // the transfer stands still
 Tone ToneOf(const Situation& now);
 KorText WordOf(const Situation& now);
 KorText ProgramOf(const StatusView& view); // "0000123"; empty where the state has no program
+// Returns whether a program was not found because its folder wasn't there.
+bool IsFolderAway(const StatusView& view);
 // Returns what the user is to do, in every state. While there is no link it is the reason, which
 // may be empty.
 KorText AdviceOf(const Situation& now);

@@ -4,6 +4,7 @@
 
 #include "services/core/text_lookup.h"
 #include "services/core/version.h"
+#include "ui/state_words.h"
 #include "ui/wx/accessible.h"
 #include "ui/wx/theme.h"
 #include "ui/wx/wx_text.h"
@@ -91,8 +92,7 @@ void Footer::Follow(const StatusView& view) {
   using enum LinkStatus;
   const LinkStatus code = view.code;
   const bool noPort = code == NoLink;
-  const bool fails = code == DirectoryError || code == UploadCantOpen ||
-                     (code == DownloadCantOpen && !view.note.IsEmpty());
+  const bool fails = code == DirectoryError || code == UploadCantOpen || IsFolderAway(view);
   const bool works = code == DirectoryListing || IsTransfer(code);
   const bool noFolder = fails || (folderFails && !works);
   if (noPort == portFails && noFolder == folderFails) return;

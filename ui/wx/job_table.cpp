@@ -145,10 +145,11 @@ void JobTable::Insert(unsigned row, const EndedJob& job) {
   cells.push_back(SignCell(Arrow(job.code)));
   cells.push_back(TimeWords(job.time));
   cells.push_back(ToWx(ProgramName(job.fileName)));
-  cells.push_back(ToWx(ResultText(job)));
+  const wxString words = ToWx(ResultText(job));
+  cells.push_back(words);
   cells.push_back(job.bytes > 0 ? ToWx(GroupedDigits(job.bytes)) : wxString());
   list->InsertItem(row, cells, isGood ? kGoodJob : kFailedJob);
-  MakeRoomFor(ToWx(ResultText(job)));
+  MakeRoomFor(words);
 }
 
 void JobTable::InsertWords(unsigned row, const wxString& words) {
