@@ -24,6 +24,7 @@
 #include <cmath>
 
 #include "demo/window_scenes.h"
+#include "services/core/user_texts.h"
 #include "ui/colours.h"
 #include "ui/wx/form_window.h"
 
@@ -51,7 +52,8 @@ wxSize NeededBy(const wxWindow& control) {
 
 // In device-independent pixels: fingers in gloves are to meet it.
 int LeastHeightOf(const wxWindow& control) {
-  constexpr std::array kOperators{15210, 15211, 15319, 15556};
+  constexpr std::array kOperators{kTexts.sendNcFile.number, kTexts.receiveNcFile.number,
+                                  kTexts.complete.number, kTexts.cancelTransfer.number};
   const auto* const top = wxGetTopLevelParent(const_cast<wxWindow*>(&control));
   const bool isOperators =
       std::ranges::count(kOperators, control.GetId()) > 0 ||
