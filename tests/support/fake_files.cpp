@@ -104,8 +104,8 @@ void FakeFiles::Put(const KorText& path, const KorText& text) {
   file->Write(AsBytes(bytes));
 }
 
-std::vector<KorText> FakeFiles::Names(const KorText& folder) {
-  std::vector<KorText> names;
+Texts FakeFiles::Names(const KorText& folder) {
+  Texts names;
   for (const FileEntry& entry : List(folder).value_or(std::vector<FileEntry>())) {
     names.push_back(entry.info.isFolder ? entry.name + u"/" : entry.name);
   }

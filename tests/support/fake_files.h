@@ -16,6 +16,8 @@
 
 namespace kor {
 
+using Texts = std::vector<KorText>;
+
 class FakeFiles : public PlatformFiles {
  public:
   FakeFiles();
@@ -29,7 +31,7 @@ class FakeFiles : public PlatformFiles {
   // Makes the file, with its folders, past all faults.
   void Put(const KorText& path, const KorText& bytes);
   // Names in a folder (folders with a trailing "/"), sorted.
-  std::vector<KorText> Names(const KorText& folder);
+  Texts Names(const KorText& folder);
 
   // --- Faults ---
   // Refuses to open files whose path holds the text (access denied); for writing only, if so

@@ -10,10 +10,8 @@
 #include <vector>
 
 #include "services/core/app_interface.h"
-#include "tests/support/fake_clock.h"
-#include "tests/support/fake_environment.h"
 #include "tests/support/fake_files.h"
-#include "tests/support/fake_registry.h"
+#include "tests/support/fake_system.h"
 
 namespace kor {
 
