@@ -26,13 +26,12 @@ Bytes MakeSparse(std::size_t count) {
 
 class CompressedFileTest : public FileTest {
  protected:
-  FileResult Restore(const Bytes& file, Bytes* content = nullptr,
-                     const CompressOptions& options = {}) {
+  FileResult Restore(const Bytes& file, Bytes* to = nullptr, const CompressOptions& options = {}) {
     SimpleFile source;
     VoidBuffer output;
     source.OpenMemory(kFileRead, VoidBuffer(file));
     const FileResult result = DecompressFile(source, nullptr, &output, options);
-    if (content != nullptr) content->assign(output.Bytes().begin(), output.Bytes().end());
+    if (to != nullptr) to->assign(output.Bytes().begin(), output.Bytes().end());
     return result;
   }
 
@@ -71,7 +70,7 @@ TEST_F(CompressedFileTest, BufferTypeFollowsSizeAndFlag) {
   EXPECT_TRUE(packed.IsEmpty());
 }
 
-TEST_F(CompressedFileTest, BufferRefusesItself) {
+TEST_F(CompressedFileTest, BufferRefusesItselfAndLengthsThatCannotBe) {
   VoidBuffer buffer(AsBytes("some text"));
   EXPECT_FALSE(VoidBuffer::Compress(buffer.Bytes(), buffer, false));
   EXPECT_TRUE(buffer.IsEmpty());
@@ -81,19 +80,13 @@ TEST_F(CompressedFileTest, BufferRefusesItself) {
   EXPECT_EQ(app.Warnings(),
             (Warnings{{u"Debug Warning", u"VoidBuffer can't compress directly into self!"},
                       {u"Debug Warning", u"VoidBuffer can't decompress directly into self!"}}));
-}
-
-TEST_F(CompressedFileTest, TooBigBufferIsRefusedUnread) {
+  app.ForgetReports();
   VoidBuffer packed(AsBytes("older"));
-  const std::uint8_t byte = 0;
-  EXPECT_FALSE(VoidBuffer::Compress32({&byte, 0xFFFFFFFF}, packed, 6));
+  const std::uint8_t unread = 0;
+  EXPECT_FALSE(VoidBuffer::Compress32({&unread, 0xFFFFFFFF}, packed, 6));
   EXPECT_TRUE(packed.IsEmpty());
-  EXPECT_EQ(app.Warnings().at(0),
-            (TestApp::Warning{u"Buffer is too big!", u"VoidBuffer::Compress32"}));
-}
-
-TEST_F(CompressedFileTest, LengthThatZlibCannotReachIsRefusedBeforeMemory) {
-  const Bytes piece = Piece(Bytes(1000, 'a'));
+  EXPECT_EQ(app.Warnings(), (Warnings{{u"Buffer is too big!", u"VoidBuffer::Compress32"}}));
+  const Bytes piece = Piece(Bytes(1000, 'a')); // zlib can't reach four GiB with so few bytes
   VoidBuffer output;
   EXPECT_FALSE(VoidBuffer::Decompress(WithNumber(piece, -4, 0xFFFFFFFF), output));
   EXPECT_EQ(output.Capacity(), 0u);
@@ -146,8 +139,7 @@ TEST_F(CompressedFileTest, DamagedHeaders) {
     Bytes damaged = file;
     damaged[at] ^= 0x07;
     EXPECT_EQ(Restore(damaged), at < 22 ? FileResult::Corrupt : FileResult::WrongKind) << at;
-    EXPECT_EQ(Restore(Bytes(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(at))),
-              FileResult::SourceUnreadable);
+    EXPECT_EQ(Restore(Start(file, at)), FileResult::SourceUnreadable);
     app.Put(path, TextOf(damaged));
     EXPECT_FALSE(IsCompressedFile(path));
   }
@@ -223,8 +215,7 @@ TEST_F(CompressedFileTest, EveryByteAndEveryLength) {
         EXPECT_TRUE(Restore(damaged, &content) != FileResult::Success || content == text) << at;
       }
       Bytes content;
-      const FileResult result =
-          Restore(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(at)), &content);
+      const FileResult result = Restore(Start(whole, at), &content);
       // A file that ends behind a whole block can't be told from a shorter one.
       EXPECT_TRUE(result != FileResult::Success || content.empty() || content.size() == 100) << at;
     }
@@ -276,11 +267,10 @@ TEST_F(CompressedFileTest, ShortReadsAndFullDisksLeaveNoTarget) {
   app.Put(path, TextOf(MakeBytes(100000, 8)));
   const auto fails = [&](auto change, const KorText& target) {
     app.LimitReads(20000);
-    EXPECT_EQ(change(path, target, OpenWait::No, CompressOptions{}), FileResult::SourceUnreadable);
+    EXPECT_EQ(change(path, target), FileResult::SourceUnreadable);
     app.ClearFaults();
     app.LimitWrites(10000);
-    EXPECT_EQ(change(path, target, OpenWait::No, CompressOptions{}),
-              FileResult::DestinationUnwritable);
+    EXPECT_EQ(change(path, target), FileResult::DestinationUnwritable);
     app.ClearFaults();
     EXPECT_EQ(Leftovers(), Names{u"f"});
   };
@@ -290,8 +280,11 @@ TEST_F(CompressedFileTest, ShortReadsAndFullDisksLeaveNoTarget) {
   ASSERT_EQ(CompressFile(path, path), FileResult::Success);
   fails(restore, other);
   fails(restore, path);
+  EXPECT_EQ(CompressFile(path, path), FileResult::WrongKind) << "it is compressed already";
   EXPECT_EQ(DecompressFile(path, path), FileResult::Success);
   EXPECT_EQ(Get(path), MakeBytes(100000, 8));
+  app.Put(path, TextOf(Container("2004", {Piece(MakeBytes(100000, 8))})));
+  fails(restore, other);
 }
 
 TEST_F(CompressedFileTest, ProgressComesInOrderAndCancels) {
@@ -313,6 +306,9 @@ TEST_F(CompressedFileTest, ProgressComesInOrderAndCancels) {
   app.Put(path, TextOf(file));
   EXPECT_EQ(DecompressFile(path, path, OpenWait::No, options), FileResult::Failure);
   EXPECT_EQ(Get(path), file);
+  options.progress = [](std::uint64_t, std::uint64_t) { return false; };
+  EXPECT_EQ(Restore(Container("2004", {Piece(AsBytes("text"))}), nullptr, options),
+            FileResult::Failure);
   EXPECT_EQ(Leftovers(), Names{u"f"});
 }
 

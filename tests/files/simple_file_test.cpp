@@ -60,6 +60,10 @@ TEST_F(SimpleFileTest, OpenIsRefused) {
   EXPECT_TRUE(file.Open(kFileWrite));
   EXPECT_FALSE(file.Open(kFileRead)) << "already open";
   EXPECT_FALSE(SimpleFile(app.Path(u"f")).Open(kFileWrite)) << "another holds it";
+  SimpleFile marked(Put(u"g", AsBytes("N10 G00")));
+  app.FailSeek(true);
+  EXPECT_FALSE(marked.Open(kFileRead | kFileWrite | kFileText)) << "not put back behind its mark";
+  EXPECT_FALSE(marked.IsOpen());
 }
 
 TEST_F(SimpleFileTest, MarkDecidesTheEncoding) {
@@ -92,13 +96,6 @@ TEST_F(SimpleFileTest, MarkDecidesTheEncoding) {
   opens("EF BB", EightBit, 0, 2);
   opens("", EightBit, 0, 0);
   EXPECT_TRUE(app.Warnings().empty());
-}
-
-TEST_F(SimpleFileTest, AFileThatCannotBePutBackBehindItsMarkIsNotRead) {
-  SimpleFile file(Put(u"f", AsBytes("N10 G00")));
-  app.FailSeek(true);
-  EXPECT_FALSE(file.Open(kFileRead | kFileWrite | kFileText));
-  EXPECT_FALSE(file.IsOpen());
 }
 
 TEST_F(SimpleFileTest, TextFilesAreWrittenInTheEncodingOfTheirMode) {
@@ -174,16 +171,20 @@ TEST_F(SimpleFileTest, EveryKindOfFileReadsAndWritesAlike) {
 
 TEST_F(SimpleFileTest, FlushedBytesAreInTheFileBeforeClose) {
   SimpleFile log(app.Path(u"log"));
-  ASSERT_TRUE(log.Open(kFileWrite | kFileAppend));
-  log.WriteText(u"one\r\n");
+  const std::uint32_t mode = kFileWrite | kFileAppend | kFileText | kFileUtf8;
+  ASSERT_TRUE(log.Open(mode));
+  log.WriteText(u"\u00E91\r\n");
   EXPECT_TRUE(log.Flush());
-  EXPECT_EQ(app.Content(app.Path(u"log")), u"one\r\n");
+  const KorText first = u"\xEF\xBB\xBF\xC3\xA9"
+                        u"1\r\n";
+  EXPECT_EQ(app.Content(app.Path(u"log")), first);
   log.Close();
-  ASSERT_TRUE(log.Open(kFileWrite | kFileAppend));
-  EXPECT_EQ(log.Position(), 5u);
-  log.WriteText(u"two\r\n");
+  ASSERT_TRUE(log.Open(mode));
+  EXPECT_EQ(log.Position(), 8u);
+  log.WriteText(u"\u00E92\r\n");
   log.Close();
-  EXPECT_EQ(app.Content(app.Path(u"log")), u"one\r\ntwo\r\n");
+  EXPECT_EQ(app.Content(app.Path(u"log")), first + u"\xC3\xA9"
+                                                   u"2\r\n");
 }
 
 TEST_F(SimpleFileTest, FullDiskShowsAtFlushAndClose) {
@@ -255,8 +256,8 @@ TEST_F(SimpleFileTest, BadMemoryReadsWarn) {
 
 // --- Lines ---
 
-std::vector<KorText> ReadLines(SimpleFile& file, std::size_t longest = KorText::kNone) {
-  std::vector<KorText> lines;
+Names ReadLines(SimpleFile& file, std::size_t longest = KorText::kNone) {
+  Names lines;
   KorText line;
   while (file.ReadLine(line, longest))
     lines.push_back(line);
@@ -264,7 +265,7 @@ std::vector<KorText> ReadLines(SimpleFile& file, std::size_t longest = KorText::
 }
 
 TEST_F(SimpleFileTest, LinesEndWithLfOrCrLf) {
-  const std::pair<const char*, std::vector<KorText>> cases[] = {
+  const std::pair<const char*, Names> cases[] = {
       {"", {}},
       {"\n", {u""}},
       {"a", {u"a"}},
@@ -284,7 +285,7 @@ TEST_F(SimpleFileTest, LinesEndWithLfOrCrLf) {
 }
 
 TEST_F(SimpleFileTest, LinesOfEveryEncodingComeBackAcrossTheCacheBorders) {
-  std::vector<KorText> lines;
+  Names lines;
   for (unsigned i = 0; i < 3000; ++i) {
     // U+0A0D and U+0D0A hold the bytes of line ends in UTF-16.
     lines.push_back(KorText::Format(u"N%i \u0A0D\u0D0AG01 X%i %s", i, i * 37,
@@ -351,6 +352,11 @@ TEST_F(SimpleFileTest, VeryLargeContentsAreReadFromATemporaryFile) {
 
 TEST_F(SimpleFileTest, ACompressedFileTakesItsTargetsPlaceOnlyWhenItIsWhole) {
   const KorText path = app.Path(u"work/f");
+  app.RefuseOpening(u"temp/", true);
+  for (const std::uint32_t mode : {kFileWrite | kFileAppend, +kFileWrite})
+    EXPECT_FALSE(SimpleFile(path).Open(mode, OpenWait::No, Compression::Yes));
+  EXPECT_EQ(Leftovers(), Names());
+  app.ClearFaults();
   for (const bool existed : {false, true}) {
     for (const bool isFull : {false, true}) {
       app.Put(path, u"older");

@@ -30,12 +30,13 @@ TEST_F(EngineTest, TheRoleDecidesWhatServingBeginsWith) {
     EXPECT_EQ(fresh.form.buttons, c.buttons);
     EXPECT_EQ(fresh.link->Timers().IsStarted(u"DownloadApp::PingNow"), c.code == ClientNoServer);
     fresh.link->Timers().Start(u"DownloadApp::EndOfServe", fresh.app.HighResolutionSeconds());
-    fresh.After(60);
+    fresh.Watched().SetPingText(u"?");
+    EXPECT_EQ(fresh.After(60), c.code == ClientNoServer ? "?" : "");
     EXPECT_EQ(fresh.Watched().clientSteps, c.code == ClientNoServer ? 2 : 0);
   }
 }
 
-TEST_F(EngineTest, AManualReceiveThatCantBeStoredSaysSoAndLeavesTheButtons) {
+TEST_F(EngineTest, AReceiveByHandThatCantBeStoredSaysSoAndACompletedOneIsDoneBeforeTheEnd) {
   link.Start();
   link.form.chosen = link.app.Path(u"cnc"); // a folder
   link.Do(&NCEApp::ChooseUploadFile);
@@ -43,10 +44,6 @@ TEST_F(EngineTest, AManualReceiveThatCantBeStoredSaysSoAndLeavesTheButtons) {
   EXPECT_EQ(link.Line(), u"Upload could not open/write to " + link.app.Path(u"cnc"));
   EXPECT_EQ(link.form.buttons, JobButtons::Enabled);
   EXPECT_FALSE(link.form.endDialogs[EndDialog::Upload]);
-}
-
-TEST_F(EngineTest, WhatWasAskedForBeforeTheEndIsStillDone) {
-  link.Start();
   link.Do(&NCEApp::ReceiveFile, link.app.Path(u"in.NC"));
   link.Ask("02A!00");
   link.link->CompleteUpload();
@@ -102,7 +99,7 @@ class RunningLink {
     const KorText lines = link.app.Content(jobs).value_or(u"");
     EXPECT_TRUE(lines.Contains(StatusText(code, {}, {}))) << lines.ToUtf8();
     EXPECT_EQ(Split(lines, u'\n').size(), 2u) << lines.ToUtf8();
-    EXPECT_EQ(link.app.Names(link.Folder()), std::vector<KorText>{u"1.MPG"});
+    EXPECT_EQ(link.app.Names(link.Folder()), Texts{u"1.MPG"});
     EXPECT_EQ(link.app.Content(link.Folder() + u"1.MPG")->Right(4), u"old\n");
     EXPECT_EQ(link.HeldBytes(), 0u);
     EXPECT_FALSE(link.form.endDialogs[EndDialog::Download] ||
@@ -231,7 +228,7 @@ TEST_F(EngineTest, NothingIsStartedByHandWhileTheDeviceIsAway) {
     EXPECT_EQ(fresh.form.messages.size(), 1u) << what;
     EXPECT_EQ(fresh.form.buttons, JobButtons::Enabled) << what;
     EXPECT_FALSE(fresh.form.endDialogs[EndDialog::Upload]) << what;
-    EXPECT_EQ(fresh.app.Names(fresh.Folder()), std::vector<KorText>{u"1.MPG"}) << what;
+    EXPECT_EQ(fresh.app.Names(fresh.Folder()), Texts{u"1.MPG"}) << what;
   }
 }
 

@@ -8,10 +8,11 @@ namespace {
 using enum LinkStatus;
 
 // Equal ones, too, and while no job log is written.
-TEST_F(EngineTest, TheJobsOfTheDayAreShownAgainAfterAStart) {
+TEST_F(EngineTest, TheJobsSinceYesterdayAreShownAgainAfterAStart) {
   const KorText file = link.app.Path(u"settings/NCE.jobs");
   link.app.SetUtc(SystemTime{2026, 11, 21, 13, 5, 9, 0, 6});
-  link.app.Put(file, u"ended jobs 1\n6\t2025-11-21 13:05:09\tdownload\t9\t0\t\t/n/1.MPG\n"
+  link.app.Put(file, u"ended jobs 1\n5\t2025-11-21 13:05:09\tdownload\t9\t0\t\t/n/1.MPG\n"
+                     u"6\t2026-11-20 13:05:09\tdownload\t9\t0\t\tY\n"
                      u"7\t2026-11-21 13:05:09\tdownload\t12\t0\t\t/n/1.MPG\n"
                      u"8\t2026-11-21 13:05:09\tdownload\t9\t0\t\t/n/to"); // torn
   link.PutProgram(u"1.MPG", u"A\n");
@@ -21,14 +22,14 @@ TEST_F(EngineTest, TheJobsOfTheDayAreShownAgainAfterAStart) {
   link.Ask("FH 9");
   link.Ask("FH 9");
   link.Open();
-  std::vector<KorText> lines;
+  Texts lines;
   for (const EndedJob& job : link.form.earlier)
     lines.push_back(job.line);
   const KorText missing = u"Download could not open/read from " + link.Folder() + u"9.MPG";
   ASSERT_EQ(lines,
-            (std::vector<KorText>{u"Download Completed " + link.Folder() + u"1.MPG - 2 bytes",
-                                  missing, missing}));
-  const SystemTime& time = link.form.earlier[2].time;
+            (Texts{u"Download could not open/read from Y",
+                   u"Download Completed " + link.Folder() + u"1.MPG - 2 bytes", missing, missing}));
+  const SystemTime& time = link.form.earlier[3].time;
   EXPECT_TRUE(time.hour == 13 && time.minute == 5 && time.second == 9);
   EXPECT_TRUE(link.app.Content(file)->Contains(
       u"\t12\t0\t\t/n/1.MPG\n8\t2026-11-21 13:05:09\tdownload\t18\t2\t\t"));
@@ -84,10 +85,9 @@ TEST_F(EngineTest, TracesTheLineWithItsEcho) {
   link.Send("A\x7f\x80\r");
   link.port.SetHolds(kCtsHold | kXoffSent);
   link.Run();
-  EXPECT_EQ(Traced(),
-            (std::vector<KorText>{u"RX A\x7f[80][0d]", u"TX %% Message not recognised by HOST[0d]",
-                                  u"RX A\x7f[80][0d]", u"TX %% Message not recognised by HOST[0d]",
-                                  u"CTS Hold=1  XOff Sent=1  "}));
+  EXPECT_EQ(Traced(), (Texts{u"RX A\x7f[80][0d]", u"TX %% Message not recognised by HOST[0d]",
+                             u"RX A\x7f[80][0d]", u"TX %% Message not recognised by HOST[0d]",
+                             u"CTS Hold=1  XOff Sent=1  "}));
   link.link->OpenPort(0); // ends the hold
   link.port.SetHolds(kXoffSent);
   link.Run();
@@ -112,12 +112,12 @@ TEST_F(EngineTest, ATraceEndsWithTheNextOneAndWhenItCannotBeWritten) {
   link.Start();
   StartTrace();
   StartTrace(); // nothing holds the file any more
-  EXPECT_EQ(Traced(), std::vector<KorText>());
+  EXPECT_EQ(Traced(), Texts());
   link.Do(&NCEApp::StartTrace, link.app.Path(u"no/such/trace"));
   EXPECT_FALSE(link.link->IsTracing() || link.form.tracing);
   EXPECT_EQ(link.form.OnlyMessage(), u"Log: Unable to write to log file");
   link.Ask("XYZ");
-  EXPECT_EQ(Traced(), std::vector<KorText>());
+  EXPECT_EQ(Traced(), Texts());
   link.link->StartTrace(link.app.Path(u"no/such/trace"));
   link.link->StopTrace(); // before it could be tried
   link.Run();
@@ -171,7 +171,7 @@ TEST_F(EngineTest, ARepeatedReplyIsTracedOnceAndRepeatedReceptionEachTime) {
        {Repeated::Dropped, Repeated::Dropped, Repeated::Traced, Repeated::Traced})
     log.Trace(u"same", repeated);
   writer.RunHere();
-  EXPECT_EQ(Traced(), (std::vector<KorText>{u"same", u"same", u"same"}));
+  EXPECT_EQ(Traced(), (Texts{u"same", u"same", u"same"}));
   EXPECT_EQ(TraceStamp(3725.5, -0.125), u"01:02:05.500000 (-0.125000)");
 }
 
@@ -260,6 +260,8 @@ TEST_F(EngineTest, NoReplyWaitsForALog) {
 
 TEST_F(EngineTest, AnUploadFolderThatAnswersLateHoldsUpNeitherStartNorEnd) {
   link.PutProgram(KorText(u"1.0123456789abcdef") + kPartSuffix, u"");
+  const KorText ofSettings = link.app.Path(u"settings/NCE.INI.1") + kPartSuffix;
+  link.app.Put(ofSettings, u"");
   link.app.WhenOpening(u"cnc", [this] { link.app.Advance(5); });
   const double begun = link.app.Seconds();
   for (const bool served : {false, true}) {
@@ -267,6 +269,7 @@ TEST_F(EngineTest, AnUploadFolderThatAnswersLateHoldsUpNeitherStartNorEnd) {
     nce.SetUpServices();
     nce.BuildWindow();
     EXPECT_EQ(link.app.Seconds(), begun);
+    EXPECT_FALSE(link.app.FileExists(ofSettings));
     if (served) nce.Poll(); // by now it has answered
     nce.Terminate();
     EXPECT_EQ(link.app.Seconds() > begun, served);

@@ -11,16 +11,22 @@ TEST_F(EngineTest, AnOldValueThatNoListHoldsBlocksNoOtherSettingAndIsKept) {
   for (const std::int32_t delay : {45, -5}) {
     link.Start({}, KorText::Format(u"parity=\nbaudrate=14400\ntransmit delay=%i\n", delay),
                u"[Log]\nwrite log=2\n");
-    FormDescription form = link.link->SettingsForm();
-    EXPECT_EQ(form.Find(u"transmit-delay")->minimum, std::min(delay, 0));
-    form.Find(u"stopbits")->value = u"2";
-    for (FormField& field : form.fields) { // as controls show them
-      if (field.kind == FieldKind::Check && field.value != u"1") field.value = u"0";
-      if (field.kind == FieldKind::Number)
-        field.value = KorText::Format(
-            u"%i", std::clamp(field.value.ToInteger(), field.minimum, field.maximum));
-    }
-    EXPECT_EQ(link.link->AcceptSettings(form), u"");
+    int shown = 0;
+    link.form.messages.clear();
+    link.form.edit = [&](FormDescription& form) {
+      EXPECT_EQ(form.Find(u"transmit-delay")->minimum, std::min(delay, 0));
+      form.Find(u"stopbits")->value = ++shown == 1 ? u"3" : u"2"; // shown again when it is wrong
+      for (FormField& field : form.fields) {                      // as controls show them
+        if (field.kind == FieldKind::Check && field.value != u"1") field.value = u"0";
+        if (field.kind == FieldKind::Number)
+          field.value = KorText::Format(
+              u"%i", std::clamp(field.value.ToInteger(), field.minimum, field.maximum));
+      }
+      return true;
+    };
+    link.link->SettingsDialog();
+    EXPECT_TRUE(link.form.OnlyMessage().Contains(u"\"3\""));
+    EXPECT_EQ(link.link->Settings().stopbits, u"2");
     EXPECT_EQ(link.link->Settings().baudrate, u"14400");
     EXPECT_EQ(link.link->Settings().transmitDelay, delay);
     EXPECT_EQ(link.link->Settings().writeLog, 2);
@@ -53,8 +59,7 @@ TEST_F(EngineTest, EverySpeedAndHandshakeReachesThePortAndEveryFieldStandsInABox
 // Folders are looked at beside the serving and only when all else is right.
 TEST_F(EngineTest, TheSettingsFormSaysWhatIsWrongBesideEachField) {
   link.Start();
-  SetTextLookup(
-      [](int number) { return KorText::Format(number == 15621 ? u"(%i)" : u"", number); });
+  SetTextLookup([](int n) { return KorText::Format(n == 15621 ? u"(%i)" : u"", n); });
   FormDescription form = link.link->SettingsForm();
   SetTextLookup({});
   EXPECT_EQ(form.Find(u"parity")->value, u"None"); // shown in the user's words, stored as it is
@@ -69,8 +74,7 @@ TEST_F(EngineTest, TheSettingsFormSaysWhatIsWrongBesideEachField) {
     EXPECT_EQ(field.problem.IsEmpty(), field.key != u"file-extension");
   EXPECT_EQ(form.obstacle, u"");
   KorText problem;
-  form.look(form,
-            [&](const FormDescription& seen) { problem = seen.Find(u"upload-path")->problem; });
+  form.look(form, [&](const auto& seen) { problem = seen.Find(u"upload-path")->problem; });
   EXPECT_TRUE(problem.IsEmpty() && link.app.Seconds() == asked && link.link->AwaitsAnswer());
   link.Run();
   EXPECT_TRUE(problem.Contains(u"a folder that exists"));
@@ -88,7 +92,7 @@ TEST_F(EngineTest, AFolderThatDoesNotAnswerIsRefusedInTime) {
   const KorText silent = u"The folder does not answer. Choose another one, or try again later.";
   FormDescription form = link.link->SettingsForm();
   form.Find(u"upload-path")->value = u"/no/such/folder";
-  std::vector<KorText> answers;
+  Texts answers;
   const auto look = [&] {
     link.link->LookAndAcceptSettings(form, [&](const KorText& wrong) { answers.push_back(wrong); });
   };
@@ -102,14 +106,14 @@ TEST_F(EngineTest, AFolderThatDoesNotAnswerIsRefusedInTime) {
   pass(4.9);
   EXPECT_TRUE(answers.empty() && link.link->AwaitsAnswer());
   pass(0.2);
-  EXPECT_EQ(answers, std::vector<KorText>{silent});
+  EXPECT_EQ(answers, Texts{silent});
   EXPECT_EQ(link.form.OnlyMessage(), u"Log: " + silent);
   EXPECT_FALSE(link.link->AwaitsAnswer());
   link.Run();
   EXPECT_EQ(answers.size(), 1u);
   for (int i = 0; i < 4; ++i)
     look();
-  EXPECT_EQ(answers, (std::vector<KorText>{silent, silent}));
+  EXPECT_EQ(answers, (Texts{silent, silent}));
 }
 
 // Only where nothing is lost.
@@ -142,14 +146,19 @@ TEST_F(EngineTest, ATraceAndANewJobLogReplaceNothingButLogs) {
     EXPECT_EQ(link.link->IsTracing(), isTaken);
     EXPECT_EQ(link.form.messages.size(), isTaken ? 0U : 1U);
     EXPECT_EQ(link.app.Content(file) == content, !isTaken);
-    link.Do(&NCEApp::StopTrace);
+    link.form.chosen = file;
+    link.Do(&NCEApp::ChooseTraceFile); // which has asked
+    EXPECT_TRUE(link.app.Content(file)->Contains(u") Start of logging"));
+    link.form.chosen = {};
+    link.Do(&NCEApp::ChooseTraceFile);
+    EXPECT_FALSE(link.link->IsTracing());
   }
 }
 
 TEST_F(EngineTest, OffersThePortsThatOpenAndTheCurrentOne) {
   const auto probe = [](const KorText& name) { return name == u"COM7"; };
-  EXPECT_EQ(OfferedPorts(u"COM3", probe), (std::vector<KorText>{u"COM3", u"COM7"}));
-  EXPECT_EQ(OfferedPorts(u"COM12", probe), (std::vector<KorText>{u"COM7"}));
+  EXPECT_EQ(OfferedPorts(u"COM3", probe), (Texts{u"COM3", u"COM7"}));
+  EXPECT_EQ(OfferedPorts(u"COM12", probe), (Texts{u"COM7"}));
 }
 
 } // namespace

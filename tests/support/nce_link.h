@@ -17,6 +17,7 @@ namespace kor {
 class WatchedNce : public NCEApp {
  public:
   using NCEApp::NCEApp;
+  using NCEApp::SetPingText;
   void DncClientStep() override { ++clientSteps; }
   std::uint64_t HeldBytes() {
     return WorkerSide().Program().FileSize() + WorkerSide().Line().SendLength();

@@ -24,7 +24,7 @@ class RecordingForm : public FormDialog {
   void ShowEndDialog(EndDialog which, bool shown) override { endDialogs[which] = shown; }
   void SetJobButtons(JobButtons state) override { buttons = state; }
   void ShowSpecialButton() override { specialShown = true; }
-  bool RunForm(FormDescription&) override { return false; }
+  bool RunForm(FormDescription& form) override { return edit && edit(form); }
   std::optional<KorText> ChooseFile(const FileChoice&) override { return chosen; }
   void ShowMessage(const KorText& caption, const KorText& text, MessageStyle) override {
     messages.push_back(caption + u": " + text);
@@ -62,7 +62,8 @@ class RecordingForm : public FormDialog {
     return codes;
   }
 
-  std::optional<KorText> chosen; // what the user chooses in every chooser
+  std::optional<KorText> chosen;              // what the user chooses in every chooser
+  std::function<bool(FormDescription&)> edit; // what he does with every form; none: he cancels it
   std::vector<StatusView> statuses;
   StatusView last;
   std::vector<EndedJob> jobs, earlier;
