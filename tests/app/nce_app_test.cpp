@@ -29,10 +29,7 @@ class NceAppTest : public ::testing::Test {
     }
     return all;
   }
-  static std::string Fetch(NceLink& from, std::string_view request) {
-    return FetchRest(from, from.Ask(request));
-  }
-  std::string Fetch(std::string_view request) { return Fetch(link, request); }
+  std::string Fetch(std::string_view request) { return FetchRest(link, link.Ask(request)); }
 
   NceLink link;
 };
@@ -167,8 +164,7 @@ TEST_F(NceAppTest, RefusesWhatIsNoWholeProgram) {
     EXPECT_TRUE(link.form.OnlyMessage().StartsWith(u"Error: "));
     EXPECT_TRUE(link.form.OnlyMessage().Contains(message));
     EXPECT_TRUE(link.form.title.EndsWith(u"  H0000000.C01"));
-    EXPECT_EQ(link.BeginDownload("6"), MakeFrame("BEFORE!"))
-        << "no end mark: the chain is not complete";
+    EXPECT_EQ(link.BeginDownload("6"), MakeFrame("BEFORE!")) << "no end mark: not all is there";
     EXPECT_EQ(link.Code(), DownloadErrors);
   }
 }
@@ -338,7 +334,7 @@ TEST_F(NceAppTest, AChainJoinsTheFollowingNumbersUntilItsLastOrOneIsMissing) {
     }
     fresh.Start();
     fresh.Do(&NCEApp::SetFeatures, SpecialFeatures{1, 0, 0, hybrid});
-    std::string all = Fetch(fresh, "FH " + request), frames;
+    std::string all = FetchRest(fresh, fresh.Ask("FH " + request)), frames;
     for (const KorText& number : Split(KorText::FromBytes(sent), u' '))
       if (!number.IsEmpty()) frames += MakeFrame(number.ToBytes() + "!");
     EXPECT_EQ(all.substr(all.find("\r", all.find("&FH")) + 1), frames + "]\r") << what;
@@ -396,19 +392,28 @@ TEST_F(NceAppTest, NumbersThatLeaveTheFolderNameNoFile) {
     EXPECT_EQ(link.Code(), UploadCantOpen);
     EXPECT_TRUE(link.Line().EndsWith(KorText::FromBytes(number) + u".MPG")) << number;
   }
-  EXPECT_EQ(link.app.Names(link.Folder()), std::vector<KorText>{u"sub/"});
+  EXPECT_EQ(link.app.Names(link.Folder()), Texts{u"sub/"});
 }
 
-TEST_F(NceAppTest, StoresAnUploadUnderTheLastRequestedNumber) {
+TEST_F(NceAppTest, StoresAnUploadUnderTheLastRequestedNumberAndTellsWhenThereWasNone) {
   link.Start();
+  link.Ask("TH 7");
+  const KorText note = u"No number was asked for: this upload is stored as \".MPG\".";
+  EXPECT_TRUE(link.form.last.note.StartsWith(note));
+  EXPECT_EQ(link.Ask("04AB!C7"), ">\r");
+  EXPECT_EQ(link.Ask("]"), ">\r");
+  EXPECT_TRUE(link.form.last.note.StartsWith(note));
+  EXPECT_EQ(link.form.jobs.back().note, link.form.last.note);
   link.Ask("FH 0000123");
   EXPECT_EQ(link.Ask("TH 0000124"), "Upload from NCE  in progress. &TH 0000123\r");
+  EXPECT_EQ(link.form.last.note, u"");
   EXPECT_EQ(link.link->CurrentStatus().barRange, 10000);
   link.Ask("08G90!X10!17");
   EXPECT_EQ(link.Ask("~end"), ">\r"); // data like any other line: nothing is left of it
   EXPECT_EQ(link.link->CurrentStatus().barPosition, 16);
   link.link->CompleteUpload(); // not the user's to complete
   link.Run();
+  EXPECT_TRUE(link.form.OnlyMessage().EndsWith(u"Only the controller can complete this upload."));
   EXPECT_FALSE(link.app.Content(link.Folder() + u"0000123.MPG"));
   EXPECT_EQ(link.Ask("06]"), ">\r");
   EXPECT_EQ(link.Code(), UploadCompleted);
@@ -417,20 +422,6 @@ TEST_F(NceAppTest, StoresAnUploadUnderTheLastRequestedNumber) {
   EXPECT_EQ(link.Line(), u"Upload Completed " + link.Folder() + u"0000123.MPG - 8 bytes in file.");
   EXPECT_EQ(link.form.jobs.back().note, u"");
   EXPECT_EQ(link.Ask("0A~end!!00"), "END\r"); // a request again: nothing is left of the upload
-}
-
-TEST_F(NceAppTest, AnUploadWithoutANumberIsToldOf) {
-  link.Start();
-  link.Ask("TH 7");
-  EXPECT_TRUE(link.form.last.note.StartsWith(u"No number was asked for: this upload is stored as "
-                                             u"\".MPG\"."));
-  EXPECT_EQ(link.Ask("04AB!C7"), ">\r");
-  EXPECT_EQ(link.Ask("]"), ">\r");
-  EXPECT_EQ(link.form.jobs.back().note, link.form.last.note);
-  EXPECT_NE(link.form.last.note, u"");
-  link.BeginUpload("7");
-  EXPECT_EQ(link.form.last.note, u"");
-  EXPECT_EQ(link.form.messages.size(), 0u);
 }
 
 // The console and the window say so; a byte that comes all the same takes it back.
@@ -468,7 +459,7 @@ TEST_F(NceAppTest, ADiskThatFailsAtTheEndLeavesTheOlderProgramAndNothingElse) {
   EXPECT_FALSE(link.form.endDialogs[EndDialog::Upload]);
   link.app.ClearFaults();
   EXPECT_EQ(link.app.Content(link.Folder() + u"1.MPG"), u"old\n");
-  EXPECT_EQ(link.app.Names(link.Folder()), std::vector<KorText>{u"1.MPG"});
+  EXPECT_EQ(link.app.Names(link.Folder()), Texts{u"1.MPG"});
 }
 
 // How an upload may end at the host before its end mark has come.
@@ -525,6 +516,13 @@ const struct {
 };
 
 TEST_F(NceAppTest, TheRestOfAnUploadThatEndedHereIsNoRequest) {
+  link.PutProgram(u"1.MPG", u"A\n");
+  link.Start();
+  link.BeginUpload("1");
+  link.Do(&NCEApp::CancelExchange);
+  link.Do(&NCEApp::SendFile, link.Folder() + u"1.MPG"); // it breaks off what is sent by hand
+  EXPECT_EQ(link.Ask("0C(DEPTH 5)!00"), "<\r");
+  EXPECT_EQ(link.Code(), DownloadErrors);
   for (const auto& [what, fail] : kUploadEnds) {
     for (const auto& [end, reply] : kRestEnds) {
       NceLink fresh;
@@ -546,8 +544,8 @@ TEST_F(NceAppTest, TheRestOfAnUploadThatEndedHereIsNoRequest) {
       if (end != "TH " && !reply.starts_with("Upload")) {
         EXPECT_EQ(fresh.Ask("0C(~)!00"), "UDL>\r") << what << ": " << end;
       }
-      EXPECT_EQ(fresh.app.Content(fresh.Folder() + u"0000001.MPG"),
-                code == UploadCompleted ? u"G90\nX10\n" : u"old\n");
+      const KorText stored = code == UploadCompleted ? u"G90\nX10\n" : u"old\n";
+      EXPECT_EQ(fresh.app.Content(fresh.Folder() + u"0000001.MPG"), stored);
     }
   }
 }
@@ -657,9 +655,12 @@ TEST_F(NceAppTest, SpecialFeaturesAreShownAndTakenOver) {
   }
   EXPECT_EQ(values, u"1010");
   EXPECT_EQ(labels + form.Find(u"hybrid")->group, u"15303 15304 15306 15305 15307 ");
-  form.Find(u"strip-pc")->value = u"1";
-  form.Find(u"strip-nce")->value = u"0";
-  link.link->AcceptSpecialForm(form);
+  link.form.edit = [](FormDescription& edited) {
+    edited.Find(u"strip-pc")->value = u"1";
+    edited.Find(u"strip-nce")->value = u"0";
+    return true;
+  };
+  link.link->SpecialDialog();
   EXPECT_EQ(link.link->Features().stripPcZeros, 1);
   EXPECT_EQ(link.link->Features().stripNceZeros, 0);
 }
@@ -691,16 +692,6 @@ TEST_F(NceAppTest, AFileSentByHandGoesOutInFramesAndItsFolderIsKept) {
   EXPECT_TRUE(std::filesystem::path(folder.ToUtf8()).is_absolute()) << folder.ToUtf8();
   EXPECT_EQ(link.app.Content(folder + u"2"), u"A\n");
   EXPECT_EQ(link.link->Settings().fileExtension, u"NC");
-}
-
-TEST_F(NceAppTest, ARefusedLineBreaksASendingByHandOff) {
-  link.PutProgram(u"1.MPG", u"A\n");
-  link.Start();
-  link.BeginUpload("1");
-  link.Do(&NCEApp::CancelExchange);
-  link.Do(&NCEApp::SendFile, link.Folder() + u"1.MPG");
-  EXPECT_EQ(link.Ask("0C(DEPTH 5)!00"), "<\r");
-  EXPECT_EQ(link.Code(), DownloadErrors);
 }
 
 } // namespace

@@ -7,7 +7,6 @@
 
 #include "app/configurations.h"
 #include "tests/support/test_app.h"
-#include "tests/support/text_printer.h" // IWYU pragma: keep
 
 namespace kor {
 namespace {
@@ -128,10 +127,13 @@ TEST_F(ProgramPathsTest, MakesAFolderOnceAndTriesAgainAfterAFailure) {
 }
 
 TEST_F(ProgramPathsTest, JoinsTheSubFolderOfReportsWithItsOwnSeparator) {
-  PutPaths(u"Reports=/r\n");
-  paths.SetReportsSubFolder(u"2026");
-  EXPECT_EQ(paths.GetFolder(kReportsFolder), u"/r//2026");
-  EXPECT_EQ(paths.GetFolder(kReportsFolder, {.noSubFolder = true}), u"/r/");
+  PutPaths(u"Reports=r\n");
+  for (const KorText year : {u"2026", u"2027"}) { // each is made
+    paths.SetReportsSubFolder(year);
+    EXPECT_EQ(paths.GetFolder(kReportsFolder, {.makeIfMissing = true}), startIn + u"r//" + year);
+    EXPECT_TRUE(app.FolderExists(startIn + u"r/" + year));
+  }
+  EXPECT_EQ(paths.GetFolder(kReportsFolder, {.noSubFolder = true}), startIn + u"r/");
   EXPECT_EQ(paths.GetFolder(kMainFolder), startIn);
 }
 
@@ -147,8 +149,8 @@ class ConfigurationsTest : public ProgramPathsTest {
     if (withFile) app.Put(NormalisedFolder(path) + kPathsFileName, u"[PROGRAM PATHS]\n");
     return RegisterConfiguration(entry).value();
   }
-  std::vector<KorText> Listed(const KorText& fileName = {}) {
-    std::vector<KorText> found;
+  Texts Listed(const KorText& fileName = {}) {
+    Texts found;
     for (const Configuration& entry :
          ListConfigurations(ConfigurationKind::Configuration, fileName))
       found.push_back(entry.path);
@@ -171,10 +173,10 @@ TEST_F(ConfigurationsTest, ListsFoldersThatHoldTheFileOnce) {
   raw(u"public", u"%public%\\documents\\kor");
   raw(u"nowhere", u"");
   app.WriteRegistryText(ConfigurationKey(ConfigurationKind::Cache, u"c"), u"Path", u"/cache");
-  EXPECT_EQ(Listed(), (std::vector<KorText>{a, a, b, pub + u"kor/"}));
-  EXPECT_EQ(Listed(kPathsFileName), std::vector<KorText>{a});
+  EXPECT_EQ(Listed(), (Texts{a, a, b, pub + u"kor/"}));
+  EXPECT_EQ(Listed(kPathsFileName), Texts{a});
   app.Put(pub + u"kor/KOR.INI", u"");
-  EXPECT_EQ(Listed(kPathsFileName), (std::vector<KorText>{a, pub + u"kor/"}));
+  EXPECT_EQ(Listed(kPathsFileName), (Texts{a, pub + u"kor/"}));
   const std::vector<Configuration> caches = ListConfigurations(ConfigurationKind::SecondCache);
   ASSERT_EQ(caches.size(), 1u);
   EXPECT_EQ(caches[0].path, u"/cache/");

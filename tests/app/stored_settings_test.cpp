@@ -1,10 +1,12 @@
-// The settings as a stored record: the hand-over from a text profile, damage, cut power.
+// The settings as a stored record: the hand-over from a text profile, and damage. And everything
+// that is stored, driven through every moment at which the power may go and everything that the
+// disk may hold then.
 #include <gtest/gtest.h>
 
 #include "app/start_up.h"
 #include "files/class_registry.h"
 #include "tests/support/dictionary_samples.h"
-#include "tests/support/nce_link.h"
+#include "tests/support/stored_operations.h"
 
 namespace kor {
 namespace {
@@ -182,8 +184,7 @@ TEST_F(StoredSettingsTest, ANameThatNoFileCanHaveIsSaidAtTheStart) {
     link.form.messages.clear();
   }
   EXPECT_TRUE(link.app.Messages().empty());
-  EXPECT_EQ(link.app.Names(link.app.Path(u"settings")),
-            (std::vector<KorText>{u"NCE.INI", u"NCE.lock"}));
+  EXPECT_EQ(link.app.Names(link.app.Path(u"settings")), (Texts{u"NCE.INI", u"NCE.lock"}));
 }
 
 TEST_F(StoredSettingsTest, EveryCutOfTheRecordGivesTheDefaultsOrTheSettings) {
@@ -207,6 +208,22 @@ TEST_F(StoredSettingsTest, EveryCutOfTheRecordGivesTheDefaultsOrTheSettings) {
   }
   EXPECT_TRUE(link.form.messages.empty());
   EXPECT_TRUE(link.app.Messages().empty());
+}
+
+TEST(PowerCut, LeavesTheOlderOrTheNewerFileAndTheNewerOnceSuccessWasReported) {
+  const StoredTexts texts = {KorText(3000, u'G') + u"\n", u"G90\nX10\n"};
+  for (const StoredOperation& operation : StoredOperations()) {
+    NceLink link;
+    const CutOutcome uncut = CutAfter(1000, operation, link, texts);
+    ASSERT_TRUE(uncut.success && uncut.finished) << operation.name;
+    ASSERT_NE(uncut.storedOlder, uncut.storedNewer) << operation.name;
+    bool finished = false;
+    for (int changes = 0; !finished; ++changes) {
+      const CutOutcome outcome = CutAfter(changes, operation, link, texts);
+      finished = outcome.finished;
+      EXPECT_EQ(FindTorn(operation, link, outcome, uncut), "") << operation.name << " " << changes;
+    }
+  }
 }
 
 } // namespace

@@ -77,10 +77,9 @@ TEST(RecordFormats, TheStreamsExamplesAreWhatIsWrittenAndRead) {
   const auto examples = ReadByteExamples("record-stream.md", "record");
   ASSERT_EQ(examples.size(), 2u);
   Mixed written, read{0, 0, 0, {}, {}, {}, {}, {}, {}};
-  EXPECT_EQ(WriteRecords({}, [&](DiskFile& file) { written.Transfer(file); }),
-            BytesOf(examples[0]));
-  EXPECT_EQ(ReadRecords(BytesOf(examples[0]), {}, [&](DiskFile& file) { read.Transfer(file); }),
-            0u);
+  const Bytes shown = BytesOf(examples[0]);
+  EXPECT_EQ(WriteRecords({}, [&](DiskFile& file) { written.Transfer(file); }), shown);
+  EXPECT_EQ(ReadRecords(shown, {}, [&](DiskFile& file) { read.Transfer(file); }), 0u);
   EXPECT_EQ(std::tie(read.small, read.negative, read.real, read.text, read.list),
             std::tie(written.small, written.negative, written.real, written.text, written.list));
   ASSERT_NE(read.saw, nullptr);
@@ -102,17 +101,17 @@ TEST(RecordFormats, TheStreamsExamplesAreWhatIsWrittenAndRead) {
 
 TEST(RecordFormats, TheSettingsExampleIsANewProgramsRecord) {
   TestApp app;
-  const auto examples = ReadByteExamples("settings-record.md", "record");
-  ASSERT_EQ(examples.size(), 1u);
+  const auto shown = ReadByteExamples("settings-record.md", "record");
+  ASSERT_EQ(shown.size(), 1u);
   NCEApp program;
-  EXPECT_EQ(WriteRecords({}, [&](DiskFile& file) { file.TransferObject(program); }),
-            BytesOf(examples[0]));
+  const auto move = [&](DiskFile& file) { file.TransferObject(program); };
+  EXPECT_EQ(WriteRecords({}, move), BytesOf(shown[0]));
 
   // The port's "1" made a "7", and the last option set.
-  Bytes changed = BytesOf(examples[0]);
+  Bytes changed = BytesOf(shown[0]);
   changed[36] = 1;
   changed[62] = '7';
-  EXPECT_EQ(ReadRecords(changed, {}, [&](DiskFile& file) { file.TransferObject(program); }), 0u);
+  EXPECT_EQ(ReadRecords(changed, {}, move), 0u);
   EXPECT_EQ(program.Settings().port, u"COM7");
   EXPECT_EQ(program.Features().hybridNumber, 1);
 }

@@ -96,17 +96,6 @@ TEST_F(DiskFileTest, AnOlderRecordLeavesNewFieldsAloneAndANewerOneIsSkippedToIts
   EXPECT_EQ(std::tie(a, b), std::make_tuple(1U, 9U));
 }
 
-TEST_F(DiskFileTest, NothingBeginsInAClosedStreamOrBehindAnError) {
-  KorText text = u"kept";
-  DiskFile file;
-  file.ReportErrors(false);
-  EXPECT_FALSE(file.TransferHeader() || file.BeginRecord(5) || file.Transfer(text));
-  ASSERT_TRUE(file.OpenMemory(kFileWrite));
-  file.SetError(kErrorCancelled);
-  EXPECT_FALSE(file.TransferHeader() || file.BeginRecord(5) || file.Transfer(text));
-  EXPECT_EQ(file.StreamPosition(), 0u);
-}
-
 TEST_F(DiskFileTest, ATextLongerThanABlockIsPassedOver) {
   KorText text(40000, u'x');
   std::uint32_t one = 1, two = 2, a = 0, b = 0;
@@ -123,7 +112,15 @@ TEST_F(DiskFileTest, ATextLongerThanABlockIsPassedOver) {
   EXPECT_EQ(std::tie(a, b), std::make_tuple(1U, 2U));
 }
 
-TEST_F(DiskFileTest, NothingIsReadOutsideARecordAndAMissingOneReadsAsEmpty) {
+TEST_F(DiskFileTest, NothingIsMovedWhereThereIsNoRecordAndAMissingOneReadsAsEmpty) {
+  KorText text = u"kept";
+  DiskFile closed;
+  closed.ReportErrors(false);
+  EXPECT_FALSE(closed.TransferHeader() || closed.BeginRecord(5) || closed.Transfer(text));
+  ASSERT_TRUE(closed.OpenMemory(kFileWrite));
+  closed.SetError(kErrorCancelled);
+  EXPECT_FALSE(closed.TransferHeader() || closed.BeginRecord(5) || closed.Transfer(text));
+  EXPECT_EQ(closed.StreamPosition(), 0u);
   std::uint32_t one = 1;
   const Bytes bytes = WriteRecords(kNarrow, Record(one));
   std::uint32_t value = 7;
@@ -178,10 +175,9 @@ TEST_F(DiskFileTest, EachFaultSetsItsFlagAndLeavesAloneWhatItReads) {
   std::uint32_t number = 0;
   KorText text = u"before";
   std::vector<std::uint64_t> list = {1};
-  const auto sets = [&](std::uint32_t flag, const char* by, const Bytes& body,
-                        const Reader& reader) {
+  const auto sets = [&](std::uint32_t flag, const char* by, const Bytes& body, const Reader& read) {
     SCOPED_TRACE(by);
-    EXPECT_EQ(ReadRecords(Joined(kHeader, body), kNarrow, reader), flag);
+    EXPECT_EQ(ReadRecords(Joined(kHeader, body), kNarrow, read), flag);
     EXPECT_EQ(number, 0U);
     EXPECT_EQ(text, u"before");
     EXPECT_EQ(list.size(), 1U);

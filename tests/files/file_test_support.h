@@ -16,11 +16,15 @@
 namespace kor {
 
 using Bytes = std::vector<std::uint8_t>;
-using Names = std::vector<KorText>;
+using Names = Texts;
 using Warnings = std::vector<TestApp::Warning>;
 
 inline Bytes BytesOf(std::string_view text) {
   return Bytes(text.begin(), text.end());
+}
+
+inline Bytes Start(const Bytes& of, std::size_t count) {
+  return Bytes(of.begin(), of.begin() + static_cast<std::ptrdiff_t>(count));
 }
 
 // "EF BB BF" to bytes.

@@ -16,9 +16,9 @@ class LegacyCodecTest : public FileTest {
 
 TEST_F(LegacyCodecTest, DecodesAndWarns) {
   const auto decodes = [this](const char* encoded, const char* decoded,
-                              const std::vector<KorText>& warnings = {}) {
+                              const Texts& warnings = {}) {
     EXPECT_EQ(Decoded(FromHex(encoded)), TextOf(FromHex(decoded))) << encoded;
-    std::vector<KorText> heard;
+    Texts heard;
     for (const auto& warning : app.Warnings()) {
       EXPECT_EQ(warning.message, u"Decompression");
       heard.push_back(warning.info);

@@ -22,8 +22,8 @@ class EngineTest : public ::testing::Test {
     header = link.app.Content(tracePath)->Length();
   }
   // Trace lines after the header, without their time stamps.
-  std::vector<KorText> Traced() {
-    std::vector<KorText> lines;
+  Texts Traced() {
+    Texts lines;
     for (const KorText& line : Split(link.app.Content(tracePath)->Mid(header), u'\n'))
       if (!line.IsEmpty()) lines.push_back(line.Mid(line.Find(u')') + 2).ReplaceAll(u"\r", u""));
     return lines;

@@ -7,7 +7,6 @@
 #include <random>
 
 #include "tests/support/test_app.h"
-#include "tests/support/text_printer.h" // IWYU pragma: keep
 
 namespace kor {
 namespace {

@@ -24,7 +24,7 @@ TEST_F(EngineTest, ReportsFailingStepsAndGoesOnWhereItCan) {
   const struct {
     const char* operation;
     const char16_t* step;
-    bool titleShowsPort;
+    bool showsPort; // the title
   } cases[] = {
       {"Open", u"Open Comm", false},
       {"SetQueueSizes", u"Set Comm Buffer Sizes", true},
@@ -33,13 +33,12 @@ TEST_F(EngineTest, ReportsFailingStepsAndGoesOnWhereItCan) {
       {"SetControlBlock", u"Set Comm State", false},
       {"SetTimeouts", u"Setup_Timeouts", false},
   };
-  for (const auto& c : cases) {
+  for (const auto& [operation, step, showsPort] : cases) {
     NceLink fresh;
-    fresh.port.Fail(c.operation, 1, u"No luck");
+    fresh.port.Fail(operation, 1, u"No luck");
     fresh.Start();
-    EXPECT_EQ(fresh.form.OnlyMessage(), c.step + KorText(u": COM1\nNo luck")) << c.operation;
-    EXPECT_EQ(fresh.form.title,
-              c.titleShowsPort ? u"NCE COM1:2400,N,8,1,Xon/Xoff" : u"NCE - No Link");
+    EXPECT_EQ(fresh.form.OnlyMessage(), step + KorText(u": COM1\nNo luck")) << operation;
+    EXPECT_EQ(fresh.form.title, showsPort ? u"NCE COM1:2400,N,8,1,Xon/Xoff" : u"NCE - No Link");
   }
 }
 
@@ -80,7 +79,7 @@ TEST_F(EngineTest, SaysAReasonThatHasChangedOnceItLasts) {
       link.After(1);
     return link.form.messages;
   };
-  std::vector<KorText> all = {u"Open Comm: COM1\nNo such file"};
+  Texts all = {u"Open Comm: COM1\nNo such file"};
   link.port.Fail("Open", -1, u"No such file");
   link.Start();
   EXPECT_EQ(fail("Open", 1, u"Not yet yours", 1), all);
@@ -128,8 +127,7 @@ TEST_F(EngineTest, ServesAgainWhenALostDeviceIsBack) {
   EXPECT_EQ(link.Code(), NoLink);
   link.After(1.0);
   EXPECT_EQ(link.Code(), Waiting);
-  link.port.SetPresent(
-      false); // and again, for a moment only: a second passes before the first retry
+  link.port.SetPresent(false); // for a moment only: a second passes before the first retry
   link.Run();
   link.port.SetPresent(true);
   link.port.ClearCalls();
@@ -161,17 +159,6 @@ TEST_F(EngineTest, WaitsForALineThatTakesItsTimeAndTellsOnlyHowThatEnds) {
   link.port.SetPresent(false, u"Refused");
   link.After(3);
   EXPECT_EQ(link.form.messages.size(), 1u) << "tried again quietly";
-}
-
-TEST_F(EngineTest, AnXoffHoldsEverythingUntilAnXon) {
-  link.Start();
-  EXPECT_EQ(link.Send("\x13XYZ\r"), "");
-  EXPECT_EQ(link.Send("XYZ\r"), "");
-  link.After(0.1);
-  EXPECT_TRUE(link.form.last.lamps[kLampXoffHold]);
-  EXPECT_EQ(link.Send("\x11"), "ABCDEFGHIJKLMNOPQRSTUVWXYZ\rABCDEFGHIJKLMNOPQRSTUVWXYZ\r");
-  link.After(0.2);
-  EXPECT_FALSE(link.form.last.lamps[kLampXoffHold]);
 }
 
 TEST_F(EngineTest, APartialWriteGoesOnWhereItEnded) {
@@ -239,13 +226,18 @@ TEST_F(EngineTest, TheDisplayRunsWhileThereIsSomethingToShow) {
   EXPECT_EQ(ticksUntilRest(), 100) << "the rate of a transfer that stands";
 }
 
-TEST_F(EngineTest, EachHoldLightsItsOwnLamp) {
+TEST_F(EngineTest, AnXoffHoldsEverythingUntilAnXonAndEachHoldLightsItsOwnLamp) {
   const std::pair<HoldBit, Lamp> holds[] = {{kCtsHold, kLampCtsHold},
                                             {kDsrHold, kLampDsrHold},
                                             {kRlsdHold, kLampRlsdHold},
                                             {kXoffHold, kLampXoffHold},
                                             {kXoffSent, kLampXoffSent}};
   link.Start();
+  EXPECT_EQ(link.Send("\x13XYZ\r"), "");
+  EXPECT_EQ(link.Send("XYZ\r"), "");
+  link.After(0.1);
+  EXPECT_TRUE(link.form.last.lamps[kLampXoffHold]);
+  EXPECT_EQ(link.Send("\x11"), "ABCDEFGHIJKLMNOPQRSTUVWXYZ\rABCDEFGHIJKLMNOPQRSTUVWXYZ\r");
   for (const auto& [hold, lamp] : holds) {
     link.port.SetHolds(hold);
     link.Run();
@@ -268,21 +260,18 @@ TEST_F(EngineTest, LineErrorsAreCountedToldAndTraced) {
   link.port.SetLineErrors({.overflow = 1, .overrun = 1, .parity = 1, .framing = 7, .breaks = 1});
   link.Run();
   link.Run();
-  EXPECT_EQ(LineErrorTexts(link.link->CurrentLineErrors()),
-            (std::vector<KorText>{
-                u"8 framing errors: check baud rate and parity",
-                u"1 parity errors: check parity and data bits",
-                u"3 overrun errors: bytes were lost; check flow control or lower the baud rate"}));
-  EXPECT_EQ(Traced(), (std::vector<KorText>{
-                          u"Framing Errors=1  Overrun Errors=1  ",
-                          u"Framing Errors=8  Parity Errors=1  Overrun Errors=3  Breaks=1  "}));
-  link.link->SetHandshake(
-      {.rtsCts = true, .dtrDsr = true}); // another try with other settings counts afresh
-  link.Run();
+  EXPECT_EQ(
+      LineErrorTexts(link.link->CurrentLineErrors()),
+      (Texts{u"8 framing errors: check baud rate and parity",
+             u"1 parity errors: check parity and data bits",
+             u"3 overrun errors: bytes were lost; check flow control or lower the baud rate"}));
+  EXPECT_EQ(Traced(), (Texts{u"Framing Errors=1  Overrun Errors=1  ",
+                             u"Framing Errors=8  Parity Errors=1  Overrun Errors=3  Breaks=1  "}));
+  link.Do(&NCEApp::SetHandshake, Handshake{.rtsCts = true}); // another try counts afresh
   EXPECT_TRUE(LineErrorTexts(link.link->CurrentLineErrors()).empty());
 }
 
-TEST_F(EngineTest, AHeldLineKeepsItsRepliesInOrderAndNeverHoldsTheEnd) {
+TEST_F(EngineTest, AHeldLineKeepsItsRepliesInOrderUntilItIsReopenedAndNeverHoldsTheEnd) {
   link.PutProgram(u"1.MPG", KorText(5000, u'L') + u"\n");
   link.Start();
   link.Ask("FH 1");
@@ -301,15 +290,6 @@ TEST_F(EngineTest, AHeldLineKeepsItsRepliesInOrderAndNeverHoldsTheEnd) {
   const std::string sent = link.port.TakeWritten();
   EXPECT_EQ(sent.size(), 4 + 5001 + 3 + 2 + 27u);
   EXPECT_TRUE(sent.ends_with("]\rABCDEFGHIJKLMNOPQRSTUVWXYZ\r"));
-  link.port.SetWriteLimit(0);
-  link.Send("XYZ\r");
-  link.link->Terminate(); // with a reply still held
-  EXPECT_FALSE(link.port.IsOpen());
-}
-
-TEST_F(EngineTest, ALostOrReopenedLineCarriesNothingOfTheExchangeBefore) {
-  link.PutProgram(u"1.MPG", KorText(5000, u'L') + u"\n");
-  link.Start();
   link.Ask("FH 1");
   link.Ask(">");
   link.port.SetWriteLimit(0);
@@ -317,6 +297,10 @@ TEST_F(EngineTest, ALostOrReopenedLineCarriesNothingOfTheExchangeBefore) {
   link.port.SetWriteLimit(4096);
   link.Do(&NCEApp::SetHandshake, Handshake{.rtsCts = false, .dtrDsr = false});
   EXPECT_EQ(link.Ask("Z"), "%% Message not recognised by HOST\r"); // no rest, no "XYZ"
+  link.port.SetWriteLimit(0);
+  link.Send("XYZ\r");
+  link.link->Terminate(); // with a reply still held
+  EXPECT_FALSE(link.port.IsOpen());
 }
 
 TEST_F(EngineTest, AnOverrunIsShownAndLoggedBeforeTheNextReadClearsIt) {
@@ -330,7 +314,7 @@ TEST_F(EngineTest, AnOverrunIsShownAndLoggedBeforeTheNextReadClearsIt) {
   link.Run();
   EXPECT_EQ(link.Code(), Waiting);
   EXPECT_TRUE(link.app.Content(jobs)->EndsWith(u" Over Run Error! Data loss has occurred!\r\n"));
-  EXPECT_EQ(link.app.Names(link.Folder()), std::vector<KorText>());
+  EXPECT_EQ(link.app.Names(link.Folder()), Texts());
   EXPECT_EQ(link.Send("!00\rXYZ\r"), "<\rABCDEFGHIJKLMNOPQRSTUVWXYZ\r");
 }
 
@@ -412,7 +396,7 @@ TEST_F(EngineTest, SendsSotBeforeADownload) {
   EXPECT_EQ(ChangeSetting(*link.link, u"sot-character", u"STX"), u"");
   link.Run();
   EXPECT_EQ(link.Ask("FH 1"), "\x02&LP 000000001\r");
-  EXPECT_EQ(Traced(), (std::vector<KorText>{u"RX FH 1[0d]", u"TX [02]", u"TX &LP 000000001[0d]"}));
+  EXPECT_EQ(Traced(), (Texts{u"RX FH 1[0d]", u"TX [02]", u"TX &LP 000000001[0d]"}));
   link.Do(&NCEApp::CancelExchange);
   EXPECT_EQ(ChangeSetting(*link.link, u"send-sot", u"off"), u"");
   link.Run();
@@ -421,7 +405,7 @@ TEST_F(EngineTest, SendsSotBeforeADownload) {
 }
 
 TEST(StatusBoardTest, AnUnexpectedErrorLogsTwoLinesAndShowsTheSecond) {
-  std::vector<KorText> logged;
+  Texts logged;
   StatusBoard board([&](const EndedJob& job) { logged.push_back(job.line); });
   board.SetFileName(u"N");
   board.Set(UnexpectedError);
@@ -429,7 +413,7 @@ TEST(StatusBoardTest, AnUnexpectedErrorLogsTwoLinesAndShowsTheSecond) {
     board.TellJobs();
     EXPECT_EQ(board.TakeView().line, u"File format error N");
   }
-  EXPECT_EQ(logged, (std::vector<KorText>{u"Unexpected error N", u"File format error N"}));
+  EXPECT_EQ(logged, (Texts{u"Unexpected error N", u"File format error N"}));
 }
 
 } // namespace
