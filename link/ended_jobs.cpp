@@ -72,7 +72,10 @@ std::int64_t NextNumber(const std::string& lines) {
   return std::clamp<std::int64_t>(FieldsOf(last)[Number].ToInteger64(), 0, kLargest - 1) + 1;
 }
 
-const char16_t* DirectionOf(LinkStatus code) {
+// Returns the word that the file has for a job. The codes 25 to 27 tell no direction, so the word
+// is
+// "-", although a window shows them as sending.
+const char16_t* DirectionWord(LinkStatus code) {
   switch (code) {
   case LinkStatus::DownloadCantOpen:
   case LinkStatus::DownloadErrors:
@@ -103,7 +106,7 @@ KorText WithBlanksFor(std::u16string_view unwanted, KorText text) {
 std::string LineOf(std::int64_t number, const EndedJob& job) {
   const SystemTime& t = job.time;
   return KorText::Format(u"%i\t%s %02i:%02i:%02i\t%s\t%i\t%i\t%s\t%s\n", number, DayText(t), t.hour,
-                         t.minute, t.second, DirectionOf(job.code), NumberOf(job.code), job.bytes,
+                         t.minute, t.second, DirectionWord(job.code), NumberOf(job.code), job.bytes,
                          WithBlanksFor(u"\t\r\n", job.note), WithBlanksFor(u"\r\n", job.fileName))
       .ToUtf8();
 }

@@ -111,7 +111,7 @@ bool IsHeld(const Situation& now) {
   return now.pace.held && !isWaiting;
 }
 
-Direction DirectionOf(LinkStatus code) {
+Direction ShownDirection(LinkStatus code) {
   return RowOf(code).direction;
 }
 
@@ -166,7 +166,7 @@ bool IsGood(const EndedJob& job) {
 }
 
 KorText ResultText(const EndedJob& job) {
-  const bool isOut = DirectionOf(job.code) == kOut, isIn = DirectionOf(job.code) == kIn;
+  const bool isOut = ShownDirection(job.code) == kOut, isIn = ShownDirection(job.code) == kIn;
   const LinkActivity activity = ActivityOf(job.code);
   KorText text = LookUpText(RowOf(job.code).word);
   if (job.code == DownloadCompleted) text = LookUpText(kTexts.resultSent);

@@ -13,7 +13,9 @@
 namespace kor {
 
 enum class Direction { None, ToMachine, FromMachine };
-Direction DirectionOf(LinkStatus code);
+// Returns the direction that a window shows for the state. The codes 25 to 27, a file that is no
+// program or is missing, count as sending.
+Direction ShownDirection(LinkStatus code);
 
 // The facts that the words are made from.
 struct Situation {

@@ -53,7 +53,7 @@ wxBitmapBundle NoSign() {
 }
 
 wxBitmapBundle Arrow(LinkStatus code) {
-  const Direction direction = DirectionOf(code);
+  const Direction direction = ShownDirection(code);
   if (direction == Direction::None) return NoSign();
   return DrawnCell(direction == Direction::ToMachine ? Sign::Sending : Sign::Receiving,
                    ColourOf(kQuietText), kSignSide);

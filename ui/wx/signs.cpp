@@ -173,7 +173,7 @@ Sign SignOf(const Situation& now) {
   case Tone::Failed:
     return Sign::Failed;
   }
-  const Direction direction = DirectionOf(now.view.code);
+  const Direction direction = ShownDirection(now.view.code);
   if (direction == Direction::None) return Sign::Busy;
   return direction == Direction::ToMachine ? Sign::Sending : Sign::Receiving;
 }
