@@ -522,12 +522,10 @@ bool DownloadApp::ReadJobs(JobDays days, std::function<void(const std::vector<En
   return logWriter.Add(1, [this, days, show = std::move(show)] {
     if (gone) return;
     const SystemTime today = App().LocalTime();
-    std::vector<EndedJob> jobs = ReadJobsOfDay(jobsPath, today);
-    if (days == JobDays::SinceYesterday) {
-      const std::vector<EndedJob> before = ReadJobsOfDay(jobsPath, DayBefore(today));
-      jobs.insert(jobs.begin(), before.begin(), before.end());
-    }
-    PostToWindow(WindowFeed::Kind::Task, [show, jobs](FormDialog&) { show(jobs); });
+    std::vector<SystemTime> wanted{today};
+    if (days == JobDays::SinceYesterday) wanted = {DayBefore(today), today};
+    PostToWindow(WindowFeed::Kind::Task,
+                 [show, jobs = ReadEndedJobs(jobsPath, wanted)](FormDialog&) { show(jobs); });
   });
 }
 

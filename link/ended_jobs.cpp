@@ -184,12 +184,14 @@ bool AddEndedJob(const KorText& path, const EndedJob& job) {
   return Rewrite(path, job);
 }
 
-std::vector<EndedJob> ReadJobsOfDay(const KorText& path, const SystemTime& day) {
+std::vector<EndedJob> ReadEndedJobs(const KorText& path, const std::vector<SystemTime>& days) {
   std::vector<EndedJob> jobs;
   SimpleFile file(path);
   if (!file.Open(kFileRead)) return jobs;
-  for (const KorText& line : Split(KorText::FromUtf8(NewestLines(file, kMostEndedJobs)), u'\n'))
-    if (const auto job = JobOf(line, day)) jobs.push_back(*job);
+  const auto lines = Split(KorText::FromUtf8(NewestLines(file, kMostEndedJobs)), u'\n');
+  for (const SystemTime& day : days)
+    for (const KorText& line : lines)
+      if (const auto job = JobOf(line, day)) jobs.push_back(*job);
   return jobs;
 }
 

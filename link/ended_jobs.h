@@ -17,8 +17,8 @@ inline constexpr std::uint64_t kMostEndedJobs = 512 << 10;
 // of another version is begun anew. Waits less than a second for a program that holds the
 // file. False when it could not be written.
 bool AddEndedJob(const KorText& path, const EndedJob& job);
-// Returns the jobs of the given local day, oldest first. Lines that hold no job are passed over;
-// the result is empty when the file can't be read or is of another version.
-std::vector<EndedJob> ReadJobsOfDay(const KorText& path, const SystemTime& day);
+// Returns the jobs of the given local days, day by day in the order of the file. Lines that hold no
+// job are passed over; the result is empty when the file can't be read or is of another version.
+std::vector<EndedJob> ReadEndedJobs(const KorText& path, const std::vector<SystemTime>& days);
 
 } // namespace kor

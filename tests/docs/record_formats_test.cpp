@@ -37,7 +37,7 @@ TEST(EndedJobs, TheExampleHolds) {
   for (const std::string& line : examples.at(0).lines)
     example += line + "\n";
   EXPECT_EQ(app.Content(path), KorText::FromUtf8(example));
-  const std::vector<EndedJob> read = ReadJobsOfDay(path, jobs[0].second);
+  const std::vector<EndedJob> read = ReadEndedJobs(path, {jobs[0].second});
   ASSERT_EQ(read.size(), 4U);
   EXPECT_EQ(read[3].line, u"Upload Completed /srv/nc/up/7.MPG - 2048 bytes in file.");
   EXPECT_EQ(read[3].note, u"Stored only up to  a \"]\"");

@@ -51,7 +51,7 @@ TEST_F(EngineTest, TheFileOfEndedJobsKeepsTheNewestLines) {
   const KorText content = *link.app.Content(file);
   EXPECT_LE(content.Length(), kMostEndedJobs);
   EXPECT_TRUE(content.StartsWith(u"ended jobs 1\n27\t"));
-  EXPECT_EQ(ReadJobsOfDay(file, job.time).size(), 34U);
+  EXPECT_EQ(ReadEndedJobs(file, {job.time}).size(), 34U);
   ASSERT_TRUE(other.Open(kFileRead | kFileWrite));
   link.app.WhenOpening({}, {});
   EXPECT_FALSE(AddEndedJob(file, job)); // who waits gives up in the end
@@ -71,7 +71,7 @@ TEST_F(EngineTest, TheFileOfEndedJobsIsReadAndContinuedOnlyInItsOwnVersion) {
   for (const auto& [content, count, continued] : contents) {
     SCOPED_TRACE(content.ToUtf8());
     link.app.Put(file, content);
-    EXPECT_EQ(ReadJobsOfDay(file, job.time).size(), count);
+    EXPECT_EQ(ReadEndedJobs(file, {job.time}).size(), count);
     EXPECT_TRUE(AddEndedJob(file, job));
     EXPECT_TRUE(link.app.Content(file)->StartsWith(continued));
   }
