@@ -68,6 +68,11 @@ TEST_F(Kordict, BuildsFromAFolderAndShowsWhatItBuilt) {
   EXPECT_EQ(printed, u"Abbrechen\n");
   EXPECT_EQ(Run({u"get", u"48", u"-l", u"tr-TR"}), 0);
   EXPECT_EQ(printed, u"Cancel\n") << "what the program shows without a translation";
+  ASSERT_EQ(Run({u"build", PutXliff(u"de-DE", kCancelUnit)}), 0);
+  ASSERT_EQ(Run({u"info"}), 0);
+  EXPECT_EQ(printed, file + u": 1 text, highest number 48\n"
+                            u"language Deutsch (de-DE - 1031:1252): 1 translated\n"
+                            u"category 0 General: 1 text\n");
 }
 
 TEST_F(Kordict, FindsTextsInAnyLanguageOrInOne) {
@@ -203,7 +208,7 @@ TEST_F(Kordict, ChecksWhatAProgramCanSeeOfALanguagesTypography) {
                              const KorText& good, const KorText& says) {
     EXPECT_EQ(Run({u"check", PutXliff(code, Unit(5, source, fault))}), 1) << fault.ToUtf8();
     EXPECT_TRUE(printed.Contains(says)) << printed.ToUtf8();
-    EXPECT_TRUE(printed.EndsWith(u"\n1 findings\n")) << printed.ToUtf8();
+    EXPECT_TRUE(printed.EndsWith(u"\n1 finding\n")) << printed.ToUtf8();
     EXPECT_EQ(Run({u"check", PutXliff(code, Unit(5, source, good))}), 0) << printed.ToUtf8();
   };
   checks(u"de-DE", u"\"x\" is", u"\"x\" ist", u"\u201Ex\u201C ist", u"mark or apostrophe \" is");

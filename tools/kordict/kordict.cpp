@@ -22,6 +22,10 @@ KorText OneLine(const KorText& text) {
   return line.ReplaceAll(u"\t", u"\\t");
 }
 
+KorText Counted(std::int64_t count, const char16_t* thing) {
+  return KorText::Format(count == 1 ? u"%i %s" : u"%i %ss", count, thing);
+}
+
 class Kordict {
  public:
   Kordict(const KordictOptions& given, const KordictOutput& toUse) : options(given), out(toUse) {}
@@ -217,7 +221,8 @@ KordictResult Kordict::Build() {
 KordictResult Kordict::Info() {
   if (!LoadDictionary()) return KordictResult::Unreadable;
   const auto& entries = dictionary.Entries();
-  out.print(KorText::Format(u"%s: %i texts, highest number %i", dictionary.Path(), entries.size(),
+  out.print(KorText::Format(u"%s: %s, highest number %i", dictionary.Path(),
+                            Counted(std::ssize(entries), u"text"),
                             entries.empty() ? -1 : entries.back().id));
   for (std::size_t i = 0; i < dictionary.Languages().size(); ++i) {
     const auto translated = std::ranges::count_if(
@@ -228,8 +233,8 @@ KordictResult Kordict::Info() {
   }
   for (const TextCatagory& category : dictionary.Categories()) {
     const auto count = std::ranges::count(entries, category.id, &TextEntry::categoryId);
-    out.print(KorText::Format(u"category %i %s: %i texts", category.id, category.name,
-                              static_cast<std::int64_t>(count)));
+    out.print(KorText::Format(u"category %i %s: %s", category.id, category.name,
+                              Counted(count, u"text")));
   }
   return KordictResult::Done;
 }
@@ -358,7 +363,7 @@ KordictResult Kordict::PrintFindings() {
                               OneLine(finding.what)));
   }
   if (findings.empty()) return KordictResult::Done;
-  out.print(KorText::Format(u"%i findings", findings.size()));
+  out.print(Counted(std::ssize(findings), u"finding"));
   return KordictResult::Nothing;
 }
 
