@@ -1,5 +1,5 @@
-// Compares the examples of docs/formats/record-stream.md, settings-record.md and ended-jobs.md with
-// what the program writes, and reads them back.
+// Compares the examples of docs/formats/record-stream.md, settings-record.md, ended-jobs.md and
+// other-files.md with what the program writes, and reads them back.
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -7,7 +7,10 @@
 #include <tuple>
 
 #include "app/nce_app.h"
+#include "link/comms_log.h"
 #include "link/ended_jobs.h"
+#include "link/side_thread.h"
+#include "services/core/path_text.h"
 #include "tests/files/file_test_support.h"
 #include "tests/support/format_page.h"
 #include "tests/support/record_samples.h"
@@ -42,6 +45,35 @@ TEST(EndedJobs, TheExampleHolds) {
   EXPECT_EQ(read[3].line, u"Upload Completed /srv/nc/up/7.MPG - 2048 bytes in file.");
   EXPECT_EQ(read[3].note, u"Stored only up to  a \"]\"");
   EXPECT_EQ(read[3].time.minute, 25);
+}
+
+TEST(OtherFiles, TheExamplesOfTheLogsHold) {
+  TestApp app;
+  const KorText paths[] = {app.Path(u"trace"), app.Path(u"joblog")};
+  SideThread writer(CommsLog::kMostWaiting);
+  CommsLog log(writer, [] {});
+  LinkSettings settings;
+  settings.uploadPath = settings.downloadPath = u"/srv/nc/";
+  settings.fileExtension = u"MPG";
+  log.StartTrace(paths[0], settings, CommsLog::Replace::OnlyLogs);
+  app.Advance(65.25);
+  log.Trace(u"RX XYZ[0d]", CommsLog::Repeated::Traced);
+  app.Advance(0.125);
+  log.Trace(u"TX ABCDEFGHIJKLMNOPQRSTUVWXYZ[0d]", CommsLog::Repeated::Dropped);
+  log.StopTrace(u"End of Logging");
+  log.SetJobLog(paths[1], true);
+  log.LogJob({LinkStatus::DownloadCompleted,
+              u"Download Completed /srv/nc/0000123.MPG - 93301 bytes",
+              {},
+              {2026, 11, 21, 13, 5, 9}});
+  writer.RunHere();
+  for (const KorText& path : paths) {
+    std::string example;
+    const auto examples = ReadExamples("other-files.md", FileNameOfPath(path).ToUtf8());
+    for (const std::string& line : examples.at(0).lines)
+      example += line + "\r\n";
+    EXPECT_EQ(app.Content(path), KorText::FromUtf8(example));
+  }
 }
 
 // What the first example of record-stream.md holds.
