@@ -1,8 +1,8 @@
 # shellcheck shell=bash
-# Sourced by the scripts that build; they stand in the tree's root and have pipefail set.
+# The scripts that build source this file. Their working folder is the root of the tree, and pipefail is set.
 #
-# quietly NAME COMMAND...: keeps what the command prints in build/logs/NAME.log and shows the end of that when the
-# command fails. On a terminal the line in which ninja counts its steps is shown meanwhile, behind the name.
+# quietly NAME COMMAND...: keeps what the command prints in build/logs/NAME.log, and shows the end of that file
+# when the command fails. On a terminal the name is shown meanwhile, followed by ninja's count of steps.
 quietly() {
   local name=$1 log=build/logs/$1.log result=0
   shift
@@ -18,7 +18,7 @@ quietly() {
   return $result
 }
 
-# Copies its input to the file and shows the name, and behind it each line that begins with "[" in place of the one before.
+# show_steps NAME FILE: copies its input to the file, and shows the name with the newest line that begins with "[".
 show_steps() {
   local line width
   width=$(tput cols 2>/dev/null || echo 80)
@@ -30,7 +30,7 @@ show_steps() {
   printf '\r\033[K' >&2
 }
 
-# build_preset PRESET [ARGUMENT...]: configures and builds; the arguments go to the build.
+# build_preset PRESET [ARGUMENT...]: configures and builds the preset; the build gets the arguments.
 build_preset() {
   cmake --preset "$1" && cmake --build --preset "$1" -j "$(nproc)" "${@:2}"
 }
