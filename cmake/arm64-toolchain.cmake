@@ -1,5 +1,5 @@
-# Cross-builds for 64-bit ARM with Debian's compiler and its packages of that architecture; QEMU runs what the build itself
-# needs, and the tests.
+# Cross-builds for 64-bit ARM with Debian's compiler and its packages of that architecture. QEMU runs the tests, and the
+# programs that the build itself needs.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
 set(triplet aarch64-linux-gnu)

@@ -1,5 +1,6 @@
-# Where everything goes. On Windows it all stands beside the programs: one folder to copy. The components have the names of
-# Debian's packages: the window; what serves without one, with all the tools; the documents.
+# Says where everything is installed. On Windows it all lies beside the programs, so that one folder can be copied.
+# The components have the names of Debian's packages: ncedl is the window, ncedl-console the program without a window and
+# the tools, and ncedl-doc the documents.
 set(NCEDL_SYSTEM_LIBRARIES lib CACHE STRING "Where systemd's units and udev's rules go")
 
 if(WIN32)
@@ -36,7 +37,7 @@ function(install_for_linux)
   endif()
 endfunction()
 
-# lib, not CMAKE_INSTALL_LIBDIR: that is where systemd and udev look, below /usr and below /usr/local.
+# The folder is lib and not CMAKE_INSTALL_LIBDIR, because systemd and udev look in lib below /usr and /usr/local.
 function(install_service)
   set(unit ${CMAKE_BINARY_DIR}/systemd/ncedl-console@.service)
   configure_file(packaging/systemd/ncedl-console@.service.in ${unit} @ONLY)
@@ -48,8 +49,8 @@ function(install_service)
     DESTINATION ${NCEDL_SYSTEM_LIBRARIES}/udev/rules.d)
 endfunction()
 
-# install_pages(FROM folder TO destination COMPONENT name PAGES names): as HTML, which every system shows, where the
-# programs are there that make it; else as they are written.
+# install_pages(FROM folder TO destination COMPONENT name PAGES names): installs pages as HTML, which every system can
+# show. Where the programs that make HTML are missing, it installs the Markdown.
 find_program(NCEDL_CMARK cmark-gfm)
 find_program(NCEDL_PYTHON python3)
 function(install_pages)
@@ -72,7 +73,7 @@ function(install_pages)
   install(DIRECTORY ${made}/ COMPONENT ${ARG_COMPONENT} DESTINATION ${ARG_TO})
 endfunction()
 
-# What users read. How it is built and packed is for who has the sources.
+# Installs what users read. The pages about the architecture and about packaging are for those who have the sources.
 function(install_documents)
   file(GLOB_RECURSE pages RELATIVE ${CMAKE_SOURCE_DIR}/docs CONFIGURE_DEPENDS docs/*.md docs/*.png)
   list(REMOVE_ITEM pages architecture.md packaging.md)
@@ -86,7 +87,7 @@ function(install_documents)
     install(FILES ${CMAKE_BINARY_DIR}/ncedl-guide.desktop COMPONENT ncedl-doc
       DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
   endif()
-  # Debian's packages have them in their own way; there this component is not installed.
+  # Debian's packages have these files in their own way, so they don't install this component.
   install(FILES LICENSE COMPONENT licence DESTINATION ${document_destination})
   if(NOT WIN32)
     install(FILES CHANGELOG.md COMPONENT licence DESTINATION ${document_destination})

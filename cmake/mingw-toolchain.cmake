@@ -14,10 +14,10 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
-# One file per program: no DLL to carry along.
+# Each program is one file and needs no DLL beside it.
 set(CMAKE_FIND_LIBRARY_SUFFIXES .a)
 
-# The 64-bit loader itself: the wrapper /usr/bin/wine asks for a 32-bit Wine that nothing here needs.
+# This is the 64-bit loader itself, because the wrapper /usr/bin/wine asks for a 32-bit Wine that nothing here needs.
 find_program(NCEDL_WINE NAMES wine64 wine PATHS /usr/lib/wine)
 if(NCEDL_WINE)
   set(CMAKE_CROSSCOMPILING_EMULATOR ${NCEDL_WINE})

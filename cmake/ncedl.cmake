@@ -32,7 +32,7 @@ if(WIN32)
   set(NCEDL_PROGRAM_DESTINATION .)
 endif()
 
-# The package that a program belongs to: a PC without a display needs none of the window's.
+# Sets result to the package that a program belongs to. A PC without a display needs no package of the window.
 function(ncedl_component program result)
   if(program STREQUAL "ncedl")
     set(${result} ncedl PARENT_SCOPE)
@@ -41,7 +41,7 @@ function(ncedl_component program result)
   endif()
 endfunction()
 
-# Keeps the sources of a target and what it links, for the test that compares both with the plan of the rooms.
+# Records a target's sources and the libraries it links, for the test that compares both with the plan of the rooms.
 function(ncedl_note_target name sources links)
   set(lines "target ${name}\n")
   foreach(source ${sources})
@@ -58,8 +58,8 @@ function(ncedl_note_target name sources links)
   set_property(GLOBAL APPEND_STRING PROPERTY NCEDL_TARGETS "${lines}")
 endfunction()
 
-# ncedl_library(NAME SOURCES... [PUBLIC ...] [PRIVATE ...]): the static library of one room. PUBLIC: the libraries whose
-# headers its own headers include. PRIVATE: those that only its sources use.
+# ncedl_library(NAME SOURCES... [PUBLIC ...] [PRIVATE ...]): adds the static library of one room. PUBLIC: the libraries
+# whose headers its own headers include. PRIVATE: the libraries that only its sources use.
 function(ncedl_library name)
   cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
   add_library(${name} STATIC ${ARG_SOURCES})
@@ -67,9 +67,9 @@ function(ncedl_library name)
   ncedl_note_target(${name} "${ARG_SOURCES}" "${ARG_PUBLIC};${ARG_PRIVATE}")
 endfunction()
 
-# ncedl_program(NAME SOURCES... [LINK ...] [DESCRIPTION text] [WINDOW] [INTERNAL]): one program.
-# DESCRIPTION: what Windows shows of it. WINDOW: it has no console there. INTERNAL: not for users, not
-# installed.
+# ncedl_program(NAME SOURCES... [LINK ...] [DESCRIPTION text] [WINDOW] [INTERNAL]): adds one program. DESCRIPTION: the
+# text that Windows shows for it. WINDOW: the program has no console on Windows. INTERNAL: the program is not for users
+# and not installed.
 function(ncedl_program name)
   cmake_parse_arguments(ARG "INTERNAL;WINDOW" "DESCRIPTION" "SOURCES;LINK" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
@@ -85,7 +85,7 @@ function(ncedl_program name)
   endif()
 endfunction()
 
-# Icon, manifest and version of a Windows program.
+# Adds icon, manifest and version to a Windows program.
 function(ncedl_resources name description hasWindow)
   set(manifest console)
   set(toolkit "")
@@ -96,7 +96,7 @@ function(ncedl_resources name description hasWindow)
   configure_file(${CMAKE_SOURCE_DIR}/cmake/windows_program.rc.in ${CMAKE_CURRENT_BINARY_DIR}/${name}.rc @ONLY)
   set_source_files_properties(${CMAKE_CURRENT_BINARY_DIR}/${name}.rc PROPERTIES OBJECT_DEPENDS
     "${CMAKE_SOURCE_DIR}/packaging/ncedl.ico;${CMAKE_SOURCE_DIR}/packaging/${manifest}.manifest")
-  # Apart from the program, whose compiler options are none of the resource compiler's.
+  # A target of its own, because the resource compiler doesn't know the program's compiler options.
   add_library(${name}_resources OBJECT ${CMAKE_CURRENT_BINARY_DIR}/${name}.rc)
   if(hasWindow)
     target_include_directories(${name}_resources PRIVATE ${NCEDL_TOOLKIT_INCLUDES})
@@ -104,14 +104,14 @@ function(ncedl_resources name description hasWindow)
   target_sources(${name} PRIVATE $<TARGET_OBJECTS:${name}_resources>)
 endfunction()
 
-# ncedl_test(NAME SOURCES... [LINK ...] [LABELS ...] [TIMEOUT seconds]): one GoogleTest program,
-# registered with CTest under its name. The label "threads" has it run under ThreadSanitizer as well;
-# the label "serial" keeps other tests from running beside it.
+# ncedl_test(NAME SOURCES... [LINK ...] [LABELS ...] [TIMEOUT seconds]): adds one GoogleTest program and registers it
+# with CTest under its name. A test with the label "threads" also runs under ThreadSanitizer; beside a test with the
+# label "serial" no other test runs.
 function(ncedl_test name)
   cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LINK;LABELS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE ncedl_options ${ARG_LINK} GTest::gtest GTest::gtest_main)
-  # What is tested is optimised, not what tests it: that would take half as long again to build.
+  # The tested code is optimised, but the tests are not: the build would take half as long again.
   target_compile_options(${name} PRIVATE "$<$<CONFIG:Release>:-O0;-U_FORTIFY_SOURCE>")
   add_test(NAME ${name} COMMAND ${name})
   set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABELS}")
@@ -126,13 +126,13 @@ function(ncedl_test name)
   endif()
 endfunction()
 
-# ncedl_fuzz(NAME SOURCES... [LINK ...]): one libFuzzer program. Its seeds, fuzz/corpus/NAME, run as a
-# test. Sources define LLVMFuzzerTestOneInput.
+# ncedl_fuzz(NAME SOURCES... [LINK ...]): adds one libFuzzer program, and a test that runs its seeds in
+# fuzz/corpus/NAME. The sources define LLVMFuzzerTestOneInput.
 function(ncedl_fuzz name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE ncedl_options ${ARG_LINK})
-  target_compile_options(${name} PRIVATE -fsanitize=fuzzer-no-link) # without any it runs nothing
+  target_compile_options(${name} PRIVATE -fsanitize=fuzzer-no-link) # libFuzzer runs nothing without it
   target_link_options(${name} PRIVATE -fsanitize=fuzzer)
   add_test(NAME ${name}_seeds
     COMMAND ${name} -runs=0 -timeout=10 ${CMAKE_SOURCE_DIR}/fuzz/corpus/${name})

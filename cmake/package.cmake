@@ -1,6 +1,6 @@
-# The installer and the zip for Windows, which scripts/package makes with cpack. Debian's packages are made by debian/rules.
-# The installer is an NSIS script of its own: CPack's has one for everybody, which knows neither who it installs for nor what
-# has to outlive an upgrade.
+# Configures the installer and the zip for Windows, which scripts/package makes with cpack; debian/rules makes Debian's
+# packages. The installer is an NSIS script of its own, because CPack's script knows neither for whom it installs nor
+# what an upgrade has to keep.
 set(CPACK_PACKAGE_NAME ncedl)
 set(CPACK_PACKAGE_VENDOR "the ncedl authors")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "DNC link between a PC and the NCE controller of a cutting machine")
@@ -9,7 +9,7 @@ set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(CPACK_NCEDL_SOURCE ${CMAKE_SOURCE_DIR})
 set(CPACK_MONOLITHIC_INSTALL ON)
-set(CPACK_STRIP_FILES OFF) # would write the time into them; they are linked without symbols
+set(CPACK_STRIP_FILES OFF) # strip would write the time into the programs, which are linked without symbols
 set(CPACK_GENERATOR External)
 set(CPACK_PACKAGE_FILE_NAME ncedl-${PROJECT_VERSION}-windows-x64)
 set(CPACK_EXTERNAL_ENABLE_STAGING ON)

@@ -1,9 +1,9 @@
-# CPack runs this to pack what stands in its place for Windows: an installer and a zip. CPack's own zip holds the files in
-# the order of the disk, with the times of their last reading.
+# CPack runs this script to pack the staged files for Windows: an installer and a zip. CPack's own zip would hold the
+# files in the order of the disk, with the times of their last reading.
 set(stage ${CPACK_TEMPORARY_DIRECTORY})
 
-# A list of the files for ncedl.nsi, which installs and removes them by their names, so that nothing else in their folder
-# is touched.
+# Writes the list of the files for ncedl.nsi, which installs and removes them by their names, so that nothing else in
+# their folder is touched.
 file(GLOB_RECURSE files LIST_DIRECTORIES true RELATIVE ${stage} ${stage}/*)
 list(SORT files)
 set(install "")
@@ -31,7 +31,7 @@ execute_process(
     -DOUTPUT=${installer} -DROOT=${CPACK_NCEDL_SOURCE} ${CPACK_NCEDL_SOURCE}/packaging/windows/ncedl.nsi
   COMMAND_ERROR_IS_FATAL ANY)
 
-# With a KOR.INI beside the programs the zip runs from its folder.
+# The zip has a KOR.INI beside the programs, so that they run from their folder.
 set(top ${CPACK_TOPLEVEL_DIRECTORY}/zip)
 set(folder ${top}/${CPACK_PACKAGE_FILE_NAME})
 file(REMOVE_RECURSE ${folder})

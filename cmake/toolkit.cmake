@@ -1,7 +1,8 @@
-# ncedl_toolkit: the window's toolkit, with its headers as the system's, whose warnings are not ours.
+# ncedl_toolkit: the window's toolkit. Its headers count as the system's, so that they give no warnings.
 add_library(ncedl_toolkit INTERFACE)
 if(WIN32)
-  # Built at the first time. What its own script says of itself, less what is each program's to say.
+  # The script builds the toolkit the first time. The flags come from wx-config, without those that each program sets
+  # itself.
   execute_process(COMMAND ${CMAKE_SOURCE_DIR}/scripts/build-windows --toolkit
     OUTPUT_VARIABLE NCEDL_TOOLKIT_FOLDER OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
   foreach(what cppflags libs)

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Makes HTML of the documents' Markdown pages: packaging/pages_to_html.py FROM TO PAGE...
 
-PAGE is a path below the folder FROM, with the ending .md; what is not a page is copied. The older content of the folder TO
-is removed."""
+PAGE is a path below the folder FROM. A file that doesn't end in .md is copied. The older content of the folder TO is
+removed."""
 import html
 import pathlib
 import re
@@ -16,19 +16,23 @@ PAGE = """<!DOCTYPE html>
 <meta name="viewport" content="width=device-width">
 <title>%s</title>
 <style>
-body { max-width: 50em; margin: 2em auto; padding: 0 1em; font: 100%%/1.4 "Segoe UI", "Noto Sans", "DejaVu Sans", sans-serif }
-table { border-collapse: collapse } td, th { border: 1px solid #bbb; padding: .2em .5em; text-align: left; vertical-align: top }
-code, pre { font-family: Consolas, "DejaVu Sans Mono", monospace } pre { overflow: auto; background: #f2f2f2; padding: .6em }
+body { max-width: 50em; margin: 2em auto; padding: 0 1em;
+  font: 100%%/1.4 "Segoe UI", "Noto Sans", "DejaVu Sans", sans-serif }
+table { border-collapse: collapse }
+td, th { border: 1px solid #bbb; padding: .2em .5em; text-align: left; vertical-align: top }
+code, pre { font-family: Consolas, "DejaVu Sans Mono", monospace }
+pre { overflow: auto; background: #f2f2f2; padding: .6em }
 img { max-width: 100%% } :lang(ja) em, :lang(zh) em { font-style: normal; font-weight: bold }
 @media print {
   @page { size: A4; margin: 15mm }
-  body { max-width: none; margin: 0; padding: 0; font-size: 10pt; line-height: 1.3 } a { color: inherit; text-decoration: none }
+  body { max-width: none; margin: 0; padding: 0; font-size: 10pt; line-height: 1.3 }
+  a { color: inherit; text-decoration: none }
   pre { white-space: pre-wrap } tr, pre, img { break-inside: avoid } h1, h2, h3 { break-after: avoid }
 }
 %s</style>
 %s</html>
 """
-# A page for the operator fills one sheet, and its last table has room to write into.
+# A page for the operator fills one sheet of paper, and its last table has room to write in.
 SHEET = """table { width: 100%; table-layout: fixed } td, th { overflow-wrap: break-word }
 table:first-of-type th:first-child { width: 4.5em } table:first-of-type th:nth-child(2) { width: 30% }
 td img { width: 3.5em } p, ol, ul { margin: .7em 0 } h1 { margin: 0 }

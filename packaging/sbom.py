@@ -1,13 +1,14 @@
 #!/usr/bin/python3
-"""Writes what is in a package as SPDX 2.3 JSON: its files, and the libraries in or behind its programs with version and
-licence, from dpkg's database and the linker's maps.
+"""Writes the contents of a package as SPDX 2.3 JSON: its files, and the libraries that its programs contain or need,
+with version and licence. These come from dpkg's database and the linker's maps.
 
   sbom.py deb PACKAGE FOLDER                 FOLDER: what the package holds, unpacked
-  sbom.py zip PACKAGE FOLDER MAP...          MAP: of the linker, one per program
+  sbom.py zip PACKAGE FOLDER MAP...          MAP: a map of the linker, one for each program
   sbom.py setup PACKAGE MAP...
   sbom.py check PACKAGE.spdx.json [FOLDER]   exit code 1 when it doesn't fit itself or the folder
 
-PACKAGE.spdx.json is written beside PACKAGE. Times are SOURCE_DATE_EPOCH's, so that the same package has the same list.
+PACKAGE.spdx.json is written beside PACKAGE. The time in it is SOURCE_DATE_EPOCH, so that the same package has the same
+list.
 """
 import datetime
 import functools
@@ -23,7 +24,7 @@ import uuid
 from license_expression import get_spdx_licensing
 
 GCC = "GPL-3.0-or-later WITH GCC-exception-3.1"
-# By Debian's source package. One that is missing has to be looked up and entered: see its copyright file.
+# The licences of Debian's source packages. One that is missing has to be entered: its copyright file names it.
 LICENCES = {
     "asio": "BSL-1.0",
     "at-spi2-core": "LGPL-2.1-or-later",
@@ -44,10 +45,10 @@ LICENCES = {
     "zlib": "Zlib",
 }
 
-# Debian's folders of libraries by the programs' machine.
+# Debian's folders of libraries for the machines that readelf names.
 MULTIARCH = {"Advanced Micro Devices X86-64": "x86_64-linux-gnu", "AArch64": "aarch64-linux-gnu"}
 
-# Licences that SPDX has no name for, by theirs here: where NOTICE has their text.
+# Licences for which SPDX has no name, and the line of NOTICE with which their text begins.
 NAMELESS = {"LicenseRef-Lucent": "gdtoa, parts of MinGW-w64: "}
 
 
@@ -69,9 +70,9 @@ def spdx_id(text):
 
 @functools.cache
 def debian_source(path):
-    """(source package, version) of the installed package that holds a file."""
+    """Returns the source package, and its version, of the installed package that holds a file."""
     real = os.path.realpath(path)
-    for name in (real, real.removeprefix("/usr")):  # dpkg knows a merged /usr by its older names
+    for name in (real, real.removeprefix("/usr")):  # dpkg knows files of a merged /usr by their older names
         found = subprocess.run(["dpkg-query", "-S", name], capture_output=True, text=True).stdout
         if found:
             package = found.split(": ")[0].split(",")[0]
@@ -85,14 +86,15 @@ def needed_by(program):
 
 
 def library(name, program):
-    """Where a program finds it on a machine of its kind."""
+    """Returns the path of a library that a program names."""
     machine = re.search(r"Machine: +(.*)", run("readelf", "-h", program))[1]
     paths = [f"{top}/lib/{MULTIARCH[machine]}/{name}" for top in ("", "/usr")]
     return next((path for path in paths if os.path.exists(path)), None) or sys.exit(f"sbom: {name} is not installed")
 
 
 def of_headers(texts):
-    """Libraries that are headers alone: no linker names them, but their names are in what they made."""
+    """Returns the libraries that consist of headers alone. No linker names them, but the programs contain their
+    names."""
     return {debian_source("/usr/include/asio.hpp")} if any(b"asio" in text for text in texts) else set()
 
 
@@ -103,13 +105,13 @@ def contents(names):
 
 
 def linked_dynamically(programs):
-    """The packages behind the libraries that the programs name themselves."""
+    """Returns the packages of the libraries that the programs name."""
     found = {debian_source(library(name, program)) for program in programs for name in needed_by(program)}
     return found | of_headers(contents(programs))
 
 
 def source_of_archive(path):
-    """Of a static library; none for our own."""
+    """Returns the source package of a static library, and None for our own libraries."""
     toolkit = re.search(r"/wx-([^/]*)-[0-9a-f]+/lib/(\w+)", path)
     if toolkit and toolkit[2].startswith("libwxregex"):
         text = open(path, "rb").read()
@@ -135,10 +137,11 @@ def linked_statically(maps):
 
 
 def extracted(reference):
-    """What NOTICE has between the line that names the licence and the next rule."""
+    """Returns the text of NOTICE from the line that names the licence to the next rule."""
     with open(os.path.join(os.path.dirname(__file__), "../NOTICE"), encoding="utf-8") as file:
         text = file.read()
-    return {"licenseId": reference, "extractedText": text[text.index("\n" + NAMELESS[reference]):].split("\n----")[0].strip()}
+    begin = text.index("\n" + NAMELESS[reference])
+    return {"licenseId": reference, "extractedText": text[begin:].split("\n----")[0].strip()}
 
 
 def file_entry(folder, path):
@@ -172,7 +175,7 @@ def verification_code(files):
 
 
 def purl(name, version):
-    """Of the source package; the regular expressions come within the toolkit's."""
+    """Returns the source package's identifier. pcre2 comes with the toolkit and not from a package of Debian."""
     place = f"{name}@{version}".replace("+", "%2B")
     return f"pkg:generic/{place}" if name == "pcre2" else f"pkg:deb/debian/{place}?arch=source"
 
@@ -183,11 +186,13 @@ def document(package, name, version, folder, libraries, relation):
     files = sorted((file_entry(folder, path) for path in paths), key=lambda entry: entry["fileName"])
     analysed = {"filesAnalyzed": True, "packageVerificationCode": verification_code(files)} if files else {}
     sha256 = digest(package, "sha256")
-    main = package_entry(name, version, "MIT", packageFileName=os.path.basename(package), supplier="Organization: the ncedl authors",
+    main = package_entry(name, version, "MIT", packageFileName=os.path.basename(package),
+                         supplier="Organization: the ncedl authors",
                          checksums=[{"algorithm": "SHA256", "checksumValue": sha256}], **analysed)
     others = [
         package_entry(library, number, LICENCES[library], supplier="Organization: Debian", externalRefs=[{
-            "referenceCategory": "PACKAGE-MANAGER", "referenceType": "purl", "referenceLocator": purl(library, number)}])
+            "referenceCategory": "PACKAGE-MANAGER", "referenceType": "purl",
+            "referenceLocator": purl(library, number)}])
         for library, number in sorted(libraries)]
     relations = [("SPDXRef-DOCUMENT", "DESCRIBES", main["SPDXID"])]
     relations += [(main["SPDXID"], "CONTAINS", file["SPDXID"]) for file in files]
@@ -200,7 +205,8 @@ def document(package, name, version, folder, libraries, relation):
         "SPDXID": "SPDXRef-DOCUMENT",
         "name": os.path.basename(package),
         "documentNamespace": "urn:uuid:" + str(uuid.uuid5(uuid.NAMESPACE_OID, sha256)),
-        "creationInfo": {"created": created.strftime("%Y-%m-%dT%H:%M:%SZ"), "creators": ["Organization: the ncedl authors"]},
+        "creationInfo": {"created": created.strftime("%Y-%m-%dT%H:%M:%SZ"),
+                         "creators": ["Organization: the ncedl authors"]},
         "packages": [main, *others],
         "files": files,
         "hasExtractedLicensingInfos": [extracted(reference) for reference in sorted(NAMELESS)
@@ -267,7 +273,7 @@ def faults_of(path, folder=None):
             yield f"{entry['name']} has no version or supplier"
     for entry in [*told["packages"], *told["files"]]:
         yield from licence_faults(entry["licenseConcluded"], told["hasExtractedLicensingInfos"])
-    # The installer's files are not listed; of packages those with a program have libraries.
+    # The list of the installer has no files. A package with a program has libraries.
     runs = any("/bin/" in file["fileName"] or file["fileName"].endswith(".exe") for file in told["files"])
     if len(told["packages"]) < 4 and (runs or not told["files"]):
         yield "libraries are missing"

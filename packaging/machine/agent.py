@@ -1,4 +1,4 @@
-"""Runs in the guest: takes the trial's commands, a line of JSON each, and answers in the same way."""
+"""Runs in the guest. It takes the trial's commands, each as a line of JSON, and answers in the same way."""
 import json
 import os
 import subprocess

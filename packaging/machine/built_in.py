@@ -1,5 +1,6 @@
-"""Runs in the guest: the far side of the built-in port, at 9600 baud. XOFF comes before a request; prints which bytes
-came while it held, and then. The emulated port sends at once what it is given, so a hold in mid-frame comes too late.
+"""Runs in the guest as the far side of the built-in port, at 9600 baud. It sends XOFF before a request, and prints
+which bytes came during the hold and after it. The emulated port sends at once what it is given, so a hold within a
+frame would come too late.
 """
 import json
 import os
@@ -11,7 +12,7 @@ line = os.open("/dev/ttyS2", os.O_RDWR)
 
 
 def ask(text, silence=3):
-    """What comes until the line has been silent for that many seconds."""
+    """Sends the text, and returns what comes until the line has been silent for that many seconds."""
     os.write(line, text)
     came = b""
     while select.select([line], [], [], silence)[0]:

@@ -1,8 +1,9 @@
-"""Runs in the guest: the chips of serial adapters behind the kernel's virtual USB host controller, so that the real
-drivers have modem lines and line errors. The kernel speaks USB/IP on one end of a pair of sockets; this is the other.
+"""Runs in the guest and plays the chips of serial adapters behind the kernel's virtual USB host controller, so that the
+real drivers have modem lines and line errors. The kernel speaks USB/IP at one end of a pair of sockets, and this module
+at the other.
 
-The far side of the line is the owner of a Chip: it sets the modem lines, gives bytes, and sees each byte leave at the
-line's speed. One thread serves both; wait() is where time passes.
+The owner of a Chip plays the far side of the line: it sets the modem lines, gives bytes, and sees each byte leave at
+the line's speed. One thread serves both; time passes in wait().
 """
 import select
 import socket
@@ -10,12 +11,12 @@ import struct
 import subprocess
 import time
 
-CTS, DSR, RING, RLSD = 0x10, 0x20, 0x40, 0x80  # of an FT232's first status byte
-OVERRUN, PARITY, FRAMING, BREAK = 0x02, 0x04, 0x08, 0x10  # of its second
+CTS, DSR, RING, RLSD = 0x10, 0x20, 0x40, 0x80  # bits of an FT232's first status byte
+OVERRUN, PARITY, FRAMING, BREAK = 0x02, 0x04, 0x08, 0x10  # bits of its second status byte
 TRANSMITTER_EMPTY = 0x60
 TRANSMIT_BUFFER = 128
 SUBMIT, UNLINK, SUBMITTED, UNLINKED = 1, 2, 3, 4
-CONNECTION_RESET = -104  # the status of a transfer that was called back
+CONNECTION_RESET = -104  # the status of a transfer that the host took back
 
 STRINGS = ["Trial", "Adapter", "CHIP"]
 
@@ -25,7 +26,7 @@ def device(usb, maker, product, version, packet=64, kind=0):
 
 
 def configuration(*interfaces):
-    """interfaces: their descriptors and all that belongs to them."""
+    """interfaces: for each, its descriptor and all that belongs to it."""
     return struct.pack("<BBHBBBBB", 9, 2, 9 + sum(map(len, interfaces)), len(interfaces), 1, 0, 0x80, 50) + \
         b"".join(interfaces)
 
@@ -45,7 +46,8 @@ def string_descriptor(index):
 
 
 class Chip:
-    """What all have in common. A derived one has its descriptors, how it hands bytes and states over, its requests."""
+    """What all chips have in common. A derived class has its descriptors and requests, and hands bytes and states over
+    in its own way."""
     def __init__(self):
         self.modem = CTS | DSR | RLSD
         self.outputs = 0  # 1: DTR, 2: RTS
@@ -70,7 +72,7 @@ class Chip:
     # --- the far side of the line ---
 
     def give(self, data, errors=0):
-        """Bytes that arrive from the line; errors go with the first."""
+        """Gives the chip bytes that arrive from the line; the errors belong to the first of them."""
         for at in range(0, len(data), 62):
             self.receive.append((errors if at == 0 else 0, data[at:at + 62]))
         self.work()
@@ -80,7 +82,7 @@ class Chip:
         self.work()
 
     def wait(self, seconds, until=lambda: False):
-        """Serves the host for that long, or until something is true; whether it is."""
+        """Serves the host for that long, or until something is true. Returns whether it is true."""
         end = time.monotonic() + seconds
         while not until():
             left = end - time.monotonic()
@@ -131,7 +133,7 @@ class Chip:
         self.sent_until = now  # nothing was on the line meanwhile
 
     def control(self, kind, request, value, index, length, data):
-        """The answer to a request; none: there is no such."""
+        """Returns the answer to a request, and None when there is no such request."""
         if kind == 0x80 and request == 6:
             texts = {1: self.device, 2: self.configuration}
             text = string_descriptor(value & 255) if value >> 8 == 3 else texts.get(value >> 8)
@@ -218,7 +220,7 @@ class Ft232(Chip):
 
 
 def set_line(chip, kind, request, value, data):
-    """The requests of modems that others have taken over."""
+    """Answers the requests of standard modems, which other chips have as well."""
     if request == 0x20 and len(data) >= 4:
         chip.baud = struct.unpack("<I", data[:4])[0] or 9600
     if request == 0x21 and kind & 0x80:
@@ -229,7 +231,7 @@ def set_line(chip, kind, request, value, data):
 
 
 class CdcAcm(Chip):
-    """A modem of the standard; it has no CTS."""
+    """A standard USB modem, which has no CTS."""
     device = device(0x200, 0x16c0, 0x05e1, 0x100, kind=2)
     configuration = configuration(
         interface(0, (2, 2, 1), INTERRUPT_IN,
@@ -245,7 +247,7 @@ class CdcAcm(Chip):
 
 
 class Pl2303(Chip):
-    """An HX."""
+    """A PL2303 HX."""
     device = device(0x110, 0x067b, 0x2303, 0x300)
     configuration = configuration(interface(0, VENDOR, INTERRUPT_IN, BULK_OUT, BULK_IN))
 
@@ -260,7 +262,7 @@ class Pl2303(Chip):
 
 
 class Cp210x(Chip):
-    """A CP2102; the driver asks it for its states."""
+    """A CP2102. The driver asks it for its states."""
     device = device(0x110, 0x10c4, 0xea60, 0x100)
     configuration = configuration(interface(0, VENDOR, BULK_IN, BULK_OUT))
 

@@ -1,6 +1,6 @@
-"""A Debian 12 in QEMU: its file system, made once and kept in the cache folder, and the running machine.
+"""A Debian 12 in QEMU: its file system, which is made once and kept in the cache folder, and the running machine.
 
-The guest's serial lines (none of them needs anything outside QEMU):
+The guest has these serial lines, none of which needs anything outside QEMU:
   ttyS0      the kernel's console, written to the file "console" in the work folder
   ttyS1      joined with ttyS2
   ttyUSB...  the adapter, an FTDI chip to the guest, joined with ttyS3; plug() and pull() move it
@@ -18,7 +18,7 @@ HERE = Path(__file__).parent
 PACKAGES = ("systemd,systemd-sysv,udev,dbus,kmod,procps,e2fsprogs,linux-image-amd64,initramfs-tools,"
             "python3-minimal,libpython3-stdlib,modemmanager,eatmydata")
 DATA_SIZE = 48 << 20  # bytes of the disk whose writes are logged
-# What costs minutes of an emulated processor and serves none of the trials.
+# Units that would cost minutes of an emulated processor and that no trial needs.
 UNNEEDED = ("ModemManager", "polkit", "systemd-logind", "getty@tty1", "serial-getty@ttyS0", "systemd-binfmt",
             "systemd-random-seed", "systemd-update-utmp")
 UNIT = """[Unit]
@@ -40,7 +40,8 @@ def dependencies(deb):
 
 
 def make_base(deb):
-    """The file system with what the package depends on, kernel and initial RAM disk beside it. Needs no root."""
+    """Makes the file system with what the package depends on, and puts the kernel and the initial RAM disk beside it.
+    This needs no root."""
     wanted = f"{PACKAGES},{dependencies(deb)}"
     known = CACHE / "packages"
     if known.exists() and known.read_text() == wanted + UNIT:
@@ -71,7 +72,7 @@ def make_base(deb):
 
 
 class Guest:
-    """One machine. work: a folder for its sockets and logs; files: what the guest finds in /try."""
+    """One machine. work: a folder for its sockets and logs; files: the files that the guest finds in /try."""
 
     def __init__(self, work, files):
         self.work = work
@@ -92,7 +93,7 @@ class Guest:
         self.lines = self.agent.makefile("rw")
 
     def restart(self, prepare):
-        """Shuts the machine down and boots it; prepare is called as soon as it is on."""
+        """Shuts the machine down and boots it. prepare is called as soon as the machine is on."""
         self.is_plugged = False
         self.run("(sleep 1; systemctl poweroff) >/dev/null 2>&1 &")
         self.process.wait(300)
@@ -155,7 +156,7 @@ class Guest:
                 raise RuntimeError("QEMU has ended")
 
     def run(self, command, seconds=120, check=True):
-        """What the command printed; it runs as root in bash. check: fails when the command does."""
+        """Runs the command as root in bash, and returns what it printed. check: fails when the command does."""
         self.agent.settimeout(seconds + 30)
         self.lines.write(json.dumps({"command": command, "seconds": seconds}) + "\n")
         self.lines.flush()
@@ -174,7 +175,7 @@ class Guest:
         self.qmp("device_del", id="adapter")
 
     def suspend(self):
-        """To memory, for a moment."""
+        """Suspends the machine to memory for a moment."""
         self.run("(sleep 1; echo mem >/sys/power/state) >/dev/null 2>&1 &")
         while json.loads(self.monitor.readline()).get("event") != "SUSPEND":
             pass
@@ -187,4 +188,4 @@ class Guest:
 
 
 class Failed(Exception):
-    """A trial found something that doesn't hold."""
+    """Raised when a trial finds something that doesn't hold."""

@@ -1,5 +1,5 @@
-"""Runs in the guest, with the service TRIAL at work on the emulated chip: every hold under every flow control; of an
-FT232 also the line errors, the modem outputs and the rates. Prints its findings as JSON.
+"""Runs in the guest while the service TRIAL serves the emulated chip. It tries every hold under every flow control, and
+with an FT232 also the line errors, the modem outputs and the rates. It prints its findings as JSON.
   holds.py CHIP    a class of chips.py
 """
 import json
@@ -9,7 +9,7 @@ import time
 import chips
 
 FIFO = "/run/ncedl/TRIAL.commands"
-RATE = 2400  # slow, so that what the emulation costs weighs little
+RATE = 2400  # slow, so that the cost of the emulation matters little
 PROGRAM = b"0000555"
 HOLDS = {"Xon/Xoff": ("XOFF",), "Hardware": ("CTS", "DSR"), "Combined": ("XOFF", "CTS", "DSR")}
 
@@ -24,7 +24,8 @@ class Trial:
         self.chip.wait(wait)
 
     def set(self, key, value):
-        """The port opens anew; the chip gets its settings. A transfer would be in the way, so it is ended first."""
+        """Changes a setting. The port is then opened anew and sets up the chip. A transfer would be in the way, so it
+        is ended first."""
         self.ask(b"~\r")
         before = len(self.chip.controls)
         self.tell(f"set {key} {value}", 0)
@@ -33,11 +34,11 @@ class Trial:
         self.settle()
 
     def settle(self):
-        """Until the port is as it shall be."""
+        """Waits until the port sends the chip no more settings."""
         self.chip.wait(20, lambda: time.monotonic() - self.chip.control_time > 2)
 
     def ask(self, text, seconds=60):
-        """The host's reply, up to its line end. One to an earlier request may be late."""
+        """Returns the host's reply, up to its line end. A late reply to an earlier request is dropped first."""
         while self.chip.transmit:
             self.chip.wait(1)
         del self.chip.sent[:]
@@ -46,7 +47,7 @@ class Trial:
         return bytes(self.chip.sent)
 
     def begin(self):
-        """Asks for the program, up to where the next ">" brings the first frame."""
+        """Asks for the program, up to the point where the next ">" brings the first frame."""
         self.ask(b"~\r")
         self.chip.wait(3)
         first = self.ask(b"FH " + PROGRAM + b"\r")
@@ -55,7 +56,7 @@ class Trial:
             raise SystemExit(f"no download: {first} {second}")
 
     def frame(self, hold=None, after=10):
-        """The frame, how many of its bytes left after the hold, and the seconds that it took without that."""
+        """Fetches a frame. Returns it, how many of its bytes left after the hold, and the seconds that it took."""
         chip, at = self.chip, {}
 
         def on_byte():
@@ -84,7 +85,7 @@ class Trial:
 
 
 def is_whole(frame):
-    """Length, block and checksum fit, as the controller checks them."""
+    """Returns whether length, block and checksum fit, as the controller checks them."""
     text = frame.rstrip(b"\r").decode("ascii", "replace")
     for digits in (2, 3, 4):
         block = text[digits:-2]
@@ -109,7 +110,7 @@ def try_holds(trial, found):
 
 
 def try_speed(trial, found):
-    """The share of the line's time that a frame uses, with pieces and without."""
+    """Measures the share of the line's time that a frame uses, with pieces and without."""
     for flow in ("None", "Xon/Xoff"):
         trial.set("flow-control", flow)
         shares = []

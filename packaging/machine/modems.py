@@ -1,5 +1,5 @@
-"""Runs in the guest: plugs the emulated adapter in and prints which bytes reach the line while nothing but the system
-has it."""
+"""Runs in the guest. It plugs the emulated adapter in and prints which bytes reach the line while only the system uses
+it."""
 import chips
 
 chip = chips.Ft232()

@@ -1,5 +1,6 @@
-"""Replays what QEMU's blklogwrites has logged of a disk, up to a power cut: all writes before the last flush are there,
-of those after it a random part, and one may be torn. Then the file system is repaired and its files are read.
+"""Replays the writes to a disk that QEMU's blklogwrites has logged, up to a power cut. All writes before the last flush
+are there, and a random part of the later ones, of which one may be torn. Then the file system is repaired and its files
+are read.
 """
 import random
 import shutil
@@ -12,7 +13,7 @@ FLUSH, FUA, DISCARD = 1, 2, 4
 
 
 def read_log(path):
-    """Entries as (sector, sectors, flags, place of the data in the log)."""
+    """Returns the entries as (sector, sectors, flags, place of the data in the log)."""
     entries = []
     with open(path, "rb") as log:
         magic, _, _, size = struct.unpack("<QQQI", log.read(28))
@@ -44,7 +45,8 @@ class Disk:
 
 
 def surviving(entries, chance):
-    """Of writes that no flush covers: those forced through, and some of the others, one of them torn."""
+    """Returns the writes that survive although no flush covers them: all that were forced through, and some of the
+    others, one of them torn."""
     kept = [entry for entry in entries if entry[2] & FUA or chance.random() < 0.5]
     torn = [at for at, entry in enumerate(kept) if entry[1] > 1 and not entry[2] & (FUA | DISCARD)]
     if torn:
@@ -55,7 +57,7 @@ def surviving(entries, chance):
 
 
 def files_of(image, folder):
-    """All files of the file system after its repair, by path; None when it can't be repaired."""
+    """Returns the paths of all files of the file system after its repair, and None when it can't be repaired."""
     if subprocess.run(["e2fsck", "-fy", image], capture_output=True).returncode > 1:
         return None
     shutil.rmtree(folder, ignore_errors=True)
@@ -65,8 +67,8 @@ def files_of(image, folder):
 
 
 def cut(image, log, begin, end, count, faults_of, work, seed=1):
-    """Cuts the power count times between two entries; image: an empty disk of that size. What was wrong, a line for
-    each cut. faults_of: says of a list of files what is wrong with them."""
+    """Cuts the power count times between two entries, and returns what was wrong, a line for each cut. image: an empty
+    disk of that size. faults_of: returns what is wrong with the files of a list."""
     entries, chance = read_log(log), random.Random(seed)
     moments = sorted(chance.randrange(begin, end) for _ in range(count))
     disk, applied, found = Disk(image, log), 0, []

@@ -1,5 +1,6 @@
 #!/bin/bash
-# Runs in the guest: uploads of ever other programs under three numbers, and settings between them.
+# Runs in the guest. It uploads a different program each time, under three numbers in turn, and changes a setting after
+# each upload.
 #   uploads.sh FIRST LAST
 set -eu
 for version in $(seq "$1" "$2"); do

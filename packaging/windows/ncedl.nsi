@@ -1,14 +1,14 @@
-; The installer for Windows. Defined outside: VERSION, STAGE (the folder with what is installed), FILES (a list of
-; it, by cmake/package_windows.cmake), OUTPUT, ROOT (the tree).
-;   /S              without windows
-;   /AllUsers, /CurrentUser   for this computer, for this user
-;   /MAIN=FOLDER    the main folder; what its KOR.INI says of other folders stays as it is
-;   /AUTOSTART      the program starts with Windows
-;   /D=FOLDER       the programs' folder; last, without quotes
-; and the uninstaller:
-;   /S              without windows: the user's settings and programs stay, unless
+; The installer for Windows. cmake/package_windows.cmake defines VERSION, STAGE (the folder with the files to install),
+; FILES (the list of them), OUTPUT and ROOT (the tree).
+;   /S              shows no windows
+;   /AllUsers, /CurrentUser   installs for this computer, or for this user
+;   /MAIN=FOLDER    names the main folder; the other folders in its KOR.INI stay as they are
+;   /AUTOSTART      starts the program with Windows
+;   /D=FOLDER       names the programs' folder; must be the last option, without quotes
+; The uninstaller knows:
+;   /S              shows no windows, and keeps the user's settings and NC programs unless one of the next two is there
 ;   /SETTINGS=delete, /PROGRAMS=delete
-; Exit codes: 0 done, 1 cancelled, 2 failed; 3 a program of an older version is running.
+; Exit codes: 0 done, 1 cancelled, 2 failed, 3 a program of an older version is running.
 Unicode true
 Target amd64-unicode
 SetCompressor /SOLID lzma
@@ -49,7 +49,7 @@ VIAddVersionKey FileDescription "NCE DNC link, installer"
 VIAddVersionKey LegalCopyright "2026 the ncedl authors, MIT License"
 
 Var MainFolder
-Var MainAsked ; by /MAIN=
+Var MainAsked ; from /MAIN=
 Var Guid
 Var Answer
 
@@ -76,7 +76,7 @@ Var Answer
 !insertmacro MUI_UNPAGE_INSTFILES
 !include texts.nsh
 
-; --- What both do ---
+; --- Installing and removing ---
 
 !macro KNOW_MODE UN
   Function ${UN}KnowMode
@@ -93,7 +93,7 @@ Var Answer
     ${EndIf}
   FunctionEnd
 
-  ; A program that runs may be sending: it is never ended from here.
+  ; A running program may be sending, so the installer never ends one.
   Function ${UN}RefuseRunning
     FindFirst $0 $1 "$INSTDIR\*.exe"
     ${DoWhile} $1 != ""
@@ -119,14 +119,14 @@ Var Answer
 
 Function .onInit
   SetRegView 64
-  StrCpy $9 $INSTDIR ; of /D=, which MultiUser forgets
+  StrCpy $9 $INSTDIR ; from /D=, which MultiUser forgets
   !insertmacro MULTIUSER_INIT
   ${If} $9 != ""
     StrCpy $INSTDIR $9
   ${EndIf}
   ${GetParameters} $0
   ${GetOptions} $0 "/MAIN=" $MainAsked
-  ReadRegStr $1 SHCTX "${RUN}" "ncedl" ; as before an upgrade
+  ReadRegStr $1 SHCTX "${RUN}" "ncedl" ; an upgrade keeps this
   ClearErrors
   ${GetOptions} $0 "/AUTOSTART" $2
   ${IfNot} ${Errors}
@@ -141,7 +141,7 @@ Function SettleMainFolder
   ${EndIf}
 FunctionEnd
 
-; Asked at the first time only.
+; Asks only at the first installation.
 Function ChooseMainFolder
   StrCpy $MainFolder ""
   Call KnowMode
@@ -151,7 +151,7 @@ Function ChooseMainFolder
   Call SettleMainFolder
 FunctionEnd
 
-; Removes the files of the version that is there; nothing else of it.
+; Removes the files of the installed version, and nothing else.
 Function RemoveOlder
   ReadRegStr $0 SHCTX "${KEY}" "UninstallString"
   ReadRegStr $1 SHCTX "${KEY}" "InstallLocation"
@@ -163,14 +163,14 @@ Function RemoveOlder
   ClearErrors
   ExecWait '"$PLUGINSDIR\older.exe" /S /UPGRADE /$MultiUser.InstallMode _?=$1' $2
   ${If} ${Errors}
-  ${OrIf} $2 != 0 ; it has told why
+  ${OrIf} $2 != 0 ; the uninstaller has said why
     SetErrorLevel 3
     Quit
   ${EndIf}
   Delete "$1\uninstall.exe"
 FunctionEnd
 
-; What ncedl-setup has registered, and the keys above it when they hold nothing else.
+; Removes what ncedl-setup has registered, and the keys above it when they are then empty.
 !macro FORGET_CONFIGURATION
   DeleteRegKey HKCU "${CONFIGURATION}\$Guid"
   DeleteRegKey /ifempty HKCU "${CONFIGURATION}"
@@ -178,8 +178,8 @@ FunctionEnd
   DeleteRegKey /ifempty HKCU "Software\Velmora"
 !macroend
 
-; The data folder, program paths and configuration, by the program whose business they are. A configuration is one user's:
-; what is for all of them is where each one's program looks without one, in the data folder.
+; Lets ncedl-setup make the data folder, the program paths and the configuration. A configuration belongs to one user.
+; For all users the list of folders therefore goes into the data folder, where a program without a configuration looks.
 Function MakeMainFolder
   Call SettleMainFolder
   StrCpy $0 "$MainFolder\KOR.INI"
@@ -188,7 +188,7 @@ Function MakeMainFolder
     StrCpy $1 "$DOCUMENTS\${SUITE}\KOR.INI"
   ${EndIf}
   ReadRegStr $2 SHCTX "${KEY}" "MainFolder"
-  ReadINIStr $3 $1 "PROGRAM PATHS" "Main" ; after an uninstaller that has kept it
+  ReadINIStr $3 $1 "PROGRAM PATHS" "Main" ; an uninstaller may have kept it
   ${WordReplace} "$MainFolder\" "\" "/" "+" $4
   ${If} ${FileExists} $1
     ${If} $2 == $MainFolder
@@ -197,11 +197,11 @@ Function MakeMainFolder
       Return
     ${EndIf}
   ${EndIf}
-  StrCpy $2 "" ; whether the main folder has a list already
+  StrCpy $2 "" ; not empty: the main folder already has a list
   ${If} ${FileExists} $0
     StrCpy $2 "kept"
   ${EndIf}
-  ; The dot, for a drive's root ends with what would take the quote away.
+  ; Without the dot, the backslash at the end of a drive's root would escape the quote.
   nsExec::ExecToLog '"$INSTDIR\ncedl-setup.exe" --main "$MainFolder\." --guid $Guid'
   Pop $3
   ${If} $3 != 0
@@ -251,7 +251,7 @@ Section "$(ProgramsPart)"
   Call EnterInSystem
 SectionEnd
 
-; By the desktop, so with the rights and the settings of who works there, not with the installer's.
+; Lets the desktop start the program, so that it has the user's rights and settings and not the installer's.
 Function StartProgram
   Exec '"$WINDIR\explorer.exe" "$SMPROGRAMS\NCE DNC link\Download.lnk"'
 FunctionEnd
@@ -268,7 +268,7 @@ Function un.onInit
   Call un.KnowMode
 FunctionEnd
 
-; $Answer: delete, when an option or the user says so.
+; Sets $Answer to delete when an option or the user says so.
 !macro ASK OPTION QUESTION
   ${GetParameters} $0
   ClearErrors
@@ -280,7 +280,7 @@ FunctionEnd
   ${EndIf}
 !macroend
 
-; Of this user: settings, their logs and the configuration. Other programs' files in these folders stay.
+; Deletes this user's settings with their logs, and the configuration. Files of other programs in these folders stay.
 Function un.DeleteSettings
   SetShellVarContext current
   Delete "$APPDATA\${SUITE}\*.INI"
@@ -298,7 +298,7 @@ Function un.DeleteSettings
   Delete "$MainFolder\KOR.INI"
 FunctionEnd
 
-; What is empty of the main folder, and the list of folders that all users have.
+; Removes the empty folders of the main folder, and the list of folders for all users.
 Function un.RemoveMainFolder
   Delete "$DOCUMENTS\${SUITE}\KOR.INI"
   FindFirst $0 $1 "$MainFolder\*.*"

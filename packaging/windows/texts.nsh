@@ -1,4 +1,5 @@
-; The installer's own texts; those that every installer has are NSIS's. The system's language is used when it is here.
+; The installer's own texts. NSIS has the texts that every installer needs. The installer uses the system's language
+; when it is listed here.
 !insertmacro MUI_LANGUAGE "English"
 LangString MainFolderTitle ${LANG_ENGLISH} "Main folder"
 LangString MainFolderWhat ${LANG_ENGLISH} "Where NC programs are kept, and the list of folders, KOR.INI."
@@ -6,7 +7,8 @@ LangString MainFolderUse ${LANG_ENGLISH} "Programs for the controller go into th
 LangString ProgramsPart ${LANG_ENGLISH} "Programs"
 LangString StartPart ${LANG_ENGLISH} "Start with Windows"
 LangString IsRunning ${LANG_ENGLISH} "$1 is running. End it when no transfer runs, and start this again."
-LangString CantPrepare ${LANG_ENGLISH} "The main folder can't be prepared: $MainFolder. Run ncedl-setup --main with another one."
+LangString CantPrepare ${LANG_ENGLISH} \
+  "The main folder can't be prepared: $MainFolder. Run ncedl-setup --main with another one."
 LangString AskPrograms ${LANG_ENGLISH} "Delete the NC programs in $MainFolder\cnc, too?"
 LangString AskSettings ${LANG_ENGLISH} "Delete the settings, too?"
 !insertmacro MUI_LANGUAGE "Czech"
@@ -25,8 +27,10 @@ LangString MainFolderWhat ${LANG_GERMAN} "Wo die NC-Programme und die Liste der 
 LangString MainFolderUse ${LANG_GERMAN} "Programme für die Steuerung gehören in den Ordner cnc im Hauptordner."
 LangString ProgramsPart ${LANG_GERMAN} "Programme"
 LangString StartPart ${LANG_GERMAN} "Mit Windows starten"
-LangString IsRunning ${LANG_GERMAN} "$1 läuft. Beenden Sie es, wenn keine Übertragung läuft, und starten Sie dies noch einmal."
-LangString CantPrepare ${LANG_GERMAN} "Der Hauptordner lässt sich nicht einrichten: $MainFolder. Starten Sie ncedl-setup --main mit einem anderen."
+LangString IsRunning ${LANG_GERMAN} \
+  "$1 läuft. Beenden Sie es, wenn keine Übertragung läuft, und starten Sie dies noch einmal."
+LangString CantPrepare ${LANG_GERMAN} \
+  "Der Hauptordner lässt sich nicht einrichten: $MainFolder. Starten Sie ncedl-setup --main mit einem anderen."
 LangString AskPrograms ${LANG_GERMAN} "Auch die NC-Programme in $MainFolder\cnc löschen?"
 LangString AskSettings ${LANG_GERMAN} "Auch die Einstellungen löschen?"
 !insertmacro MUI_LANGUAGE "Spanish"
@@ -35,8 +39,10 @@ LangString MainFolderWhat ${LANG_SPANISH} "Donde están los programas NC y la li
 LangString MainFolderUse ${LANG_SPANISH} "Los programas para el control van en la carpeta cnc de la carpeta principal."
 LangString ProgramsPart ${LANG_SPANISH} "Programas"
 LangString StartPart ${LANG_SPANISH} "Iniciar con Windows"
-LangString IsRunning ${LANG_SPANISH} "$1 está en marcha. Ciérrelo cuando no haya ninguna transferencia y vuelva a iniciar esto."
-LangString CantPrepare ${LANG_SPANISH} "No se puede preparar la carpeta principal: $MainFolder. Ejecute ncedl-setup --main con otra."
+LangString IsRunning ${LANG_SPANISH} \
+  "$1 está en marcha. Ciérrelo cuando no haya ninguna transferencia y vuelva a iniciar esto."
+LangString CantPrepare ${LANG_SPANISH} \
+  "No se puede preparar la carpeta principal: $MainFolder. Ejecute ncedl-setup --main con otra."
 LangString AskPrograms ${LANG_SPANISH} "¿Eliminar también los programas NC de $MainFolder\cnc?"
 LangString AskSettings ${LANG_SPANISH} "¿Eliminar también la configuración?"
 !insertmacro MUI_LANGUAGE "French"
@@ -45,18 +51,22 @@ LangString MainFolderWhat ${LANG_FRENCH} "Où se trouvent les programmes CN et l
 LangString MainFolderUse ${LANG_FRENCH} "Les programmes pour la commande vont dans le dossier cnc du dossier principal."
 LangString ProgramsPart ${LANG_FRENCH} "Programmes"
 LangString StartPart ${LANG_FRENCH} "Démarrer avec Windows"
-LangString IsRunning ${LANG_FRENCH} "$1 est en cours d'exécution. Fermez-le quand aucun transfert n'est en cours, puis relancez."
-LangString CantPrepare ${LANG_FRENCH} "Impossible de préparer le dossier principal : $MainFolder. Lancez ncedl-setup --main avec un autre."
+LangString IsRunning ${LANG_FRENCH} \
+  "$1 est en cours d'exécution. Fermez-le quand aucun transfert n'est en cours, puis relancez."
+LangString CantPrepare ${LANG_FRENCH} \
+  "Impossible de préparer le dossier principal : $MainFolder. Lancez ncedl-setup --main avec un autre."
 LangString AskPrograms ${LANG_FRENCH} "Supprimer aussi les programmes CN de $MainFolder\cnc ?"
 LangString AskSettings ${LANG_FRENCH} "Supprimer aussi les réglages ?"
 !insertmacro MUI_LANGUAGE "Italian"
 LangString MainFolderTitle ${LANG_ITALIAN} "Cartella principale"
 LangString MainFolderWhat ${LANG_ITALIAN} "Dove si trovano i programmi NC e l'elenco delle cartelle, KOR.INI."
-LangString MainFolderUse ${LANG_ITALIAN} "I programmi per il controllo vanno nella cartella cnc della cartella principale."
+LangString MainFolderUse ${LANG_ITALIAN} \
+  "I programmi per il controllo vanno nella cartella cnc della cartella principale."
 LangString ProgramsPart ${LANG_ITALIAN} "Programmi"
 LangString StartPart ${LANG_ITALIAN} "Avvia con Windows"
 LangString IsRunning ${LANG_ITALIAN} "$1 è in esecuzione. Chiuderlo quando non ci sono trasferimenti e riavviare."
-LangString CantPrepare ${LANG_ITALIAN} "Impossibile preparare la cartella principale: $MainFolder. Eseguire ncedl-setup --main con un'altra."
+LangString CantPrepare ${LANG_ITALIAN} \
+  "Impossibile preparare la cartella principale: $MainFolder. Eseguire ncedl-setup --main con un'altra."
 LangString AskPrograms ${LANG_ITALIAN} "Eliminare anche i programmi NC in $MainFolder\cnc?"
 LangString AskSettings ${LANG_ITALIAN} "Eliminare anche le impostazioni?"
 !insertmacro MUI_LANGUAGE "Japanese"
@@ -76,7 +86,8 @@ LangString MainFolderUse ${LANG_DUTCH} "Programma's voor de besturing horen in d
 LangString ProgramsPart ${LANG_DUTCH} "Programma's"
 LangString StartPart ${LANG_DUTCH} "Met Windows starten"
 LangString IsRunning ${LANG_DUTCH} "$1 is actief. Sluit het af wanneer er geen overdracht loopt en start dit opnieuw."
-LangString CantPrepare ${LANG_DUTCH} "De hoofdmap kan niet worden voorbereid: $MainFolder. Start ncedl-setup --main met een andere."
+LangString CantPrepare ${LANG_DUTCH} \
+  "De hoofdmap kan niet worden voorbereid: $MainFolder. Start ncedl-setup --main met een andere."
 LangString AskPrograms ${LANG_DUTCH} "Ook de NC-programma's in $MainFolder\cnc verwijderen?"
 LangString AskSettings ${LANG_DUTCH} "Ook de instellingen verwijderen?"
 !insertmacro MUI_LANGUAGE "Polish"
@@ -86,7 +97,8 @@ LangString MainFolderUse ${LANG_POLISH} "Programy dla sterowania należą do fol
 LangString ProgramsPart ${LANG_POLISH} "Programy"
 LangString StartPart ${LANG_POLISH} "Uruchamiaj z Windows"
 LangString IsRunning ${LANG_POLISH} "$1 działa. Zamknij go, gdy nie trwa żaden transfer, i uruchom to ponownie."
-LangString CantPrepare ${LANG_POLISH} "Nie można przygotować folderu głównego: $MainFolder. Uruchom ncedl-setup --main z innym."
+LangString CantPrepare ${LANG_POLISH} \
+  "Nie można przygotować folderu głównego: $MainFolder. Uruchom ncedl-setup --main z innym."
 LangString AskPrograms ${LANG_POLISH} "Usunąć także programy NC w $MainFolder\cnc?"
 LangString AskSettings ${LANG_POLISH} "Usunąć także ustawienia?"
 !insertmacro MUI_LANGUAGE "Portuguese"
@@ -96,7 +108,8 @@ LangString MainFolderUse ${LANG_PORTUGUESE} "Os programas para o comando vão pa
 LangString ProgramsPart ${LANG_PORTUGUESE} "Programas"
 LangString StartPart ${LANG_PORTUGUESE} "Iniciar com o Windows"
 LangString IsRunning ${LANG_PORTUGUESE} "$1 está em execução. Feche-o quando não houver transferência e inicie de novo."
-LangString CantPrepare ${LANG_PORTUGUESE} "Não é possível preparar a pasta principal: $MainFolder. Execute ncedl-setup --main com outra."
+LangString CantPrepare ${LANG_PORTUGUESE} \
+  "Não é possível preparar a pasta principal: $MainFolder. Execute ncedl-setup --main com outra."
 LangString AskPrograms ${LANG_PORTUGUESE} "Eliminar também os programas NC em $MainFolder\cnc?"
 LangString AskSettings ${LANG_PORTUGUESE} "Eliminar também as definições?"
 ; Those that NSIS lacks in Turkish.
@@ -112,7 +125,8 @@ LangString MainFolderUse ${LANG_TURKISH} "Kumanda için programlar ana klasörde
 LangString ProgramsPart ${LANG_TURKISH} "Programlar"
 LangString StartPart ${LANG_TURKISH} "Windows ile başlat"
 LangString IsRunning ${LANG_TURKISH} "$1 çalışıyor. Aktarım yokken kapatın ve bunu yeniden başlatın."
-LangString CantPrepare ${LANG_TURKISH} "Ana klasör hazırlanamıyor: $MainFolder. ncedl-setup --main komutunu başka bir klasörle çalıştırın."
+LangString CantPrepare ${LANG_TURKISH} \
+  "Ana klasör hazırlanamıyor: $MainFolder. ncedl-setup --main komutunu başka bir klasörle çalıştırın."
 LangString AskPrograms ${LANG_TURKISH} "$MainFolder\cnc içindeki NC programları da silinsin mi?"
 LangString AskSettings ${LANG_TURKISH} "Ayarlar da silinsin mi?"
 !insertmacro MUI_LANGUAGE "SimpChinese"
