@@ -72,8 +72,7 @@ std::int64_t NextNumber(const std::string& lines) {
   return std::clamp<std::int64_t>(FieldsOf(last)[Number].ToInteger64(), 0, kLargest - 1) + 1;
 }
 
-// Returns the word that the file has for a job. The codes 25 to 27 tell no direction, so the word
-// is
+// Returns the word that the file has for a job. The codes 25 to 27 tell no direction: their word is
 // "-", although a window shows them as sending.
 const char16_t* DirectionWord(LinkStatus code) {
   switch (code) {
