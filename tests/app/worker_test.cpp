@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "files/kor_file.h"
+#include "link/comms_monitor.h"
 #include "tests/support/nce_link.h"
 #include "tools/nce_controller/session.h"
 
@@ -214,6 +215,16 @@ TEST(WorkerEndTest, AFolderThatHangsDoesNotHoldTheEnd) {
     EXPECT_TRUE(app.Content(app.Path(u"jobs.log"))->Contains(u"Upload Cancelled"));
     EXPECT_FALSE(app.FileExists(app.Path(u"in.NC")));
   }
+}
+
+TEST(WorkerEndTest, TheWorkerWaitsOnlyWhereThereIsNothingToDo) {
+  std::promise<int> waited;
+  std::once_flag once;
+  int polls = 0; // by the worker's thread
+  const CommsMonitor worker([&] { return ++polls < 3; },
+                            [&] { std::call_once(once, [&] { waited.set_value(polls); }); }, [] {},
+                            [] {});
+  EXPECT_EQ(waited.get_future().get(), 3);
 }
 
 TEST(WorkerEndTest, TheWorkerEndsBeforeWhatItWorksWith) {

@@ -37,11 +37,18 @@ TEST_F(PlainEngineTest, SendsAFileAsItIsInChunksWithTheCharacterDelayBetween) {
   EXPECT_TRUE(link.form.monitor.Contains(u"TX100 [00][01]"));
   EXPECT_FALSE(link.form.endDialogs[EndDialog::Download]);
   ASSERT_EQ(ChangeSetting(*engine, u"character-delay", u"500"), u"");
+  ASSERT_EQ(ChangeSetting(*engine, u"baudrate", u"1200"), u""); // a sixteenth of a second each
   engine->SendFile(link.app.Path(u"raw.NC"));
-  for (const std::size_t sent : {0u, 100u, 100u, 100u, 50u}) {
+  for (const std::size_t sent : {0u, 75u, 75u, 75u, 75u, 50u}) {
     Run();
     EXPECT_EQ(link.port.TakeWritten().size(), sent);
     link.app.Advance(0.5);
+  }
+  link.app.SetBeingWritten(u"raw.NC");
+  for (const char16_t* refused : {u"raw.NC", u"missing.NC"}) {
+    engine->SendFile(link.app.Path(refused));
+    Run();
+    EXPECT_EQ(engine->CurrentStatus().code, DownloadCantOpen) << KorText(refused).ToUtf8();
   }
 }
 
@@ -71,19 +78,20 @@ TEST_F(PlainEngineTest, ABaudTextThatIsNoNumberSendsNothing) {
 TEST_F(PlainEngineTest, ReceivesEveryByteUntilItIsCompletedOrCancelled) {
   const KorText path = link.app.Path(u"in.NC");
   link.app.Put(path, u"old");
-  for (const bool complete : {false, true}) {
+  for (const LinkStatus end : {UploadErrors, UploadCancelled, UploadCompleted}) {
     engine->ReceiveFile(path);
     Run();
     EXPECT_TRUE(link.form.endDialogs[EndDialog::Upload]);
+    if (end == UploadErrors) link.app.LimitWrites(0);
     link.port.Deliver(std::string("\0\x01new\xff", 6));
     Run();
+    link.app.ClearFaults();
     EXPECT_EQ(link.app.Content(path), u"old");
-    if (complete)
-      engine->CompleteUpload();
-    else
-      engine->CancelUpload();
+    if (end == UploadCancelled) engine->CancelUpload();
+    if (end == UploadCompleted) engine->CompleteUpload();
     Run();
-    EXPECT_EQ(engine->CurrentStatus().code, complete ? UploadCompleted : UploadCancelled);
+    EXPECT_EQ(engine->CurrentStatus().code, end);
+    EXPECT_FALSE(link.form.endDialogs[EndDialog::Upload]);
   }
   EXPECT_EQ(link.app.Content(path)->ToBytes(), std::string("\0\x01new\xff", 6));
 }
