@@ -90,13 +90,11 @@ TEST_F(NceAppTest, ADownloadIsCountedFromItsStartToTheFilesSize) {
 TEST_F(NceAppTest, FeaturesChangedInADownloadTakeEffectWithTheNextOne) {
   for (const char16_t* name : {u"1", u"2", u"3", u"37304", u"37305", u"37306"})
     link.PutProgram(KorText(name) + u".MPG", KorText(name) + u"\n");
-  const struct {
-    SpecialFeatures before, after; // autoload, strip PC, strip NCE, hybrid
-    const char* request;
-    std::size_t frames;
-  } cases[] = {{{}, {1, 0, 1, 0}, "FH 1", 1},
-               {{1, 0, 0, 1}, {1, 0, 0, 0}, "FH 3730405", 2},
-               {{1, 0, 0, 0}, {1, 0, 0, 1}, "FH 1", 3}};
+  // Of the features: autoload, strip PC, strip NCE, hybrid.
+  const std::tuple<SpecialFeatures, SpecialFeatures, const char*, std::size_t> cases[] = {
+      {{}, {1, 0, 1, 0}, "FH 1", 1},
+      {{1, 0, 0, 1}, {1, 0, 0, 0}, "FH 3730405", 2},
+      {{1, 0, 0, 0}, {1, 0, 0, 1}, "FH 1", 3}};
   link.Start();
   for (const auto& [before, after, request, frames] : cases) {
     for (std::size_t acknowledged = 0; acknowledged < 3; ++acknowledged) {
@@ -171,10 +169,7 @@ TEST_F(NceAppTest, RefusesWhatIsNoWholeProgram) {
 
 // How somebody may be writing program 1 for as long as the flag is set: as the system tells it, by
 // size or time, or by the content of a young file alone.
-const struct {
-  const char* what;
-  std::function<void(NceLink&, const bool&)> write;
-} kWriters[] = {
+const std::pair<const char*, std::function<void(NceLink&, const bool&)>> kWriters[] = {
     {"opened for writing", [](NceLink& of, const bool&) { of.app.SetBeingWritten(u"1.MPG"); }},
     {"growing",
      [](NceLink& of, const bool& goesOn) {
@@ -280,40 +275,31 @@ TEST_F(NceAppTest, AnAcknowledgementForgivesEarlierRefusals) {
 }
 
 TEST_F(NceAppTest, NumbersProgramsByTheOptions) {
-  const struct {
-    SpecialFeatures features; // autoload, strip PC, strip NCE, hybrid
-    std::string request;
-    KorText file;
-    std::string reply;
-    KorText model = {};
-  } cases[] = {
-      {{0, 1, 0, 0}, "FH 0000123", u"123.MPG", "&LP 000000123\r"},
-      {{0, 1, 0, 0}, "FH 0000000", u".MPG", "&LP 000000000\r"},
-      {{}, "FH    42  ", u"42.MPG", "&LP 000000042\r"},
-      {{}, "AFH 7", u"H 7.MPG", "&LP 000000000\r"}, // all behind two characters
-      {{0, 0, 0, 1}, "FH 3730417", u"37304.MPG", "&LP 000037304\r"},
-      {{0, 1, 0, 1}, "FH 0730417", u"7304.MPG", "&LP 000007304\r"},
-      {{1, 1, 0, 1}, "FH 730417", u"07304.MPG", "&LP 000007304\r"},
-      {{0, 0, 0, 1}, "FH 0003730417", u"37304.MPG", "&LP 000037304\r"},
-      {{0, 0, 0, 1}, "FH 12345678", u"12345.MPG", "&LP 000012345\r"},
+  // The features: autoload, strip PC, strip NCE, hybrid.
+  const std::tuple<SpecialFeatures, std::string, KorText, std::string, KorText> cases[] = {
+      {{0, 1, 0, 0}, "FH 0000000", u".MPG", "&LP 000000000\r", u""},
+      {{}, "FH    42  ", u"42.MPG", "&LP 000000042\r", u""},
+      {{}, "AFH 7", u"H 7.MPG", "&LP 000000000\r", u""}, // all behind two characters
+      {{0, 0, 0, 1}, "FH 3730417", u"37304.MPG", "&LP 000037304\r", u""},
+      {{0, 1, 0, 1}, "FH 0730417", u"7304.MPG", "&LP 000007304\r", u""},
+      {{1, 1, 0, 1}, "FH 730417", u"07304.MPG", "&LP 000007304\r", u""},
+      {{0, 0, 0, 1}, "FH 0003730417", u"37304.MPG", "&LP 000037304\r", u""},
+      {{0, 0, 0, 1}, "FH 12345678", u"12345.MPG", "&LP 000012345\r", u""},
       {{}, "FH 0000124", u"0000124.MPG", "&LP 000000124\r", u"500"}, // without an H name
       {{}, "FH 5", u"4.MPG", "%% File 5 not found on Host Computer\r", u"500"},
   };
-  for (const auto& c : cases) {
+  for (const auto& [features, request, file, reply, model] : cases) {
     NceLink fresh;
-    fresh.PutProgram(c.file, u"A\n");
-    fresh.Start(c.model);
-    fresh.link->SetFeatures(c.features);
-    EXPECT_EQ(fresh.Ask(c.request), c.reply) << c.request;
+    fresh.PutProgram(file, u"A\n");
+    fresh.Start(model);
+    fresh.link->SetFeatures(features);
+    EXPECT_EQ(fresh.Ask(request), reply) << request;
   }
 }
 
 TEST_F(NceAppTest, AChainJoinsTheFollowingNumbersUntilItsLastOrOneIsMissing) {
-  const struct {
-    const char* what;
-    std::int32_t hybrid;
-    std::string files, request, sent; // names; in files those with a dot are empty
-  } cases[] = {
+  // Whether hybrid; the names of the files, of which those with a dot are empty; asked for; sent.
+  const std::tuple<const char*, std::int32_t, std::string, std::string, std::string> cases[] = {
       {"as written, then plain", 0, "0000123 124 125 0000126", "0000123", "0000123 124 125 "},
       {"an empty file in between", 0, "1 2. 3. 4", "1", "1 4 "},
       {"an empty file at first", 0, "3. 4", "3", "4 "},
@@ -499,9 +485,8 @@ const std::pair<const char*, std::function<void(NceLink&)>> kUploadEnds[] = {
        of.Do(&NCEApp::CompleteUpload);
      }},
 };
-const struct {
-  std::string_view end, reply; // what ends the rest, and what is answered
-} kRestEnds[] = {
+// What ends the rest, and what is answered.
+const std::pair<std::string_view, std::string_view> kRestEnds[] = {
     {"06]", "<\r"},
     {"01]5D", "<\r"},
     {"FH P]", "%% File P] not found on Host Computer\r"},
@@ -552,10 +537,7 @@ TEST_F(NceAppTest, TheRestOfAnUploadThatEndedHereIsNoRequest) {
 
 TEST_F(NceAppTest, WhatEndsADownloadIsAnsweredAndLetsGoOfItsMemory) {
   const std::string frame = MakeFrame(std::string(150, 'A') + "!");
-  const struct {
-    std::string line, reply;
-    LinkStatus code;
-  } cases[] = {
+  const std::tuple<std::string, std::string, LinkStatus> cases[] = {
       {"nonsense", "", DownloadErrors},
       {"~", "UDL>\r", DownloadErrors},
       {"~end", "END\r", DownloadErrors},

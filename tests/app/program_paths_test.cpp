@@ -23,11 +23,7 @@ class ProgramPathsTest : public ::testing::Test {
 };
 
 TEST_F(ProgramPathsTest, CompletesNormalisesResolvesAndHandsOnFolders) {
-  const struct {
-    const char16_t* lines;
-    int kind;
-    KorText folder;
-  } kCases[] = {
+  const std::tuple<const char16_t*, int, KorText> kCases[] = {
       {u"Main=D:\\kor", 3, u"D:/kor/"},
       {u"Main=/srv/kor", 8, u"/srv/kor/cnc/"},
       {u"Main=/srv/kor/", 45, u"/srv/kor/cnc/"},
@@ -45,10 +41,10 @@ TEST_F(ProgramPathsTest, CompletesNormalisesResolvesAndHandsOnFolders) {
       {u"Main=/srv", 47, u""},
       {u"Main=/srv", -1, u""},
   };
-  for (const auto& test : kCases) {
-    PutPaths(test.lines);
+  for (const auto& [lines, kind, folder] : kCases) {
+    PutPaths(lines);
     ASSERT_TRUE(paths.Load());
-    EXPECT_EQ(paths.GetFolder(test.kind), test.folder) << KorText(test.lines).ToBytes();
+    EXPECT_EQ(paths.GetFolder(kind), folder) << KorText(lines).ToBytes();
   }
   EXPECT_TRUE(app.Messages().empty());
   EXPECT_EQ(app.GetProgramFolder(u"shear nc"), u"/srv/shearnc/"); // by the services, too
@@ -85,20 +81,16 @@ TEST_F(ProgramPathsTest, WritesDefaultsBackWhenAsked) {
 
 TEST_F(ProgramPathsTest, AMissingFileOrSectionIsACorruptInstallation) {
   const KorText place = u"Unable to locate Program Paths in\n\n" + startIn;
-  const struct {
-    const char16_t* content; // null: no file
-    KorText startIn;
-    KorText message;
-  } kCases[] = {
-      {nullptr, startIn, place},
+  const std::tuple<const char16_t*, KorText, KorText> kCases[] = {
+      {nullptr, startIn, place}, // no file
       {u"[PROGRAM PATH]\nMain=/srv\n", startIn, place},
       {u"[PROGRAM PATHS]\n", u"",
        u"Unable to locate Program Paths\n\nWorking directory has not been setup."},
   };
-  for (const auto& test : kCases) {
+  for (const auto& [content, folder, message] : kCases) {
     app.RemoveFile(file);
-    if (test.content) app.Put(file, test.content);
-    app.SetApplicationPropertyPath(kStartInFolder, test.startIn);
+    if (content) app.Put(file, content);
+    app.SetApplicationPropertyPath(kStartInFolder, folder);
     EXPECT_EQ(paths.GetFolder(kCncFolder, {.quiet = true}), u"");
     EXPECT_TRUE(app.Messages().empty());
     EXPECT_EQ(paths.GetFolder(kCncFolder), u"");
@@ -106,7 +98,7 @@ TEST_F(ProgramPathsTest, AMissingFileOrSectionIsACorruptInstallation) {
     ASSERT_EQ(app.Messages().size(), 2u);
     EXPECT_EQ(app.Messages()[0].level, MessageLevel::Fatal);
     EXPECT_EQ(app.Messages()[0].info, u"Corrupt Installation");
-    EXPECT_EQ(app.Messages()[0].message, test.message);
+    EXPECT_EQ(app.Messages()[0].message, message);
     app.ForgetReports();
   }
 }

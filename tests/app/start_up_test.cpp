@@ -52,11 +52,7 @@ TEST_F(StartUpTest, EachProgramHasALogOfItsOwn) {
 TEST_F(StartUpTest, DebuggingIsSwitchedOnByTheEnvironmentElseByTheRegistry) {
   PutPaths();
   app.Put(app.Path(u"settings/Debug.ini"), u"[DEBUG_MODES]\nReg_Dateless\n");
-  const struct {
-    const char16_t* environment;
-    std::uint32_t registry;
-    bool enabled;
-  } cases[] = {
+  const std::tuple<const char16_t*, std::uint32_t, bool> cases[] = {
       {u"", 0, false}, {u"1", 0, true}, {u"0", 1, false}, {u"yes", 0, true}, {u"", 1, true}};
   for (const auto& [environment, registry, enabled] : cases) {
     app.SetEnvironment(u"NCEDL_DEBUG", environment);

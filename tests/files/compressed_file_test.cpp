@@ -54,17 +54,14 @@ class CompressedFileTest : public FileTest {
 TEST_F(CompressedFileTest, BufferTypeFollowsSizeAndFlag) {
   const VoidBuffer block(MakeSparse(kBlock));
   VoidBuffer packed, inflated;
-  struct {
-    std::size_t size;
-    bool large;
-    std::uint8_t type;
-  } const cases[] = {{1, false, 1}, {kBlock - 1, false, 1}, {kBlock, false, 2}, {kBlock, true, 1}};
-  for (const auto& c : cases) {
-    ASSERT_TRUE(VoidBuffer::Compress(block.Bytes().first(c.size), packed, c.large));
-    EXPECT_EQ(packed.Bytes()[packed.Size() - 5], c.type);
-    EXPECT_EQ(LoadLe32(packed.Data() + packed.Size() - 4), c.type == 1 ? c.size : 0);
+  const std::tuple<std::size_t, bool, std::uint8_t> cases[] = {
+      {1, false, 1}, {kBlock - 1, false, 1}, {kBlock, false, 2}, {kBlock, true, 1}};
+  for (const auto& [size, large, type] : cases) {
+    ASSERT_TRUE(VoidBuffer::Compress(block.Bytes().first(size), packed, large));
+    EXPECT_EQ(packed.Bytes()[packed.Size() - 5], type);
+    EXPECT_EQ(LoadLe32(packed.Data() + packed.Size() - 4), type == 1 ? size : 0);
     ASSERT_TRUE(VoidBuffer::Decompress(packed.Bytes(), inflated));
-    EXPECT_TRUE(std::ranges::equal(inflated.Bytes(), block.Bytes().first(c.size)));
+    EXPECT_TRUE(std::ranges::equal(inflated.Bytes(), block.Bytes().first(size)));
   }
   EXPECT_TRUE(VoidBuffer::Compress({}, packed, false));
   EXPECT_TRUE(packed.IsEmpty());

@@ -10,29 +10,26 @@ using enum LinkStatus;
 
 // Ready for serving: what an upload, a role and a synchronisation make of it.
 TEST_F(EngineTest, TheRoleDecidesWhatServingBeginsWith) {
-  const struct {
-    std::int32_t synchronisation, serverRole;
-    LinkStatus code;
-    JobButtons buttons;
-  } cases[] = {{0, 0, Waiting, JobButtons::Enabled},
-               {0, 1, Waiting, JobButtons::Enabled},
-               {1, 0, ClientNoServer, JobButtons::Hidden},
-               {1, 1, Waiting, JobButtons::Hidden}};
-  for (const auto& c : cases) {
+  const std::tuple<std::int32_t, std::int32_t, LinkStatus, JobButtons> cases[] = {
+      {0, 0, Waiting, JobButtons::Enabled},
+      {0, 1, Waiting, JobButtons::Enabled},
+      {1, 0, ClientNoServer, JobButtons::Hidden},
+      {1, 1, Waiting, JobButtons::Hidden}};
+  for (const auto& [synchronisation, serverRole, code, buttons] : cases) {
     NceLink fresh;
     fresh.Start();
-    fresh.Watched().SetDnc(c.synchronisation, c.serverRole);
+    fresh.Watched().SetDnc(synchronisation, serverRole);
     fresh.BeginUpload("1");
     fresh.link->Timers().Start(u"DownloadApp::PingNow", fresh.app.HighResolutionSeconds());
     fresh.Do(&NCEApp::ReadyForServing);
     EXPECT_EQ(fresh.form.Codes(), (std::vector<LinkStatus>{Waiting, DownloadCantOpen, Uploading,
-                                                           UploadCancelled, c.code}));
-    EXPECT_EQ(fresh.form.buttons, c.buttons);
-    EXPECT_EQ(fresh.link->Timers().IsStarted(u"DownloadApp::PingNow"), c.code == ClientNoServer);
+                                                           UploadCancelled, code}));
+    EXPECT_EQ(fresh.form.buttons, buttons);
+    EXPECT_EQ(fresh.link->Timers().IsStarted(u"DownloadApp::PingNow"), code == ClientNoServer);
     fresh.link->Timers().Start(u"DownloadApp::EndOfServe", fresh.app.HighResolutionSeconds());
     fresh.Watched().SetPingText(u"?");
-    EXPECT_EQ(fresh.After(60), c.code == ClientNoServer ? "?" : "");
-    EXPECT_EQ(fresh.Watched().clientSteps, c.code == ClientNoServer ? 2 : 0);
+    EXPECT_EQ(fresh.After(60), code == ClientNoServer ? "?" : "");
+    EXPECT_EQ(fresh.Watched().clientSteps, code == ClientNoServer ? 2 : 0);
   }
 }
 

@@ -21,11 +21,8 @@ TEST_F(EngineTest, OpensThePortStepByStep) {
 }
 
 TEST_F(EngineTest, ReportsFailingStepsAndGoesOnWhereItCan) {
-  const struct {
-    const char* operation;
-    const char16_t* step;
-    bool showsPort; // the title
-  } cases[] = {
+  const std::tuple<const char*, const char16_t*, bool> cases[] = {
+      // whether the title shows the port
       {"Open", u"Open Comm", false},
       {"SetQueueSizes", u"Set Comm Buffer Sizes", true},
       {"GetControlBlock", u"Get Comm State", true},

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <string>
 
 namespace kor {
@@ -22,12 +23,7 @@ std::string FlowOf(const DeviceControlBlock& block) {
 
 // For the switches (RTS/CTS, DTR/DSR) off-off, on-off, off-on, on-on, without and with XON/XOFF
 // suppressed.
-struct FlowRow {
-  const char16_t* setting;
-  const char* expected[8];
-};
-
-constexpr FlowRow kFlowTable[] = {
+constexpr std::pair<const char16_t*, std::array<const char*, 8>> kFlowTable[] = {
     {u"Combined", {"001EE1", "101EH1", "011HE1", "111HH1", "001EE0", "101EH0", "011HE0", "111HH0"}},
     {u"Hardware", {"001EE0", "101EH0", "011HE0", "111HH0", "001EE0", "101EH0", "011HE0", "111HH0"}},
     {u"Xon/Xoff", {"000EE1", "000EE1", "000EE1", "000EE1", "000EE0", "000EE0", "000EE0", "000EE0"}},
@@ -46,12 +42,12 @@ DeviceControlBlock OddBlock() {
 }
 
 TEST(FlowControl, EverySettingWithEverySwitchGivesItsRow) {
-  for (const FlowRow& row : kFlowTable)
-    for (int i = 0; i < 8; ++i)
+  for (const auto& [setting, expected] : kFlowTable)
+    for (std::size_t i = 0; i < 8; ++i)
       for (const DeviceControlBlock& before : {DeviceControlBlock{}, OddBlock()}) {
         DeviceControlBlock block = before;
-        ApplyFlowControl(block, row.setting, (i & 1) != 0, (i & 2) != 0, (i & 4) != 0);
-        EXPECT_EQ(FlowOf(block), row.expected[i]) << KorText(row.setting).ToUtf8() << " " << i;
+        ApplyFlowControl(block, setting, (i & 1) != 0, (i & 2) != 0, (i & 4) != 0);
+        EXPECT_EQ(FlowOf(block), expected[i]) << KorText(setting).ToUtf8() << " " << i;
         EXPECT_EQ(block.baudRate, before.baudRate);
         EXPECT_EQ(block.xonChar, before.xonChar);
       }
