@@ -46,6 +46,10 @@ TEST_F(EngineTest, AReceiveByHandThatCantBeStoredSaysSoAndACompletedOneIsDoneBef
   link.link->CompleteUpload();
   link.link->Terminate(); // before the worker has polled again
   EXPECT_EQ(link.app.Content(link.app.Path(u"in.NC")), u"A\n");
+  const KorText settings = link.app.Path(u"settings/NCE.INI");
+  ASSERT_TRUE(link.app.RemoveFile(settings));
+  link.link->Terminate(); // it has ended
+  EXPECT_FALSE(link.app.FileExists(settings));
 }
 
 // Each way into a transfer, and the state that it is in then.

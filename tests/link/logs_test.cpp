@@ -165,6 +165,7 @@ TEST_F(EngineTest, ARepeatedReplyIsTracedOnceAndRepeatedReceptionEachTime) {
   writer.RunHere();
   EXPECT_EQ(Traced(), (Texts{u"same", u"same", u"same"}));
   EXPECT_EQ(TraceStamp(3725.5, -0.125), u"01:02:05.500000 (-0.125000)");
+  EXPECT_EQ(TraceStamp(7200, 0), u"02:00:00.000000 (+0.000000)");
 }
 
 TEST_F(EngineTest, WritesOneJobLinePerJob) {
