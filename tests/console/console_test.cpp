@@ -177,25 +177,20 @@ TEST_F(ConsoleTest, EachCommandAnswersWhatIsNowSoOrWhatIsAccepted) {
   }
 }
 
-TEST_F(ConsoleTest, AControllersDownloadIsCancelledBeforeAnotherIsSent) {
+TEST_F(ConsoleTest, AControllersDownloadIsCancelledBeforeAnotherIsSentAndListed) {
   app.Put(app.Path(u"x.NC"), u"A\n");
   fromController = "FH 1\r";
   const std::string output =
-      Run("status\nsend " + app.Path(u"x.NC").ToUtf8() + "\ncancel\nstatus\n");
+      Run("status\nsend " + app.Path(u"x.NC").ToUtf8() + "\ncancel\njobs\nstatus\n");
   EXPECT_EQ(errors,
             "Send NC File: End the running transfer first (\"cancel\") or wait for its end: "
             "Preparing 1\n");
   EXPECT_NE(output.find("status 16 Download Cancelled 1\n"), std::string::npos) << output;
+  EXPECT_NE(output.find("00:00:00 1 Download Cancelled\n"), std::string::npos) << "today's jobs";
   fromController.clear();
   Run("cancel\ncomplete\n");
   EXPECT_EQ(errors, "Cancel Transfer: No transfer is running.\n"
                     "Upload End: Nothing is being received.\n");
-}
-
-TEST_F(ConsoleTest, PrintsTheJobsOfToday) {
-  fromController = "FH 9\r";
-  const std::string output = Run("status\ncancel\njobs\nstatus\n");
-  EXPECT_NE(output.find("00:00:00 9 Download Cancelled\n"), std::string::npos) << output;
 }
 
 TEST_F(ConsoleTest, ALiveTerminalKeepsTheStatusBelowTheText) {

@@ -58,25 +58,6 @@ TEST_F(DictionaryFile, EditingModeKeepsEverythingAndRunModeOneTextPerNumber) {
   EXPECT_EQ(dictionary.Text(7), u"%s senden & <warten>");
 }
 
-TEST_F(DictionaryFile, ABareNameIsThatOfTheProgramFolderAndAMissingFileIsLocated) {
-  ASSERT_TRUE(SaveSample(app.Path(u"program/diction.ary")));
-  ASSERT_TRUE(dictionary.Load(u"diction.ary", 0, Failures::Reported));
-  EXPECT_EQ(dictionary.Path(), app.Path(u"program/diction.ary"));
-  ASSERT_TRUE(app.RenameFile(dictionary.Path(), app.Path(u"data/diction.ary")));
-  ASSERT_TRUE(dictionary.Load(u"diction.ary", 0, Failures::Reported));
-  EXPECT_EQ(dictionary.Path(), app.Path(u"data/diction.ary"));
-}
-
-TEST_F(DictionaryFile, LoadingAgainDiscardsWhatWasHeld) {
-  ASSERT_TRUE(SaveSample(file));
-  ASSERT_TRUE(dictionary.Load(file, 0, Failures::Reported));
-  EXPECT_FALSE(dictionary.Load(app.Path(u"missing.ary"), 0, Failures::Silent));
-  EXPECT_FALSE(dictionary.IsLoaded());
-  EXPECT_FALSE(dictionary.FindText(48));
-  EXPECT_TRUE(dictionary.Languages().empty());
-  EXPECT_TRUE(app.Messages().empty()) << "without the report flag";
-}
-
 TEST_F(DictionaryFile, OtherFilesAreRefusedWithTheReport) {
   const KorText plain = PlainBytes();
   const auto with = [&](std::size_t at, char16_t byte) {
@@ -143,13 +124,19 @@ TEST_F(DictionaryFile, WhatIsTooLargeToBeOneIsRefused) {
   EXPECT_FALSE(dictionary.Load(file, TextHolder::kSourceTexts, Failures::Silent));
 }
 
-TEST_F(DictionaryFile, AReadErrorIsNoDictionary) {
+TEST_F(DictionaryFile, WhatCannotBeReadIsNoDictionaryAndLeavesNothingOfTheLast) {
   ASSERT_TRUE(SaveSample(file));
-  app.LimitReads(100);
-  EXPECT_FALSE(dictionary.Load(file, 0, Failures::Silent));
-  app.ClearFaults();
-  app.RefuseOpening(u"sample.ary");
-  EXPECT_FALSE(dictionary.Load(file, 0, Failures::Silent));
+  const std::function<void()> faults[] = {[&] { app.LimitReads(100); },
+                                          [&] { app.RefuseOpening(u"sample.ary"); },
+                                          [&] { app.RemoveFile(file); }};
+  for (const auto& fault : faults) {
+    ASSERT_TRUE(dictionary.Load(file, 0, Failures::Reported));
+    fault();
+    EXPECT_FALSE(dictionary.Load(file, 0, Failures::Silent) || dictionary.IsLoaded());
+    EXPECT_TRUE(!dictionary.FindText(48) && dictionary.Languages().empty());
+    app.ClearFaults();
+  }
+  EXPECT_TRUE(app.Messages().empty()) << "without the report flag";
 }
 
 // Older programs' entries end with the modification dates.

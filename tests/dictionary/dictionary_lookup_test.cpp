@@ -52,13 +52,11 @@ TEST_F(DictionaryLookup, ExpandReplacesWhatHasATextAndNothingElse) {
     EXPECT_EQ(dictionary.Expand(text), before != after) << before.ToUtf8();
     EXPECT_EQ(text, after);
   };
-  expands(u"", u"");
-  expands(u"plain", u"plain");
+  for (const char16_t* same : {u"", u"plain", u"^49", u"^"})
+    expands(same, same);
   expands(u"Press ^48 now", u"Press Cancel now");
   expands(u"^48^324^48", u"CancelSorry!Cancel");
-  expands(u"^49", u"^49");
   expands(u"^1", u"see ^48");
-  expands(u"^", u"^");
   expands(u"a ^ b ^^48", u"a ^ b ^Cancel");
   expands(u"^48x^99^", u"Cancelx^99^");
   expands(u"^0048", u"Cancel");
@@ -104,11 +102,13 @@ TEST_F(DictionaryLookup, TheProgramSpeaksTheStoredLanguageElseTheSystemsElseEngl
   ASSERT_TRUE(StoreLanguage(u""));
   EXPECT_FALSE(StoredLanguage());
   EXPECT_EQ(WantedLanguage(), u"de-CH");
-}
-
-TEST_F(DictionaryLookup, WithoutADictionaryTheProgramStartsWithTheBuiltInTexts) {
   ASSERT_TRUE(LoadProgramDictionary());
-  ASSERT_TRUE(app.RemoveFile(file));
+  EXPECT_EQ(Dictionary().Path(), file);
+  const KorText elsewhere = app.Path(u"data/diction.ary");
+  ASSERT_TRUE(app.RenameFile(file, elsewhere));
+  ASSERT_TRUE(LoadProgramDictionary());
+  EXPECT_EQ(Dictionary().Path(), elsewhere);
+  ASSERT_TRUE(app.RemoveFile(elsewhere)); // then the built-in texts serve
   EXPECT_FALSE(LoadProgramDictionary());
   EXPECT_EQ(Dictionary().Text(48), u"Cancel");
   EXPECT_EQ(LookUpText({323, u"fall-back"}), u"fall-back");

@@ -71,17 +71,19 @@ TEST_F(Xliff, ExportsOneFilePerLanguage) {
                                          u"Export as XLIFF 2/2"}));
 }
 
-TEST_F(Xliff, TakesTranslationsNotesDatesAndImportance) {
+TEST_F(Xliff, TakesTranslationsNotesDatesImportanceAndNewNumbers) {
   const ImportResult result =
       ImportUnits(Unit(48, u"Cancel", u"Verwerfen",
                        u"<context-group><context context-type=\"x-importance\">5</context>"
                        u"<context context-type=\"x-modified\">2027-01-02</context></context-group>"
                        u"<note>New note.</note>") +
                   Unit(7, u"Send %s &amp; &lt;wait&gt;") +
-                  Unit(323, u"Call us.", u"<g>Rufen</g> <g>Sie</g> \n<g>an</g>", u"<note/>"));
+                  Unit(323, u"Call us.", u"<g>Rufen</g> <g>Sie</g> \n<g>an</g>", u"<note/>") +
+                  u"<group id=\"3\" restype=\"Lamps\">" + Unit(15250, u"CTS  Hold!", u"CTS-Halt") +
+                  u"</group>");
   ASSERT_TRUE(result.done);
   EXPECT_EQ(result.changed, 2U);
-  EXPECT_TRUE(result.added.empty());
+  ASSERT_EQ(result.added, std::vector<std::int32_t>{15250});
   const TextEntry& entry = *dictionary.FindEntry(48);
   EXPECT_EQ(entry.Translation(0), u"Verwerfen");
   EXPECT_EQ(entry.Translation(1), u"Annuler");
@@ -93,17 +95,8 @@ TEST_F(Xliff, TakesTranslationsNotesDatesAndImportance) {
   EXPECT_EQ(dictionary.FindEntry(7)->comment, u"A note.") << "no note";
   EXPECT_EQ(dictionary.FindEntry(323)->comment, u"") << "an empty note";
   EXPECT_EQ(dictionary.FindEntry(323)->Translation(0), u"Rufen Sie \nan") << "blanks count";
-}
-
-TEST_F(Xliff, AnUnknownNumberBecomesAnEntry) {
-  const ImportResult result = ImportUnits(u"<group id=\"3\" restype=\"Lamps\">" +
-                                          Unit(15250, u"CTS  Hold!", u"CTS-Halt") + u"</group>");
-  ASSERT_TRUE(result.done);
-  EXPECT_EQ(result.added, std::vector<std::int32_t>{15250});
-  const TextEntry* entry = dictionary.FindEntry(15250);
-  ASSERT_NE(entry, nullptr);
-  EXPECT_EQ(entry->textPosition, u"TXTPOS_CTS_Hold");
-  EXPECT_EQ(entry->Translation(0), u"CTS-Halt");
+  EXPECT_EQ(dictionary.FindEntry(15250)->textPosition, u"TXTPOS_CTS_Hold");
+  EXPECT_EQ(dictionary.FindEntry(15250)->Translation(0), u"CTS-Halt");
   ASSERT_EQ(dictionary.Categories().size(), 2U);
   EXPECT_EQ(dictionary.Categories()[1].name, u"Lamps");
 }

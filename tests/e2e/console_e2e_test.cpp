@@ -222,7 +222,6 @@ TEST_F(ConsoleE2e, ServesALineOverTheNetworkAndEndsWhileItsNameIsLookedUp) {
   };
   const std::string program = folders.Download("123.MPG");
   support::WriteWholeFile(program, Program(200));
-  folders.WriteProfile(115200);
   name("tcp://localhost:47218");
   StartHost(folders.Program("ncedl-console"), folders.Options(), " 0 No Link");
   const auto controller = folders.Start(

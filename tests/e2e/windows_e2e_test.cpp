@@ -163,7 +163,6 @@ void ServeEachJob(const HostFolders& folders, Process& controller) {
 
 TEST_F(WindowsE2e, TheWindowServesAControllerAndKeepsWhatIsClicked) {
   const HostFolders folders(NCEDL_PROGRAMS, windows);
-  folders.WriteProfile(115200);
   Process controller(folders.Program("nce-controller", {"--pty", folders.Line(), "--baud", "115200",
                                                         "--json", "--wait-host", "0", "run", "-"}));
   while (!fs::exists(folders.Line()))

@@ -21,24 +21,20 @@ class DebugFile : public ::testing::Test {
   TestApp app;
 };
 
-TEST_F(DebugFile, SetsTheActiveModesThatItNames) {
-  app.Put(InFolder(kSettingsFolder),
-          u"[DEBUG_MODES]\nALPHA\nbeta= 12x\nUnknown=3\nAlways =5\nReg_Dateless=1\n");
-  EXPECT_TRUE(LoadDebugFile());
-  EXPECT_EQ(app.GetDebugMode(u"Alpha"), 1);
-  EXPECT_EQ(app.GetDebugMode(u"Beta"), 12);
-  EXPECT_EQ(app.GetDebugMode(u"Always"), 0); // the blank belongs to the name
-  EXPECT_EQ(app.GetDebugMode(u"Reg_Dateless"), 1);
-  EXPECT_TRUE(app.Warnings().empty());
-}
-
-TEST_F(DebugFile, LeavesModesAloneThatAreNotActive) {
+TEST_F(DebugFile, SetsTheModesThatItNamesWhileTheyAreActive) {
   app.EnableDebugging(false);
   app.Put(InFolder(kSettingsFolder), u"[DEBUG_MODES]\nReg_Dateless\nAlways=2\n");
   EXPECT_TRUE(LoadDebugFile());
   EXPECT_EQ(app.GetDebugMode(u"Always"), 2);
   app.EnableDebugging(true);
   EXPECT_EQ(app.GetDebugMode(u"Reg_Dateless"), 0);
+  app.Put(InFolder(kSettingsFolder),
+          u"[DEBUG_MODES]\nALPHA\nbeta= 12x\nUnknown=3\nAlways =5\nReg_Dateless=1\n");
+  EXPECT_TRUE(LoadDebugFile());
+  EXPECT_EQ(app.GetDebugMode(u"Alpha"), 1);
+  EXPECT_EQ(app.GetDebugMode(u"Beta"), 12);
+  EXPECT_EQ(app.GetDebugMode(u"Always"), 2); // the blank belongs to the name
+  EXPECT_EQ(app.GetDebugMode(u"Reg_Dateless"), 1);
   EXPECT_TRUE(app.Warnings().empty());
 }
 

@@ -62,15 +62,6 @@ TEST(TelnetStream, SaysTheSameHoweverTheStreamIsCut) {
     }
 }
 
-TEST(TelnetStream, EndsWithASubNegotiationWithoutEnd) {
-  TelnetDecoder decoder;
-  Transcript heard;
-  EXPECT_TRUE(decoder.Decode(AsBytes("\xFF\xFA\x2C" + std::string(4000, 'x')), heard));
-  EXPECT_FALSE(decoder.Decode(AsBytes(std::string(4000, 'x')), heard));
-  EXPECT_FALSE(decoder.Decode(AsBytes("\xFF\xF0 data"), heard)) << "nobody knows what is data";
-  EXPECT_EQ(heard.text, "");
-}
-
 TEST(TelnetOptions, AnswersWhatChangesAndEndsEveryQuarrel) {
   using namespace telnet;
   struct Case {

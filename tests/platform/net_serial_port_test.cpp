@@ -36,17 +36,6 @@ class NetSerialPortTest : public SerialPortFixture<NetSerialPort> {
     return Finish([&] { return port.Open(address); }) &&
            Finish([&] { return port.SetControlBlock(block); });
   }
-  LineStatus Status() {
-    LineStatus status;
-    EXPECT_TRUE(port.GetStatus(status)) << ErrorText();
-    return status;
-  }
-  std::string Take() {
-    std::array<std::uint8_t, 4000> buffer;
-    std::size_t count = 0;
-    EXPECT_TRUE(port.Read(buffer, count)) << ErrorText();
-    return {buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(count)};
-  }
 
   DeviceServer server;
   DeviceControlBlock block{.baudRate = 115200};

@@ -23,6 +23,19 @@ template <class Port> class SerialPortFixture : public testing::Test {
     return count;
   }
 
+  LineStatus Status() {
+    LineStatus status;
+    EXPECT_TRUE(port.GetStatus(status)) << ErrorText();
+    return status;
+  }
+
+  std::string Take() {
+    std::array<std::uint8_t, 4000> buffer{};
+    std::size_t count = 1; // Read has to set it
+    EXPECT_TRUE(port.Read(buffer, count)) << ErrorText();
+    return {buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(count)};
+  }
+
   // Bytes that the far side has sent; fewer when they don't come.
   std::string ReadCount(std::size_t wanted) {
     using std::chrono::steady_clock;
@@ -30,10 +43,7 @@ template <class Port> class SerialPortFixture : public testing::Test {
     const auto until = steady_clock::now() + std::chrono::seconds(10);
     while (received.size() < wanted && steady_clock::now() < until) {
       port.WaitReadable(std::chrono::microseconds(100'000));
-      std::array<std::uint8_t, 4000> buffer{};
-      std::size_t count = 0;
-      if (!port.Read(buffer, count)) break;
-      received.append(buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(count));
+      received += Take();
     }
     return received;
   }

@@ -62,12 +62,6 @@ class SerialPortPosixTest : public SerialPortFixture<PosixSerialPort> {
     return total;
   }
 
-  std::uint32_t Holds() {
-    LineStatus status;
-    EXPECT_TRUE(port.GetStatus(status)) << ErrorText();
-    return status.holds;
-  }
-
   void Set(const KorText& setting) {
     DeviceControlBlock block;
     ApplyFlowControl(block, setting, true, true, false);
@@ -108,20 +102,14 @@ TEST_F(SerialPortPosixTest, CarriesEveryByteBothWaysUnchanged) {
 }
 
 TEST_F(SerialPortPosixTest, CountsWhatHasArrived) {
-  LineStatus status;
-  ASSERT_TRUE(port.GetStatus(status));
-  EXPECT_EQ(status.inQueue, 0u);
-  std::array<std::uint8_t, 4> buffer{};
-  std::size_t count = 1;
-  EXPECT_TRUE(port.Read(buffer, count) && count == 0) << ErrorText();
+  EXPECT_EQ(Status().inQueue, 0u);
+  EXPECT_EQ(Take(), "");
   cable->Send("0123456789");
   port.WaitReadable(kLong);
-  ASSERT_TRUE(port.GetStatus(status));
-  EXPECT_EQ(status.inQueue, 10u);
-  EXPECT_EQ(status.holds, 0u);
-  ASSERT_TRUE(port.PurgeReceive());
-  ASSERT_TRUE(port.GetStatus(status));
-  EXPECT_EQ(status.inQueue, 0u);
+  EXPECT_EQ(Status().inQueue, 10u);
+  EXPECT_EQ(Status().holds, 0u);
+  EXPECT_TRUE(port.PurgeReceive());
+  EXPECT_EQ(Status().inQueue, 0u);
 }
 
 // A pseudo-terminal drops the data bits and PARENB; it keeps all the rest.
@@ -154,16 +142,10 @@ TEST_F(SerialPortPosixTest, SettingsReachTheSystem) {
   sets(u"baud=38400 parity=M data=8 stop=1", u"Hardware", 38400, PARODD | CMSPAR | CRTSCTS, false);
   sets(u"baud=57600 parity=S data=8 stop=1", u"Combined", 57600, CMSPAR | CRTSCTS, true);
   sets(u"baud=115200 parity=N data=8 stop=1", u"Xon/Xoff", 115200, 0, true);
-}
-
-TEST_F(SerialPortPosixTest, TakesRatesThatHaveNoNameAndRefusesNone) {
-  DeviceControlBlock block;
-  block.baudRate = 7200;
-  ASSERT_TRUE(port.SetControlBlock(block)) << ErrorText();
-  EXPECT_EQ(LineRate(tty), 7200u);
-  block.baudRate = 0;
-  EXPECT_FALSE(port.SetControlBlock(block));
-  EXPECT_EQ(LineRate(tty), 7200u);
+  for (const std::uint32_t rate : {7200u, 0u}) { // one without a name, and none
+    EXPECT_EQ(port.SetControlBlock({.baudRate = rate}), rate != 0);
+    EXPECT_EQ(LineRate(tty), 7200u);
+  }
   EXPECT_FALSE(port.IsGone());
 }
 
@@ -210,14 +192,14 @@ TEST_F(SerialPortPosixTest, XoffStopsTheDriverAndStillReachesTheReader) {
   Set(u"Xon/Xoff");
   cable->Send("a\x13");
   EXPECT_EQ(ReadCount(2), "a\x13");
-  EXPECT_EQ(Holds(), kXoffHold);
+  EXPECT_EQ(Status().holds, kXoffHold);
   EXPECT_EQ(WriteSome("held"), 0u);
   // Stopped in the driver as well: another descriptor's bytes don't go out either.
   EXPECT_EQ(write(tty, "x", 1), -1);
   EXPECT_EQ(cable->Receive("nothing", kNow), "");
   cable->Send("\x11");
   EXPECT_EQ(ReadCount(1), "\x11");
-  EXPECT_EQ(Holds(), 0u);
+  EXPECT_EQ(Status().holds, 0u);
   EXPECT_EQ(WriteSome("free"), 4u);
   EXPECT_EQ(cable->Receive("free"), "free");
 }
@@ -226,7 +208,7 @@ TEST_F(SerialPortPosixTest, XoffIsAnOrdinaryByteWithoutSoftwareFlowControl) {
   Set(u"Hardware");
   cable->Send("\x13");
   EXPECT_EQ(ReadCount(1), "\x13");
-  EXPECT_EQ(Holds(), 0u);
+  EXPECT_EQ(Status().holds, 0u);
   EXPECT_EQ(WriteSome("on"), 2u);
 }
 
@@ -247,9 +229,9 @@ TEST_F(SerialPortPosixTest, AHeldLineIsUsableAgainAfterPurgeSettingAndReopening)
     Set(u"Xon/Xoff");
     cable->Send("\x13");
     ASSERT_EQ(ReadCount(1), "\x13");
-    ASSERT_EQ(Holds(), kXoffHold);
+    ASSERT_EQ(Status().holds, kXoffHold);
     way();
-    EXPECT_EQ(Holds(), 0u);
+    EXPECT_EQ(Status().holds, 0u);
     EXPECT_EQ(WriteSome("ok"), 2u);
     EXPECT_EQ(cable->Receive("ok"), "ok");
   }
@@ -421,14 +403,9 @@ TEST(SerialNamesTest, ComNamesAreLinksOrBuiltInPortsAndOthersArePaths) {
   EXPECT_EQ(SerialDevicePath(u"COM1"), u"/dev/ttyS0");
   EXPECT_EQ(SerialDevicePath(u"com12"), u"/dev/ttyS11");
   EXPECT_EQ(SerialDevicePath(u"COM255"), u"/dev/ttyS254");
-  EXPECT_EQ(SerialDevicePath(u"COM256"), u"COM256");
-  EXPECT_EQ(SerialDevicePath(u"COM0"), u"COM0");
-  EXPECT_EQ(SerialDevicePath(u"COM01"), u"COM01");
-  EXPECT_EQ(SerialDevicePath(u"COM"), u"COM");
-  EXPECT_EQ(SerialDevicePath(u"COM1x"), u"COM1x");
-  EXPECT_EQ(SerialDevicePath(u"/dev/ttyUSB0"), u"/dev/ttyUSB0");
-  EXPECT_EQ(SerialDevicePath(u"AUX"), u"AUX");
-  EXPECT_EQ(SerialDevicePath(u""), u"");
+  for (const char16_t* path :
+       {u"COM256", u"COM0", u"COM01", u"COM", u"COM1x", u"/dev/ttyUSB0", u"AUX", u""})
+    EXPECT_EQ(SerialDevicePath(path), path);
 }
 
 TEST(SerialNamesTest, LinksAreMadeReplacedListedAndRemoved) {

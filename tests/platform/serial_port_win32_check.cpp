@@ -71,9 +71,7 @@ TEST_F(SerialPortWin32Check, CarriesBytesBothWaysUnchanged) {
   std::erase_if(all, [](char c) { return c == 1 || c == 2 || c == 4; }); // the far side's commands
   EXPECT_EQ(WriteAll(all), all.size());
   EXPECT_EQ(ReadCount(all.size()), all);
-  LineStatus status;
-  ASSERT_TRUE(port.GetStatus(status)) << ErrorText();
-  EXPECT_EQ(status.inQueue, 0u);
+  EXPECT_EQ(Status().inQueue, 0u);
 }
 
 TEST_F(SerialPortWin32Check, SettingsAreReadBack) {

@@ -28,9 +28,8 @@ TEST(LinkStatusTest, FormsEachCodesText) {
   EXPECT_EQ(textOf(33), u"Configuration Error! Client: M has found 2nd DNC Client: P!");
   EXPECT_EQ(textOf(35), u"Client: M Requesting File List from Server: P");
   EXPECT_EQ(textOf(38), u"Client: M NC File Synchronisation Completed");
-  EXPECT_EQ(textOf(28), u"before");
-  EXPECT_EQ(textOf(39), u"before");
-  EXPECT_EQ(textOf(-1), u"before");
+  for (const int none : {28, 39, -1})
+    EXPECT_EQ(textOf(none), u"before");
   const std::set<int> ending = {9, 10, 14, 15, 16, 17, 18, 19, 20, 23, 24, 25, 26, 27, 28};
   for (int code = -1; code < 40; ++code)
     EXPECT_EQ(EndsJob(static_cast<LinkStatus>(code)), ending.contains(code)) << code;

@@ -102,7 +102,7 @@ TEST_F(Window, TheGuideIsFoundBesideTheProgram) {
   }
 }
 
-TEST_F(Window, FoldedServiceHidesTheMonitorAndIsRemembered) {
+TEST_F(Window, FoldedServiceHidesTheMonitor) {
   Open();
   robot.Then("the focus is on nothing that Enter would press",
              [] { return dynamic_cast<wxDataViewListCtrl*>(Focused()) != nullptr; });
@@ -118,14 +118,6 @@ TEST_F(Window, FoldedServiceHidesTheMonitorAndIsRemembered) {
   robot.Then("open", [] { return Find(15209)->IsShownOnScreen(); });
   robot.Then("a line", [=, this] { return line.Send("FH 3\r"), reads("FH 3"); });
   robot.Do("discarded", [=] { EXPECT_FALSE(reads("FH 2")); });
-  robot.Clicks(15753);
-  robot.Do("again", [this] {
-    window->Remember();
-    auto* const second = new MainWindow(*app, app->ModelName());
-    second->Recall();
-    EXPECT_FALSE(second->FindWindow(15101)->GetParent()->IsShown());
-    second->Destroy();
-  });
   robot.Run();
 }
 
@@ -587,7 +579,7 @@ TEST_F(Window, TheListOfJobsIsPaintedWholeOnceTheLinkIsBack) {
   robot.Run();
 }
 
-TEST_F(Window, StandsWhereItStoodAsLargeAsItWas) {
+TEST_F(Window, StandsWhereItStoodAsLargeAndFoldedAsItWas) {
   Open();
   const auto stands = [](MainWindow*& which) {
     return [&which] {
@@ -602,6 +594,7 @@ TEST_F(Window, StandsWhereItStoodAsLargeAsItWas) {
     second->Recall();
     second->Show();
   };
+  robot.Clicks(15753);
   robot.Do("move", [this] {
     window->Move(222, 111);
     window->SetClientSize(611, 577);
@@ -609,6 +602,7 @@ TEST_F(Window, StandsWhereItStoodAsLargeAsItWas) {
   robot.Then("moved", stands(window));
   robot.Do("again", [&] { window->Remember(), openAgain(); });
   robot.Then("there", stands(second));
+  robot.Do("folded", [&] { EXPECT_FALSE(second->FindWindow(15101)->GetParent()->IsShown()); });
   const std::string memory = folders.Path() / "Velmora/Plenova 2026/NCE.window";
   robot.Do("too large", [&] {
     WriteWholeFile(memory, "[Window]\nwidth=9000\nheight=8000\n");
