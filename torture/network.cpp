@@ -1,7 +1,9 @@
 // Splits, delays and cuts a line over the network at every byte of both directions.
+#include <algorithm>
 #include <array>
 #include <functional>
 #include <string>
+#include <utility>
 
 #include "platform/net/net_serial_port.h"
 #include "services/core/as_bytes.h"
@@ -14,20 +16,70 @@ namespace kor::torture {
 namespace {
 
 using namespace std::chrono_literals;
-using Stop = DeviceServer::Stop;
 using Clock = std::chrono::steady_clock;
 
 const std::string kRequest = "FH 0000007\r\xFF\xFF";
 
+enum class Stop { Never, Cut, Hold };
+
+// A server that sends back what it hears, and whose stream stops somewhere.
+class StoppingServer : public DeviceServer {
+ public:
+  // When so many bytes have travelled, in both directions together.
+  void StopAt(std::size_t bytes, Stop how) {
+    stopAt = bytes;
+    stop = how;
+  }
+  void Resume() {
+    stop = Stop::Never;
+    Say(std::exchange(held, {}));
+  }
+  void Return() {
+    stop = Stop::Never;
+    held.clear();
+    unheard.clear();
+    Listen();
+  }
+  bool IsStopped() const { return stop == Stop::Hold && !(held.empty() && unheard.empty()); }
+  std::size_t Travelled() const { return travelled; }
+
+  void OnData(std::span<const std::uint8_t> bytes) override {
+    std::string out;
+    AppendEscaped(out, bytes);
+    Say(out);
+  }
+  void Hear(const std::string& bytes) override {
+    unheard += bytes;
+    DeviceServer::Hear(TakeOf(unheard));
+    if (!unheard.empty() && stop == Stop::Cut) Hang();
+  }
+  void Say(std::string_view bytes) override {
+    held += bytes;
+    DeviceServer::Say(TakeOf(held));
+    if (!held.empty() && stop == Stop::Cut) Hang();
+  }
+
+ private:
+  // Returns what may travel before the stop.
+  std::string TakeOf(std::string& waiting) {
+    const std::size_t room = stopAt - std::min(stopAt, travelled);
+    const std::string taken = waiting.substr(0, stop == Stop::Never ? waiting.npos : room);
+    waiting.erase(0, taken.size());
+    travelled += taken.size();
+    return taken;
+  }
+
+  Stop stop = Stop::Never;
+  std::size_t stopAt = 0, travelled = 0;
+  std::string held, unheard; // beyond the stop
+};
+
 // Session: one port and its server, from the first byte of the greeting on.
 class Session {
  public:
-  Session() { server.echoes = true; }
-
   // Opens the line, sets it up, sends and reads. True when the same bytes came back.
   bool Run() {
     port.Close();
-    server.data.clear();
     heard.clear();
     left = kRequest;
     const KorText address = KorText::Format(u"rfc2217://127.0.0.1:%u", DeviceServer::kPort);
@@ -35,7 +87,7 @@ class Session {
                          Finish([this] { return port.SetControlBlock({}); });
     return isReady && Turn([this] { return Exchange(); }) && heard == kRequest;
   }
-  DeviceServer server;
+  StoppingServer server;
 
  private:
   bool Turn(const std::function<bool()>& isDone) {
@@ -90,8 +142,7 @@ void RunSession(unsigned, std::size_t position, std::size_t way) {
   const bool isWhole = session.Run();
   if (way == 0) return Require(isWhole, "a split stream is another one");
   Require(!isWhole, "what was cut is whole");
-  session.server.StopAt(0, Stop::Never);
-  session.server.Listen();
+  session.server.Return();
   Require(session.Run(), "the server is back, the line is not");
 }
 
