@@ -81,9 +81,7 @@ TEST_F(PathsTest, RelativeToAbsolute) {
   EXPECT_EQ(RelToAbsPath(u"D:\\x", u"C:/Jobs"), u"D:/x");
   EXPECT_EQ(RelToAbsPath(u"x", u"C:/Jobs"), u"x");
   EXPECT_EQ(RelToAbsPath(u"", u"C:/Jobs"), u"");
-}
-
-TEST_F(PathsTest, ProgramFolderIsTheBaseOfBoth) {
+  // the base of both, where none is given
   app.SetApplicationPropertyPath(kProgramFolder, u"C:\\Program\\");
   EXPECT_EQ(AbsToRelPath(u"C:/Program/x"), u"./x");
   EXPECT_EQ(RelToAbsPath(u"./x"), u"C:/Program/x");

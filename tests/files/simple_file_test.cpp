@@ -212,28 +212,21 @@ TEST_F(SimpleFileTest, SeekBeforeTheStartWarnsAndStays) {
 
 // --- Memory ---
 
-TEST_F(SimpleFileTest, GapInMemoryIsZero) {
-  SimpleFile file;
-  ASSERT_TRUE(file.OpenMemory(kFileWrite, VoidBuffer(AsBytes("abcdefgh"))));
-  file.Seek(100);
-  file.WriteText(u"x");
-  Bytes expected = BytesOf("abcdefgh");
-  expected.resize(100);
-  expected.push_back('x');
-  EXPECT_EQ(Bytes(file.MemoryBytes().begin(), file.MemoryBytes().end()), expected);
-}
-
-TEST_F(SimpleFileTest, CallersBufferIsResizedWithAWarning) {
-  VoidBuffer buffer(AsBytes("abc"));
+TEST_F(SimpleFileTest, CallersBufferIsResizedWithAWarningAndAGapIsZero) {
+  VoidBuffer buffer(AsBytes("abcdefghijkl"));
+  buffer.Resize(3); // what was behind is still in its memory
   SimpleFile file;
   ASSERT_TRUE(file.AttachMemory(kFileRead | kFileWrite, buffer));
   file.WriteText(u"xyz");
   EXPECT_TRUE(app.Warnings().empty());
-  file.WriteText(u"123");
+  file.Seek(9);
+  file.WriteText(u"1");
   EXPECT_EQ(app.Warnings().at(0),
             (TestApp::Warning{u"SimpleFile", u"RamFile is not mine to resize"}));
   file.Close();
-  EXPECT_EQ(TextOf(buffer.Bytes()), u"xyz123");
+  EXPECT_EQ(TextOf(buffer.Bytes()), KorText(std::u16string_view(u"xyz\0\0\0\0\0\0"
+                                                                u"1",
+                                                                10)));
 }
 
 TEST_F(SimpleFileTest, BadMemoryReadsWarn) {
