@@ -674,6 +674,12 @@ TEST_F(NceAppTest, AFileSentByHandGoesOutInFramesAndItsFolderIsKept) {
   EXPECT_TRUE(std::filesystem::path(folder.ToUtf8()).is_absolute()) << folder.ToUtf8();
   EXPECT_EQ(link.app.Content(folder + u"2"), u"A\n");
   EXPECT_EQ(link.link->Settings().fileExtension, u"NC");
+  EXPECT_TRUE(link.form.endDialogs[EndDialog::Download]);
+  link.PutProgram(u"sub.d/8.NC", u"A\n");
+  link.PutProgram(u"sub.d/9.NC", u"B\n");
+  EXPECT_EQ(link.BeginDownload("8"), MakeFrame("A!")); // takes its place, and autoload counts again
+  EXPECT_EQ(link.Ask(">"), MakeFrame("B!") + "]\r");
+  EXPECT_FALSE(link.form.endDialogs[EndDialog::Download]);
 }
 
 } // namespace

@@ -175,21 +175,12 @@ TEST_F(ConfigurationsTest, ListsFoldersThatHoldTheFileOnce) {
   EXPECT_TRUE(!caches[0].isDefault && caches[0].version == 0) << "nothing says so";
 }
 
-TEST_F(ConfigurationsTest, TheDefaultIsTheMarkedOneThenTheNewest) {
-  EXPECT_FALSE(ChooseDefault({}));
-  using List = std::vector<std::pair<bool, std::uint32_t>>; // default, version
-  const std::pair<List, std::size_t> kCases[] = {{{{false, 1}, {false, 3}, {false, 2}}, 1},
-                                                 {{{false, 9}, {true, 1}}, 1},
-                                                 {{{true, 1}, {true, 2}, {false, 9}}, 1},
-                                                 {{{false, 2}, {false, 2}}, 0}};
-  for (const auto& [cases, chosen] : kCases) {
-    std::vector<Configuration> list(cases.size());
-    for (std::size_t i = 0; i < list.size(); ++i) {
-      list[i].name = KorText::Format(u"%i", i);
-      std::tie(list[i].isDefault, list[i].version) = cases[i];
-    }
-    EXPECT_EQ(ChooseDefault(list)->name, KorText::Format(u"%i", chosen));
-  }
+TEST_F(ConfigurationsTest, OfEqualsTheFirstIsTheDefault) {
+  std::vector<Configuration> list(3);
+  list[0].version = 9;
+  list[1].isDefault = list[2].isDefault = true;
+  list[1].name = u"first of the marked";
+  EXPECT_EQ(ChooseDefault(list)->name, u"first of the marked");
 }
 
 TEST_F(ConfigurationsTest, SettleTheStartInFolder) {

@@ -248,18 +248,5 @@ TEST_F(EngineTest, ADelayThatEndsLeavesANewerOneAlone) {
   EXPECT_EQ(link.After(2), "&LP 000000002\r");
 }
 
-TEST_F(EngineTest, ARequestTakesThePlaceOfAJobBegunByHand) {
-  link.PutProgram(u"1.MPG", u"A\n");
-  link.PutProgram(u"2.MPG", u"B\n");
-  link.Start();
-  link.link->SetFeatures({1, 0, 0, 0});
-  link.Do(&NCEApp::SendFile, link.Folder() + u"1.MPG");
-  EXPECT_TRUE(link.form.endDialogs[EndDialog::Download]);
-  link.Ask("FH 1");
-  EXPECT_FALSE(link.form.endDialogs[EndDialog::Download]);
-  link.Ask(">");
-  EXPECT_EQ(link.Ask(">"), "02A!60\r"); // no end mark: autoload goes on to the next file
-}
-
 } // namespace
 } // namespace kor
