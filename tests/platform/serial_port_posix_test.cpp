@@ -202,10 +202,7 @@ TEST_F(SerialPortPosixTest, XoffStopsTheDriverAndStillReachesTheReader) {
   EXPECT_EQ(Status().holds, 0u);
   EXPECT_EQ(WriteSome("free"), 4u);
   EXPECT_EQ(cable->Receive("free"), "free");
-}
-
-TEST_F(SerialPortPosixTest, XoffIsAnOrdinaryByteWithoutSoftwareFlowControl) {
-  Set(u"Hardware");
+  Set(u"Hardware"); // then it is an ordinary byte
   cable->Send("\x13");
   EXPECT_EQ(ReadCount(1), "\x13");
   EXPECT_EQ(Status().holds, 0u);
