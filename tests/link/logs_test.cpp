@@ -98,6 +98,8 @@ TEST_F(EngineTest, TracesTheLineWithItsEcho) {
   const KorText whole = *link.app.Content(tracePath);
   EXPECT_TRUE(whole.Contains(u"\r\n00:01:05.250000 (+65.250000) RX A"));
   EXPECT_TRUE(whole.EndsWith(u" End of Logging\r\n"));
+  EXPECT_EQ(TraceStamp(3725.5, -0.125), u"01:02:05.500000 (-0.125000)");
+  EXPECT_EQ(TraceStamp(7200, 0), u"02:00:00.000000 (+0.000000)");
 }
 
 TEST_F(EngineTest, ATraceEndsWithTheNextOneAndWhenItCannotBeWritten) {
@@ -126,8 +128,10 @@ TEST_F(EngineTest, ATraceEndsWithTheNextOneAndWhenItCannotBeWritten) {
   EXPECT_TRUE(link.app.Content(tracePath)->EndsWith(u") Application Terminated\r\n"));
 }
 
-// Its disk takes nothing for minutes: what came first is kept, without a gap.
+// It drops a repeated reply. Its disk takes nothing for minutes then: what came first is kept,
+// without a gap.
 TEST_F(EngineTest, ATraceThatFindsNoRoomToWaitEndsThereAndJobLinesAreStillKept) {
+  using Repeated = CommsLog::Repeated;
   SideThread writer(CommsLog::kMostWaiting);
   int told = 0;
   const KorText newerPath = link.app.Path(u"newer.log");
@@ -138,34 +142,22 @@ TEST_F(EngineTest, ATraceThatFindsNoRoomToWaitEndsThereAndJobLinesAreStillKept) 
   log.StartTrace(tracePath, LinkSettings(), CommsLog::Replace::OnlyLogs);
   writer.RunHere();
   header = link.app.Content(tracePath)->Length();
+  for (const auto how : {Repeated::Dropped, Repeated::Dropped, Repeated::Traced, Repeated::Traced})
+    log.Trace(u"same", how);
+  writer.RunHere();
+  EXPECT_EQ(Traced(), (Texts{u"same", u"same", u"same"}));
   int lines = 0;
   for (; told == 0 && lines < 1000000; ++lines)
-    log.Trace(KorText::Format(u"%i", lines), CommsLog::Repeated::Dropped);
+    log.Trace(KorText::Format(u"%i", lines), Repeated::Dropped);
   log.LogJob({DownloadCompleted, u"job", {}, {}});
   writer.RunHere();
-  log.Trace(u"on", CommsLog::Repeated::Dropped); // into the one that was started since
+  log.Trace(u"on", Repeated::Dropped); // into the one that was started since
   writer.RunHere();
   EXPECT_EQ(told, 1);
   EXPECT_TRUE(link.app.Content(newerPath)->EndsWith(u") on\r\n"));
-  EXPECT_EQ(Traced().size(), static_cast<std::size_t>(lines) - 1);
+  EXPECT_EQ(Traced().size(), static_cast<std::size_t>(lines) + 2);
   EXPECT_EQ(Traced().back(), KorText::Format(u"%i", lines - 2));
   EXPECT_TRUE(link.app.Content(jobs)->EndsWith(u" job\r\n"));
-}
-
-TEST_F(EngineTest, ARepeatedReplyIsTracedOnceAndRepeatedReceptionEachTime) {
-  SideThread writer(CommsLog::kMostWaiting);
-  CommsLog log(writer, [] {});
-  log.StartTrace(tracePath, LinkSettings(), CommsLog::Replace::OnlyLogs);
-  writer.RunHere();
-  header = link.app.Content(tracePath)->Length();
-  using Repeated = CommsLog::Repeated;
-  for (const Repeated repeated :
-       {Repeated::Dropped, Repeated::Dropped, Repeated::Traced, Repeated::Traced})
-    log.Trace(u"same", repeated);
-  writer.RunHere();
-  EXPECT_EQ(Traced(), (Texts{u"same", u"same", u"same"}));
-  EXPECT_EQ(TraceStamp(3725.5, -0.125), u"01:02:05.500000 (-0.125000)");
-  EXPECT_EQ(TraceStamp(7200, 0), u"02:00:00.000000 (+0.000000)");
 }
 
 TEST_F(EngineTest, WritesOneJobLinePerJob) {
