@@ -213,24 +213,22 @@ TEST_F(EngineTest, ARequestThatIsFasterThanAJobByHandGoesOnWhole) {
 }
 
 TEST_F(EngineTest, NothingIsStartedByHandWhileTheDeviceIsAway) {
+  link.PutProgram(u"1.MPG", u"A\n");
+  link.Start();
+  link.port.SetPresent(false);
   for (const auto& [what, wish] : kJobs) {
-    NceLink fresh;
-    fresh.PutProgram(u"1.MPG", u"A\n");
-    fresh.Start();
-    fresh.port.SetPresent(false);
-    fresh.Run();
-    fresh.form.messages.clear();
-    wish(fresh);
-    fresh.Run();
-    fresh.port.SetPresent(true);
-    fresh.app.Advance(1);
-    fresh.Run();
-    EXPECT_EQ(fresh.Code(), Waiting) << what;
-    EXPECT_EQ(fresh.form.messages.size(), 1u) << what;
-    EXPECT_EQ(fresh.form.buttons, JobButtons::Enabled) << what;
-    EXPECT_FALSE(fresh.form.endDialogs[EndDialog::Upload]) << what;
-    EXPECT_EQ(fresh.app.Names(fresh.Folder()), Texts{u"1.MPG"}) << what;
+    link.Run();
+    link.form.messages.clear();
+    wish(link);
+    link.Run();
+    EXPECT_EQ(link.form.messages.size(), 1u) << what;
+    EXPECT_EQ(link.form.buttons, JobButtons::Enabled) << what;
+    EXPECT_FALSE(link.form.endDialogs[EndDialog::Upload]) << what;
+    EXPECT_EQ(link.app.Names(link.Folder()), Texts{u"1.MPG"}) << what;
   }
+  link.port.SetPresent(true);
+  link.After(1);
+  EXPECT_EQ(link.Code(), Waiting);
 }
 
 TEST_F(EngineTest, ADelayThatEndsLeavesANewerOneAlone) {
