@@ -150,6 +150,7 @@ TEST_F(NceAppTest, RefusesWhatIsNoWholeProgram) {
                                                {damaged, u"H0000000.C01"},
                                                {header, u"H0000000.C01"},
                                                {whole.Left(whole.Length() - 1), u"H0000000.C01"},
+                                               {whole.Left(12), u"H0000000.C01"},
                                                {bomb, u"H0000000.C01\" is too large"}};
   for (const auto& [content, message] : cases) {
     link.app.Put(path, content);

@@ -96,20 +96,24 @@ TEST_F(DiskFileTest, AnOlderRecordLeavesNewFieldsAloneAndANewerOneIsSkippedToIts
   EXPECT_EQ(std::tie(a, b), std::make_tuple(1U, 9U));
 }
 
-TEST_F(DiskFileTest, ATextLongerThanABlockIsPassedOver) {
+TEST_F(DiskFileTest, MoreBytesThanABlockGoPastItAndALongTextIsPassedOver) {
   KorText text(40000, u'x');
+  Bytes many = MakeBytes(0x280001, 200), read(many.size());
   std::uint32_t one = 1, two = 2, a = 0, b = 0;
   const Bytes bytes = WriteRecords(kNarrow, [&](DiskFile& file) {
     file.BeginRecord(5);
-    EXPECT_TRUE(file.Transfer(one) && file.Transfer(text) && file.Transfer(two));
+    EXPECT_TRUE(file.Transfer(one) && file.Transfer(many.data(), many.size()));
+    EXPECT_TRUE(file.Transfer(text) && file.Transfer(two));
     file.EndRecord();
   });
   ExpectReads(bytes, [&](DiskFile& file) {
     ASSERT_TRUE(file.BeginRecord(5));
-    EXPECT_TRUE(file.Transfer(a) && file.SkipText() && file.Transfer(b));
+    EXPECT_TRUE(file.Transfer(a) && file.Transfer(read.data(), read.size()));
+    EXPECT_TRUE(file.SkipText() && file.Transfer(b));
     file.EndRecord();
   });
   EXPECT_EQ(std::tie(a, b), std::make_tuple(1U, 2U));
+  EXPECT_TRUE(read == many);
 }
 
 TEST_F(DiskFileTest, NothingIsMovedWhereThereIsNoRecordAndAMissingOneReadsAsEmpty) {
