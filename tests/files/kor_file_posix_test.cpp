@@ -66,9 +66,7 @@ TEST_F(SafeWritePosixTest, AReplacedFileKeepsItsRights) {
   for (const mode_t mode : {0600u, 0664u, 0640u, 0755u})
     for (const auto& way : ways) {
       app.Put(path, u"older");
-      if (&way == &ways[3]) {
-        ASSERT_EQ(CompressFile(path, path), FileResult::Success);
-      }
+      ASSERT_TRUE(&way != &ways[3] || CompressFile(path, path) == FileResult::Success);
       ASSERT_EQ(::chown(name.c_str(), root ? 1234 : ::geteuid(), group), 0);
       ASSERT_EQ(::chmod(name.c_str(), mode), 0);
       // A file system without such lists has nothing to lose.
@@ -83,9 +81,7 @@ TEST_F(SafeWritePosixTest, AWriteProtectedFileStays) {
   for (const bool packed : {false, true}) {
     app.RemoveFile(path);
     app.Put(path, u"older");
-    if (packed) {
-      ASSERT_EQ(CompressFile(path, path), FileResult::Success);
-    }
+    ASSERT_TRUE(!packed || CompressFile(path, path) == FileResult::Success);
     ASSERT_EQ(::chmod(path.ToUtf8().c_str(), 0444), 0);
     const auto content = app.Content(path);
     EXPECT_FALSE(Write(path));
