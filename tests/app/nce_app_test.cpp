@@ -90,7 +90,7 @@ TEST_F(NceAppTest, ADownloadIsCountedFromItsStartToTheFilesSize) {
 TEST_F(NceAppTest, FeaturesChangedInADownloadTakeEffectWithTheNextOne) {
   for (const char16_t* name : {u"1", u"2", u"3", u"37304", u"37305", u"37306"})
     link.PutProgram(KorText(name) + u".MPG", KorText(name) + u"\n");
-  // Of the features: autoload, strip PC, strip NCE, hybrid.
+  // Features before and after the change: autoload, strip PC, strip NCE, hybrid.
   const std::tuple<SpecialFeatures, SpecialFeatures, const char*, std::size_t> cases[] = {
       {{}, {1, 0, 1, 0}, "FH 1", 1},
       {{1, 0, 0, 1}, {1, 0, 0, 0}, "FH 3730405", 2},
@@ -276,7 +276,7 @@ TEST_F(NceAppTest, AnAcknowledgementForgivesEarlierRefusals) {
 }
 
 TEST_F(NceAppTest, NumbersProgramsByTheOptions) {
-  // The features: autoload, strip PC, strip NCE, hybrid.
+  // Features: autoload, strip PC, strip NCE, hybrid.
   const std::tuple<SpecialFeatures, std::string, KorText, std::string, KorText> cases[] = {
       {{0, 1, 0, 0}, "FH 0000000", u".MPG", "&LP 000000000\r", u""},
       {{}, "FH    42  ", u"42.MPG", "&LP 000000042\r", u""},
@@ -504,7 +504,7 @@ TEST_F(NceAppTest, TheRestOfAnUploadThatEndedHereIsNoRequest) {
   link.Start();
   link.BeginUpload("1");
   link.Do(&NCEApp::CancelExchange);
-  link.Do(&NCEApp::SendFile, link.Folder() + u"1.MPG"); // it breaks off what is sent by hand
+  link.Do(&NCEApp::SendFile, link.Folder() + u"1.MPG"); // the rest breaks it off
   EXPECT_EQ(link.Ask("0C(DEPTH 5)!00"), "<\r");
   EXPECT_EQ(link.Code(), DownloadErrors);
   for (const auto& [what, fail] : kUploadEnds) {

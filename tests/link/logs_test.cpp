@@ -128,8 +128,8 @@ TEST_F(EngineTest, ATraceEndsWithTheNextOneAndWhenItCannotBeWritten) {
   EXPECT_TRUE(link.app.Content(tracePath)->EndsWith(u") Application Terminated\r\n"));
 }
 
-// It drops a repeated reply. Its disk takes nothing for minutes then: what came first is kept,
-// without a gap.
+// A repeated reply is traced once. Then the disk takes nothing for minutes: what came first is
+// kept, without a gap.
 TEST_F(EngineTest, ATraceThatFindsNoRoomToWaitEndsThereAndJobLinesAreStillKept) {
   using Repeated = CommsLog::Repeated;
   SideThread writer(CommsLog::kMostWaiting);

@@ -22,7 +22,7 @@ TEST_F(EngineTest, OpensThePortStepByStep) {
 
 TEST_F(EngineTest, ReportsFailingStepsAndGoesOnWhereItCan) {
   const std::tuple<const char*, const char16_t*, bool> cases[] = {
-      // whether the title shows the port
+      // The last column says whether the title shows the port.
       {"Open", u"Open Comm", false},
       {"SetQueueSizes", u"Set Comm Buffer Sizes", true},
       {"GetControlBlock", u"Get Comm State", true},

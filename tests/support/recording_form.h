@@ -62,8 +62,9 @@ class RecordingForm : public FormDialog {
     return codes;
   }
 
-  std::optional<KorText> chosen;              // what the user chooses in every chooser
-  std::function<bool(FormDescription&)> edit; // what he does with every form; none: he cancels it
+  std::optional<KorText> chosen; // what the user chooses in every chooser
+  // What the user does with every form; by default, cancels it.
+  std::function<bool(FormDescription&)> edit;
   std::vector<StatusView> statuses;
   StatusView last;
   std::vector<EndedJob> jobs, earlier;
