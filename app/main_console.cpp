@@ -10,7 +10,6 @@
 #include "platform/platform.h"
 #include "platform/program_start.h"
 #include "platform/serial_devices.h"
-#include "platform/serial_port.h"
 #include "services/core/app_interface.h"
 #include "services/core/version.h"
 #include "ui/console/banner.h"

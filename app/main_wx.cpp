@@ -20,7 +20,6 @@
 #include "platform/platform.h"
 #include "platform/program_start.h"
 #include "platform/serial_devices.h"
-#include "platform/serial_port.h"
 #include "services/core/app_interface.h"
 #include "services/core/text_lookup.h"
 #include "ui/wx/display_loss.h"

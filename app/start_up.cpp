@@ -4,7 +4,6 @@
 #include "app/nce_app.h"
 #include "app/program_paths.h"
 #include "files/class_registry.h"
-#include "services/core/text_lookup.h"
 #include "services/dictionary/dictionary.h"
 #include "services/ini/debug_file.h"
 

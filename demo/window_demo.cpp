@@ -1,7 +1,6 @@
 #include "demo/window_demo.h"
 
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <stdexcept>

@@ -1,6 +1,5 @@
 #include "demo/window_scenes.h"
 
-#include <algorithm>
 #include <array>
 #include <iterator>
 #include <random>

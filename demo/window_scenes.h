@@ -11,7 +11,6 @@
 
 #include <wx/evtloop.h>
 
-#include "app/nce_app.h"
 #include "tests/support/test_app.h"
 #include "ui/wx/wx_front_end.h"
 

@@ -1,6 +1,5 @@
 #include "link/download_app.h"
 
-#include <algorithm>
 #include <chrono>
 #include <utility>
 

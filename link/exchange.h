@@ -7,10 +7,8 @@
 #pragma once
 
 #include <atomic>
-#include <chrono>
 #include <cstdint>
 #include <functional>
-#include <optional>
 
 #include "link/exchange_host.h"
 #include "link/link_settings.h"

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "torture/host.h"
+#include "torture/sweep.h"
 
 namespace kor::torture {
 

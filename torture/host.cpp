@@ -1,6 +1,5 @@
 #include "torture/host.h"
-
-#include <algorithm>
+#include "torture/sweep.h"
 
 #include "files/compressed_file.h"
 #include "files/kor_file.h"

@@ -6,7 +6,6 @@
 
 #include "tests/support/nce_link.h"
 #include "torture/script.h"
-#include "torture/sweep.h"
 
 namespace kor::torture {
 

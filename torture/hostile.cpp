@@ -11,6 +11,7 @@
 #include <filesystem>
 
 #include "torture/host.h"
+#include "torture/sweep.h"
 
 namespace kor::torture {
 

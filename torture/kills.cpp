@@ -1,7 +1,6 @@
 // Kills real programs at random moments of their work, and checks what is then on the disk and
 // whether the next start works.
 #include <signal.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <cstdio>

@@ -4,6 +4,7 @@
 
 #include "tests/support/stored_operations.h"
 #include "torture/host.h"
+#include "torture/sweep.h"
 
 namespace kor::torture {
 

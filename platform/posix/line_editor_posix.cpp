@@ -6,7 +6,7 @@
 
 #include <fcntl.h>
 #include <histedit.h>
-#include <locale.h>
+#include <locale.h> // IWYU pragma: keep
 #include <stdlib.h>
 #include <sys/ioctl.h>
 #include <unistd.h>

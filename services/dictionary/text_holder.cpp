@@ -1,7 +1,6 @@
 #include "services/dictionary/text_holder.h"
 
 #include <algorithm>
-#include <array>
 #include <iterator>
 #include <utility>
 

@@ -2,7 +2,6 @@
 // of COM1: from an empty Windows on, in folders and under a user name that code pages don't have.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <memory>

@@ -11,7 +11,6 @@
 #include <filesystem>
 #include <map>
 #include <optional>
-#include <thread>
 
 #include "platform/posix/registry_file.h"
 #include "tests/support/test_app.h"

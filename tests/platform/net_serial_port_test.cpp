@@ -1,5 +1,4 @@
 // The network port, on real sockets, against a server that says what no other can be made to say.
-#include <algorithm>
 #include <functional>
 
 #include "platform/net/net_serial_port.h"

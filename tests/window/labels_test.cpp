@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <wx/app.h>
-#include <wx/button.h>
 #include <wx/checkbox.h>
 #include <wx/choice.h>
 #include <wx/combobox.h>

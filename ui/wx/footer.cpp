@@ -2,7 +2,6 @@
 
 #include <wx/sizer.h>
 
-#include "services/core/text_lookup.h"
 #include "services/core/version.h"
 #include "ui/state_words.h"
 #include "ui/wx/accessible.h"

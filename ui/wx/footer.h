@@ -3,8 +3,6 @@
 // access is red; the footer itself accesses nothing. Window's thread.
 #pragma once
 
-#include <functional>
-
 #include <wx/button.h>
 #include <wx/panel.h>
 #include <wx/stattext.h>

@@ -18,7 +18,6 @@
 #include "ui/wx/native_look.h"
 #include "ui/wx/press_button.h"
 #include "ui/wx/screen_room.h"
-#include "ui/wx/side_windows.h"
 #include "ui/wx/signs.h"
 #include "ui/wx/wx_text.h"
 

@@ -4,7 +4,6 @@
 #include <string>
 
 #include <wx/display.h>
-#include <wx/log.h>
 #include <wx/sstream.h>
 
 #include "files/kor_file.h"
