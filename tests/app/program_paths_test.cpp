@@ -52,8 +52,10 @@ TEST_F(ProgramPathsTest, CompletesNormalisesResolvesAndHandsOnFolders) {
 }
 
 TEST_F(ProgramPathsTest, NeverClimbsAboveARoot) {
-  for (const auto& [base, resolved] :
-       {std::pair(u"/a/b/", u"/x/"), {u"C:/a/", u"C:/x/"}, {u"//server/a/", u"//server/x/"}})
+  for (const auto& [base, resolved] : {std::pair(u"/a/b/", u"/x/"),
+                                       {u"C:/a/", u"C:/x/"},
+                                       {u"//server/a/", u"//server/x/"},
+                                       {u"a/", u"x/"}})
     EXPECT_EQ(ResolvedFolder(u"../../../x", base), resolved);
 }
 
