@@ -142,7 +142,7 @@ void WindowScenes::Step(const std::function<std::uint32_t(std::uint32_t)>& pick)
     return least +
            20 * static_cast<int>(pick(pick(2) == 0 ? 4 : static_cast<std::uint32_t>(steps)));
   };
-  switch (pick(6)) {
+  switch (pick(7)) {
   case 0:
   case 1:
     window->Maximize(false);
@@ -156,6 +156,9 @@ void WindowScenes::Step(const std::function<std::uint32_t(std::uint32_t)>& pick)
     break;
   case 4:
     AddJob(LinkStatus::DownloadErrors, 1);
+    break;
+  case 5:
+    window->ShowByHand(EndDialog::Upload, pick(2) == 0);
     break;
   default:
     ShowState(kStates[pick(std::size(kStates))], 4'000, kSize);
@@ -279,6 +282,10 @@ void WindowScenes::PlayStates() {
   for (int second = 0; second < 3; ++second, system.Advance(1))
     ShowState(Uploading, 960 * second, 0);
   LookAt(*window, "receiving");
+  window->ShowByHand(EndDialog::Upload, true);
+  ShowState(Uploading, 960 * 3, 0);
+  LookAt(*window, "receiving-by-hand");
+  window->ShowByHand(EndDialog::Upload, false);
   ShowState(DownloadCantOpen);
   LookAt(*window, "failed");
   ShowState(NoLink);
