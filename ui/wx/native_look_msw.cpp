@@ -55,6 +55,7 @@ wxSize FrameOfBook(wxNotebook* book) {
 }
 
 void BlendIn(wxTextCtrl* text) {
+  text->SetMargins(0);
   text->SetBackgroundColour(text->GetParent()->GetBackgroundColour());
 }
 
