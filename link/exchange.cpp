@@ -124,6 +124,7 @@ bool Exchange::StopDelay() {
 void Exchange::DelayDownload() {
   StopDelay();
   FinishTransfer(); // the request takes the place of what ran
+  status.Board().SetBar(0, 0);
   if (settings.sendSot != 0)
     channel.SendCharacter(settings.sotCharacter, SerialChannel::Echo::NewLine);
   if (settings.transmitDelay < 1) {
@@ -133,7 +134,6 @@ void Exchange::DelayDownload() {
   App().DebugOutput(
       KorText::Format(u"Download delayed for %i second(s).\n", settings.transmitDelay));
   status.Board().SetBytesDone(0);
-  status.Board().SetBar(0, 0);
   status.Enter(LinkStatus::DownloadWaiting);
   Delay(settings.transmitDelay, [this] { DownloadNow(); });
 }

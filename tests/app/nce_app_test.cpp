@@ -78,6 +78,9 @@ TEST_F(NceAppTest, ADownloadIsCountedFromItsStartToTheFilesSize) {
   EXPECT_EQ(link.link->CurrentStatus().bytesDone, 0) << "of the one before";
   link.Do(&NCEApp::CancelExchange);
   Fetch("FH 1");
+  link.Ask("FH 404");
+  EXPECT_EQ(link.link->CurrentStatus().barPosition, 0) << "of the one before";
+  Fetch("FH 1");
   link.app.SetBeingWritten(u"1.MPG");
   link.Ask("FH 1");
   EXPECT_EQ(link.link->CurrentStatus().bytesDone, 0) << "of the one before";
