@@ -26,6 +26,7 @@ constexpr int kWordPoints = 30; // 40 pixels at 96 dots an inch
 constexpr int kLeastPoints = 9;
 constexpr double kSmaller = 0.9; // from one size of letters to the next that is tried
 constexpr float kStatusLetters = 0.95F, kAdviceLetters = 1.15F;
+constexpr double kAdviceGrowth = 0.6; // as a share of the word's
 constexpr int kGaugeRange = 1000;
 constexpr std::size_t kStatusWidth = 70; // characters
 constexpr std::size_t kMeasuredSamples = 3;
@@ -153,12 +154,18 @@ void StateBand::ApplyLook() {
   for (wxWindow* const text : {wxStaticCast(label, wxWindow), wxStaticCast(statusLine, wxWindow)})
     text->SetFont(GetFont().Scaled(kStatusLetters));
   statusLine->SetMinSize({1, statusLine->GetBestSize().y});
-  figures->SetFont(WithEqualDigits(GetFont().Bold(), *this));
-  const wxString words = ToWx(LookUpText(kTexts.timeLeft) + LookUpText(kTexts.held));
-  figures->SetMinSize({1, std::max(figures->GetCharHeight(), figures->GetTextExtent(words).y)});
   for (wxButton* const button : buttons)
     button->SetFont(GetFont().Bold());
-  advice->SetFont(GetFont().Scaled(kAdviceLetters));
+  ApplyScale();
+}
+
+// Advice and figures grow less than the word, so that the jobs keep room below them.
+void StateBand::ApplyScale() {
+  const auto grown = static_cast<float>(1 + (scale - 1) * kAdviceGrowth);
+  figures->SetFont(WithEqualDigits(GetFont().Bold().Scaled(grown), *this));
+  const wxString words = ToWx(LookUpText(kTexts.timeLeft) + LookUpText(kTexts.held));
+  figures->SetMinSize({1, std::max(figures->GetCharHeight(), figures->GetTextExtent(words).y)});
+  advice->SetFont(GetFont().Scaled(kAdviceLetters * grown));
   adviceRoom = -1;
   ApplyColours();
 }
@@ -211,7 +218,7 @@ void StateBand::FitTo(const wxSize& window) {
     scale = std::clamp(
         std::min(ToDIP(window).x / double(kUsualWidth), ToDIP(window).y / double(kUsualHeight)),
         1.0, kMostScale);
-  if (scale != before) ApplyColours();
+  if (scale != before) ApplyScale();
   wxFont large = GetFont();
   large.SetFractionalPointSize(kWordPoints * scale);
   FitWord(word, large.Bold());

@@ -41,6 +41,7 @@ class StateBand : public wxPanel {
   void ShowStatusLine();
   void ShowProgress();
   void FitWord(wxStaticText* text, const wxFont& font) const;
+  void ApplyScale();
   void ApplyColours();
   void FitAdvice();
   wxString AdviceLines(const KorText& text) const;
