@@ -524,6 +524,24 @@ TEST_F(Window, NothingIsOutOfReachHoweverSmallItIs) {
   robot.Run();
 }
 
+TEST_F(Window, WordAndAdviceGrowWithTheWindow) {
+  Open();
+  const auto letters = [] {
+    std::vector<double> points; // of the word, the number and the advice first
+    for (const wxWindow* const child : Find(15201)->GetParent()->GetChildren())
+      if (dynamic_cast<const wxStaticText*>(child))
+        points.push_back(child->GetFont().GetFractionalPointSize());
+    return points;
+  };
+  std::vector<double> usual;
+  robot.Do("twice as large", [&] { usual = letters(), window->SetClientSize(1200, 900); });
+  robot.Then("grown", [&] {
+    const std::vector<double> now = letters();
+    return now[0] > 1.9 * usual[0] && now[1] > 1.9 * usual[1] && now[2] > 1.5 * usual[2];
+  });
+  robot.Run();
+}
+
 TEST_F(Window, ANewJobLeavesAListThatWasScrolledBackWhereItIs) {
   Open();
   auto* const list = FindA<wxDataViewListCtrl>(window);
@@ -550,32 +568,42 @@ TEST_F(Window, ANewJobLeavesAListThatWasScrolledBackWhereItIs) {
 }
 
 TEST_F(Window, TheListOfJobsIsPaintedWholeOnceTheLinkIsBack) {
+  // Folded away, Service leaves the list its room.
+  WriteWholeFile(folders.Path() / "Velmora/Plenova 2026/NCE.window", "");
+  std::filesystem::rename(folders / "line", folders / "unplugged");
   Open();
   auto* const list = FindA<wxDataViewListCtrl>(window);
-  window->SetLinkAdvice([] { return KorText(u"Words\nWords\nWords\nWords\nWords\nWords"); });
-  robot.Clicks(15753); // folded away, Service leaves the list its room
-  int usual = 0;
-  const auto choose = [this](const char16_t* name) {
-    FormDescription form = app->SettingsForm();
-    form.Find(u"port")->value = name;
-    EXPECT_EQ(app->AcceptSettings(form), u"");
-  };
-  Shows(u"Waiting...");
-  robot.Do("no link", [&] { usual = list->GetSize().y, choose(u"COM7"); });
-  robot.Then("gives way to the advice, and is not in front", [&] {
-    return list->GetSize().y < usual && Titled("Open Comm") && Titled("Open Comm")->IsActive();
+  window->SetLinkAdvice([] { return KorText(u"Words\nWords"); });
+  int high = 0; // without a link
+  robot.Then("no link, and is not in front", [&] {
+    high = list->GetSize().y;
+    return Titled("Open Comm") && Titled("Open Comm")->IsActive();
   });
-  robot.Do("a job", [this] {
-    window->AddJob({LinkStatus::DownloadCompleted, u"Words", {}, App().LocalTime()});
-  });
-  robot.Do("link", [&] { choose(u"COM1"); });
-  robot.Then("as large as it was", [&] { return list->GetSize().y == usual; });
-  robot.Then("painted", [&] {
+  const auto isWhole = [&] {
     const wxRect place = list->GetScreenRect();
     wxColour colour;
     wxScreenDC().GetPixel(place.GetRight() - 20, place.GetBottom() - 6, &colour);
-    return colour == wxSystemSettings::GetColour(wxSYS_COLOUR_LISTBOX);
+    return place.height > high && colour == wxSystemSettings::GetColour(wxSYS_COLOUR_LISTBOX);
+  };
+  robot.Do("link", [this] { std::filesystem::rename(folders / "unplugged", folders / "line"); });
+  Shows(u"Waiting...");
+  for (int looks = 0; looks < 8; ++looks)
+    robot.Then("painted", isWhole);
+  robot.Do("no link", [this] {
+    FormDescription form = app->SettingsForm();
+    form.Find(u"port")->value = u"COM7";
+    EXPECT_EQ(app->AcceptSettings(form), u"");
   });
+  robot.Then("gives way to the advice", [&] { return list->GetSize().y <= high; });
+  robot.Do("a job", [this] {
+    window->AddJob({LinkStatus::DownloadCompleted, u"Words", {}, App().LocalTime()});
+  });
+  robot.Do("link", [this] {
+    FormDescription form = app->SettingsForm();
+    form.Find(u"port")->value = u"COM1";
+    EXPECT_EQ(app->AcceptSettings(form), u"");
+  });
+  robot.Then("painted again", isWhole);
   robot.Run();
 }
 

@@ -9,6 +9,7 @@
 #include "services/core/text_lookup.h"
 #include "ui/state_words.h"
 #include "ui/wx/accessible.h"
+#include "ui/wx/native_look.h"
 #include "ui/wx/signs.h"
 #include "ui/wx/theme.h"
 #include "ui/wx/wx_text.h"
@@ -96,6 +97,7 @@ JobTable::JobTable(wxWindow* parent) : wxPanel(parent) {
   placeTimer.Bind(wxEVT_TIMER, [this](wxTimerEvent&) { KeepPlace(); });
   list->Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
     FitColumns();
+    CallAfter([this] { LayOutAgain(list); });
     event.Skip();
   });
   Build();

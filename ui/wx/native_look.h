@@ -4,6 +4,7 @@
 
 #include <wx/anybutton.h>
 #include <wx/colour.h>
+#include <wx/dataview.h>
 #include <wx/gauge.h>
 #include <wx/notebook.h>
 #include <wx/textctrl.h>
@@ -26,6 +27,8 @@ void CentreLines(wxAnyButton* button);
 void AlignLeft(wxAnyButton* button);
 // Returns whether the desktop asks for texts only in its own high-contrast colours.
 bool IsHighContrast();
+// Lays out and paints the table anew. The toolkit may not notice that it has become higher.
+void LayOutAgain(wxDataViewCtrl* table);
 // Lets the ground behind the text show, so that it looks like a label but can be selected and
 // copied.
 void BlendIn(wxTextCtrl* text);

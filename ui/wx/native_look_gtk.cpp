@@ -93,6 +93,10 @@ bool IsHighContrast() {
   return theme.starts_with("HighContrast");
 }
 
+void LayOutAgain(wxDataViewCtrl* table) {
+  gtk_widget_queue_resize(table->GtkGetTreeView());
+}
+
 void BlendIn(wxTextCtrl* text) {
   text->SetBackgroundColour(wxTransparentColour);
 }

@@ -46,6 +46,8 @@ bool IsHighContrast() {
          (contrast.dwFlags & HCF_HIGHCONTRASTON) != 0;
 }
 
+void LayOutAgain(wxDataViewCtrl*) {} // it notices
+
 void SetTabHeight(wxNotebook* book, int height) {
   book->SetPadding({book->FromDIP(16), (book->FromDIP(height) - book->GetCharHeight()) / 2});
 }
