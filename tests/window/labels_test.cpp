@@ -71,9 +71,17 @@ std::string WrongWithTable(const wxDataViewListCtrl& list) {
   const wxFont bold = list.GetFont().Bold();
   for (unsigned row = 0; static_cast<int>(row) < list.GetItemCount(); ++row) {
     int needed = 0;
-    list.GetTextExtent(list.GetTextValue(row, kResult), &needed, nullptr, nullptr, nullptr, &bold);
+    wxDataViewItemAttr look;
+    list.GetStore()->GetAttrByRow(row, kResult, look);
+    const wxFont font = look.GetBold() ? bold : list.GetFont();
+    list.GetTextExtent(list.GetTextValue(row, kResult), &needed, nullptr, nullptr, nullptr, &font);
     if (list.GetColumn(kResult)->GetWidth() < needed) return "a result is cut";
   }
+  int width = 0;
+  for (unsigned column = 0; column < list.GetColumnCount(); ++column)
+    width += list.GetColumn(column)->GetWidth();
+  if (list.GetClientSize().x >= list.FromDIP(570) && width > list.GetClientSize().x)
+    return "the bytes are out of sight";
   return {};
 }
 

@@ -19,7 +19,7 @@ namespace kor {
 namespace {
 
 enum Column : unsigned { kSign, kArrow, kTime, kProgram, kResult, kBytes };
-enum RowKind : wxUIntPtr { kGoodJob, kFailedJob, kWords };
+enum RowKind : wxUIntPtr { kGoodJob, kFailedJob, kNoJobs, kDate };
 
 constexpr int kRowHeight = 32; // device-independent pixels
 // The toolkit makes rows as high as their contents, with some pixels around them.
@@ -27,7 +27,7 @@ constexpr int kSignSide = kRowHeight - 2, kSignWidth = 36;
 constexpr int kLeastResult = 120, kLeastRows = 3;
 constexpr int kLayoutTime = 50; // milliseconds until a new row has its place
 constexpr int kGap = 4;
-constexpr int kPadding = 24; // of a cell, with what the toolkit puts around its text
+constexpr int kPadding = 16; // of a cell, with what the toolkit puts around its text
 
 bool IsSameDay(const SystemTime& a, const SystemTime& b) {
   return a.day == b.day && a.month == b.month && a.year == b.year;
@@ -60,6 +60,10 @@ wxBitmapBundle Arrow(LinkStatus code) {
                    ColourOf(kQuietText), kSignSide);
 }
 
+bool StandsOut(wxUIntPtr kind) {
+  return kind == kFailedJob || kind == kDate;
+}
+
 } // namespace
 
 // Colour makes rows stand out; the words say the same.
@@ -67,7 +71,7 @@ class JobTable::Store : public wxDataViewListStore {
  public:
   bool GetAttrByRow(unsigned row, unsigned column, wxDataViewItemAttr& look) const override {
     const wxUIntPtr kind = GetItemData(GetItem(row));
-    look.SetBold(column == kProgram || (column == kResult && kind != kGoodJob));
+    look.SetBold(column == kProgram || (column == kResult && StandsOut(kind)));
     if (kind == kFailedJob && column == kResult) look.SetColour(ColourOf(kFailedText));
     return true;
   }
@@ -131,10 +135,10 @@ void JobTable::FitColumns() {
   if (result->GetWidth() != width) result->SetWidth(width);
 }
 
-void JobTable::MakeRoomFor(const wxString& words) {
-  const wxFont bold = GetFont().Bold();
+void JobTable::MakeRoomFor(const wxString& words, bool isBold) {
+  const wxFont font = isBold ? GetFont().Bold() : GetFont();
   int width = 0;
-  GetTextExtent(words, &width, nullptr, nullptr, nullptr, &bold);
+  GetTextExtent(words, &width, nullptr, nullptr, nullptr, &font);
   widestResult = std::max(widestResult, width + FromDIP(kPadding));
   FitColumns();
 }
@@ -151,17 +155,17 @@ void JobTable::Insert(unsigned row, const EndedJob& job) {
   cells.push_back(words);
   cells.push_back(job.bytes > 0 ? ToWx(GroupedDigits(job.bytes)) : wxString());
   list->InsertItem(row, cells, isGood ? kGoodJob : kFailedJob);
-  MakeRoomFor(words);
+  MakeRoomFor(words, !isGood);
 }
 
-void JobTable::InsertWords(unsigned row, const wxString& words) {
+void JobTable::InsertWords(unsigned row, const wxString& words, wxUIntPtr kind) {
   wxVector<wxVariant> cells;
   cells.push_back(SignCell(NoSign()));
   cells.push_back(SignCell(NoSign()));
   for (const wxString& text : {wxString(), wxString(), words, wxString()})
     cells.push_back(text);
-  list->InsertItem(row, cells, kWords);
-  MakeRoomFor(words);
+  list->InsertItem(row, cells, kind);
+  MakeRoomFor(words, StandsOut(kind));
 }
 
 bool JobTable::IsOfToday(const EndedJob& job) const {
@@ -177,12 +181,13 @@ void JobTable::Build() {
   list->DeleteAllItems();
   widestResult = 0;
   unsigned row = 0;
-  if (CountOfToday() == 0) InsertWords(row++, ToWx(LookUpText(kTexts.jobsNone)));
+  if (CountOfToday() == 0) InsertWords(row++, ToWx(LookUpText(kTexts.jobsNone)), kNoJobs);
   bool dated = false;
   for (const EndedJob& job : jobs) {
     const SystemTime& then = job.time;
     if (!IsOfToday(job) && !std::exchange(dated, true))
-      InsertWords(row++, ToWx(KorText::Format(u"%04i-%02i-%02i", then.year, then.month, then.day)));
+      InsertWords(row++, ToWx(KorText::Format(u"%04i-%02i-%02i", then.year, then.month, then.day)),
+                  kDate);
     Insert(row++, job);
   }
   ShowCounts();
@@ -208,9 +213,13 @@ void JobTable::AddEarlier(const std::vector<EndedJob>& earlier) {
 
 void JobTable::Add(const EndedJob& job) {
   BeginDay(job.time);
+  if (CountOfToday() == 0) { // the words that there are none need no room any more
+    jobs.push_front(job);
+    Build();
+    return;
+  }
   const bool isScrolledBack = list->ItemToRow(list->GetTopItem()) > 0;
   if (isScrolledBack && !placeTimer.IsRunning()) kept = list->GetTopItem();
-  if (CountOfToday() == 0) list->DeleteItem(0); // that there are none
   jobs.push_front(job);
   Insert(0, job);
   if (jobs.size() > kMostJobs) {

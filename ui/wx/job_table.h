@@ -34,10 +34,10 @@ class JobTable : public wxPanel {
 
   void MakeColumns();
   void FitColumns();
-  void MakeRoomFor(const wxString& words); // in the column of the results
+  void MakeRoomFor(const wxString& words, bool isBold); // in the column of the results
   void Build();
   void Insert(unsigned row, const EndedJob& job);
-  void InsertWords(unsigned row, const wxString& words);
+  void InsertWords(unsigned row, const wxString& words, wxUIntPtr kind);
   bool IsOfToday(const EndedJob& job) const;
   std::size_t CountOfToday() const;
   void ShowCounts();
