@@ -545,25 +545,31 @@ TEST_F(Window, WordAndAdviceGrowWithTheWindow) {
 TEST_F(Window, ANewJobLeavesAListThatWasScrolledBackWhereItIs) {
   Open();
   auto* const list = FindA<wxDataViewListCtrl>(window);
-  const auto add = [this](int number) {
-    window->AddJob({LinkStatus::DownloadCompleted, u"Words", KorText::Format(u"/%i.MPG", number),
-                    App().LocalTime()});
+  const auto job = [](int number, int daysAgo) {
+    const FileTime then = AppInterface::SystemTimeToFileTime(App().LocalTime()) -
+                          FileTime{864'000'000'000} * static_cast<FileTime>(daysAgo);
+    return EndedJob{LinkStatus::DownloadCompleted, u"Words", KorText::Format(u"/%i.MPG", number),
+                    AppInterface::FileTimeToSystemTime(then)};
   };
   wxString shown;
   const auto top = [list] {
     const int row = list->ItemToRow(list->GetTopItem());
     return row < 0 ? wxString() : list->GetTextValue(static_cast<unsigned>(row), 3);
   };
-  robot.Do("many", [=] {
+  robot.Do("many", [=, this] {
+    std::vector<EndedJob> yesterday;
     for (int number = 0; number < 99; ++number)
-      add(number);
+      yesterday.push_back(job(number, 1));
+    window->AddEarlierJobs(yesterday);
   });
-  robot.Then("newest", [=] { return top() == "98"; });
+  robot.Then("newest", [=] { return list->GetTextValue(2, 3) == "98"; });
   robot.Do("back", [&] { list->EnsureVisible(list->RowToItem(60)); });
-  robot.Then("there", [&] { return shown = top(), shown != "98"; });
-  robot.Do("one more", [=] { add(99); });
-  for (int looks = 0; looks < 5; ++looks)
-    robot.Then("stays", [&] { return top() == shown; });
+  robot.Then("there", [&] { return !(shown = top()).empty(); });
+  for (const int number : {99, 100}) { // the first one of the day, and the next
+    robot.Do("one more", [=, this] { window->AddJob(job(number, 0)); });
+    for (int looks = 0; looks < 5; ++looks)
+      robot.Then("stays", [&] { return top() == shown; });
+  }
   robot.Run();
 }
 

@@ -143,6 +143,14 @@ void JobTable::MakeRoomFor(const wxString& words, bool isBold) {
   FitColumns();
 }
 
+// The words that there are no jobs need no room any more, either.
+void JobTable::TakeBackNoJobs() {
+  list->DeleteItem(0);
+  widestResult = 0;
+  for (const EndedJob& job : jobs)
+    MakeRoomFor(ToWx(ResultText(job)), !IsGood(job));
+}
+
 void JobTable::Insert(unsigned row, const EndedJob& job) {
   const bool isGood = IsGood(job);
   wxVector<wxVariant> cells;
@@ -213,13 +221,9 @@ void JobTable::AddEarlier(const std::vector<EndedJob>& earlier) {
 
 void JobTable::Add(const EndedJob& job) {
   BeginDay(job.time);
-  if (CountOfToday() == 0) { // the words that there are none need no room any more
-    jobs.push_front(job);
-    Build();
-    return;
-  }
   const bool isScrolledBack = list->ItemToRow(list->GetTopItem()) > 0;
   if (isScrolledBack && !placeTimer.IsRunning()) kept = list->GetTopItem();
+  if (CountOfToday() == 0) TakeBackNoJobs();
   jobs.push_front(job);
   Insert(0, job);
   if (jobs.size() > kMostJobs) {

@@ -36,6 +36,7 @@ class JobTable : public wxPanel {
   void FitColumns();
   void MakeRoomFor(const wxString& words, bool isBold); // in the column of the results
   void Build();
+  void TakeBackNoJobs();
   void Insert(unsigned row, const EndedJob& job);
   void InsertWords(unsigned row, const wxString& words, wxUIntPtr kind);
   bool IsOfToday(const EndedJob& job) const;
