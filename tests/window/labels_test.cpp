@@ -80,7 +80,8 @@ std::string WrongWithTable(const wxDataViewListCtrl& list) {
   int width = 0;
   for (unsigned column = 0; column < list.GetColumnCount(); ++column)
     width += list.GetColumn(column)->GetWidth();
-  if (list.GetClientSize().x >= list.FromDIP(570) && width > list.GetClientSize().x)
+  const int roomy = 71 * list.GetTextExtent("0").x; // letters of any size are as many
+  if (list.GetClientSize().x >= roomy && width > list.GetClientSize().x)
     return "the bytes are out of sight";
   return {};
 }
