@@ -181,6 +181,12 @@ TEST_F(CompressedFileTest, DamagedBlocks) {
   Append(bad, good);
   Append(bad, FromHex("FF FF FF FF"));
   fails("before a later fault", bad, FileResult::Failure);
+  SimpleFile source;
+  source.OpenMemory(kFileRead, VoidBuffer(Container("2005", {good, FromHex("10 00")})));
+  ContainerFault described;
+  ContainerInfo info;
+  EXPECT_EQ(DescribeContainer(source, info, &described), FileResult::SourceUnreadable);
+  EXPECT_EQ(described.block, 1u);
 }
 
 // Whatever a byte turns into and wherever the file ends: the right content or an error.

@@ -57,6 +57,7 @@ TEST_F(SimpleFileTest, OpenIsRefused) {
   EXPECT_FALSE(file.Open(kFileText));
   EXPECT_FALSE(file.Open(kFileRead));
   EXPECT_FALSE(file.Close());
+  EXPECT_EQ(file.Write(AsBytes("x")), 0u);
   EXPECT_TRUE(file.Open(kFileWrite));
   EXPECT_FALSE(file.Open(kFileRead)) << "already open";
   EXPECT_FALSE(SimpleFile(app.Path(u"f")).Open(kFileWrite)) << "another holds it";
@@ -198,6 +199,9 @@ TEST_F(SimpleFileTest, FullDiskShowsAtFlushAndClose) {
   EXPECT_FALSE(file.IsGood());
   EXPECT_EQ(file.Write(MakeBytes(1, 9)), 0u);
   EXPECT_FALSE(file.Close());
+  ASSERT_TRUE(file.Open(kFileWrite));
+  EXPECT_EQ(file.Write(MakeBytes(0xFFFF, 9)), 0xFFFFu) << "kept for later";
+  EXPECT_EQ(file.Write(MakeBytes(2, 9)), 0u);
 }
 
 TEST_F(SimpleFileTest, SeekBeforeTheStartWarnsAndStays) {
@@ -254,6 +258,7 @@ Names ReadLines(SimpleFile& file, std::size_t longest = KorText::kNone) {
   KorText line;
   while (file.ReadLine(line, longest))
     lines.push_back(line);
+  EXPECT_EQ(line, u"") << "nothing is left of the last one";
   return lines;
 }
 
