@@ -7,7 +7,7 @@
 namespace kor {
 
 void NceProtocol::OnDirectoryRequest() {
-  exchange.FinishTransfer();
+  exchange.MakeWay();
   EnterStatus(LinkStatus::DirectoryListing);
   Reply(u"Directory of Host Computer\nSelect File. &DH");
   waiting = Waiting::Listing;

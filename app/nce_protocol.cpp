@@ -90,7 +90,7 @@ void NceProtocol::BreakOffDownload() {
 }
 
 void NceProtocol::OnLoopTest() {
-  exchange.FinishTransfer(); // the test takes the place of a download that ran
+  exchange.MakeWay();
   EnterStatus(LinkStatus::LoopBackTest);
   Reply(u"ABCDEFGHIJKLMNOPQRSTUVWXYZ");
 }

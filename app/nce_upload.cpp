@@ -17,8 +17,7 @@ constexpr std::size_t kShortestData = 4;     // length and checksum digits of an
 
 // Intended: the number is that of the last "FH " request; what follows "TH " plays no part.
 void NceProtocol::OnUploadRequest() {
-  exchange.FinishTransfer();
-  Board().SetBar(0, 0);
+  exchange.MakeWay();
   const KorText path = MakePcFileName(exchange.Settings().uploadPath, features);
   Board().SetFileName(path);
   endMarkAwaited = true; // also of a refused one: the controller may send its lines all the same

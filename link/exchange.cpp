@@ -87,8 +87,7 @@ void Exchange::End(LinkStatus downloadCode, LinkStatus uploadCode) {
   const bool running = StopDelay() || IsExchange(status.Code());
   upload.Discard();
   if (running) status.Enter(uploading ? uploadCode : downloadCode);
-  status.Board().SetBar(0, 0);
-  FinishTransfer();
+  MakeWay();
 }
 
 void Exchange::CancelWhile(LinkStatus code) {
@@ -114,6 +113,11 @@ void Exchange::FinishTransfer() {
   manual.End();
 }
 
+void Exchange::MakeWay() {
+  FinishTransfer();
+  status.Board().SetBar(0, 0);
+}
+
 // --- Delayed download ---
 
 bool Exchange::StopDelay() {
@@ -123,8 +127,7 @@ bool Exchange::StopDelay() {
 
 void Exchange::DelayDownload() {
   StopDelay();
-  FinishTransfer(); // the request takes the place of what ran
-  status.Board().SetBar(0, 0);
+  MakeWay();
   if (settings.sendSot != 0)
     channel.SendCharacter(settings.sotCharacter, SerialChannel::Echo::NewLine);
   if (settings.transmitDelay < 1) {

@@ -66,6 +66,8 @@ class Exchange : private ChannelHost {
   bool OpenUpload(const KorText& path);
   // Called however a transfer ends. Frees its memory and closes the windows of a manual job.
   void FinishTransfer();
+  // Finishes what runs for a request that takes its place, and empties the bar.
+  void MakeWay();
 
   // Each of these ends whatever runs: the part of an upload is removed and a delayed download does
   // not start. Abandon logs the job as an error, the others log it as cancelled.

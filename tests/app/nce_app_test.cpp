@@ -77,9 +77,13 @@ TEST_F(NceAppTest, ADownloadIsCountedFromItsStartToTheFilesSize) {
   link.Ask("TH 1");
   EXPECT_EQ(link.link->CurrentStatus().bytesDone, 0) << "of the one before";
   link.Do(&NCEApp::CancelExchange);
-  Fetch("FH 1");
-  link.Ask("FH 404");
-  EXPECT_EQ(link.link->CurrentStatus().barPosition, 0) << "of the one before";
+  link.app.RefuseOpening(u"1.MPG", true);
+  for (const char* const request : {"FH 404", "TH 1", "DH", "XYZ"}) {
+    Fetch("FH 1");
+    EXPECT_GT(link.link->CurrentStatus().barPosition, 0);
+    link.Ask(request);
+    EXPECT_EQ(link.link->CurrentStatus().barPosition, 0) << "of the one before " << request;
+  }
   Fetch("FH 1");
   link.app.SetBeingWritten(u"1.MPG");
   link.Ask("FH 1");
