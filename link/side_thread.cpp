@@ -43,19 +43,9 @@ void SideThread::Do(std::deque<Task>& taken) {
   }
 }
 
-// What is added meanwhile wakes nobody, so that whoever adds it pays nothing for that.
-void SideThread::Rest() {
-  const auto until = std::chrono::steady_clock::now() + rest;
-  const Lock lock(mutex);
-  while (!closed && waiting < most / 2)
-    if (closing.wait_until(mutex, until) == std::cv_status::timeout) return;
-}
-
 void SideThread::Work() {
-  for (std::deque<Task> taken = TakeTasks(); !taken.empty(); taken = TakeTasks()) {
+  for (std::deque<Task> taken = TakeTasks(); !taken.empty(); taken = TakeTasks())
     Do(taken);
-    Rest();
-  }
   ended.set_value();
 }
 
@@ -73,7 +63,6 @@ void SideThread::Close() {
   const Lock lock(mutex);
   closed = true;
   changed.notify_all();
-  closing.notify_all();
 }
 
 void SideThread::Finish() {

@@ -1,7 +1,6 @@
 // SideThread: a thread that does, one after the other, what those who serve must not wait for: it
 // writes the logs, or looks at folders that may be slow. What waits is bounded by its size in
-// bytes. A thread that rests after its work does a single task at once when it is idle, and tasks
-// in quick succession together, so that it doesn't take a core from the line for each of them.
+// bytes.
 //
 // Owned by DownloadApp. Any thread, but for Start, Stop and RunHere, which are the owner's.
 #pragma once
@@ -21,8 +20,7 @@ namespace kor {
 
 class SideThread {
  public:
-  explicit SideThread(std::size_t mostBytes, std::chrono::milliseconds restAfterWork = {})
-      : most(mostBytes), rest(restAfterWork) {}
+  explicit SideThread(std::size_t mostBytes) : most(mostBytes) {}
   ~SideThread() { Finish(); }
   SideThread(const SideThread&) = delete;
   SideThread& operator=(const SideThread&) = delete;
@@ -50,18 +48,15 @@ class SideThread {
   };
 
   void Work();
-  void Rest();
   void Close();
   std::deque<Task> TakeTasks();
   void Do(std::deque<Task>& taken);
 
   const std::size_t most;
-  const std::chrono::milliseconds rest;
   std::atomic<std::size_t> waiting{0};
   std::atomic<bool> added{false}; // since the thread was last woken
   Mutex mutex;
   std::condition_variable_any changed;
-  std::condition_variable_any closing;
   std::deque<Task> tasks KOR_GUARDED_BY(mutex);
   bool closed KOR_GUARDED_BY(mutex) = false;
   std::promise<void> ended;
