@@ -60,6 +60,10 @@ wxBitmapBundle Arrow(LinkStatus code) {
                    ColourOf(kQuietText), kSignSide);
 }
 
+wxUIntPtr KindOf(const EndedJob& job) {
+  return IsGood(job) ? kGoodJob : kFailedJob;
+}
+
 bool StandsOut(wxUIntPtr kind) {
   return kind == kFailedJob || kind == kDate;
 }
@@ -135,8 +139,8 @@ void JobTable::FitColumns() {
   if (result->GetWidth() != width) result->SetWidth(width);
 }
 
-void JobTable::MakeRoomFor(const wxString& words, bool isBold) {
-  const wxFont font = isBold ? GetFont().Bold() : GetFont();
+void JobTable::MakeRoomFor(const wxString& words, wxUIntPtr kind) {
+  const wxFont font = StandsOut(kind) ? GetFont().Bold() : GetFont();
   int width = 0;
   GetTextExtent(words, &width, nullptr, nullptr, nullptr, &font);
   widestResult = std::max(widestResult, width + FromDIP(kPadding));
@@ -148,7 +152,7 @@ void JobTable::TakeBackNoJobs() {
   list->DeleteItem(0);
   widestResult = 0;
   for (const EndedJob& job : jobs)
-    MakeRoomFor(ToWx(ResultText(job)), !IsGood(job));
+    MakeRoomFor(ToWx(ResultText(job)), KindOf(job));
 }
 
 void JobTable::Insert(unsigned row, const EndedJob& job) {
@@ -162,8 +166,8 @@ void JobTable::Insert(unsigned row, const EndedJob& job) {
   const wxString words = ToWx(ResultText(job));
   cells.push_back(words);
   cells.push_back(job.bytes > 0 ? ToWx(GroupedDigits(job.bytes)) : wxString());
-  list->InsertItem(row, cells, isGood ? kGoodJob : kFailedJob);
-  MakeRoomFor(words, !isGood);
+  list->InsertItem(row, cells, KindOf(job));
+  MakeRoomFor(words, KindOf(job));
 }
 
 void JobTable::InsertWords(unsigned row, const wxString& words, wxUIntPtr kind) {
@@ -173,7 +177,7 @@ void JobTable::InsertWords(unsigned row, const wxString& words, wxUIntPtr kind) 
   for (const wxString& text : {wxString(), wxString(), words, wxString()})
     cells.push_back(text);
   list->InsertItem(row, cells, kind);
-  MakeRoomFor(words, StandsOut(kind));
+  MakeRoomFor(words, kind);
 }
 
 bool JobTable::IsOfToday(const EndedJob& job) const {

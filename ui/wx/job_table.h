@@ -34,7 +34,7 @@ class JobTable : public wxPanel {
 
   void MakeColumns();
   void FitColumns();
-  void MakeRoomFor(const wxString& words, bool isBold); // in the column of the results
+  void MakeRoomFor(const wxString& words, wxUIntPtr kind); // in the column of the results
   void Build();
   void TakeBackNoJobs();
   void Insert(unsigned row, const EndedJob& job);
