@@ -83,8 +83,7 @@ void NceProtocol::StartDownload() {
   begun = {features, exchange.Settings().downloadPath, exchange.Settings().fileExtension};
   auto opened = NcProgram::Result::CantOpen;
   if (modes.model500) opened = OpenProgram(MakeModel500FileName(begun.folder));
-  // Only where there is no such file: one that is refused must not bring another
-  // exchange.Program().
+  // Only where there is no such file: one that is refused must not bring another program.
   if (opened == NcProgram::Result::CantOpen)
     opened = OpenProgram(MakePcFileName(begun.folder, begun.features));
   if (opened == NcProgram::Result::BeingWritten &&

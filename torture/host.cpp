@@ -1,9 +1,9 @@
 #include "torture/host.h"
-#include "torture/sweep.h"
 
 #include "files/compressed_file.h"
 #include "files/kor_file.h"
 #include "tools/nce_controller/frame.h"
+#include "torture/sweep.h"
 
 namespace kor::torture {
 
